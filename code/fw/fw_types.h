@@ -9,6 +9,8 @@
 #if defined(_WIN32)
 #if defined(QZLIB_BUILD)
 #define QZ_API __declspec(dllexport)
+#elif defined(QZLIB_STATIC)
+#define QZ_API
 #else
 #define QZ_API __declspec(dllimport)
 #endif

@@ -1,0 +1,23 @@
+# What `cmake --install` lays down: the headers as one tree, the library, the CMake package and the pkg-config file.
+
+include(CMakePackageConfigHelpers)
+
+install(TARGETS qzlib EXPORT qzlib
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/code/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qzlib
+    FILES_MATCHING PATTERN "*.h")
+install(EXPORT qzlib NAMESPACE qzlib:: FILE qzlibTargets.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qzlib)
+
+configure_package_config_file(${CMAKE_CURRENT_SOURCE_DIR}/cmake/qzlibConfig.cmake.in
+    ${CMAKE_CURRENT_BINARY_DIR}/qzlibConfig.cmake
+    INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qzlib)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/qzlibConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/qzlibConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/qzlibConfigVersion.cmake
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/qzlib)
+
+# The prefix is found from where the file lies, so that an installed tree may be moved.
+file(RELATIVE_PATH QZLIB_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(${CMAKE_CURRENT_SOURCE_DIR}/cmake/qzlib.pc.in ${CMAKE_CURRENT_BINARY_DIR}/qzlib.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/qzlib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
