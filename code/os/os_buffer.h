@@ -1,0 +1,312 @@
+#ifndef QZLIB_OS_BUFFER_H
+#define QZLIB_OS_BUFFER_H
+
+#include "fw/fw_bytes.h"
+#include "fw/fw_object.h"
+#include "fw/fw_types.h"
+
+class QZContainer;
+class QZData;
+class QZFile;
+class QZString;
+
+/// One block of a paged buffer: a space identifier (its number), the offset of its first byte, its size and its
+/// bytes.
+///
+/// The block owns its bytes and keeps note of what was changed, page by page. A plain block has nothing behind it:
+/// it starts as zeros, there is no place to write it back to, and it never answers true to the release test.
+/// One thread at a time, like the buffer that holds it.
+class QZ_API QZBlock : public QZObject
+{
+public:
+    static const QZInt64 Type;
+
+    QZBlock();
+    ~QZBlock() override;
+
+    QZInt64 GetType() override;
+
+    /// Fetches what belongs into the block. A plain block holds zeros.
+    virtual void Load();
+
+    /// Puts what was changed where the block came from. A plain block has no such place and does nothing.
+    virtual void WriteBack();
+
+    /// The release test: true when nothing is lost by giving the block up.
+    virtual QZBool IsReleasable();
+
+    /// Gives the block a new identity and loads it. What it held before is gone; write it back first.
+    /// @throws QZException  OutOfMemory; what Load throws
+    void Set(QZInt64 spaceId, QZInt64 offset, QZInt64 size);
+
+    QZInt64 GetSpaceID() const { return m_spaceId; }
+    QZInt64 GetOffset() const { return m_offset; }
+    QZInt64 GetSize() const { return m_size; }
+
+    /// All bytes of the block, for reading. Changes go through Write, so that they are noted.
+    const void* GetPointer();
+
+    /// Copies size bytes at position `at` of the block; the range lies inside the block.
+    void Read(QZInt64 at, void* target, QZInt64 size);
+
+    /// The mirror of Read; notes the range as changed.
+    void Write(QZInt64 at, const void* source, QZInt64 size);
+
+    /// True when something was written since the last load or write-back.
+    QZBool IsChanged() const { return m_changed; }
+
+    /// One byte past the last that the block knows of: what was loaded, or written if that is further on.
+    QZInt64 GetContentEnd() const { return m_contentEnd; }
+
+protected:
+    /// Changes are noted in pages of this many bytes.
+    static constexpr int PageShift = 12;
+
+    /// Calls action(from, to) for each run of changed pages, cut at the end of the content.
+    template <typename Action>
+    void ForEachChange(Action action);
+
+    /// Forgets the notes: the block agrees with what is behind it.
+    void ClearChanges();
+
+    /// Notes how many bytes were loaded; what lies behind them is zero, filled in when it is first needed.
+    void SetLoaded(QZInt64 count);
+
+    unsigned char* Bytes() const { return m_bytes; }
+
+private:
+    friend class QZBuffer;
+
+    /// Makes bytes up to `end` usable (zeros behind the content) and some more, so that appending pays rarely.
+    void Prepare(QZInt64 end);
+
+    void Note(QZUInt64 at, QZUInt64 size)
+    {
+        const QZUInt64 first = at >> PageShift;
+        const QZUInt64 last = (at + size - 1) >> PageShift;
+        m_pages[first >> 6] |= 1ULL << (first & 63);
+        if (last != first) NoteRun(first + 1, last);
+        if (static_cast<QZInt64>(at + size) > m_contentEnd) m_contentEnd = static_cast<QZInt64>(at + size);
+        m_changed = 1;
+    }
+
+    void NoteRun(QZUInt64 first, QZUInt64 last);
+    void Release();
+    QZInt64 PageWords() const { return (m_size + (64LL << PageShift) - 1) >> (PageShift + 6); }
+
+    QZInt64 m_spaceId;
+    QZInt64 m_offset;
+    QZInt64 m_size;
+    unsigned char* m_bytes;
+    /// One bit for each page that was changed.
+    QZUInt64* m_pages;
+    /// Bytes from here on are not yet filled with zeros.
+    QZInt64 m_ready;
+    QZInt64 m_contentEnd;
+    QZBool m_changed;
+};
+
+/// A block with a file behind it. Load reads the block's range, zeros past the end of the file; the write-back
+/// writes the changed pages and never more than what was loaded or written, so a file gets no padded tail.
+/// The file belongs to the buffer.
+class QZ_API QZFileBlock : public QZBlock
+{
+public:
+    explicit QZFileBlock(QZFile* file);
+    ~QZFileBlock() override;
+
+    /// @throws QZIOException  ReadFailed
+    void Load() override;
+
+    /// @throws QZIOException  WriteFailed; the block then stays changed
+    void WriteBack() override;
+
+    /// True when nothing waits to be written.
+    QZBool IsReleasable() override;
+
+private:
+    QZFile* m_file;
+};
+
+/// A paged memory: an address space of bytes in blocks of one size, the most recently used first.
+///
+/// Blocks are made when they are first touched. When memory goes above the limit, blocks at the end of the list are
+/// written back and put aside for reuse. A plain QZBuffer has nowhere to write to, so it keeps every block.
+/// The buffer owns its blocks. One thread at a time.
+class QZ_API QZBuffer : public QZObject
+{
+public:
+    static const QZInt64 Type;
+
+    static const QZInt64 BlockSize512K;
+    static const QZInt64 BlockSize1M;
+    static const QZInt64 BlockSize2M;
+    static const QZInt64 BlockSize8M;
+    static const QZInt64 BlockSize16M;
+    static const QZInt64 BlockSize32M;
+
+    /// @param memoryLimit  bytes that the blocks in use may take; raised to at least two blocks
+    /// @param blockSize    rounded up to the next constant; -1, and anything above the largest, gives BlockSize512K
+    QZBuffer(QZInt64 memoryLimit, QZInt64 blockSize);
+    ~QZBuffer() override;
+
+    QZInt64 GetType() override;
+
+    /// Copies size bytes at offset into target and answers the count. Negative values count as 0. What was never
+    /// written reads as zeros.
+    QZInt64 Read(QZInt64 offset, void* target, QZInt64 size)
+    {
+        const QZUInt64 at = static_cast<QZUInt64>(offset) - m_frontBegin;
+        if (InFront(offset, at, size))
+        {
+            CopyRun(target, m_frontBytes + at, size);
+            return size;
+        }
+        return ReadThrough(offset, target, size);
+    }
+
+    /// The same into a new QZData, given back with Recycle.
+    QZData* Read(QZInt64 offset, QZInt64 size);
+
+    /// Copies size bytes from source to offset and answers the count. Negative values count as 0.
+    QZInt64 Write(QZInt64 offset, const void* source, QZInt64 size)
+    {
+        const QZUInt64 at = static_cast<QZUInt64>(offset) - m_frontBegin;
+        if (InFront(offset, at, size))
+        {
+            CopyRun(m_frontBytes + at, source, size);
+            m_front->Note(at, static_cast<QZUInt64>(size));
+            return size;
+        }
+        return WriteThrough(offset, source, size);
+    }
+
+    /// All bytes of data.
+    QZInt64 Write(QZInt64 offset, QZData* data);
+
+    /// The block that holds the offset, which becomes the front of the list. It stays the buffer's.
+    QZBlock* GetBlockByOffset(QZInt64 offset);
+
+    /// While memory in use is above the limit: the least recently used block is written back and put aside.
+    /// Stops at a block that cannot be given up.
+    void RemoveBlock();
+
+    /// Writes back all that was changed, as far as there is a file, and flushes the file. Answers true.
+    QZBool Sync();
+
+    /// Writes back, then gives up every block in use that can be released and all that were put aside. Answers
+    /// whether all could be released.
+    QZBool Collect();
+
+    /// Bytes of the blocks in use.
+    QZInt64 GetMemorySizeUsed() const { return m_memoryUsed; }
+
+    /// The limit.
+    QZInt64 GetMemorySizeUseMax() const { return m_memoryMax; }
+
+    /// Gives back what Read made.
+    static void Recycle(QZData** data);
+
+protected:
+    /// Makes an empty block of the kind that the buffer works with.
+    virtual QZBlock* NewBlock();
+    virtual void DeleteBlock(QZBlock* block);
+
+    /// Called by Sync when all blocks are written.
+    virtual void Flush();
+
+    /// Writes back every changed block in use, lowest offset first.
+    void WriteBackAll();
+
+    /// Deletes all blocks, written or not.
+    void DeleteBlocks();
+
+    /// The end of the highest content that any block in use knows of.
+    QZInt64 GetContentEnd() const;
+
+private:
+    bool InFront(QZInt64 offset, QZUInt64 at, QZInt64 size) const
+    {
+        return at < m_frontLength && size > 0 && static_cast<QZUInt64>(size) <= m_frontLength - at && offset >= 0;
+    }
+
+    /// Single addresses, marks and small fields make up nearly all traffic; they are moved without a call.
+    static void CopyRun(void* target, const void* source, QZInt64 size)
+    {
+        switch (size)
+        {
+            case 1: QZStore(target, QZLoad<QZByte>(source)); return;
+            case 4: QZStore(target, QZLoad<QZUInt32>(source)); return;
+            case 8: QZStore(target, QZLoad<QZUInt64>(source)); return;
+            default: CopyLong(target, source, size); return;
+        }
+    }
+
+    static void CopyLong(void* target, const void* source, QZInt64 size);
+    QZInt64 ReadThrough(QZInt64 offset, void* target, QZInt64 size);
+    QZInt64 WriteThrough(QZInt64 offset, const void* source, QZInt64 size);
+    QZBlock* TakeBlock();
+    QZBlock* FindBlock(QZInt64 number) const;
+    /// Brings the quick way in line with the front block of the list.
+    void ShowFront();
+
+    QZInt64 m_memoryUsed;
+    QZInt64 m_memoryMax;
+    QZInt64 m_blockSize;
+    /// In use, the most recently used first.
+    QZContainer* m_blocks;
+    /// Put aside for reuse.
+    QZContainer* m_freeBlocks;
+
+    // The front block as the quick way sees it. A length of 0 closes that way.
+    QZUInt64 m_frontBegin;
+    QZUInt64 m_frontLength;
+    unsigned char* m_frontBytes;
+    QZBlock* m_front;
+};
+
+/// A file that is read and written through a bounded number of blocks in memory.
+///
+/// Writes stay in memory until their block is pushed out, or until Sync, Collect or Close. Made by Open, given back
+/// by Close; owns its file. One thread at a time.
+class QZ_API QZFileBuffer : public QZBuffer
+{
+public:
+    static const QZInt64 Type;
+
+    /// The least free disk space, in bytes, that a host should leave.
+    static const QZInt64 FREEDESKSPACE_MIN;
+
+    /// Opens an existing file for reading and writing.
+    /// @throws QZIOException  what QZFile::Open throws
+    static QZFileBuffer* Open(QZString* path, QZInt64 memoryLimit, QZInt64 blockSize);
+
+    /// Writes back what was changed, closes the file, deletes the buffer and clears the variable.
+    /// @throws QZIOException  WriteFailed, after everything was released all the same
+    static void Close(QZFileBuffer** buffer);
+
+    ~QZFileBuffer() override;
+
+    QZInt64 GetType() override;
+
+    /// The path given to Open; it stays the buffer's.
+    QZString* GetPath() const { return m_path; }
+
+    /// Size in bytes, with what was written and is still in memory only.
+    QZInt64 GetFileSize();
+
+    /// The whole content in a new QZData, given back with Recycle.
+    QZData* ReadAll();
+
+protected:
+    QZFileBuffer(QZFile* file, QZString* path, QZInt64 memoryLimit, QZInt64 blockSize);
+
+    QZBlock* NewBlock() override;
+    void Flush() override;
+
+private:
+    QZFile* m_file;
+    QZString* m_path;
+};
+
+#endif
