@@ -10,12 +10,12 @@ class QZData;
 class QZFile;
 class QZString;
 
-/// One block of a paged buffer: a space identifier (its number), the offset of its first byte, its size and its
-/// bytes.
+/// One block of a paged buffer: a space identifier (its number), the offset of its first byte, its size and
+/// its bytes.
 ///
-/// The block owns its bytes and keeps note of what was changed, page by page. A plain block has nothing behind it:
-/// it starts as zeros, there is no place to write it back to, and it never answers true to the release test.
-/// One thread at a time, like the buffer that holds it.
+/// The block owns its bytes and keeps note of what was changed, page by page. A plain block has nothing
+/// behind it: it starts as zeros, there is no place to write it back to, and it never answers true to the
+/// release test. One thread at a time, like the buffer that holds it.
 class QZ_API QZBlock : public QZObject
 {
 public:
@@ -77,7 +77,8 @@ protected:
 private:
     friend class QZBuffer;
 
-    /// Makes bytes up to `end` usable (zeros behind the content) and some more, so that appending pays rarely.
+    /// Makes bytes up to `end` usable (zeros behind the content) and some more, so that appending pays
+    /// rarely.
     void Prepare(QZInt64 end);
 
     void Note(QZUInt64 at, QZUInt64 size)
@@ -106,9 +107,9 @@ private:
     QZBool m_changed;
 };
 
-/// A block with a file behind it. Load reads the block's range, zeros past the end of the file; the write-back
-/// writes the changed pages and never more than what was loaded or written, so a file gets no padded tail.
-/// The file belongs to the buffer.
+/// A block with a file behind it. Load reads the block's range, zeros past the end of the file; the
+/// write-back writes the changed pages and never more than what was loaded or written, so a file gets no
+/// padded tail. The file belongs to the buffer.
 class QZ_API QZFileBlock : public QZBlock
 {
 public:
@@ -130,9 +131,9 @@ private:
 
 /// A paged memory: an address space of bytes in blocks of one size, the most recently used first.
 ///
-/// Blocks are made when they are first touched. When memory goes above the limit, blocks at the end of the list are
-/// written back and put aside for reuse. A plain QZBuffer has nowhere to write to, so it keeps every block.
-/// The buffer owns its blocks. One thread at a time.
+/// Blocks are made when they are first touched. When memory goes above the limit, blocks at the end of the
+/// list are written back and put aside for reuse. A plain QZBuffer has nowhere to write to, so it keeps every
+/// block. The buffer owns its blocks. One thread at a time.
 class QZ_API QZBuffer : public QZObject
 {
 public:
@@ -146,14 +147,15 @@ public:
     static const QZInt64 BlockSize32M;
 
     /// @param memoryLimit  bytes that the blocks in use may take; raised to at least two blocks
-    /// @param blockSize    rounded up to the next constant; -1, and anything above the largest, gives BlockSize512K
+    /// @param blockSize    rounded up to the next constant; -1, and anything above the largest, gives
+    /// BlockSize512K
     QZBuffer(QZInt64 memoryLimit, QZInt64 blockSize);
     ~QZBuffer() override;
 
     QZInt64 GetType() override;
 
-    /// Copies size bytes at offset into target and answers the count. Negative values count as 0. What was never
-    /// written reads as zeros.
+    /// Copies size bytes at offset into target and answers the count. Negative values count as 0. What was
+    /// never written reads as zeros.
     QZInt64 Read(QZInt64 offset, void* target, QZInt64 size)
     {
         const QZUInt64 at = static_cast<QZUInt64>(offset) - m_frontBegin;
@@ -194,8 +196,8 @@ public:
     /// Writes back all that was changed, as far as there is a file, and flushes the file. Answers true.
     QZBool Sync();
 
-    /// Writes back, then gives up every block in use that can be released and all that were put aside. Answers
-    /// whether all could be released.
+    /// Writes back, then gives up every block in use that can be released and all that were put aside.
+    /// Answers whether all could be released.
     QZBool Collect();
 
     /// Bytes of the blocks in use.
@@ -227,7 +229,8 @@ protected:
 private:
     bool InFront(QZInt64 offset, QZUInt64 at, QZInt64 size) const
     {
-        return at < m_frontLength && size > 0 && static_cast<QZUInt64>(size) <= m_frontLength - at && offset >= 0;
+        return at < m_frontLength && size > 0 && static_cast<QZUInt64>(size) <= m_frontLength - at &&
+               offset >= 0;
     }
 
     /// Single addresses, marks and small fields make up nearly all traffic; they are moved without a call.
@@ -267,8 +270,8 @@ private:
 
 /// A file that is read and written through a bounded number of blocks in memory.
 ///
-/// Writes stay in memory until their block is pushed out, or until Sync, Collect or Close. Made by Open, given back
-/// by Close; owns its file. One thread at a time.
+/// Writes stay in memory until their block is pushed out, or until Sync, Collect or Close. Made by Open,
+/// given back by Close; owns its file. One thread at a time.
 class QZ_API QZFileBuffer : public QZBuffer
 {
 public:

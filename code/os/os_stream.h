@@ -17,9 +17,6 @@ public:
     QZStream(QZInt64 memoryLimit, QZInt64 blockSize);
     ~QZStream() override;
 
-    using QZBuffer::Read;
-    using QZBuffer::Write;
-
     /// One byte from the read position; answers the count, 0 at the end.
     QZInt64 ReadByte(unsigned char* value);
 
@@ -48,8 +45,8 @@ protected:
 
 /// Lines of text in a file: reading goes on from the read position, writing appends at the end of the file.
 ///
-/// What is written stays in memory until its block is pushed out, or until Sync, Collect or Close. Made by Open,
-/// given back by Close; owns its file. One thread at a time.
+/// What is written stays in memory until its block is pushed out, or until Sync, Collect or Close. Made by
+/// Open, given back by Close; owns its file. One thread at a time.
 class QZ_API QZFileStream : public QZStream
 {
 public:
@@ -75,8 +72,8 @@ public:
     /// The byte at the read position, which moves on; -1 at the end.
     QZInt64 ReadByte();
 
-    /// Reads up to the next CR LF into text, without it, and answers the text's size in bytes; -1 at the end of the
-    /// file. Text is read in windows of 256 bytes, each decoded by itself.
+    /// Reads up to the next CR LF into text, without it, and answers the text's size in bytes; -1 at the end
+    /// of the file. Text is read in windows of 256 bytes, each decoded by itself.
     QZInt64 ReadLine(QZString* text);
 
     /// The text from the read position to the end, in a new string given back with Recycle.
