@@ -1,0 +1,65 @@
+#ifndef QZLIB_FW_BLOCK_H
+#define QZLIB_FW_BLOCK_H
+
+#include "fw/fw_bytes.h"
+#include "fw/fw_types.h"
+
+/// The self-describing storage block behind QZData, QZString and QZQueue. Internal.
+///
+/// Layout, 64-bit words: marker 65535, data type, size, offset (head room), structure size; then the structure area, the
+/// head room, the data; and at the end of the data, rounded up to a multiple of 8, the guard word. The block lies in a
+/// buffer of the memory manager, whose requested size is the block's capacity, a multiple of 512.
+namespace block
+{
+inline constexpr QZInt64 kMarker = 65535;
+inline constexpr QZUInt64 kGuard = 0xFFFF000000000000ull;
+inline constexpr QZInt64 kHeaderSize = 40;
+inline constexpr QZInt64 kDefaultOffset = 64;
+inline constexpr QZInt64 kPlainType = 0xFF000000;
+inline constexpr QZInt64 kCapacityStep = 512;
+
+inline QZInt64 Type(const void* b) { return QZLoad<QZInt64>(QZAt(b, 8)); }
+inline QZInt64 Size(const void* b) { return QZLoad<QZInt64>(QZAt(b, 16)); }
+inline QZInt64 Offset(const void* b) { return QZLoad<QZInt64>(QZAt(b, 24)); }
+inline QZInt64 StructSize(const void* b) { return QZLoad<QZInt64>(QZAt(b, 32)); }
+inline unsigned char* Data(void* b) { return QZAt(b, kHeaderSize + StructSize(b) + Offset(b)); }
+inline const unsigned char* Data(const void* b) { return QZAt(b, kHeaderSize + StructSize(b) + Offset(b)); }
+
+/// Length of a whole block, guard included.
+inline QZInt64 Length(QZInt64 structSize, QZInt64 offset, QZInt64 size)
+{
+    return ((kHeaderSize + structSize + offset + size + 7) / 8) * 8 + 8;
+}
+inline QZInt64 Length(const void* b) { return Length(StructSize(b), Offset(b), Size(b)); }
+
+/// A new block with cleared storage. Null for a negative size (QZLastError stays) or no memory (QZLastError 4352).
+void* Make(QZInt64 type, QZInt64 offset, QZInt64 size, QZInt64 structSize);
+
+/// A copy of a whole block: type, structure area and head room included. Null as for Make.
+void* Copy(const void* b);
+
+/// Frees a block with the checks of the memory manager and of the block itself.
+/// False with QZLastError set when a check fails; a damaged block is not freed.
+bool Free(void* b);
+
+/// Changes the size of the data; the block may move, then *b is the new place. The head of the data stays.
+/// False with QZLastError 4352 when there is no memory; the block then is as it was. `size` is not negative.
+bool Resize(void** b, QZInt64 size);
+
+/// Moves the start of the data; its end stays. Negative offsets are ignored. See QZData::SetOffset.
+void SetOffset(void* b, QZInt64 offset);
+
+/// Offset 64, size 0, guard written; the capacity stays.
+void Reset(void* b);
+
+/// Writes the guard word behind the data.
+void WriteGuard(void* b);
+
+/// Marker and guard are right.
+bool Check(const void* b);
+
+/// The requested size of the buffer that holds the block.
+QZInt64 Capacity(const void* b);
+}  // namespace block
+
+#endif

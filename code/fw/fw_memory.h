@@ -1,0 +1,131 @@
+#ifndef QZLIB_FW_MEMORY_H
+#define QZLIB_FW_MEMORY_H
+
+#include "fw/fw_types.h"
+
+/// Checked byte buffers: every buffer has a header in front and a guard word behind it. All operations are static and
+/// may be called from any thread; a buffer made on one thread may be freed on another.
+class QZ_API QZMemory
+{
+public:
+    /// Not 0: every raw block is pattern-tested before it is handed out, and bad memory is put aside for good.
+    static QZBool MemoryTest;
+
+    /// Copies through the MemCopy hook. The ranges must not overlap.
+    static void Copy(void* destination, const void* source, QZInt64 size);
+
+    /// Writes zeros through the MemClean hook.
+    static void Clean(void* destination, QZInt64 size);
+
+    /// Compares bytes. A null pointer sets QZLastError to 256 and gives false; a size below 1 gives true.
+    static QZBool Equals(const void* a, const void* b, QZInt64 size);
+
+    /// A cleaned buffer of `size` bytes, freed with RecycleBuffer. Null on failure, with QZLastError set
+    /// (256 negative size, 4352 no memory).
+    static void* CreateBuffer(QZInt64 size);
+
+    /// Frees a buffer; null calls QZLibAssert(false).
+    static void RecycleBuffer(void* buffer);
+
+    /// Sets the access to the pages of [p, p + size): 1 read and write, 2 read only, 3 no access.
+    /// @throws QZException 256 for a null p, a negative size or another option
+    static void Protect(QZInt64 option, void* p, QZInt64 size);
+
+    /// Writes the bytes of `source` in reverse order; returns size. The ranges must not overlap.
+    static QZInt64 BigendianToLittleendian(void* destination, const void* source, QZInt64 size);
+
+    /// Live raw blocks and their bytes: a figure, resynchronised with the process's working set from time to time.
+    static void AllocInfo(QZInt64* count, QZInt64* bytes);
+
+    /// Entries and bytes of the table of memory that was put aside as bad.
+    static void OccupiedInfo(QZInt64* count, QZInt64* bytes);
+};
+
+/// The three-layer pool of recycled blocks, used when QZEnvironment::UseMemPoolCache is set.
+class QZ_API QZMemManager
+{
+public:
+    /// Block sizes in bytes: 512, 131072, 8388608.
+    static QZInt64 GetMemPoolCacheLayer1Size();
+    static QZInt64 GetMemPoolCacheLayer2Size();
+    static QZInt64 GetMemPoolCacheLayer3Size();
+
+    /// A layer keeps at most one block less than its maximum.
+    static QZInt64 GetMemPoolCacheLayer1ArrSizeMax();
+    static QZInt64 GetMemPoolCacheLayer2ArrSizeMax();
+    static QZInt64 GetMemPoolCacheLayer3ArrSizeMax();
+
+    /// Store the maximum and empty all three layers.
+    static void SetMemPoolCacheLayer1ArrSizeMax(QZInt64 maximum);
+    static void SetMemPoolCacheLayer2ArrSizeMax(QZInt64 maximum);
+    static void SetMemPoolCacheLayer3ArrSizeMax(QZInt64 maximum);
+
+    /// Collect the factories' caches; without argument fully.
+    static void Collect();
+    static void Collect(QZBool partial);
+};
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What follows serves the library's own classes and is not exported.
+
+/// The hook slots.
+extern void (*g_qzMemCopy)(void* destination, void* source, QZInt64 size);
+extern void (*g_qzMemMove)(void* destination, void* source, QZInt64 size);
+extern void (*g_qzMemClean)(void* destination, QZInt64 size);
+
+inline void QZMemCopy(void* destination, const void* source, QZInt64 size)
+{
+    g_qzMemCopy(destination, const_cast<void*>(source), size);
+}
+
+inline void QZMemMove(void* destination, const void* source, QZInt64 size)
+{
+    g_qzMemMove(destination, const_cast<void*>(source), size);
+}
+
+inline void QZMemClean(void* destination, QZInt64 size)
+{
+    g_qzMemClean(destination, size);
+}
+
+/// Stores a low-level failure code into QZLastError.
+void QZSetLastError(QZInt32 code);
+
+/// QZLastError, or `fallback` when it is 0: the code that a failure for lack of memory throws.
+QZInt64 QZLastErrorOr(QZInt64 fallback);
+
+/// A buffer of n bytes, not cleared. Null with QZLastError 256 (negative n) or 4352 (no memory).
+void* MemoryAllocate(QZInt64 n);
+
+/// The same, with the whole raw block cleared.
+void* MemoryAllocateClean(QZInt64 n);
+
+/// The requested size; -1 with QZLastError 256 (null) or 512 (marker or guard damaged).
+QZInt64 MemoryGetSize(const void* buffer);
+
+/// The raw block's size; -1 with QZLastError 256 (null) or 512 (marker damaged).
+QZInt64 MemoryGetBlockSize(const void* buffer);
+
+/// Resizes; bytes past the old block are cleared. Null with QZLastError 256 or 4352, the old buffer staying valid.
+void* MemoryResize(void* buffer, QZInt64 n);
+
+/// Frees. False with QZLastError 256 (null) or 512 (damaged: the block then leaks by design).
+bool MemoryFree(void* buffer);
+
+/// The raw allocator below the buffers, for the library's small system structures: counted, pattern-tested on request.
+void* MemoryRawAllocate(QZInt64 size);
+void MemoryRawFree(void* block, QZInt64 size);
+
+/// The pool, reached by buffers when the pool is switched on, and directly with small sizes.
+void* MemoryPoolAllocate(QZInt64 size);
+void MemoryPoolFree(void* block, QZInt64 size);
+QZInt64 MemoryPoolCount(int layer);
+
+/// The pattern test of a block.
+bool MemoryPatternTest(void* block, QZInt64 size);
+
+/// The pool's mutex: from QZLibInit to QZLibDispose.
+void MemoryPoolInit();
+void MemoryPoolEnd();
+
+#endif

@@ -1,0 +1,84 @@
+#ifndef QZLIB_FW_OBJECT_CACHE_H
+#define QZLIB_FW_OBJECT_CACHE_H
+
+#include "fw/fw_object.h"
+
+class QZContainer;
+class QZCriticalSection;
+
+/// A typed cache of idle objects: Out hands the most recently returned object out again, or a new one; In takes it back.
+///
+/// The idle list is intrusive, so the reuse path allocates nothing. One critical section per cache; objects may be
+/// returned on another thread than the one that took them.
+class QZ_API QZObjectCache : public QZObject
+{
+public:
+    static const QZInt64 Type = 0x85F0000;
+
+    /// @param createdLimit  how many objects the cache may make; negative: no limit
+    /// @param idleLimit     how many idle objects it keeps; negative: no limit
+    QZObjectCache(QZInt64 createdLimit, QZInt64 idleLimit);
+
+    /// Frees the idle list and the section. A derived class collects in its own destructor, where its DeleteObject
+    /// can still be reached.
+    ~QZObjectCache() override;
+
+    QZInt64 GetMemorySize() override;
+    QZInt64 GetType() override;
+
+    /// An object, reused or new. With a created limit that is reached it waits for In, at most the time-out.
+    /// @return null only on time-out
+    QZObject* Out();
+
+    /// Takes an object back and clears the variable. A null in the variable is a QZLibAssert(false).
+    /// @throws QZException 1280 for a locked object; the variable keeps its value
+    void In(QZObject** object);
+
+    /// Full: deletes every idle object. Partial: deletes as many as stayed idle since the last collection, objects that
+    /// have grown beyond a new one first.
+    void Collect(QZBool partial);
+
+    /// Idle objects, read without the section.
+    QZInt64 Count();
+
+    /// Milliseconds that Out waits when the created limit is reached; negative: for ever.
+    void SetTimeout(QZInt64 timeout);
+    QZInt64 GetTimeout();
+
+    /// Objects made by this cache and not counted as destroyed.
+    QZInt64 Created() const { return m_created; }
+
+protected:
+    virtual QZObject* NewObject() = 0;
+    virtual void DeleteObject(QZObject* object) = 0;
+
+private:
+    QZObjectCache(const QZObjectCache& other) = delete;
+    QZObjectCache& operator=(const QZObjectCache& other) = delete;
+
+    QZContainer* m_idle;
+    QZCriticalSection* m_section;
+    QZInt64 m_lowMark = 0;
+    QZInt64 m_created = 0;
+    QZInt64 m_createdLimit;
+    QZInt64 m_idleLimit;
+    QZInt64 m_unitSize = 0;
+    QZInt64 m_timeout = -1;
+};
+
+/// The cache of a class with a public constructor.
+template <typename T>
+class QZCache : public QZObjectCache
+{
+public:
+    static const QZInt64 Type = 0x85F7001;
+    QZCache(QZInt64 createdLimit, QZInt64 idleLimit) : QZObjectCache(createdLimit, idleLimit) {}
+    ~QZCache() override { Collect(0); }
+    QZInt64 GetType() override { return 0x85F7001; }
+
+protected:
+    QZObject* NewObject() override { return new T(); }
+    void DeleteObject(QZObject* object) override { delete object; }
+};
+
+#endif
