@@ -1,0 +1,317 @@
+#ifndef QZLIB_OS_SYSTEM_H
+#define QZLIB_OS_SYSTEM_H
+
+/// What the library asks of the operating system: small functions named for
+/// what the logic above needs.
+///
+/// os_system_*_windows.cpp and os_system_*_posix.cpp implement it; everything
+/// else in the library is one source for both platforms. A function that fails
+/// says so with its result and leaves the system's own number in os::LastError
+/// (GetLastError there, errno here). Paths are UTF-16 with a terminator.
+/// Handles travel as 64-bit integers; 0 is no handle, and a stale handle fails
+/// instead of touching anything.
+
+#include <atomic>
+
+#include "fw/fw_types.h"
+
+namespace os {
+
+// ---- Hooks for tests
+// -------------------------------------------------------------------------------------------
+
+/// The kinds of operation that a test can make fail.
+enum class Op {
+  Allocate,      ///< HeapAllocate, HeapResize
+  Reserve,       ///< MemoryReserve, MemoryCommit
+  ThreadCreate,  ///< ThreadCreate
+  ThreadControl, ///< ThreadSuspend, ThreadResume, ThreadTerminate
+  MutexLock,     ///< MutexLock
+  FileOpen,      ///< FileOpen, FileCreate
+  FileRead,      ///< FileRead, may come back short
+  FileWrite,     ///< FileWrite, may come back short
+  FileSize,      ///< FileGetSize, FileSetSize
+  FileSync,      ///< FileSync
+  FileName,      ///< delete, rename, directory operations, working directory
+  NetStart,      ///< NetStart
+  Socket,        ///< making, connecting, binding, accepting
+  SocketReceive, ///< may come back short
+  SocketSend,    ///< may come back short
+  Line,          ///< opening and setting a serial line
+  LineRead,      ///< may come back short
+  LineWrite,     ///< may come back short
+  System,        ///< host, process and system figures
+};
+
+/// What a test may be told of, where the effect itself cannot be seen.
+enum class Event {
+  TimerBegin,  ///< value: period in ms
+  TimerEnd,    ///< value: period in ms
+  Sleep,       ///< value: ms asked of the platform
+  SleepMicro,  ///< value: whole time in us asked of the platform
+  HandleClose, ///< value: handle given back to the platform
+};
+
+/// One table of hooks. Every member may be null: the operation then goes to the
+/// system.
+struct TestHooks {
+  /// Handed to every hook.
+  void *Context;
+  /// The clock, in ms from the start of year 1, local time.
+  QZInt64 (*Clock)(void *context);
+  /// Asked before an operation. False makes it fail with *error as the system's
+  /// number. *size, where it is not null, is the number of bytes asked for;
+  /// made smaller, the operation comes back short.
+  bool (*Gate)(void *context, Op operation, QZInt64 *size, QZUInt32 *error);
+  /// Told after the fact.
+  void (*Notify)(void *context, Event event, QZInt64 value);
+};
+
+/// Sets the table, null takes it away. The table stays the caller's and must
+/// outlive its use.
+QZ_API void SetTestHooks(const TestHooks *hooks);
+
+extern std::atomic<const TestHooks *> g_testHooks;
+
+bool GateHooked(Op operation, QZInt64 *size);
+void NotifyHooked(Event event, QZInt64 value);
+bool ClockHooked(QZInt64 *timestamp);
+
+/// True when the operation may go on; false with LastError set when a test
+/// wants it to fail.
+inline bool Gate(Op operation, QZInt64 *size = nullptr) {
+  return g_testHooks.load(std::memory_order_relaxed) == nullptr ||
+         GateHooked(operation, size);
+}
+
+inline void Notify(Event event, QZInt64 value) {
+  if (g_testHooks.load(std::memory_order_relaxed) != nullptr)
+    NotifyHooked(event, value);
+}
+
+/// True with *timestamp set when a test holds the clock.
+inline bool TestClock(QZInt64 *timestamp) {
+  return g_testHooks.load(std::memory_order_relaxed) != nullptr &&
+         ClockHooked(timestamp);
+}
+
+// ---- Errors
+// ----------------------------------------------------------------------------------------------------
+
+/// The calling thread's last error, the system's own number.
+QZ_API QZUInt32 LastError();
+QZ_API void SetLastError(QZUInt32 error);
+
+/// The number with which an exclusive creation finds its file there.
+QZUInt32 ErrorFileExists();
+/// The number for "not enough memory".
+QZUInt32 ErrorNoMemory();
+
+/// The system's text of an error number with a terminator, in *text; give it
+/// back with ErrorTextFree. Null in *text and false with LastError set when the
+/// system knows no such number.
+bool ErrorText(QZUInt32 error, QZWChar **text);
+void ErrorTextFree(QZWChar *text);
+
+/// The platform's report of a broken assertion, in the form of its C library.
+/// Does not come back on Linux.
+void AssertReport(const char *expression, const char *file, int line);
+
+// ---- Narrow text
+// -----------------------------------------------------------------------------------------------
+
+/// Converts bytes of the narrow page (the ANSI page on Windows, UTF-8
+/// elsewhere) to UTF-16. With out null answers the units needed, else the units
+/// written, never more than capacity and only whole characters. Broken input
+/// gives the replacement the platform uses. No terminator.
+QZInt64 NarrowToWide(const char *text, QZInt64 bytes, QZWChar *out,
+                     QZInt64 capacity);
+/// The other way, sizes of out in bytes.
+QZInt64 WideToNarrow(const QZWChar *text, QZInt64 units, char *out,
+                     QZInt64 capacity);
+
+// ---- Memory
+// ----------------------------------------------------------------------------------------------------
+
+/// The process heap. Null with LastError set on failure; a failed resize leaves
+/// the old block as it was.
+void *HeapAllocate(QZInt64 size);
+void *HeapResize(void *block, QZInt64 size);
+void HeapFree(void *block);
+
+enum class Protection {
+  ReadWrite,
+  ReadOnly,
+  NoAccess,
+};
+
+/// Address space of whole 64 KiB units without storage; null on failure.
+void *MemoryReserve(QZInt64 size);
+/// Puts readable and writable, zeroed storage behind a reserved range.
+bool MemoryCommit(void *position, QZInt64 size);
+/// Sets the protection of every page that the range touches.
+bool MemoryProtect(void *position, QZInt64 size, Protection protection);
+/// Gives a whole reserved range back.
+void MemoryRelease(void *position, QZInt64 size);
+/// The granularity of MemoryProtect.
+QZInt64 MemoryPageSize();
+
+/// The resident bytes of this process.
+bool ProcessWorkingSet(QZUInt64 *bytes);
+
+// ---- Time
+// ------------------------------------------------------------------------------------------------------
+
+struct DateTime {
+  int Year;
+  int Month;
+  int Day;
+  int Hour;
+  int Minute;
+  int Second;
+  int Millisecond;
+};
+
+/// Local wall time.
+void LocalTime(DateTime *time);
+bool SetLocalTime(const DateTime &time);
+/// Milliseconds since the system started; wraps after 2 to the 32.
+QZUInt32 TickCount();
+/// Microseconds of a clock that never goes back, from any start.
+QZInt64 MonotonicMicros();
+
+/// Sleeps; a place where a suspend from outside takes hold.
+void Sleep(QZUInt32 milliseconds);
+/// Raise and restore the timer resolution; nothing where sleeps are exact
+/// anyway.
+void TimerBegin(QZUInt32 period);
+void TimerEnd(QZUInt32 period);
+
+// ---- Threads
+// ---------------------------------------------------------------------------------------------------
+
+/// Starts a thread at once with the default stack; 0 with LastError set on
+/// failure.
+QZInt64 ThreadCreate(void (*routine)(void *), void *argument);
+/// Raises the suspend count. A thread that suspends itself stops here until
+/// another resumes it; on Linux a suspend from outside takes hold at the
+/// thread's next gate (Sleep, a lock, ThreadGate). False on failure.
+bool ThreadSuspend(QZInt64 thread);
+/// Lowers the suspend count; at 0 it does nothing and is no failure.
+bool ThreadResume(QZInt64 thread);
+/// Ends the thread where it stands: nothing is unwound, no destructor runs. On
+/// return the thread is gone. Does not come back when a thread ends itself.
+bool ThreadTerminate(QZInt64 thread);
+/// True when the thread ended within the time; a negative time waits without
+/// limit.
+bool ThreadWait(QZInt64 thread, QZInt64 milliseconds);
+/// Gives the handle back; the thread goes on.
+void ThreadClose(QZInt64 thread);
+/// Identity of a thread, never 0 for a live one; not the handle.
+QZUInt64 ThreadCurrentId();
+/// The identity behind a handle, 0 for a stale handle.
+QZUInt64 ThreadIdOf(QZInt64 thread);
+/// A place where a suspend from outside takes hold.
+void ThreadGate();
+/// Processors that can run threads, at least 1.
+int ProcessorCount();
+
+// ---- Locks
+// -----------------------------------------------------------------------------------------------------
+
+/// A recursive mutex. One whose holder was terminated passes to the next taker.
+/// Null on failure.
+void *MutexCreate();
+/// Waits without limit. False (at once) on failure, a null mutex among them.
+bool MutexLock(void *mutex);
+/// False when the caller does not hold it; nothing changes then.
+bool MutexUnlock(void *mutex);
+void MutexClose(void *mutex);
+
+/// A recursive critical section lives in CriticalSize() bytes that the caller
+/// provides, 16-byte aligned.
+QZInt64 CriticalSize();
+void CriticalInit(void *section);
+void CriticalEnter(void *section);
+/// Leaving one that the caller does not hold changes nothing.
+void CriticalLeave(void *section);
+void CriticalDelete(void *section);
+
+// ---- Network start and the microsecond sleep
+// ---------------------------------------------------------------------
+
+/// Starts the socket layer; 0 or the system's number.
+int NetStart();
+void NetEnd();
+/// A TCP socket over IPv4 that is never connected; -1 on failure.
+QZInt64 SleepSocketOpen();
+void SleepSocketClose(QZInt64 socket);
+/// Waits that long for an exception on the sleeping socket. A negative part
+/// returns at once.
+void SleepSocketWait(QZInt64 socket, int seconds, int microseconds);
+
+// ---- Files
+// -----------------------------------------------------------------------------------------------------
+
+/// Opens an existing file; 0 with LastError set on failure. Sharing has no
+/// counterpart on Linux and is not looked at.
+QZInt64 FileOpen(const QZWChar *path, bool read, bool write, bool shareRead,
+                 bool shareWrite);
+/// Makes a new file for reading and writing; a file that is there fails with
+/// ErrorFileExists.
+QZInt64 FileCreate(const QZWChar *path);
+void FileClose(QZInt64 file);
+/// Bytes read at the offset, fewer at the end of the file; -1 with LastError
+/// set on failure.
+QZInt64 FileRead(QZInt64 file, QZInt64 offset, void *buffer, QZUInt32 size);
+/// Bytes written at the offset; -1 with LastError set on failure.
+QZInt64 FileWrite(QZInt64 file, QZInt64 offset, const void *buffer,
+                  QZUInt32 size);
+/// -1 on failure.
+QZInt64 FileGetSize(QZInt64 file);
+bool FileSetSize(QZInt64 file, QZInt64 size);
+bool FileSync(QZInt64 file);
+
+enum class FileKind {
+  Missing,
+  File,
+  Directory,
+};
+
+FileKind FileKindOf(const QZWChar *path);
+bool FileDelete(const QZWChar *path);
+/// Both paths in the narrow page. A target that is there is a failure.
+bool FileRename(const char *from, const char *to);
+bool DirectoryCreate(const QZWChar *path);
+/// Only an empty directory can go.
+bool DirectoryDelete(const QZWChar *path);
+
+/// The entries of a directory, "." and ".." left out, in the system's order;
+/// null with LastError set on failure.
+struct DirectoryWalk;
+DirectoryWalk *DirectoryOpen(const QZWChar *path);
+/// The next entry. *name stays valid until the next call; false at the end.
+bool DirectoryNext(DirectoryWalk *walk, const QZWChar **name, bool *directory);
+void DirectoryClose(DirectoryWalk *walk);
+
+/// The separator that the platform writes.
+QZWChar PathSeparator();
+
+/// The working directory with a terminator. False when it does not fit into
+/// capacity units, or on any failure.
+bool WorkingDirectoryGet(QZWChar *path, QZInt64 capacity);
+bool WorkingDirectorySet(const QZWChar *path);
+
+// ---- Host
+// ------------------------------------------------------------------------------------------------------
+
+/// The name of this computer with a terminator; false when it does not fit into
+/// capacity units.
+bool ComputerName(QZWChar *name, QZInt64 capacity);
+/// The first IPv4 address of this host's own name, in network order as it lies
+/// in memory.
+bool LocalAddress(QZUInt32 *address);
+
+} // namespace os
+
+#endif
