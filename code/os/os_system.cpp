@@ -1,43 +1,41 @@
 #include "os/os_system.h"
 
-namespace os {
+namespace os
+{
 
-std::atomic<const TestHooks *> g_testHooks{nullptr};
+std::atomic<const TestHooks*> g_testHooks{nullptr};
 
-void SetTestHooks(const TestHooks *hooks) {
-  g_testHooks.store(hooks, std::memory_order_release);
-}
+void SetTestHooks(const TestHooks* hooks) { g_testHooks.store(hooks, std::memory_order_release); }
 
-bool GateHooked(Op operation, QZInt64 *size) {
-  const TestHooks *hooks = g_testHooks.load(std::memory_order_acquire);
-  if (hooks == nullptr || hooks->Gate == nullptr)
+bool GateHooked(Op operation, QZInt64* size)
+{
+    const TestHooks* hooks = g_testHooks.load(std::memory_order_acquire);
+    if (hooks == nullptr || hooks->Gate == nullptr) return true;
+    QZUInt32 error = 0;
+    QZInt64 asked = size != nullptr ? *size : 0;
+    QZInt64 allowed = asked;
+    if (!hooks->Gate(hooks->Context, operation, size != nullptr ? &allowed : nullptr, &error))
+    {
+        SetLastError(error);
+        return false;
+    }
+    // A hook makes an operation shorter, never longer than the caller's buffer.
+    if (size != nullptr && allowed >= 0 && allowed < asked) *size = allowed;
     return true;
-  QZUInt32 error = 0;
-  QZInt64 asked = size != nullptr ? *size : 0;
-  QZInt64 allowed = asked;
-  if (!hooks->Gate(hooks->Context, operation,
-                   size != nullptr ? &allowed : nullptr, &error)) {
-    SetLastError(error);
-    return false;
-  }
-  // A hook makes an operation shorter, never longer than the caller's buffer.
-  if (size != nullptr && allowed >= 0 && allowed < asked)
-    *size = allowed;
-  return true;
 }
 
-void NotifyHooked(Event event, QZInt64 value) {
-  const TestHooks *hooks = g_testHooks.load(std::memory_order_acquire);
-  if (hooks != nullptr && hooks->Notify != nullptr)
-    hooks->Notify(hooks->Context, event, value);
+void NotifyHooked(Event event, QZInt64 value)
+{
+    const TestHooks* hooks = g_testHooks.load(std::memory_order_acquire);
+    if (hooks != nullptr && hooks->Notify != nullptr) hooks->Notify(hooks->Context, event, value);
 }
 
-bool ClockHooked(QZInt64 *timestamp) {
-  const TestHooks *hooks = g_testHooks.load(std::memory_order_acquire);
-  if (hooks == nullptr || hooks->Clock == nullptr)
-    return false;
-  *timestamp = hooks->Clock(hooks->Context);
-  return true;
+bool ClockHooked(QZInt64* timestamp)
+{
+    const TestHooks* hooks = g_testHooks.load(std::memory_order_acquire);
+    if (hooks == nullptr || hooks->Clock == nullptr) return false;
+    *timestamp = hooks->Clock(hooks->Context);
+    return true;
 }
 
-} // namespace os
+}  // namespace os

@@ -15,84 +15,88 @@
 
 #include "fw/fw_types.h"
 
-namespace os {
+namespace os
+{
 
 // ---- Hooks for tests
 // -------------------------------------------------------------------------------------------
 
 /// The kinds of operation that a test can make fail.
-enum class Op {
-  Allocate,      ///< HeapAllocate, HeapResize
-  Reserve,       ///< MemoryReserve, MemoryCommit
-  ThreadCreate,  ///< ThreadCreate
-  ThreadControl, ///< ThreadSuspend, ThreadResume, ThreadTerminate
-  MutexLock,     ///< MutexLock
-  FileOpen,      ///< FileOpen, FileCreate
-  FileRead,      ///< FileRead, may come back short
-  FileWrite,     ///< FileWrite, may come back short
-  FileSize,      ///< FileGetSize, FileSetSize
-  FileSync,      ///< FileSync
-  FileName,      ///< delete, rename, directory operations, working directory
-  NetStart,      ///< NetStart
-  Socket,        ///< making, connecting, binding, accepting
-  SocketReceive, ///< may come back short
-  SocketSend,    ///< may come back short
-  Line,          ///< opening and setting a serial line
-  LineRead,      ///< may come back short
-  LineWrite,     ///< may come back short
-  System,        ///< host, process and system figures
+enum class Op
+{
+    Allocate,       ///< HeapAllocate, HeapResize
+    Reserve,        ///< MemoryReserve, MemoryCommit
+    ThreadCreate,   ///< ThreadCreate
+    ThreadControl,  ///< ThreadSuspend, ThreadResume, ThreadTerminate
+    MutexLock,      ///< MutexLock
+    FileOpen,       ///< FileOpen, FileCreate
+    FileRead,       ///< FileRead, may come back short
+    FileWrite,      ///< FileWrite, may come back short
+    FileSize,       ///< FileGetSize, FileSetSize
+    FileSync,       ///< FileSync
+    FileName,       ///< delete, rename, directory operations, working directory
+    NetStart,       ///< NetStart
+    Socket,         ///< making, connecting, binding, accepting
+    SocketReceive,  ///< may come back short
+    SocketSend,     ///< may come back short
+    Line,           ///< opening and setting a serial line
+    LineRead,       ///< may come back short
+    LineWrite,      ///< may come back short
+    System,         ///< host, process and system figures
 };
 
 /// What a test may be told of, where the effect itself cannot be seen.
-enum class Event {
-  TimerBegin,  ///< value: period in ms
-  TimerEnd,    ///< value: period in ms
-  Sleep,       ///< value: ms asked of the platform
-  SleepMicro,  ///< value: whole time in us asked of the platform
-  HandleClose, ///< value: handle given back to the platform
+enum class Event
+{
+    TimerBegin,   ///< value: period in ms
+    TimerEnd,     ///< value: period in ms
+    Sleep,        ///< value: ms asked of the platform
+    SleepMicro,   ///< value: whole time in us asked of the platform
+    HandleClose,  ///< value: handle given back to the platform
 };
 
 /// One table of hooks. Every member may be null: the operation then goes to the
 /// system.
-struct TestHooks {
-  /// Handed to every hook.
-  void *Context;
-  /// The clock, in ms from the start of year 1, local time.
-  QZInt64 (*Clock)(void *context);
-  /// Asked before an operation. False makes it fail with *error as the system's
-  /// number. *size, where it is not null, is the number of bytes asked for;
-  /// made smaller, the operation comes back short.
-  bool (*Gate)(void *context, Op operation, QZInt64 *size, QZUInt32 *error);
-  /// Told after the fact.
-  void (*Notify)(void *context, Event event, QZInt64 value);
+struct TestHooks
+{
+    /// Handed to every hook.
+    void* Context;
+    /// The clock, in ms from the start of year 1, local time.
+    QZInt64 (*Clock)(void* context);
+    /// Asked before an operation. False makes it fail with *error as the system's
+    /// number. *size, where it is not null, is the number of bytes asked for;
+    /// made smaller, the operation comes back short.
+    bool (*Gate)(void* context, Op operation, QZInt64* size, QZUInt32* error);
+    /// Told after the fact.
+    void (*Notify)(void* context, Event event, QZInt64 value);
 };
 
 /// Sets the table, null takes it away. The table stays the caller's and must
 /// outlive its use.
-QZ_API void SetTestHooks(const TestHooks *hooks);
+QZ_API void SetTestHooks(const TestHooks* hooks);
 
-extern std::atomic<const TestHooks *> g_testHooks;
+extern std::atomic<const TestHooks*> g_testHooks;
 
-bool GateHooked(Op operation, QZInt64 *size);
+bool GateHooked(Op operation, QZInt64* size);
 void NotifyHooked(Event event, QZInt64 value);
-bool ClockHooked(QZInt64 *timestamp);
+bool ClockHooked(QZInt64* timestamp);
 
 /// True when the operation may go on; false with LastError set when a test
 /// wants it to fail.
-inline bool Gate(Op operation, QZInt64 *size = nullptr) {
-  return g_testHooks.load(std::memory_order_relaxed) == nullptr ||
-         GateHooked(operation, size);
+inline bool Gate(Op operation, QZInt64* size = nullptr)
+{
+    return g_testHooks.load(std::memory_order_relaxed) == nullptr || GateHooked(operation, size);
 }
 
-inline void Notify(Event event, QZInt64 value) {
-  if (g_testHooks.load(std::memory_order_relaxed) != nullptr)
-    NotifyHooked(event, value);
+inline void Notify(Event event, QZInt64 value)
+{
+    if (g_testHooks.load(std::memory_order_relaxed) != nullptr) NotifyHooked(event, value);
 }
 
 /// True with *timestamp set when a test holds the clock.
-inline bool TestClock(QZInt64 *timestamp) {
-  return g_testHooks.load(std::memory_order_relaxed) != nullptr &&
-         ClockHooked(timestamp);
+inline bool TestClock(QZInt64* timestamp)
+{
+    return g_testHooks.load(std::memory_order_relaxed) != nullptr && ClockHooked(timestamp);
 }
 
 // ---- Errors
@@ -110,12 +114,12 @@ QZUInt32 ErrorNoMemory();
 /// The system's text of an error number with a terminator, in *text; give it
 /// back with ErrorTextFree. Null in *text and false with LastError set when the
 /// system knows no such number.
-bool ErrorText(QZUInt32 error, QZWChar **text);
-void ErrorTextFree(QZWChar *text);
+bool ErrorText(QZUInt32 error, QZWChar** text);
+void ErrorTextFree(QZWChar* text);
 
 /// The platform's report of a broken assertion, in the form of its C library.
 /// Does not come back on Linux.
-void AssertReport(const char *expression, const char *file, int line);
+void AssertReport(const char* expression, const char* file, int line);
 
 // ---- Narrow text
 // -----------------------------------------------------------------------------------------------
@@ -124,57 +128,57 @@ void AssertReport(const char *expression, const char *file, int line);
 /// elsewhere) to UTF-16. With out null answers the units needed, else the units
 /// written, never more than capacity and only whole characters. Broken input
 /// gives the replacement the platform uses. No terminator.
-QZInt64 NarrowToWide(const char *text, QZInt64 bytes, QZWChar *out,
-                     QZInt64 capacity);
+QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capacity);
 /// The other way, sizes of out in bytes.
-QZInt64 WideToNarrow(const QZWChar *text, QZInt64 units, char *out,
-                     QZInt64 capacity);
+QZInt64 WideToNarrow(const QZWChar* text, QZInt64 units, char* out, QZInt64 capacity);
 
 // ---- Memory
 // ----------------------------------------------------------------------------------------------------
 
 /// The process heap. Null with LastError set on failure; a failed resize leaves
 /// the old block as it was.
-void *HeapAllocate(QZInt64 size);
-void *HeapResize(void *block, QZInt64 size);
-void HeapFree(void *block);
+void* HeapAllocate(QZInt64 size);
+void* HeapResize(void* block, QZInt64 size);
+void HeapFree(void* block);
 
-enum class Protection {
-  ReadWrite,
-  ReadOnly,
-  NoAccess,
+enum class Protection
+{
+    ReadWrite,
+    ReadOnly,
+    NoAccess,
 };
 
 /// Address space of whole 64 KiB units without storage; null on failure.
-void *MemoryReserve(QZInt64 size);
+void* MemoryReserve(QZInt64 size);
 /// Puts readable and writable, zeroed storage behind a reserved range.
-bool MemoryCommit(void *position, QZInt64 size);
+bool MemoryCommit(void* position, QZInt64 size);
 /// Sets the protection of every page that the range touches.
-bool MemoryProtect(void *position, QZInt64 size, Protection protection);
+bool MemoryProtect(void* position, QZInt64 size, Protection protection);
 /// Gives a whole reserved range back.
-void MemoryRelease(void *position, QZInt64 size);
+void MemoryRelease(void* position, QZInt64 size);
 /// The granularity of MemoryProtect.
 QZInt64 MemoryPageSize();
 
 /// The resident bytes of this process.
-bool ProcessWorkingSet(QZUInt64 *bytes);
+bool ProcessWorkingSet(QZUInt64* bytes);
 
 // ---- Time
 // ------------------------------------------------------------------------------------------------------
 
-struct DateTime {
-  int Year;
-  int Month;
-  int Day;
-  int Hour;
-  int Minute;
-  int Second;
-  int Millisecond;
+struct DateTime
+{
+    int Year;
+    int Month;
+    int Day;
+    int Hour;
+    int Minute;
+    int Second;
+    int Millisecond;
 };
 
 /// Local wall time.
-void LocalTime(DateTime *time);
-bool SetLocalTime(const DateTime &time);
+void LocalTime(DateTime* time);
+bool SetLocalTime(const DateTime& time);
 /// Milliseconds since the system started; wraps after 2 to the 32.
 QZUInt32 TickCount();
 /// Microseconds of a clock that never goes back, from any start.
@@ -192,7 +196,7 @@ void TimerEnd(QZUInt32 period);
 
 /// Starts a thread at once with the default stack; 0 with LastError set on
 /// failure.
-QZInt64 ThreadCreate(void (*routine)(void *), void *argument);
+QZInt64 ThreadCreate(void (*routine)(void*), void* argument);
 /// Raises the suspend count. A thread that suspends itself stops here until
 /// another resumes it; on Linux a suspend from outside takes hold at the
 /// thread's next gate (Sleep, a lock, ThreadGate). False on failure.
@@ -221,21 +225,21 @@ int ProcessorCount();
 
 /// A recursive mutex. One whose holder was terminated passes to the next taker.
 /// Null on failure.
-void *MutexCreate();
+void* MutexCreate();
 /// Waits without limit. False (at once) on failure, a null mutex among them.
-bool MutexLock(void *mutex);
+bool MutexLock(void* mutex);
 /// False when the caller does not hold it; nothing changes then.
-bool MutexUnlock(void *mutex);
-void MutexClose(void *mutex);
+bool MutexUnlock(void* mutex);
+void MutexClose(void* mutex);
 
 /// A recursive critical section lives in CriticalSize() bytes that the caller
 /// provides, 16-byte aligned.
 QZInt64 CriticalSize();
-void CriticalInit(void *section);
-void CriticalEnter(void *section);
+void CriticalInit(void* section);
+void CriticalEnter(void* section);
 /// Leaving one that the caller does not hold changes nothing.
-void CriticalLeave(void *section);
-void CriticalDelete(void *section);
+void CriticalLeave(void* section);
+void CriticalDelete(void* section);
 
 // ---- Network start and the microsecond sleep
 // ---------------------------------------------------------------------
@@ -255,63 +259,62 @@ void SleepSocketWait(QZInt64 socket, int seconds, int microseconds);
 
 /// Opens an existing file; 0 with LastError set on failure. Sharing has no
 /// counterpart on Linux and is not looked at.
-QZInt64 FileOpen(const QZWChar *path, bool read, bool write, bool shareRead,
-                 bool shareWrite);
+QZInt64 FileOpen(const QZWChar* path, bool read, bool write, bool shareRead, bool shareWrite);
 /// Makes a new file for reading and writing; a file that is there fails with
 /// ErrorFileExists.
-QZInt64 FileCreate(const QZWChar *path);
+QZInt64 FileCreate(const QZWChar* path);
 void FileClose(QZInt64 file);
 /// Bytes read at the offset, fewer at the end of the file; -1 with LastError
 /// set on failure.
-QZInt64 FileRead(QZInt64 file, QZInt64 offset, void *buffer, QZUInt32 size);
+QZInt64 FileRead(QZInt64 file, QZInt64 offset, void* buffer, QZUInt32 size);
 /// Bytes written at the offset; -1 with LastError set on failure.
-QZInt64 FileWrite(QZInt64 file, QZInt64 offset, const void *buffer,
-                  QZUInt32 size);
+QZInt64 FileWrite(QZInt64 file, QZInt64 offset, const void* buffer, QZUInt32 size);
 /// -1 on failure.
 QZInt64 FileGetSize(QZInt64 file);
 bool FileSetSize(QZInt64 file, QZInt64 size);
 bool FileSync(QZInt64 file);
 
-enum class FileKind {
-  Missing,
-  File,
-  Directory,
+enum class FileKind
+{
+    Missing,
+    File,
+    Directory,
 };
 
-FileKind FileKindOf(const QZWChar *path);
-bool FileDelete(const QZWChar *path);
+FileKind FileKindOf(const QZWChar* path);
+bool FileDelete(const QZWChar* path);
 /// Both paths in the narrow page. A target that is there is a failure.
-bool FileRename(const char *from, const char *to);
-bool DirectoryCreate(const QZWChar *path);
+bool FileRename(const char* from, const char* to);
+bool DirectoryCreate(const QZWChar* path);
 /// Only an empty directory can go.
-bool DirectoryDelete(const QZWChar *path);
+bool DirectoryDelete(const QZWChar* path);
 
 /// The entries of a directory, "." and ".." left out, in the system's order;
 /// null with LastError set on failure.
 struct DirectoryWalk;
-DirectoryWalk *DirectoryOpen(const QZWChar *path);
+DirectoryWalk* DirectoryOpen(const QZWChar* path);
 /// The next entry. *name stays valid until the next call; false at the end.
-bool DirectoryNext(DirectoryWalk *walk, const QZWChar **name, bool *directory);
-void DirectoryClose(DirectoryWalk *walk);
+bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory);
+void DirectoryClose(DirectoryWalk* walk);
 
 /// The separator that the platform writes.
 QZWChar PathSeparator();
 
 /// The working directory with a terminator. False when it does not fit into
 /// capacity units, or on any failure.
-bool WorkingDirectoryGet(QZWChar *path, QZInt64 capacity);
-bool WorkingDirectorySet(const QZWChar *path);
+bool WorkingDirectoryGet(QZWChar* path, QZInt64 capacity);
+bool WorkingDirectorySet(const QZWChar* path);
 
 // ---- Host
 // ------------------------------------------------------------------------------------------------------
 
 /// The name of this computer with a terminator; false when it does not fit into
 /// capacity units.
-bool ComputerName(QZWChar *name, QZInt64 capacity);
+bool ComputerName(QZWChar* name, QZInt64 capacity);
 /// The first IPv4 address of this host's own name, in network order as it lies
 /// in memory.
-bool LocalAddress(QZUInt32 *address);
+bool LocalAddress(QZUInt32* address);
 
-} // namespace os
+}  // namespace os
 
 #endif

@@ -19,498 +19,514 @@
 
 #include "os/os_system_posix.h"
 
-namespace os {
+namespace os
+{
 
-namespace {
+namespace
+{
 
 // The suspend count of the Windows threads ends here, so it does too.
 constexpr int kSuspendMax = 127;
 
 /// One thread started here. Two hold it: the running thread and the handle.
-struct ThreadRecord {
-  std::atomic<int> references{2};
-  std::atomic<int> suspended{0};
-  std::atomic<bool> ended{false};
-  std::atomic<bool> killed{false};
-  std::atomic<bool> killedSeen{false};
-  sem_t end;
-  pthread_t thread;
-  QZUInt64 id;
-  void (*routine)(void *);
-  void *argument;
+struct ThreadRecord
+{
+    std::atomic<int> references{2};
+    std::atomic<int> suspended{0};
+    std::atomic<bool> ended{false};
+    std::atomic<bool> killed{false};
+    std::atomic<bool> killedSeen{false};
+    sem_t end;
+    pthread_t thread;
+    QZUInt64 id;
+    void (*routine)(void*);
+    void* argument;
 };
 
 /// What the termination signal looks at. It lies in the static TLS block, so
 /// reading it in a signal handler allocates nothing.
-struct ThreadState {
-  ThreadRecord *record;
-  int holds;
-  bool endPending;
+struct ThreadState
+{
+    ThreadRecord* record;
+    int holds;
+    bool endPending;
 };
 
-__attribute__((tls_model("initial-exec"))) thread_local ThreadState t_state{
-    nullptr, 0, false};
+__attribute__((tls_model("initial-exec"))) thread_local ThreadState t_state{nullptr, 0, false};
 
 std::atomic<QZUInt64> g_nextThread{1};
 
 /// Live handles. Never destroyed: threads may still use it while the process
 /// ends.
-struct HandleTable {
-  std::mutex lock;
-  std::unordered_map<QZInt64, ThreadRecord *> records;
+struct HandleTable
+{
+    std::mutex lock;
+    std::unordered_map<QZInt64, ThreadRecord*> records;
 };
 
-HandleTable &Handles() {
-  static HandleTable *table = new HandleTable;
-  return *table;
+HandleTable& Handles()
+{
+    static HandleTable* table = new HandleTable;
+    return *table;
 }
 
 int TerminationSignal() { return SIGRTMAX - 3; }
 
-void FutexWait(std::atomic<int> *word, int value) {
-  syscall(SYS_futex, word, FUTEX_WAIT_PRIVATE, value, nullptr, nullptr, 0);
+void FutexWait(std::atomic<int>* word, int value)
+{
+    syscall(SYS_futex, word, FUTEX_WAIT_PRIVATE, value, nullptr, nullptr, 0);
 }
 
-void FutexWake(std::atomic<int> *word) {
-  syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
+void FutexWake(std::atomic<int>* word)
+{
+    syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
 }
 
 // Ends the calling thread without running anything of it: no unwinding, no
 // destructors, no thread-local clean-up.
-[[noreturn]] void EndHere(ThreadRecord *record) {
-  record->killed.store(true, std::memory_order_relaxed);
-  record->ended.store(true, std::memory_order_release);
-  sem_post(&record->end);
-  for (;;)
-    syscall(SYS_exit, 0);
+[[noreturn]] void EndHere(ThreadRecord* record)
+{
+    record->killed.store(true, std::memory_order_relaxed);
+    record->ended.store(true, std::memory_order_release);
+    sem_post(&record->end);
+    for (;;) syscall(SYS_exit, 0);
 }
 
-extern "C" void QZTerminationHandler(int) {
-  int error = errno;
-  ThreadRecord *record = t_state.record;
-  if (record != nullptr) {
-    if (t_state.holds == 0)
-      EndHere(record);
-    t_state.endPending = true;
-  }
-  errno = error;
+extern "C" void QZTerminationHandler(int)
+{
+    int error = errno;
+    ThreadRecord* record = t_state.record;
+    if (record != nullptr)
+    {
+        if (t_state.holds == 0) EndHere(record);
+        t_state.endPending = true;
+    }
+    errno = error;
 }
 
-void InstallTermination() {
-  static std::once_flag once;
-  std::call_once(once, [] {
-    struct sigaction action = {};
-    action.sa_handler = QZTerminationHandler;
-    action.sa_flags = SA_RESTART;
-    sigfillset(&action.sa_mask);
-    sigaction(TerminationSignal(), &action, nullptr);
-  });
+void InstallTermination()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        struct sigaction action = {};
+        action.sa_handler = QZTerminationHandler;
+        action.sa_flags = SA_RESTART;
+        sigfillset(&action.sa_mask);
+        sigaction(TerminationSignal(), &action, nullptr);
+    });
 }
 
-void DropReference(ThreadRecord *record) {
-  if (record->references.fetch_sub(1, std::memory_order_acq_rel) != 1)
-    return;
-  sem_destroy(&record->end);
-  delete record;
+void DropReference(ThreadRecord* record)
+{
+    if (record->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    sem_destroy(&record->end);
+    delete record;
 }
 
 /// A handle's record with a reference of its own, so that a close elsewhere
 /// cannot take it away.
-class RecordUse {
+class RecordUse
+{
 public:
-  explicit RecordUse(QZInt64 handle) {
-    TerminationHold hold;
-    HandleTable &table = Handles();
-    std::lock_guard<std::mutex> guard(table.lock);
-    auto found = table.records.find(handle);
-    if (found == table.records.end()) {
-      errno = EBADF;
-      return;
+    explicit RecordUse(QZInt64 handle)
+    {
+        TerminationHold hold;
+        HandleTable& table = Handles();
+        std::lock_guard<std::mutex> guard(table.lock);
+        auto found = table.records.find(handle);
+        if (found == table.records.end())
+        {
+            errno = EBADF;
+            return;
+        }
+        m_record = found->second;
+        m_record->references.fetch_add(1, std::memory_order_relaxed);
     }
-    m_record = found->second;
-    m_record->references.fetch_add(1, std::memory_order_relaxed);
-  }
-  ~RecordUse() {
-    if (m_record == nullptr)
-      return;
-    TerminationHold hold;
-    DropReference(m_record);
-  }
-  RecordUse(const RecordUse &) = delete;
-  RecordUse &operator=(const RecordUse &) = delete;
-  ThreadRecord *operator->() const { return m_record; }
-  ThreadRecord *Get() const { return m_record; }
-  explicit operator bool() const { return m_record != nullptr; }
+    ~RecordUse()
+    {
+        if (m_record == nullptr) return;
+        TerminationHold hold;
+        DropReference(m_record);
+    }
+    RecordUse(const RecordUse&) = delete;
+    RecordUse& operator=(const RecordUse&) = delete;
+    ThreadRecord* operator->() const { return m_record; }
+    ThreadRecord* Get() const { return m_record; }
+    explicit operator bool() const { return m_record != nullptr; }
 
 private:
-  ThreadRecord *m_record = nullptr;
+    ThreadRecord* m_record = nullptr;
 };
 
-void BlockTermination(int how) {
-  sigset_t set;
-  sigemptyset(&set);
-  sigaddset(&set, TerminationSignal());
-  pthread_sigmask(how, &set, nullptr);
+void BlockTermination(int how)
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, TerminationSignal());
+    pthread_sigmask(how, &set, nullptr);
 }
 
-void *ThreadEntry(void *parameter) {
-  ThreadRecord *record = static_cast<ThreadRecord *>(parameter);
-  t_state.record = record;
-  BlockTermination(SIG_UNBLOCK);
-  record->routine(record->argument);
-  BlockTermination(SIG_BLOCK);
-  t_state.record = nullptr;
-  record->ended.store(true, std::memory_order_release);
-  sem_post(&record->end);
-  DropReference(record);
-  return nullptr;
+void* ThreadEntry(void* parameter)
+{
+    ThreadRecord* record = static_cast<ThreadRecord*>(parameter);
+    t_state.record = record;
+    BlockTermination(SIG_UNBLOCK);
+    record->routine(record->argument);
+    BlockTermination(SIG_BLOCK);
+    t_state.record = nullptr;
+    record->ended.store(true, std::memory_order_release);
+    sem_post(&record->end);
+    DropReference(record);
+    return nullptr;
 }
 
 // A mutex whose holder died is taken over, as an abandoned one is.
-bool LockRobust(pthread_mutex_t *mutex) {
-  int error = pthread_mutex_lock(mutex);
-  if (error == EOWNERDEAD) {
-    pthread_mutex_consistent(mutex);
-    error = 0;
-  }
-  if (error != 0)
-    errno = error;
-  return error == 0;
+bool LockRobust(pthread_mutex_t* mutex)
+{
+    int error = pthread_mutex_lock(mutex);
+    if (error == EOWNERDEAD)
+    {
+        pthread_mutex_consistent(mutex);
+        error = 0;
+    }
+    if (error != 0) errno = error;
+    return error == 0;
 }
 
-} // namespace
+}  // namespace
 
-TerminationHold::TerminationHold() {
-  ++t_state.holds;
-  std::atomic_signal_fence(std::memory_order_seq_cst);
+TerminationHold::TerminationHold()
+{
+    ++t_state.holds;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
-TerminationHold::~TerminationHold() {
-  std::atomic_signal_fence(std::memory_order_seq_cst);
-  --t_state.holds;
-  std::atomic_signal_fence(std::memory_order_seq_cst);
-  if (t_state.endPending && t_state.holds == 0 && t_state.record != nullptr)
-    EndHere(t_state.record);
+TerminationHold::~TerminationHold()
+{
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    --t_state.holds;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    if (t_state.endPending && t_state.holds == 0 && t_state.record != nullptr) EndHere(t_state.record);
 }
 
 // ---- Threads
 // ---------------------------------------------------------------------------------------------------
 
-QZInt64 ThreadCreate(void (*routine)(void *), void *argument) {
-  if (!Gate(Op::ThreadCreate))
-    return 0;
-  TerminationHold hold;
-  InstallTermination();
-  ThreadRecord *record = new (std::nothrow) ThreadRecord;
-  if (record == nullptr) {
-    errno = ENOMEM;
-    return 0;
-  }
-  sem_init(&record->end, 0, 0);
-  record->routine = routine;
-  record->argument = argument;
-  record->id = g_nextThread.fetch_add(1, std::memory_order_relaxed);
-  QZInt64 handle = static_cast<QZInt64>(record->id) * 4;
-
-  HandleTable &table = Handles();
-  std::lock_guard<std::mutex> guard(table.lock);
-  // The new thread starts with the termination signal held back until it has
-  // its record in place.
-  sigset_t before;
-  sigset_t held;
-  sigemptyset(&held);
-  sigaddset(&held, TerminationSignal());
-  pthread_sigmask(SIG_BLOCK, &held, &before);
-  int error = pthread_create(&record->thread, nullptr, ThreadEntry, record);
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  if (error != 0) {
-    sem_destroy(&record->end);
-    delete record;
-    errno = error;
-    return 0;
-  }
-  table.records.emplace(handle, record);
-  return handle;
-}
-
-bool ThreadSuspend(QZInt64 thread) {
-  if (!Gate(Op::ThreadControl))
-    return false;
-  {
-    RecordUse record(thread);
-    if (!record)
-      return false;
-    int count = record->suspended.load();
-    do {
-      if (count >= kSuspendMax) {
-        errno = EAGAIN;
-        return false;
-      }
-    } while (!record->suspended.compare_exchange_weak(count, count + 1));
-    if (record.Get() != t_state.record)
-      return true;
-  }
-  ThreadGate();
-  return true;
-}
-
-bool ThreadResume(QZInt64 thread) {
-  if (!Gate(Op::ThreadControl))
-    return false;
-  RecordUse record(thread);
-  if (!record)
-    return false;
-  int count = record->suspended.load();
-  while (count > 0) {
-    if (!record->suspended.compare_exchange_weak(count, count - 1))
-      continue;
-    if (count == 1)
-      FutexWake(&record->suspended);
-    break;
-  }
-  return true;
-}
-
-void ThreadGate() {
-  ThreadRecord *record = t_state.record;
-  if (record == nullptr)
-    return;
-  for (int count = record->suspended.load(); count > 0;
-       count = record->suspended.load())
-    FutexWait(&record->suspended, count);
-}
-
-bool ThreadTerminate(QZInt64 thread) {
-  if (!Gate(Op::ThreadControl))
-    return false;
-  RecordUse record(thread);
-  if (!record)
-    return false;
-  if (record.Get() == t_state.record) {
-    // The handle and the thread keep their own references; the one taken here
-    // goes first.
-    record->references.fetch_sub(2, std::memory_order_acq_rel);
-    record->killedSeen.store(true);
-    EndHere(record.Get());
-  }
-  if (!record->ended.load(std::memory_order_acquire)) {
-    // The thread is neither joined nor detached while its handle is open, so it
-    // can be named here.
-    int error = pthread_kill(record->thread, TerminationSignal());
-    if (error != 0 && error != ESRCH) {
-      errno = error;
-      return false;
+QZInt64 ThreadCreate(void (*routine)(void*), void* argument)
+{
+    if (!Gate(Op::ThreadCreate)) return 0;
+    TerminationHold hold;
+    InstallTermination();
+    ThreadRecord* record = new (std::nothrow) ThreadRecord;
+    if (record == nullptr)
+    {
+        errno = ENOMEM;
+        return 0;
     }
-    while (sem_wait(&record->end) != 0) {
-    }
-    sem_post(&record->end);
-  }
-  // A thread ended by the signal could not give back its own reference.
-  if (record->killed.load() && !record->killedSeen.exchange(true))
-    record->references.fetch_sub(1, std::memory_order_acq_rel);
-  return true;
-}
+    sem_init(&record->end, 0, 0);
+    record->routine = routine;
+    record->argument = argument;
+    record->id = g_nextThread.fetch_add(1, std::memory_order_relaxed);
+    QZInt64 handle = static_cast<QZInt64>(record->id) * 4;
 
-bool ThreadWait(QZInt64 thread, QZInt64 milliseconds) {
-  RecordUse record(thread);
-  if (!record)
-    return false;
-  int result;
-  if (milliseconds < 0) {
-    do
-      result = sem_wait(&record->end);
-    while (result != 0 && errno == EINTR);
-  } else {
-    timespec until;
-    clock_gettime(CLOCK_MONOTONIC, &until);
-    QZInt64 nanoseconds = until.tv_nsec + milliseconds % 1000 * 1000000;
-    until.tv_sec += milliseconds / 1000 + nanoseconds / 1000000000;
-    until.tv_nsec = nanoseconds % 1000000000;
-    do
-      result = sem_clockwait(&record->end, CLOCK_MONOTONIC, &until);
-    while (result != 0 && errno == EINTR);
-  }
-  // The end stays signalled for whoever asks next.
-  if (result == 0)
-    sem_post(&record->end);
-  return result == 0;
-}
-
-void ThreadClose(QZInt64 thread) {
-  TerminationHold hold;
-  ThreadRecord *record;
-  {
-    HandleTable &table = Handles();
+    HandleTable& table = Handles();
     std::lock_guard<std::mutex> guard(table.lock);
-    auto found = table.records.find(thread);
-    if (found == table.records.end()) {
-      errno = EBADF;
-      return;
+    // The new thread starts with the termination signal held back until it has
+    // its record in place.
+    sigset_t before;
+    sigset_t held;
+    sigemptyset(&held);
+    sigaddset(&held, TerminationSignal());
+    pthread_sigmask(SIG_BLOCK, &held, &before);
+    int error = pthread_create(&record->thread, nullptr, ThreadEntry, record);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (error != 0)
+    {
+        sem_destroy(&record->end);
+        delete record;
+        errno = error;
+        return 0;
     }
-    record = found->second;
-    table.records.erase(found);
-  }
-  Notify(Event::HandleClose, thread);
-  if (record->ended.load(std::memory_order_acquire))
-    pthread_join(record->thread, nullptr);
-  else
-    pthread_detach(record->thread);
-  DropReference(record);
+    table.records.emplace(handle, record);
+    return handle;
 }
 
-QZUInt64 ThreadCurrentId() {
-  ThreadRecord *record = t_state.record;
-  // Threads from elsewhere get numbers that no thread started here can have.
-  return record != nullptr
-             ? record->id
-             : (QZUInt64{1} << 62) + static_cast<QZUInt64>(gettid());
+bool ThreadSuspend(QZInt64 thread)
+{
+    if (!Gate(Op::ThreadControl)) return false;
+    {
+        RecordUse record(thread);
+        if (!record) return false;
+        int count = record->suspended.load();
+        do {
+            if (count >= kSuspendMax)
+            {
+                errno = EAGAIN;
+                return false;
+            }
+        } while (!record->suspended.compare_exchange_weak(count, count + 1));
+        if (record.Get() != t_state.record) return true;
+    }
+    ThreadGate();
+    return true;
 }
 
-QZUInt64 ThreadIdOf(QZInt64 thread) {
-  RecordUse record(thread);
-  return record ? record->id : 0;
+bool ThreadResume(QZInt64 thread)
+{
+    if (!Gate(Op::ThreadControl)) return false;
+    RecordUse record(thread);
+    if (!record) return false;
+    int count = record->suspended.load();
+    while (count > 0)
+    {
+        if (!record->suspended.compare_exchange_weak(count, count - 1)) continue;
+        if (count == 1) FutexWake(&record->suspended);
+        break;
+    }
+    return true;
 }
 
-int ProcessorCount() {
-  cpu_set_t set;
-  if (sched_getaffinity(0, sizeof(set), &set) == 0 && CPU_COUNT(&set) > 0)
-    return CPU_COUNT(&set);
-  long count = sysconf(_SC_NPROCESSORS_ONLN);
-  return count > 0 ? static_cast<int>(count) : 1;
+void ThreadGate()
+{
+    ThreadRecord* record = t_state.record;
+    if (record == nullptr) return;
+    for (int count = record->suspended.load(); count > 0; count = record->suspended.load())
+        FutexWait(&record->suspended, count);
+}
+
+bool ThreadTerminate(QZInt64 thread)
+{
+    if (!Gate(Op::ThreadControl)) return false;
+    RecordUse record(thread);
+    if (!record) return false;
+    if (record.Get() == t_state.record)
+    {
+        // The handle and the thread keep their own references; the one taken here
+        // goes first.
+        record->references.fetch_sub(2, std::memory_order_acq_rel);
+        record->killedSeen.store(true);
+        EndHere(record.Get());
+    }
+    if (!record->ended.load(std::memory_order_acquire))
+    {
+        // The thread is neither joined nor detached while its handle is open, so it
+        // can be named here.
+        int error = pthread_kill(record->thread, TerminationSignal());
+        if (error != 0 && error != ESRCH)
+        {
+            errno = error;
+            return false;
+        }
+        while (sem_wait(&record->end) != 0)
+        {}
+        sem_post(&record->end);
+    }
+    // A thread ended by the signal could not give back its own reference.
+    if (record->killed.load() && !record->killedSeen.exchange(true))
+        record->references.fetch_sub(1, std::memory_order_acq_rel);
+    return true;
+}
+
+bool ThreadWait(QZInt64 thread, QZInt64 milliseconds)
+{
+    RecordUse record(thread);
+    if (!record) return false;
+    int result;
+    if (milliseconds < 0)
+    {
+        do result = sem_wait(&record->end);
+        while (result != 0 && errno == EINTR);
+    }
+    else
+    {
+        timespec until;
+        clock_gettime(CLOCK_MONOTONIC, &until);
+        QZInt64 nanoseconds = until.tv_nsec + milliseconds % 1000 * 1000000;
+        until.tv_sec += milliseconds / 1000 + nanoseconds / 1000000000;
+        until.tv_nsec = nanoseconds % 1000000000;
+        do result = sem_clockwait(&record->end, CLOCK_MONOTONIC, &until);
+        while (result != 0 && errno == EINTR);
+    }
+    // The end stays signalled for whoever asks next.
+    if (result == 0) sem_post(&record->end);
+    return result == 0;
+}
+
+void ThreadClose(QZInt64 thread)
+{
+    TerminationHold hold;
+    ThreadRecord* record;
+    {
+        HandleTable& table = Handles();
+        std::lock_guard<std::mutex> guard(table.lock);
+        auto found = table.records.find(thread);
+        if (found == table.records.end())
+        {
+            errno = EBADF;
+            return;
+        }
+        record = found->second;
+        table.records.erase(found);
+    }
+    Notify(Event::HandleClose, thread);
+    if (record->ended.load(std::memory_order_acquire))
+        pthread_join(record->thread, nullptr);
+    else
+        pthread_detach(record->thread);
+    DropReference(record);
+}
+
+QZUInt64 ThreadCurrentId()
+{
+    ThreadRecord* record = t_state.record;
+    // Threads from elsewhere get numbers that no thread started here can have.
+    return record != nullptr ? record->id : (QZUInt64{1} << 62) + static_cast<QZUInt64>(gettid());
+}
+
+QZUInt64 ThreadIdOf(QZInt64 thread)
+{
+    RecordUse record(thread);
+    return record ? record->id : 0;
+}
+
+int ProcessorCount()
+{
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof(set), &set) == 0 && CPU_COUNT(&set) > 0) return CPU_COUNT(&set);
+    long count = sysconf(_SC_NPROCESSORS_ONLN);
+    return count > 0 ? static_cast<int>(count) : 1;
 }
 
 // ---- Locks
 // -----------------------------------------------------------------------------------------------------
 
-void *MutexCreate() {
-  TerminationHold hold;
-  pthread_mutex_t *mutex = new (std::nothrow) pthread_mutex_t;
-  if (mutex == nullptr) {
-    errno = ENOMEM;
-    return nullptr;
-  }
-  pthread_mutexattr_t attributes;
-  pthread_mutexattr_init(&attributes);
-  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-  pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
-  pthread_mutex_init(mutex, &attributes);
-  pthread_mutexattr_destroy(&attributes);
-  return mutex;
+void* MutexCreate()
+{
+    TerminationHold hold;
+    pthread_mutex_t* mutex = new (std::nothrow) pthread_mutex_t;
+    if (mutex == nullptr)
+    {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+    pthread_mutex_init(mutex, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+    return mutex;
 }
 
-bool MutexLock(void *mutex) {
-  ThreadGate();
-  if (!Gate(Op::MutexLock))
-    return false;
-  if (mutex == nullptr) {
-    errno = EBADF;
-    return false;
-  }
-  return LockRobust(static_cast<pthread_mutex_t *>(mutex));
+bool MutexLock(void* mutex)
+{
+    ThreadGate();
+    if (!Gate(Op::MutexLock)) return false;
+    if (mutex == nullptr)
+    {
+        errno = EBADF;
+        return false;
+    }
+    return LockRobust(static_cast<pthread_mutex_t*>(mutex));
 }
 
-bool MutexUnlock(void *mutex) {
-  int error = mutex == nullptr
-                  ? EBADF
-                  : pthread_mutex_unlock(static_cast<pthread_mutex_t *>(mutex));
-  if (error != 0)
-    errno = error;
-  return error == 0;
+bool MutexUnlock(void* mutex)
+{
+    int error = mutex == nullptr ? EBADF : pthread_mutex_unlock(static_cast<pthread_mutex_t*>(mutex));
+    if (error != 0) errno = error;
+    return error == 0;
 }
 
-void MutexClose(void *mutex) {
-  if (mutex == nullptr)
-    return;
-  TerminationHold hold;
-  Notify(Event::HandleClose, reinterpret_cast<QZInt64>(mutex));
-  // Held by the caller or free: the last one to hold it closes it.
-  while (pthread_mutex_unlock(static_cast<pthread_mutex_t *>(mutex)) == 0) {
-  }
-  pthread_mutex_destroy(static_cast<pthread_mutex_t *>(mutex));
-  delete static_cast<pthread_mutex_t *>(mutex);
+void MutexClose(void* mutex)
+{
+    if (mutex == nullptr) return;
+    TerminationHold hold;
+    Notify(Event::HandleClose, reinterpret_cast<QZInt64>(mutex));
+    // Held by the caller or free: the last one to hold it closes it.
+    while (pthread_mutex_unlock(static_cast<pthread_mutex_t*>(mutex)) == 0)
+    {}
+    pthread_mutex_destroy(static_cast<pthread_mutex_t*>(mutex));
+    delete static_cast<pthread_mutex_t*>(mutex);
 }
 
 QZInt64 CriticalSize() { return sizeof(pthread_mutex_t); }
 
-void CriticalInit(void *section) {
-  pthread_mutexattr_t attributes;
-  pthread_mutexattr_init(&attributes);
-  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-  pthread_mutex_init(static_cast<pthread_mutex_t *>(section), &attributes);
-  pthread_mutexattr_destroy(&attributes);
+void CriticalInit(void* section)
+{
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutex_init(static_cast<pthread_mutex_t*>(section), &attributes);
+    pthread_mutexattr_destroy(&attributes);
 }
 
-void CriticalEnter(void *section) {
-  ThreadGate();
-  pthread_mutex_lock(static_cast<pthread_mutex_t *>(section));
+void CriticalEnter(void* section)
+{
+    ThreadGate();
+    pthread_mutex_lock(static_cast<pthread_mutex_t*>(section));
 }
 
-void CriticalLeave(void *section) {
-  // The recursive kind refuses a thread that does not hold it, which is all
-  // that a surplus leave needs.
-  pthread_mutex_unlock(static_cast<pthread_mutex_t *>(section));
+void CriticalLeave(void* section)
+{
+    // The recursive kind refuses a thread that does not hold it, which is all
+    // that a surplus leave needs.
+    pthread_mutex_unlock(static_cast<pthread_mutex_t*>(section));
 }
 
-void CriticalDelete(void *section) {
-  pthread_mutex_destroy(static_cast<pthread_mutex_t *>(section));
-}
+void CriticalDelete(void* section) { pthread_mutex_destroy(static_cast<pthread_mutex_t*>(section)); }
 
 // ---- Sleep
 // -----------------------------------------------------------------------------------------------------
 
-void Sleep(QZUInt32 milliseconds) {
-  ThreadGate();
-  Notify(Event::Sleep, milliseconds);
-  timespec until;
-  clock_gettime(CLOCK_MONOTONIC, &until);
-  QZInt64 nanoseconds =
-      until.tv_nsec + static_cast<QZInt64>(milliseconds % 1000) * 1000000;
-  until.tv_sec += milliseconds / 1000 + nanoseconds / 1000000000;
-  until.tv_nsec = nanoseconds % 1000000000;
-  if (milliseconds == 0)
-    sched_yield();
-  else
-    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) ==
-           EINTR) {
-    }
-  ThreadGate();
+void Sleep(QZUInt32 milliseconds)
+{
+    ThreadGate();
+    Notify(Event::Sleep, milliseconds);
+    timespec until;
+    clock_gettime(CLOCK_MONOTONIC, &until);
+    QZInt64 nanoseconds = until.tv_nsec + static_cast<QZInt64>(milliseconds % 1000) * 1000000;
+    until.tv_sec += milliseconds / 1000 + nanoseconds / 1000000000;
+    until.tv_nsec = nanoseconds % 1000000000;
+    if (milliseconds == 0)
+        sched_yield();
+    else
+        while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) == EINTR)
+        {}
+    ThreadGate();
 }
 
 void TimerBegin(QZUInt32 period) { Notify(Event::TimerBegin, period); }
 
 void TimerEnd(QZUInt32 period) { Notify(Event::TimerEnd, period); }
 
-int NetStart() {
-  if (!Gate(Op::NetStart))
-    return static_cast<int>(LastError());
-  return 0;
+int NetStart()
+{
+    if (!Gate(Op::NetStart)) return static_cast<int>(LastError());
+    return 0;
 }
 
 void NetEnd() {}
 
-QZInt64 SleepSocketOpen() {
-  return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
+QZInt64 SleepSocketOpen() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP); }
+
+void SleepSocketClose(QZInt64 socket)
+{
+    if (socket >= 0) close(static_cast<int>(socket));
 }
 
-void SleepSocketClose(QZInt64 socket) {
-  if (socket >= 0)
-    close(static_cast<int>(socket));
+void SleepSocketWait(QZInt64 socket, int seconds, int microseconds)
+{
+    ThreadGate();
+    Notify(Event::SleepMicro, static_cast<QZInt64>(seconds) * 1000000 + microseconds);
+    fd_set exceptions;
+    FD_ZERO(&exceptions);
+    // The set is there for form; a first argument of 0 has nobody look into it.
+    if (socket >= 0 && socket < FD_SETSIZE) FD_SET(static_cast<int>(socket), &exceptions);
+    timeval time;
+    time.tv_sec = seconds;
+    time.tv_usec = microseconds;
+    select(0, nullptr, nullptr, &exceptions, &time);
+    ThreadGate();
 }
 
-void SleepSocketWait(QZInt64 socket, int seconds, int microseconds) {
-  ThreadGate();
-  Notify(Event::SleepMicro,
-         static_cast<QZInt64>(seconds) * 1000000 + microseconds);
-  fd_set exceptions;
-  FD_ZERO(&exceptions);
-  // The set is there for form; a first argument of 0 has nobody look into it.
-  if (socket >= 0 && socket < FD_SETSIZE)
-    FD_SET(static_cast<int>(socket), &exceptions);
-  timeval time;
-  time.tv_sec = seconds;
-  time.tv_usec = microseconds;
-  select(0, nullptr, nullptr, &exceptions, &time);
-  ThreadGate();
-}
-
-} // namespace os
+}  // namespace os
