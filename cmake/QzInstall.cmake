@@ -2,6 +2,9 @@
 
 include(CMakePackageConfigHelpers)
 
+# The library and what hosts build with is the component "development"; the programs under apps/ are "programs".
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
+
 install(TARGETS qzlib EXPORT qzlib
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
