@@ -1,0 +1,300 @@
+#include "os/os_thread.h"
+
+#include <new>
+
+#include "fw/fw_memory.h"
+#include "os/os_system.h"
+
+const QZInt64 QZMutex::Type;
+const QZInt64 QZCriticalSection::Type;
+const QZInt64 QZThread::Type;
+const QZInt64 QZThread::StatusStop;
+const QZInt64 QZThread::StatusRun;
+const QZInt64 QZThread::StatusEnd;
+const QZInt64 QZThread::StatusWaitInit;
+
+// ---- QZMutex
+// ---------------------------------------------------------------------------------------------------
+
+QZMutex::QZMutex() : m_handle(os::MutexCreate()) {}
+
+QZMutex::~QZMutex()
+{
+    Lock();
+    os::MutexClose(m_handle);
+}
+
+QZInt64 QZMutex::GetType() { return 0x81FFD00; }
+
+void QZMutex::Lock()
+{
+    // Callers count on Lock coming back normally even where the wait failed.
+    if (!os::MutexLock(m_handle)) static_cast<void>(os::LastError());
+}
+
+void QZMutex::Unlock() { os::MutexUnlock(m_handle); }
+
+// ---- QZCriticalSection
+// -----------------------------------------------------------------------------------------
+
+QZCriticalSection::QZCriticalSection() : m_section(MemoryRawAllocate(os::CriticalSize()))
+{
+    if (m_section != nullptr) os::CriticalInit(m_section);
+}
+
+QZCriticalSection::~QZCriticalSection()
+{
+    if (m_section == nullptr) return;
+    os::CriticalDelete(m_section);
+    MemoryRawFree(m_section, os::CriticalSize());
+}
+
+QZInt64 QZCriticalSection::GetType() { return 0x81FFE00; }
+
+void QZCriticalSection::Lock()
+{
+    if (m_section != nullptr) os::CriticalEnter(m_section);
+}
+
+void QZCriticalSection::Unlock()
+{
+    if (m_section != nullptr) os::CriticalLeave(m_section);
+}
+
+// ---- The running threads
+// ---------------------------------------------------------------------------------------
+
+namespace
+{
+
+constexpr int kSlots = 64;
+
+/// Which library threads run: one slot with the thread's identity each. A slot is taken and given back in one
+/// step, so a thread that is terminated anywhere is either in or out, and Terminate can take it out for good.
+struct RunningThreads
+{
+    std::atomic<QZUInt64> slots[kSlots];
+    std::atomic<RunningThreads*> next;
+};
+
+// Static and without a constructor that runs: threads may outlive every other static object.
+constinit RunningThreads g_running{};
+constinit std::atomic<QZInt64> g_unlisted{0};
+constinit std::atomic<QZByte> g_abort{0};
+constinit std::atomic<bool> g_initialised{false};
+constinit std::atomic<void*> g_mutex{nullptr};
+constinit std::atomic<QZInt64> g_sleepSocket{-1};
+
+RunningThreads* NextChunk(RunningThreads* chunk)
+{
+    RunningThreads* next = chunk->next.load();
+    if (next != nullptr) return next;
+    void* block = os::HeapAllocate(sizeof(RunningThreads));
+    if (block == nullptr) return nullptr;
+    RunningThreads* made = new (block) RunningThreads{};
+    if (chunk->next.compare_exchange_strong(next, made)) return made;
+    os::HeapFree(block);
+    return next;
+}
+
+void Enlist(QZUInt64 id)
+{
+    for (RunningThreads* chunk = &g_running; chunk != nullptr; chunk = NextChunk(chunk))
+    {
+        for (std::atomic<QZUInt64>& slot : chunk->slots)
+        {
+            QZUInt64 free = 0;
+            if (slot.compare_exchange_strong(free, id)) return;
+        }
+    }
+    g_unlisted.fetch_add(1);
+}
+
+bool Discharge(QZUInt64 id)
+{
+    for (RunningThreads* chunk = &g_running; chunk != nullptr; chunk = chunk->next.load())
+    {
+        for (std::atomic<QZUInt64>& slot : chunk->slots)
+        {
+            QZUInt64 mine = id;
+            if (slot.compare_exchange_strong(mine, 0)) return true;
+        }
+    }
+    return false;
+}
+
+bool AnyRunning()
+{
+    for (RunningThreads* chunk = &g_running; chunk != nullptr; chunk = chunk->next.load())
+        for (std::atomic<QZUInt64>& slot : chunk->slots)
+            if (slot.load() != 0) return true;
+    return g_unlisted.load() > 0;
+}
+
+void* GlobalMutex()
+{
+    // After the end of the thread layer there is no mutex and every wait for it fails at once.
+    return g_initialised.load() ? g_mutex.load() : nullptr;
+}
+
+void CountIn()
+{
+    QZThread::Lock();
+    Enlist(os::ThreadCurrentId());
+    QZThread::Unlock();
+}
+
+void CountOut()
+{
+    QZThread::Lock();
+    if (!Discharge(os::ThreadCurrentId())) g_unlisted.fetch_sub(1);
+    QZThread::Unlock();
+}
+
+struct StartOne
+{
+    void (*routine)(void*);
+    void* argument;
+};
+
+struct StartTwo
+{
+    void (*routine)(void*, void*);
+    void* first;
+    void* second;
+};
+
+void EnterPlain(void* parameter)
+{
+    CountIn();
+    reinterpret_cast<void (*)()>(parameter)();
+    CountOut();
+}
+
+void EnterOne(void* parameter)
+{
+    CountIn();
+    StartOne start = *static_cast<StartOne*>(parameter);
+    MemoryRawFree(parameter, sizeof(StartOne));
+    start.routine(start.argument);
+    CountOut();
+}
+
+void EnterTwo(void* parameter)
+{
+    CountIn();
+    StartTwo start = *static_cast<StartTwo*>(parameter);
+    MemoryRawFree(parameter, sizeof(StartTwo));
+    start.routine(start.first, start.second);
+    CountOut();
+}
+
+template <typename Start>
+long long CreateWith(void (*entry)(void*), const Start& start)
+{
+    void* block = MemoryRawAllocate(sizeof(Start));
+    if (block == nullptr) return 0;
+    QZInt64 handle = os::ThreadCreate(entry, new (block) Start(start));
+    if (handle == 0) MemoryRawFree(block, sizeof(Start));
+    return handle;
+}
+
+}  // namespace
+
+void QZThreadRuntimeInit()
+{
+    if (g_initialised.load()) return;
+    // The platform's mutex is made once and kept: a thread may still be on its way into it when the layer
+    // ends.
+    if (g_mutex.load() == nullptr) g_mutex.store(os::MutexCreate());
+    g_sleepSocket.store(os::SleepSocketOpen());
+    g_initialised.store(true);
+}
+
+void QZThreadRuntimeEnd()
+{
+    if (g_initialised.load())
+    {
+        void* mutex = g_mutex.load();
+        os::MutexLock(mutex);
+        QZInt64 socket = g_sleepSocket.exchange(-1);
+        g_initialised.store(false);
+        // Whoever still waits for it gets through, so that it can be counted off.
+        os::MutexUnlock(mutex);
+        os::SleepSocketClose(socket);
+    }
+    // From here on the mutex is gone and threads count themselves off unguarded; the end waits for them all
+    // the same.
+    QZThread::ThreadsAbort();
+    QZThread::WaitForThreadsEnd();
+}
+
+// ---- QZThread, static operations
+// -------------------------------------------------------------------------------
+
+long long QZThread::Create(void (*routine)())
+{
+    return os::ThreadCreate(EnterPlain, reinterpret_cast<void*>(routine));
+}
+
+long long QZThread::Create(void (*routine)(void*), void* argument)
+{
+    return CreateWith(EnterOne, StartOne{routine, argument});
+}
+
+long long QZThread::Create(void (*routine)(void*, void*), void* first, void* second)
+{
+    return CreateWith(EnterTwo, StartTwo{routine, first, second});
+}
+
+void QZThread::Sleep(int milliseconds)
+{
+    if (milliseconds < 0) return;
+    QZUInt32 time = static_cast<QZUInt32>(milliseconds);
+    QZUInt32 period = milliseconds < 100 ? 1 : milliseconds < 1000 ? 10 : 0;
+    if (period != 0) os::TimerBegin(period);
+    os::Sleep(time);
+    if (period != 0) os::TimerEnd(period);
+}
+
+void QZThread::SleepUs(int microseconds)
+{
+    os::SleepSocketWait(g_sleepSocket.load(), microseconds / 1000000, microseconds % 1000000);
+}
+
+void QZThread::Lock() { os::MutexLock(GlobalMutex()); }
+
+void QZThread::Unlock() { os::MutexUnlock(GlobalMutex()); }
+
+QZByte QZThread::Terminate(long long handle)
+{
+    QZUInt64 id = os::ThreadIdOf(handle);
+    bool self = id != 0 && id == os::ThreadCurrentId();
+    // A killed thread cannot count itself off.
+    bool counted = self && Discharge(id);
+    if (!os::ThreadTerminate(handle))
+    {
+        if (counted) Enlist(id);
+        return 0;
+    }
+    if (id != 0) Discharge(id);
+    return 1;
+}
+
+void QZThread::Close(long long handle) { os::ThreadClose(handle); }
+
+void QZThread::ThreadsAbort() { g_abort.store(1, std::memory_order_relaxed); }
+
+QZByte QZThread::IsThreadsAbort() { return g_abort.load(std::memory_order_relaxed); }
+
+void QZThread::WaitForThreadsEnd()
+{
+    for (;;)
+    {
+        Lock();
+        bool running = AnyRunning();
+        Unlock();
+        if (!running) return;
+        Sleep(1);
+    }
+}

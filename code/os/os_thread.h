@@ -1,0 +1,156 @@
+#ifndef QZLIB_OS_THREAD_H
+#define QZLIB_OS_THREAD_H
+
+#include <atomic>
+
+#include "fw/fw_object.h"
+
+class QZTask;
+
+/// A recursive lock of the platform, for waits that may be long. Destruction waits for the holder.
+/// Nothing here throws; any thread may call.
+class QZ_API QZMutex : public QZObject
+{
+public:
+    static const QZInt64 Type = 0x81FFD00;
+
+    QZMutex();
+    /// Acquires the mutex, without limit, and only then gives it back to the system.
+    ~QZMutex() override;
+    QZMutex(const QZMutex&) = delete;
+    QZMutex& operator=(const QZMutex&) = delete;
+
+    QZInt64 GetType() override;
+
+    /// Waits without limit. A wait that fails is not reported.
+    void Lock();
+    /// Gives one Lock of the calling thread back; without one it does nothing.
+    void Unlock();
+
+private:
+    void* m_handle;
+};
+
+/// A recursive lock of this process, the library's usual one. Nothing here throws; any thread may call.
+class QZ_API QZCriticalSection : public QZObject
+{
+public:
+    static const QZInt64 Type = 0x81FFE00;
+
+    QZCriticalSection();
+    ~QZCriticalSection() override;
+    QZCriticalSection(const QZCriticalSection&) = delete;
+    QZCriticalSection& operator=(const QZCriticalSection&) = delete;
+
+    QZInt64 GetType() override;
+
+    /// Waits without limit.
+    virtual void Lock();
+    /// Gives one Lock of the calling thread back; without one it does nothing.
+    virtual void Unlock();
+
+private:
+    void* m_section;
+};
+
+/// Holds a critical section from construction to the end of the scope.
+class QZCriticalGuard
+{
+public:
+    explicit QZCriticalGuard(QZCriticalSection* section) : m_section(section) { m_section->Lock(); }
+    ~QZCriticalGuard() { m_section->Unlock(); }
+    QZCriticalGuard(const QZCriticalGuard&) = delete;
+    QZCriticalGuard& operator=(const QZCriticalGuard&) = delete;
+
+private:
+    QZCriticalSection* m_section;
+};
+
+/// A worker that runs one QZTask at a time and is suspended in between; its static operations are the
+/// library's general thread interface.
+///
+/// Tasks are not owned. The worker holds the object's lock for the whole of a task's Execute. Exceptions of a
+/// task are recycled without report. Any thread may call; a task may call its own worker.
+class QZ_API QZThread : public QZObject
+{
+public:
+    static const QZInt64 Type = 0x81FFF30;
+    /// The worker is suspended or about to suspend.
+    static const QZInt64 StatusStop = 0;
+    /// The worker was resumed and has work.
+    static const QZInt64 StatusRun = 1;
+    /// The worker routine has left.
+    static const QZInt64 StatusEnd = 2;
+    /// The object is being constructed.
+    static const QZInt64 StatusWaitInit = 3;
+
+    /// Starts the worker and suspends it.
+    QZThread();
+    /// Waits for the worker up to the timeout; a task that runs longer is killed with its thread, whatever it
+    /// holds.
+    ~QZThread() override;
+    QZThread(const QZThread&) = delete;
+    QZThread& operator=(const QZThread&) = delete;
+
+    QZInt64 GetType() override;
+
+    /// Milliseconds that the destructor waits for the worker, 5000 at first.
+    void SetTimeout(long long timeout);
+
+    /// Hands a task over: 0 when the worker is marked as working, else 1. Blocks while the worker is inside
+    /// Execute and while another worker has the task.
+    QZByte ExecOrNot(QZTask* task);
+
+    /// 1 from a task's hand-over until the worker has finished it; read without the lock.
+    QZByte IsWorking();
+
+    /// Starts a thread on the routine, at once runnable. The handle is the caller's, to be given back with
+    /// Close; 0 on failure. The thread counts as running until the routine returns.
+    static long long Create(void (*routine)());
+    static long long Create(void (*routine)(void*), void* argument);
+    static long long Create(void (*routine)(void*, void*), void* first, void* second);
+
+    /// Sleeps for that many milliseconds, truly: below 1000 the timer resolution is raised for the time of
+    /// the call. A negative time returns at once.
+    static void Sleep(int milliseconds);
+    /// Sleeps for that many microseconds, as exact as the platform's select.
+    static void SleepUs(int microseconds);
+
+    /// The process-wide mutex; waits without limit.
+    static void Lock();
+    static void Unlock();
+
+    /// Kills the thread where it stands: nothing is unwound and what it holds stays held. 1 on success.
+    static QZByte Terminate(long long handle);
+    /// Gives the handle back; the thread goes on running.
+    static void Close(long long handle);
+
+    /// Sets the abort flag. Nothing clears it: every worker and every loop of the library leaves at its next
+    /// check.
+    static void ThreadsAbort();
+    static QZByte IsThreadsAbort();
+    /// Returns when no thread made by Create runs.
+    static void WaitForThreadsEnd();
+
+private:
+    void Suspend();
+    void Resume();
+    void RunTask();
+    bool MustLeave();
+    static void Proc(void* self);
+
+    std::atomic<QZByte> m_working;
+    QZInt64 m_handle;
+    QZTask* m_task;
+    QZCriticalSection* m_lock;
+    std::atomic<QZInt64> m_timeout;
+    std::atomic<QZByte> m_ending;
+    std::atomic<QZInt64> m_status;
+};
+
+/// Start and stop of the thread layer, for QZLibInit and QZLibDispose. The end takes the global mutex away,
+/// sets the abort flag and returns when the last thread made by QZThread::Create has returned.
+void QZThreadRuntimeInit();
+void QZThreadRuntimeEnd();
+
+#endif
