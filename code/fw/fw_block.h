@@ -6,9 +6,10 @@
 
 /// The self-describing storage block behind QZData, QZString and QZQueue. Internal.
 ///
-/// Layout, 64-bit words: marker 65535, data type, size, offset (head room), structure size; then the structure area, the
-/// head room, the data; and at the end of the data, rounded up to a multiple of 8, the guard word. The block lies in a
-/// buffer of the memory manager, whose requested size is the block's capacity, a multiple of 512.
+/// Layout, 64-bit words: marker 65535, data type, size, offset (head room), structure size; then the
+/// structure area, the head room, the data; and at the end of the data, rounded up to a multiple of 8, the
+/// guard word. The block lies in a buffer of the memory manager, whose requested size is the block's
+/// capacity, a multiple of 512.
 namespace block
 {
 inline constexpr QZInt64 kMarker = 65535;
@@ -32,7 +33,8 @@ inline QZInt64 Length(QZInt64 structSize, QZInt64 offset, QZInt64 size)
 }
 inline QZInt64 Length(const void* b) { return Length(StructSize(b), Offset(b), Size(b)); }
 
-/// A new block with cleared storage. Null for a negative size (QZLastError stays) or no memory (QZLastError 4352).
+/// A new block with cleared storage. Null for a negative size (QZLastError stays) or no memory (QZLastError
+/// 4352).
 void* Make(QZInt64 type, QZInt64 offset, QZInt64 size, QZInt64 structSize);
 
 /// A copy of a whole block: type, structure area and head room included. Null as for Make.

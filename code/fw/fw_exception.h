@@ -8,9 +8,10 @@ class QZString;
 
 /// The root of the library's one exception family.
 ///
-/// A failing operation throws a pointer that comes from QZExceptionFactory. Whoever catches it owns it and gives it back
-/// with QZExceptionFactory::Recycle. It carries a code, a message and two traces: class, method and parameter types in
-/// one, class, method and argument values in the other. The three strings belong to the exception.
+/// A failing operation throws a pointer that comes from QZExceptionFactory. Whoever catches it owns it and
+/// gives it back with QZExceptionFactory::Recycle. It carries a code, a message and two traces: class, method
+/// and parameter types in one, class, method and argument values in the other. The three strings belong to
+/// the exception.
 class QZ_API QZException : public QZObject
 {
 public:
@@ -28,20 +29,20 @@ public:
     /// The message, owned by the exception.
     QZString* GetMsg();
 
-    /// The traces, owned by the exception. Reading a trace closes it: ")" is appended unless it ends with one, so that an
-    /// empty trace reads ")".
+    /// The traces, owned by the exception. Reading a trace closes it: ")" is appended unless it ends with
+    /// one, so that an empty trace reads ")".
     QZString* GetStackTrace();
     QZString* GetArgumentTrace();
 
     /// Empties message and traces and sets the code to 0.
     void Clear();
 
-    /// Builds the message: the text (null for none), a blank and the code's text (unless the code is 0, which leaves the
-    /// code that was there), a blank and the system's text (unless lastError is 0).
+    /// Builds the message: the text (null for none), a blank and the code's text (unless the code is 0, which
+    /// leaves the code that was there), a blank and the system's text (unless lastError is 0).
     void Set(const QZWChar* message, QZUInt64 code, QZInt64 lastError);
 
-    /// Adds the value of an argument to the argument trace; ", " goes before it unless the trace ends with "(".
-    /// Null texts read "<NULL>".
+    /// Adds the value of an argument to the argument trace; ", " goes before it unless the trace ends with
+    /// "(". Null texts read "<NULL>".
     void ArgumentTraceAppend(const char* text);
     void ArgumentTraceAppend(const QZWChar* text);
     void ArgumentTraceAppend(QZString* text);
@@ -59,7 +60,8 @@ public:
     /// The calling thread's last system error number.
     static QZInt64 GetLastError();
 
-    /// Opens a frame in both traces and adds a parameter type to the open frame of the stack trace. They serve QZTrace.
+    /// Opens a frame in both traces and adds a parameter type to the open frame of the stack trace. They
+    /// serve QZTrace.
     void StackTraceBegin(const QZWChar* className, const QZWChar* method);
     void StackTraceParameter(const QZWChar* type);
 
@@ -104,8 +106,8 @@ public:
     static const QZInt64 Type = 0x81B1000;
     QZInt64 GetType() override;
     void Set(const QZWChar* message, QZUInt64 code, QZInt64 lastError);
-    /// Codes outside the own table read as those of QZException do: WriteFailed is "OutOfMemory" and ReadFailed is
-    /// "unknown error".
+    /// Codes outside the own table read as those of QZException do: WriteFailed is "OutOfMemory" and
+    /// ReadFailed is "unknown error".
     const QZWChar* ErrorCodeToMessage(QZInt64 code);
 
 protected:

@@ -6,8 +6,9 @@
 class QZObjectCache;
 class QZCollection;
 
-/// Makes and takes back exceptions. Every Create... hands the exception to its caller, who throws it; whoever catches it
-/// gives it back with Recycle. Recycled exceptions are deleted, so a fresh one carries no stale trace.
+/// Makes and takes back exceptions. Every Create... hands the exception to its caller, who throws it; whoever
+/// catches it gives it back with Recycle. Recycled exceptions are deleted, so a fresh one carries no stale
+/// trace.
 class QZ_API QZExceptionFactory
 {
 public:
@@ -43,8 +44,8 @@ public:
     static QZJsonException* CreateJsonException();
     static QZJsonException* CreateJsonException(QZInt64 code);
 
-    /// Deletes the exception through the function registered for its type and clears the variable. A null in the variable
-    /// is a QZLibAssert(false).
+    /// Deletes the exception through the function registered for its type and clears the variable. A null in
+    /// the variable is a QZLibAssert(false).
     /// @throws QZException 5888 for a type that nobody registered; the variable keeps its value
     static void Recycle(QZException** exception);
     static void Recycle(QZIOException** exception);
@@ -54,7 +55,8 @@ public:
     static void Recycle(QZHttpException** exception);
     static void Recycle(QZJsonException** exception);
 
-    /// Registers how exceptions of a type are destroyed. A type that is registered already keeps its function.
+    /// Registers how exceptions of a type are destroyed. A type that is registered already keeps its
+    /// function.
     static void RegisterRecycleFunction(QZInt64 type, void (*function)(QZObject* exception));
 
     /// Collects the caches; see QZObjectCache::Collect.

@@ -8,16 +8,16 @@
 /// All of these but QZLibCollect are called by the host on one thread, before other library threads exist and
 /// after they have ended.
 
-/// The last low-level failure, a value of QZExceptionCode. Written by the memory manager and by the object lock,
-/// never reset by the library.
+/// The last low-level failure, a value of QZExceptionCode. Written by the memory manager and by the object
+/// lock, never reset by the library.
 extern QZ_API QZInt32 QZLastError;
 
 /// Starts the library. Idempotent: a second call returns true at once.
 /// @throws QZSocketException 1024 when the platform's socket layer does not start
 QZ_API QZBool QZLibInit();
 
-/// Ends the library: ends the factories, sets the process-wide abort flag and waits until every thread made by
-/// QZThread::Create has returned. True, and nothing happens, when the library is not initialised.
+/// Ends the library: ends the factories, sets the process-wide abort flag and waits until every thread made
+/// by QZThread::Create has returned. True, and nothing happens, when the library is not initialised.
 QZ_API QZBool QZLibDispose();
 
 /// Collects the caches of the factories. `partial`: release only what stayed idle since the last collection.

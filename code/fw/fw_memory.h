@@ -3,12 +3,13 @@
 
 #include "fw/fw_types.h"
 
-/// Checked byte buffers: every buffer has a header in front and a guard word behind it. All operations are static and
-/// may be called from any thread; a buffer made on one thread may be freed on another.
+/// Checked byte buffers: every buffer has a header in front and a guard word behind it. All operations are
+/// static and may be called from any thread; a buffer made on one thread may be freed on another.
 class QZ_API QZMemory
 {
 public:
-    /// Not 0: every raw block is pattern-tested before it is handed out, and bad memory is put aside for good.
+    /// Not 0: every raw block is pattern-tested before it is handed out, and bad memory is put aside for
+    /// good.
     static QZBool MemoryTest;
 
     /// Copies through the MemCopy hook. The ranges must not overlap.
@@ -34,7 +35,8 @@ public:
     /// Writes the bytes of `source` in reverse order; returns size. The ranges must not overlap.
     static QZInt64 BigendianToLittleendian(void* destination, const void* source, QZInt64 size);
 
-    /// Live raw blocks and their bytes: a figure, resynchronised with the process's working set from time to time.
+    /// Live raw blocks and their bytes: a figure, resynchronised with the process's working set from time to
+    /// time.
     static void AllocInfo(QZInt64* count, QZInt64* bytes);
 
     /// Entries and bytes of the table of memory that was put aside as bad.
@@ -83,10 +85,7 @@ inline void QZMemMove(void* destination, const void* source, QZInt64 size)
     g_qzMemMove(destination, const_cast<void*>(source), size);
 }
 
-inline void QZMemClean(void* destination, QZInt64 size)
-{
-    g_qzMemClean(destination, size);
-}
+inline void QZMemClean(void* destination, QZInt64 size) { g_qzMemClean(destination, size); }
 
 /// Stores a low-level failure code into QZLastError.
 void QZSetLastError(QZInt32 code);
@@ -106,13 +105,15 @@ QZInt64 MemoryGetSize(const void* buffer);
 /// The raw block's size; -1 with QZLastError 256 (null) or 512 (marker damaged).
 QZInt64 MemoryGetBlockSize(const void* buffer);
 
-/// Resizes; bytes past the old block are cleared. Null with QZLastError 256 or 4352, the old buffer staying valid.
+/// Resizes; bytes past the old block are cleared. Null with QZLastError 256 or 4352, the old buffer staying
+/// valid.
 void* MemoryResize(void* buffer, QZInt64 n);
 
 /// Frees. False with QZLastError 256 (null) or 512 (damaged: the block then leaks by design).
 bool MemoryFree(void* buffer);
 
-/// The raw allocator below the buffers, for the library's small system structures: counted, pattern-tested on request.
+/// The raw allocator below the buffers, for the library's small system structures: counted, pattern-tested on
+/// request.
 void* MemoryRawAllocate(QZInt64 size);
 void MemoryRawFree(void* block, QZInt64 size);
 

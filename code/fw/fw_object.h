@@ -5,13 +5,13 @@
 
 /// The root of the library's object classes.
 ///
-/// Gives each object a class identity (GetType and the static Type), a process-wide object id (256, 512, ...), a
-/// lock against destruction and double ownership (SetDisposable), and the two link words with which QZContainer
-/// chains objects without allocating.
+/// Gives each object a class identity (GetType and the static Type), a process-wide object id (256, 512,
+/// ...), a lock against destruction and double ownership (SetDisposable), and the two link words with which
+/// QZContainer chains objects without allocating.
 ///
-/// There is no reference count: ownership is the lock, and its key is the owner's object id. Copying an object copies
-/// every field, id and lock included; real copies are made with the Set operations of a class or by its factory.
-/// Not synchronised: the caller brings whatever lock the object needs.
+/// There is no reference count: ownership is the lock, and its key is the owner's object id. Copying an
+/// object copies every field, id and lock included; real copies are made with the Set operations of a class
+/// or by its factory. Not synchronised: the caller brings whatever lock the object needs.
 class QZ_API QZObject
 {
 public:
@@ -21,7 +21,8 @@ public:
     QZObject(const QZObject& other) = default;
     QZObject& operator=(const QZObject& other) = default;
 
-    /// A locked object sets QZLastError to 1280 and calls the assert hook with false, then is gone all the same.
+    /// A locked object sets QZLastError to 1280 and calls the assert hook with false, then is gone all the
+    /// same.
     virtual ~QZObject();
 
     /// True when the object may be destroyed, recycled or taken in by a container.
@@ -33,7 +34,8 @@ public:
     /// @throws QZException 1280 when a locked object is locked again, even with its own key
     virtual QZBool SetDisposable(QZUInt64 key, QZBool disposable);
 
-    /// The process-wide id, a multiple of 256. An object out of a cache keeps the id of its first construction.
+    /// The process-wide id, a multiple of 256. An object out of a cache keeps the id of its first
+    /// construction.
     virtual QZUInt64 GetObjectID();
 
     /// Bytes that the object owns; object caches use this figure. QZObject: 8.

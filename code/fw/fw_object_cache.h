@@ -6,10 +6,11 @@
 class QZContainer;
 class QZCriticalSection;
 
-/// A typed cache of idle objects: Out hands the most recently returned object out again, or a new one; In takes it back.
+/// A typed cache of idle objects: Out hands the most recently returned object out again, or a new one; In
+/// takes it back.
 ///
-/// The idle list is intrusive, so the reuse path allocates nothing. One critical section per cache; objects may be
-/// returned on another thread than the one that took them.
+/// The idle list is intrusive, so the reuse path allocates nothing. One critical section per cache; objects
+/// may be returned on another thread than the one that took them.
 class QZ_API QZObjectCache : public QZObject
 {
 public:
@@ -19,8 +20,8 @@ public:
     /// @param idleLimit     how many idle objects it keeps; negative: no limit
     QZObjectCache(QZInt64 createdLimit, QZInt64 idleLimit);
 
-    /// Frees the idle list and the section. A derived class collects in its own destructor, where its DeleteObject
-    /// can still be reached.
+    /// Frees the idle list and the section. A derived class collects in its own destructor, where its
+    /// DeleteObject can still be reached.
     ~QZObjectCache() override;
 
     QZInt64 GetMemorySize() override;
@@ -34,8 +35,8 @@ public:
     /// @throws QZException 1280 for a locked object; the variable keeps its value
     void In(QZObject** object);
 
-    /// Full: deletes every idle object. Partial: deletes as many as stayed idle since the last collection, objects that
-    /// have grown beyond a new one first.
+    /// Full: deletes every idle object. Partial: deletes as many as stayed idle since the last collection,
+    /// objects that have grown beyond a new one first.
     void Collect(QZBool partial);
 
     /// Idle objects, read without the section.
@@ -50,7 +51,7 @@ public:
 
 protected:
     virtual QZObject* NewObject() = 0;
-    virtual void DeleteObject(QZObject* object) = 0;
+    virtual void DeleteObject(QZObject* object);
 
 private:
     QZObjectCache(const QZObjectCache& other) = delete;

@@ -19,8 +19,8 @@ public:
     virtual void Report(QZString* text);
 };
 
-/// Where schedulers and server engines send failures that have no caller to go to. The exception stays with the
-/// activity that reports it.
+/// Where schedulers and server engines send failures that have no caller to go to. The exception stays with
+/// the activity that reports it.
 class QZ_API QZErrorReport : public QZReport
 {
 public:

@@ -7,8 +7,10 @@
 /// Builds one frame of an exception's traces in one readable statement. Internal.
 ///
 /// Throwing:
-///     throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), QZ_W("QZString"),
-///                   QZ_W("SubString")).Argument(QZ_W("QZInt64"), start).Argument(QZ_W("QZInt64"), length).Exception();
+///     throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
+///     QZ_W("QZString"),
+///                   QZ_W("SubString")).Argument(QZ_W("QZInt64"), start).Argument(QZ_W("QZInt64"),
+///                   length).Exception();
 ///
 /// Passing on, after cleaning up; `throw;` keeps the static type that was thrown:
 ///     catch (QZException* e)
@@ -28,7 +30,8 @@ public:
         if (m_active) m_exception->StackTraceBegin(className, method);
     }
 
-    /// A parameter with its type name and its value: a number, a text (null reads "<NULL>") or a string object.
+    /// A parameter with its type name and its value: a number, a text (null reads "<NULL>") or a string
+    /// object.
     template <typename V>
     QZTrace& Argument(const QZWChar* type, V value)
     {

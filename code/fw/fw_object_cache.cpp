@@ -1,0 +1,153 @@
+#include "fw/fw_object_cache.h"
+
+#include "fw/fw_collection.h"
+#include "fw/fw_environment.h"
+#include "fw/fw_library.h"
+#include "fw/fw_trace.h"
+#include "os/os_thread.h"
+
+const QZInt64 QZObjectCache::Type;
+
+namespace
+{
+class SectionGuard
+{
+public:
+    explicit SectionGuard(QZCriticalSection* section) : m_section(section) { m_section->Lock(); }
+    ~SectionGuard() { m_section->Unlock(); }
+    SectionGuard(const SectionGuard&) = delete;
+    SectionGuard& operator=(const SectionGuard&) = delete;
+
+private:
+    QZCriticalSection* m_section;
+};
+}  // namespace
+
+QZObjectCache::QZObjectCache(QZInt64 createdLimit, QZInt64 idleLimit)
+    : m_idle(new QZContainer()),
+      m_section(new QZCriticalSection()),
+      m_createdLimit(createdLimit),
+      m_idleLimit(idleLimit)
+{}
+
+QZObjectCache::~QZObjectCache()
+{
+    QZObjectCache::Collect(0);
+    delete m_idle;
+    delete m_section;
+}
+
+QZInt64 QZObjectCache::GetType() { return 0x85F0000; }
+
+void QZObjectCache::DeleteObject(QZObject* object) { delete object; }
+
+QZInt64 QZObjectCache::GetMemorySize()
+{
+    SectionGuard guard(m_section);
+    QZInt64 sum = 8;
+    for (QZObject* object = m_idle->GetFirst(); object; object = object->LinkNext())
+        sum += object->GetMemorySize();
+    return sum;
+}
+
+QZObject* QZObjectCache::Out()
+{
+    QZInt64 start = -1;
+    m_section->Lock();
+    while (m_createdLimit >= 0 && m_created >= m_createdLimit && m_idle->Count() == 0)
+    {
+        m_section->Unlock();
+        if (m_timeout >= 0)
+        {
+            QZInt64 now = QZEnvironment::GetCurrentTimestamp();
+            if (start < 0) start = now;
+            if (start + m_timeout < now) return nullptr;
+        }
+        QZThread::Sleep(5);
+        m_section->Lock();
+    }
+    QZObject* object = nullptr;
+    QZInt64 idle = m_idle->Count();
+    if (idle > 0)
+    {
+        object = m_idle->Pop();
+        if (idle - 1 < m_lowMark) m_lowMark = idle - 1;
+        m_section->Unlock();
+        return object;
+    }
+    try
+    {
+        object = NewObject();
+        if (m_unitSize == 0) m_unitSize = object->GetMemorySize();
+    }
+    catch (...)
+    {
+        m_section->Unlock();
+        throw;
+    }
+    ++m_created;
+    m_section->Unlock();
+    return object;
+}
+
+void QZObjectCache::In(QZObject** object)
+{
+    if (!*object)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    if (!(*object)->IsDisposable())
+    {
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked),
+                      QZ_W("QZObjectCache"), QZ_W("In"))
+            .Exception();
+    }
+    bool discard = false;
+    {
+        SectionGuard guard(m_section);
+        if (m_idleLimit >= 0 && m_idle->Count() >= m_idleLimit)
+            discard = true;
+        else
+            m_idle->Push(*object);
+    }
+    // A discarded object stays in the created count: a cache with both limits runs out of objects after
+    // enough of them.
+    if (discard) DeleteObject(*object);
+    *object = nullptr;
+}
+
+void QZObjectCache::Collect(QZBool partial)
+{
+    SectionGuard guard(m_section);
+    QZInt64 idle = m_idle->Count();
+    QZInt64 remaining = partial ? m_lowMark : idle;
+    if (partial)
+    {
+        // Objects that have grown beyond a new one go first, from the oldest end; they stay in the created
+        // count.
+        for (QZInt64 turn = 0; turn < idle && remaining > 0; ++turn)
+        {
+            QZObject* object = m_idle->DeQueue();
+            if (object->GetMemorySize() <= m_unitSize)
+            {
+                m_idle->EnQueue(object);
+                continue;
+            }
+            DeleteObject(object);
+            --remaining;
+        }
+    }
+    for (; remaining > 0; --remaining)
+    {
+        DeleteObject(m_idle->Pop());
+        --m_created;
+    }
+    m_lowMark = m_idle->Count();
+}
+
+QZInt64 QZObjectCache::Count() { return m_idle->Count(); }
+
+void QZObjectCache::SetTimeout(QZInt64 timeout) { m_timeout = timeout; }
+
+QZInt64 QZObjectCache::GetTimeout() { return m_timeout; }
