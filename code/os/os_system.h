@@ -110,6 +110,10 @@ QZ_API void SetLastError(QZUInt32 error);
 QZUInt32 ErrorFileExists();
 /// The number for "not enough memory".
 QZUInt32 ErrorNoMemory();
+/// The number with which making a directory finds it there.
+QZUInt32 ErrorDirectoryExists();
+/// The number for memory that the caller does not have.
+QZUInt32 ErrorBadAddress();
 
 /// The system's text of an error number with a terminator, in *text; give it
 /// back with ErrorTextFree. Null in *text and false with LastError set when the
@@ -293,8 +297,9 @@ bool DirectoryDelete(const QZWChar* path);
 /// null with LastError set on failure.
 struct DirectoryWalk;
 DirectoryWalk* DirectoryOpen(const QZWChar* path);
-/// The next entry. *name stays valid until the next call; false at the end.
-bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory);
+/// The next entry. *name stays valid until the next call; *link tells that the entry only leads to another
+/// place; false at the end.
+bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory, bool* link);
 void DirectoryClose(DirectoryWalk* walk);
 
 /// The separator that the platform writes.

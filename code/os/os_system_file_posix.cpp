@@ -202,7 +202,7 @@ DirectoryWalk* DirectoryOpen(const QZWChar* path)
     return new DirectoryWalk{handle, bytes, {}};
 }
 
-bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory)
+bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory, bool* link)
 {
     TerminationHold hold;
     for (;;)
@@ -213,6 +213,8 @@ bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory)
         if (text == "." || text == "..") continue;
         struct stat status;
         *directory = fstatat(dirfd(walk->handle), entry->d_name, &status, 0) == 0 && S_ISDIR(status.st_mode);
+        *link = fstatat(dirfd(walk->handle), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+                S_ISLNK(status.st_mode);
         walk->name = ToText(text);
         *name = walk->name.c_str();
         return true;

@@ -151,7 +151,7 @@ DirectoryWalk* DirectoryOpen(const QZWChar* path)
     return nullptr;
 }
 
-bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory)
+bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory, bool* link)
 {
     for (;;)
     {
@@ -161,6 +161,7 @@ bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory)
         if (text[0] == L'.' && (text[1] == 0 || (text[1] == L'.' && text[2] == 0))) continue;
         *name = text;
         *directory = (walk->entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+        *link = (walk->entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
         return true;
     }
 }

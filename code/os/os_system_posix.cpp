@@ -167,6 +167,10 @@ void AssertReport(const char* expression, const char* file, int line)
     std::abort();
 }
 
+QZUInt32 ErrorDirectoryExists() { return EEXIST; }
+
+QZUInt32 ErrorBadAddress() { return EFAULT; }
+
 // ---- Narrow text
 // -----------------------------------------------------------------------------------------------
 

@@ -39,6 +39,10 @@ void AssertReport(const char* expression, const char* file, int line)
     _wassert(wideExpression, wideFile, static_cast<unsigned>(line));
 }
 
+QZUInt32 ErrorDirectoryExists() { return ERROR_ALREADY_EXISTS; }
+
+QZUInt32 ErrorBadAddress() { return ERROR_NOACCESS; }
+
 // ---- Narrow text
 // -----------------------------------------------------------------------------------------------
 
