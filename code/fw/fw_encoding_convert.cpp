@@ -1,0 +1,349 @@
+#include "fw/fw_encoding_convert.h"
+
+#include <algorithm>
+#include <array>
+
+#include "fw/fw_bytes.h"
+#include "fw/fw_memory.h"
+#include "os/os_system.h"
+
+namespace encoding
+{
+namespace
+{
+using Byte = unsigned char;
+
+constexpr std::uint32_t kReplacement = 0xFFFD;
+constexpr std::uint32_t kLargest = 0x10FFFF;
+
+/// What the markers of a sequence add up to, by its trailing count.
+constexpr std::uint32_t kMarkers[6] = {0, 0x3080, 0xE2080, 0x3C82080, 0xFA082080, 0x82082080};
+
+constexpr std::array<Byte, 256> MakeTrailing()
+{
+    std::array<Byte, 256> table{};
+    for (int lead = 0xC0; lead < 0x100; ++lead)
+        table[lead] = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : lead < 0xF8 ? 3 : lead < 0xFC ? 4 : 5;
+    return table;
+}
+constexpr std::array<Byte, 256> kTrailing = MakeTrailing();
+
+bool IsSurrogate(std::uint32_t value) { return value >= 0xD800 && value <= 0xDFFF; }
+bool IsLow(std::uint32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+std::uint32_t Legal(std::uint32_t value) { return value > kLargest || IsSurrogate(value) ? kReplacement : value; }
+
+std::uint32_t Pair(std::uint32_t high, std::uint32_t low)
+{
+    return ((high - 0xD800) << 10) + (low - 0xDC00) + 0x10000;
+}
+
+/// Targets count or store. Put answers false when the target is full, and nothing more goes in.
+struct Sizer
+{
+    QZInt64 done = 0;
+    bool Room(QZInt64) const { return true; }
+    void Ascii8ToUtf16(QZUInt64) { done += 16; }
+    void Ascii4ToUtf8(QZUInt64) { done += 4; }
+    bool PutUtf16(std::uint32_t value)
+    {
+        done += value > 0xFFFF ? 4 : 2;
+        return true;
+    }
+    bool PutUtf32(std::uint32_t)
+    {
+        done += 4;
+        return true;
+    }
+    bool PutUtf8(std::uint32_t value)
+    {
+        done += value < 0x80 ? 1 : value < 0x800 ? 2 : value < 0x10000 ? 3 : 4;
+        return true;
+    }
+};
+
+struct Writer
+{
+    Byte* to;
+    QZInt64 size;
+    QZInt64 done = 0;
+
+    bool Room(QZInt64 bytes) const { return size - done >= bytes; }
+
+    void Ascii8ToUtf16(QZUInt64 bytes)
+    {
+        std::uint16_t units[8];
+        for (int i = 0; i < 8; ++i) units[i] = static_cast<std::uint16_t>((bytes >> (8 * i)) & 0xFF);
+        std::memcpy(to + done, units, sizeof units);
+        done += 16;
+    }
+
+    void Ascii4ToUtf8(QZUInt64 units)
+    {
+        units |= units >> 8;
+        QZStore<std::uint16_t>(to + done, static_cast<std::uint16_t>(units));
+        QZStore<std::uint16_t>(to + done + 2, static_cast<std::uint16_t>(units >> 32));
+        done += 4;
+    }
+
+    bool PutUnit(std::uint32_t unit)
+    {
+        if (!Room(2)) return false;
+        QZStore<std::uint16_t>(to + done, static_cast<std::uint16_t>(unit));
+        done += 2;
+        return true;
+    }
+
+    /// A high surrogate goes in even where its low one has no room left.
+    bool PutUtf16(std::uint32_t value)
+    {
+        if (value <= 0xFFFF) return PutUnit(value);
+        value -= 0x10000;
+        return PutUnit(0xD800 + (value >> 10)) && PutUnit(0xDC00 + (value & 0x3FF));
+    }
+
+    bool PutUtf32(std::uint32_t value)
+    {
+        if (!Room(4)) return false;
+        QZStore<std::uint32_t>(to + done, value);
+        done += 4;
+        return true;
+    }
+
+    bool PutUtf8(std::uint32_t value)
+    {
+        QZInt64 bytes = value < 0x80 ? 1 : value < 0x800 ? 2 : value < 0x10000 ? 3 : 4;
+        if (!Room(bytes)) return false;
+        Byte* p = to + done;
+        done += bytes;
+        if (bytes == 1)
+        {
+            *p = static_cast<Byte>(value);
+            return true;
+        }
+        for (QZInt64 i = bytes - 1; i > 0; --i, value >>= 6) p[i] = static_cast<Byte>(0x80 | (value & 0x3F));
+        constexpr Byte kLead[5] = {0, 0, 0xC0, 0xE0, 0xF0};
+        *p = static_cast<Byte>(kLead[bytes] | value);
+        return true;
+    }
+};
+
+/// Reads one character at *i and moves behind it. False when the source ends inside it.
+bool DecodeUtf8(const Byte* from, QZInt64 size, QZInt64* i, std::uint32_t* value)
+{
+    int trailing = kTrailing[from[*i]];
+    if (size - *i <= trailing) return false;
+    std::uint32_t sum = 0;
+    for (int k = 0; k <= trailing; ++k) sum = (sum << 6) + from[*i + k];
+    *value = Legal(sum - kMarkers[trailing]);
+    *i += trailing + 1;
+    return true;
+}
+
+template <typename Target>
+QZInt64 FromUtf8ToUtf16(const Byte* from, QZInt64 size, Target target)
+{
+    QZInt64 i = 0;
+    while (i < size)
+    {
+        while (size - i >= 8 && target.Room(16))
+        {
+            QZUInt64 bytes = QZLoad<QZUInt64>(from + i);
+            if (bytes & 0x8080808080808080ull) break;
+            target.Ascii8ToUtf16(bytes);
+            i += 8;
+        }
+        if (i == size) break;
+        // To the end of a run of other characters, before eight plain ones are tried again.
+        do
+        {
+            std::uint32_t value;
+            if (!DecodeUtf8(from, size, &i, &value) || !target.PutUtf16(value)) return target.done;
+        } while (i < size && from[i] >= 0x80);
+    }
+    return target.done;
+}
+
+template <typename Target>
+QZInt64 FromUtf8ToUtf32(const Byte* from, QZInt64 size, Target target)
+{
+    QZInt64 i = 0;
+    std::uint32_t value;
+    while (i < size && DecodeUtf8(from, size, &i, &value) && target.PutUtf32(value))
+    {
+    }
+    return target.done;
+}
+
+template <typename Target>
+QZInt64 FromUtf16ToUtf8(const Byte* from, QZInt64 size, Target target)
+{
+    QZInt64 count = size / 2;
+    QZInt64 i = 0;
+    while (i < count)
+    {
+        while (count - i >= 4 && target.Room(4))
+        {
+            QZUInt64 units = QZLoad<QZUInt64>(from + 2 * i);
+            if (units & 0xFF80FF80FF80FF80ull) break;
+            target.Ascii4ToUtf8(units);
+            i += 4;
+        }
+        if (i == count) break;
+        std::uint32_t value = QZLoad<std::uint16_t>(from + 2 * i);
+        ++i;
+        // A pair begins at 0xD801: 0xD800 and its low surrogate go out as two characters of three bytes.
+        if (value >= 0xD801 && value <= 0xDBFF && i < count)
+        {
+            std::uint32_t low = QZLoad<std::uint16_t>(from + 2 * i);
+            if (IsLow(low))
+            {
+                value = Pair(value, low);
+                ++i;
+            }
+        }
+        if (!target.PutUtf8(value)) break;
+    }
+    return target.done;
+}
+
+template <typename Target>
+QZInt64 FromUtf16ToUtf32(const Byte* from, QZInt64 size, Target target)
+{
+    QZInt64 count = size / 2;
+    for (QZInt64 i = 0; i < count;)
+    {
+        std::uint32_t value = QZLoad<std::uint16_t>(from + 2 * i);
+        ++i;
+        if (value >= 0xD800 && value <= 0xDBFF && i < count && IsLow(QZLoad<std::uint16_t>(from + 2 * i)))
+        {
+            value = Pair(value, QZLoad<std::uint16_t>(from + 2 * i));
+            ++i;
+        }
+        if (!target.PutUtf32(Legal(value))) break;
+    }
+    return target.done;
+}
+
+template <typename Target>
+QZInt64 FromUtf32ToUtf8(const Byte* from, QZInt64 size, Target target)
+{
+    for (QZInt64 i = 0; i + 4 <= size; i += 4)
+        if (!target.PutUtf8(Legal(QZLoad<std::uint32_t>(from + i)))) break;
+    return target.done;
+}
+
+template <typename Target>
+QZInt64 FromUtf32ToUtf16(const Byte* from, QZInt64 size, Target target)
+{
+    for (QZInt64 i = 0; i + 4 <= size; i += 4)
+        if (!target.PutUtf16(Legal(QZLoad<std::uint32_t>(from + i)))) break;
+    return target.done;
+}
+
+const Byte* Bytes(const void* p) { return static_cast<const Byte*>(p); }
+
+bool IsAligned(const void* p) { return reinterpret_cast<std::uintptr_t>(p) % alignof(QZWChar) == 0; }
+
+/// A buffer of the memory manager for the time of one conversion.
+class Temporary
+{
+public:
+    explicit Temporary(QZInt64 size) : m_buffer(MemoryAllocate(size)) {}
+    ~Temporary()
+    {
+        if (m_buffer) MemoryFree(m_buffer);
+    }
+    Temporary(const Temporary&) = delete;
+    Temporary& operator=(const Temporary&) = delete;
+    QZWChar* Units() const { return static_cast<QZWChar*>(m_buffer); }
+
+private:
+    void* m_buffer;
+};
+}  // namespace
+
+int TrailingCount(unsigned char lead) { return kTrailing[lead]; }
+
+QZInt64 Utf8ToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
+{
+    return to ? FromUtf8ToUtf16(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+              : FromUtf8ToUtf16(Bytes(from), fromSize, Sizer{});
+}
+
+QZInt64 Utf8ToUtf32(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
+{
+    return to ? FromUtf8ToUtf32(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+              : FromUtf8ToUtf32(Bytes(from), fromSize, Sizer{});
+}
+
+QZInt64 Utf16ToUtf8(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
+{
+    return to ? FromUtf16ToUtf8(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+              : FromUtf16ToUtf8(Bytes(from), fromSize, Sizer{});
+}
+
+QZInt64 Utf16ToUtf32(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
+{
+    return to ? FromUtf16ToUtf32(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+              : FromUtf16ToUtf32(Bytes(from), fromSize, Sizer{});
+}
+
+QZInt64 Utf32ToUtf8(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
+{
+    return to ? FromUtf32ToUtf8(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+              : FromUtf32ToUtf8(Bytes(from), fromSize, Sizer{});
+}
+
+QZInt64 Utf32ToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
+{
+    return to ? FromUtf32ToUtf16(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+              : FromUtf32ToUtf16(Bytes(from), fromSize, Sizer{});
+}
+
+QZInt64 SwapUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
+{
+    QZInt64 size = fromSize - fromSize % 2;
+    if (!to) return size;
+    size = std::min(size, toSize - toSize % 2);
+    for (QZInt64 i = 0; i < size; i += 2)
+    {
+        std::uint16_t unit = QZLoad<std::uint16_t>(QZAt(from, i));
+        QZStore<std::uint16_t>(QZAt(to, i), static_cast<std::uint16_t>(unit << 8 | unit >> 8));
+    }
+    return size;
+}
+
+QZInt64 AnsiToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
+{
+    const char* text = static_cast<const char*>(from);
+    // Every byte is at most one unit: with room for that many the text goes straight into the target.
+    if (to && toSize / 2 >= fromSize && IsAligned(to))
+        return os::NarrowToWide(text, fromSize, static_cast<QZWChar*>(to), toSize / 2) * 2;
+    QZInt64 units = os::NarrowToWide(text, fromSize, nullptr, 0);
+    if (!to) return units * 2;
+    if (toSize / 2 >= units && IsAligned(to))
+        return os::NarrowToWide(text, fromSize, static_cast<QZWChar*>(to), units) * 2;
+    Temporary whole(units * 2);
+    if (!whole.Units()) return -1;
+    units = std::min(os::NarrowToWide(text, fromSize, whole.Units(), units), toSize / 2);
+    QZMemCopy(to, whole.Units(), units * 2);
+    return units * 2;
+}
+
+QZInt64 Utf16ToAnsi(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
+{
+    QZInt64 units = fromSize / 2;
+    if (units > 0 && QZLoad<std::uint16_t>(from) == 0xFEFF)
+    {
+        from = QZAt(from, 2);
+        --units;
+    }
+    char* bytes = static_cast<char*>(to);
+    if (IsAligned(from)) return os::WideToNarrow(static_cast<const QZWChar*>(from), units, bytes, to ? toSize : 0);
+    Temporary aligned(units * 2);
+    if (!aligned.Units()) return -1;
+    QZMemCopy(aligned.Units(), from, units * 2);
+    return os::WideToNarrow(aligned.Units(), units, bytes, to ? toSize : 0);
+}
+}  // namespace encoding

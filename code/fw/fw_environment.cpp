@@ -1,0 +1,27 @@
+#include "fw/fw_environment.h"
+
+#include "fw/fw_string.h"
+#include "fw/fw_string_factory.h"
+
+QZBool QZEnvironment::UseMemPoolCache = 0;
+QZString* QZEnvironment::NewLine = nullptr;
+const QZInt64 QZEnvironment::CurrentCharacterEncodingType;
+const QZInt64 QZEnvironment::CurrentWideCharacterEncodingType;
+
+QZBool QZEnvironment::IsCharacterEncodingType(QZInt64 type) { return type == CurrentCharacterEncodingType; }
+
+QZBool QZEnvironment::IsWideCharacterEncodingType(QZInt64 type) { return type == CurrentWideCharacterEncodingType; }
+
+void QZEnvironment::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
+
+void QZEnvironmentInit()
+{
+    QZEnvironment::NewLine = new QZString(QZ_W("\r\n"));
+    QZEnvironment::UseMemPoolCache = 0;
+}
+
+void QZEnvironmentEnd()
+{
+    delete QZEnvironment::NewLine;
+    QZEnvironment::NewLine = nullptr;
+}

@@ -1,0 +1,107 @@
+#include "fw/fw_string_factory.h"
+
+#include "fw/fw_keyed.h"
+#include "fw/fw_library.h"
+#include "fw/fw_object_cache.h"
+#include "fw/fw_string.h"
+#include "fw/fw_trace.h"
+
+QZObjectCache* QZStringFactory::m_stringCache = nullptr;
+QZObjectCache* QZStringFactory::m_stringCollectionCache = nullptr;
+
+namespace
+{
+/// Fills a string fresh out of the cache; it goes back when that fails.
+template <typename... Arguments>
+QZString* Filled(QZString* text, Arguments... arguments)
+{
+    try
+    {
+        text->Set(arguments...);
+    }
+    catch (QZException*)
+    {
+        QZStringFactory::Recycle(&text);
+        throw;
+    }
+    return text;
+}
+}  // namespace
+
+QZString* QZStringFactory::CreateString() { return static_cast<QZString*>(m_stringCache->Out()); }
+
+QZString* QZStringFactory::CreateString(const char* text) { return Filled(CreateString(), text); }
+
+QZString* QZStringFactory::CreateString(const QZWChar* text) { return Filled(CreateString(), text); }
+
+QZString* QZStringFactory::CreateString(const char* text, QZInt64 size) { return Filled(CreateString(), text, size); }
+
+QZString* QZStringFactory::CreateString(const QZWChar* text, QZInt64 size)
+{
+    return Filled(CreateString(), text, size);
+}
+
+QZString* QZStringFactory::CreateString(QZString* text) { return Filled(CreateString(), text); }
+
+QZStringCollection* QZStringFactory::CreateStringCollection()
+{
+    return static_cast<QZStringCollection*>(m_stringCollectionCache->Out());
+}
+
+void QZStringFactory::Recycle(QZString** text)
+{
+    if (!*text)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    (*text)->Clear();
+    QZObject* object = *text;
+    m_stringCache->In(&object);
+    *text = nullptr;
+}
+
+void QZStringFactory::Recycle(QZStringCollection** collection)
+{
+    if (!*collection)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    while ((*collection)->Count() > 0)
+    {
+        QZString* text = (*collection)->Pop();
+        if (text) Recycle(&text);
+    }
+    QZObject* object = *collection;
+    m_stringCollectionCache->In(&object);
+    *collection = nullptr;
+}
+
+void QZStringFactory::Collect(QZBool partial)
+{
+    m_stringCache->Collect(partial);
+    m_stringCollectionCache->Collect(partial);
+}
+
+QZInt64 QZStringFactory::GetMemorySize()
+{
+    return m_stringCache->GetMemorySize() + m_stringCollectionCache->GetMemorySize();
+}
+
+void QZStringFactoryInit()
+{
+    if (QZStringFactory::m_stringCache) return;
+    QZStringFactory::m_stringCache = new QZCache<QZString>(-1, -1);
+    QZStringFactory::m_stringCollectionCache = new QZCache<QZStringCollection>(-1, -1);
+}
+
+void QZStringFactoryEnd()
+{
+    if (!QZStringFactory::m_stringCache) return;
+    QZStringFactory::Collect(0);
+    delete QZStringFactory::m_stringCache;
+    delete QZStringFactory::m_stringCollectionCache;
+    QZStringFactory::m_stringCache = nullptr;
+    QZStringFactory::m_stringCollectionCache = nullptr;
+}

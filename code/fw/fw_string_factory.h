@@ -1,0 +1,55 @@
+#ifndef QZLIB_FW_STRING_FACTORY_H
+#define QZLIB_FW_STRING_FACTORY_H
+
+#include "fw/fw_types.h"
+
+class QZJsonObject;
+class QZObjectCache;
+class QZString;
+class QZStringCollection;
+
+/// Hands out strings and string collections from caches and takes them back. What Create... answers belongs to the
+/// caller until Recycle. May be called from any thread between QZLibInit and QZLibDispose.
+class QZ_API QZStringFactory
+{
+public:
+    static QZString* CreateString();
+    /// Null text makes an empty string; sizes are in bytes, see the constructors of QZString for what throws.
+    static QZString* CreateString(const char* text);
+    static QZString* CreateString(const QZWChar* text);
+    static QZString* CreateString(const char* text, QZInt64 size);
+    static QZString* CreateString(const QZWChar* text, QZInt64 size);
+    static QZString* CreateString(QZString* text);
+
+    static QZStringCollection* CreateStringCollection();
+
+    /// Clears the object, gives it back and clears the variable; the collection's strings go back too. A null in the
+    /// variable is a QZLibAssert(false).
+    /// @throws QZException 1280 for a locked object; the variable keeps its value
+    static void Recycle(QZString** text);
+    static void Recycle(QZStringCollection** collection);
+    /// Takes back what GetStatus gave.
+    static void Recycle(QZJsonObject** status);
+
+    /// Collects both caches; see QZObjectCache::Collect.
+    static void Collect(QZBool partial);
+
+    /// A new object with the idle counts "String" and "StringCollection"; given back with Recycle.
+    static QZJsonObject* GetStatus();
+
+    /// Bytes that idle objects own.
+    static QZInt64 GetMemorySize();
+
+private:
+    friend void QZStringFactoryInit();
+    friend void QZStringFactoryEnd();
+
+    static QZObjectCache* m_stringCache;
+    static QZObjectCache* m_stringCollectionCache;
+};
+
+/// Start and end, called by QZLibInit and QZLibDispose; each may be called twice without effect. Not exported.
+void QZStringFactoryInit();
+void QZStringFactoryEnd();
+
+#endif
