@@ -73,8 +73,8 @@ QZInt64 CopyText(const void* from, QZInt64 fromSize, QZInt64 unit, void* to, QZI
     return size;
 }
 
-QZInt64 ThroughUtf16(encoding::Converter in, encoding::Converter out, const void* from, QZInt64 fromSize, void* to,
-                     QZInt64 toSize)
+QZInt64 ThroughUtf16(encoding::Converter in, encoding::Converter out, const void* from, QZInt64 fromSize,
+                     void* to, QZInt64 toSize)
 {
     QZInt64 size = in(from, fromSize, nullptr, 0);
     if (size < 0) return -1;

@@ -31,7 +31,10 @@ constexpr std::array<Byte, 256> kTrailing = MakeTrailing();
 bool IsSurrogate(std::uint32_t value) { return value >= 0xD800 && value <= 0xDFFF; }
 bool IsLow(std::uint32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
-std::uint32_t Legal(std::uint32_t value) { return value > kLargest || IsSurrogate(value) ? kReplacement : value; }
+std::uint32_t Legal(std::uint32_t value)
+{
+    return value > kLargest || IsSurrogate(value) ? kReplacement : value;
+}
 
 std::uint32_t Pair(std::uint32_t high, std::uint32_t low)
 {
@@ -155,8 +158,7 @@ QZInt64 FromUtf8ToUtf16(const Byte* from, QZInt64 size, Target target)
         }
         if (i == size) break;
         // To the end of a run of other characters, before eight plain ones are tried again.
-        do
-        {
+        do {
             std::uint32_t value;
             if (!DecodeUtf8(from, size, &i, &value) || !target.PutUtf16(value)) return target.done;
         } while (i < size && from[i] >= 0x80);
@@ -170,8 +172,7 @@ QZInt64 FromUtf8ToUtf32(const Byte* from, QZInt64 size, Target target)
     QZInt64 i = 0;
     std::uint32_t value;
     while (i < size && DecodeUtf8(from, size, &i, &value) && target.PutUtf32(value))
-    {
-    }
+    {}
     return target.done;
 }
 
@@ -340,7 +341,8 @@ QZInt64 Utf16ToAnsi(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize
         --units;
     }
     char* bytes = static_cast<char*>(to);
-    if (IsAligned(from)) return os::WideToNarrow(static_cast<const QZWChar*>(from), units, bytes, to ? toSize : 0);
+    if (IsAligned(from))
+        return os::WideToNarrow(static_cast<const QZWChar*>(from), units, bytes, to ? toSize : 0);
     Temporary aligned(units * 2);
     if (!aligned.Units()) return -1;
     QZMemCopy(aligned.Units(), from, units * 2);

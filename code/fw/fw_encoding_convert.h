@@ -5,9 +5,9 @@
 
 /// The primitive conversions behind QZEncoding. Internal.
 ///
-/// Each takes a source and a target in bytes, at any alignment. With a null target it answers the bytes needed, else it
-/// stops at the target's end and answers the bytes written. What the source leaves over behind its last whole unit is
-/// not looked at.
+/// Each takes a source and a target in bytes, at any alignment. With a null target it answers the bytes
+/// needed, else it stops at the target's end and answers the bytes written. What the source leaves over
+/// behind its last whole unit is not looked at.
 namespace encoding
 {
 using Converter = QZInt64 (*)(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize);

@@ -10,7 +10,10 @@ const QZInt64 QZEnvironment::CurrentWideCharacterEncodingType;
 
 QZBool QZEnvironment::IsCharacterEncodingType(QZInt64 type) { return type == CurrentCharacterEncodingType; }
 
-QZBool QZEnvironment::IsWideCharacterEncodingType(QZInt64 type) { return type == CurrentWideCharacterEncodingType; }
+QZBool QZEnvironment::IsWideCharacterEncodingType(QZInt64 type)
+{
+    return type == CurrentWideCharacterEncodingType;
+}
 
 void QZEnvironment::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
 

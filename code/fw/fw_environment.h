@@ -5,12 +5,13 @@
 
 class QZString;
 
-/// What the library knows of its surroundings: switches that a host sets, the narrow and wide encodings, the clock, and
-/// the host's name, address and working folder. All static, any thread.
+/// What the library knows of its surroundings: switches that a host sets, the narrow and wide encodings, the
+/// clock, and the host's name, address and working folder. All static, any thread.
 class QZ_API QZEnvironment
 {
 public:
-    /// Not 0: allocations go through the pool of recycled blocks. QZLibInit sets it to 0, so a host sets it afterward.
+    /// Not 0: allocations go through the pool of recycled blocks. QZLibInit sets it to 0, so a host sets it
+    /// afterward.
     static QZBool UseMemPoolCache;
 
     /// The library's line end, CR LF; from QZLibInit to QZLibDispose.
@@ -27,7 +28,8 @@ public:
     /// Milliseconds since the system started.
     static QZUInt64 GetTickCount();
 
-    /// The local wall clock in milliseconds from the start of year 1; it jumps with daylight saving and clock changes.
+    /// The local wall clock in milliseconds from the start of year 1; it jumps with daylight saving and clock
+    /// changes.
     static QZInt64 GetCurrentTimestamp();
     /// Sets the system's clock.
     /// @throws QZException 6144 with the system's number

@@ -17,20 +17,10 @@ constexpr double kIntegerLimit = 9223372036854775808.0;
 constexpr double kScale[] = {1.0,    0.1,    0.01,   0.001,   0.0001,  0.00001, 0.000001,
                              1.0e-7, 1.0e-8, 1.0e-9, 1.0e-10, 1.0e-11, 1.0e-12};
 
-constexpr QZUInt64 kPower[] = {1ull,
-                               10ull,
-                               100ull,
-                               1000ull,
-                               10000ull,
-                               100000ull,
-                               1000000ull,
-                               10000000ull,
-                               100000000ull,
-                               1000000000ull,
-                               10000000000ull,
-                               100000000000ull,
-                               1000000000000ull,
-                               10000000000000ull};
+constexpr QZUInt64 kPower[] = {
+    1ull,           10ull,           100ull,           1000ull,          10000ull,
+    100000ull,      1000000ull,      10000000ull,      100000000ull,     1000000000ull,
+    10000000000ull, 100000000000ull, 1000000000000ull, 10000000000000ull};
 
 QZUInt64 Magnitude(QZInt64 value)
 {
@@ -43,8 +33,7 @@ int WriteUnsigned(QZWChar* to, QZUInt64 value)
     QZWChar digits[24];
     QZWChar* end = digits + 24;
     QZWChar* p = end;
-    do
-    {
+    do {
         unsigned digit = static_cast<unsigned>(value % Base);
         *--p = static_cast<QZWChar>(digit < 10 ? '0' + digit : 'A' + digit - 10);
         value /= Base;
@@ -109,7 +98,8 @@ QZInt64 ReadInteger(const Unit* text, QZInt64 count)
         return static_cast<QZInt64>(ReadHex(text + 2, count - 2));
     bool negative = UnitOf(text[0]) == '-';
     QZUInt64 value = 0;
-    // Units that are no digits are counted all the same: callers get a number from any text, and never a failure.
+    // Units that are no digits are counted all the same: callers get a number from any text, and never a
+    // failure.
     for (QZInt64 i = negative ? 1 : 0; i < count; ++i) value = value * 10 + (UnitOf(text[i]) - '0');
     return static_cast<QZInt64>(negative ? 0ull - value : value);
 }
@@ -150,7 +140,8 @@ int WriteUInt64Hex(QZWChar* to, QZUInt64 value) { return WriteUnsigned<16>(to, v
 int WriteDouble(QZWChar* to, double value, QZInt64 precision)
 {
     double magnitude = value < 0 ? -value : value;
-    // What has no 64-bit integer part (huge values, infinities, no number at all) reads as the processor's answer to it.
+    // What has no 64-bit integer part (huge values, infinities, no number at all) reads as the processor's
+    // answer to it.
     if (!(magnitude < kIntegerLimit)) return WriteInt64(to, -0x7FFFFFFFFFFFFFFF - 1);
     QZUInt64 whole = static_cast<QZUInt64>(magnitude);
     double fraction = magnitude - static_cast<double>(whole);

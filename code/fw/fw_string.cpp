@@ -16,16 +16,14 @@ constexpr QZInt64 kTerminator = 2;
 /// Far beyond what memory can hold, and safe to calculate with.
 constexpr QZInt64 kLargestText = 1ll << 60;
 
-void* MakeBlock()
-{
-    return block::Make(QZEncodingType::UTF16LE, block::kDefaultOffset, kTerminator, 0);
-}
+void* MakeBlock() { return block::Make(QZEncodingType::UTF16LE, block::kDefaultOffset, kTerminator, 0); }
 
 /// Bytes of a raw block that are text: its size without the terminator at the end.
 QZInt64 TextSizeOf(const void* b)
 {
     QZInt64 size = block::Size(b);
-    bool terminated = size >= kTerminator && QZLoad<std::uint16_t>(QZAt(block::Data(b), size - kTerminator)) == 0;
+    bool terminated =
+        size >= kTerminator && QZLoad<std::uint16_t>(QZAt(block::Data(b), size - kTerminator)) == 0;
     return terminated ? size - kTerminator : size;
 }
 
@@ -56,7 +54,8 @@ constexpr const QZWChar* kWide = QZ_W("QZWChar*");
 constexpr const QZWChar* kString = QZ_W("QZString*");
 }  // namespace
 
-// ---- Making and storage ------------------------------------------------------------------------------------------------
+// ---- Making and storage
+// ------------------------------------------------------------------------------------------------
 
 QZString::QZString() : m_block(MakeBlock())
 {
@@ -144,7 +143,8 @@ void QZString::Clear()
     Resize(0);
 }
 
-/// Sets the size of the text and writes the terminator behind it. False with QZLastError set when there is no memory.
+/// Sets the size of the text and writes the terminator behind it. False with QZLastError set when there is no
+/// memory.
 bool QZString::Resize(QZInt64 size)
 {
     if (size < 0) size = 0;
@@ -201,7 +201,8 @@ bool QZString::AssignEncoded(QZInt64 encoding, const void* text, QZInt64 size)
     return Resize(written) && written > 0;
 }
 
-// ---- Set -----------------------------------------------------------------------------------------------------------------
+// ---- Set
+// -----------------------------------------------------------------------------------------------------------------
 
 void QZString::Set(const char* text)
 {
@@ -239,7 +240,8 @@ void QZString::Set(void* block)
     if (!done) throw text::NoMemory(QZ_W("Set")).Argument(QZ_W("QZPString"), block).Exception();
 }
 
-// ---- Append and Prepend ----------------------------------------------------------------------------------------------------
+// ---- Append and Prepend
+// ----------------------------------------------------------------------------------------------------
 
 bool QZString::AppendBytes(const void* text, QZInt64 size)
 {
@@ -248,7 +250,8 @@ bool QZString::AppendBytes(const void* text, QZInt64 size)
     if (size == 0) return true;
     QZInt64 old = GetSize();
     bool own = Owns(text);
-    QZInt64 position = own ? static_cast<const unsigned char*>(text) - static_cast<unsigned char*>(m_block) : 0;
+    QZInt64 position =
+        own ? static_cast<const unsigned char*>(text) - static_cast<unsigned char*>(m_block) : 0;
     if (size > kLargestText || !Resize(old + size)) return false;
     if (own)
         QZMemMove(block::Data(m_block) + old, QZAt(m_block, position), size);
@@ -285,7 +288,8 @@ bool QZString::PrependBytes(const void* text, QZInt64 size)
 void QZString::Append(QZString* text)
 {
     text::View view = text::ViewOf(text);
-    if (!AppendBytes(view.units, view.count * 2)) ThrowText(QZ_W("Append"), kString, view.units, view.count * 2);
+    if (!AppendBytes(view.units, view.count * 2))
+        ThrowText(QZ_W("Append"), kString, view.units, view.count * 2);
 }
 
 void QZString::Append(const char* text)
@@ -298,7 +302,8 @@ void QZString::Append(const char* text)
 void QZString::Append(const char* text, QZInt64 size)
 {
     text::Temporary wide(QZStringFactory::CreateString());
-    if (!wide->AssignEncoded(QZEncodingType::ANSI, text, size) || !AppendBytes(wide->GetPointer(), wide->GetSize()))
+    if (!wide->AssignEncoded(QZEncodingType::ANSI, text, size) ||
+        !AppendBytes(wide->GetPointer(), wide->GetSize()))
         ThrowSized(QZ_W("Append"), kNarrow, text, size);
 }
 
@@ -316,7 +321,8 @@ void QZString::Append(const QZWChar* text, QZInt64 size)
 void QZString::Prepend(QZString* text)
 {
     text::View view = text::ViewOf(text);
-    if (!PrependBytes(view.units, view.count * 2)) ThrowText(QZ_W("Prepend"), kString, view.units, view.count * 2);
+    if (!PrependBytes(view.units, view.count * 2))
+        ThrowText(QZ_W("Prepend"), kString, view.units, view.count * 2);
 }
 
 void QZString::Prepend(const char* text)
@@ -329,7 +335,8 @@ void QZString::Prepend(const char* text)
 void QZString::Prepend(const char* text, QZInt64 size)
 {
     text::Temporary wide(QZStringFactory::CreateString());
-    if (!wide->AssignEncoded(QZEncodingType::ANSI, text, size) || !PrependBytes(wide->GetPointer(), wide->GetSize()))
+    if (!wide->AssignEncoded(QZEncodingType::ANSI, text, size) ||
+        !PrependBytes(wide->GetPointer(), wide->GetSize()))
         ThrowSized(QZ_W("Prepend"), kNarrow, text, size);
 }
 
@@ -354,7 +361,8 @@ struct Number
     const QZWChar* type;
 
     explicit Number(int value) : size(2 * number::WriteInt64(units, value)), type(QZ_W("QZInt32")) {}
-    explicit Number(unsigned int value) : size(2 * number::WriteUInt64(units, value)), type(QZ_W("QZUInt32")) {}
+    explicit Number(unsigned int value) : size(2 * number::WriteUInt64(units, value)), type(QZ_W("QZUInt32"))
+    {}
     explicit Number(QZInt64 value) : size(2 * number::WriteInt64(units, value)), type(QZ_W("QZInt64")) {}
     explicit Number(QZUInt64 value) : size(2 * number::WriteUInt64(units, value)), type(QZ_W("QZUInt64")) {}
     explicit Number(float value) : size(2 * number::WriteDouble(units, value)), type(QZ_W("QZFloat")) {}
@@ -396,10 +404,11 @@ void QZString::Prepend(QZUInt64 value) { PrependNumber(value); }
 void QZString::Prepend(float value) { PrependNumber(value); }
 void QZString::Prepend(double value) { PrependNumber(value); }
 
-// ---- Insert and single units ---------------------------------------------------------------------------------------------
+// ---- Insert and single units
+// ---------------------------------------------------------------------------------------------
 
-/// Callers rely on no index being refused: behind the end the text grows by as many units all the same, and only
-/// what falls inside it is stored; before the start the head room's units come in from the front.
+/// Callers rely on no index being refused: behind the end the text grows by as many units all the same, and
+/// only what falls inside it is stored; before the start the head room's units come in from the front.
 bool QZString::InsertUnits(QZInt64 index, const QZWChar* text, QZInt64 count)
 {
     if (count == 0) return true;
@@ -464,7 +473,8 @@ void QZString::Insert(QZInt64 index, const QZWChar* text)
 QZWChar QZString::CharAt(QZInt64 index) const
 {
     if (index >= 0 && index <= GetLength()) return GetPointer()[index];
-    // No bounds are told of: units around the text are read as they are, as far as this string's storage reaches.
+    // No bounds are told of: units around the text are read as they are, as far as this string's storage
+    // reaches.
     if (index < -kLargestText || index > kLargestText) return 0;
     QZInt64 position = block::Data(m_block) - static_cast<unsigned char*>(m_block) + index * 2;
     if (position < 0 || position + 2 > block::Capacity(m_block)) return 0;

@@ -7,16 +7,18 @@ class QZStringCollection;
 
 /// UTF-16 text, always terminated.
 ///
-/// The text lies in one block of type QZEncodingType::UTF16LE with head room for cheap prepending; the terminator counts
-/// in the block's size and in nothing that this class reports. Lengths, starts and indices count code units, so that a
-/// surrogate pair counts as two; sizes count bytes. The storage never shrinks while the string lives.
+/// The text lies in one block of type QZEncodingType::UTF16LE with head room for cheap prepending; the
+/// terminator counts in the block's size and in nothing that this class reports. Lengths, starts and indices
+/// count code units, so that a surrogate pair counts as two; sizes count bytes. The storage never shrinks
+/// while the string lives.
 ///
-/// Wherever a text is taken it may be narrow (`char*`, the machine's narrow page), wide or a QZString. Strings for
-/// short use come from QZStringFactory and go back with Recycle; what an operation answers as a new QZString* or
-/// QZStringCollection* belongs to the caller, who gives it back the same way. One thread at a time.
+/// Wherever a text is taken it may be narrow (`char*`, the machine's narrow page), wide or a QZString.
+/// Strings for short use come from QZStringFactory and go back with Recycle; what an operation answers as a
+/// new QZString* or QZStringCollection* belongs to the caller, who gives it back the same way. One thread at
+/// a time.
 ///
-/// Growing throws a QZException with QZLastError (4352 when that is 0) when there is no memory; the string then is as it
-/// was.
+/// Growing throws a QZException with QZLastError (4352 when that is 0) when there is no memory; the string
+/// then is as it was.
 class QZ_API QZString : public QZObject
 {
 public:
@@ -108,7 +110,8 @@ public:
     QZBool EndWith(const QZWChar* text, QZBool ignoreCase);
     QZBool EndWith(QZString* text, QZBool ignoreCase);
 
-    /// Appends. A null text does nothing; appending a string to itself doubles it. Numbers go in as decimal text.
+    /// Appends. A null text does nothing; appending a string to itself doubles it. Numbers go in as decimal
+    /// text.
     void Append(QZString* text);
     void Append(const char* text);
     /// @param size  bytes; a null text with another size than 0 and a negative size throw QZException 256
@@ -141,11 +144,12 @@ public:
     void Insert(QZInt64 index, const char* text);
     void Insert(QZInt64 index, const QZWChar* text);
 
-    /// The unit at `index`, with no bounds test: the terminator reads 0, as does whatever the string does not own.
+    /// The unit at `index`, with no bounds test: the terminator reads 0, as does whatever the string does not
+    /// own.
     QZWChar CharAt(QZInt64 index) const;
 
-    /// A new string with every `find` replaced by `with`, from the start on and without overlaps. A null or empty `find`
-    /// gives a copy, a null `with` takes the occurrences out.
+    /// A new string with every `find` replaced by `with`, from the start on and without overlaps. A null or
+    /// empty `find` gives a copy, a null `with` takes the occurrences out.
     QZString* Replace(const char* find, const char* with);
     QZString* Replace(const QZWChar* find, const QZWChar* with);
     QZString* Replace(QZString* find, QZString* with);
@@ -166,13 +170,14 @@ public:
     void ToUpperThis();
     void ToLowerThis();
 
-    /// Takes off leading and trailing white space: zero, blank, tab, line feed, vertical tab, form feed, carriage return.
+    /// Takes off leading and trailing white space: zero, blank, tab, line feed, vertical tab, form feed,
+    /// carriage return.
     /// @throws QZException 512 for a damaged string
     QZString* Trim();
     void TrimThis();
 
-    /// What lies before each separator, and after the last one the rest, which may be empty. A separator 0, a null and an
-    /// empty separator give one element, a copy.
+    /// What lies before each separator, and after the last one the rest, which may be empty. A separator 0, a
+    /// null and an empty separator give one element, a copy.
     QZStringCollection* Split(QZWChar separator);
     QZStringCollection* Split(const char* separator);
     QZStringCollection* Split(const QZWChar* separator);
@@ -186,8 +191,8 @@ public:
     static QZBool IsNullOrEmpty(QZString* text);
     static QZBool IsNullOrWhiteSpace(QZString* text);
 
-    /// Digits and any number of points behind an optional "-", or "0x" and hexadecimal digits of which the first is not
-    /// looked at. Null and empty text set QZLastError to 256 and give false.
+    /// Digits and any number of points behind an optional "-", or "0x" and hexadecimal digits of which the
+    /// first is not looked at. Null and empty text set QZLastError to 256 and give false.
     static QZBool IsNumberic(QZString* text);
 
 private:

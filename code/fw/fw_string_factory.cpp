@@ -34,7 +34,10 @@ QZString* QZStringFactory::CreateString(const char* text) { return Filled(Create
 
 QZString* QZStringFactory::CreateString(const QZWChar* text) { return Filled(CreateString(), text); }
 
-QZString* QZStringFactory::CreateString(const char* text, QZInt64 size) { return Filled(CreateString(), text, size); }
+QZString* QZStringFactory::CreateString(const char* text, QZInt64 size)
+{
+    return Filled(CreateString(), text, size);
+}
 
 QZString* QZStringFactory::CreateString(const QZWChar* text, QZInt64 size)
 {

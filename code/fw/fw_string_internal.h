@@ -77,8 +77,8 @@ public:
 /// A failure of growing: the caller adds the arguments and throws.
 inline QZTrace<QZException> NoMemory(const QZWChar* method)
 {
-    return QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), QZ_W("QZString"),
-                   method);
+    return QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
+                   QZ_W("QZString"), method);
 }
 
 inline QZTrace<QZException> Failure(QZInt64 code, const QZWChar* method)

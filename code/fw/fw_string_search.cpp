@@ -31,7 +31,8 @@ bool EqualUnits(const QZWChar* a, const QZWChar* b, QZInt64 count, bool ignoreCa
 
 bool EqualViews(View own, View other, bool ignoreCase)
 {
-    return other.units && own.count == other.count && EqualUnits(own.units, other.units, own.count, ignoreCase);
+    return other.units && own.count == other.count &&
+           EqualUnits(own.units, other.units, own.count, ignoreCase);
 }
 
 /// Narrow text that is plain ASCII compares without being converted.
@@ -45,7 +46,8 @@ bool EqualAscii(View own, const char* other, bool ignoreCase, bool* equal)
         if (static_cast<unsigned char>(other[i]) >= 0x80) return false;
         if (!same) continue;
         QZWChar unit = static_cast<QZWChar>(other[i]);
-        same = i < own.count && (own.units[i] == unit || (ignoreCase && EqualIgnoringCase(own.units[i], unit)));
+        same =
+            i < own.count && (own.units[i] == unit || (ignoreCase && EqualIgnoringCase(own.units[i], unit)));
     }
     *equal = same && i == own.count;
     return true;
@@ -90,7 +92,8 @@ QZInt64 FoundOrThrow(QZInt64 position, QZInt64 start, const QZWChar* type, T pat
 
 bool Starts(View own, View other, bool ignoreCase)
 {
-    return other.units && other.count <= own.count && EqualUnits(own.units, other.units, other.count, ignoreCase);
+    return other.units && other.count <= own.count &&
+           EqualUnits(own.units, other.units, other.count, ignoreCase);
 }
 
 bool Ends(View own, View other, bool ignoreCase)
@@ -102,7 +105,8 @@ bool Ends(View own, View other, bool ignoreCase)
 QZWChar UnitOf(char unit) { return static_cast<QZWChar>(static_cast<unsigned char>(unit)); }
 }  // namespace
 
-// ---- Equals ------------------------------------------------------------------------------------------------------------
+// ---- Equals
+// ------------------------------------------------------------------------------------------------------------
 
 QZBool QZString::Equals(const char* text) { return EqualNarrow(ViewOf(this), text, false); }
 QZBool QZString::Equals(const QZWChar* text) { return EqualViews(ViewOf(this), ViewOf(text), false); }
@@ -123,7 +127,8 @@ QZBool QZString::Equals(QZString* text, QZBool ignoreCase)
     return EqualViews(ViewOf(this), ViewOf(text), ignoreCase != 0);
 }
 
-// ---- IndexOf, Contains, StartsWith, EndWith --------------------------------------------------------------------------------
+// ---- IndexOf, Contains, StartsWith, EndWith
+// --------------------------------------------------------------------------------
 
 QZInt64 QZString::IndexOf(const char* text) { return IndexOf(0, text); }
 QZInt64 QZString::IndexOf(const QZWChar* text) { return IndexOf(0, text); }
@@ -202,7 +207,8 @@ QZBool QZString::EndWith(QZString* text, QZBool ignoreCase)
     return Ends(ViewOf(this), ViewOf(text), ignoreCase != 0);
 }
 
-// ---- Replace -------------------------------------------------------------------------------------------------------------
+// ---- Replace
+// -------------------------------------------------------------------------------------------------------------
 
 namespace
 {
@@ -217,7 +223,8 @@ QZInt64 NextMatch(View own, View find, QZInt64 start)
 QZInt64 CountMatches(View own, View find)
 {
     QZInt64 count = 0;
-    for (QZInt64 i = NextMatch(own, find, 0); i < own.count; i = NextMatch(own, find, i + find.count)) ++count;
+    for (QZInt64 i = NextMatch(own, find, 0); i < own.count; i = NextMatch(own, find, i + find.count))
+        ++count;
     return count;
 }
 
@@ -267,7 +274,8 @@ QZString* QZString::Replace(const char* find, const char* with)
 {
     text::Wide pattern(find);
     text::Wide substitute(with);
-    return Replaced(pattern.View().units, pattern.View().count, substitute.View().units, substitute.View().count);
+    return Replaced(pattern.View().units, pattern.View().count, substitute.View().units,
+                    substitute.View().count);
 }
 
 QZString* QZString::Replace(const QZWChar* find, const QZWChar* with)
@@ -297,7 +305,8 @@ void QZString::ReplaceThis(QZString* find, QZString* with)
     ReplaceHere(ViewOf(find).units, ViewOf(find).count, ViewOf(with).units, ViewOf(with).count);
 }
 
-// ---- Split ---------------------------------------------------------------------------------------------------------------
+// ---- Split
+// ---------------------------------------------------------------------------------------------------------------
 
 namespace
 {
@@ -340,8 +349,8 @@ QZStringCollection* QZString::SplitAt(const QZWChar* separator, QZInt64 count)
     for (QZInt64 i = 0; count > 0 && i <= own.count - count; ++i)
     {
         if (own.units[i] != separator[0] || !QZMemory::Equals(own.units + i, separator, count * 2)) continue;
-        // The walk goes on one unit behind the match: a separator that overlaps the one just found counts again,
-        // with an empty piece before it.
+        // The walk goes on one unit behind the match: a separator that overlaps the one just found counts
+        // again, with an empty piece before it.
         pieces.Add(own.units + start, std::max<QZInt64>(i - start, 0));
         start = i + count;
     }
@@ -357,7 +366,10 @@ QZStringCollection* QZString::Split(const char* separator)
     return SplitAt(wide.View().units, wide.View().count);
 }
 
-QZStringCollection* QZString::Split(const QZWChar* separator) { return SplitAt(separator, text::Length(separator)); }
+QZStringCollection* QZString::Split(const QZWChar* separator)
+{
+    return SplitAt(separator, text::Length(separator));
+}
 
 QZStringCollection* QZString::Split(QZString* separator)
 {

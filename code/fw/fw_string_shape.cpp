@@ -50,13 +50,15 @@ bool IsHexadecimal(QZWChar unit)
 }
 }  // namespace
 
-// ---- SubString -----------------------------------------------------------------------------------------------------------
+// ---- SubString
+// -----------------------------------------------------------------------------------------------------------
 
 namespace
 {
 void TestRange(QZString* text, QZInt64 start, QZInt64 length, const QZWChar* method)
 {
-    if (start >= 0 && length >= 0 && start <= text->GetLength() && length <= text->GetLength() - start) return;
+    if (start >= 0 && length >= 0 && start <= text->GetLength() && length <= text->GetLength() - start)
+        return;
     throw text::Failure(QZExceptionCode::ArgumentOutOfRange, method)
         .Argument(QZ_W("QZInt64"), start)
         .Argument(QZ_W("QZInt64"), length)
@@ -76,7 +78,8 @@ void QZString::SubStringThis(QZInt64 start, QZInt64 length)
     Assign(GetPointer() + start, length * 2);
 }
 
-// ---- Case and white space ------------------------------------------------------------------------------------------------
+// ---- Case and white space
+// ------------------------------------------------------------------------------------------------
 
 QZString* QZString::ToUpper()
 {
@@ -108,7 +111,8 @@ void QZString::TrimThis()
     Assign(left.units, left.count * 2);
 }
 
-// ---- Tests ---------------------------------------------------------------------------------------------------------------
+// ---- Tests
+// ---------------------------------------------------------------------------------------------------------------
 
 QZBool QZString::IsNullOrEmpty(QZString* text) { return !text || text->GetSize() == 0; }
 
