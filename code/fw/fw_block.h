@@ -49,7 +49,9 @@ bool Free(void* b);
 bool Resize(void** b, QZInt64 size);
 
 /// Moves the start of the data; its end stays. Negative offsets are ignored. See QZData::SetOffset.
-void SetOffset(void* b, QZInt64 offset);
+/// An offset past the end of the data may ask for more storage: the block may move, then *b is the new place.
+/// False with QZLastError 4352 when there is no memory; the block then is as it was.
+bool SetOffset(void** b, QZInt64 offset);
 
 /// Offset 64, size 0, guard written; the capacity stays.
 void Reset(void* b);

@@ -1,0 +1,476 @@
+#include "fw/fw_data.h"
+
+#include "fw/fw_data_factory.h"
+#include "fw/fw_data_find.h"
+#include "fw/fw_keyed.h"
+#include "fw/fw_library.h"
+#include "fw/fw_trace.h"
+
+const QZInt64 QZData::Type;
+
+namespace
+{
+
+const QZWChar* const kClass = QZ_W("QZData");
+
+[[noreturn]] void ThrowNoStorage(const QZWChar* method, QZInt64 size)
+{
+    throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), kClass, method)
+        .Argument(QZ_W("QZInt64"), size)
+        .Exception();
+}
+
+/// Bytes that are put into a buffer must be there and of a countable number.
+void CheckBytes(const void* p, QZInt64 size, const QZWChar* method)
+{
+    if (size < 0 || (!p && size > 0))
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass, method)
+            .Argument(QZ_W("QZPVoid"), QZInt64{p != nullptr})
+            .Argument(QZ_W("QZInt64"), size)
+            .Exception();
+}
+
+void CheckObject(const QZData* data, const QZWChar* method)
+{
+    if (!data)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass, method)
+            .Argument(QZ_W("QZData*"), static_cast<const void*>(nullptr), 0)
+            .Exception();
+}
+
+/// A private copy of bytes, for sources that lie in the very buffer that is about to change.
+class ByteCopy
+{
+public:
+    ByteCopy(const void* p, QZInt64 size, const QZWChar* method)
+        : m_block(block::Make(block::kPlainType, 0, size, 0))
+    {
+        if (!m_block) ThrowNoStorage(method, size);
+        QZMemCopy(block::Data(m_block), p, size);
+    }
+    ~ByteCopy() { block::Free(m_block); }
+    ByteCopy(const ByteCopy&) = delete;
+    ByteCopy& operator=(const ByteCopy&) = delete;
+
+    const void* Pointer() const { return block::Data(static_cast<const void*>(m_block)); }
+
+private:
+    void* m_block;
+};
+
+}  // namespace
+
+QZData::QZData() : QZData(QZInt64{0}) {}
+
+QZData::QZData(QZInt64 size) : m_block(block::Make(block::kPlainType, block::kDefaultOffset, size, 0))
+{
+    if (!m_block) ThrowNoStorage(kClass, size);
+}
+
+QZData::QZData(const void* p, QZInt64 size) : QZData(size)
+{
+    CheckBytes(p, size, kClass);
+    if (size > 0) QZMemCopy(GetPointer(), p, size);
+}
+
+QZData::QZData(const void* raw) : m_block(nullptr)
+{
+    if (!raw)
+        throw QZTrace(QZExceptionFactory::CreateException(), kClass, kClass)
+            .Argument(QZ_W("QZPVoid"), QZInt64{0})
+            .Exception();
+    m_block = block::Copy(raw);
+    if (!m_block) ThrowNoStorage(kClass, block::Size(raw));
+}
+
+QZData::QZData(const QZData* other) : QZData(other ? static_cast<const void*>(other->m_block) : nullptr) {}
+
+QZData::QZData(const QZData& other)
+    : QZObject(other), m_block(block::Copy(other.m_block)), m_findPosition(other.m_findPosition)
+{
+    if (!m_block) ThrowNoStorage(kClass, other.GetSize());
+}
+
+QZData& QZData::operator=(const QZData& other)
+{
+    if (this == &other) return *this;
+    void* copy = block::Copy(other.m_block);
+    if (!copy) ThrowNoStorage(QZ_W("operator="), other.GetSize());
+    QZObject::operator=(other);
+    ReleaseBlock();
+    m_block = copy;
+    m_findPosition = other.m_findPosition;
+    return *this;
+}
+
+QZData::~QZData() { ReleaseBlock(); }
+
+void QZData::ReleaseBlock()
+{
+    if (!m_block)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    if (!block::Free(m_block))
+    {
+        QZSetLastError(static_cast<QZInt32>(QZExceptionCode::StructuralFailure));
+        QZLibAssert(0);
+    }
+}
+
+QZInt64 QZData::GetMemorySize() { return MemoryGetBlockSize(m_block) + 8; }
+
+QZInt64 QZData::GetType() { return 0x2000000; }
+
+void QZData::Clear()
+{
+    if (GetOffset() + GetSize() < block::kDefaultOffset) QZData::NewSize(block::kDefaultOffset);
+    QZData::SetOffset(block::kDefaultOffset);
+    QZData::NewSize(0);
+}
+
+void QZData::SetOffset(QZInt64 offset)
+{
+    if (!block::SetOffset(&m_block, offset)) ThrowNoStorage(QZ_W("SetOffset"), offset);
+}
+
+void QZData::NewSize(QZInt64 size)
+{
+    if (size < 0 || !block::Resize(&m_block, size)) ThrowNoStorage(QZ_W("NewSize"), size);
+}
+
+void QZData::NewSize(QZInt64 size, QZByte fill)
+{
+    const QZInt64 old = GetSize();
+    QZData::NewSize(size);
+    if (size > old) std::memset(QZAt(GetPointer(), old), fill, static_cast<std::size_t>(size - old));
+}
+
+QZBool QZData::Equals(const QZData* other) const
+{
+    return other && block::Type(m_block) == block::Type(other->m_block) &&
+           Equals(other->GetPointer(), other->GetSize());
+}
+
+QZBool QZData::Equals(const void* p, QZInt64 size) const
+{
+    return size == GetSize() && QZMemory::Equals(GetPointer(), p, size);
+}
+
+void QZData::Fill(int value)
+{
+    unsigned char* data = block::Data(m_block);
+    const QZInt64 size = GetSize();
+    for (QZInt64 i = 0; i + 4 <= size; i += 4) QZStore(data + i, value);
+    const QZInt64 tail = size % 4;
+    for (QZInt64 i = 0; i < tail; ++i)
+        data[size - tail + i] = static_cast<unsigned char>(static_cast<QZUInt32>(value) >> (8 * i));
+}
+
+void QZData::Fill(QZByte value) { std::memset(GetPointer(), value, static_cast<std::size_t>(GetSize())); }
+
+QZInt64 QZData::Find(const QZData* pattern)
+{
+    return pattern ? Find(pattern->GetPointer(), pattern->GetSize()) : Find(nullptr, 0);
+}
+
+QZInt64 QZData::Find(const void* pattern, QZInt64 size)
+{
+    m_findPosition = QZBytesFind(GetPointer(), GetSize(), pattern, size);
+    return m_findPosition;
+}
+
+QZInt64 QZData::FindNext(const QZData* pattern)
+{
+    if (!pattern) return Find(nullptr, 0);
+    const QZInt64 size = GetSize();
+    const QZInt64 start = m_findPosition + pattern->GetSize();
+    m_findPosition = -1;
+    if (start < 0 || start >= size) return -1;
+    const QZInt64 found =
+        QZBytesFind(QZAt(GetPointer(), start), size - start, pattern->GetPointer(), pattern->GetSize());
+    if (found >= 0) m_findPosition = start + found;
+    return m_findPosition;
+}
+
+bool QZData::HoldsAddress(const void* p) const
+{
+    const auto begin = reinterpret_cast<std::uintptr_t>(m_block);
+    const auto address = reinterpret_cast<std::uintptr_t>(p);
+    return address >= begin && address < begin + static_cast<std::uintptr_t>(block::Capacity(m_block));
+}
+
+void QZData::AppendBytes(const void* p, QZInt64 size)
+{
+    const QZInt64 old = GetSize();
+    QZData::NewSize(old + size);
+    QZMemCopy(QZAt(GetPointer(), old), p, size);
+}
+
+void QZData::Append(const QZData* source)
+{
+    CheckObject(source, QZ_W("Append"));
+    Append(source->GetPointer(), source->GetSize());
+}
+
+void QZData::Append(QZData source) { Append(source.GetPointer(), source.GetSize()); }
+
+void QZData::Append(const void* p, QZInt64 size)
+{
+    CheckBytes(p, size, QZ_W("Append"));
+    if (size == 0) return;
+    if (!HoldsAddress(p)) return AppendBytes(p, size);
+    const ByteCopy copy(p, size, QZ_W("Append"));
+    AppendBytes(copy.Pointer(), size);
+}
+
+void QZData::PrependBytes(const void* p, QZInt64 size)
+{
+    const QZInt64 offset = GetOffset();
+    if (offset > size)
+    {
+        QZData::SetOffset(offset - size);
+    }
+    else
+    {
+        const QZInt64 old = GetSize();
+        QZData::NewSize(old + size);
+        unsigned char* data = block::Data(m_block);
+        if (old > 0) QZMemMove(data + size, data, old);
+    }
+    QZMemCopy(GetPointer(), p, size);
+}
+
+void QZData::Prepend(const QZData* source)
+{
+    CheckObject(source, QZ_W("Prepend"));
+    Prepend(source->GetPointer(), source->GetSize());
+}
+
+void QZData::Prepend(QZData source) { Prepend(source.GetPointer(), source.GetSize()); }
+
+void QZData::Prepend(const void* p, QZInt64 size)
+{
+    CheckBytes(p, size, QZ_W("Prepend"));
+    if (size == 0) return;
+    if (!HoldsAddress(p)) return PrependBytes(p, size);
+    const ByteCopy copy(p, size, QZ_W("Prepend"));
+    PrependBytes(copy.Pointer(), size);
+}
+
+QZInt64 QZData::ReplaceInto(QZData* target, const void* find, QZInt64 findSize, const void* with,
+                            QZInt64 withSize)
+{
+    m_findPosition = -1;
+    if (findSize == 0)
+        throw QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
+    target->NewSize(QZBytesReplaceBound(GetSize(), findSize, withSize));
+    const QZInt64 size =
+        QZBytesReplace(target->GetPointer(), GetPointer(), GetSize(), find, findSize, with, withSize);
+    target->NewSize(size);
+    return size;
+}
+
+QZData* QZData::Replace(const QZData* find, const QZData* with)
+{
+    CheckObject(find, QZ_W("Replace"));
+    CheckObject(with, QZ_W("Replace"));
+    QZData* result = QZDataFactory::CreateData();
+    try
+    {
+        ReplaceInto(result, find->GetPointer(), find->GetSize(), with->GetPointer(), with->GetSize());
+    }
+    catch (QZException* e)
+    {
+        QZDataFactory::Recycle(&result);
+        QZTrace(e, kClass, QZ_W("Replace"))
+            .Argument(QZ_W("QZData*"), find->GetPointer(), find->GetSize())
+            .Argument(QZ_W("QZData*"), with->GetPointer(), with->GetSize());
+        throw;
+    }
+    return result;
+}
+
+QZData* QZData::Replace(const void* find, QZInt64 findSize, const void* with, QZInt64 withSize)
+{
+    QZData* result = QZDataFactory::CreateData();
+    try
+    {
+        ReplaceInto(result, find, findSize, with, withSize);
+    }
+    catch (QZException* e)
+    {
+        QZDataFactory::Recycle(&result);
+        QZTrace(e, kClass, QZ_W("Replace"))
+            .Argument(QZ_W("QZPVoid"), find, findSize < 0 ? 0 : findSize)
+            .Argument(QZ_W("QZInt64"), findSize)
+            .Argument(QZ_W("QZPVoid"), with, withSize < 0 ? 0 : withSize)
+            .Argument(QZ_W("QZInt64"), withSize);
+        throw;
+    }
+    return result;
+}
+
+QZDataCollection* QZData::Split(const QZData* separator)
+{
+    const void* pattern = separator ? separator->GetPointer() : nullptr;
+    const QZInt64 patternSize = separator ? separator->GetSize() : 0;
+    QZDataCollection* pieces = QZDataFactory::CreateDataCollection();
+    QZData* piece = nullptr;
+    try
+    {
+        QZInt64 start = 0;
+        for (bool last = false; !last;)
+        {
+            const unsigned char* from = block::Data(m_block) + start;
+            const QZInt64 rest = GetSize() - start;
+            const QZInt64 found = patternSize > 0 ? QZBytesFind(from, rest, pattern, patternSize) : -1;
+            last = found < 0;
+            piece = QZDataFactory::CreateData();
+            piece->Set(from, last ? rest : found);
+            pieces->Push(piece);
+            piece = nullptr;
+            start += found + patternSize;
+        }
+    }
+    catch (QZException*)
+    {
+        if (piece) QZDataFactory::Recycle(&piece);
+        Recycle(&pieces);
+        throw;
+    }
+    return pieces;
+}
+
+void QZData::Recycle(QZDataCollection** collection)
+{
+    if (!*collection)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    while ((*collection)->Count() > 0)
+    {
+        QZData* data = (*collection)->Pop();
+        QZDataFactory::Recycle(&data);
+    }
+    QZDataFactory::Recycle(collection);
+}
+
+void QZData::Recycle(QZData** data) { QZDataFactory::Recycle(data); }
+
+QZBool QZData::Check() const { return block::Check(m_block); }
+
+void QZData::Set(const QZData* source)
+{
+    CheckObject(source, QZ_W("Set"));
+    if (source != this) Set(source->GetPointer(), source->GetSize());
+}
+
+void QZData::Set(const void* raw)
+{
+    if (raw == m_block) return;
+    CheckBytes(raw, 1, QZ_W("Set"));
+    const QZInt64 remembered = m_findPosition;
+    Set(block::Data(raw), block::Size(raw));
+    m_findPosition = remembered;
+}
+
+void QZData::Set(const void* p, QZInt64 size)
+{
+    if (size < 0) ThrowNoStorage(QZ_W("Set"), size);
+    CheckBytes(p, size, QZ_W("Set"));
+    m_findPosition = -1;
+    if (size > 0 && HoldsAddress(p))
+    {
+        const ByteCopy copy(p, size, QZ_W("Set"));
+        QZData::NewSize(size);
+        QZMemCopy(GetPointer(), copy.Pointer(), size);
+        return;
+    }
+    QZData::NewSize(size);
+    if (size > 0) QZMemCopy(GetPointer(), p, size);
+}
+
+unsigned char* QZData::Element(QZInt64 index, QZInt64 width, const QZWChar* method) const
+{
+    const auto places = static_cast<QZUInt32>(static_cast<QZUInt64>(index) + 1);
+    const auto size = static_cast<QZUInt32>(GetSize());
+    // The test runs on 32-bit values, so that -1 passes: callers read the end of the head room with it. What else
+    // slips through lies outside of the buffer and is refused as well.
+    if (QZUInt64{places} * static_cast<QZUInt64>(width) > size || index < -1 || index >= GetSize())
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), kClass, method)
+            .Argument(QZ_W("QZInt64"), index)
+            .Exception();
+    return block::Data(m_block) + index * width;
+}
+
+template <typename T>
+void QZData::Store(QZInt64 index, T value, const QZWChar* method)
+{
+    unsigned char* place = Element(index, sizeof(T), method);
+    const unsigned char* first = QZAt(m_block, block::kHeaderSize);
+    if (place >= first) return QZStore(place, value);
+    // In front of data without enough head room lie the block's own words; those bytes are left out.
+    unsigned char bytes[sizeof(T)];
+    QZStore(bytes, value);
+    for (std::size_t i = 0; i < sizeof(T); ++i)
+        if (place + i >= first) place[i] = bytes[i];
+}
+
+QZInt64 QZData::GetValueInt64(QZInt64 index) const
+{
+    return QZLoad<QZInt64>(Element(index, 8, QZ_W("GetValueInt64")));
+}
+
+QZUInt64 QZData::GetValueUInt64(QZInt64 index) const
+{
+    return QZLoad<QZUInt64>(Element(index, 8, QZ_W("GetValueUInt64")));
+}
+
+double QZData::GetValueDouble(QZInt64 index) const
+{
+    return QZLoad<double>(Element(index, 8, QZ_W("GetValueDouble")));
+}
+
+QZInt32 QZData::GetValueInt32(QZInt64 index) const
+{
+    return QZLoad<QZInt32>(Element(index, 4, QZ_W("GetValueInt32")));
+}
+
+QZUInt32 QZData::GetValueUInt32(QZInt64 index) const
+{
+    return QZLoad<QZUInt32>(Element(index, 4, QZ_W("GetValueUInt32")));
+}
+
+QZInt16 QZData::GetValueInt16(QZInt64 index) const
+{
+    return QZLoad<QZInt16>(Element(index, 2, QZ_W("GetValueInt16")));
+}
+
+QZUInt16 QZData::GetValueUInt16(QZInt64 index) const
+{
+    return QZLoad<QZUInt16>(Element(index, 2, QZ_W("GetValueUInt16")));
+}
+
+QZByte QZData::GetValueByte(QZInt64 index) const
+{
+    return *Element(index, 1, QZ_W("GetValueByte"));
+}
+
+void QZData::SetValueInt64(QZInt64 index, QZInt64 value) { Store(index, value, QZ_W("SetValueInt64")); }
+
+void QZData::SetValueUInt64(QZInt64 index, QZUInt64 value) { Store(index, value, QZ_W("SetValueUInt64")); }
+
+void QZData::SetValueDouble(QZInt64 index, double value) { Store(index, value, QZ_W("SetValueDouble")); }
+
+void QZData::SetValueInt32(QZInt64 index, QZInt32 value) { Store(index, value, QZ_W("SetValueInt32")); }
+
+void QZData::SetValueUInt32(QZInt64 index, QZUInt32 value) { Store(index, value, QZ_W("SetValueUInt32")); }
+
+void QZData::SetValueInt16(QZInt64 index, QZInt16 value) { Store(index, value, QZ_W("SetValueInt16")); }
+
+void QZData::SetValueUInt16(QZInt64 index, QZUInt16 value) { Store(index, value, QZ_W("SetValueUInt16")); }
+
+void QZData::SetValueByte(QZInt64 index, QZByte value) { Store(index, value, QZ_W("SetValueByte")); }

@@ -1,0 +1,56 @@
+#include "fw/fw_data_find.h"
+
+#include <cstring>
+
+#include "fw/fw_bytes.h"
+#include "fw/fw_exception_code.h"
+#include "fw/fw_memory.h"
+
+QZInt64 QZBytesFind(const void* data, QZInt64 size, const void* pattern, QZInt64 patternSize, QZInt64 unit)
+{
+    // Callers that search for nothing at all are answered with the start.
+    if (!data || !pattern) return 0;
+    if (size <= 0 || patternSize <= 0 || patternSize > size) return -1;
+    const auto* begin = static_cast<const unsigned char*>(data);
+    const int first = *static_cast<const unsigned char*>(pattern);
+    const QZInt64 last = size - patternSize;
+    for (QZInt64 position = 0; position <= last; ++position)
+    {
+        const void* hit = std::memchr(begin + position, first, static_cast<std::size_t>(last - position + 1));
+        if (!hit) return -1;
+        position = static_cast<const unsigned char*>(hit) - begin;
+        if (position % unit == 0 && QZMemory::Equals(begin + position, pattern, patternSize)) return position;
+    }
+    return -1;
+}
+
+QZInt64 QZBytesReplaceBound(QZInt64 size, QZInt64 findSize, QZInt64 withSize)
+{
+    const QZInt64 difference = withSize > findSize ? withSize - findSize : findSize - withSize;
+    return size + size / findSize * difference;
+}
+
+QZInt64 QZBytesReplace(void* target, const void* source, QZInt64 size, const void* find, QZInt64 findSize,
+                       const void* with, QZInt64 withSize, QZInt64 unit)
+{
+    if (!source || !find || (!with && withSize > 0) || size < 0 || findSize < 0 || withSize < 0)
+    {
+        QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
+        return 0;
+    }
+    if (size == 0 || findSize == 0) return 0;
+    QZInt64 read = 0;
+    QZInt64 written = 0;
+    while (read < size)
+    {
+        const QZInt64 hit = QZBytesFind(QZAt(source, read), size - read, find, findSize, unit);
+        const QZInt64 kept = hit < 0 ? size - read : hit;
+        if (kept > 0) QZMemCopy(QZAt(target, written), QZAt(source, read), kept);
+        written += kept;
+        if (hit < 0) break;
+        if (withSize > 0) QZMemCopy(QZAt(target, written), with, withSize);
+        written += withSize;
+        read += kept + findSize;
+    }
+    return written;
+}
