@@ -11,10 +11,7 @@ namespace
 /// Above this no sum of header, offset and size can overflow; the memory manager refuses far earlier.
 constexpr QZInt64 kSizeLimit = QZInt64{1} << 60;
 
-QZInt64 RoundToStep(QZInt64 length)
-{
-    return (length + kCapacityStep - 1) / kCapacityStep * kCapacityStep;
-}
+QZInt64 RoundToStep(QZInt64 length) { return (length + kCapacityStep - 1) / kCapacityStep * kCapacityStep; }
 
 bool InLimits(QZInt64 structSize, QZInt64 offset, QZInt64 size)
 {

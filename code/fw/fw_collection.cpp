@@ -18,8 +18,7 @@ QZCollection::QZCollection() = default;
 
 QZCollection::QZCollection(QZCollection* other)
     : QZStack(static_cast<QZStack*>(other)), m_duplicatesAllowed(other->m_duplicatesAllowed)
-{
-}
+{}
 
 QZInt64 QZCollection::GetType() { return 0x8111100; }
 
@@ -175,7 +174,7 @@ void QZCollection::MaxToMin(QZCollection* other)
     const QZUInt64* pointerOfOther = other ? other->GetPointer() : nullptr;
     if (!pointer || !pointerOfOther)
     {
-        os::AssertReport(QZ_W("POINTER != QZNull && POINTER_TAR != QZNull"), QZ_W("code/fw/fw_collection"), 152);
+        os::AssertReport("POINTER != QZNull && POINTER_TAR != QZNull", "code/fw/fw_collection", 152);
         return;
     }
     KeyedSort(other, SignedLess);

@@ -1,8 +1,8 @@
 #ifndef QZLIB_FW_COLLECTION_H
 #define QZLIB_FW_COLLECTION_H
 
-/// The library's lists: stacks and collections of 64-bit words here, and with them the queue, the intrusive containers and
-/// the resumable search.
+/// The library's lists: stacks and collections of 64-bit words here, and with them the queue, the intrusive
+/// containers and the resumable search.
 
 #include <concepts>
 
@@ -13,8 +13,9 @@
 
 /// A stack of 64-bit words in one data block: word 0 is the count, words 1 to count are the elements.
 ///
-/// Storage grows by exactly what is needed; the steps of block and memory manager below take the role of a growth factor.
-/// The object keeps the place of its words, so that reading costs no call. One thread at a time.
+/// Storage grows by exactly what is needed; the steps of block and memory manager below take the role of a
+/// growth factor. The object keeps the place of its words, so that reading costs no call. One thread at a
+/// time.
 class QZ_API QZStack : public QZData
 {
 public:
@@ -74,8 +75,9 @@ private:
 
 /// An array of 64-bit words, the library's general list. Object pointers are stored as words.
 ///
-/// With the duplicates-allowed flag cleared (a derived class does that) Push and Append refuse values that are there.
-/// An index is good from 0 to count - 1; the operations throw QZException 1024 for others where nothing else is said.
+/// With the duplicates-allowed flag cleared (a derived class does that) Push and Append refuse values that
+/// are there. An index is good from 0 to count - 1; the operations throw QZException 1024 for others where
+/// nothing else is said.
 class QZ_API QZCollection : public QZStack
 {
 public:
@@ -116,9 +118,9 @@ public:
     /// The next index of the value behind the remembered one, or -1; remembered.
     virtual QZInt64 FindNextElement(QZUInt64 value);
 
-    /// Sorts as signed values, largest first (MaxToMin) or smallest first (MinToMax). The forms with another collection
-    /// sort this one and carry the other's elements along, filling it up with zeros to this one's count; they are not
-    /// stable. MaxToMin of a null raises the runtime's assertion report.
+    /// Sorts as signed values, largest first (MaxToMin) or smallest first (MinToMax). The forms with another
+    /// collection sort this one and carry the other's elements along, filling it up with zeros to this one's
+    /// count; they are not stable. MaxToMin of a null raises the runtime's assertion report.
     virtual void MaxToMin(QZCollection* other);
     virtual void MaxToMin();
     virtual void MinToMax(QZCollection* other);
@@ -129,7 +131,8 @@ public:
     virtual QZInt64 GetMax();
     virtual QZInt64 GetMin();
 
-    /// The element leaves `from` and enters at `to`; those between shift by one. One bad index: nothing happens.
+    /// The element leaves `from` and enters at `to`; those between shift by one. One bad index: nothing
+    /// happens.
     /// @throws QZException 256 when both indices are bad
     virtual void MoveElement(QZInt64 from, QZInt64 to);
 

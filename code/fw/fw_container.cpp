@@ -11,13 +11,14 @@ QZInt64 QZContainer::Count() { return m_count; }
 void QZContainer::Lock(QZObject* object, const QZWChar* method)
 {
     if (!object)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZContainer"), method)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZContainer"),
+                      method)
             .Argument(QZ_W("QZPVoid"), QZInt64{0})
             .Exception();
     // A locked object stands in a container or belongs to somebody: SetDisposable throws then.
     if (!object->SetDisposable(GetObjectID(), 0))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked), QZ_W("QZContainer"),
-                      method)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked),
+                      QZ_W("QZContainer"), method)
             .Argument(QZ_W("QZInt64"), static_cast<QZInt64>(object->GetObjectID()))
             .Exception();
 }

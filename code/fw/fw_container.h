@@ -7,10 +7,10 @@
 
 /// A doubly linked list that chains objects through their own link words: adding allocates nothing.
 ///
-/// An object in a container is locked with the container's object id, which is the proof of membership: it cannot be
-/// destroyed, recycled or put into a second container. The container does not own its elements, and its destructor does
-/// not touch them: owners empty a container first. Users walk it from GetFirst through QZObject::LinkNext.
-/// One thread at a time.
+/// An object in a container is locked with the container's object id, which is the proof of membership: it
+/// cannot be destroyed, recycled or put into a second container. The container does not own its elements, and
+/// its destructor does not touch them: owners empty a container first. Users walk it from GetFirst through
+/// QZObject::LinkNext. One thread at a time.
 class QZ_API QZContainer : public QZObject
 {
 public:
@@ -72,7 +72,7 @@ template <typename T>
 class QZList : public QZContainer
 {
 public:
-    static const QZInt64 Type = 0x81F7000;
+    static constexpr QZInt64 Type = 0x81F7000;
 
     QZInt64 GetType() override { return 0x81F7000; }
     virtual QZBool Push(T* object) { return QZContainer::Push(object); }

@@ -15,7 +15,8 @@ const QZWChar* const kClass = QZ_W("QZData");
 
 [[noreturn]] void ThrowNoStorage(const QZWChar* method, QZInt64 size)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), kClass, method)
+    throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), kClass,
+                  method)
         .Argument(QZ_W("QZInt64"), size)
         .Exception();
 }
@@ -24,8 +25,9 @@ const QZWChar* const kClass = QZ_W("QZData");
 void CheckBytes(const void* p, QZInt64 size, const QZWChar* method)
 {
     if (size < 0 || (!p && size > 0))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass, method)
-            .Argument(QZ_W("QZPVoid"), QZInt64{p != nullptr})
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
+                      method)
+            .Argument(QZ_W("QZPVoid"), p, 0)
             .Argument(QZ_W("QZInt64"), size)
             .Exception();
 }
@@ -33,7 +35,8 @@ void CheckBytes(const void* p, QZInt64 size, const QZWChar* method)
 void CheckObject(const QZData* data, const QZWChar* method)
 {
     if (!data)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass, method)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
+                      method)
             .Argument(QZ_W("QZData*"), static_cast<const void*>(nullptr), 0)
             .Exception();
 }
@@ -263,8 +266,7 @@ QZInt64 QZData::ReplaceInto(QZData* target, const void* find, QZInt64 findSize, 
                             QZInt64 withSize)
 {
     m_findPosition = -1;
-    if (findSize == 0)
-        throw QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
+    if (findSize == 0) throw QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
     target->NewSize(QZBytesReplaceBound(GetSize(), findSize, withSize));
     const QZInt64 size =
         QZBytesReplace(target->GetPointer(), GetPointer(), GetSize(), find, findSize, with, withSize);
@@ -397,10 +399,12 @@ unsigned char* QZData::Element(QZInt64 index, QZInt64 width, const QZWChar* meth
 {
     const auto places = static_cast<QZUInt32>(static_cast<QZUInt64>(index) + 1);
     const auto size = static_cast<QZUInt32>(GetSize());
-    // The test runs on 32-bit values, so that -1 passes: callers read the end of the head room with it. What else
-    // slips through lies outside of the buffer and is refused as well.
-    if (QZUInt64{places} * static_cast<QZUInt64>(width) > size || index < -1 || index >= GetSize())
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), kClass, method)
+    // The test runs on 32-bit values, so that -1 passes: callers read the end of the head room with it. What
+    // else slips through lies outside of the buffer and is refused as well.
+    if (QZUInt64{places} * static_cast<QZUInt64>(width) > size || index < -1 ||
+        (index >= 0 && index >= GetSize() / width))
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), kClass,
+                      method)
             .Argument(QZ_W("QZInt64"), index)
             .Exception();
     return block::Data(m_block) + index * width;
@@ -454,10 +458,7 @@ QZUInt16 QZData::GetValueUInt16(QZInt64 index) const
     return QZLoad<QZUInt16>(Element(index, 2, QZ_W("GetValueUInt16")));
 }
 
-QZByte QZData::GetValueByte(QZInt64 index) const
-{
-    return *Element(index, 1, QZ_W("GetValueByte"));
-}
+QZByte QZData::GetValueByte(QZInt64 index) const { return *Element(index, 1, QZ_W("GetValueByte")); }
 
 void QZData::SetValueInt64(QZInt64 index, QZInt64 value) { Store(index, value, QZ_W("SetValueInt64")); }
 

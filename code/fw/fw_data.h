@@ -11,9 +11,9 @@ class QZDataCollection;
 
 /// A byte buffer, and the base of all classes that hold raw content.
 ///
-/// The bytes lie in one self-describing block (see GetStructPointer) with 64 bytes of head room in front, so that short
-/// prepends move nothing. Storage only grows, in steps of 512 bytes: a buffer that shrinks keeps what it has for later,
-/// and bytes that come back by growing again show what was there before.
+/// The bytes lie in one self-describing block (see GetStructPointer) with 64 bytes of head room in front, so
+/// that short prepends move nothing. Storage only grows, in steps of 512 bytes: a buffer that shrinks keeps
+/// what it has for later, and bytes that come back by growing again show what was there before.
 ///
 /// A QZData owns its block; copies are deep. One thread at a time.
 /// Wherever storage has to grow and cannot, a QZException with QZLastError is thrown, 4352 when that is 0.
@@ -30,13 +30,13 @@ public:
     explicit QZData(QZInt64 size);
     template <std::integral T>
     explicit QZData(T size) : QZData(static_cast<QZInt64>(size))
-    {
-    }
+    {}
 
     /// A copy of `size` bytes at p.
     QZData(const void* p, QZInt64 size);
 
-    /// A copy of a whole raw block as GetStructPointer gives it: data type, structure area and head room included.
+    /// A copy of a whole raw block as GetStructPointer gives it: data type, structure area and head room
+    /// included.
     /// @throws QZException without a code for null
     explicit QZData(const void* block);
 
@@ -57,8 +57,8 @@ public:
     /// The data.
     void* GetPointer() const { return block::Data(m_block); }
 
-    /// The block, from its header: 64-bit words marker (65535), data type, size, offset, structure size; then structure
-    /// area, head room, data, padding to a multiple of 8, guard word.
+    /// The block, from its header: 64-bit words marker (65535), data type, size, offset, structure size; then
+    /// structure area, head room, data, padding to a multiple of 8, guard word.
     void* GetStructPointer() const { return m_block; }
 
     /// Bytes of data.
@@ -70,8 +70,9 @@ public:
     /// Head room in bytes.
     QZInt64 GetOffset() const { return block::Offset(m_block); }
 
-    /// Moves the start of the data while its end stays: a larger offset drops bytes from the front, a smaller one takes
-    /// bytes back. Offsets past the end leave size 0; past the capacity they become the capacity. Negative ones do nothing.
+    /// Moves the start of the data while its end stays: a larger offset drops bytes from the front, a smaller
+    /// one takes bytes back. Offsets past the end leave size 0; past the capacity they become the capacity.
+    /// Negative ones do nothing.
     void SetOffset(QZInt64 offset);
 
     /// Changes the size; the front of the data stays.
@@ -90,12 +91,13 @@ public:
     void Fill(int value);
     void Fill(QZByte value);
 
-    /// The first position of the pattern, or -1; the result is remembered for FindNext. A null pattern gives 0.
+    /// The first position of the pattern, or -1; the result is remembered for FindNext. A null pattern gives
+    /// 0.
     QZInt64 Find(const QZData* pattern);
     QZInt64 Find(const void* pattern, QZInt64 size);
 
-    /// The next position after the remembered one, or -1; remembered. The search starts at the remembered position plus the
-    /// pattern's size, and with nothing found before at the pattern's size - 1.
+    /// The next position after the remembered one, or -1; remembered. The search starts at the remembered
+    /// position plus the pattern's size, and with nothing found before at the pattern's size - 1.
     QZInt64 FindNext(const QZData* pattern);
 
     /// Adds bytes behind the data. A buffer may be appended to itself.
@@ -104,20 +106,21 @@ public:
     void Append(QZData source);
     void Append(const void* p, QZInt64 size);
 
-    /// Adds bytes in front of the data: into the head room where they leave some of it, else by moving the data up.
+    /// Adds bytes in front of the data: into the head room where they leave some of it, else by moving the
+    /// data up.
     /// @throws QZException 256 for a negative size
     void Prepend(const QZData* source);
     void Prepend(QZData source);
     void Prepend(const void* p, QZInt64 size);
 
-    /// A new buffer from QZDataFactory in which every occurrence of `find`, from the front and without overlap, is
-    /// replaced. This buffer stays as it is but forgets its remembered position.
+    /// A new buffer from QZDataFactory in which every occurrence of `find`, from the front and without
+    /// overlap, is replaced. This buffer stays as it is but forgets its remembered position.
     /// @throws QZException 256 for an empty pattern
     QZData* Replace(const QZData* find, const QZData* with);
     QZData* Replace(const void* find, QZInt64 findSize, const void* with, QZInt64 withSize);
 
-    /// The pieces between the separators, as new buffers in a new collection, both from QZDataFactory; what follows the
-    /// last separator is always the last piece, even when it is empty.
+    /// The pieces between the separators, as new buffers in a new collection, both from QZDataFactory; what
+    /// follows the last separator is always the last piece, even when it is empty.
     QZDataCollection* Split(const QZData* separator);
 
     /// Gives back every element and then the collection. A null in the variable is a QZLibAssert(false).
@@ -127,12 +130,14 @@ public:
     /// Marker and guard of the block are right.
     QZBool Check() const;
 
-    /// Takes a copy of the bytes. Data type and head room stay. Nothing happens when the source is this object.
+    /// Takes a copy of the bytes. Data type and head room stay. Nothing happens when the source is this
+    /// object.
     void Set(const QZData* source);
     void Set(const void* block);
     void Set(const void* p, QZInt64 size);
 
-    /// The element of the width at an index that counts elements. Index -1 reads what lies in front of the data.
+    /// The element of the width at an index that counts elements. Index -1 reads what lies in front of the
+    /// data.
     /// @throws QZException 1024 outside the data
     QZInt64 GetValueInt64(QZInt64 index) const;
     QZUInt64 GetValueUInt64(QZInt64 index) const;
@@ -162,7 +167,8 @@ private:
     void AppendBytes(const void* p, QZInt64 size);
     void PrependBytes(const void* p, QZInt64 size);
     void ReleaseBlock();
-    QZInt64 ReplaceInto(QZData* target, const void* find, QZInt64 findSize, const void* with, QZInt64 withSize);
+    QZInt64 ReplaceInto(QZData* target, const void* find, QZInt64 findSize, const void* with,
+                        QZInt64 withSize);
     unsigned char* Element(QZInt64 index, QZInt64 width, const QZWChar* method) const;
     template <typename T>
     void Store(QZInt64 index, T value, const QZWChar* method);

@@ -41,7 +41,10 @@ QZDataCollection* QZDataFactory::CreateDataCollection()
     return static_cast<QZDataCollection*>(m_dataCollectionCache->Out());
 }
 
-QZCollection* QZDataFactory::CreateCollection() { return static_cast<QZCollection*>(m_collectionCache->Out()); }
+QZCollection* QZDataFactory::CreateCollection()
+{
+    return static_cast<QZCollection*>(m_collectionCache->Out());
+}
 
 void QZDataFactory::Recycle(QZData** data)
 {

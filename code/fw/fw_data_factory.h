@@ -8,8 +8,8 @@ class QZDataCollection;
 class QZCollection;
 class QZObjectCache;
 
-/// Makes and takes back buffers and collections through caches. What a Create... returns is the caller's until a Recycle
-/// takes it back and clears the caller's variable. Any thread.
+/// Makes and takes back buffers and collections through caches. What a Create... returns is the caller's
+/// until a Recycle takes it back and clears the caller's variable. Any thread.
 class QZ_API QZDataFactory
 {
 public:
@@ -17,10 +17,11 @@ public:
     static QZDataCollection* CreateDataCollection();
     static QZCollection* CreateCollection();
 
-    /// Empties the object, gives it back and clears the variable. A null in the variable is a QZLibAssert(false).
-    /// The form for QZData sorts by GetType; a data collection only forgets its elements, QZData::Recycle gives them back
-    /// as well.
-    /// @throws QZException 1280 for a locked object, without a code for a type that has no cache; the variable stays
+    /// Empties the object, gives it back and clears the variable. A null in the variable is a
+    /// QZLibAssert(false). The form for QZData sorts by GetType; a data collection only forgets its elements,
+    /// QZData::Recycle gives them back as well.
+    /// @throws QZException 1280 for a locked object, without a code for a type that has no cache; the
+    /// variable stays
     static void Recycle(QZData** data);
     static void Recycle(QZDataCollection** collection);
     static void Recycle(QZCollection** collection);

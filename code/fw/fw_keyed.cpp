@@ -31,8 +31,7 @@ QZObjectCollection::QZObjectCollection() : m_elements(std::make_shared<QZCollect
 
 QZObjectCollection::QZObjectCollection(QZObjectCollection* other)
     : m_elements(std::make_shared<QZCollection>(other->m_elements.get()))
-{
-}
+{}
 
 QZObjectCollection::QZObjectCollection(const QZObjectCollection& other) = default;
 QZObjectCollection& QZObjectCollection::operator=(const QZObjectCollection& other) = default;
@@ -96,8 +95,7 @@ QZDataCollection::QZDataCollection() = default;
 
 QZDataCollection::QZDataCollection(QZDataCollection* other)
     : QZObjectCollection(static_cast<QZObjectCollection*>(other))
-{
-}
+{}
 
 QZInt64 QZDataCollection::GetType() { return 0x81F9000; }
 
@@ -118,8 +116,7 @@ QZStringCollection::QZStringCollection() = default;
 
 QZStringCollection::QZStringCollection(QZStringCollection* other)
     : QZObjectCollection(static_cast<QZObjectCollection*>(other))
-{
-}
+{}
 
 QZInt64 QZStringCollection::GetType() { return 0x81FA000; }
 
@@ -229,8 +226,8 @@ namespace
 
 /// A key as it was given, ready for comparing with many strings.
 ///
-/// A comparison says what QZString::Equals with the ignore-case argument says, but looks at length and first unit before it
-/// walks the text.
+/// A comparison says what QZString::Equals with the ignore-case argument says, but looks at length and first
+/// unit before it walks the text.
 class KeyText
 {
 public:
@@ -276,7 +273,8 @@ private:
 
 [[noreturn]] void ThrowKey(QZInt64 code, const QZWChar* method)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(code), QZ_W("QZKeyValueCollection"), method).Exception();
+    throw QZTrace(QZExceptionFactory::CreateException(code), QZ_W("QZKeyValueCollection"), method)
+        .Exception();
 }
 
 }  // namespace
@@ -430,7 +428,10 @@ void QZKeyValueCollection::SwapEntries(QZInt64 a, QZInt64 b)
     m_lists->keys->Swap(a, b);
 }
 
-QZBool QZKeyValueCollection::MoveElement(QZString* key, QZInt64 steps) { return MoveElement(IndexOf(key), steps); }
+QZBool QZKeyValueCollection::MoveElement(QZString* key, QZInt64 steps)
+{
+    return MoveElement(IndexOf(key), steps);
+}
 
 QZBool QZKeyValueCollection::MoveElement(QZInt64 index, QZInt64 steps)
 {

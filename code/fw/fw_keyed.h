@@ -9,9 +9,9 @@
 
 /// Object pointers by position.
 ///
-/// The collection neither owns nor locks its elements and may hold the same one twice. A copy made by value shares the list
-/// with its source; the constructor from a pointer makes a list of its own. Bad indices throw QZException 1024.
-/// One thread at a time.
+/// The collection neither owns nor locks its elements and may hold the same one twice. A copy made by value
+/// shares the list with its source; the constructor from a pointer makes a list of its own. Bad indices throw
+/// QZException 1024. One thread at a time.
 class QZ_API QZObjectCollection : public QZObject
 {
 public:
@@ -62,7 +62,8 @@ private:
     std::shared_ptr<QZCollection> m_elements;
 };
 
-/// Buffers by position. QZDataFactory::Recycle of it forgets the buffers, QZData::Recycle gives them back too.
+/// Buffers by position. QZDataFactory::Recycle of it forgets the buffers, QZData::Recycle gives them back
+/// too.
 class QZ_API QZDataCollection : public QZObjectCollection
 {
 public:
@@ -153,9 +154,9 @@ private:
 
 /// The library's dictionary: objects by text key, in insertion order, searched linearly.
 ///
-/// Keys that differ only in the case of A to Z are the same key. Keys are private copies; objects stay their owner's, but
-/// an object that was added is locked with the collection's object id until it leaves, so that it stands in one keyed
-/// collection at most and cannot be destroyed meanwhile. One thread at a time.
+/// Keys that differ only in the case of A to Z are the same key. Keys are private copies; objects stay their
+/// owner's, but an object that was added is locked with the collection's object id until it leaves, so that
+/// it stands in one keyed collection at most and cannot be destroyed meanwhile. One thread at a time.
 class QZ_API QZKeyValueCollection : public QZObject
 {
 public:
@@ -171,7 +172,8 @@ public:
     QZInt64 GetType() override;
 
     /// Adds an object under a copy of the key. True whenever it returns.
-    /// @throws QZException 2048 for a null or empty key, 2304 for a key that is there, 1280 for an object that is locked
+    /// @throws QZException 2048 for a null or empty key, 2304 for a key that is there, 1280 for an object
+    /// that is locked
     QZBool Add(const char* key, QZObject* object);
     QZBool Add(const QZWChar* key, QZObject* object);
     QZBool Add(QZString* key, QZObject* object);
@@ -198,14 +200,15 @@ public:
     /// @throws QZException 1024 for a bad index
     QZInt64 GetElementType(QZInt64 index);
 
-    /// Puts another object in the place of the old one, which is unlocked. The new one is not locked. False when absent.
+    /// Puts another object in the place of the old one, which is unlocked. The new one is not locked. False
+    /// when absent.
     QZBool SetElement(const char* key, QZObject* object);
     QZBool SetElement(const QZWChar* key, QZObject* object);
     QZBool SetElement(QZString* key, QZObject* object);
     QZBool SetElement(QZInt64 index, QZObject* object);
 
-    /// Puts a copy of the key in the place of the old one, without a look at the other keys. The old key string is left to
-    /// whoever fetched it with ToKey before. False for a bad index.
+    /// Puts a copy of the key in the place of the old one, without a look at the other keys. The old key
+    /// string is left to whoever fetched it with ToKey before. False for a bad index.
     QZBool SetElementKey(QZInt64 index, QZString* key);
 
     /// Takes an entry out; the object is unlocked and stays its owner's. False when absent.
@@ -215,7 +218,8 @@ public:
     QZBool RemoveElement(QZInt64 index);
     QZBool RemoveElement(QZObject* object);
 
-    /// Moves an entry by `steps` places, toward the end when positive, as far as there are places. False when absent.
+    /// Moves an entry by `steps` places, toward the end when positive, as far as there are places. False when
+    /// absent.
     QZBool MoveElement(QZString* key, QZInt64 steps);
     QZBool MoveElement(QZInt64 index, QZInt64 steps);
 

@@ -7,8 +7,7 @@ const QZInt64 QZSearch::Type;
 
 QZSearch::QZSearch(const void* data, QZInt64 dataSize, const void* pattern, QZInt64 patternSize)
     : m_data(data), m_dataSize(dataSize), m_pattern(pattern), m_patternSize(patternSize)
-{
-}
+{}
 
 QZInt64 QZSearch::GetType() { return 0x81E0000; }
 

@@ -62,8 +62,8 @@ QZUInt64 QZStack::Pop()
 {
     const QZInt64 count = CountOf();
     if (count < 1)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), QZ_W("QZStack"),
-                      QZ_W("Pop"))
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible),
+                      QZ_W("QZStack"), QZ_W("Pop"))
             .Exception();
     SetCount(count - 1);
     return Words()[count];
