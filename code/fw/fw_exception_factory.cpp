@@ -1,5 +1,7 @@
 #include "fw/fw_exception_factory.h"
 
+#include <initializer_list>
+
 #include "fw/fw_collection.h"
 #include "fw/fw_exception_cache.h"
 #include "fw/fw_library.h"

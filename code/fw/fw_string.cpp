@@ -273,7 +273,7 @@ bool QZString::PrependBytes(const void* text, QZInt64 size)
     QZInt64 offset = block::Offset(m_block);
     if (offset > size)
     {
-        block::SetOffset(m_block, offset - size);
+        block::SetOffset(&m_block, offset - size);
     }
     else
     {
