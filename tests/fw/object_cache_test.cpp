@@ -1,0 +1,286 @@
+#include "fw/fw_object_cache.h"
+
+#include <atomic>
+#include <thread>
+
+#include "fw/fw_collection.h"
+#include "fw/fw_exception_cache.h"
+#include "fw/fw_library.h"
+#include "fw/fw_string.h"
+#include "support/qz_test.h"
+
+namespace
+{
+/// An object whose size a test sets; counts what lives.
+class Probe : public QZObject
+{
+public:
+    static int live;
+    QZInt64 size = 100;
+    Probe() { ++live; }
+    ~Probe() override { --live; }
+    QZInt64 GetMemorySize() override { return size; }
+};
+int Probe::live = 0;
+
+using Cache = QZCache<Probe>;
+
+Probe* Out(Cache* cache) { return static_cast<Probe*>(cache->Out()); }
+void In(Cache* cache, Probe* probe)
+{
+    QZObject* object = probe;
+    cache->In(&object);
+    EXPECT_EQ(object, nullptr);
+}
+
+TEST(ObjectCache, OutOfAnEmptyCacheMakesAnObject)
+{
+    Cache cache(-1, -1);
+    Probe* probe = Out(&cache);
+    ASSERT_NE(probe, nullptr);
+    EXPECT_EQ(cache.Created(), 1);
+    EXPECT_EQ(cache.Count(), 0);
+    In(&cache, probe);
+    EXPECT_EQ(cache.Count(), 1);
+    EXPECT_EQ(cache.Created(), 1);
+}
+
+TEST(ObjectCache, TheLastObjectInIsTheFirstOut)
+{
+    Cache cache(-1, -1);
+    Probe* a = Out(&cache);
+    Probe* b = Out(&cache);
+    In(&cache, a);
+    In(&cache, b);
+    EXPECT_EQ(Out(&cache), b);
+    EXPECT_EQ(Out(&cache), a);
+    In(&cache, a);
+    In(&cache, b);
+}
+
+TEST(ObjectCache, IdleObjectsAreLockedByTheList)
+{
+    Cache cache(-1, -1);
+    Probe* probe = Out(&cache);
+    In(&cache, probe);
+    EXPECT_EQ(probe->IsDisposable(), 0);
+    EXPECT_EQ(Out(&cache), probe);
+    EXPECT_EQ(probe->IsDisposable(), 1);
+    In(&cache, probe);
+}
+
+TEST(ObjectCache, TypesAndSizes)
+{
+    Cache cache(-1, -1);
+    EXPECT_EQ(cache.GetType(), 0x85F7001);
+    EXPECT_EQ(QZObjectCache::Type, 0x85F0000);
+    EXPECT_EQ(cache.GetMemorySize(), 8);
+    In(&cache, Out(&cache));
+    EXPECT_EQ(cache.GetMemorySize(), 108);
+    QZExceptionCache exceptions(-1, -1);
+    EXPECT_EQ(exceptions.GetType(), 0x85F0000);
+    EXPECT_EQ(cache.GetTimeout(), -1);
+}
+
+TEST(ObjectCache, AtTheCreatedLimitOutTimesOut)
+{
+    Cache cache(1, -1);
+    Probe* probe = Out(&cache);
+    cache.SetTimeout(0);
+    EXPECT_EQ(cache.GetTimeout(), 0);
+    EXPECT_EQ(cache.Out(), nullptr);
+    In(&cache, probe);
+    EXPECT_EQ(Out(&cache), probe);
+    In(&cache, probe);
+}
+
+TEST(ObjectCache, WithoutTimeoutOutBlocksUntilIn)
+{
+    Cache cache(1, -1);
+    Probe* probe = Out(&cache);
+    std::atomic<bool> got{false};
+    std::thread waiter(
+        [&]
+        {
+            QZObject* object = cache.Out();
+            got = true;
+            cache.In(&object);
+        });
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    EXPECT_FALSE(got);
+    In(&cache, probe);
+    waiter.join();
+    EXPECT_TRUE(got);
+}
+
+TEST(ObjectCache, InOfALockedObjectThrowsAndKeepsTheVariable)
+{
+    Cache cache(-1, -1);
+    Probe* probe = Out(&cache);
+    probe->SetDisposable(4, 0);
+    QZObject* object = probe;
+    EXPECT_QZ_THROW(cache.In(&object), 1280);
+    EXPECT_EQ(object, probe);
+    probe->SetDisposable(4, 1);
+    In(&cache, probe);
+}
+
+TEST(ObjectCache, InOfNullAsserts)
+{
+    static int asserts;
+    asserts = 0;
+    QZLibSetFunctionAssert([](QZBool condition) { asserts += condition ? 0 : 1; });
+    Cache cache(-1, -1);
+    QZObject* none = nullptr;
+    cache.In(&none);
+    EXPECT_EQ(asserts, 1);
+}
+
+TEST(ObjectCache, BeyondTheIdleLimitObjectsAreDeletedButStayCounted)
+{
+    Cache cache(2, 1);
+    Probe* a = Out(&cache);
+    Probe* b = Out(&cache);
+    In(&cache, a);
+    In(&cache, b);
+    EXPECT_EQ(cache.Count(), 1);
+    EXPECT_EQ(Probe::live, 1);
+    EXPECT_EQ(cache.Created(), 2);
+    // Both limits set: the cache has run out of objects after the discard.
+    cache.SetTimeout(0);
+    Probe* only = Out(&cache);
+    EXPECT_EQ(cache.Out(), nullptr);
+    In(&cache, only);
+}
+
+TEST(ObjectCache, APartialCollectionAtTheStartDoesNothing)
+{
+    Cache cache(-1, -1);
+    In(&cache, Out(&cache));
+    cache.Collect(1);
+    EXPECT_EQ(cache.Count(), 1);
+}
+
+TEST(ObjectCache, WhatStayedIdleForAWholePeriodGoes)
+{
+    Cache cache(-1, -1);
+    Probe* probes[10];
+    for (Probe*& probe : probes) probe = Out(&cache);
+    for (Probe* probe : probes) In(&cache, probe);
+    cache.Collect(1);  // Ends the first period: the low mark becomes 10.
+    EXPECT_EQ(cache.Count(), 10);
+    cache.Collect(1);
+    EXPECT_EQ(cache.Count(), 0);
+    EXPECT_EQ(cache.Created(), 0);
+    EXPECT_EQ(Probe::live, 0);
+    // The low mark is 0 now: what comes next survives one collection.
+    In(&cache, Out(&cache));
+    cache.Collect(1);
+    EXPECT_EQ(cache.Count(), 1);
+}
+
+TEST(ObjectCache, APartialCollectionKeepsWhatThePeriodNeeded)
+{
+    Cache cache(-1, -1);
+    Probe* probes[5];
+    for (Probe*& probe : probes) probe = Out(&cache);
+    for (Probe* probe : probes) In(&cache, probe);
+    cache.Collect(1);
+    Probe* a = Out(&cache);
+    Probe* b = Out(&cache);
+    In(&cache, a);
+    In(&cache, b);
+    // Two were in use at the height of the period, three never.
+    cache.Collect(1);
+    EXPECT_EQ(cache.Count(), 2);
+}
+
+TEST(ObjectCache, GrownObjectsGoFirstAndStayInTheCreatedCount)
+{
+    Cache cache(-1, -1);
+    Probe* probes[4];
+    for (Probe*& probe : probes) probe = Out(&cache);
+    probes[2]->size = 5000;
+    for (Probe* probe : probes) In(&cache, probe);
+    cache.Collect(1);
+    Probe* last = Out(&cache);
+    Probe* big = Out(&cache);
+    Probe* second = Out(&cache);
+    EXPECT_EQ(big, probes[2]);
+    In(&cache, second);
+    In(&cache, big);
+    In(&cache, last);
+    // The low mark is 1: one object goes, the big one, though it is not the oldest.
+    cache.Collect(1);
+    EXPECT_EQ(cache.Count(), 3);
+    EXPECT_EQ(cache.GetMemorySize(), 308);
+    EXPECT_EQ(cache.Created(), 4);
+}
+
+TEST(ObjectCache, APartialCollectionThatStopsEarlyLeavesTheListTurned)
+{
+    Cache cache(-1, -1);
+    Probe* probes[4];
+    for (Probe*& probe : probes) probe = Out(&cache);
+    probes[1]->size = 5000;
+    for (Probe* probe : probes) In(&cache, probe);
+    cache.Collect(1);
+    Probe* taken[3];
+    for (Probe*& probe : taken) probe = Out(&cache);
+    for (int i = 2; i >= 0; --i) In(&cache, taken[i]);
+    // Order 0 1 2 3, low mark 1: 0 is turned to the end, 1 is deleted, and there the walk stops: 2 3 0.
+    cache.Collect(1);
+    EXPECT_EQ(cache.Count(), 3);
+    EXPECT_EQ(Out(&cache), probes[0]);
+    EXPECT_EQ(Out(&cache), probes[3]);
+    EXPECT_EQ(Out(&cache), probes[2]);
+    for (int i : {0, 2, 3}) In(&cache, probes[i]);
+}
+
+TEST(ObjectCache, AFullCollectionEmptiesTheCache)
+{
+    Cache cache(-1, -1);
+    Probe* a = Out(&cache);
+    Probe* b = Out(&cache);
+    In(&cache, a);
+    In(&cache, b);
+    cache.Collect(0);
+    EXPECT_EQ(cache.Count(), 0);
+    EXPECT_EQ(cache.Created(), 0);
+    EXPECT_EQ(Probe::live, 0);
+}
+
+TEST(ObjectCache, TheDestructorDeletesWhatIsIdle)
+{
+    {
+        Cache cache(-1, -1);
+        In(&cache, Out(&cache));
+        EXPECT_EQ(Probe::live, 1);
+    }
+    EXPECT_EQ(Probe::live, 0);
+}
+
+TEST(ObjectCache, ObjectsMayReturnOnAnotherThread)
+{
+    Cache cache(-1, -1);
+    std::thread threads[4];
+    for (std::thread& thread : threads)
+    {
+        thread = std::thread(
+            [&cache]
+            {
+                for (int i = 0; i < 2000; ++i)
+                {
+                    QZObject* a = cache.Out();
+                    QZObject* b = cache.Out();
+                    cache.In(&a);
+                    cache.In(&b);
+                    if (i % 100 == 0) cache.Collect(1);
+                }
+            });
+    }
+    for (std::thread& thread : threads) thread.join();
+    cache.Collect(0);
+    EXPECT_EQ(Probe::live, 0);
+}
+}  // namespace

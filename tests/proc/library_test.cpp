@@ -1,0 +1,220 @@
+#include "fw/fw_library.h"
+
+#include <cstring>
+
+#include "fw/fw_environment.h"
+#include "fw/fw_memory.h"
+#include "fw/fw_memory_raw.h"
+#include "fw/fw_object.h"
+#include "fw/fw_string.h"
+#include "os/os_system.h"
+#include "os/os_thread.h"
+#include "support/qz_test.h"
+
+namespace
+{
+TEST(Library, TheFirstObjectOfAProcessHasId256)
+{
+    QZObject first;
+    QZObject second;
+    EXPECT_EQ(first.GetObjectID(), 256u);
+    EXPECT_EQ(second.GetObjectID(), 512u);
+}
+
+TEST(Library, DisposeBeforeInitDoesNothing)
+{
+    EXPECT_EQ(QZLibDispose(), 1);
+    EXPECT_FALSE(QZThread::IsThreadsAbort());
+}
+
+TEST(Library, InitTwiceAndDisposeOnceLeavesItEnded)
+{
+    EXPECT_EQ(QZLibInit(), 1);
+    EXPECT_EQ(QZLibInit(), 1);
+    EXPECT_NE(QZEnvironment::NewLine, nullptr);
+    EXPECT_EQ(QZLibDispose(), 1);
+    EXPECT_EQ(QZEnvironment::NewLine, nullptr);
+}
+
+TEST(Library, InitMakesTheLineEndAndSwitchesThePoolOff)
+{
+    QZEnvironment::UseMemPoolCache = 1;
+    QZLibInit();
+    EXPECT_EQ(QZEnvironment::UseMemPoolCache, 0);
+    EXPECT_QZ_TEXT(QZEnvironment::NewLine, "\r\n");
+    QZLibDispose();
+}
+
+TEST(Library, InitMayRunAgainAfterDispose)
+{
+    QZLibInit();
+    QZLibDispose();
+    QZLibInit();
+    {
+        QZString text(QZ_W("again"));
+        EXPECT_EQ(text.GetLength(), 5);
+    }
+    // The abort flag stays for the life of the process.
+    EXPECT_TRUE(QZThread::IsThreadsAbort());
+    QZLibDispose();
+}
+
+TEST(Library, AHookSetBeforeInitIsReplacedByTheDefault)
+{
+    static int calls;
+    calls = 0;
+    auto counting = [](void* destination, void* source, QZInt64 size)
+    {
+        ++calls;
+        std::memmove(destination, source, static_cast<std::size_t>(size));
+    };
+    QZLibSetFunctionMemCopy(counting);
+    QZLibInit();
+    char target[2];
+    QZMemory::Copy(target, "x", 2);
+    EXPECT_EQ(calls, 0);
+    QZLibSetFunctionMemCopy(counting);
+    QZMemory::Copy(target, "x", 2);
+    EXPECT_EQ(calls, 1);
+    // Dispose does not touch the slots.
+    QZLibDispose();
+    QZMemory::Copy(target, "x", 2);
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(Library, TheDefaultCopySmearsForwardWhenTheTargetLiesInsideTheSource)
+{
+    char bytes[] = "abcdefgh";
+    QZMemory::Copy(bytes + 1, bytes, 7);
+    EXPECT_STREQ(bytes, "aaaaaaaa");
+    // Aligned and 33 bytes or more: words, so the first word repeats.
+    alignas(8) unsigned char words[48];
+    for (int i = 0; i < 48; ++i) words[i] = static_cast<unsigned char>(i);
+    QZMemory::Copy(words + 8, words, 40);
+    for (int i = 0; i < 48; ++i) EXPECT_EQ(words[i], i % 8) << i;
+}
+
+TEST(Library, TheDefaultMoveIsSafeForOverlap)
+{
+    char bytes[] = "abcdefgh";
+    QZLibInit();
+    QZMemMove(bytes + 1, bytes, 7);
+    EXPECT_STREQ(bytes, "aabcdefg");
+    QZMemMove(bytes, bytes + 1, 7);
+    EXPECT_STREQ(bytes, "abcdefgg");
+    QZLibDispose();
+}
+
+TEST(Library, AssertPassesEveryConditionToTheHook)
+{
+    static int trueCalls;
+    static int falseCalls;
+    trueCalls = falseCalls = 0;
+    QZLibSetFunctionAssert([](QZBool condition) { ++(condition ? trueCalls : falseCalls); });
+    QZLibAssert(1);
+    QZLibAssert(0);
+    EXPECT_EQ(trueCalls, 1);
+    EXPECT_EQ(falseCalls, 1);
+}
+
+TEST(Library, TheDefaultAssertReportsVal)
+{
+    QZ_SKIP_ON_WINE("the report of the runtime is a message box there");
+    QZLibInit();
+    QZLibAssert(1);
+    EXPECT_DEATH(QZLibAssert(0), "code/qzlib:510.*val");
+    QZLibDispose();
+}
+
+TEST(Library, FormFlagIsSetAndClearedWithTrue)
+{
+    EXPECT_EQ(QZFormDispose(), 1);
+    EXPECT_EQ(QZFormInit(), 1);
+    EXPECT_EQ(QZFormInit(), 1);
+    EXPECT_EQ(QZFormDispose(), 1);
+    EXPECT_EQ(QZFormDispose(), 1);
+}
+
+TEST(Library, AFailedSocketStartReachesTheHostAsAnException)
+{
+    os::TestHooks hooks{};
+    hooks.Gate = [](void*, os::Op operation, QZInt64*, QZUInt32* error)
+    {
+        if (operation != os::Op::NetStart) return true;
+        *error = 10091;
+        return false;
+    };
+    os::SetTestHooks(&hooks);
+    QZInt64 code = 0;
+    QZInt64 type = 0;
+    try
+    {
+        QZLibInit();
+    }
+    catch (QZSocketException* e)
+    {
+        code = e->GetCode();
+        type = e->GetType();
+        EXPECT_QZ_TEXT(e->GetMsg(), " socket error on startup");
+        QZExceptionFactory::Recycle(&e);
+        EXPECT_EQ(e, nullptr);
+    }
+    os::SetTestHooks(nullptr);
+    EXPECT_EQ(code, 1024);
+    EXPECT_EQ(type, 0x8310005);
+    // The library flag is still clear, and the start can be tried again.
+    EXPECT_EQ(QZLibInit(), 1);
+    EXPECT_EQ(QZLibDispose(), 1);
+}
+
+TEST(Library, WithTheMemoryTestOnBadBlocksArePutAsideUntilTheTableIsFull)
+{
+    static int tested;
+    tested = 0;
+    MemorySetPatternTest(
+        [](void*, QZInt64)
+        {
+            ++tested;
+            return false;
+        });
+    QZMemory::MemoryTest = 1;
+    void* block = MemoryRawAllocate(512);
+    QZMemory::MemoryTest = 0;
+    MemorySetPatternTest(nullptr);
+    // 500 bad blocks wait in the table; the 501st is handed out all the same.
+    EXPECT_EQ(tested, 501);
+    ASSERT_NE(block, nullptr);
+    QZInt64 count = 0;
+    QZInt64 bytes = 0;
+    QZMemory::OccupiedInfo(&count, &bytes);
+    EXPECT_EQ(count, 500);
+    EXPECT_EQ(bytes, 500 * 512);
+    MemoryRawFree(block, 512);
+}
+
+TEST(Library, TheTableOfBadMemoryStaysBelowFiftyMillionBytes)
+{
+    char block;
+    EXPECT_TRUE(MemoryOccupy(&block, 49999999));
+    EXPECT_FALSE(MemoryOccupy(&block, 1));
+    QZInt64 count = 0;
+    QZInt64 bytes = 0;
+    QZMemory::OccupiedInfo(&count, &bytes);
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(bytes, 49999999);
+}
+
+TEST(Library, WithTheMemoryTestOnGoodBlocksServe)
+{
+    QZMemory::MemoryTest = 1;
+    void* buffer = MemoryAllocateClean(100);
+    ASSERT_NE(buffer, nullptr);
+    static_cast<char*>(buffer)[99] = 5;
+    buffer = MemoryResize(buffer, 10000);
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(static_cast<char*>(buffer)[99], 5);
+    EXPECT_EQ(static_cast<char*>(buffer)[100], 0);
+    QZMemory::MemoryTest = 0;
+    EXPECT_TRUE(MemoryFree(buffer));
+}
+}  // namespace
