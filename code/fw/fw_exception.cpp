@@ -1,5 +1,7 @@
 #include "fw/fw_exception.h"
 
+#include <initializer_list>
+
 #include "fw/fw_environment.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"

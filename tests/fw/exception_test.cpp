@@ -168,8 +168,7 @@ TEST(Exception, DomainTexts)
 
 TEST(Exception, Types)
 {
-    auto typeOf = [](QZException* e)
-    {
+    auto typeOf = [](QZException* e) {
         QZInt64 type = e->GetType();
         F::Recycle(&e);
         return type;
@@ -232,7 +231,9 @@ TEST(Exception, TracesReadClassMethodParameters)
 
 TEST(Exception, FramesFollowEachOtherOnLinesOfTheirOwn)
 {
-    Held e(QZTrace(F::CreateException(256), QZ_W("A"), QZ_W("Inner")).Argument(QZ_W("QZInt64"), QZInt64{-5}).Exception());
+    Held e(QZTrace(F::CreateException(256), QZ_W("A"), QZ_W("Inner"))
+               .Argument(QZ_W("QZInt64"), QZInt64{-5})
+               .Exception());
     QZTrace(e.Get(), QZ_W("B"), QZ_W("Outer"));
     QZTrace(e.Get(), QZ_W("C"), QZ_W("Outermost")).Argument(QZ_W("QZChar*"), "t");
     EXPECT_QZ_TEXT(e->GetStackTrace(), "A::Inner(QZInt64)\r\nB::Outer()\r\nC::Outermost(QZChar*)");
@@ -252,7 +253,8 @@ TEST(Exception, ArgumentValuesOfEveryKind)
     e->ArgumentTraceAppend(-7);
     e->ArgumentTraceAppend(0.25);
     e->ArgumentTraceAppend("\x0A\xbc", 2);
-    EXPECT_QZ_TEXT(e->GetArgumentTrace(), "K::F(narrow, wide, object, object, 1234567890123, -7, 0.25, <HEX>0ABC)");
+    EXPECT_QZ_TEXT(e->GetArgumentTrace(),
+                   "K::F(narrow, wide, object, object, 1234567890123, -7, 0.25, <HEX>0ABC)");
 }
 
 TEST(Exception, NullTextsAreShownWithASeparatorAndNullBytesWithout)
@@ -321,8 +323,7 @@ TEST(Exception, RecycleOfAnUnregisteredTypeThrowsUnknownType)
     EXPECT_EQ(kept, stranger);
     static int recycled;
     recycled = 0;
-    auto count = [](QZObject* object)
-    {
+    auto count = [](QZObject* object) {
         ++recycled;
         delete object;
     };

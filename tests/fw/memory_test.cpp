@@ -22,8 +22,7 @@ public:
     explicit FailingHeap(int good) : m_good(good)
     {
         m_hooks.Context = this;
-        m_hooks.Gate = [](void* context, os::Op operation, QZInt64*, QZUInt32* error)
-        {
+        m_hooks.Gate = [](void* context, os::Op operation, QZInt64*, QZUInt32* error) {
             FailingHeap* self = static_cast<FailingHeap*>(context);
             if (operation != os::Op::Allocate || self->m_good-- > 0) return true;
             *error = 12;
@@ -205,7 +204,8 @@ TEST(Memory, FiguresFollowAllocationsAndFrees)
     QZMemory::AllocInfo(&countAfter, &bytesAfter);
     EXPECT_EQ(countAfter, count + 1);
     EXPECT_EQ(bytesAfter, bytes + 8192);
-    // A shrunk block is accounted by its smaller figure when it goes, so the total drifts up by the difference.
+    // A shrunk block is accounted by its smaller figure when it goes, so the total drifts up by the
+    // difference.
     buffer = MemoryResize(buffer, 1);
     MemoryFree(buffer);
     QZMemory::AllocInfo(&countAfter, &bytesAfter);
@@ -219,7 +219,8 @@ TEST(Memory, TheTotalIsResynchronisedWithTheWorkingSet)
     QZInt64 count = 0;
     QZInt64 bytes = 0;
     QZMemory::AllocInfo(&count, &bytes);
-    // Thousands of operations lie behind: the figure is the process's resident memory now, megabytes at least.
+    // Thousands of operations lie behind: the figure is the process's resident memory now, megabytes at
+    // least.
     EXPECT_GT(bytes, 1 << 20);
 }
 
@@ -423,18 +424,17 @@ TEST(Hooks, ACustomCopyServesEveryCopy)
 {
     static int calls;
     calls = 0;
-    QZLibSetFunctionMemCopy(
-        [](void* destination, void* source, QZInt64 size)
-        {
-            ++calls;
-            std::memcpy(destination, source, static_cast<std::size_t>(size));
-        });
+    QZLibSetFunctionMemCopy([](void* destination, void* source, QZInt64 size) {
+        ++calls;
+        std::memcpy(destination, source, static_cast<std::size_t>(size));
+    });
     char target[4] = {};
     QZMemory::Copy(target, "abc", 4);
     EXPECT_STREQ(target, "abc");
     EXPECT_EQ(calls, 1);
     // Back to a plain one for the tests that follow.
-    QZLibSetFunctionMemCopy([](void* destination, void* source, QZInt64 size)
-                            { std::memcpy(destination, source, static_cast<std::size_t>(size)); });
+    QZLibSetFunctionMemCopy([](void* destination, void* source, QZInt64 size) {
+        std::memcpy(destination, source, static_cast<std::size_t>(size));
+    });
 }
 }  // namespace

@@ -99,13 +99,11 @@ TEST(ObjectCache, WithoutTimeoutOutBlocksUntilIn)
     Cache cache(1, -1);
     Probe* probe = Out(&cache);
     std::atomic<bool> got{false};
-    std::thread waiter(
-        [&]
-        {
-            QZObject* object = cache.Out();
-            got = true;
-            cache.In(&object);
-        });
+    std::thread waiter([&] {
+        QZObject* object = cache.Out();
+        got = true;
+        cache.In(&object);
+    });
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
     EXPECT_FALSE(got);
     In(&cache, probe);
@@ -266,18 +264,16 @@ TEST(ObjectCache, ObjectsMayReturnOnAnotherThread)
     std::thread threads[4];
     for (std::thread& thread : threads)
     {
-        thread = std::thread(
-            [&cache]
+        thread = std::thread([&cache] {
+            for (int i = 0; i < 2000; ++i)
             {
-                for (int i = 0; i < 2000; ++i)
-                {
-                    QZObject* a = cache.Out();
-                    QZObject* b = cache.Out();
-                    cache.In(&a);
-                    cache.In(&b);
-                    if (i % 100 == 0) cache.Collect(1);
-                }
-            });
+                QZObject* a = cache.Out();
+                QZObject* b = cache.Out();
+                cache.In(&a);
+                cache.In(&b);
+                if (i % 100 == 0) cache.Collect(1);
+            }
+        });
     }
     for (std::thread& thread : threads) thread.join();
     cache.Collect(0);

@@ -63,8 +63,7 @@ TEST(Library, AHookSetBeforeInitIsReplacedByTheDefault)
 {
     static int calls;
     calls = 0;
-    auto counting = [](void* destination, void* source, QZInt64 size)
-    {
+    auto counting = [](void* destination, void* source, QZInt64 size) {
         ++calls;
         std::memmove(destination, source, static_cast<std::size_t>(size));
     };
@@ -138,8 +137,7 @@ TEST(Library, FormFlagIsSetAndClearedWithTrue)
 TEST(Library, AFailedSocketStartReachesTheHostAsAnException)
 {
     os::TestHooks hooks{};
-    hooks.Gate = [](void*, os::Op operation, QZInt64*, QZUInt32* error)
-    {
+    hooks.Gate = [](void*, os::Op operation, QZInt64*, QZUInt32* error) {
         if (operation != os::Op::NetStart) return true;
         *error = 10091;
         return false;
@@ -171,12 +169,10 @@ TEST(Library, WithTheMemoryTestOnBadBlocksArePutAsideUntilTheTableIsFull)
 {
     static int tested;
     tested = 0;
-    MemorySetPatternTest(
-        [](void*, QZInt64)
-        {
-            ++tested;
-            return false;
-        });
+    MemorySetPatternTest([](void*, QZInt64) {
+        ++tested;
+        return false;
+    });
     QZMemory::MemoryTest = 1;
     void* block = MemoryRawAllocate(512);
     QZMemory::MemoryTest = 0;
