@@ -1,0 +1,43 @@
+#ifndef QZLIB_QZLIB_H
+#define QZLIB_QZLIB_H
+
+/// The one header that a host includes.
+///
+///     #include <qzlib.h>
+///
+///     int main()
+///     {
+///         QZLibInit();
+///         ...
+///         QZLibDispose();
+///     }
+
+#include "fw/fw_collection.h"
+#include "fw/fw_data.h"
+#include "fw/fw_data_factory.h"
+#include "fw/fw_encoding.h"
+#include "fw/fw_environment.h"
+#include "fw/fw_exception.h"
+#include "fw/fw_exception_code.h"
+#include "fw/fw_exception_factory.h"
+#include "fw/fw_keyed.h"
+#include "fw/fw_library.h"
+#include "fw/fw_memory.h"
+#include "fw/fw_object.h"
+#include "fw/fw_object_cache.h"
+#include "fw/fw_report.h"
+#include "fw/fw_string.h"
+#include "fw/fw_string_factory.h"
+#include "fw/fw_types.h"
+#include "os/os_buffer.h"
+#include "os/os_file.h"
+#include "os/os_path.h"
+#include "os/os_stream.h"
+#include "os/os_thread.h"
+
+#include "db/db_channel.h"
+#include "db/db_database.h"
+#include "db/db_format.h"
+#include "db/db_node.h"
+
+#endif
