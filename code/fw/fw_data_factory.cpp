@@ -75,6 +75,7 @@ void QZDataFactory::Recycle(QZCollection** collection)
 
 void QZDataFactory::Collect(QZBool partial)
 {
+    if (!m_dataCache) return;
     m_dataCache->Collect(partial);
     m_dataCollectionCache->Collect(partial);
     m_collectionCache->Collect(partial);

@@ -28,7 +28,11 @@ QZString* Filled(QZString* text, Arguments... arguments)
 }
 }  // namespace
 
-QZString* QZStringFactory::CreateString() { return static_cast<QZString*>(m_stringCache->Out()); }
+QZString* QZStringFactory::CreateString()
+{
+    // Before the cache stands, and after it has gone, an exception still needs its texts.
+    return m_stringCache ? static_cast<QZString*>(m_stringCache->Out()) : new QZString();
+}
 
 QZString* QZStringFactory::CreateString(const char* text) { return Filled(CreateString(), text); }
 
@@ -60,7 +64,10 @@ void QZStringFactory::Recycle(QZString** text)
     }
     (*text)->Clear();
     QZObject* object = *text;
-    m_stringCache->In(&object);
+    if (m_stringCache)
+        m_stringCache->In(&object);
+    else
+        delete object;
     *text = nullptr;
 }
 
@@ -83,6 +90,7 @@ void QZStringFactory::Recycle(QZStringCollection** collection)
 
 void QZStringFactory::Collect(QZBool partial)
 {
+    if (!m_stringCache) return;
     m_stringCache->Collect(partial);
     m_stringCollectionCache->Collect(partial);
 }
