@@ -19,7 +19,7 @@ class QZString;
 class QZ_API QZBlock : public QZObject
 {
 public:
-    static const QZInt64 Type;
+    static const QZInt64 Type = 0x81FF300;
 
     QZBlock();
     ~QZBlock() override;
@@ -137,14 +137,14 @@ private:
 class QZ_API QZBuffer : public QZObject
 {
 public:
-    static const QZInt64 Type;
+    static const QZInt64 Type = 0x81FF700;
 
-    static const QZInt64 BlockSize512K;
-    static const QZInt64 BlockSize1M;
-    static const QZInt64 BlockSize2M;
-    static const QZInt64 BlockSize8M;
-    static const QZInt64 BlockSize16M;
-    static const QZInt64 BlockSize32M;
+    static const QZInt64 BlockSize512K = 524288;
+    static const QZInt64 BlockSize1M = 1048576;
+    static const QZInt64 BlockSize2M = 2097152;
+    static const QZInt64 BlockSize8M = 8388608;
+    static const QZInt64 BlockSize16M = 16777216;
+    static const QZInt64 BlockSize32M = 33554432;
 
     /// @param memoryLimit  bytes that the blocks in use may take; raised to at least two blocks
     /// @param blockSize    rounded up to the next constant; -1, and anything above the largest, gives
@@ -275,10 +275,10 @@ private:
 class QZ_API QZFileBuffer : public QZBuffer
 {
 public:
-    static const QZInt64 Type;
+    static const QZInt64 Type = 0x81FF800;
 
     /// The least free disk space, in bytes, that a host should leave.
-    static const QZInt64 FREEDESKSPACE_MIN;
+    static const QZInt64 FREEDESKSPACE_MIN = 1048576;
 
     /// Opens an existing file for reading and writing.
     /// @throws QZIOException  what QZFile::Open throws

@@ -10,7 +10,7 @@ class QZ_API QZStream : public QZBuffer
 {
 public:
     /// Bytes of memory when the constructor is not told: 1048576.
-    static const QZInt64 MemorySizeDefault;
+    static const QZInt64 MemorySizeDefault = 1048576;
 
     QZStream();
     explicit QZStream(QZInt64 memoryLimit);
@@ -50,7 +50,7 @@ protected:
 class QZ_API QZFileStream : public QZStream
 {
 public:
-    static const QZInt64 Type;
+    static const QZInt64 Type = 0x8300007;
 
     /// Opens an existing file; the encoding is sniffed from its content.
     /// @throws QZIOException  what QZFile::Open throws

@@ -1,0 +1,255 @@
+#include "os/os_stream.h"
+
+#include "fw/fw_data.h"
+#include "fw/fw_data_factory.h"
+#include "fw/fw_encoding.h"
+#include "fw/fw_exception.h"
+#include "fw/fw_library.h"
+#include "fw/fw_string.h"
+#include "fw/fw_string_factory.h"
+#include "fw/fw_trace.h"
+#include "os/os_file.h"
+#include "os/os_thread.h"
+
+const QZInt64 QZStream::MemorySizeDefault;
+const QZInt64 QZFileStream::Type;
+
+QZStream::QZStream() : QZStream(MemorySizeDefault) {}
+
+QZStream::QZStream(QZInt64 memoryLimit) : QZStream(memoryLimit, -1) {}
+
+QZStream::QZStream(QZInt64 memoryLimit, QZInt64 blockSize)
+    : QZBuffer(memoryLimit, blockSize), m_position(0), m_end(0)
+{}
+
+QZStream::~QZStream() = default;
+
+QZInt64 QZStream::ReadByte(unsigned char* value) { return Read(value, 1); }
+
+QZInt64 QZStream::Read(void* target, QZInt64 size)
+{
+    if (m_position >= m_end) return 0;
+    const QZInt64 left = m_end - m_position;
+    const QZInt64 count = QZBuffer::Read(m_position, target, size < left ? size : left);
+    m_position += count;
+    return count;
+}
+
+QZInt64 QZStream::WriteByte(unsigned char value) { return Write(&value, 1); }
+
+QZInt64 QZStream::Write(const void* source, QZInt64 size)
+{
+    const QZInt64 count = QZBuffer::Write(m_end, source, size);
+    m_end += count;
+    return count;
+}
+
+void QZStream::Seek(QZInt64 position) { m_position = position; }
+
+// ---------------------------------------------------------------------------------------------------------------------
+
+namespace
+{
+
+/// Bytes that ReadLine looks at in one go.
+constexpr QZInt64 WindowSize = 256;
+
+/// CR LF in an encoding.
+struct LineEnd
+{
+    unsigned char bytes[8];
+    QZInt64 size;
+    QZInt64 unit;
+};
+
+LineEnd LineEndOf(QZInt64 encoding)
+{
+    if (encoding == QZEncodingType::UTF16LE) return {{13, 0, 10, 0}, 4, 2};
+    if (encoding == QZEncodingType::UTF16BE) return {{0, 13, 0, 10}, 4, 2};
+    if (encoding == QZEncodingType::UTF32LE) return {{13, 0, 0, 0, 10, 0, 0, 0}, 8, 4};
+    if (encoding == QZEncodingType::UTF32BE) return {{0, 0, 0, 13, 0, 0, 0, 10}, 8, 4};
+    return {{13, 10}, 2, 1};
+}
+
+QZInt64 FindLineEnd(const LineEnd& lineEnd, const unsigned char* window, QZInt64 size)
+{
+    for (QZInt64 at = 0; at + lineEnd.size <= size; at += lineEnd.unit)
+    {
+        QZInt64 same = 0;
+        while (same < lineEnd.size && window[at + same] == lineEnd.bytes[same]) ++same;
+        if (same == lineEnd.size) return at;
+    }
+    return -1;
+}
+
+/// A string that goes back to its factory at the end of the scope.
+class ScratchString
+{
+public:
+    ScratchString() : m_string(QZStringFactory::CreateString()) {}
+    ~ScratchString() { QZStringFactory::Recycle(&m_string); }
+    ScratchString(const ScratchString&) = delete;
+    ScratchString& operator=(const ScratchString&) = delete;
+
+    QZString* Get() const { return m_string; }
+
+private:
+    QZString* m_string;
+};
+
+void AppendDecoded(QZInt64 encoding, unsigned char* bytes, QZInt64 size, QZString* text)
+{
+    if (size <= 0) return;
+    ScratchString piece;
+    QZEncoding::GetString(encoding, bytes, size, piece.Get());
+    text->Append(piece.Get());
+}
+
+}  // namespace
+
+QZFileStream::QZFileStream(QZFile* file, QZInt64 encoding)
+    : QZStream(MemorySizeDefault), m_encoding(encoding), m_file(file)
+{
+    m_end = file->GetSize();
+}
+
+QZFileStream::~QZFileStream()
+{
+    try
+    {
+        WriteBackAll();
+    }
+    catch (QZException* e)
+    {
+        // Close has reported by now; an owner who deletes the stream outright has no way to hear of it.
+        QZExceptionFactory::Recycle(&e);
+    }
+    DeleteBlocks();
+    QZFile::Close(&m_file);
+}
+
+QZInt64 QZFileStream::GetType() { return Type; }
+
+QZFileStream* QZFileStream::Open(QZString* path) { return Open(path, 0); }
+
+QZFileStream* QZFileStream::Open(QZString* path, QZInt64 encoding)
+{
+    QZFile* file = nullptr;
+    try
+    {
+        file = QZFile::Open(path);
+        return new QZFileStream(file, encoding ? encoding : file->GetTextFileEncodingType());
+    }
+    catch (QZException* e)
+    {
+        if (file) QZFile::Close(&file);
+        QZTrace(e, QZ_W("QZFileStream"), QZ_W("Open"))
+            .Argument(QZ_W("QZString*"), path)
+            .Argument(QZ_W("QZInt64"), encoding);
+        throw;
+    }
+}
+
+void QZFileStream::Close(QZFileStream** stream)
+{
+    if (!stream || !*stream)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    QZFileStream* closing = *stream;
+    *stream = nullptr;
+    try
+    {
+        closing->WriteBackAll();
+    }
+    catch (QZException* e)
+    {
+        closing->DeleteBlocks();
+        delete closing;
+        QZTrace(e, QZ_W("QZFileStream"), QZ_W("Close"));
+        throw;
+    }
+    delete closing;
+}
+
+QZInt64 QZFileStream::ReadByte()
+{
+    unsigned char value = 0;
+    return ReadByte(&value) == 1 ? value : -1;
+}
+
+QZInt64 QZFileStream::ReadLine(QZString* text)
+{
+    text->Clear();
+    if (m_position >= m_end) return -1;
+    const LineEnd lineEnd = LineEndOf(m_encoding);
+    unsigned char window[WindowSize];
+    while (m_position < m_end && !QZThread::IsThreadsAbort())
+    {
+        const QZInt64 size = m_end - m_position < WindowSize ? m_end - m_position : WindowSize;
+        QZBuffer::Read(m_position, window, size);
+        // A pair that lies across two windows is not seen: each window is searched and decoded by itself.
+        const QZInt64 found = FindLineEnd(lineEnd, window, size);
+        AppendDecoded(m_encoding, window, found < 0 ? size : found, text);
+        m_position += found < 0 ? size : found + lineEnd.size;
+        if (found >= 0) break;
+    }
+    return text->GetSize();
+}
+
+QZString* QZFileStream::ReadToEnd()
+{
+    QZString* text = QZStringFactory::CreateString();
+    QZData* data = nullptr;
+    try
+    {
+        if (m_position < m_end)
+        {
+            data = QZBuffer::Read(m_position, m_end - m_position);
+            m_position = m_end;
+            QZEncoding::GetString(m_encoding, data, text);
+            QZDataFactory::Recycle(&data);
+        }
+        return text;
+    }
+    catch (QZException* e)
+    {
+        if (data) QZDataFactory::Recycle(&data);
+        QZStringFactory::Recycle(&text);
+        QZTrace(e, QZ_W("QZFileStream"), QZ_W("ReadToEnd"));
+        throw;
+    }
+}
+
+QZInt64 QZFileStream::Write(QZString* text)
+{
+    if (!text || text->GetSize() == 0) return 0;
+    QZData* data = QZDataFactory::CreateData();
+    try
+    {
+        QZEncoding::GetData(m_encoding, text, data);
+        const QZInt64 count = QZStream::Write(data->GetPointer(), data->GetSize());
+        QZDataFactory::Recycle(&data);
+        return count;
+    }
+    catch (QZException* e)
+    {
+        QZDataFactory::Recycle(&data);
+        QZTrace(e, QZ_W("QZFileStream"), QZ_W("Write")).Argument(QZ_W("QZString*"), text);
+        throw;
+    }
+}
+
+QZInt64 QZFileStream::WriteLine(QZString* text)
+{
+    const QZInt64 count = Write(text);
+    const LineEnd lineEnd = LineEndOf(m_encoding);
+    return count + QZStream::Write(lineEnd.bytes, lineEnd.size);
+}
+
+void QZFileStream::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
+
+QZBlock* QZFileStream::NewBlock() { return new QZFileBlock(m_file); }
+
+void QZFileStream::Flush() { m_file->Sync(); }

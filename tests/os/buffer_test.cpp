@@ -1,0 +1,504 @@
+#include "os/os_buffer.h"
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "fw/fw_data.h"
+#include "fw/fw_exception_code.h"
+#include "fw/fw_library.h"
+#include "support/qz_test.h"
+
+using qztest::TempDir;
+using qztest::Wide;
+
+namespace
+{
+
+constexpr QZInt64 K512 = 524288;
+
+std::string Take(QZBuffer& buffer, QZInt64 offset, QZInt64 size)
+{
+    std::string bytes(static_cast<std::size_t>(size), '?');
+    EXPECT_EQ(buffer.Read(offset, bytes.data(), size), size);
+    return bytes;
+}
+
+QZInt64 Put(QZBuffer& buffer, QZInt64 offset, const std::string& bytes)
+{
+    return buffer.Write(offset, bytes.data(), static_cast<QZInt64>(bytes.size()));
+}
+
+/// An open file buffer over a file of a test's own folder.
+class OpenBuffer
+{
+public:
+    OpenBuffer(const TempDir& dir, std::string_view name, QZInt64 limit, QZInt64 blockSize)
+    {
+        QZString path(dir.Name(name).c_str());
+        m_buffer = QZFileBuffer::Open(&path, limit, blockSize);
+    }
+    ~OpenBuffer()
+    {
+        if (m_buffer) QZFileBuffer::Close(&m_buffer);
+    }
+    OpenBuffer(const OpenBuffer&) = delete;
+    OpenBuffer& operator=(const OpenBuffer&) = delete;
+
+    QZFileBuffer* operator->() const { return m_buffer; }
+    QZFileBuffer& operator*() const { return *m_buffer; }
+    void Close() { QZFileBuffer::Close(&m_buffer); }
+    QZFileBuffer* Get() const { return m_buffer; }
+
+private:
+    QZFileBuffer* m_buffer = nullptr;
+};
+
+int g_asserted = 0;
+void CountFailedAssert(QZBool condition) { g_asserted += condition ? 0 : 1; }
+void IgnoreAssert(QZBool) {}
+
+/// Counts what the buffer makes and deletes.
+class CountingBuffer : public QZBuffer
+{
+public:
+    using QZBuffer::QZBuffer;
+    ~CountingBuffer() override { DeleteBlocks(); }
+
+    int made = 0;
+    int deleted = 0;
+
+protected:
+    QZBlock* NewBlock() override
+    {
+        ++made;
+        return QZBuffer::NewBlock();
+    }
+    void DeleteBlock(QZBlock* block) override
+    {
+        ++deleted;
+        QZBuffer::DeleteBlock(block);
+    }
+};
+
+}  // namespace
+
+TEST(Buffer, Identity)
+{
+    QZBuffer buffer(0, 0);
+    EXPECT_EQ(buffer.GetType(), 0x81FF700);
+    EXPECT_EQ(QZBuffer::Type, 0x81FF700);
+    EXPECT_EQ(QZFileBuffer::Type, 0x81FF800);
+    EXPECT_EQ(QZBlock::Type, 0x81FF300);
+    EXPECT_EQ(buffer.GetBlockByOffset(0)->GetType(), 0x81FF300);
+    EXPECT_EQ(QZFileBuffer::FREEDESKSPACE_MIN, 1048576);
+}
+
+TEST(Buffer, NothingAskedForGivesSmallBlocksAndTwoOfThem)
+{
+    QZBuffer buffer(0, 0);
+    EXPECT_EQ(buffer.GetBlockByOffset(0)->GetSize(), K512);
+    EXPECT_EQ(buffer.GetMemorySizeUseMax(), 1048576);
+}
+
+TEST(Buffer, BlockSizeIsRoundedUpToTheNextConstant)
+{
+    const struct
+    {
+        QZInt64 wanted;
+        QZInt64 given;
+    } rows[] = {{-1, 524288},         {-7, 524288},         {1, 524288},          {524288, 524288},
+                {524289, 1048576},    {1048576, 1048576},   {1048577, 2097152},   {2097152, 2097152},
+                {2097153, 8388608},   {3000000, 8388608},   {8388608, 8388608},   {8388609, 16777216},
+                {16777216, 16777216}, {16777217, 33554432}, {33554432, 33554432}, {33554433, 524288}};
+    for (const auto& row : rows)
+    {
+        QZBuffer buffer(0, row.wanted);
+        EXPECT_EQ(buffer.GetBlockByOffset(0)->GetSize(), row.given) << row.wanted;
+        EXPECT_EQ(buffer.GetMemorySizeUseMax(), 2 * row.given) << row.wanted;
+    }
+}
+
+TEST(Buffer, MemoryLimitIsRaisedToTwoBlocksAndOtherwiseKept)
+{
+    EXPECT_EQ(QZBuffer(1048575, K512).GetMemorySizeUseMax(), 1048576);
+    EXPECT_EQ(QZBuffer(1048577, K512).GetMemorySizeUseMax(), 1048577);
+    EXPECT_EQ(QZBuffer(-5, K512).GetMemorySizeUseMax(), 1048576);
+}
+
+TEST(Buffer, BlocksAreNumberedFromTheStartAndKnowTheirOffset)
+{
+    QZBuffer buffer(4 * K512, K512);
+    QZBlock* third = buffer.GetBlockByOffset(2 * K512 + 17);
+    EXPECT_EQ(third->GetSpaceID(), 2);
+    EXPECT_EQ(third->GetOffset(), 2 * K512);
+    EXPECT_EQ(buffer.GetBlockByOffset(3 * K512 - 1), third);
+    EXPECT_NE(buffer.GetBlockByOffset(3 * K512), third);
+    EXPECT_EQ(buffer.GetMemorySizeUsed(), 2 * K512);
+}
+
+TEST(Buffer, FreshMemoryReadsAsZeros)
+{
+    QZBuffer buffer(0, 0);
+    EXPECT_EQ(Take(buffer, 1000, 5), std::string(5, '\0'));
+    EXPECT_EQ(Take(buffer, K512 - 2, 4), std::string(4, '\0'));
+}
+
+TEST(Buffer, WhatIsWrittenIsReadAgainInEverySize)
+{
+    QZBuffer buffer(0, 0);
+    const std::string bytes = "0123456789abcdefghijklmnopqrstuvwxyz";
+    for (QZInt64 size = 1; size <= 36; ++size)
+    {
+        const QZInt64 offset = size * 1000;
+        EXPECT_EQ(buffer.Write(offset, bytes.data(), size), size);
+        EXPECT_EQ(
+            Take(buffer, offset - 1, size + 2),
+            std::string(1, '\0') + bytes.substr(0, static_cast<std::size_t>(size)) + std::string(1, '\0'));
+    }
+}
+
+TEST(Buffer, NegativeOffsetAndSizeCountAsZero)
+{
+    QZBuffer buffer(0, 0);
+    EXPECT_EQ(Put(buffer, 0, "abcdef"), 6);
+    char byte = '?';
+    EXPECT_EQ(buffer.Read(3, &byte, -1), 0);
+    EXPECT_EQ(byte, '?');
+    EXPECT_EQ(buffer.Write(3, &byte, -1), 0);
+    EXPECT_EQ(Take(buffer, -4, 3), "abc");
+    EXPECT_EQ(Take(buffer, INT64_MIN, 1), "a");
+    EXPECT_EQ(buffer.Write(-1, "X", 1), 1);
+    EXPECT_EQ(Take(buffer, 0, 6), "Xbcdef");
+    QZData* nothing = buffer.Read(0, -3);
+    EXPECT_EQ(nothing->GetSize(), 0);
+    buffer.Recycle(&nothing);
+    EXPECT_EQ(nothing, nullptr);
+}
+
+TEST(Buffer, NothingIsTouchedForASizeOfZero)
+{
+    QZBuffer buffer(0, 0);
+    char byte = '?';
+    EXPECT_EQ(buffer.Read(0, &byte, 0), 0);
+    EXPECT_EQ(buffer.Write(0, &byte, 0), 0);
+    EXPECT_EQ(buffer.GetMemorySizeUsed(), 0);
+}
+
+TEST(Buffer, DataFormsReadAndWriteWhole)
+{
+    QZBuffer buffer(0, 0);
+    char text[] = "five!";
+    QZData data(text, 5);
+    EXPECT_EQ(buffer.Write(K512 - 3, &data), 5);
+    QZData* back = buffer.Read(K512 - 3, 5);
+    EXPECT_BYTES(back->GetPointer(), back->GetSize(), "66 69 76 65 21");
+    buffer.Recycle(&back);
+}
+
+TEST(Buffer, NullPointersAreRefused)
+{
+    QZBuffer buffer(0, 0);
+    EXPECT_QZ_THROW(buffer.Read(0, nullptr, 1), QZExceptionCode::NullPointer);
+    EXPECT_QZ_THROW(buffer.Write(0, nullptr, 1), QZExceptionCode::NullPointer);
+    EXPECT_QZ_THROW(buffer.Write(0, static_cast<QZData*>(nullptr)), QZExceptionCode::NullPointer);
+}
+
+TEST(Buffer, AReadAtTheEndOfTheAddressSpaceStopsThere)
+{
+    QZBuffer buffer(0, 0);
+    const QZInt64 last = INT64_MAX;
+    EXPECT_EQ(buffer.Write(last, "xyz", 3), 1);
+    char bytes[4] = {};
+    EXPECT_EQ(buffer.Read(last, bytes, 4), 1);
+    EXPECT_EQ(bytes[0], 'x');
+}
+
+TEST(Buffer, MemoryWithoutAFileIsNeverDropped)
+{
+    QZBuffer buffer(0, 0);
+    for (QZInt64 i = 0; i < 5; ++i) Put(buffer, i * K512 + 7, std::string(9, static_cast<char>('a' + i)));
+    EXPECT_EQ(buffer.GetMemorySizeUsed(), 5 * K512);
+    buffer.RemoveBlock();
+    EXPECT_EQ(buffer.GetMemorySizeUsed(), 5 * K512);
+    EXPECT_EQ(buffer.Collect(), 0);
+    EXPECT_EQ(buffer.GetMemorySizeUsed(), 5 * K512);
+    EXPECT_EQ(buffer.Sync(), 1);
+    for (QZInt64 i = 0; i < 5; ++i)
+        EXPECT_EQ(Take(buffer, i * K512 + 7, 9), std::string(9, static_cast<char>('a' + i)));
+}
+
+TEST(Buffer, CollectOfAnUntouchedBufferReleasesAll)
+{
+    QZBuffer buffer(0, 0);
+    EXPECT_EQ(buffer.Collect(), 1);
+}
+
+TEST(Buffer, BlocksAreMadeAndDeletedThroughTheVirtualOperations)
+{
+    CountingBuffer buffer(0, 0);
+    Put(buffer, K512 - 1, "ab");
+    EXPECT_EQ(buffer.made, 2);
+    buffer.GetBlockByOffset(3);
+    EXPECT_EQ(buffer.made, 2);
+    EXPECT_EQ(buffer.deleted, 0);
+}
+
+TEST(Block, APlainBlockIsNeverReleasable)
+{
+    QZBlock block;
+    block.Set(3, 3 * K512, K512);
+    EXPECT_EQ(block.IsReleasable(), 0);
+    block.Write(10, "abc", 3);
+    EXPECT_EQ(block.IsChanged(), 1);
+    EXPECT_EQ(block.GetContentEnd(), 13);
+    block.WriteBack();
+    EXPECT_EQ(block.IsReleasable(), 0);
+    const char* bytes = static_cast<const char*>(block.GetPointer());
+    EXPECT_EQ(std::string(bytes + 9, 5), std::string("\0abc\0", 5));
+    EXPECT_EQ(bytes[K512 - 1], 0);
+}
+
+TEST(Block, ANewIdentityStartsFromZeros)
+{
+    QZBlock block;
+    block.Set(0, 0, K512);
+    block.Write(K512 - 3, "abc", 3);
+    block.Set(1, K512, K512);
+    EXPECT_EQ(block.IsChanged(), 0);
+    char bytes[3] = {'?', '?', '?'};
+    block.Read(K512 - 3, bytes, 3);
+    EXPECT_BYTES(bytes, 3, "00 00 00");
+}
+
+TEST(FileBuffer, OpenOfAMissingFileRaisesWhatTheFileRaises)
+{
+    TempDir dir;
+    QZString path(dir.Name("none").c_str());
+    EXPECT_QZ_THROW(QZFileBuffer::Open(&path, 0, 0), QZIOExceptionCode::OperationFailed);
+    EXPECT_FALSE(dir.Exists("none"));
+}
+
+TEST(FileBuffer, TellsItsTypePathAndSize)
+{
+    TempDir dir;
+    dir.Write("f", "0123456789");
+    OpenBuffer buffer(dir, "f", 0, 0);
+    EXPECT_EQ(buffer->GetType(), 0x81FF800);
+    EXPECT_EQ(qztest::Utf8(buffer->GetPath()), qztest::Utf8(dir.Name("f")));
+    EXPECT_EQ(buffer->GetFileSize(), 10);
+    QZData* all = buffer->ReadAll();
+    EXPECT_EQ(std::string(static_cast<char*>(all->GetPointer()), static_cast<std::size_t>(all->GetSize())),
+              "0123456789");
+    buffer->Recycle(&all);
+}
+
+TEST(FileBuffer, SizeCountsWhatIsStillInMemory)
+{
+    TempDir dir;
+    dir.Write("f", "0123456789");
+    OpenBuffer buffer(dir, "f", 0, 0);
+    Put(*buffer, 12, "xy");
+    EXPECT_EQ(buffer->GetFileSize(), 14);
+    EXPECT_EQ(dir.Read("f").size(), 10u);
+    QZData* all = buffer->ReadAll();
+    EXPECT_BYTES(all->GetPointer(), all->GetSize(), "30 31 32 33 34 35 36 37 38 39 00 00 78 79");
+    buffer->Recycle(&all);
+}
+
+TEST(FileBuffer, WritesReachTheFileAtSync)
+{
+    TempDir dir;
+    dir.Write("f", "");
+    OpenBuffer buffer(dir, "f", 0, 0);
+    EXPECT_EQ(Put(*buffer, 0, "hello"), 5);
+    EXPECT_EQ(dir.Read("f"), "");
+    EXPECT_EQ(buffer->Sync(), 1);
+    EXPECT_EQ(dir.Read("f"), "hello");
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), K512);
+    Put(*buffer, 1, "a");
+    EXPECT_EQ(dir.Read("f"), "hello");
+    buffer->Sync();
+    EXPECT_EQ(dir.Read("f"), "hallo");
+}
+
+TEST(FileBuffer, WritesReachTheFileAtCollectAndAllBlocksGo)
+{
+    TempDir dir;
+    dir.Write("f", "");
+    OpenBuffer buffer(dir, "f", 0, 0);
+    Put(*buffer, K512 - 2, "abcd");
+    EXPECT_EQ(buffer->Collect(), 1);
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 0);
+    EXPECT_EQ(dir.Read("f"), std::string(K512 - 2, '\0') + "abcd");
+    EXPECT_EQ(Take(*buffer, K512 - 3, 6), std::string("\0abcd\0", 6));
+}
+
+TEST(FileBuffer, WritesReachTheFileAtClose)
+{
+    TempDir dir;
+    dir.Write("f", "0123456789");
+    OpenBuffer buffer(dir, "f", 0, 0);
+    Put(*buffer, 4, "WXYZ");
+    buffer.Close();
+    EXPECT_EQ(buffer.Get(), nullptr);
+    EXPECT_EQ(dir.Read("f"), "0123WXYZ89");
+}
+
+TEST(FileBuffer, CloseOfNothingIsAFailedAssertion)
+{
+    g_asserted = 0;
+    QZLibSetFunctionAssert(CountFailedAssert);
+    QZFileBuffer* none = nullptr;
+    QZFileBuffer::Close(&none);
+    QZLibSetFunctionAssert(IgnoreAssert);
+    EXPECT_EQ(g_asserted, 1);
+}
+
+TEST(FileBuffer, ReadingNeverChangesTheFile)
+{
+    TempDir dir;
+    dir.Write("f", "abc");
+    {
+        OpenBuffer buffer(dir, "f", 0, 0);
+        EXPECT_EQ(Take(*buffer, 2, 4), std::string("c\0\0\0", 4));
+        EXPECT_EQ(Take(*buffer, 10 * K512, 2), std::string(2, '\0'));
+        EXPECT_EQ(Take(*buffer, INT64_MAX - 1, 1), std::string(1, '\0'));
+        buffer->Sync();
+    }
+    EXPECT_EQ(dir.Read("f"), "abc");
+}
+
+TEST(FileBuffer, TheFileEndsWithTheHighestByteWritten)
+{
+    TempDir dir;
+    dir.Write("f", "abc");
+    {
+        OpenBuffer buffer(dir, "f", 0, 0);
+        Put(*buffer, 20000, "end");
+        Put(*buffer, 5, "x");
+    }
+    std::string expected(20003, '\0');
+    expected.replace(0, 3, "abc");
+    expected[5] = 'x';
+    expected.replace(20000, 3, "end");
+    EXPECT_EQ(dir.Read("f"), expected);
+}
+
+TEST(FileBuffer, TheLeastRecentlyUsedBlockLeavesFirst)
+{
+    TempDir dir;
+    dir.Write("f", std::string(3 * K512, '.'));
+    OpenBuffer buffer(dir, "f", 2 * K512, K512);
+    Put(*buffer, 0, "A");
+    Put(*buffer, K512, "B");
+    Put(*buffer, 1, "A");  // block 0 is in front again
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * K512);
+    Put(*buffer, 2 * K512, "C");  // pushes block 1 out
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * K512);
+    std::string file = dir.Read("f");
+    EXPECT_EQ(file.substr(0, 2), "..");
+    EXPECT_EQ(file.substr(K512, 2), "B.");
+    EXPECT_EQ(file.substr(2 * K512, 2), "..");
+    buffer.Close();
+    file = dir.Read("f");
+    EXPECT_EQ(file.substr(0, 2), "AA");
+    EXPECT_EQ(file.substr(2 * K512, 2), "C.");
+}
+
+TEST(FileBuffer, AReadAcrossABorderLeavesTheSecondBlockInFront)
+{
+    TempDir dir;
+    dir.Write("f", std::string(3 * K512, '.'));
+    OpenBuffer buffer(dir, "f", 2 * K512, K512);
+    Put(*buffer, K512, "B");
+    Put(*buffer, 0, "A");
+    EXPECT_EQ(Take(*buffer, K512 - 1, 2), ".B");
+    Take(*buffer, 2 * K512, 1);  // pushes block 0 out, which was in front before the read
+    const std::string file = dir.Read("f");
+    EXPECT_EQ(file[0], 'A');
+    EXPECT_EQ(file[K512], '.');
+}
+
+TEST(FileBuffer, ABlockWithLimitOneMoreThanTwoBlocksStillHoldsOnlyTwo)
+{
+    TempDir dir;
+    dir.Write("f", "");
+    OpenBuffer buffer(dir, "f", 2 * K512 + 1, K512);
+    for (QZInt64 i = 0; i < 4; ++i) Put(*buffer, i * K512, "x");
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * K512);
+    EXPECT_EQ(buffer->GetMemorySizeUseMax(), 2 * K512 + 1);
+}
+
+TEST(FileBuffer, AReusedBlockIsZeroPastTheEndOfTheFile)
+{
+    TempDir dir;
+    dir.Write("f", std::string(2 * K512, 'x') + "tail");
+    OpenBuffer buffer(dir, "f", 2 * K512, K512);
+    Take(*buffer, 0, 1);
+    Take(*buffer, K512, 1);
+    Take(*buffer, 5 * K512, 1);  // from here on blocks are reused
+    EXPECT_EQ(Take(*buffer, 2 * K512 + 2, 4), std::string("il\0\0", 4));
+    EXPECT_EQ(Take(*buffer, 6 * K512 + 100, 3), std::string(3, '\0'));
+    Put(*buffer, 7 * K512 + 3, "q");
+    EXPECT_EQ(Take(*buffer, 7 * K512, 6), std::string("\0\0\0q\0\0", 6));
+    buffer.Close();
+    const std::string file = dir.Read("f");
+    ASSERT_EQ(file.size(), static_cast<std::size_t>(7 * K512 + 4));
+    EXPECT_EQ(file.substr(2 * K512, 8), std::string("tail\0\0\0\0", 8));
+    EXPECT_EQ(file.substr(7 * K512), std::string("\0\0\0q", 4));
+}
+
+TEST(FileBuffer, OnlyChangedPagesAreWritten)
+{
+    TempDir dir;
+    dir.Write("f", std::string(K512, 'a'));
+    OpenBuffer buffer(dir, "f", 0, 0);
+    Put(*buffer, 10, "X");
+    Put(*buffer, 400000, "Y");
+    // Meanwhile somebody else writes a part of the block that this buffer did not touch.
+    dir.Write("f", std::string(K512, 'b'));
+    buffer->Sync();
+    const std::string file = dir.Read("f");
+    EXPECT_EQ(file[10], 'X');
+    EXPECT_EQ(file[400000], 'Y');
+    EXPECT_EQ(file[200000], 'b');
+}
+
+TEST(FileBuffer, AgreesWithAPlainArrayWhateverTheOrderOfReadsAndWrites)
+{
+    TempDir dir;
+    const std::size_t size = 5 * K512 + 12345;
+    std::string model(size, '\0');
+    std::mt19937 random(20240613);
+    for (std::size_t i = 0; i < 3 * K512 / 2; ++i) model[i] = static_cast<char>(random());
+    dir.Write("f", model.substr(0, 3 * K512 / 2));
+    {
+        OpenBuffer buffer(dir, "f", 2 * K512, K512);
+        for (int round = 0; round < 3000; ++round)
+        {
+            const std::size_t widths[] = {1, 4, 8, 3, 100, 5000, 70000};
+            const std::size_t width = widths[random() % (round % 50 ? 5 : 7)];
+            const std::size_t at = random() % (size - width);
+            if (random() % 2)
+            {
+                ASSERT_EQ(Take(*buffer, static_cast<QZInt64>(at), static_cast<QZInt64>(width)),
+                          model.substr(at, width));
+            }
+            else
+            {
+                std::string bytes(width, '\0');
+                for (char& c : bytes) c = static_cast<char>(random());
+                Put(*buffer, static_cast<QZInt64>(at), bytes);
+                model.replace(at, width, bytes);
+            }
+            if (round % 700 == 0) buffer->Sync();
+            if (round % 1100 == 0) buffer->Collect();
+            ASSERT_LE(buffer->GetMemorySizeUsed(), 2 * K512);
+        }
+        Put(*buffer, static_cast<QZInt64>(size) - 1, "e");
+        model[size - 1] = 'e';
+    }
+    EXPECT_TRUE(dir.Read("f") == model);
+}
