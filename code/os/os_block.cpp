@@ -1,4 +1,4 @@
-#include <cstring>
+#include <cstdint>
 
 #include "fw/fw_exception_code.h"
 #include "fw/fw_memory.h"

@@ -1,6 +1,7 @@
 #include "os/os_buffer.h"
 
-#include <cstring>
+#include <cstdint>
+#include <initializer_list>
 
 #include "fw/fw_collection.h"
 #include "fw/fw_data.h"
