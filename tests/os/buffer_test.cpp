@@ -8,6 +8,7 @@
 #include "fw/fw_data.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_library.h"
+#include "os/os_system.h"
 #include "support/qz_test.h"
 
 using qztest::TempDir;
@@ -57,7 +58,53 @@ private:
 
 int g_asserted = 0;
 void CountFailedAssert(QZBool condition) { g_asserted += condition ? 0 : 1; }
-void IgnoreAssert(QZBool) {}
+void FailOnAssert(QZBool condition)
+{
+    if (!condition) ADD_FAILURE() << "an assertion of the library failed";
+}
+
+/// Lets operations of one kind fail or come back short, from the n-th on and so many times.
+class FileFault
+{
+public:
+    FileFault(os::Op operation, int first, int times, QZInt64 shortSize = 0)
+        : m_operation(operation),
+          m_first(first),
+          m_times(times),
+          m_shortSize(shortSize),
+          m_hooks{this, nullptr, Gate, nullptr}
+    {
+        os::SetTestHooks(&m_hooks);
+    }
+    ~FileFault() { os::SetTestHooks(nullptr); }
+    FileFault(const FileFault&) = delete;
+    FileFault& operator=(const FileFault&) = delete;
+
+    int Seen() const { return m_seen; }
+
+private:
+    static bool Gate(void* context, os::Op operation, QZInt64* size, QZUInt32* error)
+    {
+        auto* fault = static_cast<FileFault*>(context);
+        if (operation != fault->m_operation) return true;
+        const int n = fault->m_seen++;
+        if (n < fault->m_first || n >= fault->m_first + fault->m_times) return true;
+        if (fault->m_shortSize > 0)
+        {
+            if (*size > fault->m_shortSize) *size = fault->m_shortSize;
+            return true;
+        }
+        *error = 5;
+        return false;
+    }
+
+    os::Op m_operation;
+    int m_first;
+    int m_times;
+    QZInt64 m_shortSize;
+    int m_seen = 0;
+    os::TestHooks m_hooks;
+};
 
 /// Counts what the buffer makes and deletes.
 class CountingBuffer : public QZBuffer
@@ -352,7 +399,7 @@ TEST(FileBuffer, CloseOfNothingIsAFailedAssertion)
     QZLibSetFunctionAssert(CountFailedAssert);
     QZFileBuffer* none = nullptr;
     QZFileBuffer::Close(&none);
-    QZLibSetFunctionAssert(IgnoreAssert);
+    QZLibSetFunctionAssert(FailOnAssert);
     EXPECT_EQ(g_asserted, 1);
 }
 
@@ -501,4 +548,136 @@ TEST(FileBuffer, AgreesWithAPlainArrayWhateverTheOrderOfReadsAndWrites)
         model[size - 1] = 'e';
     }
     EXPECT_TRUE(dir.Read("f") == model);
+}
+
+TEST(FileBufferFaults, AFailedSyncKeepsTheChangesForTheNextOne)
+{
+    TempDir dir;
+    dir.Write("f", "");
+    OpenBuffer buffer(dir, "f", 0, 0);
+    Put(*buffer, 0, "abc");
+    {
+        FileFault fault(os::Op::FileWrite, 0, 1);
+        EXPECT_QZ_THROW(buffer->Sync(), QZIOExceptionCode::WriteFailed);
+    }
+    EXPECT_EQ(dir.Read("f"), "");
+    EXPECT_EQ(buffer->Sync(), 1);
+    EXPECT_EQ(dir.Read("f"), "abc");
+}
+
+TEST(FileBufferFaults, AFailedCollectReleasesNothing)
+{
+    TempDir dir;
+    dir.Write("f", "");
+    OpenBuffer buffer(dir, "f", 0, 0);
+    Put(*buffer, K512 - 1, "ab");
+    {
+        FileFault fault(os::Op::FileWrite, 1, 1);
+        EXPECT_QZ_THROW(buffer->Collect(), QZIOExceptionCode::WriteFailed);
+    }
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * K512);
+    EXPECT_EQ(Take(*buffer, K512 - 1, 2), "ab");
+    buffer.Close();
+    EXPECT_EQ(dir.Read("f"), std::string(K512 - 1, '\0') + "ab");
+}
+
+TEST(FileBufferFaults, AFailedCloseTellsAndClosesAllTheSame)
+{
+    TempDir dir;
+    dir.Write("f", "old");
+    QZString path(dir.Name("f").c_str());
+    QZFileBuffer* buffer = QZFileBuffer::Open(&path, 0, 0);
+    Put(*buffer, 0, "new");
+    {
+        FileFault fault(os::Op::FileWrite, 0, 1000);
+        EXPECT_QZ_THROW(QZFileBuffer::Close(&buffer), QZIOExceptionCode::WriteFailed);
+        EXPECT_EQ(fault.Seen(), 1);
+    }
+    EXPECT_EQ(buffer, nullptr);
+    EXPECT_EQ(dir.Read("f"), "old");
+}
+
+TEST(FileBufferFaults, AnEvictionThatCannotBeWrittenLosesNothing)
+{
+    TempDir dir;
+    dir.Write("f", "");
+    OpenBuffer buffer(dir, "f", 2 * K512, K512);
+    Put(*buffer, 0, "A");
+    Put(*buffer, K512, "B");
+    {
+        FileFault fault(os::Op::FileWrite, 0, 1000);
+        char byte = 0;
+        EXPECT_QZ_THROW(buffer->Read(2 * K512, &byte, 1), QZIOExceptionCode::WriteFailed);
+    }
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * K512);
+    EXPECT_EQ(Take(*buffer, 0, 1), "A");
+    Put(*buffer, 2 * K512, "C");
+    buffer.Close();
+    std::string expected(2 * K512 + 1, '\0');
+    expected[0] = 'A';
+    expected[K512] = 'B';
+    expected[2 * K512] = 'C';
+    EXPECT_TRUE(dir.Read("f") == expected);
+}
+
+TEST(FileBufferFaults, AFailedLoadLeavesTheBufferAsItWas)
+{
+    TempDir dir;
+    dir.Write("f", std::string(K512, 'a') + "b");
+    OpenBuffer buffer(dir, "f", 0, 0);
+    Take(*buffer, 0, 1);
+    {
+        FileFault fault(os::Op::FileRead, 0, 1000);
+        char byte = 0;
+        EXPECT_QZ_THROW(buffer->Read(K512, &byte, 1), QZIOExceptionCode::ReadFailed);
+        EXPECT_EQ(Take(*buffer, 0, 1), "a");
+    }
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), K512);
+    EXPECT_EQ(Take(*buffer, K512, 1), "b");
+}
+
+TEST(FileBufferFaults, ShortTransfersAreGoneOnWith)
+{
+    TempDir dir;
+    std::string content(20000, '\0');
+    for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 7);
+    dir.Write("f", content);
+    OpenBuffer buffer(dir, "f", 0, 0);
+    {
+        FileFault fault(os::Op::FileRead, 0, 1000, 777);
+        EXPECT_TRUE(Take(*buffer, 0, 20000) == content);
+    }
+    content.replace(5000, 10000, std::string(10000, 'x'));
+    Put(*buffer, 5000, std::string(10000, 'x'));
+    {
+        FileFault fault(os::Op::FileWrite, 0, 1000, 999);
+        buffer->Sync();
+    }
+    EXPECT_TRUE(dir.Read("f") == content);
+}
+
+TEST(FileBufferFaults, NoMemoryForABlockIsAnException)
+{
+    TempDir dir;
+    dir.Write("f", "abc");
+    OpenBuffer buffer(dir, "f", 0, 0);
+    {
+        FileFault fault(os::Op::Allocate, 0, 1);
+        char byte = 0;
+        EXPECT_QZ_THROW(buffer->Read(0, &byte, 1), QZExceptionCode::OutOfMemory);
+    }
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 0);
+    EXPECT_EQ(Take(*buffer, 0, 3), "abc");
+}
+
+TEST(FileBufferFaults, TheTraceNamesTheWayOfAFailedRead)
+{
+    TempDir dir;
+    dir.Write("f", "abc");
+    OpenBuffer buffer(dir, "f", 0, 0);
+    FileFault fault(os::Op::FileRead, 0, 1);
+    char byte = 0;
+    const qztest::Thrown thrown = QZ_TEST_CATCH(buffer->Read(0, &byte, 1));
+    EXPECT_NE(thrown.stackTrace.find("QZBuffer::GetBlockByOffset(QZInt64)"), std::string::npos);
+    EXPECT_NE(thrown.argumentTrace.find("QZBuffer::GetBlockByOffset(0)"), std::string::npos);
 }
