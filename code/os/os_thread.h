@@ -137,6 +137,7 @@ private:
     void Resume();
     void RunTask();
     bool MustLeave();
+    bool WaitForEnd();
     static void Proc(void* self);
 
     std::atomic<QZByte> m_working;
