@@ -246,6 +246,23 @@ const Byte* Bytes(const void* p) { return static_cast<const Byte*>(p); }
 
 bool IsAligned(const void* p) { return reinterpret_cast<std::uintptr_t>(p) % alignof(QZWChar) == 0; }
 
+/// Every narrow page holds ASCII in its place, so that plain text needs no call of the system.
+bool IsAscii(const void* from, QZInt64 size)
+{
+    QZUInt64 all = 0;
+    QZInt64 i = 0;
+    for (; i + 8 <= size; i += 8) all |= QZLoad<QZUInt64>(QZAt(from, i));
+    for (; i < size; ++i) all |= *QZAt(from, i);
+    return (all & 0x8080808080808080ull) == 0;
+}
+
+bool IsAsciiUtf16(const void* from, QZInt64 units)
+{
+    std::uint16_t all = 0;
+    for (QZInt64 i = 0; i < units; ++i) all |= QZLoad<std::uint16_t>(QZAt(from, i * 2));
+    return all < 0x80;
+}
+
 /// A buffer of the memory manager for the time of one conversion.
 class Temporary
 {
@@ -317,6 +334,7 @@ QZInt64 SwapUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 
 QZInt64 AnsiToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
+    if (IsAscii(from, fromSize)) return Utf8ToUtf16(from, fromSize, to, toSize);
     const char* text = static_cast<const char*>(from);
     // Every byte is at most one unit: with room for that many the text goes straight into the target.
     if (to && toSize / 2 >= fromSize && IsAligned(to))
@@ -340,6 +358,7 @@ QZInt64 Utf16ToAnsi(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize
         from = QZAt(from, 2);
         --units;
     }
+    if (IsAsciiUtf16(from, units)) return Utf16ToUtf8(from, units * 2, to, toSize);
     char* bytes = static_cast<char*>(to);
     if (IsAligned(from))
         return os::WideToNarrow(static_cast<const QZWChar*>(from), units, bytes, to ? toSize : 0);
