@@ -157,7 +157,7 @@ TEST(NumberText, ReadsDecimalIntegers)
 
 TEST(NumberText, NonDigitsCountByTheirDistanceFromZero)
 {
-    EXPECT_EQ(Read("A"), 17);            // 65 - 48
+    EXPECT_EQ(Read("A"), 17);               // 65 - 48
     EXPECT_EQ(Read("1 2"), 100 - 160 + 2);  // the blank is 32 - 48 tens
     EXPECT_EQ(Read("1.5"), 100 - 20 + 5);
     EXPECT_EQ(Read("+7"), -50 + 7);

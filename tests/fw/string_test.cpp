@@ -5,6 +5,7 @@
 #include "fw/fw_bytes.h"
 #include "fw/fw_encoding.h"
 #include "fw/fw_library.h"
+#include "fw/fw_memory.h"
 #include "fw/fw_string_factory.h"
 #include "os/os_system.h"
 #include "support/qz_test.h"
