@@ -28,6 +28,7 @@
 #include "fw/fw_report.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/fw_time.h"
 #include "fw/fw_types.h"
 #include "os/os_buffer.h"
 #include "os/os_file.h"

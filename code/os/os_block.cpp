@@ -132,19 +132,18 @@ void QZBlock::Release()
 template <typename Action>
 void QZBlock::ForEachChange(Action action)
 {
-    const QZInt64 pages = (m_contentEnd + (1LL << PageShift) - 1) >> PageShift;
     auto changed = [this](QZInt64 page) { return (m_pages[page >> 6] >> (page & 63) & 1) != 0; };
-    for (QZInt64 page = 0; page < pages;)
+    QZInt64 page = (m_contentEnd + (1LL << PageShift) - 1) >> PageShift;
+    while (page > 0)
     {
-        if (!changed(page))
+        if (!changed(page - 1))
         {
-            ++page;
+            --page;
             continue;
         }
-        const QZInt64 from = page << PageShift;
-        while (page < pages && changed(page)) ++page;
         const QZInt64 to = page << PageShift;
-        action(from, to < m_contentEnd ? to : m_contentEnd);
+        while (page > 0 && changed(page - 1)) --page;
+        action(page << PageShift, to < m_contentEnd ? to : m_contentEnd);
     }
 }
 

@@ -252,19 +252,20 @@ QZBool QZBuffer::Collect()
 
 void QZBuffer::WriteBackAll()
 {
-    // Upwards through the file, so that it grows from front to back.
-    QZInt64 done = -1;
+    // Downwards through the file: a process that dies half-way has written what was appended, and not yet the
+    // fields further up that make it count.
+    QZInt64 done = INT64_MAX;
     for (;;)
     {
-        QZBlock* lowest = nullptr;
+        QZBlock* highest = nullptr;
         for (QZBlock* block = FirstBlock(m_blocks); block; block = NextBlock(block))
         {
-            if (!block->IsChanged() || block->GetOffset() <= done) continue;
-            if (!lowest || block->GetOffset() < lowest->GetOffset()) lowest = block;
+            if (!block->IsChanged() || block->GetOffset() >= done) continue;
+            if (!highest || block->GetOffset() > highest->GetOffset()) highest = block;
         }
-        if (!lowest) return;
-        lowest->WriteBack();
-        done = lowest->GetOffset();
+        if (!highest) return;
+        highest->WriteBack();
+        done = highest->GetOffset();
     }
 }
 

@@ -62,7 +62,7 @@ protected:
     /// Changes are noted in pages of this many bytes.
     static constexpr int PageShift = 12;
 
-    /// Calls action(from, to) for each run of changed pages, cut at the end of the content.
+    /// Calls action(from, to) for each run of changed pages, the last one first, cut at the end of the content.
     template <typename Action>
     void ForEachChange(Action action);
 
@@ -217,7 +217,7 @@ protected:
     /// Called by Sync when all blocks are written.
     virtual void Flush();
 
-    /// Writes back every changed block in use, lowest offset first.
+    /// Writes back every changed block in use, highest offset first.
     void WriteBackAll();
 
     /// Deletes all blocks, written or not.
