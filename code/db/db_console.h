@@ -67,7 +67,7 @@ public:
 
     /// Writes the header and the main structure of a version into the open file: what CreateFile does for
     /// version 5.
-    void Format(QZInt64 version);
+    void Format(QZInt64 version, QZInt64 addressMode);
 
     /// Sets the length field, the position of the last byte in use. Refused, with WRITE_ERROR_WRITEPROTECT
     /// recorded, under write protection and for an address that reaches the largest one, which protects the
@@ -115,14 +115,14 @@ public:
     void AddContentWritten(QZInt64 count) { m_contentWritten += count; }
 
 private:
-    bool CreateFormatted(QZString* path, QZInt64 rollback);
+    bool CreateFormatted(QZString* path, QZInt64 addressMode, QZInt64 rollback);
     bool CheckHeader();
     bool CheckMain();
     bool IsHead(QZInt64 address);
     void FormatV1();
     void FormatV4();
     void FormatV5(bool sync);
-    void WriteHeader(QZInt64 fileMode);
+    void WriteHeader(QZInt64 version, QZInt64 addressMode);
 
     OBJECTS* m_objects;
     QZInt64 m_checkParam;

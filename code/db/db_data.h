@@ -43,10 +43,6 @@ public:
     QZInt64 PutTextCD(QZInt64 cd, const void* buffer, QZInt64 size);
     QZInt64 PutTextPD(QZInt64 pd, const void* buffer, QZInt64 size);
 
-    /// Appends empty CDs to the list of `hd` until it holds `count` records, and answers the CD at place
-    /// `count`; 0 when a write is refused.
-    QZInt64 FieldCD(QZInt64 hd, QZInt64 count);
-
 private:
     struct Place
     {
@@ -58,8 +54,10 @@ private:
         QZInt64 Left;
     };
 
+    QZInt64 NewPlace();
     Place Find(QZInt64 hd);
     bool Open(const Place& place, QZInt64 end);
+    void WriteFrame(const Place& place, QZInt64 end);
     void Close(const Place& place, QZInt64 end);
     QZInt64 LinkPosition(const Place& place);
 

@@ -60,7 +60,8 @@ public:
 private:
     bool FindEnds(QZInt64 side, QZInt64 address, QZInt64* start, QZInt64* end);
     QZInt64 Refuse();
-    QZInt64 TreeOfV1(QZInt64 pd);
+    QZInt64 ReadOwn(QZInt64 side, QZInt64 address, QZInt64 field);
+    QZInt64 NthRecord(QZInt64 hd, QZInt64 n);
 
     OBJECTS* m_objects;
 };

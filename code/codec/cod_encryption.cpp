@@ -1,0 +1,58 @@
+#include "codec/cod_encryption.h"
+
+#include "fw/fw_bytes.h"
+#include "fw/fw_memory.h"
+
+namespace
+{
+
+constexpr int MapSize = 256;
+
+/// One mixing of the map, from 1 to 255 insertions of the last byte further in front.
+void Shuffle(QZByte* map, int parameter)
+{
+    if (parameter % 2 != 0)
+    {
+        const QZByte first = map[0];
+        QZMemMove(map, map + 1, MapSize - 1);
+        map[MapSize - 1] = first;
+    }
+    const float step = static_cast<float>(MapSize - parameter) / static_cast<float>(parameter);
+    for (int j = parameter; j >= 1; --j)
+    {
+        const int position = static_cast<int>(step * static_cast<float>(j));
+        const QZByte last = map[MapSize - 1];
+        QZMemMove(map + position + 1, map + position, MapSize - 1 - position);
+        map[position] = last;
+    }
+}
+
+void Substitute(const void* map, void* data, QZInt64 size)
+{
+    const QZByte* entries = static_cast<const QZByte*>(map);
+    QZByte* bytes = static_cast<QZByte*>(data);
+    for (QZInt64 i = size - 1; i >= 0; --i) bytes[i] = entries[bytes[i]];
+}
+
+}  // namespace
+
+void QZEncryption::CreateEncryptionMapByChar(void* map, const void* key, QZInt64 keyLength)
+{
+    QZByte* entries = static_cast<QZByte*>(map);
+    for (int i = 0; i < MapSize; ++i) entries[i] = static_cast<QZByte>(i);
+    for (QZInt64 i = 0; i < keyLength; ++i)
+        for (int parameter = *QZAt(key, i); parameter >= 1; --parameter) Shuffle(entries, parameter);
+}
+
+void QZEncryption::CreateDecryptionMapByChar(void* map, const void* key, QZInt64 keyLength)
+{
+    QZByte* inverse = static_cast<QZByte*>(map);
+    QZByte* scratch = inverse + MapSize;
+    CreateEncryptionMapByChar(scratch, key, keyLength);
+    for (int i = 0; i < MapSize; ++i) inverse[scratch[i]] = static_cast<QZByte>(i);
+    QZMemClean(scratch, MapSize);
+}
+
+void QZEncryption::Encryption(const void* map, void* data, QZInt64 size) { Substitute(map, data, size); }
+
+void QZEncryption::Decryption(const void* map, void* data, QZInt64 size) { Substitute(map, data, size); }
