@@ -1,5 +1,7 @@
 #include "db/db_link.h"
 
+#include <initializer_list>
+
 #include "db/db_data.h"
 #include "db/db_format.h"
 #include "db/db_read.h"

@@ -1,0 +1,392 @@
+#include "db/engine_fixture.h"
+
+using qztest::EngineTest;
+using qztest::SideThis;
+using Info = QZDatabaseInfo;
+using Records = std::vector<QZInt64>;
+
+namespace
+{
+
+/// Each test runs with addresses of 4 and of 8 bytes.
+class LinkTest : public EngineTest, public ::testing::WithParamInterface<QZInt64>
+{
+protected:
+    void SetUp() override
+    {
+        Fresh(GetParam());
+        m_hd = Data()->NewHD(0);
+        for (const char* text : {"one", "two", "three", "four", "five"})
+            m_records.push_back(Data()->NewCD(m_hd, text, 3));
+    }
+
+    /// The records by their numbers, from 1.
+    Records Of(std::initializer_list<int> numbers)
+    {
+        Records records;
+        for (const int number : numbers) records.push_back(m_records[static_cast<std::size_t>(number - 1)]);
+        return records;
+    }
+
+    QZInt64 Record(int number) { return m_records[static_cast<std::size_t>(number - 1)]; }
+    QZInt64 End(QZInt64 record) { return Read()->ReadData(SideThis, record, Info::DATA_END); }
+    QZInt64 A() { return Address()->Length(); }
+
+    QZInt64 m_hd = 0;
+    Records m_records;
+};
+
+INSTANTIATE_TEST_SUITE_P(Modes, LinkTest, ::testing::Values(2, 3));
+
+}  // namespace
+
+TEST_P(LinkTest, UnlinkInTheMiddle)
+{
+    Link()->Unlink(Record(3));
+    ExpectSound(m_hd, Of({1, 2, 4, 5}));
+    EXPECT_EQ(Read()->ReadData(SideThis, Record(3), Info::DATA_PREV), End(Record(2)))
+        << "its own fields stay";
+    EXPECT_EQ(Read()->Next(Record(3)), Record(4));
+}
+
+TEST_P(LinkTest, UnlinkFirstAndLast)
+{
+    Link()->Unlink(Record(1));
+    ExpectSound(m_hd, Of({2, 3, 4, 5}));
+    Link()->Unlink(Record(5));
+    ExpectSound(m_hd, Of({2, 3, 4}));
+}
+
+TEST_P(LinkTest, UnlinkOnlyRecordLeavesAnEmptyHeadWithItsFirstFrame)
+{
+    for (const int number : {2, 3, 4, 5, 1}) Link()->Unlink(Record(number));
+    ExpectSound(m_hd, {});
+    EXPECT_EQ(Read()->ReadHD(SideThis, m_hd, Info::HD_END), m_hd + 4 * A() + 1);
+    EXPECT_EQ(Read()->ReadHD(SideThis, m_hd, Info::HD_LASTDATA), 0);
+    // The frame that the list had before stays in the file.
+    EXPECT_EQ(Read()->Mark(End(Record(5)) + 2 * A()), '^');
+    EXPECT_EQ(Console()->GetErrorCount(), 0);
+    const QZInt64 again = Data()->NewCD(m_hd, "", 0);
+    ExpectSound(m_hd, {again});
+}
+
+TEST_P(LinkTest, AppendBehindAnUnlinkedLastRecord)
+{
+    Link()->Unlink(Record(5));
+    const QZInt64 added = Data()->NewAD(m_hd, 1);
+    Records expected = Of({1, 2, 3, 4});
+    expected.push_back(added);
+    ExpectSound(m_hd, expected);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Join by marks
+
+TEST_P(LinkTest, JoinOfARecordWithNothingEndsTheList)
+{
+    Link()->Join(End(Record(2)), 0);
+    ExpectSound(m_hd, Of({1, 2}));
+}
+
+TEST_P(LinkTest, JoinOfARecordWithAHeadEndsTheListToo)
+{
+    Link()->Join(End(Record(2)), 31);
+    ExpectSound(m_hd, Of({1, 2}));
+}
+
+TEST_P(LinkTest, JoinOfAHeadWithNothingOrAHeadEmptiesTheList)
+{
+    Link()->Join(m_hd, 31);
+    ExpectSound(m_hd, {});
+    m_records.clear();
+    m_records.push_back(Data()->NewCD(m_hd, "", 0));
+    Link()->Join(m_hd, 0);
+    ExpectSound(m_hd, {});
+}
+
+TEST_P(LinkTest, JoinOfAHeadWithARecordMakesItTheFirst)
+{
+    Link()->Join(m_hd, Record(4));
+    ExpectSound(m_hd, Of({4, 5}));
+}
+
+TEST_P(LinkTest, JoinOfTwoRecordsLinksBothWays)
+{
+    Link()->Join(End(Record(1)), Record(5));
+    ExpectSound(m_hd, Of({1, 5}));
+}
+
+TEST_P(LinkTest, JoinOfOtherMarksRecordsTheBareCode256)
+{
+    const std::string before = File();
+    Link()->Join(m_hd + 1 + A(), Record(1));
+    EXPECT_EQ(Console()->GetErrorCount(), 1);
+    EXPECT_EQ(Console()->GetLastError(), 256);
+    Link()->Join(m_hd, 3);
+    Link()->Join(End(Record(1)), 3);
+    EXPECT_EQ(Console()->GetErrorCount(), 3);
+    EXPECT_EQ(File(), before);
+}
+
+TEST_P(LinkTest, ResetHeadFallsBackToTheFrameOneAddressLater)
+{
+    const QZInt64 closing = m_hd + 4 * A() + 1;
+    Binary()->PutByte(closing, 0);
+    Binary()->PutByte(closing + A(), '^');
+    Link()->ResetHD(m_hd);
+    EXPECT_EQ(Read()->ReadHD(SideThis, m_hd, Info::HD_END), closing + A());
+    EXPECT_EQ(Read()->ReadHD(SideThis, m_hd, Info::HD_FIRSTDATA), 0);
+    EXPECT_EQ(Console()->GetErrorCount(), 0);
+    Binary()->PutByte(closing + A(), 0);
+    Link()->ResetHD(m_hd);
+    EXPECT_EQ(Console()->GetErrorCount(), 1);
+    EXPECT_EQ(Console()->GetLastError(), 256);
+    EXPECT_EQ(Read()->ReadHD(SideThis, m_hd, Info::HD_END), closing + A());
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Moving
+
+TEST_P(LinkTest, MoveDown)
+{
+    Link()->MoveDown(Record(2), 1);
+    ExpectSound(m_hd, Of({1, 3, 2, 4, 5}));
+    Link()->MoveDown(Record(1), 3);
+    ExpectSound(m_hd, Of({3, 2, 4, 1, 5}));
+    Link()->MoveDown(Record(3), 4);
+    ExpectSound(m_hd, Of({2, 4, 1, 5, 3}));
+}
+
+TEST_P(LinkTest, MoveDownByMoreThanThereIsStopsAtTheEnd)
+{
+    Link()->MoveDown(Record(2), 1000);
+    ExpectSound(m_hd, Of({1, 3, 4, 5, 2}));
+    const std::string before = File();
+    Link()->MoveDown(Record(2), 1);
+    EXPECT_EQ(File(), before) << "the last stays";
+}
+
+TEST_P(LinkTest, MoveUp)
+{
+    Link()->MoveUp(Record(5), 1);
+    ExpectSound(m_hd, Of({1, 2, 3, 5, 4}));
+    Link()->MoveUp(Record(4), 2);
+    ExpectSound(m_hd, Of({1, 2, 4, 3, 5}));
+    Link()->MoveUp(Record(4), 2);
+    ExpectSound(m_hd, Of({4, 1, 2, 3, 5}));
+    Link()->MoveUp(Record(5), 3);
+    ExpectSound(m_hd, Of({4, 5, 1, 2, 3}));
+}
+
+TEST_P(LinkTest, MoveUpByMoreThanThereIsStopsAtTheFront)
+{
+    Link()->MoveUp(Record(4), 1000);
+    ExpectSound(m_hd, Of({4, 1, 2, 3, 5}));
+    const std::string before = File();
+    Link()->MoveUp(Record(4), 1);
+    EXPECT_EQ(File(), before) << "the first stays";
+}
+
+TEST_P(LinkTest, MovingByNoStepsDoesNothing)
+{
+    const std::string before = File();
+    Link()->MoveUp(Record(3), 0);
+    Link()->MoveDown(Record(3), 0);
+    EXPECT_EQ(File(), before);
+}
+
+TEST_P(LinkTest, OnlyRecordStaysWhereItIs)
+{
+    const QZInt64 hd = Data()->NewHD(0);
+    const QZInt64 only = Data()->NewCD(hd, "", 0);
+    const std::string before = File();
+    Link()->MoveUp(only, 1);
+    Link()->MoveDown(only, 1);
+    EXPECT_EQ(File(), before);
+}
+
+TEST_P(LinkTest, MoveToAnEmptyHead)
+{
+    const QZInt64 other = Data()->NewHD(0);
+    EXPECT_EQ(Link()->MoveToHD(Record(3), other), Record(3));
+    ExpectSound(m_hd, Of({1, 2, 4, 5}));
+    ExpectSound(other, Of({3}));
+    Link()->MoveToHD(Record(5), other);
+    ExpectSound(m_hd, Of({1, 2, 4}));
+    ExpectSound(other, Of({3, 5}));
+}
+
+TEST_P(LinkTest, MoveToItsOwnHeadPlacesItLast)
+{
+    Link()->MoveToHD(Record(2), m_hd);
+    ExpectSound(m_hd, Of({1, 3, 4, 5, 2}));
+    Link()->MoveToHD(Record(2), m_hd);
+    ExpectSound(m_hd, Of({1, 3, 4, 5, 2}));
+}
+
+TEST_P(LinkTest, OnlyRecordMovesToItsOwnHead)
+{
+    const QZInt64 hd = Data()->NewHD(0);
+    const QZInt64 only = Data()->NewCD(hd, "", 0);
+    Link()->MoveToHD(only, hd);
+    ExpectSound(hd, {only});
+}
+
+TEST_P(LinkTest, MovesInACircleEnd)
+{
+    Data()->PutField(Record(5), Info::DATA_NEXT, Record(2));
+    Link()->MoveDown(Record(1), 1LL << 60);
+    Address()->PutRaw(Record(2) + 1, End(Record(5)));
+    Link()->MoveUp(Record(4), 1LL << 60);
+    EXPECT_GT(Read()->Count(m_hd), 0);
+}
+
+// ---------------------------------------------------------------------------------------------------------------------
+// Removing
+
+TEST_P(LinkTest, RemoveChildClearsTheFieldOfThePlaceRecord)
+{
+    const QZInt64 ld = Data()->NewLD(Read()->TreeRoot(31, 4));
+    const QZInt64 pd = Data()->NewPD(m_hd, ld, "", 0);
+    const QZInt64 child = Data()->NewHDForPD(pd);
+    const QZInt64 inside = Data()->NewCD(child, "", 0);
+    Link()->RemoveChild(child);
+    EXPECT_EQ(Read()->ReadPD(SideThis, pd, Info::PD_HD_A), 0);
+    ExpectSound(child, {inside});
+    EXPECT_EQ(Read()->ReadHD(SideThis, child, Info::HD_PREV), pd);
+}
+
+TEST_P(LinkTest, RemoveChildOfAHeadThatNoPlaceRecordOwnsWritesNothing)
+{
+    const QZInt64 ld = Data()->NewLD(m_hd);
+    const std::string before = File();
+    Link()->RemoveChild(m_hd);
+    Link()->RemoveChild(Read()->ReadLD(SideThis, ld, Info::LD_TREE_A));
+    Link()->RemoveChild(Read()->TreeRoot(31, 3));
+    EXPECT_EQ(File(), before);
+}
+
+namespace
+{
+
+/// One LD in the flat list, used by PDs of trees A, R and S that its lists name.
+class RemoveTest : public LinkTest
+{
+protected:
+    void SetUp() override
+    {
+        Fresh(GetParam());
+        m_lds = Read()->TreeRoot(31, 4);
+        m_before = Data()->NewLD(m_lds);
+        m_ld = Data()->NewLD(m_lds);
+        m_after = Data()->NewLD(m_lds);
+    }
+
+    /// A PD of tree n that uses the LD, with the AD that names it.
+    QZInt64 Use(QZInt64 n)
+    {
+        static const QZInt64 selectors[] = {Info::LD_TREE_A, Info::LD_TREE_R, Info::LD_TREE_S};
+        const QZInt64 pd = Data()->NewPD(Read()->TreeRoot(31, n), m_ld, "", 0);
+        Data()->NewAD(Read()->ReadLD(SideThis, m_ld, selectors[n - 1]), pd);
+        return pd;
+    }
+
+    /// What the list of the LD for tree n names.
+    Records Named(QZInt64 n)
+    {
+        static const QZInt64 selectors[] = {Info::LD_TREE_A, Info::LD_TREE_R, Info::LD_TREE_S};
+        Records named;
+        for (const QZInt64 ad : List(Read()->ReadLD(SideThis, m_ld, selectors[n - 1])))
+            named.push_back(Read()->ReadAD(SideThis, ad, Info::AD_FREE));
+        return named;
+    }
+
+    QZInt64 Root(QZInt64 n) { return Read()->TreeRoot(31, n); }
+
+    QZInt64 m_lds = 0;
+    QZInt64 m_before = 0;
+    QZInt64 m_ld = 0;
+    QZInt64 m_after = 0;
+};
+
+INSTANTIATE_TEST_SUITE_P(Modes, RemoveTest, ::testing::Values(2, 3));
+
+}  // namespace
+
+TEST_P(RemoveTest, RemovePDTakesItsNameOutOfTheListOfItsTree)
+{
+    for (const QZInt64 n : {1, 2, 3})
+    {
+        const QZInt64 first = Use(n);
+        const QZInt64 second = Use(n);
+        const QZInt64 third = Use(n);
+        Link()->RemovePD(second);
+        ExpectSound(Root(n), {first, third});
+        EXPECT_EQ(Named(n), (Records{first, third}));
+    }
+    ExpectSound(m_lds, {m_before, m_ld, m_after});
+}
+
+TEST_P(RemoveTest, RemovePDUnlinksOnlyTheFirstADThatNamesIt)
+{
+    const QZInt64 pd = Use(3);
+    const QZInt64 list = Read()->ReadLD(SideThis, m_ld, Info::LD_TREE_S);
+    Data()->NewAD(list, pd);
+    Link()->RemovePD(pd);
+    EXPECT_EQ(Named(3), Records{pd});
+    ExpectSound(Root(3), {});
+}
+
+TEST_P(RemoveTest, RemovePDThatNoListNamesOnlyLeavesItsList)
+{
+    const QZInt64 named = Use(3);
+    const QZInt64 pd = Data()->NewPD(Root(3), m_ld, "", 0);
+    Link()->RemovePD(pd);
+    ExpectSound(Root(3), {named});
+    EXPECT_EQ(Named(3), Records{named});
+}
+
+TEST_P(RemoveTest, RemovePDWithoutAnLD)
+{
+    const QZInt64 pd = Data()->NewPD(Root(3), 0, "", 0);
+    Link()->RemovePD(pd);
+    ExpectSound(Root(3), {});
+    EXPECT_EQ(Console()->GetErrorCount(), 0);
+}
+
+TEST_P(RemoveTest, RemoveLDTakesEveryUserOutOfItsTree)
+{
+    for (const QZInt64 n : {1, 2, 3})
+    {
+        Use(n);
+        Use(n);
+    }
+    const QZInt64 stranger = Data()->NewPD(Root(3), m_after, "", 0);
+    Link()->RemoveLD(m_ld);
+    ExpectSound(m_lds, {m_before, m_after});
+    ExpectSound(Root(1), {});
+    ExpectSound(Root(2), {});
+    ExpectSound(Root(3), {stranger});
+    EXPECT_TRUE(Named(1).empty());
+    EXPECT_TRUE(Named(2).empty());
+    EXPECT_TRUE(Named(3).empty());
+    EXPECT_EQ(Console()->GetErrorCount(), 0);
+}
+
+TEST_P(RemoveTest, RemovingNoLDWritesNothing)
+{
+    const std::string before = File();
+    Link()->RemoveLD(0);
+    EXPECT_EQ(File(), before);
+}
+
+TEST_P(RemoveTest, RemovingAlongACircleEnds)
+{
+    const QZInt64 pd = Use(3);
+    const QZInt64 list = Read()->ReadLD(SideThis, m_ld, Info::LD_TREE_S);
+    const QZInt64 ad = List(list).front();
+    Data()->PutField(ad, Info::DATA_NEXT, ad);
+    Link()->RemovePD(pd);
+    Link()->RemoveLD(m_ld);
+    ExpectSound(m_lds, {m_before, m_after});
+}
