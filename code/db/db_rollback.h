@@ -90,9 +90,11 @@ private:
     bool Walk(QZCollection* list, QZInt64 from, QZInt64 fork);
     bool Gather(QZCollection* undo, QZCollection* redo, QZInt64 target);
     void Climb(QZCollection* levels, QZInt64 record);
-    QZInt64 ForkSide(QZInt64 record, QZInt64 common);
+    QZInt64 Before(QZInt64 record);
+    bool IsNotBefore(QZInt64 a, QZInt64 b);
+    QZInt64 Distance(QZInt64 later, QZInt64 earlier);
     void Replay(QZCollection* undo, QZCollection* redo);
-    void OpenBranch(QZInt64 target, bool redone);
+    bool OpenBranch(QZInt64 target, bool redone);
     void Record(QZInt64 code);
 
     QZInt64 m_state;
