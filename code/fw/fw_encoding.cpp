@@ -8,6 +8,7 @@
 #include "fw/fw_encoding_convert.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/fw_string_internal.h"
 #include "fw/fw_trace.h"
 
 const QZInt64 QZEncodingType::ANSI;
@@ -137,23 +138,20 @@ private:
     QZData* m_data;
 };
 
+[[noreturn]] void ThrowNoData(QZInt64 type, const Text& text, const QZWChar* sourceType)
+{
+    throw Failure(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("GetData"), type)
+        .Argument(sourceType, text.bytes, text.size)
+        .Exception();
+}
+
 void FillData(QZInt64 type, const Text& text, QZData* target, const QZWChar* sourceType)
 {
     QZInt64 size = QZEncoding::Convert(text.type, text.bytes, text.size, type, nullptr, 0);
-    if (size < 0)
-    {
-        throw Failure(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("GetData"), type)
-            .Argument(sourceType, text.bytes, text.size)
-            .Exception();
-    }
+    if (size < 0) ThrowNoData(type, text, sourceType);
     target->NewSize(size);
-    QZInt64 written = QZEncoding::Convert(text.type, text.bytes, text.size, type, target->GetPointer(), size);
-    if (written < 0)
-    {
-        throw Failure(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("GetData"), type)
-            .Argument(sourceType, text.bytes, text.size)
-            .Exception();
-    }
+    if (QZEncoding::Convert(text.type, text.bytes, text.size, type, target->GetPointer(), size) < 0)
+        ThrowNoData(type, text, sourceType);
 }
 
 [[noreturn]] void ThrowNull(const QZWChar* method, QZInt64 type, const QZWChar* sourceType)
@@ -217,17 +215,9 @@ QZInt64 QZEncoding::GetBytes(QZInt64 type, void* block, void* buffer, QZInt64 si
 
 QZString* QZEncoding::GetString(QZInt64 type, const void* text, QZInt64 size)
 {
-    QZString* target = QZStringFactory::CreateString();
-    try
-    {
-        GetString(type, text, size, target);
-    }
-    catch (QZException*)
-    {
-        QZStringFactory::Recycle(&target);
-        throw;
-    }
-    return target;
+    text::Temporary target(QZStringFactory::CreateString());
+    GetString(type, text, size, target.Get());
+    return target.Release();
 }
 
 void QZEncoding::GetString(QZInt64 type, const void* text, QZInt64 size, QZString* target)

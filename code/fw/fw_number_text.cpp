@@ -50,14 +50,15 @@ int WriteSigned(QZWChar* to, QZInt64 value)
     return sign + WriteUnsigned<Base>(to + sign, Magnitude(value));
 }
 
-/// How many decimal digits the fraction asks for, at most one more than are written.
+/// How many decimal digits the fraction asks for, at most one more than are written. The point moves through
+/// the whole fraction, with the digits that it has passed left in front of it.
 int CountDigits(double fraction)
 {
     int count = 0;
-    while (fraction > kNoFraction && count < kMostDigits + 1)
+    while (fraction - static_cast<double>(static_cast<QZInt64>(fraction)) > kNoFraction &&
+           count < kMostDigits + 1)
     {
         fraction *= 10;
-        fraction -= static_cast<double>(static_cast<int>(fraction));
         ++count;
     }
     return count;

@@ -11,44 +11,67 @@ QZObjectCache* QZStringFactory::m_stringCollectionCache = nullptr;
 
 namespace
 {
-/// Fills a string fresh out of the cache; it goes back when that fails.
-template <typename... Arguments>
-QZString* Filled(QZString* text, Arguments... arguments)
+using Trace = QZTrace<QZException>;
+
+/// Fills a string fresh out of the cache. When that fails the string goes back, and the exception gets a
+/// frame.
+template <typename Fill, typename Describe>
+QZString* Filled(QZString* text, Fill fill, Describe describe)
 {
     try
     {
-        text->Set(arguments...);
+        fill(text);
     }
-    catch (QZException*)
+    catch (QZException* e)
     {
         QZStringFactory::Recycle(&text);
+        describe(Trace(e, QZ_W("QZStringFactory"), QZ_W("CreateString")));
         throw;
     }
     return text;
 }
 }  // namespace
 
-QZString* QZStringFactory::CreateString()
+QZString* QZStringFactory::CreateString() { return static_cast<QZString*>(m_stringCache->Out()); }
+
+QZString* QZStringFactory::CreateString(const char* text)
 {
-    // Before the cache stands, and after it has gone, an exception still needs its texts.
-    return m_stringCache ? static_cast<QZString*>(m_stringCache->Out()) : new QZString();
+    return Filled(
+        CreateString(), [=](QZString* s) { s->Set(text); },
+        [=](Trace trace) { trace.Argument(QZ_W("QZChar*"), text); });
 }
 
-QZString* QZStringFactory::CreateString(const char* text) { return Filled(CreateString(), text); }
-
-QZString* QZStringFactory::CreateString(const QZWChar* text) { return Filled(CreateString(), text); }
+QZString* QZStringFactory::CreateString(const QZWChar* text)
+{
+    return Filled(
+        CreateString(), [=](QZString* s) { s->Set(text); },
+        [=](Trace trace) { trace.Argument(QZ_W("QZWChar*"), text); });
+}
 
 QZString* QZStringFactory::CreateString(const char* text, QZInt64 size)
 {
-    return Filled(CreateString(), text, size);
+    return Filled(
+        CreateString(), [=](QZString* s) { s->Set(text, size); },
+        [=](Trace trace) {
+            trace.Argument(QZ_W("QZChar*"), text, size > 0 ? size : 0).Argument(QZ_W("QZInt64"), size);
+        });
 }
 
 QZString* QZStringFactory::CreateString(const QZWChar* text, QZInt64 size)
 {
-    return Filled(CreateString(), text, size);
+    return Filled(
+        CreateString(), [=](QZString* s) { s->Set(text, size); },
+        [=](Trace trace) {
+            trace.Argument(QZ_W("QZWChar*"), text, size > 0 ? size : 0).Argument(QZ_W("QZInt64"), size);
+        });
 }
 
-QZString* QZStringFactory::CreateString(QZString* text) { return Filled(CreateString(), text); }
+QZString* QZStringFactory::CreateString(QZString* text)
+{
+    return Filled(
+        CreateString(), [=](QZString* s) { s->Set(text); },
+        [=](Trace trace) { trace.Argument(QZ_W("QZString*"), text); });
+}
 
 QZStringCollection* QZStringFactory::CreateStringCollection()
 {

@@ -344,18 +344,27 @@ private:
 QZStringCollection* QZString::SplitAt(const QZWChar* separator, QZInt64 count)
 {
     View own = ViewOf(this);
-    Pieces pieces;
-    QZInt64 start = 0;
-    for (QZInt64 i = 0; count > 0 && i <= own.count - count; ++i)
+    try
     {
-        if (own.units[i] != separator[0] || !QZMemory::Equals(own.units + i, separator, count * 2)) continue;
-        // The walk goes on one unit behind the match: a separator that overlaps the one just found counts
-        // again, with an empty piece before it.
-        pieces.Add(own.units + start, std::max<QZInt64>(i - start, 0));
-        start = i + count;
+        Pieces pieces;
+        QZInt64 start = 0;
+        for (QZInt64 i = 0; count > 0 && i <= own.count - count; ++i)
+        {
+            if (own.units[i] != separator[0] || !QZMemory::Equals(own.units + i, separator, count * 2))
+                continue;
+            // The walk goes on one unit behind the match: a separator that overlaps the one just found counts
+            // again, with an empty piece before it.
+            pieces.Add(own.units + start, std::max<QZInt64>(i - start, 0));
+            start = i + count;
+        }
+        pieces.Add(own.units + start, own.count - start);
+        return pieces.Release();
     }
-    pieces.Add(own.units + start, own.count - start);
-    return pieces.Release();
+    catch (QZException* e)
+    {
+        QZTrace(e, QZ_W("QZString"), QZ_W("Split")).Argument(QZ_W("QZWChar*"), separator, count * 2);
+        throw;
+    }
 }
 
 QZStringCollection* QZString::Split(QZWChar separator) { return SplitAt(&separator, separator == 0 ? 0 : 1); }

@@ -100,6 +100,8 @@ TEST(NumberText, DoubleTakesAsManyDigitsAsItsFractionNeeds)
     EXPECT_EQ(Double(0.1), "0.1");
     EXPECT_EQ(Double(3.14), "3.14");
     EXPECT_EQ(Double(100.0625), "100.0625");
+    EXPECT_EQ(Double(0.12), "0.12");
+    EXPECT_EQ(Double(0.29), "0.29");
 }
 
 TEST(NumberText, DoubleStopsAtTwelveDigitsAndRoundsHalfUp)
@@ -108,6 +110,14 @@ TEST(NumberText, DoubleStopsAtTwelveDigitsAndRoundsHalfUp)
     EXPECT_EQ(Double(2.0 / 3), "0.666666666667");
     // 2 to the -13 has thirteen digits, 0.0001220703125: the last of them rounds.
     EXPECT_EQ(Double(1.0 / 8192), "0.000122070313");
+}
+
+TEST(NumberText, DoubleKeepsTheZerosThatItsDigitCountAsksFor)
+{
+    // The binary value of 3.14159 lies below it: thirteen digits are asked for, and the rounding fills them
+    // with zeros.
+    EXPECT_EQ(Double(3.14159), "3.141590000000");
+    EXPECT_EQ(Double(99.99), "99.990000000000");
 }
 
 TEST(NumberText, DoubleRoundingCarriesThroughEveryNine)

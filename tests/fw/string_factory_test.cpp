@@ -61,6 +61,15 @@ TEST(StringFactory, FailedCreationGivesTheStringBack)
     EXPECT_GE(QZStringFactory::GetMemorySize(), 16 + 4 * (4096 + 8));
 }
 
+TEST(StringFactory, FailedCreationAddsItsFrame)
+{
+    qztest::Thrown thrown =
+        QZ_TEST_CATCH(QZStringFactory::CreateString(static_cast<const QZWChar*>(nullptr), 2));
+    EXPECT_EQ(thrown.stackTrace,
+              "QZString::Set(QZWChar*, QZInt64)\r\nQZStringFactory::CreateString(QZWChar*, QZInt64)");
+    EXPECT_EQ(thrown.argumentTrace, "QZString::Set(<NULL>, 2)\r\nQZStringFactory::CreateString(<NULL>, 2)");
+}
+
 TEST(StringFactory, RecycledCollectionGivesItsStringsBack)
 {
     QZStringCollection* pieces = QZStringFactory::CreateStringCollection();
