@@ -91,9 +91,10 @@ public:
     QZBool AB_CB(QZInt64 mark);
     QZInt64 G_WPS();
 
-    /// A new record, zeroed outside MODE_FILE; given back with Recycle.
+    /// A new record, given back with Recycle: zeroed in MODE_PROCESS, null in a mode that is neither.
     QZDbSysInfo* GetSysInfo();
-    /// MODE_FILE: deletes the record and clears the variable.
+    /// MODE_FILE: deletes the record and clears the variable. Not to be called in MODE_PROCESS: there it
+    /// frees nothing and leaves 512 in QZLastError.
     void Recycle(QZDbSysInfo** info);
 
 private:

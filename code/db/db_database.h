@@ -170,21 +170,18 @@ private:
     void Leave();
     bool Testing() const;
     void Record(QZInt64 code);
-    bool IsRecord(QZInt64 address);
-    bool IsHead(QZInt64 address);
-    bool Tested(bool fits);
+    bool Is(QZInt64 address, QZInt64 type);
+    bool Fits(bool fits);
 
     QZInt64 ReadField(QZInt64 address, QZInt64 selector);
     QZInt64 CountOrNumber(QZInt64 address, QZInt64 code, QZInt64 argument);
     QZInt64 CountAll(QZInt64 hd);
+    QZInt64 NthRecord(QZInt64 hd, QZInt64 n);
     QZInt64 ListAddresses(QZInt64 code, QZInt64 address, QZCollection* collection);
     QZInt64 AppendRecord(QZInt64 hd, QZInt64 kind);
-    QZInt64 FieldSlot(QZInt64 address, QZInt64 field, QZInt64 wrongSelector);
     QZInt64 PutContent(QZInt64 address, QZInt64 field, const void* buffer, QZInt64 length);
     QZInt64 PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffer, QZInt64 length);
-    QZInt64 ContentLength(QZInt64 address, QZInt64 field);
-    template <typename Call>
-    QZInt64 Aborting(QZInt64 failed, Call call);
+    QZInt64 ContentSlot(QZInt64 address, QZInt64 field);
     bool Delete(QZInt64 address, QZInt64 code);
     void DeleteWithBranch(QZInt64 pd);
 

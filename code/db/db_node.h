@@ -272,6 +272,9 @@ public:
     /// The PD one level up, 0 in the root list of TREES.
     QZInt64 GetPrevLayer();
     static QZInt64 GetPrevLayer(QZChannel* channel, QZInt64 address);
+
+private:
+    static QZInt64 TurnToLD(QZChannel* channel, QZInt64* address, QZInt64 ld);
 };
 
 /// The head of a list.

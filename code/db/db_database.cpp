@@ -1,0 +1,230 @@
+#include "db/db_database.h"
+
+#include <memory>
+
+#include "db/db_console.h"
+#include "db/db_format.h"
+#include "db/db_repair.h"
+#include "db/db_rollback.h"
+#include "fw/fw_library.h"
+#include "fw/fw_trace.h"
+#include "os/os_thread.h"
+
+const QZInt64 QZDbSysInfo::Type;
+const QZInt64 QZDatabase::Type;
+
+QZInt64 QZDbSysInfo::GetType() { return 0x81FFFFC; }
+
+QZDatabase::QZDatabase(OBJECTS* objects)
+    : m_objects(objects), m_operations(0), m_section(new QZCriticalSection())
+{}
+
+QZDatabase::~QZDatabase() { delete m_section; }
+
+QZInt64 QZDatabase::GetType() { return 0x81FFFFD; }
+
+// ---- Making, opening, closing
+
+QZBool QZDatabase::Create(QZString* path)
+{
+    return Create(path, QZDatabaseInfo::DBV_CODE_V5, QZDatabaseInfo::ADDR_MODE_64, 1);
+}
+
+QZBool QZDatabase::Create(QZString* path, QZInt64 version, QZInt64 addressMode, QZInt64 rollback)
+{
+    const std::unique_ptr<OBJECTS> objects(new OBJECTS());
+    objects->Initialise(addressMode);
+    return objects->Console()->CreateFile(version, addressMode, path, rollback) ? 1 : 0;
+}
+
+QZDatabase* QZDatabase::Open(QZString* path)
+{
+    std::unique_ptr<OBJECTS> objects(new OBJECTS());
+    CONSOLE* console = objects->Console();
+    bool opened = false;
+    try
+    {
+        opened = console->OpenFile(path) && objects->Initialise(console->AddressInfo()->AddressMode);
+        // What the test finds is left as the last error on a database that opens: hosts ask for it and
+        // decide.
+        if (opened) console->Verify();
+    }
+    catch (QZException* e)
+    {
+        console->CloseFile();
+        QZTrace(e, QZ_W("QZDatabase"), QZ_W("Open")).Argument(QZ_W("QZString*"), path);
+        throw;
+    }
+    if (!opened)
+    {
+        const QZInt64 code = console->GetLastError();
+        console->CloseFile();
+        throw QZTrace(QZExceptionFactory::CreateDatabaseException(code), QZ_W("QZDatabase"), QZ_W("Open"))
+            .Argument(QZ_W("QZString*"), path)
+            .Exception();
+    }
+    return new QZDatabase(objects.release());
+}
+
+void QZDatabase::Close(QZDatabase** database)
+{
+    if (*database == nullptr)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    OBJECTS* objects = (*database)->m_objects;
+    objects->Console()->CloseFile();
+    delete objects;
+    delete *database;
+    *database = nullptr;
+}
+
+// ---- The section and the state of the database
+
+void QZDatabase::ConsoleLock() { m_section->Lock(); }
+
+void QZDatabase::ConsoleUnlock() { m_section->Unlock(); }
+
+/// The begin of every locking operation. There is no guard on purpose: an exception that passes leaves the
+/// section entered, and hosts that catch it go on under the lock.
+void QZDatabase::Enter()
+{
+    m_section->Lock();
+    ++m_operations;
+}
+
+void QZDatabase::Leave() { m_section->Unlock(); }
+
+QZBool QZDatabase::Collect()
+{
+    Enter();
+    const QZBool answer = m_objects->Console()->Buffer()->Collect();
+    Leave();
+    return answer;
+}
+
+QZBool QZDatabase::Sync()
+{
+    Enter();
+    const QZBool answer = m_objects->Console()->Buffer()->Sync();
+    Leave();
+    return answer;
+}
+
+void QZDatabase::CheckParam(QZInt64 flag)
+{
+    Enter();
+    m_objects->Console()->SetCheckParam(flag != 0);
+    Leave();
+}
+
+QZBool QZDatabase::CheckParam()
+{
+    Enter();
+    const bool answer = m_objects->Console()->IsCheckParam();
+    Leave();
+    return answer ? 1 : 0;
+}
+
+QZInt64 QZDatabase::G_AS() { return m_objects->Console()->AddressInfo()->AddressLength; }
+
+QZInt64 QZDatabase::G_EN()
+{
+    Enter();
+    const QZInt64 answer = m_objects->Console()->GetErrorCount();
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::G_LE()
+{
+    Enter();
+    const QZInt64 answer = m_objects->Console()->GetLastError();
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::G_WS() { return m_objects->Console()->GetWriteProtect(); }
+
+QZDbSysInfo* QZDatabase::GetSysInfo()
+{
+    const CONSOLE* console = m_objects->Console();
+    QZDbSysInfo* info = new QZDbSysInfo();
+    info->Version = console->GetSysInfo(QZDatabaseInfo::SYSINFO_DATABASEVERSION);
+    info->AddrMode = console->GetSysInfo(QZDatabaseInfo::SYSINFO_ADDRMODE);
+    info->FileMode = console->GetSysInfo(QZDatabaseInfo::SYSINFO_FILEMODE);
+    info->WriteProtect = console->GetSysInfo(QZDatabaseInfo::SYSINFO_WRITEPROTECT);
+    info->Rollback = m_objects->Rollback()->GetState();
+    return info;
+}
+
+void QZDatabase::Recycle(QZDbSysInfo** info)
+{
+    if (*info == nullptr)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    delete *info;
+    *info = nullptr;
+}
+
+// ---- Argument tests
+
+bool QZDatabase::Testing() const { return m_objects->Console()->IsCheckParam(); }
+
+void QZDatabase::Record(QZInt64 code) { m_objects->Console()->RecordError(code); }
+
+/// True when the address opens a record of the type. For UNKNOWN: when it opens any record or HD.
+bool QZDatabase::Is(QZInt64 address, QZInt64 type)
+{
+    const QZInt64 found = m_objects->Repair()->TypeOf(QZDatabaseInfo::ADDRESS_MARK_THIS, address);
+    return type == QZDatabaseInfo::UNKNOWN ? found != QZDatabaseInfo::UNKNOWN : found == type;
+}
+
+/// Passes the outcome of a test on; a bad one is recorded as BAD_STRUCT.
+bool QZDatabase::Fits(bool fits)
+{
+    if (!fits) Record(QZDatabaseInfo::BAD_STRUCT);
+    return fits;
+}
+
+bool QZDatabase::ISDATAOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_UNKNOWN; }
+bool QZDatabase::ISHDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::TABLE_HD; }
+bool QZDatabase::ISTABLEOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::TABLE_HD; }
+bool QZDatabase::ISLDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_LD; }
+bool QZDatabase::ISPDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_PD; }
+bool QZDatabase::ISADOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_AD; }
+bool QZDatabase::ISCDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_CD; }
+bool QZDatabase::ISRDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_RD; }
+
+bool QZDatabase::CheckObject(QZInt64 side, QZInt64 address, QZInt64 selector)
+{
+    const QZInt64 family = selector >> 16;
+    switch (m_objects->Repair()->TypeOf(side, address))
+    {
+        case QZDatabaseInfo::DATA_LD: return ISLDOBJ(selector) || ISDATAOBJ(selector);
+        case QZDatabaseInfo::DATA_PD: return ISPDOBJ(selector) || ISDATAOBJ(selector);
+        case QZDatabaseInfo::DATA_AD: return ISADOBJ(selector) || ISDATAOBJ(selector);
+        case QZDatabaseInfo::DATA_CD: return ISCDOBJ(selector) || ISDATAOBJ(selector);
+        case QZDatabaseInfo::DATA_RD: return ISRDOBJ(selector) || ISDATAOBJ(selector);
+        case QZDatabaseInfo::TABLE_HD:
+            return family == QZDatabaseInfo::TYPE_TABLE >> 16 &&
+                   (ISTABLEOBJ(selector) || (selector & 0xFF00) == 0);
+        case QZDatabaseInfo::DATA_UNKNOWN: return family == QZDatabaseInfo::TYPE_DATA >> 16;
+        default: return false;
+    }
+}
+
+// ---- Rollback: beside the section
+
+QZBool QZDatabase::RB_ON() { return m_objects->Rollback()->TurnOn() ? 1 : 0; }
+
+QZBool QZDatabase::RB_OFF() { return m_objects->Rollback()->TurnOff() ? 1 : 0; }
+
+QZInt64 QZDatabase::AD_TS() { return m_objects->Rollback()->Snapshot(); }
+
+QZBool QZDatabase::AB_CB(QZInt64 mark) { return m_objects->Rollback()->Restore(mark) ? 1 : 0; }
+
+QZInt64 QZDatabase::G_WPS() { return m_objects->Rollback()->WritePositionState(); }

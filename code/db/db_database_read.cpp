@@ -1,0 +1,214 @@
+/// The operations of a database that answer and change nothing.
+
+#include "db/db_database.h"
+#include "db/db_console.h"
+#include "db/db_format.h"
+#include "db/db_read.h"
+#include "db/db_repair.h"
+#include "db/db_rollback.h"
+#include "db/db_tree.h"
+#include "fw/fw_collection.h"
+#include "fw/fw_trace.h"
+
+namespace
+{
+const QZInt64 This = QZDatabaseInfo::ADDRESS_MARK_THIS;
+}
+
+QZInt64 QZDatabase::G_TA(QZInt64 n)
+{
+    Enter();
+    const QZInt64 answer = m_objects->Read()->TreeRoot(QZDatabaseInfo::MAIN_HD_ADDR_V5, n);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::G_A(QZInt64 address, QZInt64 selector)
+{
+    Enter();
+    if (Testing() && !CheckObject(This, address, selector))
+    {
+        // The one operation that raises, and it raises under the lock; the same thread goes on.
+        throw QZTrace(QZExceptionFactory::CreateDatabaseException(QZDatabaseInfo::BAD_STRUCT),
+                      QZ_W("QZDatabase"), QZ_W("G_A"))
+            .Argument(QZ_W("QZInt64"), address)
+            .Argument(QZ_W("QZInt64"), selector)
+            .Exception();
+    }
+    const QZInt64 answer = ReadField(address, selector);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::ReadField(QZInt64 address, QZInt64 selector)
+{
+    READ* read = m_objects->Read();
+    const QZInt64 family = selector >> 16;
+    if (family == QZDatabaseInfo::TYPE_TABLE >> 16)
+    {
+        if (ISTABLEOBJ(selector) && (!Testing() || Is(address, QZDatabaseInfo::TABLE_HD)))
+        {
+            return read->ReadHD(This, address, selector);
+        }
+    }
+    else if (family == QZDatabaseInfo::TYPE_DATA >> 16)
+    {
+        if (ISDATAOBJ(selector) || ISCDOBJ(selector)) return read->ReadData(This, address, selector);
+        if (ISLDOBJ(selector)) return read->ReadLD(This, address, selector);
+        if (ISPDOBJ(selector)) return read->ReadPD(This, address, selector);
+        if (ISADOBJ(selector)) return read->ReadAD(This, address, selector);
+        if (ISRDOBJ(selector)) return read->ReadRD(This, address, selector);
+    }
+    Record(QZDatabaseInfo::BAD_STRUCT);
+    return -1;
+}
+
+QZInt64 QZDatabase::G_HD_A(QZInt64 side, QZInt64 address, QZInt64 selector)
+{
+    Enter();
+    const QZInt64 answer = m_objects->Read()->ReadHD(side, address, selector);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::G_T(QZInt64 side, QZInt64 address)
+{
+    Enter();
+    const QZInt64 answer = m_objects->Repair()->TypeOf(side, address);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::G_CN(QZInt64 address, QZInt64 code, QZInt64 argument)
+{
+    Enter();
+    const QZInt64 answer = CountOrNumber(address, code, argument);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::CountOrNumber(QZInt64 address, QZInt64 code, QZInt64 argument)
+{
+    READ* read = m_objects->Read();
+    const bool testing = Testing();
+    switch (code)
+    {
+        case QZDatabaseInfo::HD_NODE_COUNT:
+            if (testing && !Fits(Is(address, QZDatabaseInfo::TABLE_HD))) return -1;
+            return read->Count(address);
+        case QZDatabaseInfo::HD_NODE_COUNT_ALL:
+            if (testing && !Fits(Is(address, QZDatabaseInfo::TABLE_HD))) return -1;
+            return CountAll(address);
+        case QZDatabaseInfo::HD_NODE_SN:
+            if (testing && !Fits(CheckObject(This, address, QZDatabaseInfo::DATA_UNKNOWN))) return -1;
+            return read->Position(address);
+        case QZDatabaseInfo::SN_GET_DATA_FROM_HD:
+            if (testing && !Fits(Is(address, QZDatabaseInfo::TABLE_HD))) return -1;
+            return NthRecord(address, argument);
+        case QZDatabaseInfo::LD_LDS_COUNT:
+        {
+            if (testing && !Fits(Is(address, QZDatabaseInfo::DATA_LD))) return -1;
+            const QZInt64 fields = read->ReadLD(This, address, QZDatabaseInfo::LD_LDS);
+            return fields == 0 ? 0 : read->Count(fields);
+        }
+        default: return -1;
+    }
+}
+
+QZInt64 QZDatabase::CountAll(QZInt64 hd)
+{
+    QZCollection gathered;
+    TreeGatherPDs(m_objects, hd, &gathered);
+    return gathered.Count();
+}
+
+/// The n-th record. What it answers is tested whether tests are on or off: a number past the end answers 0
+/// and leaves BAD_STRUCT as the last error.
+QZInt64 QZDatabase::NthRecord(QZInt64 hd, QZInt64 n)
+{
+    const QZInt64 record = m_objects->Read()->Nth(hd, n, QZDatabaseInfo::DATA_THIS);
+    Fits(CheckObject(This, record, QZDatabaseInfo::DATA_UNKNOWN));
+    return record;
+}
+
+QZInt64 QZDatabase::G_AL(QZInt64 code, QZInt64 address, QZCollection* collection)
+{
+    if (collection == nullptr) return 0;
+    Enter();
+    const QZInt64 answer = ListAddresses(code, address, collection);
+    Leave();
+    return answer;
+}
+
+/// Answers -1 for the lists, filled or not: callers read the collection.
+QZInt64 QZDatabase::ListAddresses(QZInt64 code, QZInt64 address, QZCollection* collection)
+{
+    ROLLBACK* rollback = m_objects->Rollback();
+    switch (code)
+    {
+        case QZDatabaseInfo::ADDRESSARRAYCOPY_ALL_PD_FROM_HD:
+            if (Is(address, QZDatabaseInfo::TABLE_HD))
+                TreeGatherPDs(m_objects, address, collection);
+            else
+                Record(QZDatabaseInfo::BAD_PARAMETER);
+            return -1;
+        case QZDatabaseInfo::ADDRESSARRAYCOPY_PD_FROM_HD:
+            if (!Testing() || Is(address, QZDatabaseInfo::TABLE_HD))
+            {
+                TreeCollectRecords(m_objects, address, collection);
+            }
+            return -1;
+        case QZDatabaseInfo::ADDRESSARRAYCOPY_SHNAPSHOTS:
+        case QZDatabaseInfo::ADDRESSARRAYCOPY_ROLLBACKMARKS:
+            if (!rollback->IsOn())
+            {
+                Record(QZDatabaseInfo::ROLLBACK_ERROR_ROLLBACKOFF);
+                return -1;
+            }
+            if (code == QZDatabaseInfo::ADDRESSARRAYCOPY_SHNAPSHOTS)
+            {
+                rollback->CollectSnapshots(collection);
+                return -1;
+            }
+            rollback->CollectMarks(collection, address);
+            return rollback->CountSnapshots() * 8 + 8;
+        default: Record(QZDatabaseInfo::BAD_PARAMETER); return -1;
+    }
+}
+
+QZInt64 QZDatabase::A_G(QZInt64 hd, QZInt64 selector, const void* buffer, QZInt64 length,
+                        QZCollection* collection)
+{
+    // No search by value exists in the engine; hosts get an empty result and search by themselves.
+    (void)selector;
+    (void)buffer;
+    (void)length;
+    (void)collection;
+    Enter();
+    const bool fits = !Testing() || Fits(Is(hd, QZDatabaseInfo::TABLE_HD));
+    Leave();
+    return fits ? 0 : -1;
+}
+
+QZInt64 QZDatabase::CK(QZInt64 side, QZInt64 address)
+{
+    Enter();
+    const QZInt64 answer = StructCheck(side, address);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::StructCheck(QZInt64 side, QZInt64 address)
+{
+    REPAIR* repair = m_objects->Repair();
+    switch (repair->TypeOf(side, address))
+    {
+        case QZDatabaseInfo::TABLE_HD: return repair->CheckHD(side, address);
+        case QZDatabaseInfo::DATA_LD: return repair->CheckLD(side, address);
+        case QZDatabaseInfo::DATA_PD: return repair->CheckPD(side, address);
+        case QZDatabaseInfo::DATA_AD: return repair->CheckAD(side, address);
+        case QZDatabaseInfo::DATA_CD: return repair->CheckCD(side, address);
+        // A log record answers UNKNOWN with nothing wrong; so callers leave them out of a walk.
+        default: return QZDatabaseInfo::UNKNOWN;
+    }
+}

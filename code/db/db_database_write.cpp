@@ -1,0 +1,288 @@
+/// The operations of a database that change records, and those on content.
+
+#include "db/db_data.h"
+#include "db/db_chars.h"
+#include "db/db_console.h"
+#include "db/db_database.h"
+#include "db/db_format.h"
+#include "db/db_link.h"
+#include "db/db_read.h"
+#include "db/db_repair.h"
+#include "db/db_tree.h"
+#include "fw/fw_collection.h"
+#include "fw/fw_exception_factory.h"
+
+namespace
+{
+const QZInt64 This = QZDatabaseInfo::ADDRESS_MARK_THIS;
+/// Stands for any record or HD in a test.
+const QZInt64 AnyRecord = QZDatabaseInfo::UNKNOWN;
+}  // namespace
+
+// ---- Records
+
+QZInt64 QZDatabase::P_D(QZInt64 hd, QZInt64 kind)
+{
+    Enter();
+    const QZInt64 answer = AppendRecord(hd, kind);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::AppendRecord(QZInt64 hd, QZInt64 kind)
+{
+    if (Testing() && !Fits(Is(hd, QZDatabaseInfo::TABLE_HD))) return -1;
+    DATA* data = m_objects->Data();
+    const QZInt64 nothing = 0;
+    switch (kind)
+    {
+        case QZDatabaseInfo::DATA_LD: return data->NewLD(hd);
+        case QZDatabaseInfo::DATA_PD: return data->NewPD(hd, 0, &nothing, 0);
+        case QZDatabaseInfo::DATA_AD: return data->NewAD(hd, 0);
+        case QZDatabaseInfo::DATA_CD: return data->NewCD(hd, &nothing, 0);
+        case QZDatabaseInfo::DATA_RD: return data->NewRD(hd, 0, 0, 0);
+        default: Record(QZDatabaseInfo::BAD_PARAMETER); return -1;
+    }
+}
+
+QZInt64 QZDatabase::P_HD(QZInt64 pd)
+{
+    Enter();
+    // A bad PD is answered and not recorded.
+    const QZInt64 answer =
+        Testing() && !Is(pd, QZDatabaseInfo::DATA_PD) ? -1 : m_objects->Data()->NewHDForPD(pd);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::P_HDF()
+{
+    Enter();
+    const QZInt64 answer = m_objects->Data()->NewHD(0);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::P_A(QZInt64 address, QZInt64 selector, QZInt64 value)
+{
+    Enter();
+    const QZInt64 answer = Testing() && !Fits(Is(address, AnyRecord))
+                               ? -1
+                               : m_objects->Data()->PutField(address, selector, value);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::MV(QZInt64 address, QZInt64 steps)
+{
+    Enter();
+    QZInt64 answer = -1;
+    if (!Testing() || Fits(Is(address, AnyRecord)))
+    {
+        LINK* link = m_objects->Link();
+        if (steps > 0) link->MoveDown(address, steps);
+        if (steps < 0) link->MoveUp(address, QZDbAt(~steps, 1));
+        answer = 0;
+    }
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::MT(QZInt64 address, QZInt64 hd)
+{
+    Enter();
+    const bool fits = !Testing() || Fits(Is(address, AnyRecord) && Is(hd, QZDatabaseInfo::TABLE_HD));
+    const QZInt64 answer = fits ? m_objects->Link()->MoveToHD(address, hd) : -1;
+    Leave();
+    return answer;
+}
+
+QZBool QZDatabase::D_DATA(QZInt64 address, QZInt64 code)
+{
+    Enter();
+    const bool answer = (!Testing() || Fits(Is(address, AnyRecord))) && Delete(address, code);
+    Leave();
+    return answer ? 1 : 0;
+}
+
+bool QZDatabase::Delete(QZInt64 address, QZInt64 code)
+{
+    LINK* link = m_objects->Link();
+    switch (code)
+    {
+        case QZDatabaseInfo::DELETE_HD: link->RemoveChild(address); return true;
+        case QZDatabaseInfo::DELETE_LD: link->RemoveLD(address); return true;
+        case QZDatabaseInfo::DELETE_PD: link->RemovePD(address); return true;
+        case QZDatabaseInfo::DELETE_DATA: link->Unlink(address); return true;
+        case QZDatabaseInfo::DELETE_PD_ALL: DeleteWithBranch(address); return true;
+        case QZDatabaseInfo::DELETE_HD_ALL:
+        case QZDatabaseInfo::HD_RESET: link->ResetHD(address); return true;
+        default: return false;
+    }
+}
+
+/// The PD, its LD, and everything below. At a child list that is not empty the gathering walk raises, with
+/// the PD and its LD gone; callers catch it there.
+void QZDatabase::DeleteWithBranch(QZInt64 pd)
+{
+    READ* read = m_objects->Read();
+    LINK* link = m_objects->Link();
+    const QZInt64 child = read->ReadPD(This, pd, QZDatabaseInfo::PD_HD_A);
+    const QZInt64 ld = read->ReadPD(This, pd, QZDatabaseInfo::PD_LD_A);
+    link->RemovePD(pd);
+    link->RemoveLD(ld);
+    if (child == 0) return;
+
+    QZCollection below;
+    TreeGatherPDs(m_objects, child, &below);
+    for (QZInt64 i = 0; i < below.Count(); ++i)
+    {
+        const QZInt64 record = static_cast<QZInt64>(below.GetElement(i));
+        const QZInt64 recordLd = read->ReadPD(This, record, QZDatabaseInfo::PD_LD_A);
+        link->RemovePD(record);
+        link->RemoveLD(recordLd);
+    }
+}
+
+// ---- Content
+
+QZInt64 QZDatabase::P_C(QZInt64 address, QZInt64 field, const void* buffer, QZInt64 length)
+{
+    Enter();
+    const QZInt64 answer = PutContent(address, field, buffer, length);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::PutContent(QZInt64 address, QZInt64 field, const void* buffer, QZInt64 length)
+{
+    DATA* data = m_objects->Data();
+    QZInt64 answer = -1;
+    switch (m_objects->Repair()->TypeOf(This, address))
+    {
+        case QZDatabaseInfo::DATA_LD:
+            if (field < 1 || m_objects->Read()->ReadLD(This, address, QZDatabaseInfo::LD_LDS) == 0) return 0;
+            answer = PutFieldContent(address, field, buffer, length);
+            break;
+        case QZDatabaseInfo::DATA_PD:
+            if (field == QZDatabaseInfo::PD_DATA) answer = data->PutTextPD(address, buffer, length);
+            break;
+        case QZDatabaseInfo::DATA_CD:
+            if (field == QZDatabaseInfo::CD_DATA) answer = data->PutTextCD(address, buffer, length);
+            break;
+        default: Record(QZDatabaseInfo::BAD_STRUCT); return -1;
+    }
+    if (answer == -1)
+    {
+        Record(QZDatabaseInfo::BAD_PARAMETER);
+        return -1;
+    }
+    // The answer stays that of the pointer write; a length that did not arrive shows as last error.
+    if (G_C_L(address, field) != length) Record(QZDatabaseInfo::WRITE_FAILED);
+    return answer;
+}
+
+/// Missing fields up to `field` are made first, empty ones. 0 when a write is refused.
+QZInt64 QZDatabase::PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffer, QZInt64 length)
+{
+    READ* read = m_objects->Read();
+    DATA* data = m_objects->Data();
+    const QZInt64 fields = read->ReadLD(This, ld, QZDatabaseInfo::LD_LDS);
+    const QZInt64 nothing = 0;
+    for (QZInt64 count = read->Count(fields); count < field; ++count)
+    {
+        if (data->NewCD(fields, &nothing, 0) < 0) return 0;
+    }
+    const QZInt64 cd = read->Nth(fields, field, QZDatabaseInfo::DATA_THIS);
+    return cd == 0 ? 0 : data->PutTextCD(cd, buffer, length);
+}
+
+/// The slot of a content. 0 for a field that an LD does not have; -1, recorded as BAD_STRUCT, for a selector
+/// or a record that has no content.
+QZInt64 QZDatabase::ContentSlot(QZInt64 address, QZInt64 field)
+{
+    const QZInt64 a = m_objects->Address()->Length();
+    switch (m_objects->Repair()->TypeOf(This, address))
+    {
+        case QZDatabaseInfo::DATA_LD:
+        {
+            READ* read = m_objects->Read();
+            const QZInt64 fields = read->ReadLD(This, address, QZDatabaseInfo::LD_LDS);
+            const QZInt64 cd = fields == 0 ? 0 : read->Nth(fields, field, QZDatabaseInfo::DATA_THIS);
+            return cd == 0 ? 0 : QZDbAt(cd, 3 * a + 1);
+        }
+        case QZDatabaseInfo::DATA_PD:
+            if (field == QZDatabaseInfo::PD_DATA) return QZDbAt(address, 5 * a + 1);
+            break;
+        case QZDatabaseInfo::DATA_CD:
+            if (field == QZDatabaseInfo::CD_DATA) return QZDbAt(address, 3 * a + 1);
+            break;
+        default: break;
+    }
+    Record(QZDatabaseInfo::BAD_STRUCT);
+    return -1;
+}
+
+QZInt64 QZDatabase::G_C(QZInt64 address, QZInt64 field, void* buffer)
+{
+    Enter();
+    QZInt64 answer = ContentSlot(address, field);
+    if (answer > 0) answer = m_objects->Chars()->Read(answer, buffer);
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::G_C_L(QZInt64 address, QZInt64 field)
+{
+    Enter();
+    QZInt64 answer = -1;
+    try
+    {
+        answer = ContentSlot(address, field);
+        if (answer > 0) answer = m_objects->Chars()->Length(answer);
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+        Record(QZDatabaseInfo::ERROR_ABORT);
+        answer = -1;
+    }
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::E_C(QZInt64 address, QZInt64 field)
+{
+    Enter();
+    QZInt64 answer = -1;
+    try
+    {
+        answer = ContentSlot(address, field);
+        if (answer > 0) answer = m_objects->Chars()->Erase(answer);
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+        Record(QZDatabaseInfo::ERROR_ABORT);
+        answer = -1;
+    }
+    Leave();
+    return answer;
+}
+
+QZInt64 QZDatabase::ERASE(QZInt64 address, QZInt64 count)
+{
+    Enter();
+    try
+    {
+        // Past the log, like E_C: erased bytes do not come back with a restore.
+        for (QZInt64 i = 0; i < count; ++i) m_objects->Binary()->PutByte(QZDbAt(address, i), 0);
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+        Record(QZDatabaseInfo::ERROR_ABORT);
+    }
+    Leave();
+    return count;
+}

@@ -1,0 +1,33 @@
+#ifndef QZLIB_DB_DB_NODE_CONTENT_H
+#define QZLIB_DB_DB_NODE_CONTENT_H
+
+#include <memory>
+
+#include "db/db_channel.h"
+#include "fw/fw_data.h"
+#include "fw/fw_library.h"
+
+/// What node objects share in handling content. Internal.
+
+/// The content of a field as new data.
+inline QZData* NodeContent(QZChannel* channel, QZInt64 address, QZInt64 field)
+{
+    std::unique_ptr<QZData> data(new QZData(channel->G_C_L(address, field)));
+    channel->G_C(address, field, data->GetPointer());
+    return data.release();
+}
+
+/// Deletes an object of the caller's and clears the variable; a null in it is a QZLibAssert(false).
+template <typename T>
+void NodeRecycle(T** reference)
+{
+    if (*reference == nullptr)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    delete *reference;
+    *reference = nullptr;
+}
+
+#endif
