@@ -46,7 +46,6 @@ void AppendNumber(std::string* text, QZInt64 number, std::size_t width)
 }  // namespace
 
 // ---- QZTime
-// ----------------------------------------------------------------------------------------------------
 
 QZTime::QZTime(QZInt64 hours, QZInt64 minutes, QZInt64 seconds, QZInt64 milliseconds)
     : m_value(ValueOf(hours, minutes, seconds, milliseconds))
@@ -96,7 +95,6 @@ QZString* QZTime::ToString() const
 void QZTime::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
 
 // ---- QZDate
-// ----------------------------------------------------------------------------------------------------
 
 QZDate::QZDate() : QZDate(1, 1, 1) {}
 QZDate::QZDate(QZInt64 year, QZInt64 month, QZInt64 day) : m_value(DateToMilliseconds(year, month, day)) {}
@@ -119,7 +117,6 @@ QZInt64 QZDate::GetMonth() const { return calendar::MonthOf(m_value); }
 QZInt64 QZDate::GetYear() const { return calendar::YearOf(m_value); }
 
 // ---- QZDateTime
-// ------------------------------------------------------------------------------------------------
 
 QZDateTime::QZDateTime(QZData* data) : m_value(0)
 {

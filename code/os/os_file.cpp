@@ -90,7 +90,6 @@ void ForEachLine(const char* text, QZInt64 size, Action action)
 }  // namespace
 
 // ---- Making and giving back
-// ------------------------------------------------------------------------------------
 
 QZFile::QZFile() : m_handle(0), m_path(nullptr) {}
 
@@ -250,7 +249,6 @@ void QZFile::Rename(const QZWChar* from, const QZWChar* to) { RenameAs(from, to)
 void QZFile::Rename(QZString* from, QZString* to) { RenameAs(from, to); }
 
 // ---- Bytes
-// -----------------------------------------------------------------------------------------------------
 
 QZInt64 QZFile::Write(QZInt64 offset, const void* buffer, QZInt64 size)
 {
@@ -428,7 +426,6 @@ QZBool QZFile::Equals(QZFile* other)
 }
 
 // ---- Text
-// ------------------------------------------------------------------------------------------------------
 
 QZInt64 QZFile::LineCount()
 {

@@ -38,4 +38,12 @@ bool ClockHooked(QZInt64* timestamp)
     return true;
 }
 
+bool SetTimeHooked(const DateTime& time, bool* done)
+{
+    const TestHooks* hooks = g_testHooks.load(std::memory_order_acquire);
+    if (hooks == nullptr || hooks->SetTime == nullptr) return false;
+    *done = hooks->SetTime(hooks->Context, time);
+    return true;
+}
+
 }  // namespace os

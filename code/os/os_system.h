@@ -19,7 +19,6 @@ namespace os
 {
 
 // ---- Hooks for tests
-// -------------------------------------------------------------------------------------------
 
 /// The kinds of operation that a test can make fail.
 enum class Op
@@ -55,6 +54,8 @@ enum class Event
     HandleClose,  ///< value: handle given back to the platform
 };
 
+struct DateTime;
+
 /// One table of hooks. Every member may be null: the operation then goes to the
 /// system.
 struct TestHooks
@@ -69,6 +70,8 @@ struct TestHooks
     bool (*Gate)(void* context, Op operation, QZInt64* size, QZUInt32* error);
     /// Told after the fact.
     void (*Notify)(void* context, Event event, QZInt64 value);
+    /// Takes what would set the system's clock; false makes it fail.
+    bool (*SetTime)(void* context, const DateTime& time) = nullptr;
 };
 
 /// Sets the table, null takes it away. The table stays the caller's and must
@@ -80,6 +83,7 @@ extern std::atomic<const TestHooks*> g_testHooks;
 bool GateHooked(Op operation, QZInt64* size);
 void NotifyHooked(Event event, QZInt64 value);
 bool ClockHooked(QZInt64* timestamp);
+bool SetTimeHooked(const DateTime& time, bool* done);
 
 /// True when the operation may go on; false with LastError set when a test
 /// wants it to fail.
@@ -99,8 +103,13 @@ inline bool TestClock(QZInt64* timestamp)
     return g_testHooks.load(std::memory_order_relaxed) != nullptr && ClockHooked(timestamp);
 }
 
+/// True with *done set when a test takes the setting of the clock.
+inline bool TestSetTime(const DateTime& time, bool* done)
+{
+    return g_testHooks.load(std::memory_order_relaxed) != nullptr && SetTimeHooked(time, done);
+}
+
 // ---- Errors
-// ----------------------------------------------------------------------------------------------------
 
 /// The calling thread's last error, the system's own number.
 QZ_API QZUInt32 LastError();
@@ -126,7 +135,6 @@ void ErrorTextFree(QZWChar* text);
 void AssertReport(const char* expression, const char* file, int line);
 
 // ---- Narrow text
-// -----------------------------------------------------------------------------------------------
 
 /// Converts bytes of the narrow page (the ANSI page on Windows, UTF-8
 /// elsewhere) to UTF-16. With out null answers the units needed, else the units
@@ -137,7 +145,6 @@ QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capa
 QZInt64 WideToNarrow(const QZWChar* text, QZInt64 units, char* out, QZInt64 capacity);
 
 // ---- Memory
-// ----------------------------------------------------------------------------------------------------
 
 /// The process heap. Null with LastError set on failure; a failed resize leaves
 /// the old block as it was.
@@ -167,7 +174,6 @@ QZInt64 MemoryPageSize();
 bool ProcessWorkingSet(QZUInt64* bytes);
 
 // ---- Time
-// ------------------------------------------------------------------------------------------------------
 
 struct DateTime
 {
@@ -196,7 +202,6 @@ void TimerBegin(QZUInt32 period);
 void TimerEnd(QZUInt32 period);
 
 // ---- Threads
-// ---------------------------------------------------------------------------------------------------
 
 /// Starts a thread at once with the default stack; 0 with LastError set on
 /// failure.
@@ -225,7 +230,6 @@ void ThreadGate();
 int ProcessorCount();
 
 // ---- Locks
-// -----------------------------------------------------------------------------------------------------
 
 /// A recursive mutex. One whose holder was terminated passes to the next taker.
 /// Null on failure.
@@ -246,7 +250,6 @@ void CriticalLeave(void* section);
 void CriticalDelete(void* section);
 
 // ---- Network start and the microsecond sleep
-// ---------------------------------------------------------------------
 
 /// Starts the socket layer; 0 or the system's number.
 int NetStart();
@@ -259,7 +262,6 @@ void SleepSocketClose(QZInt64 socket);
 void SleepSocketWait(QZInt64 socket, int seconds, int microseconds);
 
 // ---- Files
-// -----------------------------------------------------------------------------------------------------
 
 /// Opens an existing file; 0 with LastError set on failure. Sharing has no
 /// counterpart on Linux and is not looked at.
@@ -311,7 +313,6 @@ bool WorkingDirectoryGet(QZWChar* path, QZInt64 capacity);
 bool WorkingDirectorySet(const QZWChar* path);
 
 // ---- Host
-// ------------------------------------------------------------------------------------------------------
 
 /// The name of this computer with a terminator; false when it does not fit into
 /// capacity units.

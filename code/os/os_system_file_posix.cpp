@@ -255,7 +255,6 @@ bool WorkingDirectorySet(const QZWChar* path)
 }
 
 // ---- Host
-// ------------------------------------------------------------------------------------------------------
 
 bool ComputerName(QZWChar* name, QZInt64 capacity)
 {

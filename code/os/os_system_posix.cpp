@@ -126,7 +126,6 @@ bool IsSurrogate(char32_t code) { return code >= 0xD800 && code <= 0xDFFF; }
 }  // namespace
 
 // ---- Errors
-// ----------------------------------------------------------------------------------------------------
 
 QZUInt32 LastError() { return static_cast<QZUInt32>(errno); }
 
@@ -172,7 +171,6 @@ QZUInt32 ErrorDirectoryExists() { return EEXIST; }
 QZUInt32 ErrorBadAddress() { return EFAULT; }
 
 // ---- Narrow text
-// -----------------------------------------------------------------------------------------------
 
 QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capacity)
 {
@@ -255,7 +253,6 @@ std::u16string ToText(std::string_view bytes)
 }
 
 // ---- Memory
-// ----------------------------------------------------------------------------------------------------
 
 void* HeapAllocate(QZInt64 size)
 {
@@ -365,7 +362,6 @@ bool ProcessWorkingSet(QZUInt64* bytes)
 }
 
 // ---- Time
-// ------------------------------------------------------------------------------------------------------
 
 void LocalTime(DateTime* time)
 {
@@ -386,6 +382,8 @@ void LocalTime(DateTime* time)
 bool SetLocalTime(const DateTime& time)
 {
     if (!Gate(Op::System)) return false;
+    bool done;
+    if (TestSetTime(time, &done)) return done;
     tm parts = {};
     parts.tm_year = time.Year - 1900;
     parts.tm_mon = time.Month - 1;

@@ -210,7 +210,6 @@ TerminationHold::~TerminationHold()
 }
 
 // ---- Threads
-// ---------------------------------------------------------------------------------------------------
 
 QZInt64 ThreadCreate(void (*routine)(void*), void* argument)
 {
@@ -398,7 +397,6 @@ int ProcessorCount()
 }
 
 // ---- Locks
-// -----------------------------------------------------------------------------------------------------
 
 void* MutexCreate()
 {
@@ -476,7 +474,6 @@ void CriticalLeave(void* section)
 void CriticalDelete(void* section) { pthread_mutex_destroy(static_cast<pthread_mutex_t*>(section)); }
 
 // ---- Sleep
-// -----------------------------------------------------------------------------------------------------
 
 void Sleep(QZUInt32 milliseconds)
 {

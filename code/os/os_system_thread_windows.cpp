@@ -34,7 +34,6 @@ DWORD WINAPI ThreadEntry(LPVOID parameter)
 }  // namespace
 
 // ---- Threads
-// ---------------------------------------------------------------------------------------------------
 
 QZInt64 ThreadCreate(void (*routine)(void*), void* argument)
 {
@@ -103,7 +102,6 @@ int ProcessorCount()
 }
 
 // ---- Locks
-// -----------------------------------------------------------------------------------------------------
 
 void* MutexCreate() { return CreateMutexW(nullptr, FALSE, nullptr); }
 
@@ -152,7 +150,6 @@ void CriticalLeave(void* section)
 void CriticalDelete(void* section) { DeleteCriticalSection(static_cast<CRITICAL_SECTION*>(section)); }
 
 // ---- Sleep
-// -----------------------------------------------------------------------------------------------------
 
 void Sleep(QZUInt32 milliseconds)
 {

@@ -11,7 +11,6 @@ namespace os
 {
 
 // ---- Errors
-// ----------------------------------------------------------------------------------------------------
 
 QZUInt32 LastError() { return ::GetLastError(); }
 
@@ -44,7 +43,6 @@ QZUInt32 ErrorDirectoryExists() { return ERROR_ALREADY_EXISTS; }
 QZUInt32 ErrorBadAddress() { return ERROR_NOACCESS; }
 
 // ---- Narrow text
-// -----------------------------------------------------------------------------------------------
 
 QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capacity)
 {
@@ -97,7 +95,6 @@ QZInt64 WideToNarrow(const QZWChar* text, QZInt64 units, char* out, QZInt64 capa
 }
 
 // ---- Memory
-// ----------------------------------------------------------------------------------------------------
 
 void* HeapAllocate(QZInt64 size)
 {
@@ -162,7 +159,6 @@ bool ProcessWorkingSet(QZUInt64* bytes)
 }
 
 // ---- Time
-// ------------------------------------------------------------------------------------------------------
 
 void LocalTime(DateTime* time)
 {
@@ -174,6 +170,8 @@ void LocalTime(DateTime* time)
 bool SetLocalTime(const DateTime& time)
 {
     if (!Gate(Op::System)) return false;
+    bool done;
+    if (TestSetTime(time, &done)) return done;
     SYSTEMTIME wanted = {};
     wanted.wYear = static_cast<WORD>(time.Year);
     wanted.wMonth = static_cast<WORD>(time.Month);

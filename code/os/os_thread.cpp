@@ -14,7 +14,6 @@ const QZInt64 QZThread::StatusEnd;
 const QZInt64 QZThread::StatusWaitInit;
 
 // ---- QZMutex
-// ---------------------------------------------------------------------------------------------------
 
 QZMutex::QZMutex() : m_handle(os::MutexCreate()) {}
 
@@ -35,7 +34,6 @@ void QZMutex::Lock()
 void QZMutex::Unlock() { os::MutexUnlock(m_handle); }
 
 // ---- QZCriticalSection
-// -----------------------------------------------------------------------------------------
 
 QZCriticalSection::QZCriticalSection() : m_section(MemoryRawAllocate(os::CriticalSize()))
 {
@@ -62,7 +60,6 @@ void QZCriticalSection::Unlock()
 }
 
 // ---- The running threads
-// ---------------------------------------------------------------------------------------
 
 namespace
 {
@@ -220,7 +217,8 @@ void QZThreadRuntimeEnd()
         QZInt64 socket = g_sleepSocket.exchange(-1);
         g_initialised.store(false);
         // Whoever still waits for it gets through, so that it can be counted off.
-        os::MutexUnlock(mutex);
+        while (os::MutexUnlock(mutex))
+        {}
         os::SleepSocketClose(socket);
     }
     // From here on the mutex is gone and threads count themselves off unguarded; the end waits for them all
@@ -230,7 +228,6 @@ void QZThreadRuntimeEnd()
 }
 
 // ---- QZThread, static operations
-// -------------------------------------------------------------------------------
 
 long long QZThread::Create(void (*routine)())
 {

@@ -137,7 +137,6 @@ TEST(Path, NullIsEmpty)
 }
 
 // ---- Directories
-// -----------------------------------------------------------------------------------------------
 
 TEST(FileDirectory, CreateMakesTheMissingParents)
 {

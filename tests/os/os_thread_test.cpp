@@ -84,7 +84,6 @@ protected:
 };
 
 // ---- The static interface
-// --------------------------------------------------------------------------------------
 
 TEST_F(ThreadTest, CreateRunsARoutineWithNoOneAndTwoArguments)
 {
@@ -336,7 +335,6 @@ TEST_F(ThreadTest, HandleIsGivenBackOnce)
 }
 
 // ---- Sleeping
-// --------------------------------------------------------------------------------------------------
 
 using Events = std::vector<std::pair<os::Event, QZInt64>>;
 
@@ -391,7 +389,6 @@ TEST_F(ThreadTest, SleepUsWaitsItsTime)
 }
 
 // ---- Locks
-// -----------------------------------------------------------------------------------------------------
 
 template <typename Lock>
 void ExpectExcludes(Lock* lock)
@@ -500,7 +497,6 @@ TEST_F(ThreadTest, GlobalMutexExcludes)
 }
 
 // ---- Workers
-// ---------------------------------------------------------------------------------------------------
 
 class CountTask : public QZTask
 {

@@ -18,7 +18,10 @@ namespace qztest
 class Hooks
 {
 public:
-    Hooks() : m_table{this, nullptr, &Hooks::OnGate, &Hooks::OnNotify} { os::SetTestHooks(&m_table); }
+    Hooks() : m_table{this, nullptr, &Hooks::OnGate, &Hooks::OnNotify, &Hooks::OnSetTime}
+    {
+        os::SetTestHooks(&m_table);
+    }
     ~Hooks() { os::SetTestHooks(nullptr); }
     Hooks(const Hooks&) = delete;
     Hooks& operator=(const Hooks&) = delete;
@@ -50,6 +53,9 @@ public:
         m_clock = timestamp;
         m_table.Clock = &Hooks::OnClock;
     }
+
+    /// What the system's clock would have been set to; the clock itself is never touched under hooks.
+    os::DateTime TimeSet() const { return m_timeSet; }
 
     /// What this thread gave to the platform, in order.
     std::vector<std::pair<os::Event, QZInt64>> Events()
@@ -108,6 +114,13 @@ private:
 
     static QZInt64 OnClock(void* context) { return static_cast<Hooks*>(context)->m_clock; }
 
+    static bool OnSetTime(void* context, const os::DateTime& time)
+    {
+        static_cast<Hooks*>(context)->m_timeSet = time;
+        return true;
+    }
+
+    os::DateTime m_timeSet{};
     os::TestHooks m_table;
     std::thread::id m_thread = std::this_thread::get_id();
     std::mutex m_lock;

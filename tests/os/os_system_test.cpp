@@ -1,0 +1,146 @@
+#include "os/os_system.h"
+
+#include <cstring>
+#include <thread>
+
+#include "support/qz_hooks.h"
+#include "support/qz_test.h"
+
+namespace
+{
+
+using qztest::Hooks;
+using qztest::Text;
+
+std::string ErrorText(QZUInt32 error)
+{
+    QZWChar* text = nullptr;
+    if (!os::ErrorText(error, &text)) return "";
+    std::string result = qztest::Utf8(text);
+    os::ErrorTextFree(text);
+    return result;
+}
+
+TEST(System, ErrorNumbersHaveTheSystemsText)
+{
+    EXPECT_NE(ErrorText(2), "");
+    EXPECT_NE(ErrorText(2), ErrorText(5));
+    EXPECT_NE(ErrorText(10061), "") << "socket failures are known by their numbers";
+    EXPECT_NE(ErrorText(10061), ErrorText(10054));
+}
+
+TEST(System, UnknownErrorNumberHasNoTextAndAnErrorOfItsOwn)
+{
+    QZWChar* text = nullptr;
+    os::SetLastError(0);
+    EXPECT_FALSE(os::ErrorText(0x2FFFFFFF, &text));
+    EXPECT_EQ(text, nullptr);
+    EXPECT_NE(os::LastError(), 0u);
+}
+
+TEST(System, LastErrorBelongsToTheThread)
+{
+    os::SetLastError(3);
+    std::thread([] { os::SetLastError(4); }).join();
+    EXPECT_EQ(os::LastError(), 3u);
+}
+
+TEST(System, NarrowTextGoesThereAndBack)
+{
+    QZWChar wide[16];
+    EXPECT_EQ(os::NarrowToWide("hello", 5, nullptr, 0), 5);
+    EXPECT_EQ(os::NarrowToWide("hello", 5, wide, 16), 5);
+    EXPECT_EQ(qztest::Utf8(qztest::TextView(wide, 5)), "hello");
+    char narrow[16];
+    EXPECT_EQ(os::WideToNarrow(wide, 5, nullptr, 0), 5);
+    EXPECT_EQ(os::WideToNarrow(wide, 5, narrow, 16), 5);
+    EXPECT_EQ(std::string(narrow, 5), "hello");
+    EXPECT_EQ(os::NarrowToWide(nullptr, 5, wide, 16), 0);
+    EXPECT_EQ(os::WideToNarrow(wide, -1, narrow, 16), 0);
+}
+
+TEST(System, NarrowTextStopsAtTheTargetsEnd)
+{
+    QZWChar wide[4] = {'~', '~', '~', '~'};
+    EXPECT_EQ(os::NarrowToWide("hello", 5, wide, 3), 3);
+    EXPECT_EQ(wide[2], QZWChar('l'));
+    EXPECT_EQ(wide[3], QZWChar('~'));
+    char narrow[4] = {'~', '~', '~', '~'};
+    EXPECT_EQ(os::WideToNarrow(QZ_W("hello"), 5, narrow, 2), 2);
+    EXPECT_EQ(std::string(narrow, 4), "he~~");
+}
+
+TEST(System, ReservedMemoryIsCommittedAndProtected)
+{
+    constexpr QZInt64 kSize = 0x30000;
+    void* region = os::MemoryReserve(kSize);
+    ASSERT_NE(region, nullptr);
+    EXPECT_EQ(reinterpret_cast<QZUInt64>(region) % 0x10000, 0u);
+    ASSERT_TRUE(os::MemoryCommit(region, kSize));
+    char* bytes = static_cast<char*>(region);
+    EXPECT_EQ(bytes[0], 0);
+    EXPECT_EQ(bytes[kSize - 1], 0);
+    std::memset(bytes, 7, kSize);
+    EXPECT_TRUE(os::MemoryProtect(bytes + 0x10000, 1, os::Protection::ReadOnly));
+    EXPECT_EQ(bytes[0x10000], 7);
+    EXPECT_TRUE(os::MemoryProtect(bytes + 0x10000, 1, os::Protection::NoAccess));
+    EXPECT_TRUE(os::MemoryProtect(bytes + 0x10000, 1, os::Protection::ReadWrite));
+    bytes[0x10000] = 8;
+    EXPECT_EQ(bytes[0x10000], 8);
+    os::MemoryRelease(region, kSize);
+    os::MemoryRelease(nullptr, kSize);
+}
+
+TEST(System, HeapFailsOnPurpose)
+{
+    Hooks hooks;
+    hooks.Fail(os::Op::Allocate, os::ErrorNoMemory(), 2);
+    void* block = os::HeapAllocate(10);
+    ASSERT_NE(block, nullptr);
+    os::SetLastError(0);
+    EXPECT_EQ(os::HeapResize(block, 20), nullptr);
+    EXPECT_EQ(os::LastError(), os::ErrorNoMemory());
+    std::memset(block, 1, 10);
+    block = os::HeapResize(block, 20);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(static_cast<char*>(block)[9], 1);
+    os::HeapFree(block);
+    os::HeapFree(nullptr);
+    hooks.Fail(os::Op::Reserve, os::ErrorNoMemory());
+    EXPECT_EQ(os::MemoryReserve(1), nullptr);
+}
+
+TEST(System, WorkingSetIsPlausible)
+{
+    QZUInt64 bytes = 0;
+    ASSERT_TRUE(os::ProcessWorkingSet(&bytes));
+    EXPECT_GT(bytes, 100000u);
+    Hooks hooks;
+    hooks.Fail(os::Op::System, 5);
+    EXPECT_FALSE(os::ProcessWorkingSet(&bytes));
+}
+
+TEST(System, GateIsOpenWithoutHooksAndNeverLengthens)
+{
+    QZInt64 size = 10;
+    EXPECT_TRUE(os::Gate(os::Op::FileRead, &size));
+    EXPECT_EQ(size, 10);
+    Hooks hooks;
+    hooks.Shorten(os::Op::FileRead, 4);
+    EXPECT_TRUE(os::Gate(os::Op::FileRead, &size));
+    EXPECT_EQ(size, 4);
+    hooks.Shorten(os::Op::FileRead, 400);
+    EXPECT_TRUE(os::Gate(os::Op::FileRead, &size));
+    EXPECT_EQ(size, 4);
+}
+
+TEST(System, AtLeastOneProcessor) { EXPECT_GE(os::ProcessorCount(), 1); }
+
+TEST(System, MonotonicClockGoesOn)
+{
+    QZInt64 first = os::MonotonicMicros();
+    os::Sleep(10);
+    EXPECT_GE(os::MonotonicMicros() - first, 9000);
+}
+
+}  // namespace
