@@ -693,8 +693,9 @@ TEST_F(ThreadTest, FailedSuspendAndResumeGoToTheAssertHook)
     {
         Hooks hooks;
         auto thread = std::make_unique<QZThread>();
-        hooks.Fail(os::Op::ThreadControl, 6);
         CountTask task;
+        RunOn(thread.get(), &task);
+        hooks.Fail(os::Op::ThreadControl, 6);
         EXPECT_EQ(thread->ExecOrNot(&task), 1);
         EXPECT_EQ(g_asserts, 1);
         thread->SetTimeout(10);
