@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 #include "fw/fw_bytes.h"
 #include "fw/fw_memory.h"
@@ -46,7 +47,7 @@ struct Sizer
 {
     QZInt64 done = 0;
     bool Room(QZInt64) const { return true; }
-    void Ascii8ToUtf16(QZUInt64) { done += 16; }
+    void AsciiToUtf16(QZUInt64, int count) { done += 2 * count; }
     void Ascii4ToUtf8(QZUInt64) { done += 4; }
     bool PutUtf16(std::uint32_t value)
     {
@@ -73,12 +74,27 @@ struct Writer
 
     bool Room(QZInt64 bytes) const { return size - done >= bytes; }
 
-    void Ascii8ToUtf16(QZUInt64 bytes)
+    /// The first `count` of eight bytes, each as a unit.
+    void AsciiToUtf16(QZUInt64 bytes, int count)
     {
-        std::uint16_t units[8];
-        for (int i = 0; i < 8; ++i) units[i] = static_cast<std::uint16_t>((bytes >> (8 * i)) & 0xFF);
-        std::memcpy(to + done, units, sizeof units);
-        done += 16;
+        if (count == 8)
+        {
+            QZStore<QZUInt64>(to + done, Spread(bytes & 0xFFFFFFFF));
+            QZStore<QZUInt64>(to + done + 8, Spread(bytes >> 32));
+        }
+        else
+        {
+            for (int i = 0; i < count; ++i, bytes >>= 8)
+                QZStore<std::uint16_t>(to + done + 2 * i, static_cast<std::uint16_t>(bytes & 0xFF));
+        }
+        done += 2 * count;
+    }
+
+    /// Four bytes as four units.
+    static QZUInt64 Spread(QZUInt64 bytes)
+    {
+        bytes = (bytes | bytes << 16) & 0x0000FFFF0000FFFFull;
+        return (bytes | bytes << 8) & 0x00FF00FF00FF00FFull;
     }
 
     void Ascii4ToUtf8(QZUInt64 units)
@@ -132,12 +148,28 @@ struct Writer
 };
 
 /// Reads one character at *i and moves behind it. False when the source ends inside it.
-bool DecodeUtf8(const Byte* from, QZInt64 size, QZInt64* i, std::uint32_t* value)
+inline bool DecodeUtf8(const Byte* from, QZInt64 size, QZInt64* i, std::uint32_t* value)
 {
-    int trailing = kTrailing[from[*i]];
-    if (size - *i <= trailing) return false;
+    const Byte* p = from + *i;
+    std::uint32_t lead = *p;
+    QZInt64 left = size - *i;
+    // The forms of two and three bytes, which most text is made of, need no loop.
+    if (lead >= 0xC0 && lead < 0xE0 && left > 1)
+    {
+        *value = Legal((lead << 6) + p[1] - kMarkers[1]);
+        *i += 2;
+        return true;
+    }
+    if (lead >= 0xE0 && lead < 0xF0 && left > 2)
+    {
+        *value = Legal((lead << 12) + (static_cast<std::uint32_t>(p[1]) << 6) + p[2] - kMarkers[2]);
+        *i += 3;
+        return true;
+    }
+    int trailing = kTrailing[lead];
+    if (left <= trailing) return false;
     std::uint32_t sum = 0;
-    for (int k = 0; k <= trailing; ++k) sum = (sum << 6) + from[*i + k];
+    for (int k = 0; k <= trailing; ++k) sum = (sum << 6) + p[k];
     *value = Legal(sum - kMarkers[trailing]);
     *i += trailing + 1;
     return true;
@@ -149,19 +181,17 @@ QZInt64 FromUtf8ToUtf16(const Byte* from, QZInt64 size, Target target)
     QZInt64 i = 0;
     while (i < size)
     {
-        while (size - i >= 8 && target.Room(16))
+        if (from[i] < 0x80 && size - i >= 8 && target.Room(16))
         {
             QZUInt64 bytes = QZLoad<QZUInt64>(from + i);
-            if (bytes & 0x8080808080808080ull) break;
-            target.Ascii8ToUtf16(bytes);
-            i += 8;
+            QZUInt64 others = bytes & 0x8080808080808080ull;
+            int run = others == 0 ? 8 : std::countr_zero(others) / 8;
+            target.AsciiToUtf16(bytes, run);
+            i += run;
+            continue;
         }
-        if (i == size) break;
-        // To the end of a run of other characters, before eight plain ones are tried again.
-        do {
-            std::uint32_t value;
-            if (!DecodeUtf8(from, size, &i, &value) || !target.PutUtf16(value)) return target.done;
-        } while (i < size && from[i] >= 0x80);
+        std::uint32_t value;
+        if (!DecodeUtf8(from, size, &i, &value) || !target.PutUtf16(value)) break;
     }
     return target.done;
 }

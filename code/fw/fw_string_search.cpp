@@ -35,29 +35,18 @@ bool EqualViews(View own, View other, bool ignoreCase)
            EqualUnits(own.units, other.units, own.count, ignoreCase);
 }
 
-/// Narrow text that is plain ASCII compares without being converted.
-/// @return false when a byte above 127 calls for the conversion; *equal is then not set
-bool EqualAscii(View own, const char* other, bool ignoreCase, bool* equal)
-{
-    QZInt64 i = 0;
-    bool same = true;
-    for (; other[i] != 0; ++i)
-    {
-        if (static_cast<unsigned char>(other[i]) >= 0x80) return false;
-        if (!same) continue;
-        QZWChar unit = static_cast<QZWChar>(other[i]);
-        same =
-            i < own.count && (own.units[i] == unit || (ignoreCase && EqualIgnoringCase(own.units[i], unit)));
-    }
-    *equal = same && i == own.count;
-    return true;
-}
-
+/// Narrow text compares unit by unit as long as it is plain ASCII, which every narrow page holds in its
+/// place; only from another byte on it has to be converted.
 bool EqualNarrow(View own, const char* other, bool ignoreCase)
 {
     if (!other) return false;
-    bool equal;
-    if (EqualAscii(own, other, ignoreCase, &equal)) return equal;
+    for (QZInt64 i = 0; static_cast<signed char>(other[i]) >= 0; ++i)
+    {
+        if (other[i] == 0) return i == own.count;
+        QZWChar unit = static_cast<QZWChar>(other[i]);
+        if (i >= own.count) return false;
+        if (own.units[i] != unit && !(ignoreCase && EqualIgnoringCase(own.units[i], unit))) return false;
+    }
     return EqualViews(own, text::Wide(other).View(), ignoreCase);
 }
 
