@@ -34,6 +34,14 @@ private:
     bool m_failed = false;
 };
 
+QZInt64 g_copied = 0;
+void PlainCopy(void* to, void* from, QZInt64 size) { std::memcpy(to, from, static_cast<std::size_t>(size)); }
+void CountingCopy(void* to, void* from, QZInt64 size)
+{
+    g_copied += size;
+    PlainCopy(to, from, size);
+}
+
 int g_asserts = 0;
 void CountAssert(QZBool condition) { g_asserts += condition == 0; }
 void AbortOnFalse(QZBool condition)
@@ -230,6 +238,21 @@ TEST(String, CharAtHasNoBounds)
     EXPECT_EQ(text.CharAt(1000000000), 0);
     EXPECT_EQ(text.CharAt(-1000000000), 0);
     EXPECT_EQ(text.CharAt(0x7FFFFFFFFFFFFFFF), 0);
+}
+
+TEST(String, CopiesGoThroughTheHook)
+{
+    QZString text;
+    QZLibSetFunctionMemCopy(CountingCopy);
+    g_copied = 0;
+    text.Append(QZ_W("abc"));
+    EXPECT_EQ(g_copied, 6);
+    text.Prepend(QZ_W("xy"));
+    EXPECT_EQ(g_copied, 10);
+    text.Insert(1, QZ_W("-"));
+    EXPECT_EQ(g_copied, 12);
+    QZLibSetFunctionMemCopy(PlainCopy);
+    EXPECT_QZ_TEXT(text, "x-yabc");
 }
 
 TEST(String, GrowthWithoutMemoryThrowsAndLeavesTheText)
