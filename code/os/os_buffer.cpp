@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <utility>
 
 #include "fw/fw_collection.h"
 #include "fw/fw_data.h"
@@ -53,11 +54,7 @@ QZBuffer::QZBuffer(QZInt64 memoryLimit, QZInt64 blockSize)
       m_memoryMax(memoryLimit),
       m_blockSize(RoundBlockSize(blockSize)),
       m_blocks(new QZContainer()),
-      m_freeBlocks(new QZContainer()),
-      m_frontBegin(0),
-      m_frontLength(0),
-      m_frontBytes(nullptr),
-      m_front(nullptr)
+      m_freeBlocks(new QZContainer())
 {
     if (m_memoryMax < 2 * m_blockSize) m_memoryMax = 2 * m_blockSize;
 }
@@ -103,6 +100,11 @@ QZInt64 QZBuffer::ReadThrough(QZInt64 offset, void* target, QZInt64 size)
     if (offset < 0) offset = 0;
     if (size <= 0) return 0;
     if (!target) ThrowNullPointer(QZ_W("Read"), offset, size);
+    if (TurnToSecond(offset, size))
+    {
+        CopyRun(target, m_front.bytes + (offset - m_front.block->GetOffset()), size);
+        return size;
+    }
     QZInt64 done = 0;
     for (;;)
     {
@@ -121,6 +123,13 @@ QZInt64 QZBuffer::WriteThrough(QZInt64 offset, const void* source, QZInt64 size)
     if (offset < 0) offset = 0;
     if (size <= 0) return 0;
     if (!source) ThrowNullPointer(QZ_W("Write"), offset, size);
+    if (TurnToSecond(offset, size))
+    {
+        const QZInt64 at = offset - m_front.block->GetOffset();
+        CopyRun(m_front.bytes + at, source, size);
+        m_front.block->Note(static_cast<QZUInt64>(at), static_cast<QZUInt64>(size));
+        return size;
+    }
     QZInt64 done = 0;
     for (;;)
     {
@@ -137,10 +146,11 @@ QZInt64 QZBuffer::WriteThrough(QZInt64 offset, const void* source, QZInt64 size)
 QZBlock* QZBuffer::GetBlockByOffset(QZInt64 offset)
 {
     const QZInt64 number = offset < 0 ? 0 : offset / m_blockSize;
+    Settle();
     QZBlock* block = FindBlock(number);
     if (block)
     {
-        if (block != m_front)
+        if (block != m_front.block)
         {
             m_blocks->RemoveElement(block);
             m_blocks->AddFirst(block);
@@ -184,16 +194,42 @@ QZBlock* QZBuffer::TakeBlock()
     return block ? block : NewBlock();
 }
 
+QZBuffer::Window QZBuffer::WindowOf(QZBlock* block)
+{
+    Window window;
+    if (!block) return window;
+    window.begin = static_cast<QZUInt64>(block->m_offset);
+    window.length = static_cast<QZUInt64>(block->m_ready);
+    window.bytes = block->m_bytes;
+    window.block = block;
+    return window;
+}
+
 void QZBuffer::ShowFront()
 {
-    m_front = FirstBlock(m_blocks);
-    m_frontBegin = m_front ? static_cast<QZUInt64>(m_front->m_offset) : 0;
-    m_frontLength = m_front ? static_cast<QZUInt64>(m_front->m_ready) : 0;
-    m_frontBytes = m_front ? m_front->m_bytes : nullptr;
+    QZBlock* first = FirstBlock(m_blocks);
+    m_front = WindowOf(first);
+    m_second = WindowOf(first ? NextBlock(first) : nullptr);
+}
+
+bool QZBuffer::TurnToSecond(QZInt64 offset, QZInt64 size)
+{
+    if (!m_second.Holds(offset, static_cast<QZUInt64>(offset) - m_second.begin, size)) return false;
+    std::swap(m_front, m_second);
+    return true;
+}
+
+void QZBuffer::Settle()
+{
+    QZBlock* front = m_front.block;
+    if (!front || front == FirstBlock(m_blocks)) return;
+    m_blocks->RemoveElement(front);
+    m_blocks->AddFirst(front);
 }
 
 void QZBuffer::RemoveBlock()
 {
+    Settle();
     while (m_memoryUsed > m_memoryMax)
     {
         QZBlock* block = static_cast<QZBlock*>(m_blocks->GetLast());
@@ -233,6 +269,7 @@ QZBool QZBuffer::Collect()
         QZTrace(e, QZ_W("QZBuffer"), QZ_W("Collect"));
         throw;
     }
+    Settle();
     QZBlock* block = FirstBlock(m_blocks);
     while (block)
     {

@@ -62,7 +62,8 @@ protected:
     /// Changes are noted in pages of this many bytes.
     static constexpr int PageShift = 12;
 
-    /// Calls action(from, to) for each run of changed pages, the last one first, cut at the end of the content.
+    /// Calls action(from, to) for each run of changed pages, the last one first, cut at the end of the
+    /// content.
     template <typename Action>
     void ForEachChange(Action action);
 
@@ -158,10 +159,10 @@ public:
     /// never written reads as zeros.
     QZInt64 Read(QZInt64 offset, void* target, QZInt64 size)
     {
-        const QZUInt64 at = static_cast<QZUInt64>(offset) - m_frontBegin;
-        if (InFront(offset, at, size))
+        const QZUInt64 at = static_cast<QZUInt64>(offset) - m_front.begin;
+        if (m_front.Holds(offset, at, size))
         {
-            CopyRun(target, m_frontBytes + at, size);
+            CopyRun(target, m_front.bytes + at, size);
             return size;
         }
         return ReadThrough(offset, target, size);
@@ -173,11 +174,11 @@ public:
     /// Copies size bytes from source to offset and answers the count. Negative values count as 0.
     QZInt64 Write(QZInt64 offset, const void* source, QZInt64 size)
     {
-        const QZUInt64 at = static_cast<QZUInt64>(offset) - m_frontBegin;
-        if (InFront(offset, at, size))
+        const QZUInt64 at = static_cast<QZUInt64>(offset) - m_front.begin;
+        if (m_front.Holds(offset, at, size))
         {
-            CopyRun(m_frontBytes + at, source, size);
-            m_front->Note(at, static_cast<QZUInt64>(size));
+            CopyRun(m_front.bytes + at, source, size);
+            m_front.block->Note(at, static_cast<QZUInt64>(size));
             return size;
         }
         return WriteThrough(offset, source, size);
@@ -227,11 +228,19 @@ protected:
     QZInt64 GetContentEnd() const;
 
 private:
-    bool InFront(QZInt64 offset, QZUInt64 at, QZInt64 size) const
+    /// What the quick way needs to know of a block. A length of 0 closes that way.
+    struct Window
     {
-        return at < m_frontLength && size > 0 && static_cast<QZUInt64>(size) <= m_frontLength - at &&
-               offset >= 0;
-    }
+        QZUInt64 begin = 0;
+        QZUInt64 length = 0;
+        unsigned char* bytes = nullptr;
+        QZBlock* block = nullptr;
+
+        bool Holds(QZInt64 offset, QZUInt64 at, QZInt64 size) const
+        {
+            return at < length && size > 0 && static_cast<QZUInt64>(size) <= length - at && offset >= 0;
+        }
+    };
 
     /// Single addresses, marks and small fields make up nearly all traffic; they are moved without a call.
     static void CopyRun(void* target, const void* source, QZInt64 size)
@@ -250,8 +259,13 @@ private:
     QZInt64 WriteThrough(QZInt64 offset, const void* source, QZInt64 size);
     QZBlock* TakeBlock();
     QZBlock* FindBlock(QZInt64 number) const;
-    /// Brings the quick way in line with the front block of the list.
+    static Window WindowOf(QZBlock* block);
+    /// Brings the windows in line with the first two blocks of the list.
     void ShowFront();
+    /// True when the second window holds the range; it then is the first.
+    bool TurnToSecond(QZInt64 offset, QZInt64 size);
+    /// Brings the list in line with the windows.
+    void Settle();
 
     QZInt64 m_memoryUsed;
     QZInt64 m_memoryMax;
@@ -261,11 +275,10 @@ private:
     /// Put aside for reuse.
     QZContainer* m_freeBlocks;
 
-    // The front block as the quick way sees it. A length of 0 closes that way.
-    QZUInt64 m_frontBegin;
-    QZUInt64 m_frontLength;
-    unsigned char* m_frontBytes;
-    QZBlock* m_front;
+    // The two blocks used last, the later one first. Where traffic goes to and fro between two blocks, only
+    // the windows change places; the list follows before anybody can look at it.
+    Window m_front;
+    Window m_second;
 };
 
 /// A file that is read and written through a bounded number of blocks in memory.

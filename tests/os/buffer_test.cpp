@@ -468,6 +468,33 @@ TEST(FileBuffer, AReadAcrossABorderLeavesTheSecondBlockInFront)
     EXPECT_EQ(file[K512], '.');
 }
 
+TEST(FileBuffer, TheOrderOfUseCountsWhenTrafficGoesToAndFroBetweenTwoBlocks)
+{
+    TempDir dir;
+    dir.Write("f", std::string(4 * K512, '.'));
+    OpenBuffer buffer(dir, "f", 3 * K512, K512);
+    Put(*buffer, 0, "A");
+    Put(*buffer, K512, "B");
+    Put(*buffer, 2 * K512, "C");
+    for (int i = 0; i < 5; ++i)
+    {
+        Put(*buffer, K512 + 1, "b");
+        EXPECT_EQ(Take(*buffer, 2 * K512, 1), "C");
+    }
+    EXPECT_EQ(Take(*buffer, K512 + 1, 1), "b");
+    EXPECT_EQ(Take(*buffer, 0, 1), "A");  // the order is now 0, 1, 2
+    Take(*buffer, 3 * K512, 1);           // pushes block 2 out
+    std::string file = dir.Read("f");
+    EXPECT_EQ(file[0], '.');
+    EXPECT_EQ(file[K512], '.');
+    EXPECT_EQ(file[2 * K512], 'C');
+    EXPECT_EQ(Take(*buffer, 0, 1), "A");
+    Take(*buffer, 2 * K512, 1);  // pushes block 1 out
+    file = dir.Read("f");
+    EXPECT_EQ(file[0], '.');
+    EXPECT_EQ(file.substr(K512, 2), "Bb");
+}
+
 TEST(FileBuffer, ABlockWithLimitOneMoreThanTwoBlocksStillHoldsOnlyTwo)
 {
     TempDir dir;
