@@ -1,5 +1,6 @@
 #include "os/os_system.h"
 
+#include <atomic>
 #include <cstring>
 #include <thread>
 
@@ -40,9 +41,19 @@ TEST(System, UnknownErrorNumberHasNoTextAndAnErrorOfItsOwn)
 
 TEST(System, LastErrorBelongsToTheThread)
 {
+    std::atomic<int> step{0};
+    std::thread other([&] {
+        while (step != 1) std::this_thread::yield();
+        os::SetLastError(4);
+        step = 2;
+    });
     os::SetLastError(3);
-    std::thread([] { os::SetLastError(4); }).join();
-    EXPECT_EQ(os::LastError(), 3u);
+    step = 1;
+    while (step != 2)
+    {}
+    QZUInt32 error = os::LastError();
+    other.join();
+    EXPECT_EQ(error, 3u);
 }
 
 TEST(System, NarrowTextGoesThereAndBack)
