@@ -1,0 +1,229 @@
+#include <map>
+#include <set>
+
+#include "fields.h"
+#include "text.h"
+#include "text_list.h"
+
+namespace qzdb
+{
+
+namespace
+{
+
+constexpr QZInt64 LabelField = 1;
+constexpr QZInt64 TimeField = 2;
+/// Branches of branches that `log` follows.
+constexpr int DeepestLevel = 1000;
+
+/// A snapshot mark, and what its own fields say.
+struct Mark
+{
+    QZInt64 address = 0;
+    /// The log record that it names.
+    QZInt64 point = 0;
+    std::string label;
+    QZInt64 time = 0;
+};
+
+/// The three places of the log: tree B's ADs in order.
+struct Log
+{
+    QZInt64 base = 0;
+    QZInt64 marks = 0;
+    QZInt64 current = 0;
+};
+
+Log OpenLog(Database& database)
+{
+    Log log;
+    QZInt64* const places[] = {&log.base, &log.marks, &log.current};
+    std::size_t n = 0;
+    database.Walk(database.Root(QZDatabaseInfo::TREEBSN), [&](QZInt64 record, QZInt64 kind) {
+        if (kind != QZDatabaseInfo::DATA_AD) database.FailDamaged(record, "no AD in the list of the log");
+        *places[n] = database.Field(record, QZDatabaseInfo::AD_FREE);
+        if (database.Kind(*places[n]) != QZDatabaseInfo::TABLE_HD)
+            database.FailDamaged(*places[n], "no HD where the log should be");
+        return ++n < 3;
+    });
+    if (n == 0) database.Fail(ExitUsage, "the database was made without rollback and has no log");
+    if (n < 3) database.Fail(ExitFaults, "damaged: a part of the log is missing");
+    if (!database.RollbackOn()) database.Fail(ExitFaults, "damaged: the engine finds no log");
+    return log;
+}
+
+std::vector<Mark> ReadMarks(Database& database, const Log& log)
+{
+    std::vector<Mark> marks;
+    database.Walk(log.marks, [&](QZInt64 record, QZInt64 kind) {
+        if (kind != QZDatabaseInfo::DATA_RD) database.FailDamaged(record, "no RD in the list of marks");
+        Mark mark;
+        mark.address = record;
+        mark.point = database.Field(record, QZDatabaseInfo::RD_P);
+        const QZInt64 ld = database.Field(record, QZDatabaseInfo::RD_N);
+        if (database.Kind(ld) != QZDatabaseInfo::DATA_LD)
+            database.FailDamaged(record, "a mark without its fields");
+        // A mark that another program made has no such fields.
+        ReadTypedBytes(database.Content(ld, LabelField), &mark.label);
+        ReadTypedNumber(database.Content(ld, TimeField), &mark.time);
+        marks.push_back(mark);
+        return true;
+    });
+    return marks;
+}
+
+std::string MarkText(const Mark& mark)
+{
+    std::string text = "mark " + std::to_string(mark.address);
+    if (!mark.label.empty()) text += " \"" + Visible(mark.label) + "\"";
+    if (mark.time > 0) text += ", " + TimeText(mark.time);
+    return text;
+}
+
+/// The mark that the words name: its address, or its label, of several with one label the latest.
+Mark FindMark(Database& database, const std::vector<Mark>& marks, const std::string& words)
+{
+    QZInt64 address = 0;
+    if (ParseNumber(words, &address))
+    {
+        for (const Mark& mark : marks)
+        {
+            if (mark.address == address) return mark;
+        }
+    }
+    const std::string label = Utf8FromNarrow(words);
+    for (std::size_t i = marks.size(); i > 0; --i)
+    {
+        if (!label.empty() && marks[i - 1].label == label) return marks[i - 1];
+    }
+    database.Fail(ExitUsage, "no mark \"" + Visible(words) + "\"; see qzdb log");
+}
+
+class LogPrinter
+{
+public:
+    LogPrinter(Database& database, const Log& log, const std::vector<Mark>& marks, std::FILE* out)
+        : m_database(database), m_log(log), m_out(out)
+    {
+        for (const Mark& mark : marks) m_marks[mark.point].push_back(&mark);
+    }
+
+    void Print(QZInt64 position, int depth)
+    {
+        if (!m_seen.insert(position).second) m_database.FailDamaged(position, "a branch that leads back");
+        std::fprintf(m_out, "%*swrite position %lld%s%s\n", 2 * depth, "", position,
+                     position == m_log.base ? ", base" : "", position == m_log.current ? ", current" : "");
+        QZInt64 changes = 0;
+        m_database.Walk(position, [&](QZInt64 record, QZInt64 kind) {
+            PrintStep(record, kind, depth + 1, &changes);
+            return true;
+        });
+        PrintChanges(&changes, depth + 1);
+    }
+
+private:
+    void PrintStep(QZInt64 record, QZInt64 kind, int depth, QZInt64* changes)
+    {
+        if (kind == QZDatabaseInfo::DATA_RD)
+        {
+            ++*changes;
+        }
+        else if (kind == QZDatabaseInfo::DATA_AD)
+        {
+            PrintChanges(changes, depth);
+            const QZInt64 branch = m_database.Field(record, QZDatabaseInfo::AD_FREE);
+            std::fprintf(m_out, "%*sbranch %lld\n", 2 * depth, "", record);
+            if (depth < DeepestLevel) Print(branch, depth + 1);
+            if (depth >= DeepestLevel) std::fprintf(m_out, "%*s...\n", 2 * depth + 2, "");
+        }
+        else
+        {
+            m_database.FailDamaged(record, "neither RD nor AD in the log");
+        }
+        const auto here = m_marks.find(record);
+        if (here == m_marks.end()) return;
+        PrintChanges(changes, depth);
+        for (const Mark* mark : here->second)
+            std::fprintf(m_out, "%*s* %s\n", 2 * depth, "", MarkText(*mark).c_str());
+    }
+
+    void PrintChanges(QZInt64* changes, int depth)
+    {
+        if (*changes > 0) std::fprintf(m_out, "%*s%lld changes\n", 2 * depth, "", *changes);
+        *changes = 0;
+    }
+
+    Database& m_database;
+    const Log& m_log;
+    std::FILE* m_out;
+    std::map<QZInt64, std::vector<const Mark*>> m_marks;
+    std::set<QZInt64> m_seen;
+};
+
+}  // namespace
+
+int SnapshotCommand(const Arguments& arguments, const Console& console)
+{
+    const std::string label = arguments.size() > 1 ? Utf8FromNarrow(arguments[1]) : std::string();
+    Database database(arguments[0]);
+    database.RequireSound();
+    OpenLog(database);
+    Mark mark;
+    try
+    {
+        mark.address = database.Channel()->AD_TS();
+        if (mark.address <= 0) database.FailRefused();
+        // The mark's own fields are no part of the state that it names, and going back to it must not take
+        // them away.
+        LogPause pause(database);
+        const QZInt64 ld = database.Field(mark.address, QZDatabaseInfo::RD_N);
+        mark.label = label;
+        mark.time = QZEnvironment::GetCurrentTimestamp();
+        database.PutContent(ld, LabelField, TypedBytes(label));
+        database.PutContent(ld, TimeField, TypedNumber(mark.time));
+    }
+    catch (QZException* e)
+    {
+        database.Fail(ExitAccess, "cannot write: " + TakeMessage(e));
+    }
+    database.Close();
+    std::fprintf(console.out, "%s: %s\n", arguments[0].c_str(), MarkText(mark).c_str());
+    return ExitGood;
+}
+
+int LogCommand(const Arguments& arguments, const Console& console)
+{
+    Database database(arguments[0]);
+    database.RequireSound();
+    const Log log = OpenLog(database);
+    const std::vector<Mark> marks = ReadMarks(database, log);
+    LogPrinter(database, log, marks, console.out).Print(log.base, 0);
+    return ExitGood;
+}
+
+int RestoreCommand(const Arguments& arguments, const Console& console)
+{
+    Database database(arguments[0]);
+    database.RequireSound();
+    const Log log = OpenLog(database);
+    const Mark mark = FindMark(database, ReadMarks(database, log), arguments[1]);
+    const QZInt64 kind = database.Kind(mark.point);
+    if (kind != QZDatabaseInfo::DATA_RD && kind != QZDatabaseInfo::DATA_AD)
+        database.FailDamaged(mark.address, "a mark that names no record of the log");
+    const double start = Seconds();
+    try
+    {
+        if (!database.Channel()->AB_CB(mark.point))
+            database.Fail(ExitAccess, "cannot restore: " + CodeName(database.Channel()->G_LE()));
+    }
+    catch (QZException* e)
+    {
+        database.Fail(ExitAccess, "cannot write: " + TakeMessage(e));
+    }
+    database.Close();
+    std::fprintf(console.out, "%s: restored %s, %.3f s\n", arguments[0].c_str(), MarkText(mark).c_str(),
+                 Seconds() - start);
+    return ExitGood;
+}
+
+}  // namespace qzdb

@@ -1,0 +1,115 @@
+#ifndef QZLIB_APPS_QZDB_DATABASE_H
+#define QZLIB_APPS_QZDB_DATABASE_H
+
+#include <functional>
+#include <string>
+
+#include "tool.h"
+
+namespace qzdb
+{
+
+/// The header as it stood in the file when it was opened.
+struct Header
+{
+    QZInt64 fileSize = 0;
+    int version = 0;
+    int addressMode = 0;
+    int fileMode = 0;
+    QZInt64 addressLength = 0;
+    /// Position of the last byte in use.
+    QZInt64 length = 0;
+    /// The reserved bytes are as they were made: zero.
+    bool reservedClean = true;
+};
+
+/// An open database that trusts no byte of the file: whatever it follows is looked at first, and every walk
+/// ends.
+///
+/// The engine's own argument tests are off; the tests here take their place.
+class Database
+{
+public:
+    /// Opens the file. Failure: it is missing, cannot be opened, or is no database.
+    explicit Database(const std::string& path);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    /// Writes everything and closes; a failure is told, which the destructor cannot do.
+    void Close();
+
+    QZChannel* Channel() const { return m_channel; }
+    const Header& GetHeader() const { return m_header; }
+    const std::string& Path() const { return m_path; }
+    /// What was recorded while the file was opened: 0, or the engine's code.
+    QZInt64 OpenError() const { return m_openError; }
+
+    /// The parts that every command needs are there: length field, main HD, the roots of the five trees.
+    /// Failure says what is broken.
+    void RequireSound();
+
+    /// The root HD of a tree, 1 to 5; 0 when there is none.
+    QZInt64 Root(QZInt64 tree);
+
+    /// The type code of the record that begins at the address, UNKNOWN for none.
+    QZInt64 Kind(QZInt64 address);
+
+    /// An address field. The record's kind has been looked at.
+    QZInt64 Field(QZInt64 address, QZInt64 selector);
+
+    /// Calls visit(record, kind) for each record of the list of an HD. Answers false in visit to end the
+    /// walk. Failure when the list is broken or does not end.
+    void Walk(QZInt64 hd, const std::function<bool(QZInt64 record, QZInt64 kind)>& visit);
+
+    /// Content of a PD (PD_DATA), CD (CD_DATA) or of an LD's field (its number). Failure when its length is
+    /// impossible.
+    std::string Content(QZInt64 address, QZInt64 field);
+    QZInt64 ContentLength(QZInt64 address, QZInt64 field);
+
+    /// Writes content. Failure when the engine refuses.
+    void PutContent(QZInt64 address, QZInt64 field, std::string_view bytes);
+    QZInt64 PutRecord(QZInt64 hd, QZInt64 kind);
+    void PutField(QZInt64 address, QZInt64 selector, QZInt64 value);
+    QZInt64 PutFreeHead();
+
+    /// The log is on.
+    bool RollbackOn();
+
+    /// A Failure that names the file.
+    [[noreturn]] void Fail(ExitCode code, const std::string& text) const;
+    [[noreturn]] void FailDamaged(QZInt64 address, const std::string& text) const;
+    [[noreturn]] void FailRefused() const;
+
+private:
+    void ReadHeader();
+    /// An operation is about to append records and this much content.
+    void Grown(QZInt64 bytes) { m_most += bytes / 16 + 64; }
+
+    std::string m_path;
+    Header m_header;
+    QZChannel* m_channel = nullptr;
+    QZInt64 m_openError = 0;
+    /// More records than this cannot be in a list: they stand at least 16 bytes apart.
+    QZInt64 m_most = 0;
+};
+
+/// Switches the log off for the building of what no state of the past can reach, and on again at the end.
+class LogPause
+{
+public:
+    explicit LogPause(Database& database);
+    ~LogPause();
+    LogPause(const LogPause&) = delete;
+    LogPause& operator=(const LogPause&) = delete;
+
+    void End();
+
+private:
+    Database& m_database;
+    bool m_paused;
+};
+
+}  // namespace qzdb
+
+#endif

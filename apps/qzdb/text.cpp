@@ -1,0 +1,199 @@
+#include "text.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+
+namespace qzdb
+{
+
+namespace
+{
+
+std::string Utf8(QZString* text)
+{
+    std::string result;
+    const QZInt64 size = QZEncoding::Convert(QZEncodingType::UTF16LE, text->GetPointer(), text->GetSize(),
+                                             QZEncodingType::UTF8, nullptr, 0);
+    if (size <= 0) return result;
+    result.resize(static_cast<std::size_t>(size));
+    QZEncoding::Convert(QZEncodingType::UTF16LE, text->GetPointer(), text->GetSize(), QZEncodingType::UTF8,
+                        result.data(), size);
+    return result;
+}
+
+struct CodeText
+{
+    QZInt64 code;
+    const char* text;
+};
+
+const CodeText CodeTexts[] = {
+    {QZDatabaseInfo::NORMAL, "none"},
+    {QZDatabaseInfo::BAD_STRUCT, "bad structure"},
+    {QZDatabaseInfo::FRAME_ERROR, "record frame broken"},
+    {QZDatabaseInfo::PREV_ERROR, "previous link broken"},
+    {2, "previous link broken"},
+    {QZDatabaseInfo::NEXT_ERROR, "next link broken"},
+    {QZDatabaseInfo::TREEA_ERROR, "list of tree A broken"},
+    {QZDatabaseInfo::TREER_ERROR, "list of tree R broken"},
+    {QZDatabaseInfo::TREES_ERROR, "list of tree S broken"},
+    {QZDatabaseInfo::LDS_ERROR, "field list broken"},
+    {QZDatabaseInfo::PD_LD_ERROR, "LD of the PD is invalid"},
+    {QZDatabaseInfo::PD_HD_ERROR, "child HD of the PD is invalid"},
+    {QZDatabaseInfo::PD_LD_DELETED, "LD of the PD was deleted"},
+    {QZDatabaseInfo::CHAR_ERROR, "content frame broken"},
+    {QZDatabaseInfo::BAD_PARAMETER, "bad parameter"},
+    {QZDatabaseInfo::UNKNOWN, "no record, or its head or first record is broken"},
+    {QZDatabaseInfo::WRITE_FAILED, "write failed"},
+    {QZDatabaseInfo::WRITE_ERROR_WRITEPROTECT, "write protected, the address space is full"},
+    {QZDatabaseInfo::ROLLBACK_ERROR_ROLLBACKOFF, "rollback is off"},
+    {QZDatabaseInfo::ROLLBACK_ERROR_INVALIDADDR, "no way through the log"},
+    {QZDatabaseInfo::ERROR_ABORT, "operation aborted"},
+};
+
+}  // namespace
+
+std::string TakeMessage(QZException* exception)
+{
+    std::string line;
+    for (const char c : Utf8(exception->GetMsg())) line.push_back(c == '\r' || c == '\n' ? ' ' : c);
+    if (line.find_first_not_of(' ') == std::string::npos)
+        line = "error " + std::to_string(static_cast<QZInt64>(exception->GetCode()));
+    QZExceptionFactory::Recycle(&exception);
+    const std::size_t first = line.find_first_not_of(' ');
+    return line.substr(first, line.find_last_not_of(' ') + 1 - first);
+}
+
+std::string Visible(std::string_view bytes)
+{
+    std::string result;
+    for (const char c : bytes)
+    {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte >= 0x20 && byte != 0x7F)
+        {
+            result.push_back(c);
+            continue;
+        }
+        char escape[8];
+        std::snprintf(escape, sizeof escape, "\\x%02X", byte);
+        result += escape;
+    }
+    return result;
+}
+
+std::string Excerpt(std::string_view bytes, std::size_t limit)
+{
+    if (bytes.size() <= limit) return Visible(bytes);
+    // Not in the middle of a UTF-8 character.
+    while (limit > 0 && (static_cast<unsigned char>(bytes[limit]) & 0xC0) == 0x80) --limit;
+    return Visible(bytes.substr(0, limit)) + "...";
+}
+
+bool ParseNumber(const std::string& text, QZInt64* value)
+{
+    if (text.empty() || text[0] < '0' || text[0] > '9') return false;
+    const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    char* end = nullptr;
+    errno = 0;
+    *value = std::strtoll(text.c_str(), &end, hex ? 16 : 10);
+    return errno == 0 && *end == 0;
+}
+
+std::string Utf8FromNarrow(const std::string& text)
+{
+    QZString wide(text.c_str());
+    return Utf8(&wide);
+}
+
+const char* KindName(QZInt64 type)
+{
+    switch (type)
+    {
+        case QZDatabaseInfo::TABLE_HD: return "HD";
+        case QZDatabaseInfo::DATA_LD: return "LD";
+        case QZDatabaseInfo::DATA_PD: return "PD";
+        case QZDatabaseInfo::DATA_AD: return "AD";
+        case QZDatabaseInfo::DATA_CD: return "CD";
+        case QZDatabaseInfo::DATA_RD: return "RD";
+        default: return "?";
+    }
+}
+
+std::string CodeName(QZInt64 code)
+{
+    for (const CodeText& entry : CodeTexts)
+    {
+        if (entry.code == code) return entry.text;
+    }
+    char text[32];
+    std::snprintf(text, sizeof text, "code 0x%llX", static_cast<QZUInt64>(code));
+    return text;
+}
+
+void PrintHex(std::FILE* out, std::string_view bytes, const char* indent)
+{
+    for (std::size_t at = 0; at < bytes.size(); at += 16)
+    {
+        std::fprintf(out, "%s%08llX ", indent, static_cast<QZUInt64>(at));
+        std::string text;
+        for (std::size_t i = at; i < at + 16; ++i)
+        {
+            if (i >= bytes.size())
+            {
+                std::fputs("   ", out);
+                continue;
+            }
+            const auto byte = static_cast<unsigned char>(bytes[i]);
+            std::fprintf(out, " %02X", byte);
+            text.push_back(byte >= 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.');
+        }
+        std::fprintf(out, "  %s\n", text.c_str());
+    }
+}
+
+std::string TimeText(QZInt64 timestamp)
+{
+    QZString text;
+    QZDateTime(timestamp).ToString(&text);
+    return Utf8(&text);
+}
+
+double Seconds()
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(now).count();
+}
+
+Progress::Progress(std::FILE* err, bool terminal, QZInt64 total)
+    : m_err(err), m_terminal(terminal), m_total(total)
+{}
+
+Progress::~Progress()
+{
+    // The bar makes room for the summary.
+    if (m_shown) std::fprintf(m_err, "\r%*s\r", 70, "");
+}
+
+void Progress::Show(QZInt64 bytes, QZInt64 lines)
+{
+    if (!m_terminal) return;
+    const double now = Seconds();
+    if (now < m_next) return;
+    m_next = now + 0.1;
+    m_shown = true;
+    if (m_total <= 0)
+    {
+        std::fprintf(m_err, "\r%lld lines, %lld bytes", lines, bytes);
+        std::fflush(m_err);
+        return;
+    }
+    const int percent = static_cast<int>(bytes < m_total ? bytes * 100 / m_total : 100);
+    std::string bar(static_cast<std::size_t>(percent * 2 / 5), '#');
+    bar.resize(40, '.');
+    std::fprintf(m_err, "\r[%s] %3d%%  %lld lines", bar.c_str(), percent, lines);
+    std::fflush(m_err);
+}
+
+}  // namespace qzdb

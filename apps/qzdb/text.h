@@ -1,0 +1,65 @@
+#ifndef QZLIB_APPS_QZDB_TEXT_H
+#define QZLIB_APPS_QZDB_TEXT_H
+
+#include <qzlib.h>
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace qzdb
+{
+
+/// The message of an exception as one line; the exception is given back.
+std::string TakeMessage(QZException* exception);
+
+/// Text for a terminal: control bytes as \xNN.
+std::string Visible(std::string_view bytes);
+
+/// The first `limit` bytes of that, with "..." where something was left out.
+std::string Excerpt(std::string_view bytes, std::size_t limit);
+
+/// A decimal or 0x number that fills the whole text; false otherwise.
+bool ParseNumber(const std::string& text, QZInt64* value);
+
+/// UTF-8 of a text in the narrow page.
+std::string Utf8FromNarrow(const std::string& text);
+
+/// The kind of a record by its type code: "HD", "LD" and so on, "?" for none.
+const char* KindName(QZInt64 type);
+
+/// What a code of the engine means.
+std::string CodeName(QZInt64 code);
+
+/// Bytes as lines of 16, with offset, hex and text.
+void PrintHex(std::FILE* out, std::string_view bytes, const char* indent);
+
+/// "2024-05-06 07:08:09.123" of a timestamp of the library.
+std::string TimeText(QZInt64 timestamp);
+
+/// Seconds since an arbitrary start, for measuring.
+double Seconds();
+
+/// A bar on a terminal's error stream; silent elsewhere.
+class Progress
+{
+public:
+    /// @param total  bytes to come, 0 when that is unknown
+    Progress(std::FILE* err, bool terminal, QZInt64 total);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void Show(QZInt64 bytes, QZInt64 lines);
+
+private:
+    std::FILE* m_err;
+    bool m_terminal;
+    QZInt64 m_total;
+    double m_next = 0;
+    bool m_shown = false;
+};
+
+}  // namespace qzdb
+
+#endif

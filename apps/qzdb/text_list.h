@@ -1,0 +1,61 @@
+#ifndef QZLIB_APPS_QZDB_TEXT_LIST_H
+#define QZLIB_APPS_QZDB_TEXT_LIST_H
+
+#include "database.h"
+
+namespace qzdb
+{
+
+// A named list of lines is a PD in tree S. The PD's mark is the name; its LD (in tree L) says in field 1 what
+// the node is; its child HD holds one LD per line:
+//
+//   field 1  the line's number, from 1
+//   field 2  its text, any bytes, without the line feed
+//   field 3  only on a last line that does not end with a line feed, and empty
+//
+// All in the form of fields.h.
+//
+// The lines of an import are built in an HD that nothing refers to, with the log switched off. Then one
+// logged change makes them the list: a state of the past has the old lines or none, and never a part of the
+// new ones.
+
+/// What a PD of tree S is called; empty for a PD that is no list of lines.
+std::string ListName(Database& database, QZInt64 pd);
+
+/// The PD of the list, 0 when there is none.
+QZInt64 FindList(Database& database, const std::string& name);
+
+/// How many lines the list of an HD has, by the number in its last line.
+QZInt64 LineCount(Database& database, QZInt64 hd);
+
+/// Takes lines and makes them a list.
+class ListWriter
+{
+public:
+    ListWriter(Database& database, std::string name);
+
+    /// Adds a line at the end, at a cost that does not depend on how many there are.
+    void Add(std::string_view text, bool ended);
+
+    /// Makes what was added the content of the list, in place of what it held.
+    void Commit();
+
+    QZInt64 Count() const { return m_count; }
+
+private:
+    QZInt64 BuildNode();
+
+    Database& m_database;
+    std::string m_name;
+    LogPause m_pause;
+    QZInt64 m_hd;
+    QZInt64 m_count = 0;
+};
+
+/// Calls take(text, ended) for each line of the list in order. Failure when the list is damaged.
+void ReadLines(Database& database, QZInt64 pd,
+               const std::function<void(const std::string& text, bool ended)>& take);
+
+}  // namespace qzdb
+
+#endif

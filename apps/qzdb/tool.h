@@ -1,0 +1,60 @@
+#ifndef QZLIB_APPS_QZDB_TOOL_H
+#define QZLIB_APPS_QZDB_TOOL_H
+
+#include <qzlib.h>
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qzdb
+{
+
+/// How the program ends.
+enum ExitCode
+{
+    ExitGood = 0,
+    ExitFaults = 1,  ///< the database has faults, or the file is none
+    ExitUsage = 2,   ///< unknown command or option, or a name or mark that is not there
+    ExitAccess = 3   ///< something cannot be read or written
+};
+
+/// The streams of a run; a test brings its own.
+struct Console
+{
+    std::FILE* in;
+    std::FILE* out;
+    std::FILE* err;
+    /// A person looks at err: a progress bar makes sense.
+    bool terminal;
+};
+
+/// What ends a command early: the exit code and one line that says why.
+struct Failure
+{
+    ExitCode code;
+    std::string text;
+};
+
+/// The words behind the command, options taken out.
+using Arguments = std::vector<std::string>;
+
+/// Runs the program. `arguments` begins with the command; the library is running.
+int RunTool(const Arguments& arguments, const Console& console);
+
+// The commands. Each answers the exit code, and throws Failure or a QZException*.
+int CreateCommand(const Arguments& arguments, const Console& console);
+int InfoCommand(const Arguments& arguments, const Console& console);
+int ImportCommand(const Arguments& arguments, const Console& console);
+int ExportCommand(const Arguments& arguments, const Console& console);
+int TreeCommand(const Arguments& arguments, const Console& console);
+int ShowCommand(const Arguments& arguments, const Console& console);
+int CheckCommand(const Arguments& arguments, const Console& console);
+int SnapshotCommand(const Arguments& arguments, const Console& console);
+int LogCommand(const Arguments& arguments, const Console& console);
+int RestoreCommand(const Arguments& arguments, const Console& console);
+
+}  // namespace qzdb
+
+#endif
