@@ -19,7 +19,8 @@ void QZEnvironment::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
 
 void QZEnvironmentInit()
 {
-    QZEnvironment::NewLine = new QZString(QZ_W("\r\n"));
+    // A start that failed behind this step and is tried again finds the text there.
+    if (QZEnvironment::NewLine == nullptr) QZEnvironment::NewLine = new QZString(QZ_W("\r\n"));
     QZEnvironment::UseMemPoolCache = 0;
 }
 
