@@ -468,19 +468,11 @@ TEST_F(Database, ContentSelectorsThatDoNotFit)
     const QZInt64 cd = m_channel->P_D(hd, Info::DATA_CD);
     const QZInt64 ad = m_channel->P_D(hd, Info::DATA_AD);
     const QZInt64 pd = MakePD(hd);
-<<<<<<< Updated upstream
     for (const auto& wrong : {std::pair{cd, Info::CD_LN1}, std::pair{cd, Info::PD_DATA},
                               std::pair{pd, Info::PD_LN1}, std::pair{pd, Info::CD_DATA}})
     {
         const QZInt64 record = wrong.first;
         const QZInt64 selector = wrong.second;
-=======
-    for (const auto& unfit : {std::pair{cd, Info::CD_LN1}, std::pair{cd, Info::PD_DATA},
-                              std::pair{pd, Info::PD_LN1}, std::pair{pd, Info::CD_DATA}})
-    {
-        const QZInt64 record = unfit.first;
-        const QZInt64 selector = unfit.second;
->>>>>>> Stashed changes
         EXPECT_RECORDS(Info::BAD_PARAMETER, EXPECT_EQ(Put(record, selector, "x"), -1));
         EXPECT_RECORDS(Info::BAD_STRUCT, EXPECT_EQ(m_channel->G_C(record, selector, nullptr), -1));
         EXPECT_RECORDS(Info::BAD_STRUCT, EXPECT_EQ(m_channel->G_C_L(record, selector), -1));
