@@ -155,8 +155,9 @@ void QZFileBlock::Load()
 {
     QZInt64 count = 0;
     SetLoaded(0);
-    // A block at the very end of the address space has nothing of the file in it.
-    if (GetOffset() > INT64_MAX - GetSize()) return;
+    // A block past the end has nothing of the file in it, and not every system reads as far out as an offset
+    // may point.
+    if (GetOffset() > INT64_MAX - GetSize() || GetOffset() >= m_file->GetSize()) return;
     while (count < GetSize())
     {
         const QZInt64 more = m_file->Read(GetOffset() + count, Bytes() + count, GetSize() - count);

@@ -288,5 +288,69 @@ TEST_F(RollbackTree, MarksAreReachedExactlyWhereTheForkLiesOnBothWays)
     EXPECT_GT(refused, 5);
 }
 
+/// Log files with links that lead astray, as after a fault of a disk.
+class RollbackDamage : public DatabaseTest
+{};
+
+TEST_F(RollbackDamage, RestoresOnTwistedLogsEnd)
+{
+    ASSERT_TRUE(Create(2, 1));
+    Open();
+    const QZInt64 place = m_channel->P_D(m_channel->P_HD(), Info::DATA_AD);
+    Addresses marks;
+    for (int i = 0; i < 12; ++i)
+    {
+        for (int n = 0; n < 3; ++n) m_channel->P_A(place, Info::AD_FREE, i * 10 + n);
+        marks.push_back(m_channel->AD_TS());
+        if (i % 3 == 2) m_channel->AB_CB(A(marks[static_cast<std::size_t>(i) / 2], Info::RD_P));
+    }
+    Addresses points;
+    for (const QZInt64 mark : marks) points.push_back(A(mark, Info::RD_P));
+    Close();
+    const std::string sound = m_dir.Read("test.db");
+    Addresses records;
+    for (QZInt64 at = 31; at < static_cast<QZInt64>(sound.size()); at += 16)
+    {
+        const char mark = sound[static_cast<std::size_t>(at)];
+        if (mark == '^' || mark == '&') records.push_back(at);
+    }
+
+    std::mt19937 random(99);
+    const auto pick = [&random](const Addresses& from) { return from[random() % from.size()]; };
+    int restored = 0;
+    int refused = 0;
+    for (int round = 0; round < 300; ++round)
+    {
+        std::string file = sound;
+        for (int i = 0; i < 3; ++i)
+        {
+            // A field of some record takes the address of another one.
+            const QZInt64 record = pick(records);
+            const auto field = static_cast<std::size_t>(record + 1 + 4 * static_cast<QZInt64>(random() % 8));
+            QZInt64 value = pick(records);
+            if (random() % 3 == 0) value += 33;
+            if (random() % 4 == 0) value = 0;
+            if (field + 4 > file.size()) continue;
+            for (std::size_t b = 0; b < 4; ++b)
+            {
+                file[field + b] = static_cast<char>(static_cast<std::uint64_t>(value) >> (8 * b) & 0xFF);
+            }
+        }
+        m_dir.Write("test.db", file);
+        Open();
+        m_channel->CheckParam(0);
+        for (const QZInt64 point : points) ++(m_channel->AB_CB(point) ? restored : refused);
+        QZCollection collection;
+        m_channel->G_AL(Info::ADDRESSARRAYCOPY_SHNAPSHOTS, 0, &collection);
+        m_channel->G_AL(Info::ADDRESSARRAYCOPY_ROLLBACKMARKS, 0, &collection);
+        m_channel->G_WPS();
+        m_channel->P_A(place, Info::AD_FREE, round);
+        m_channel->AD_TS();
+        Close();
+    }
+    EXPECT_GT(restored, 100);
+    EXPECT_GT(refused, 100);
+}
+
 }  // namespace
 }  // namespace qztest
