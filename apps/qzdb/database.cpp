@@ -38,6 +38,7 @@ Database::Database(const std::string& path) : m_path(path)
 {
     try
     {
+        if (QZFileDirectory::Exists(path.c_str())) Fail(ExitAccess, "a folder, not a file");
         if (!QZFile::Exists(path.c_str())) Fail(ExitAccess, "no such file");
         ReadHeader();
         m_channel = QZChannel::Open(QZChannel::MODE_FILE, path.c_str());

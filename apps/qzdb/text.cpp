@@ -52,12 +52,31 @@ const CodeText CodeTexts[] = {
     {QZDatabaseInfo::ERROR_ABORT, "operation aborted"},
 };
 
+/// The library's own words for these two codes say something else, and hosts rely on that.
+std::string PlainWords(QZException* exception, const std::string& message)
+{
+    if (exception->GetType() != QZIOException::Type) return message;
+    const QZInt64 code = exception->GetCode();
+    const CodeText plain[] = {{QZIOExceptionCode::WriteFailed, "write failed"},
+                              {QZIOExceptionCode::ReadFailed, "read failed"}};
+    for (const CodeText& entry : plain)
+    {
+        if (code != entry.code) continue;
+        QZString words(static_cast<QZIOException*>(exception)->ErrorCodeToMessage(code));
+        const std::string theirs = Utf8(&words);
+        const std::size_t at = message.find(theirs);
+        if (at != std::string::npos) return entry.text + message.substr(at + theirs.size());
+    }
+    return message;
+}
+
 }  // namespace
 
 std::string TakeMessage(QZException* exception)
 {
     std::string line;
-    for (const char c : Utf8(exception->GetMsg())) line.push_back(c == '\r' || c == '\n' ? ' ' : c);
+    for (const char c : PlainWords(exception, Utf8(exception->GetMsg())))
+        line.push_back(c == '\r' || c == '\n' ? ' ' : c);
     if (line.find_first_not_of(' ') == std::string::npos)
         line = "error " + std::to_string(static_cast<QZInt64>(exception->GetCode()));
     QZExceptionFactory::Recycle(&exception);

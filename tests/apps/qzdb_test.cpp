@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "os/os_system.h"
 #include "qzdb/database.h"
 #include "qzdb/fields.h"
 #include "qzdb/text.h"
@@ -207,6 +208,7 @@ TEST(Qzdb, WhatCannotBeReadOrMadeIsExitCodeThree)
     ExpectFailure(tool.Run({"export", "@none.db", "x"}), 3, "none.db");
     ExpectFailure(tool.Run({"show", "@none.db", "31"}), 3, "none.db");
     ExpectFailure(tool.Run({"restore", "@none.db", "x"}), 3, "none.db");
+    ExpectFailure(tool.Run({"info", tool.Path("")}), 3, "a folder");
     ExpectFailure(tool.Run({"create", "@a.db"}), 3, "exists");
     ExpectFailure(tool.Run({"create", "@no/such/folder.db"}), 3, "cannot create");
     EXPECT_FALSE(tool.Dir().Exists("none.db"));
@@ -685,6 +687,63 @@ TEST(Qzdb, AFileOfNoiseIsSurvived)
         SCOPED_TRACE(round);
         EXPECT_EQ(tool.Run({"check", "@noise.db"}).code, 1);
         RunAll(tool, "noise.db");
+    }
+}
+
+namespace
+{
+
+/// From the n-th on all writes fail, as if the process had died there.
+class DeadAfter
+{
+public:
+    explicit DeadAfter(int writes) : m_left(writes), m_hooks{this, nullptr, Gate, nullptr}
+    {
+        os::SetTestHooks(&m_hooks);
+    }
+    ~DeadAfter() { os::SetTestHooks(nullptr); }
+    DeadAfter(const DeadAfter&) = delete;
+    DeadAfter& operator=(const DeadAfter&) = delete;
+
+private:
+    static bool Gate(void* context, os::Op operation, QZInt64*, QZUInt32* error)
+    {
+        if (operation != os::Op::FileWrite) return true;
+        *error = 5;
+        return static_cast<DeadAfter*>(context)->m_left-- > 0;
+    }
+
+    int m_left;
+    os::TestHooks m_hooks;
+};
+
+}  // namespace
+
+TEST(Qzdb, AnImportThatDiesLeavesTheOldLines)
+{
+    Tool tool;
+    std::string text;
+    for (int i = 0; i < 3000; ++i) text += "a line of some length, number " + std::to_string(i) + "\n";
+    tool.Make("a.db", "x", "old\n");
+    const std::string good = tool.Dir().Read("a.db");
+    bool done = false;
+    for (int writes = 0; !done; ++writes)
+    {
+        ASSERT_LT(writes, 100);
+        SCOPED_TRACE("after writes: " + std::to_string(writes));
+        tool.Dir().Write("a.db", good);
+        {
+            DeadAfter dead(writes);
+            const Result result = tool.Run({"import", "@a.db", "x"}, text);
+            done = result.code == 0;
+            if (!done) ExpectFailure(result, 3, "cannot write: write failed");
+        }
+        const std::string now = tool.Export("a.db", "x");
+        EXPECT_TRUE(done ? now == text : now == "old\n" || now == text);
+        const Result check = tool.Run({"check", "@a.db"});
+        EXPECT_EQ(check.code, 0) << check.out;
+        tool.Import("a.db", "y", "and on it goes\n");
+        EXPECT_EQ(tool.Export("a.db", "y"), "and on it goes\n");
     }
 }
 
