@@ -368,8 +368,8 @@ void ThreadClose(QZInt64 thread)
         table.records.erase(found);
     }
     Notify(Event::HandleClose, thread);
-    // A terminated thread left its thread-specific values behind. Its stack is not given back: the next thread to
-    // stand on it would find them.
+    // A terminated thread left its thread-specific values behind. Its stack is not given back: the next
+    // thread to stand on it would find them.
     if (!record->ended.load(std::memory_order_acquire))
         pthread_detach(record->thread);
     else if (!record->killed.load(std::memory_order_relaxed))
