@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "db/database_fixture.h"
+#include "os/os_system.h"
 
 namespace qztest
 {
@@ -31,6 +32,25 @@ protected:
         other.join();
         return answer;
     }
+
+    /// Reads from the disk fail while it lives.
+    class ReadFault
+    {
+    public:
+        ReadFault() : m_hooks{this, nullptr, Gate, nullptr} { os::SetTestHooks(&m_hooks); }
+        ~ReadFault() { os::SetTestHooks(nullptr); }
+        ReadFault(const ReadFault&) = delete;
+        ReadFault& operator=(const ReadFault&) = delete;
+
+    private:
+        static bool Gate(void*, os::Op operation, QZInt64*, QZUInt32* error)
+        {
+            *error = 5;
+            return operation != os::Op::FileRead;
+        }
+
+        os::TestHooks m_hooks;
+    };
 };
 
 TEST_F(Database, CreateLeavesAnExistingFileAsItWas)
@@ -438,7 +458,7 @@ TEST_F(Database, ReplacedContentStaysInTheFileAndTheFileGrowsTwice)
     EXPECT_NE(File().find("0123456789"), std::string::npos);
 }
 
-TEST_F(Database, ContentAnswersThePlaceOfItsLastByte)
+TEST_F(Database, ContentAnswersWhereItsLastByteStands)
 {
     Fresh();
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
@@ -496,6 +516,53 @@ TEST_F(Database, EraseZeroesAnyBytesAndAnswersTheCount)
     EXPECT_EQ(Get(cd, Info::CD_DATA), std::string("ab\0\0", 4));
     EXPECT_EQ(m_channel->ERASE(last, -3), -3);
     EXPECT_EQ(Get(cd, Info::CD_DATA), std::string("ab\0\0", 4));
+}
+
+TEST_F(Database, LengthAndErasureThatCannotReadRecordAnAbort)
+{
+    Fresh();
+    const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
+    Put(cd, Info::CD_DATA, "abcd");
+    const auto failing = [&](auto call) {
+        m_channel->COLLECT();
+        const ReadFault fault;
+        return call();
+    };
+    EXPECT_RECORDS(Info::ERROR_ABORT,
+                   EXPECT_EQ(failing([&] { return m_channel->G_C_L(cd, Info::CD_DATA); }), -1));
+    EXPECT_RECORDS(Info::ERROR_ABORT,
+                   EXPECT_EQ(failing([&] { return m_channel->E_C(cd, Info::CD_DATA); }), -1));
+    EXPECT_RECORDS(Info::ERROR_ABORT, EXPECT_EQ(failing([&] { return m_channel->ERASE(cd, 3); }), 3));
+    // These gave the lock back.
+    EXPECT_TRUE(OtherThreadGetsThrough([] {}));
+    EXPECT_EQ(Get(cd, Info::CD_DATA), "abcd");
+}
+
+TEST_F(Database, OtherOperationsThatCannotReadRaiseWithTheLockHeldAndRecordNothing)
+{
+    Fresh();
+    const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
+    Put(cd, Info::CD_DATA, "abcd");
+    m_channel->COLLECT();
+    char buffer[4];
+    {
+        const ReadFault fault;
+        EXPECT_EQ(Catch([&] { m_channel->G_C(cd, Info::CD_DATA, buffer); }).type, QZIOException::Type);
+    }
+    EXPECT_FALSE(OtherThreadGetsThrough([&] { m_channel->ConsoleUnlock(); }));
+    EXPECT_EQ(m_channel->G_EN(), 0);
+    EXPECT_EQ(Get(cd, Info::CD_DATA), "abcd");
+}
+
+TEST_F(Database, AContentWhoseLengthDidNotArriveShowsAsWriteFailed)
+{
+    Fresh(2);
+    const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
+    Put(cd, Info::CD_DATA, "ab");
+    DamageAddress(16, 0xFFFFFFE0);
+    EXPECT_EQ(Put(cd, Info::CD_DATA, "longer"), 0);
+    EXPECT_EQ(m_channel->G_LE(), Info::WRITE_FAILED);
+    EXPECT_EQ(Get(cd, Info::CD_DATA), "ab");
 }
 
 // ---- Moving and deleting

@@ -167,7 +167,7 @@ class RollbackTree : public DatabaseTest
 {
 protected:
     /// A branch of the log: the AD by which it hangs and the places that the records of its list have.
-    QZInt64 PlaceOf(QZInt64 record)
+    QZInt64 PositionOf(QZInt64 record)
     {
         QZInt64 place = 0;
         for (const QZInt64 other : List(A(record, Info::DATA_HDA)))
@@ -217,7 +217,7 @@ protected:
         QZInt64 fork = 0;
         if (targetLevels[0] == presentLevels[0])
         {
-            fork = PlaceOf(target) >= PlaceOf(present) ? present : target;
+            fork = PositionOf(target) >= PositionOf(present) ? present : target;
         }
         else
         {
@@ -232,7 +232,7 @@ protected:
             const QZInt64 hook = A(common, Info::HD_PREV);
             const QZInt64 targetSide = targetLevels[0] == common ? target : hook;
             const QZInt64 presentSide = presentLevels[0] == common ? present : hook;
-            fork = PlaceOf(targetSide) >= PlaceOf(presentSide) ? presentSide : targetSide;
+            fork = PositionOf(targetSide) >= PositionOf(presentSide) ? presentSide : targetSide;
         }
         const Addresses targetWay = Way(target);
         const Addresses presentWay = Way(present);
