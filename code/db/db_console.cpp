@@ -220,12 +220,12 @@ bool CONSOLE::IsHead(QZInt64 address)
 void CONSOLE::SetLength(QZInt64 address)
 {
     const QZInt64 largest = m_addressInfo->LargestAddress;
-    if (m_writeProtect == 0 && address < largest)
+    if (GetWriteProtect() == 0 && address < largest)
     {
         m_objects->Address()->PutRaw(LengthPosition, address);
         return;
     }
-    if (address >= largest) m_writeProtect = 1;
+    if (address >= largest) SetWriteProtect(1);
     RecordError(QZDatabaseInfo::WRITE_ERROR_WRITEPROTECT);
 }
 
@@ -238,7 +238,7 @@ QZInt64 CONSOLE::GetSysInfo(QZInt64 key) const
         case QZDatabaseInfo::SYSINFO_DATABASEVERSION: return m_addressInfo->Version;
         case QZDatabaseInfo::SYSINFO_ADDRMODE: return m_addressInfo->AddressMode;
         case QZDatabaseInfo::SYSINFO_FILEMODE: return m_addressInfo->FileMode;
-        case QZDatabaseInfo::SYSINFO_WRITEPROTECT: return m_writeProtect;
+        case QZDatabaseInfo::SYSINFO_WRITEPROTECT: return GetWriteProtect();
         case QZDatabaseInfo::SYSINFO_CURRENT_BUFSIZE:
             return m_buffer == nullptr ? 0 : m_buffer->GetMemorySizeUsed();
         default: return 0;

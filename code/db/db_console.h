@@ -1,6 +1,7 @@
 #ifndef QZLIB_DB_CONSOLE_H
 #define QZLIB_DB_CONSOLE_H
 
+#include "db/db_flag.h"
 #include "db/db_objects.h"
 #include "os/os_buffer.h"
 
@@ -95,8 +96,8 @@ public:
     void SetCheckParam(bool check) { m_checkParam = check ? 1 : 0; }
 
     /// Not 0 when writing is refused.
-    QZInt64 GetWriteProtect() const { return m_writeProtect; }
-    void SetWriteProtect(QZInt64 value) { m_writeProtect = value; }
+    QZInt64 GetWriteProtect() const { return m_writeProtect.Get(); }
+    void SetWriteProtect(QZInt64 value) { m_writeProtect.Set(value); }
 
     /// The open file, null outside open and close. Attach hands over a buffer that the caller opened.
     QZFileBuffer* Buffer() const { return m_buffer; }
@@ -126,7 +127,7 @@ private:
 
     OBJECTS* m_objects;
     QZInt64 m_checkParam;
-    QZInt64 m_writeProtect;
+    QZDbFlag m_writeProtect;
     QZFileBuffer* m_buffer;
     QZInt64 m_memoryLimit;
     QZAddressInfo* m_addressInfo;

@@ -22,13 +22,13 @@ const QZInt64 NoWay = -1;
 class Silence
 {
 public:
-    explicit Silence(QZInt64* state) : m_state(state) { *m_state = 0; }
-    ~Silence() { *m_state = 1; }
+    explicit Silence(QZDbFlag* state) : m_state(state) { m_state->Set(0); }
+    ~Silence() { m_state->Set(1); }
     Silence(const Silence&) = delete;
     Silence& operator=(const Silence&) = delete;
 
 private:
-    QZInt64* m_state;
+    QZDbFlag* m_state;
 };
 
 /// Appends to a collection that may become long: it grows by doubling, so that gathering stays linear.
@@ -56,7 +56,7 @@ void ROLLBACK::Record(QZInt64 code) { m_objects->Console()->RecordError(code); }
 
 void ROLLBACK::Prepare()
 {
-    m_state = 0;
+    m_state.Set(0);
     READ* read = m_objects->Read();
     DATA* data = m_objects->Data();
     const QZInt64 root = read->TreeRoot(MainHD, QZDatabaseInfo::TREEBSN);
@@ -69,13 +69,13 @@ void ROLLBACK::Prepare()
     data->PutField(m_marks, QZDatabaseInfo::HD_PREV, data->NewAD(m_root, m_marks));
     data->NewAD(m_root, m_base);
     m_writePosition = m_base;
-    m_state = 1;
+    m_state.Set(1);
 }
 
 void ROLLBACK::Load()
 {
     READ* read = m_objects->Read();
-    m_state = 0;
+    m_state.Set(0);
     const QZInt64 root = read->TreeRoot(MainHD, QZDatabaseInfo::TREEBSN);
     if (root == 0 || read->ReadHD(This, root, QZDatabaseInfo::HD_FIRSTDATA) == 0) return;
 
@@ -84,7 +84,7 @@ void ROLLBACK::Load()
     m_marks = read->TreeRoot(root, 2);
     m_writePosition = read->TreeRoot(root, 3);
     if (m_base != 0 && m_marks != 0 && m_writePosition != 0)
-        m_state = 1;
+        m_state.Set(1);
     else
         Record(QZDatabaseInfo::BAD_STRUCT);
 }
@@ -98,13 +98,13 @@ void ROLLBACK::Log(QZInt64 position, QZInt64 value)
 bool ROLLBACK::TurnOn()
 {
     if (m_root == 0 || m_base == 0 || m_marks == 0) return false;
-    m_state = 1;
+    m_state.Set(1);
     return true;
 }
 
 bool ROLLBACK::TurnOff()
 {
-    m_state = 0;
+    m_state.Set(0);
     return true;
 }
 

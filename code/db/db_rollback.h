@@ -1,6 +1,7 @@
 #ifndef QZLIB_DB_DB_ROLLBACK_H
 #define QZLIB_DB_DB_ROLLBACK_H
 
+#include "db/db_flag.h"
 #include "fw/fw_object.h"
 
 class OBJECTS;
@@ -23,10 +24,10 @@ public:
     ~ROLLBACK() override;
 
     /// True while writes are logged and the rollback operations serve.
-    bool IsOn() const { return m_state != 0; }
+    bool IsOn() const { return m_state.Get() != 0; }
 
     /// 1 on, 0 off.
-    QZInt64 GetState() const { return m_state; }
+    QZInt64 GetState() const { return m_state.Get(); }
 
     /// Notes the address length of the open file.
     void NoteAddressLength();
@@ -97,7 +98,7 @@ private:
     bool OpenBranch(QZInt64 target, bool redone);
     void Record(QZInt64 code);
 
-    QZInt64 m_state;
+    QZDbFlag m_state;
     QZInt64 m_addressLength;
     OBJECTS* m_objects;
     QZInt64 m_root;

@@ -516,6 +516,19 @@ TEST_F(RollbackComponent, ABranchAtAUserMarkHangsBeforeIt)
     EXPECT_EQ(Read()->ReadAD(SideThis, m_register, QZDatabaseInfo::AD_FREE), 1);
 }
 
+TEST_F(RollbackComponent, ABranchAtABranchHangsBeforeItWhenNothingIsRedone)
+{
+    const QZInt64 one = Write(1);
+    ASSERT_TRUE(m_rollback->Restore(one));
+    const QZInt64 first = Read()->Next(one);
+    ASSERT_EQ(m_rollback->KindOf(first), QZDatabaseInfo::DATA_AD);
+    ASSERT_TRUE(m_rollback->Restore(first));
+    const QZInt64 second = Read()->Next(one);
+    EXPECT_NE(second, first);
+    EXPECT_EQ(m_rollback->KindOf(second), QZDatabaseInfo::DATA_AD);
+    EXPECT_EQ(Read()->Next(second), first);
+}
+
 TEST_F(RollbackComponent, OtherRecordsInTheLogAreRecordedAndPassed)
 {
     const QZInt64 mark = m_rollback->AddUserMark(11, 12);
