@@ -103,9 +103,11 @@ void QZChannel::Close(QZChannel** channel)
         QZLibAssert(0);
         return;
     }
-    QZDatabase::Close(&(*channel)->m_database);
-    delete *channel;
+    QZChannel* closing = *channel;
     *channel = nullptr;
+    QZDatabase* database = closing->m_database;
+    delete closing;
+    QZDatabase::Close(&database);
 }
 
 QZInt64 QZChannel::CallFun(QZInt64 command, QZInt64 a, QZInt64 b, QZInt64 c, QZInt64 d, QZInt64 e)

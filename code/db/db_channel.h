@@ -40,6 +40,7 @@ public:
 
     /// Closes the database, deletes the channel and clears the variable. A null in the variable is a
     /// QZLibAssert(false).
+    /// @throws QZIOException WriteFailed when not everything reached the file; all is released all the same
     static void Close(QZChannel** channel);
 
     /// The reserved way to another process: answers 0 and does nothing.

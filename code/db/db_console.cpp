@@ -172,9 +172,24 @@ bool CONSOLE::OpenFile(QZString* path)
 void CONSOLE::CloseFile()
 {
     if (m_buffer == nullptr) return;
-    m_buffer->Collect();
+    try
+    {
+        m_buffer->Collect();
+    }
+    catch (QZException*)
+    {
+        // The file is given up all the same, and the first failure is the one to tell.
+        try
+        {
+            QZFileBuffer::Close(&m_buffer);
+        }
+        catch (QZException* again)
+        {
+            QZExceptionFactory::Recycle(&again);
+        }
+        throw;
+    }
     QZFileBuffer::Close(&m_buffer);
-    m_buffer = nullptr;
 }
 
 bool CONSOLE::Verify()

@@ -73,11 +73,22 @@ void QZDatabase::Close(QZDatabase** database)
         QZLibAssert(0);
         return;
     }
-    OBJECTS* objects = (*database)->m_objects;
-    objects->Console()->CloseFile();
-    delete objects;
-    delete *database;
+    QZDatabase* closing = *database;
     *database = nullptr;
+    auto release = [closing]() {
+        delete closing->m_objects;
+        delete closing;
+    };
+    try
+    {
+        closing->m_objects->Console()->CloseFile();
+    }
+    catch (QZException*)
+    {
+        release();
+        throw;
+    }
+    release();
 }
 
 // ---- The section and the state of the database

@@ -60,6 +60,7 @@ public:
 
     /// Writes everything to the disk, closes the file, deletes the object and clears the variable. A null in
     /// the variable is a QZLibAssert(false).
+    /// @throws QZIOException WriteFailed when not everything reached the file; all is released all the same
     static void Close(QZDatabase** database);
 
     /// Enter and leave the section that serialises the operations, to bracket several of them into one.
