@@ -7,7 +7,8 @@
 namespace qztest
 {
 
-/// Counts the broken assertions that the library reports while it lives; afterwards they stop the program again.
+/// Counts the broken assertions that the library reports while it lives; afterwards they stop the program
+/// again.
 class AssertWatch
 {
 public:

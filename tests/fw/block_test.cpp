@@ -122,8 +122,8 @@ TEST(Block, GrownStorageShowsWhatWasThereBefore)
     for (int i = 0; i < 16; ++i) block::Data(held.b)[i] = static_cast<unsigned char>(i + 1);
     EXPECT_TRUE(block::Resize(&held.b, 4));
     EXPECT_TRUE(block::Resize(&held.b, 20));
-    // The guard of the short time stood behind the fourth byte, at the next multiple of 8; that of the first time
-    // behind the sixteenth.
+    // The guard of the short time stood behind the fourth byte, at the next multiple of 8; that of the first
+    // time behind the sixteenth.
     EXPECT_BYTES(block::Data(held.b), 20, "01 02 03 04 05 06 07 08 00 00 00 00 00 00 FF FF 00 00 00 00");
 }
 

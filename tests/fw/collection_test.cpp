@@ -1,5 +1,6 @@
 #include "fw/fw_collection.h"
 
+#include <algorithm>
 #include <initializer_list>
 #include <vector>
 
@@ -262,7 +263,8 @@ TEST(Collection, BadIndicesThrow)
     EXPECT_QZ_THROW(collection.GetElement(-1), 1024);
     EXPECT_QZ_THROW(collection.GetElement(0x7FFFFFFFFFFFFFFF), 1024);
     EXPECT_QZ_THROW(collection.SetElement(2, 1), 1024);
-    EXPECT_QZ_THROW(collection.Pop() + collection.Pop() + collection.Pop(), 1024);
+    collection.Clear();
+    EXPECT_QZ_THROW(collection.Pop(), 1024);
     EXPECT_QZ_THROW(collection.GetElement(0), 1024);
 }
 

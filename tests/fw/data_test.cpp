@@ -762,9 +762,8 @@ TEST(Data, CopiesGoThroughTheCopyHook)
         std::memcpy(to, from, static_cast<std::size_t>(size));
     });
     data.Append("defgh", 5);
-    QZLibSetFunctionMemCopy([](void* to, void* from, QZInt64 size) {
-        std::memmove(to, from, static_cast<std::size_t>(size));
-    });
+    QZLibSetFunctionMemCopy(
+        [](void* to, void* from, QZInt64 size) { std::memmove(to, from, static_cast<std::size_t>(size)); });
     EXPECT_EQ(copied, 5);
     EXPECT_EQ(Text(data), "abcdefgh");
 }

@@ -259,10 +259,9 @@ TEST_F(KeyValueCollection, OnlyAsciiLettersFold)
 
 TEST_F(KeyValueCollection, NarrowKeysOutsideAsciiAreConverted)
 {
-    QZString wide(QZ_W("k\u00E4se"));
-    // In the machine's own narrow page, whatever it is, text that came from it goes back to it.
-    QZString narrowToWide("k\xC3\xA4se");
-    map.Add(&narrowToWide, &a);
+    // Whatever the machine's narrow page makes of the bytes, it makes the same of them both times.
+    QZString key("k\xC3\xA4se");
+    map.Add(&key, &a);
     EXPECT_EQ(map.GetIndex("K\xC3\xA4SE"), 0);
     EXPECT_EQ(map.GetIndex("K\xC3\xA4S"), -1);
 }
@@ -482,8 +481,8 @@ TEST_F(KeyValueCollection, KeysGoBackToTheirFactory)
 
 TEST_F(KeyValueCollection, KeyComparerLooksAtOrderAndCase)
 {
-    QZKeyValueCollection other;
     QZObject d, e;
+    QZKeyValueCollection other;
     EXPECT_TRUE(map.KeyComparer(&other));
     map.Add("one", &a);
     map.Add("two", &b);
