@@ -32,7 +32,11 @@ QZString* Filled(QZString* text, Fill fill, Describe describe)
 }
 }  // namespace
 
-QZString* QZStringFactory::CreateString() { return static_cast<QZString*>(m_stringCache->Out()); }
+QZString* QZStringFactory::CreateString()
+{
+    // Before the cache stands, and after it has gone, an exception still needs its texts.
+    return m_stringCache ? static_cast<QZString*>(m_stringCache->Out()) : new QZString();
+}
 
 QZString* QZStringFactory::CreateString(const char* text)
 {
