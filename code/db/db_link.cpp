@@ -136,14 +136,19 @@ void LINK::RemoveLD(QZInt64 ld)
     READ* read = m_objects->Read();
     const QZInt64 previous = read->ReadData(SideThis, ld, QZDatabaseInfo::DATA_PREV);
     const QZInt64 next = read->Next(ld);
+    // Removing appends to the log, and a damaged list may lead into it: what was not there before is not
+    // walked.
+    const QZInt64 length = m_objects->Console()->GetLength();
+    const QZInt64 records = m_objects->Console()->Buffer()->GetFileSize() / 16 + 1;
     for (const QZInt64 selector :
          {QZDatabaseInfo::LD_TREE_A, QZDatabaseInfo::LD_TREE_R, QZDatabaseInfo::LD_TREE_S})
     {
         const QZInt64 list = read->ReadLD(SideThis, ld, selector);
         if (list == 0) continue;
         QZDbWalk walk;
+        QZInt64 room = records;
         QZInt64 record = read->ReadHD(SideThis, list, QZDatabaseInfo::HD_FIRSTDATA);
-        while (record != 0 && walk.Enter(record))
+        while (record != 0 && record <= length && room-- > 0 && walk.Enter(record))
         {
             const QZInt64 following = read->Next(record);
             RemovePD(read->ReadAD(SideThis, record, QZDatabaseInfo::AD_FREE));

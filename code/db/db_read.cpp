@@ -169,7 +169,14 @@ QZInt64 READ::ReadOwn(QZInt64 side, QZInt64 address, QZInt64 field)
 
 QZInt64 READ::HeadOf(QZInt64 record) { return ReadData(SideThis, record, QZDatabaseInfo::DATA_HDA); }
 
-QZInt64 READ::Next(QZInt64 record) { return ReadData(SideThis, record, QZDatabaseInfo::DATA_NEXT); }
+QZInt64 READ::Next(QZInt64 record)
+{
+    // What ReadData answers for DATA_NEXT: the step that every walk is made of goes straight to the two
+    // addresses.
+    ADDRESS* value = m_objects->Address();
+    const QZInt64 a = value->Length();
+    return value->Get(QZDbAt(value->Get(QZDbAt(record, 1 + 2 * a)), -a));
+}
 
 QZInt64 READ::Count(QZInt64 hd)
 {

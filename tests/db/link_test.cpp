@@ -390,3 +390,17 @@ TEST_P(RemoveTest, RemovingAlongACircleEnds)
     Link()->RemoveLD(m_ld);
     ExpectSound(m_lds, {m_before, m_after});
 }
+
+TEST_P(RemoveTest, RemovingAlongTheLogThatItFillsEnds)
+{
+    Close();
+    std::filesystem::remove(m_dir.Path("test.db"));
+    Fresh(GetParam(), 1);
+    m_ld = Data()->NewLD(Read()->TreeRoot(31, 4));
+    // The list of tree S leads to the first record of the log, and every removal appends to the log.
+    const QZInt64 last = List(Read()->TreeRoot(Read()->TreeRoot(31, 5), 3)).front();
+    Data()->PutField(Read()->ReadLD(SideThis, m_ld, Info::LD_TREE_S), Info::HD_FIRSTDATA, last);
+    const QZInt64 length = Console()->GetLength();
+    Link()->RemoveLD(m_ld);
+    EXPECT_LT(Console()->GetLength(), length + 100000);
+}
