@@ -62,7 +62,7 @@ void QZCollection::CheckIndex(QZInt64 index, const QZWChar* method)
             .Exception();
 }
 
-void QZCollection::RemoveElement(QZInt64 index)
+QZBool QZCollection::RemoveElement(QZInt64 index)
 {
     CheckIndex(index, QZ_W("RemoveElement"));
     QZUInt64* words = Words();
@@ -70,6 +70,7 @@ void QZCollection::RemoveElement(QZInt64 index)
     const QZInt64 behind = count - index - 1;
     if (behind > 0) QZMemMove(words + index + 1, words + index + 2, behind * 8);
     SetCount(count - 1);
+    return 1;
 }
 
 QZInt64 QZCollection::RemoveByValue(QZUInt64 value)
@@ -99,7 +100,12 @@ QZUInt64 QZCollection::GetElement(QZInt64 index)
 
 QZBool QZCollection::SetElement(QZInt64 index, QZUInt64 value)
 {
-    CheckIndex(index, QZ_W("SetElement"));
+    if (!IsIndex(index))
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible),
+                      QZ_W("QZCollection"), QZ_W("SetElement"))
+            .Argument(QZ_W("QZInt64"), index)
+            .Argument(QZ_W("QZUInt64"), static_cast<QZInt64>(value))
+            .Exception();
     Words()[index + 1] = value;
     return 1;
 }
@@ -150,6 +156,7 @@ void QZCollection::KeyedSort(QZCollection* other, Wrong wrong)
     const QZInt64 count = CountOf();
     if (count < 1) return;
     if (other->Count() < count) other->NewLength(count, 0);
+    if (other->CountOf() < count) return;
     QZUInt64* keys = Words() + 1;
     QZUInt64* carried = other->Words() + 1;
     // Where elements with equal keys end up is what this exact order of exchanges makes of it.
@@ -188,7 +195,7 @@ void QZCollection::MinToMax(QZCollection* other)
     if (!other)
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZCollection"),
                       QZ_W("MinToMax"))
-            .Argument(QZ_W("QZCollection*"), QZInt64{0})
+            .Argument(QZ_W("QZCollection*"), other, 0)
             .Exception();
     KeyedSort(other, SignedGreater);
 }

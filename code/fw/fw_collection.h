@@ -100,8 +100,8 @@ public:
     virtual QZBool Append(const QZUInt64* words);
     virtual QZBool Append(QZCollection* other);
 
-    /// Takes the element out; those behind it move up.
-    virtual void RemoveElement(QZInt64 index);
+    /// Takes the element out; those behind it move up. True.
+    virtual QZBool RemoveElement(QZInt64 index);
 
     /// Takes out every occurrence. @return how many went
     virtual QZInt64 RemoveByValue(QZUInt64 value);

@@ -13,13 +13,13 @@ void QZContainer::Lock(QZObject* object, const QZWChar* method)
     if (!object)
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZContainer"),
                       method)
-            .Argument(QZ_W("QZPVoid"), QZInt64{0})
+            .Argument(QZ_W("QZObject*"), object, 0)
             .Exception();
     // A locked object stands in a container or belongs to somebody: SetDisposable throws then.
     if (!object->SetDisposable(GetObjectID(), 0))
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked),
                       QZ_W("QZContainer"), method)
-            .Argument(QZ_W("QZInt64"), static_cast<QZInt64>(object->GetObjectID()))
+            .Argument(QZ_W("QZObject*"), static_cast<QZInt64>(object->GetObjectID()))
             .Exception();
 }
 
@@ -119,7 +119,7 @@ QZObject* QZContainer::GetElement(QZInt64 index)
             .Argument(QZ_W("QZInt64"), index)
             .Exception();
     QZObject* object = m_first;
-    for (QZInt64 i = 0; i < index; ++i) object = object->m_next;
+    for (QZInt64 i = 0; object && i < index; ++i) object = object->m_next;
     return object;
 }
 

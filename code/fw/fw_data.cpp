@@ -1,5 +1,8 @@
 #include "fw/fw_data.h"
 
+#include <cstdint>
+#include <type_traits>
+
 #include "fw/fw_data_factory.h"
 #include "fw/fw_data_find.h"
 #include "fw/fw_keyed.h"
@@ -262,55 +265,54 @@ void QZData::Prepend(const void* p, QZInt64 size)
     PrependBytes(copy.Pointer(), size);
 }
 
-QZInt64 QZData::ReplaceInto(QZData* target, const void* find, QZInt64 findSize, const void* with,
-                            QZInt64 withSize)
+/// @return null, or the exception to throw; then there is no result
+QZException* QZData::ReplaceInto(QZData** result, const void* find, QZInt64 findSize, const void* with,
+                                 QZInt64 withSize)
 {
     m_findPosition = -1;
-    if (findSize == 0) throw QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
-    target->NewSize(QZBytesReplaceBound(GetSize(), findSize, withSize));
+    if (findSize == 0) return QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
+    *result = QZDataFactory::CreateData();
+    void** target = &(*result)->m_block;
+    const QZInt64 bound = QZBytesReplaceBound(GetSize(), findSize, withSize);
+    if (bound < 0 || !block::Resize(target, bound))
+    {
+        QZDataFactory::Recycle(result);
+        return QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory));
+    }
     const QZInt64 size =
-        QZBytesReplace(target->GetPointer(), GetPointer(), GetSize(), find, findSize, with, withSize);
-    target->NewSize(size);
-    return size;
+        QZBytesReplace(block::Data(*target), GetPointer(), GetSize(), find, findSize, with, withSize);
+    block::Resize(target, size);
+    return nullptr;
 }
 
 QZData* QZData::Replace(const QZData* find, const QZData* with)
 {
     CheckObject(find, QZ_W("Replace"));
     CheckObject(with, QZ_W("Replace"));
-    QZData* result = QZDataFactory::CreateData();
-    try
-    {
-        ReplaceInto(result, find->GetPointer(), find->GetSize(), with->GetPointer(), with->GetSize());
-    }
-    catch (QZException* e)
-    {
-        QZDataFactory::Recycle(&result);
-        QZTrace(e, kClass, QZ_W("Replace"))
+    QZData* result = nullptr;
+    QZException* failure =
+        ReplaceInto(&result, find->GetPointer(), find->GetSize(), with->GetPointer(), with->GetSize());
+    if (failure)
+        throw QZTrace(failure, kClass, QZ_W("Replace"))
             .Argument(QZ_W("QZData*"), find->GetPointer(), find->GetSize())
-            .Argument(QZ_W("QZData*"), with->GetPointer(), with->GetSize());
-        throw;
-    }
+            .Argument(QZ_W("QZData*"), with->GetPointer(), with->GetSize())
+            .Exception();
     return result;
 }
 
 QZData* QZData::Replace(const void* find, QZInt64 findSize, const void* with, QZInt64 withSize)
 {
-    QZData* result = QZDataFactory::CreateData();
-    try
-    {
-        ReplaceInto(result, find, findSize, with, withSize);
-    }
-    catch (QZException* e)
-    {
-        QZDataFactory::Recycle(&result);
-        QZTrace(e, kClass, QZ_W("Replace"))
-            .Argument(QZ_W("QZPVoid"), find, findSize < 0 ? 0 : findSize)
+    QZData* result = nullptr;
+    QZException* failure = ReplaceInto(&result, find, findSize, with, withSize);
+    // Bytes of a length that nobody can have are not shown.
+    const auto shown = [](QZInt64 size) { return size < 0 || size >> 40 != 0 ? 0 : size; };
+    if (failure)
+        throw QZTrace(failure, kClass, QZ_W("Replace"))
+            .Argument(QZ_W("QZPVoid"), find, shown(findSize))
             .Argument(QZ_W("QZInt64"), findSize)
-            .Argument(QZ_W("QZPVoid"), with, withSize < 0 ? 0 : withSize)
-            .Argument(QZ_W("QZInt64"), withSize);
-        throw;
-    }
+            .Argument(QZ_W("QZPVoid"), with, shown(withSize))
+            .Argument(QZ_W("QZInt64"), withSize)
+            .Exception();
     return result;
 }
 
@@ -395,7 +397,8 @@ void QZData::Set(const void* p, QZInt64 size)
     if (size > 0) QZMemCopy(GetPointer(), p, size);
 }
 
-unsigned char* QZData::Element(QZInt64 index, QZInt64 width, const QZWChar* method) const
+/// @return null for an index that is no good
+unsigned char* QZData::Element(QZInt64 index, QZInt64 width) const
 {
     const auto places = static_cast<QZUInt32>(static_cast<QZUInt64>(index) + 1);
     const auto size = static_cast<QZUInt32>(GetSize());
@@ -403,17 +406,33 @@ unsigned char* QZData::Element(QZInt64 index, QZInt64 width, const QZWChar* meth
     // else slips through lies outside of the buffer and is refused as well.
     if (QZUInt64{places} * static_cast<QZUInt64>(width) > size || index < -1 ||
         (index >= 0 && index >= GetSize() / width))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), kClass,
-                      method)
-            .Argument(QZ_W("QZInt64"), index)
-            .Exception();
+        return nullptr;
     return block::Data(m_block) + index * width;
 }
 
 template <typename T>
-void QZData::Store(QZInt64 index, T value, const QZWChar* method)
+T QZData::Load(QZInt64 index, const QZWChar* method) const
 {
-    unsigned char* place = Element(index, sizeof(T), method);
+    const unsigned char* place = Element(index, sizeof(T));
+    if (!place)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), kClass,
+                      method)
+            .Argument(QZ_W("QZInt64"), index)
+            .Exception();
+    return QZLoad<T>(place);
+}
+
+template <typename T>
+void QZData::Store(QZInt64 index, T value, const QZWChar* method, const QZWChar* type)
+{
+    using Shown = std::conditional_t<std::is_floating_point_v<T>, double, QZInt64>;
+    unsigned char* place = Element(index, sizeof(T));
+    if (!place)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), kClass,
+                      method)
+            .Argument(QZ_W("QZInt64"), index)
+            .Argument(type, static_cast<Shown>(value))
+            .Exception();
     const unsigned char* first = QZAt(m_block, block::kHeaderSize);
     if (place >= first) return QZStore(place, value);
     // In front of data without enough head room lie the block's own words; those bytes are left out.
@@ -423,55 +442,58 @@ void QZData::Store(QZInt64 index, T value, const QZWChar* method)
         if (place + i >= first) place[i] = bytes[i];
 }
 
-QZInt64 QZData::GetValueInt64(QZInt64 index) const
+QZInt64 QZData::GetValueInt64(QZInt64 index) const { return Load<QZInt64>(index, QZ_W("GetValueInt64")); }
+
+QZUInt64 QZData::GetValueUInt64(QZInt64 index) const { return Load<QZUInt64>(index, QZ_W("GetValueUInt64")); }
+
+double QZData::GetValueDouble(QZInt64 index) const { return Load<double>(index, QZ_W("GetValueDouble")); }
+
+QZInt32 QZData::GetValueInt32(QZInt64 index) const { return Load<QZInt32>(index, QZ_W("GetValueInt32")); }
+
+QZUInt32 QZData::GetValueUInt32(QZInt64 index) const { return Load<QZUInt32>(index, QZ_W("GetValueUInt32")); }
+
+QZInt16 QZData::GetValueInt16(QZInt64 index) const { return Load<QZInt16>(index, QZ_W("GetValueInt16")); }
+
+QZUInt16 QZData::GetValueUInt16(QZInt64 index) const { return Load<QZUInt16>(index, QZ_W("GetValueUInt16")); }
+
+QZByte QZData::GetValueByte(QZInt64 index) const { return Load<QZByte>(index, QZ_W("GetValueByte")); }
+
+void QZData::SetValueInt64(QZInt64 index, QZInt64 value)
 {
-    return QZLoad<QZInt64>(Element(index, 8, QZ_W("GetValueInt64")));
+    Store(index, value, QZ_W("SetValueInt64"), QZ_W("QZInt64"));
 }
 
-QZUInt64 QZData::GetValueUInt64(QZInt64 index) const
+void QZData::SetValueUInt64(QZInt64 index, QZUInt64 value)
 {
-    return QZLoad<QZUInt64>(Element(index, 8, QZ_W("GetValueUInt64")));
+    Store(index, value, QZ_W("SetValueUInt64"), QZ_W("QZUInt64"));
 }
 
-double QZData::GetValueDouble(QZInt64 index) const
+void QZData::SetValueDouble(QZInt64 index, double value)
 {
-    return QZLoad<double>(Element(index, 8, QZ_W("GetValueDouble")));
+    Store(index, value, QZ_W("SetValueDouble"), QZ_W("QZDouble"));
 }
 
-QZInt32 QZData::GetValueInt32(QZInt64 index) const
+void QZData::SetValueInt32(QZInt64 index, QZInt32 value)
 {
-    return QZLoad<QZInt32>(Element(index, 4, QZ_W("GetValueInt32")));
+    Store(index, value, QZ_W("SetValueInt32"), QZ_W("QZInt32"));
 }
 
-QZUInt32 QZData::GetValueUInt32(QZInt64 index) const
+void QZData::SetValueUInt32(QZInt64 index, QZUInt32 value)
 {
-    return QZLoad<QZUInt32>(Element(index, 4, QZ_W("GetValueUInt32")));
+    Store(index, value, QZ_W("SetValueUInt32"), QZ_W("QZUInt32"));
 }
 
-QZInt16 QZData::GetValueInt16(QZInt64 index) const
+void QZData::SetValueInt16(QZInt64 index, QZInt16 value)
 {
-    return QZLoad<QZInt16>(Element(index, 2, QZ_W("GetValueInt16")));
+    Store(index, value, QZ_W("SetValueInt16"), QZ_W("QZInt16"));
 }
 
-QZUInt16 QZData::GetValueUInt16(QZInt64 index) const
+void QZData::SetValueUInt16(QZInt64 index, QZUInt16 value)
 {
-    return QZLoad<QZUInt16>(Element(index, 2, QZ_W("GetValueUInt16")));
+    Store(index, value, QZ_W("SetValueUInt16"), QZ_W("QZUInt16"));
 }
 
-QZByte QZData::GetValueByte(QZInt64 index) const { return *Element(index, 1, QZ_W("GetValueByte")); }
-
-void QZData::SetValueInt64(QZInt64 index, QZInt64 value) { Store(index, value, QZ_W("SetValueInt64")); }
-
-void QZData::SetValueUInt64(QZInt64 index, QZUInt64 value) { Store(index, value, QZ_W("SetValueUInt64")); }
-
-void QZData::SetValueDouble(QZInt64 index, double value) { Store(index, value, QZ_W("SetValueDouble")); }
-
-void QZData::SetValueInt32(QZInt64 index, QZInt32 value) { Store(index, value, QZ_W("SetValueInt32")); }
-
-void QZData::SetValueUInt32(QZInt64 index, QZUInt32 value) { Store(index, value, QZ_W("SetValueUInt32")); }
-
-void QZData::SetValueInt16(QZInt64 index, QZInt16 value) { Store(index, value, QZ_W("SetValueInt16")); }
-
-void QZData::SetValueUInt16(QZInt64 index, QZUInt16 value) { Store(index, value, QZ_W("SetValueUInt16")); }
-
-void QZData::SetValueByte(QZInt64 index, QZByte value) { Store(index, value, QZ_W("SetValueByte")); }
+void QZData::SetValueByte(QZInt64 index, QZByte value)
+{
+    Store(index, value, QZ_W("SetValueByte"), QZ_W("QZByte"));
+}

@@ -8,6 +8,7 @@
 #include "fw/fw_types.h"
 
 class QZDataCollection;
+class QZException;
 
 /// A byte buffer, and the base of all classes that hold raw content.
 ///
@@ -167,11 +168,13 @@ private:
     void AppendBytes(const void* p, QZInt64 size);
     void PrependBytes(const void* p, QZInt64 size);
     void ReleaseBlock();
-    QZInt64 ReplaceInto(QZData* target, const void* find, QZInt64 findSize, const void* with,
-                        QZInt64 withSize);
-    unsigned char* Element(QZInt64 index, QZInt64 width, const QZWChar* method) const;
+    QZException* ReplaceInto(QZData** result, const void* find, QZInt64 findSize, const void* with,
+                             QZInt64 withSize);
+    unsigned char* Element(QZInt64 index, QZInt64 width) const;
     template <typename T>
-    void Store(QZInt64 index, T value, const QZWChar* method);
+    T Load(QZInt64 index, const QZWChar* method) const;
+    template <typename T>
+    void Store(QZInt64 index, T value, const QZWChar* method, const QZWChar* type);
 };
 
 #endif

@@ -1,6 +1,7 @@
 #include "fw/fw_data_find.h"
 
 #include <cstring>
+#include <limits>
 
 #include "fw/fw_bytes.h"
 #include "fw/fw_exception_code.h"
@@ -26,8 +27,14 @@ QZInt64 QZBytesFind(const void* data, QZInt64 size, const void* pattern, QZInt64
 
 QZInt64 QZBytesReplaceBound(QZInt64 size, QZInt64 findSize, QZInt64 withSize)
 {
-    const QZInt64 difference = withSize > findSize ? withSize - findSize : findSize - withSize;
-    return size + size / findSize * difference;
+    const QZInt64 larger = withSize > findSize ? withSize : findSize;
+    const QZInt64 smaller = withSize > findSize ? findSize : withSize;
+    QZInt64 bound = 0;
+    // What no number can hold no memory can either.
+    if (__builtin_sub_overflow(larger, smaller, &bound) ||
+        __builtin_mul_overflow(size / findSize, bound, &bound) || __builtin_add_overflow(size, bound, &bound))
+        return std::numeric_limits<QZInt64>::max();
+    return bound;
 }
 
 QZInt64 QZBytesReplace(void* target, const void* source, QZInt64 size, const void* find, QZInt64 findSize,

@@ -62,7 +62,7 @@ QZBool QZObjectCollection::Push(QZObject* object) { return m_elements->Push(ToWo
 
 QZObject* QZObjectCollection::Pop() { return FromWord<QZObject>(m_elements->Pop()); }
 
-void QZObjectCollection::RemoveElement(QZInt64 index) { m_elements->RemoveElement(index); }
+QZBool QZObjectCollection::RemoveElement(QZInt64 index) { return m_elements->RemoveElement(index); }
 
 QZBool QZObjectCollection::RemoveElement(QZObject* object)
 {
@@ -271,11 +271,17 @@ private:
     bool m_plain = true;
 };
 
-[[noreturn]] void ThrowKey(QZInt64 code, const QZWChar* method)
+template <typename Key>
+[[noreturn]] void ThrowKey(QZInt64 code, const QZWChar* method, const QZWChar* type, Key key)
 {
     throw QZTrace(QZExceptionFactory::CreateException(code), QZ_W("QZKeyValueCollection"), method)
+        .Argument(type, key)
         .Exception();
 }
+
+const QZWChar* TypeName(const char*) { return QZ_W("QZChar*"); }
+const QZWChar* TypeName(const QZWChar*) { return QZ_W("QZWChar*"); }
+const QZWChar* TypeName(QZString*) { return QZ_W("QZString*"); }
 
 }  // namespace
 
@@ -296,7 +302,7 @@ void QZKeyValueCollection::Unlock(QZObject* object)
 template <typename Key>
 QZBool QZKeyValueCollection::AddCopy(Key key, QZObject* object)
 {
-    if (!key) ThrowKey(QZExceptionCode::KeyIsBad, QZ_W("Add"));
+    if (!key) ThrowKey(QZExceptionCode::KeyIsBad, QZ_W("Add"), TypeName(key), key);
     return AddToCollection(QZStringFactory::CreateString(key), object);
 }
 
@@ -307,11 +313,12 @@ QZBool QZKeyValueCollection::Add(QZString* key, QZObject* object) { return AddCo
 QZBool QZKeyValueCollection::AddToCollection(QZString* key, QZObject* object)
 {
     const QZWChar* const method = QZ_W("AddToCollection");
+    const QZWChar* const type = QZ_W("QZString*");
     try
     {
-        if (!key || key->GetSize() == 0) ThrowKey(QZExceptionCode::KeyIsBad, method);
-        if (IndexOf(key) >= 0) ThrowKey(QZExceptionCode::KeyIsExists, method);
-        if (!object) ThrowKey(QZExceptionCode::NullPointer, method);
+        if (!key || key->GetSize() == 0) ThrowKey(QZExceptionCode::KeyIsBad, method, type, key);
+        if (IndexOf(key) >= 0) ThrowKey(QZExceptionCode::KeyIsExists, method, type, key);
+        if (!object) ThrowKey(QZExceptionCode::NullPointer, method, type, key);
         object->SetDisposable(GetObjectID(), 0);
     }
     catch (QZException*)
@@ -328,7 +335,7 @@ QZBool QZKeyValueCollection::AddToCollection(QZString* key, QZObject* object)
 template <typename Key>
 QZInt64 QZKeyValueCollection::IndexOf(Key key)
 {
-    if (!key) ThrowKey(QZExceptionCode::NullPointer, QZ_W("GetIndex"));
+    if (!key) ThrowKey(QZExceptionCode::NullPointer, QZ_W("GetIndex"), TypeName(key), key);
     const KeyText text(key);
     const QZInt64 count = std::min(m_count, m_lists->keys->Count());
     for (QZInt64 index = 0; index < count; ++index)

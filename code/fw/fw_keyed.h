@@ -34,7 +34,7 @@ public:
     /// Takes the last one out.
     /// @throws QZException 1024 when there is none
     virtual QZObject* Pop();
-    virtual void RemoveElement(QZInt64 index);
+    virtual QZBool RemoveElement(QZInt64 index);
     /// Takes out every occurrence; true when at least one went.
     virtual QZBool RemoveElement(QZObject* object);
     /// Forgets all elements.
@@ -44,9 +44,9 @@ public:
     virtual QZInt64 Count();
 
     template <std::integral I>
-    void RemoveElement(I index)
+    QZBool RemoveElement(I index)
     {
-        RemoveElement(static_cast<QZInt64>(index));
+        return RemoveElement(static_cast<QZInt64>(index));
     }
 
 protected:

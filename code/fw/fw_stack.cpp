@@ -103,5 +103,5 @@ void QZStack::LengthMax(QZInt64 length)
                       QZ_W("QZStack"), QZ_W("LengthMax"))
             .Argument(QZ_W("QZInt64"), length)
             .Exception();
-    if (length > 0 && length * 8 + 8 > GetSize()) NewSize(length * 8 + 8);
+    if (length >= 0 && length * 8 + 8 > GetSize()) NewSize(length * 8 + 8);
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "fw/fw_library.h"
+#include "fw/without_memory.h"
 #include "support/qz_test.h"
 
 namespace
@@ -234,7 +235,7 @@ TEST(Collection, RemoveElementMovesTheOthersUp)
 {
     QZCollection collection;
     Fill(collection, {1, 2, 3, 4});
-    collection.RemoveElement(1);
+    EXPECT_TRUE(collection.RemoveElement(1));
     EXPECT_EQ(ElementsOf(collection), (Words{1, 3, 4}));
     collection.RemoveElement(2);
     EXPECT_EQ(ElementsOf(collection), (Words{1, 3}));
@@ -525,6 +526,26 @@ TEST(Collection, ImpossibleLengthsAreOutOfMemoryAndLeaveTheElements)
     EXPECT_QZ_THROW(collection.NewLength(QZInt64{1} << 57), 4352);
     EXPECT_EQ(ElementsOf(collection), (Words{1, 2, 3}));
     QZLastError = 0;
+}
+
+TEST(Collection, PushWithoutMemoryLeavesTheElementsAndTheCount)
+{
+    QZCollection collection;
+    for (QZUInt64 i = 0; i < 100; ++i) collection.Push(i);
+    QZLastError = 0;
+    EXPECT_EQ(qztest::WithoutMemory([&] { collection.NewLength(600); }).code, 4352);
+    EXPECT_EQ(collection.Count(), 100);
+    EXPECT_EQ(qztest::WithoutMemory([&] {
+                  for (int i = 0; i < 1000; ++i) collection.Push(1000);
+              }).code,
+              4352);
+    QZLastError = 0;
+    EXPECT_LT(collection.Count(), 1000);
+    EXPECT_EQ(collection.GetSize(), collection.Count() * 8 + 8);
+    EXPECT_EQ(collection.GetElement(99), 99u);
+    EXPECT_TRUE(collection.Check());
+    EXPECT_TRUE(collection.Push(7));
+    EXPECT_EQ(collection.Pop(), 7u);
 }
 
 TEST(Collection, ClearedCollectionIsReused)

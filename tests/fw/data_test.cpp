@@ -1,46 +1,19 @@
 #include "fw/fw_data.h"
 
 #include <limits>
-#include <string_view>
+#include <string>
 
 #include "fw/assert_watch.h"
-#include "fw/fw_data_factory.h"
-#include "fw/fw_keyed.h"
 #include "fw/fw_memory.h"
+#include "fw/without_memory.h"
 #include "support/qz_test.h"
 
 namespace
 {
 
-QZData Of(std::string_view text) { return QZData(text.data(), static_cast<QZInt64>(text.size())); }
-
 std::string Text(const QZData& data)
 {
     return std::string(static_cast<const char*>(data.GetPointer()), static_cast<std::size_t>(data.GetSize()));
-}
-
-/// Replaces and gives the text of the new object, which goes back.
-std::string Replaced(QZData& source, std::string_view find, std::string_view with)
-{
-    QZData pattern = Of(find);
-    QZData substitute = Of(with);
-    QZData* result = source.Replace(&pattern, &substitute);
-    std::string text = Text(*result);
-    QZData::Recycle(&result);
-    return text;
-}
-
-/// The pieces with "|" between them.
-std::string Pieces(std::string_view text, std::string_view separator)
-{
-    QZData source = Of(text);
-    QZData mark = Of(separator);
-    QZDataCollection* pieces = source.Split(&mark);
-    std::string all;
-    for (QZInt64 i = 0; i < pieces->Count(); ++i) all += (i ? "|" : "") + Text(*pieces->GetElement(i));
-    QZData::Recycle(&pieces);
-    EXPECT_EQ(pieces, nullptr);
-    return all;
 }
 
 }  // namespace
@@ -370,69 +343,6 @@ TEST(Data, FillRepeatsTheFourBytesAndTheTailGetsTheLowOnes)
     EXPECT_TRUE(small.Check());
 }
 
-// ---- Find
-
-TEST(Data, FindGivesTheFirstPosition)
-{
-    QZData data("abcabcabd", 9);
-    QZData pattern("abd", 3);
-    EXPECT_EQ(data.Find(&pattern), 6);
-    EXPECT_EQ(data.Find("abc", 3), 0);
-    EXPECT_EQ(data.Find("c", 1), 2);
-    EXPECT_EQ(data.Find("x", 1), -1);
-    EXPECT_EQ(data.Find("abcabcabdx", 10), -1);
-    EXPECT_EQ(data.Find("", 0), -1);
-    QZData empty;
-    EXPECT_EQ(empty.Find("a", 1), -1);
-}
-
-TEST(Data, FindOfANullPatternIsZero)
-{
-    QZData data("abc", 3);
-    EXPECT_EQ(data.Find(static_cast<void*>(nullptr), 2), 0);
-    EXPECT_EQ(data.Find(static_cast<QZData*>(nullptr)), 0);
-}
-
-TEST(Data, FindNextGoesOnBehindTheRememberedPlace)
-{
-    QZData data("aaaaa", 5);
-    QZData pattern("aa", 2);
-    EXPECT_EQ(data.Find(&pattern), 0);
-    EXPECT_EQ(data.FindNext(&pattern), 2);
-    EXPECT_EQ(data.FindNext(&pattern), -1);
-}
-
-TEST(Data, FindNextWithNothingFoundBeforeStartsAtThePatternsSizeLessOne)
-{
-    QZData data("abab", 4);
-    QZData pattern("ab", 2);
-    EXPECT_EQ(data.FindNext(&pattern), 2);
-    EXPECT_EQ(data.FindNext(&pattern), -1);
-    EXPECT_EQ(data.FindNext(&pattern), 2);
-    QZData single("b", 1);
-    QZData other("bcb", 3);
-    EXPECT_EQ(other.FindNext(&single), 0);
-}
-
-TEST(Data, FindNextSkipsByTheSizeOfThePatternGivenNow)
-{
-    QZData data("abcdeabcde", 10);
-    EXPECT_EQ(data.Find("a", 1), 0);
-    QZData pattern("bcde", 4);
-    EXPECT_EQ(data.FindNext(&pattern), 6);
-}
-
-TEST(Data, SetForgetsTheRememberedPosition)
-{
-    QZData data("aaaa", 4);
-    QZData pattern("a", 1);
-    data.Find(&pattern);
-    data.FindNext(&pattern);
-    EXPECT_EQ(data.FindNext(&pattern), 2);
-    data.Set("aaaa", 4);
-    EXPECT_EQ(data.FindNext(&pattern), 0);
-}
-
 // ---- Append and prepend
 
 TEST(Data, AppendAddsBehindTheData)
@@ -516,107 +426,6 @@ TEST(Data, PrependAddsInFrontAndMayBeItself)
     EXPECT_EQ(Text(data), expected);
     data.Prepend("", 0);
     EXPECT_EQ(Text(data), expected);
-}
-
-// ---- Replace and split
-
-TEST(Data, ReplaceGivesANewBufferAndKeepsTheSource)
-{
-    QZData data("one two one", 11);
-    EXPECT_EQ(Replaced(data, "one", "three"), "three two three");
-    EXPECT_EQ(Replaced(data, "one", "1"), "1 two 1");
-    EXPECT_EQ(Replaced(data, "one", ""), " two ");
-    EXPECT_EQ(Replaced(data, "one two one", "x"), "x");
-    EXPECT_EQ(Text(data), "one two one");
-}
-
-TEST(Data, ReplaceOfAnAbsentPatternGivesACopy)
-{
-    QZData data("abc", 3);
-    EXPECT_EQ(Replaced(data, "x", "yyyy"), "abc");
-    EXPECT_EQ(Replaced(data, "abcd", "y"), "abc");
-}
-
-TEST(Data, ReplacedMatchesDoNotOverlap)
-{
-    QZData data("aaaaa", 5);
-    EXPECT_EQ(Replaced(data, "aa", "b"), "bba");
-    EXPECT_EQ(Replaced(data, "aa", "aaa"), "aaaaaaa");
-}
-
-TEST(Data, ReplaceInNothingGivesNothing)
-{
-    QZData data;
-    EXPECT_EQ(Replaced(data, "a", "b"), "");
-}
-
-TEST(Data, ReplaceWithRawBytes)
-{
-    QZData data("a-b-c", 5);
-    QZData* result = data.Replace("-", 1, "::", 2);
-    EXPECT_EQ(Text(*result), "a::b::c");
-    QZData::Recycle(&result);
-    result = data.Replace("-", 1, nullptr, 0);
-    EXPECT_EQ(Text(*result), "abc");
-    QZData::Recycle(&result);
-    EXPECT_EQ(result, nullptr);
-}
-
-TEST(Data, ReplaceWithANullSubstituteOfSomeLengthIsEmptyAndSetsTheLastError)
-{
-    QZData data("a-b", 3);
-    QZLastError = 0;
-    QZData* result = data.Replace("-", 1, nullptr, 2);
-    EXPECT_EQ(result->GetSize(), 0);
-    EXPECT_EQ(QZLastError, 256);
-    QZData::Recycle(&result);
-    QZLastError = 0;
-    result = data.Replace(nullptr, 1, "x", 1);
-    EXPECT_EQ(result->GetSize(), 0);
-    EXPECT_EQ(QZLastError, 256);
-    QZData::Recycle(&result);
-    QZLastError = 0;
-}
-
-TEST(Data, ReplaceForgetsTheRememberedPosition)
-{
-    QZData data("abab", 4);
-    QZData pattern("b", 1);
-    EXPECT_EQ(data.Find(&pattern), 1);
-    Replaced(data, "x", "y");
-    EXPECT_EQ(data.FindNext(&pattern), 1);
-}
-
-TEST(Data, ReplaceThatFailsTellsClassMethodTypesAndBytes)
-{
-    QZData data("abc", 3);
-    QZData empty;
-    QZData with("\x01\xFF", 2);
-    const qztest::Thrown thrown = qztest::Catch([&] { data.Replace(&empty, &with); });
-    EXPECT_EQ(thrown.code, 256);
-    EXPECT_EQ(thrown.stackTrace, "QZData::Replace(QZData*, QZData*)");
-}
-
-TEST(Data, SplitAlwaysAddsTheRest)
-{
-    EXPECT_EQ(Pieces("a,b,", ","), "a|b|");
-    EXPECT_EQ(Pieces(",", ","), "|");
-    EXPECT_EQ(Pieces("abc", ","), "abc");
-    EXPECT_EQ(Pieces("", ","), "");
-    EXPECT_EQ(Pieces("a::b::::c", "::"), "a|b||c");
-    EXPECT_EQ(Pieces("aaa", "aa"), "|a");
-    EXPECT_EQ(Pieces("abc", ""), "abc");
-}
-
-TEST(Data, SplitOfNothingIsOneEmptyPiece)
-{
-    QZData source;
-    QZData mark(",", 1);
-    QZDataCollection* pieces = source.Split(&mark);
-    ASSERT_EQ(pieces->Count(), 1);
-    EXPECT_EQ(pieces->GetElement(0)->GetSize(), 0);
-    EXPECT_EQ(pieces->GetElement(0)->GetType(), QZData::Type);
-    source.Recycle(&pieces);
 }
 
 // ---- Set
@@ -750,6 +559,47 @@ TEST(Data, ElementFailureNamesMethodAndIndex)
     EXPECT_EQ(thrown.argumentTrace, "QZData::GetValueInt32(7)");
 }
 
+TEST(Data, ElementFailureOfSettingNamesTheValueToo)
+{
+    QZData data(4);
+    qztest::Thrown thrown = qztest::Catch([&] { data.SetValueInt16(7, -3); });
+    EXPECT_EQ(thrown.stackTrace, "QZData::SetValueInt16(QZInt64, QZInt16)");
+    EXPECT_EQ(thrown.argumentTrace, "QZData::SetValueInt16(7, -3)");
+    thrown = qztest::Catch([&] { data.SetValueDouble(0, 0.5); });
+    EXPECT_EQ(thrown.argumentTrace, "QZData::SetValueDouble(0, 0.5)");
+}
+
+// ---- Out of memory
+
+TEST(Data, GrowthWithoutMemoryThrowsAndKeepsTheData)
+{
+    using qztest::WithoutMemory;
+    QZData data("abc", 3);
+    QZData other("xyz", 3);
+    other.NewSize(20000, '.');
+    QZLastError = 0;
+    EXPECT_EQ(WithoutMemory([&] { data.NewSize(20000); }).code, 4352);
+    EXPECT_EQ(QZLastError, 4352);
+    EXPECT_EQ(WithoutMemory([&] { data.Append(&other); }).code, 4352);
+    EXPECT_EQ(WithoutMemory([&] { data.Prepend(&other); }).code, 4352);
+    EXPECT_EQ(WithoutMemory([&] { data.Set(&other); }).code, 4352);
+    EXPECT_EQ(WithoutMemory([&] { QZData fresh(20000); }).code, 4352);
+    EXPECT_EQ(WithoutMemory([&] { QZData copy(&other); }).code, 4352);
+    EXPECT_EQ(WithoutMemory([&] { data = other; }).code, 4352);
+    EXPECT_EQ(WithoutMemory([&] { other.Append(&other); }).code, 4352);
+    EXPECT_EQ(Text(data), "abc");
+    EXPECT_TRUE(data.Check());
+    EXPECT_EQ(other.GetSize(), 20000);
+    QZLastError = 0;
+}
+
+TEST(Data, GrowthWithoutMemoryThrowsTheLastErrorThatStands)
+{
+    QZLastError = 256;
+    EXPECT_QZ_THROW(QZData(-1), 256);
+    QZLastError = 0;
+}
+
 // ---- Hooks
 
 TEST(Data, CopiesGoThroughTheCopyHook)
@@ -766,97 +616,4 @@ TEST(Data, CopiesGoThroughTheCopyHook)
         [](void* to, void* from, QZInt64 size) { std::memmove(to, from, static_cast<std::size_t>(size)); });
     EXPECT_EQ(copied, 5);
     EXPECT_EQ(Text(data), "abcdefgh");
-}
-
-// ---- Factory
-
-TEST(DataFactory, RecycledBufferComesBackEmptyWithItsStorage)
-{
-    QZData* data = QZDataFactory::CreateData();
-    data->NewSize(100);
-    data->SetOffset(10);
-    QZData* same = data;
-    QZDataFactory::Recycle(&data);
-    EXPECT_EQ(data, nullptr);
-    data = QZDataFactory::CreateData();
-    EXPECT_EQ(data, same);
-    EXPECT_EQ(data->GetSize(), 0);
-    EXPECT_EQ(data->GetOffset(), 64);
-    EXPECT_TRUE(data->Check());
-    QZDataFactory::Recycle(&data);
-}
-
-TEST(DataFactory, CollectionTakenForDataGoesToItsOwnCache)
-{
-    QZCollection* collection = QZDataFactory::CreateCollection();
-    collection->Push(1);
-    collection->Push(2);
-    QZData* asData = collection;
-    QZDataFactory::Recycle(&asData);
-    EXPECT_EQ(asData, nullptr);
-    QZCollection* again = QZDataFactory::CreateCollection();
-    EXPECT_EQ(again, collection);
-    EXPECT_EQ(again->Count(), 0);
-    EXPECT_TRUE(again->Check());
-    again->Push(7);
-    EXPECT_EQ(again->GetElement(0), 7u);
-    EXPECT_TRUE(again->Check());
-    QZDataFactory::Recycle(&again);
-    EXPECT_EQ(again, nullptr);
-}
-
-TEST(DataFactory, ForeignTypesAreRefusedWithoutACode)
-{
-    QZStack stack;
-    QZData* data = &stack;
-    EXPECT_QZ_THROW(QZDataFactory::Recycle(&data), 0);
-    EXPECT_EQ(data, &stack);
-}
-
-TEST(DataFactory, LockedObjectsAreRefusedAndTheVariableStays)
-{
-    QZData* data = QZDataFactory::CreateData();
-    data->SetDisposable(1, 0);
-    EXPECT_QZ_THROW(QZDataFactory::Recycle(&data), 1280);
-    ASSERT_NE(data, nullptr);
-    data->SetDisposable(1, 1);
-    QZDataFactory::Recycle(&data);
-}
-
-TEST(DataFactory, DataCollectionForgetsItsElements)
-{
-    QZData* data = QZDataFactory::CreateData();
-    QZDataCollection* collection = QZDataFactory::CreateDataCollection();
-    collection->Push(data);
-    QZDataFactory::Recycle(&collection);
-    EXPECT_EQ(collection, nullptr);
-    collection = QZDataFactory::CreateDataCollection();
-    EXPECT_EQ(collection->Count(), 0);
-    data->Append("still mine", 10);
-    QZDataFactory::Recycle(&data);
-    QZDataFactory::Recycle(&collection);
-}
-
-TEST(DataFactory, NullInTheVariableIsABrokenAssertion)
-{
-    qztest::AssertWatch watch;
-    QZData* data = nullptr;
-    QZDataFactory::Recycle(&data);
-    QZCollection* collection = nullptr;
-    QZDataFactory::Recycle(&collection);
-    QZDataCollection* datas = nullptr;
-    QZDataFactory::Recycle(&datas);
-    QZData::Recycle(&datas);
-    EXPECT_EQ(watch.Count(), 4);
-}
-
-TEST(DataFactory, MemorySizeIsThatOfTheIdleObjects)
-{
-    QZDataFactory::Collect(0);
-    const QZInt64 none = QZDataFactory::GetMemorySize();
-    QZData* data = QZDataFactory::CreateData();
-    QZDataFactory::Recycle(&data);
-    EXPECT_EQ(QZDataFactory::GetMemorySize() - none, 4096 + 8);
-    QZDataFactory::Collect(0);
-    EXPECT_EQ(QZDataFactory::GetMemorySize(), none);
 }

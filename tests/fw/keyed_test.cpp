@@ -21,7 +21,7 @@ TEST(ObjectCollection, HoldsPointersByPosition)
     EXPECT_EQ(collection.GetElement(1), &c);
     EXPECT_TRUE(a.IsDisposable());
     EXPECT_EQ(collection.Pop(), &a);
-    collection.RemoveElement(0);
+    EXPECT_TRUE(collection.RemoveElement(0));
     EXPECT_EQ(collection.GetElement(0), &c);
     collection.Clear();
     EXPECT_EQ(collection.Count(), 0);
@@ -296,6 +296,15 @@ TEST_F(KeyValueCollection, NullKeysOfLookUpsThrow)
     EXPECT_QZ_THROW(map.GetIndex(static_cast<QZString*>(nullptr)), 1792);
     EXPECT_QZ_THROW(map.GetElement(static_cast<char*>(nullptr)), 1792);
     EXPECT_QZ_THROW(map.IsExists(nullptr), 1792);
+}
+
+TEST_F(KeyValueCollection, FailuresNameTheKey)
+{
+    map.Add("Key", &a);
+    const qztest::Thrown thrown = qztest::Catch([&] { map.Add("KEY", &b); });
+    EXPECT_EQ(thrown.message, " KeyIsExists");
+    EXPECT_EQ(thrown.stackTrace, "QZKeyValueCollection::AddToCollection(QZString*)");
+    EXPECT_EQ(thrown.argumentTrace, "QZKeyValueCollection::AddToCollection(KEY)");
 }
 
 TEST_F(KeyValueCollection, ObjectStandsInOneKeyedCollectionOnly)

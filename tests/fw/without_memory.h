@@ -1,0 +1,31 @@
+#ifndef QZLIB_TESTS_FW_WITHOUT_MEMORY_H
+#define QZLIB_TESTS_FW_WITHOUT_MEMORY_H
+
+#include "os/os_system.h"
+#include "support/qz_test.h"
+
+namespace qztest
+{
+
+/// Runs the call with a system that refuses the first request for memory, and gives what it threw.
+template <typename Call>
+Thrown WithoutMemory(Call&& call)
+{
+    bool refused = false;
+    os::TestHooks hooks{};
+    hooks.Context = &refused;
+    hooks.Gate = [](void* context, os::Op operation, QZInt64*, QZUInt32*) {
+        if (operation != os::Op::Allocate || *static_cast<bool*>(context)) return true;
+        *static_cast<bool*>(context) = true;
+        return false;
+    };
+    os::SetTestHooks(&hooks);
+    Thrown thrown = Catch(call);
+    os::SetTestHooks(nullptr);
+    EXPECT_TRUE(refused);
+    return thrown;
+}
+
+}  // namespace qztest
+
+#endif
