@@ -337,9 +337,11 @@ QZInt64 QZKeyValueCollection::IndexOf(Key key)
 {
     if (!key) ThrowKey(QZExceptionCode::NullPointer, QZ_W("GetIndex"), TypeName(key), key);
     const KeyText text(key);
-    const QZInt64 count = std::min(m_count, m_lists->keys->Count());
+    // Straight through the words: this walk is what every look-up costs.
+    const QZUInt64* words = m_lists->keys->m_elements->GetPointer();
+    const QZInt64 count = std::min(m_count, static_cast<QZInt64>(words[0]));
     for (QZInt64 index = 0; index < count; ++index)
-        if (text.IsKeyOf(m_lists->keys->GetElement(index))) return index;
+        if (text.IsKeyOf(FromWord<QZString>(words[index + 1]))) return index;
     return -1;
 }
 
