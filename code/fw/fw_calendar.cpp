@@ -140,6 +140,9 @@ QZInt64 MilliSecondsOf(QZInt64 value)
 QZInt64 AddYears(QZInt64 timestamp, QZInt64 years)
 {
     QZInt64 year = YearOf(timestamp);
+    // Lengths come round every 400 years, so no count takes more steps than that.
+    timestamp = Sum(timestamp, Product(years / 400, kDaysIn400Years * kDay));
+    years %= 400;
     for (; years > 0; --years)
         timestamp = Sum(timestamp, (IsLeapYear(++year) ? kDaysInYear + 1 : kDaysInYear) * kDay);
     for (; years < 0; ++years)
@@ -151,6 +154,8 @@ QZInt64 AddMonths(QZInt64 timestamp, QZInt64 months)
 {
     QZInt64 year = YearOf(timestamp);
     QZInt64 month = MonthOf(timestamp);
+    timestamp = Sum(timestamp, Product(months / 4800, kDaysIn400Years * kDay));
+    months %= 4800;
     for (; months > 0; --months)
     {
         timestamp = Sum(timestamp, DaysInMonth(year, month) * kDay);

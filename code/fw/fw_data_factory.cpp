@@ -2,108 +2,192 @@
 
 #include "fw/fw_collection.h"
 #include "fw/fw_data.h"
+#include "fw/fw_data_type.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_library.h"
 #include "fw/fw_object_cache.h"
+#include "fw/fw_time.h"
 #include "fw/fw_trace.h"
+#include "fw/fw_value.h"
 
-QZObjectCache* QZDataFactory::m_dataCache;
-QZObjectCache* QZDataFactory::m_dataCollectionCache;
-QZObjectCache* QZDataFactory::m_collectionCache;
+QZObjectCache* QZDataFactory::m_caches[kCaches];
 
-namespace
+QZDataFactory::Cache QZDataFactory::CacheOf(QZInt64 type)
 {
+    switch (type)
+    {
+        case QZDataType::BOOL: return kBool;
+        case QZDataType::INT8: return kInt8;
+        case QZDataType::INT16: return kInt16;
+        case QZDataType::INT32: return kInt32;
+        case QZDataType::INT64: return kInt64;
+        case QZDataType::DOUBLE: return kDouble;
+        case QZDataType::TIMESTAMP: return kTimestamp;
+        case QZDataType::DATETIME: return kDatetime;
+        case QZDataType::BYTE: return kByte;
+        case QZDataType::FLOAT: return kFloat;
+        default: return kData;
+    }
+}
 
-/// Gives the object back to its cache and clears the variable.
 template <typename T>
-void GiveBack(QZObjectCache* cache, T** variable)
+T* QZDataFactory::Take(Cache cache)
 {
+    return static_cast<T*>(m_caches[cache]->Out());
+}
+
+template <typename T, typename V>
+T* QZDataFactory::TakeValue(Cache cache, V value)
+{
+    T* data = Take<T>(cache);
+    try
+    {
+        data->SetValue(value);
+    }
+    catch (QZException*)
+    {
+        GiveBack(cache, &data);
+        throw;
+    }
+    return data;
+}
+
+/// Empties the object, gives it back to its cache and clears the variable.
+template <typename T>
+void QZDataFactory::GiveBack(Cache cache, T** variable)
+{
+    if (!*variable)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    (*variable)->Clear();
     QZObject* object = *variable;
-    cache->In(&object);
+    m_caches[cache]->In(&object);
     *variable = nullptr;
 }
 
-/// A null in the variable of a Recycle is a broken promise of the caller.
-template <typename T>
-bool IsNull(T** variable)
+QZData* QZDataFactory::CreateData() { return Take<QZData>(kData); }
+
+QZData* QZDataFactory::CreateData(QZInt64 type, QZData* source)
 {
-    if (*variable) return false;
-    QZLibAssert(0);
-    return true;
+    const Cache cache = CacheOf(type);
+    QZData* data = Take<QZData>(cache);
+    try
+    {
+        data->Set(source);
+    }
+    catch (QZException* e)
+    {
+        GiveBack(cache, &data);
+        QZTrace trace(e, QZ_W("QZDataFactory"), QZ_W("CreateData"));
+        trace.Argument(QZ_W("QZInt64"), type);
+        if (source)
+            trace.Argument(QZ_W("QZData*"), source->GetPointer(), source->GetSize());
+        else
+            trace.Argument(QZ_W("QZData*"), static_cast<const QZWChar*>(nullptr));
+        throw;
+    }
+    return data;
 }
 
-}  // namespace
+QZDataCollection* QZDataFactory::CreateDataCollection() { return Take<QZDataCollection>(kDataCollection); }
+QZCollection* QZDataFactory::CreateCollection() { return Take<QZCollection>(kCollection); }
 
-QZData* QZDataFactory::CreateData() { return static_cast<QZData*>(m_dataCache->Out()); }
-
-QZDataCollection* QZDataFactory::CreateDataCollection()
+QZDataDatetime* QZDataFactory::CreateDateTime(QZDateTime* time)
 {
-    return static_cast<QZDataCollection*>(m_dataCollectionCache->Out());
+    return TakeValue<QZDataDatetime>(kDatetime, time);
 }
 
-QZCollection* QZDataFactory::CreateCollection()
+QZDataDatetime* QZDataFactory::CreateDateTime(QZInt64 timestamp)
 {
-    return static_cast<QZCollection*>(m_collectionCache->Out());
+    return TakeValue<QZDataDatetime>(kDatetime, timestamp);
 }
+
+QZDataTimestamp* QZDataFactory::CreateTimestamp(QZInt64 timestamp)
+{
+    return TakeValue<QZDataTimestamp>(kTimestamp, timestamp);
+}
+
+QZDataDouble* QZDataFactory::CreateDouble(double value) { return TakeValue<QZDataDouble>(kDouble, value); }
+QZDataFloat* QZDataFactory::CreateFloat(float value) { return TakeValue<QZDataFloat>(kFloat, value); }
+QZDataInt64* QZDataFactory::CreateInt64(QZInt64 value) { return TakeValue<QZDataInt64>(kInt64, value); }
+QZDataInt32* QZDataFactory::CreateInt32(QZInt32 value) { return TakeValue<QZDataInt32>(kInt32, value); }
+QZDataInt16* QZDataFactory::CreateInt16(QZInt16 value) { return TakeValue<QZDataInt16>(kInt16, value); }
+QZDataInt8* QZDataFactory::CreateInt8(char value) { return TakeValue<QZDataInt8>(kInt8, value); }
+QZDataBool* QZDataFactory::CreateBool(QZBool value) { return TakeValue<QZDataBool>(kBool, value); }
+QZDataByte* QZDataFactory::CreateByte(QZByte value) { return TakeValue<QZDataByte>(kByte, value); }
 
 void QZDataFactory::Recycle(QZData** data)
 {
-    if (IsNull(data)) return;
+    if (!*data)
+    {
+        QZLibAssert(0);
+        return;
+    }
     (*data)->NewSize(0);
     (*data)->Clear();
     const QZInt64 type = (*data)->GetType();
-    if (type == QZData::Type) return GiveBack(m_dataCache, data);
-    if (type == QZCollection::Type) return GiveBack(m_collectionCache, data);
+    if (type == QZCollection::Type) return GiveBack(kCollection, data);
+    const Cache cache = CacheOf(type);
+    if (cache != kData || type == QZData::Type) return GiveBack(cache, data);
     throw QZTrace(QZExceptionFactory::CreateException(), QZ_W("QZDataFactory"), QZ_W("Recycle"))
         .Argument(QZ_W("QZData**"), type)
         .Exception();
 }
 
-void QZDataFactory::Recycle(QZDataCollection** collection)
-{
-    if (IsNull(collection)) return;
-    (*collection)->Clear();
-    GiveBack(m_dataCollectionCache, collection);
-}
-
-void QZDataFactory::Recycle(QZCollection** collection)
-{
-    if (IsNull(collection)) return;
-    (*collection)->Clear();
-    GiveBack(m_collectionCache, collection);
-}
+void QZDataFactory::Recycle(QZDataDatetime** data) { GiveBack(kDatetime, data); }
+void QZDataFactory::Recycle(QZDataTimestamp** data) { GiveBack(kTimestamp, data); }
+void QZDataFactory::Recycle(QZDataDouble** data) { GiveBack(kDouble, data); }
+void QZDataFactory::Recycle(QZDataFloat** data) { GiveBack(kFloat, data); }
+void QZDataFactory::Recycle(QZDataInt64** data) { GiveBack(kInt64, data); }
+void QZDataFactory::Recycle(QZDataInt32** data) { GiveBack(kInt32, data); }
+void QZDataFactory::Recycle(QZDataInt16** data) { GiveBack(kInt16, data); }
+void QZDataFactory::Recycle(QZDataInt8** data) { GiveBack(kInt8, data); }
+void QZDataFactory::Recycle(QZDataBool** data) { GiveBack(kBool, data); }
+void QZDataFactory::Recycle(QZDataByte** data) { GiveBack(kByte, data); }
+void QZDataFactory::Recycle(QZDataCollection** collection) { GiveBack(kDataCollection, collection); }
+void QZDataFactory::Recycle(QZCollection** collection) { GiveBack(kCollection, collection); }
 
 void QZDataFactory::Collect(QZBool partial)
 {
-    if (!m_dataCache) return;
-    m_dataCache->Collect(partial);
-    m_dataCollectionCache->Collect(partial);
-    m_collectionCache->Collect(partial);
+    if (!m_caches[kData]) return;
+    for (QZObjectCache* cache : m_caches) cache->Collect(partial);
 }
 
 QZInt64 QZDataFactory::GetMemorySize()
 {
-    return m_dataCache->GetMemorySize() + m_dataCollectionCache->GetMemorySize() +
-           m_collectionCache->GetMemorySize();
+    QZInt64 size = 0;
+    for (QZObjectCache* cache : m_caches) size += cache->GetMemorySize();
+    return size;
 }
 
 void QZDataFactoryInit()
 {
-    if (QZDataFactory::m_dataCache) return;
-    QZDataFactory::m_dataCache = new QZCache<QZData>(-1, -1);
-    QZDataFactory::m_dataCollectionCache = new QZCache<QZDataCollection>(-1, -1);
-    QZDataFactory::m_collectionCache = new QZCache<QZCollection>(-1, -1);
+    using Factory = QZDataFactory;
+    if (Factory::m_caches[Factory::kData]) return;
+    Factory::m_caches[Factory::kData] = new QZCache<QZData>(-1, -1);
+    Factory::m_caches[Factory::kDatetime] = new QZCache<QZDataDatetime>(-1, -1);
+    Factory::m_caches[Factory::kTimestamp] = new QZCache<QZDataTimestamp>(-1, -1);
+    Factory::m_caches[Factory::kDouble] = new QZCache<QZDataDouble>(-1, -1);
+    Factory::m_caches[Factory::kFloat] = new QZCache<QZDataFloat>(-1, -1);
+    Factory::m_caches[Factory::kInt64] = new QZCache<QZDataInt64>(-1, -1);
+    Factory::m_caches[Factory::kInt32] = new QZCache<QZDataInt32>(-1, -1);
+    Factory::m_caches[Factory::kInt16] = new QZCache<QZDataInt16>(-1, -1);
+    Factory::m_caches[Factory::kInt8] = new QZCache<QZDataInt8>(-1, -1);
+    Factory::m_caches[Factory::kBool] = new QZCache<QZDataBool>(-1, -1);
+    Factory::m_caches[Factory::kByte] = new QZCache<QZDataByte>(-1, -1);
+    Factory::m_caches[Factory::kDataCollection] = new QZCache<QZDataCollection>(-1, -1);
+    Factory::m_caches[Factory::kCollection] = new QZCache<QZCollection>(-1, -1);
 }
 
 void QZDataFactoryEnd()
 {
-    if (!QZDataFactory::m_dataCache) return;
-    QZObjectCache** const caches[] = {&QZDataFactory::m_dataCache, &QZDataFactory::m_dataCollectionCache,
-                                      &QZDataFactory::m_collectionCache};
-    for (QZObjectCache** cache : caches)
+    for (QZObjectCache*& cache : QZDataFactory::m_caches)
     {
-        (*cache)->Collect(0);
-        delete *cache;
-        *cache = nullptr;
+        if (!cache) continue;
+        cache->Collect(0);
+        delete cache;
+        cache = nullptr;
     }
 }

@@ -1,21 +1,58 @@
 #ifndef QZLIB_FW_DATA_FACTORY_H
 #define QZLIB_FW_DATA_FACTORY_H
 
+#include <concepts>
+
 #include "fw/fw_types.h"
 
-class QZData;
-class QZDataCollection;
 class QZCollection;
+class QZData;
+class QZDataBool;
+class QZDataByte;
+class QZDataCollection;
+class QZDataDatetime;
+class QZDataDouble;
+class QZDataFloat;
+class QZDataInt16;
+class QZDataInt32;
+class QZDataInt64;
+class QZDataInt8;
+class QZDataTimestamp;
+class QZDateTime;
 class QZObjectCache;
 
-/// Makes and takes back buffers and collections through caches. What a Create... returns is the caller's
-/// until a Recycle takes it back and clears the caller's variable. Any thread.
+/// Makes and takes back buffers, typed values and collections through caches. What a Create... returns is the
+/// caller's until a Recycle takes it back and clears the caller's variable. Any thread.
 class QZ_API QZDataFactory
 {
 public:
     static QZData* CreateData();
+
+    /// A copy of the source's bytes in an object of the type's own class, or a plain QZData for a type of
+    /// QZDataType that has no class. The size is the source's, whatever the type.
+    /// @throws QZException 256 for a null source, else with QZLastError when there is no memory
+    static QZData* CreateData(QZInt64 type, QZData* source);
+
     static QZDataCollection* CreateDataCollection();
     static QZCollection* CreateCollection();
+
+    static QZDataDatetime* CreateDateTime(QZDateTime* time);
+    /// @param timestamp  milliseconds from the start of year 1
+    static QZDataDatetime* CreateDateTime(QZInt64 timestamp);
+    template <std::integral T>
+    static QZDataDatetime* CreateDateTime(T timestamp)
+    {
+        return CreateDateTime(static_cast<QZInt64>(timestamp));
+    }
+    static QZDataTimestamp* CreateTimestamp(QZInt64 timestamp);
+    static QZDataDouble* CreateDouble(double value);
+    static QZDataFloat* CreateFloat(float value);
+    static QZDataInt64* CreateInt64(QZInt64 value);
+    static QZDataInt32* CreateInt32(QZInt32 value);
+    static QZDataInt16* CreateInt16(QZInt16 value);
+    static QZDataInt8* CreateInt8(char value);
+    static QZDataBool* CreateBool(QZBool value);
+    static QZDataByte* CreateByte(QZByte value);
 
     /// Empties the object, gives it back and clears the variable. A null in the variable is a
     /// QZLibAssert(false). The form for QZData sorts by GetType; a data collection only forgets its elements,
@@ -23,6 +60,16 @@ public:
     /// @throws QZException 1280 for a locked object, without a code for a type that has no cache; the
     /// variable stays
     static void Recycle(QZData** data);
+    static void Recycle(QZDataDatetime** data);
+    static void Recycle(QZDataTimestamp** data);
+    static void Recycle(QZDataDouble** data);
+    static void Recycle(QZDataFloat** data);
+    static void Recycle(QZDataInt64** data);
+    static void Recycle(QZDataInt32** data);
+    static void Recycle(QZDataInt16** data);
+    static void Recycle(QZDataInt8** data);
+    static void Recycle(QZDataBool** data);
+    static void Recycle(QZDataByte** data);
     static void Recycle(QZDataCollection** collection);
     static void Recycle(QZCollection** collection);
 
@@ -36,9 +83,33 @@ private:
     friend void QZDataFactoryInit();
     friend void QZDataFactoryEnd();
 
-    static QZObjectCache* m_dataCache;
-    static QZObjectCache* m_dataCollectionCache;
-    static QZObjectCache* m_collectionCache;
+    /// The caches in the order in which they are made and collected.
+    enum Cache
+    {
+        kData,
+        kDatetime,
+        kTimestamp,
+        kDouble,
+        kFloat,
+        kInt64,
+        kInt32,
+        kInt16,
+        kInt8,
+        kBool,
+        kByte,
+        kDataCollection,
+        kCollection,
+        kCaches
+    };
+    static Cache CacheOf(QZInt64 type);
+    template <typename T>
+    static T* Take(Cache cache);
+    template <typename T, typename V>
+    static T* TakeValue(Cache cache, V value);
+    template <typename T>
+    static void GiveBack(Cache cache, T** variable);
+
+    static QZObjectCache* m_caches[kCaches];
 };
 
 /// Start and end, called by QZLibInit and QZLibDispose. Not exported.

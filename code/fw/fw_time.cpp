@@ -122,12 +122,12 @@ QZDateTime::QZDateTime(QZData* data) : m_value(0)
 {
     constexpr QZInt64 kWithoutMilliseconds = 28;
     constexpr QZInt64 kWhole = 32;
-    QZInt64 size = data->GetSize();
+    const QZInt64 size = data ? data->GetSize() : -1;
     if (size != kWithoutMilliseconds && size != kWhole)
     {
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
                       QZ_W("QZDateTime"), QZ_W("QZDateTime"))
-            .Argument(QZ_W("QZData*"), data->GetPointer(), size)
+            .Argument(QZ_W("QZData*"), data ? data->GetPointer() : nullptr, size)
             .Exception();
     }
     const void* bytes = data->GetPointer();

@@ -100,7 +100,7 @@ public:
     static const QZInt64 Type = 0x81F5000;
 
     /// Reads the layout of ToData, with or without milliseconds.
-    /// @throws QZException 256 for any other size
+    /// @throws QZException 256 for any other size and for null
     explicit QZDateTime(QZData* data);
     QZDateTime(QZInt64 year, QZInt64 month, QZInt64 day, QZInt64 hours, QZInt64 minutes, QZInt64 seconds,
                QZInt64 milliseconds);

@@ -1,52 +1,8 @@
 #include "os/os_text.h"
 
+#include "fw/fw_hex_text.h"
+
 const QZInt64 QZText::Type;
-
-namespace
-{
-
-/// Puts characters down, or only counts them.
-class Writer
-{
-public:
-    explicit Writer(QZWChar* out) : m_out(out) {}
-    void Put(char character)
-    {
-        if (m_out != nullptr) m_out[m_count] = static_cast<QZWChar>(character);
-        ++m_count;
-    }
-    void Put(const char* text)
-    {
-        while (*text != 0) Put(*text++);
-    }
-    void PutHex(QZUInt64 value, int digits)
-    {
-        for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
-            Put("0123456789ABCDEF"[value >> shift & 15]);
-    }
-    QZInt64 Size() const { return m_count * 2; }
-
-private:
-    QZWChar* m_out;
-    QZInt64 m_count = 0;
-};
-
-int DigitsOf(QZUInt64 value)
-{
-    int digits = 1;
-    while (digits < 16 && value >> (digits * 4) != 0) ++digits;
-    return digits;
-}
-
-int DigitValue(QZWChar character)
-{
-    if (character >= '0' && character <= '9') return character - '0';
-    if (character >= 'A' && character <= 'F') return character - 'A' + 10;
-    if (character >= 'a' && character <= 'f') return character - 'a' + 10;
-    return -1;
-}
-
-}  // namespace
 
 QZText::QZText() = default;
 QZText::~QZText() = default;
@@ -55,52 +11,13 @@ QZInt64 QZText::GetType() { return 0x81FFF00; }
 
 long long QZText::TextToQZData(void* out, const QZWChar* text, long long sizeInBytes)
 {
-    if (out == nullptr) return sizeInBytes;
-    QZByte* bytes = static_cast<QZByte*>(out);
-    QZInt64 stored = 0;
-    QZInt64 length = sizeInBytes / 2;
-    int high = -1;
-    for (QZInt64 i = 0; i < length; ++i)
-    {
-        if (text[i] == '[')
-        {
-            while (i < length && text[i] != ']') ++i;
-            continue;
-        }
-        int value = DigitValue(text[i]);
-        if (value < 0) continue;
-        if (high < 0)
-        {
-            high = value;
-            continue;
-        }
-        bytes[stored++] = static_cast<QZByte>(high << 4 | value);
-        high = -1;
-    }
-    return stored;
+    return out ? hex::Read(out, text, sizeInBytes / 2) : sizeInBytes;
 }
 
 long long QZText::QZDataToText(long long firstOffset, QZWChar* out, const void* data, long long size,
                                long long bytesPerLine, unsigned char showOffsets,
                                unsigned char spaceAfterByte)
 {
-    const QZByte* bytes = static_cast<const QZByte*>(data);
-    Writer writer(out);
-    for (QZInt64 i = 0; i < size; ++i)
-    {
-        if (bytesPerLine > 0 && i % bytesPerLine == 0)
-        {
-            if (i > 0) writer.Put("\r\n");
-            if (showOffsets)
-            {
-                QZUInt64 offset = static_cast<QZUInt64>(firstOffset) + static_cast<QZUInt64>(i);
-                writer.Put("[0x");
-                writer.PutHex(offset, DigitsOf(offset));
-                writer.Put("]  ");
-            }
-        }
-        writer.PutHex(out != nullptr ? bytes[i] : 0, 2);
-        if (spaceAfterByte) writer.Put(' ');
-    }
-    return writer.Size();
+    return 2 *
+           hex::Write(out, data, size, {firstOffset, bytesPerLine, showOffsets != 0, spaceAfterByte != 0});
 }

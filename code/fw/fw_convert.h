@@ -1,0 +1,159 @@
+#ifndef QZLIB_FW_CONVERT_H
+#define QZLIB_FW_CONVERT_H
+
+#include "fw/fw_types.h"
+
+class QZData;
+class QZDateTime;
+class QZString;
+
+/// The bridge between numbers, text and typed data. All static, any thread.
+///
+/// Every QZString*, QZData* and QZDateTime* that comes back is new and belongs to the caller, who gives it
+/// back with Recycle. Text may be narrow, wide or a QZString; lengths count its units.
+///
+/// Numbers are read leniently: "0x" in front selects hexadecimal, a leading "-" counts, and a unit that is no
+/// digit gives nonsense rather than a failure. The plain forms throw QZException 256 for null and empty text
+/// alone; the Try forms answer false there and leave the value as it is.
+class QZ_API QZConvert
+{
+public:
+    /// Bit copies.
+    static void* IntPtrToPVoid(QZInt64 value);
+    static QZUInt64 IntPtrToUInt64(QZInt64 value);
+    static QZUInt64 PVoidToUInt64(const void* value);
+    static QZInt64 PVoidToIntPtr(const void* value);
+    static QZInt64 UInt64ToIntPtr(QZUInt64 value);
+    static void* UInt64ToPVoid(QZUInt64 value);
+
+    /// Decimal without padding. Hexadecimal: upper-case digits without prefix or leading zeros; a negative
+    /// value is "-" and its absolute value.
+    static QZString* UInt32ToString(QZUInt32 value);
+    static QZString* Int32ToString(QZInt32 value);
+    static QZString* UInt32ToStringHex(QZUInt32 value);
+    static QZString* UInt64ToString(QZUInt64 value);
+    static QZString* Int64ToString(QZInt64 value);
+    static QZString* Int64ToStringHex(QZInt64 value);
+
+    /// Writes the digits, at most 16 units, without terminator: the units behind them stay as they are.
+    /// @return the bytes written; with a null buffer the bytes needed
+    static QZInt64 UInt64ToStringHex(QZUInt64 value, QZWChar* buffer);
+
+    /// As many digits behind the point as the fraction needs, at most 12, and none for a whole number; or
+    /// exactly `precision` digits, at most 12, and no point for 0. A negative precision is the form without
+    /// one.
+    static QZString* DoubleToString(double value);
+    static QZString* DoubleToString(double value, QZInt64 precision);
+    static QZString* FloatToString(float value);
+    static QZString* FloatToString(float value, QZInt64 precision);
+
+    static QZInt64 StringToInt64(QZString* text);
+    static QZInt64 StringToInt64(const char* text);
+    static QZInt64 StringToInt64(const QZWChar* text);
+    static QZInt64 StringToInt64(const char* text, QZInt64 length);
+    static QZInt64 StringToInt64(const QZWChar* text, QZInt64 length);
+
+    /// Hexadecimal digits of both cases; every other unit is skipped, a "-" too.
+    static QZInt64 StringToInt64Hex(QZString* text);
+    static QZInt64 StringToInt64Hex(const char* text);
+    static QZInt64 StringToInt64Hex(const QZWChar* text);
+    static QZUInt64 StringToUInt64Hex(QZString* text);
+    static QZUInt64 StringToUInt64Hex(const char* text);
+    static QZUInt64 StringToUInt64Hex(const QZWChar* text);
+    static QZUInt64 StringToUInt64Hex(const char* text, QZInt64 length);
+    static QZUInt64 StringToUInt64Hex(const QZWChar* text, QZInt64 length);
+
+    /// The 64-bit number, cut to 32 bits.
+    static QZUInt32 StringToUInt32(QZString* text);
+    static QZUInt32 StringToUInt32(const char* text);
+    static QZUInt32 StringToUInt32(const QZWChar* text);
+    static QZInt32 StringToInt32(QZString* text);
+    static QZInt32 StringToInt32(const char* text);
+    static QZInt32 StringToInt32(const QZWChar* text);
+
+    /// The last "." is the point; at most 12 digits behind it count. The sign is the integer part's, so
+    /// "-0.5" reads 0.5.
+    static double StringToDouble(QZString* text);
+    static double StringToDouble(const char* text);
+    static double StringToDouble(const QZWChar* text);
+    static float StringToFloat(QZString* text);
+    static float StringToFloat(const char* text);
+    static float StringToFloat(const QZWChar* text);
+
+    /// "true" and "false" in any case.
+    /// @throws QZException 256 for any other text
+    static QZBool StringToBool(QZString* text);
+    static QZBool StringToBool(const char* text);
+    static QZBool StringToBool(const QZWChar* text);
+
+    static QZBool TryStringToInt64(QZString* text, QZInt64* value);
+    static QZBool TryStringToInt64(const char* text, QZInt64* value);
+    static QZBool TryStringToInt64(const QZWChar* text, QZInt64* value);
+    static QZBool TryStringToInt64Hex(QZString* text, QZInt64* value);
+    static QZBool TryStringToInt64Hex(const char* text, QZInt64* value);
+    static QZBool TryStringToInt64Hex(const QZWChar* text, QZInt64* value);
+    static QZBool TryStringToUInt32(QZString* text, QZUInt32* value);
+    static QZBool TryStringToUInt32(const char* text, QZUInt32* value);
+    static QZBool TryStringToUInt32(const QZWChar* text, QZUInt32* value);
+    static QZBool TryStringToUInt32Hex(QZString* text, QZUInt32* value);
+    static QZBool TryStringToUInt32Hex(const char* text, QZUInt32* value);
+    static QZBool TryStringToUInt32Hex(const QZWChar* text, QZUInt32* value);
+    static QZBool TryStringToInt32(QZString* text, QZInt32* value);
+    static QZBool TryStringToInt32(const char* text, QZInt32* value);
+    static QZBool TryStringToInt32(const QZWChar* text, QZInt32* value);
+    static QZBool TryStringToDouble(QZString* text, double* value);
+    static QZBool TryStringToDouble(const char* text, double* value);
+    static QZBool TryStringToDouble(const QZWChar* text, double* value);
+    static QZBool TryStringToBool(QZString* text, QZBool* value);
+    static QZBool TryStringToBool(const char* text, QZBool* value);
+    static QZBool TryStringToBool(const QZWChar* text, QZBool* value);
+    static QZBool TryStringToUInt64Hex(QZString* text, QZUInt64* value);
+    static QZBool TryStringToUInt64Hex(const char* text, QZUInt64* value);
+    static QZBool TryStringToUInt64Hex(const QZWChar* text, QZUInt64* value);
+
+    /// The 32 bytes of QZDateTime::ToData.
+    static QZData* DateTimeToData(QZDateTime* time);
+    /// The text of QZDateTime::ToString, and its date alone.
+    static QZString* DateTimeToString(QZDateTime* time);
+    static QZString* DateTimeToStringYMD(QZDateTime* time);
+
+    /// Reads "year-month-day", or that, a blank and "hours:minutes:seconds" with or without ".milliseconds".
+    /// @throws QZException 256 beginning "Invalid datetime " for anything else
+    static QZDateTime* StringToDateTime(QZString* text);
+    static QZDateTime* StringToDateTime(const char* text);
+    static QZDateTime* StringToDateTime(const QZWChar* text);
+
+    /// The text of a value of a type of QZDataType: "True" or "False", numbers, a date and time, the text in
+    /// its encoding, an array's elements with "," between them; hexadecimal text for every other type.
+    /// @throws QZException 1024 when there are fewer bytes than the type asks for, 256 for null
+    static QZString* DataToText(QZData* data, QZInt64 type);
+
+    /// Hexadecimal text: two upper-case digits a byte, with `spaced` a blank behind. With a width above 0
+    /// lines of that many bytes with CR LF between them, and with `showOffset` "[0x", offset and index in
+    /// hexadecimal, "]  " in front of each. The short forms use no width and nothing else.
+    /// @throws QZException 256 for null
+    static QZString* DataToText(QZData* data);
+    static QZString* DataToText(QZInt64 offset, QZData* data);
+    static QZString* DataToText(QZInt64 offset, QZData* data, QZInt64 width, QZBool showOffset,
+                                QZBool spaced);
+    static QZString* DataToText(QZInt64 offset, const void* bytes, QZInt64 size, QZInt64 width,
+                                QZBool showOffset, QZBool spaced);
+
+    /// The value that a text of DataToText shows. Elements of arrays are separated by "," or by U+00A3, whose
+    /// next character is skipped; a "-" anywhere in an element makes it negative, what else is no digit is
+    /// ignored.
+    /// @throws QZException 256 for null, for empty text of a number and for text that is no date and time
+    static QZData* TextToData(QZString* text, QZInt64 type);
+
+    /// The bytes of hexadecimal text: labels in square brackets and all that is no digit are passed over.
+    /// @throws QZException 256 for null
+    static QZData* TextToData(QZString* text);
+    static QZData* TextToData(const QZWChar* text);
+
+    /// Give back; the variable is cleared. A null in it is a QZLibAssert(false).
+    static void Recycle(QZData** data);
+    static void Recycle(QZString** text);
+    static void Recycle(QZDateTime** time);
+};
+
+#endif
