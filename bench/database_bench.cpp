@@ -1,0 +1,683 @@
+/// The database engine through its channel, beside SQLite and LevelDB.
+///
+/// A row has three small fields: a number, a text of 12 bytes, a number. Ours is an LD with three fields;
+/// SQLite's a row of a rowid table, written in one transaction with synchronous=OFF and prepared statements;
+/// LevelDB's a key of eight bytes and the three fields as its value, in write batches of 1000. All times of
+/// appending hold the handing over of the bytes to the system, none of them a flush to the disk.
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <random>
+#include <vector>
+
+#include "bench_support.h"
+#include "db/db_channel.h"
+#include "db/db_format.h"
+#include "fw/fw_collection.h"
+#ifdef QZ_HAVE_SQLITE
+#include <sqlite3.h>
+#endif
+#ifdef QZ_HAVE_LEVELDB
+#include <leveldb/db.h>
+#include <leveldb/write_batch.h>
+
+#include <memory>
+#endif
+
+namespace
+{
+using Info = QZDatabaseInfo;
+constexpr char kText[] = "twelve bytes";
+constexpr QZInt64 kTextSize = 12;
+
+/// A database of ours, closed at the end; the file goes with the program.
+class Ours
+{
+public:
+    explicit Ours(bool rollback, QZInt64 addressMode = Info::ADDR_MODE_64)
+        : m_path(qzbench::FreshName("ours"))
+    {
+        QZChannel::Create(m_path.c_str(), 5, addressMode, rollback ? 1 : 0);
+        Open();
+        m_list = m_channel->P_HD();
+    }
+    ~Ours()
+    {
+        Close();
+        std::remove(m_path.c_str());
+    }
+    Ours(const Ours&) = delete;
+    Ours& operator=(const Ours&) = delete;
+
+    void Open() { m_channel = QZChannel::Open(QZChannel::MODE_FILE, m_path.c_str()); }
+    void Close()
+    {
+        if (m_channel) QZChannel::Close(&m_channel);
+    }
+
+    QZChannel* operator->() const { return m_channel; }
+    QZInt64 List() const { return m_list; }
+    const std::string& Path() const { return m_path; }
+
+    QZInt64 AppendRow(QZInt64 number)
+    {
+        const QZInt64 row = m_channel->P_D(m_list, Info::DATA_LD);
+        const double weight = static_cast<double>(number) * 0.5;
+        m_channel->P_C(row, 1, &number, 8);
+        m_channel->P_C(row, 2, kText, kTextSize);
+        m_channel->P_C(row, 3, &weight, 8);
+        return row;
+    }
+
+private:
+    std::string m_path;
+    QZChannel* m_channel = nullptr;
+    QZInt64 m_list = 0;
+};
+
+/// A filled database with its rows' addresses, made once for all benchmarks that only read it.
+struct Filled
+{
+    explicit Filled(QZInt64 rows) : database(false)
+    {
+        database->CheckParam(0);
+        addresses.reserve(static_cast<std::size_t>(rows));
+        for (QZInt64 i = 0; i < rows; ++i) addresses.push_back(database.AppendRow(i));
+        database->COLLECT();
+        order = addresses;
+        std::shuffle(order.begin(), order.end(), std::mt19937(7));
+    }
+    Ours database;
+    std::vector<QZInt64> addresses;
+    std::vector<QZInt64> order;
+};
+
+Filled& FilledOnce(QZInt64 rows)
+{
+    static std::map<QZInt64, std::unique_ptr<Filled>> all;
+    std::unique_ptr<Filled>& one = all[rows];
+    if (!one) one = std::make_unique<Filled>(rows);
+    return *one;
+}
+
+// ---- Appending
+
+void OursAppendRows(benchmark::State& state, bool check, bool rollback, QZInt64 mode)
+{
+    const QZInt64 rows = state.range(0);
+    std::uint64_t allocations = 0;
+    for (auto _ : state)
+    {
+        Ours database(rollback, mode);
+        database->CheckParam(check ? 1 : 0);
+        database.AppendRow(0);
+        const std::uint64_t before = qzbench::Allocations();
+        const double start = qzbench::Now();
+        for (QZInt64 i = 1; i < rows; ++i) database.AppendRow(i);
+        allocations += qzbench::Allocations() - before;
+        database->COLLECT();
+        state.SetIterationTime(qzbench::Now() - start);
+        state.counters["bytes_per_row"] =
+            static_cast<double>(qzbench::FileSize(database.Path())) / static_cast<double>(rows);
+        if (database->G_EN() != 0) state.SkipWithError("the engine recorded an error");
+    }
+    state.SetItemsProcessed(state.iterations() * (rows - 1));
+    state.counters["allocations_per_row"] =
+        static_cast<double>(allocations) / static_cast<double>(state.iterations() * (rows - 1));
+}
+
+void OursAppend(benchmark::State& state) { OursAppendRows(state, false, false, Info::ADDR_MODE_64); }
+void OursAppendTested(benchmark::State& state) { OursAppendRows(state, true, false, Info::ADDR_MODE_64); }
+void OursAppendLogged(benchmark::State& state) { OursAppendRows(state, false, true, Info::ADDR_MODE_64); }
+void OursAppendShort(benchmark::State& state) { OursAppendRows(state, false, false, Info::ADDR_MODE_32); }
+
+/// Records of one content each, the engine's own unit.
+void OursAppendRecord(benchmark::State& state)
+{
+    const QZInt64 records = state.range(0);
+    for (auto _ : state)
+    {
+        Ours database(false);
+        database->CheckParam(0);
+        const double start = qzbench::Now();
+        for (QZInt64 i = 0; i < records; ++i) database->P_D(database.List(), Info::DATA_CD);
+        database->COLLECT();
+        state.SetIterationTime(qzbench::Now() - start);
+    }
+    state.SetItemsProcessed(state.iterations() * records);
+}
+
+// ---- Reading
+
+template <typename Operation>
+void OnFilled(benchmark::State& state, bool check, Operation operation)
+{
+    Filled& filled = FilledOnce(state.range(0));
+    QZChannel* channel = filled.database.operator->();
+    channel->CheckParam(check ? 1 : 0);
+    std::size_t next = 0;
+    const std::uint64_t before = qzbench::Allocations();
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(operation(channel, filled.order[next]));
+        if (++next == filled.order.size()) next = 0;
+    }
+    const std::uint64_t allocations = qzbench::Allocations() - before;
+    state.SetItemsProcessed(state.iterations());
+    state.counters["allocations_per_read"] =
+        static_cast<double>(allocations) / static_cast<double>(state.iterations());
+}
+
+QZInt64 ReadSecondField(QZChannel* channel, QZInt64 row)
+{
+    char text[16];
+    const QZInt64 answer = channel->G_C(row, 2, text);
+    benchmark::DoNotOptimize(text);
+    return answer;
+}
+
+void OursReadField(benchmark::State& state) { OnFilled(state, false, ReadSecondField); }
+void OursReadFieldTested(benchmark::State& state) { OnFilled(state, true, ReadSecondField); }
+void OursReadAddress(benchmark::State& state)
+{
+    OnFilled(state, false, [](QZChannel* channel, QZInt64 row) { return channel->G_A(row, Info::LD_LDS); });
+}
+
+/// All rows of the list, one step after the other.
+void OursWalk(benchmark::State& state)
+{
+    Filled& filled = FilledOnce(state.range(0));
+    QZChannel* channel = filled.database.operator->();
+    channel->CheckParam(0);
+    for (auto _ : state)
+    {
+        QZInt64 row = channel->G_HD_A(Info::ADDRESS_MARK_THIS, filled.database.List(), Info::HD_FIRSTDATA);
+        QZInt64 count = 0;
+        for (; row != 0; row = channel->G_A(row, Info::DATA_NEXT)) ++count;
+        if (count != state.range(0)) state.SkipWithError("rows are missing");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+/// The same inside one operation.
+void OursCount(benchmark::State& state)
+{
+    Filled& filled = FilledOnce(state.range(0));
+    QZChannel* channel = filled.database.operator->();
+    channel->CheckParam(0);
+    for (auto _ : state)
+    {
+        if (channel->G_CN(filled.database.List(), Info::HD_NODE_COUNT, 0) != state.range(0))
+            state.SkipWithError("rows are missing");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void OursOpen(benchmark::State& state)
+{
+    Filled& filled = FilledOnce(state.range(0));
+    for (auto _ : state)
+    {
+        filled.database.Close();
+        filled.database.Open();
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+// ---- Snapshot and restore
+
+/// The mean over all snapshots in a row, the first one after a change included.
+void OursSnapshot(benchmark::State& state)
+{
+    constexpr QZInt64 snapshots = 20000;
+    for (auto _ : state)
+    {
+        Ours database(true);
+        database->CheckParam(0);
+        database->RB_OFF();
+        for (QZInt64 i = 0; i < state.range(0); ++i) database.AppendRow(i);
+        database->RB_ON();
+        database->P_D(database.List(), Info::DATA_AD);
+        bool made = true;
+        const double start = qzbench::Now();
+        for (QZInt64 i = 0; i < snapshots; ++i) made = database->AD_TS() != 0 && made;
+        state.SetIterationTime(qzbench::Now() - start);
+        if (!made) state.SkipWithError("no snapshot");
+    }
+    state.SetItemsProcessed(state.iterations() * snapshots);
+}
+
+/// One restore over range(0) changes in a database that holds range(1) rows; the time is for one change.
+void OursRestore(benchmark::State& state)
+{
+    const QZInt64 changes = state.range(0);
+    constexpr QZInt64 rounds = 3;
+    for (auto _ : state)
+    {
+        Ours database(true);
+        database->CheckParam(0);
+        database->RB_OFF();
+        for (QZInt64 i = 0; i < state.range(1); ++i) database.AppendRow(i);
+        const QZInt64 record = database->P_D(database.List(), Info::DATA_AD);
+        database->RB_ON();
+        double spent = 0;
+        for (QZInt64 round = 0; round < rounds; ++round)
+        {
+            database->P_A(record, Info::AD_FREE, -7);
+            const QZInt64 mark = database->AD_TS();
+            const QZInt64 target = database->G_A(mark, Info::RD_P);
+            for (QZInt64 i = 0; i < changes; ++i) database->P_A(record, Info::AD_FREE, i);
+            const double start = qzbench::Now();
+            const QZBool done = database->AB_CB(target);
+            spent += qzbench::Now() - start;
+            if (!done || database->G_A(record, Info::AD_FREE) != -7)
+                state.SkipWithError("the restore failed");
+        }
+        state.SetIterationTime(spent);
+    }
+    state.SetItemsProcessed(state.iterations() * rounds * changes);
+}
+
+// ---- SQLite
+
+#ifdef QZ_HAVE_SQLITE
+class Lite
+{
+public:
+    Lite() : m_path(qzbench::FreshName("lite"))
+    {
+        Open();
+        Run("CREATE TABLE t(a INTEGER, b TEXT, c REAL)");
+    }
+    ~Lite()
+    {
+        Close();
+        std::remove(m_path.c_str());
+    }
+    Lite(const Lite&) = delete;
+    Lite& operator=(const Lite&) = delete;
+
+    void Open()
+    {
+        sqlite3_open(m_path.c_str(), &m_db);
+        Run("PRAGMA synchronous=OFF");
+    }
+    void Close() { sqlite3_close(m_db); }
+    void Run(const char* text) { sqlite3_exec(m_db, text, nullptr, nullptr, nullptr); }
+    sqlite3_stmt* Prepare(const char* text)
+    {
+        sqlite3_stmt* statement = nullptr;
+        sqlite3_prepare_v2(m_db, text, -1, &statement, nullptr);
+        return statement;
+    }
+    void Append(QZInt64 rows)
+    {
+        sqlite3_stmt* insert = Prepare("INSERT INTO t VALUES(?,?,?)");
+        Run("BEGIN");
+        for (QZInt64 i = 0; i < rows; ++i)
+        {
+            sqlite3_bind_int64(insert, 1, i);
+            sqlite3_bind_text(insert, 2, kText, kTextSize, SQLITE_STATIC);
+            sqlite3_bind_double(insert, 3, static_cast<double>(i) * 0.5);
+            sqlite3_step(insert);
+            sqlite3_reset(insert);
+        }
+        Run("COMMIT");
+        sqlite3_finalize(insert);
+    }
+    const std::string& Path() const { return m_path; }
+
+private:
+    std::string m_path;
+    sqlite3* m_db = nullptr;
+};
+
+Lite& LiteOnce(QZInt64 rows)
+{
+    static std::map<QZInt64, std::unique_ptr<Lite>> all;
+    std::unique_ptr<Lite>& one = all[rows];
+    if (!one)
+    {
+        one = std::make_unique<Lite>();
+        one->Append(rows);
+    }
+    return *one;
+}
+
+void LiteAppend(benchmark::State& state)
+{
+    for (auto _ : state)
+    {
+        Lite database;
+        const double start = qzbench::Now();
+        database.Append(state.range(0));
+        state.SetIterationTime(qzbench::Now() - start);
+        state.counters["bytes_per_row"] =
+            static_cast<double>(qzbench::FileSize(database.Path())) / static_cast<double>(state.range(0));
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void LiteReadField(benchmark::State& state)
+{
+    Lite& database = LiteOnce(state.range(0));
+    sqlite3_stmt* select = database.Prepare("SELECT b FROM t WHERE rowid=?");
+    std::vector<QZInt64> order(static_cast<std::size_t>(state.range(0)));
+    for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<QZInt64>(i) + 1;
+    std::shuffle(order.begin(), order.end(), std::mt19937(7));
+    // One read transaction around all reads: without it every step would take and give a file lock.
+    database.Run("BEGIN");
+    std::size_t next = 0;
+    char text[16];
+    for (auto _ : state)
+    {
+        sqlite3_bind_int64(select, 1, order[next]);
+        if (sqlite3_step(select) != SQLITE_ROW) state.SkipWithError("no row");
+        std::memcpy(text, sqlite3_column_text(select, 0), kTextSize);
+        benchmark::DoNotOptimize(text);
+        sqlite3_reset(select);
+        if (++next == order.size()) next = 0;
+    }
+    database.Run("COMMIT");
+    sqlite3_finalize(select);
+    state.SetItemsProcessed(state.iterations());
+}
+
+void LiteWalk(benchmark::State& state)
+{
+    Lite& database = LiteOnce(state.range(0));
+    sqlite3_stmt* select = database.Prepare("SELECT rowid FROM t");
+    for (auto _ : state)
+    {
+        QZInt64 count = 0;
+        while (sqlite3_step(select) == SQLITE_ROW)
+        {
+            benchmark::DoNotOptimize(sqlite3_column_int64(select, 0));
+            ++count;
+        }
+        sqlite3_reset(select);
+        if (count != state.range(0)) state.SkipWithError("rows are missing");
+    }
+    sqlite3_finalize(select);
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void LiteOpen(benchmark::State& state)
+{
+    Lite& database = LiteOnce(state.range(0));
+    for (auto _ : state)
+    {
+        database.Close();
+        database.Open();
+        // The file is looked at when it is first used.
+        database.Run("SELECT 1 FROM t LIMIT 1");
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+/// The nearest thing: a savepoint, range(0) updates of one row, and the way back.
+void LiteRestore(benchmark::State& state)
+{
+    constexpr QZInt64 rounds = 3;
+    for (auto _ : state)
+    {
+        Lite database;
+        database.Append(state.range(1) + 1);
+        sqlite3_stmt* update = database.Prepare("UPDATE t SET a=? WHERE rowid=?");
+        double spent = 0;
+        for (QZInt64 round = 0; round < rounds; ++round)
+        {
+            database.Run("BEGIN");
+            for (QZInt64 i = 0; i < state.range(0); ++i)
+            {
+                sqlite3_bind_int64(update, 1, i);
+                sqlite3_bind_int64(update, 2, 1);
+                sqlite3_step(update);
+                sqlite3_reset(update);
+            }
+            const double start = qzbench::Now();
+            database.Run("ROLLBACK");
+            spent += qzbench::Now() - start;
+        }
+        sqlite3_finalize(update);
+        state.SetIterationTime(spent);
+    }
+    state.SetItemsProcessed(state.iterations() * rounds * state.range(0));
+}
+#endif
+
+// ---- LevelDB
+
+#ifdef QZ_HAVE_LEVELDB
+class Level
+{
+public:
+    Level() : m_path(qzbench::FreshName("level"))
+    {
+        leveldb::Options options;
+        options.create_if_missing = true;
+        leveldb::DB::Open(options, m_path, &m_db);
+    }
+    ~Level()
+    {
+        delete m_db;
+        leveldb::DestroyDB(m_path, leveldb::Options());
+    }
+    Level(const Level&) = delete;
+    Level& operator=(const Level&) = delete;
+
+    static void Key(QZInt64 number, char* key)
+    {
+        for (int i = 0; i < 8; ++i) key[i] = static_cast<char>(number >> (8 * (7 - i)));
+    }
+
+    void Append(QZInt64 rows)
+    {
+        leveldb::WriteBatch batch;
+        char key[8];
+        char value[8 + kTextSize + 8];
+        for (QZInt64 i = 0; i < rows; ++i)
+        {
+            const double weight = static_cast<double>(i) * 0.5;
+            Key(i, key);
+            std::memcpy(value, &i, 8);
+            std::memcpy(value + 8, kText, kTextSize);
+            std::memcpy(value + 8 + kTextSize, &weight, 8);
+            batch.Put(leveldb::Slice(key, 8), leveldb::Slice(value, sizeof(value)));
+            if (i % 1000 != 999 && i + 1 != rows) continue;
+            m_db->Write(leveldb::WriteOptions(), &batch);
+            batch.Clear();
+        }
+    }
+    leveldb::DB* operator->() const { return m_db; }
+
+private:
+    std::string m_path;
+    leveldb::DB* m_db = nullptr;
+};
+
+Level& LevelOnce(QZInt64 rows)
+{
+    static std::map<QZInt64, std::unique_ptr<Level>> all;
+    std::unique_ptr<Level>& one = all[rows];
+    if (!one)
+    {
+        one = std::make_unique<Level>();
+        one->Append(rows);
+    }
+    return *one;
+}
+
+void LevelAppend(benchmark::State& state)
+{
+    for (auto _ : state)
+    {
+        Level database;
+        const double start = qzbench::Now();
+        database.Append(state.range(0));
+        state.SetIterationTime(qzbench::Now() - start);
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void LevelReadField(benchmark::State& state)
+{
+    Level& database = LevelOnce(state.range(0));
+    std::mt19937 random(7);
+    std::uniform_int_distribution<QZInt64> any(0, state.range(0) - 1);
+    std::string value;
+    char key[8];
+    for (auto _ : state)
+    {
+        Level::Key(any(random), key);
+        if (!database->Get(leveldb::ReadOptions(), leveldb::Slice(key, 8), &value).ok())
+            state.SkipWithError("no row");
+        benchmark::DoNotOptimize(value.data());
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+#endif
+
+// ---- What is run, and the rows of the table
+
+using Sizes = std::vector<QZInt64>;
+
+void Add(const char* name, void (*run)(benchmark::State&), const Sizes& sizes, int iterations = 0)
+{
+    for (const QZInt64 size : sizes)
+    {
+        auto* added = benchmark::RegisterBenchmark(name, run)->Arg(size);
+        if (iterations > 0) added->Iterations(iterations)->UseManualTime();
+    }
+}
+
+std::string At(const char* name, QZInt64 size) { return std::string(name) + "/" + std::to_string(size); }
+
+void RegisterAppend(const Sizes& sizes, QZInt64 middle)
+{
+    Add("OursAppend", OursAppend, sizes, 1);
+    Add("OursAppendTested", OursAppendTested, {middle}, 1);
+    Add("OursAppendLogged", OursAppendLogged, {middle}, 1);
+    Add("OursAppendShort", OursAppendShort, {middle}, 1);
+    Add("OursAppendRecord", OursAppendRecord, {middle}, 1);
+#ifdef QZ_HAVE_SQLITE
+    Add("LiteAppend", LiteAppend, sizes, 1);
+#endif
+#ifdef QZ_HAVE_LEVELDB
+    Add("LevelAppend", LevelAppend, {middle}, 1);
+#endif
+    for (const QZInt64 size : sizes)
+    {
+        const std::string rows = std::to_string(size) + " rows";
+        qzbench::Compare("append a row, tests off, " + rows + " / SQLite", At("OursAppend", size),
+                         At("LiteAppend", size), 1);
+    }
+    qzbench::Compare("append a row, tests on / SQLite", At("OursAppendTested", middle),
+                     At("LiteAppend", middle));
+    qzbench::Compare("append a row, logged / SQLite", At("OursAppendLogged", middle),
+                     At("LiteAppend", middle));
+    qzbench::Compare("append a row, 4-byte addresses / SQLite", At("OursAppendShort", middle),
+                     At("LiteAppend", middle));
+    qzbench::Compare("append a row, tests off / LevelDB batch", At("OursAppend", middle),
+                     At("LevelAppend", middle));
+    qzbench::Compare("append an empty record of one content", At("OursAppendRecord", middle), "");
+    qzbench::Growth("append: growth with size", At("OursAppend", sizes.front()),
+                    At("OursAppend", sizes.back()), 0);
+    qzbench::Limit("append: allocations for a row", At("OursAppend", middle), "allocations_per_row", 0.01);
+    for (const QZInt64 size : sizes)
+        qzbench::Limit("append: bytes of the file for a row, " + std::to_string(size) + " rows",
+                       At("OursAppend", size), "bytes_per_row", 0);
+    qzbench::Limit("append: the same with 4-byte addresses", At("OursAppendShort", middle), "bytes_per_row",
+                   0);
+    qzbench::Limit("append: the same in SQLite", At("LiteAppend", middle), "bytes_per_row", 0);
+}
+
+void RegisterRead(const Sizes& sizes, QZInt64 fitting)
+{
+    Add("OursReadField", OursReadField, sizes);
+    Add("OursReadFieldTested", OursReadFieldTested, {fitting});
+    Add("OursReadAddress", OursReadAddress, sizes);
+    Add("OursWalk", OursWalk, sizes);
+    Add("OursCount", OursCount, sizes);
+    Add("OursOpen", OursOpen, sizes);
+#ifdef QZ_HAVE_SQLITE
+    Add("LiteReadField", LiteReadField, sizes);
+    Add("LiteWalk", LiteWalk, sizes);
+    Add("LiteOpen", LiteOpen, sizes);
+#endif
+#ifdef QZ_HAVE_LEVELDB
+    Add("LevelReadField", LevelReadField, {fitting});
+#endif
+    for (const QZInt64 size : sizes)
+    {
+        const std::string rows = std::to_string(size) + " rows";
+        qzbench::Compare("read a field at random, " + rows + " / SQLite", At("OursReadField", size),
+                         At("LiteReadField", size), 4);
+    }
+    qzbench::Compare("read a field, tests on / SQLite", At("OursReadFieldTested", fitting),
+                     At("LiteReadField", fitting));
+    qzbench::Compare("read a field / LevelDB get", At("OursReadField", fitting),
+                     At("LevelReadField", fitting));
+    qzbench::Limit("read a field: allocations", At("OursReadField", fitting), "allocations_per_read", 0.001);
+    for (const QZInt64 size : sizes)
+        qzbench::Compare("read an address field at random, " + std::to_string(size) + " rows / SQLite",
+                         At("OursReadAddress", size), At("LiteReadField", size), 4);
+    for (const QZInt64 size : sizes)
+        qzbench::Compare("walk a list, one step, " + std::to_string(size) + " rows / SQLite",
+                         At("OursWalk", size), At("LiteWalk", size));
+    for (const QZInt64 size : sizes)
+        qzbench::Compare("count a list, one record, " + std::to_string(size) + " rows / SQLite walk",
+                         At("OursCount", size), At("LiteWalk", size));
+    for (const QZInt64 size : sizes)
+        qzbench::Compare("open (and close), " + std::to_string(size) + " rows / SQLite", At("OursOpen", size),
+                         At("LiteOpen", size));
+    qzbench::Growth("open: growth with size", At("OursOpen", sizes.front()), At("OursOpen", sizes.back()), 2);
+}
+
+void RegisterRollback()
+{
+    const Sizes sizes{1000, 10000, 100000};
+    Add("OursSnapshot", OursSnapshot, sizes, 1);
+    for (const QZInt64 size : sizes)
+        qzbench::Limit("snapshot, mean, " + std::to_string(size) + " rows", At("OursSnapshot", size), "",
+                       2000);
+    qzbench::Growth("snapshot: growth with size", At("OursSnapshot", sizes.front()),
+                    At("OursSnapshot", sizes.back()), 1.5);
+    const std::vector<std::pair<QZInt64, QZInt64>> restores{
+        {1, 0}, {1000, 0}, {100000, 0}, {1000, 10000}, {1000, 100000}};
+    for (const auto& [changes, rows] : restores)
+    {
+        benchmark::RegisterBenchmark("OursRestore", OursRestore)
+            ->Args({changes, rows})
+            ->Iterations(1)
+            ->UseManualTime();
+#ifdef QZ_HAVE_SQLITE
+        benchmark::RegisterBenchmark("LiteRestore", LiteRestore)
+            ->Args({changes, rows})
+            ->Iterations(1)
+            ->UseManualTime();
+#endif
+    }
+    for (const auto& [changes, rows] : restores)
+    {
+        const std::string at = "/" + std::to_string(changes) + "/" + std::to_string(rows);
+        qzbench::Compare("restore, one of " + std::to_string(changes) + " changes, " + std::to_string(rows) +
+                             " rows / SQLite ROLLBACK",
+                         "OursRestore" + at, "LiteRestore" + at);
+    }
+    qzbench::Growth("restore: a change of 100000 by one of 1000", "OursRestore/1000/0",
+                    "OursRestore/100000/0", 1.5);
+    qzbench::Growth("restore: a change in 100000 rows by one in none", "OursRestore/1000/0",
+                    "OursRestore/1000/100000", 1.5);
+}
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    const Sizes sizes{1000, 10000, 100000, 1000000};
+    RegisterAppend(sizes, 100000);
+    RegisterRead(sizes, 10000);
+    RegisterRollback();
+    return qzbench::Main(argc, argv);
+}
