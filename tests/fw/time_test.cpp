@@ -107,8 +107,8 @@ TEST(Date, DaysBeforeAYear)
     EXPECT_EQ(QZDate::YearToDay(2), 365);
     EXPECT_EQ(QZDate::YearToDay(5), 1461);
     EXPECT_EQ(QZDate::YearToDay(2000), 730119);
-    EXPECT_EQ(QZDate::YearToDay(2300), 839692 - 0);
-    EXPECT_EQ(QZDate::YearToDay(3001), 1095727 - 0);
+    EXPECT_EQ(QZDate::YearToDay(2300), 839692);
+    EXPECT_EQ(QZDate::YearToDay(3001), 1095727);
     EXPECT_EQ(QZDate::YearToDay(0), 366);
     EXPECT_EQ(QZDate::YearToDay(-1), 731);
     EXPECT_EQ(QZDate::YearToDay(-4), 1827);
@@ -126,23 +126,64 @@ TEST(Date, MillisecondsOfADate)
 
 TEST(DateTime, EveryDayOfManyYearsComesBack)
 {
+    // A calendar that counts day by day, apart from the library's formulas; one weekday follows the other.
     static const int kLengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     QZInt64 day = 0;
+    int weekday = 1;
+    QZDateTime time(0);
     for (int year = 1; year <= 3300; ++year)
     {
-        bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+        const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+        ASSERT_EQ(QZDate::YearToDay(year), day);
+        ASSERT_EQ(QZDate::IsLeapYear(year), leap);
         for (int month = 1; month <= 12; ++month)
         {
-            int length = kLengths[month - 1] + (leap && month == 2 ? 1 : 0);
-            for (int d = 1; d <= length; ++d, ++day)
+            const int length = kLengths[month - 1] + (leap && month == 2 ? 1 : 0);
+            for (int d = 1; d <= length; ++d, ++day, weekday = (weekday + 1) % 7)
             {
-                if (d != 1 && d != length) continue;
-                QZInt64 timestamp = day * kDay;
-                ASSERT_EQ(QZDate::DateToMilliseconds(year, month, d), timestamp);
-                ASSERT_EQ(QZDateTime::GetYear(timestamp), year);
-                ASSERT_EQ(QZDateTime::GetMonth(timestamp), month);
-                ASSERT_EQ(QZDateTime::GetDay(timestamp), d);
-                ASSERT_EQ(QZDateTime::GetDay(timestamp + kDay - 1), d);
+                const QZInt64 timestamp = day * kDay;
+                time.Set(timestamp + kDay - 1);
+                const bool same =
+                    QZDate::DateToMilliseconds(year, month, d) == timestamp &&
+                    QZDateTime::GetYear(timestamp) == year && QZDateTime::GetMonth(timestamp) == month &&
+                    QZDateTime::GetDay(timestamp) == d && time.GetYear() == year &&
+                    time.GetMonth() == month && time.GetDay() == d && time.DayOfWeek() == weekday;
+                ASSERT_TRUE(same) << year << "-" << month << "-" << d;
+            }
+        }
+    }
+    EXPECT_EQ(day, 3300 * 365 + 825 - 33 + 8);
+}
+
+TEST(DateTime, EveryDayOfTheYearsBeforeTheFirstReadsByTheNegativeFormulas)
+{
+    // Counting back from year 1, a time inside a day and not at its start. The last day before year 0 still
+    // reads as year 0, a day before its first.
+    static const int kLengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    QZInt64 day = 0;
+    for (int year = 0; year >= -1200; --year)
+    {
+        const bool leap = year % 400 == 0 || (year % 4 == 0 && year % 100 != 0);
+        for (int month = 12; month >= 1; --month)
+        {
+            for (int d = kLengths[month - 1] + (leap && month == 2 ? 1 : 0); d >= 1; --d)
+            {
+                --day;
+                const QZInt64 timestamp = day * kDay + 1;
+                if (year == -1 && month == 12 && d == 31)
+                {
+                    ASSERT_EQ(QZDateTime::GetYear(timestamp), 0);
+                    ASSERT_EQ(QZDateTime::GetMonth(timestamp), 1);
+                    ASSERT_EQ(QZDateTime::GetDay(timestamp), 0);
+                    continue;
+                }
+                const bool same = QZDateTime::GetYear(timestamp) == year &&
+                                  QZDateTime::GetMonth(timestamp) == month &&
+                                  QZDateTime::GetDay(timestamp) == d;
+                ASSERT_TRUE(same) << year << "-" << month << "-" << d << " read as "
+                                  << QZDateTime::GetYear(timestamp) << "-" << QZDateTime::GetMonth(timestamp)
+                                  << "-" << QZDateTime::GetDay(timestamp);
+                ASSERT_EQ(QZDate::DateToMilliseconds(year, month, d), year == 0 ? 0 : day * kDay);
             }
         }
     }
@@ -221,6 +262,7 @@ TEST(DateTime, DataIsEightWords)
         data->NewSize(size);
         EXPECT_QZ_THROW_MESSAGE(QZDateTime{data}, 256, " ArgumentOutOfRange");
     }
+    EXPECT_QZ_THROW(QZDateTime{static_cast<QZData*>(nullptr)}, 256);
     QZDateTime::Recycle(&data);
     EXPECT_EQ(data, nullptr);
 }
@@ -252,6 +294,25 @@ TEST(DateTime, MonthsAreAddedByTheirLengths)
     EXPECT_EQ(Shown(time), "2025-03-15 00:00:00");
     time.AddMonths(-13);
     EXPECT_EQ(Shown(time), "2024-02-15 00:00:00");
+}
+
+TEST(DateTime, StepsOfManyYearsAndMonths)
+{
+    const QZInt64 start = QZDateTime(2023, 7, 9, 0, 0, 0, 0).ToTimestamp();
+    EXPECT_EQ(QZDateTime::AddYears(start, 400), start + 146097 * kDay);
+    EXPECT_EQ(QZDateTime::AddYears(start, 801), start + (2 * 146097 + 366) * kDay);
+    EXPECT_EQ(QZDateTime::AddYears(start, -399), start - (146097 - 365) * kDay);
+    EXPECT_EQ(QZDateTime::AddMonths(start, 4800), start + 146097 * kDay);
+    EXPECT_EQ(QZDateTime::AddMonths(start, -9601), start - (2 * 146097 + 30) * kDay);
+    // Any count ends at once.
+    EXPECT_EQ(QZDateTime::AddYears(start, 4000000000000000), QZDateTime::AddMonths(start, 48000000000000000));
+}
+
+TEST(DateTime, YearStepsCountTheYearsReachedAndNotTheDate)
+{
+    // 2024-01-01 and a year of 365 days is 2024-12-31; the next step looks at 2026 all the same.
+    const QZInt64 start = QZDateTime(2024, 1, 1, 0, 0, 0, 0).ToTimestamp();
+    EXPECT_EQ(QZDateTime::AddYears(start, 4), start + (3 * 365 + 366) * kDay);
 }
 
 TEST(DateTime, OtherSteps)
