@@ -364,7 +364,7 @@ QZInt64 SwapUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 
 QZInt64 AnsiToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    if (IsAscii(from, fromSize)) return Utf8ToUtf16(from, fromSize, to, toSize);
+    if (IsAscii(from, fromSize)) return to ? Utf8ToUtf16(from, fromSize, to, toSize) : fromSize * 2;
     const char* text = static_cast<const char*>(from);
     // Every byte is at most one unit: with room for that many the text goes straight into the target.
     if (to && toSize / 2 >= fromSize && IsAligned(to))
@@ -388,7 +388,7 @@ QZInt64 Utf16ToAnsi(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize
         from = QZAt(from, 2);
         --units;
     }
-    if (IsAsciiUtf16(from, units)) return Utf16ToUtf8(from, units * 2, to, toSize);
+    if (IsAsciiUtf16(from, units)) return to ? Utf16ToUtf8(from, units * 2, to, toSize) : units;
     char* bytes = static_cast<char*>(to);
     if (IsAligned(from))
         return os::WideToNarrow(static_cast<const QZWChar*>(from), units, bytes, to ? toSize : 0);

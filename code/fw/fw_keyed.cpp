@@ -302,7 +302,7 @@ void QZKeyValueCollection::Unlock(QZObject* object)
 template <typename Key>
 QZBool QZKeyValueCollection::AddCopy(Key key, QZObject* object)
 {
-    if (!key) ThrowKey(QZExceptionCode::KeyIsBad, QZ_W("Add"), TypeName(key), key);
+    // Of a null key the copy is empty, and refused like one.
     return AddToCollection(QZStringFactory::CreateString(key), object);
 }
 
@@ -326,10 +326,27 @@ QZBool QZKeyValueCollection::AddToCollection(QZString* key, QZObject* object)
         if (key) QZStringFactory::Recycle(&key);
         throw;
     }
-    m_lists->objects->Push(object);
-    m_lists->keys->Push(key);
+    PushEntry(key, object);
     ++m_count;
     return 1;
+}
+
+void QZKeyValueCollection::PushEntry(QZString* key, QZObject* object)
+{
+    const QZInt64 count = m_lists->objects->Count();
+    try
+    {
+        m_lists->objects->Push(object);
+        m_lists->keys->Push(key);
+    }
+    catch (QZException*)
+    {
+        // The lists stay in step, and object and key are as free as they came.
+        if (m_lists->objects->Count() > count) m_lists->objects->Pop();
+        Unlock(object);
+        QZStringFactory::Recycle(&key);
+        throw;
+    }
 }
 
 template <typename Key>

@@ -283,6 +283,7 @@ private:
     QZBool AddCopy(Key key, QZObject* object);
     template <typename Key>
     QZInt64 IndexOf(Key key);
+    void PushEntry(QZString* key, QZObject* object);
     void SwapEntries(QZInt64 a, QZInt64 b);
     void Unlock(QZObject* object);
 

@@ -1,6 +1,8 @@
 #ifndef QZLIB_FW_STRING_INTERNAL_H
 #define QZLIB_FW_STRING_INTERNAL_H
 
+#include <string>
+
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_trace.h"
@@ -8,22 +10,11 @@
 /// What the sources of QZString share. Internal.
 namespace text
 {
-/// Code units up to the terminator; 0 for null.
-inline QZInt64 Length(const QZWChar* text)
+/// Units, or bytes, up to the terminator; 0 for null.
+template <typename Unit>
+QZInt64 Length(const Unit* text)
 {
-    QZInt64 count = 0;
-    if (text)
-        while (text[count] != 0) ++count;
-    return count;
-}
-
-/// Bytes up to the terminator; 0 for null.
-inline QZInt64 Length(const char* text)
-{
-    QZInt64 count = 0;
-    if (text)
-        while (text[count] != 0) ++count;
-    return count;
+    return text ? static_cast<QZInt64>(std::char_traits<Unit>::length(text)) : 0;
 }
 
 /// Units that are not owned by whoever looks at them; null is no text at all.

@@ -251,6 +251,8 @@ QZString* QZString::Replaced(const QZWChar* find, QZInt64 findCount, const QZWCh
 
 void QZString::ReplaceHere(const QZWChar* find, QZInt64 findCount, const QZWChar* with, QZInt64 withCount)
 {
+    // Most texts that are searched hold nothing to replace, and need no copy then.
+    if (NextMatch(ViewOf(this), View{find, findCount}, 0) == GetLength()) return;
     text::Temporary result(Replaced(find, findCount, with, withCount));
     if (Assign(result->GetPointer(), result->GetSize())) return;
     throw text::NoMemory(QZ_W("ReplaceThis"))

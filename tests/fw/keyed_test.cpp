@@ -1,8 +1,11 @@
 #include "fw/fw_keyed.h"
 
+#include <vector>
+
 #include "fw/fw_data_factory.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string_factory.h"
+#include "fw/without_memory.h"
 #include "support/qz_test.h"
 
 // ---- Object collections
@@ -305,6 +308,55 @@ TEST_F(KeyValueCollection, FailuresNameTheKey)
     EXPECT_EQ(thrown.message, " KeyIsExists");
     EXPECT_EQ(thrown.stackTrace, "QZKeyValueCollection::AddToCollection(QZString*)");
     EXPECT_EQ(thrown.argumentTrace, "QZKeyValueCollection::AddToCollection(KEY)");
+}
+
+TEST_F(KeyValueCollection, NullKeyIsRefusedAsTheEmptyCopyThatItMakes)
+{
+    const qztest::Thrown thrown = qztest::Catch([&] { map.Add(static_cast<char*>(nullptr), &a); });
+    EXPECT_EQ(thrown.message, " KeyIsBad");
+    EXPECT_EQ(thrown.stackTrace, "QZKeyValueCollection::AddToCollection(QZString*)");
+    EXPECT_EQ(thrown.argumentTrace, "QZKeyValueCollection::AddToCollection()");
+}
+
+TEST_F(KeyValueCollection, AddWithoutMemoryLeavesTheListsInStepAndTheObjectFree)
+{
+    constexpr QZInt64 kMany = 1000;
+    for (const bool keysFail : {false, true})
+    {
+        QZKeyValueCollection full;
+        std::vector<QZObject> objects(kMany);
+        // Strings wait in the cache, so that only the lists ask for memory. With room made for the objects
+        // beforehand it is the keys' list that finds none.
+        QZStringCollection* waiting = QZStringFactory::CreateStringCollection();
+        for (QZInt64 i = 0; i < kMany; ++i) waiting->Push(QZStringFactory::CreateString());
+        QZStringFactory::Recycle(&waiting);
+        for (QZInt64 i = 0; keysFail && i < kMany; ++i) full.GetObjectCollection()->Push(&a);
+        full.GetObjectCollection()->Clear();
+
+        QZString key;
+        QZInt64 next = 0;
+        QZLastError = 0;
+        const qztest::Thrown thrown = qztest::WithoutMemory([&] {
+            for (; next < kMany; ++next)
+            {
+                key.Clear();
+                key.Append(next);
+                full.Add(&key, &objects[next]);
+            }
+        });
+        QZLastError = 0;
+        EXPECT_EQ(thrown.code, 4352);
+        ASSERT_GT(next, 0);
+        ASSERT_LT(next, kMany);
+        EXPECT_EQ(full.Count(), next);
+        EXPECT_EQ(full.GetObjectCollection()->Count(), next);
+        EXPECT_EQ(full.GetKeyCollection()->Count(), next);
+        EXPECT_TRUE(objects[next].IsDisposable());
+        EXPECT_FALSE(objects[next - 1].IsDisposable());
+        EXPECT_TRUE(full.Add("now", &objects[next]));
+        EXPECT_EQ(full.GetElement("now"), &objects[next]);
+        full.Clear();
+    }
 }
 
 TEST_F(KeyValueCollection, ObjectStandsInOneKeyedCollectionOnly)

@@ -120,6 +120,18 @@ TEST(NumberText, DoubleKeepsTheZerosThatItsDigitCountAsksFor)
     EXPECT_EQ(Double(99.99), "99.990000000000");
 }
 
+TEST(NumberText, DoubleAtTheEdgesOfItsDigits)
+{
+    EXPECT_EQ(Double(1e-5), "0.00001");
+    EXPECT_EQ(Double(1.005), "1.005000000000");
+    EXPECT_EQ(Double(123456.789), "123456.789000000004");  // 0.7890000000043 is what the binary value holds
+    EXPECT_EQ(Double(0.999999999999), "0.999999999999");
+    EXPECT_EQ(Double(9.9999999999996), "10.000000000000");
+    EXPECT_EQ(Double(-9.9999999999996), "-10.000000000000");
+    EXPECT_EQ(Double(1.1e-12), "0.000000000001");
+    EXPECT_EQ(Double(0.1f), "0.100000001490");
+}
+
 TEST(NumberText, DoubleRoundingCarriesThroughEveryNine)
 {
     EXPECT_EQ(Double(0.96, 1), "1.0");

@@ -98,6 +98,14 @@ TEST(StringAppend, NumbersAreDecimal)
     EXPECT_EQ(Appended(0), "=0");
 }
 
+TEST(StringAppend, OfASingleUnitIsItsNumber)
+{
+    QZString text;
+    text.Append('a');
+    text.Append(QZ_W('b'));
+    EXPECT_QZ_TEXT(text, "9798");
+}
+
 TEST(StringPrepend, TakesEveryKindOfText)
 {
     QZString text;
@@ -240,6 +248,26 @@ TEST(StringReplace, NullOrEmptyWithTakesOut)
     EXPECT_EQ(Taken(text.Replace(QZ_W("-"), kNoWide)), "abc");
     EXPECT_EQ(Taken(text.Replace("-", "")), "abc");
     EXPECT_EQ(Taken(text.Replace(QZ_W("a-b-c"), QZ_W(""))), "");
+}
+
+TEST(StringReplace, EmptyStringStaysEmpty)
+{
+    QZString text;
+    EXPECT_EQ(Taken(text.Replace(QZ_W("a"), QZ_W("b"))), "");
+    EXPECT_EQ(Taken(text.Replace(kNoWide, kNoWide)), "");
+    text.ReplaceThis("a", "b");
+    EXPECT_EQ(text.GetLength(), 0);
+}
+
+TEST(StringReplace, InPlaceWithoutAMatchLeavesTheTextWhereItIs)
+{
+    QZString text(QZ_W("abc"));
+    const QZWChar* before = text.GetPointer();
+    text.ReplaceThis(QZ_W("x"), QZ_W("yy"));
+    text.ReplaceThis(kNoWide, QZ_W("yy"));
+    text.ReplaceThis(QZ_W(""), QZ_W("yy"));
+    EXPECT_QZ_TEXT(text, "abc");
+    EXPECT_EQ(text.GetPointer(), before);
 }
 
 TEST(StringReplace, InPlace)

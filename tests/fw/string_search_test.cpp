@@ -134,6 +134,9 @@ TEST(StringIndexOf, NullIsFoundNowhere)
     EXPECT_EQ(text.IndexOf(kNoNarrow), -1);
     EXPECT_EQ(text.IndexOf(kNoWide), -1);
     EXPECT_EQ(text.IndexOf(kNoString), -1);
+    EXPECT_EQ(text.IndexOf(3, kNoWide), -1);
+    EXPECT_QZ_THROW(text.IndexOf(4, kNoWide), 256);
+    EXPECT_QZ_THROW(text.IndexOf(-1, kNoNarrow), 256);
 }
 
 TEST(StringIndexOf, BadStartThrows256)
@@ -224,6 +227,8 @@ TEST(StringSplit, KeepsEmptyPieces)
     EXPECT_EQ(Taken(QZString(QZ_W(",a,,b,")).Split(U(','))), (Texts{"", "a", "", "b", ""}));
     EXPECT_EQ(Taken(QZString().Split(U(','))), (Texts{""}));
     EXPECT_EQ(Taken(QZString(QZ_W("--")).Split(QZ_W("--"))), (Texts{"", ""}));
+    EXPECT_EQ(Taken(QZString().Split(QZ_W("--"))), (Texts{""}));
+    EXPECT_EQ(Taken(QZString().Split(kNoString)), (Texts{""}));
 }
 
 TEST(StringSplit, WithoutASeparatorGivesOneCopy)
@@ -235,6 +240,12 @@ TEST(StringSplit, WithoutASeparatorGivesOneCopy)
     EXPECT_EQ(Taken(text.Split(kNoString)), (Texts{"a,b"}));
     EXPECT_EQ(Taken(text.Split("")), (Texts{"a,b"}));
     EXPECT_EQ(Taken(text.Split("abcdef")), (Texts{"a,b"}));
+}
+
+TEST(StringSplit, ByItselfGivesTwoEmptyPieces)
+{
+    QZString text(QZ_W("a,b"));
+    EXPECT_EQ(Taken(text.Split(&text)), (Texts{"", ""}));
 }
 
 TEST(StringSplit, OverlappingSeparatorsCountAgainWithAnEmptyPiece)
@@ -268,6 +279,8 @@ TEST(StringIsNumberic, DigitsWithPointsAndALeadingSign)
     EXPECT_TRUE(IsNumberic(QZ_W("-1.5")));
     EXPECT_TRUE(IsNumberic(QZ_W("1.2.3")));
     EXPECT_TRUE(IsNumberic(QZ_W("...")));
+    EXPECT_TRUE(IsNumberic(QZ_W("-")));  // nothing behind the sign is nothing wrong
+    EXPECT_TRUE(IsNumberic(QZ_W("-.")));
     EXPECT_FALSE(IsNumberic(QZ_W("abc")));
     EXPECT_FALSE(IsNumberic(QZ_W("1-2")));
     EXPECT_FALSE(IsNumberic(QZ_W("--1")));
