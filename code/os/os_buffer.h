@@ -160,7 +160,7 @@ public:
     QZInt64 Read(QZInt64 offset, void* target, QZInt64 size)
     {
         const QZUInt64 at = static_cast<QZUInt64>(offset) - m_front.begin;
-        if (m_front.Holds(offset, at, size))
+        if (target && m_front.Holds(offset, at, size))
         {
             CopyRun(target, m_front.bytes + at, size);
             return size;
@@ -175,7 +175,7 @@ public:
     QZInt64 Write(QZInt64 offset, const void* source, QZInt64 size)
     {
         const QZUInt64 at = static_cast<QZUInt64>(offset) - m_front.begin;
-        if (m_front.Holds(offset, at, size))
+        if (source && m_front.Holds(offset, at, size))
         {
             CopyRun(m_front.bytes + at, source, size);
             m_front.block->Note(at, static_cast<QZUInt64>(size));

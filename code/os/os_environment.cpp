@@ -77,7 +77,10 @@ QZString* QZEnvironment::GetCurrentWorkingDirectory()
 void QZEnvironment::SetCurrentWorkingDirectory(QZString* path)
 {
     QZPathText text(path);
-    if (os::WorkingDirectorySet(text.Wide())) return;
+    if (text.Length() > kFolderUnits)
+        os::SetLastError(os::ErrorNameTooLong());
+    else if (os::WorkingDirectorySet(text.Wide()))
+        return;
     throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::OperationFailed, SystemNumber()),
                   QZ_W("QZEnvironment"), QZ_W("SetCurrentWorkingDirectory"))
         .Argument(QZ_W("QZString*"), path)

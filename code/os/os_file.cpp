@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
@@ -45,6 +46,33 @@ template <typename Text>
 [[noreturn]] void ThrowFor(QZIOException* exception, const QZWChar* method, Text path)
 {
     throw QZTrace(exception, QZ_W("QZFile"), method).Argument(QZTextTypeName(path), path).Exception();
+}
+
+/// Runs the body of an operation; what it throws gets the operation's own frame with these arguments.
+template <typename Body, typename... Arguments>
+auto Framed(const QZWChar* method, Body body, Arguments... arguments)
+{
+    try
+    {
+        return body();
+    }
+    catch (QZException* e)
+    {
+        QZTrace trace(e, QZ_W("QZFile"), method);
+        (trace.Argument(arguments.first, arguments.second), ...);
+        throw;
+    }
+}
+
+std::pair<const QZWChar*, QZInt64> Named(const QZWChar* type, QZInt64 value) { return {type, value}; }
+
+/// Sizes go to the platform as 32 bits. No buffer reaches as far as the rest of a small negative size means.
+bool PlatformSize(QZInt64 size, QZUInt32* asked)
+{
+    *asked = static_cast<QZUInt32>(size);
+    if (size >= 0 || *asked <= 0x7FFFFFFF) return true;
+    os::SetLastError(os::ErrorBadAddress());
+    return false;
 }
 
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
@@ -252,12 +280,8 @@ void QZFile::Rename(QZString* from, QZString* to) { RenameAs(from, to); }
 
 QZInt64 QZFile::Write(QZInt64 offset, const void* buffer, QZInt64 size)
 {
-    // No buffer reaches as far as a negative size means to the platform.
-    QZInt64 written = -1;
-    if (size < 0)
-        os::SetLastError(os::ErrorBadAddress());
-    else
-        written = os::FileWrite(m_handle, offset, buffer, static_cast<QZUInt32>(size));
+    QZUInt32 asked;
+    QZInt64 written = PlatformSize(size, &asked) ? os::FileWrite(m_handle, offset, buffer, asked) : -1;
     if (written >= 0) return written;
     throw QZTrace(Failed(QZIOExceptionCode::WriteFailed), QZ_W("QZFile"), QZ_W("Write"))
         .Argument(QZ_W("QZInt64"), offset)
@@ -268,6 +292,12 @@ QZInt64 QZFile::Write(QZInt64 offset, const void* buffer, QZInt64 size)
 
 QZInt64 QZFile::Write(QZInt64 offset, QZData* data)
 {
+    if (data == nullptr)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZFile"),
+                      QZ_W("Write"))
+            .Argument(QZ_W("QZInt64"), offset)
+            .Argument(QZ_W("QZData*"), nullptr, 0)
+            .Exception();
     try
     {
         return Write(offset, data->GetPointer(), data->GetSize());
@@ -283,11 +313,8 @@ QZInt64 QZFile::Write(QZInt64 offset, QZData* data)
 
 QZInt64 QZFile::Read(QZInt64 offset, void* buffer, QZInt64 size)
 {
-    QZInt64 read = -1;
-    if (size < 0)
-        os::SetLastError(os::ErrorBadAddress());
-    else
-        read = os::FileRead(m_handle, offset, buffer, static_cast<QZUInt32>(size));
+    QZUInt32 asked;
+    QZInt64 read = PlatformSize(size, &asked) ? os::FileRead(m_handle, offset, buffer, asked) : -1;
     if (read >= 0) return read;
     throw QZTrace(Failed(QZIOExceptionCode::ReadFailed), QZ_W("QZFile"), QZ_W("Read"))
         .Argument(QZ_W("QZInt64"), offset)
@@ -315,9 +342,17 @@ QZData* QZFile::Read(QZInt64 offset, QZInt64 size)
     }
 }
 
-QZData* QZFile::ReadToEnd() { return Read(0, GetSize()); }
+QZData* QZFile::ReadToEnd()
+{
+    return Framed(QZ_W("ReadToEnd"), [&] { return Read(0, GetSize()); });
+}
 
-QZInt64 QZFile::Append(const void* buffer, QZInt64 size) { return Write(GetSize(), buffer, size); }
+QZInt64 QZFile::Append(const void* buffer, QZInt64 size)
+{
+    return Framed(
+        QZ_W("Append"), [&] { return Write(GetSize(), buffer, size); },
+        Named(QZ_W("QZPVoid"), AddressOf(buffer)), Named(QZ_W("QZInt64"), size));
+}
 
 void QZFile::NewSize(QZInt64 size)
 {
@@ -365,8 +400,7 @@ QZInt64 CopyPieces(QZFile* source, QZInt64 sourceOffset, QZFile* target, QZInt64
 {
     if (length <= 0) return 0;
     BufferGuard buffer(chunk < length ? chunk : length);
-    if (buffer.Pointer() == nullptr)
-        throw QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory));
+    if (buffer.Pointer() == nullptr) throw QZExceptionFactory::CreateException(QZExceptionCode::OutOfMemory);
     QZInt64 copied = 0;
     while (copied < length)
     {
@@ -405,12 +439,13 @@ QZInt64 QZFile::Copy(QZFile* source, QZInt64 sourceOffset, QZFile* target, QZInt
     }
 }
 
-QZBool QZFile::Equals(QZFile* other)
+namespace
 {
-    if (other == nullptr) return 0;
-    if (other == this) return 1;
-    QZInt64 size = GetSize();
-    if (other->GetSize() != size) return 0;
+
+bool SameBytes(QZFile* one, QZFile* other)
+{
+    QZInt64 size = one->GetSize();
+    if (other->GetSize() != size) return false;
     constexpr QZInt64 kPiece = 65536;
     DataGuard mine(QZDataFactory::CreateData());
     DataGuard theirs(QZDataFactory::CreateData());
@@ -418,18 +453,29 @@ QZBool QZFile::Equals(QZFile* other)
     theirs->NewSize(kPiece);
     for (QZInt64 offset = 0; offset < size; offset += kPiece)
     {
-        QZInt64 read = Read(offset, mine->GetPointer(), kPiece);
-        if (other->Read(offset, theirs->GetPointer(), kPiece) != read) return 0;
-        if (!QZMemory::Equals(mine->GetPointer(), theirs->GetPointer(), read)) return 0;
+        QZInt64 read = one->Read(offset, mine->GetPointer(), kPiece);
+        if (other->Read(offset, theirs->GetPointer(), kPiece) != read) return false;
+        if (!QZMemory::Equals(mine->GetPointer(), theirs->GetPointer(), read)) return false;
     }
-    return 1;
+    return true;
+}
+
+}  // namespace
+
+QZBool QZFile::Equals(QZFile* other)
+{
+    if (other == nullptr) return 0;
+    if (other == this) return 1;
+    return Framed(
+        QZ_W("Equals"), [&]() -> QZBool { return SameBytes(this, other); },
+        Named(QZ_W("QZFile*"), AddressOf(other)));
 }
 
 // ---- Text
 
 QZInt64 QZFile::LineCount()
 {
-    DataGuard all(ReadToEnd());
+    DataGuard all(Framed(QZ_W("LineCount"), [&] { return ReadToEnd(); }));
     QZInt64 count = 0;
     ForEachLine(static_cast<const char*>(all->GetPointer()), all->GetSize(),
                 [&](QZInt64, QZInt64) { ++count; });
@@ -438,11 +484,13 @@ QZInt64 QZFile::LineCount()
 
 QZInt64 QZFile::ReadLine(char** lines)
 {
-    DataGuard all(ReadToEnd());
+    DataGuard all(Framed(
+        QZ_W("ReadLine"), [&] { return ReadToEnd(); }, Named(QZ_W("QZChar**"), AddressOf(lines))));
     const char* text = static_cast<const char*>(all->GetPointer());
     QZInt64 index = 0;
     ForEachLine(text, all->GetSize(), [&](QZInt64 start, QZInt64 length) {
-        char* line = lines[index++];
+        char* line = lines != nullptr ? lines[index] : nullptr;
+        ++index;
         if (line == nullptr) return;
         QZMemCopy(line, text + start, length);
         line[length] = 0;
@@ -455,7 +503,8 @@ QZInt64 QZFile::GetVersion(char* result)
     static const char kPattern[] =
         "F\0i\0l\0e\0V\0e\0r\0s\0i\0o\0n";  // the literal's end makes the 22nd byte
     constexpr QZInt64 kResultSize = 32;
-    DataGuard all(ReadToEnd());
+    DataGuard all(Framed(
+        QZ_W("GetVersion"), [&] { return ReadToEnd(); }, Named(QZ_W("QZChar*"), AddressOf(result))));
     const unsigned char* bytes = static_cast<const unsigned char*>(all->GetPointer());
     QZInt64 size = all->GetSize();
     QZInt64 start = QZSearch::New(bytes, size, kPattern, sizeof(kPattern));
@@ -471,23 +520,32 @@ QZInt64 QZFile::GetVersion(char* result)
     return kept;
 }
 
-QZInt64 QZFile::GetTextFileEncodingType()
+namespace
+{
+
+QZInt64 EncodingOf(QZFile* file)
 {
     unsigned char mark[4] = {};
-    QZInt64 size = Read(0, mark, sizeof(mark));
+    QZInt64 size = file->Read(0, mark, sizeof(mark));
     auto begins = [&](const char* bytes, QZInt64 count) {
         return size >= count && std::memcmp(mark, bytes, static_cast<std::size_t>(count)) == 0;
     };
     if (begins("\xEF\xBB\xBF", 3)) return QZEncodingType::UTF8;
-    // The two-byte mark is looked at first, so a UTF-32 little-endian file reports UTF16LE; callers know it
-    // so.
+    // The two-byte mark is looked at first: callers know a UTF-32 little-endian file as UTF16LE.
     if (begins("\xFF\xFE", 2)) return QZEncodingType::UTF16LE;
     if (begins("\xFE\xFF", 2)) return QZEncodingType::UTF16BE;
     if (begins("\xFF\xFE\x00\x00", 4)) return QZEncodingType::UTF32LE;
     if (begins("\x00\x00\xFE\xFF", 4)) return QZEncodingType::UTF32BE;
-    DataGuard all(ReadToEnd());
+    DataGuard all(file->ReadToEnd());
     return QZEncoding::IsLegalUTF8(all->GetPointer(), all->GetSize()) ? QZEncodingType::UTF8
                                                                       : QZEncodingType::ANSI;
+}
+
+}  // namespace
+
+QZInt64 QZFile::GetTextFileEncodingType()
+{
+    return Framed(QZ_W("GetTextFileEncodingType"), [&] { return EncodingOf(this); });
 }
 
 void QZFile::Recycle(QZData** data) { QZDataFactory::Recycle(data); }

@@ -37,7 +37,7 @@ public:
     QZInt64 GetType() override;
 
     /// Writes at the offset; the bytes written.
-    /// @throws QZIOException 4352 when the system refuses
+    /// @throws QZIOException 4352 when the system refuses; QZException 1792 for a null data object
     virtual QZInt64 Write(QZInt64 offset, const void* buffer, QZInt64 size);
     virtual QZInt64 Write(QZInt64 offset, QZData* data);
     /// Reads at the offset; the bytes read, fewer at the end of the file.
@@ -73,8 +73,7 @@ public:
 
     /// Opens an existing file; without options for reading and writing, shared fully.
     /// @throws QZIOException 4864 for a path of more than 255 characters, 6400 where the file's presence is
-    /// the
-    ///         failure, 5888 with the system's number otherwise
+    ///         the failure, 5888 with the system's number otherwise
     static QZFile* Open(const char* path);
     static QZFile* Open(const QZWChar* path);
     static QZFile* Open(QZString* path);

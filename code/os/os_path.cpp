@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "fw/fw_trace.h"
 #include "os/os_path_text.h"
 #include "os/os_system.h"
 
@@ -88,6 +89,17 @@ QZString* QZPath::Combine(QZString* first, QZString* second)
     return result;
 }
 
-void QZPath::Create(QZString* path) { QZFileDirectory::Create(path); }
+void QZPath::Create(QZString* path)
+{
+    try
+    {
+        QZFileDirectory::Create(path);
+    }
+    catch (QZException* e)
+    {
+        QZTrace(e, QZ_W("QZPath"), QZ_W("Create")).Argument(QZ_W("QZString*"), path);
+        throw;
+    }
+}
 
 void QZPath::Recycle(QZString** text) { QZStringFactory::Recycle(text); }

@@ -14,6 +14,18 @@
 const QZInt64 QZStream::MemorySizeDefault;
 const QZInt64 QZFileStream::Type;
 
+namespace
+{
+
+/// Bytes from a position to the end. A host may seek to any position, so far before the start that this
+/// wraps; nothing is read then.
+QZInt64 Left(QZInt64 end, QZInt64 position)
+{
+    return static_cast<QZInt64>(static_cast<QZUInt64>(end) - static_cast<QZUInt64>(position));
+}
+
+}  // namespace
+
 QZStream::QZStream() : QZStream(MemorySizeDefault) {}
 
 QZStream::QZStream(QZInt64 memoryLimit) : QZStream(memoryLimit, -1) {}
@@ -29,7 +41,7 @@ QZInt64 QZStream::ReadByte(unsigned char* value) { return Read(value, 1); }
 QZInt64 QZStream::Read(void* target, QZInt64 size)
 {
     if (m_position >= m_end) return 0;
-    const QZInt64 left = m_end - m_position;
+    const QZInt64 left = Left(m_end, m_position);
     const QZInt64 count = QZBuffer::Read(m_position, target, size < left ? size : left);
     m_position += count;
     return count;
@@ -187,7 +199,13 @@ QZInt64 QZFileStream::ReadLine(QZString* text)
     unsigned char window[WindowSize];
     while (m_position < m_end && !QZThread::IsThreadsAbort())
     {
-        const QZInt64 size = m_end - m_position < WindowSize ? m_end - m_position : WindowSize;
+        const QZInt64 left = Left(m_end, m_position);
+        if (left <= 0)
+        {
+            m_position = m_end;
+            break;
+        }
+        const QZInt64 size = left < WindowSize ? left : WindowSize;
         QZBuffer::Read(m_position, window, size);
         // A pair that lies across two windows is not seen: each window is searched and decoded by itself.
         const QZInt64 found = FindLineEnd(lineEnd, window, size);
@@ -206,7 +224,7 @@ QZString* QZFileStream::ReadToEnd()
     {
         if (m_position < m_end)
         {
-            data = QZBuffer::Read(m_position, m_end - m_position);
+            data = QZBuffer::Read(m_position, Left(m_end, m_position));
             m_position = m_end;
             QZEncoding::GetString(m_encoding, data, text);
             QZDataFactory::Recycle(&data);

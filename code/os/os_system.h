@@ -1,15 +1,12 @@
 #ifndef QZLIB_OS_SYSTEM_H
 #define QZLIB_OS_SYSTEM_H
 
-/// What the library asks of the operating system: small functions named for
-/// what the logic above needs.
+/// What the library asks of the operating system: small functions named for what the logic above needs.
 ///
-/// os_system_*_windows.cpp and os_system_*_posix.cpp implement it; everything
-/// else in the library is one source for both platforms. A function that fails
-/// says so with its result and leaves the system's own number in os::LastError
-/// (GetLastError there, errno here). Paths are UTF-16 with a terminator.
-/// Handles travel as 64-bit integers; 0 is no handle, and a stale handle fails
-/// instead of touching anything.
+/// os_system_*_windows.cpp and os_system_*_posix.cpp implement it; everything else in the library is one
+/// source for both platforms. A function that fails says so with its result and leaves the system's own
+/// number in os::LastError (GetLastError there, errno here). Paths are UTF-16 with a terminator. Handles
+/// travel as 64-bit integers; 0 is no handle, and a stale handle fails instead of touching anything.
 
 #include <atomic>
 
@@ -56,17 +53,15 @@ enum class Event
 
 struct DateTime;
 
-/// One table of hooks. Every member may be null: the operation then goes to the
-/// system.
+/// One table of hooks. Every member may be null: the operation then goes to the system.
 struct TestHooks
 {
     /// Handed to every hook.
     void* Context;
     /// The clock, in ms from the start of year 1, local time.
     QZInt64 (*Clock)(void* context);
-    /// Asked before an operation. False makes it fail with *error as the system's
-    /// number. *size, where it is not null, is the number of bytes asked for;
-    /// made smaller, the operation comes back short.
+    /// Asked before an operation. False makes it fail with *error as the system's number. *size, where it is
+    /// not null, is the number of bytes asked for; made smaller, the operation comes back short.
     bool (*Gate)(void* context, Op operation, QZInt64* size, QZUInt32* error);
     /// Told after the fact.
     void (*Notify)(void* context, Event event, QZInt64 value);
@@ -74,8 +69,7 @@ struct TestHooks
     bool (*SetTime)(void* context, const DateTime& time) = nullptr;
 };
 
-/// Sets the table, null takes it away. The table stays the caller's and must
-/// outlive its use.
+/// Sets the table, null takes it away. The table stays the caller's and must outlive its use.
 QZ_API void SetTestHooks(const TestHooks* hooks);
 
 extern std::atomic<const TestHooks*> g_testHooks;
@@ -85,8 +79,7 @@ void NotifyHooked(Event event, QZInt64 value);
 bool ClockHooked(QZInt64* timestamp);
 bool SetTimeHooked(const DateTime& time, bool* done);
 
-/// True when the operation may go on; false with LastError set when a test
-/// wants it to fail.
+/// True when the operation may go on; false with LastError set when a test wants it to fail.
 inline bool Gate(Op operation, QZInt64* size = nullptr)
 {
     return g_testHooks.load(std::memory_order_relaxed) == nullptr || GateHooked(operation, size);
@@ -123,31 +116,29 @@ QZUInt32 ErrorNoMemory();
 QZUInt32 ErrorDirectoryExists();
 /// The number for memory that the caller does not have.
 QZUInt32 ErrorBadAddress();
+/// The number for a path that is too long.
+QZUInt32 ErrorNameTooLong();
 
-/// The system's text of an error number with a terminator, in *text; give it
-/// back with ErrorTextFree. Null in *text and false with LastError set when the
-/// system knows no such number.
+/// The system's text of an error number with a terminator, in *text; give it back with ErrorTextFree. Null in
+/// *text and false with LastError set when the system knows no such number.
 bool ErrorText(QZUInt32 error, QZWChar** text);
 void ErrorTextFree(QZWChar* text);
 
-/// The platform's report of a broken assertion, in the form of its C library.
-/// Does not come back on Linux.
+/// The platform's report of a broken assertion, in the form of its C library. Does not come back on Linux.
 void AssertReport(const char* expression, const char* file, int line);
 
 // ---- Narrow text
 
-/// Converts bytes of the narrow page (the ANSI page on Windows, UTF-8
-/// elsewhere) to UTF-16. With out null answers the units needed, else the units
-/// written, never more than capacity and only whole characters. Broken input
-/// gives the replacement the platform uses. No terminator.
+/// Converts bytes of the narrow page (the ANSI page on Windows, UTF-8 elsewhere) to UTF-16. With out null
+/// answers the units needed, else the units written, never more than capacity and only whole characters.
+/// Broken input gives the replacement the platform uses. No terminator.
 QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capacity);
 /// The other way, sizes of out in bytes.
 QZInt64 WideToNarrow(const QZWChar* text, QZInt64 units, char* out, QZInt64 capacity);
 
 // ---- Memory
 
-/// The process heap. Null with LastError set on failure; a failed resize leaves
-/// the old block as it was.
+/// The process heap. Null with LastError set on failure; a failed resize leaves the old block as it was.
 void* HeapAllocate(QZInt64 size);
 void* HeapResize(void* block, QZInt64 size);
 void HeapFree(void* block);
@@ -196,27 +187,23 @@ QZInt64 MonotonicMicros();
 
 /// Sleeps; a place where a suspend from outside takes hold.
 void Sleep(QZUInt32 milliseconds);
-/// Raise and restore the timer resolution; nothing where sleeps are exact
-/// anyway.
+/// Raise and restore the timer resolution; nothing where sleeps are exact anyway.
 void TimerBegin(QZUInt32 period);
 void TimerEnd(QZUInt32 period);
 
 // ---- Threads
 
-/// Starts a thread at once with the default stack; 0 with LastError set on
-/// failure.
+/// Starts a thread at once with the default stack; 0 with LastError set on failure.
 QZInt64 ThreadCreate(void (*routine)(void*), void* argument);
-/// Raises the suspend count. A thread that suspends itself stops here until
-/// another resumes it; on Linux a suspend from outside takes hold at the
-/// thread's next gate (Sleep, a lock, ThreadGate). False on failure.
+/// Raises the suspend count. A thread that suspends itself stops here until another resumes it; on Linux a
+/// suspend from outside takes hold at the thread's next gate (Sleep, a lock, ThreadGate). False on failure.
 bool ThreadSuspend(QZInt64 thread);
 /// Lowers the suspend count; at 0 it does nothing and is no failure.
 bool ThreadResume(QZInt64 thread);
-/// Ends the thread where it stands: nothing is unwound, no destructor runs. On
-/// return the thread is gone. Does not come back when a thread ends itself.
+/// Ends the thread where it stands: nothing is unwound, no destructor runs. On return the thread is gone.
+/// Does not come back when a thread ends itself.
 bool ThreadTerminate(QZInt64 thread);
-/// True when the thread ended within the time; a negative time waits without
-/// limit.
+/// True when the thread ended within the time; a negative time waits without limit.
 bool ThreadWait(QZInt64 thread, QZInt64 milliseconds);
 /// Gives the handle back; the thread goes on.
 void ThreadClose(QZInt64 thread);
@@ -231,8 +218,7 @@ int ProcessorCount();
 
 // ---- Locks
 
-/// A recursive mutex. One whose holder was terminated passes to the next taker.
-/// Null on failure.
+/// A recursive mutex. One whose holder was terminated passes to the next taker. Null on failure.
 void* MutexCreate();
 /// Waits without limit. False (at once) on failure, a null mutex among them.
 bool MutexLock(void* mutex);
@@ -240,8 +226,7 @@ bool MutexLock(void* mutex);
 bool MutexUnlock(void* mutex);
 void MutexClose(void* mutex);
 
-/// A recursive critical section lives in CriticalSize() bytes that the caller
-/// provides, 16-byte aligned.
+/// A recursive critical section lives in CriticalSize() bytes that the caller provides, 16-byte aligned.
 QZInt64 CriticalSize();
 void CriticalInit(void* section);
 void CriticalEnter(void* section);
@@ -257,21 +242,18 @@ void NetEnd();
 /// A TCP socket over IPv4 that is never connected; -1 on failure.
 QZInt64 SleepSocketOpen();
 void SleepSocketClose(QZInt64 socket);
-/// Waits that long for an exception on the sleeping socket. A negative part
-/// returns at once.
+/// Waits that long for an exception on the sleeping socket. A negative part returns at once.
 void SleepSocketWait(QZInt64 socket, int seconds, int microseconds);
 
 // ---- Files
 
-/// Opens an existing file; 0 with LastError set on failure. Sharing has no
-/// counterpart on Linux and is not looked at.
+/// Opens an existing file; 0 with LastError set on failure. Sharing has no counterpart on Linux and is not
+/// looked at.
 QZInt64 FileOpen(const QZWChar* path, bool read, bool write, bool shareRead, bool shareWrite);
-/// Makes a new file for reading and writing; a file that is there fails with
-/// ErrorFileExists.
+/// Makes a new file for reading and writing; a file that is there fails with ErrorFileExists.
 QZInt64 FileCreate(const QZWChar* path);
 void FileClose(QZInt64 file);
-/// Bytes read at the offset, fewer at the end of the file; -1 with LastError
-/// set on failure.
+/// Bytes read at the offset, fewer at the end of the file; -1 with LastError set on failure.
 QZInt64 FileRead(QZInt64 file, QZInt64 offset, void* buffer, QZUInt32 size);
 /// Bytes written at the offset; -1 with LastError set on failure.
 QZInt64 FileWrite(QZInt64 file, QZInt64 offset, const void* buffer, QZUInt32 size);
@@ -295,8 +277,8 @@ bool DirectoryCreate(const QZWChar* path);
 /// Only an empty directory can go.
 bool DirectoryDelete(const QZWChar* path);
 
-/// The entries of a directory, "." and ".." left out, in the system's order;
-/// null with LastError set on failure.
+/// The entries of a directory, "." and ".." left out, in the system's order; null with LastError set on
+/// failure.
 struct DirectoryWalk;
 DirectoryWalk* DirectoryOpen(const QZWChar* path);
 /// The next entry. *name stays valid until the next call; *link tells that the entry only leads to another
@@ -307,18 +289,16 @@ void DirectoryClose(DirectoryWalk* walk);
 /// The separator that the platform writes.
 QZWChar PathSeparator();
 
-/// The working directory with a terminator. False when it does not fit into
-/// capacity units, or on any failure.
+/// The working directory with a terminator. False when it does not fit into capacity units, or on any
+/// failure.
 bool WorkingDirectoryGet(QZWChar* path, QZInt64 capacity);
 bool WorkingDirectorySet(const QZWChar* path);
 
 // ---- Host
 
-/// The name of this computer with a terminator; false when it does not fit into
-/// capacity units.
+/// The name of this computer with a terminator; false when it does not fit into capacity units.
 bool ComputerName(QZWChar* name, QZInt64 capacity);
-/// The first IPv4 address of this host's own name, in network order as it lies
-/// in memory.
+/// The first IPv4 address of this host's own name, in network order as it lies in memory.
 bool LocalAddress(QZUInt32* address);
 
 }  // namespace os

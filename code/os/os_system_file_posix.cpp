@@ -44,8 +44,7 @@ QZInt64 OpenPath(const QZWChar* path, int flags, mode_t mode)
     return HandleOf(descriptor);
 }
 
-// A test asks for a short transfer through the gate; everything else goes on
-// until the whole size is through.
+// A test asks for a short transfer through the gate; everything else goes on until the whole size is through.
 template <typename Transfer>
 QZInt64 TransferAll(QZInt64 size, Transfer transfer)
 {
@@ -66,8 +65,7 @@ QZInt64 TransferAll(QZInt64 size, Transfer transfer)
 QZInt64 FileOpen(const QZWChar* path, bool read, bool write, bool, bool)
 {
     if (!Gate(Op::FileOpen)) return 0;
-    // Without any access the file is only named, as there: neither reads nor
-    // writes go through.
+    // Without any access the file is only named, as there: neither reads nor writes go through.
     int flags = read && write ? O_RDWR : write ? O_WRONLY : read ? O_RDONLY : O_PATH;
     return OpenPath(path, flags, 0);
 }

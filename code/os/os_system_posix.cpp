@@ -21,8 +21,7 @@ struct SocketNumber
     int native;
 };
 
-// Socket failures are reported by the numbers that hosts know; their texts are
-// the system's own.
+// Socket failures are reported by the numbers that hosts know; their texts are the system's own.
 constexpr SocketNumber kSocketNumbers[] = {
     {10004, EINTR},         {10009, EBADF},        {10013, EACCES},          {10014, EFAULT},
     {10022, EINVAL},        {10024, EMFILE},       {10035, EWOULDBLOCK},     {10036, EINPROGRESS},
@@ -42,8 +41,7 @@ int NativeNumber(QZUInt32 error)
     return static_cast<int>(error);
 }
 
-// One code point from UTF-8; false for a byte that starts no whole, shortest,
-// legal form.
+// One code point from UTF-8; false for a byte that starts no whole, shortest, legal form.
 bool DecodeUtf8(std::string_view bytes, size_t* position, char32_t* code)
 {
     auto at = [&](size_t index) { return static_cast<unsigned char>(bytes[index]); };
@@ -169,6 +167,8 @@ void AssertReport(const char* expression, const char* file, int line)
 QZUInt32 ErrorDirectoryExists() { return EEXIST; }
 
 QZUInt32 ErrorBadAddress() { return EFAULT; }
+
+QZUInt32 ErrorNameTooLong() { return ENAMETOOLONG; }
 
 // ---- Narrow text
 
@@ -309,8 +309,7 @@ void* MemoryReserve(QZInt64 size)
         errno = EINVAL;
         return nullptr;
     }
-    // One unit more than asked, so that a range that begins on a unit can be cut
-    // out.
+    // One unit more than asked, so that a range that begins on a unit can be cut out.
     QZUInt64 whole = WholeUnits(size);
     void* region =
         mmap(nullptr, whole + kReserveUnit, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);

@@ -1,8 +1,7 @@
 #ifndef QZLIB_OS_SYSTEM_POSIX_H
 #define QZLIB_OS_SYSTEM_POSIX_H
 
-/// What the POSIX sources of the seam share among themselves. Nothing else
-/// includes it.
+/// What the POSIX sources of the seam share among themselves. Nothing else includes it.
 
 #include <string>
 #include <string_view>
@@ -12,17 +11,15 @@
 namespace os
 {
 
-/// UTF-16 to the bytes of a path or text; lone surrogates that stand for raw
-/// bytes become these bytes again.
+/// UTF-16 to the bytes of a path or text; lone surrogates that stand for raw bytes become these bytes again.
 std::string ToBytes(const QZWChar* text);
 std::string ToBytes(const QZWChar* text, QZInt64 units);
-/// Bytes to UTF-16; a byte that is no UTF-8 becomes U+DC80 + (byte - 0x80), so
-/// that every file name has a text.
+/// Bytes to UTF-16; a byte that is no UTF-8 becomes U+DC80 + (byte - 0x80), so that every file name has a
+/// text.
 std::u16string ToText(std::string_view bytes);
 
-/// Keeps ThreadTerminate from ending the calling thread while it holds
-/// something that other threads need, the heap's lock for one. Nests; the
-/// thread ends when the outermost hold goes.
+/// Keeps ThreadTerminate from ending the calling thread while it holds something that other threads need, the
+/// heap's lock for one. Nests; the thread ends when the outermost hold goes.
 class TerminationHold
 {
 public:

@@ -1,4 +1,3 @@
-#include <linux/futex.h>
 #include <pthread.h>
 #include <sched.h>
 #include <semaphore.h>
@@ -12,7 +11,6 @@
 #include <netinet/in.h>
 
 #include <cerrno>
-#include <climits>
 #include <mutex>
 #include <new>
 #include <unordered_map>
@@ -37,14 +35,16 @@ struct ThreadRecord
     std::atomic<bool> killed{false};
     std::atomic<bool> killedSeen{false};
     sem_t end;
+    /// Where the thread waits while it is suspended; posted when the count comes down to 0.
+    sem_t gate;
     pthread_t thread;
     QZUInt64 id;
     void (*routine)(void*);
     void* argument;
 };
 
-/// What the termination signal looks at. It lies in the static TLS block, so
-/// reading it in a signal handler allocates nothing.
+/// What the termination signal looks at. It lies in the static TLS block, so reading it in a signal handler
+/// allocates nothing.
 struct ThreadState
 {
     ThreadRecord* record;
@@ -56,8 +56,7 @@ __attribute__((tls_model("initial-exec"))) thread_local ThreadState t_state{null
 
 std::atomic<QZUInt64> g_nextThread{1};
 
-/// Live handles. Never destroyed: threads may still use it while the process
-/// ends.
+/// Live handles. Never destroyed: threads may still use it while the process ends.
 struct HandleTable
 {
     std::mutex lock;
@@ -72,18 +71,8 @@ HandleTable& Handles()
 
 int TerminationSignal() { return SIGRTMAX - 3; }
 
-void FutexWait(std::atomic<int>* word, int value)
-{
-    syscall(SYS_futex, word, FUTEX_WAIT_PRIVATE, value, nullptr, nullptr, 0);
-}
-
-void FutexWake(std::atomic<int>* word)
-{
-    syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
-}
-
-// Ends the calling thread without running anything of it: no unwinding, no
-// destructors, no thread-local clean-up.
+// Ends the calling thread without running anything of it: no unwinding, no destructors, no thread-local
+// clean-up.
 [[noreturn]] void EndHere(ThreadRecord* record)
 {
     record->killed.store(true, std::memory_order_relaxed);
@@ -116,15 +105,20 @@ void InstallTermination()
     });
 }
 
-void DropReference(ThreadRecord* record)
+void DeleteRecord(ThreadRecord* record)
 {
-    if (record->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
     sem_destroy(&record->end);
+    sem_destroy(&record->gate);
     delete record;
 }
 
-/// A handle's record with a reference of its own, so that a close elsewhere
-/// cannot take it away.
+void DropReference(ThreadRecord* record)
+{
+    if (record->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    DeleteRecord(record);
+}
+
+/// A handle's record with a reference of its own, so that a close elsewhere cannot take it away.
 class RecordUse
 {
 public:
@@ -223,6 +217,7 @@ QZInt64 ThreadCreate(void (*routine)(void*), void* argument)
         return 0;
     }
     sem_init(&record->end, 0, 0);
+    sem_init(&record->gate, 0, 0);
     record->routine = routine;
     record->argument = argument;
     record->id = g_nextThread.fetch_add(1, std::memory_order_relaxed);
@@ -230,8 +225,7 @@ QZInt64 ThreadCreate(void (*routine)(void*), void* argument)
 
     HandleTable& table = Handles();
     std::lock_guard<std::mutex> guard(table.lock);
-    // The new thread starts with the termination signal held back until it has
-    // its record in place.
+    // The new thread starts with the termination signal held back until it has its record in place.
     sigset_t before;
     sigset_t held;
     sigemptyset(&held);
@@ -241,8 +235,7 @@ QZInt64 ThreadCreate(void (*routine)(void*), void* argument)
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (error != 0)
     {
-        sem_destroy(&record->end);
-        delete record;
+        DeleteRecord(record);
         errno = error;
         return 0;
     }
@@ -279,7 +272,7 @@ bool ThreadResume(QZInt64 thread)
     while (count > 0)
     {
         if (!record->suspended.compare_exchange_weak(count, count - 1)) continue;
-        if (count == 1) FutexWake(&record->suspended);
+        if (count == 1) sem_post(&record->gate);
         break;
     }
     return true;
@@ -289,8 +282,8 @@ void ThreadGate()
 {
     ThreadRecord* record = t_state.record;
     if (record == nullptr) return;
-    for (int count = record->suspended.load(); count > 0; count = record->suspended.load())
-        FutexWait(&record->suspended, count);
+    // A post may stem from a suspend that was taken back before it took hold, so the count decides.
+    while (record->suspended.load() > 0) sem_wait(&record->gate);
 }
 
 bool ThreadTerminate(QZInt64 thread)
@@ -300,16 +293,14 @@ bool ThreadTerminate(QZInt64 thread)
     if (!record) return false;
     if (record.Get() == t_state.record)
     {
-        // The handle and the thread keep their own references; the one taken here
-        // goes first.
+        // The handle and the thread keep their own references; the one taken here goes first.
         record->references.fetch_sub(2, std::memory_order_acq_rel);
         record->killedSeen.store(true);
         EndHere(record.Get());
     }
     if (!record->ended.load(std::memory_order_acquire))
     {
-        // The thread is neither joined nor detached while its handle is open, so it
-        // can be named here.
+        // The thread is neither joined nor detached while its handle is open, so it can be named here.
         int error = pthread_kill(record->thread, TerminationSignal());
         if (error != 0 && error != ESRCH)
         {
@@ -468,12 +459,20 @@ void CriticalEnter(void* section)
 
 void CriticalLeave(void* section)
 {
-    // The recursive kind refuses a thread that does not hold it, which is all
-    // that a surplus leave needs.
+    // The recursive kind refuses a thread that does not hold it, which is all that a surplus leave needs.
     pthread_mutex_unlock(static_cast<pthread_mutex_t*>(section));
 }
 
-void CriticalDelete(void* section) { pthread_mutex_destroy(static_cast<pthread_mutex_t*>(section)); }
+void CriticalDelete(void* section)
+{
+    pthread_mutex_t* mutex = static_cast<pthread_mutex_t*>(section);
+    // A terminated thread takes what it held with it. Such a mutex cannot be destroyed, only be left behind;
+    // it has nothing but its own bytes.
+    if (pthread_mutex_trylock(mutex) != 0) return;
+    while (pthread_mutex_unlock(mutex) == 0)
+    {}
+    pthread_mutex_destroy(mutex);
+}
 
 // ---- Sleep
 

@@ -70,8 +70,7 @@ void ThreadGate() {}
 bool ThreadTerminate(QZInt64 thread)
 {
     if (!Gate(Op::ThreadControl)) return false;
-    // The call only asks for the end; who takes the thread's memory away must
-    // know that it is gone.
+    // The call only asks for the end; who takes the thread's memory away must know that it is gone.
     if (!TerminateThread(ToHandle(thread), 0)) return false;
     WaitForSingleObject(ToHandle(thread), 1000);
     return true;
@@ -139,8 +138,8 @@ void CriticalEnter(void* section) { EnterCriticalSection(static_cast<CRITICAL_SE
 
 void CriticalLeave(void* section)
 {
-    // A surplus leave would upset the counts; the owner field equals the caller's
-    // id only while the caller holds it.
+    // A surplus leave would upset the counts; the owner field equals the caller's id only while the caller
+    // holds it.
     CRITICAL_SECTION* critical = static_cast<CRITICAL_SECTION*>(section);
     HANDLE self = ULongToHandle(GetCurrentThreadId());
     if (__atomic_load_n(&critical->OwningThread, __ATOMIC_RELAXED) != self) return;

@@ -42,6 +42,8 @@ QZUInt32 ErrorDirectoryExists() { return ERROR_ALREADY_EXISTS; }
 
 QZUInt32 ErrorBadAddress() { return ERROR_NOACCESS; }
 
+QZUInt32 ErrorNameTooLong() { return ERROR_FILENAME_EXCED_RANGE; }
+
 // ---- Narrow text
 
 QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capacity)

@@ -59,7 +59,7 @@ QZInt64 QZThread::GetType() { return 0x81FFF30; }
 
 void QZThread::SetTimeout(long long timeout) { m_timeout.store(timeout, std::memory_order_relaxed); }
 
-QZByte QZThread::IsWorking() { return m_working.load(std::memory_order_relaxed); }
+QZByte QZThread::IsWorking() { return m_working.load(std::memory_order_acquire); }
 
 QZByte QZThread::ExecOrNot(QZTask* task)
 {
@@ -119,7 +119,8 @@ void QZThread::RunTask()
         task->SetStatus(QZTask::StatusHaveExecuted);
         task->Unlock();
     }
-    m_working.store(0, std::memory_order_relaxed);
+    // Whoever sees the worker idle sees all that the task did, and may take the task away.
+    m_working.store(0, std::memory_order_release);
 }
 
 void QZThread::Proc(void* self)

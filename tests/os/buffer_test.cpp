@@ -250,6 +250,11 @@ TEST(Buffer, NullPointersAreRefused)
     EXPECT_QZ_THROW(buffer.Read(0, nullptr, 1), QZExceptionCode::NullPointer);
     EXPECT_QZ_THROW(buffer.Write(0, nullptr, 1), QZExceptionCode::NullPointer);
     EXPECT_QZ_THROW(buffer.Write(0, static_cast<QZData*>(nullptr)), QZExceptionCode::NullPointer);
+    // No less where the bytes are at hand.
+    buffer.Write(0, "12345678", 8);
+    EXPECT_QZ_THROW(buffer.Read(0, nullptr, 8), QZExceptionCode::NullPointer);
+    EXPECT_QZ_THROW(buffer.Write(0, static_cast<const void*>(nullptr), 8), QZExceptionCode::NullPointer);
+    EXPECT_EQ(buffer.Read(0, nullptr, 0), 0);
 }
 
 TEST(Buffer, AReadAtTheEndOfTheAddressSpaceStopsThere)

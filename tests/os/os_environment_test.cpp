@@ -142,6 +142,16 @@ TEST(Environment, WorkingDirectoryIsSetAndRead)
     QZStringFactory::Recycle(&path);
 }
 
+TEST(Environment, WorkingDirectoryOfMoreThan1024CharactersIsRefused)
+{
+    // Blocks of "./" make any length lead to the folder that is there.
+    qztest::Text long1025(1025, QZWChar('.'));
+    for (std::size_t i = 1; i < long1025.size(); i += 2) long1025[i] = '/';
+    QZString* path = QZStringFactory::CreateString(long1025.c_str());
+    EXPECT_QZ_THROW(QZEnvironment::SetCurrentWorkingDirectory(path), 5888);
+    QZStringFactory::Recycle(&path);
+}
+
 TEST(Environment, WorkingDirectoryFailures)
 {
     TempDir dir;

@@ -1,5 +1,6 @@
 #include "os/os_file.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "fw/fw_data.h"
@@ -299,6 +300,12 @@ TEST(File, SizesGoToThePlatformAs32Bits)
     EXPECT_STREQ(buffer, "012");
     EXPECT_EQ(file->Write(0, "ab", 0x100000002LL), 2);
     EXPECT_EQ(dir.Read("a"), "ab23456789");
+    // Of a negative size too only the low half is seen.
+    EXPECT_EQ(file->Read(2, buffer, INT64_MIN + 2), 2);
+    EXPECT_STREQ(buffer, "232");
+    EXPECT_EQ(file->Write(0, "xyz", -0xFFFFFFFDLL), 3);
+    EXPECT_EQ(dir.Read("a"), "xyz3456789");
+    EXPECT_EQ(file->Read(0, buffer, INT64_MIN), 0);
 }
 
 TEST(File, NegativeSizesAndOffsetsFail)
@@ -371,6 +378,77 @@ TEST(File, FailuresOfThePlatformHaveTheirCodes)
     file->Sync();
 }
 
+TEST(File, EveryOperationAddsItsNameToTheTrace)
+{
+    TempDir dir;
+    dir.Write("a", "abc");
+    dir.Write("b", "abc");
+    Opened file(dir, "a");
+    Opened other(dir, "b");
+    Hooks hooks;
+    auto traceOf = [&](auto call) {
+        hooks.Fail(os::Op::FileRead, kSystemNumber);
+        auto thrown = qztest::Catch(call);
+        EXPECT_EQ(thrown.code, 4608);
+        EXPECT_EQ(thrown.type, QZIOException::Type);
+        return thrown.stackTrace;
+    };
+    const std::string whole =
+        "QZFile::Read(QZInt64, QZPVoid, QZInt64)\r\nQZFile::Read(QZInt64, QZInt64)\r\nQZFile::ReadToEnd()";
+    EXPECT_EQ(traceOf([&] { file->ReadToEnd(); }), whole);
+    EXPECT_EQ(traceOf([&] { file->LineCount(); }), whole + "\r\nQZFile::LineCount()");
+    EXPECT_EQ(traceOf([&] { file->ReadLine(nullptr); }), whole + "\r\nQZFile::ReadLine(QZChar**)");
+    char version[32];
+    EXPECT_EQ(traceOf([&] { file->GetVersion(version); }), whole + "\r\nQZFile::GetVersion(QZChar*)");
+    EXPECT_EQ(traceOf([&] { file->GetTextFileEncodingType(); }),
+              "QZFile::Read(QZInt64, QZPVoid, QZInt64)\r\nQZFile::GetTextFileEncodingType()");
+    EXPECT_EQ(traceOf([&] { file->Equals(other.file); }),
+              "QZFile::Read(QZInt64, QZPVoid, QZInt64)\r\nQZFile::Equals(QZFile*)");
+    hooks.Fail(os::Op::FileWrite, kSystemNumber);
+    auto thrown = QZ_TEST_CATCH(file->Append("x", 1));
+    EXPECT_EQ(thrown.stackTrace,
+              "QZFile::Write(QZInt64, QZPVoid, QZInt64)\r\nQZFile::Append(QZPVoid, QZInt64)");
+    hooks.Fail(os::Op::FileSize, kSystemNumber);
+    thrown = QZ_TEST_CATCH(file->Append("x", 1));
+    EXPECT_EQ(thrown.code, 5888);
+    EXPECT_EQ(thrown.stackTrace, "QZFile::GetSize()\r\nQZFile::Append(QZPVoid, QZInt64)");
+    hooks.Fail(os::Op::FileSize, kSystemNumber);
+    thrown = QZ_TEST_CATCH(file->NewSize(7));
+    EXPECT_EQ(thrown.argumentTrace, "QZFile::NewSize(7)");
+    hooks.Fail(os::Op::FileSync, kSystemNumber);
+    thrown = QZ_TEST_CATCH(file->Sync());
+    EXPECT_EQ(thrown.stackTrace, "QZFile::Sync()");
+    EXPECT_EQ(dir.Read("a"), "abc");
+}
+
+TEST(File, FailuresOfNamesTellTheSystemsNumber)
+{
+    TempDir dir;
+    dir.Write("a", "abc");
+    Hooks hooks;
+    hooks.Fail(os::Op::FileName, kSystemNumber);
+    auto thrown = QZ_TEST_CATCH(QZFile::Delete(dir.Name("a").c_str()));
+    EXPECT_EQ(thrown.code, 5888);
+    EXPECT_EQ(thrown.stackTrace, "QZFile::Delete(QZWChar*)");
+    std::string message = thrown.message;
+    hooks.Fail(os::Op::FileName, kSystemNumber);
+    thrown = QZ_TEST_CATCH(QZFile::Rename("a", "b"));
+    EXPECT_EQ(thrown.message, message) << "same code, same number";
+    EXPECT_EQ(thrown.argumentTrace, "QZFile::Rename(a, b)");
+    EXPECT_EQ(dir.Read("a"), "abc");
+}
+
+TEST(File, NullDataIsRefused)
+{
+    TempDir dir;
+    dir.Write("a", "abc");
+    Opened file(dir, "a");
+    EXPECT_QZ_THROW(file->Write(0, static_cast<QZData*>(nullptr)), QZExceptionCode::NullPointer);
+    EXPECT_QZ_THROW(file->Read(0, nullptr, 1), 4608);
+    EXPECT_QZ_THROW(file->Write(0, nullptr, 1), 4352);
+    EXPECT_EQ(dir.Read("a"), "abc");
+}
+
 TEST(File, ShortTransfersAreAnsweredAsTheyAre)
 {
     TempDir dir;
@@ -425,6 +503,7 @@ TEST(File, ReadLineFillsTheBuffersThatAreThere)
     dir.Write("empty", "");
     EXPECT_EQ(Opened(dir, "empty")->ReadLine(lines), 0);
     EXPECT_STREQ(first, "");
+    EXPECT_EQ(Opened(dir, "a")->ReadLine(nullptr), 3);
 }
 
 std::string WideBytes(std::string_view text)
@@ -589,6 +668,8 @@ TEST(File, CopyWithoutMemoryFails)
     EXPECT_TRUE(thrown.thrown);
     EXPECT_EQ(thrown.code, 4352);
     EXPECT_EQ(thrown.message, " OutOfMemory");
+    EXPECT_QZ_THROW(QZFile::Copy(a.file, 0, b.file, 0, 4, -1, nullptr), 4352);
+    EXPECT_EQ(dir.Read("b"), "");
 }
 
 }  // namespace

@@ -167,6 +167,11 @@ TEST(FileDirectory, CreateUnderAFileFails)
     EXPECT_QZ_THROW(QZFileDirectory::Create(dir.Name("a/b").c_str()), 5888);
     EXPECT_QZ_THROW(QZFileDirectory::Create(dir.Name("a").c_str()), 5888);
     EXPECT_QZ_THROW(QZFileDirectory::Create(""), 5888);
+    QZString* path = QZStringFactory::CreateString(dir.Name("a/b").c_str());
+    auto thrown = QZ_TEST_CATCH(QZPath::Create(path));
+    EXPECT_EQ(thrown.code, 5888);
+    EXPECT_EQ(thrown.stackTrace, "QZFileDirectory::Create(QZString*)\r\nQZPath::Create(QZString*)");
+    QZStringFactory::Recycle(&path);
 }
 
 TEST(FileDirectory, CreateThatThePlatformRefusesFails)

@@ -105,6 +105,20 @@ TEST(Stream, SeekMovesTheReadPositionOnly)
     EXPECT_EQ(stream.ReadByte(&byte), 0);
 }
 
+TEST(Stream, APositionBeforeTheStartReadsFromTheStart)
+{
+    QZStream stream;
+    stream.Write("abcdef", 6);
+    stream.Seek(-2);
+    char bytes[16] = {};
+    EXPECT_EQ(stream.Read(bytes, 3), 3);
+    EXPECT_STREQ(bytes, "abc");
+    EXPECT_EQ(stream.GetPosition(), 1);
+    stream.Seek(INT64_MIN);
+    EXPECT_EQ(stream.Read(bytes, 3), 0);
+    EXPECT_EQ(stream.GetPosition(), INT64_MIN);
+}
+
 TEST(Stream, ANegativeSizeMovesNothing)
 {
     QZStream stream;

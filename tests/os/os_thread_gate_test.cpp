@@ -1,0 +1,156 @@
+// Suspending: what a thread does to itself, and the worker whose task comes between two steps.
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+#include "os/os_system.h"
+#include "os/os_task.h"
+#include "os/os_thread.h"
+#include "support/qz_hooks.h"
+#include "support/qz_test.h"
+
+namespace
+{
+
+using qztest::Eventually;
+
+std::atomic<int> g_step{0};
+
+void SuspendSelf(void* argument)
+{
+    auto* handle = static_cast<std::atomic<long long>*>(argument);
+    while (handle->load() == 0) QZThread::Sleep(1);
+    g_step = 1;
+    os::ThreadSuspend(handle->load());
+    g_step = 2;
+    os::ThreadSuspend(handle->load());
+    g_step = 3;
+}
+
+TEST(ThreadGate, ThreadThatSuspendsItselfGoesOnOnlyWhenAnotherResumesIt)
+{
+    g_step = 0;
+    std::atomic<long long> handle{0};
+    long long thread = QZThread::Create(SuspendSelf, &handle);
+    // Resumes that come first are not saved up.
+    EXPECT_TRUE(os::ThreadResume(thread));
+    EXPECT_TRUE(os::ThreadResume(thread));
+    handle = thread;
+    ASSERT_TRUE(Eventually([] { return g_step == 1; }));
+    os::Sleep(30);
+    EXPECT_EQ(g_step, 1);
+    ASSERT_TRUE(Eventually([thread] { return os::ThreadResume(thread) && g_step >= 2; }));
+    os::Sleep(30);
+    ASSERT_TRUE(Eventually([thread] { return os::ThreadResume(thread) && g_step == 3; }));
+    EXPECT_TRUE(os::ThreadWait(thread, 10000));
+    QZThread::Close(thread);
+    QZThread::WaitForThreadsEnd();
+}
+
+TEST(ThreadGate, SuspendAndResumeOfAClosedHandleFail)
+{
+    EXPECT_FALSE(os::ThreadSuspend(0));
+    EXPECT_FALSE(os::ThreadResume(0));
+    EXPECT_NE(os::LastError(), 0u);
+}
+
+/// Holds every thread but the test's own at the platform's door when it asks for a suspend.
+class SuspendDoor
+{
+public:
+    SuspendDoor() { os::SetTestHooks(&m_table); }
+    ~SuspendDoor()
+    {
+        Open();
+        os::SetTestHooks(nullptr);
+    }
+    SuspendDoor(const SuspendDoor&) = delete;
+    SuspendDoor& operator=(const SuspendDoor&) = delete;
+
+    bool Reached() const { return m_reached; }
+    void Close() { m_open = false; }
+    void Open() { m_open = true; }
+
+private:
+    static bool OnGate(void* context, os::Op operation, QZInt64*, QZUInt32*)
+    {
+        SuspendDoor* self = static_cast<SuspendDoor*>(context);
+        if (operation != os::Op::ThreadControl || std::this_thread::get_id() == self->m_owner) return true;
+        if (!self->m_open) self->m_reached = true;
+        while (!self->m_open) std::this_thread::yield();
+        return true;
+    }
+
+    std::atomic<bool> m_open{true};
+    std::atomic<bool> m_reached{false};
+    std::thread::id m_owner = std::this_thread::get_id();
+    os::TestHooks m_table{this, nullptr, &OnGate, nullptr};
+};
+
+class CountingTask : public QZTask
+{
+public:
+    void Execute() override { ++done; }
+    std::atomic<int> done{0};
+};
+
+TEST(ThreadGate, TaskThatComesBetweenIdleAndSuspendStaysPending)
+{
+    CountingTask first;
+    CountingTask second;
+    auto thread = std::make_unique<QZThread>();
+    {
+        SuspendDoor door;
+        door.Close();
+        EXPECT_EQ(thread->ExecOrNot(&first), 1);
+        ASSERT_TRUE(Eventually([&] { return door.Reached(); }));
+        EXPECT_EQ(first.done, 1);
+        EXPECT_EQ(thread->IsWorking(), 0) << "idle for callers, not yet suspended";
+        EXPECT_EQ(thread->ExecOrNot(&second), 1);
+        door.Open();
+        os::Sleep(60);
+        // The resume came before the suspend and is lost; hosts know that the task waits for the next one.
+        EXPECT_EQ(second.done, 0);
+        EXPECT_EQ(thread->IsWorking(), 1);
+        EXPECT_EQ(second.GetStstus(), QZTask::StatusNotExecuted);
+        EXPECT_EQ(second.Lock(1), 0) << "the worker still has it";
+        EXPECT_EQ(thread->ExecOrNot(&first), 0);
+    }
+    // Destruction resumes the worker, which finds that it is to leave.
+    thread.reset();
+    EXPECT_EQ(second.done, 0);
+    QZThread::WaitForThreadsEnd();
+}
+
+TEST(ThreadGate, IdleWorkerEndsLongBeforeItsTimeout)
+{
+    CountingTask task;
+    auto thread = std::make_unique<QZThread>();
+    EXPECT_EQ(thread->ExecOrNot(&task), 1);
+    ASSERT_TRUE(Eventually([&] { return !thread->IsWorking(); }));
+    os::Sleep(20);
+    QZInt64 start = os::MonotonicMicros();
+    thread.reset();
+    EXPECT_LT(os::MonotonicMicros() - start, 2000000);
+    EXPECT_EQ(task.done, 1);
+}
+
+TEST(ThreadGate, CriticalSectionOfATerminatedThreadCanBeDeleted)
+{
+    static QZCriticalSection* section;
+    section = new QZCriticalSection;
+    g_step = 0;
+    long long thread = QZThread::Create([] {
+        section->Lock();
+        g_step = 1;
+        for (;;) QZThread::Sleep(1);
+    });
+    ASSERT_TRUE(Eventually([] { return g_step == 1; }));
+    EXPECT_EQ(QZThread::Terminate(thread), 1);
+    QZThread::Close(thread);
+    delete section;
+    QZThread::WaitForThreadsEnd();
+}
+
+}  // namespace
