@@ -11,6 +11,9 @@ namespace
 /// Above this no sum of header, offset and size can overflow; the memory manager refuses far earlier.
 constexpr QZInt64 kSizeLimit = QZInt64{1} << 60;
 
+/// What the memory manager keeps of its block for its own header and guard.
+constexpr QZInt64 kBufferFrame = 64;
+
 QZInt64 RoundToStep(QZInt64 length) { return (length + kCapacityStep - 1) / kCapacityStep * kCapacityStep; }
 
 bool InLimits(QZInt64 structSize, QZInt64 offset, QZInt64 size)
@@ -21,11 +24,10 @@ bool InLimits(QZInt64 structSize, QZInt64 offset, QZInt64 size)
 
 void SetSize(void* b, QZInt64 size) { QZStore(QZAt(b, 16), size); }
 
-/// Makes the buffer hold a whole block of this length.
-bool Reserve(void** b, QZInt64 length)
+/// Makes the buffer hold so many bytes.
+bool Request(void** b, QZInt64 bytes)
 {
-    if (length <= Capacity(*b)) return true;
-    void* moved = MemoryResize(*b, RoundToStep(length));
+    void* moved = MemoryResize(*b, bytes);
     if (!moved)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::OutOfMemory));
@@ -87,7 +89,8 @@ bool Resize(void** b, QZInt64 size)
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::OutOfMemory));
         return false;
     }
-    if (!Reserve(b, Length(StructSize(*b), Offset(*b), size))) return false;
+    const QZInt64 length = Length(StructSize(*b), Offset(*b), size);
+    if (length > Capacity(*b) && !Request(b, RoundToStep(length))) return false;
     SetSize(*b, size);
     WriteGuard(*b);
     return true;
@@ -99,8 +102,10 @@ bool SetOffset(void** b, QZInt64 offset)
     const QZInt64 end = Size(*b) + Offset(*b);
     const QZInt64 capacity = Capacity(*b);
     const QZInt64 start = offset < capacity ? offset : capacity;
-    // Past the end of the data the guard has to move along, and there must be room for it.
-    if (end < start && !Reserve(b, Length(StructSize(*b), start, 0))) return false;
+    // Past the end of the data the guard has to move along, and there must be room for it. The request is not
+    // rounded up, so that the capacity, whole steps of the request, stays what it was.
+    const QZInt64 length = Length(StructSize(*b), start, 0);
+    if (end < start && length > MemoryGetSize(*b) && !Request(b, length)) return false;
     SetSize(*b, end > start ? end - start : 0);
     QZStore(QZAt(*b, 24), start);
     if (end < start) WriteGuard(*b);
@@ -121,11 +126,21 @@ bool Check(const void* b)
     if (!b || QZLoad<QZInt64>(b) != kMarker || !InLimits(StructSize(b), Offset(b), Size(b))) return false;
     // A damaged header must not lead the look at the guard outside of the buffer.
     const QZInt64 length = Length(b);
-    QZInt64 capacity = Capacity(b);
-    if (capacity < 0) capacity = MemoryGetBlockSize(b) - 64;
-    return length <= capacity && QZLoad<QZUInt64>(QZAt(b, length - 8)) == kGuard;
+    return length <= MemoryGetBlockSize(b) - kBufferFrame && QZLoad<QZUInt64>(QZAt(b, length - 8)) == kGuard;
 }
 
-QZInt64 Capacity(const void* b) { return MemoryGetSize(b); }
+QZInt64 Capacity(const void* b)
+{
+    const QZInt64 requested = MemoryGetSize(b);
+    return requested < 0 ? requested : requested / kCapacityStep * kCapacityStep;
+}
+
+bool Holds(const void* b, const void* p)
+{
+    const auto begin = reinterpret_cast<std::uintptr_t>(b);
+    const auto address = reinterpret_cast<std::uintptr_t>(p);
+    return address >= begin &&
+           address < begin + static_cast<std::uintptr_t>(MemoryGetBlockSize(b) - kBufferFrame);
+}
 
 }  // namespace block

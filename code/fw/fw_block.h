@@ -62,8 +62,11 @@ void WriteGuard(void* b);
 /// Marker and guard are right.
 bool Check(const void* b);
 
-/// The requested size of the buffer that holds the block.
+/// What the block can hold before it grows: the requested size of its buffer in whole steps of 512.
 QZInt64 Capacity(const void* b);
+
+/// The address lies in the buffer that holds the block.
+bool Holds(const void* b, const void* p);
 }  // namespace block
 
 #endif

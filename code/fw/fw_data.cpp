@@ -1,6 +1,6 @@
 #include "fw/fw_data.h"
 
-#include <cstdint>
+#include <limits>
 #include <type_traits>
 
 #include "fw/fw_data_factory.h"
@@ -73,9 +73,19 @@ QZData::QZData(QZInt64 size) : m_block(block::Make(block::kPlainType, block::kDe
     if (!m_block) ThrowNoStorage(kClass, size);
 }
 
-QZData::QZData(const void* p, QZInt64 size) : QZData(size)
+QZData::QZData(const void* p, QZInt64 size)
+    : m_block(!p && size > 0 ? nullptr : block::Make(block::kPlainType, block::kDefaultOffset, size, 0))
 {
-    CheckBytes(p, size, kClass);
+    if (!m_block)
+    {
+        // No bytes to copy is the caller's failure, no room for them is not.
+        if (size >= 0) CheckBytes(p, size, kClass);
+        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
+                      kClass, kClass)
+            .Argument(QZ_W("QZPVoid"), p, 0)
+            .Argument(QZ_W("QZInt64"), size)
+            .Exception();
+    }
     if (size > 0) QZMemCopy(GetPointer(), p, size);
 }
 
@@ -83,7 +93,7 @@ QZData::QZData(const void* raw) : m_block(nullptr)
 {
     if (!raw)
         throw QZTrace(QZExceptionFactory::CreateException(), kClass, kClass)
-            .Argument(QZ_W("QZPVoid"), QZInt64{0})
+            .Argument(QZ_W("QZPVoid"), raw, 0)
             .Exception();
     m_block = block::Copy(raw);
     if (!m_block) ThrowNoStorage(kClass, block::Size(raw));
@@ -200,17 +210,18 @@ QZInt64 QZData::FindNext(const QZData* pattern)
     return m_findPosition;
 }
 
-bool QZData::HoldsAddress(const void* p) const
+/// A sum that no number can hold is a size that no memory can hold.
+void QZData::GrowBy(QZInt64 size)
 {
-    const auto begin = reinterpret_cast<std::uintptr_t>(m_block);
-    const auto address = reinterpret_cast<std::uintptr_t>(p);
-    return address >= begin && address < begin + static_cast<std::uintptr_t>(block::Capacity(m_block));
+    QZInt64 sum = 0;
+    if (__builtin_add_overflow(GetSize(), size, &sum)) sum = std::numeric_limits<QZInt64>::max();
+    QZData::NewSize(sum);
 }
 
 void QZData::AppendBytes(const void* p, QZInt64 size)
 {
     const QZInt64 old = GetSize();
-    QZData::NewSize(old + size);
+    GrowBy(size);
     QZMemCopy(QZAt(GetPointer(), old), p, size);
 }
 
@@ -226,7 +237,7 @@ void QZData::Append(const void* p, QZInt64 size)
 {
     CheckBytes(p, size, QZ_W("Append"));
     if (size == 0) return;
-    if (!HoldsAddress(p)) return AppendBytes(p, size);
+    if (!block::Holds(m_block, p)) return AppendBytes(p, size);
     const ByteCopy copy(p, size, QZ_W("Append"));
     AppendBytes(copy.Pointer(), size);
 }
@@ -241,7 +252,7 @@ void QZData::PrependBytes(const void* p, QZInt64 size)
     else
     {
         const QZInt64 old = GetSize();
-        QZData::NewSize(old + size);
+        GrowBy(size);
         unsigned char* data = block::Data(m_block);
         if (old > 0) QZMemMove(data + size, data, old);
     }
@@ -260,7 +271,7 @@ void QZData::Prepend(const void* p, QZInt64 size)
 {
     CheckBytes(p, size, QZ_W("Prepend"));
     if (size == 0) return;
-    if (!HoldsAddress(p)) return PrependBytes(p, size);
+    if (!block::Holds(m_block, p)) return PrependBytes(p, size);
     const ByteCopy copy(p, size, QZ_W("Prepend"));
     PrependBytes(copy.Pointer(), size);
 }
@@ -338,10 +349,11 @@ QZDataCollection* QZData::Split(const QZData* separator)
             start += found + patternSize;
         }
     }
-    catch (QZException*)
+    catch (QZException* e)
     {
         if (piece) QZDataFactory::Recycle(&piece);
         Recycle(&pieces);
+        QZTrace(e, kClass, QZ_W("Split")).Argument(QZ_W("QZData*"), pattern, patternSize);
         throw;
     }
     return pieces;
@@ -386,7 +398,7 @@ void QZData::Set(const void* p, QZInt64 size)
     if (size < 0) ThrowNoStorage(QZ_W("Set"), size);
     CheckBytes(p, size, QZ_W("Set"));
     m_findPosition = -1;
-    if (size > 0 && HoldsAddress(p))
+    if (size > 0 && block::Holds(m_block, p))
     {
         const ByteCopy copy(p, size, QZ_W("Set"));
         QZData::NewSize(size);

@@ -164,7 +164,7 @@ protected:
     QZInt64 m_findPosition = -1;
 
 private:
-    bool HoldsAddress(const void* p) const;
+    void GrowBy(QZInt64 size);
     void AppendBytes(const void* p, QZInt64 size);
     void PrependBytes(const void* p, QZInt64 size);
     void ReleaseBlock();

@@ -9,7 +9,7 @@
 // a recycled exception is deleted, and the created count keeps rising.
 
 #define QZLIB_EXCEPTION_CACHE(Cache, Class)                                                        \
-    class Cache : public QZObjectCache, private Class                                              \
+    class QZ_API Cache : public QZObjectCache, private Class                                       \
     {                                                                                              \
     public:                                                                                        \
         Cache(QZInt64 createdLimit, QZInt64 idleLimit) : QZObjectCache(createdLimit, idleLimit) {} \

@@ -6,6 +6,7 @@
 #include "fw/fw_exception_cache.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
+#include "fw/fw_trace.h"
 
 QZCollection* QZExceptionFactory::m_types = nullptr;
 QZCollection* QZExceptionFactory::m_functions = nullptr;
@@ -38,8 +39,17 @@ E* WithText(E* exception, const QZWChar* message, QZInt64 code, QZInt64 lastErro
 template <typename E>
 E* WithText(E* exception, const char* message, QZInt64 code, QZInt64 lastError)
 {
-    QZString text(message);
-    return WithText(exception, text.GetPointer(), code, lastError);
+    try
+    {
+        QZString text(message);
+        return WithText(exception, text.GetPointer(), code, lastError);
+    }
+    catch (QZException*)
+    {
+        QZException* unused = exception;
+        QZExceptionFactory::Recycle(&unused);
+        throw;
+    }
 }
 
 template <typename E>
@@ -220,7 +230,9 @@ void QZExceptionFactory::Recycle(QZException** exception)
         *exception = nullptr;
         return;
     }
-    throw CreateException(QZExceptionCode::UnknownType);
+    throw QZTrace(CreateException(QZExceptionCode::UnknownType), QZ_W("QZExceptionFactory"), QZ_W("Recycle"))
+        .Argument(QZ_W("QZException**"), type)
+        .Exception();
 }
 
 void QZExceptionFactory::Recycle(QZIOException** exception) { RecycleAs(exception); }

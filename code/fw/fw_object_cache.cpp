@@ -50,44 +50,50 @@ QZInt64 QZObjectCache::GetMemorySize()
     return sum;
 }
 
+bool QZObjectCache::IsExhausted()
+{
+    return m_createdLimit >= 0 && m_created >= m_createdLimit && m_idle->Count() == 0;
+}
+
+/// The most recently returned object, or a new one. In the section.
+QZObject* QZObjectCache::Renew()
+{
+    const QZInt64 idle = m_idle->Count();
+    if (idle > 0)
+    {
+        if (idle - 1 < m_lowMark) m_lowMark = idle - 1;
+        QZObject* object = m_idle->Pop();
+        NoteCount();
+        return object;
+    }
+    QZObject* object = NewObject();
+    if (m_unitSize == 0) m_unitSize = object->GetMemorySize();
+    ++m_created;
+    return object;
+}
+
+void QZObjectCache::NoteCount() { m_count.store(m_idle->Count(), std::memory_order_relaxed); }
+
 QZObject* QZObjectCache::Out()
 {
     QZInt64 start = -1;
-    m_section->Lock();
-    while (m_createdLimit >= 0 && m_created >= m_createdLimit && m_idle->Count() == 0)
+    for (;;)
     {
-        m_section->Unlock();
-        if (m_timeout >= 0)
         {
-            QZInt64 now = QZEnvironment::GetCurrentTimestamp();
+            SectionGuard guard(m_section);
+            if (!IsExhausted()) return Renew();
+        }
+        const QZInt64 timeout = m_timeout.load(std::memory_order_relaxed);
+        if (timeout >= 0)
+        {
+            const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
             if (start < 0) start = now;
-            if (start + m_timeout < now) return nullptr;
+            // A sum beyond the clock's range is a time that never comes.
+            QZInt64 end = 0;
+            if (!__builtin_add_overflow(start, timeout, &end) && end < now) return nullptr;
         }
         QZThread::Sleep(5);
-        m_section->Lock();
     }
-    QZObject* object = nullptr;
-    QZInt64 idle = m_idle->Count();
-    if (idle > 0)
-    {
-        object = m_idle->Pop();
-        if (idle - 1 < m_lowMark) m_lowMark = idle - 1;
-        m_section->Unlock();
-        return object;
-    }
-    try
-    {
-        object = NewObject();
-        if (m_unitSize == 0) m_unitSize = object->GetMemorySize();
-    }
-    catch (...)
-    {
-        m_section->Unlock();
-        throw;
-    }
-    ++m_created;
-    m_section->Unlock();
-    return object;
 }
 
 void QZObjectCache::In(QZObject** object)
@@ -101,6 +107,7 @@ void QZObjectCache::In(QZObject** object)
     {
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked),
                       QZ_W("QZObjectCache"), QZ_W("In"))
+            .Argument(QZ_W("QZObject**"), static_cast<QZInt64>((*object)->GetObjectID()))
             .Exception();
     }
     bool discard = false;
@@ -110,6 +117,7 @@ void QZObjectCache::In(QZObject** object)
             discard = true;
         else
             m_idle->Push(*object);
+        NoteCount();
     }
     // A discarded object stays in the created count: a cache with both limits runs out of objects after
     // enough of them.
@@ -144,10 +152,11 @@ void QZObjectCache::Collect(QZBool partial)
         --m_created;
     }
     m_lowMark = m_idle->Count();
+    NoteCount();
 }
 
-QZInt64 QZObjectCache::Count() { return m_idle->Count(); }
+QZInt64 QZObjectCache::Count() { return m_count.load(std::memory_order_relaxed); }
 
-void QZObjectCache::SetTimeout(QZInt64 timeout) { m_timeout = timeout; }
+void QZObjectCache::SetTimeout(QZInt64 timeout) { m_timeout.store(timeout, std::memory_order_relaxed); }
 
-QZInt64 QZObjectCache::GetTimeout() { return m_timeout; }
+QZInt64 QZObjectCache::GetTimeout() { return m_timeout.load(std::memory_order_relaxed); }

@@ -1,6 +1,8 @@
 #ifndef QZLIB_FW_OBJECT_CACHE_H
 #define QZLIB_FW_OBJECT_CACHE_H
 
+#include <atomic>
+
 #include "fw/fw_object.h"
 
 class QZContainer;
@@ -47,7 +49,7 @@ public:
     QZInt64 GetTimeout();
 
     /// Objects made by this cache and not counted as destroyed.
-    QZInt64 Created() const { return m_created; }
+    QZInt64 Created() const { return m_created.load(std::memory_order_relaxed); }
 
 protected:
     virtual QZObject* NewObject() = 0;
@@ -57,14 +59,20 @@ private:
     QZObjectCache(const QZObjectCache& other) = delete;
     QZObjectCache& operator=(const QZObjectCache& other) = delete;
 
+    bool IsExhausted();
+    QZObject* Renew();
+    void NoteCount();
+
     QZContainer* m_idle;
     QZCriticalSection* m_section;
     QZInt64 m_lowMark = 0;
-    QZInt64 m_created = 0;
+    std::atomic<QZInt64> m_created = 0;
     QZInt64 m_createdLimit;
     QZInt64 m_idleLimit;
     QZInt64 m_unitSize = 0;
-    QZInt64 m_timeout = -1;
+    std::atomic<QZInt64> m_timeout = -1;
+    /// The idle list's count, for readers without the section.
+    std::atomic<QZInt64> m_count = 0;
 };
 
 /// The cache of a class with a public constructor.

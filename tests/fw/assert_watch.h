@@ -2,13 +2,12 @@
 #define QZLIB_TESTS_FW_ASSERT_WATCH_H
 
 #include "fw/fw_library.h"
-#include "os/os_system.h"
+#include "support/qz_test.h"
 
 namespace qztest
 {
 
-/// Counts the broken assertions that the library reports while it lives; afterwards they stop the program
-/// again.
+/// Counts the broken assertions that the library reports while it lives; afterwards they fail the test again.
 class AssertWatch
 {
 public:
@@ -19,12 +18,7 @@ public:
             if (!condition) ++Failed();
         });
     }
-    ~AssertWatch()
-    {
-        QZLibSetFunctionAssert([](QZBool condition) {
-            if (!condition) os::AssertReport("val", "code/qzlib", 510);
-        });
-    }
+    ~AssertWatch() { QZLibSetFunctionAssert(&FailOnBrokenAssertion); }
     AssertWatch(const AssertWatch&) = delete;
     AssertWatch& operator=(const AssertWatch&) = delete;
 

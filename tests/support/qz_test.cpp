@@ -1,9 +1,12 @@
 #include "support/qz_test.h"
 
+#include <atomic>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
 #include <random>
+
+#include "fw/fw_library.h"
 
 namespace qztest
 {
@@ -37,6 +40,8 @@ void AppendUtf8(std::string& out, char32_t c)
         put(0x80 | (c & 0x3F));
     }
 }
+
+std::atomic<int> g_brokenAssertions{0};
 
 int HexDigit(char c)
 {
@@ -184,6 +189,21 @@ std::string TempDir::Read(std::string_view name) const
 }
 
 bool TempDir::Exists(std::string_view name) const { return std::filesystem::exists(Path(name)); }
+
+void FailOnBrokenAssertion(QZBool condition)
+{
+    if (condition) return;
+    ++g_brokenAssertions;
+    ADD_FAILURE() << "the library reported a broken assertion";
+}
+
+int BrokenAssertions() { return g_brokenAssertions; }
+
+void SetStandardHooks()
+{
+    SetStandardMemoryHooks();
+    QZLibSetFunctionAssert(&FailOnBrokenAssertion);
+}
 
 Thrown TakeException(QZException* exception)
 {

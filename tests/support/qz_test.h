@@ -73,6 +73,19 @@ private:
     std::filesystem::path m_path;
 };
 
+/// The standard assert hook of a test program: a broken assertion fails the running test.
+void FailOnBrokenAssertion(QZBool condition);
+
+/// How many broken assertions the standard hook has seen since the program started.
+int BrokenAssertions();
+
+/// Puts the library's own copy, move and clean into the hook slots. The first call must come before any test
+/// has set a hook of its own.
+void SetStandardMemoryHooks();
+
+/// The same, and the standard assert hook.
+void SetStandardHooks();
+
 /// What a call threw.
 struct Thrown
 {

@@ -1,0 +1,19 @@
+#include "support/qz_test.h"
+#include "fw/fw_library.h"
+#include "fw/fw_memory.h"
+
+namespace qztest
+{
+
+void SetStandardMemoryHooks()
+{
+    // What stood in the slots when the library had just been started.
+    static const auto copy = g_qzMemCopy;
+    static const auto move = g_qzMemMove;
+    static const auto clean = g_qzMemClean;
+    QZLibSetFunctionMemCopy(copy);
+    QZLibSetFunctionMemMove(move);
+    QZLibSetFunctionMemClean(clean);
+}
+
+}  // namespace qztest
