@@ -179,6 +179,18 @@ QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capa
     QZInt64 written = 0;
     for (size_t position = 0; position < view.size();)
     {
+        // Most of any narrow text is ASCII, one byte for one unit.
+        if (static_cast<signed char>(view[position]) >= 0)
+        {
+            if (out != nullptr)
+            {
+                if (written >= capacity) break;
+                out[written] = static_cast<QZWChar>(view[position]);
+            }
+            ++written;
+            ++position;
+            continue;
+        }
         char32_t code;
         if (!DecodeUtf8(view, &position, &code))
         {
@@ -190,7 +202,8 @@ QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capa
         if (out != nullptr)
         {
             if (written + count > capacity) break;
-            std::memcpy(out + written, units, static_cast<size_t>(count) * sizeof(QZWChar));
+            out[written] = units[0];
+            if (count == 2) out[written + 1] = units[1];
         }
         written += count;
     }
@@ -203,13 +216,24 @@ QZInt64 WideToNarrow(const QZWChar* text, QZInt64 units, char* out, QZInt64 capa
     QZInt64 written = 0;
     for (QZInt64 position = 0; position < units;)
     {
+        if (text[position] < 0x80)
+        {
+            if (out != nullptr)
+            {
+                if (written >= capacity) break;
+                out[written] = static_cast<char>(text[position]);
+            }
+            ++written;
+            ++position;
+            continue;
+        }
         char32_t code = DecodeUtf16(text, units, &position);
         char bytes[4];
         int count = EncodeUtf8(IsSurrogate(code) ? 0xFFFD : code, bytes);
         if (out != nullptr)
         {
             if (written + count > capacity) break;
-            std::memcpy(out + written, bytes, static_cast<size_t>(count));
+            for (int i = 0; i < count; ++i) out[written + i] = bytes[i];
         }
         written += count;
     }
