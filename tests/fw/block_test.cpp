@@ -172,3 +172,30 @@ TEST(Block, CheckOfAHeaderThatPointsOutsideIsFalseAndReadsNothing)
     EXPECT_TRUE(block::Free(b));
     EXPECT_FALSE(block::Check(nullptr));
 }
+
+TEST(Block, AFarOffsetLeavesTheCapacityAsItWas)
+{
+    Held held{block::Make(1, 64, 3, 0)};
+    EXPECT_TRUE(block::SetOffset(&held.b, 1000000));
+    EXPECT_EQ(block::Offset(held.b), 512);
+    EXPECT_EQ(block::Capacity(held.b), 512);
+    EXPECT_TRUE(block::Check(held.b));
+    EXPECT_TRUE(block::SetOffset(&held.b, 1000000));
+    EXPECT_EQ(block::Offset(held.b), 512);
+    EXPECT_EQ(block::Size(held.b), 0);
+    EXPECT_TRUE(block::Check(held.b));
+    // 40 + 512 + 1 + 7 + 8 passes 512: growing asks for whole steps again.
+    EXPECT_TRUE(block::Resize(&held.b, 1));
+    EXPECT_EQ(block::Capacity(held.b), 1024);
+}
+
+TEST(Block, CheckLooksAtTheBlockAloneAndLeavesTheLastErrorAlone)
+{
+    Held held{block::Make(1, 64, 3, 0)};
+    unsigned char* guardOfTheBuffer = QZAt(held.b, 512 + 6);
+    *guardOfTheBuffer = 0;
+    QZLastError = 0;
+    EXPECT_TRUE(block::Check(held.b));
+    EXPECT_EQ(QZLastError, 0);
+    *guardOfTheBuffer = 0xFF;
+}

@@ -225,3 +225,64 @@ TEST(Data, ReplaceWithoutMemoryTellsBothByteStrings)
     EXPECT_QZ_THROW(data.Replace("\x01", 1, "", std::numeric_limits<QZInt64>::max()), 4352);
     QZLastError = 0;
 }
+
+TEST(Data, SplitWithoutMemoryAddsItsFrameAndGivesThePiecesBack)
+{
+    QZData data(20000);
+    QZData mark(",", 1);
+    QZDataFactory::Collect(0);
+    QZLastError = 0;
+    // The collection and the piece are at hand; the room for the piece's bytes is not.
+    QZDataCollection* pieces = QZDataFactory::CreateDataCollection();
+    QZDataFactory::Recycle(&pieces);
+    QZData* idle = QZDataFactory::CreateData();
+    QZDataFactory::Recycle(&idle);
+    const QZInt64 before = QZDataFactory::GetMemorySize();
+    const qztest::Thrown thrown = qztest::WithoutMemory([&] { data.Split(&mark); });
+    EXPECT_EQ(thrown.code, 4352);
+    EXPECT_EQ(thrown.stackTrace, "QZData::NewSize(QZInt64)\r\nQZData::Split(QZData*)");
+    EXPECT_EQ(thrown.argumentTrace, "QZData::NewSize(20000)\r\nQZData::Split(<HEX>2C)");
+    EXPECT_EQ(QZDataFactory::GetMemorySize(), before);
+    QZLastError = 0;
+}
+
+TEST(Data, FindIsRememberedEvenWhenItFails)
+{
+    QZData data("abab", 4);
+    QZData pattern("b", 1);
+    EXPECT_EQ(data.Find("b", 1), 1);
+    EXPECT_EQ(data.Find("x", 1), -1);
+    EXPECT_EQ(data.FindNext(&pattern), 1);
+    // A search for nothing remembers the start.
+    EXPECT_EQ(data.Find(static_cast<void*>(nullptr), 1), 0);
+    EXPECT_EQ(data.FindNext(&pattern), 1);
+    EXPECT_EQ(data.Find("ab", -1), -1);
+}
+
+TEST(Data, ReplaceWithNegativeLengthsFollowsTheSizing)
+{
+    QZData data("abcdefghij", 10);
+    QZLastError = 0;
+    // 10 + 10 / 1 * |-1 - 1| bytes of room, and nothing in them.
+    QZData* result = data.Replace("a", 1, "x", -1);
+    EXPECT_EQ(result->GetSize(), 0);
+    EXPECT_EQ(QZLastError, 256);
+    QZData::Recycle(&result);
+    QZLastError = 0;
+    // 10 + 10 / -2 * |1 + 2| is below zero: no room.
+    EXPECT_QZ_THROW(data.Replace("a", -2, "x", 1), 4352);
+    // 10 / -20 is nothing: room for the source, and nothing in it.
+    result = data.Replace("a", -20, "x", 1);
+    EXPECT_EQ(result->GetSize(), 0);
+    EXPECT_EQ(QZLastError, 256);
+    QZData::Recycle(&result);
+    QZLastError = 0;
+}
+
+TEST(Data, SplitAndReplaceCopyBinaryBytes)
+{
+    const std::string_view bytes("\0\1\0\0\1\2", 6);
+    EXPECT_EQ(Pieces(bytes, std::string_view("\0\1", 2)), std::string("|\0|\2", 4));
+    QZData data = Of(bytes);
+    EXPECT_EQ(Replaced(data, std::string_view("\0", 1), ""), std::string("\1\1\2", 3));
+}

@@ -617,3 +617,108 @@ TEST(Data, CopiesGoThroughTheCopyHook)
     EXPECT_EQ(copied, 5);
     EXPECT_EQ(Text(data), "abcdefgh");
 }
+
+// ---- Arguments at the edges
+
+TEST(Data, FarOffsetsOneAfterAnotherEndAtTheSamePlace)
+{
+    QZData data("abc", 3);
+    data.SetOffset(1000000);
+    data.SetOffset(std::numeric_limits<QZInt64>::max());
+    EXPECT_EQ(data.GetOffset(), 512);
+    EXPECT_EQ(data.GetStructSize(), 560);
+    data.SetOffset(64);
+    EXPECT_EQ(data.GetSize(), 448);
+    data.Fill(static_cast<QZByte>(0x5A));
+    data.SetOffset(1000000);
+    EXPECT_EQ(data.GetOffset(), 512);
+    EXPECT_EQ(data.GetSize(), 0);
+    EXPECT_TRUE(data.Check());
+}
+
+TEST(Data, SizesThatNoSumCanHoldAreOutOfMemory)
+{
+    QZData data("abc", 3);
+    QZLastError = 0;
+    EXPECT_QZ_THROW(data.Append("x", std::numeric_limits<QZInt64>::max()), 4352);
+    EXPECT_QZ_THROW(data.Prepend("x", std::numeric_limits<QZInt64>::max()), 4352);
+    EXPECT_QZ_THROW(data.Append(data.GetPointer(), std::numeric_limits<QZInt64>::max()), 4352);
+    EXPECT_QZ_THROW(data.NewSize(std::numeric_limits<QZInt64>::max(), 1), 4352);
+    EXPECT_EQ(QZLastError, 4352);
+    EXPECT_EQ(Text(data), "abc");
+    EXPECT_TRUE(data.Check());
+    QZLastError = 0;
+}
+
+TEST(Data, FailuresNameTheirMethodAndArguments)
+{
+    QZLastError = 0;
+    qztest::Thrown thrown = qztest::Catch([] { QZData data(-1); });
+    EXPECT_EQ(thrown.stackTrace, "QZData::QZData(QZInt64)");
+    EXPECT_EQ(thrown.argumentTrace, "QZData::QZData(-1)");
+    thrown = qztest::Catch([] { QZData data("abc", -1); });
+    EXPECT_EQ(thrown.code, 4352);
+    EXPECT_EQ(thrown.stackTrace, "QZData::QZData(QZPVoid, QZInt64)");
+    EXPECT_EQ(thrown.argumentTrace, "QZData::QZData(<HEX>, -1)");
+    thrown = qztest::Catch([] { QZData data(static_cast<void*>(nullptr), 4); });
+    EXPECT_EQ(thrown.code, 256);
+    EXPECT_EQ(thrown.argumentTrace, "QZData::QZData(<NULL>, 4)");
+    thrown = qztest::Catch([] { QZData data(static_cast<void*>(nullptr)); });
+    EXPECT_EQ(thrown.message, "");
+    EXPECT_EQ(thrown.stackTrace, "QZData::QZData(QZPVoid)");
+    EXPECT_EQ(thrown.argumentTrace, "QZData::QZData(<NULL>)");
+    QZData data("abc", 3);
+    thrown = qztest::Catch([&] { data.Append("x", -2); });
+    EXPECT_EQ(thrown.message, " ArgumentOutOfRange");
+    EXPECT_EQ(thrown.stackTrace, "QZData::Append(QZPVoid, QZInt64)");
+    thrown = qztest::Catch([&] { data.NewSize(-7); });
+    EXPECT_EQ(thrown.stackTrace, "QZData::NewSize(QZInt64)");
+    EXPECT_EQ(thrown.argumentTrace, "QZData::NewSize(-7)");
+}
+
+TEST(Data, APrependAsLongAsTheHeadRoomMovesTheData)
+{
+    QZData data("abc", 3);
+    data.SetOffset(10);
+    data.NewSize(3);
+    data.SetOffset(10);
+    const std::string before = Text(data);
+    data.Prepend("0123456789", 10);
+    EXPECT_EQ(data.GetOffset(), 10);
+    EXPECT_EQ(Text(data), "0123456789" + before);
+    data.Prepend("012345678", 9);
+    EXPECT_EQ(data.GetOffset(), 1);
+    data.Prepend("x", 1);
+    EXPECT_EQ(data.GetOffset(), 1);
+    EXPECT_EQ(Text(data), "x0123456780123456789" + before);
+    EXPECT_TRUE(data.Check());
+}
+
+TEST(Data, EqualsWithNullIsFalseAndSetsTheErrorWord)
+{
+    QZData empty;
+    QZLastError = 0;
+    EXPECT_FALSE(empty.Equals(static_cast<const void*>(nullptr), 0));
+    EXPECT_EQ(QZLastError, 256);
+    QZLastError = 0;
+}
+
+TEST(Data, MovesAndClearingGoThroughTheirHooks)
+{
+    static QZInt64 moved;
+    static QZInt64 cleaned;
+    moved = cleaned = 0;
+    QZData data("abc", 3);
+    QZLibSetFunctionMemMove([](void* to, void* from, QZInt64 size) {
+        moved += size;
+        std::memmove(to, from, static_cast<std::size_t>(size));
+    });
+    QZLibSetFunctionMemClean([](void* to, QZInt64 size) {
+        cleaned += size;
+        std::memset(to, 0, static_cast<std::size_t>(size));
+    });
+    data.Prepend(std::string(64, '.').data(), 64);
+    EXPECT_EQ(moved, 3);
+    QZData fresh(10);
+    EXPECT_EQ(cleaned, 4096);
+}

@@ -7,6 +7,8 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_trace.h"
+#include "fw/without_memory.h"
+#include "os/os_system.h"
 #include "support/qz_test.h"
 
 namespace
@@ -386,6 +388,92 @@ TEST(Exception, JsonExceptionsMadeByHandHaveNoLeadingBlank)
     EXPECT_EQ(byCode.GetCode(), 0x400);
     QZJsonException empty;
     EXPECT_QZ_TEXT(empty.GetMsg(), "");
+}
+
+TEST(Exception, FormsWithWideTextAndCodeAndWithSystemNumbers)
+{
+    QZString text(QZ_W("Told"));
+    EXPECT_EQ(MessageOf(F::CreateException(static_cast<const char*>(nullptr), 0x600)), " CodingError");
+    EXPECT_EQ(MessageOf(F::CreateException(static_cast<const QZWChar*>(nullptr))), "");
+    EXPECT_EQ(MessageOf(F::CreateException(static_cast<QZString*>(nullptr), 0x700)), " NullPointer");
+    EXPECT_EQ(MessageOf(F::CreateException(&text, 0)), "Told");
+    EXPECT_EQ(MessageOf(F::CreateException(QZInt64{0})), "");
+    EXPECT_EQ(MessageOf(F::CreateException(9)), " unknown error");
+    EXPECT_EQ(MessageOf(F::CreateException("narrow", -1)), "narrow unknown error");
+    // Without a code only the system's text follows.
+    std::string system = MessageOf(F::CreateException(QZInt64{0}, 2));
+    ASSERT_FALSE(system.empty());
+    EXPECT_EQ(MessageOf(F::CreateException(0x10, 2)), " SystemError" + system);
+    EXPECT_EQ(MessageOf(F::CreateIOException(0x300, 2)), " Can Not Open File" + system);
+    EXPECT_EQ(MessageOf(F::CreateIOException(nullptr, 0x300, 2)), " Can Not Open File" + system);
+}
+
+TEST(Exception, CodesWithoutATextOfTheirOwn)
+{
+    EXPECT_EQ(QZIOExceptionCode::WriteFailed, 0x1100);
+    EXPECT_EQ(QZIOExceptionCode::ReadFailed, 0x1200);
+    EXPECT_EQ(QZSocketExceptionCode::SystemError, 0x1100);
+}
+
+TEST(Exception, TheLastErrorIsTheSystems)
+{
+    os::SetLastError(5);
+    EXPECT_EQ(QZException::GetLastError(), 5);
+}
+
+TEST(Exception, RecycleOfAnUnregisteredTypeNamesItself)
+{
+    class Other : public QZJsonException
+    {
+    public:
+        QZInt64 GetType() override { return 0x7654322; }
+    };
+    Other* other = new Other();
+    QZException* base = other;
+    qztest::Thrown thrown = QZ_TEST_CATCH(F::Recycle(&base));
+    EXPECT_EQ(thrown.message, " UnknownType");
+    EXPECT_EQ(thrown.stackTrace, "QZExceptionFactory::Recycle(QZException**)");
+    EXPECT_EQ(base, other);
+    delete other;
+}
+
+TEST(Exception, ATextThatCannotBeConvertedLeavesNoExceptionBehind)
+{
+    const QZInt64 idle = [] {
+        QZStringFactory::Collect(0);
+        return QZStringFactory::GetMemorySize();
+    }();
+    EXPECT_TRUE(qztest::WithoutMemory([] { F::CreateException("narrow"); }).thrown);
+    QZStringFactory::Collect(0);
+    EXPECT_EQ(QZStringFactory::GetMemorySize(), idle);
+    QZLastError = 0;
+}
+
+TEST(Exception, ClearEmptiesAllThreeTexts)
+{
+    Held e(QZTrace(F::CreateException(QZ_W("m"), 256), QZ_W("A"), QZ_W("B"))
+               .Argument(QZ_W("int"), 1)
+               .Exception());
+    e->Clear();
+    EXPECT_QZ_TEXT(e->GetMsg(), "");
+    EXPECT_EQ(e->GetCode(), 0);
+    EXPECT_QZ_TEXT(e->GetStackTrace(), ")");
+    EXPECT_QZ_TEXT(e->GetArgumentTrace(), ")");
+}
+
+TEST(Exception, AFrameBehindAReadTraceStartsALineOfItsOwn)
+{
+    Held e(F::CreateException(256));
+    EXPECT_QZ_TEXT(e->GetStackTrace(), ")");
+    QZTrace(e.Get(), QZ_W("A"), QZ_W("B"));
+    EXPECT_QZ_TEXT(e->GetStackTrace(), ")\r\nA::B()");
+    EXPECT_QZ_TEXT(e->GetArgumentTrace(), "A::B()");
+    // A value that ends like an open frame takes no separator behind it.
+    Held open(F::CreateException());
+    open->StackTraceBegin(QZ_W("A"), QZ_W("B"));
+    open->ArgumentTraceAppend("(");
+    open->ArgumentTraceAppend(1);
+    EXPECT_QZ_TEXT(open->GetArgumentTrace(), "A::B((1)");
 }
 
 TEST(Report, OperationsDoNothingUntilAHostOverridesThem)

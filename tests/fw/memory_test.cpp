@@ -432,9 +432,46 @@ TEST(Hooks, ACustomCopyServesEveryCopy)
     QZMemory::Copy(target, "abc", 4);
     EXPECT_STREQ(target, "abc");
     EXPECT_EQ(calls, 1);
-    // Back to a plain one for the tests that follow.
-    QZLibSetFunctionMemCopy([](void* destination, void* source, QZInt64 size) {
-        std::memcpy(destination, source, static_cast<std::size_t>(size));
+}
+
+TEST(Memory, ACreatedBufferHasItsWholeBlockCleared)
+{
+    static QZInt64 cleaned;
+    cleaned = 0;
+    QZLibSetFunctionMemClean([](void* destination, QZInt64 size) {
+        cleaned += size;
+        std::memset(destination, 0, static_cast<std::size_t>(size));
     });
+    void* buffer = QZMemory::CreateBuffer(5000);
+    EXPECT_EQ(cleaned, 8192);
+    EXPECT_EQ(MemoryGetSize(buffer), 5000);
+    QZInt64 live = 0;
+    QZInt64 bytes = 0;
+    QZMemory::AllocInfo(&live, &bytes);
+    QZMemory::RecycleBuffer(buffer);
+    QZInt64 after = 0;
+    QZMemory::AllocInfo(&after, &bytes);
+    EXPECT_EQ(after, live - 1);
+    // Uncleared buffers do not touch the hook.
+    MemoryFree(MemoryAllocate(100));
+    EXPECT_EQ(cleaned, 8192);
+}
+
+TEST(Memory, AnImpossibleSizeIsOutOfMemory)
+{
+    QZLastError = 0;
+    EXPECT_EQ(QZMemory::CreateBuffer(0x7FFFFFFFFFFFFFFF), nullptr);
+    EXPECT_EQ(QZLastError, 4352);
+    QZLastError = 0;
+}
+
+TEST(Memory, ProtectFailuresNameTheirArguments)
+{
+    const qztest::Thrown thrown = QZ_TEST_CATCH(QZMemory::Protect(2, nullptr, 10));
+    EXPECT_EQ(thrown.message, " ArgumentOutOfRange");
+    EXPECT_EQ(thrown.argumentTrace, "QZMemory::Protect(2, 0, 10)");
+    char byte = 0;
+    EXPECT_QZ_NO_THROW(QZMemory::Protect(99, &byte, 0));
+    EXPECT_QZ_THROW(QZMemory::Protect(1, nullptr, 0), 256);
 }
 }  // namespace

@@ -1,6 +1,7 @@
 #include "fw/fw_object_cache.h"
 
 #include <atomic>
+#include <limits>
 #include <thread>
 
 #include "fw/fw_collection.h"
@@ -278,5 +279,62 @@ TEST(ObjectCache, ObjectsMayReturnOnAnotherThread)
     for (std::thread& thread : threads) thread.join();
     cache.Collect(0);
     EXPECT_EQ(Probe::live, 0);
+}
+
+TEST(ObjectCache, ATimeoutBeyondTheClockNeverComes)
+{
+    Cache cache(1, -1);
+    Probe* probe = Out(&cache);
+    cache.SetTimeout(std::numeric_limits<QZInt64>::max());
+    std::atomic<bool> got{false};
+    std::thread waiter([&] {
+        QZObject* object = cache.Out();
+        got = object != nullptr;
+        if (object) cache.In(&object);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(got);
+    In(&cache, probe);
+    waiter.join();
+    EXPECT_TRUE(got);
+}
+
+TEST(ObjectCache, TheCreatedLimitCountsNoIdleObjects)
+{
+    Cache cache(2, -1);
+    cache.SetTimeout(0);
+    Probe* a = Out(&cache);
+    Probe* b = Out(&cache);
+    In(&cache, a);
+    EXPECT_EQ(Out(&cache), a);
+    EXPECT_EQ(cache.Out(), nullptr);
+    // A full collection counts down what it deletes, so there is room for new ones.
+    In(&cache, a);
+    In(&cache, b);
+    cache.Collect(0);
+    EXPECT_EQ(cache.Created(), 0);
+    In(&cache, Out(&cache));
+}
+
+TEST(ObjectCache, AnIdleLimitOfNoneKeepsNothing)
+{
+    Cache cache(-1, 0);
+    In(&cache, Out(&cache));
+    EXPECT_EQ(cache.Count(), 0);
+    EXPECT_EQ(Probe::live, 0);
+    EXPECT_EQ(cache.Created(), 1);
+}
+
+TEST(ObjectCache, ARefusedObjectIsNamedInTheTrace)
+{
+    Cache cache(-1, -1);
+    Probe* probe = Out(&cache);
+    probe->SetDisposable(4, 0);
+    QZObject* object = probe;
+    const qztest::Thrown thrown = QZ_TEST_CATCH(cache.In(&object));
+    EXPECT_EQ(thrown.message, " ObjectIsLocked");
+    EXPECT_EQ(thrown.stackTrace, "QZObjectCache::In(QZObject**)");
+    probe->SetDisposable(4, 1);
+    In(&cache, probe);
 }
 }  // namespace

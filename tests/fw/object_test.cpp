@@ -1,6 +1,11 @@
 #include "fw/fw_object.h"
 
+#include <cstring>
+
+#include "fw/fw_collection.h"
+#include "fw/fw_data.h"
 #include "fw/fw_library.h"
+#include "fw/fw_report.h"
 #include "support/qz_test.h"
 
 namespace
@@ -85,5 +90,57 @@ TEST(Object, ACopyHasTheIdAndTheLockOfItsSource)
     QZObject assigned;
     assigned = source;
     EXPECT_EQ(assigned.GetObjectID(), source.GetObjectID());
+}
+
+/// The place of a virtual operation in the table of its class; the two destructors stand at 0 and 1.
+template <typename Method>
+std::ptrdiff_t Place(Method method)
+{
+    std::ptrdiff_t word;
+    std::memcpy(&word, &method, sizeof word);
+    return word % 2 != 0 ? word / 8 : -1;
+}
+
+TEST(Object, VirtualOperationsStandInTheirOrder)
+{
+    EXPECT_EQ(Place(&QZObject::IsDisposable), 2);
+    EXPECT_EQ(Place(&QZObject::SetDisposable), 3);
+    EXPECT_EQ(Place(&QZObject::GetObjectID), 4);
+    EXPECT_EQ(Place(&QZObject::GetMemorySize), 5);
+    EXPECT_EQ(Place(&QZObject::GetType), 6);
+    EXPECT_EQ(Place(&QZData::Clear), 7);
+    EXPECT_EQ(Place(static_cast<void (QZReport::*)(const QZWChar*)>(&QZReport::Report)), 7);
+    EXPECT_EQ(Place(static_cast<void (QZReport::*)(const char*)>(&QZReport::Report)), 8);
+    EXPECT_EQ(Place(static_cast<void (QZReport::*)(QZString*)>(&QZReport::Report)), 9);
+    EXPECT_EQ(Place(static_cast<void (QZErrorReport::*)(QZException*)>(&QZErrorReport::Report)), 10);
+}
+
+TEST(Object, ACopyHasTheLinksOfItsSource)
+{
+    QZContainer container;
+    QZObject first;
+    QZObject second;
+    container.Push(&first);
+    container.Push(&second);
+    {
+        QZObject copy(second);
+        EXPECT_EQ(copy.LinkPrevious(), &first);
+        EXPECT_EQ(copy.IsDisposable(), 0);
+        EXPECT_EQ(copy.SetDisposable(container.GetObjectID(), 1), 1);
+    }
+    EXPECT_EQ(container.Pop(), &second);
+    EXPECT_EQ(second.LinkPrevious(), nullptr);
+    EXPECT_EQ(container.Pop(), &first);
+}
+
+TEST(Object, LockingTwiceTellsKeyAndWish)
+{
+    QZObject object;
+    object.SetDisposable(9, 0);
+    const qztest::Thrown thrown = QZ_TEST_CATCH(object.SetDisposable(10, 0));
+    EXPECT_EQ(thrown.stackTrace, "QZObject::SetDisposable(QZUInt64, QZBool)");
+    EXPECT_EQ(thrown.argumentTrace, "QZObject::SetDisposable(10, 0)");
+    EXPECT_EQ(object.SetDisposable(10, 1), 0);
+    EXPECT_EQ(object.SetDisposable(9, 1), 1);
 }
 }  // namespace

@@ -2,11 +2,15 @@
 
 #include <cstring>
 
+#include "fw/fw_block.h"
+#include "fw/fw_data.h"
+#include "fw/fw_data_factory.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_memory.h"
 #include "fw/fw_memory_raw.h"
 #include "fw/fw_object.h"
 #include "fw/fw_string.h"
+#include "fw/fw_string_factory.h"
 #include "os/os_system.h"
 #include "os/os_thread.h"
 #include "support/qz_test.h"
@@ -212,5 +216,87 @@ TEST(Library, WithTheMemoryTestOnGoodBlocksServe)
     EXPECT_EQ(static_cast<char*>(buffer)[100], 0);
     QZMemory::MemoryTest = 0;
     EXPECT_TRUE(MemoryFree(buffer));
+}
+
+/// What waited in the data factory when a damaged idle string was destroyed.
+QZInt64 g_idleData;
+
+/// Collects with one idle buffer and one idle, damaged string about, and mends the string's block after that.
+template <typename Collection>
+void CollectWithADamagedString(Collection collect)
+{
+    QZLibInit();
+    const QZInt64 none = QZDataFactory::GetMemorySize();
+    QZData* data = QZDataFactory::CreateData();
+    QZDataFactory::Recycle(&data);
+    QZString* text = QZStringFactory::CreateString();
+    void* raw = text->GetStructPointer();
+    QZStringFactory::Recycle(&text);
+    unsigned char* guard = QZAt(raw, block::Length(raw) - 8);
+    QZStore<QZUInt64>(guard, 0);
+    g_idleData = -1;
+    QZLibSetFunctionAssert([](QZBool) { g_idleData = QZDataFactory::GetMemorySize(); });
+    collect();
+    g_idleData -= none;
+    QZStore<QZUInt64>(guard, block::kGuard);
+    EXPECT_TRUE(block::Free(raw));
+    QZLibDispose();
+}
+
+TEST(Library, CollectTakesTheStringsBeforeTheData)
+{
+    CollectWithADamagedString([] { QZLibCollect(0); });
+    EXPECT_GE(g_idleData, 4096);
+}
+
+TEST(Library, TheMemoryManagersCollectTakesTheDataBeforeTheStrings)
+{
+    CollectWithADamagedString([] { QZMemManager::Collect(0); });
+    EXPECT_EQ(g_idleData, 0);
+}
+
+TEST(Library, TheMemoryManagersCollectIsAFullOneByDefault)
+{
+    CollectWithADamagedString([] { QZMemManager::Collect(); });
+    EXPECT_EQ(g_idleData, 0);
+}
+
+TEST(Library, TheDefaultHooksTouchTheirBytesOnly)
+{
+    alignas(8) unsigned char source[96];
+    alignas(8) unsigned char target[96];
+    for (int i = 0; i < 96; ++i) source[i] = static_cast<unsigned char>(i + 1);
+    for (int offset : {0, 1, 8})
+        for (int size : {0, 1, 8, 31, 32, 33, 34, 40, 64, 80, 87})
+        {
+            auto holds = [&](int i) { return i >= offset && i < offset + size; };
+            std::memset(target, 0xEE, sizeof target);
+            QZMemory::Copy(target + offset, source + offset, size);
+            for (int i = 0; i < 96; ++i)
+                ASSERT_EQ(target[i], holds(i) ? i + 1 : 0xEE) << offset << " " << size;
+            QZMemory::Clean(target + offset, size);
+            for (int i = 0; i < 96; ++i) ASSERT_EQ(target[i], holds(i) ? 0 : 0xEE) << offset << " " << size;
+        }
+    QZMemory::Copy(target, source, -1);
+    QZMemory::Clean(target, -1);
+    EXPECT_EQ(target[0], 0xEE);
+}
+
+TEST(Library, InitPutsTheDefaultsIntoAllFourSlots)
+{
+    static int calls;
+    calls = 0;
+    QZLibSetFunctionMemMove([](void*, void*, QZInt64) { ++calls; });
+    QZLibSetFunctionMemClean([](void*, QZInt64) { ++calls; });
+    QZLibSetFunctionAssert([](QZBool) { ++calls; });
+    QZLibInit();
+    calls = 0;
+    char bytes[] = "ab";
+    QZMemMove(bytes, bytes + 1, 1);
+    QZMemory::Clean(bytes + 1, 1);
+    QZLibAssert(1);
+    EXPECT_STREQ(bytes, "b");
+    EXPECT_EQ(calls, 0);
+    QZLibDispose();
 }
 }  // namespace
