@@ -39,7 +39,9 @@
 #include "os/os_buffer.h"
 #include "os/os_file.h"
 #include "os/os_path.h"
+#include "os/os_process.h"
 #include "os/os_stream.h"
+#include "os/os_system_info.h"
 #include "os/os_thread.h"
 
 #include "db/db_channel.h"

@@ -540,8 +540,8 @@ TEST_F(ThreadTest, NewWorkerIsIdleAndEndsSoon)
 
 TEST_F(ThreadTest, WorkerRunsATaskAndMarksIt)
 {
-    QZThread thread;
     CountTask task;
+    QZThread thread;
     task.SetStatus(QZTask::StatusHaveExecuted);
     QZInt64 before = QZEnvironment::GetCurrentTimestamp();
     EXPECT_EQ(thread.ExecOrNot(&task), 1);
@@ -554,8 +554,8 @@ TEST_F(ThreadTest, WorkerRunsATaskAndMarksIt)
 
 TEST_F(ThreadTest, WorkerRunsTaskAfterTask)
 {
-    QZThread thread;
     CountTask task;
+    QZThread thread;
     for (int i = 0; i < 20; ++i)
     {
         RunOn(&thread, &task);
@@ -568,8 +568,8 @@ TEST_F(ThreadTest, WorkerRunsTaskAfterTask)
 
 TEST_F(ThreadTest, BusyWorkerIsMarkedAsWorking)
 {
-    QZThread thread;
     CountTask task;
+    QZThread thread;
     task.hold = true;
     EXPECT_EQ(thread.ExecOrNot(&task), 1);
     ASSERT_TRUE(Eventually([&] { return task.started == 1; }));
@@ -580,10 +580,10 @@ TEST_F(ThreadTest, BusyWorkerIsMarkedAsWorking)
 
 TEST_F(ThreadTest, ExecOrNotOnABusyWorkerBlocksUntilTheTaskEnded)
 {
-    QZThread thread;
-    thread.SetTimeout(200);
     CountTask first;
     CountTask second;
+    QZThread thread;
+    thread.SetTimeout(200);
     first.hold = true;
     EXPECT_EQ(thread.ExecOrNot(&first), 1);
     ASSERT_TRUE(Eventually([&] { return first.started == 1; }));
@@ -599,8 +599,8 @@ TEST_F(ThreadTest, ExecOrNotOnABusyWorkerBlocksUntilTheTaskEnded)
 
 TEST_F(ThreadTest, TaskWithAnotherOwnerIsWaitedFor)
 {
-    QZThread thread;
     CountTask task;
+    QZThread thread;
     ASSERT_EQ(task.Lock(77), 1);
     std::atomic<int> result{-1};
     std::thread caller([&] { result = thread.ExecOrNot(&task); });
@@ -614,13 +614,13 @@ TEST_F(ThreadTest, TaskWithAnotherOwnerIsWaitedFor)
 
 TEST_F(ThreadTest, TaskThatThrowsCountsAsExecuted)
 {
-    QZThread thread;
     ThrowTask task;
+    CountTask next;
+    QZThread thread;
     RunOn(&thread, &task);
     EXPECT_EQ(task.GetStstus(), QZTask::StatusHaveExecuted);
     EXPECT_EQ(task.Lock(1), 1);
     os::Sleep(5);
-    CountTask next;
     RunOn(&thread, &next);
     EXPECT_EQ(next.done, 1);
 }
@@ -692,8 +692,8 @@ TEST_F(ThreadTest, FailedSuspendAndResumeGoToTheAssertHook)
     QZLibSetFunctionAssert(CountAssert);
     {
         Hooks hooks;
-        auto thread = std::make_unique<QZThread>();
         CountTask task;
+        auto thread = std::make_unique<QZThread>();
         RunOn(thread.get(), &task);
         hooks.Fail(os::Op::ThreadControl, 6);
         EXPECT_EQ(thread->ExecOrNot(&task), 1);

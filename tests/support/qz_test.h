@@ -43,6 +43,9 @@ std::string Bytes(std::string_view hex);
 /// True when the program runs on Wine and not on Windows itself. False on other systems.
 bool OnWine();
 
+/// Sets a variable of this process's environment; programs that it starts see it. Null takes it away.
+void SetVariable(const char* name, const char* value);
+
 /// The files that tests read, by path under tests/.
 std::filesystem::path DataFile(std::string_view relative);
 

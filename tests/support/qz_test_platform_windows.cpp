@@ -11,4 +11,6 @@ bool OnWine()
     return ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
 }
 
+void SetVariable(const char* name, const char* value) { SetEnvironmentVariableA(name, value); }
+
 }  // namespace qztest
