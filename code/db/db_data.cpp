@@ -219,10 +219,10 @@ QZInt64 DATA::PutField(QZInt64 record, QZInt64 selector, QZInt64 value)
 QZInt64 DATA::PutText(QZInt64 slot, QZInt64 owner, const void* buffer, QZInt64 size)
 {
     ADDRESS* address = m_objects->Address();
+    // A head or a record that is refused leaves the database write-protected, so that the steps behind it are
+    // refused as well: nothing changes, and each refusal counts as an error.
     const QZInt64 hd = NewHD(owner);
-    if (hd == 0) return 0;
     const QZInt64 cd = NewCD(hd, buffer, size);
-    if (cd < 0) return 0;
     // The one logged change that is the replacement; the old bytes stay in the file.
     return address->Put(slot, QZDbAt(cd, 1 + 5 * address->Length()));
 }

@@ -131,8 +131,13 @@ void LINK::RemovePD(QZInt64 pd)
 
 void LINK::RemoveLD(QZInt64 ld)
 {
-    // A PD without an LD: nothing to take out.
-    if (ld == 0) return;
+    if (ld == 0)
+    {
+        // The LD of a PD that has none. Nothing is taken out, and callers see the code of marks that belong
+        // to no list.
+        m_objects->Console()->RecordError(BareError);
+        return;
+    }
     READ* read = m_objects->Read();
     const QZInt64 previous = read->ReadData(SideThis, ld, QZDatabaseInfo::DATA_PREV);
     const QZInt64 next = read->Next(ld);
@@ -189,8 +194,14 @@ void LINK::MoveDown(QZInt64 record, QZInt64 steps)
     if (behind == 0 || steps <= 0) return;
     QZDbWalk walk;
     QZInt64 before = record;
-    for (QZInt64 i = 0; i < steps && behind != 0 && walk.Enter(behind); ++i)
+    for (bool round = false; steps > 0 && behind != 0; --steps)
     {
+        if (!round && !walk.Enter(behind))
+        {
+            round = true;
+            steps %= walk.Round();
+            if (steps == 0) break;
+        }
         before = behind;
         behind = read->Next(behind);
     }
@@ -208,8 +219,14 @@ void LINK::MoveUp(QZInt64 record, QZInt64 steps)
     if (read->Mark(previous) != QZDatabaseInfo::MARK_DATA || steps <= 0) return;
     QZDbWalk walk;
     QZInt64 target = read->ReadData(SideEnd, previous, QZDatabaseInfo::DATA_THIS);
-    for (QZInt64 i = 0; i < steps && read->Mark(target) != QZDatabaseInfo::MARK_HD && walk.Enter(target); ++i)
+    for (bool round = false; steps > 0 && read->Mark(target) != QZDatabaseInfo::MARK_HD; --steps)
     {
+        if (!round && !walk.Enter(target))
+        {
+            round = true;
+            steps %= walk.Round();
+            if (steps == 0) break;
+        }
         target = read->ReadData(SideThis, target, QZDatabaseInfo::DATA_PREV);
         if (read->Mark(target) == QZDatabaseInfo::MARK_DATA)
             target = read->ReadData(SideEnd, target, QZDatabaseInfo::DATA_THIS);

@@ -207,9 +207,15 @@ QZInt64 READ::NthRecord(QZInt64 hd, QZInt64 n)
 {
     QZDbWalk walk;
     QZInt64 record = ReadHD(SideThis, hd, QZDatabaseInfo::HD_FIRSTDATA);
-    for (QZInt64 place = 1; place < n && record != 0; ++place)
+    bool round = false;
+    for (QZInt64 steps = n > 1 ? n - 1 : 0; steps > 0 && record != 0; --steps)
     {
-        if (!walk.Enter(record)) return 0;
+        if (!round && !walk.Enter(record))
+        {
+            round = true;
+            steps %= walk.Round();
+            if (steps == 0) break;
+        }
         record = Next(record);
     }
     return record;

@@ -234,18 +234,21 @@ QZInt64 ROLLBACK::KindOf(QZInt64 record)
 }
 
 /// One step towards the beginning of the log: the record before, or from the first of a list the AD by which
-/// the list hangs. NoWay when the step leads to neither.
-QZInt64 ROLLBACK::StepBack(QZInt64 record)
+/// the list hangs. False when the step leads to neither mark.
+bool ROLLBACK::StepBack(QZInt64* record)
 {
     READ* read = m_objects->Read();
-    const QZInt64 previous = read->ReadData(This, record, QZDatabaseInfo::DATA_PREV);
-    const QZByte mark = read->Mark(previous);
-    QZInt64 step = NoWay;
-    if (mark == QZDatabaseInfo::MARK_DATA)
-        step = read->ReadData(End, previous, QZDatabaseInfo::DATA_THIS);
-    else if (mark == QZDatabaseInfo::MARK_HD)
-        step = read->ReadHD(This, previous, QZDatabaseInfo::HD_PREV);
-    return read->Mark(step) == QZDatabaseInfo::MARK_DATA ? step : NoWay;
+    const QZInt64 previous = read->ReadData(This, *record, QZDatabaseInfo::DATA_PREV);
+    switch (read->Mark(previous))
+    {
+        case QZDatabaseInfo::MARK_DATA:
+            *record = read->ReadData(End, previous, QZDatabaseInfo::DATA_THIS);
+            return true;
+        case QZDatabaseInfo::MARK_HD:
+            *record = read->ReadHD(This, previous, QZDatabaseInfo::HD_PREV);
+            return true;
+        default: return false;
+    }
 }
 
 /// Gathers the RDs from `from` back to `fork`, which lies in a list above or in the same one. A line that
@@ -267,8 +270,7 @@ bool ROLLBACK::Walk(QZCollection* list, QZInt64 from, QZInt64 fork)
             return false;
         }
         if (KindOf(record) == QZDatabaseInfo::DATA_RD) Append(list, record);
-        record = StepBack(record);
-        if (record == NoWay)
+        if (!StepBack(&record))
         {
             Record(QZDatabaseInfo::ROLLBACK_ERROR_INVALIDADDR);
             return false;

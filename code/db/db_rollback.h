@@ -87,7 +87,7 @@ public:
 
 private:
     QZInt64 Present();
-    QZInt64 StepBack(QZInt64 record);
+    bool StepBack(QZInt64* record);
     bool Walk(QZCollection* list, QZInt64 from, QZInt64 fork);
     bool Gather(QZCollection* undo, QZCollection* redo, QZInt64 target);
     void Climb(QZCollection* levels, QZInt64 record);

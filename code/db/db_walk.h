@@ -11,6 +11,10 @@
 class QZDbWalk
 {
 public:
+    /// Once Enter answered false: how many steps the circle takes. A walk of a given number of steps leaves
+    /// out its full rounds and so ends where it would have ended.
+    QZInt64 Round() const { return static_cast<QZInt64>(m_steps - (m_turn - 1) / 2); }
+
     /// Notes the next place of the walk. False when the walk has been there.
     bool Enter(QZInt64 address)
     {

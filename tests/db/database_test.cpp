@@ -682,6 +682,14 @@ TEST_F(Database, DeleteWithAllBelowOfALeafRemovesPDAndLD)
     EXPECT_TRUE(List(m_channel->G_TA(4)).empty());
 }
 
+TEST_F(Database, DeleteWithAllBelowOfAPDWithoutLDRecordsTheBareCode256)
+{
+    Fresh();
+    const QZInt64 pd = m_channel->P_D(m_channel->G_TA(3), Info::DATA_PD);
+    EXPECT_RECORDS(256, EXPECT_TRUE(m_channel->D_DATA(pd, Info::DELETE_PD_ALL)));
+    EXPECT_TRUE(List(m_channel->G_TA(3)).empty());
+}
+
 // ---- Locking
 
 TEST_F(Database, ConsoleLockHoldsOtherThreadsOffAndIsRecursive)
@@ -748,6 +756,31 @@ TEST_F(Database, AnExhaustedAddressSpaceRefusesAllWritesForGood)
     EXPECT_TRUE(List(m_channel->G_TA(3)).empty());
     Reopen();
     EXPECT_EQ(m_channel->G_WS(), 0);
+}
+
+TEST_F(Database, EachRefusedWriteOfAReplacementCounts)
+{
+    Fresh(2);
+    const QZInt64 cd = m_channel->P_D(m_channel->G_TA(3), Info::DATA_CD);
+    DamageAddress(16, 0xFFFFFFE0);
+    // Two for the head, four for the framed bytes, two for the record, one for the pointer; then the length
+    // that did not arrive.
+    EXPECT_EQ(Errors([&] { EXPECT_EQ(Put(cd, Info::CD_DATA, "abc"), 0); }), 10);
+    EXPECT_EQ(m_channel->G_LE(), Info::WRITE_FAILED);
+    EXPECT_EQ(m_channel->G_C_L(cd, Info::CD_DATA), 0);
+    EXPECT_EQ(m_channel->G_EN(), 10);
+}
+
+TEST_F(Database, AFieldThatFindsNoRoomIsNotMade)
+{
+    Fresh(2);
+    const QZInt64 ld = m_channel->P_D(m_channel->G_TA(4), Info::DATA_LD);
+    DamageAddress(16, 0xFFFFFFE0);
+    // The first write protects the database and does not count; three further framed bytes, the length field
+    // and the mark do, and so does the length that did not arrive.
+    EXPECT_EQ(Errors([&] { EXPECT_EQ(Put(ld, 2, "abc"), 0); }), 6);
+    EXPECT_EQ(m_channel->G_LE(), Info::WRITE_FAILED);
+    EXPECT_EQ(m_channel->G_CN(ld, Info::LD_LDS_COUNT, 0), 0);
 }
 
 TEST_F(Database, WritesThatSucceedAreThereAfterReopening)

@@ -232,13 +232,23 @@ TEST_P(LinkTest, OnlyRecordMovesToItsOwnHead)
     ExpectSound(hd, {only});
 }
 
-TEST_P(LinkTest, MovesInACircleEnd)
+TEST_P(LinkTest, MovesDownInACircleEndWhereTheStepsLead)
 {
+    // The 2nd to the 5th go round, so that a multiple of 4 steps leads nowhere.
     Data()->PutField(Record(5), Info::DATA_NEXT, Record(2));
-    Link()->MoveDown(Record(1), 1LL << 60);
+    Link()->MoveDown(Record(1), (1LL << 60) + 1);
+    EXPECT_EQ(Read()->ReadHD(SideThis, m_hd, Info::HD_FIRSTDATA), Record(2));
+    EXPECT_EQ(Read()->Next(Record(2)), Record(1));
+    EXPECT_EQ(Read()->Next(Record(1)), Record(3));
+}
+
+TEST_P(LinkTest, MovesUpInACircleEndWhereTheStepsLead)
+{
     Address()->PutRaw(Record(2) + 1, End(Record(5)));
-    Link()->MoveUp(Record(4), 1LL << 60);
-    EXPECT_GT(Read()->Count(m_hd), 0);
+    Link()->MoveUp(Record(4), (1LL << 60) + 1);
+    EXPECT_EQ(Read()->Next(Record(2)), Record(4));
+    EXPECT_EQ(Read()->Next(Record(4)), Record(3));
+    EXPECT_EQ(Read()->Next(Record(3)), Record(5));
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -373,10 +383,12 @@ TEST_P(RemoveTest, RemoveLDTakesEveryUserOutOfItsTree)
     EXPECT_EQ(Console()->GetErrorCount(), 0);
 }
 
-TEST_P(RemoveTest, RemovingNoLDWritesNothing)
+TEST_P(RemoveTest, RemovingNoLDWritesNothingAndRecordsTheBareCode256)
 {
     const std::string before = File();
     Link()->RemoveLD(0);
+    EXPECT_EQ(Console()->GetErrorCount(), 1);
+    EXPECT_EQ(Console()->GetLastError(), 256);
     EXPECT_EQ(File(), before);
 }
 
