@@ -42,7 +42,10 @@
 #include "os/os_process.h"
 #include "os/os_stream.h"
 #include "os/os_system_info.h"
+#include "os/os_task.h"
+#include "os/os_task_scheduler.h"
 #include "os/os_thread.h"
+#include "os/os_thread_pool.h"
 
 #include "db/db_channel.h"
 #include "db/db_database.h"

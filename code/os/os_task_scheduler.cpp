@@ -1,0 +1,204 @@
+#include "os/os_task_scheduler.h"
+
+#include "fw/fw_collection.h"
+#include "fw/fw_environment.h"
+#include "fw/fw_report.h"
+#include "fw/fw_time.h"
+#include "fw/fw_trace.h"
+#include "os/os_task.h"
+#include "os/os_thread.h"
+
+const QZInt64 QZTaskScheduler::Type;
+const QZInt64 QZTaskSchedulerStatus::TaskSchedulerWaiting;
+const QZInt64 QZTaskSchedulerStatus::TaskSchedulerRunning;
+const QZInt64 QZTaskSchedulerStatus::TaskSchedulerPause;
+const QZInt64 QZTaskSchedulerStatus::TaskSchedulerStopped;
+const QZInt64 QZTaskSchedulerStatus::TaskSchedulerAbort;
+const QZInt64 QZTaskSchedulerStatus::TaskSchedulerDispose;
+
+namespace
+{
+using Status = QZTaskSchedulerStatus;
+
+constexpr int kResetRounds = 3000;
+}  // namespace
+
+QZTaskScheduler::QZTaskScheduler() : QZTaskScheduler(nullptr) {}
+
+QZTaskScheduler::QZTaskScheduler(QZErrorReport* report)
+    : m_status(Status::TaskSchedulerWaiting),
+      m_tasks(new QZList<QZTask>()),
+      m_lock(new QZCriticalSection()),
+      m_report(report),
+      m_thread(0)
+{}
+
+QZTaskScheduler::~QZTaskScheduler()
+{
+    QZTaskScheduler::Stop();
+    while (m_status.load() != Status::TaskSchedulerWaiting &&
+           !(m_status.load() & Status::TaskSchedulerDispose))
+        QZThread::Sleep(10);
+    // The thread writes its last status under the lock: once the lock has been free, it is out of this
+    // object.
+    m_lock->Lock();
+    m_lock->Unlock();
+    delete m_tasks;
+    delete m_lock;
+}
+
+QZInt64 QZTaskScheduler::GetType() { return 0x81FFF40; }
+
+void QZTaskScheduler::AddTask(QZTask* task)
+{
+    const QZInt64 due = task->GetExecTime()->ToTimestamp();
+    const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
+    const QZInt64 interval = task->GetInterval();
+    if (due < now && interval > 0) task->SetExecTime(due + interval * ((now - due) / interval + 1));
+    m_tasks->Push(task);
+}
+
+void QZTaskScheduler::RemoveTask(QZTask* task) { m_tasks->RemoveElement(task); }
+
+void QZTaskScheduler::Refuse(const QZWChar* method)
+{
+    throw QZTrace(QZExceptionFactory::CreateTaskException(256), QZ_W("QZTaskScheduler"), method).Exception();
+}
+
+void QZTaskScheduler::Start()
+{
+    {
+        QZCriticalGuard guard(m_lock);
+        if (m_status.load() == Status::TaskSchedulerWaiting)
+        {
+            m_status.store(Status::TaskSchedulerRunning);
+            m_thread = QZThread::Create(&QZTaskScheduler::Thread, this);
+            return;
+        }
+    }
+    Refuse(QZ_W("Start"));
+}
+
+void QZTaskScheduler::Pause()
+{
+    {
+        QZCriticalGuard guard(m_lock);
+        const QZInt64 status = m_status.load();
+        if (status == Status::TaskSchedulerRunning || status == Status::TaskSchedulerPause)
+        {
+            m_status.store(Status::TaskSchedulerPause);
+            return;
+        }
+    }
+    Refuse(QZ_W("Pause"));
+}
+
+void QZTaskScheduler::Resume()
+{
+    {
+        QZCriticalGuard guard(m_lock);
+        const QZInt64 status = m_status.load();
+        if (status == Status::TaskSchedulerRunning || status == Status::TaskSchedulerPause)
+        {
+            m_status.store(Status::TaskSchedulerRunning);
+            return;
+        }
+    }
+    Refuse(QZ_W("Resume"));
+}
+
+void QZTaskScheduler::Stop()
+{
+    {
+        QZCriticalGuard guard(m_lock);
+        const QZInt64 status = m_status.load();
+        if (status == Status::TaskSchedulerWaiting)
+        {
+            // No thread was started, so there is none to wait for.
+            m_status.store(Status::TaskSchedulerDispose);
+            return;
+        }
+        if (status == Status::TaskSchedulerRunning || status == Status::TaskSchedulerPause ||
+            status == Status::TaskSchedulerStopped)
+        {
+            m_status.store(Status::TaskSchedulerStopped);
+            return;
+        }
+        if (status & Status::TaskSchedulerDispose)
+        {
+            // A stop after the end is let pass and leaves its bit beside the other.
+            m_status.store(status | Status::TaskSchedulerStopped);
+            return;
+        }
+    }
+    Refuse(QZ_W("Stop"));
+}
+
+void QZTaskScheduler::Reset()
+{
+    if (m_status.load() == Status::TaskSchedulerRunning)
+    {
+        Stop();
+        for (int round = 0; round < kResetRounds && m_status.load() != Status::TaskSchedulerDispose; ++round)
+            QZThread::Sleep(1);
+    }
+    // The handle is kept as it is, and a thread that has ended is ended once more.
+    if (m_thread != 0) QZThread::Terminate(m_thread);
+    QZCriticalGuard guard(m_lock);
+    m_status.store(Status::TaskSchedulerWaiting);
+    // Tasks that have run stay done: marking them again is for a running scheduler only, which this one no
+    // longer is.
+}
+
+QZInt64 QZTaskScheduler::GetStatus() { return m_status.load(); }
+
+void QZTaskScheduler::Thread(void* self) { static_cast<QZTaskScheduler*>(self)->Run(); }
+
+void QZTaskScheduler::Run()
+{
+    for (QZInt64 status = m_status.load();
+         !QZThread::IsThreadsAbort() &&
+         (status == Status::TaskSchedulerRunning || status == Status::TaskSchedulerPause);
+         status = m_status.load())
+    {
+        if (status == Status::TaskSchedulerRunning)
+        {
+            try
+            {
+                Pass();
+            }
+            catch (QZException* exception)
+            {
+                // The rest of the list waits for the next round.
+                QZTrace(exception, QZ_W("QZTaskScheduler"), QZ_W("Thread"))
+                    .Argument(
+                        QZ_W("QZPVoid"),
+                        static_cast<QZInt64>(reinterpret_cast<std::intptr_t>(static_cast<void*>(this))));
+                if (m_report) m_report->Report(exception);
+                QZExceptionFactory::Recycle(&exception);
+            }
+        }
+        QZThread::Sleep(1);
+    }
+    QZCriticalGuard guard(m_lock);
+    m_status.store(Status::TaskSchedulerDispose);
+}
+
+void QZTaskScheduler::Pass()
+{
+    const QZInt64 count = m_tasks->Count();
+    for (QZInt64 i = 0; i < count && m_status.load() == Status::TaskSchedulerRunning; ++i)
+    {
+        const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
+        QZTask* task = m_tasks->GetElement(i);
+        if (task->GetExecTime()->ToTimestamp() > now || task->GetStstus() != QZTask::StatusNotExecuted)
+            continue;
+        // Both before the run: the period counts from its start, and a task that throws has been advanced
+        // already.
+        if (task->GetInterval() >= 1)
+            task->SetExecTime(now + task->GetInterval());
+        else
+            task->SetStatus(QZTask::StatusHaveExecuted);
+        task->Execute();
+    }
+}

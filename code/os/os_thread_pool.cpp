@@ -1,0 +1,76 @@
+#include "os/os_thread_pool.h"
+
+#include "fw/fw_collection.h"
+#include "os/os_task.h"
+#include "os/os_thread.h"
+
+const QZInt64 QZThreadPool::Type;
+
+QZThreadPool::QZThreadPool() : m_threads(new QZList<QZThread>()), m_lock(new QZCriticalSection()) {}
+
+QZThreadPool::~QZThreadPool()
+{
+    m_lock->Lock();
+    while (QZThread* worker = m_threads->Pop()) delete worker;
+    delete m_threads;
+    m_lock->Unlock();
+    delete m_lock;
+}
+
+QZInt64 QZThreadPool::GetType() { return 0x81FFF50; }
+
+void QZThreadPool::ExecOnceASyncPrivate(QZTask* task)
+{
+    QZThread* worker = m_threads->GetFirst();
+    while (worker && (worker->IsWorking() || !worker->ExecOrNot(task)))
+        worker = static_cast<QZThread*>(worker->LinkNext());
+    if (worker)
+    {
+        // Busy workers gather at the tail, so that the walk meets an idle one first.
+        m_threads->RemoveElement(worker);
+        m_threads->EnQueue(worker);
+        return;
+    }
+    worker = new QZThread();
+    while (!worker->ExecOrNot(task)) QZThread::Sleep(1);
+    m_threads->EnQueue(worker);
+}
+
+void QZThreadPool::ExecOnceASync(QZTask* task)
+{
+    QZCriticalGuard guard(m_lock);
+    ExecOnceASyncPrivate(task);
+}
+
+void QZThreadPool::ExecOnceASync(QZList<QZTask>* tasks)
+{
+    QZCriticalGuard guard(m_lock);
+    for (QZTask* task = tasks->GetFirst(); task; task = static_cast<QZTask*>(task->LinkNext()))
+        ExecOnceASyncPrivate(task);
+}
+
+QZInt64 QZThreadPool::Count() { return m_threads->Count(); }
+
+QZInt64 QZThreadPool::WorkingCount()
+{
+    // The walk must not meet a worker that Collect is deleting; the figure is a snapshot all the same.
+    QZCriticalGuard guard(m_lock);
+    QZInt64 working = 0;
+    for (QZThread* worker = m_threads->GetFirst(); worker;
+         worker = static_cast<QZThread*>(worker->LinkNext()))
+        if (worker->IsWorking()) ++working;
+    return working;
+}
+
+void QZThreadPool::Collect()
+{
+    QZCriticalGuard guard(m_lock);
+    for (QZInt64 left = m_threads->Count(); left > 0; --left)
+    {
+        QZThread* worker = m_threads->DeQueue();
+        if (worker->IsWorking())
+            m_threads->EnQueue(worker);
+        else
+            delete worker;
+    }
+}

@@ -1,0 +1,340 @@
+#include "os/os_task_scheduler.h"
+
+#include <atomic>
+#include <thread>
+
+#include "fw/fw_collection.h"
+#include "fw/fw_environment.h"
+#include "fw/fw_report.h"
+#include "fw/fw_time.h"
+#include "os/os_task.h"
+#include "os/os_thread.h"
+#include "os/os_thread_pool.h"
+#include "support/qz_hooks.h"
+#include "support/qz_test.h"
+
+namespace
+{
+using qztest::Eventually;
+using Status = QZTaskSchedulerStatus;
+
+/// Counts its runs; may throw, may wait to be let go.
+class Probe : public QZTask
+{
+public:
+    std::atomic<int> runs{0};
+    std::atomic<bool> throws{false};
+    std::atomic<bool> held{false};
+    void Execute() override
+    {
+        ++runs;
+        while (held) QZThread::Sleep(1);
+        if (throws) throw QZExceptionFactory::CreateException(QZ_W("task"), 256);
+    }
+};
+
+class Reporter : public QZErrorReport
+{
+public:
+    using QZErrorReport::Report;
+    std::atomic<int> count{0};
+    std::string stackTrace;
+    std::string message;
+    void Report(QZException* exception) override
+    {
+        message = qztest::Utf8(exception->GetMsg());
+        stackTrace = qztest::Utf8(exception->GetStackTrace());
+        ++count;
+    }
+};
+
+TEST(TaskScheduler, ConstantsAndTypes)
+{
+    EXPECT_EQ(Status::TaskSchedulerWaiting, 1);
+    EXPECT_EQ(Status::TaskSchedulerRunning, 2);
+    EXPECT_EQ(Status::TaskSchedulerPause, 4);
+    EXPECT_EQ(Status::TaskSchedulerStopped, 8);
+    EXPECT_EQ(Status::TaskSchedulerAbort, 16);
+    EXPECT_EQ(Status::TaskSchedulerDispose, 32);
+    QZTaskScheduler scheduler;
+    EXPECT_EQ(scheduler.GetType(), 0x81FFF40);
+    EXPECT_EQ(scheduler.GetStatus(), 1);
+    QZThreadPool pool;
+    EXPECT_EQ(pool.GetType(), 0x81FFF50);
+}
+
+TEST(TaskScheduler, ARepeatingTaskFromThePastKeepsItsPhase)
+{
+    qztest::Hooks hooks;
+    hooks.SetClock(10500);
+    QZTaskScheduler scheduler;
+    Probe task;
+    task.SetInterval(1000);
+    scheduler.AddTask(&task);
+    EXPECT_EQ(task.GetExecTime()->ToTimestamp(), 11000);
+    Probe exact;
+    exact.SetExecTime(10500LL);
+    exact.SetInterval(1000);
+    scheduler.AddTask(&exact);
+    EXPECT_EQ(exact.GetExecTime()->ToTimestamp(), 10500);
+    Probe onMultiple;
+    onMultiple.SetExecTime(8500LL);
+    onMultiple.SetInterval(1000);
+    scheduler.AddTask(&onMultiple);
+    // Two whole intervals have passed: the first multiple after now is the third.
+    EXPECT_EQ(onMultiple.GetExecTime()->ToTimestamp(), 11500);
+    Probe once;
+    scheduler.AddTask(&once);
+    EXPECT_EQ(once.GetExecTime()->ToTimestamp(), 0);
+    for (QZTask* added : {static_cast<QZTask*>(&task), static_cast<QZTask*>(&exact),
+                          static_cast<QZTask*>(&onMultiple), static_cast<QZTask*>(&once)})
+        scheduler.RemoveTask(added);
+}
+
+TEST(TaskScheduler, ATaskStandsInOneListOnly)
+{
+    QZTaskScheduler first;
+    QZTaskScheduler second;
+    Probe task;
+    first.AddTask(&task);
+    EXPECT_QZ_THROW(second.AddTask(&task), 1280);
+    first.RemoveTask(&task);
+    EXPECT_EQ(task.IsDisposable(), 1);
+}
+
+TEST(TaskScheduler, ATaskWithoutIntervalRunsOnceAtTheFirstPass)
+{
+    QZTaskScheduler scheduler;
+    Probe task;
+    scheduler.AddTask(&task);
+    scheduler.Start();
+    ASSERT_TRUE(Eventually([&] { return task.runs == 1; }));
+    EXPECT_EQ(task.GetStstus(), QZTask::StatusHaveExecuted);
+    QZThread::Sleep(20);
+    EXPECT_EQ(task.runs, 1);
+    scheduler.Stop();
+    ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
+    scheduler.RemoveTask(&task);
+}
+
+TEST(TaskScheduler, ARepeatingTaskRunsAgainAndStaysNotExecuted)
+{
+    QZTaskScheduler scheduler;
+    Probe task;
+    task.SetInterval(2);
+    scheduler.AddTask(&task);
+    scheduler.Start();
+    ASSERT_TRUE(Eventually([&] { return task.runs >= 3; }));
+    EXPECT_EQ(task.GetStstus(), QZTask::StatusNotExecuted);
+    scheduler.Stop();
+    ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
+    scheduler.RemoveTask(&task);
+}
+
+TEST(TaskScheduler, ATaskThatIsDueLaterWaits)
+{
+    QZTaskScheduler scheduler;
+    Probe later;
+    later.SetExecTime(QZEnvironment::GetCurrentTimestamp() + 3600000);
+    scheduler.AddTask(&later);
+    scheduler.Start();
+    QZThread::Sleep(20);
+    EXPECT_EQ(later.runs, 0);
+    scheduler.Stop();
+    ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
+    scheduler.RemoveTask(&later);
+}
+
+TEST(TaskScheduler, PauseHoldsTheTasksAndResumeLetsThemGo)
+{
+    QZTaskScheduler scheduler;
+    scheduler.Start();
+    scheduler.Pause();
+    EXPECT_EQ(scheduler.GetStatus(), 4);
+    QZThread::Sleep(5);
+    Probe task;
+    scheduler.AddTask(&task);
+    QZThread::Sleep(20);
+    EXPECT_EQ(task.runs, 0);
+    scheduler.Pause();
+    EXPECT_EQ(scheduler.GetStatus(), 4);
+    scheduler.Resume();
+    EXPECT_EQ(scheduler.GetStatus(), 2);
+    // A resume while running is no error.
+    scheduler.Resume();
+    ASSERT_TRUE(Eventually([&] { return task.runs == 1; }));
+    scheduler.Stop();
+    ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
+    scheduler.RemoveTask(&task);
+}
+
+TEST(TaskScheduler, TransitionsThatAreNotListedThrow)
+{
+    const char* message = " TaskSchedulerUnexpectedStatus";
+    QZTaskScheduler scheduler;
+    EXPECT_QZ_THROW_MESSAGE(scheduler.Pause(), 256, message);
+    EXPECT_QZ_THROW_MESSAGE(scheduler.Resume(), 256, message);
+    EXPECT_EQ(scheduler.GetStatus(), 1);
+    scheduler.Start();
+    EXPECT_QZ_THROW_MESSAGE(scheduler.Start(), 256, message);
+    EXPECT_EQ(scheduler.GetStatus(), 2);
+    scheduler.Stop();
+    EXPECT_QZ_THROW_MESSAGE(scheduler.Pause(), 256, message);
+    EXPECT_QZ_THROW_MESSAGE(scheduler.Resume(), 256, message);
+    EXPECT_QZ_THROW_MESSAGE(scheduler.Start(), 256, message);
+    bool domain = false;
+    try
+    {
+        scheduler.Start();
+    }
+    catch (QZTaskException* e)
+    {
+        domain = true;
+        QZExceptionFactory::Recycle(&e);
+    }
+    EXPECT_TRUE(domain);
+}
+
+TEST(TaskScheduler, StopOfAWaitingSchedulerEndsItUntilReset)
+{
+    QZTaskScheduler scheduler;
+    scheduler.Stop();
+    EXPECT_EQ(scheduler.GetStatus(), 32);
+    EXPECT_QZ_THROW(scheduler.Start(), 256);
+    scheduler.Stop();
+    EXPECT_EQ(scheduler.GetStatus(), 40);
+    scheduler.Stop();
+    EXPECT_EQ(scheduler.GetStatus(), 40);
+    scheduler.Reset();
+    EXPECT_EQ(scheduler.GetStatus(), 1);
+    scheduler.Start();
+    EXPECT_EQ(scheduler.GetStatus(), 2);
+}
+
+TEST(TaskScheduler, ResetStopsARunningSchedulerAndLeavesFinishedTasksDone)
+{
+    QZTaskScheduler scheduler;
+    Probe task;
+    scheduler.AddTask(&task);
+    scheduler.Start();
+    ASSERT_TRUE(Eventually([&] { return task.runs == 1; }));
+    scheduler.Reset();
+    EXPECT_EQ(scheduler.GetStatus(), 1);
+    EXPECT_EQ(task.GetStstus(), QZTask::StatusHaveExecuted);
+    scheduler.Start();
+    QZThread::Sleep(20);
+    EXPECT_EQ(task.runs, 1);
+    scheduler.Stop();
+    ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
+    scheduler.RemoveTask(&task);
+}
+
+TEST(TaskScheduler, AnExceptionEndsThePassIsReportedAndTheSchedulerGoesOn)
+{
+    Reporter reporter;
+    QZTaskScheduler scheduler(&reporter);
+    Probe bad;
+    bad.throws = true;
+    Probe good;
+    scheduler.AddTask(&bad);
+    scheduler.AddTask(&good);
+    scheduler.Start();
+    ASSERT_TRUE(Eventually([&] { return good.runs == 1; }));
+    scheduler.Stop();
+    ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
+    // The task had been marked before it threw, so it threw once.
+    EXPECT_EQ(reporter.count, 1);
+    EXPECT_EQ(reporter.message, "task ArgumentOutOfRange");
+    EXPECT_EQ(reporter.stackTrace, "QZTaskScheduler::Thread(QZPVoid)");
+    scheduler.RemoveTask(&bad);
+    scheduler.RemoveTask(&good);
+}
+
+TEST(TaskScheduler, DestructionWaitsForTheRunningTask)
+{
+    Probe task;
+    task.held = true;
+    {
+        QZTaskScheduler scheduler;
+        scheduler.AddTask(&task);
+        scheduler.Start();
+        ASSERT_TRUE(Eventually([&] { return task.runs == 1; }));
+        scheduler.RemoveTask(&task);
+        std::thread release([&] {
+            QZThread::Sleep(30);
+            task.held = false;
+        });
+        release.detach();
+    }
+    EXPECT_FALSE(task.held);
+}
+
+TEST(ThreadPool, GrowsWithTheTasksThatRunAtATime)
+{
+    QZThreadPool pool;
+    EXPECT_EQ(pool.Count(), 0);
+    Probe tasks[3];
+    for (Probe& task : tasks)
+    {
+        task.held = true;
+        pool.ExecOnceASync(&task);
+    }
+    ASSERT_TRUE(Eventually([&] { return tasks[0].runs + tasks[1].runs + tasks[2].runs == 3; }));
+    EXPECT_EQ(pool.Count(), 3);
+    EXPECT_EQ(pool.WorkingCount(), 3);
+    // With all workers busy a collection changes nothing.
+    pool.Collect();
+    EXPECT_EQ(pool.Count(), 3);
+    tasks[1].held = false;
+    ASSERT_TRUE(Eventually([&] { return pool.WorkingCount() == 2; }));
+    EXPECT_EQ(tasks[1].GetStstus(), QZTask::StatusHaveExecuted);
+    pool.Collect();
+    EXPECT_EQ(pool.Count(), 2);
+    tasks[0].held = tasks[2].held = false;
+    ASSERT_TRUE(Eventually([&] { return pool.WorkingCount() == 0; }));
+    pool.Collect();
+    EXPECT_EQ(pool.Count(), 0);
+}
+
+TEST(ThreadPool, AFinishedTaskCanBeHandedOverAgain)
+{
+    QZThreadPool pool;
+    Probe task;
+    for (int run = 1; run <= 5; ++run)
+    {
+        pool.ExecOnceASync(&task);
+        ASSERT_TRUE(Eventually([&] { return task.runs == run && pool.WorkingCount() == 0; }));
+        // A worker that is just about to suspend itself would keep the next task until it is resumed once
+        // more.
+        QZThread::Sleep(10);
+    }
+    EXPECT_LE(pool.Count(), 5);
+}
+
+TEST(ThreadPool, TakesAListAndNothingOfAnEmptyOne)
+{
+    QZThreadPool pool;
+    QZList<QZTask> list;
+    pool.ExecOnceASync(&list);
+    EXPECT_EQ(pool.Count(), 0);
+    Probe a;
+    Probe b;
+    list.Push(&a);
+    list.Push(&b);
+    pool.ExecOnceASync(&list);
+    ASSERT_TRUE(Eventually([&] { return a.runs == 1 && b.runs == 1 && pool.WorkingCount() == 0; }));
+    list.Pop();
+    list.Pop();
+}
+
+TEST(ThreadPool, AnExceptionOfATaskIsDroppedAndTheTaskCountsAsRun)
+{
+    QZThreadPool pool;
+    Probe task;
+    task.throws = true;
+    pool.ExecOnceASync(&task);
+    ASSERT_TRUE(Eventually([&] { return task.GetStstus() == QZTask::StatusHaveExecuted; }));
+    EXPECT_EQ(task.runs, 1);
+    ASSERT_TRUE(Eventually([&] { return pool.WorkingCount() == 0; }));
+}
+}  // namespace
