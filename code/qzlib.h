@@ -52,4 +52,6 @@
 #include "db/db_format.h"
 #include "db/db_node.h"
 
+#include "graphics/gr_geometry.h"
+
 #endif

@@ -1,0 +1,31 @@
+#ifndef QZLIB_GR_GEOMETRY_WORD_H
+#define QZLIB_GR_GEOMETRY_WORD_H
+
+#include "fw/fw_types.h"
+
+/// The arithmetic behind packed points and sizes. Internal.
+namespace word
+{
+/// x or width in the low half, y or height in the high half.
+inline QZUInt64 Pack(int low, int high)
+{
+    return static_cast<QZUInt32>(low) | static_cast<QZUInt64>(static_cast<QZUInt32>(high)) << 32;
+}
+inline int Low(QZUInt64 packed) { return static_cast<int>(static_cast<QZUInt32>(packed)); }
+inline int High(QZUInt64 packed) { return static_cast<int>(static_cast<QZUInt32>(packed >> 32)); }
+
+/// Co-ordinates wrap around, like the words that hold them.
+inline int Add(int a, int b) { return static_cast<int>(static_cast<QZUInt32>(a) + static_cast<QZUInt32>(b)); }
+inline int Subtract(int a, int b)
+{
+    return static_cast<int>(static_cast<QZUInt32>(a) - static_cast<QZUInt32>(b));
+}
+
+/// The whole part of a number; the lowest co-ordinate for what no co-ordinate can hold.
+inline int Truncate(double value)
+{
+    return value > -2147483649.0 && value < 2147483648.0 ? static_cast<int>(value) : -2147483647 - 1;
+}
+}  // namespace word
+
+#endif
