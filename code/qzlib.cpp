@@ -6,6 +6,7 @@
 #include "fw/fw_memory.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_trace.h"
+#include "net/net_json.h"
 #include "os/os_system.h"
 #include "os/os_thread.h"
 
@@ -98,6 +99,7 @@ QZBool QZLibInit()
     QZDataFactoryInit();
     QZStringFactoryInit();
     QZExceptionFactoryInit();
+    QZJsonFactoryInit();
     g_libraryInitialised = true;
     return 1;
 }
@@ -105,6 +107,7 @@ QZBool QZLibInit()
 QZBool QZLibDispose()
 {
     if (!g_libraryInitialised) return 1;
+    QZJsonFactoryEnd();
     QZExceptionFactoryEnd();
     QZStringFactoryEnd();
     QZDataFactoryEnd();
@@ -119,6 +122,7 @@ QZBool QZLibDispose()
 
 void QZLibCollect(QZBool partial)
 {
+    QZJsonFactory::Collect(partial);
     QZExceptionFactory::Collect(partial);
     QZStringFactory::Collect(partial);
     QZDataFactory::Collect(partial);
@@ -132,6 +136,7 @@ void QZMemManager::Collect(QZBool partial)
     QZDataFactory::Collect(partial);
     QZExceptionFactory::Collect(partial);
     QZStringFactory::Collect(partial);
+    QZJsonFactory::Collect(partial);
 }
 
 void QZLibAssert(QZBool condition) { g_qzAssert(condition); }

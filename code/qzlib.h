@@ -47,6 +47,9 @@
 #include "os/os_thread.h"
 #include "os/os_thread_pool.h"
 
+#include "net/net_json.h"
+#include "net/net_url.h"
+
 #include "db/db_channel.h"
 #include "db/db_database.h"
 #include "db/db_format.h"

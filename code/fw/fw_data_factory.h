@@ -19,6 +19,7 @@ class QZDataInt64;
 class QZDataInt8;
 class QZDataTimestamp;
 class QZDateTime;
+class QZJsonObject;
 class QZObjectCache;
 
 /// Makes and takes back buffers, typed values and collections through caches. What a Create... returns is the
@@ -72,9 +73,16 @@ public:
     static void Recycle(QZDataByte** data);
     static void Recycle(QZDataCollection** collection);
     static void Recycle(QZCollection** collection);
+    /// Takes back what GetStatus gave.
+    static void Recycle(QZJsonObject** status);
 
     /// Collects the caches; see QZObjectCache::Collect.
     static void Collect(QZBool partial);
+
+    /// A new object with the idle count of each cache: "Data", "DataDatetime", "DataTimestamp", "DataDouble",
+    /// "DataFloat", "DataInt64", "DataInt32", "DataInt16", "DataInt8", "DataBool", "DataByte",
+    /// "DataCollection" and "Collection". Given back with Recycle.
+    static QZJsonObject* GetStatus();
 
     /// Bytes that idle objects own.
     static QZInt64 GetMemorySize();

@@ -331,6 +331,21 @@ QZBool QZKeyValueCollection::AddToCollection(QZString* key, QZObject* object)
     return 1;
 }
 
+void QZKeyValueCollection::AddEntry(QZString* key, QZObject* object)
+{
+    try
+    {
+        object->SetDisposable(GetObjectID(), 0);
+    }
+    catch (QZException*)
+    {
+        QZStringFactory::Recycle(&key);
+        throw;
+    }
+    PushEntry(key, object);
+    ++m_count;
+}
+
 void QZKeyValueCollection::PushEntry(QZString* key, QZObject* object)
 {
     const QZInt64 count = m_lists->objects->Count();

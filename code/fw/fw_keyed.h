@@ -275,6 +275,10 @@ protected:
     /// Adds the entry or throws; the key string is the collection's from here on, recycled when it throws.
     QZBool AddToCollection(QZString* key, QZObject* object);
 
+    /// Adds an entry whose key is known to be good and new; the key string is the collection's from here on.
+    /// @throws QZException 1280 for an object that is locked; the key is recycled then
+    void AddEntry(QZString* key, QZObject* object);
+
 private:
     struct Lists;
 

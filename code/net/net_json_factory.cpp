@@ -1,0 +1,285 @@
+#include <initializer_list>
+#include <vector>
+
+#include "fw/fw_library.h"
+#include "fw/fw_number_text.h"
+#include "fw/fw_object_cache.h"
+#include "fw/fw_string.h"
+#include "fw/fw_string_factory.h"
+#include "fw/fw_table.h"
+#include "fw/fw_trace.h"
+#include "net/net_json_internal.h"
+#include "os/os_thread.h"
+
+QZCriticalSection* QZJsonFactory::m_section = nullptr;
+QZObjectCache* QZJsonFactory::m_valueCache = nullptr;
+QZObjectCache* QZJsonFactory::m_decimalCache = nullptr;
+QZObjectCache* QZJsonFactory::m_boolCache = nullptr;
+QZObjectCache* QZJsonFactory::m_objectCache = nullptr;
+QZObjectCache* QZJsonFactory::m_nullCache = nullptr;
+QZObjectCache* QZJsonFactory::m_stringCache = nullptr;
+QZObjectCache* QZJsonFactory::m_collectionCache = nullptr;
+
+namespace
+{
+// The caches. Each derives from its value class for the sole purpose of reaching the protected NewObject and
+// DeleteObject; that part is a complete, idle value.
+#define QZLIB_JSON_CACHE(Cache, Class)                                                             \
+    class Cache : public QZObjectCache, private Class                                              \
+    {                                                                                              \
+    public:                                                                                        \
+        Cache(QZInt64 createdLimit, QZInt64 idleLimit) : QZObjectCache(createdLimit, idleLimit) {} \
+        ~Cache() override { QZObjectCache::Collect(0); }                                           \
+        QZInt64 GetType() override { return QZObjectCache::GetType(); }                            \
+        QZInt64 GetMemorySize() override { return QZObjectCache::GetMemorySize(); }                \
+                                                                                                   \
+    protected:                                                                                     \
+        QZObject* NewObject() override { return Class::NewObject(); }                              \
+        void DeleteObject(QZObject* object) override { Class::DeleteObject(object); }              \
+    }
+
+QZLIB_JSON_CACHE(QZJsonValueCache, QZJsonValue);
+QZLIB_JSON_CACHE(QZJsonDecimalCache, QZJsonDecimal);
+QZLIB_JSON_CACHE(QZJsonBoolCache, QZJsonBool);
+QZLIB_JSON_CACHE(QZJsonObjectCache, QZJsonObject);
+QZLIB_JSON_CACHE(QZJsonNullCache, QZJsonNull);
+QZLIB_JSON_CACHE(QZJsonStringCache, QZJsonString);
+QZLIB_JSON_CACHE(QZJsonValueCollectionCache, QZJsonValueCollection);
+
+#undef QZLIB_JSON_CACHE
+
+template <typename T>
+T* Take(QZObjectCache* cache)
+{
+    return static_cast<T*>(cache->Out());
+}
+
+/// Fills a value fresh out of its cache. When that fails the value goes back.
+template <typename T, typename Fill>
+T* Filled(T* value, Fill fill)
+{
+    try
+    {
+        fill(value);
+    }
+    catch (QZException*)
+    {
+        QZJsonFactory::Recycle(&value);
+        throw;
+    }
+    return value;
+}
+
+/// The faces of Recycle for the value classes.
+template <typename T>
+void RecycleAs(T** variable)
+{
+    QZJsonValue* value = *variable;
+    QZJsonFactory::Recycle(&value);
+    *variable = nullptr;
+}
+
+bool IsContainer(QZJsonValue* value)
+{
+    const QZInt64 type = value->GetType();
+    return type == QZJsonObject::Type || type == QZJsonValueCollection::Type;
+}
+}  // namespace
+
+QZJsonValue* QZJsonFactory::CreateValue() { return Take<QZJsonValue>(m_valueCache); }
+
+QZJsonDecimal* QZJsonFactory::CreateDecimal(double value)
+{
+    QZWChar digits[number::kBufferUnits];
+    const QZInt64 size = 2 * number::WriteDouble(digits, value);
+    return Filled(Take<QZJsonDecimal>(m_decimalCache),
+                  [&](QZJsonValue* decimal) { decimal->Val()->Set(digits, size); });
+}
+
+QZJsonBool* QZJsonFactory::CreateBool(QZBool value)
+{
+    return Filled(Take<QZJsonBool>(m_boolCache), [=](QZJsonBool* boolean) { boolean->Val(value); });
+}
+
+QZJsonString* QZJsonFactory::CreateString(const char* text)
+{
+    return Filled(Take<QZJsonString>(m_stringCache), [=](QZJsonValue* value) { value->Val()->Set(text); });
+}
+
+QZJsonString* QZJsonFactory::CreateString(const QZWChar* text)
+{
+    return Filled(Take<QZJsonString>(m_stringCache), [=](QZJsonValue* value) { value->Val()->Set(text); });
+}
+
+QZJsonString* QZJsonFactory::CreateString(QZString* text)
+{
+    return Filled(Take<QZJsonString>(m_stringCache), [=](QZJsonValue* value) { value->Val()->Set(text); });
+}
+
+QZJsonString* QZJsonAccess::NewString() { return Take<QZJsonString>(QZJsonFactory::m_stringCache); }
+
+QZJsonObject* QZJsonFactory::CreateObject() { return Take<QZJsonObject>(m_objectCache); }
+QZJsonNull* QZJsonFactory::CreateNull() { return Take<QZJsonNull>(m_nullCache); }
+
+QZJsonValueCollection* QZJsonFactory::CreateValueCollection()
+{
+    return Take<QZJsonValueCollection>(m_collectionCache);
+}
+
+QZJsonValue* QZJsonFactory::Clone(QZJsonValue* value)
+{
+    QZString* text = SerializeObject(value);
+    try
+    {
+        QZJsonValue* copy = DeserializeObject(text);
+        QZStringFactory::Recycle(&text);
+        return copy;
+    }
+    catch (QZException*)
+    {
+        QZStringFactory::Recycle(&text);
+        throw;
+    }
+}
+
+void QZJsonFactory::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
+
+void QZJsonFactory::Recycle(QZDataTable** table)
+{
+    if (!*table)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    delete *table;
+    *table = nullptr;
+}
+
+QZObjectCache* QZJsonFactory::CacheOf(QZJsonValue* value)
+{
+    switch (value->GetType())
+    {
+        case QZJsonValue::Type: return m_valueCache;
+        case QZJsonDecimal::Type: return m_decimalCache;
+        case QZJsonBool::Type: return m_boolCache;
+        case QZJsonObject::Type: return m_objectCache;
+        case QZJsonNull::Type: return m_nullCache;
+        case QZJsonString::Type: return m_stringCache;
+        case QZJsonValueCollection::Type: return m_collectionCache;
+        default: break;
+    }
+    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
+                  QZ_W("QZJsonFactory"), QZ_W("Recycle"))
+        .Argument(QZ_W("QZJsonValue*"), value->GetType())
+        .Exception();
+}
+
+void QZJsonFactory::GiveBack(QZJsonValue* value)
+{
+    QZObjectCache* cache = CacheOf(value);
+    QZJsonAccess::ValOf(value)->Clear();
+    QZObject* object = value;
+    cache->In(&object);
+}
+
+void QZJsonFactory::Recycle(QZJsonValue** value)
+{
+    if (!*value)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    if (!IsContainer(*value))
+    {
+        GiveBack(*value);
+        *value = nullptr;
+        return;
+    }
+    // Innermost first, and without recursion: a tree may be as deep as its text was long.
+    std::vector<QZJsonValue*> open{*value};
+    while (!open.empty())
+    {
+        QZJsonValue* inner = QZJsonAccess::TakeLast(open.back());
+        if (inner && IsContainer(inner))
+        {
+            open.push_back(inner);
+            continue;
+        }
+        GiveBack(inner ? inner : open.back());
+        if (!inner) open.pop_back();
+    }
+    *value = nullptr;
+}
+
+void QZJsonFactory::Recycle(QZJsonDecimal** value) { RecycleAs(value); }
+void QZJsonFactory::Recycle(QZJsonBool** value) { RecycleAs(value); }
+void QZJsonFactory::Recycle(QZJsonString** value) { RecycleAs(value); }
+void QZJsonFactory::Recycle(QZJsonObject** value) { RecycleAs(value); }
+void QZJsonFactory::Recycle(QZJsonNull** value) { RecycleAs(value); }
+void QZJsonFactory::Recycle(QZJsonValueCollection** value) { RecycleAs(value); }
+
+void QZJsonFactory::Collect(QZBool partial)
+{
+    if (!m_section) return;
+    // One collection at a time: two at once would halve each other's low marks.
+    m_section->Lock();
+    for (QZObjectCache* cache : {m_valueCache, m_decimalCache, m_boolCache, m_objectCache, m_nullCache,
+                                 m_stringCache, m_collectionCache})
+        cache->Collect(partial);
+    m_section->Unlock();
+}
+
+QZInt64 QZJsonFactory::GetMemorySize()
+{
+    if (!m_section) return 0;
+    QZInt64 sum = 0;
+    for (QZObjectCache* cache : {m_valueCache, m_decimalCache, m_boolCache, m_objectCache, m_nullCache,
+                                 m_stringCache, m_collectionCache})
+        sum += cache->GetMemorySize();
+    return sum;
+}
+
+QZJsonObject* QZJsonFactory::GetStatus()
+{
+    QZJsonObject* status = CreateObject();
+    auto add = [status](const QZWChar* name, QZObjectCache* cache) {
+        QZJsonAccess::SetAttr(status, name, CreateDecimal(static_cast<double>(cache->Count())));
+    };
+    add(QZ_W("JsonValueCache"), m_valueCache);
+    add(QZ_W("JsonDecimalCache"), m_decimalCache);
+    add(QZ_W("JsonBoolCache"), m_boolCache);
+    add(QZ_W("JsonStringCache"), m_stringCache);
+    add(QZ_W("JsonObjectCache"), m_objectCache);
+    add(QZ_W("JsonNullCache"), m_nullCache);
+    add(QZ_W("JsonValueCollectionCache"), m_collectionCache);
+    return status;
+}
+
+void QZJsonFactoryInit()
+{
+    using F = QZJsonFactory;
+    if (F::m_section) return;
+    F::m_section = new QZCriticalSection();
+    F::m_valueCache = new QZJsonValueCache(-1, -1);
+    F::m_decimalCache = new QZJsonDecimalCache(-1, -1);
+    F::m_boolCache = new QZJsonBoolCache(-1, -1);
+    F::m_objectCache = new QZJsonObjectCache(-1, -1);
+    F::m_nullCache = new QZJsonNullCache(-1, -1);
+    F::m_stringCache = new QZJsonStringCache(-1, -1);
+    F::m_collectionCache = new QZJsonValueCollectionCache(-1, -1);
+}
+
+void QZJsonFactoryEnd()
+{
+    using F = QZJsonFactory;
+    if (!F::m_section) return;
+    F::Collect(0);
+    for (QZObjectCache** cache : {&F::m_valueCache, &F::m_decimalCache, &F::m_boolCache, &F::m_objectCache,
+                                  &F::m_nullCache, &F::m_stringCache, &F::m_collectionCache})
+    {
+        delete *cache;
+        *cache = nullptr;
+    }
+    delete F::m_section;
+    F::m_section = nullptr;
+}

@@ -1,0 +1,112 @@
+#include <algorithm>
+#include <array>
+
+#include "fw/fw_data_factory.h"
+#include "net/net_json_parser.h"
+
+namespace
+{
+constexpr QZInt64 kFirstCapacity = 256;
+
+/// The characters that are symbols.
+constexpr std::array<bool, 128> MakeTable()
+{
+    std::array<bool, 128> table{};
+    for (char unit : {'"', ',', ':', '[', ']', '{', '}'}) table[static_cast<std::size_t>(unit)] = true;
+    return table;
+}
+constexpr std::array<bool, 128> kSymbols = MakeTable();
+
+bool IsSymbol(QZWChar unit) { return unit < kSymbols.size() && kSymbols[static_cast<std::size_t>(unit)]; }
+
+/// Watches the order of quotation marks, and nothing else: a comma anywhere in the text switches it off for
+/// good, and symbols inside strings count like all others. Texts that are read today rely on all of that.
+class QuotationWatch
+{
+public:
+    void Comma() { m_comma = true; }
+    void Colon() { m_colon = true; }
+    void Brace() { m_state = kAfterBrace; }
+
+    /// False for a string that follows a string with nothing between them.
+    bool Quotation()
+    {
+        if (m_state == kClosedString)
+        {
+            if (!m_comma && !m_colon) return false;
+            m_colon = false;
+        }
+        m_state = m_state == kOpenString ? kClosedString : kOpenString;
+        return true;
+    }
+
+private:
+    enum State
+    {
+        kNothing,
+        kOpenString,
+        kClosedString,
+        kAfterBrace
+    };
+    State m_state = kNothing;
+    bool m_comma = false;
+    bool m_colon = false;
+};
+}  // namespace
+
+QZJsonSymbalPair::QZJsonSymbalPair()
+    : m_indexes(QZDataFactory::CreateCollection()), m_closings(QZDataFactory::CreateCollection())
+{}
+
+QZJsonSymbalPair::~QZJsonSymbalPair()
+{
+    QZDataFactory::Recycle(&m_indexes);
+    QZDataFactory::Recycle(&m_closings);
+}
+
+void QZJsonSymbalPair::Reserve(QZInt64 capacity)
+{
+    m_indexes->NewLength(capacity);
+    m_closings->NewLength(capacity);
+    m_capacity = capacity;
+    m_indexWords = m_indexes->GetPointer() + 1;
+    m_closingWords = m_closings->GetPointer() + 1;
+}
+
+QZInt64 QZJsonSymbalPair::Scan(const QZWChar* text, QZInt64 length)
+{
+    QuotationWatch watch;
+    // Brackets still open are chained through their closing words, innermost first.
+    QZInt64 open = kNone;
+    for (QZInt64 i = 0; i < length; ++i)
+    {
+        const QZWChar unit = text[i];
+        if (!IsSymbol(unit)) continue;
+        if (m_count == m_capacity) Reserve(std::max(kFirstCapacity, m_capacity * 2));
+        const QZInt64 symbol = m_count++;
+        m_indexWords[symbol] = static_cast<QZUInt64>(i);
+        m_closingWords[symbol] = static_cast<QZUInt64>(kNone);
+        switch (unit)
+        {
+            case '"':
+                if (!watch.Quotation()) return i;
+                break;
+            case ',': watch.Comma(); break;
+            case ':': watch.Colon(); break;
+            case '{': watch.Brace(); [[fallthrough]];
+            case '[':
+                m_closingWords[symbol] = static_cast<QZUInt64>(open);
+                open = symbol;
+                break;
+            default:
+                // A brace may close a square bracket, and the other way round.
+                if (open == kNone) return i;
+                m_lastPair = open;
+                open = ClosingOf(m_lastPair);
+                m_closingWords[m_lastPair] = static_cast<QZUInt64>(symbol);
+                break;
+        }
+    }
+    for (; open != kNone; open = ClosingOf(open)) m_firstUnclosed = Index(open);
+    return kNone;
+}

@@ -1,0 +1,161 @@
+#include "fw/fw_convert.h"
+#include "fw/fw_data_factory.h"
+#include "fw/fw_data_type.h"
+#include "fw/fw_string.h"
+#include "fw/fw_string_factory.h"
+#include "fw/fw_table.h"
+#include "fw/fw_trace.h"
+#include "net/net_json_internal.h"
+
+// Tables to JSON and back.
+
+namespace
+{
+/// The column type that a value asks for; 0 when it asks for no column.
+QZInt64 ColumnTypeOf(QZJsonValue* value)
+{
+    switch (value->GetType())
+    {
+        case QZJsonBool::Type: return QZDataType::BOOL;
+        case QZJsonDecimal::Type:
+            return value->Val()->Contains(static_cast<QZWChar>('.')) ? QZDataType::DOUBLE : QZDataType::INT64;
+        case QZJsonString::Type: return QZDataType::TEXTUTF16LE;
+        default: return 0;
+    }
+}
+
+/// Null, arrays and objects have no text that an element could hold.
+bool HasText(QZJsonValue* value)
+{
+    const QZInt64 type = value->GetType();
+    return type == QZJsonBool::Type || type == QZJsonDecimal::Type || type == QZJsonString::Type;
+}
+
+/// The item as an object, or null.
+QZJsonObject* ObjectOf(QZObject* item)
+{
+    return item->GetType() == QZJsonObject::Type ? static_cast<QZJsonObject*>(item) : nullptr;
+}
+
+[[noreturn]] void ThrowFormat(const QZWChar* text, QZInt64 index)
+{
+    QZJsonException* exception =
+        QZTrace(QZExceptionFactory::CreateJsonException(QZJsonExceptionCode::JsonFormatException),
+                QZ_W("QZJsonFactory"), QZ_W("Json2DataTable"))
+            .Exception();
+    exception->GetMsg()->Append(text);
+    if (index >= 0) exception->GetMsg()->Append(index);
+    throw exception;
+}
+
+/// All columns before the first row: a table with rows takes no more of them.
+void AddColumns(QZDataTable* table, QZJsonValueCollection* values)
+{
+    QZInt64 row = 0;
+    for (QZObject* item = values->GetFirst(); item; item = item->LinkNext(), ++row)
+    {
+        QZJsonObject* object = ObjectOf(item);
+        if (!object) ThrowFormat(QZ_W(" Item is not QZJsonObject at row index "), row);
+        const QZInt64 count = object->AttrCount();
+        for (QZInt64 i = 0; i < count; ++i)
+        {
+            const QZInt64 type = ColumnTypeOf(object->GetAttrValue(i));
+            if (type != 0 && table->Columns->GetIndex(object->GetAttrName(i)) < 0)
+                table->Columns->Add(object->GetAttrName(i), type);
+        }
+    }
+}
+
+/// The value of one element; null for an empty one.
+QZJsonValue* ValueOf(QZData* element, QZInt64 type)
+{
+    if (!element) return QZJsonFactory::CreateNull();
+    QZString* text = QZConvert::DataToText(element, type);
+    try
+    {
+        QZJsonValue* value;
+        switch (type)
+        {
+            case QZDataType::BOOL: value = QZJsonFactory::CreateBool(text->Equals(QZ_W("true"), 1)); break;
+            case QZDataType::INT8:
+            case QZDataType::INT16:
+            case QZDataType::INT32:
+            case QZDataType::INT64:
+            case QZDataType::TIMESTAMP:
+            case QZDataType::BYTE:
+                value = QZJsonFactory::CreateDecimal(static_cast<double>(QZConvert::StringToInt64(text)));
+                break;
+            case QZDataType::DOUBLE:
+            case QZDataType::FLOAT:
+                value = QZJsonFactory::CreateDecimal(QZConvert::StringToDouble(text));
+                break;
+            default: value = QZJsonFactory::CreateString(text); break;
+        }
+        QZStringFactory::Recycle(&text);
+        return value;
+    }
+    catch (QZException*)
+    {
+        QZStringFactory::Recycle(&text);
+        throw;
+    }
+}
+}  // namespace
+
+void QZJsonFactory::Json2DataTable(QZDataTable* table, QZJsonValueCollection* values)
+{
+    for (QZObject* item = values->GetFirst(); item; item = item->LinkNext())
+    {
+        QZDataRow* row = table->Rows->NewRow();
+        QZJsonObject* object = ObjectOf(item);
+        const QZInt64 count = object ? object->AttrCount() : 0;
+        for (QZInt64 i = 0; i < count; ++i)
+        {
+            QZJsonValue* value = object->GetAttrValue(i);
+            const QZInt64 column = table->Columns->GetIndex(object->GetAttrName(i));
+            if (column >= 0 && HasText(value)) row->SetElement(column, value->Val());
+        }
+    }
+}
+
+QZDataTable* QZJsonFactory::Json2DataTable(QZJsonValueCollection* values)
+{
+    if (!values || values->GetType() != QZJsonValueCollection::Type)
+        ThrowFormat(QZ_W(" Argument is not QZJsonValueCollection"), -1);
+    QZDataTable* table = new QZDataTable();
+    try
+    {
+        AddColumns(table, values);
+        Json2DataTable(table, values);
+    }
+    catch (QZException*)
+    {
+        Recycle(&table);
+        throw;
+    }
+    return table;
+}
+
+QZJsonValueCollection* QZJsonFactory::DataTable2Json(QZDataTable* table)
+{
+    QZJsonValueCollection* result = CreateValueCollection();
+    try
+    {
+        const QZInt64 columns = table->Columns->Count();
+        for (QZInt64 r = 0; r < table->Rows->Count(); ++r)
+        {
+            QZJsonObject* object = CreateObject();
+            result->Push(object);
+            QZDataRow* row = table->Rows->GetRow(r);
+            for (QZInt64 i = 0; i < columns; ++i)
+                QZJsonAccess::SetAttr(object, table->Columns->GetColumn(i),
+                                      ValueOf(row->GetElement(i), table->Columns->GetElementType(i)));
+        }
+    }
+    catch (QZException*)
+    {
+        Recycle(&result);
+        throw;
+    }
+    return result;
+}

@@ -1,0 +1,301 @@
+#include "net/net_url.h"
+
+#include <vector>
+
+#include "fw/fw_convert.h"
+#include "fw/fw_data.h"
+#include "fw/fw_data_factory.h"
+#include "fw/fw_encoding.h"
+#include "fw/fw_keyed.h"
+#include "fw/fw_string.h"
+#include "fw/fw_string_factory.h"
+#include "fw/fw_trace.h"
+
+const QZInt64 QZUrl::Type;
+
+namespace
+{
+void ClearParams(QZKeyValueCollection* params)
+{
+    while (params->Count() > 0)
+    {
+        const QZInt64 last = params->Count() - 1;
+        auto* value = static_cast<QZString*>(params->GetElement(last));
+        params->RemoveElement(last);
+        QZStringFactory::Recycle(&value);
+    }
+}
+
+/// A string out of the factory for the time of a scope.
+class Scratch
+{
+public:
+    explicit Scratch(QZString* text) : m_text(text) {}
+    ~Scratch()
+    {
+        if (m_text) QZStringFactory::Recycle(&m_text);
+    }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+    QZString* Get() const { return m_text; }
+    QZString* operator->() const { return m_text; }
+
+private:
+    QZString* m_text;
+};
+
+/// Pieces of a string for the time of a scope.
+class Pieces
+{
+public:
+    Pieces(QZString* text, char separator) : m_pieces(text->Split(static_cast<QZWChar>(separator))) {}
+    ~Pieces() { QZStringFactory::Recycle(&m_pieces); }
+    Pieces(const Pieces&) = delete;
+    Pieces& operator=(const Pieces&) = delete;
+
+    QZInt64 Count() const { return m_pieces->Count(); }
+    QZString* operator[](QZInt64 index) const { return m_pieces->GetElement(index); }
+
+private:
+    QZStringCollection* m_pieces;
+};
+
+bool IsPlain(unsigned byte)
+{
+    if ((byte | 32) - 'a' < 26u || byte - '0' < 10u) return true;
+    switch (byte)
+    {
+        case '!':
+        case '(':
+        case ')':
+        case '*':
+        case '-':
+        case '.':
+        case '_': return true;
+        default: return false;
+    }
+}
+
+bool IsHexDigit(QZWChar unit)
+{
+    const auto u = static_cast<unsigned>(unit);
+    return u - '0' < 10u || (u | 32) - 'a' < 6u;
+}
+}  // namespace
+
+/// The strings, locked with the object id of the URL that made them, and the parameters. URLs copied by value
+/// share them.
+struct QZUrl::Parts
+{
+    explicit Parts(QZUInt64 id) : owner(id)
+    {
+        for (QZString* text : {&url, &path, &host, &protocol}) text->SetDisposable(owner, 0);
+    }
+    ~Parts()
+    {
+        for (QZString* text : {&url, &path, &host, &protocol}) text->SetDisposable(owner, 1);
+        ClearParams(&params);
+    }
+    Parts(const Parts&) = delete;
+    Parts& operator=(const Parts&) = delete;
+
+    QZUInt64 owner;
+    QZString url;
+    QZString path;
+    QZString host;
+    QZString protocol;
+    QZKeyValueCollection params;
+};
+
+QZUrl::QZUrl(QZString* url) : m_parts(std::make_shared<Parts>(QZObject::GetObjectID()))
+{
+    m_parts->url.Set(url);
+    Init();
+}
+
+QZUrl::QZUrl(const QZWChar* url) : m_parts(std::make_shared<Parts>(QZObject::GetObjectID()))
+{
+    m_parts->url.Set(url);
+    Init();
+}
+
+QZUrl::QZUrl(const char* url) : m_parts(std::make_shared<Parts>(QZObject::GetObjectID()))
+{
+    m_parts->url.Set(url);
+    Init();
+}
+
+QZUrl::QZUrl(const QZUrl& other) = default;
+QZUrl& QZUrl::operator=(const QZUrl& other) = default;
+QZUrl::~QZUrl() = default;
+
+QZInt64 QZUrl::GetType() { return 0x8310010; }
+
+QZString* QZUrl::GetUrl() { return &m_parts->url; }
+QZString* QZUrl::GetPath() { return &m_parts->path; }
+QZString* QZUrl::GetHost() { return &m_parts->host; }
+QZUInt16 QZUrl::GetPort() { return m_port; }
+QZString* QZUrl::GetProtocol() { return &m_parts->protocol; }
+
+QZString* QZUrl::GetParam(const char* key) { return static_cast<QZString*>(GetParam()->GetElement(key)); }
+QZString* QZUrl::GetParam(const QZWChar* key) { return static_cast<QZString*>(GetParam()->GetElement(key)); }
+QZString* QZUrl::GetParam(QZString* key) { return static_cast<QZString*>(GetParam()->GetElement(key)); }
+QZKeyValueCollection* QZUrl::GetParam() { return &m_parts->params; }
+
+QZString* QZUrl::GetParamString()
+{
+    QZKeyValueCollection* params = GetParam();
+    QZString* text = QZStringFactory::CreateString();
+    for (QZInt64 i = 0; i < params->Count(); ++i)
+    {
+        if (i > 0) text->Append(QZ_W("&"));
+        text->Append(params->ToKey(i));
+        text->Append(QZ_W("="));
+        text->Append(static_cast<QZString*>(params->GetElement(i)));
+    }
+    return text;
+}
+
+void QZUrl::Set(QZString* url)
+{
+    m_parts->url.Set(url);
+    m_parts->host.Clear();
+    Init();
+}
+
+void QZUrl::Init()
+{
+    QZString* url = &m_parts->url;
+    const QZWChar* text = url->GetPointer();
+    const QZInt64 length = url->GetLength();
+
+    // Any other start keeps the protocol of the text before.
+    QZInt64 skip = 0;
+    if (url->StartsWith(QZ_W("http://"), 1))
+    {
+        skip = 7;
+        m_parts->protocol.Set(QZ_W("http"));
+    }
+    else if (url->StartsWith(QZ_W("https://"), 1))
+    {
+        skip = 8;
+        m_parts->protocol.Set(QZ_W("https"));
+    }
+    else if (url->StartsWith(QZ_W("//")))
+    {
+        skip = 2;
+        m_parts->protocol.Clear();
+    }
+
+    QZInt64 hostEnd = skip;
+    while (hostEnd < length && text[hostEnd] != '/' && text[hostEnd] != '?' && text[hostEnd] != '#')
+        ++hostEnd;
+    QZInt64 pathEnd = hostEnd;
+    while (pathEnd < length && text[pathEnd] != 0 && text[pathEnd] != '?' && text[pathEnd] != '#') ++pathEnd;
+    QZInt64 query = pathEnd;
+    QZInt64 queryEnd = pathEnd;
+    if (pathEnd < length && text[pathEnd] == '?')
+    {
+        queryEnd = ++query;
+        while (queryEnd < length && text[queryEnd] != '#') ++queryEnd;
+    }
+
+    QZString* path = &m_parts->path;
+    path->Set(text + hostEnd, (pathEnd - hostEnd) * 2);
+    if (path->Contains(QZ_W("//"))) path->ReplaceThis(QZ_W("//"), QZ_W("/"));
+    if (QZString::IsNullOrWhiteSpace(path)) path->Set(QZ_W("/"));
+
+    m_port = m_parts->protocol.Equals(QZ_W("https")) ? 443 : 80;
+    if (hostEnd > skip) SetHost(text + skip, hostEnd - skip);
+
+    ClearParams(GetParam());
+    if (queryEnd > query)
+    {
+        Scratch params(QZStringFactory::CreateString(text + query, (queryEnd - query) * 2));
+        ParseParam(params.Get(), GetParam());
+    }
+}
+
+void QZUrl::SetHost(const QZWChar* text, QZInt64 count)
+{
+    QZInt64 colon = 0;
+    while (colon < count && text[colon] != ':') ++colon;
+    m_parts->host.Set(text, colon * 2);
+    if (colon == count) return;
+    Scratch port(QZStringFactory::CreateString(text + colon + 1, (count - colon - 1) * 2));
+    m_port = static_cast<QZUInt16>(QZConvert::StringToInt32(port.Get()));
+}
+
+void QZUrl::ParseParam(QZString* query, QZKeyValueCollection* params)
+{
+    const Pieces pairs(query, '&');
+    for (QZInt64 i = 0; i < pairs.Count(); ++i)
+    {
+        const Pieces parts(pairs[i], '=');
+        if (parts.Count() < 2) continue;
+        parts[0]->TrimThis();
+        parts[1]->TrimThis();
+        // Of equal keys the first one counts, and of "a=b=c" the "b".
+        if (QZString::IsNullOrEmpty(parts[0]) || params->IsExists(parts[0])) continue;
+        params->Add(parts[0], QZStringFactory::CreateString(parts[1]));
+    }
+}
+
+QZString* QZUrl::Encode(QZString* text)
+{
+    std::vector<QZWChar> encoded;
+    if (!QZString::IsNullOrEmpty(text))
+    {
+        QZData* bytes = QZEncoding::GetData(QZEncodingType::UTF8, text);
+        const auto* p = static_cast<const unsigned char*>(static_cast<const void*>(bytes->GetPointer()));
+        const QZInt64 size = bytes->GetSize();
+        // The digits of an escape stay here for the next one: a byte below 16 has one digit, and the second
+        // one shown is that of the escape before, or none where there was none.
+        QZWChar digits[3] = {0, 0, 0};
+        for (QZInt64 i = 0; i < size; ++i)
+        {
+            const unsigned byte = p[i];
+            if (IsPlain(byte))
+            {
+                encoded.push_back(static_cast<QZWChar>(byte));
+            }
+            else if (byte == ' ')
+            {
+                encoded.push_back('+');
+            }
+            else
+            {
+                QZConvert::UInt64ToStringHex(byte, digits);
+                encoded.push_back('%');
+                for (const QZWChar* digit = digits; *digit != 0; ++digit) encoded.push_back(*digit);
+            }
+        }
+        QZDataFactory::Recycle(&bytes);
+    }
+    return QZStringFactory::CreateString(encoded.data(), static_cast<QZInt64>(encoded.size()) * 2);
+}
+
+QZString* QZUrl::Decode(QZString* text)
+{
+    std::vector<unsigned char> bytes;
+    const QZWChar* units = text ? text->GetPointer() : nullptr;
+    const QZInt64 length = text ? text->GetLength() : 0;
+    for (QZInt64 i = 0; i < length; ++i)
+    {
+        if (units[i] == '%')
+        {
+            // A string has its terminator behind the last unit, which is no digit.
+            if (IsHexDigit(units[i + 1]) && IsHexDigit(units[i + 2]))
+                bytes.push_back(static_cast<unsigned char>(QZConvert::StringToUInt64Hex(units + i + 1, 2)));
+            i += 2;
+        }
+        else
+        {
+            bytes.push_back(static_cast<unsigned char>(units[i] == '+' ? ' ' : units[i]));
+        }
+    }
+    return QZEncoding::GetString(QZEncodingType::UTF8, bytes.data(), static_cast<QZInt64>(bytes.size()));
+}
+
+void QZUrl::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
