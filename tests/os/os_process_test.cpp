@@ -143,13 +143,21 @@ TEST(Process, StartedProgramIsFoundAndEnded)
     EXPECT_TRUE(Eventually([pid] { return QZProcess::GetMemoryUsage(pid) == -1; }));
     EXPECT_EQ(QZProcess::GetSwapUsage(pid), -1);
     EXPECT_EQ(QZProcess::GetProcessName(pid), nullptr);
-    auto thrown = QZ_TEST_CATCH(QZProcess::Kill(pid));
+    QZProcess::Recycle(&process);
+    EXPECT_EQ(process, nullptr);
+}
+
+TEST(Process, KillThatTheSystemRefusesFails)
+{
+    auto thrown = QZ_TEST_CATCH(QZProcess::Kill(0x7FFFFFFF));
     EXPECT_EQ(thrown.code, 5888);
     EXPECT_EQ(thrown.type, QZIOException::Type);
     EXPECT_EQ(thrown.message.rfind(" Operation Failed ", 0), 0u) << thrown.message;
-    EXPECT_EQ(thrown.argumentTrace, "QZProcess::Kill(" + std::to_string(pid) + ")");
-    QZProcess::Recycle(&process);
-    EXPECT_EQ(process, nullptr);
+    EXPECT_EQ(thrown.stackTrace, "QZProcess::Kill(QZInt64)");
+    EXPECT_EQ(thrown.argumentTrace, "QZProcess::Kill(2147483647)");
+    Hooks hooks;
+    hooks.Fail(os::Op::System, kSystemNumber);
+    EXPECT_QZ_THROW(QZProcess::Kill(QZProcess::GetCurrentPID()), 5888);
 }
 
 TEST(Process, ObjectNeitherWaitsForTheProcessNorEndsIt)
