@@ -120,7 +120,9 @@ void QZJsonFactory::Json2DataTable(QZDataTable* table, QZJsonValueCollection* va
 
 QZDataTable* QZJsonFactory::Json2DataTable(QZJsonValueCollection* values)
 {
-    if (!values || values->GetType() != QZJsonValueCollection::Type)
+    // Hosts pass on what they read without a look at its class, so it is asked as a plain object.
+    auto* object = static_cast<QZObject*>(static_cast<void*>(values));
+    if (!object || object->GetType() != QZJsonValueCollection::Type)
         ThrowFormat(QZ_W(" Argument is not QZJsonValueCollection"), -1);
     QZDataTable* table = new QZDataTable();
     try
