@@ -11,8 +11,9 @@ const QZInt64 QZBlock::Type;
 namespace
 {
 
-/// Bytes that are made usable at a time when content grows.
-constexpr QZInt64 ReadyStep = 65536;
+/// Up to here a block's part of a file is read at once: small files are taken in as they are when they are
+/// opened.
+constexpr QZInt64 LoadedAtOnce = 262144;
 
 [[noreturn]] void ThrowOutOfMemory(QZInt64 size)
 {
@@ -30,8 +31,11 @@ QZBlock::QZBlock()
       m_size(0),
       m_bytes(nullptr),
       m_pages(nullptr),
-      m_ready(0),
+      m_present(nullptr),
+      m_presentStretches(0),
+      m_behind(0),
       m_contentEnd(0),
+      m_lastUse(0),
       m_changed(0)
 {}
 
@@ -40,6 +44,8 @@ QZBlock::~QZBlock() { Release(); }
 QZInt64 QZBlock::GetType() { return Type; }
 
 void QZBlock::Load() { SetLoaded(0); }
+
+void QZBlock::Fetch(QZInt64, QZInt64) {}
 
 void QZBlock::WriteBack() {}
 
@@ -52,16 +58,19 @@ void QZBlock::Set(QZInt64 spaceId, QZInt64 offset, QZInt64 size)
         Release();
         m_size = size;
         m_bytes = static_cast<unsigned char*>(MemoryAllocate(size));
-        m_pages = m_bytes ? static_cast<QZUInt64*>(MemoryAllocate(PageWords() * 8)) : nullptr;
+        m_pages =
+            m_bytes ? static_cast<QZUInt64*>(MemoryAllocate((PageWords() + StretchWords()) * 8)) : nullptr;
         if (!m_pages)
         {
             Release();
             ThrowOutOfMemory(size);
         }
+        m_present = m_pages + PageWords();
     }
     m_spaceId = spaceId;
     m_offset = offset;
-    m_ready = 0;
+    QZMemClean(m_present, StretchWords() * 8);
+    m_presentStretches = 0;
     m_contentEnd = 0;
     ClearChanges();
     Load();
@@ -69,35 +78,78 @@ void QZBlock::Set(QZInt64 spaceId, QZInt64 offset, QZInt64 size)
 
 const void* QZBlock::GetPointer()
 {
-    Prepare(m_size);
+    Require(0, m_size);
     return m_bytes;
 }
 
 void QZBlock::Read(QZInt64 at, void* target, QZInt64 size)
 {
-    // Behind what is ready all is zero.
-    QZInt64 stored = m_ready - at;
-    if (stored < 0) stored = 0;
-    if (stored > size) stored = size;
-    if (stored > 0) QZMemCopy(target, m_bytes + at, stored);
-    if (size > stored) QZMemClean(QZAt(target, stored), size - stored);
+    if (size <= 0) return;
+    Require(at, at + size);
+    QZMemCopy(target, m_bytes + at, size);
 }
 
 void QZBlock::Write(QZInt64 at, const void* source, QZInt64 size)
 {
     if (size <= 0) return;
-    Prepare(at + size);
+    Require(at, at + size);
     QZMemCopy(m_bytes + at, source, size);
     Note(static_cast<QZUInt64>(at), static_cast<QZUInt64>(size));
 }
 
-void QZBlock::Prepare(QZInt64 end)
+void QZBlock::RequireStretches(QZInt64 from, QZInt64 to)
 {
-    if (end <= m_ready) return;
-    QZInt64 ready = (end + ReadyStep - 1) / ReadyStep * ReadyStep;
-    if (ready > m_size) ready = m_size;
-    QZMemClean(m_bytes + m_ready, ready - m_ready);
-    m_ready = ready;
+    const QZInt64 all = m_size >> StretchShift;
+    const QZInt64 behind = (to + (1LL << StretchShift) - 1) >> StretchShift;
+    for (QZInt64 stretch = from >> StretchShift; stretch < behind;)
+    {
+        if (IsPresent(stretch))
+        {
+            ++stretch;
+            continue;
+        }
+        // What follows on something that is there is asked for in order, and more of it comes at once.
+        QZInt64 wanted = behind;
+        if (stretch > 0 && IsPresent(stretch - 1) && wanted < stretch + StretchesAhead)
+            wanted = stretch + StretchesAhead;
+        if (wanted > all) wanted = all;
+        QZInt64 end = stretch + 1;
+        while (end < wanted && !IsPresent(end)) ++end;
+        BringStretches(stretch, end);
+        stretch = end;
+    }
+}
+
+void QZBlock::BringStretches(QZInt64 first, QZInt64 behind)
+{
+    const QZInt64 from = first << StretchShift;
+    const QZInt64 to = behind << StretchShift;
+    QZInt64 empty = from;
+    if (m_behind > from)
+    {
+        empty = m_behind < to ? m_behind : to;
+        Fetch(from, empty);
+    }
+    if (empty < to) QZMemClean(m_bytes + empty, to - empty);
+    for (QZInt64 stretch = first; stretch < behind; ++stretch)
+        m_present[stretch >> 6] |= 1ULL << (stretch & 63);
+    m_presentStretches += behind - first;
+}
+
+void QZBlock::PresentAround(QZInt64 at, QZInt64* from, QZInt64* to) const
+{
+    constexpr QZInt64 reach = 16;
+    const QZInt64 all = m_size >> StretchShift;
+    *from = 0;
+    *to = m_size;
+    if (m_presentStretches == all) return;
+    const QZInt64 stretch = at >> StretchShift;
+    QZInt64 first = stretch;
+    QZInt64 behind = stretch;
+    while (first > 0 && first > stretch - reach && IsPresent(first - 1)) --first;
+    while (behind < all && behind < stretch + reach && IsPresent(behind)) ++behind;
+    *from = first << StretchShift;
+    *to = behind << StretchShift;
 }
 
 void QZBlock::NoteRun(QZUInt64 first, QZUInt64 last)
@@ -113,7 +165,7 @@ void QZBlock::ClearChanges()
 
 void QZBlock::SetLoaded(QZInt64 count)
 {
-    m_ready = count;
+    m_behind = count;
     m_contentEnd = count;
 }
 
@@ -123,8 +175,10 @@ void QZBlock::Release()
     if (m_pages) MemoryFree(m_pages);
     m_bytes = nullptr;
     m_pages = nullptr;
+    m_present = nullptr;
     m_size = 0;
-    m_ready = 0;
+    m_presentStretches = 0;
+    m_behind = 0;
     m_contentEnd = 0;
     m_changed = 0;
 }
@@ -153,18 +207,27 @@ QZFileBlock::~QZFileBlock() = default;
 
 void QZFileBlock::Load()
 {
-    QZInt64 count = 0;
     SetLoaded(0);
     // A block past the end has nothing of the file in it, and not every system reads as far out as an offset
     // may point.
-    if (GetOffset() > INT64_MAX - GetSize() || GetOffset() >= m_file->GetSize()) return;
-    while (count < GetSize())
-    {
-        const QZInt64 more = m_file->Read(GetOffset() + count, Bytes() + count, GetSize() - count);
-        if (more <= 0) break;
-        count += more;
-    }
+    if (GetOffset() > INT64_MAX - GetSize()) return;
+    QZInt64 count = m_file->GetSize() - GetOffset();
+    if (count <= 0) return;
+    if (count > GetSize()) count = GetSize();
     SetLoaded(count);
+    if (count <= LoadedAtOnce) Require(0, count);
+}
+
+void QZFileBlock::Fetch(QZInt64 from, QZInt64 to)
+{
+    while (from < to)
+    {
+        const QZInt64 more = m_file->Read(GetOffset() + from, Bytes() + from, to - from);
+        if (more <= 0) break;
+        from += more;
+    }
+    // Somebody made the file shorter meanwhile.
+    if (from < to) QZMemClean(Bytes() + from, to - from);
 }
 
 void QZFileBlock::WriteBack()

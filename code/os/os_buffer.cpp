@@ -1,8 +1,8 @@
 #include "os/os_buffer.h"
 
+#include <bit>
 #include <cstdint>
 #include <initializer_list>
-#include <utility>
 
 #include "fw/fw_collection.h"
 #include "fw/fw_data.h"
@@ -54,7 +54,9 @@ QZBuffer::QZBuffer(QZInt64 memoryLimit, QZInt64 blockSize)
       m_memoryMax(memoryLimit),
       m_blockSize(RoundBlockSize(blockSize)),
       m_blocks(new QZContainer()),
-      m_freeBlocks(new QZContainer())
+      m_freeBlocks(new QZContainer()),
+      m_blockShift(std::countr_zero(static_cast<QZUInt64>(m_blockSize))),
+      m_uses(0)
 {
     if (m_memoryMax < 2 * m_blockSize) m_memoryMax = 2 * m_blockSize;
 }
@@ -100,11 +102,6 @@ QZInt64 QZBuffer::ReadThrough(QZInt64 offset, void* target, QZInt64 size)
     if (offset < 0) offset = 0;
     if (size <= 0) return 0;
     if (!target) ThrowNullPointer(QZ_W("Read"), offset, size);
-    if (TurnToSecond(offset, size))
-    {
-        CopyRun(target, m_front.bytes + (offset - m_front.block->GetOffset()), size);
-        return size;
-    }
     QZInt64 done = 0;
     for (;;)
     {
@@ -112,6 +109,7 @@ QZInt64 QZBuffer::ReadThrough(QZInt64 offset, void* target, QZInt64 size)
         const QZInt64 at = offset + done - block->GetOffset();
         const QZInt64 run = Smaller(m_blockSize - at, size - done);
         block->Read(at, QZAt(target, done), run);
+        OpenWindow(block, at);
         done += run;
         // The address space ends with the largest offset.
         if (done == size || offset > INT64_MAX - done) return done;
@@ -123,13 +121,6 @@ QZInt64 QZBuffer::WriteThrough(QZInt64 offset, const void* source, QZInt64 size)
     if (offset < 0) offset = 0;
     if (size <= 0) return 0;
     if (!source) ThrowNullPointer(QZ_W("Write"), offset, size);
-    if (TurnToSecond(offset, size))
-    {
-        const QZInt64 at = offset - m_front.block->GetOffset();
-        CopyRun(m_front.bytes + at, source, size);
-        m_front.block->Note(static_cast<QZUInt64>(at), static_cast<QZUInt64>(size));
-        return size;
-    }
     QZInt64 done = 0;
     for (;;)
     {
@@ -137,7 +128,7 @@ QZInt64 QZBuffer::WriteThrough(QZInt64 offset, const void* source, QZInt64 size)
         const QZInt64 at = offset + done - block->GetOffset();
         const QZInt64 run = Smaller(m_blockSize - at, size - done);
         block->Write(at, QZAt(source, done), run);
-        ShowFront();
+        OpenWindow(block, at);
         done += run;
         if (done == size || offset > INT64_MAX - done) return done;
     }
@@ -146,16 +137,15 @@ QZInt64 QZBuffer::WriteThrough(QZInt64 offset, const void* source, QZInt64 size)
 QZBlock* QZBuffer::GetBlockByOffset(QZInt64 offset)
 {
     const QZInt64 number = offset < 0 ? 0 : offset / m_blockSize;
-    Settle();
     QZBlock* block = FindBlock(number);
     if (block)
     {
-        if (block != m_front.block)
+        if (block != FirstBlock(m_blocks))
         {
             m_blocks->RemoveElement(block);
             m_blocks->AddFirst(block);
-            ShowFront();
         }
+        Use(block);
         return block;
     }
 
@@ -177,7 +167,7 @@ QZBlock* QZBuffer::GetBlockByOffset(QZInt64 offset)
         throw;
     }
     m_blocks->AddFirst(block);
-    ShowFront();
+    Use(block);
     return block;
 }
 
@@ -194,52 +184,45 @@ QZBlock* QZBuffer::TakeBlock()
     return block ? block : NewBlock();
 }
 
-QZBuffer::Window QZBuffer::WindowOf(QZBlock* block)
+void QZBuffer::OpenWindow(QZBlock* block, QZInt64 at)
 {
-    Window window;
-    if (!block) return window;
-    window.begin = static_cast<QZUInt64>(block->m_offset);
-    window.length = static_cast<QZUInt64>(block->m_ready);
-    window.bytes = block->m_bytes;
+    QZInt64 from = 0;
+    QZInt64 to = 0;
+    block->PresentAround(at, &from, &to);
+    Window& window = m_windows[static_cast<QZUInt64>(block->m_offset) >> m_blockShift & (Windows - 1)];
+    window.begin = static_cast<QZUInt64>(block->m_offset) + static_cast<QZUInt64>(from);
+    window.length = static_cast<QZUInt64>(to - from);
+    window.bytes = block->m_bytes + from;
     window.block = block;
-    return window;
+    window.inBlock = static_cast<QZUInt64>(from);
 }
 
-void QZBuffer::ShowFront()
+void QZBuffer::CloseWindow(QZBlock* block)
 {
-    QZBlock* first = FirstBlock(m_blocks);
-    m_front = WindowOf(first);
-    m_second = WindowOf(first ? NextBlock(first) : nullptr);
+    Window& window = m_windows[static_cast<QZUInt64>(block->m_offset) >> m_blockShift & (Windows - 1)];
+    if (window.block == block) window = Window();
 }
 
-bool QZBuffer::TurnToSecond(QZInt64 offset, QZInt64 size)
+QZBlock* QZBuffer::LeastUsed() const
 {
-    if (!m_second.Holds(offset, static_cast<QZUInt64>(offset) - m_second.begin, size)) return false;
-    std::swap(m_front, m_second);
-    return true;
-}
-
-void QZBuffer::Settle()
-{
-    QZBlock* front = m_front.block;
-    if (!front || front == FirstBlock(m_blocks)) return;
-    m_blocks->RemoveElement(front);
-    m_blocks->AddFirst(front);
+    QZBlock* least = FirstBlock(m_blocks);
+    for (QZBlock* block = least; block; block = NextBlock(block))
+        if (block->m_lastUse < least->m_lastUse) least = block;
+    return least;
 }
 
 void QZBuffer::RemoveBlock()
 {
-    Settle();
     while (m_memoryUsed > m_memoryMax)
     {
-        QZBlock* block = static_cast<QZBlock*>(m_blocks->GetLast());
+        QZBlock* block = LeastUsed();
         if (!block) break;
         block->WriteBack();
         if (!block->IsReleasable()) break;
+        CloseWindow(block);
         m_blocks->RemoveElement(block);
         m_memoryUsed -= m_blockSize;
         m_freeBlocks->Push(block);
-        ShowFront();
     }
 }
 
@@ -269,13 +252,13 @@ QZBool QZBuffer::Collect()
         QZTrace(e, QZ_W("QZBuffer"), QZ_W("Collect"));
         throw;
     }
-    Settle();
     QZBlock* block = FirstBlock(m_blocks);
     while (block)
     {
         QZBlock* next = NextBlock(block);
         if (block->IsReleasable())
         {
+            CloseWindow(block);
             m_blocks->RemoveElement(block);
             m_memoryUsed -= m_blockSize;
             DeleteBlock(block);
@@ -283,7 +266,6 @@ QZBool QZBuffer::Collect()
         block = next;
     }
     while ((block = static_cast<QZBlock*>(m_freeBlocks->DeQueue()))) DeleteBlock(block);
-    ShowFront();
     return m_blocks->Count() == 0;
 }
 
@@ -327,10 +309,10 @@ void QZBuffer::DeleteBlock(QZBlock* block) { delete block; }
 void QZBuffer::DeleteBlocks()
 {
     QZBlock* block = nullptr;
+    for (Window& window : m_windows) window = Window();
     while ((block = static_cast<QZBlock*>(m_blocks->DeQueue()))) DeleteBlock(block);
     while ((block = static_cast<QZBlock*>(m_freeBlocks->DeQueue()))) DeleteBlock(block);
     m_memoryUsed = 0;
-    ShowFront();
 }
 
 void QZBuffer::Recycle(QZData** data) { QZDataFactory::Recycle(data); }

@@ -13,9 +13,10 @@ class QZString;
 /// One block of a paged buffer: a space identifier (its number), the offset of its first byte, its size and
 /// its bytes.
 ///
-/// The block owns its bytes and keeps note of what was changed, page by page. A plain block has nothing
-/// behind it: it starts as zeros, there is no place to write it back to, and it never answers true to the
-/// release test. One thread at a time, like the buffer that holds it.
+/// The block owns its bytes and keeps note of what was changed, page by page, and of what is there at all,
+/// stretch by stretch: a stretch is fetched, or filled with zeros, when it is first needed. A plain block has
+/// nothing behind it: it starts as zeros, there is no place to write it back to, and it never answers true to
+/// the release test. One thread at a time, like the buffer that holds it.
 class QZ_API QZBlock : public QZObject
 {
 public:
@@ -26,7 +27,7 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Fetches what belongs into the block. A plain block holds zeros.
+    /// Readies the block for what belongs into it. A plain block holds zeros.
     virtual void Load();
 
     /// Puts what was changed where the block came from. A plain block has no such place and does nothing.
@@ -70,17 +71,36 @@ protected:
     /// Forgets the notes: the block agrees with what is behind it.
     void ClearChanges();
 
-    /// Notes how many bytes were loaded; what lies behind them is zero, filled in when it is first needed.
+    /// Notes how many bytes at the front of the block have something behind them; the others start as zeros.
     void SetLoaded(QZInt64 count);
+
+    /// Brings the bytes of a range, which lie among those of SetLoaded, from behind the block. Nothing in a
+    /// plain block.
+    virtual void Fetch(QZInt64 from, QZInt64 to);
+
+    /// Makes the bytes of a range usable.
+    void Require(QZInt64 from, QZInt64 to)
+    {
+        if (m_presentStretches != m_size >> StretchShift) RequireStretches(from, to);
+    }
 
     unsigned char* Bytes() const { return m_bytes; }
 
 private:
     friend class QZBuffer;
 
-    /// Makes bytes up to `end` usable (zeros behind the content) and some more, so that appending pays
-    /// rarely.
-    void Prepare(QZInt64 end);
+    /// Stretches have this many bytes; every block size is a multiple of it.
+    static constexpr int StretchShift = 14;
+
+    /// How many stretches are fetched at a time when they are asked for in order.
+    static constexpr QZInt64 StretchesAhead = 8;
+
+    void RequireStretches(QZInt64 from, QZInt64 to);
+    void BringStretches(QZInt64 first, QZInt64 behind);
+    bool IsPresent(QZInt64 stretch) const { return (m_present[stretch >> 6] >> (stretch & 63) & 1) != 0; }
+
+    /// The usable bytes around a position, cut to a few stretches in a block that is not wholly there.
+    void PresentAround(QZInt64 at, QZInt64* from, QZInt64* to) const;
 
     void Note(QZUInt64 at, QZUInt64 size)
     {
@@ -95,6 +115,7 @@ private:
     void NoteRun(QZUInt64 first, QZUInt64 last);
     void Release();
     QZInt64 PageWords() const { return (m_size + (64LL << PageShift) - 1) >> (PageShift + 6); }
+    QZInt64 StretchWords() const { return (m_size + (64LL << StretchShift) - 1) >> (StretchShift + 6); }
 
     QZInt64 m_spaceId;
     QZInt64 m_offset;
@@ -102,15 +123,20 @@ private:
     unsigned char* m_bytes;
     /// One bit for each page that was changed.
     QZUInt64* m_pages;
-    /// Bytes from here on are not yet filled with zeros.
-    QZInt64 m_ready;
+    /// One bit for each stretch that is there; behind the page bits in one piece of memory.
+    QZUInt64* m_present;
+    QZInt64 m_presentStretches;
+    /// Bytes below this have something behind them.
+    QZInt64 m_behind;
     QZInt64 m_contentEnd;
+    /// The buffer's count of uses when the block was used last.
+    QZUInt64 m_lastUse;
     QZBool m_changed;
 };
 
-/// A block with a file behind it. Load reads the block's range, zeros past the end of the file; the
-/// write-back writes the changed pages and never more than what was loaded or written, so a file gets no
-/// padded tail. The file belongs to the buffer.
+/// A block with a file behind it: the file's bytes, zeros past its end. A small file is read at once, of a
+/// large one what is used; the write-back writes the changed pages and never more than what was loaded or
+/// written, so a file gets no padded tail. The file belongs to the buffer.
 class QZ_API QZFileBlock : public QZBlock
 {
 public:
@@ -126,15 +152,19 @@ public:
     /// True when nothing waits to be written.
     QZBool IsReleasable() override;
 
+protected:
+    /// @throws QZIOException  ReadFailed
+    void Fetch(QZInt64 from, QZInt64 to) override;
+
 private:
     QZFile* m_file;
 };
 
-/// A paged memory: an address space of bytes in blocks of one size, the most recently used first.
+/// A paged memory: an address space of bytes in blocks of one size.
 ///
-/// Blocks are made when they are first touched. When memory goes above the limit, blocks at the end of the
-/// list are written back and put aside for reuse. A plain QZBuffer has nowhere to write to, so it keeps every
-/// block. The buffer owns its blocks. One thread at a time.
+/// Blocks are made when they are first touched. When memory goes above the limit, those that were used
+/// longest ago are written back and put aside for reuse. A plain QZBuffer has nowhere to write to, so it
+/// keeps every block. The buffer owns its blocks. One thread at a time.
 class QZ_API QZBuffer : public QZObject
 {
 public:
@@ -159,10 +189,12 @@ public:
     /// never written reads as zeros.
     QZInt64 Read(QZInt64 offset, void* target, QZInt64 size)
     {
-        const QZUInt64 at = static_cast<QZUInt64>(offset) - m_front.begin;
-        if (target && m_front.Holds(offset, at, size))
+        const Window& window = WindowAt(offset);
+        const QZUInt64 at = static_cast<QZUInt64>(offset) - window.begin;
+        if (target && window.Holds(at, size))
         {
-            CopyRun(target, m_front.bytes + at, size);
+            Use(window.block);
+            CopyRun(target, window.bytes + at, size);
             return size;
         }
         return ReadThrough(offset, target, size);
@@ -174,11 +206,13 @@ public:
     /// Copies size bytes from source to offset and answers the count. Negative values count as 0.
     QZInt64 Write(QZInt64 offset, const void* source, QZInt64 size)
     {
-        const QZUInt64 at = static_cast<QZUInt64>(offset) - m_front.begin;
-        if (source && m_front.Holds(offset, at, size))
+        const Window& window = WindowAt(offset);
+        const QZUInt64 at = static_cast<QZUInt64>(offset) - window.begin;
+        if (source && window.Holds(at, size))
         {
-            CopyRun(m_front.bytes + at, source, size);
-            m_front.block->Note(at, static_cast<QZUInt64>(size));
+            Use(window.block);
+            CopyRun(window.bytes + at, source, size);
+            window.block->Note(at + window.inBlock, static_cast<QZUInt64>(size));
             return size;
         }
         return WriteThrough(offset, source, size);
@@ -187,7 +221,7 @@ public:
     /// All bytes of data.
     QZInt64 Write(QZInt64 offset, QZData* data);
 
-    /// The block that holds the offset, which becomes the front of the list. It stays the buffer's.
+    /// The block that holds the offset, which becomes the most recently used one. It stays the buffer's.
     QZBlock* GetBlockByOffset(QZInt64 offset);
 
     /// While memory in use is above the limit: the least recently used block is written back and put aside.
@@ -228,19 +262,32 @@ protected:
     QZInt64 GetContentEnd() const;
 
 private:
-    /// What the quick way needs to know of a block. A length of 0 closes that way.
+    /// A run of usable bytes of one block: what the quick way needs to know. A length of 0 closes that way.
     struct Window
     {
         QZUInt64 begin = 0;
         QZUInt64 length = 0;
         unsigned char* bytes = nullptr;
         QZBlock* block = nullptr;
+        QZUInt64 inBlock = 0;
 
-        bool Holds(QZInt64 offset, QZUInt64 at, QZInt64 size) const
+        bool Holds(QZUInt64 at, QZInt64 size) const
         {
-            return at < length && size > 0 && static_cast<QZUInt64>(size) <= length - at && offset >= 0;
+            // A size of 0 and negative ones wrap around to more than any window holds.
+            return at < length && static_cast<QZUInt64>(size) - 1 < length - at;
         }
     };
+
+    /// Blocks share the windows by the low bits of their number; a power of two.
+    static constexpr QZUInt64 Windows = 64;
+
+    const Window& WindowAt(QZInt64 offset) const
+    {
+        return m_windows[static_cast<QZUInt64>(offset) >> m_blockShift & (Windows - 1)];
+    }
+
+    /// Makes a block the most recently used one.
+    void Use(QZBlock* block) { block->m_lastUse = ++m_uses; }
 
     /// Single addresses, marks and small fields make up nearly all traffic; they are moved without a call.
     static void CopyRun(void* target, const void* source, QZInt64 size)
@@ -259,26 +306,23 @@ private:
     QZInt64 WriteThrough(QZInt64 offset, const void* source, QZInt64 size);
     QZBlock* TakeBlock();
     QZBlock* FindBlock(QZInt64 number) const;
-    static Window WindowOf(QZBlock* block);
-    /// Brings the windows in line with the first two blocks of the list.
-    void ShowFront();
-    /// True when the second window holds the range; it then is the first.
-    bool TurnToSecond(QZInt64 offset, QZInt64 size);
-    /// Brings the list in line with the windows.
-    void Settle();
+    /// Opens the window of a block around a position in it.
+    void OpenWindow(QZBlock* block, QZInt64 at);
+    /// To be called before a block leaves.
+    void CloseWindow(QZBlock* block);
+    QZBlock* LeastUsed() const;
 
     QZInt64 m_memoryUsed;
     QZInt64 m_memoryMax;
     QZInt64 m_blockSize;
-    /// In use, the most recently used first.
+    /// In use. Which was used when stands in the blocks, so that a use moves nothing.
     QZContainer* m_blocks;
     /// Put aside for reuse.
     QZContainer* m_freeBlocks;
 
-    // The two blocks used last, the later one first. Where traffic goes to and fro between two blocks, only
-    // the windows change places; the list follows before anybody can look at it.
-    Window m_front;
-    Window m_second;
+    int m_blockShift;
+    QZUInt64 m_uses;
+    Window m_windows[Windows];
 };
 
 /// A file that is read and written through a bounded number of blocks in memory.
