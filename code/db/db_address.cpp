@@ -32,8 +32,19 @@ void ADDRESS::Transform(QZInt64* value)
                              m_length);
 }
 
-void ADDRESS::Restore(QZInt64* value)
+QZInt64 ADDRESS::GetTransformed(QZInt64 position)
 {
-    QZEncryption::Decryption(m_objects->Console()->AddressTransformation()->ReadKey->GetPointer(), value,
-                             m_length);
+    QZInt64 value = 0;
+    m_objects->Binary()->GetBytes(position, m_length, &value);
+    const QZDbTransformation* addresses = m_objects->Console()->AddressTransformation();
+    if (addresses->Flag != 0) QZEncryption::Decryption(addresses->ReadKey->GetPointer(), &value, m_length);
+    return value;
+}
+
+QZInt64 ADDRESS::GetShort(QZInt64 position)
+{
+    // The length is 0 as long as no mode was set.
+    QZInt64 value = 0;
+    m_objects->Console()->Buffer()->Read(position, &value, m_length);
+    return value;
 }

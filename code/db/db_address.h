@@ -24,13 +24,15 @@ public:
     /// The address stored at a position.
     QZInt64 Get(QZInt64 position)
     {
-        QZInt64 value = 0;
+        CONSOLE* console = m_objects->Console();
+        if (!console->IsPlain()) return GetTransformed(position);
         if (m_length == 8)
-            m_objects->Binary()->GetBytes(position, 8, &value);
-        else
-            m_objects->Binary()->GetBytes(position, m_length, &value);
-        if (m_objects->Console()->AddressTransformation()->Flag != 0) Restore(&value);
-        return value;
+        {
+            QZInt64 value = 0;
+            console->Buffer()->Read(position, &value, 8);
+            return value;
+        }
+        return GetShort(position);
     }
 
     /// Stores an address in a record that others can reach: logged first when rollback is on. 1, or 0 when
@@ -41,13 +43,21 @@ public:
     /// when refused.
     QZInt64 PutRaw(QZInt64 position, QZInt64 value)
     {
-        if (m_objects->Console()->AddressTransformation()->Flag != 0) Transform(&value);
+        ToStored(&value);
+        if (m_length == 8) return m_objects->Binary()->PutBytes(position, 8, &value);
         return m_objects->Binary()->PutBytes(position, m_length, &value);
+    }
+
+    /// Turns an address into what is stored for it.
+    void ToStored(QZInt64* value)
+    {
+        if (m_objects->Console()->AddressTransformation()->Flag != 0) Transform(value);
     }
 
 private:
     void Transform(QZInt64* value);
-    void Restore(QZInt64* value);
+    QZInt64 GetTransformed(QZInt64 position);
+    QZInt64 GetShort(QZInt64 position);
 
     OBJECTS* m_objects;
     QZInt64 m_length;

@@ -51,16 +51,20 @@ public:
     /// above the largest address: write protection goes on, nothing is recorded, refused.
     bool CheckWrite(QZInt64 from, QZInt64 to) { return CheckWrite(from, to, 0); }
 
+    /// What the guard would say of a write, with nothing recorded.
+    bool Allows(QZInt64 position, QZInt64 length) const
+    {
+        const CONSOLE* console = m_objects->Console();
+        return console->GetWriteProtect() == 0 && length <= console->AddressInfo()->LargestAddress &&
+               position <= console->AddressInfo()->LargestAddress - (length > 0 ? length : 0);
+    }
+
 private:
     /// `from` to `to` + `length`, which may be more than an address can hold.
     bool CheckWrite(QZInt64 from, QZInt64 to, QZInt64 length)
     {
         (void)from;
-        CONSOLE* console = m_objects->Console();
-        if (console->GetWriteProtect() == 0 && length <= console->AddressInfo()->LargestAddress &&
-            to <= console->AddressInfo()->LargestAddress - (length > 0 ? length : 0))
-            return true;
-        return Refuse();
+        return Allows(to, length) || Refuse();
     }
 
     bool Refuse();

@@ -1,6 +1,7 @@
 #include "db/db_chars.h"
 
 #include "codec/cod_encryption.h"
+#include "db/db_image.h"
 #include "fw/fw_data.h"
 #include "fw/fw_memory.h"
 
@@ -26,8 +27,10 @@ QZInt64 CHARS::Write(QZInt64 slot, const void* buffer, QZInt64 size)
     const QZInt64 a = address->Length();
     const QZInt64 start = QZDbAt(slot, 2 * a);
     const QZInt64 trailing = QZDbAt(start, size);
-    address->PutRaw(slot, start);
-    address->PutRaw(QZDbAt(slot, a), size);
+    QZDbImage image(m_objects, slot);
+    image.Address(start);
+    image.Address(size);
+    image.Write(false);
     PutContent(start, buffer, size);
     address->PutRaw(trailing, size);
     m_objects->Console()->AddContentWritten(size);

@@ -110,6 +110,9 @@ public:
     QZDbTransformation* AddressTransformation() { return &m_addresses; }
     QZDbTransformation* ContentTransformation() { return &m_contents; }
 
+    /// Addresses are stored as they are.
+    bool IsPlain() const { return (m_bytes.Flag | m_addresses.Flag) == 0; }
+
     QZInt64 GetContentRead() const { return m_contentRead; }
     QZInt64 GetContentWritten() const { return m_contentWritten; }
     void AddContentRead(QZInt64 count) { m_contentRead += count; }

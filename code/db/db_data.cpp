@@ -2,6 +2,7 @@
 
 #include "db/db_chars.h"
 #include "db/db_format.h"
+#include "db/db_image.h"
 #include "db/db_read.h"
 
 namespace
@@ -31,28 +32,41 @@ DATA::Place DATA::Find(QZInt64 hd)
     return place;
 }
 
-bool DATA::Open(const Place& place, QZInt64 end)
+bool DATA::Open(const Place& place, QZInt64 end, std::initializer_list<QZInt64> own)
 {
-    ADDRESS* address = m_objects->Address();
-    const QZInt64 a = address->Length();
+    const QZInt64 a = m_objects->Address()->Length();
     // The length grows before the record exists: a record cut short by a crash is unreachable, never half
     // linked.
     m_objects->Console()->SetLength(QZDbAt(end, 2 * a));
-    const bool allowed = m_objects->Binary()->PutByte(place.This, QZDatabaseInfo::MARK_DATA) != 0;
-    if (!allowed) return false;
-    WriteFrame(place, end);
+    return WriteFrame(place, end, own, true);
+}
+
+/// The frame up to the closing mark, with the kind's own fields behind the opening ones.
+bool DATA::WriteFrame(const Place& place, QZInt64 end, std::initializer_list<QZInt64> own, bool needFirst)
+{
+    QZDbImage opening(m_objects, place.This);
+    opening.Mark(QZDatabaseInfo::MARK_DATA);
+    opening.Address(place.Left);
+    opening.Address(place.This);
+    opening.Address(end);
+    for (const QZInt64 field : own) opening.Address(field);
+    if (!opening.Write(needFirst) && needFirst) return false;
+
+    QZDbImage closing(m_objects, QZDbAt(end, -2 * m_objects->Address()->Length()));
+    closing.Address(place.This);
+    closing.Address(0);
+    closing.Mark(QZDatabaseInfo::MARK_DATA);
+    closing.Write(false);
     return true;
 }
 
-void DATA::WriteFrame(const Place& place, QZInt64 end)
+/// What stands behind the closing mark: the head, and the mark by which the head ends here.
+void DATA::WriteClosing(QZInt64 head, QZInt64 end)
 {
-    ADDRESS* address = m_objects->Address();
-    const QZInt64 a = address->Length();
-    address->PutRaw(QZDbAt(place.This, 1), place.Left);
-    address->PutRaw(QZDbAt(place.This, 1 + a), place.This);
-    address->PutRaw(QZDbAt(place.This, 1 + 2 * a), end);
-    address->PutRaw(QZDbAt(end, -2 * a), place.This);
-    address->PutRaw(QZDbAt(end, -a), 0);
+    QZDbImage image(m_objects, QZDbAt(end, m_objects->Address()->Length()));
+    image.Address(head);
+    image.Mark(QZDatabaseInfo::MARK_HD);
+    image.Write(false);
 }
 
 QZInt64 DATA::LinkPosition(const Place& place)
@@ -64,30 +78,26 @@ QZInt64 DATA::LinkPosition(const Place& place)
 void DATA::Close(const Place& place, QZInt64 end)
 {
     ADDRESS* address = m_objects->Address();
-    BINARY* binary = m_objects->Binary();
     const QZInt64 a = address->Length();
-    binary->PutByte(end, QZDatabaseInfo::MARK_DATA);
     address->Put(LinkPosition(place), place.This);
-    address->PutRaw(QZDbAt(end, a), place.Head);
-    binary->PutByte(QZDbAt(end, 2 * a), QZDatabaseInfo::MARK_HD);
+    WriteClosing(place.Head, end);
     address->Put(QZDbAt(place.Head, 1 + 2 * a), QZDbAt(end, 2 * a));
 }
 
 QZInt64 DATA::NewHD(QZInt64 owner)
 {
-    ADDRESS* address = m_objects->Address();
-    BINARY* binary = m_objects->Binary();
-    const QZInt64 a = address->Length();
+    const QZInt64 a = m_objects->Address()->Length();
     const QZInt64 start = NewPlace();
     const QZInt64 end = QZDbAt(start, 1 + 4 * a);
     m_objects->Console()->SetLength(end);
-    if (binary->PutByte(start, QZDatabaseInfo::MARK_HD) == 0) return 0;
-    address->PutRaw(QZDbAt(start, 1), owner);
-    address->PutRaw(QZDbAt(start, 1 + a), 0);
-    address->PutRaw(QZDbAt(start, 1 + 2 * a), end);
-    address->PutRaw(QZDbAt(start, 1 + 3 * a), start);
-    binary->PutByte(end, QZDatabaseInfo::MARK_HD);
-    return start;
+    QZDbImage image(m_objects, start);
+    image.Mark(QZDatabaseInfo::MARK_HD);
+    image.Address(owner);
+    image.Address(0);
+    image.Address(end);
+    image.Address(start);
+    image.Mark(QZDatabaseInfo::MARK_HD);
+    return image.Write(true) ? start : 0;
 }
 
 QZInt64 DATA::NewHDForPD(QZInt64 pd)
@@ -100,16 +110,12 @@ QZInt64 DATA::NewHDForPD(QZInt64 pd)
 QZInt64 DATA::NewAD(QZInt64 hd, QZInt64 value)
 {
     ADDRESS* address = m_objects->Address();
-    BINARY* binary = m_objects->Binary();
     const QZInt64 a = address->Length();
     const Place place = Find(hd);
     const QZInt64 end = QZDbAt(place.This, 1 + 6 * a);
-    if (!Open(place, end)) return -1;
-    address->PutRaw(QZDbAt(place.This, 1 + 3 * a), value);
-    binary->PutByte(end, QZDatabaseInfo::MARK_DATA);
-    address->PutRaw(QZDbAt(end, a), hd);
+    if (!Open(place, end, {value})) return -1;
     // Unlike the other kinds an AD has its closing frame before the first link to it is written.
-    binary->PutByte(QZDbAt(end, 2 * a), QZDatabaseInfo::MARK_HD);
+    WriteClosing(hd, end);
     address->Put(LinkPosition(place), place.This);
     address->Put(QZDbAt(hd, 1 + 2 * a), QZDbAt(end, 2 * a));
     return place.This;
@@ -123,10 +129,7 @@ QZInt64 DATA::NewPD(QZInt64 hd, QZInt64 ld, const void* buffer, QZInt64 size)
     const Place place = Find(hd);
     const QZInt64 last = m_objects->Chars()->Write(QZDbAt(place.This, 1 + 5 * a), buffer, size);
     const QZInt64 end = EndBehind(last, a);
-    if (!Open(place, end)) return -1;
-    address->PutRaw(QZDbAt(place.This, 1 + 3 * a), ld);
-    address->PutRaw(QZDbAt(place.This, 1 + 4 * a), 0);
-    binary->PutByte(end, QZDatabaseInfo::MARK_DATA);
+    if (!Open(place, end, {ld, 0})) return -1;
     address->Put(LinkPosition(place), place.This);
     // A PD's own head field is logged, that of no other kind: a restore takes it back to 0.
     address->Put(QZDbAt(end, a), hd);
@@ -141,7 +144,7 @@ QZInt64 DATA::NewCD(QZInt64 hd, const void* buffer, QZInt64 size)
     const Place place = Find(hd);
     const QZInt64 last = m_objects->Chars()->Write(QZDbAt(place.This, 1 + 3 * a), buffer, size);
     const QZInt64 end = EndBehind(last, a);
-    if (!Open(place, end)) return -1;
+    if (!Open(place, end, {})) return -1;
     Close(place, end);
     return place.This;
 }
@@ -152,8 +155,7 @@ QZInt64 DATA::NewLD(QZInt64 hd)
     const QZInt64 a = address->Length();
     const Place place = Find(hd);
     const QZInt64 end = QZDbAt(place.This, 1 + 9 * a);
-    if (!Open(place, end)) return -1;
-    for (QZInt64 field = 3; field < 7; ++field) address->PutRaw(QZDbAt(place.This, 1 + field * a), 0);
+    if (!Open(place, end, {0, 0, 0, 0})) return -1;
     Close(place, end);
 
     QZInt64 heads[4];
@@ -165,23 +167,15 @@ QZInt64 DATA::NewLD(QZInt64 hd)
 QZInt64 DATA::NewRD(QZInt64 hd, QZInt64 position, QZInt64 oldValue, QZInt64 newValue)
 {
     ADDRESS* address = m_objects->Address();
-    BINARY* binary = m_objects->Binary();
     const QZInt64 a = address->Length();
     const Place place = Find(hd);
     const QZInt64 end = QZDbAt(place.This, 1 + 8 * a);
-    const QZInt64 closing = QZDbAt(end, 2 * a);
-    m_objects->Console()->SetLength(closing);
-    binary->PutByte(place.This, QZDatabaseInfo::MARK_DATA);
-    WriteFrame(place, end);
-    address->PutRaw(QZDbAt(place.This, 1 + 3 * a), position);
-    address->PutRaw(QZDbAt(place.This, 1 + 4 * a), oldValue);
-    address->PutRaw(QZDbAt(place.This, 1 + 5 * a), newValue);
-    binary->PutByte(end, QZDatabaseInfo::MARK_DATA);
+    m_objects->Console()->SetLength(QZDbAt(end, 2 * a));
+    WriteFrame(place, end, {position, oldValue, newValue}, false);
     // Raw to the end: the log does not log itself.
     address->PutRaw(LinkPosition(place), place.This);
-    address->PutRaw(QZDbAt(end, a), hd);
-    binary->PutByte(closing, QZDatabaseInfo::MARK_HD);
-    address->PutRaw(QZDbAt(hd, 1 + 2 * a), closing);
+    WriteClosing(hd, end);
+    address->PutRaw(QZDbAt(hd, 1 + 2 * a), QZDbAt(end, 2 * a));
     return place.This;
 }
 

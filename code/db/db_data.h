@@ -1,6 +1,8 @@
 #ifndef QZLIB_DB_DATA_H
 #define QZLIB_DB_DATA_H
 
+#include <initializer_list>
+
 #include "db/db_address.h"
 
 /// The component that appends records and changes fields.
@@ -56,8 +58,9 @@ private:
 
     QZInt64 NewPlace();
     Place Find(QZInt64 hd);
-    bool Open(const Place& place, QZInt64 end);
-    void WriteFrame(const Place& place, QZInt64 end);
+    bool Open(const Place& place, QZInt64 end, std::initializer_list<QZInt64> own);
+    bool WriteFrame(const Place& place, QZInt64 end, std::initializer_list<QZInt64> own, bool needFirst);
+    void WriteClosing(QZInt64 head, QZInt64 end);
     void Close(const Place& place, QZInt64 end);
     QZInt64 LinkPosition(const Place& place);
 

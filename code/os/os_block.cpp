@@ -1,3 +1,4 @@
+#include <bit>
 #include <cstdint>
 
 #include "fw/fw_exception_code.h"
@@ -138,18 +139,22 @@ void QZBlock::BringStretches(QZInt64 first, QZInt64 behind)
 
 void QZBlock::PresentAround(QZInt64 at, QZInt64* from, QZInt64* to) const
 {
-    constexpr QZInt64 reach = 16;
-    const QZInt64 all = m_size >> StretchShift;
     *from = 0;
     *to = m_size;
+    const QZInt64 all = m_size >> StretchShift;
     if (m_presentStretches == all) return;
     const QZInt64 stretch = at >> StretchShift;
-    QZInt64 first = stretch;
-    QZInt64 behind = stretch;
-    while (first > 0 && first > stretch - reach && IsPresent(first - 1)) --first;
-    while (behind < all && behind < stretch + reach && IsPresent(behind)) ++behind;
-    *from = first << StretchShift;
-    *to = behind << StretchShift;
+    const QZInt64 words = StretchWords();
+    // The nearest gaps to both sides, looked for a word at a time.
+    QZInt64 word = stretch >> 6;
+    QZUInt64 gaps = ~m_present[word] & (~0ULL >> (63 - (stretch & 63)));
+    while (gaps == 0 && word > 0) gaps = ~m_present[--word];
+    *from = gaps == 0 ? 0 : (word * 64 + 64 - std::countl_zero(gaps)) << StretchShift;
+    word = stretch >> 6;
+    gaps = ~m_present[word] & (~0ULL << (stretch & 63));
+    while (gaps == 0 && word + 1 < words) gaps = ~m_present[++word];
+    const QZInt64 behind = gaps == 0 ? all : word * 64 + std::countr_zero(gaps);
+    *to = (behind < all ? behind : all) << StretchShift;
 }
 
 void QZBlock::NoteRun(QZUInt64 first, QZUInt64 last)

@@ -99,7 +99,7 @@ private:
     void BringStretches(QZInt64 first, QZInt64 behind);
     bool IsPresent(QZInt64 stretch) const { return (m_present[stretch >> 6] >> (stretch & 63) & 1) != 0; }
 
-    /// The usable bytes around a position, cut to a few stretches in a block that is not wholly there.
+    /// The usable bytes around a position that is usable.
     void PresentAround(QZInt64 at, QZInt64* from, QZInt64* to) const;
 
     void Note(QZUInt64 at, QZUInt64 size)
