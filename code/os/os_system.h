@@ -372,6 +372,15 @@ bool SystemTimesGet(SystemTimes* times);
 /// failure.
 bool DiskFreeBytes(const QZWChar* path, QZUInt64* bytes);
 
+// ---- Console
+
+/// Writes text to the standard output at once: to a terminal as text, to a file or pipe as UTF-8.
+void ConsoleWrite(const QZWChar* text, QZInt64 units);
+/// The next line of the standard input without its line end, with a terminator; null at the end of the input. Given
+/// back with ConsoleTextFree.
+QZWChar* ConsoleReadLine();
+void ConsoleTextFree(QZWChar* text);
+
 }  // namespace os
 
 #endif

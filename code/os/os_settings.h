@@ -1,0 +1,87 @@
+#ifndef QZLIB_OS_SETTINGS_H
+#define QZLIB_OS_SETTINGS_H
+
+#include "fw/fw_object.h"
+
+class QZString;
+
+/// Settings as text, edited in place: when a value changes, comments and layout around it stay.
+///
+/// A key is a run of bytes that is searched for as it stands, so it includes what separates it from its
+/// value, such as "name=". The value runs from there to the first CR or semicolon, or to the end of the text.
+/// A derived class offers typed settings over the protected operations. The whole text lies in memory. One
+/// thread at a time.
+class QZ_API QZSettingsAdapter : public QZObject
+{
+public:
+    static const QZInt64 Type = 0x81FFB00;
+
+    /// No text and no file.
+    QZSettingsAdapter();
+    /// Load the file at the path.
+    explicit QZSettingsAdapter(const char* path);
+    explicit QZSettingsAdapter(const QZWChar* path);
+    explicit QZSettingsAdapter(QZString* path);
+    /// @param path  a zero-ended path in the narrow page
+    explicit QZSettingsAdapter(const void* path);
+    /// Takes a copy of a text in memory.
+    QZSettingsAdapter(const void* text, QZInt64 size);
+
+    QZSettingsAdapter(const QZSettingsAdapter& other);
+    QZSettingsAdapter& operator=(const QZSettingsAdapter& other);
+    ~QZSettingsAdapter() override;
+
+    QZInt64 GetType() override;
+
+    /// Reads the whole file and remembers the path for Save.
+    /// @throws QZIOException 4864 for a path of more than 254 bytes, else what QZFile::Open and QZFile::Read
+    /// throw
+    void Load(const char* path);
+    void Load(const QZWChar* path);
+    void Load(QZString* path);
+    void Load(const void* path);
+    /// Takes a copy of a text in memory; Save then does nothing.
+    /// @throws QZException 256 for a negative size or a null text of some size
+    void Load(const void* text, QZInt64 size);
+
+    /// Writes the text to its file and cuts the file to the text's length. Without a file it does nothing.
+    void Save();
+
+    /// Copies the text and answers its length in bytes.
+    QZInt64 CopySettingsToBuf(void* target);
+    QZInt64 GetSettingsSize();
+
+    static void Recycle(QZString** text);
+
+protected:
+    /// Puts a value in the place of the old one. A key that is not there is added as a line of its own at the
+    /// end.
+    void SetValue(QZString* key, QZString* value);
+    /// The value in a new string, empty for a missing key.
+    QZString* GetValue(QZString* key);
+    /// The value's length in bytes, 0 for a missing key.
+    QZInt64 GetLength(QZString* key);
+    QZBool IsKeyExists(QZString* key);
+
+    /// Not 0: every SetValue saves.
+    QZByte m_saveOnChange = 1;
+    /// Of keys and values, a QZEncodingType value.
+    QZInt64 m_encoding;
+
+private:
+    void LoadFile(QZString* path);
+    void Take(void* text, QZInt64 length);
+    QZInt64 FindValue(QZString* key);
+    QZInt64 ValueEnd(QZInt64 begin) const;
+    void ReplaceBytes(QZInt64 begin, QZInt64 end, const void* bytes, QZInt64 size);
+    void AddLine(QZString* key, QZString* value);
+
+    static constexpr QZInt64 kPathBytes = 255;
+
+    QZByte m_fromFile = 0;
+    char* m_path = nullptr;
+    void* m_text = nullptr;
+    QZInt64 m_length = 0;
+};
+
+#endif
