@@ -189,9 +189,11 @@ QZInt64 QZDatabase::PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffe
     DATA* data = m_objects->Data();
     const QZInt64 fields = read->ReadLD(This, ld, QZDatabaseInfo::LD_LDS);
     const QZInt64 nothing = 0;
-    for (QZInt64 count = read->Count(fields); count < field; ++count)
+    for (QZInt64 count = read->Count(fields); count < field;)
     {
         if (data->NewCD(fields, &nothing, 0) < 0) return 0;
+        // A field whose writing was cut short by the protection is not in the list.
+        count = m_objects->Console()->GetWriteProtect() == 0 ? count + 1 : read->Count(fields);
     }
     const QZInt64 cd = read->Nth(fields, field, QZDatabaseInfo::DATA_THIS);
     return cd == 0 ? 0 : data->PutTextCD(cd, buffer, length);

@@ -783,6 +783,19 @@ TEST_F(Database, AFieldThatFindsNoRoomIsNotMade)
     EXPECT_EQ(m_channel->G_CN(ld, Info::LD_LDS_COUNT, 0), 0);
 }
 
+TEST_F(Database, AFieldWhoseLogFindsNoRoomIsNotInTheList)
+{
+    Fresh(2, 1);
+    const QZInt64 ld = m_channel->P_D(m_channel->G_TA(4), Info::DATA_LD);
+    DamageAddress(16, 0xFFFFFF90);
+    // The record still fits, the log of its first link does not: 15 writes of the log record and the link,
+    // twice, with the head field and the mark between them. Then a second record is refused with 6, and the
+    // length that did not arrive is the last.
+    EXPECT_EQ(Errors([&] { EXPECT_EQ(Put(ld, 1, "abc"), 0); }), 2 * 16 + 2 + 6 + 1);
+    EXPECT_EQ(m_channel->G_LE(), Info::WRITE_FAILED);
+    EXPECT_EQ(m_channel->G_CN(ld, Info::LD_LDS_COUNT, 0), 0);
+}
+
 TEST_F(Database, WritesThatSucceedAreThereAfterReopening)
 {
     Fresh();
