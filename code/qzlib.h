@@ -53,6 +53,12 @@
 #include "net/net_json.h"
 #include "net/net_url.h"
 
+#include "codec/cod_base64.h"
+#include "codec/cod_encryption.h"
+#include "codec/cod_math.h"
+#include "codec/cod_random.h"
+#include "codec/cod_unique.h"
+
 #include "db/db_channel.h"
 #include "db/db_database.h"
 #include "db/db_format.h"
