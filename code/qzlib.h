@@ -65,5 +65,7 @@
 #include "db/db_node.h"
 
 #include "graphics/gr_geometry.h"
+#include "graphics/gr_pixels.h"
+#include "graphics/gr_pixels_grid.h"
 
 #endif

@@ -1,0 +1,52 @@
+#ifndef QZLIB_GR_PIXELS_GRID_H
+#define QZLIB_GR_PIXELS_GRID_H
+
+#include <memory>
+
+#include "graphics/gr_geometry.h"
+
+class QZString;
+
+/// A grid of square cells with a selected cell. Copies share the cells. One thread at a time.
+class QZ_API QZRectangles : public QZObject
+{
+public:
+    static const QZInt64 Type = 0x81FFFF4;
+
+    /// columns * rows rectangles of `cell` pixels, the first at (x, y).
+    QZRectangles(int x, int y, int columns, int rows, int cell);
+
+    QZInt64 GetType() override;
+
+    /// Columns and rows, not pixels.
+    int GetWidth() const { return m_columns; }
+    int GetHeight() const { return m_rows; }
+
+    /// "3_7" for column 3 of row 7: a new string, given back with QZStringFactory::Recycle.
+    QZString* CreateKey(int column, int row);
+
+    /// The cell, which stays the grid's; null where there is none.
+    QZRectangle* GetRect(int column, int row);
+    /// The cell at a point, with column and row exchanged: on a square grid the mirrored cell, else perhaps
+    /// null. Points outside count as the nearest cell, but for co-ordinates below 1: null.
+    QZRectangle* GetRect(const QZPoint* point);
+
+    /// Makes the cell the selected one. False, and the selection stays, where there is none.
+    QZBool Select(int column, int row);
+    QZBool Select(const QZPoint* point);
+    /// The selected cell; null at first.
+    QZRectangle* GetSelected() const { return m_selected; }
+
+private:
+    struct Cells;
+
+    QZBool SelectRect(QZRectangle* rectangle);
+
+    std::shared_ptr<Cells> m_cells;
+    QZRectangle* m_selected = nullptr;
+    int m_columns;
+    int m_rows;
+    int m_cell;
+};
+
+#endif

@@ -1,0 +1,155 @@
+#include "../fw/assert_watch.h"
+#include "fw/fw_library.h"
+#include "graphics/gr_pixels.h"
+#include "graphics/pixel_show.h"
+#include "support/qz_test.h"
+
+namespace
+{
+
+using qztest::BlockOf;
+using qztest::Own;
+using qztest::PixelsOf;
+using qztest::Rows;
+
+TEST(PixelTransfer, CopyIsAsLargeAsAskedWhereTheSourceEnds)
+{
+    auto block = BlockOf({{1, 2, 3}, {4, 5, 6}});
+    EXPECT_EQ(PixelsOf(Own(block->Copy(1, 0, 2, 2))), (Rows{{2, 3}, {5, 6}}));
+    EXPECT_EQ(PixelsOf(Own(block->Copy(2, 1, 2, 2))), (Rows{{6, 0}, {0, 0}}));
+    const QZRectangle area(0, 1, 1, 1);
+    EXPECT_EQ(PixelsOf(Own(block->Copy(&area))), (Rows{{4}}));
+}
+
+TEST(PixelTransfer, CopyFromTheLeftShiftsAndFromBelowWraps)
+{
+    auto block = BlockOf({{1, 2, 3}, {4, 5, 6}});
+    EXPECT_EQ(PixelsOf(Own(block->Copy(-1, 0, 2, 1))), (Rows{{1, 2}}));
+    EXPECT_EQ(PixelsOf(Own(block->Copy(0, 3, 2, 1))), (Rows{{4, 5}}));
+    EXPECT_EQ(PixelsOf(Own(block->Copy(0, 2, 2, 1))), (Rows{{0, 0}}));
+    EXPECT_EQ(PixelsOf(Own(block->Copy(-1, 0, 4, 1))), (Rows{{1, 2, 3, 4}}));
+    QZLastError = 0;
+    EXPECT_QZ_THROW(block->Copy(0, 0, -1, 1), 4352);
+    QZLastError = 0;
+}
+
+TEST(PixelTransfer, PasteOverwritesWhereItFits)
+{
+    QZPixelBlock block(4, 3);
+    auto source = BlockOf({{1, 2}, {3, 4}});
+    EXPECT_TRUE(block.Paste(3, 2, source.get(), 1));
+    EXPECT_EQ(PixelsOf(block), (Rows{{0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 1}}));
+    EXPECT_FALSE(block.Paste(4, 0, source.get(), 1));
+    EXPECT_FALSE(block.Paste(0, 3, source.get(), 1));
+    EXPECT_TRUE(block.Paste(0, 4, source.get(), 1));
+    EXPECT_EQ(PixelsOf(block), (Rows{{0, 0, 0, 0}, {1, 2, 0, 0}, {3, 4, 0, 1}}));
+}
+
+TEST(PixelTransfer, PasteFromTheLeftShiftsTheSourceWithoutCuttingIt)
+{
+    QZPixelBlock block(5, 2);
+    auto source = BlockOf({{1, 2, 3}});
+    EXPECT_TRUE(block.Paste(-4, -1, source.get(), 1));
+    EXPECT_EQ(PixelsOf(block), (Rows{{1, 2, 3, 0, 0}, {0, 0, 0, 0, 0}}));
+    auto wide = BlockOf({{1, 2, 3, 4, 5, 6, 7}});
+    EXPECT_TRUE(block.Paste(-2, 0, wide.get(), 1));
+    EXPECT_EQ(PixelsOf(block), (Rows{{1, 2, 3, 4, 5}, {0, 0, 0, 0, 0}}));
+}
+
+TEST(PixelTransfer, PasteOfForeignPixelsUsesTheAreaOnBothSides)
+{
+    QZPixelBlock block(4, 4);
+    const unsigned int pixels[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    const QZRectangle area(1, 1, 2, 2);
+    const QZSize size(3, 3);
+    EXPECT_TRUE(block.Paste(&area, &size, pixels, 1));
+    EXPECT_EQ(PixelsOf(block), (Rows{{0, 0, 0, 0}, {0, 5, 6, 0}, {0, 8, 9, 0}, {0, 0, 0, 0}}));
+    const QZRectangle outside(3, 0, 1, 1);
+    EXPECT_FALSE(block.Paste(&outside, &size, pixels, 1));
+}
+
+TEST(PixelTransfer, BlendWeighsByTheSourcesAlpha)
+{
+    auto block = BlockOf({{0x4000FF80, 0x4000FF80, 0x40123456, 0x00FF00FF, 0xFFFFFFFF}});
+    auto source = BlockOf({{0x80FF0040, 0xFF010203, 0x00ABCDEF, 0xFF00FF00, 0x01000000}});
+    EXPECT_TRUE(block->Paste(0, 0, source.get(), 0));
+    // Even full alpha comes out one short where a byte rises, and no alpha at all takes one off the target's.
+    EXPECT_EQ(PixelsOf(block), (Rows{{0x9F7F7F60, 0xFF000203, 0x3F123456, 0xFF00FE00, 0xFEFEFEFE}}));
+}
+
+TEST(PixelTransfer, ABlockPastedIntoItselfMoves)
+{
+    auto block = BlockOf({{1, 2, 3, 4}});
+    EXPECT_TRUE(block->Paste(1, 0, block.get(), 1));
+    EXPECT_EQ(PixelsOf(block), (Rows{{1, 1, 2, 3}}));
+}
+
+TEST(PixelTransfer, HugeAreasStayInsideTheBlocks)
+{
+    QZPixelBlock block(3, 2);
+    const unsigned int pixels[4] = {1, 2, 3, 4};
+    const QZSize size(2, 2);
+    const QZRectangle area(-2147483647, -2147483647, 2147483647, 2147483647);
+    EXPECT_TRUE(block.Paste(&area, &size, pixels, 1));
+    // Rows of both sides run on as far as there are pixels.
+    EXPECT_EQ(PixelsOf(block), (Rows{{1, 2, 3}, {3, 4, 0}}));
+    const QZSize none(0, 0);
+    block.Paste(&area, &none, pixels, 0);
+    EXPECT_EQ(PixelsOf(block), (Rows{{1, 2, 3}, {3, 4, 0}}));
+}
+
+TEST(PixelResample, SameSizeIsACopy)
+{
+    auto block = BlockOf({{1, 2}, {3, 4}});
+    EXPECT_EQ(PixelsOf(Own(block->Thumbnail(2, 2))), (Rows{{1, 2}, {3, 4}}));
+    EXPECT_EQ(PixelsOf(Own(block->Thumbnail(4, 2))), (Rows{{1, 1, 2, 2}, {3, 3, 4, 4}}));
+}
+
+TEST(PixelResample, SkippedColumnsAreAveragedIntoTheSource)
+{
+    auto block = BlockOf({{1, 2, 3, 0x40, 0xFF000081, 6}});
+    EXPECT_EQ(PixelsOf(Own(block->Thumbnail(3, 1))), (Rows{{1, 3, 0xFF000060}}));
+    EXPECT_EQ(PixelsOf(block), (Rows{{1, 2, 3, 0x40, 0xFF000060, 6}}));
+}
+
+TEST(PixelResample, SkippedRowsAreAveragedAlongTheRow)
+{
+    Rows rows(6, {0, 0, 0, 0, 0, 0});
+    rows[0] = {1, 2, 3, 4, 5, 6};
+    rows[2] = {7, 8, 9, 10, 11, 12};
+    rows[4] = {0x10, 0x20, 0x30, 0x40, 0x80, 0x60};
+    auto block = BlockOf(rows);
+    EXPECT_EQ(PixelsOf(Own(block->Thumbnail(6, 3))),
+              (Rows{{1, 2, 3, 4, 5, 6}, {7, 8, 9, 10, 11, 12}, {0x54, 0x58, 0x5C, 0x60, 0x70, 0x68}}));
+    rows[4] = {0x54, 0x58, 0x5C, 0x60, 0x70, 0x68};
+    EXPECT_EQ(PixelsOf(block), rows);
+}
+
+TEST(PixelResample, NarrowBlocksAreReadInsideOnly)
+{
+    auto block = BlockOf({{1}, {2}, {3}, {4}, {5}, {6}});
+    EXPECT_EQ(PixelsOf(Own(block->Thumbnail(1, 3))), (Rows{{1}, {3}, {5}}));
+    QZPixelBlock empty;
+    EXPECT_EQ(PixelsOf(Own(empty.Thumbnail(2, 1))), (Rows{{0, 0}}));
+}
+
+TEST(PixelResample, NewSizeTakesTheResampledPixels)
+{
+    auto block = BlockOf({{1, 2}, {3, 4}});
+    const QZSize* size = block->GetSize();
+    block->NewSize(4, 1);
+    EXPECT_EQ(PixelsOf(block), (Rows{{1, 1, 2, 2}}));
+    EXPECT_EQ(block->GetSize(), size);
+    EXPECT_EQ(size->GetWidth(), 4);
+    EXPECT_EQ(static_cast<QZData&>(*block).GetSize(), 8 + 16);
+    EXPECT_TRUE(block->Check());
+    const void* pointer = block->GetPointer();
+    block->NewSize(4, 1);
+    EXPECT_EQ(block->GetPointer(), pointer);
+    QZLastError = 0;
+    EXPECT_QZ_THROW(block->NewSize(-1, 1), 4352);
+    QZLastError = 0;
+    EXPECT_EQ(PixelsOf(block), (Rows{{1, 1, 2, 2}}));
+}
+
+}  // namespace
