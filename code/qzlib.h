@@ -63,6 +63,7 @@
 #include "db/db_database.h"
 #include "db/db_format.h"
 #include "db/db_node.h"
+#include "db/db_semantic.h"
 
 #include "graphics/gr_geometry.h"
 #include "graphics/gr_pixels.h"

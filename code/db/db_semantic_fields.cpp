@@ -1,0 +1,398 @@
+#include "db/db_semantic_fields.h"
+
+#include "db/db_node.h"
+#include "db/db_semantic.h"
+#include "fw/fw_data.h"
+#include "fw/fw_data_type.h"
+#include "fw/fw_encoding.h"
+#include "fw/fw_environment.h"
+#include "fw/fw_package.h"
+#include "fw/fw_string.h"
+#include "fw/fw_time.h"
+#include "fw/fw_trace.h"
+
+namespace
+{
+const QZInt64 FormatField = 2;
+const QZInt64 KindIndex = 1;
+const QZInt64 LengthIndex = 2;
+/// Items stand behind the fixed fields of the two lists.
+const QZInt64 FirstItem = 7;
+
+/// The exceptions of semantic nodes, with the class that callers know.
+QZTrace<QZDatabaseException> Failure(QZInt64 code, const QZWChar* method)
+{
+    return QZTrace(QZExceptionFactory::CreateDatabaseException(code), QZ_W("QZSNode"), method);
+}
+
+/// Fields that a kind keeps its name and its text in; 0 for an unknown kind.
+QZInt64 NameField(QZInt64 kind)
+{
+    switch (kind)
+    {
+        case LDTYPE::TLDTYPE: return TLDTYPE::NAME;
+        case LDTYPE::FLDTYPE: return FLDTYPE::NAME;
+        case LDTYPE::BLDTYPE: return BLDTYPE::NAME;
+        case LDTYPE::WLDTYPE: return WLDTYPE::NAME;
+        default: return 0;
+    }
+}
+
+QZInt64 TextField(QZInt64 kind)
+{
+    switch (kind)
+    {
+        case LDTYPE::TLDTYPE: return TLDTYPE::TEXT;
+        case LDTYPE::FLDTYPE: return FLDTYPE::TEXT;
+        case LDTYPE::BLDTYPE: return BLDTYPE::TEXT;
+        case LDTYPE::WLDTYPE: return WLDTYPE::TEXT;
+        default: return 0;
+    }
+}
+
+/// The field, or the exception of an unknown kind.
+QZInt64 Known(QZInt64 field, QZInt64 kind, const QZWChar* method)
+{
+    if (field != 0) return field;
+    throw Failure(QZDatabaseExceptionCode::UnknownNodeType, method)
+        .Argument(QZ_W("QZInt64"), kind)
+        .Exception();
+}
+
+void TestEncoding(QZInt64 type, QZInt64 field, const QZWChar* method)
+{
+    if (type == QZDataType::TEXTGB2312 || type == QZDataType::TEXTUTF16LE) return;
+    throw Failure(QZDatabaseExceptionCode::UnknownStringEncoding, method)
+        .Argument(QZ_W("QZInt64"), field)
+        .Argument(QZ_W("QZInt64"), type)
+        .Exception();
+}
+
+struct GiveBack
+{
+    void operator()(QZData* data) const { QZData::Recycle(&data); }
+    void operator()(QZPackage* package) const { QZPackage::Recycle(&package); }
+    void operator()(QZPackage32* package) const { QZPackage32::Recycle(&package); }
+};
+}  // namespace
+
+QZDbFields QZDbFields::Of(QZChannel* channel, QZInt64 pd)
+{
+    return QZDbFields(channel, QZNodePD::GetLD(channel, pd));
+}
+
+// ---- The format field
+
+std::unique_ptr<QZData> QZDbFields::Format() const { return std::unique_ptr<QZData>(GetData(FormatField)); }
+
+QZInt64 QZDbFields::Kind() const { return Format()->GetValueInt32(KindIndex); }
+QZInt64 QZDbFields::Length() const { return Format()->GetValueInt32(LengthIndex); }
+
+void QZDbFields::SetLength(QZInt64 length) const
+{
+    const std::unique_ptr<QZData> format = Format();
+    QZNodeLD::PUT_ARRAYINT32(format.get(), LengthIndex, static_cast<QZInt32>(length));
+    PutData(FormatField, format.get());
+}
+
+void QZDbFields::AtLeast(QZInt64 length) const
+{
+    if (Length() < length) SetLength(length);
+}
+
+QZInt64 QZDbFields::Type(QZInt64 field) const
+{
+    if (field < 0)
+    {
+        throw Failure(QZDatabaseExceptionCode::ArgumentOutOfRange, QZ_W("GetDataType"))
+            .Argument(QZ_W("QZInt64"), field)
+            .Exception();
+    }
+    return Format()->GetValueInt32(field);
+}
+
+void QZDbFields::SetType(QZInt64 field, QZInt64 type) const
+{
+    if (field < 0)
+    {
+        throw Failure(QZDatabaseExceptionCode::ArgumentOutOfRange, QZ_W("SetDataType"))
+            .Argument(QZ_W("QZInt64"), field)
+            .Argument(QZ_W("QZInt64"), type)
+            .Exception();
+    }
+    const std::unique_ptr<QZData> format = Format();
+    QZNodeLD::PUT_ARRAYINT32(format.get(), field, static_cast<QZInt32>(type));
+    PutData(FormatField, format.get());
+}
+
+// ---- Text
+
+void QZDbFields::PutString(QZInt64 field, QZString* text, QZInt64 encoding) const
+{
+    TestEncoding(encoding, field, QZ_W("PutString"));
+    QZData bytes;
+    QZEncoding::GetData(encoding, text, &bytes);
+    PutData(field, &bytes);
+    AtLeast(field - 2);
+    // Always this type, in whatever encoding the bytes are; readers decode by it.
+    SetType(field, QZDataType::TEXTUTF16LE);
+}
+
+void QZDbFields::GetString(QZInt64 field, QZString* text) const
+{
+    const QZInt64 type = Type(field);
+    TestEncoding(type, field, QZ_W("GetString"));
+    const std::unique_ptr<QZData> bytes(GetData(field));
+    QZEncoding::GetString(type, bytes.get(), text);
+}
+
+QZString* QZDbFields::GetString(QZInt64 field) const
+{
+    std::unique_ptr<QZString> text(new QZString());
+    GetString(field, text.get());
+    return text.release();
+}
+
+QZInt64 QZDbFields::GetStringLength(QZInt64 field) const
+{
+    QZString text;
+    GetString(field, &text);
+    return text.GetLength();
+}
+
+void QZDbFields::PutName(QZString* name) const
+{
+    const QZInt64 kind = Kind();
+    PutString(Known(NameField(kind), kind, QZ_W("PutName")), name, QZDataType::TEXTUTF16LE);
+}
+
+void QZDbFields::GetName(QZString* name) const
+{
+    const QZInt64 kind = Kind();
+    GetString(Known(NameField(kind), kind, QZ_W("GetName")), name);
+}
+
+void QZDbFields::PutText(QZString* text) const
+{
+    const QZInt64 kind = Kind();
+    PutString(Known(TextField(kind), kind, QZ_W("PutText")), text, QZDataType::TEXTUTF16LE);
+}
+
+void QZDbFields::GetText(QZString* text) const
+{
+    const QZInt64 kind = Kind();
+    GetString(Known(TextField(kind), kind, QZ_W("GetText")), text);
+}
+
+// ---- Data
+
+QZInt64 QZDbFields::PutData(QZInt64 field, QZData* data) const
+{
+    return QZNodeLD::PutData(m_channel, m_ld, field, data);
+}
+QZData* QZDbFields::GetData(QZInt64 field) const { return QZNodeLD::GetData(m_channel, m_ld, field); }
+QZInt64 QZDbFields::GetDataSize(QZInt64 field) const { return QZNodeLD::GetSize(m_channel, m_ld, field); }
+QZInt32 QZDbFields::GetArrayElement(QZInt64 field, QZInt64 index) const
+{
+    return QZNodeLD::GET_ARRAYINT32(m_channel, m_ld, field, index);
+}
+
+// ---- State
+
+void QZDbFields::NewState(QZInt64 field, QZInt32 value) const
+{
+    QZData state(8);
+    state.SetValueInt32(0, 1);
+    state.SetValueInt32(1, value);
+    PutData(field, &state);
+    SetType(field, QZDataType::ARRAYINT32);
+}
+
+void QZDbFields::SetState(QZInt64 field, QZInt32 value, QZInt64 index) const
+{
+    const QZInt64 type = Type(field);
+    if (type == QZDataType::ARRAYINT32)
+    {
+        const std::unique_ptr<QZData> state(GetData(field));
+        QZNodeLD::PUT_ARRAYINT32(state.get(), index, value);
+        PutData(field, state.get());
+    }
+    else if (type == QZDataType::ARRAYDATA)
+    {
+        const std::unique_ptr<QZData> stored(GetData(field));
+        const std::unique_ptr<QZPackage32, GiveBack> package(QZPackage32::Deserialize(stored.get()));
+        const std::unique_ptr<QZData, GiveBack> state(package->GetElement(0));
+        QZNodeLD::PUT_ARRAYINT32(state.get(), index, value);
+        package->SetElement(0, state.get());
+        QZData written;
+        QZPackage32::Serialize(package.get(), &written);
+        PutData(field, &written);
+    }
+    else
+    {
+        throw Failure(QZDatabaseExceptionCode::DataTypeException, QZ_W("SetState"))
+            .Argument(QZ_W("QZInt64"), field)
+            .Argument(QZ_W("QZInt32"), value)
+            .Argument(QZ_W("QZInt64"), index)
+            .Exception();
+    }
+}
+
+QZInt32 QZDbFields::GetState(QZInt64 field, QZInt64 index) const
+{
+    const QZInt64 type = Type(field);
+    if (type == QZDataType::ARRAYINT32)
+    {
+        const std::unique_ptr<QZData> state(GetData(field));
+        return state->GetValueInt32(index);
+    }
+    if (type == QZDataType::ARRAYDATA)
+    {
+        // The wide package, though SetState reads and writes the narrow one: callers that keep packages here
+        // write them themselves and rely on both.
+        const std::unique_ptr<QZData> stored(GetData(field));
+        const std::unique_ptr<QZPackage, GiveBack> package(QZPackage::Deserialize(stored.get()));
+        const std::unique_ptr<QZData, GiveBack> state(package->GetElement(0));
+        return state->GetValueInt32(index);
+    }
+    throw Failure(QZDatabaseExceptionCode::DataTypeException, QZ_W("GetState"))
+        .Argument(QZ_W("QZInt64"), field)
+        .Argument(QZ_W("QZInt64"), index)
+        .Exception();
+}
+
+// ---- Dates
+
+void QZDbFields::PutDateInt32(QZInt64 field) const
+{
+    const QZDateTime now(QZEnvironment::GetCurrentTimestamp());
+    QZData bytes;
+    now.ToData(&bytes);
+    PutData(field, &bytes);
+}
+
+QZDateTime* QZDbFields::GetDate(QZInt64 field) const
+{
+    if (Type(field) != QZDataType::ARRAYINT32)
+    {
+        throw Failure(QZDatabaseExceptionCode::DataTypeException, QZ_W("GetDate"))
+            .Argument(QZ_W("QZInt64"), field)
+            .Exception();
+    }
+    const std::unique_ptr<QZData> bytes(GetData(field));
+    return new QZDateTime(bytes.get());
+}
+
+// ---- Items
+
+QZInt64 QZDbFields::ItemCount() const { return Length() - 5; }
+
+QZInt64 QZDbFields::AddString(QZString* text) const
+{
+    const QZInt64 length = Length() + 1;
+    PutString(length + 2, text, QZDataType::TEXTUTF16LE);
+    return length - 5;
+}
+
+QZString* QZDbFields::ItemString(QZInt64 item) const
+{
+    if (item < 0)
+    {
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
+                      QZ_W("QZNodeTLD"), QZ_W("GetString"))
+            .Argument(QZ_W("QZInt64"), item)
+            .Exception();
+    }
+    return GetString(item + FirstItem);
+}
+
+void QZDbFields::PutItemString(QZInt64 item, QZString* text) const
+{
+    if (item < 0 || text == nullptr)
+    {
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
+                      QZ_W("QZNodeTLD"), QZ_W("PutString"))
+            .Argument(QZ_W("QZInt64"), item)
+            .Argument(QZ_W("QZString*"), text)
+            .Exception();
+    }
+    PutString(item + FirstItem, text, QZDataType::TEXTUTF16LE);
+}
+
+QZInt64 QZDbFields::AddData(QZData* data, QZInt64 type) const
+{
+    const QZInt64 length = Length() + 1;
+    PutData(length + 2, data);
+    SetLength(length);
+    SetType(length + 2, type);
+    // The length, not the number of the item; callers take off 5.
+    return length;
+}
+
+void QZDbFields::PutItem(QZInt64 item, QZData* data) const
+{
+    if (item < 0)
+    {
+        throw QZTrace(
+            QZExceptionFactory::CreateDatabaseException(QZDatabaseExceptionCode::ArgumentOutOfRange),
+            QZ_W("QZNodeFLD"), QZ_W("PutData"))
+            .Argument(QZ_W("QZInt64"), item)
+            .Exception();
+    }
+    PutData(item + FirstItem, data);
+    AtLeast(item + 5);
+}
+
+void QZDbFields::PutItem(QZInt64 item, QZData* data, QZInt64 type) const
+{
+    SetType(item + FirstItem, type);
+    PutData(item + FirstItem, data);
+    AtLeast(item + 5);
+}
+
+void QZDbFields::TestItem(QZInt64 item, const QZWChar* className, const QZWChar* method) const
+{
+    if (item >= 1 && item <= ItemCount()) return;
+    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), className, method)
+        .Argument(QZ_W("QZInt64"), item)
+        .Exception();
+}
+
+void QZDbFields::MoveItem(QZInt64 item, QZInt64 steps, const QZWChar* className, const QZWChar* method) const
+{
+    TestItem(item, className, method);
+    const QZInt64 count = ItemCount();
+    if (steps > count - item) steps = count - item;
+    if (steps < 1 - item) steps = 1 - item;
+
+    const std::unique_ptr<QZData> format = Format();
+    const QZInt64 direction = steps > 0 ? 1 : -1;
+    for (QZInt64 i = 0; i != steps; i += direction)
+    {
+        const QZInt64 here = item + FirstItem + i;
+        const QZInt32 type = format->GetValueInt32(here);
+        format->SetValueInt32(here, format->GetValueInt32(here + direction));
+        format->SetValueInt32(here + direction, type);
+    }
+    PutData(FormatField, format.get());
+    // The field goes towards the end whatever the sign, so a move to the front parts types and fields.
+    QZNodeLD::FieldMove(m_channel, m_ld, item + FirstItem, steps);
+}
+
+void QZDbFields::DeleteItem(QZInt64 item, const QZWChar* className, const QZWChar* method) const
+{
+    TestItem(item, className, method);
+    const std::unique_ptr<QZData> format = Format();
+    const QZInt64 length = format->GetValueInt32(LengthIndex) - 1;
+    QZData shorter(length * 4 + 12);
+    QZInt64 to = 0;
+    for (QZInt64 from = 0; from <= length + 3; ++from)
+    {
+        if (from != item + FirstItem) shorter.SetValueInt32(to++, format->GetValueInt32(from));
+    }
+    shorter.SetValueInt32(0, shorter.GetValueInt32(0) - 1);
+    PutData(FormatField, &shorter);
+    // Refused by the engine: the data stays, and later items shift against their types.
+    QZNodeLD::FieldDelete(m_channel, m_ld, item + FirstItem);
+    SetLength(length);
+}
