@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "codec/cod_math.h"
 #include "graphics/gr_geometry_word.h"
 
 const QZInt64 QZPoint::Type;
@@ -10,6 +11,7 @@ const QZInt64 QZLine::Type;
 const QZInt64 QZArc::Type;
 const QZInt64 QZCircle::Type;
 const QZInt64 QZColor::Type;
+const QZInt64 QZCrossMark::Type;
 const QZInt64 QZRectangle::Type;
 
 QZPoint::QZPoint(const QZPoint* other) : m_packed(other->m_packed) {}
@@ -85,6 +87,67 @@ QZColor::QZColor(unsigned char alpha, unsigned char red, unsigned char green, un
 {}
 
 QZInt64 QZColor::GetType() { return 0x81FFFA0; }
+
+namespace
+{
+void Join(QZLine* line, const QZPoint& first, const QZPoint& second)
+{
+    line->Set(first.GetX(), first.GetY(), second.GetX(), second.GetY());
+}
+}  // namespace
+
+struct QZCrossMark::Figure
+{
+    QZPoint left;
+    QZPoint right;
+    QZPoint top;
+    QZPoint bottom;
+    QZLine line1;
+    QZLine line2;
+    QZPoint center;
+};
+
+QZCrossMark::QZCrossMark(const QZPoint* center, int size) : QZCrossMark(center->GetX(), center->GetY(), size)
+{}
+
+QZCrossMark::QZCrossMark(int x, int y, int size) : m_figure(std::make_shared<Figure>()), m_size(size)
+{
+    Figure& f = *m_figure;
+    f.center.Set(x, y);
+    f.left.Set(word::Subtract(x, size), y);
+    f.right.Set(word::Add(x, size), y);
+    f.top.Set(x, word::Subtract(y, size));
+    f.bottom.Set(x, word::Add(y, size));
+    Join(&f.line1, f.left, f.right);
+    Join(&f.line2, f.top, f.bottom);
+}
+
+QZCrossMark::QZCrossMark(int x, int y, int size, float degrees)
+    : m_figure(std::make_shared<Figure>()), m_size(size)
+{
+    const float angle = degrees / 180.0F * 3.1415925F;
+    const int a = word::Truncate(QZMath::Sin(angle) * static_cast<float>(size));
+    const int b = word::Truncate(QZMath::Cos(angle) * static_cast<float>(size));
+    Figure& f = *m_figure;
+    f.center.Set(x, y);
+    // The four ends in the order of the turn, whatever the places are called.
+    f.left.Set(word::Subtract(x, a), word::Subtract(y, b));
+    f.right.Set(word::Add(x, b), word::Subtract(y, a));
+    f.top.Set(word::Add(x, a), word::Add(y, b));
+    f.bottom.Set(word::Subtract(x, b), word::Add(y, a));
+    Join(&f.line1, f.left, f.top);
+    Join(&f.line2, f.right, f.bottom);
+}
+
+QZInt64 QZCrossMark::GetType() { return 0x81FFFB0; }
+
+QZPoint* QZCrossMark::GetLeft() const { return &m_figure->left; }
+QZPoint* QZCrossMark::GetRight() const { return &m_figure->right; }
+QZPoint* QZCrossMark::GetTop() const { return &m_figure->top; }
+QZPoint* QZCrossMark::GetBottom() const { return &m_figure->bottom; }
+QZLine* QZCrossMark::GetLine1() const { return &m_figure->line1; }
+QZLine* QZCrossMark::GetLine2() const { return &m_figure->line2; }
+QZPoint* QZCrossMark::GetCenter() const { return &m_figure->center; }
 
 QZRectangle::QZRectangle(const QZRectangle* other) : m_location(other->m_location), m_size(other->m_size) {}
 QZRectangle::QZRectangle(int x, int y, int width, int height)

@@ -177,6 +177,38 @@ private:
     unsigned int m_value;
 };
 
+/// A cross of two lines, upright or turned.
+class QZ_API QZCrossMark : public QZObject
+{
+public:
+    static const QZInt64 Type = 0x81FFFB0;
+
+    /// Lines from left to right and from top to bottom, `size` to each side of the centre.
+    QZCrossMark(const QZPoint* center, int size);
+    QZCrossMark(int x, int y, int size);
+    /// Turned by an angle. At 0 degrees the four ends are the top, the right, the bottom and the left one, in
+    /// this order; the first line joins the first and the third.
+    QZCrossMark(int x, int y, int size, float degrees);
+
+    QZInt64 GetType() override;
+
+    /// The mark's own objects.
+    QZPoint* GetLeft() const;
+    QZPoint* GetRight() const;
+    QZPoint* GetTop() const;
+    QZPoint* GetBottom() const;
+    QZLine* GetLine1() const;
+    QZLine* GetLine2() const;
+    QZPoint* GetCenter() const;
+    int GetSize() const { return m_size; }
+
+private:
+    struct Figure;
+
+    std::shared_ptr<Figure> m_figure;
+    int m_size;
+};
+
 /// A rectangle: a location and a size. Its last column is x + width - 1, its last row y + height - 1.
 class QZ_API QZRectangle : public QZObject
 {

@@ -4,6 +4,7 @@
 
 #include "fw/fw_library.h"
 #include "fw/fw_trace.h"
+#include "graphics/gr_pixels_rotate.h"
 #include "graphics/gr_pixels_transfer.h"
 
 const QZInt64 QZPixelBlock::Type;
@@ -148,12 +149,12 @@ void QZPixelBlock::Set(const QZPixelBlock* other)
 
 /// Puts a new buffer in the place of the old one, once `paint` has filled its pixels.
 template <typename Painter>
-void QZPixelBlock::Rebuild(int width, int height, Painter paint)
+void QZPixelBlock::Rebuild(const QZWChar* method, int width, int height, Painter paint)
 {
     void* fresh = block::Make(block::kPlainType, block::kDefaultOffset, pixels::BufferSize(width, height), 0);
     if (!fresh)
         throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                      kClass, QZ_W("NewSize"))
+                      kClass, method)
             .Argument(QZ_W("int"), width)
             .Argument(QZ_W("int"), height)
             .Exception();
@@ -170,7 +171,8 @@ void QZPixelBlock::Rebuild(int width, int height, Painter paint)
 void QZPixelBlock::NewSize(int width, int height)
 {
     if (width == m_width && height == m_height) return;
-    Rebuild(width, height, [&](const pixels::Surface& target) { pixels::Resample(SurfaceOf(this), target); });
+    Rebuild(QZ_W("NewSize"), width, height,
+            [&](const pixels::Surface& target) { pixels::Resample(SurfaceOf(this), target); });
 }
 
 void QZPixelBlock::SetAlpha(unsigned char alpha)
@@ -229,6 +231,23 @@ QZPixelBlock* QZPixelBlock::Thumbnail(int width, int height)
     QZPixelBlock* result = new QZPixelBlock(width, height);
     pixels::Resample(SurfaceOf(this), SurfaceOf(result));
     return result;
+}
+
+QZPixelBlock* QZPixelBlock::Rotate(float degrees)
+{
+    const pixels::Surface source = SurfaceOf(this);
+    const pixels::Surface size = pixels::RotatedSize(source, degrees);
+    QZPixelBlock* result = new QZPixelBlock(size.width, size.height);
+    pixels::Rotate(source, SurfaceOf(result), degrees);
+    return result;
+}
+
+void QZPixelBlock::RotateThis(float degrees)
+{
+    const pixels::Surface source = SurfaceOf(this);
+    const pixels::Surface size = pixels::RotatedSize(source, degrees);
+    Rebuild(QZ_W("RotateThis"), size.width, size.height,
+            [&](const pixels::Surface& target) { pixels::Rotate(source, target, degrees); });
 }
 
 QZPixelBlock* QZPixelBlock::FlipVertical()

@@ -70,6 +70,20 @@ public:
     /// A resampled copy. The averages that it runs over are written into this block as well.
     virtual QZPixelBlock* Thumbnail(int width, int height);
 
+    /// A block of the same size in which every pixel is the mean of pixels around it, weighted by alpha:
+    /// `samples` of them, at distances from innerRadius to below outerRadius. The same picture gives the same
+    /// result in every run.
+    /// @throws QZException 256 when innerRadius is above outerRadius and samples below 1, either alone
+    /// passes; and for samples at equal radii, between which there is no distance to draw
+    virtual QZPixelBlock* FrostedEffect(int innerRadius, int outerRadius, int samples);
+
+    /// A turned copy, counter-clockwise. Quarter turns (of the whole degrees) are exact; any other angle
+    /// gives a block that holds the turned corners, without interpolation, and what no pixel reaches is not
+    /// written.
+    virtual QZPixelBlock* Rotate(float degrees);
+    /// Turns the block itself.
+    virtual void RotateThis(float degrees);
+
     /// The same rows, the last one first.
     virtual QZPixelBlock* FlipVertical();
 
@@ -134,7 +148,7 @@ private:
     void MosaicCells(int left, int top, int right, int bottom, int cell);
     void MosaicCell(int x, int y, int cell);
     template <typename Painter>
-    void Rebuild(int width, int height, Painter paint);
+    void Rebuild(const QZWChar* method, int width, int height, Painter paint);
 };
 
 #endif

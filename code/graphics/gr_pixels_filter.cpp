@@ -1,5 +1,9 @@
 #include <algorithm>
 
+#include "codec/cod_math.h"
+#include "codec/cod_random.h"
+#include "fw/fw_trace.h"
+#include "graphics/gr_geometry_word.h"
 #include "graphics/gr_pixels.h"
 
 namespace
@@ -22,7 +26,68 @@ QZUInt32 Approach(QZUInt32 neighbor, QZUInt32 center, QZInt64 threshold, int ste
     return neighbor;
 }
 
+/// The mean colour of pixels, each weighted by its alpha.
+class WeightedMean
+{
+public:
+    void Add(QZUInt32 pixel)
+    {
+        const QZInt64 alpha = pixel >> 24;
+        m_alpha += alpha;
+        for (int i = 0; i < 3; ++i) m_colors[i] += (pixel >> (8 * i) & 0xFF) * alpha;
+    }
+
+    QZUInt32 Get(int samples) const
+    {
+        if (m_alpha == 0) return 0;
+        auto result = static_cast<QZUInt32>(m_alpha / samples) << 24;
+        for (int i = 0; i < 3; ++i) result |= static_cast<QZUInt32>(m_colors[i] / m_alpha) << (8 * i);
+        return result;
+    }
+
+private:
+    QZInt64 m_alpha = 0;
+    QZInt64 m_colors[3] = {};
+};
+
+/// A co-ordinate moved by a distance, cut to a whole number and kept inside.
+int Moved(int place, float distance, int size)
+{
+    return std::clamp(word::Truncate(static_cast<float>(place) + distance), 0, size - 1);
+}
+
 }  // namespace
+
+QZPixelBlock* QZPixelBlock::FrostedEffect(int innerRadius, int outerRadius, int samples)
+{
+    // Both faults together are refused; hosts pass either one alone.
+    if (innerRadius > outerRadius && samples < 1)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
+                      QZ_W("QZPixelBlock"), QZ_W("FrostedEffect"))
+            .Argument(QZ_W("int"), innerRadius)
+            .Argument(QZ_W("int"), outerRadius)
+            .Argument(QZ_W("int"), samples)
+            .Exception();
+    auto result = std::make_unique<QZPixelBlock>(m_width, m_height);
+    QZRandom random(0);
+    for (int y = 0; y < m_height; ++y)
+    {
+        for (int x = 0; x < m_width; ++x)
+        {
+            WeightedMean mean;
+            for (int i = 0; i < samples; ++i)
+            {
+                const auto radius = static_cast<float>(random.NextQZInt32(innerRadius, outerRadius));
+                const float angle = static_cast<float>(random.NextQZInt32(0, 360)) * 0.017453292F;
+                const int row = Moved(y, QZMath::Sin(angle) * radius, m_height);
+                const int column = Moved(x, QZMath::Cos(angle) * radius, m_width);
+                mean.Add(m_rows[row][column]);
+            }
+            result->m_rows[y][x] = mean.Get(samples);
+        }
+    }
+    return result.release();
+}
 
 void QZPixelBlock::Bright()
 {

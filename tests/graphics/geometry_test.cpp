@@ -113,6 +113,48 @@ TEST(Color, IsAlphaRedGreenBlueFromTheTop)
     EXPECT_EQ(color.GetValue(), 7u);
 }
 
+std::string Show(const QZPoint* p) { return std::to_string(p->GetX()) + "," + std::to_string(p->GetY()); }
+
+std::string Show(const QZLine* l)
+{
+    return std::to_string(l->GetX1()) + "," + std::to_string(l->GetY1()) + " " + std::to_string(l->GetX2()) +
+           "," + std::to_string(l->GetY2());
+}
+
+std::string Ends(const QZCrossMark& m)
+{
+    return Show(m.GetLeft()) + " " + Show(m.GetRight()) + " " + Show(m.GetTop()) + " " + Show(m.GetBottom());
+}
+
+TEST(CrossMark, JoinsLeftWithRightAndTopWithBottom)
+{
+    QZCrossMark mark(10, 20, 5);
+    EXPECT_EQ(Ends(mark), "5,20 15,20 10,15 10,25");
+    EXPECT_EQ(Show(mark.GetLine1()), "5,20 15,20");
+    EXPECT_EQ(Show(mark.GetLine2()), "10,15 10,25");
+    EXPECT_EQ(Show(mark.GetCenter()), "10,20");
+    EXPECT_EQ(mark.GetSize(), 5);
+    EXPECT_EQ(mark.GetType(), 0x81FFFB0);
+    const QZPoint center(1, 2);
+    EXPECT_EQ(Ends(QZCrossMark(&center, 1)), "0,2 2,2 1,1 1,3");
+}
+
+TEST(CrossMark, TurnedItJoinsTheFirstEndWithTheThird)
+{
+    const QZCrossMark mark(10, 10, 5, 0.0F);
+    EXPECT_EQ(Ends(mark), "10,5 15,10 10,15 5,10");
+    EXPECT_EQ(Show(mark.GetLine1()), "10,5 10,15");
+    EXPECT_EQ(Show(mark.GetLine2()), "15,10 5,10");
+    // 100 * sin 30 degrees is 50 and 100 * cos 30 degrees 86.6; a tenth of a degree more keeps clear of the
+    // table's edges.
+    const QZCrossMark turned(0, 0, 100, 30.05F);
+    EXPECT_EQ(Ends(turned), "-50,-86 86,-50 50,86 -86,50");
+    const QZCrossMark back(0, 0, 100, -30.05F);
+    EXPECT_EQ(Ends(back), "50,-86 86,50 -50,86 -86,-50");
+    const QZCrossMark copy(turned);
+    EXPECT_EQ(copy.GetLeft(), turned.GetLeft());
+}
+
 TEST(Rectangle, KeepsTwoWords)
 {
     QZRectangle r(1, 2, 3, 4);
