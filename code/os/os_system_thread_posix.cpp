@@ -32,6 +32,8 @@ struct ThreadRecord
     std::atomic<int> references{2};
     std::atomic<int> suspended{0};
     std::atomic<bool> ended{false};
+    /// Held where the thread is named to the system, and by the thread when it leaves.
+    std::mutex leaving;
     std::atomic<bool> killed{false};
     std::atomic<bool> killedSeen{false};
     sem_t end;
@@ -72,7 +74,8 @@ HandleTable& Handles()
 int TerminationSignal() { return SIGRTMAX - 3; }
 
 // Ends the calling thread without running anything of it: no unwinding, no destructors, no thread-local
-// clean-up.
+// clean-up. Its stack is not given back: the next thread to stand on it would find the thread-specific values
+// that it left behind.
 [[noreturn]] void EndHere(ThreadRecord* record)
 {
     record->killed.store(true, std::memory_order_relaxed);
@@ -168,7 +171,12 @@ void* ThreadEntry(void* parameter)
     record->routine(record->argument);
     BlockTermination(SIG_BLOCK);
     t_state.record = nullptr;
-    record->ended.store(true, std::memory_order_release);
+    {
+        std::lock_guard<std::mutex> guard(record->leaving);
+        record->ended.store(true, std::memory_order_release);
+        // Nobody joins: a handle may stay open for good.
+        pthread_detach(pthread_self());
+    }
     sem_post(&record->end);
     DropReference(record);
     return nullptr;
@@ -300,8 +308,13 @@ bool ThreadTerminate(QZInt64 thread)
     }
     if (!record->ended.load(std::memory_order_acquire))
     {
-        // The thread is neither joined nor detached while its handle is open, so it can be named here.
-        int error = pthread_kill(record->thread, TerminationSignal());
+        int error = 0;
+        {
+            TerminationHold hold;
+            std::lock_guard<std::mutex> guard(record->leaving);
+            if (!record->ended.load(std::memory_order_acquire))
+                error = pthread_kill(record->thread, TerminationSignal());
+        }
         if (error != 0 && error != ESRCH)
         {
             errno = error;
@@ -337,9 +350,11 @@ bool ThreadWait(QZInt64 thread, QZInt64 milliseconds)
         do result = sem_clockwait(&record->end, CLOCK_MONOTONIC, &until);
         while (result != 0 && errno == EINTR);
     }
+    if (result != 0) return false;
     // The end stays signalled for whoever asks next.
-    if (result == 0) sem_post(&record->end);
-    return result == 0;
+    sem_post(&record->end);
+    // Whoever waited sees all that the thread did.
+    return record->ended.load(std::memory_order_acquire);
 }
 
 void ThreadClose(QZInt64 thread)
@@ -359,12 +374,6 @@ void ThreadClose(QZInt64 thread)
         table.records.erase(found);
     }
     Notify(Event::HandleClose, thread);
-    // A terminated thread left its thread-specific values behind. Its stack is not given back: the next
-    // thread to stand on it would find them.
-    if (!record->ended.load(std::memory_order_acquire))
-        pthread_detach(record->thread);
-    else if (!record->killed.load(std::memory_order_relaxed))
-        pthread_join(record->thread, nullptr);
     DropReference(record);
 }
 
@@ -469,8 +478,7 @@ void CriticalDelete(void* section)
     // A terminated thread takes what it held with it. Such a mutex cannot be destroyed, only be left behind;
     // it has nothing but its own bytes.
     if (pthread_mutex_trylock(mutex) != 0) return;
-    while (pthread_mutex_unlock(mutex) == 0)
-    {}
+    pthread_mutex_unlock(mutex);
     pthread_mutex_destroy(mutex);
 }
 

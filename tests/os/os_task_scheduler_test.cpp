@@ -147,13 +147,18 @@ TEST(TaskScheduler, ATaskThatIsDueLaterWaits)
 
 TEST(TaskScheduler, PauseHoldsTheTasksAndResumeLetsThemGo)
 {
+    // The scheduler is inside the first task when the pause comes, with the second still to do.
+    Probe first;
+    Probe task;
+    first.held = true;
     QZTaskScheduler scheduler;
+    scheduler.AddTask(&first);
+    scheduler.AddTask(&task);
     scheduler.Start();
+    ASSERT_TRUE(Eventually([&] { return first.runs == 1; }));
     scheduler.Pause();
     EXPECT_EQ(scheduler.GetStatus(), 4);
-    QZThread::Sleep(5);
-    Probe task;
-    scheduler.AddTask(&task);
+    first.held = false;
     QZThread::Sleep(20);
     EXPECT_EQ(task.runs, 0);
     scheduler.Pause();
@@ -163,8 +168,10 @@ TEST(TaskScheduler, PauseHoldsTheTasksAndResumeLetsThemGo)
     // A resume while running is no error.
     scheduler.Resume();
     ASSERT_TRUE(Eventually([&] { return task.runs == 1; }));
+    EXPECT_EQ(first.runs, 1);
     scheduler.Stop();
     ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
+    scheduler.RemoveTask(&first);
     scheduler.RemoveTask(&task);
 }
 
