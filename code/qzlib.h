@@ -54,6 +54,7 @@
 #include "net/net_url.h"
 
 #include "codec/cod_base64.h"
+#include "codec/cod_compression.h"
 #include "codec/cod_encryption.h"
 #include "codec/cod_math.h"
 #include "codec/cod_random.h"

@@ -4,6 +4,8 @@
 #include "fw/fw_types.h"
 
 class QZCollection;
+class QZLine;
+class QZPoint;
 
 /// Mathematics in single precision that trades accuracy for speed, and a few distances and roundings.
 ///
@@ -41,6 +43,7 @@ public:
     static float GetDistanceFromPointToPoint(int x1, int y1, int x2, int y2);
 
     /// The distance to the infinite line through both ends; to the point itself when they coincide.
+    static float GetDistanceFromPointToLine(const QZPoint* point, const QZLine* line);
     static float GetDistanceFromPointToLine(int px, int py, int x1, int y1, int x2, int y2);
 
     /// The mean of the elements as unsigned words, 0 when there are none.

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "fw/fw_collection.h"
+#include "graphics/gr_geometry.h"
 #include "support/qz_test.h"
 
 namespace
@@ -153,6 +154,15 @@ TEST(Math, DistanceToALineGoesOnPastItsEnds)
     EXPECT_EQ(QZMath::GetDistanceFromPointToLine(100, 5, 10, 0, 20, 0), 5.0f);
     EXPECT_EQ(QZMath::GetDistanceFromPointToLine(0, 5, 0, 0, 4, 3), 4.0f);
     EXPECT_EQ(QZMath::GetDistanceFromPointToLine(8, 6, 0, 0, 4, 3), 0.0f);
+}
+
+TEST(Math, PointsAndLinesAreTheirCoordinates)
+{
+    const QZPoint point(-1, 5);
+    const QZLine line(10, -2, 20, -2);
+    EXPECT_EQ(QZMath::GetDistanceFromPointToLine(&point, &line), 7.0f);
+    const QZLine dot(2, 1, 2, 1);
+    EXPECT_EQ(QZMath::GetDistanceFromPointToLine(&point, &dot), 5.0f);
 }
 
 TEST(Math, ALineWithoutLengthIsAPoint)

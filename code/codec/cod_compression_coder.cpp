@@ -1,0 +1,296 @@
+// The coder of runs and small differences.
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+
+#include "codec/cod_compression.h"
+#include "codec/cod_compression_format.h"
+#include "codec/cod_math.h"
+
+using namespace compression;
+
+namespace
+{
+
+constexpr QZUInt32 GroupLimit = 225;
+constexpr QZInt64 CoderSlack = 64;
+
+/// A run of bytes whose values lie close together.
+struct Group
+{
+    QZUInt32 end;
+    QZUInt32 count = 0;
+    int minimum;
+    int maximum;
+
+    Group(const QZByte* source, QZUInt32 start, QZUInt32 length)
+        : end(start), minimum(source[start]), maximum(source[start])
+    {
+        while (end < length && count < GroupLimit && Takes(source[end]))
+        {
+            minimum = std::min<int>(minimum, source[end]);
+            maximum = std::max<int>(maximum, source[end]);
+            ++end;
+            ++count;
+        }
+    }
+
+    QZByte TagOf() const
+    {
+        QZByte tag = RawTag;
+        if (count > 8) tag = NibbleTag;
+        if (count > 6 && Range() < 4) tag = PairTag;
+        if (count > 5 && Range() == 1) tag = BitTag;
+        if (count > 5 && Range() == 0) tag = FillTag;
+        return tag;
+    }
+
+private:
+    int Range() const { return maximum - minimum; }
+
+    bool IsWithin(int byte, int distance) const
+    {
+        return byte <= minimum + distance && byte >= maximum - distance;
+    }
+
+    /// A group that is long and narrow enough for a smaller tag is not spoilt by a byte that is farther off.
+    bool Takes(int byte) const
+    {
+        if (!IsWithin(byte, 15)) return false;
+        if (Range() < 4 && count >= 7 && !IsWithin(byte, 3)) return false;
+        if (Range() == 1 && count >= 6 && !IsWithin(byte, 1)) return false;
+        return Range() != 0 || count < 6 || IsWithin(byte, 0);
+    }
+};
+
+/// Bytes that follow base and count in a block.
+QZInt64 PackedSize(QZByte tag, QZInt64 count)
+{
+    switch (tag)
+    {
+        case NibbleTag: return (count + 1) / 2;
+        case PairTag: return (count + 3) / 4;
+        case BitTag: return (count + 7) / 8;
+        default: return 0;
+    }
+}
+
+bool IsDifferences(QZByte tag) { return tag == NibbleTag || tag == PairTag || tag == BitTag; }
+
+/// Bits of one difference.
+int WidthOf(QZByte tag) { return tag == NibbleTag ? 4 : tag == PairTag ? 2 : 1; }
+
+/// The bytes of a stream. Behind its end they read 0.
+class StreamBytes
+{
+public:
+    StreamBytes(const void* buffer, QZInt64 length)
+        : m_bytes(static_cast<const QZByte*>(buffer)), m_length(length)
+    {}
+
+    QZByte operator[](QZInt64 position) const { return position < m_length ? m_bytes[position] : QZByte{0}; }
+
+    /// A tag may be changed by another thread while the decoder waits on it.
+    QZByte TagAt(QZInt64 position) const
+    {
+        return std::atomic_ref<QZByte>(const_cast<QZByte&>(m_bytes[position]))
+            .load(std::memory_order_relaxed);
+    }
+
+private:
+    const QZByte* m_bytes;
+    QZInt64 m_length;
+};
+
+/// Where the decoded bytes go. What does not fit is left out.
+class Output
+{
+public:
+    Output(QZByte* bytes, QZInt64 room) : m_bytes(bytes), m_room(room) {}
+
+    void Put(QZByte byte)
+    {
+        if (m_count < m_room) m_bytes[m_count++] = byte;
+    }
+    QZInt64 Count() const { return m_count; }
+
+private:
+    QZByte* m_bytes;
+    QZInt64 m_room;
+    QZInt64 m_count = 0;
+};
+
+/// Decodes one block and answers where the next one starts: the same place for an unknown tag.
+QZInt64 DecodeBlock(const StreamBytes& stream, QZByte tag, QZInt64 position, Output* output)
+{
+    if (tag == RawTag)
+    {
+        const QZInt64 count = stream[position + 1];
+        for (QZInt64 i = 0; i < count; ++i) output->Put(stream[position + 2 + i]);
+        return position + 2 + count;
+    }
+    if (tag != FillTag && !IsDifferences(tag)) return position;
+    const QZByte base = stream[position + 1];
+    const QZInt64 count = stream[position + 2];
+    const QZInt64 first = position + 3;
+    if (tag == FillTag)
+    {
+        for (QZInt64 i = 0; i < count; ++i) output->Put(base);
+        return first;
+    }
+    const int width = WidthOf(tag);
+    const int inByte = 8 / width;
+    const int mask = (1 << width) - 1;
+    for (QZInt64 i = 0; i < count; ++i)
+    {
+        const int shift = 8 - width * (static_cast<int>(i % inByte) + 1);
+        output->Put(static_cast<QZByte>(base + (stream[first + i / inByte] >> shift & mask)));
+    }
+    return first + PackedSize(tag, count);
+}
+
+bool IsStream(const void* buffer, QZULong length)
+{
+    return length >= static_cast<QZULong>(StreamTrailer) &&
+           EndsWith(buffer, static_cast<QZUInt32>(length), CompressedMarker);
+}
+
+}  // namespace
+
+void QZCompression::WriteRaw(QZUInt32 first, QZUInt32 end)
+{
+    Put(RawTag);
+    Put(static_cast<QZByte>(end - first));
+    QZMemCopy(m_destination + m_written, m_source + first, end - first);
+    m_written += end - first;
+}
+
+void QZCompression::WriteBlock(QZByte tag, QZByte base, QZUInt32 first, QZUInt32 end)
+{
+    Put(tag);
+    Put(base);
+    Put(static_cast<QZByte>(end - first));
+    if (tag != FillTag) WriteDifferences(tag, base, first, end - first);
+}
+
+void QZCompression::WriteDifferences(QZByte tag, QZByte base, QZUInt32 first, QZUInt32 count)
+{
+    QZMemCopy(m_scratch, m_source + first, count);
+    m_scratch[count] = 0;
+    for (QZUInt32 i = 0; i < count; ++i) m_scratch[i] = static_cast<QZByte>(m_scratch[i] - base);
+
+    // Pairs and bits are packed as the sum of all differences but the last, and a last group is filled up
+    // with what an earlier block left behind the 0: this is the settled form of the stream, and images in use
+    // have it.
+    const int width = WidthOf(tag);
+    const QZUInt32 inByte = static_cast<QZUInt32>(8 / width);
+    for (QZUInt32 i = 0; i < count; i += inByte)
+    {
+        unsigned sum = 0;
+        for (QZUInt32 j = 0; j + 1 < inByte; ++j) sum += m_scratch[i + j];
+        Put(static_cast<QZByte>((sum << width) + m_scratch[i + inByte - 1]));
+    }
+}
+
+QZUInt32 QZCompression::Encode(QZUInt32 length)
+{
+    m_written = 0;
+    bool pending = false;
+    QZUInt32 literal = 0;
+    for (QZUInt32 i = 0; i < length;)
+    {
+        const QZUInt32 start = i;
+        const Group group(m_source, start, length);
+        i = group.end;
+        const QZByte tag = group.TagOf();
+        if (tag != RawTag)
+        {
+            if (pending) WriteRaw(literal, start);
+            pending = false;
+            literal = i;
+            WriteBlock(tag, static_cast<QZByte>(group.minimum), start, i);
+        }
+        else if (pending && i - literal + 1 >= GroupLimit)
+        {
+            WriteRaw(literal, i);
+            pending = false;
+            literal = i;
+        }
+        else
+        {
+            pending = true;
+        }
+    }
+    if (pending) WriteRaw(literal, length);
+    Put(EndTag);
+    return m_written;
+}
+
+QZULong QZCompression::Compress(unsigned char* buffer, QZULong length)
+{
+    const QZInt64 size = length;
+    const Temporary stream(2 * size + CoderSlack, false, QZ_W("Compress"));
+    m_source = buffer;
+    m_destination = stream.Bytes();
+    const QZInt64 written = Encode(static_cast<QZUInt32>(length));
+    m_source = nullptr;
+    m_destination = nullptr;
+    QZMemCopy(buffer, stream.Bytes(), written);
+    QZStore(buffer + written, static_cast<QZUInt64>(size));
+    QZStore(buffer + written + sizeof(QZUInt64), CompressedMarker);
+    return static_cast<QZULong>(written + StreamTrailer);
+}
+
+QZULong QZCompression::DecompressGetSourceLength(const void* buffer, QZULong length)
+{
+    if (!IsStream(buffer, length)) return 0xFFFFFFFF;
+    return QZLoad<QZUInt32>(QZAt(buffer, QZInt64{length} - StreamTrailer));
+}
+
+QZULong QZCompression::Decompress(unsigned char* buffer, QZULong length)
+{
+    if (!IsStream(buffer, length))
+    {
+        std::fputs("It's not Compressed data!\n", stdout);
+        return 0;
+    }
+    const QZInt64 limit = QZInt64{length} - StreamTrailer;
+    const QZInt64 room =
+        static_cast<QZInt64>(QZMath::RoundUp(DecompressGetSourceLength(buffer, length), 0x10000)) + 0x10000;
+    const Temporary decoded(room, false, QZ_W("Decompress"));
+    const StreamBytes stream(buffer, length);
+    Output output(decoded.Bytes(), room);
+    QZInt64 position = 0;
+    while (position < limit)
+    {
+        const QZByte tag = stream.TagAt(position);
+        if (tag == EndTag) break;
+        position = DecodeBlock(stream, tag, position, &output);
+    }
+    QZMemCopy(buffer, decoded.Bytes(), output.Count());
+    return static_cast<QZULong>(output.Count());
+}
+
+QZBool QZCompression::Check(const void* buffer, QZULong length)
+{
+    if (!IsStream(buffer, length)) return 0;
+    const QZInt64 limit = QZInt64{length} - StreamTrailer;
+    const QZInt64 stated = QZLoad<QZUInt32>(QZAt(buffer, limit));
+    const QZByte* bytes = static_cast<const QZByte*>(buffer);
+    QZInt64 decoded = 0;
+    QZInt64 position = 0;
+    while (position < limit)
+    {
+        const QZByte tag = bytes[position];
+        if (tag == EndTag) return 1;
+        const QZInt64 head = tag == RawTag ? 2 : 3;
+        if (tag != RawTag && tag != FillTag && !IsDifferences(tag)) return 0;
+        if (position + head > limit) return 0;
+        const QZInt64 count = bytes[position + head - 1];
+        position += head + (tag == RawTag ? count : PackedSize(tag, count));
+        decoded += count;
+        if (position > limit || decoded > stated) return 0;
+    }
+    return 0;
+}

@@ -1,0 +1,144 @@
+// The tile stage of the codec.
+
+#include <algorithm>
+
+#include "codec/cod_compression.h"
+#include "codec/cod_compression_format.h"
+#include "codec/cod_math.h"
+
+using namespace compression;
+
+namespace
+{
+
+constexpr QZInt64 HeadSize = 12;
+constexpr QZInt64 TailSize = 8;
+constexpr QZInt64 PixelSize = 4;
+
+/// The order of an image's pixels in the stream.
+struct Tiling
+{
+    QZInt64 width;
+    QZInt64 height;
+    QZInt64 tile;
+    QZInt64 wholeWidth;
+    QZInt64 wholeHeight;
+
+    Tiling(QZInt64 w, QZInt64 h, QZInt64 t)
+        : width(w), height(h), tile(t), wholeWidth(w - w % t), wholeHeight(h - h % t)
+    {}
+
+    /// Bytes of the image; kept inside 64 bits for the sides of a damaged head.
+    QZInt64 ImageSize() const
+    {
+        constexpr QZInt64 PixelLimit = QZInt64{1} << 56;
+        return width > 0 && height > 0 ? std::min(width * height, PixelLimit) * PixelSize : 0;
+    }
+
+    /// The columns behind the whole tiles go in only where rows are left over as well. Streams in use were
+    /// made so.
+    bool HasRest() const { return wholeHeight != height; }
+
+    /// Pixels that the stream has.
+    QZInt64 Count() const
+    {
+        if (ImageSize() == 0) return 0;
+        return HasRest() ? width * height : wholeWidth * wholeHeight;
+    }
+
+    /// Calls visit(x, y) in the order of the stream until it answers false.
+    template <typename Visit>
+    void Walk(Visit visit) const
+    {
+        if (ImageSize() == 0 || !WalkTiles(visit) || !HasRest()) return;
+        if (wholeHeight > 0 && !WalkArea(wholeWidth, width, 0, wholeHeight, true, visit)) return;
+        WalkArea(0, width, wholeHeight, height, true, visit);
+    }
+
+private:
+    template <typename Visit>
+    bool WalkTiles(Visit& visit) const
+    {
+        if (wholeWidth == 0) return true;
+        for (QZInt64 y = 0; y < wholeHeight; y += tile)
+            for (QZInt64 x = 0; x < wholeWidth; x += tile)
+                if (!WalkArea(x, x + tile, y, y + tile, false, visit)) return false;
+        return true;
+    }
+
+    template <typename Visit>
+    static bool WalkArea(QZInt64 left, QZInt64 right, QZInt64 top, QZInt64 bottom, bool byColumns,
+                         Visit& visit)
+    {
+        if (byColumns)
+        {
+            for (QZInt64 x = left; x < right; ++x)
+                for (QZInt64 y = top; y < bottom; ++y)
+                    if (!visit(x, y)) return false;
+            return true;
+        }
+        for (QZInt64 y = top; y < bottom; ++y)
+            for (QZInt64 x = left; x < right; ++x)
+                if (!visit(x, y)) return false;
+        return true;
+    }
+};
+
+void CopyPixel(QZByte* to, const QZByte* from) { QZStore(to, QZLoad<QZUInt32>(from)); }
+
+}  // namespace
+
+QZULong QZCompression::RectToLine(unsigned char* buffer, QZLong width, QZLong height, QZULong tile)
+{
+    if (tile == 0)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
+                      QZ_W("QZCompression"), QZ_W("RectToLine"))
+            .Argument(QZ_W("QZInt32"), static_cast<QZInt64>(width))
+            .Argument(QZ_W("QZInt32"), static_cast<QZInt64>(height))
+            .Argument(QZ_W("QZUInt32"), static_cast<QZInt64>(tile))
+            .Exception();
+    const Tiling tiling(width, height, tile);
+    const Temporary line(tiling.ImageSize() + 2048, false, QZ_W("RectToLine"));
+    QZStore(line.Bytes(), static_cast<QZInt32>(width));
+    QZStore(line.Bytes() + 4, static_cast<QZInt32>(height));
+    QZStore(line.Bytes() + 8, static_cast<QZUInt32>(tile));
+    QZInt64 written = HeadSize;
+    tiling.Walk([&](QZInt64 x, QZInt64 y) {
+        CopyPixel(line.Bytes() + written, buffer + (y * tiling.width + x) * PixelSize);
+        written += PixelSize;
+        return true;
+    });
+    QZMemCopy(buffer, line.Bytes(), written);
+    QZStore(buffer + written, PlainMarker);
+    QZStore(buffer + written + MarkerSize, TiledMarker);
+    return static_cast<QZULong>(written + TailSize);
+}
+
+QZULong QZCompression::LineToRect(unsigned char* buffer, QZULong length)
+{
+    const QZInt64 size = length;
+    if (!EndsWith(buffer, static_cast<QZUInt32>(length), TiledMarker)) return length;
+    const QZULong result = static_cast<QZULong>(size - MarkerSize);
+    if (size < HeadSize || QZLoad<QZUInt32>(buffer + 8) == 0) return result;
+    const Tiling tiling(QZLoad<QZInt32>(buffer), QZLoad<QZInt32>(buffer + 4), QZLoad<QZUInt32>(buffer + 8));
+
+    // A whole stream may be shorter than its image, for which the caller has room. Of a damaged one only the
+    // bytes that it has itself are known to be there.
+    const bool whole = tiling.Count() == (size - HeadSize - TailSize) / PixelSize &&
+                       (size - HeadSize - TailSize) % PixelSize == 0 && size >= HeadSize + TailSize;
+    const QZInt64 imageSize = whole ? tiling.ImageSize() : std::min(tiling.ImageSize(), size);
+    const QZInt64 room =
+        static_cast<QZInt64>(QZMath::RoundUp(static_cast<QZUInt64>(imageSize), 0x100000)) + 0x10000;
+    const Temporary image(room, true, QZ_W("LineToRect"));
+    QZInt64 read = HeadSize;
+    tiling.Walk([&](QZInt64 x, QZInt64 y) {
+        if (read + PixelSize > size) return false;
+        // A pixel number has to fit before it becomes an offset: sides of a damaged head reach to 2^31.
+        const QZInt64 pixel = y * tiling.width + x;
+        if (pixel < room / PixelSize) CopyPixel(image.Bytes() + pixel * PixelSize, buffer + read);
+        read += PixelSize;
+        return true;
+    });
+    QZMemCopy(buffer, image.Bytes(), imageSize);
+    return result;
+}
