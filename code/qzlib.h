@@ -65,6 +65,7 @@
 #include "db/db_format.h"
 #include "db/db_node.h"
 #include "db/db_semantic.h"
+#include "db/db_table.h"
 #include "db/db_tree_table.h"
 
 #include "graphics/gr_geometry.h"
