@@ -34,8 +34,8 @@ std::uint64_t Allocations();
 std::string FreshName(const char* stem);
 std::uint64_t FileSize(const std::string& path);
 
-/// Seconds of processor time of this process, all threads and the system's work for it included. On a machine that
-/// others use too it says what an operation costs; wall-clock time would say what the neighbours do.
+/// Seconds of processor time of this process, all threads and the system's work for it included. On a machine
+/// that others use too it says what an operation costs; wall-clock time would say what the neighbours do.
 double Now();
 
 /// Starts the library, runs the benchmarks, prints the table, ends the library. Arguments are those of Google

@@ -1,6 +1,6 @@
 #include "os/os_console.h"
 
-#include <cstdio>
+#include <string>
 
 #include "fw/fw_collection.h"
 #include "fw/fw_data.h"
@@ -13,13 +13,16 @@
 
 namespace
 {
-/// What the body writes on the standard output.
+/// What the body writes on the standard output, with plain line ends: the capture reads it back as a text
+/// file, which takes the CR away on Windows.
 template <typename Body>
 std::string Written(Body body)
 {
     testing::internal::CaptureStdout();
     body();
-    return testing::internal::GetCapturedStdout();
+    std::string text = testing::internal::GetCapturedStdout();
+    std::erase(text, '\r');
+    return text;
 }
 
 class ConsoleOutput : public ::testing::Test
@@ -104,18 +107,18 @@ TEST_F(ConsoleOutput, WritesCollectionsLineByLine)
     QZCollection numbers;
     numbers.Push(5);
     numbers.Push(static_cast<QZUInt64>(-1));
-    EXPECT_EQ(Written([&] { m_console.Write(&numbers); }), "5\r\n-1\r\n");
+    EXPECT_EQ(Written([&] { m_console.Write(&numbers); }), "5\n-1\n");
     QZKeyValueCollection entries;
     QZString value(QZ_W("v"));
     entries.Add(QZ_W("Key"), &value);
-    EXPECT_EQ(Written([&] { m_console.Write(&entries); }), "Key: v\r\n");
+    EXPECT_EQ(Written([&] { m_console.Write(&entries); }), "Key: v\n");
     entries.Clear();
 }
 
 TEST_F(ConsoleOutput, WritesAnExceptionWithItsTraces)
 {
     QZException* e = QZExceptionFactory::CreateException(QZ_W("Bad"), 256);
-    EXPECT_EQ(Written([&] { m_console.Write(e); }), "Bad ArgumentOutOfRange\r\n)\r\n)\r\n");
+    EXPECT_EQ(Written([&] { m_console.Write(e); }), "Bad ArgumentOutOfRange\n)\n)\n");
     QZExceptionFactory::Recycle(&e);
 }
 }  // namespace
