@@ -72,6 +72,20 @@ bool READ::FindEnds(QZInt64 side, QZInt64 address, QZInt64* start, QZInt64* end)
 
 QZInt64 READ::ReadData(QZInt64 side, QZInt64 address, QZInt64 selector)
 {
+    if (side == SideThis)
+    {
+        // The usual way, without reading what the answer does not need.
+        ADDRESS* quick = m_objects->Address();
+        const QZInt64 length = quick->Length();
+        switch (selector & ~KindBits)
+        {
+            case QZDatabaseInfo::DATA_THIS: return quick->Get(QZDbAt(address, 1 + length));
+            case QZDatabaseInfo::DATA_END: return quick->Get(QZDbAt(address, 1 + 2 * length));
+            case QZDatabaseInfo::DATA_PREV: return quick->Get(QZDbAt(address, 1));
+            case QZDatabaseInfo::DATA_NEXT: return Next(address);
+            default: break;
+        }
+    }
     QZInt64 start;
     QZInt64 end;
     if (!FindEnds(side, address, &start, &end)) return -1;
@@ -80,8 +94,8 @@ QZInt64 READ::ReadData(QZInt64 side, QZInt64 address, QZInt64 selector)
     switch (selector & ~KindBits)
     {
         // Like an HD: the copy of THIS at the end that the caller holds.
-        case QZDatabaseInfo::DATA_THIS: return side == SideThis ? value->Get(QZDbAt(start, 1 + a)) : start;
-        case QZDatabaseInfo::DATA_END: return side == SideThis ? end : value->Get(QZDbAt(start, 1 + 2 * a));
+        case QZDatabaseInfo::DATA_THIS: return start;
+        case QZDatabaseInfo::DATA_END: return value->Get(QZDbAt(start, 1 + 2 * a));
         case QZDatabaseInfo::DATA_PREV: return value->Get(QZDbAt(start, 1));
         case QZDatabaseInfo::DATA_NEXT: return value->Get(QZDbAt(end, -a));
         case QZDatabaseInfo::DATA_HDA: return value->Get(QZDbAt(end, a));

@@ -49,12 +49,17 @@ QZInt64 REPAIR::TypeOf(QZInt64 side, QZInt64 address)
 
 QZInt64 REPAIR::TypeOfData(QZInt64 side, QZInt64 address)
 {
-    if (!InRange(address)) return Unknown;
+    // Nothing is written meanwhile, so the length field is read once.
+    const QZInt64 length = m_objects->Console()->GetLength();
+    const auto marked = [this, length](QZInt64 position, QZByte mark) {
+        return position >= FirstAddress && position <= length && HasMark(position, mark);
+    };
+    if (address < FirstAddress || address > length) return Unknown;
     READ* read = m_objects->Read();
     const QZInt64 begin = read->ReadData(side, address, QZDatabaseInfo::DATA_THIS);
-    if (!IsMarked(begin, QZDatabaseInfo::MARK_DATA)) return Unknown;
+    if (!marked(begin, QZDatabaseInfo::MARK_DATA)) return Unknown;
     const QZInt64 end = read->ReadData(side, address, QZDatabaseInfo::DATA_END);
-    if (!IsMarked(end, QZDatabaseInfo::MARK_DATA) || end < begin) return Unknown;
+    if (!marked(end, QZDatabaseInfo::MARK_DATA) || end < begin) return Unknown;
 
     // Kinds without content are told by their length, which no record with content can have.
     const QZInt64 a = m_objects->Address()->Length();
@@ -65,15 +70,15 @@ QZInt64 REPAIR::TypeOfData(QZInt64 side, QZInt64 address)
     // PD before CD: a PD that has no LD yet reads as a CD, and callers count on that.
     const QZInt64 ld = m_objects->Address()->Get(QZDbAt(begin, 3 * a + 1));
     const QZInt64 hd = m_objects->Address()->Get(QZDbAt(begin, 4 * a + 1));
-    if (IsMarked(ld, QZDatabaseInfo::MARK_DATA) && (hd == 0 || IsMarked(hd, QZDatabaseInfo::MARK_HD)) &&
+    if (marked(ld, QZDatabaseInfo::MARK_DATA) && (hd == 0 || marked(hd, QZDatabaseInfo::MARK_HD)) &&
         BytesSound(begin, end, 5))
     {
         return QZDatabaseInfo::DATA_PD;
     }
     if (BytesSound(begin, end, 3)) return QZDatabaseInfo::DATA_CD;
-    if (IsMarked(read->ReadLD(This, begin, QZDatabaseInfo::LD_TREE_A), QZDatabaseInfo::MARK_HD) &&
-        IsMarked(read->ReadLD(This, begin, QZDatabaseInfo::LD_TREE_R), QZDatabaseInfo::MARK_HD) &&
-        IsMarked(read->ReadLD(This, begin, QZDatabaseInfo::LD_TREE_S), QZDatabaseInfo::MARK_HD))
+    if (marked(read->ReadLD(This, begin, QZDatabaseInfo::LD_TREE_A), QZDatabaseInfo::MARK_HD) &&
+        marked(read->ReadLD(This, begin, QZDatabaseInfo::LD_TREE_R), QZDatabaseInfo::MARK_HD) &&
+        marked(read->ReadLD(This, begin, QZDatabaseInfo::LD_TREE_S), QZDatabaseInfo::MARK_HD))
     {
         return QZDatabaseInfo::DATA_LD;
     }

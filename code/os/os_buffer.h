@@ -90,10 +90,10 @@ private:
     friend class QZBuffer;
 
     /// Stretches have this many bytes; every block size is a multiple of it.
-    static constexpr int StretchShift = 14;
+    static constexpr int StretchShift = 12;
 
     /// How many stretches are fetched at a time when they are asked for in order.
-    static constexpr QZInt64 StretchesAhead = 8;
+    static constexpr QZInt64 StretchesAhead = 16;
 
     void RequireStretches(QZInt64 from, QZInt64 to);
     void BringStretches(QZInt64 first, QZInt64 behind);
