@@ -148,6 +148,34 @@ void OursAppendRecord(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * records);
 }
 
+/// The three fields of a row packed by the host into the one content of a record.
+void OursAppendPacked(benchmark::State& state)
+{
+    const QZInt64 records = state.range(0);
+    for (auto _ : state)
+    {
+        Ours database(false);
+        database->CheckParam(0);
+        char packed[8 + kTextSize + 8];
+        const double start = qzbench::Now();
+        for (QZInt64 i = 0; i < records; ++i)
+        {
+            const double weight = static_cast<double>(i) * 0.5;
+            // A content that begins with the byte 0x26 makes its record look like a PD, so the text goes
+            // first.
+            std::memcpy(packed, kText, kTextSize);
+            std::memcpy(packed + kTextSize, &i, 8);
+            std::memcpy(packed + kTextSize + 8, &weight, 8);
+            const QZInt64 record = database->P_D(database.List(), Info::DATA_CD);
+            database->P_C(record, Info::CD_DATA, packed, sizeof(packed));
+        }
+        database->COLLECT();
+        state.SetIterationTime(qzbench::Now() - start);
+        if (database->G_EN() != 0) state.SkipWithError("the engine recorded an error");
+    }
+    state.SetItemsProcessed(state.iterations() * records);
+}
+
 // ---- Reading
 
 template <typename Operation>
@@ -179,6 +207,28 @@ QZInt64 ReadSecondField(QZChannel* channel, QZInt64 row)
 
 void OursReadField(benchmark::State& state) { OnFilled(state, false, ReadSecondField); }
 void OursReadFieldTested(benchmark::State& state) { OnFilled(state, true, ReadSecondField); }
+/// The content of a record whose own address the host holds.
+void OursReadContent(benchmark::State& state)
+{
+    Filled& filled = FilledOnce(state.range(0));
+    QZChannel* channel = filled.database.operator->();
+    channel->CheckParam(0);
+    std::vector<QZInt64> fields;
+    for (const QZInt64 row : filled.order)
+    {
+        const QZInt64 list = channel->G_A(row, Info::LD_LDS);
+        fields.push_back(channel->G_CN(list, Info::SN_GET_DATA_FROM_HD, 2));
+    }
+    std::size_t next = 0;
+    char text[16];
+    for (auto _ : state)
+    {
+        benchmark::DoNotOptimize(channel->G_C(fields[next], Info::CD_DATA, text));
+        if (++next == fields.size()) next = 0;
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
 void OursReadAddress(benchmark::State& state)
 {
     OnFilled(state, false, [](QZChannel* channel, QZInt64 row) { return channel->G_A(row, Info::LD_LDS); });
@@ -561,6 +611,7 @@ void RegisterAppend(const Sizes& sizes, QZInt64 middle)
     Add("OursAppendLogged", OursAppendLogged, {middle}, 1);
     Add("OursAppendShort", OursAppendShort, {middle}, 1);
     Add("OursAppendRecord", OursAppendRecord, {middle}, 1);
+    Add("OursAppendPacked", OursAppendPacked, {middle}, 1);
 #ifdef QZ_HAVE_SQLITE
     Add("LiteAppend", LiteAppend, sizes, 1);
 #endif
@@ -581,7 +632,10 @@ void RegisterAppend(const Sizes& sizes, QZInt64 middle)
                      At("LiteAppend", middle));
     qzbench::Compare("append a row, tests off / LevelDB batch", At("OursAppend", middle),
                      At("LevelAppend", middle));
-    qzbench::Compare("append an empty record of one content", At("OursAppendRecord", middle), "");
+    qzbench::Compare("append a row packed into one content / SQLite", At("OursAppendPacked", middle),
+                     At("LiteAppend", middle));
+    qzbench::Compare("append an empty record / SQLite row", At("OursAppendRecord", middle),
+                     At("LiteAppend", middle));
     qzbench::Growth("append: growth with size", At("OursAppend", sizes.front()),
                     At("OursAppend", sizes.back()), 0);
     qzbench::Limit("append: allocations for a row", At("OursAppend", middle), "allocations_per_row", 0.01);
@@ -597,6 +651,7 @@ void RegisterRead(const Sizes& sizes, QZInt64 fitting)
 {
     Add("OursReadField", OursReadField, sizes);
     Add("OursReadFieldTested", OursReadFieldTested, {fitting});
+    Add("OursReadContent", OursReadContent, {sizes.front(), fitting});
     Add("OursReadAddress", OursReadAddress, sizes);
     Add("OursWalk", OursWalk, sizes);
     Add("OursCount", OursCount, sizes);
@@ -612,16 +667,20 @@ void RegisterRead(const Sizes& sizes, QZInt64 fitting)
     for (const QZInt64 size : sizes)
     {
         const std::string rows = std::to_string(size) + " rows";
-        qzbench::Compare("read a field at random, " + rows + " / SQLite", At("OursReadField", size),
+        qzbench::Compare("read a row's 2nd field at random, " + rows + " / SQLite", At("OursReadField", size),
                          At("LiteReadField", size), 4);
     }
-    qzbench::Compare("read a field, tests on / SQLite", At("OursReadFieldTested", fitting),
+    for (const QZInt64 size : {sizes.front(), fitting})
+        qzbench::Compare("read a content by its address, " + std::to_string(size) + " rows / SQLite",
+                         At("OursReadContent", size), At("LiteReadField", size), 4);
+    qzbench::Compare("read a row's 2nd field, tests on / SQLite", At("OursReadFieldTested", fitting),
                      At("LiteReadField", fitting));
-    qzbench::Compare("read a field / LevelDB get", At("OursReadField", fitting),
+    qzbench::Compare("read a row's 2nd field / LevelDB get", At("OursReadField", fitting),
                      At("LevelReadField", fitting));
-    qzbench::Limit("read a field: allocations", At("OursReadField", fitting), "allocations_per_read", 0.001);
+    qzbench::Limit("read a row's 2nd field: allocations", At("OursReadField", fitting),
+                   "allocations_per_read", 0.001);
     for (const QZInt64 size : sizes)
-        qzbench::Compare("read an address field at random, " + std::to_string(size) + " rows / SQLite",
+        qzbench::Compare("read an address field by address, " + std::to_string(size) + " rows / SQLite",
                          At("OursReadAddress", size), At("LiteReadField", size), 4);
     for (const QZInt64 size : sizes)
         qzbench::Compare("walk a list, one step, " + std::to_string(size) + " rows / SQLite",

@@ -194,7 +194,6 @@ void QZBuffer::OpenWindow(QZBlock* block, QZInt64 at)
     window.length = static_cast<QZUInt64>(to - from);
     window.bytes = block->m_bytes + from;
     window.block = block;
-    window.inBlock = static_cast<QZUInt64>(from);
 }
 
 void QZBuffer::CloseWindow(QZBlock* block)

@@ -212,7 +212,8 @@ public:
         {
             Use(window.block);
             CopyRun(window.bytes + at, source, size);
-            window.block->Note(at + window.inBlock, static_cast<QZUInt64>(size));
+            window.block->Note(static_cast<QZUInt64>(offset - window.block->m_offset),
+                               static_cast<QZUInt64>(size));
             return size;
         }
         return WriteThrough(offset, source, size);
@@ -269,7 +270,6 @@ private:
         QZUInt64 length = 0;
         unsigned char* bytes = nullptr;
         QZBlock* block = nullptr;
-        QZUInt64 inBlock = 0;
 
         bool Holds(QZUInt64 at, QZInt64 size) const
         {
