@@ -32,7 +32,7 @@ enum class Op
     FileSync,       ///< FileSync
     FileName,       ///< delete, rename, directory operations, working directory
     NetStart,       ///< NetStart
-    Socket,         ///< making, connecting, binding, accepting
+    Socket,         ///< making, setting the mode, connecting, binding, listening, accepting
     SocketReceive,  ///< may come back short
     SocketSend,     ///< may come back short
     Line,           ///< opening and setting a serial line
@@ -244,6 +244,47 @@ QZInt64 SleepSocketOpen();
 void SleepSocketClose(QZInt64 socket);
 /// Waits that long for an exception on the sleeping socket. A negative part returns at once.
 void SleepSocketWait(QZInt64 socket, int seconds, int microseconds);
+
+// ---- Sockets
+
+/// IPv4 sockets. Their failures have one set of numbers on both platforms, that of Windows (10054 for a
+/// connection that was reset), which is what LastError then answers; a number given by a test's gate counts as
+/// one of these. Addresses are in network order as they lie in memory. The handle is the system's own, never 0.
+
+enum class SocketKind
+{
+    Stream,
+    Datagram,
+};
+
+/// "Try again": nothing to receive, or no room to send, on a socket that does not block.
+constexpr QZUInt32 kSocketTryAgain = 11002;
+constexpr QZUInt32 kSocketNoBuffers = 10055;
+constexpr QZUInt32 kSocketNotASocket = 10038;
+constexpr QZUInt32 kSocketBadAddress = 10014;
+
+/// A new socket, nobody's child inherits it on Linux; 0 on failure.
+QZInt64 SocketOpen(SocketKind kind);
+/// Gives the socket back and ends an accept that waits on it. 0 is no socket and fails.
+bool SocketClose(QZInt64 socket);
+bool SocketSetBlocking(QZInt64 socket, bool blocking);
+/// Limits of one blocking send and receive in ms, 0 for none. They hold for no other operation.
+bool SocketSetSendTimeout(QZInt64 socket, QZUInt32 milliseconds);
+bool SocketSetReceiveTimeout(QZInt64 socket, QZUInt32 milliseconds);
+bool SocketConnect(QZInt64 socket, QZUInt32 address, QZUInt16 port);
+/// Binds to any address of this host; port 0 lets the system choose. A port that a connection of an earlier
+/// listener still lingers on can be bound.
+bool SocketBind(QZInt64 socket, QZUInt16 port);
+bool SocketListen(QZInt64 socket, int backlog);
+/// The next connection, which blocks or not like the socket that listens; 0 on failure. *port is in network
+/// order as it lies in memory.
+QZInt64 SocketAccept(QZInt64 socket, QZUInt32* address, QZUInt16* port);
+/// Bytes that went, fewer than asked for when there is less room; -1 on failure.
+QZInt64 SocketSend(QZInt64 socket, const void* buffer, QZInt64 size);
+/// Bytes that came, 0 when the peer has ended its stream; -1 on failure.
+QZInt64 SocketReceive(QZInt64 socket, void* buffer, QZInt64 size);
+/// The socket's own address and port, the port as a number.
+bool SocketLocalName(QZInt64 socket, QZUInt32* address, QZUInt16* port);
 
 // ---- Files
 

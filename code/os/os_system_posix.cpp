@@ -31,7 +31,7 @@ constexpr SocketNumber kSocketNumbers[] = {
     {10049, EADDRNOTAVAIL}, {10050, ENETDOWN},     {10051, ENETUNREACH},     {10052, ENETRESET},
     {10053, ECONNABORTED},  {10054, ECONNRESET},   {10055, ENOBUFS},         {10056, EISCONN},
     {10057, ENOTCONN},      {10058, ESHUTDOWN},    {10060, ETIMEDOUT},       {10061, ECONNREFUSED},
-    {10064, EHOSTDOWN},     {10065, EHOSTUNREACH},
+    {10064, EHOSTDOWN},     {10065, EHOSTUNREACH}, {11002, EAGAIN},
 };
 
 int NativeNumber(QZUInt32 error)
@@ -169,6 +169,23 @@ QZUInt32 ErrorDirectoryExists() { return EEXIST; }
 QZUInt32 ErrorBadAddress() { return EFAULT; }
 
 QZUInt32 ErrorNameTooLong() { return ENAMETOOLONG; }
+
+QZUInt32 SocketNumberOf(int native)
+{
+    switch (native)
+    {
+        case EAGAIN: return kSocketTryAgain;
+        case EBADF: return kSocketNotASocket;
+        case ENOMEM: return kSocketNoBuffers;
+        case EPIPE: return 10058;
+        case EPERM: return 10013;
+        case ENFILE: return 10024;
+        default: break;
+    }
+    for (const SocketNumber& number : kSocketNumbers)
+        if (number.native == native) return number.reported;
+    return static_cast<QZUInt32>(native);
+}
 
 // ---- Narrow text
 

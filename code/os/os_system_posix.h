@@ -18,6 +18,9 @@ std::string ToBytes(const QZWChar* text, QZInt64 units);
 /// text.
 std::u16string ToText(std::string_view bytes);
 
+/// The number by which a socket failure is reported, for one of errno.
+QZUInt32 SocketNumberOf(int native);
+
 /// Keeps ThreadTerminate from ending the calling thread while it holds something that other threads need, the
 /// heap's lock for one. Nests; the thread ends when the outermost hold goes.
 class TerminationHold

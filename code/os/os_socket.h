@@ -1,0 +1,95 @@
+#ifndef QZLIB_OS_OS_SOCKET_H
+#define QZLIB_OS_OS_SOCKET_H
+
+#include <memory>
+
+#include "fw/fw_object.h"
+
+class QZIPAddress;
+class QZSocketException;
+
+/// The protocols of QZSocketClient and QZSocketServer.
+class QZ_API QZSocketProtocol
+{
+public:
+    static const QZInt64 TCP = 1;
+    static const QZInt64 UDP = 2;
+};
+
+/// A socket handle with the address of its peer.
+///
+/// The address belongs to the socket. The handle does not: a plain QZSocket leaves it open when it goes, and
+/// Close gives it back to the system. A handle that was closed is never closed there a second time. A copy
+/// made by value shares address and handle. One thread at a time; the static operations keep nothing.
+///
+/// Failures are QZSocketException objects. Socket failures have the numbers of Windows on every platform.
+class QZ_API QZSocket : public QZObject
+{
+public:
+    static const QZInt64 Type = 0x8310006;
+
+    /// Milliseconds for which Send goes on trying while the system has no room.
+    static int Timeout;
+
+    /// Closed.
+    QZSocket();
+    explicit QZSocket(long long handle);
+    QZSocket(const QZSocket& other);
+    QZSocket& operator=(const QZSocket& other);
+    ~QZSocket() override;
+
+    QZInt64 GetType() override;
+
+    /// The static Send on the own handle; -1 without a handle.
+    /// @throws QZException 256 for a negative size
+    virtual long long Send(const void* buffer, long long size);
+
+    /// The static Recv on the own handle; -1 without a handle.
+    /// @throws QZException 256 for a negative size
+    virtual long long Recv(void* buffer, long long size);
+
+    virtual void Close();
+
+    /// The peer's address, owned by the socket.
+    virtual QZIPAddress* GetIPAddress();
+
+    /// 0 when closed.
+    virtual long long GetHandle();
+    /// Takes another handle; the old one stays open.
+    virtual void SetHandle(long long handle);
+
+    /// Sends all bytes, in pieces of at most 4096. While the system has no room it tries again without a
+    /// pause.
+    /// @return size
+    /// @throws QZSocketException 512 when there was no room for Timeout milliseconds or a blocking send took
+    /// too
+    ///         long, 4096 when the connection is closed, and the codes of the system's failures
+    static long long Send(long long handle, const void* buffer, long long size);
+
+    /// Receives once, up to size bytes. 0 means that there is nothing now; the end of the stream is an
+    /// exception.
+    /// @throws QZSocketException 4096 at the end of the stream, 512 when a blocking receive took too long,
+    /// and
+    ///         the codes of the system's failures
+    static long long Recv(long long handle, void* buffer, long long size);
+
+protected:
+    /// A new exception for a failure of the system; whoever takes it throws it.
+    static QZSocketException* SysErrCodeToException(int code);
+
+    /// Gives the handle back to the system, once; the field keeps its value.
+    void CloseHandle();
+    /// True while the field holds a handle that was closed already.
+    bool IsStale() const;
+
+    long long m_handle = 0;
+
+private:
+    struct Peer;
+
+    std::shared_ptr<Peer> m_peer;
+    /// Tells all copies that the handle is gone; null without a handle.
+    std::shared_ptr<bool> m_closed;
+};
+
+#endif

@@ -1,0 +1,134 @@
+#include <winsock2.h>
+
+#include <windows.h>
+
+#include <algorithm>
+#include <climits>
+
+#include "os/os_system.h"
+
+namespace os
+{
+
+namespace
+{
+
+// 0 is no handle.
+SOCKET ToSocket(QZInt64 value) { return value != 0 ? static_cast<SOCKET>(value) : INVALID_SOCKET; }
+
+QZInt64 ToNumber(SOCKET socket) { return socket == INVALID_SOCKET ? 0 : static_cast<QZInt64>(socket); }
+
+sockaddr_in NameOf(QZUInt32 address, QZUInt16 port)
+{
+    sockaddr_in name = {};
+    name.sin_family = AF_INET;
+    name.sin_addr.s_addr = address;
+    name.sin_port = htons(port);
+    return name;
+}
+
+bool SetTimeout(QZInt64 socket, int option, QZUInt32 milliseconds)
+{
+    DWORD time = milliseconds;
+    return setsockopt(ToSocket(socket), SOL_SOCKET, option, reinterpret_cast<const char*>(&time),
+                      sizeof(time)) == 0;
+}
+
+bool SizeFits(QZInt64 size)
+{
+    if (size < 0) WSASetLastError(WSAEFAULT);
+    return size >= 0;
+}
+
+int Limited(QZInt64 size) { return static_cast<int>(std::min<QZInt64>(size, INT_MAX)); }
+
+}  // namespace
+
+QZInt64 SocketOpen(SocketKind kind)
+{
+    if (!Gate(Op::Socket)) return 0;
+    bool stream = kind == SocketKind::Stream;
+    return ToNumber(socket(AF_INET, stream ? SOCK_STREAM : SOCK_DGRAM, stream ? IPPROTO_TCP : IPPROTO_UDP));
+}
+
+bool SocketClose(QZInt64 socket)
+{
+    if (closesocket(ToSocket(socket)) != 0) return false;
+    Notify(Event::HandleClose, socket);
+    return true;
+}
+
+bool SocketSetBlocking(QZInt64 socket, bool blocking)
+{
+    if (!Gate(Op::Socket)) return false;
+    u_long mode = blocking ? 0 : 1;
+    return ioctlsocket(ToSocket(socket), FIONBIO, &mode) == 0;
+}
+
+bool SocketSetSendTimeout(QZInt64 socket, QZUInt32 milliseconds)
+{
+    return SetTimeout(socket, SO_SNDTIMEO, milliseconds);
+}
+
+bool SocketSetReceiveTimeout(QZInt64 socket, QZUInt32 milliseconds)
+{
+    return SetTimeout(socket, SO_RCVTIMEO, milliseconds);
+}
+
+bool SocketConnect(QZInt64 socket, QZUInt32 address, QZUInt16 port)
+{
+    if (!Gate(Op::Socket)) return false;
+    sockaddr_in name = NameOf(address, port);
+    return connect(ToSocket(socket), reinterpret_cast<sockaddr*>(&name), sizeof(name)) == 0;
+}
+
+bool SocketBind(QZInt64 socket, QZUInt16 port)
+{
+    if (!Gate(Op::Socket)) return false;
+    sockaddr_in name = NameOf(htonl(INADDR_ANY), port);
+    return bind(ToSocket(socket), reinterpret_cast<sockaddr*>(&name), sizeof(name)) == 0;
+}
+
+bool SocketListen(QZInt64 socket, int backlog)
+{
+    if (!Gate(Op::Socket)) return false;
+    return listen(ToSocket(socket), backlog) == 0;
+}
+
+QZInt64 SocketAccept(QZInt64 socket, QZUInt32* address, QZUInt16* port)
+{
+    if (!Gate(Op::Socket)) return 0;
+    sockaddr_in name = {};
+    int size = sizeof(name);
+    QZInt64 result = ToNumber(accept(ToSocket(socket), reinterpret_cast<sockaddr*>(&name), &size));
+    if (result == 0) return 0;
+    *address = name.sin_addr.s_addr;
+    *port = name.sin_port;
+    return result;
+}
+
+QZInt64 SocketSend(QZInt64 socket, const void* buffer, QZInt64 size)
+{
+    if (!Gate(Op::SocketSend, &size)) return -1;
+    if (!SizeFits(size)) return -1;
+    return send(ToSocket(socket), static_cast<const char*>(buffer), Limited(size), 0);
+}
+
+QZInt64 SocketReceive(QZInt64 socket, void* buffer, QZInt64 size)
+{
+    if (!Gate(Op::SocketReceive, &size)) return -1;
+    if (!SizeFits(size)) return -1;
+    return recv(ToSocket(socket), static_cast<char*>(buffer), Limited(size), 0);
+}
+
+bool SocketLocalName(QZInt64 socket, QZUInt32* address, QZUInt16* port)
+{
+    sockaddr_in name = {};
+    int size = sizeof(name);
+    if (getsockname(ToSocket(socket), reinterpret_cast<sockaddr*>(&name), &size) != 0) return false;
+    *address = name.sin_addr.s_addr;
+    *port = ntohs(name.sin_port);
+    return true;
+}
+
+}  // namespace os
