@@ -248,8 +248,9 @@ void SleepSocketWait(QZInt64 socket, int seconds, int microseconds);
 // ---- Sockets
 
 /// IPv4 sockets. Their failures have one set of numbers on both platforms, that of Windows (10054 for a
-/// connection that was reset), which is what LastError then answers; a number given by a test's gate counts as
-/// one of these. Addresses are in network order as they lie in memory. The handle is the system's own, never 0.
+/// connection that was reset), which is what LastError then answers; a number given by a test's gate counts
+/// as one of these. Addresses are in network order as they lie in memory. The handle is the system's own,
+/// never 0.
 
 enum class SocketKind
 {
