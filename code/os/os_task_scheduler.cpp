@@ -5,6 +5,7 @@
 #include "fw/fw_report.h"
 #include "fw/fw_time.h"
 #include "fw/fw_trace.h"
+#include "os/os_system.h"
 #include "os/os_task.h"
 #include "os/os_thread.h"
 
@@ -21,6 +22,7 @@ namespace
 using Status = QZTaskSchedulerStatus;
 
 constexpr int kResetRounds = 3000;
+constexpr QZInt64 kLastSteps = 1000;
 }  // namespace
 
 QZTaskScheduler::QZTaskScheduler() : QZTaskScheduler(nullptr) {}
@@ -142,8 +144,13 @@ void QZTaskScheduler::Reset()
         for (int round = 0; round < kResetRounds && m_status.load() != Status::TaskSchedulerDispose; ++round)
             QZThread::Sleep(1);
     }
-    // The handle is kept as it is, and a thread that has ended is ended once more.
-    if (m_thread != 0) QZThread::Terminate(m_thread);
+    // The handle is kept as it is, and a thread that has ended is ended once more. One that is on its last
+    // steps gets the time for them: killed in there it could leave a lock behind.
+    if (m_thread != 0)
+    {
+        if (m_status.load() & Status::TaskSchedulerDispose) os::ThreadWait(m_thread, kLastSteps);
+        QZThread::Terminate(m_thread);
+    }
     QZCriticalGuard guard(m_lock);
     m_status.store(Status::TaskSchedulerWaiting);
     // Tasks that have run stay done: marking them again is for a running scheduler only, which this one no
