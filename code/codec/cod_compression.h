@@ -24,7 +24,7 @@ class QZ_API QZCompression
 {
 public:
     QZCompression();
-    ~QZCompression();
+    ~QZCompression();  // NOLINT(performance-trivially-destructible): hosts link to it
 
     /// Splits a buffer into planes: plane j has every planes-th byte, beginning with byte j.
     /// @return the new length, 8 * planes + length + 8

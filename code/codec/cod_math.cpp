@@ -21,7 +21,7 @@ struct Tables
     {
         for (int i = 0; i < Steps; ++i)
         {
-            const double angle = i * 3.14159265358979323846 / (Steps / 2);
+            const double angle = i * 3.14159265358979323846 / (static_cast<double>(Steps) / 2);
             sine[i] = static_cast<float>(std::sin(angle));
             cosine[i] = static_cast<float>(std::cos(angle));
         }

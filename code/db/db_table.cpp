@@ -150,7 +150,7 @@ QZObjectCollection* QZDbTable::GetDataTables(QZChannel* channel)
         if (!IsDatatable(channel, record)) return;
         std::unique_ptr<QZDbTable> table(new QZDbTable(channel, record));
         tables->Push(table.get());
-        table.release();
+        static_cast<void>(table.release());
     });
     return tables.release();
 }
@@ -163,7 +163,7 @@ QZStringCollection* QZDbTable::NamesIn(QZChannel* channel, QZInt64 list)
         std::unique_ptr<QZString> name(new QZString());
         QZSNode::GetName(channel, record, name.get());
         names->Push(name.get());
-        name.release();
+        static_cast<void>(name.release());
     });
     return names.release();
 }
@@ -218,7 +218,7 @@ QZStringCollection* QZDbTable::GetFieldsName()
     {
         std::unique_ptr<QZString> name(m_parts->names.GetString(field));
         fields->Push(name.get());
-        name.release();
+        static_cast<void>(name.release());
     }
     return fields.release();
 }

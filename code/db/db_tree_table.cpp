@@ -144,7 +144,7 @@ QZObjectCollection* QZTable::TablesOf(QZChannel* channel, QZInt64 list)
     {
         std::unique_ptr<QZTable> table(new QZTable(channel, record));
         tables->Push(table.get());
-        table.release();
+        static_cast<void>(table.release());
         record = QZNode::GetNext(channel, record);
     }
     return tables.release();

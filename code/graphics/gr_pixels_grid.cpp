@@ -72,7 +72,7 @@ QZRectangles::QZRectangles(int x, int y, int columns, int rows, int cell)
             auto rectangle =
                 std::make_unique<QZRectangle>(Place(x, column, cell), Place(y, row, cell), cell, cell);
             m_cells->byKey.Add(key.Text(), rectangle.get());
-            rectangle.release();
+            static_cast<void>(rectangle.release());
         }
     }
 }
