@@ -8,21 +8,6 @@
 
 const QZInt64 QZObjectCache::Type;
 
-namespace
-{
-class SectionGuard
-{
-public:
-    explicit SectionGuard(QZCriticalSection* section) : m_section(section) { m_section->Lock(); }
-    ~SectionGuard() { m_section->Unlock(); }
-    SectionGuard(const SectionGuard&) = delete;
-    SectionGuard& operator=(const SectionGuard&) = delete;
-
-private:
-    QZCriticalSection* m_section;
-};
-}  // namespace
-
 QZObjectCache::QZObjectCache(QZInt64 createdLimit, QZInt64 idleLimit)
     : m_idle(new QZContainer()),
       m_section(new QZCriticalSection()),
@@ -43,7 +28,7 @@ void QZObjectCache::DeleteObject(QZObject* object) { delete object; }
 
 QZInt64 QZObjectCache::GetMemorySize()
 {
-    SectionGuard guard(m_section);
+    QZCriticalGuard guard(m_section);
     QZInt64 sum = 8;
     for (QZObject* object = m_idle->GetFirst(); object; object = object->LinkNext())
         sum += object->GetMemorySize();
@@ -80,7 +65,7 @@ QZObject* QZObjectCache::Out()
     for (;;)
     {
         {
-            SectionGuard guard(m_section);
+            QZCriticalGuard guard(m_section);
             if (!IsExhausted()) return Renew();
         }
         const QZInt64 timeout = m_timeout.load(std::memory_order_relaxed);
@@ -112,7 +97,7 @@ void QZObjectCache::In(QZObject** object)
     }
     bool discard = false;
     {
-        SectionGuard guard(m_section);
+        QZCriticalGuard guard(m_section);
         if (m_idleLimit >= 0 && m_idle->Count() >= m_idleLimit)
             discard = true;
         else
@@ -127,7 +112,7 @@ void QZObjectCache::In(QZObject** object)
 
 void QZObjectCache::Collect(QZBool partial)
 {
-    SectionGuard guard(m_section);
+    QZCriticalGuard guard(m_section);
     QZInt64 idle = m_idle->Count();
     QZInt64 remaining = partial ? m_lowMark : idle;
     if (partial)
