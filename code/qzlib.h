@@ -73,6 +73,7 @@
 #include "db/db_tree_table.h"
 
 #include "graphics/gr_geometry.h"
+#include "graphics/gr_lattice.h"
 #include "graphics/gr_pixels.h"
 #include "graphics/gr_pixels_grid.h"
 

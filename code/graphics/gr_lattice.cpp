@@ -1,0 +1,197 @@
+#include "graphics/gr_lattice.h"
+
+#include <algorithm>
+
+#include "fw/fw_data.h"
+#include "fw/fw_library.h"
+#include "fw/fw_trace.h"
+#include "graphics/gr_lattice_table.h"
+#include "os/os_file.h"
+#include "os/os_thread.h"
+
+const QZInt64 QZLattice::Type;
+const QZInt64 QZLattice::GlyphSize;
+
+namespace
+{
+const QZWChar* const kClass = QZ_W("QZLattice");
+
+unsigned char* g_table = nullptr;
+const QZWChar* g_path = nullptr;
+bool g_initialised = false;
+QZCriticalSection* g_section = nullptr;
+
+/// An open file, closed with the scope.
+class OpenFile
+{
+public:
+    explicit OpenFile(unsigned int options) : m_file(QZFile::Open(g_path, options)) {}
+    ~OpenFile() { QZFile::Close(&m_file); }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    QZFile* operator->() const { return m_file; }
+
+private:
+    QZFile* m_file;
+};
+
+class SectionLock
+{
+public:
+    SectionLock() { g_section->Lock(); }
+    ~SectionLock() { g_section->Unlock(); }
+    SectionLock(const SectionLock&) = delete;
+    SectionLock& operator=(const SectionLock&) = delete;
+};
+
+void WriteTable()
+{
+    OpenFile file(QZFileOptions::ShareReadWrite);
+    file->Write(0, g_table, lattice::kTableSize);
+}
+
+void LoadTable(const QZWChar* path)
+{
+    g_path = path;
+    QZMemClean(g_table, lattice::kTableSize);
+    if (path && QZFile::Exists(path))
+    {
+        // Read only, so that a host may install its font where it cannot write. A short file fills what it
+        // has.
+        OpenFile file(QZFileOptions::Read | QZFileOptions::ShareRead);
+        file->Read(0, g_table, lattice::kTableSize);
+        return;
+    }
+    if (path) QZFile::Create(path);
+    lattice::PackBuiltIn(g_table);
+    if (path) WriteTable();
+}
+
+void EnsureInitialised()
+{
+    if (!g_initialised) QZLatticeInit(nullptr);
+}
+
+unsigned char* SlotOf(unsigned short code) { return g_table + code * lattice::kSlotSize; }
+
+bool IsEmpty(unsigned short code) { return SlotOf(code)[0] == 0 || SlotOf(code)[1] == 0; }
+}  // namespace
+
+void QZLatticeInit(const QZWChar* path)
+{
+    if (g_initialised && g_path != path) QZLatticeDispose();
+    if (g_initialised) return;
+    if (!g_table) g_table = static_cast<unsigned char*>(MemoryAllocateClean(lattice::kTableSize));
+    if (!g_table)
+        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
+                      kClass, QZ_W("Init"))
+            .Argument(QZ_W("wchar_t*"), path)
+            .Exception();
+    if (!g_section) g_section = new QZCriticalSection();
+    try
+    {
+        LoadTable(path);
+    }
+    catch (QZException* e)
+    {
+        QZTrace(e, kClass, QZ_W("Init")).Argument(QZ_W("wchar_t*"), path);
+        throw;
+    }
+    g_initialised = true;
+}
+
+void QZLatticeDispose()
+{
+    if (!g_initialised) return;
+    if (!MemoryFree(g_table)) QZLibAssert(0);
+    g_table = nullptr;
+    delete g_section;
+    g_section = nullptr;
+    g_initialised = false;
+}
+
+QZLattice::QZLattice(int x, int y, unsigned short code)
+    : m_location(std::make_shared<QZPoint>()), m_size(std::make_shared<QZSize>())
+{
+    Set(x, y, code);
+}
+
+QZInt64 QZLattice::GetType() { return 0x81FFFD0; }
+
+void QZLattice::Set(int x, int y, unsigned short code)
+{
+    EnsureInitialised();
+    if (code == 0 || IsEmpty(code)) code = lattice::kFallbackCode;
+    const unsigned char* slot = SlotOf(code);
+    m_location->Set(x, y);
+    m_size->Set(slot[0], slot[1]);
+    m_code = code;
+}
+
+const unsigned char* QZLattice::GetGlyph() const
+{
+    return g_table ? SlotOf(static_cast<unsigned short>(m_code)) + lattice::kDotsOffset : nullptr;
+}
+
+void QZLattice::Save(unsigned short code, QZData* glyph) { Save(code, glyph, 1); }
+
+void QZLattice::Save(unsigned short code, QZData* glyph, unsigned char sync)
+{
+    if (!glyph)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), kClass, QZ_W("Save"))
+            .Argument(QZ_W("unsigned short"), QZInt64{code})
+            .Exception();
+    EnsureInitialised();
+    // The sides are cut in the caller's object too; the dots keep their places, so a glyph that was cut
+    // leans.
+    auto* bytes = static_cast<unsigned char*>(glyph->GetPointer());
+    for (QZInt64 side = 0; side < std::min<QZInt64>(glyph->GetSize(), lattice::kDotsOffset); ++side)
+        bytes[side] = std::min<unsigned char>(bytes[side], lattice::kSideLimit);
+    lattice::Pack(SlotOf(code), bytes, glyph->GetSize());
+    if (sync) Sync();
+}
+
+QZData* QZLattice::Load(unsigned short code)
+{
+    EnsureInitialised();
+    QZData* glyph = new QZData(GlyphSize);
+    lattice::Unpack(static_cast<unsigned char*>(glyph->GetPointer()), SlotOf(code));
+    return glyph;
+}
+
+QZInt64 QZLattice::Load(unsigned char* buffer, unsigned short code)
+{
+    if (!buffer) return GlyphSize;
+    EnsureInitialised();
+    lattice::Unpack(buffer, SlotOf(code));
+    return GlyphSize;
+}
+
+void QZLattice::Recycle(QZData** data)
+{
+    if (!*data)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    delete *data;
+    *data = nullptr;
+}
+
+void QZLattice::Sync()
+{
+    EnsureInitialised();
+    if (!g_path) return;
+    try
+    {
+        SectionLock lock;
+        if (!QZFile::Exists(g_path)) QZFile::Create(g_path);
+        WriteTable();
+    }
+    catch (QZException* e)
+    {
+        QZTrace(e, kClass, QZ_W("Sync"));
+        throw;
+    }
+}
