@@ -9,6 +9,7 @@
 /// travel as 64-bit integers; 0 is no handle, and a stale handle fails instead of touching anything.
 
 #include <atomic>
+#include <cstddef>
 
 #include "fw/fw_types.h"
 
@@ -39,6 +40,7 @@ enum class Op
     LineRead,       ///< may come back short
     LineWrite,      ///< may come back short
     System,         ///< host, process and system figures
+    Port,           ///< making a completion port, associating, posting
 };
 
 /// What a test may be told of, where the effect itself cannot be seen.
@@ -273,9 +275,9 @@ bool SocketSetBlocking(QZInt64 socket, bool blocking);
 bool SocketSetSendTimeout(QZInt64 socket, QZUInt32 milliseconds);
 bool SocketSetReceiveTimeout(QZInt64 socket, QZUInt32 milliseconds);
 bool SocketConnect(QZInt64 socket, QZUInt32 address, QZUInt16 port);
-/// Binds to any address of this host; port 0 lets the system choose. A port that a connection of an earlier
-/// listener still lingers on can be bound.
-bool SocketBind(QZInt64 socket, QZUInt16 port);
+/// Binds to an address of this host, 0 for any; port 0 lets the system choose. A port that a connection of an
+/// earlier listener still lingers on can be bound.
+bool SocketBind(QZInt64 socket, QZUInt16 port, QZUInt32 address = 0);
 bool SocketListen(QZInt64 socket, int backlog);
 /// The next connection, which blocks or not like the socket that listens; 0 on failure. *port is in network
 /// order as it lies in memory.
@@ -286,6 +288,61 @@ QZInt64 SocketSend(QZInt64 socket, const void* buffer, QZInt64 size);
 QZInt64 SocketReceive(QZInt64 socket, void* buffer, QZInt64 size);
 /// The socket's own address and port, the port as a number.
 bool SocketLocalName(QZInt64 socket, QZUInt32* address, QZUInt16* port);
+
+enum class SocketSide
+{
+    Send,  ///< the peer reads the end of the stream
+    Both,  ///< and what waits on the socket ends too
+};
+
+/// Ends traffic on a connection; the handle stays.
+bool SocketShutdown(QZInt64 socket, SocketSide side);
+
+/// Has the system test silent connections, those that a listener accepts among them: after `time` ms of
+/// silence, then every `interval` ms. Linux counts in whole seconds, at least 1.
+bool SocketKeepAlive(QZInt64 socket, QZUInt32 time, QZUInt32 interval);
+
+// ---- Completion port
+
+/// Receives that complete on whichever thread waits. Sockets are associated with a port under a key; on each
+/// at most one receive is outstanding; its completion reaches one waiter, with the bytes and the key. A peer
+/// that has ended its stream completes with 0 bytes, a connection that broke fails with its key.
+
+/// One receive: the buffer and what the platform keeps beside it. The layout is that of the Windows calls;
+/// Offset belongs to the owner. Zero it before the first use, then set Length and Buffer.
+struct PortBlock
+{
+    unsigned char System[32];
+    QZUInt32 Length;  ///< bytes that Buffer takes
+    void* Buffer;
+    QZUInt32 Received;  ///< the platform's note
+    QZUInt32 Offset;
+    QZUInt32 Flags;
+    unsigned char Data[131072];
+};
+
+static_assert(sizeof(PortBlock) == 131136 && offsetof(PortBlock, Data) == 60);
+
+struct PortCompletion
+{
+    QZInt64 Key;
+    QZUInt32 Bytes;
+};
+
+/// A new port, on Windows for that many threads that run at a time; 0 on failure.
+QZInt64 PortOpen(int concurrency);
+/// Ends every wait at once, and fails those to come. Sockets stay associated with nothing.
+bool PortClose(QZInt64 port);
+/// Once in the life of a socket.
+bool PortAssociate(QZInt64 port, QZInt64 socket, QZInt64 key);
+/// Starts a receive on an associated socket. The block stays the platform's until the completion came, or
+/// until the socket is closed: then no completion of it is to be counted on.
+bool PortReceive(QZInt64 socket, PortBlock* block);
+/// The next completion. False with *completion as it was on time-out and for a closed port; false with Key
+/// and 0 Bytes for a receive that failed.
+bool PortWait(QZInt64 port, QZUInt32 milliseconds, PortCompletion* completion);
+/// Wakes one waiter with key 0 and 0 bytes.
+bool PortPost(QZInt64 port);
 
 // ---- Files
 

@@ -21,6 +21,10 @@ std::u16string ToText(std::string_view bytes);
 /// The number by which a socket failure is reported, for one of errno.
 QZUInt32 SocketNumberOf(int native);
 
+/// Takes a descriptor that is about to be closed from its completion port: a waiter that has been told of it
+/// no longer reads from it.
+void PortDetach(int descriptor);
+
 /// Keeps ThreadTerminate from ending the calling thread while it holds something that other threads need, the
 /// heap's lock for one. Nests; the thread ends when the outermost hold goes.
 class TerminationHold

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -151,6 +152,7 @@ bool SocketClose(QZInt64 socket)
     if (getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) != 0) return Failed();
     // Closing alone would leave a waiting accept where it is.
     if (listens != 0) shutdown(descriptor, SHUT_RDWR);
+    PortDetach(descriptor);
     Notify(Event::HandleClose, socket);
     return Succeeded(close(descriptor));
 }
@@ -185,7 +187,7 @@ bool SocketConnect(QZInt64 socket, QZUInt32 address, QZUInt16 port)
     return Failed();
 }
 
-bool SocketBind(QZInt64 socket, QZUInt16 port)
+bool SocketBind(QZInt64 socket, QZUInt16 port, QZUInt32 address)
 {
     if (!Gate(Op::Socket)) return false;
     int descriptor = DescriptorOf(socket);
@@ -197,7 +199,7 @@ bool SocketBind(QZInt64 socket, QZUInt16 port)
         int on = 1;
         setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
     }
-    sockaddr_in name = NameOf(htonl(INADDR_ANY), port);
+    sockaddr_in name = NameOf(address, port);
     return Succeeded(bind(descriptor, reinterpret_cast<sockaddr*>(&name), sizeof(name)));
 }
 
@@ -259,6 +261,23 @@ bool SocketLocalName(QZInt64 socket, QZUInt32* address, QZUInt16* port)
     *address = name.sin_addr.s_addr;
     *port = ntohs(name.sin_port);
     return true;
+}
+
+bool SocketShutdown(QZInt64 socket, SocketSide side)
+{
+    return Succeeded(shutdown(DescriptorOf(socket), side == SocketSide::Send ? SHUT_WR : SHUT_RDWR));
+}
+
+bool SocketKeepAlive(QZInt64 socket, QZUInt32 time, QZUInt32 interval)
+{
+    if (!Gate(Op::Socket)) return false;
+    int descriptor = DescriptorOf(socket);
+    int on = 1;
+    int idle = static_cast<int>(std::max<QZUInt32>((time + 999) / 1000, 1));
+    int between = static_cast<int>(std::max<QZUInt32>((interval + 999) / 1000, 1));
+    return Succeeded(setsockopt(descriptor, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof(on))) &&
+           Succeeded(setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPIDLE, &idle, sizeof(idle))) &&
+           Succeeded(setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, &between, sizeof(between)));
 }
 
 }  // namespace os

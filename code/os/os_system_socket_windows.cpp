@@ -1,5 +1,6 @@
 #include <winsock2.h>
 
+#include <mstcpip.h>
 #include <windows.h>
 
 #include <algorithm>
@@ -82,10 +83,10 @@ bool SocketConnect(QZInt64 socket, QZUInt32 address, QZUInt16 port)
     return connect(ToSocket(socket), reinterpret_cast<sockaddr*>(&name), sizeof(name)) == 0;
 }
 
-bool SocketBind(QZInt64 socket, QZUInt16 port)
+bool SocketBind(QZInt64 socket, QZUInt16 port, QZUInt32 address)
 {
     if (!Gate(Op::Socket)) return false;
-    sockaddr_in name = NameOf(htonl(INADDR_ANY), port);
+    sockaddr_in name = NameOf(address, port);
     return bind(ToSocket(socket), reinterpret_cast<sockaddr*>(&name), sizeof(name)) == 0;
 }
 
@@ -129,6 +130,20 @@ bool SocketLocalName(QZInt64 socket, QZUInt32* address, QZUInt16* port)
     *address = name.sin_addr.s_addr;
     *port = ntohs(name.sin_port);
     return true;
+}
+
+bool SocketShutdown(QZInt64 socket, SocketSide side)
+{
+    return shutdown(ToSocket(socket), side == SocketSide::Send ? SD_SEND : SD_BOTH) == 0;
+}
+
+bool SocketKeepAlive(QZInt64 socket, QZUInt32 time, QZUInt32 interval)
+{
+    if (!Gate(Op::Socket)) return false;
+    tcp_keepalive values = {1, time, interval};
+    DWORD answered = 0;
+    return WSAIoctl(ToSocket(socket), SIO_KEEPALIVE_VALS, &values, sizeof(values), nullptr, 0, &answered,
+                    nullptr, nullptr) == 0;
 }
 
 }  // namespace os
