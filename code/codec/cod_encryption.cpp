@@ -8,15 +8,19 @@ namespace
 
 constexpr int MapSize = 256;
 
+/// Puts that many bytes from the front behind all the others.
+void RotateLeft(QZByte* map, int places)
+{
+    QZByte front[MapSize];
+    QZMemCopy(front, map, places);
+    QZMemMove(map, map + places, MapSize - places);
+    QZMemCopy(map + MapSize - places, front, places);
+}
+
 /// One mixing of the map, from 1 to 255 insertions of the last byte further in front.
 void Shuffle(QZByte* map, int parameter)
 {
-    if (parameter % 2 != 0)
-    {
-        const QZByte first = map[0];
-        QZMemMove(map, map + 1, MapSize - 1);
-        map[MapSize - 1] = first;
-    }
+    if (parameter % 2 != 0) RotateLeft(map, parameter);
     const float step = static_cast<float>(MapSize - parameter) / static_cast<float>(parameter);
     for (int j = parameter; j >= 1; --j)
     {

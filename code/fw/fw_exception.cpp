@@ -1,8 +1,11 @@
 #include "fw/fw_exception.h"
 
+#include <algorithm>
 #include <initializer_list>
 
+#include "fw/fw_bytes.h"
 #include "fw/fw_environment.h"
+#include "fw/fw_hex_text.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
@@ -208,12 +211,13 @@ void QZException::ArgumentTraceAppend(const void* bytes, QZInt64 size)
     }
     ArgumentSeparator();
     m_argumentTrace->Append(QZ_W("<HEX>"));
-    constexpr QZWChar kDigits[] = QZ_W("0123456789ABCDEF");
-    const unsigned char* p = static_cast<const unsigned char*>(bytes);
-    for (QZInt64 i = 0; i < size; ++i)
+    // Piece by piece on the stack: a failure is told without asking for memory for its digits.
+    constexpr QZInt64 kPiece = 128;
+    QZWChar digits[2 * kPiece + 1];
+    for (QZInt64 i = 0; i < size; i += kPiece)
     {
-        const QZWChar pair[3] = {kDigits[p[i] >> 4], kDigits[p[i] & 15], 0};
-        m_argumentTrace->Append(pair);
+        digits[hex::Write(digits, QZAt(bytes, i), std::min(size - i, kPiece), {})] = 0;
+        m_argumentTrace->Append(digits);
     }
 }
 

@@ -132,12 +132,12 @@ struct QZPackage::Elements
         for (QZInt64 i = 0; i < count; ++i) block::Free(ToBlock(blocks.GetElement(i)));
     }
 
-    void MakeRoom(QZInt64 n, const QZWChar* className)
+    void MakeRoom(QZInt64 n, const QZWChar* className, const QZWChar* type)
     {
         if (n < 1)
             throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), className,
                           className)
-                .Argument(QZ_W("QZInt64"), n)
+                .Argument(type, n)
                 .Exception();
         capacityHint = n;
         for (QZCollection* collection : {&blocks, static_cast<QZCollection*>(&ids), &types})
@@ -352,7 +352,7 @@ using Wire32 = WireFormat<QZUInt32>;
 
 QZPackage::QZPackage() : m_elements(std::make_shared<QZPackage::Elements>()) {}
 
-QZPackage::QZPackage(QZInt64 n) : QZPackage() { m_elements->MakeRoom(n, Wire64::kClass); }
+QZPackage::QZPackage(QZInt64 n) : QZPackage() { m_elements->MakeRoom(n, Wire64::kClass, QZ_W("QZInt64")); }
 
 QZPackage::QZPackage(QZData* data) : QZPackage() { m_elements->Read<Wire64>(data); }
 
@@ -394,7 +394,7 @@ void QZPackage::Recycle(QZData** data) { GiveBack(data); }
 
 QZPackage32::QZPackage32() : m_elements(std::make_shared<QZPackage::Elements>()) {}
 
-QZPackage32::QZPackage32(int n) : QZPackage32() { m_elements->MakeRoom(n, Wire32::kClass); }
+QZPackage32::QZPackage32(int n) : QZPackage32() { m_elements->MakeRoom(n, Wire32::kClass, QZ_W("QZInt32")); }
 
 QZPackage32::QZPackage32(QZData* data) : QZPackage32() { m_elements->Read<Wire32>(data); }
 

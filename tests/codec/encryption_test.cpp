@@ -36,7 +36,7 @@ Map Reference(const std::string& key)
     {
         for (int p = static_cast<unsigned char>(c); p >= 1; --p)
         {
-            if (p % 2 == 1) std::rotate(list.begin(), list.begin() + 1, list.end());
+            if (p % 2 == 1) std::rotate(list.begin(), list.begin() + p, list.end());
             const float s = static_cast<float>(256 - p) / static_cast<float>(p);
             for (int j = p; j >= 1; --j)
             {
@@ -74,6 +74,26 @@ TEST(Encryption, KeyTwoInsertsAt254And127AndThenRotates)
     expected[254] = 255;
     expected[255] = 0;
     EXPECT_EQ(EncryptionMap("\x02"), expected);
+}
+
+TEST(Encryption, KeyThreeRotatesByThreePlaces)
+{
+    // Three places on, 3 to 255 and 0, 1, 2; then 2 goes to place 253, 1 to place 168 and 0 to place 84.
+    std::vector<int> list;
+    for (int i = 3; i < 256; ++i) list.push_back(i);
+    list.insert(list.begin() + 168, 1);
+    list.insert(list.begin() + 84, 0);
+    list.push_back(2);
+    ASSERT_EQ(list.size(), 256u);
+    // Parameter 2 puts the last one before the one in front of it and that one at place 127; parameter 1
+    // rotates by one.
+    const int beforeLast = list[254];
+    list.erase(list.begin() + 254);
+    list.insert(list.begin() + 127, beforeLast);
+    list.push_back(list.front());
+    list.erase(list.begin());
+    const Map map = EncryptionMap("\x03");
+    for (std::size_t i = 0; i < 256; ++i) EXPECT_EQ(map[i], list[i]) << i;
 }
 
 TEST(Encryption, EveryKeyByteGivesThePermutationOfTheRule)

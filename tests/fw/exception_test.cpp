@@ -259,6 +259,20 @@ TEST(Exception, ArgumentValuesOfEveryKind)
                    "K::F(narrow, wide, object, object, 1234567890123, -7, 0.25, <HEX>0ABC)");
 }
 
+TEST(Exception, BytesOfAnyLengthAreShownWhole)
+{
+    const std::string bytes(1000, '\xA5');
+    for (const QZInt64 size : {0, 1, 127, 128, 129, 256, 1000, -1})
+    {
+        Held e(F::CreateException());
+        e->StackTraceBegin(QZ_W("K"), QZ_W("F"));
+        e->ArgumentTraceAppend(bytes.data(), size);
+        std::string digits;
+        for (QZInt64 i = 0; i < size; ++i) digits += "A5";
+        EXPECT_QZ_TEXT(e->GetArgumentTrace(), "K::F(<HEX>" + digits + ")");
+    }
+}
+
 TEST(Exception, NullTextsAreShownWithASeparatorAndNullBytesWithout)
 {
     Held e(F::CreateException());

@@ -123,6 +123,13 @@ TYPED_TEST(PackageOf, RoomIsAskedForInAdvance)
     EXPECT_EQ(package.Count(), 5);
 }
 
+TEST(Package, TheTraceNamesTheWidthOfTheNumber)
+{
+    EXPECT_EQ(QZ_TEST_CATCH(QZPackage(0)).stackTrace, "QZPackage::QZPackage(QZInt64)");
+    EXPECT_EQ(QZ_TEST_CATCH(QZPackage32(-4)).stackTrace, "QZPackage32::QZPackage32(QZInt32)");
+    EXPECT_EQ(QZ_TEST_CATCH(QZPackage32(-4)).argumentTrace, "QZPackage32::QZPackage32(-4)");
+}
+
 TYPED_TEST(PackageOf, ThereAndBack)
 {
     TypeParam package;

@@ -155,36 +155,55 @@ TEST(DateTime, EveryDayOfManyYearsComesBack)
     EXPECT_EQ(day, 3300 * 365 + 825 - 33 + 8);
 }
 
+/// Whether a moment reads as the date.
+bool ReadsAs(QZInt64 timestamp, QZInt64 year, QZInt64 month, QZInt64 day)
+{
+    return QZDateTime::GetYear(timestamp) == year && QZDateTime::GetMonth(timestamp) == month &&
+           QZDateTime::GetDay(timestamp) == day;
+}
+
 TEST(DateTime, EveryDayOfTheYearsBeforeTheFirstReadsByTheNegativeFormulas)
 {
-    // Counting back from year 1, a time inside a day and not at its start. The last day before year 0 still
-    // reads as year 0, a day before its first.
+    // Counting back from year 1, at the start of each day and inside of it. The last day before year 0 still
+    // reads as year 0, a day before its first, and the start of a negative year as the year before it.
     static const int kLengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     QZInt64 day = 0;
-    for (int year = 0; year >= -1200; --year)
+    for (int year = 0; year >= -3000; --year)
     {
         const bool leap = year % 400 == 0 || (year % 4 == 0 && year % 100 != 0);
+        ASSERT_EQ(QZDate::IsLeapYear(year), leap);
         for (int month = 12; month >= 1; --month)
         {
             for (int d = kLengths[month - 1] + (leap && month == 2 ? 1 : 0); d >= 1; --d)
             {
                 --day;
-                const QZInt64 timestamp = day * kDay + 1;
-                if (year == -1 && month == 12 && d == 31)
-                {
-                    ASSERT_EQ(QZDateTime::GetYear(timestamp), 0);
-                    ASSERT_EQ(QZDateTime::GetMonth(timestamp), 1);
-                    ASSERT_EQ(QZDateTime::GetDay(timestamp), 0);
-                    continue;
-                }
-                const bool same = QZDateTime::GetYear(timestamp) == year &&
-                                  QZDateTime::GetMonth(timestamp) == month &&
-                                  QZDateTime::GetDay(timestamp) == d;
-                ASSERT_TRUE(same) << year << "-" << month << "-" << d << " read as "
-                                  << QZDateTime::GetYear(timestamp) << "-" << QZDateTime::GetMonth(timestamp)
-                                  << "-" << QZDateTime::GetDay(timestamp);
-                ASSERT_EQ(QZDate::DateToMilliseconds(year, month, d), year == 0 ? 0 : day * kDay);
+                const QZInt64 timestamp = day * kDay;
+                const bool start = year < 0 && month == 1 && d == 1 ? ReadsAs(timestamp, year - 1, 12, 32)
+                                                                    : ReadsAs(timestamp, year, month, d);
+                const bool inside = year == -1 && month == 12 && d == 31
+                                        ? ReadsAs(timestamp + 1, 0, 1, 0)
+                                        : ReadsAs(timestamp + 1, year, month, d);
+                ASSERT_TRUE(start && inside)
+                    << year << "-" << month << "-" << d << " read as " << QZDateTime::GetYear(timestamp)
+                    << "-" << QZDateTime::GetMonth(timestamp) << "-" << QZDateTime::GetDay(timestamp);
+                ASSERT_EQ(QZDate::DateToMilliseconds(year, month, d), year == 0 ? 0 : timestamp);
             }
+        }
+        ASSERT_EQ(QZDate::YearToDay(year), -day);
+    }
+}
+
+TEST(DateTime, StepsFromTheFirstOfAMonthReachTheNextFirst)
+{
+    for (int year = 1; year <= 3000; ++year)
+    {
+        for (int month = 1; month <= 12; ++month)
+        {
+            const QZInt64 first = QZDate::DateToMilliseconds(year, month, 1);
+            const QZInt64 next = month < 12 ? QZDate::DateToMilliseconds(year, month + 1, 1)
+                                            : QZDate::DateToMilliseconds(year + 1, 1, 1);
+            ASSERT_EQ(QZDateTime::AddMonths(first, 1), next) << year << "-" << month;
+            ASSERT_EQ(QZDateTime::AddMonths(next, -1), first) << year << "-" << month;
         }
     }
 }
