@@ -55,6 +55,7 @@
 #include "os/os_thread_pool.h"
 
 #include "net/net_json.h"
+#include "net/net_json_cache.h"
 #include "net/net_url.h"
 
 #include "codec/cod_base64.h"

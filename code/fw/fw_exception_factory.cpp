@@ -61,14 +61,6 @@ E* WithText(E* exception, QZString* message, QZInt64 code, QZInt64 lastError)
 
 constexpr const QZWChar* kNoText = nullptr;
 
-/// The seven caches end in the order in which they were made.
-void EndCache(QZObjectCache** cache)
-{
-    (*cache)->Collect(0);
-    delete *cache;
-    *cache = nullptr;
-}
-
 template <typename E>
 void RecycleAs(E** exception)
 {
@@ -307,7 +299,7 @@ void QZExceptionFactoryEnd()
     for (QZObjectCache** cache : {&F::m_exceptionCache, &F::m_ioExceptionCache, &F::m_taskExceptionCache,
                                   &F::m_databaseExceptionCache, &F::m_socketExceptionCache,
                                   &F::m_httpExceptionCache, &F::m_jsonExceptionCache})
-        EndCache(cache);
+        QZEndCache(cache);
     delete F::m_types;
     delete F::m_functions;
     F::m_types = nullptr;

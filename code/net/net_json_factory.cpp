@@ -3,11 +3,11 @@
 
 #include "fw/fw_library.h"
 #include "fw/fw_number_text.h"
-#include "fw/fw_object_cache.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
 #include "fw/fw_trace.h"
+#include "net/net_json_cache.h"
 #include "net/net_json_internal.h"
 #include "os/os_thread.h"
 
@@ -22,32 +22,6 @@ QZObjectCache* QZJsonFactory::m_collectionCache = nullptr;
 
 namespace
 {
-// The caches. Each derives from its value class for the sole purpose of reaching the protected NewObject and
-// DeleteObject; that part is a complete, idle value.
-#define QZLIB_JSON_CACHE(Cache, Class)                                                             \
-    class Cache : public QZObjectCache, private Class                                              \
-    {                                                                                              \
-    public:                                                                                        \
-        Cache(QZInt64 createdLimit, QZInt64 idleLimit) : QZObjectCache(createdLimit, idleLimit) {} \
-        ~Cache() override { QZObjectCache::Collect(0); }                                           \
-        QZInt64 GetType() override { return QZObjectCache::GetType(); }                            \
-        QZInt64 GetMemorySize() override { return QZObjectCache::GetMemorySize(); }                \
-                                                                                                   \
-    protected:                                                                                     \
-        QZObject* NewObject() override { return Class::NewObject(); }                              \
-        void DeleteObject(QZObject* object) override { Class::DeleteObject(object); }              \
-    }
-
-QZLIB_JSON_CACHE(QZJsonValueCache, QZJsonValue);
-QZLIB_JSON_CACHE(QZJsonDecimalCache, QZJsonDecimal);
-QZLIB_JSON_CACHE(QZJsonBoolCache, QZJsonBool);
-QZLIB_JSON_CACHE(QZJsonObjectCache, QZJsonObject);
-QZLIB_JSON_CACHE(QZJsonNullCache, QZJsonNull);
-QZLIB_JSON_CACHE(QZJsonStringCache, QZJsonString);
-QZLIB_JSON_CACHE(QZJsonValueCollectionCache, QZJsonValueCollection);
-
-#undef QZLIB_JSON_CACHE
-
 template <typename T>
 T* Take(QZObjectCache* cache)
 {
@@ -276,10 +250,7 @@ void QZJsonFactoryEnd()
     F::Collect(0);
     for (QZObjectCache** cache : {&F::m_valueCache, &F::m_decimalCache, &F::m_boolCache, &F::m_objectCache,
                                   &F::m_nullCache, &F::m_stringCache, &F::m_collectionCache})
-    {
-        delete *cache;
-        *cache = nullptr;
-    }
+        QZEndCache(cache);
     delete F::m_section;
     F::m_section = nullptr;
 }
