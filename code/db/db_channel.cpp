@@ -245,6 +245,21 @@ QZInt64 QZChannel::G_C(QZInt64 address, QZInt64 field, void* buffer)
     return IsFile() ? m_database->G_C(address, field, buffer) : 0;
 }
 
+QZInt64 QZChannel::ReadContent(QZInt64 address, QZInt64 field, void* buffer, QZInt64 room)
+{
+    if (!IsFile()) return G_C_L(address, field);
+    return m_database->ReadContent(address, field, buffer, room);
+}
+bool QZChannel::FieldSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* slots)
+{
+    return IsFile() && m_database->FieldSlots(ld, field, count, slots);
+}
+
+QZInt64 QZChannel::ReadSlot(QZInt64 slot, void* buffer, QZInt64 room)
+{
+    return IsFile() ? m_database->ReadSlot(slot, buffer, room) : 0;
+}
+
 QZInt64 QZChannel::G_C_L(QZInt64 address, QZInt64 field)
 {
     return IsFile() ? m_database->G_C_L(address, field) : Call(CommandContentLength, address, field);

@@ -80,6 +80,12 @@ public:
     QZInt64 P_C(QZInt64 address, QZInt64 field, const void* buffer, QZInt64 length);
     QZInt64 G_C(QZInt64 address, QZInt64 field, void* buffer);
     QZInt64 G_C_L(QZInt64 address, QZInt64 field);
+    /// G_C_L, and G_C as well when the content is no longer than `room`, in one step. Internal.
+    QZInt64 ReadContent(QZInt64 address, QZInt64 field, void* buffer, QZInt64 room);
+    /// Where the contents of `count` neighbouring fields of an LD begin, in one walk; false where each is to
+    /// be asked for by itself. ReadSlot is ReadContent for such a place. Internal.
+    bool FieldSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* slots);
+    QZInt64 ReadSlot(QZInt64 slot, void* buffer, QZInt64 room);
     QZInt64 E_C(QZInt64 address, QZInt64 field);
     QZInt64 ERASE(QZInt64 address, QZInt64 count);
     QZBool D_DATA(QZInt64 address, QZInt64 code);

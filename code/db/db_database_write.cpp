@@ -158,11 +158,12 @@ QZInt64 QZDatabase::PutContent(QZInt64 address, QZInt64 field, const void* buffe
 {
     DATA* data = m_objects->Data();
     QZInt64 answer = -1;
+    QZInt64 written = ~length;
     switch (m_objects->Repair()->TypeOf(This, address))
     {
         case QZDatabaseInfo::DATA_LD:
             if (field < 1 || m_objects->Read()->ReadLD(This, address, QZDatabaseInfo::LD_LDS) == 0) return 0;
-            answer = PutFieldContent(address, field, buffer, length);
+            answer = PutFieldContent(address, field, buffer, length, &written);
             break;
         case QZDatabaseInfo::DATA_PD:
             if (field == QZDatabaseInfo::PD_DATA) answer = data->PutTextPD(address, buffer, length);
@@ -178,25 +179,46 @@ QZInt64 QZDatabase::PutContent(QZInt64 address, QZInt64 field, const void* buffe
         return -1;
     }
     // The answer stays that of the pointer write; a length that did not arrive shows as last error.
-    if (G_C_L(address, field) != length) Record(QZDatabaseInfo::WRITE_FAILED);
+    if (written != length && G_C_L(address, field) != length) Record(QZDatabaseInfo::WRITE_FAILED);
     return answer;
 }
 
-/// Missing fields up to `field` are made first, empty ones. 0 when a write is refused.
-QZInt64 QZDatabase::PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffer, QZInt64 length)
+/// Missing fields up to `field` are made first, empty ones. 0 when a write is refused. *written is the length
+/// that the field then has, where it is known without looking for the field again.
+QZInt64 QZDatabase::PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffer, QZInt64 length,
+                                    QZInt64* written)
+{
+    const QZInt64 cd = FieldForWriting(m_objects->Read()->ReadLD(This, ld, QZDatabaseInfo::LD_LDS), field);
+    if (cd == 0) return 0;
+    const QZInt64 answer = m_objects->Data()->PutTextCD(cd, buffer, length);
+    if (answer != 1) return answer;
+    try
+    {
+        *written = m_objects->Chars()->Length(QZDbAt(cd, 3 * m_objects->Address()->Length() + 1));
+    }
+    catch (QZException* e)
+    {
+        // The caller looks again and records what it finds.
+        QZExceptionFactory::Recycle(&e);
+    }
+    return answer;
+}
+
+/// The CD of a field, made with those in front of it where there is none. 0 when that is refused.
+QZInt64 QZDatabase::FieldForWriting(QZInt64 fields, QZInt64 field)
 {
     READ* read = m_objects->Read();
-    DATA* data = m_objects->Data();
-    const QZInt64 fields = read->ReadLD(This, ld, QZDatabaseInfo::LD_LDS);
+    QZInt64 count = 0;
+    const QZInt64 there = read->NthOrCount(fields, field, &count);
+    if (there != 0) return read->ReadData(This, there, QZDatabaseInfo::DATA_THIS);
     const QZInt64 nothing = 0;
-    for (QZInt64 count = read->Count(fields); count < field;)
+    while (count < field)
     {
-        if (data->NewCD(fields, &nothing, 0) < 0) return 0;
+        if (m_objects->Data()->NewCD(fields, &nothing, 0) < 0) return 0;
         // A field whose writing was cut short by the protection is not in the list.
         count = m_objects->Console()->GetWriteProtect() == 0 ? count + 1 : read->Count(fields);
     }
-    const QZInt64 cd = read->Nth(fields, field, QZDatabaseInfo::DATA_THIS);
-    return cd == 0 ? 0 : data->PutTextCD(cd, buffer, length);
+    return read->Nth(fields, field, QZDatabaseInfo::DATA_THIS);
 }
 
 /// The slot of a content. 0 for a field that an LD does not have; -1, recorded as BAD_STRUCT, for a selector
@@ -234,14 +256,17 @@ QZInt64 QZDatabase::G_C(QZInt64 address, QZInt64 field, void* buffer)
     return answer;
 }
 
-QZInt64 QZDatabase::G_C_L(QZInt64 address, QZInt64 field)
+QZInt64 QZDatabase::G_C_L(QZInt64 address, QZInt64 field) { return ReadContent(address, field, nullptr, -1); }
+
+QZInt64 QZDatabase::ReadContent(QZInt64 address, QZInt64 field, void* buffer, QZInt64 room)
 {
     Enter();
     QZInt64 answer = -1;
+    QZInt64 slot = 0;
     try
     {
-        answer = ContentSlot(address, field);
-        if (answer > 0) answer = m_objects->Chars()->Length(answer);
+        slot = ContentSlot(address, field);
+        answer = slot > 0 ? m_objects->Chars()->Length(slot) : slot;
     }
     catch (QZException* e)
     {
@@ -249,6 +274,52 @@ QZInt64 QZDatabase::G_C_L(QZInt64 address, QZInt64 field)
         Record(QZDatabaseInfo::ERROR_ABORT);
         answer = -1;
     }
+    if (slot > 0 && answer >= 0 && answer <= room) m_objects->Chars()->Read(slot, buffer);
+    Leave();
+    return answer;
+}
+
+bool QZDatabase::FieldSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* slots)
+{
+    Enter();
+    const bool found = FindSlots(ld, field, count, slots);
+    Leave();
+    return found;
+}
+
+bool QZDatabase::FindSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* slots)
+{
+    READ* read = m_objects->Read();
+    if (m_objects->Repair()->TypeOf(This, ld) != QZDatabaseInfo::DATA_LD) return false;
+    const QZInt64 fields = read->ReadLD(This, ld, QZDatabaseInfo::LD_LDS);
+    if (fields == 0) return false;
+    const QZInt64 content = 3 * m_objects->Address()->Length() + 1;
+    QZInt64 before = 0;
+    QZInt64 cd = read->NthOrCount(fields, field, &before);
+    for (QZInt64 i = 0; i < count; ++i)
+    {
+        // A list that is shorter may also be one that goes round.
+        if (cd == 0) return false;
+        slots[i] = QZDbAt(read->ReadData(This, cd, QZDatabaseInfo::DATA_THIS), content);
+        if (i + 1 < count) cd = read->Next(cd);
+    }
+    return true;
+}
+
+QZInt64 QZDatabase::ReadSlot(QZInt64 slot, void* buffer, QZInt64 room)
+{
+    Enter();
+    QZInt64 answer = -1;
+    try
+    {
+        answer = m_objects->Chars()->Length(slot);
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+        Record(QZDatabaseInfo::ERROR_ABORT);
+    }
+    if (answer >= 0 && answer <= room) m_objects->Chars()->Read(slot, buffer);
     Leave();
     return answer;
 }

@@ -6,14 +6,19 @@
 #include "db/db_channel.h"
 #include "fw/fw_data.h"
 #include "fw/fw_library.h"
+#include "fw/fw_memory.h"
 
 /// What node objects share in handling content. Internal.
 
 /// The content of a field as new data.
 inline QZData* NodeContent(QZChannel* channel, QZInt64 address, QZInt64 field)
 {
-    std::unique_ptr<QZData> data(new QZData(channel->G_C_L(address, field)));
-    channel->G_C(address, field, data->GetPointer());
+    // Most contents are small: one step instead of two.
+    QZByte bytes[256];
+    const QZInt64 size = channel->ReadContent(address, field, bytes, sizeof bytes);
+    std::unique_ptr<QZData> data(new QZData(size));
+    if (size > static_cast<QZInt64>(sizeof bytes)) channel->G_C(address, field, data->GetPointer());
+    if (size > 0 && size <= static_cast<QZInt64>(sizeof bytes)) QZMemCopy(data->GetPointer(), bytes, size);
     return data.release();
 }
 

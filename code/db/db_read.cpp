@@ -201,6 +201,16 @@ QZInt64 READ::Count(QZInt64 hd)
     return count;
 }
 
+QZInt64 READ::NthOrCount(QZInt64 hd, QZInt64 n, QZInt64* count)
+{
+    QZDbWalk walk;
+    *count = 0;
+    QZInt64 record = ReadHD(SideThis, hd, QZDatabaseInfo::HD_FIRSTDATA);
+    for (; record != 0 && walk.Enter(record); record = Next(record))
+        if (++*count == n) return record;
+    return 0;
+}
+
 QZInt64 READ::Position(QZInt64 record)
 {
     QZDbWalk walk;

@@ -41,6 +41,10 @@ public:
     /// Place of a record in its list, from 1. 0 when its list no longer holds it.
     QZInt64 Position(QZInt64 record);
 
+    /// The n-th record in one walk, 0 past the last one; *count is then what Count answers. Unlike NthRecord
+    /// it does not go round in a damaged list.
+    QZInt64 NthOrCount(QZInt64 hd, QZInt64 n, QZInt64* count);
+
     /// A frame field of the n-th record of a list; n below 2 means the first. 0 when the list ends before.
     QZInt64 Nth(QZInt64 hd, QZInt64 n, QZInt64 selector);
 

@@ -1,7 +1,9 @@
 #include "db/db_semantic_fields.h"
 
+#include "db/db_channel.h"
 #include "db/db_node.h"
 #include "db/db_semantic.h"
+#include "fw/fw_bytes.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_type.h"
 #include "fw/fw_encoding.h"
@@ -68,6 +70,69 @@ void TestEncoding(QZInt64 type, QZInt64 field, const QZWChar* method)
         .Exception();
 }
 
+/// The database's lock, held: what is measured and what is then read is one content.
+class Bracket
+{
+public:
+    explicit Bracket(QZChannel* channel) : m_channel(channel) { m_channel->ConsoleLock(); }
+    ~Bracket() { m_channel->ConsoleUnlock(); }
+    Bracket(const Bracket&) = delete;
+    Bracket& operator=(const Bracket&) = delete;
+
+private:
+    QZChannel* m_channel;
+};
+
+/// An array field on the stack. Every operation on a node looks into its format field, several times; this
+/// spares them a block of the memory manager each time. Arrays that are long or damaged do not fit, and go
+/// the way of a QZData with its tests.
+class SmallArray
+{
+public:
+    SmallArray(QZChannel* channel, QZInt64 ld, QZInt64 field) : m_channel(channel), m_ld(ld), m_field(field)
+    {
+        const QZInt64 size = channel->ReadContent(ld, field, m_bytes, kRoom);
+        // The exception of a QZData of this size; the failure has been recorded once and stays that.
+        if (size < 0) const QZData refused(size);
+        if (size >= 4 && size <= kRoom) m_size = size;
+    }
+
+    /// The element is there.
+    bool Has(QZInt64 index) const { return index >= 0 && index < m_size / 4; }
+    QZInt32 Get(QZInt64 index) const { return QZLoad<QZInt32>(m_bytes + index * 4); }
+
+    /// Sets an element and writes the array, as PUT_ARRAYINT32 with PutData does. False, and nothing is done,
+    /// for what does not fit.
+    bool Put(QZInt64 index, QZInt32 value)
+    {
+        if (m_size == 0 || index < 0 || index >= kRoom / 4) return false;
+        if (index > Get(0))
+        {
+            const QZInt64 size = index * 4 + 4;
+            for (QZInt64 i = m_size; i < size; ++i) m_bytes[i] = 0;
+            m_size = size;
+            QZStore(m_bytes, static_cast<QZInt32>(index));
+        }
+        else if (!Has(index))
+        {
+            return false;
+        }
+        QZStore(m_bytes + index * 4, value);
+        // A refused write leaves the old content; what is held here is then of no use any more.
+        if (m_channel->P_C(m_ld, m_field, m_bytes, m_size) <= 0) m_size = 0;
+        return true;
+    }
+
+private:
+    static constexpr QZInt64 kRoom = 512;
+
+    QZChannel* m_channel;
+    QZInt64 m_ld;
+    QZInt64 m_field;
+    QZInt64 m_size = 0;
+    QZByte m_bytes[kRoom];
+};
+
 struct GiveBack
 {
     void operator()(QZData* data) const { QZData::Recycle(&data); }
@@ -85,14 +150,34 @@ QZDbFields QZDbFields::Of(QZChannel* channel, QZInt64 pd)
 
 std::unique_ptr<QZData> QZDbFields::Format() const { return std::unique_ptr<QZData>(GetData(FormatField)); }
 
-QZInt64 QZDbFields::Kind() const { return Format()->GetValueInt32(KindIndex); }
-QZInt64 QZDbFields::Length() const { return Format()->GetValueInt32(LengthIndex); }
+QZInt32 QZDbFields::Element(QZInt64 field, QZInt64 index) const
+{
+    {
+        const Bracket bracket(m_channel);
+        const SmallArray array(m_channel, m_ld, field);
+        if (array.Has(index)) return array.Get(index);
+    }
+    const std::unique_ptr<QZData> array(GetData(field));
+    return array->GetValueInt32(index);
+}
+
+void QZDbFields::SetElement(QZInt64 field, QZInt64 index, QZInt32 value) const
+{
+    {
+        const Bracket bracket(m_channel);
+        if (SmallArray(m_channel, m_ld, field).Put(index, value)) return;
+    }
+    const std::unique_ptr<QZData> array(GetData(field));
+    QZNodeLD::PUT_ARRAYINT32(array.get(), index, value);
+    PutData(field, array.get());
+}
+
+QZInt64 QZDbFields::Kind() const { return Element(FormatField, KindIndex); }
+QZInt64 QZDbFields::Length() const { return Element(FormatField, LengthIndex); }
 
 void QZDbFields::SetLength(QZInt64 length) const
 {
-    const std::unique_ptr<QZData> format = Format();
-    QZNodeLD::PUT_ARRAYINT32(format.get(), LengthIndex, static_cast<QZInt32>(length));
-    PutData(FormatField, format.get());
+    SetElement(FormatField, LengthIndex, static_cast<QZInt32>(length));
 }
 
 void QZDbFields::AtLeast(QZInt64 length) const
@@ -108,7 +193,7 @@ QZInt64 QZDbFields::Type(QZInt64 field) const
             .Argument(QZ_W("QZInt64"), field)
             .Exception();
     }
-    return Format()->GetValueInt32(field);
+    return Element(FormatField, field);
 }
 
 void QZDbFields::SetType(QZInt64 field, QZInt64 type) const
@@ -120,9 +205,7 @@ void QZDbFields::SetType(QZInt64 field, QZInt64 type) const
             .Argument(QZ_W("QZInt64"), type)
             .Exception();
     }
-    const std::unique_ptr<QZData> format = Format();
-    QZNodeLD::PUT_ARRAYINT32(format.get(), field, static_cast<QZInt32>(type));
-    PutData(FormatField, format.get());
+    SetElement(FormatField, field, static_cast<QZInt32>(type));
 }
 
 // ---- Text
@@ -192,10 +275,7 @@ QZInt64 QZDbFields::PutData(QZInt64 field, QZData* data) const
 }
 QZData* QZDbFields::GetData(QZInt64 field) const { return QZNodeLD::GetData(m_channel, m_ld, field); }
 QZInt64 QZDbFields::GetDataSize(QZInt64 field) const { return QZNodeLD::GetSize(m_channel, m_ld, field); }
-QZInt32 QZDbFields::GetArrayElement(QZInt64 field, QZInt64 index) const
-{
-    return QZNodeLD::GET_ARRAYINT32(m_channel, m_ld, field, index);
-}
+QZInt32 QZDbFields::GetArrayElement(QZInt64 field, QZInt64 index) const { return Element(field, index); }
 
 // ---- State
 
@@ -213,9 +293,7 @@ void QZDbFields::SetState(QZInt64 field, QZInt32 value, QZInt64 index) const
     const QZInt64 type = Type(field);
     if (type == QZDataType::ARRAYINT32)
     {
-        const std::unique_ptr<QZData> state(GetData(field));
-        QZNodeLD::PUT_ARRAYINT32(state.get(), index, value);
-        PutData(field, state.get());
+        SetElement(field, index, value);
     }
     else if (type == QZDataType::ARRAYDATA)
     {
@@ -241,11 +319,7 @@ void QZDbFields::SetState(QZInt64 field, QZInt32 value, QZInt64 index) const
 QZInt32 QZDbFields::GetState(QZInt64 field, QZInt64 index) const
 {
     const QZInt64 type = Type(field);
-    if (type == QZDataType::ARRAYINT32)
-    {
-        const std::unique_ptr<QZData> state(GetData(field));
-        return state->GetValueInt32(index);
-    }
+    if (type == QZDataType::ARRAYINT32) return Element(field, index);
     if (type == QZDataType::ARRAYDATA)
     {
         // The wide package, though SetState reads and writes the narrow one: callers that keep packages here
@@ -345,9 +419,16 @@ void QZDbFields::PutItem(QZInt64 item, QZData* data) const
 
 void QZDbFields::PutItem(QZInt64 item, QZData* data, QZInt64 type) const
 {
-    SetType(item + FirstItem, type);
-    PutData(item + FirstItem, data);
-    AtLeast(item + 5);
+    const QZInt64 field = item + FirstItem;
+    if (field < 0) return SetType(field, type);
+    // The same three writes, with the format field read once. Item -5 is the format
+    // field itself.
+    const Bracket bracket(m_channel);
+    SmallArray format(m_channel, m_ld, FormatField);
+    if (!format.Put(field, static_cast<QZInt32>(type))) SetType(field, type);
+    PutData(field, data);
+    if (field == FormatField || !format.Has(LengthIndex)) return AtLeast(item + 5);
+    if (format.Get(LengthIndex) < item + 5) format.Put(LengthIndex, static_cast<QZInt32>(item + 5));
 }
 
 void QZDbFields::TestItem(QZInt64 item, const QZWChar* className, const QZWChar* method) const

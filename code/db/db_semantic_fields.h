@@ -65,6 +65,8 @@ public:
     void DeleteItem(QZInt64 item, const QZWChar* className, const QZWChar* method) const;
 
 private:
+    QZInt32 Element(QZInt64 field, QZInt64 index) const;
+    void SetElement(QZInt64 field, QZInt64 index, QZInt32 value) const;
     std::unique_ptr<QZData> Format() const;
     void TestItem(QZInt64 item, const QZWChar* className, const QZWChar* method) const;
 

@@ -16,6 +16,50 @@ namespace
 /// Items of a data list stand in field i + 7.
 const QZInt64 FirstItem = 7;
 
+/// Reads the values of rows, one row after the other.
+class RowReader
+{
+public:
+    RowReader(QZChannel* channel, QZInt64 fields)
+        : m_channel(channel), m_slots(static_cast<std::size_t>(fields < 0 ? 0 : fields))
+    {}
+
+    void Enter(QZInt64 row)
+    {
+        if (m_slots.empty()) return;
+        m_ld = QZNodePD::GetLD(m_channel, row);
+        m_quick =
+            m_channel->FieldSlots(m_ld, 1 + FirstItem, static_cast<QZInt64>(m_slots.size()), m_slots.data());
+    }
+
+    /// The value of a field, in a buffer that the next one takes as well.
+    QZData* Value(QZInt64 field)
+    {
+        QZByte bytes[256];
+        const QZInt64 room = sizeof bytes;
+        const QZInt64 size =
+            m_quick ? m_channel->ReadSlot(m_slots[static_cast<std::size_t>(field - 1)], bytes, room)
+                    : m_channel->ReadContent(m_ld, field + FirstItem, bytes, room);
+        // The exception of new data of that size.
+        if (size < 0) const QZData refused(size);
+        if (size <= room)
+        {
+            m_value.Set(bytes, size);
+            return &m_value;
+        }
+        m_large.reset(QZNodeLD::GetData(m_channel, m_ld, field + FirstItem));
+        return m_large.get();
+    }
+
+private:
+    QZChannel* m_channel;
+    QZInt64 m_ld = 0;
+    std::vector<QZInt64> m_slots;
+    bool m_quick = false;
+    QZData m_value;
+    std::unique_ptr<QZData> m_large;
+};
+
 /// The order of a date item, from its values 1 to 6.
 QZInt32 TimeKey(QZData* date)
 {
@@ -330,15 +374,13 @@ QZDataTable* QZDbTable::Select(QZInt64 limit)
     const QZUInt64 most = limit < 0 ? 0 - static_cast<QZUInt64>(limit) : static_cast<QZUInt64>(limit);
     QZDbWalk walk;
     QZInt64 row = limit == 0 ? 0 : limit < 0 ? DataGetLast() : DataGetFirst();
+    RowReader reader(m_parts->channel, fields);
     for (QZUInt64 count = 0; row != 0 && count < most && walk.Enter(row); ++count)
     {
         QZDataRow* target = table->Rows->NewRow();
         target->Handle = row;
-        for (QZInt64 field = 1; field <= fields; ++field)
-        {
-            const std::unique_ptr<QZData> value(DataGetValue(row, field));
-            target->SetElement(field - 1, value.get());
-        }
+        reader.Enter(row);
+        for (QZInt64 field = 1; field <= fields; ++field) target->SetElement(field - 1, reader.Value(field));
         row = limit < 0 ? DataGetPrev(row) : DataGetNext(row);
     }
     return table.release();
