@@ -1,6 +1,8 @@
 #ifndef QZLIB_OS_PROCESS_H
 #define QZLIB_OS_PROCESS_H
 
+#include <concepts>
+
 #include "fw/fw_object.h"
 
 class QZCollection;
@@ -44,6 +46,12 @@ public:
     /// True when a process of the program `name`, ".exe" left out, is there.
     /// @throws QZException 6144 with the system's number when no list can be had
     static QZByte Exists(QZString* name);
+    // A literal 0 is a number here, never a null name.
+    template <std::integral I>
+    static QZByte Exists(I pid)
+    {
+        return Exists(static_cast<long long>(pid));
+    }
 
     /// Starts a program without arguments, with a console of its own. Null when there is no such file or it
     /// does not start.

@@ -2,6 +2,7 @@
 #define QZLIB_OS_TASK_H
 
 #include <atomic>
+#include <concepts>
 
 #include "fw/fw_object.h"
 
@@ -48,6 +49,12 @@ public:
     /// Copies the fields into the task's own object.
     void SetExecTime(QZDateTime* time);
     void SetExecTime(long long timestamp);
+    // A literal 0 is a timestamp here, never a null time.
+    template <std::integral I>
+    void SetExecTime(I timestamp)
+    {
+        SetExecTime(static_cast<long long>(timestamp));
+    }
 
     void SetStatus(long long status);
     long long GetStstus();

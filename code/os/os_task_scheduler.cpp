@@ -23,6 +23,12 @@ using Status = QZTaskSchedulerStatus;
 
 constexpr int kResetRounds = 3000;
 constexpr QZInt64 kLastSteps = 1000;
+
+/// Hosts' intervals may be as long as they like: a time past the end of the count wraps.
+QZInt64 Later(QZInt64 time, QZUInt64 milliseconds)
+{
+    return static_cast<QZInt64>(static_cast<QZUInt64>(time) + milliseconds);
+}
 }  // namespace
 
 QZTaskScheduler::QZTaskScheduler() : QZTaskScheduler(nullptr) {}
@@ -56,7 +62,12 @@ void QZTaskScheduler::AddTask(QZTask* task)
     const QZInt64 due = task->GetExecTime()->ToTimestamp();
     const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
     const QZInt64 interval = task->GetInterval();
-    if (due < now && interval > 0) task->SetExecTime(due + interval * ((now - due) / interval + 1));
+    if (due < now && interval > 0)
+    {
+        const QZUInt64 step = static_cast<QZUInt64>(interval);
+        const QZUInt64 missed = static_cast<QZUInt64>(now) - static_cast<QZUInt64>(due);
+        task->SetExecTime(Later(due, step * (missed / step + 1)));
+    }
     m_tasks->Push(task);
 }
 
@@ -203,7 +214,7 @@ void QZTaskScheduler::Pass()
         // Both before the run: the period counts from its start, and a task that throws has been advanced
         // already.
         if (task->GetInterval() >= 1)
-            task->SetExecTime(now + task->GetInterval());
+            task->SetExecTime(Later(now, static_cast<QZUInt64>(task->GetInterval())));
         else
             task->SetStatus(QZTask::StatusHaveExecuted);
         task->Execute();

@@ -6,7 +6,9 @@
 
 const QZInt64 QZThreadPool::Type;
 
-QZThreadPool::QZThreadPool() : m_threads(new QZList<QZThread>()), m_lock(new QZCriticalSection()) {}
+QZThreadPool::QZThreadPool()
+    : m_threads(new QZList<QZThread>()), m_lock(new QZCriticalSection()), m_list(new QZCriticalSection())
+{}
 
 QZThreadPool::~QZThreadPool()
 {
@@ -14,6 +16,7 @@ QZThreadPool::~QZThreadPool()
     while (QZThread* worker = m_threads->Pop()) delete worker;
     delete m_threads;
     m_lock->Unlock();
+    delete m_list;
     delete m_lock;
 }
 
@@ -27,12 +30,14 @@ void QZThreadPool::ExecOnceASyncPrivate(QZTask* task)
     if (worker)
     {
         // Busy workers gather at the tail, so that the walk meets an idle one first.
+        QZCriticalGuard guard(m_list);
         m_threads->RemoveElement(worker);
         m_threads->EnQueue(worker);
         return;
     }
     worker = new QZThread();
     while (!worker->ExecOrNot(task)) QZThread::Sleep(1);
+    QZCriticalGuard guard(m_list);
     m_threads->EnQueue(worker);
 }
 
@@ -49,12 +54,16 @@ void QZThreadPool::ExecOnceASync(QZList<QZTask>* tasks)
         ExecOnceASyncPrivate(task);
 }
 
-QZInt64 QZThreadPool::Count() { return m_threads->Count(); }
+QZInt64 QZThreadPool::Count()
+{
+    QZCriticalGuard guard(m_list);
+    return m_threads->Count();
+}
 
 QZInt64 QZThreadPool::WorkingCount()
 {
-    // The walk must not meet a worker that Collect is deleting; the figure is a snapshot all the same.
-    QZCriticalGuard guard(m_lock);
+    // Not the pool's own lock: that one is held for as long as a task is not to be had.
+    QZCriticalGuard guard(m_list);
     QZInt64 working = 0;
     for (QZThread* worker = m_threads->GetFirst(); worker;
          worker = static_cast<QZThread*>(worker->LinkNext()))
@@ -62,15 +71,17 @@ QZInt64 QZThreadPool::WorkingCount()
     return working;
 }
 
+QZThread* QZThreadPool::Take()
+{
+    QZCriticalGuard guard(m_list);
+    QZThread* worker = m_threads->DeQueue();
+    if (!worker->IsWorking()) return worker;
+    m_threads->EnQueue(worker);
+    return nullptr;
+}
+
 void QZThreadPool::Collect()
 {
     QZCriticalGuard guard(m_lock);
-    for (QZInt64 left = m_threads->Count(); left > 0; --left)
-    {
-        QZThread* worker = m_threads->DeQueue();
-        if (worker->IsWorking())
-            m_threads->EnQueue(worker);
-        else
-            delete worker;
-    }
+    for (QZInt64 left = m_threads->Count(); left > 0; --left) delete Take();
 }

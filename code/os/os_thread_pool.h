@@ -32,7 +32,7 @@ public:
     /// The same for each task of the list, from the first to the last, under one lock.
     void ExecOnceASync(QZList<QZTask>* tasks);
 
-    /// Workers, and those of them that have a task: snapshots.
+    /// Workers, and those of them that have a task: snapshots, had at once while tasks are being handed out.
     QZInt64 Count();
     QZInt64 WorkingCount();
 
@@ -41,9 +41,12 @@ public:
 
 private:
     void ExecOnceASyncPrivate(QZTask* task);
+    QZThread* Take();
 
     QZList<QZThread>* m_threads;
     QZCriticalSection* m_lock;
+    /// Held for single steps on the list, so that counting waits for no task; inside m_lock.
+    QZCriticalSection* m_list;
 };
 
 #endif

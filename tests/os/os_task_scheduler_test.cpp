@@ -91,6 +91,19 @@ TEST(TaskScheduler, ARepeatingTaskFromThePastKeepsItsPhase)
         scheduler.RemoveTask(added);
 }
 
+TEST(TaskScheduler, AnIntervalOfAnyLengthIsTaken)
+{
+    qztest::Hooks hooks;
+    hooks.SetClock(10500);
+    QZTaskScheduler scheduler;
+    Probe task;
+    task.SetExecTime(0);
+    task.SetInterval(0x7FFFFFFFFFFFFFFF);
+    scheduler.AddTask(&task);
+    EXPECT_EQ(task.GetExecTime()->ToTimestamp(), 0x7FFFFFFFFFFFFFFF);
+    scheduler.RemoveTask(&task);
+}
+
 TEST(TaskScheduler, ATaskStandsInOneListOnly)
 {
     QZTaskScheduler first;
@@ -257,6 +270,51 @@ TEST(TaskScheduler, AnExceptionEndsThePassIsReportedAndTheSchedulerGoesOn)
     scheduler.RemoveTask(&good);
 }
 
+/// Takes another task out of the scheduler that runs it.
+class Remover : public QZTask
+{
+public:
+    Remover(QZTaskScheduler* scheduler, QZTask* other) : m_scheduler(scheduler), m_other(other) {}
+    void Execute() override { m_scheduler->RemoveTask(m_other); }
+
+private:
+    QZTaskScheduler* m_scheduler;
+    QZTask* m_other;
+};
+
+TEST(TaskScheduler, ALastTaskRemovedDuringThePassIsMissedAtItsIndex)
+{
+    Reporter reporter;
+    QZTaskScheduler scheduler(&reporter);
+    Probe last;
+    Remover remover(&scheduler, &last);
+    scheduler.AddTask(&remover);
+    scheduler.AddTask(&last);
+    scheduler.Start();
+    // The pass had counted two.
+    ASSERT_TRUE(Eventually([&] { return reporter.count == 1; }));
+    scheduler.Stop();
+    ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
+    EXPECT_EQ(reporter.message, " ArgumentOutOfRange");
+    EXPECT_EQ(last.runs, 0);
+    scheduler.RemoveTask(&remover);
+}
+
+TEST(TaskScheduler, ExceptionsWithoutAReportAreDropped)
+{
+    QZTaskScheduler scheduler;
+    Probe bad;
+    bad.throws = true;
+    bad.SetInterval(1);
+    scheduler.AddTask(&bad);
+    scheduler.Start();
+    ASSERT_TRUE(Eventually([&] { return bad.runs >= 2; }));
+    scheduler.Stop();
+    ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
+    EXPECT_EQ(bad.GetStstus(), QZTask::StatusNotExecuted);
+    scheduler.RemoveTask(&bad);
+}
+
 TEST(TaskScheduler, DestructionWaitsForTheRunningTask)
 {
     Probe task;
@@ -301,6 +359,32 @@ TEST(ThreadPool, GrowsWithTheTasksThatRunAtATime)
     ASSERT_TRUE(Eventually([&] { return pool.WorkingCount() == 0; }));
     pool.Collect();
     EXPECT_EQ(pool.Count(), 0);
+}
+
+TEST(ThreadPool, CountsWhileItWaitsForATask)
+{
+    QZThreadPool pool;
+    Probe busy;
+    busy.held = true;
+    pool.ExecOnceASync(&busy);
+    Probe taken;
+    ASSERT_TRUE(taken.Lock(7));
+    std::atomic<bool> handing{false};
+    std::thread caller([&] {
+        handing = true;
+        pool.ExecOnceASync(&taken);
+    });
+    ASSERT_TRUE(Eventually([&] { return handing.load(); }));
+    QZThread::Sleep(20);
+    EXPECT_EQ(pool.WorkingCount(), 1);
+    EXPECT_EQ(pool.Count(), 1);
+    EXPECT_EQ(taken.runs, 0);
+    taken.Unlock();
+    caller.join();
+    ASSERT_TRUE(Eventually([&] { return taken.runs == 1; }));
+    EXPECT_EQ(pool.Count(), 2);
+    busy.held = false;
+    ASSERT_TRUE(Eventually([&] { return pool.WorkingCount() == 0; }));
 }
 
 TEST(ThreadPool, AFinishedTaskCanBeHandedOverAgain)
