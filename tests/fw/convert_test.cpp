@@ -368,6 +368,16 @@ TEST(TypedText, TooFewBytesForTheType)
     EXPECT_QZ_THROW(QZConvert::DataToText(&data, QZDataType::BOOL), 1024);
 }
 
+TEST(TypedText, BytesBehindAValueAreLeftOut)
+{
+    QZData data("\x07\x00\x00\x00\x01\x02\x00\x00\x09", 9);
+    EXPECT_EQ(Take(QZConvert::DataToText(&data, QZDataType::BOOL)), "True");
+    EXPECT_EQ(Take(QZConvert::DataToText(&data, QZDataType::INT16)), "7");
+    EXPECT_EQ(Take(QZConvert::DataToText(&data, QZDataType::INT32)), "7");
+    EXPECT_EQ(Take(QZConvert::DataToText(&data, QZDataType::INT64)), "2203318222855");
+    EXPECT_EQ(data.GetSize(), 9);
+}
+
 TEST(TypedText, TextsInTheirEncodings)
 {
     ExpectRoundTrip(QZDataType::TEXTGB2312, "61 62", "ab");

@@ -58,6 +58,14 @@ TEST(Time, NegativeTimesReadBackwardFromMidnight)
     EXPECT_EQ(QZTime(0, 0, -1, 0).GetSeconds(), 59);
 }
 
+TEST(Time, EachPartOfANegativeTimeReadsBackwardByItself)
+{
+    // One millisecond before midnight has no hour, minute or second of its own to read back from.
+    EXPECT_EQ(Shown(QZTime(-1)), "00:00:00:999");
+    EXPECT_EQ(Shown(QZTime(-1, -1, -1, -1)), "23:59:59:999");
+    EXPECT_EQ(Shown(QZTime(-24, 0, 0, 0)), "00:00:00:0");
+}
+
 TEST(Time, SumsAndComparisons)
 {
     QZTime one(1, 0, 0, 0);
@@ -231,6 +239,20 @@ TEST(DateTime, JulianDayNumberBeginsAtNoon)
     EXPECT_EQ(QZDateTime(2000, 1, 1, 11, 59, 59, 999).GetJDN(), 2451544);
 }
 
+TEST(DateTime, CountsOfDaysBeforeTheFirstYear)
+{
+    EXPECT_EQ(QZDateTime(-1).DayOfWeek(), 1) << "a part of a day is none";
+    EXPECT_EQ(QZDateTime(-kDay).DayOfWeek(), 0);
+    EXPECT_EQ(QZDateTime(-2 * kDay).DayOfWeek(), -1) << "the remainder has the sign of the day";
+    EXPECT_EQ(QZDateTime(-9 * kDay).DayOfWeek(), -1);
+    EXPECT_EQ(QZDateTime(-1).TotalDay(), 0);
+    EXPECT_EQ(QZDateTime(-367 * kDay).TotalDay(), 367);
+    EXPECT_EQ(QZDateTime(0).GetJDN(), 1721426) << "half a day back is no day back";
+    EXPECT_EQ(QZDateTime(-kDay).GetJDN(), 1721425);
+    EXPECT_EQ(QZDateTime(-kDay - kDay / 2).GetJDN(), 1721424);
+    EXPECT_EQ(QZDateTime(-1).IsLeapYear(), 1);
+}
+
 TEST(DateTime, Text)
 {
     EXPECT_EQ(Shown(QZDateTime(2024, 3, 5, 6, 7, 8, 0)), "2024-03-05 06:07:08");
@@ -238,6 +260,8 @@ TEST(DateTime, Text)
     EXPECT_EQ(Shown(QZDateTime(1, 1, 1, 0, 0, 0, 0)), "0001-01-01 00:00:00");
     EXPECT_EQ(Shown(QZDateTime(12345, 1, 1, 0, 0, 0, 0)), "12345-01-01 00:00:00");
     EXPECT_EQ(Shown(QZDateTime(-5, 6, 7, 0, 0, 0, 0)), "BC. 0005-06-07 00:00:00");
+    EXPECT_EQ(Shown(QZDateTime(-366 * kDay + 1)), "0000-01-01 01:01:01.001")
+        << "year 0 has no sign, and each part reads backward by itself";
     QZString* text = QZStringFactory::CreateString(QZ_W("old"));
     QZDateTime(2024, 3, 5, 6, 7, 8, 0).ToString(text);
     EXPECT_QZ_TEXT(text, "2024-03-05 06:07:08");

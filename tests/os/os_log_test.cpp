@@ -83,6 +83,16 @@ TEST_F(LogTest, EachDayHasItsFile)
     EXPECT_EQ(m_dir.Read("Log/2024-02-29/d.txt"), Entry("2024-02-29 00:00:00.001", "after"));
 }
 
+TEST_F(LogTest, TheFirstMomentOfADayStillBelongsToTheDayBefore)
+{
+    m_hooks.SetClock(Time(28, 12, 0, 0, 0));
+    QZLog* log = QZLog::Open(QZ_W("m"));
+    m_hooks.SetClock(Time(29, 0, 0, 0, 0));
+    Write(log, QZ_W("midnight"));
+    QZLog::Close(&log);
+    EXPECT_EQ(m_dir.Read("Log/2024-02-28/m.txt"), Entry("2024-02-29 00:00:00", "midnight"));
+}
+
 TEST_F(LogTest, TextIsUtf8)
 {
     m_hooks.SetClock(Time(3, 1, 2, 3, 0));
