@@ -77,5 +77,7 @@
 #include "graphics/gr_lattice.h"
 #include "graphics/gr_pixels.h"
 #include "graphics/gr_pixels_grid.h"
+#include "graphics/gr_points.h"
+#include "graphics/gr_shape.h"
 
 #endif

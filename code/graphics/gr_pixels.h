@@ -4,6 +4,7 @@
 #include "fw/fw_data.h"
 #include "graphics/gr_geometry.h"
 
+class QZShape;
 class QZString;
 
 /// A raster surface of 32-bit pixels in one buffer.
@@ -43,6 +44,10 @@ public:
 
     virtual void Fill(unsigned int color);
     virtual void Fill(int x, int y, int width, int height, unsigned int color);
+
+    /// Paints the points of a shape in their colours, those without one in the pen colour; row 0 and column 0
+    /// too. A shape without an area is not drawn. Fewer colours than points are filled up in the shape.
+    virtual void Draw(QZShape* shape);
 
     /// Adds 100 to blue, green and red, each wrapping around, but for row 0 and column 0.
     virtual void Bright();
