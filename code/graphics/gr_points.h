@@ -151,6 +151,10 @@ public:
     QZBool Intersects(const QZRectangle* rectangle);
     QZBool Intersects(int x, int y, int width, int height);
 
+protected:
+    /// 0: rectangles that meet are merged.
+    QZByte m_overlap = 1;
+
 private:
     friend class QZGraphics;
     friend class QZGraphicsCollection;
@@ -162,8 +166,6 @@ private:
     /// The two words of a rectangle that is there, else null.
     QZUInt64* Element(QZInt64 index);
 
-    /// 0: rectangles that meet are merged.
-    QZByte m_overlap = 1;
     QZInt32 m_length = 0;
 };
 

@@ -80,14 +80,6 @@ void QZShape::ColorSet(QZInt64 from, QZInt64 to, unsigned int color)
     m_colors->NewLength(to, color);
 }
 
-template <typename Figure>
-void QZShape::Colored(unsigned int color, Figure add)
-{
-    const QZInt64 from = m_points->Count();
-    add();
-    ColorSet(from, m_points->Count(), color);
-}
-
 void QZShape::Add(QZUInt64 point)
 {
     AreaInclude(word::Low(point), word::High(point));

@@ -157,7 +157,12 @@ private:
     friend class QZPixelBlock;
 
     template <typename Figure>
-    void Colored(unsigned int color, Figure add);
+    void Colored(unsigned int color, Figure add)
+    {
+        const QZInt64 from = m_points->Count();
+        add();
+        ColorSet(from, m_points->Count(), color);
+    }
     void ColorSet(QZInt64 from, QZInt64 to, unsigned int color);
     QZRectangle* Area(int x, int y);
     void AreaInclude(int x, int y);
