@@ -17,9 +17,11 @@ const QZInt64 QZDbTable::GET_TARGET_CONDITION_INCLUDE;
 
 namespace
 {
-QZDatabaseException* Failure(QZInt64 code, const QZWChar* method)
+QZTrace<QZDatabaseException> Failure(QZInt64 code, const QZWChar* method, QZChannel* channel)
 {
-    return QZTrace(QZExceptionFactory::CreateDatabaseException(code), QZ_W("QZDbTable"), method).Exception();
+    QZTrace trace(QZExceptionFactory::CreateDatabaseException(code), QZ_W("QZDbTable"), method);
+    trace.Argument(QZ_W("QZChannel*"), QZConvert::PVoidToIntPtr(channel));
+    return trace;
 }
 
 /// A collection is given back with what it holds.
@@ -63,7 +65,9 @@ QZDbTable* QZDbTable::Open(QZChannel* channel, QZInt64 handle)
 {
     if (channel == nullptr || !IsDatatable(channel, handle))
     {
-        throw Failure(QZDatabaseExceptionCode::ArgumentOutOfRange, QZ_W("Open"));
+        throw Failure(QZDatabaseExceptionCode::ArgumentOutOfRange, QZ_W("Open"), channel)
+            .Argument(QZ_W("QZInt64"), handle)
+            .Exception();
     }
     return new QZDbTable(channel, handle);
 }
@@ -96,9 +100,16 @@ void QZDbTable::PutTypes(QZChannel* channel, QZInt64 handle)
 QZInt64 QZDbTable::Create(QZChannel* channel, QZInt64 directory, QZString* name)
 {
     QZTable parent(channel, directory);
-    if (parent.Find(name) != 0) throw QZDbTableFailure(QZ_W("名为的表已经存在"), QZ_W("Create"));
+    const auto failure = [&](const QZWChar* message) {
+        return QZDbTableFailure(message, QZ_W("Create"))
+            .Argument(QZ_W("QZChannel*"), QZConvert::PVoidToIntPtr(channel))
+            .Argument(QZ_W("QZInt64"), directory)
+            .Argument(QZ_W("QZString*"), name)
+            .Exception();
+    };
+    if (parent.Find(name) != 0) throw failure(QZ_W("名为的表已经存在"));
     const QZInt64 list = QZNodePD::GetHD(channel, directory);
-    if (list == 0) throw QZDbTableFailure(QZ_W("指定的句柄指向的不是目录"), QZ_W("Create"));
+    if (list == 0) throw failure(QZ_W("指定的句柄指向的不是目录"));
     const QZInt64 handle = QZNodeTLD::Create(channel, list);
     QZSNode::PutName(channel, handle, name);
     PutTypes(channel, handle);
@@ -119,10 +130,17 @@ QZInt64 QZDbTable::Create(QZChannel* channel, QZString* path)
 {
     if (QZTable::Access(channel, path) != 0)
     {
-        throw Failure(QZDatabaseExceptionCode::CreateFailedTableAlreadyExists, QZ_W("Create"));
+        throw Failure(QZDatabaseExceptionCode::CreateFailedTableAlreadyExists, QZ_W("Create"), channel)
+            .Argument(QZ_W("QZString*"), path)
+            .Exception();
     }
     const QZInt64 handle = QZTable::Access(channel, path, 1, LDTYPE::TLDTYPE);
-    if (handle < 1) throw Failure(QZDatabaseExceptionCode::OperationFailed, QZ_W("Create"));
+    if (handle < 1)
+    {
+        throw Failure(QZDatabaseExceptionCode::OperationFailed, QZ_W("Create"), channel)
+            .Argument(QZ_W("QZString*"), path)
+            .Exception();
+    }
     PutTypes(channel, handle);
     return handle;
 }
@@ -204,7 +222,7 @@ QZInt64 QZDbTable::FieldNumber(QZString* name)
 QZInt64 QZDbTable::FieldNumber(QZString* name, const QZWChar* message, const QZWChar* method)
 {
     const QZInt64 field = FieldNumber(name);
-    if (field == 0) throw QZDbTableFailure(message, method);
+    if (field == 0) throw QZDbTableFailure(message, method).Argument(QZ_W("QZString*"), name).Exception();
     return field;
 }
 
@@ -225,13 +243,24 @@ QZStringCollection* QZDbTable::GetFieldsName()
 
 QZString* QZDbTable::GetFieldName(QZInt64 field)
 {
-    if (field == 0) throw QZDbTableFailure(QZ_W("错误的参数"), QZ_W("GetFieldName"));
+    if (field == 0)
+    {
+        throw QZDbTableFailure(QZ_W("错误的参数"), QZ_W("GetFieldName"))
+            .Argument(QZ_W("QZInt64"), field)
+            .Exception();
+    }
     return m_parts->names.GetString(field);
 }
 
 QZBool QZDbTable::SetFieldName(QZInt64 field, QZString* name)
 {
-    if (FieldNumber(name) != 0) throw QZDbTableFailure(QZ_W("字段已经存在"), QZ_W("SetFieldName"));
+    if (FieldNumber(name) != 0)
+    {
+        throw QZDbTableFailure(QZ_W("字段已经存在"), QZ_W("SetFieldName"))
+            .Argument(QZ_W("QZInt64"), field)
+            .Argument(QZ_W("QZString*"), name)
+            .Exception();
+    }
     m_parts->names.PutString(field, name);
     return 1;
 }
@@ -256,7 +285,14 @@ QZInt64 QZDbTable::GetFieldType(QZString* name)
 
 QZBool QZDbTable::FieldMove(QZString* name, QZInt64 steps)
 {
-    const QZInt64 field = FieldNumber(name, QZ_W("字段不存在"), QZ_W("FieldMove"));
+    const QZInt64 field = FieldNumber(name);
+    if (field == 0)
+    {
+        throw QZDbTableFailure(QZ_W("字段不存在"), QZ_W("FieldMove"))
+            .Argument(QZ_W("QZString*"), name)
+            .Argument(QZ_W("QZInt64"), steps)
+            .Exception();
+    }
     const std::unique_ptr<QZString> key(GetKey());
     m_parts->names.MoveString(field, steps);
     EachRecord(m_parts->channel, ChildList(),
@@ -299,7 +335,7 @@ QZInt64 QZDbTable::GetKeyIndex()
 QZBool QZDbTable::SetKeyToName()
 {
     const QZInt64 key = GetKeyIndex();
-    if (key == 0) throw QZDbTableFailure(QZ_W("未设置m_key"), QZ_W("SetKeyToName"));
+    if (key == 0) throw QZDbTableFailure(QZ_W("未设置m_key"), QZ_W("SetKeyToName")).Exception();
     return SetValueToName(key);
 }
 
@@ -328,11 +364,21 @@ QZData* QZDbTable::ValuesConvert(QZInt64 field, QZString* text)
 }
 QZString* QZDbTable::ValuesConvert(QZString* name, QZData* data)
 {
-    return ValuesConvert(FieldNumber(name, QZ_W("找不到字段!"), QZ_W("ValuesConvert")), data);
+    const QZInt64 field = FieldNumber(name);
+    if (field != 0) return ValuesConvert(field, data);
+    throw QZDbTableFailure(QZ_W("找不到字段!"), QZ_W("ValuesConvert"))
+        .Argument(QZ_W("QZString*"), name)
+        .Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize())
+        .Exception();
 }
 QZData* QZDbTable::ValuesConvert(QZString* name, QZString* text)
 {
-    return ValuesConvert(FieldNumber(name, QZ_W("找不到字段!"), QZ_W("ValuesConvert")), text);
+    const QZInt64 field = FieldNumber(name);
+    if (field != 0) return ValuesConvert(field, text);
+    throw QZDbTableFailure(QZ_W("找不到字段!"), QZ_W("ValuesConvert"))
+        .Argument(QZ_W("QZString*"), name)
+        .Argument(QZ_W("QZString*"), text)
+        .Exception();
 }
 
 // ---- Table

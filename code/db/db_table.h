@@ -147,6 +147,16 @@ public:
     QZData* ValuesConvert(QZInt64 field, QZString* text);
     QZString* ValuesConvert(QZString* name, QZData* data);
     QZData* ValuesConvert(QZString* name, QZString* text);
+    template <std::integral I>
+    QZString* ValuesConvert(I field, QZData* data)
+    {
+        return ValuesConvert(static_cast<QZInt64>(field), data);
+    }
+    template <std::integral I>
+    QZData* ValuesConvert(I field, QZString* text)
+    {
+        return ValuesConvert(static_cast<QZInt64>(field), text);
+    }
 
     // ---- Table
 
@@ -211,13 +221,29 @@ public:
     QZDateTime* DataGetCreateDate(QZInt64 row);
 
     /// A new empty collection: the engine's search finds nothing.
-    /// Raises "错误的字段索引" for an unknown name.
+    /// Raises "错误的字段索引" for an unknown name and for a number that no field has.
     QZCollection* GetTargetsAddrCollection(QZInt64 field, int value);
     QZCollection* GetTargetsAddrCollection(QZInt64 field, QZString* value);
     QZCollection* GetTargetsAddrCollection(QZInt64 field, QZData* value);
     QZCollection* GetTargetsAddrCollection(QZString* name, int value);
     QZCollection* GetTargetsAddrCollection(QZString* name, QZString* value);
     QZCollection* GetTargetsAddrCollection(QZString* name, QZData* value);
+    // A literal 0 is a number here, never a null name.
+    template <std::integral I>
+    QZCollection* GetTargetsAddrCollection(I field, int value)
+    {
+        return GetTargetsAddrCollection(static_cast<QZInt64>(field), value);
+    }
+    template <std::integral I>
+    QZCollection* GetTargetsAddrCollection(I field, QZString* value)
+    {
+        return GetTargetsAddrCollection(static_cast<QZInt64>(field), value);
+    }
+    template <std::integral I>
+    QZCollection* GetTargetsAddrCollection(I field, QZData* value)
+    {
+        return GetTargetsAddrCollection(static_cast<QZInt64>(field), value);
+    }
 
     /// The sum of all values of an array field (ARRAYINT32, ARRAYINT64); 0 for other types.
     /// Raises "找不到字段".
@@ -253,6 +279,7 @@ private:
     QZInt64 ChildList() const;
     QZInt64 FieldNumber(QZString* name);
     QZInt64 FieldNumber(QZString* name, const QZWChar* message, const QZWChar* method);
+    void TestTarget(QZInt64 field);
     bool Exists(QZInt64 field, QZData* value);
     QZInt64 NewRow(QZInt64 keyField, QZData* key, const QZWChar* name);
     QZInt64 Write(QZDataTable* table, bool keepRows);

@@ -28,10 +28,10 @@ struct QZDbTable::Parts
     QZInt64 types;
 };
 
-/// An exception with a text and no code.
-inline QZException* QZDbTableFailure(const QZWChar* message, const QZWChar* method)
+/// An exception with a text and no code, and its frame for the arguments.
+inline QZTrace<QZException> QZDbTableFailure(const QZWChar* message, const QZWChar* method)
 {
-    return QZTrace(QZExceptionFactory::CreateException(message), QZ_W("QZDbTable"), method).Exception();
+    return QZTrace(QZExceptionFactory::CreateException(message), QZ_W("QZDbTable"), method);
 }
 
 #endif

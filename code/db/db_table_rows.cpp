@@ -8,6 +8,7 @@
 #include "db/db_table_parts.h"
 #include "db/db_walk.h"
 #include "fw/fw_collection.h"
+#include "fw/fw_convert.h"
 #include "fw/fw_data_type.h"
 #include "fw/fw_table.h"
 
@@ -127,15 +128,20 @@ QZInt64 QZDbTable::NewRow(QZInt64 keyField, QZData* key, const QZWChar* name)
 QZInt64 QZDbTable::DataAdd()
 {
     if (GetKeyIndex() != 0)
-        throw QZDbTableFailure(QZ_W("此表已设置主键，请使用其他重载方法！"), QZ_W("DataAdd"));
+        throw QZDbTableFailure(QZ_W("此表已设置主键，请使用其他重载方法！"), QZ_W("DataAdd")).Exception();
     return NewRow(0, nullptr, QZ_W("ROW"));
 }
 
 QZInt64 QZDbTable::DataAdd(QZData* key)
 {
     const QZInt64 field = GetKeyIndex();
-    if (field == 0) throw QZDbTableFailure(QZ_W("此表未设置主键，请使用其他重载方法！"), QZ_W("DataAdd"));
-    if (Exists(field, key)) throw QZDbTableFailure(QZ_W("要添加的数据已经存在！"), QZ_W("DataAdd"));
+    const auto failure = [&](const QZWChar* message) {
+        return QZDbTableFailure(message, QZ_W("DataAdd"))
+            .Argument(QZ_W("QZData*"), key->GetPointer(), key->GetSize())
+            .Exception();
+    };
+    if (field == 0) throw failure(QZ_W("此表未设置主键，请使用其他重载方法！"));
+    if (Exists(field, key)) throw failure(QZ_W("要添加的数据已经存在！"));
     const QZInt64 row = NewRow(field, key, nullptr);
     m_parts->table.Refersh();
     return row;
@@ -144,23 +150,41 @@ QZInt64 QZDbTable::DataAdd(QZData* key)
 QZInt64 QZDbTable::DataAdd(QZString* key)
 {
     const QZInt64 field = GetKeyIndex();
-    if (field == 0) throw QZDbTableFailure(QZ_W("此表未设置主键，请使用其他重载方法！"), QZ_W("DataAdd"));
+    if (field == 0)
+    {
+        throw QZDbTableFailure(QZ_W("此表未设置主键，请使用其他重载方法！"), QZ_W("DataAdd"))
+            .Argument(QZ_W("QZString*"), key)
+            .Exception();
+    }
     const std::unique_ptr<QZData> data(ValuesConvert(field, key));
     return DataAdd(data.get());
 }
 
 QZBool QZDbTable::DataSetValue(QZInt64 row, QZInt64 field, QZData* data)
 {
-    if (field == 0) throw QZDbTableFailure(QZ_W("错误的字段索引"), QZ_W("DataSetValue"));
-    if (field == GetKeyIndex() && Exists(field, data))
-        throw QZDbTableFailure(QZ_W("主键的值不能重复!"), QZ_W("DataSetValue"));
+    const auto failure = [&](const QZWChar* message) {
+        return QZDbTableFailure(message, QZ_W("DataSetValue"))
+            .Argument(QZ_W("QZInt64"), row)
+            .Argument(QZ_W("QZInt64"), field)
+            .Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize())
+            .Exception();
+    };
+    if (field == 0) throw failure(QZ_W("错误的字段索引"));
+    if (field == GetKeyIndex() && Exists(field, data)) throw failure(QZ_W("主键的值不能重复!"));
     QZNodeFLD::PutData(m_parts->channel, row, field, data, GetFieldType(field));
     return 1;
 }
 
 QZBool QZDbTable::DataSetValue(QZInt64 row, QZInt64 field, QZString* text)
 {
-    if (field == 0) throw QZDbTableFailure(QZ_W("错误的字段索引"), QZ_W("DataSetValue"));
+    if (field == 0)
+    {
+        throw QZDbTableFailure(QZ_W("错误的字段索引"), QZ_W("DataSetValue"))
+            .Argument(QZ_W("QZInt64"), row)
+            .Argument(QZ_W("QZInt64"), field)
+            .Argument(QZ_W("QZString*"), text)
+            .Exception();
+    }
     const std::unique_ptr<QZData> data(ValuesConvert(field, text));
     return DataSetValue(row, field, data.get());
 }
@@ -249,6 +273,7 @@ QZDateTime* QZDbTable::DataGetCreateDate(QZInt64 row)
 
 QZCollection* QZDbTable::GetTargetsAddrCollection(QZInt64 field, QZData* value)
 {
+    TestTarget(field);
     return QZNodeHD::GetTargetsAddrCollection(m_parts->channel, ChildList(), field + FirstItem, value);
 }
 QZCollection* QZDbTable::GetTargetsAddrCollection(QZInt64 field, int value)
@@ -260,23 +285,30 @@ QZCollection* QZDbTable::GetTargetsAddrCollection(QZInt64 field, int value)
 }
 QZCollection* QZDbTable::GetTargetsAddrCollection(QZInt64 field, QZString* value)
 {
+    TestTarget(field);
     const std::unique_ptr<QZData> data(ValuesConvert(field, value));
     return GetTargetsAddrCollection(field, data.get());
 }
+// An unknown name is field 0, which these refuse.
 QZCollection* QZDbTable::GetTargetsAddrCollection(QZString* name, QZData* value)
 {
-    return GetTargetsAddrCollection(
-        FieldNumber(name, QZ_W("错误的字段索引"), QZ_W("GetTargetsAddrCollection")), value);
+    return GetTargetsAddrCollection(FieldNumber(name), value);
 }
 QZCollection* QZDbTable::GetTargetsAddrCollection(QZString* name, int value)
 {
-    return GetTargetsAddrCollection(
-        FieldNumber(name, QZ_W("错误的字段索引"), QZ_W("GetTargetsAddrCollection")), value);
+    return GetTargetsAddrCollection(FieldNumber(name), value);
 }
 QZCollection* QZDbTable::GetTargetsAddrCollection(QZString* name, QZString* value)
 {
-    return GetTargetsAddrCollection(
-        FieldNumber(name, QZ_W("错误的字段索引"), QZ_W("GetTargetsAddrCollection")), value);
+    return GetTargetsAddrCollection(FieldNumber(name), value);
+}
+
+void QZDbTable::TestTarget(QZInt64 field)
+{
+    if (field >= 1 && field <= FieldCount()) return;
+    throw QZDbTableFailure(QZ_W("错误的字段索引"), QZ_W("GetTargetsAddrCollection"))
+        .Argument(QZ_W("QZInt64"), field)
+        .Exception();
 }
 
 QZInt64 QZDbTable::Sum(QZString* name)
@@ -389,6 +421,11 @@ QZDataTable* QZDbTable::Select(QZInt64 limit)
 QZInt64 QZDbTable::Write(QZDataTable* table, bool keepRows)
 {
     const QZWChar* method = keepRows ? QZ_W("Update") : QZ_W("Insert");
+    const auto failure = [&](QZString& message) {
+        return QZDbTableFailure(message.GetPointer(), method)
+            .Argument(QZ_W("QZDataTable*"), QZConvert::PVoidToIntPtr(table))
+            .Exception();
+    };
     const QZInt64 columns = table->Columns->Count();
     // Fields of the columns, each looked up when the first row comes to it.
     std::vector<QZInt64> fields(static_cast<std::size_t>(columns), 0);
@@ -408,14 +445,14 @@ QZInt64 QZDbTable::Write(QZDataTable* table, bool keepRows)
                 {
                     QZString message(QZ_W("不存在的列 "));
                     message.Append(name);
-                    throw QZDbTableFailure(message.GetPointer(), method);
+                    throw failure(message);
                 }
                 if (GetFieldType(found) != table->Columns->GetElementType(c))
                 {
                     QZString message(QZ_W("列 "));
                     message.Append(name);
                     message.Append(QZ_W(" 的数据类型不同"));
-                    throw QZDbTableFailure(message.GetPointer(), method);
+                    throw failure(message);
                 }
                 field = found;
             }

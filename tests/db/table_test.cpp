@@ -8,6 +8,7 @@
 #include "fw/fw_convert.h"
 #include "fw/fw_data_type.h"
 #include "fw/fw_keyed.h"
+#include "fw/fw_library.h"
 #include "fw/fw_table.h"
 #include "fw/fw_time.h"
 
@@ -190,6 +191,56 @@ TEST_F(DbTable, TablesOfTheStandardDirectory)
     ASSERT_EQ(tables->Count(), 1);
     EXPECT_EQ(static_cast<QZDbTable*>(tables->GetElement(0))->GetHandle(), handle);
     QZDbTable::Recycle(&tables);
+}
+
+TEST_F(DbTable, NullsGoToTheAssertHook)
+{
+    static int asserts;
+    asserts = 0;
+    QZLibSetFunctionAssert([](QZBool condition) { asserts += condition ? 0 : 1; });
+    QZDbTable* table = nullptr;
+    QZStringCollection* names = nullptr;
+    QZObjectCollection* tables = nullptr;
+    QZCollection* handles = nullptr;
+    QZData* data = nullptr;
+    QZString* text = nullptr;
+    QZDataTable* memory = nullptr;
+    QZDbTable::Close(&table);
+    QZDbTable::Recycle(&names);
+    QZDbTable::Recycle(&tables);
+    QZDbTable::Recycle(&handles);
+    QZDbTable::Recycle(&data);
+    QZDbTable::Recycle(&text);
+    QZDbTable::Recycle(&memory);
+    EXPECT_EQ(asserts, 7);
+    QZTable::Recycle(&handles);
+    QZTable::Recycle(&text);
+    QZTable::Recycle(&tables);
+    EXPECT_EQ(asserts, 10);
+    QZSNode::Recycle(&text);
+    QZSNode::Recycle(&data);
+    EXPECT_EQ(asserts, 12);
+    QZLibSetFunctionAssert(FailOnBrokenAssertion);
+}
+
+TEST_F(DbTable, TracesShowTheArguments)
+{
+    Open3();
+    QZString unknown("x");
+    QZData data("\x01\xFF", 2);
+    Thrown thrown = Catch([&] { m_table->FieldMove(&unknown, -2); });
+    EXPECT_EQ(thrown.stackTrace, "QZDbTable::FieldMove(QZString*, QZInt64)");
+    EXPECT_EQ(thrown.argumentTrace, "QZDbTable::FieldMove(x, -2)");
+    thrown = Catch([&] { m_table->DataAdd(&data); });
+    EXPECT_EQ(thrown.stackTrace, "QZDbTable::DataAdd(QZData*)");
+    EXPECT_EQ(thrown.argumentTrace, "QZDbTable::DataAdd(<HEX>01FF)");
+    thrown = Catch([&] { m_table->DataSetValue(7, 0, &data); });
+    EXPECT_EQ(thrown.stackTrace, "QZDbTable::DataSetValue(QZInt64, QZInt64, QZData*)");
+    EXPECT_EQ(thrown.argumentTrace, "QZDbTable::DataSetValue(7, 0, <HEX>01FF)");
+    thrown = Catch([&] { QZDbTable::Open(m_channel, 0); });
+    EXPECT_EQ(thrown.stackTrace, "QZDbTable::Open(QZChannel*, QZInt64)");
+    thrown = Catch([&] { QZDbTable::Create(m_channel, "people"); });
+    EXPECT_EQ(thrown.stackTrace, "QZDbTable::Create(QZChannel*, QZString*)");
 }
 
 // ---- Schema
@@ -438,6 +489,12 @@ TEST_F(DbTable, SearchFindsNothing)
     EXPECT_RAISES(m_table->GetTargetsAddrCollection(&unknown, 7), "错误的字段索引");
     EXPECT_RAISES(m_table->GetTargetsAddrCollection(&unknown, &seven), "错误的字段索引");
     EXPECT_RAISES(m_table->GetTargetsAddrCollection(&unknown, &data), "错误的字段索引");
+    for (const int field : {0, -1, 4})
+    {
+        EXPECT_RAISES(m_table->GetTargetsAddrCollection(field, 7), "错误的字段索引");
+        EXPECT_RAISES(m_table->GetTargetsAddrCollection(field, &seven), "错误的字段索引");
+        EXPECT_RAISES(m_table->GetTargetsAddrCollection(field, &data), "错误的字段索引");
+    }
 }
 
 TEST_F(DbTable, Sums)
@@ -578,6 +635,9 @@ TEST_F(DbTable, InsertAndUpdate)
     missing.Columns->Add("x", QZDataType::INT32);
     missing.Rows->NewRow();
     EXPECT_RAISES(m_table->Update(&missing), "不存在的列 x");
+    // The row was added before its columns were looked at.
+    EXPECT_EQ(m_table->DataCount(), 4);
+    EXPECT_EQ(missing.Rows->GetRow(0)->Handle, m_table->DataGetLast());
     QZString key("id");
     m_table->SetKey(&key);
     EXPECT_RAISES(m_table->Insert(&memory), "此表已设置主键，请使用其他重载方法！");
