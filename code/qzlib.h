@@ -43,6 +43,7 @@
 #include "os/os_log.h"
 #include "os/os_path.h"
 #include "os/os_process.h"
+#include "os/os_serial.h"
 #include "os/os_settings.h"
 #include "os/os_socket.h"
 #include "os/os_socket_client.h"
@@ -64,6 +65,8 @@
 #include "codec/cod_math.h"
 #include "codec/cod_random.h"
 #include "codec/cod_unique.h"
+
+#include "device/dev_serial_device.h"
 
 #include "db/db_channel.h"
 #include "db/db_database.h"

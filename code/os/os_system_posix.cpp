@@ -170,6 +170,8 @@ QZUInt32 ErrorBadAddress() { return EFAULT; }
 
 QZUInt32 ErrorNameTooLong() { return ENAMETOOLONG; }
 
+QZUInt32 ErrorNotFound() { return ENOENT; }
+
 QZUInt32 SocketNumberOf(int native)
 {
     switch (native)

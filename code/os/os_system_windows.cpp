@@ -44,6 +44,8 @@ QZUInt32 ErrorBadAddress() { return ERROR_NOACCESS; }
 
 QZUInt32 ErrorNameTooLong() { return ERROR_FILENAME_EXCED_RANGE; }
 
+QZUInt32 ErrorNotFound() { return ERROR_FILE_NOT_FOUND; }
+
 // ---- Narrow text
 
 QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capacity)

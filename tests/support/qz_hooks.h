@@ -4,6 +4,7 @@
 /// A table of platform hooks for the time of a scope: failures on purpose, short transfers, a held clock, and
 /// a record of what went to the platform.
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -18,7 +19,7 @@ namespace qztest
 class Hooks
 {
 public:
-    Hooks() : m_table{this, nullptr, &Hooks::OnGate, &Hooks::OnNotify, &Hooks::OnSetTime}
+    Hooks() : m_table{this, nullptr, &Hooks::OnGate, &Hooks::OnNotify, &Hooks::OnSetTime, nullptr}
     {
         os::SetTestHooks(&m_table);
     }
@@ -52,6 +53,13 @@ public:
     {
         m_clock = timestamp;
         m_table.Clock = &Hooks::OnClock;
+    }
+
+    /// Serial lines of the test's own, by path; null lets the system open one.
+    void SetOpenLine(std::function<os::Line*(const QZWChar*)> open)
+    {
+        m_openLine = std::move(open);
+        m_table.OpenLine = &Hooks::OnOpenLine;
     }
 
     /// What the system's clock would have been set to; the clock itself is never touched under hooks.
@@ -120,7 +128,13 @@ private:
         return true;
     }
 
+    static os::Line* OnOpenLine(void* context, const QZWChar* path)
+    {
+        return static_cast<Hooks*>(context)->m_openLine(path);
+    }
+
     os::DateTime m_timeSet{};
+    std::function<os::Line*(const QZWChar*)> m_openLine;
     os::TestHooks m_table;
     std::thread::id m_thread = std::this_thread::get_id();
     std::mutex m_lock;

@@ -1,0 +1,325 @@
+#include "os/os_serial.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "fw/fw_bytes.h"
+#include "fw/fw_library.h"
+#include "fw/fw_string_factory.h"
+#include "fw/fw_trace.h"
+#include "os/os_system.h"
+
+namespace
+{
+
+constexpr const QZWChar* kClass = QZ_W("QZSerial");
+constexpr const QZWChar* kPrefix = QZ_W("\\\\.\\");
+/// 38400 and 57600 are not among them, and devices in use are set to one of these.
+constexpr QZInt64 kSpeeds[] = {2400, 4800, 9600, 19200, 115200, 230400, 460800, 921600, 2000000};
+
+/// A string of the factory for the time of a scope.
+class Text
+{
+public:
+    explicit Text(QZString* text) : m_text(text) {}
+    ~Text() { QZStringFactory::Recycle(&m_text); }
+    Text(const Text&) = delete;
+    Text& operator=(const Text&) = delete;
+    QZString* Get() const { return m_text; }
+
+private:
+    QZString* m_text;
+};
+
+template <typename Name>
+QZString* WithPrefix(Name name)
+{
+    QZString* text = QZStringFactory::CreateString(name);
+    if (!text->StartsWith(kPrefix)) text->Prepend(kPrefix);
+    return text;
+}
+
+template <typename E>
+E* TracedConnect(E* exception, QZString* path, QZInt64 baud)
+{
+    return QZTrace(exception, kClass, QZ_W("Connect"))
+        .Argument(QZ_W("QZString*"), path)
+        .Argument(QZ_W("QZInt64"), baud)
+        .Exception();
+}
+
+template <typename E>
+E* TracedTransfer(E* exception, const QZWChar* method, const void* buffer, int length)
+{
+    return QZTrace(exception, kClass, method)
+        .Argument(QZ_W("QZPVoid"), static_cast<QZInt64>(reinterpret_cast<QZUInt64>(buffer)))
+        .Argument(QZ_W("QZInt32"), length)
+        .Exception();
+}
+
+}  // namespace
+
+/// The path, locked with the object id of the port that made it.
+struct QZSerial::Path
+{
+    explicit Path(QZUInt64 id) : owner(id), text(QZStringFactory::CreateString())
+    {
+        text->SetDisposable(owner, 0);
+    }
+    ~Path()
+    {
+        text->SetDisposable(owner, 1);
+        QZStringFactory::Recycle(&text);
+    }
+    Path(const Path&) = delete;
+    Path& operator=(const Path&) = delete;
+
+    QZUInt64 owner;
+    QZString* text;
+};
+
+/// The port record, a buffer that holds the line, and the records that a Connect went over.
+struct QZSerial::Ports
+{
+    Ports() = default;
+    ~Ports()
+    {
+        Close();
+        for (void* record : left) Release(record);
+    }
+    Ports(const Ports&) = delete;
+    Ports& operator=(const Ports&) = delete;
+
+    static os::Line* LineOf(const void* record) { return QZLoad<os::Line*>(record); }
+
+    static void Release(void* record)
+    {
+        delete LineOf(record);
+        QZMemory::RecycleBuffer(record);
+    }
+
+    void Close()
+    {
+        if (open == nullptr) return;
+        Release(open);
+        open = nullptr;
+    }
+
+    void* open = nullptr;
+    std::vector<void*> left;
+};
+
+QZSerial::QZSerial()
+    : m_ports(std::make_shared<Ports>()), m_path(std::make_shared<Path>(QZObject::GetObjectID()))
+{}
+
+QZSerial::QZSerial(const QZSerial& other) = default;
+QZSerial& QZSerial::operator=(const QZSerial& other) = default;
+
+QZSerial::~QZSerial() { Close(); }
+
+void QZSerial::Connect(QZString* path, QZInt64 baud)
+{
+    const Text device(WithPrefix(path));
+    // The old record leaves the field before the system is asked, so that a refusal leaves the port closed.
+    if (m_ports->open != nullptr) m_ports->left.push_back(m_ports->open);
+    m_ports->open = nullptr;
+    void* record = QZMemory::CreateBuffer(sizeof(os::Line*));
+    if (record == nullptr)
+        throw TracedConnect(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
+                            path, baud);
+    os::Line* line = os::LineOpen(device.Get()->GetPointer());
+    if (line == nullptr)
+    {
+        const QZUInt32 error = os::LastError();
+        QZMemory::RecycleBuffer(record);
+        throw TracedConnect(QZExceptionFactory::CreateIOException(QZIOExceptionCode::DeviceOpenFailed, error),
+                            path, baud);
+    }
+    QZStore(record, line);
+    m_ports->open = record;
+
+    // The speed is looked at only now: hosts see a wrong one touch the port.
+    if (std::find(std::begin(kSpeeds), std::end(kSpeeds), baud) == std::end(kSpeeds))
+    {
+        Close();
+        throw TracedConnect(QZExceptionFactory::CreateException(QZExceptionCode::InvalidArgument), path,
+                            baud);
+    }
+    m_baud = static_cast<QZInt32>(baud);
+    if (!os::LineSetup(line, baud) || !os::LineWatchInput(line))
+    {
+        const QZUInt32 error = os::LastError();
+        Close();
+        throw TracedConnect(
+            QZExceptionFactory::CreateIOException(QZIOExceptionCode::DeviceOperationFailed, error), path,
+            baud);
+    }
+    m_path->text->Set(device.Get());
+}
+
+void QZSerial::Connect(const QZWChar* path, QZInt64 baud)
+{
+    QZString text(path);
+    Connect(&text, baud);
+}
+
+void QZSerial::Connect(const char* path, QZInt64 baud)
+{
+    QZString text(path);
+    Connect(&text, baud);
+}
+
+void QZSerial::Reconnect()
+{
+    Close();
+    try
+    {
+        Connect(m_path->text, m_baud);
+    }
+    catch (QZException* e)
+    {
+        QZTrace(e, kClass, QZ_W("Reconnect"));
+        throw;
+    }
+}
+
+void QZSerial::Close() { m_ports->Close(); }
+
+os::Line* QZSerial::RequireLine(const QZWChar* method, const void* buffer, int length) const
+{
+    if (os::Line* line = OpenLine()) return line;
+    throw TracedTransfer(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), method, buffer,
+                         length);
+}
+
+os::Line* QZSerial::OpenLine() const
+{
+    return m_ports->open != nullptr ? Ports::LineOf(m_ports->open) : nullptr;
+}
+
+int QZSerial::Read(void* buffer, int length)
+{
+    const QZWChar* method = QZ_W("Read");
+    os::Line* line = RequireLine(method, buffer, length);
+    QZInt64 count = 0;
+    switch (os::LineRead(line, buffer, length, m_timeout, &count))
+    {
+        case os::LineResult::Done: return static_cast<int>(count);
+        case os::LineResult::Timeout:
+            throw TracedTransfer(QZExceptionFactory::CreateIOException(QZIOExceptionCode::OperationTimeout),
+                                 method, buffer, length);
+        default:
+            throw TracedTransfer(
+                QZExceptionFactory::CreateIOException(QZIOExceptionCode::DeviceOperationFailed), method,
+                buffer, length);
+    }
+}
+
+int QZSerial::Write(const void* buffer, int length)
+{
+    const QZWChar* method = QZ_W("Write");
+    os::Line* line = RequireLine(method, buffer, length);
+    QZInt64 count = 0;
+    const os::LineResult result = os::LineWrite(line, buffer, length, m_timeout, &count);
+    if (result == os::LineResult::Done && count == length) return length;
+    const QZUInt32 error = os::LastError();
+    QZIOException* failure =
+        result == os::LineResult::Done
+            ? QZExceptionFactory::CreateIOException(QZIOExceptionCode::OperationFailed, error)
+            : QZExceptionFactory::CreateIOException(result == os::LineResult::Timeout
+                                                        ? QZIOExceptionCode::OperationTimeout
+                                                        : QZIOExceptionCode::DeviceOperationFailed);
+    throw TracedTransfer(failure, method, buffer, length);
+}
+
+int QZSerial::TryRead(void* buffer, int length)
+{
+    os::Line* line = OpenLine();
+    QZInt64 queued = 0;
+    if (line == nullptr || !os::LineQueued(line, &queued)) return 0;
+    try
+    {
+        // What was asked of the line is answered, not what Read counted.
+        const int amount = queued <= length ? static_cast<int>(queued) : length;
+        Read(buffer, amount);
+        return amount;
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+        return 0;
+    }
+}
+
+int QZSerial::TryWrite(const void* buffer, int length)
+{
+    try
+    {
+        Write(buffer, length);
+        return length;
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+        return 0;
+    }
+}
+
+int QZSerial::WriteByte(unsigned char byte) { return Write(&byte, 1); }
+
+int QZSerial::ReadByte(unsigned char* byte) { return Read(byte, 1); }
+
+QZBool QZSerial::SetBaud(unsigned short baud)
+{
+    os::Line* line = OpenLine();
+    // The port is set to the speed that it has; hosts count on the new one with the next connection only.
+    if (line == nullptr || !os::LineSetSpeed(line, m_baud)) return 0;
+    m_baud = baud;
+    return 1;
+}
+
+QZString* QZSerial::GetPath() { return m_path->text; }
+
+void QZSerial::SetTimeout(int milliseconds) { m_timeout = milliseconds; }
+
+int QZSerial::GetTimeout() { return m_timeout; }
+
+void QZSerial::RecvBufferClean()
+{
+    if (os::Line* line = OpenLine()) line->CleanInput();
+}
+
+QZList<QZString>* QZSerial::GetDeviceList()
+{
+    os::LineWalk* walk = os::LineWalkOpen();
+    if (walk == nullptr)
+    {
+        const QZUInt32 error = os::LastError();
+        if (error == os::ErrorNotFound()) return new QZList<QZString>();
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::SystemError, error), kClass,
+                      QZ_W("GetDeviceList"))
+            .Exception();
+    }
+    QZList<QZString>* list = new QZList<QZString>();
+    const QZWChar* name;
+    while (os::LineNext(walk, &name)) list->AddLast(WithPrefix(name));
+    os::LineWalkClose(walk);
+    return list;
+}
+
+QZStringCollection* QZSerial::GetDeviceList(QZString*) { return QZStringFactory::CreateStringCollection(); }
+
+void QZSerial::Recycle(QZStringCollection** collection) { QZStringFactory::Recycle(collection); }
+
+void QZSerial::Recycle(QZList<QZString>** list)
+{
+    if (*list == nullptr)
+    {
+        QZLibAssert(false);
+        return;
+    }
+    while (QZString* text = (*list)->DeQueue()) QZStringFactory::Recycle(&text);
+    delete *list;
+    *list = nullptr;
+}

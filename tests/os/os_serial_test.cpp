@@ -1,0 +1,492 @@
+// The serial port over a real line where the platform has one (see support/qz_line.h).
+
+#include "os/os_serial.h"
+
+#include <memory>
+#include <thread>
+
+#include "fw/fw_exception_code.h"
+#include "fw/fw_string_factory.h"
+#include "os/os_system.h"
+#include "support/qz_line.h"
+#include "support/qz_test.h"
+
+using qztest::LinePeer;
+
+namespace
+{
+
+constexpr QZInt64 kOpenFailed = 5376;
+constexpr QZInt64 kOperationFailed = 5632;
+constexpr QZInt64 kTimeout = 6144;
+constexpr QZInt64 kShort = 5888;
+constexpr QZInt64 kClosed = 1792;
+constexpr QZInt64 kBadSpeed = 8192;
+constexpr QZInt64 kIOType = 0x81B1000;
+constexpr QZInt64 kGenericType = 0x81B0000;
+
+/// Long enough for a slow machine; no test waits it out.
+constexpr int kPatience = 60000;
+
+std::string Connected(QZSerial& port, const LinePeer& peer, QZInt64 baud = 115200)
+{
+    port.Connect(peer.Path().c_str(), baud);
+    port.SetTimeout(kPatience);
+    return peer.Path();
+}
+
+std::string ReadText(QZSerial& port, int length)
+{
+    std::string bytes(static_cast<std::size_t>(length), '?');
+    bytes.resize(static_cast<std::size_t>(port.Read(bytes.data(), length)));
+    return bytes;
+}
+
+}  // namespace
+
+TEST(Serial, APortBeginsClosedWithTwoSecondsAndNoPath)
+{
+    QZSerial port;
+    EXPECT_EQ(port.GetTimeout(), 2000);
+    EXPECT_QZ_TEXT(port.GetPath(), "");
+    EXPECT_EQ(port.GetType(), 0x8100000);
+    port.Close();
+    port.RecvBufferClean();
+    port.SetTimeout(-5);
+    EXPECT_EQ(port.GetTimeout(), -5);
+}
+
+TEST(Serial, TheStoredPathCarriesThePrefixOnceHoweverItWasGiven)
+{
+    LinePeer peer;
+    const std::string prefixed = "\\\\.\\" + peer.Path();
+    QZSerial port;
+    port.Connect(peer.Path().c_str(), 115200);
+    EXPECT_QZ_TEXT(port.GetPath(), prefixed);
+    port.Close();
+    EXPECT_QZ_TEXT(port.GetPath(), prefixed);
+    port.Connect(qztest::Wide(prefixed).c_str(), 115200);
+    EXPECT_QZ_TEXT(port.GetPath(), prefixed);
+    QZString text(prefixed.c_str());
+    port.Connect(&text, 9600);
+    EXPECT_QZ_TEXT(port.GetPath(), prefixed);
+    EXPECT_QZ_TEXT(text, prefixed);
+    port.Reconnect();
+    EXPECT_QZ_TEXT(port.GetPath(), prefixed);
+}
+
+TEST(Serial, TheNineSpeedsAreSet)
+{
+    LinePeer peer;
+    for (const QZInt64 speed : {2400, 4800, 9600, 19200, 115200, 230400, 460800, 921600, 2000000})
+    {
+        QZSerial port;
+        port.Connect(peer.Path().c_str(), speed);
+        EXPECT_EQ(peer.Speed(), speed);
+    }
+}
+
+TEST(Serial, OtherSpeedsAreRefusedAfterThePortWasOpenedAndClosed)
+{
+    LinePeer peer;
+    for (const QZInt64 speed : {QZInt64{38400}, QZInt64{57600}, QZInt64{0}, QZInt64{-9600}, QZInt64{115201},
+                                (QZInt64{1} << 32) + 9600})
+    {
+        QZSerial port;
+        const qztest::Thrown thrown = QZ_TEST_CATCH(port.Connect(peer.Path().c_str(), speed));
+        EXPECT_EQ(thrown.code, kBadSpeed) << speed;
+        EXPECT_EQ(thrown.type, kGenericType);
+        EXPECT_QZ_TEXT(port.GetPath(), "");
+        char byte = 0;
+        EXPECT_QZ_THROW(port.Read(&byte, 1), kClosed);
+    }
+    // A port that is not there is found out before the speed is.
+    QZSerial port;
+    EXPECT_QZ_THROW(port.Connect("no-such-port", 38400), kOpenFailed);
+}
+
+TEST(Serial, AWrongSpeedClosesThePortAndKeepsTheStoredOne)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer, 9600);
+    EXPECT_QZ_THROW(port.Connect(peer.Path().c_str(), 38400), kBadSpeed);
+    EXPECT_QZ_THROW(port.WriteByte(1), kClosed);
+    port.Reconnect();
+    EXPECT_EQ(peer.Speed(), 9600);
+    EXPECT_EQ(port.WriteByte(1), 1);
+}
+
+TEST(Serial, APortThatCannotBeOpenedIsAnIOFailureWithTheSystemsText)
+{
+    QZSerial port;
+    qztest::Thrown thrown = QZ_TEST_CATCH(port.Connect("no-such-port", 115200));
+    EXPECT_EQ(thrown.code, kOpenFailed);
+    EXPECT_EQ(thrown.type, kIOType);
+    EXPECT_GT(thrown.message.size(), std::string("DeviceOpenFailed").size());
+    EXPECT_QZ_THROW(port.Connect(static_cast<const char*>(nullptr), 115200), kOpenFailed);
+    EXPECT_QZ_THROW(port.Connect(static_cast<QZString*>(nullptr), 115200), kOpenFailed);
+    EXPECT_QZ_TEXT(port.GetPath(), "");
+
+    LinePeer peer;
+    peer.Faults().Fail(os::Op::Line, 5);
+    EXPECT_QZ_THROW(port.Connect(peer.Path().c_str(), 115200), kOpenFailed);
+    port.Connect(peer.Path().c_str(), 115200);
+}
+
+TEST(Serial, APortThatRefusesItsSettingsIsClosedAndKeepsTheOldPathButTheNewSpeed)
+{
+    LinePeer peer;
+    for (const int operation : {2, 3})  // 1 opens, 2 sets the line up, 3 asks to be told of input
+    {
+        QZSerial port;
+        peer.Faults().Fail(os::Op::Line, 5, operation);
+        const qztest::Thrown thrown = QZ_TEST_CATCH(port.Connect(peer.Path().c_str(), 9600));
+        EXPECT_EQ(thrown.code, kOperationFailed);
+        EXPECT_EQ(thrown.type, kIOType);
+        EXPECT_QZ_TEXT(port.GetPath(), "");
+        EXPECT_QZ_THROW(port.WriteByte(0), kClosed);
+    }
+}
+
+TEST(Serial, AFileIsNoSerialLine)
+{
+    const qztest::TempDir folder;
+    folder.Write("file", "text");
+    QZSerial port;
+    EXPECT_QZ_THROW(port.Connect(folder.Name("file").c_str(), 115200), kOperationFailed);
+}
+
+TEST(Serial, BytesGoBothWaysUnchanged)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    std::string all;
+    for (int i = 0; i < 256; ++i) all.push_back(static_cast<char>(i));
+    EXPECT_EQ(port.Write(all.data(), 256), 256);
+    EXPECT_TRUE(qztest::Eventually([&] { return peer.Received().size() == 256; }));
+    EXPECT_EQ(qztest::Hex(peer.Received()), qztest::Hex(all));
+    peer.Send(all);
+    EXPECT_EQ(qztest::Hex(ReadText(port, 256)), qztest::Hex(all));
+
+    unsigned char byte = 0;
+    peer.Send("\x7F");
+    EXPECT_EQ(port.ReadByte(&byte), 1);
+    EXPECT_EQ(byte, 0x7F);
+    EXPECT_EQ(port.WriteByte(0x1A), 1);
+    EXPECT_TRUE(qztest::Eventually([&] { return peer.Received().size() == 257; }));
+    EXPECT_EQ(peer.Received().back(), '\x1A');
+}
+
+TEST(Serial, AReadWaitsForBytesThatComeLater)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    std::thread late([&] {
+        os::Sleep(30);
+        peer.Send("ab");
+        os::Sleep(30);
+        peer.Send("cd");
+    });
+    EXPECT_EQ(ReadText(port, 4), "abcd");
+    late.join();
+}
+
+TEST(Serial, AReadAnswersWhatHasComeWhenTheTimeIsOver)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    peer.Send("four");
+    port.SetTimeout(300);
+    EXPECT_EQ(ReadText(port, 10), "four");
+}
+
+TEST(Serial, AReadThatGotNothingTimesOutAndTakesNothingThatComesLater)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    port.SetTimeout(30);
+    char bytes[10];
+    const qztest::Thrown thrown = QZ_TEST_CATCH(port.Read(bytes, 10));
+    EXPECT_EQ(thrown.code, kTimeout);
+    EXPECT_EQ(thrown.type, kIOType);
+    port.SetTimeout(kPatience);
+    port.RecvBufferClean();
+    peer.Send("later");
+    EXPECT_EQ(ReadText(port, 5), "later");
+}
+
+TEST(Serial, ATimeoutOfZeroTakesOnlyWhatIsThere)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    port.SetTimeout(0);
+    char byte = 0;
+    EXPECT_QZ_THROW(port.Read(&byte, 1), kTimeout);
+    peer.Send("x");
+    EXPECT_TRUE(qztest::Eventually([&] { return port.TryRead(&byte, 1) == 1; }));
+    EXPECT_EQ(byte, 'x');
+}
+
+TEST(Serial, RecvBufferCleanDropsWhatCame)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    peer.Send("old");
+    char byte = 0;
+    EXPECT_TRUE(qztest::Eventually([&] { return port.TryRead(&byte, 1) == 1; }));
+    port.RecvBufferClean();
+    port.SetTimeout(0);
+    EXPECT_QZ_THROW(port.Read(&byte, 1), kTimeout);
+}
+
+TEST(Serial, AFailedTransferIsADeviceFailure)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    char byte = 0;
+    peer.Faults().Fail(os::Op::LineRead, 5);
+    qztest::Thrown thrown = QZ_TEST_CATCH(port.Read(&byte, 1));
+    EXPECT_EQ(thrown.code, kOperationFailed);
+    EXPECT_EQ(thrown.type, kIOType);
+    peer.Faults().Fail(os::Op::LineWrite, 5);
+    thrown = QZ_TEST_CATCH(port.Write(&byte, 1));
+    EXPECT_EQ(thrown.code, kOperationFailed);
+    EXPECT_EQ(thrown.type, kIOType);
+}
+
+TEST(Serial, APeerThatIsGoneIsADeviceFailure)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    peer.HangUp();
+    char byte = 0;
+    EXPECT_QZ_THROW(port.Read(&byte, 1), kOperationFailed);
+    EXPECT_QZ_THROW(port.Write(&byte, 1), kOperationFailed);
+    EXPECT_EQ(port.TryRead(&byte, 1), 0);
+    EXPECT_EQ(port.TryWrite(&byte, 1), 0);
+}
+
+TEST(Serial, AShortWriteIsAFailureOfItsOwn)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    peer.Faults().Shorten(os::Op::LineWrite, 3);
+    const qztest::Thrown thrown = QZ_TEST_CATCH(port.Write("12345", 5));
+    EXPECT_EQ(thrown.code, kShort);
+    EXPECT_EQ(thrown.type, kIOType);
+    EXPECT_TRUE(qztest::Eventually([&] { return peer.Received() == "123"; }));
+}
+
+TEST(Serial, AWriteThatFindsNoRoomTimesOut)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    peer.Hold();
+    port.SetTimeout(50);
+    const std::string much(1 << 20, 'x');
+    const qztest::Thrown thrown = QZ_TEST_CATCH(port.Write(much.data(), 1 << 20));
+    EXPECT_EQ(thrown.code, kTimeout);
+    EXPECT_EQ(thrown.type, kIOType);
+    EXPECT_EQ(port.TryWrite(much.data(), 1 << 20), 0);
+}
+
+TEST(Serial, AClosedPortRefusesTransfersAndTheTryFormsAnswerZero)
+{
+    QZSerial port;
+    unsigned char byte = 0;
+    const qztest::Thrown thrown = QZ_TEST_CATCH(port.Read(&byte, 1));
+    EXPECT_EQ(thrown.code, kClosed);
+    EXPECT_EQ(thrown.type, kGenericType);
+    EXPECT_QZ_THROW(port.Write(&byte, 1), kClosed);
+    EXPECT_QZ_THROW(port.ReadByte(&byte), kClosed);
+    EXPECT_QZ_THROW(port.WriteByte(byte), kClosed);
+    EXPECT_EQ(port.TryRead(&byte, 1), 0);
+    EXPECT_EQ(port.TryWrite(&byte, 1), 0);
+    EXPECT_EQ(port.SetBaud(9600), 0);
+    EXPECT_QZ_THROW(port.Reconnect(), kOpenFailed);
+}
+
+TEST(Serial, TryReadTakesWhatIsQueuedUpToTheLength)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    char bytes[8] = {};
+    EXPECT_EQ(port.TryRead(bytes, 8), 0);
+    peer.Send("abcde");
+    EXPECT_TRUE(qztest::Eventually([&] { return port.TryRead(bytes, 1) == 1; }));
+    // All five came at once: they are a single write of the far end.
+    EXPECT_TRUE(qztest::Eventually([&] { return port.TryRead(bytes + 1, 2) == 2; }));
+    EXPECT_EQ(port.TryRead(bytes + 3, 5), 2);
+    EXPECT_EQ(std::string(bytes), "abcde");
+    EXPECT_EQ(port.TryRead(bytes, 8), 0);
+}
+
+TEST(Serial, TryReadWithNothingQueuedReadsZeroBytes)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    char byte = 0;
+    // The failing read is met: the read of nothing is asked of the line.
+    peer.Faults().Fail(os::Op::LineRead, 5);
+    EXPECT_EQ(port.TryRead(&byte, 1), 0);
+    EXPECT_QZ_NO_THROW(port.SetTimeout(0));
+    EXPECT_QZ_THROW(port.Read(&byte, 1), kTimeout);
+    EXPECT_EQ(port.Read(&byte, 0), 0);
+}
+
+TEST(Serial, TryReadAnswersTheAmountThatItAskedFor)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    char bytes[4] = {};
+    peer.Send("abcd");
+    EXPECT_TRUE(qztest::Eventually([&] { return port.TryRead(bytes, 1) == 1; }));
+    peer.Faults().Shorten(os::Op::LineRead, 1);
+    EXPECT_EQ(port.TryRead(bytes + 1, 3), 3);
+    EXPECT_EQ(std::string(bytes, 4), std::string("ab\0\0", 4));
+    peer.Faults().Fail(os::Op::Line, 5);
+    EXPECT_EQ(port.TryRead(bytes, 1), 0);
+}
+
+TEST(Serial, TryWriteAnswersTheLengthOrZero)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    EXPECT_EQ(port.TryWrite("abc", 3), 3);
+    EXPECT_TRUE(qztest::Eventually([&] { return peer.Received() == "abc"; }));
+    peer.Faults().Shorten(os::Op::LineWrite, 1);
+    EXPECT_EQ(port.TryWrite("abc", 3), 0);
+}
+
+TEST(Serial, SetBaudWorksWithTheNextConnectionOnly)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer, 115200);
+    EXPECT_EQ(port.SetBaud(9600), 1);
+    EXPECT_EQ(peer.Speed(), 115200);
+    port.Reconnect();
+    EXPECT_EQ(peer.Speed(), 9600);
+}
+
+TEST(Serial, SetBaudSetsTheLineToTheSpeedBefore)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer, 115200);
+    EXPECT_EQ(port.SetBaud(9600), 1);
+    EXPECT_EQ(port.SetBaud(4800), 1);
+    EXPECT_EQ(peer.Speed(), 9600);
+}
+
+TEST(Serial, SetBaudThatThePortRefusesKeepsTheSpeed)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer, 19200);
+    peer.Faults().Fail(os::Op::Line, 5);
+    EXPECT_EQ(port.SetBaud(9600), 0);
+    port.Reconnect();
+    EXPECT_EQ(peer.Speed(), 19200);
+}
+
+TEST(Serial, SetBaudTakesAnySpeedAndReconnectRefusesIt)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    EXPECT_EQ(port.SetBaud(38400), 1);
+    EXPECT_QZ_THROW(port.Reconnect(), kBadSpeed);
+}
+
+TEST(Serial, ConnectingAnOpenPortGoesOverToTheNewOne)
+{
+    LinePeer first;
+    QZSerial port;
+    Connected(port, first);
+    EXPECT_QZ_THROW(port.Connect("no-such-port", 115200), kOpenFailed);
+    char byte = 0;
+    EXPECT_QZ_THROW(port.Read(&byte, 1), kClosed);
+    port.Connect(first.Path().c_str(), 115200);
+    port.Connect(first.Path().c_str(), 115200);
+    EXPECT_EQ(port.Write("x", 1), 1);
+}
+
+TEST(Serial, CopiesShareThePort)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    QZSerial assigned;
+    {
+        QZSerial copy(port);
+        assigned = port;
+        EXPECT_EQ(copy.Write("a", 1), 1);
+        EXPECT_EQ(assigned.Write("b", 1), 1);
+        EXPECT_EQ(port.Write("c", 1), 1);
+        EXPECT_TRUE(qztest::Eventually([&] { return peer.Received() == "abc"; }));
+        EXPECT_QZ_TEXT(copy.GetPath(), "\\\\.\\" + peer.Path());
+    }
+    // The first to go has closed it for all.
+    EXPECT_QZ_THROW(port.Write("d", 1), kClosed);
+    EXPECT_QZ_THROW(assigned.Write("e", 1), kClosed);
+    assigned.Close();
+    EXPECT_QZ_TEXT(assigned.GetPath(), "\\\\.\\" + peer.Path());
+}
+
+TEST(Serial, PortsAreListedWithThePrefix)
+{
+    QZList<QZString>* ports = QZSerial::GetDeviceList();
+    for (QZObject* at = ports->GetFirst(); at != nullptr; at = at->LinkNext())
+        EXPECT_TRUE(static_cast<QZString*>(at)->StartsWith("\\\\.\\"));
+    QZSerial::Recycle(&ports);
+    EXPECT_EQ(ports, nullptr);
+}
+
+TEST(Serial, AMachineWithoutAListOfPortsHasNone)
+{
+    qztest::Hooks hooks;
+    hooks.Fail(os::Op::Line, os::ErrorNotFound());
+    QZList<QZString>* ports = QZSerial::GetDeviceList();
+    ASSERT_NE(ports, nullptr);
+    EXPECT_EQ(ports->Count(), 0);
+    QZSerial::Recycle(&ports);
+
+    hooks.Fail(os::Op::Line, 5);
+    const qztest::Thrown thrown = QZ_TEST_CATCH(QZSerial::GetDeviceList());
+    EXPECT_EQ(thrown.code, 16);
+    EXPECT_EQ(thrown.type, kGenericType);
+}
+
+TEST(Serial, TheListByTextIsAlwaysEmpty)
+{
+    QZString text("COM1");
+    QZStringCollection* ports = QZSerial::GetDeviceList(&text);
+    ASSERT_NE(ports, nullptr);
+    EXPECT_EQ(ports->Count(), 0);
+    QZSerial::Recycle(&ports);
+    EXPECT_EQ(ports, nullptr);
+}
+
+TEST(Serial, TracesNameTheOperationAndItsArguments)
+{
+    QZSerial port;
+    const qztest::Thrown thrown = QZ_TEST_CATCH(port.Connect("no-such-port", 9600));
+    EXPECT_EQ(thrown.stackTrace, "QZSerial::Connect(QZString*, QZInt64)");
+    EXPECT_EQ(thrown.argumentTrace, "QZSerial::Connect(no-such-port, 9600)");
+}
