@@ -1,15 +1,17 @@
 #ifndef QZLIB_NET_NET_JSON_H
 #define QZLIB_NET_NET_JSON_H
 
+#include <atomic>
 #include <concepts>
 #include <memory>
+#include <string>
 
 #include "fw/fw_container.h"
 #include "fw/fw_object.h"
 
+class JsonAttributes;
 class QZCriticalSection;
 class QZDataTable;
-class QZKeyValueCollection;
 class QZObjectCache;
 class QZString;
 
@@ -17,13 +19,15 @@ class QZString;
 ///
 /// Every value holds its text form in one string of its own; numbers are text until asked for. Values come
 /// from QZJsonFactory and go back to it; what stands in a collection or an object belongs to that one, and
-/// giving back the root gives back the whole tree. A copy made by value shares its parts with its source. One
-/// thread at a time.
+/// giving back the root gives back the whole tree. A copy made by value has the text of its source and shares
+/// what stands in it. Any number of threads may read a value that none of them changes.
 class QZ_API QZJsonValue : public QZObject
 {
 public:
     static const QZInt64 Type = 0x8010000;
 
+    QZJsonValue(const QZJsonValue& other);
+    QZJsonValue& operator=(const QZJsonValue& other);
     ~QZJsonValue() override;
 
     /// 8 and what the value holds.
@@ -50,7 +54,14 @@ protected:
 
 private:
     friend struct QZJsonAccess;
-    std::shared_ptr<QZString> m_val;
+
+    /// The text, for as long as nobody asks for the string.
+    std::basic_string<QZWChar> m_text;
+    /// The string, null until it is asked for the first time. It stays with the value when the value goes
+    /// back.
+    QZString* m_string = nullptr;
+    /// The string when it, and not m_text, is the value's text.
+    std::atomic<QZString*> m_val = nullptr;
 };
 
 /// True or false.
@@ -195,8 +206,7 @@ protected:
 
 private:
     friend struct QZJsonAccess;
-    class Attributes;
-    std::shared_ptr<Attributes> m_attributes;
+    std::shared_ptr<JsonAttributes> m_attributes;
 };
 
 /// Nothing.

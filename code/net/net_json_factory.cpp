@@ -65,9 +65,10 @@ QZJsonValue* QZJsonFactory::CreateValue() { return Take<QZJsonValue>(m_valueCach
 QZJsonDecimal* QZJsonFactory::CreateDecimal(double value)
 {
     QZWChar digits[number::kBufferUnits];
-    const QZInt64 size = 2 * number::WriteDouble(digits, value);
-    return Filled(Take<QZJsonDecimal>(m_decimalCache),
-                  [&](QZJsonValue* decimal) { decimal->Val()->Set(digits, size); });
+    const QZInt64 count = number::WriteDouble(digits, value);
+    return Filled(Take<QZJsonDecimal>(m_decimalCache), [&](QZJsonValue* decimal) {
+        QZJsonAccess::SetText(decimal, {digits, static_cast<std::size_t>(count)});
+    });
 }
 
 QZJsonBool* QZJsonFactory::CreateBool(QZBool value)
@@ -151,7 +152,7 @@ QZObjectCache* QZJsonFactory::CacheOf(QZJsonValue* value)
 void QZJsonFactory::GiveBack(QZJsonValue* value)
 {
     QZObjectCache* cache = CacheOf(value);
-    QZJsonAccess::ValOf(value)->Clear();
+    QZJsonAccess::ClearText(value);
     QZObject* object = value;
     cache->In(&object);
 }

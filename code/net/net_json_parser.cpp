@@ -6,7 +6,6 @@
 
 #include "fw/fw_number_text.h"
 #include "fw/fw_string.h"
-#include "fw/fw_string_factory.h"
 #include "fw/fw_trace.h"
 #include "net/net_json_internal.h"
 
@@ -48,17 +47,17 @@ public:
     /// Objects below this size are walked.
     static constexpr QZInt64 kWorthwhile = 16;
 
-    explicit NameIndex(QZStringCollection* names) : m_names(names)
+    explicit NameIndex(const JsonAttributes* names) : m_names(names)
     {
         for (QZInt64 i = 0; i < m_names->Count(); ++i) Add(i);
     }
 
-    QZInt64 Find(QZString* name) const
+    QZInt64 Find(JsonView name) const
     {
         for (std::size_t slot = Hash(name) & (m_slots.size() - 1);; slot = (slot + 1) & (m_slots.size() - 1))
         {
             const QZInt64 index = m_slots[slot];
-            if (index < 0 || m_names->GetElement(index)->Equals(name, 1)) return index;
+            if (index < 0 || JsonSameName(m_names->NameAt(index), name)) return index;
         }
     }
 
@@ -78,21 +77,19 @@ private:
 
     void Put(QZInt64 index)
     {
-        std::size_t slot = Hash(m_names->GetElement(index)) & (m_slots.size() - 1);
+        std::size_t slot = Hash(m_names->NameAt(index)) & (m_slots.size() - 1);
         while (m_slots[slot] >= 0) slot = (slot + 1) & (m_slots.size() - 1);
         m_slots[slot] = index;
     }
 
-    static std::size_t Hash(QZString* name)
+    static std::size_t Hash(JsonView name)
     {
-        const QZWChar* units = name->GetPointer();
-        const QZInt64 length = name->GetLength();
         QZUInt64 hash = 14695981039346656037ull;
-        for (QZInt64 i = 0; i < length; ++i) hash = (hash ^ Fold(units[i])) * 1099511628211ull;
+        for (const QZWChar unit : name) hash = (hash ^ Fold(unit)) * 1099511628211ull;
         return static_cast<std::size_t>(hash ^ (hash >> 32));
     }
 
-    QZStringCollection* m_names;
+    const JsonAttributes* m_names;
     std::vector<QZInt64> m_slots;
 };
 
@@ -155,7 +152,7 @@ private:
         QZInt64 comma;         ///< objects: the symbol that ends the present stretch
         QZInt64 first;         ///< objects: the first symbol of the present stretch
         QZInt64 colon;         ///< objects: the colon of the present pair; kNone between stretches
-        QZString* name;        ///< objects: the name whose value is being read
+        JsonView name;         ///< objects: the name whose value is being read
         std::unique_ptr<NameIndex> names;
 
         Level(QZJsonValue* v, QZJsonObject* o, QZInt64 opening, QZInt64 end, QZInt64 index)
@@ -166,29 +163,15 @@ private:
               begin(index + 1),
               comma(opening),
               first(opening + 1),
-              colon(QZJsonSymbalPair::kNone),
-              name(nullptr)
+              colon(QZJsonSymbalPair::kNone)
         {}
-        Level(Level&& other) noexcept
-            : value(other.value),
-              object(other.object),
-              closing(other.closing),
-              next(other.next),
-              begin(other.begin),
-              comma(other.comma),
-              first(other.first),
-              colon(other.colon),
-              name(other.name),
-              names(std::move(other.names))
-        {
-            other.name = nullptr;
-        }
-        Level& operator=(Level&&) = delete;
-        ~Level()
-        {
-            if (name) QZStringFactory::Recycle(&name);
-        }
     };
+
+    /// Units of the text from `begin` up to, without, `end`.
+    JsonView ViewOf(QZInt64 begin, QZInt64 end) const
+    {
+        return {m_text + begin, static_cast<std::size_t>(end - begin)};
+    }
 
     QZWChar UnitOf(QZInt64 symbol) const { return m_text[m_symbols.Index(symbol)]; }
 
@@ -225,7 +208,7 @@ private:
         }
         if (end <= stretch.begin || end > stretch.end) Throw(QZJsonExceptionCode::JsonFormatException);
         m_value = QZJsonAccess::NewString();
-        QZJsonAccess::ValOf(m_value)->Set(m_text + stretch.begin + 1, (end - stretch.begin - 1) * 2);
+        QZJsonAccess::SetText(m_value, ViewOf(stretch.begin + 1, end));
     }
 
     void ReadNumber(Stretch stretch)
@@ -282,17 +265,15 @@ private:
             m_value = nullptr;
             return;
         }
-        QZKeyValueCollection* attributes = QZJsonAccess::AttributesOf(level.object);
-        QZString* name = level.name;
-        level.name = nullptr;
-        const QZInt64 index = level.names ? level.names->Find(name) : attributes->GetIndex(name);
-        QZJsonAccess::SetAttr(level.object, name, index, m_value);
+        const JsonAttributes* attributes = QZJsonAccess::AttributesOf(level.object);
+        const QZInt64 index = level.names ? level.names->Find(level.name) : attributes->Find(level.name);
+        QZJsonAccess::SetAttr(level.object, level.name, index, m_value);
         m_value = nullptr;
         if (index >= 0) return;
         if (level.names)
             level.names->Add(attributes->Count() - 1);
         else if (attributes->Count() == NameIndex::kWorthwhile)
-            level.names = std::make_unique<NameIndex>(attributes->GetKeyCollection());
+            level.names = std::make_unique<NameIndex>(attributes);
     }
 
     void Close()
@@ -379,7 +360,7 @@ private:
         while (end < level->colon && UnitOf(end) != '"') ++end;
         if (end >= level->colon) Throw(QZJsonExceptionCode::JsonFormatException);
         const QZInt64 begin = m_symbols.Index(opening) + 1;
-        level->name = QZStringFactory::CreateString(m_text + begin, (m_symbols.Index(end) - begin) * 2);
+        level->name = ViewOf(begin, m_symbols.Index(end));
     }
 
     const QZWChar* m_text;

@@ -31,6 +31,13 @@ QZString* JsonText::ToString() const { return QZStringFactory::CreateString(m_un
 
 namespace
 {
+bool IsBlank(JsonView text)
+{
+    return std::all_of(text.begin(), text.end(), [](QZWChar unit) {
+        return unit == 0 || unit == ' ' || (unit >= '\t' && unit <= '\r');
+    });
+}
+
 /// One array or object on its way out, with the place that comes next.
 struct Level
 {
@@ -59,12 +66,12 @@ private:
         if (auto* text = As<QZJsonString>(value))
         {
             m_text.Append('"');
-            m_text.Append(QZJsonAccess::ValOf(text));
+            m_text.Append(QZJsonAccess::TextOf(text));
             m_text.Append('"');
         }
         else if (As<QZJsonDecimal>(value) || As<QZJsonBool>(value))
         {
-            WriteText(QZJsonAccess::ValOf(value), blankIsNothing);
+            WriteText(QZJsonAccess::TextOf(value), blankIsNothing);
         }
         else if (auto* object = As<QZJsonObject>(value))
         {
@@ -84,14 +91,14 @@ private:
         {
             // A class of the host's own writes itself.
             QZString* own = value->ToString();
-            WriteText(own, blankIsNothing);
+            WriteText({own->GetPointer(), static_cast<std::size_t>(own->GetLength())}, blankIsNothing);
             value->Recycle(&own);
         }
     }
 
-    void WriteText(QZString* text, bool blankIsNothing)
+    void WriteText(JsonView text, bool blankIsNothing)
     {
-        if (!blankIsNothing || !QZString::IsNullOrWhiteSpace(text)) m_text.Append(text);
+        if (!blankIsNothing || !IsBlank(text)) m_text.Append(text);
     }
 
     /// The next value of the innermost array or object, or its end.
@@ -115,7 +122,7 @@ private:
         }
         QZJsonObject* object = level.object;
         m_text.Append('"');
-        m_text.Append(object->GetAttrName(index));
+        m_text.Append(QZJsonAccess::AttributesOf(object)->NameAt(index));
         m_text.Append(QZ_W("\":"), 2);
         WriteValue(object->GetAttrValue(index), true);
     }

@@ -13,7 +13,9 @@
 #include "fw/fw_environment.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_memory.h"
+#include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "net/net_json.h"
 #include "os/os_thread.h"
 #include "support/qz_test.h"
 
@@ -190,6 +192,25 @@ TEST(FrameStress, AMutexAndACriticalSectionLetOneThreadIn)
     });
     EXPECT_EQ(underMutex, kThreads * 500);
     EXPECT_EQ(underSection, kThreads * 500);
+}
+
+TEST(FrameStress, ReadersOfOneJsonValueGetOneStringEach)
+{
+    for (int round = 0; round < 20; ++round)
+    {
+        QZString text(R"({"name":"a text of some length","number":2.5})");
+        QZJsonValue* value = QZJsonFactory::DeserializeObject(&text);
+        auto* object = static_cast<QZJsonObject*>(value);
+        std::atomic<int> right = 0;
+        OnAllThreads([&](int) {
+            if (object->GetAttrValue(0)->Val()->Equals("a text of some length") &&
+                object->GetAttrName(1)->Equals("number") &&
+                object->GetAttrValue(1)->Val() == object->GetAttrValue(1)->Val())
+                ++right;
+        });
+        EXPECT_EQ(right, kThreads);
+        QZJsonFactory::Recycle(&value);
+    }
 }
 
 std::atomic<int> g_ran = 0;
