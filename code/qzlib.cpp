@@ -6,6 +6,7 @@
 #include "fw/fw_memory.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_trace.h"
+#include "graphics/gr_graphics_factory.h"
 #include "net/net_json.h"
 #include "os/os_system.h"
 #include "os/os_thread.h"
@@ -100,6 +101,7 @@ QZBool QZLibInit()
     QZStringFactoryInit();
     QZExceptionFactoryInit();
     QZJsonFactoryInit();
+    QZGraphicsFactoryInit();
     g_libraryInitialised = true;
     return 1;
 }
@@ -107,6 +109,7 @@ QZBool QZLibInit()
 QZBool QZLibDispose()
 {
     if (!g_libraryInitialised) return 1;
+    QZGraphicsFactoryEnd();
     QZJsonFactoryEnd();
     QZExceptionFactoryEnd();
     QZStringFactoryEnd();

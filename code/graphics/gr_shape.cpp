@@ -38,11 +38,15 @@ QZShape::QZShape(unsigned char duplicates) : QZShape() { m_points->m_duplicatesA
 
 QZShape::QZShape(QZPointCollection* points) : QZShape() { m_points->Append(points); }
 
-QZShape::QZShape(QZShape* other) : QZShape()
+QZShape::QZShape(QZShape* other) : QZShape() { Copy(other); }
+
+void QZShape::Copy(QZShape* other)
 {
+    Clear();
     m_defaultColor = other->m_defaultColor;
     m_mixedColors = other->m_mixedColors;
     m_draw = other->m_draw;
+    m_points->m_duplicatesAllowed = 1;
     m_points->Append(other->m_points.get());
     m_points->m_duplicatesAllowed = other->m_points->m_duplicatesAllowed;
     m_colors->Append(other->m_colors.get());

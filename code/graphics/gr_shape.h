@@ -155,6 +155,10 @@ protected:
 
 private:
     friend class QZPixelBlock;
+    friend class QZGraphicsFactory;
+
+    /// Becomes a real copy of the other shape.
+    void Copy(QZShape* other);
 
     template <typename Figure>
     void Colored(unsigned int color, Figure add)

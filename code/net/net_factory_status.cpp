@@ -1,6 +1,7 @@
 #include "fw/fw_data_factory.h"
 #include "fw/fw_object_cache.h"
 #include "fw/fw_string_factory.h"
+#include "graphics/gr_graphics_factory.h"
 #include "net/net_json_internal.h"
 
 // Status records of the factories below. They are JSON objects, so their bodies live here, above both sides.
@@ -36,3 +37,13 @@ QZJsonObject* QZDataFactory::GetStatus()
 }
 
 void QZDataFactory::Recycle(QZJsonObject** status) { QZJsonFactory::Recycle(status); }
+
+QZJsonObject* QZGraphicsFactory::GetStatus()
+{
+    QZJsonObject* status = QZJsonFactory::CreateObject();
+    AddCount(status, QZ_W("Shape"), m_shapeCache);
+    AddCount(status, QZ_W("PixelBlock"), m_pixelBlockCache);
+    return status;
+}
+
+void QZGraphicsFactory::Recycle(QZJsonObject** status) { QZJsonFactory::Recycle(status); }

@@ -1,0 +1,160 @@
+#include "graphics/gr_graphics_factory.h"
+
+#include "fw/fw_exception.h"
+#include "fw/fw_factory_cache.h"
+#include "fw/fw_library.h"
+#include "graphics/gr_pixels.h"
+#include "graphics/gr_points.h"
+#include "graphics/gr_shape.h"
+
+QZObjectCache* QZGraphicsFactory::m_shapeCache = nullptr;
+QZObjectCache* QZGraphicsFactory::m_pixelBlockCache = nullptr;
+QZObjectCache* QZGraphicsFactory::m_rectangleCache = nullptr;
+QZObjectCache* QZGraphicsFactory::m_rectangleCollectionCache = nullptr;
+QZObjectCache* QZGraphicsFactory::m_sizeCache = nullptr;
+QZObjectCache* QZGraphicsFactory::m_arcCache = nullptr;
+QZObjectCache* QZGraphicsFactory::m_lineCache = nullptr;
+QZObjectCache* QZGraphicsFactory::m_pointCache = nullptr;
+QZObjectCache* QZGraphicsFactory::m_rayCache = nullptr;
+
+namespace
+{
+template <typename T>
+T* Take(QZObjectCache* cache)
+{
+    return static_cast<T*>(cache->Out());
+}
+
+/// Clears the object and gives it back. A locked one is left as it is.
+template <typename T, typename Reset>
+void GiveBack(QZObjectCache* cache, T** variable, Reset reset)
+{
+    if (!*variable)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    if ((*variable)->IsDisposable()) reset(*variable);
+    QZObject* object = *variable;
+    cache->In(&object);
+    *variable = nullptr;
+}
+}  // namespace
+
+QZShape* QZGraphicsFactory::CreateShape() { return Take<QZShape>(m_shapeCache); }
+
+QZShape* QZGraphicsFactory::CreateShape(QZShape* other)
+{
+    QZShape* shape = CreateShape();
+    try
+    {
+        shape->Copy(other);
+    }
+    catch (QZException*)
+    {
+        Recycle(&shape);
+        throw;
+    }
+    return shape;
+}
+
+QZPixelBlock* QZGraphicsFactory::CreatePixelBlock() { return Take<QZPixelBlock>(m_pixelBlockCache); }
+QZRectangle* QZGraphicsFactory::CreateRectangle() { return Take<QZRectangle>(m_rectangleCache); }
+QZRectangleCollection* QZGraphicsFactory::CreateRectangleCollection()
+{
+    return Take<QZRectangleCollection>(m_rectangleCollectionCache);
+}
+QZSize* QZGraphicsFactory::CreateSize() { return Take<QZSize>(m_sizeCache); }
+QZArc* QZGraphicsFactory::CreateArc() { return Take<QZArc>(m_arcCache); }
+QZLine* QZGraphicsFactory::CreateLine() { return Take<QZLine>(m_lineCache); }
+QZPoint* QZGraphicsFactory::CreatePoint() { return Take<QZPoint>(m_pointCache); }
+QZRay* QZGraphicsFactory::CreateRay() { return Take<QZRay>(m_rayCache); }
+
+void QZGraphicsFactory::Recycle(QZShape** shape)
+{
+    GiveBack(m_shapeCache, shape, [](QZShape* object) { object->Clear(); });
+}
+
+void QZGraphicsFactory::Recycle(QZPixelBlock** block)
+{
+    GiveBack(m_pixelBlockCache, block, [](QZPixelBlock* object) { object->Clear(); });
+}
+
+void QZGraphicsFactory::Recycle(QZRectangle** rectangle)
+{
+    GiveBack(m_rectangleCache, rectangle, [](QZRectangle* object) {
+        object->Set(0, 0, 0, 0);
+        object->Fill = 0;
+    });
+}
+
+void QZGraphicsFactory::Recycle(QZRectangleCollection** rectangles)
+{
+    GiveBack(m_rectangleCollectionCache, rectangles, [](QZRectangleCollection* object) { object->Clear(); });
+}
+
+void QZGraphicsFactory::Recycle(QZSize** size)
+{
+    GiveBack(m_sizeCache, size, [](QZSize* object) { object->Set(0, 0); });
+}
+
+void QZGraphicsFactory::Recycle(QZArc** arc)
+{
+    const QZPoint origin;
+    GiveBack(m_arcCache, arc, [&](QZArc* object) { object->Set(&origin, 0); });
+}
+
+void QZGraphicsFactory::Recycle(QZLine** line)
+{
+    GiveBack(m_lineCache, line, [](QZLine* object) { object->Set(0, 0, 0, 0); });
+}
+
+void QZGraphicsFactory::Recycle(QZPoint** point)
+{
+    GiveBack(m_pointCache, point, [](QZPoint* object) { object->Set(0, 0); });
+}
+
+void QZGraphicsFactory::Recycle(QZRay** ray)
+{
+    // A ray has no operations, so there is nothing to set back.
+    GiveBack(m_rayCache, ray, [](QZRay*) {});
+}
+
+void QZGraphicsFactory::Collect(unsigned char partial)
+{
+    if (!m_shapeCache) return;
+    m_shapeCache->Collect(partial);
+    m_pixelBlockCache->Collect(partial);
+}
+
+QZInt64 QZGraphicsFactory::GetMemorySize()
+{
+    return m_shapeCache ? m_shapeCache->GetMemorySize() + m_pixelBlockCache->GetMemorySize() : 0;
+}
+
+void QZGraphicsFactoryInit()
+{
+    using F = QZGraphicsFactory;
+    if (F::m_shapeCache) return;
+    F::m_shapeCache = new QZCache<QZShape>(-1, -1);
+    F::m_pixelBlockCache = new QZCache<QZPixelBlock>(-1, -1);
+    F::m_rectangleCache = new QZCache<QZRectangle>(-1, -1);
+    F::m_rectangleCollectionCache = new QZCache<QZRectangleCollection>(-1, -1);
+    F::m_sizeCache = new QZCache<QZSize>(-1, -1);
+    F::m_arcCache = new QZCache<QZArc>(-1, -1);
+    F::m_lineCache = new QZCache<QZLine>(-1, -1);
+    F::m_pointCache = new QZCache<QZPoint>(-1, -1);
+    F::m_rayCache = new QZCache<QZRay>(-1, -1);
+}
+
+void QZGraphicsFactoryEnd()
+{
+    using F = QZGraphicsFactory;
+    if (!F::m_shapeCache) return;
+    // The other seven caches are collected by their destructors.
+    F::Collect(0);
+    for (QZObjectCache** cache :
+         {&F::m_shapeCache, &F::m_pixelBlockCache, &F::m_rectangleCache, &F::m_rectangleCollectionCache,
+          &F::m_sizeCache, &F::m_arcCache, &F::m_lineCache, &F::m_pointCache, &F::m_rayCache})
+        QZEndCache(cache);
+}

@@ -1,0 +1,82 @@
+#ifndef QZLIB_GR_GRAPHICS_FACTORY_H
+#define QZLIB_GR_GRAPHICS_FACTORY_H
+
+#include "fw/fw_types.h"
+
+class QZArc;
+class QZJsonObject;
+class QZLine;
+class QZObjectCache;
+class QZPixelBlock;
+class QZPoint;
+class QZRay;
+class QZRectangle;
+class QZRectangleCollection;
+class QZShape;
+class QZSize;
+
+/// Hands out the value objects of the graphics toolkit from caches and takes them back. What Create...
+/// answers belongs to the caller until Recycle. May be called from any thread between QZLibInit and
+/// QZLibDispose.
+class QZ_API QZGraphicsFactory
+{
+public:
+    static QZShape* CreateShape();
+    /// A real copy of the shape.
+    static QZShape* CreateShape(QZShape* other);
+    /// A block that was used before keeps its size; its pixels are 0.
+    static QZPixelBlock* CreatePixelBlock();
+    static QZRectangle* CreateRectangle();
+    static QZRectangleCollection* CreateRectangleCollection();
+    static QZSize* CreateSize();
+    static QZArc* CreateArc();
+    static QZLine* CreateLine();
+    static QZPoint* CreatePoint();
+    static QZRay* CreateRay();
+
+    /// Clears the object, gives it back and clears the variable. A null in the variable is a
+    /// QZLibAssert(false).
+    /// @throws QZException 1280 for a locked object; the variable keeps its value
+    static void Recycle(QZShape** shape);
+    static void Recycle(QZPixelBlock** block);
+    static void Recycle(QZRectangle** rectangle);
+    static void Recycle(QZRectangleCollection** rectangles);
+    static void Recycle(QZSize** size);
+    static void Recycle(QZArc** arc);
+    static void Recycle(QZLine** line);
+    static void Recycle(QZPoint** point);
+    static void Recycle(QZRay** ray);
+    /// Takes back what GetStatus gave.
+    static void Recycle(QZJsonObject** status);
+
+    /// Collects the caches of shapes and pixel blocks only; see QZObjectCache::Collect. QZLibCollect does not
+    /// call it.
+    static void Collect(unsigned char partial);
+
+    /// A new object with the idle counts "Shape" and "PixelBlock"; given back with Recycle.
+    static QZJsonObject* GetStatus();
+
+    /// Bytes that idle shapes and pixel blocks own.
+    static QZInt64 GetMemorySize();
+
+private:
+    friend void QZGraphicsFactoryInit();
+    friend void QZGraphicsFactoryEnd();
+
+    static QZObjectCache* m_shapeCache;
+    static QZObjectCache* m_pixelBlockCache;
+    static QZObjectCache* m_rectangleCache;
+    static QZObjectCache* m_rectangleCollectionCache;
+    static QZObjectCache* m_sizeCache;
+    static QZObjectCache* m_arcCache;
+    static QZObjectCache* m_lineCache;
+    static QZObjectCache* m_pointCache;
+    static QZObjectCache* m_rayCache;
+};
+
+/// Start and end, called by QZLibInit and QZLibDispose; each may be called twice without effect. Not
+/// exported.
+void QZGraphicsFactoryInit();
+void QZGraphicsFactoryEnd();
+
+#endif
