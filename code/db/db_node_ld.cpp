@@ -153,7 +153,7 @@ void QZNodeLD::PUT_ARRAYINT32(QZData* data, QZInt64 index, QZInt32 value)
         data->SetValueInt32(index, value);
         return;
     }
-    data->NewSize(index * 4 + 4, static_cast<QZByte>(0));
+    data->NewSize(static_cast<QZInt64>(static_cast<QZUInt64>(index) * 4 + 4), static_cast<QZByte>(0));
     data->SetValueInt32(index, value);
     data->SetValueInt32(0, static_cast<QZInt32>(index));
 }

@@ -21,6 +21,15 @@ const QZInt64 LengthIndex = 2;
 /// Items stand behind the fixed fields of the two lists.
 const QZInt64 FirstItem = 7;
 
+/// Hosts may ask for any item: the sum wraps around.
+QZInt64 Past(QZInt64 item, QZInt64 offset)
+{
+    return static_cast<QZInt64>(static_cast<QZUInt64>(item) + static_cast<QZUInt64>(offset));
+}
+
+/// The length of a list that ends with the item.
+QZInt64 LengthWith(QZInt64 item) { return Past(item, 5); }
+
 /// The exceptions of semantic nodes, with the class that callers know.
 QZTrace<QZDatabaseException> Failure(QZInt64 code, const QZWChar* method)
 {
@@ -111,13 +120,14 @@ public:
             const QZInt64 size = index * 4 + 4;
             for (QZInt64 i = m_size; i < size; ++i) m_bytes[i] = 0;
             m_size = size;
+            QZStore(m_bytes + index * 4, value);
             QZStore(m_bytes, static_cast<QZInt32>(index));
         }
-        else if (!Has(index))
+        else
         {
-            return false;
+            if (!Has(index)) return false;
+            QZStore(m_bytes + index * 4, value);
         }
-        QZStore(m_bytes + index * 4, value);
         // A refused write leaves the old content; what is held here is then of no use any more.
         if (m_channel->P_C(m_ld, m_field, m_bytes, m_size) <= 0) m_size = 0;
         return true;
@@ -216,7 +226,7 @@ void QZDbFields::PutString(QZInt64 field, QZString* text, QZInt64 encoding) cons
     QZData bytes;
     QZEncoding::GetData(encoding, text, &bytes);
     PutData(field, &bytes);
-    AtLeast(field - 2);
+    AtLeast(field < 0 ? field : field - 2);
     // Always this type, in whatever encoding the bytes are; readers decode by it.
     SetType(field, QZDataType::TEXTUTF16LE);
 }
@@ -359,6 +369,8 @@ QZDateTime* QZDbFields::GetDate(QZInt64 field) const
 
 // ---- Items
 
+QZInt64 QZDbFields::ItemField(QZInt64 item) { return Past(item, FirstItem); }
+
 QZInt64 QZDbFields::ItemCount() const { return Length() - 5; }
 
 QZInt64 QZDbFields::AddString(QZString* text) const
@@ -377,7 +389,7 @@ QZString* QZDbFields::ItemString(QZInt64 item) const
             .Argument(QZ_W("QZInt64"), item)
             .Exception();
     }
-    return GetString(item + FirstItem);
+    return GetString(ItemField(item));
 }
 
 void QZDbFields::PutItemString(QZInt64 item, QZString* text) const
@@ -390,7 +402,7 @@ void QZDbFields::PutItemString(QZInt64 item, QZString* text) const
             .Argument(QZ_W("QZString*"), text)
             .Exception();
     }
-    PutString(item + FirstItem, text, QZDataType::TEXTUTF16LE);
+    PutString(ItemField(item), text, QZDataType::TEXTUTF16LE);
 }
 
 QZInt64 QZDbFields::AddData(QZData* data, QZInt64 type) const
@@ -413,22 +425,25 @@ void QZDbFields::PutItem(QZInt64 item, QZData* data) const
             .Argument(QZ_W("QZInt64"), item)
             .Exception();
     }
-    PutData(item + FirstItem, data);
-    AtLeast(item + 5);
+    PutData(ItemField(item), data);
+    AtLeast(LengthWith(item));
 }
 
 void QZDbFields::PutItem(QZInt64 item, QZData* data, QZInt64 type) const
 {
-    const QZInt64 field = item + FirstItem;
+    const QZInt64 field = ItemField(item);
+    const QZInt64 length = LengthWith(item);
     if (field < 0) return SetType(field, type);
-    // The same three writes, with the format field read once. Item -5 is the format
-    // field itself.
+    // The same three writes, with the format field read once where it fits: what did not take the type is not
+    // what lies in the file.
     const Bracket bracket(m_channel);
     SmallArray format(m_channel, m_ld, FormatField);
-    if (!format.Put(field, static_cast<QZInt32>(type))) SetType(field, type);
+    const bool held = format.Put(field, static_cast<QZInt32>(type));
+    if (!held) SetType(field, type);
     PutData(field, data);
-    if (field == FormatField || !format.Has(LengthIndex)) return AtLeast(item + 5);
-    if (format.Get(LengthIndex) < item + 5) format.Put(LengthIndex, static_cast<QZInt32>(item + 5));
+    // Item -5 is the format field itself.
+    if (!held || field == FormatField || !format.Has(LengthIndex)) return AtLeast(length);
+    if (format.Get(LengthIndex) < length) format.Put(LengthIndex, static_cast<QZInt32>(length));
 }
 
 void QZDbFields::TestItem(QZInt64 item, const QZWChar* className, const QZWChar* method) const

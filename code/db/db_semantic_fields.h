@@ -54,6 +54,7 @@ public:
     QZDateTime* GetDate(QZInt64 field) const;
 
     // Items: item i, from 1, stands in field i + 7.
+    static QZInt64 ItemField(QZInt64 item);
     QZInt64 ItemCount() const;
     QZInt64 AddString(QZString* text) const;
     QZString* ItemString(QZInt64 item) const;

@@ -207,22 +207,31 @@ QZInt64 QZNodeFLD::AddData(QZChannel* channel, QZInt64 pd, QZInt64 type)
     return AddData(channel, pd, &empty, type);
 }
 
-QZData* QZNodeFLD::GetData(QZInt64 item) { return QZDbFields(m_channel, LD()).GetData(item + 7); }
+QZData* QZNodeFLD::GetData(QZInt64 item)
+{
+    return QZDbFields(m_channel, LD()).GetData(QZDbFields::ItemField(item));
+}
 QZData* QZNodeFLD::GetData(QZChannel* channel, QZInt64 pd, QZInt64 item)
 {
-    return QZDbFields::Of(channel, pd).GetData(item + 7);
+    return QZDbFields::Of(channel, pd).GetData(QZDbFields::ItemField(item));
 }
 
-QZInt64 QZNodeFLD::GetDataSize(QZInt64 item) { return QZDbFields(m_channel, LD()).GetDataSize(item + 7); }
+QZInt64 QZNodeFLD::GetDataSize(QZInt64 item)
+{
+    return QZDbFields(m_channel, LD()).GetDataSize(QZDbFields::ItemField(item));
+}
 QZInt64 QZNodeFLD::GetDataSize(QZChannel* channel, QZInt64 pd, QZInt64 item)
 {
-    return QZDbFields::Of(channel, pd).GetDataSize(item + 7);
+    return QZDbFields::Of(channel, pd).GetDataSize(QZDbFields::ItemField(item));
 }
 
-QZInt64 QZNodeFLD::GetDataType(QZInt64 item) { return QZDbFields(m_channel, LD()).Type(item + 7); }
+QZInt64 QZNodeFLD::GetDataType(QZInt64 item)
+{
+    return QZDbFields(m_channel, LD()).Type(QZDbFields::ItemField(item));
+}
 QZInt64 QZNodeFLD::GetDataType(QZChannel* channel, QZInt64 pd, QZInt64 item)
 {
-    return QZDbFields::Of(channel, pd).Type(item + 7);
+    return QZDbFields::Of(channel, pd).Type(QZDbFields::ItemField(item));
 }
 
 void QZNodeFLD::PutData(QZInt64 item, QZData* data, QZInt64 type)

@@ -431,6 +431,66 @@ TEST_F(Semantic, DataListAnswersItsLength)
     EXPECT_QZ_THROW(node.PutData(-8, &data, Any), Code::ArgumentOutOfRange);
 }
 
+TEST_F(Semantic, DataListTakesAnyNumberOfItems)
+{
+    const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
+    QZNodeFLD node(m_channel, pd);
+    for (QZInt32 item = 1; item <= 130; ++item)
+    {
+        QZData data(4);
+        data.SetValueInt32(0, item);
+        node.PutData(item, &data, 0x2000000 + item);
+    }
+    EXPECT_EQ(node.DataCount(), 130);
+    EXPECT_EQ(node.GetDataType(0 - 7), 137);
+    for (QZInt32 item = 1; item <= 130; ++item)
+    {
+        EXPECT_EQ(node.GetDataType(item), 0x2000000 + item);
+        EXPECT_EQ(Take(node.GetData(item)).size(), 4u);
+    }
+
+    // Far past the end at once.
+    const QZInt64 other = QZNodeFLD::Create(m_channel, Root());
+    QZData data("x", 1);
+    QZNodeFLD::PutData(m_channel, other, 150, &data, Any);
+    EXPECT_EQ(QZNodeFLD::DataCount(m_channel, other), 150);
+    EXPECT_EQ(QZNodeFLD::GetDataType(m_channel, other, 150), Any);
+    EXPECT_EQ(QZNodeFLD::GetDataType(m_channel, other, 149), 0);
+    EXPECT_EQ(Field(other, 2).size(), 158u * 4);
+}
+
+TEST_F(Semantic, ItemsThatNoListHas)
+{
+    const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
+    QZNodeFLD node(m_channel, pd);
+    const std::string format = FormatOf(pd);
+    QZData data("x", 1);
+    QZString text("x");
+    const QZInt64 last = INT64_MAX;
+    EXPECT_EQ(node.GetDataSize(last), 0);
+    EXPECT_EQ(Take(node.GetData(last)), "");
+    EXPECT_QZ_THROW(node.GetDataType(last), Code::ArgumentOutOfRange);
+    EXPECT_QZ_THROW(node.PutData(last, &data, Any), Code::ArgumentOutOfRange);
+    node.PutData(last, &data);
+    EXPECT_QZ_THROW(node.SetDataType(last, Any), 1024);
+    const QZInt64 list = QZNodeTLD::Create(m_channel, Root());
+    EXPECT_QZ_THROW(QZNodeTLD::GetString(m_channel, list, last), Code::ArgumentOutOfRange);
+    EXPECT_QZ_THROW(QZNodeTLD::PutString(m_channel, list, last, &text), Code::ArgumentOutOfRange);
+    EXPECT_QZ_THROW(node.QZSNode::PutString(INT64_MIN, &text, QZDataType::TEXTUTF16LE),
+                    Code::ArgumentOutOfRange);
+    EXPECT_EQ(FormatOf(pd), format);
+}
+
+TEST_F(Semantic, TypeOfFieldZeroIsTheCount)
+{
+    const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
+    QZSNode::SetDataType(m_channel, pd, 0, -5);
+    EXPECT_EQ(FormatOf(pd), Words({-5, 0x1000300, 5, Utf16, Utf16, Array, Array, Array}));
+    // Past a negative count: the array ends with element 0, and that takes the index.
+    QZSNode::SetDataType(m_channel, pd, 0, 9);
+    EXPECT_EQ(FormatOf(pd), Words({0}));
+}
+
 TEST_F(Semantic, ItemsAsText)
 {
     const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
