@@ -6,6 +6,7 @@
 #include <typeinfo>
 #include <vector>
 
+#include "fw/fw_keyed.h"
 #include "fw/fw_memory.h"
 #include "fw/fw_object_cache.h"
 #include "net/net_json.h"
@@ -22,7 +23,7 @@ public:
     JsonAttributes(const JsonAttributes&) = delete;
     JsonAttributes& operator=(const JsonAttributes&) = delete;
     /// Deletes the values that nobody else has locked.
-    ~JsonAttributes() override;
+    ~JsonAttributes();
 
     QZInt64 Count() const { return static_cast<QZInt64>(m_entries.size()); }
 
@@ -60,6 +61,7 @@ private:
     void DropName(const Entry& entry);
     void Unlock(QZJsonValue* value);
 
+    QZKeyValueCollection m_dictionary;
     std::vector<Entry> m_entries;
     std::basic_string<QZWChar> m_names;
     /// Units of m_names that belong to no entry any more.

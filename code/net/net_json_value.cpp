@@ -277,14 +277,8 @@ QZString* JsonAttributes::StringAt(QZInt64 index)
 
 void JsonAttributes::Add(JsonView name, QZJsonValue* value)
 {
-    if (name.empty())
-    {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::KeyIsBad),
-                      QZ_W("QZKeyValueCollection"), QZ_W("AddToCollection"))
-            .Argument(QZ_W("QZString*"), QZ_W(""))
-            .Exception();
-    }
-    value->SetDisposable(GetObjectID(), 0);
+    if (name.empty()) m_dictionary.Add(QZ_W(""), value);
+    value->SetDisposable(m_dictionary.GetObjectID(), 0);
     m_entries.push_back({value, nullptr, m_names.size(), name.size()});
     m_names.append(name);
 }
@@ -292,7 +286,7 @@ void JsonAttributes::Add(JsonView name, QZJsonValue* value)
 void JsonAttributes::Unlock(QZJsonValue* value)
 {
     // A value that Replace put in was never locked: the answer does not matter.
-    static_cast<void>(value->SetDisposable(GetObjectID(), 1));
+    static_cast<void>(value->SetDisposable(m_dictionary.GetObjectID(), 1));
 }
 
 QZJsonValue* JsonAttributes::Replace(QZInt64 index, QZJsonValue* value)
