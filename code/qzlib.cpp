@@ -7,6 +7,8 @@
 #include "fw/fw_string_factory.h"
 #include "fw/fw_trace.h"
 #include "graphics/gr_graphics_factory.h"
+#include "net/net_http_constant.h"
+#include "net/net_http_factory.h"
 #include "net/net_json.h"
 #include "os/os_system.h"
 #include "os/os_thread.h"
@@ -101,6 +103,8 @@ QZBool QZLibInit()
     QZStringFactoryInit();
     QZExceptionFactoryInit();
     QZJsonFactoryInit();
+    QZHttpConstantInit();
+    QZHttpFactoryInit();
     QZGraphicsFactoryInit();
     g_libraryInitialised = true;
     return 1;
@@ -110,6 +114,8 @@ QZBool QZLibDispose()
 {
     if (!g_libraryInitialised) return 1;
     QZGraphicsFactoryEnd();
+    QZHttpFactoryEnd();
+    QZHttpConstantEnd();
     QZJsonFactoryEnd();
     QZExceptionFactoryEnd();
     QZStringFactoryEnd();
@@ -125,6 +131,7 @@ QZBool QZLibDispose()
 
 void QZLibCollect(QZBool partial)
 {
+    QZHttpFactory::Collect(partial);
     QZJsonFactory::Collect(partial);
     QZExceptionFactory::Collect(partial);
     QZStringFactory::Collect(partial);
@@ -139,6 +146,7 @@ void QZMemManager::Collect(QZBool partial)
     QZDataFactory::Collect(partial);
     QZExceptionFactory::Collect(partial);
     QZStringFactory::Collect(partial);
+    QZHttpFactory::Collect(partial);
     QZJsonFactory::Collect(partial);
 }
 

@@ -55,6 +55,13 @@
 #include "os/os_thread.h"
 #include "os/os_thread_pool.h"
 
+#include "net/net_http_constant.h"
+#include "net/net_http_context.h"
+#include "net/net_http_cookie.h"
+#include "net/net_http_factory.h"
+#include "net/net_http_header.h"
+#include "net/net_http_request.h"
+#include "net/net_http_response.h"
 #include "net/net_json.h"
 #include "net/net_json_cache.h"
 #include "net/net_url.h"

@@ -143,6 +143,9 @@ public:
 
     void Append(JsonView text) { Append(text.data(), static_cast<QZInt64>(text.size())); }
 
+    const QZWChar* Units() const { return m_units; }
+    QZInt64 Count() const { return m_count; }
+
     /// A new string with the text.
     QZString* ToString() const;
 

@@ -1,0 +1,54 @@
+#include "net/net_http_chunk.h"
+
+#include "fw/fw_data.h"
+#include "fw/fw_number_text.h"
+#include "net/net_http_constant.h"
+
+namespace http
+{
+namespace
+{
+const unsigned char* Bytes(const QZData* data)
+{
+    return static_cast<const unsigned char*>(data->GetPointer());
+}
+
+bool IsHexDigit(unsigned byte) { return byte - '0' < 10u || (byte | 32) - 'a' < 6u; }
+
+void Skip(QZData* data, QZInt64 count) { data->SetOffset(data->GetOffset() + count); }
+
+void SkipIf(QZData* data, unsigned char byte)
+{
+    if (data->GetSize() > 0 && Bytes(data)[0] == byte) Skip(data, 1);
+}
+}  // namespace
+
+QZInt64 ChunkSize(QZData* data, QZInt64* line)
+{
+    *line = -1;
+    // The line end of the chunk before.
+    SkipIf(data, '\r');
+    SkipIf(data, '\n');
+    if (data->GetSize() == 0 || !IsHexDigit(Bytes(data)[0])) return -1;
+    const QZInt64 end = data->Find(QZHttpConstant::NewLine);
+    if (end < 0) return -1;
+    *line = end;
+    if (end >= 256) return -1;
+    // All digits of the line count, those of an extension too.
+    const QZUInt64 size = number::ReadUInt64Hex(reinterpret_cast<const char*>(Bytes(data)), end);
+    return size > static_cast<QZUInt64>(kChunkLimit) ? -1 : static_cast<QZInt64>(size);
+}
+
+QZInt64 ChunkMove(QZData* data, QZData* target)
+{
+    QZInt64 line = -1;
+    const QZInt64 size = ChunkSize(data, &line);
+    if (size <= 0) return size;
+    // A chunk counts as there only with a byte behind its line end.
+    if (data->GetSize() <= size + line + 4) return -1;
+    Skip(data, line + 2);
+    target->Append(data->GetPointer(), size);
+    Skip(data, size + 2);
+    return size;
+}
+}  // namespace http

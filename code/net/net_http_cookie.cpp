@@ -1,0 +1,97 @@
+#include "net/net_http_cookie.h"
+
+#include "net/net_http_internal.h"
+
+const QZInt64 QZHttpCookie::Type;
+const QZInt64 QZHttpCookieCollection::Type;
+
+QZHttpCookie::QZHttpCookie()
+{
+    for (QZString* text : {&m_domain, &m_name, &m_path, &m_value, &m_expires})
+        http::Own(text, QZObject::GetObjectID());
+}
+
+QZHttpCookie::~QZHttpCookie()
+{
+    for (QZString* text : {&m_domain, &m_name, &m_path, &m_value, &m_expires})
+        http::Disown(text, QZObject::GetObjectID());
+}
+
+QZInt64 QZHttpCookie::GetType() { return 0x8310013; }
+
+QZString* QZHttpCookie::GetDomain() { return &m_domain; }
+QZString* QZHttpCookie::GetName() { return &m_name; }
+QZString* QZHttpCookie::GetPath() { return &m_path; }
+QZString* QZHttpCookie::GetValue() { return &m_value; }
+QZString* QZHttpCookie::GetExpries() { return &m_expires; }
+
+void QZHttpCookie::Set(QZString* text)
+{
+    // Before the text is looked at: a cookie that is set to a string of its own is empty.
+    Clear();
+    http::ReadCookie(this, text);
+}
+
+void QZHttpCookie::Set(QZString* name, QZString* value, QZString* path, QZString* domain, QZString* expires)
+{
+    m_name.Set(name);
+    m_value.Set(value);
+    m_path.Set(path);
+    m_domain.Set(domain);
+    m_expires.Set(expires);
+}
+
+void QZHttpCookie::Clear()
+{
+    for (QZString* text : {&m_domain, &m_name, &m_path, &m_value, &m_expires}) text->Clear();
+}
+
+void QZHttpCookie::Recycle(QZString** text)
+{
+    bool own = false;
+    for (QZString* part : {&m_domain, &m_name, &m_path, &m_value, &m_expires}) own = own || *text == part;
+    http::RecycleForeign(text, own, [](QZString** foreign) { QZStringFactory::Recycle(foreign); });
+}
+
+QZObject* QZHttpCookie::NewObject() { return new QZHttpCookie(); }
+void QZHttpCookie::DeleteObject(QZObject* cookie) { delete cookie; }
+
+QZHttpCookieCollection::QZHttpCookieCollection() = default;
+QZHttpCookieCollection::~QZHttpCookieCollection() = default;
+
+QZInt64 QZHttpCookieCollection::GetType() { return 0x8310014; }
+
+QZHttpCookie* QZHttpCookieCollection::GetElement(QZInt64 index)
+{
+    return static_cast<QZHttpCookie*>(QZObjectCollection::GetElement(index));
+}
+
+QZHttpCookie* QZHttpCookieCollection::Pop()
+{
+    auto* cookie = static_cast<QZHttpCookie*>(QZObjectCollection::Pop());
+    if (cookie) http::Disown(cookie, GetObjectID());
+    return cookie;
+}
+
+QZBool QZHttpCookieCollection::RemoveElement(QZInt64 index)
+{
+    QZHttpCookie* cookie = GetElement(index);
+    if (cookie) http::Disown(cookie, GetObjectID());
+    return QZObjectCollection::RemoveElement(index);
+}
+
+QZBool QZHttpCookieCollection::Push(QZHttpCookie* cookie) { return QZObjectCollection::Push(cookie); }
+
+QZInt64 QZHttpCookieCollection::GetCookiesSize()
+{
+    QZInt64 size = 0;
+    for (QZInt64 i = Count() - 1; i >= 0; --i)
+    {
+        QZHttpCookie* cookie = GetElement(i);
+        size += cookie->GetName()->GetSize() + cookie->GetValue()->GetSize();
+    }
+    return size;
+}
+
+QZObject* QZHttpCookieCollection::NewObject() { return new QZHttpCookieCollection(); }
+void QZHttpCookieCollection::DeleteObject(QZObject* collection) { delete collection; }

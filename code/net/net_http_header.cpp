@@ -1,0 +1,83 @@
+#include "net/net_http_header.h"
+
+#include "net/net_http_internal.h"
+
+const QZInt64 QZHttpHeader::Type;
+const QZInt64 QZHttpHeaderCollection::Type;
+
+QZHttpHeader::QZHttpHeader()
+{
+    for (QZString* text : {&m_name, &m_value}) http::Own(text, QZObject::GetObjectID());
+}
+
+QZHttpHeader::~QZHttpHeader()
+{
+    for (QZString* text : {&m_name, &m_value}) http::Disown(text, QZObject::GetObjectID());
+}
+
+QZInt64 QZHttpHeader::GetType() { return 0x8310015; }
+
+QZString* QZHttpHeader::GetName() { return &m_name; }
+QZString* QZHttpHeader::GetValue() { return &m_value; }
+
+void QZHttpHeader::Set(QZString* line)
+{
+    if (line != &m_name && line != &m_value) return http::ReadHeader(this, line);
+    const text::Temporary copy(QZStringFactory::CreateString(line));
+    http::ReadHeader(this, copy.Get());
+}
+
+void QZHttpHeader::Clear()
+{
+    m_name.Clear();
+    m_value.Clear();
+}
+
+void QZHttpHeader::Recycle(QZString** text)
+{
+    http::RecycleForeign(text, *text == &m_name || *text == &m_value,
+                         [](QZString** foreign) { QZStringFactory::Recycle(foreign); });
+}
+
+QZObject* QZHttpHeader::NewObject() { return new QZHttpHeader(); }
+void QZHttpHeader::DeleteObject(QZObject* header) { delete header; }
+
+QZHttpHeaderCollection::QZHttpHeaderCollection() = default;
+QZHttpHeaderCollection::~QZHttpHeaderCollection() = default;
+
+QZInt64 QZHttpHeaderCollection::GetType() { return 0x8310016; }
+
+QZHttpHeader* QZHttpHeaderCollection::GetElement(QZInt64 index)
+{
+    return static_cast<QZHttpHeader*>(QZObjectCollection::GetElement(index));
+}
+
+QZHttpHeader* QZHttpHeaderCollection::Pop()
+{
+    auto* header = static_cast<QZHttpHeader*>(QZObjectCollection::Pop());
+    if (header) http::Disown(header, GetObjectID());
+    return header;
+}
+
+QZBool QZHttpHeaderCollection::RemoveElement(QZInt64 index)
+{
+    QZHttpHeader* header = GetElement(index);
+    if (header) http::Disown(header, GetObjectID());
+    return QZObjectCollection::RemoveElement(index);
+}
+
+QZBool QZHttpHeaderCollection::Push(QZHttpHeader* header) { return QZObjectCollection::Push(header); }
+
+QZInt64 QZHttpHeaderCollection::GetHeadersSize()
+{
+    QZInt64 size = 0;
+    for (QZInt64 i = Count() - 1; i >= 0; --i)
+    {
+        QZHttpHeader* header = GetElement(i);
+        size += header->GetName()->GetSize() + header->GetValue()->GetSize();
+    }
+    return size;
+}
+
+QZObject* QZHttpHeaderCollection::NewObject() { return new QZHttpHeaderCollection(); }
+void QZHttpHeaderCollection::DeleteObject(QZObject* collection) { delete collection; }

@@ -1,0 +1,86 @@
+#ifndef QZLIB_NET_NET_HTTP_REQUEST_H
+#define QZLIB_NET_NET_HTTP_REQUEST_H
+
+#include "fw/fw_string.h"
+#include "net/net_http_context.h"
+#include "net/net_url.h"
+#include "os/os_ip_address.h"
+
+/// A request: "GET", "/" and "HTTP/1.1" until it is told otherwise.
+///
+/// Method, address, version and client address belong to the request and are locked with its object id.
+class QZ_API QZHttpRequest : public QZHttpContext
+{
+public:
+    static const QZInt64 Type = 0x8310019;
+
+    ~QZHttpRequest() override;
+
+    QZInt64 GetType() override;
+
+    /// Reads a whole request: head, empty line, and everything behind it as content, whatever its
+    /// "Content-Length" says.
+    /// @throws QZHttpException BadRequestData without an empty line behind some head, and what SetHead throws
+    void Set(QZData* data);
+
+    /// Reads a head, without its empty line. A first line that begins with PROXY is passed over: its source
+    /// address becomes a header "X-Forwarded-For" unless the request has one. Lines that are no header are
+    /// passed over, as are cookies without a name.
+    /// @throws QZHttpException BadRequestData for a request line of fewer than two words; QZException 256 for
+    ///         an address whose host ends with a colon
+    void SetHead(QZString* head);
+
+    /// The head with its empty line, a new string, given back with Recycle. Puts the method in upper case.
+    QZString* GetHead();
+
+    /// Head and content as bytes, new data, given back with Recycle. Sets the header "Content-Length".
+    QZData* ToData();
+
+    /// "HTTP/1.1", whatever a request line said.
+    QZString* GetVersion();
+    QZUrl* GetUrl();
+    void SetUrl(QZString* url);
+    QZString* GetMethod();
+    void SetMethod(QZString* method);
+    void SetMethod(const char* method);
+    void SetMethod(const QZWChar* method);
+
+    QZData* GetContent();
+    /// Replace the content and leave the headers alone; text goes the way of QZHttpContext.
+    void SetContent(const QZData* content);
+    void SetContent(const void* content, QZInt64 size);
+    using QZHttpContext::SetContent;
+
+    QZIPAddress* GetClientIP();
+
+    /// The client's socket.
+    QZInt64 GetHandle();
+    void SetHandle(QZInt64 handle);
+
+    using QZHttpContext::Recycle;
+    void Recycle(QZData** data) override;
+    void Recycle(QZUrl** url);
+    void Recycle(QZString** text);
+    void Recycle(QZIPAddress** address);
+
+protected:
+    QZHttpRequest();
+
+    static QZObject* NewObject();
+    static void DeleteObject(QZObject* request);
+
+private:
+    friend class QZHttpFactory;
+
+    void Reset();
+    void Parse(QZString* head);
+    void ParseLine(const QZWChar* units, QZInt64 count);
+
+    QZInt64 m_handle = 0;
+    QZString m_method;
+    QZUrl m_url;
+    QZString m_version;
+    QZIPAddress m_clientIP;
+};
+
+#endif

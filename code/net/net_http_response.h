@@ -1,0 +1,67 @@
+#ifndef QZLIB_NET_NET_HTTP_RESPONSE_H
+#define QZLIB_NET_NET_HTTP_RESPONSE_H
+
+#include "fw/fw_string.h"
+#include "net/net_http_context.h"
+
+/// A response: "200 OK" until it is told otherwise.
+///
+/// The status is the whole text behind the version, number included. It belongs to the response and is locked
+/// with its object id.
+class QZ_API QZHttpResponse : public QZHttpContext
+{
+public:
+    static const QZInt64 Type = 0x8310018;
+
+    ~QZHttpResponse() override;
+
+    QZInt64 GetType() override;
+
+    /// Reads a whole response: head, empty line, and everything behind it as content. The source does not
+    /// keep the bytes. Without an empty line the response is an empty "200 OK".
+    /// @throws QZHttpException BadResponseData for empty data, and what SetHead throws
+    void Set(QZData* data);
+
+    /// Reads a head, without its empty line. A status that was read has a blank at its end. Lines without
+    /// colon and blank are passed over; lines that contain "Set-Cookie" are cookies.
+    /// @throws QZHttpException BadResponseData for a first line of fewer than three words
+    void SetHead(QZString* head);
+
+    /// The head with its empty line, a new string, given back with Recycle.
+    QZString* GetHead();
+
+    /// Head and content as bytes, new data, given back with Recycle. Sets the header "Content-Length".
+    QZData* ToData();
+
+    QZString* GetStatus();
+    void SetStatus(QZString* status);
+    void SetStatus(const char* status);
+    void SetStatus(const QZWChar* status);
+    /// The number, a blank, and the text of QZHttpStatusCode, if it has one.
+    void SetStatus(int code);
+
+    QZInt64 GetHandle();
+    void SetHandle(QZInt64 handle);
+
+    /// As QZHttpContext does, and the status is 200 again.
+    void Clear();
+
+    using QZHttpContext::Recycle;
+    void Recycle(QZData** data) override;
+    void Recycle(QZString** text);
+
+protected:
+    QZHttpResponse();
+
+    static QZObject* NewObject();
+    static void DeleteObject(QZObject* response);
+
+private:
+    void Parse(QZString* head);
+    void ParseLine(const QZWChar* units, QZInt64 count);
+
+    QZString m_status;
+    QZInt64 m_handle = 0;
+};
+
+#endif
