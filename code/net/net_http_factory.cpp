@@ -1,7 +1,7 @@
 #include "net/net_http_factory.h"
 
+#include "fw/fw_factory_cache.h"
 #include "fw/fw_library.h"
-#include "fw/fw_object_cache.h"
 #include "net/net_http_internal.h"
 #include "net/net_http_request.h"
 #include "net/net_http_response.h"
@@ -20,31 +20,6 @@ QZObjectCache* QZHttpFactory::m_connectCache = nullptr;
 
 namespace
 {
-// The caches. Each derives from its class for the sole purpose of reaching the protected NewObject and
-// DeleteObject; that part is a complete, idle object.
-#define QZLIB_HTTP_CACHE(Cache, Class)                                                             \
-    class Cache : public QZObjectCache, private Class                                              \
-    {                                                                                              \
-    public:                                                                                        \
-        Cache(QZInt64 createdLimit, QZInt64 idleLimit) : QZObjectCache(createdLimit, idleLimit) {} \
-        ~Cache() override { QZObjectCache::Collect(0); }                                           \
-        QZInt64 GetType() override { return QZObjectCache::GetType(); }                            \
-        QZInt64 GetMemorySize() override { return QZObjectCache::GetMemorySize(); }                \
-                                                                                                   \
-    protected:                                                                                     \
-        QZObject* NewObject() override { return Class::NewObject(); }                              \
-        void DeleteObject(QZObject* object) override { Class::DeleteObject(object); }              \
-    }
-
-QZLIB_HTTP_CACHE(QZHttpHeaderCache, QZHttpHeader);
-QZLIB_HTTP_CACHE(QZHttpCookieCache, QZHttpCookie);
-QZLIB_HTTP_CACHE(QZHttpHeaderCollectionCache, QZHttpHeaderCollection);
-QZLIB_HTTP_CACHE(QZHttpCookieCollectionCache, QZHttpCookieCollection);
-QZLIB_HTTP_CACHE(QZHttpRequestCache, QZHttpRequest);
-QZLIB_HTTP_CACHE(QZHttpResponseCache, QZHttpResponse);
-
-#undef QZLIB_HTTP_CACHE
-
 template <typename T>
 T* Take(QZObjectCache* cache)
 {
@@ -305,12 +280,12 @@ void QZHttpFactoryInit()
     if (F::m_section) return;
     F::m_connectLimit = -1;
     // In this order: a cache holds an idle object of its class, and a message holds a header.
-    F::m_headerCache = new QZHttpHeaderCache(-1, -1);
-    F::m_cookieCache = new QZHttpCookieCache(-1, -1);
-    F::m_headerCollectionCache = new QZHttpHeaderCollectionCache(-1, -1);
-    F::m_cookieCollectionCache = new QZHttpCookieCollectionCache(-1, -1);
-    F::m_requestCache = new QZHttpRequestCache(-1, -1);
-    F::m_responseCache = new QZHttpResponseCache(-1, -1);
+    F::m_headerCache = new QZFactoryCache<QZHttpHeader>();
+    F::m_cookieCache = new QZFactoryCache<QZHttpCookie>();
+    F::m_headerCollectionCache = new QZFactoryCache<QZHttpHeaderCollection>();
+    F::m_cookieCollectionCache = new QZFactoryCache<QZHttpCookieCollection>();
+    F::m_requestCache = new QZFactoryCache<QZHttpRequest>();
+    F::m_responseCache = new QZFactoryCache<QZHttpResponse>();
     F::m_connectCache = http::NewConnectCache(F::m_connectLimit);
     F::m_section = new QZCriticalSection();
 }
@@ -323,10 +298,7 @@ void QZHttpFactoryEnd()
     for (QZObjectCache** cache :
          {&F::m_connectCache, &F::m_responseCache, &F::m_requestCache, &F::m_cookieCollectionCache,
           &F::m_headerCollectionCache, &F::m_cookieCache, &F::m_headerCache})
-    {
-        delete *cache;
-        *cache = nullptr;
-    }
+        QZEndCache(cache);
     delete F::m_section;
     F::m_section = nullptr;
 }
