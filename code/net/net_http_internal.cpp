@@ -249,9 +249,9 @@ void PutHeaders(JsonText* to, QZHttpHeaderCollection* headers)
     for (QZInt64 i = 0; i < count; ++i)
     {
         QZHttpHeader* header = headers->GetElement(i);
-        to->Append(header->GetName());
+        Put(to, header->GetName());
         Put(to, QZ_W(": "));
-        to->Append(header->GetValue());
+        Put(to, header->GetValue());
         Put(to, QZ_W("\r\n"));
     }
 }

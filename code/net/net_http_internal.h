@@ -81,6 +81,8 @@ void SetCookieValue(QZHttpCookieCollection* cookies, Text name, QZInt64 value);
 /// The times of a message, to be filled by whoever serves it.
 QZHttpStamps& StampsOf(QZHttpContext* context);
 
+inline void Put(JsonText* to, QZString* text) { to->Append(text->GetPointer(), text->GetLength()); }
+
 template <std::size_t N>
 void Put(JsonText* to, const QZWChar (&literal)[N])
 {

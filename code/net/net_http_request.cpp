@@ -23,17 +23,17 @@ QZHttpException* BadRequest()
 void PutHead(JsonText* head, QZHttpRequest* request)
 {
     request->GetMethod()->ToUpperThis();
-    head->Append(request->GetMethod());
+    http::Put(head, request->GetMethod());
     head->Append(' ');
-    head->Append(request->GetUrl()->GetPath());
+    http::Put(head, request->GetUrl()->GetPath());
     const text::Temporary params(request->GetUrl()->GetParamString());
     if (!QZString::IsNullOrWhiteSpace(params.Get()))
     {
         head->Append('?');
-        head->Append(params.Get());
+        http::Put(head, params.Get());
     }
     head->Append(' ');
-    head->Append(request->GetVersion());
+    http::Put(head, request->GetVersion());
     http::Put(head, QZ_W("\r\n"));
     http::PutHeaders(head, request->GetHeaders());
     QZHttpCookieCollection* cookies = request->GetCookies();
@@ -45,9 +45,9 @@ void PutHead(JsonText* head, QZHttpRequest* request)
             http::Put(head, QZ_W("Cookie: "));
         else
             http::Put(head, QZ_W("; "));
-        head->Append(cookie->GetName());
+        http::Put(head, cookie->GetName());
         head->Append('=');
-        head->Append(cookie->GetValue());
+        http::Put(head, cookie->GetValue());
     }
     if (count > 0) http::Put(head, QZ_W("\r\n"));
     http::Put(head, QZ_W("\r\n"));

@@ -23,7 +23,7 @@ QZHttpException* BadResponse()
 void PutHead(JsonText* head, QZHttpResponse* response)
 {
     http::Put(head, QZ_W("HTTP/1.1 "));
-    head->Append(response->GetStatus());
+    http::Put(head, response->GetStatus());
     http::Put(head, QZ_W("\r\n"));
     http::PutHeaders(head, response->GetHeaders());
     QZHttpCookieCollection* cookies = response->GetCookies();
@@ -32,16 +32,16 @@ void PutHead(JsonText* head, QZHttpResponse* response)
     {
         QZHttpCookie* cookie = cookies->GetElement(i);
         http::Put(head, QZ_W("Set-Cookie: "));
-        head->Append(cookie->GetName());
+        http::Put(head, cookie->GetName());
         head->Append('=');
-        head->Append(cookie->GetValue());
+        http::Put(head, cookie->GetValue());
         // All parts, the empty ones too.
         http::Put(head, QZ_W("; domain="));
-        head->Append(cookie->GetDomain());
+        http::Put(head, cookie->GetDomain());
         http::Put(head, QZ_W("; expires="));
-        head->Append(cookie->GetExpries());
+        http::Put(head, cookie->GetExpries());
         http::Put(head, QZ_W("; path="));
-        head->Append(cookie->GetPath());
+        http::Put(head, cookie->GetPath());
         http::Put(head, QZ_W("\r\n"));
     }
     http::Put(head, QZ_W("\r\n"));

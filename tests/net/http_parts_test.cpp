@@ -345,7 +345,7 @@ TEST(HttpHeaderCollection, UnlocksWhatLeavesIt)
     Held<QZHttpHeaderCollection> headers(QZHttpFactory::CreateHeaderCollection());
     http::SetHeaderValue(headers.Get(), QZ_W("A"), QZ_W("1"));
     http::SetHeaderValue(headers.Get(), QZ_W("B"), -7);
-    http::SetHeaderValue(headers.Get(), QZ_W("a"), Str("2"));
+    http::SetHeaderValue(headers.Get(), QZ_W("a"), QZ_W("2"));
     EXPECT_EQ(HeadersOf(headers.Get()), "A: 2|B: -7");
     QZHttpHeader* first = headers->GetElement(0);
     EXPECT_FALSE(first->IsDisposable());
