@@ -86,6 +86,7 @@
 #include "graphics/gr_compositor.h"
 #include "graphics/gr_geometry.h"
 #include "graphics/gr_graphics_factory.h"
+#include "graphics/gr_image.h"
 #include "graphics/gr_lattice.h"
 #include "graphics/gr_layer.h"
 #include "graphics/gr_pixels.h"
