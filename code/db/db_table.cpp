@@ -24,7 +24,7 @@ QZTrace<QZDatabaseException> Failure(QZInt64 code, const QZWChar* method, QZChan
     return trace;
 }
 
-/// A collection is given back with what it holds.
+/// Gives a collection back with what it holds.
 template <typename T>
 void RecycleAll(T** collection)
 {
@@ -38,7 +38,7 @@ void RecycleAll(T** collection)
 struct GiveBack
 {
     void operator()(QZStringCollection* names) const { QZDbTable::Recycle(&names); }
-    void operator()(QZObjectCollection* tables) const { QZDbTable::Recycle(&tables); }
+    void operator()(QZObjectCollection* tables) const { RecycleAll(&tables); }
 };
 
 template <typename Visit>
@@ -198,7 +198,8 @@ QZStringCollection* QZDbTable::GetDatatableNamesFromDir(QZChannel* channel, QZSt
 }
 
 void QZDbTable::Recycle(QZStringCollection** names) { RecycleAll(names); }
-void QZDbTable::Recycle(QZObjectCollection** tables) { RecycleAll(tables); }
+// The tables were opened one by one and stay open; callers close each.
+void QZDbTable::Recycle(QZObjectCollection** tables) { NodeRecycle(tables); }
 void QZDbTable::Recycle(QZCollection** handles) { NodeRecycle(handles); }
 void QZDbTable::Recycle(QZData** data) { NodeRecycle(data); }
 void QZDbTable::Recycle(QZString** text) { NodeRecycle(text); }

@@ -78,15 +78,16 @@ public:
     /// The node has the shape of a table.
     static QZBool IsDatatable(QZChannel* channel, QZInt64 handle);
 
-    /// The data tables of the directory "DATATABLE", opened; the directory is made when it is missing.
+    /// The data tables of the directory "DATATABLE", opened, each to be closed by the caller; the directory
+    /// is made when it is missing.
     static QZObjectCollection* GetDataTables(QZChannel* channel);
 
     /// Names of the data tables at the root, and below the node at a path.
     static QZStringCollection* GetDatatableNamesFromRoot(QZChannel* channel);
     static QZStringCollection* GetDatatableNamesFromDir(QZChannel* channel, QZString* path);
 
-    /// Deletes the object, a collection of strings or objects with its elements, and clears the variable. A
-    /// null in the variable is a QZLibAssert(false).
+    /// Deletes the object, a collection of strings with them and a collection of tables without, and clears
+    /// the variable. A null in the variable is a QZLibAssert(false).
     static void Recycle(QZStringCollection** names);
     static void Recycle(QZObjectCollection** tables);
     static void Recycle(QZCollection** handles);

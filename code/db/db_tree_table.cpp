@@ -38,6 +38,17 @@ std::vector<PathText> NamesOf(QZString* path)
     return names;
 }
 
+/// @throws QZDatabaseException ArgumentOutOfRange for a null channel and handle 0
+void Require(QZChannel* channel, QZInt64 handle, const QZWChar* method)
+{
+    if (channel != nullptr && handle != 0) return;
+    throw QZTrace(QZExceptionFactory::CreateDatabaseException(QZDatabaseExceptionCode::ArgumentOutOfRange),
+                  QZ_W("QZTable"), method)
+        .Argument(QZ_W("QZChannel*"), QZConvert::PVoidToIntPtr(channel))
+        .Argument(QZ_W("QZInt64"), handle)
+        .Exception();
+}
+
 /// The list that children of a node lie in; 0 when the node has none.
 QZInt64 ListOf(QZChannel* channel, QZInt64 node)
 {
@@ -51,15 +62,7 @@ QZInt64 QZTable::GetType() { return 0x8330001; }
 
 void QZTable::Init(QZChannel* channel, QZInt64 handle)
 {
-    if (channel == nullptr || handle == 0)
-    {
-        throw QZTrace(
-            QZExceptionFactory::CreateDatabaseException(QZDatabaseExceptionCode::ArgumentOutOfRange),
-            QZ_W("QZTable"), QZ_W("Init"))
-            .Argument(QZ_W("QZChannel*"), QZConvert::PVoidToIntPtr(channel))
-            .Argument(QZ_W("QZInt64"), handle)
-            .Exception();
-    }
+    Require(channel, handle, QZ_W("Init"));
     m_channel = channel;
     m_handle = handle;
     std::shared_ptr<QZSNode> node = std::make_shared<QZSNode>(channel, handle);
@@ -152,10 +155,19 @@ QZObjectCollection* QZTable::TablesOf(QZChannel* channel, QZInt64 list)
 
 QZObjectCollection* QZTable::GetTables(QZChannel* channel, QZInt64 handle)
 {
+    Require(channel, handle, QZ_W("GetTables"));
     return TablesOf(channel, QZNodePD::GetHD(channel, handle));
 }
 QZObjectCollection* QZTable::GetTablesFromRoot(QZChannel* channel)
 {
+    if (channel == nullptr)
+    {
+        throw QZTrace(
+            QZExceptionFactory::CreateDatabaseException(QZDatabaseExceptionCode::ArgumentOutOfRange),
+            QZ_W("QZTable"), QZ_W("GetTablesFromRoot"))
+            .Argument(QZ_W("QZChannel*"), QZInt64{0})
+            .Exception();
+    }
     return TablesOf(channel, channel->G_TA(QZDatabaseInfo::TREESSN));
 }
 
@@ -178,6 +190,8 @@ QZInt64 QZTable::GetNodeHandleByName(QZChannel* channel, QZInt64 parent, QZStrin
 
 QZInt64 QZTable::Walk(QZChannel* channel, QZString* path, QZBool create, QZInt64 kind)
 {
+    if (channel == nullptr)
+        throw QZExceptionFactory::CreateDatabaseException(QZDatabaseExceptionCode::ArgumentOutOfRange);
     QZString scratch;
     QZInt64 node = 0;
     for (const PathText& name : NamesOf(path))

@@ -189,8 +189,12 @@ TEST_F(DbTable, TablesOfTheStandardDirectory)
     QZTable(m_channel, directory).CreateFLD(&name);
     tables = QZDbTable::GetDataTables(m_channel);
     ASSERT_EQ(tables->Count(), 1);
-    EXPECT_EQ(static_cast<QZDbTable*>(tables->GetElement(0))->GetHandle(), handle);
+    QZDbTable* table = static_cast<QZDbTable*>(tables->GetElement(0));
+    // The collection goes without the tables.
     QZDbTable::Recycle(&tables);
+    EXPECT_EQ(tables, nullptr);
+    EXPECT_EQ(table->GetHandle(), handle);
+    QZDbTable::Close(&table);
 }
 
 TEST_F(DbTable, NullsGoToTheAssertHook)

@@ -49,6 +49,13 @@ TEST_F(TreeTable, NeedsAChannelAndAHandle)
 {
     EXPECT_QZ_THROW(QZTable(nullptr, 256), Code::ArgumentOutOfRange);
     EXPECT_QZ_THROW(QZTable(m_channel, 0), Code::ArgumentOutOfRange);
+    QZString path("a");
+    EXPECT_QZ_THROW(QZTable::Access(nullptr, &path), Code::ArgumentOutOfRange);
+    EXPECT_QZ_THROW(QZTable::Create(nullptr, &path, LDTYPE::FLDTYPE), Code::ArgumentOutOfRange);
+    EXPECT_QZ_THROW(QZTable::GetTables(nullptr, 256), Code::ArgumentOutOfRange);
+    EXPECT_QZ_THROW(QZTable::GetTables(m_channel, 0), Code::ArgumentOutOfRange);
+    EXPECT_QZ_THROW(QZTable::GetTablesFromRoot(nullptr), Code::ArgumentOutOfRange);
+    EXPECT_EQ(QZTable::Access(m_channel, nullptr), 0);
 }
 
 TEST_F(TreeTable, NothingIsFoundInAnEmptyDatabase)
