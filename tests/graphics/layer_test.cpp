@@ -372,6 +372,27 @@ TEST(Layer, DrawsACircle)
     EXPECT_EQ(layer.GetPixel(5, 5), 0u);
 }
 
+TEST(Layer, ACircleIsDrawnOnTheTopRowTooWhichItDoesNotNote)
+{
+    QZGraphics layer(12, 12);
+    const QZCircle circle(5, 6, 3);
+    layer.Draw(&circle);
+    ExpectAreas(layer, {"1,2 9x9"});
+    // The rows of the figure, 6 to 9 and 6 to 3, as columns of row 0.
+    EXPECT_EQ(Show(layer).at(0), "...WWWWWWW..");
+    EXPECT_EQ(Show(layer).at(1), "............");
+}
+
+TEST(Layer, ASlopedLineMayEndOnePixelOutsideTheAreaThatItNotes)
+{
+    QZGraphics layer(30, 10);
+    layer.DrawLine(0, 7, 21, 4);
+    ExpectAreas(layer, {"0,4 22x4"});
+    // 21 * -0.14285715 + 7 is 3.9999998 in single precision.
+    EXPECT_EQ(layer.GetPixel(21, 3), kPen);
+    EXPECT_EQ(layer.GetPixel(21, 4), 0u);
+}
+
 TEST(Layer, DrawsAGridCellByCell)
 {
     QZGraphics layer(8, 5);
