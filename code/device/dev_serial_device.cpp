@@ -72,10 +72,10 @@ QZSerialDevice::QZSerialDevice()
 
 QZSerialDevice::QZSerialDevice(const QZSerialDevice& other)
     : QZSerial(other),
+      m_mirrorCount(other.m_mirrorCount),
       m_bulk(other.m_bulk),
       m_queued(other.m_queued),
       m_shared(other.m_shared),
-      m_mirrorCount(other.m_mirrorCount),
       m_checksum(other.m_checksum)
 {
     QZMemCopy(m_mirror, other.m_mirror, BufferSize);

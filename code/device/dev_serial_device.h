@@ -5,6 +5,7 @@
 
 #include "os/os_serial.h"
 
+class QZCriticalSection;
 class QZData;
 class QZMutex;
 
@@ -159,6 +160,13 @@ protected:
     void DelateFunData(QZSerialFunData** data);
     void QueueAdd(QZSerialFunData* data);
 
+    /// Held by whoever hands several requests over at one time.
+    QZCriticalSection* QueueLock();
+
+    /// The host's copy of the device's parameter buffer, and how many bytes went into it.
+    QZByte m_mirror[16] = {};
+    QZByte m_mirrorCount = 0;
+
     /// Whole groups of bytes at once instead of one by one; calls through the queue. Nothing in the library
     /// sets either.
     QZByte m_bulk = 0;
@@ -189,8 +197,6 @@ private:
                      const QZWChar* method);
 
     std::shared_ptr<Shared> m_shared;
-    QZByte m_mirror[16] = {};
-    QZByte m_mirrorCount = 0;
     QZByte m_checksum = 1;
     std::unique_ptr<Worker> m_worker;
 };

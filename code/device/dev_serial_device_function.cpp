@@ -134,6 +134,8 @@ void QZSerialDevice::DelateFunData(QZSerialFunData** data)
     *data = nullptr;
 }
 
+QZCriticalSection* QZSerialDevice::QueueLock() { return m_shared->lock; }
+
 void QZSerialDevice::QueueAdd(QZSerialFunData* data)
 {
     const QZCriticalGuard guard(m_shared->lock);

@@ -1,0 +1,28 @@
+#include <qzlib.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+
+#include "tool.h"
+
+namespace
+{
+
+std::atomic<bool> g_stop{false};
+
+void Stop(int) { g_stop = true; }
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    std::signal(SIGINT, Stop);
+    std::signal(SIGTERM, Stop);
+    QZLibInit();
+    const qzdevice::Console console{stdout, stderr, isatty(2) != 0, &g_stop};
+    const int code = qzdevice::RunTool(qzdevice::Arguments(argv + 1, argv + argc), console);
+    QZLibDispose();
+    return code;
+}

@@ -1,0 +1,174 @@
+#include "tool.h"
+
+#include <qzlib.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "text.h"
+
+namespace qzdevice
+{
+
+namespace
+{
+
+const char HelpText[] =
+    "qzdevice - talks to an instrument controller on a serial port\n"
+    "\n"
+    "  qzdevice list                        the serial ports of this machine\n"
+    "  qzdevice show PORT                   model, serial number, version, state\n"
+    "  qzdevice get PORT WHAT INDEX         WHAT: incremental, magnification, key, value\n"
+    "  qzdevice set PORT WHAT INDEX VALUE\n"
+    "  qzdevice set PORT serial TEXT        writes a new serial number\n"
+    "  qzdevice call PORT FUNCTION [ARG]... runs a function and shows its result;\n"
+    "                                       ARG: i16:N, i32:N, f:X or bytes in hex\n"
+    "  qzdevice read PORT ADDRESS LENGTH FILE\n"
+    "  qzdevice write PORT ADDRESS FILE     memory to and from a file\n"
+    "  qzdevice order PORT ORDER            ORDER: init, sync, restart, erase\n"
+    "  qzdevice simulate [...]              a controller on a line of its own\n"
+    "  qzdevice --help                      this text\n"
+    "\n"
+    "Options, behind the command:\n"
+    "  --baud N         2400 to 2000000, 115200 if not given\n"
+    "  --timeout MS     how long to wait for the device, 2000 if not given\n"
+    "  --no-checksum    leaves the checksums of calls and results out\n"
+    "  --no-verify      read and write: leaves the checksums of blocks out\n"
+    "\n"
+    "Options of simulate:\n"
+    "  --port PORT      serves a port of this machine; without it a pseudo-terminal\n"
+    "                   is made and its name printed (not on Windows)\n"
+    "  --baud N, --model TEXT, --serial TEXT, --version TEXT\n"
+    "  --block N        bytes of a memory block, 128 if not given\n"
+    "  --memory N       bytes of memory, 65536 if not given\n"
+    "  --for SECONDS    ends then; without it when it is interrupted\n"
+    "  --log            prints every byte and its answer\n"
+    "  --fault WHERE[:N][+]=WHAT\n"
+    "                   goes wrong at the N-th (1) command WHERE, + from there on;\n"
+    "                   WHERE: a command byte in hex, or data; WHAT: a status byte in\n"
+    "                   hex, flip (the answer is wrong), mute (there is none)\n"
+    "\n"
+    "Exit codes: 0 good, 1 the device refused, 2 usage, 3 a port, the line or a\n"
+    "file failed.\n";
+
+struct Command
+{
+    const char* name;
+    std::size_t least;
+    std::size_t most;
+    int (*run)(const Arguments&, const Options&, const Console&);
+};
+
+const Command Commands[] = {
+    {"list", 0, 0, ListCommand},   {"show", 1, 1, ShowCommand},   {"get", 3, 3, GetCommand},
+    {"set", 3, 4, SetCommand},     {"call", 2, 16, CallCommand},  {"read", 4, 4, ReadCommand},
+    {"write", 3, 3, WriteCommand}, {"order", 2, 2, OrderCommand},
+};
+
+/// Takes the options out of the words.
+Options TakeOptions(Arguments* words)
+{
+    Options options;
+    Arguments rest;
+    for (std::size_t i = 0; i < words->size(); ++i)
+    {
+        const std::string& word = (*words)[i];
+        const bool takesValue = word == "--baud" || word == "--timeout";
+        if (takesValue && i + 1 == words->size()) throw Failure{ExitUsage, word + " wants a number"};
+        if (word == "--baud")
+            options.baud = ParseInteger((*words)[++i], 0, 1LL << 40, "--baud");
+        else if (word == "--timeout")
+            options.timeout = static_cast<int>(ParseInteger((*words)[++i], 0, 3600000, "--timeout"));
+        else if (word == "--no-checksum")
+            options.checksum = false;
+        else if (word == "--no-verify")
+            options.verify = false;
+        else if (word.compare(0, 2, "--") == 0)
+            throw Failure{ExitUsage, "unknown option \"" + Visible(word) + "\"; see qzdevice --help"};
+        else
+            rest.push_back(word);
+    }
+    *words = rest;
+    return options;
+}
+
+const Command& FindCommand(const std::string& name)
+{
+    for (const Command& command : Commands)
+    {
+        if (name == command.name) return command;
+    }
+    throw Failure{ExitUsage, "unknown command \"" + Visible(name) + "\"; see qzdevice --help"};
+}
+
+int RunCommand(const Command& command, Arguments words, const Console& console)
+{
+    const Options options = TakeOptions(&words);
+    if (words.size() < command.least || words.size() > command.most)
+        throw Failure{ExitUsage,
+                      std::string(command.name) + ": wrong number of arguments; see qzdevice --help"};
+    return command.run(words, options, console);
+}
+
+int Run(const Arguments& arguments, const Console& console)
+{
+    if (arguments.empty()) throw Failure{ExitUsage, "no command given; see qzdevice --help"};
+    const std::string& name = arguments[0];
+    const Arguments words(arguments.begin() + 1, arguments.end());
+    if (name == "--help" || name == "-h" || name == "help")
+    {
+        std::fputs(HelpText, console.out);
+        return ExitGood;
+    }
+    try
+    {
+        return name == "simulate" ? SimulateCommand(words, console)
+                                  : RunCommand(FindCommand(name), words, console);
+    }
+    catch (QZException* e)
+    {
+        const bool refused = e->GetType() == QZSerialException::Type || e->GetCode() == 0;
+        throw Failure{refused ? ExitRefused : ExitAccess, TakeMessage(e)};
+    }
+}
+
+}  // namespace
+
+long long ParseInteger(const std::string& text, long long least, long long most, const char* what)
+{
+    errno = 0;
+    char* end = nullptr;
+    const bool hex = text.compare(0, 2, "0x") == 0 || text.compare(0, 3, "-0x") == 0;
+    const long long value = std::strtoll(text.c_str(), &end, hex ? 16 : 10);
+    const bool blank = text.empty() || text[0] == ' ' || text[0] == '+';
+    if (blank || *end != 0 || errno != 0 || value < least || value > most)
+        throw Failure{ExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number that fits"};
+    return value;
+}
+
+float ParseFloat(const std::string& text, const char* what)
+{
+    char* end = nullptr;
+    const float value = std::strtof(text.c_str(), &end);
+    if (text.empty() || *end != 0)
+        throw Failure{ExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number"};
+    return value;
+}
+
+int RunTool(const Arguments& arguments, const Console& console)
+{
+    try
+    {
+        const int code = Run(arguments, console);
+        if (std::fflush(console.out) != 0 || std::ferror(console.out) != 0)
+            throw Failure{ExitAccess, "cannot write to standard output"};
+        return code;
+    }
+    catch (const Failure& failure)
+    {
+        std::fprintf(console.err, "qzdevice: %s\n", failure.text.c_str());
+        return failure.code;
+    }
+}
+
+}  // namespace qzdevice

@@ -1,0 +1,74 @@
+#ifndef QZLIB_APPS_QZDEVICE_TOOL_H
+#define QZLIB_APPS_QZDEVICE_TOOL_H
+
+#include <atomic>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace qzdevice
+{
+
+/// How the program ends.
+enum ExitCode
+{
+    ExitGood = 0,
+    ExitRefused = 1,  ///< the device answered with a failure
+    ExitUsage = 2,    ///< unknown command or option, or a value that cannot be read
+    ExitAccess = 3    ///< a port, the line or a file failed
+};
+
+/// The streams of a run; a test brings its own.
+struct Console
+{
+    std::FILE* out;
+    std::FILE* err;
+    /// A person looks at err: a progress bar makes sense.
+    bool terminal;
+    /// Set from outside to end a simulation.
+    const std::atomic<bool>* stop;
+};
+
+/// What ends a command early: the exit code and one line that says why.
+struct Failure
+{
+    ExitCode code;
+    std::string text;
+};
+
+using Arguments = std::vector<std::string>;
+
+/// What the options say.
+struct Options
+{
+    long long baud = 115200;
+    int timeout = 2000;
+    bool checksum = true;
+    bool verify = true;
+};
+
+/// Runs the program. `arguments` begins with the command; the library is running.
+int RunTool(const Arguments& arguments, const Console& console);
+
+// The commands. Each answers the exit code, and throws Failure or a QZException*.
+int ListCommand(const Arguments& arguments, const Options& options, const Console& console);
+int ShowCommand(const Arguments& arguments, const Options& options, const Console& console);
+int GetCommand(const Arguments& arguments, const Options& options, const Console& console);
+int SetCommand(const Arguments& arguments, const Options& options, const Console& console);
+int CallCommand(const Arguments& arguments, const Options& options, const Console& console);
+int ReadCommand(const Arguments& arguments, const Options& options, const Console& console);
+int WriteCommand(const Arguments& arguments, const Options& options, const Console& console);
+int OrderCommand(const Arguments& arguments, const Options& options, const Console& console);
+/// Has its own options, and takes all words.
+int SimulateCommand(const Arguments& arguments, const Console& console);
+
+/// A number in decimal or 0x form that fills the text and lies in the range.
+/// @throws Failure with `what` in its text
+long long ParseInteger(const std::string& text, long long least, long long most, const char* what);
+
+/// A number with a point. @throws Failure
+float ParseFloat(const std::string& text, const char* what);
+
+}  // namespace qzdevice
+
+#endif

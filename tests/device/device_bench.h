@@ -1,0 +1,132 @@
+#ifndef QZLIB_TESTS_DEVICE_BENCH_H
+#define QZLIB_TESTS_DEVICE_BENCH_H
+
+/// A device object with the simulated controller at the far end of its line.
+
+#include <mutex>
+#include <string>
+
+#include "device/dev_serial_device.h"
+#include "os/os_system.h"
+#include "os/os_thread.h"
+#include "qzdevice/controller.h"
+#include "support/qz_line.h"
+#include "support/qz_test.h"
+
+using qzdevice::Controller;
+using qzdevice::Fault;
+
+/// Opens what the class keeps for those who derive from it.
+class OpenDevice : public QZSerialDevice
+{
+public:
+    using QZSerialDevice::ChecksumFromParamBuffer;
+    using QZSerialDevice::ChecksumFromReturnBuffer;
+    using QZSerialDevice::CleanLastError;
+    using QZSerialDevice::CreateFunData;
+    using QZSerialDevice::DelateFunData;
+    using QZSerialDevice::Exec;
+    using QZSerialDevice::ExecCommand;
+    using QZSerialDevice::GetLastError;
+    using QZSerialDevice::QueueAdd;
+    using QZSerialDevice::ReadFromReturnBuffer;
+    using QZSerialDevice::WriteByteToParamBuffer;
+    using QZSerialDevice::WriteParamBuffer;
+    void SetBulk() { m_bulk = 1; }
+    const QZByte* HostCopy() const { return m_mirror; }
+
+    /// Requests that the call adds reach the queue thread together.
+    template <typename Call>
+    void Hold(Call call)
+    {
+        const QZCriticalGuard guard(QueueLock());
+        call();
+    }
+};
+
+/// Numbers that tests expect.
+constexpr QZInt64 kSerialType = 0x931003B;
+constexpr QZInt64 kVerifyFailed = 210;
+constexpr QZInt64 kLineFailed = 5632;
+constexpr QZInt64 kLineTimeout = 6144;
+constexpr QZInt64 kPortClosed = 1792;
+constexpr QZInt64 kNullPointer = 1792;
+
+class Bench
+{
+public:
+    Bench()
+        : peer([this](unsigned char byte) {
+              const std::lock_guard<std::mutex> guard(m_lock);
+              return controller.Take(byte);
+          })
+    {
+        device.SetTimeout(60000);
+    }
+
+    /// A connected device and an empty log.
+    void Connect()
+    {
+        QZString path(peer.Path().c_str());
+        device.Connect(&path, 115200);
+        peer.ClearLog();
+    }
+
+    std::string Log() { return peer.Log(); }
+
+    void Inject(int command, Fault::Kind kind, unsigned char value = 0, int occurrence = 1, bool ever = false)
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        controller.Inject({command, occurrence, kind, value, ever});
+    }
+
+    /// A controller that lets the host wait: the host gets little patience.
+    void Mute(int command)
+    {
+        Inject(command, Fault::Kind::Mute);
+        device.SetTimeout(30);
+    }
+
+    Controller controller;
+    qztest::LinePeer peer;
+    OpenDevice device;
+
+private:
+    std::mutex m_lock;
+};
+
+/// The commands for parameter bytes and their answers: "01 C0" is "31>00 30>00 30>00 3C>00 ".
+inline std::string Nibbles(const std::string& hex)
+{
+    std::string log;
+    const std::string bytes = qztest::Bytes(hex);
+    for (const char byte : bytes)
+    {
+        const std::string digits = qztest::Hex(&byte, 1);
+        log += std::string("3") + digits[1] + ">00 3" + digits[0] + ">00 ";
+    }
+    return log;
+}
+
+/// The reading of all 16 bytes of the return buffer, the given ones and zeros behind them.
+inline std::string ReturnBytes(const std::string& hex, int count = 16)
+{
+    std::string bytes = qztest::Bytes(hex);
+    bytes.resize(static_cast<std::size_t>(count));
+    std::string log;
+    for (int i = 0; i < count; ++i)
+    {
+        const char command = static_cast<char>(0x40 + i);
+        log += qztest::Hex(&command, 1) + ">" + qztest::Hex(&bytes[static_cast<std::size_t>(i)], 1) + " ";
+    }
+    return log;
+}
+
+inline std::string Text(QZString* text)
+{
+    std::string utf8 = qztest::Utf8(text);
+    QZSerialDevice::Recycle(&text);
+    return utf8;
+}
+
+#endif

@@ -1,0 +1,898 @@
+// The protocol of the instrument controller, byte for byte on the line, and everything that can go wrong on
+// it.
+
+#include <thread>
+
+#include "device_bench.h"
+#include "fw/fw_data_factory.h"
+#include "fw/fw_string_factory.h"
+#include "os/os_thread.h"
+
+namespace
+{
+
+using Kind = Fault::Kind;
+
+/// What the device class threw, with its type in view.
+#define EXPECT_STATUS(statement, status, text)                   \
+    do {                                                         \
+        const qztest::Thrown thrown_ = QZ_TEST_CATCH(statement); \
+        EXPECT_TRUE(thrown_.thrown) << #statement;               \
+        EXPECT_EQ(thrown_.code, status) << #statement;           \
+        EXPECT_EQ(thrown_.type, kSerialType) << #statement;      \
+        EXPECT_EQ(thrown_.message, text) << #statement;          \
+    } while (false)
+
+/// An update that the device refused: a plain exception with nothing but the message.
+#define EXPECT_UPDATE_FAILURE(statement, text)                   \
+    do {                                                         \
+        const qztest::Thrown thrown_ = QZ_TEST_CATCH(statement); \
+        EXPECT_EQ(thrown_.code, 0) << #statement;                \
+        EXPECT_EQ(thrown_.type, 0x81B0000) << #statement;        \
+        EXPECT_EQ(thrown_.message, text) << #statement;          \
+    } while (false)
+
+}  // namespace
+
+// ---- Connection
+
+TEST(SerialDevice, AFreshObjectIsClosedAndEmpty)
+{
+    QZSerialDevice device;
+    EXPECT_QZ_TEXT(device.GetSN(), "");
+    EXPECT_QZ_TEXT(device.GetModel(), "");
+    EXPECT_QZ_TEXT(device.GetVersion(), "");
+    EXPECT_QZ_TEXT(device.GetPath(), "");
+    EXPECT_EQ(device.GetTimeout(), 2000);
+    EXPECT_EQ(device.GetType(), 0x8100000);
+    EXPECT_EQ(sizeof(QZSerialDeviceBuffer), 32u);
+    device.Close();
+    EXPECT_QZ_THROW(device.Sync(), kPortClosed);
+    EXPECT_QZ_THROW(device.GetValue(0), kPortClosed);
+    EXPECT_QZ_THROW(device.IsDeviceInit(), kPortClosed);
+}
+
+TEST(SerialDevice, ConnectAsksForSerialNumberVersionAndModel)
+{
+    Bench bench;
+    QZString path(bench.peer.Path().c_str());
+    bench.device.Connect(&path, 115200);
+    EXPECT_EQ(bench.Log(), "02>00 " + ReturnBytes("53 4E 30 30 30 30 30 31") + "5F>CB " +  // SN000001
+                               "03>00 " + ReturnBytes("32 2E 34 31") + "5F>62 " +          // 2.41
+                               "01>00 " + ReturnBytes("41 42 31 32 43 44") + "5F>46");     // AB12CD
+    EXPECT_QZ_TEXT(bench.device.GetSN(), "SN000001");
+    EXPECT_QZ_TEXT(bench.device.GetVersion(), "2.41");
+    EXPECT_QZ_TEXT(bench.device.GetModel(), "AB12CD");
+    EXPECT_QZ_TEXT(bench.device.GetPath(), "\\\\.\\" + bench.peer.Path());
+    EXPECT_EQ(bench.peer.Speed(), 115200);
+
+    bench.device.Close();
+    EXPECT_QZ_TEXT(bench.device.GetSN(), "");
+    EXPECT_QZ_TEXT(bench.device.GetVersion(), "");
+    EXPECT_QZ_TEXT(bench.device.GetModel(), "");
+    EXPECT_QZ_THROW(bench.device.Sync(), kPortClosed);
+
+    bench.device.Reconnect();
+    EXPECT_QZ_TEXT(bench.device.GetModel(), "AB12CD");
+}
+
+TEST(SerialDevice, TextsHaveAtMostSixteenBytes)
+{
+    Bench bench;
+    bench.controller.model = "0123456789ABCDEFGHIJ";
+    bench.Connect();
+    EXPECT_QZ_TEXT(bench.device.GetModel(), "0123456789ABCDEF");
+}
+
+TEST(SerialDevice, ADeviceThatRefusesItsNumberLeavesThePortOpen)
+{
+    Bench bench;
+    bench.Inject(0x02, Kind::Status, 0xE0);
+    EXPECT_STATUS(bench.Connect(), 224, "Init Failed");
+    EXPECT_QZ_TEXT(bench.device.GetSN(), "");
+    bench.device.Sync();
+}
+
+TEST(SerialDevice, AWrongSpeedIsRefusedBeforeAnythingIsSaid)
+{
+    Bench bench;
+    QZString path(bench.peer.Path().c_str());
+    EXPECT_QZ_THROW(bench.device.Connect(&path, 38400), 8192);
+    EXPECT_EQ(bench.Log(), "");
+    EXPECT_QZ_THROW(bench.device.Sync(), kPortClosed);
+    QZString none("no-such-port");
+    EXPECT_QZ_THROW(bench.device.Connect(&none, 115200), 5376);
+}
+
+TEST(SerialDevice, ASilentDeviceIsATimeoutOfConnect)
+{
+    Bench bench;
+    bench.Mute(0x02);
+    EXPECT_QZ_THROW(bench.Connect(), kLineTimeout);
+}
+
+TEST(SerialDevice, SetTimeoutIsThePorts)
+{
+    QZSerialDevice device;
+    device.SetTimeout(77);
+    EXPECT_EQ(device.GetTimeout(), 77);
+}
+
+// ---- Key words
+
+TEST(SerialDevice, KeyWordsOnTheLine)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.Earse();
+    EXPECT_EQ(bench.Log(),
+              "51>00 35>00 34>00 32>00 35>00 31>00 34>00 33>00 35>00 35>00 34>00 5E>37 5B>00 51>00");
+    bench.peer.ClearLog();
+    bench.device.Sync();
+    EXPECT_EQ(bench.Log(), "51>00 33>00 35>00 39>00 35>00 3E>00 34>00 33>00 34>00 5E>1F 12>00 51>00");
+    bench.peer.ClearLog();
+    bench.device.Restart();
+    EXPECT_EQ(bench.Log(), "51>00 " + Nibbles("52 45 53 54 41 52 54") + "5E>B5 13>00 51>00");
+    bench.peer.ClearLog();
+    bench.device.InitDevice();
+    EXPECT_EQ(bench.Log(), "51>00 " + Nibbles("49 4E 49 54") + "5E>C1 11>00 51>00");
+}
+
+TEST(SerialDevice, KeyWordsDoWhatTheySay)
+{
+    Bench bench;
+    bench.Connect();
+    EXPECT_EQ(bench.device.IsDeviceInit(), 0);
+    bench.device.InitDevice();
+    EXPECT_EQ(bench.device.IsDeviceInit(), 1);
+    bench.device.SetValue(1, 5);
+    bench.device.Sync();
+    bench.device.SetValue(1, 6);
+    bench.device.Restart();
+    EXPECT_EQ(bench.device.GetValue(1), 5);
+    const std::string text = "text";
+    bench.device.WriteMemory(0, text.data(), 4, 1);
+    bench.device.Earse();
+    EXPECT_EQ(bench.controller.memory.substr(0, 4), "\xFF\xFF\xFF\xFF");
+}
+
+TEST(SerialDevice, IsDeviceInitChecksTwice)
+{
+    Bench bench;
+    bench.controller.settings.initialised = true;
+    bench.Connect();
+    EXPECT_EQ(bench.device.IsDeviceInit(), 1);
+    EXPECT_EQ(bench.Log(), "52>00 10>00 " + ReturnBytes("01") + "5F>CD 5F>CD");
+}
+
+TEST(SerialDevice, OnlyOneIsInitialised)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.Checksum(0);
+    bench.Inject(0x40, Kind::Flip, 2);
+    bench.Inject(0x5F, Kind::Flip, 0xCF ^ 0xCB);  // of 02 and zeros, where the device has zeros
+    EXPECT_EQ(bench.device.IsDeviceInit(), 0);
+}
+
+// ---- Settings
+
+TEST(SerialDevice, SettersOnTheLine)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.SetIncremental(1, 1.5f);
+    EXPECT_EQ(bench.Log(),
+              "51>00 31>00 30>00 30>00 30>00 30>00 30>00 30>00 30>00 "
+              "30>00 30>00 30>00 30>00 30>00 3C>00 3F>00 33>00 5E>E5 57>00 51>00");
+    EXPECT_EQ(bench.controller.settings.incremental[1], 1.5f);
+    bench.peer.ClearLog();
+    bench.device.SetMagnification(5, 0.25f);
+    EXPECT_EQ(bench.Log(), "51>00 " + Nibbles("05 00 00 00 00 00 80 3E") + "5E>F9 58>00 51>00");
+    EXPECT_EQ(bench.controller.settings.magnification[5], 0.25f);
+    bench.peer.ClearLog();
+    bench.device.SetValue(3, -2.0f);
+    EXPECT_EQ(bench.Log(), "51>00 " + Nibbles("03 00 00 00 00 00 00 C0") + "5E>66 62>00 51>00");
+    EXPECT_EQ(bench.controller.settings.values[3], -2.0f);
+    bench.peer.ClearLog();
+    QZString key("K1");
+    bench.device.SetKey(2, &key);
+    EXPECT_EQ(bench.Log(), "51>00 " + Nibbles("02 00 00 00 4B 31 00 00") + "5E>65 61>00 51>00");
+    EXPECT_EQ(bench.controller.settings.keys[2], std::string("K1\0\0", 4));
+}
+
+TEST(SerialDevice, GettersOnTheLine)
+{
+    Bench bench;
+    bench.controller.settings.incremental[1] = 1.5f;
+    bench.controller.settings.magnification[1] = 1.5f;
+    bench.controller.settings.values[1] = 1.5f;
+    bench.controller.settings.keys[1] = "K1";
+    bench.Connect();
+    const std::string asked = "51>00 52>00 " + Nibbles("01 00 00 00") + "5E>CD ";
+    const std::string answered = "51>00 40>00 41>00 42>C0 43>3F 5F>A3 52>00";
+    EXPECT_EQ(bench.device.GetIncremental(1), 1.5f);
+    EXPECT_EQ(bench.Log(), asked + "59>00 " + answered);
+    bench.peer.ClearLog();
+    EXPECT_EQ(bench.device.GetMagnification(1), 1.5f);
+    EXPECT_EQ(bench.Log(), asked + "5A>00 " + answered);
+    bench.peer.ClearLog();
+    EXPECT_EQ(bench.device.GetValue(1), 1.5f);
+    EXPECT_EQ(bench.Log(), asked + "64>00 " + answered);
+    bench.peer.ClearLog();
+    QZString* key = bench.device.GetKey(1);
+    EXPECT_EQ(bench.Log(), asked + "63>00 51>00 " + ReturnBytes("4B 31") + "5F>5B 52>00");
+    EXPECT_EQ(key->GetLength(), 4);
+    EXPECT_EQ(qztest::TextView(key->GetPointer(), 4), qztest::TextView(QZ_W("K1\0\0"), 4));
+    QZSerialDevice::Recycle(&key);
+    EXPECT_EQ(key, nullptr);
+}
+
+TEST(SerialDevice, AKeyKeepsItsFirstFourBytesOfUtf8)
+{
+    Bench bench;
+    bench.Connect();
+    QZString key("ABCDEF");
+    bench.device.SetKey(0, &key);
+    EXPECT_EQ(bench.controller.settings.keys[0], "ABCD");
+    QZString accent(QZ_W("\u00E9!"));
+    bench.device.SetKey(1, &accent);
+    EXPECT_EQ(bench.controller.settings.keys[1], std::string("\xC3\xA9!\0", 4));
+    QZString empty;
+    bench.device.SetKey(2, &empty);
+    EXPECT_EQ(bench.controller.settings.keys[2], std::string(4, '\0'));
+    EXPECT_QZ_THROW(bench.device.SetKey(3, nullptr), kNullPointer);
+}
+
+TEST(SerialDevice, ASlotThatTheDeviceDoesNotHaveIsItsRefusal)
+{
+    Bench bench;
+    bench.Connect();
+    EXPECT_STATUS(bench.device.SetValue(64, 1), 241, "Param out of range");
+    EXPECT_STATUS(bench.device.GetKey(-1), 241, "Param out of range");
+    bench.device.SetValue(63, 1);
+}
+
+// ---- Failures of exchanges
+
+TEST(SerialDevice, EveryStatusByteHasItsText)
+{
+    Bench bench;
+    bench.Connect();
+    const std::pair<int, const char*> texts[] = {{210, "Verify failed"},
+                                                 {224, "Init Failed"},
+                                                 {225, "InvalidKey"},
+                                                 {226, "InvalidStstus"},
+                                                 {227, "InvalidCommandInDataBufferRead"},
+                                                 {228, "DataBufferNotSupport"},
+                                                 {241, "Param out of range"},
+                                                 {242, "Verify failed inside"},
+                                                 {243, "IC Exception"},
+                                                 {244, "FailedFromOperationEEPROM"},
+                                                 {250, "ConnectException"},
+                                                 {251, "DataUnavailable"},
+                                                 {1, "Unknown error"},
+                                                 {255, "Unknown error"}};
+    for (const auto& [status, text] : texts)
+    {
+        bench.Inject(0x12, Kind::Status, static_cast<unsigned char>(status));
+        EXPECT_STATUS(bench.device.Sync(), status, text);
+    }
+    bench.device.Sync();
+}
+
+TEST(SerialDevice, AWrongParameterChecksumStopsBeforeTheCommand)
+{
+    Bench bench;
+    bench.Connect();
+    for (const unsigned char checks : {1, 0})
+    {
+        bench.device.Checksum(checks);
+        bench.peer.ClearLog();
+        bench.Inject(0x5E, Kind::Flip, 0x01);
+        EXPECT_STATUS(bench.device.Sync(), kVerifyFailed, "Verify failed");
+        EXPECT_EQ(bench.Log(), "51>00 33>00 35>00 39>00 35>00 3E>00 34>00 33>00 34>00 5E>1E");
+        bench.Inject(0x5E, Kind::Flip, 0x80);
+        EXPECT_STATUS(bench.device.GetValue(0), kVerifyFailed, "Verify failed");
+        bench.Inject(0x5E, Kind::Flip, 0x80);
+        EXPECT_STATUS(bench.device.SetMagnification(0, 1), kVerifyFailed, "Verify failed");
+    }
+}
+
+TEST(SerialDevice, AWrongReturnChecksumIsFound)
+{
+    Bench bench;
+    bench.Connect();
+    bench.Inject(0x5F, Kind::Flip, 0x10);
+    EXPECT_STATUS(bench.device.GetIncremental(0), kVerifyFailed, "Verify failed");
+    bench.Inject(0x42, Kind::Flip, 0x10);
+    EXPECT_STATUS(bench.device.GetIncremental(0), kVerifyFailed, "Verify failed");
+    bench.Inject(0x5F, Kind::Flip, 0x10, 2);
+    EXPECT_STATUS(bench.device.IsDeviceInit(), kVerifyFailed, "Verify failed");
+}
+
+TEST(SerialDevice, WithoutChecksumsReturnReadsAreNotChecked)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.Checksum(0);
+    bench.controller.settings.values[0] = 1;
+    EXPECT_EQ(bench.device.GetValue(0), 1);
+    EXPECT_EQ(bench.Log(),
+              "51>00 52>00 " + Nibbles("00 00 00 00") + "5E>CF 64>00 51>00 40>00 41>00 42>80 43>3F 52>00");
+    bench.peer.ClearLog();
+    EXPECT_EQ(bench.device.IsDeviceInit(), 0);
+    EXPECT_EQ(bench.Log(), "52>00 10>00 " + ReturnBytes("") + "5F>CF");
+}
+
+TEST(SerialDevice, ANibbleThatIsRefusedIsAFailedUpdate)
+{
+    Bench bench;
+    bench.Connect();
+    bench.Inject(0x35, Kind::Status, 0xF4);
+    EXPECT_UPDATE_FAILURE(bench.device.Sync(), "Device update failed on data send.");
+    EXPECT_EQ(bench.Log(), "51>00 33>00 35>F4");
+    bench.peer.ClearLog();
+    bench.Inject(0x33, Kind::Status, 0xF4);
+    EXPECT_UPDATE_FAILURE(bench.device.Sync(), "Device update failed on data send.");
+    EXPECT_EQ(bench.Log(), "51>00 33>F4");
+}
+
+TEST(SerialDevice, ASilentCommandTimesOutAndTheNextOperationWorks)
+{
+    Bench bench;
+    bench.Connect();
+    bench.Mute(0x12);
+    EXPECT_QZ_THROW(bench.device.Sync(), kLineTimeout);
+    bench.device.SetTimeout(60000);
+    bench.device.Sync();
+}
+
+TEST(SerialDevice, WhatIsLeftOnTheLineIsDroppedBeforeAnExchange)
+{
+    Bench bench;
+    bench.Connect();
+    bench.peer.Send("\xF4\xF4\xF4");
+    unsigned char byte = 0;
+    EXPECT_TRUE(qztest::Eventually([&] { return bench.device.TryRead(&byte, 1) == 1; }));
+    bench.device.Sync();
+}
+
+TEST(SerialDevice, FailuresOfTheLineAreThePorts)
+{
+    Bench bench;
+    bench.Connect();
+    bench.peer.Faults().Fail(os::Op::LineRead, 5, 3);
+    EXPECT_QZ_THROW(bench.device.Sync(), kLineFailed);
+    bench.peer.Faults().Fail(os::Op::LineWrite, 5, 3);
+    EXPECT_QZ_THROW(bench.device.Sync(), kLineFailed);
+    bench.peer.Faults().Shorten(os::Op::LineWrite, 0, 3);
+    EXPECT_QZ_THROW(bench.device.Sync(), 5888);
+    bench.peer.Faults().Fail(os::Op::LineRead, 5);
+    EXPECT_QZ_THROW(bench.device.Reconnect(), kLineFailed);
+    bench.device.Reconnect();
+    bench.peer.HangUp();
+    EXPECT_QZ_THROW(bench.device.Sync(), kLineFailed);
+    EXPECT_QZ_THROW(bench.device.Reconnect(), 5376);
+    EXPECT_QZ_THROW(bench.device.Sync(), kPortClosed);
+}
+
+// ---- Serial number and series
+
+TEST(SerialDevice, UpdateSNOnTheLine)
+{
+    Bench bench;
+    bench.Connect();
+    QZString number("S9");
+    bench.device.UpdateSN(&number);
+    EXPECT_EQ(bench.Log(), "51>00 33>00 35>00 39>00 33>00 54>00 51>00");
+    EXPECT_EQ(bench.controller.settings.serial, "S9");
+    EXPECT_QZ_TEXT(bench.device.GetSN(), "SN000001");
+    bench.device.Reconnect();
+    EXPECT_QZ_TEXT(bench.device.GetSN(), "S9");
+}
+
+TEST(SerialDevice, UpdateSNSendsTheLowByteOfACharacter)
+{
+    Bench bench;
+    bench.Connect();
+    QZString number(QZ_W("\u4E53\u00FF"));
+    bench.device.UpdateSN(&number);
+    EXPECT_EQ(bench.Log(), "51>00 33>00 35>00 3F>00 3F>00 54>00 51>00");
+}
+
+TEST(SerialDevice, UpdateSNNamesTheStepThatFailed)
+{
+    Bench bench;
+    bench.Connect();
+    QZString number("S9");
+    bench.Inject(0x51, Kind::Status, 0xE2);
+    EXPECT_UPDATE_FAILURE(bench.device.UpdateSN(&number), "Device update failed on clean device buffer.");
+    bench.Inject(0x35, Kind::Status, 0xE2);
+    EXPECT_UPDATE_FAILURE(bench.device.UpdateSN(&number), "Device update failed on data send.");
+    bench.Inject(0x54, Kind::Status, 0xE2);
+    EXPECT_UPDATE_FAILURE(bench.device.UpdateSN(&number), "Device update failed on copy device buffer.");
+    bench.Inject(0x51, Kind::Status, 0xE2, 2);
+    EXPECT_UPDATE_FAILURE(bench.device.UpdateSN(&number), "Device update failed on final clean.");
+    QZString tooLong("12345678901234567");
+    EXPECT_UPDATE_FAILURE(bench.device.UpdateSN(&tooLong), "Device update failed on data send.");
+    EXPECT_QZ_THROW(bench.device.UpdateSN(nullptr), kNullPointer);
+}
+
+TEST(SerialDevice, UpdateSNLeavesTheHostsCopyOfTheBufferAlone)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.ExecCommand(0x51);
+    bench.device.WriteByteToParamBuffer(0x01);
+    QZString number("S9");
+    bench.device.UpdateSN(&number);
+    bench.peer.ClearLog();
+    // The copy goes on at place 1, the device begins anew.
+    bench.device.WriteByteToParamBuffer(0x02);
+    const QZByte copy[16] = {1, 2};
+    EXPECT_FALSE(bench.device.ChecksumFromParamBuffer(copy));
+    const QZByte device[16] = {2};
+    EXPECT_TRUE(bench.device.ChecksumFromParamBuffer(device));
+}
+
+TEST(SerialDevice, TheSeriesIsTheLeadingPartOfAModel)
+{
+    const auto series = [](const char* model) {
+        QZString text(model);
+        return Text(QZSerialDevice::GetSeries(&text));
+    };
+    EXPECT_EQ(series("AB12CD"), "AB12");
+    EXPECT_EQ(series("ABCD"), "ABCD");
+    EXPECT_EQ(series("AB12cd-E5"), "AB12cd-");
+    EXPECT_EQ(series("12"), "12");
+    EXPECT_EQ(series("1A2B"), "1");
+    EXPECT_EQ(series(""), "");
+    EXPECT_EQ(series("x9Z"), "x9");
+}
+
+// ---- Functions
+
+TEST(SerialDevice, FunctionsOnTheLine)
+{
+    Bench bench;
+    bench.Connect();
+    QZSerialDeviceBuffer result;
+    bench.device.FunExec(2, 41, &result);
+    EXPECT_EQ(bench.Log(),
+              "51>00 52>00 " + Nibbles("02 00 29 00 00 00") + "5E>72 56>00 " + ReturnBytes("2A") + "5F>9B");
+    EXPECT_EQ(result.Int32, 42);
+    bench.peer.ClearLog();
+    bench.device.FunExec(1, static_cast<short>(5), &result);
+    EXPECT_EQ(bench.Log().substr(0, 12 + 8 * 6 + 5), "51>00 52>00 " + Nibbles("01 00 05 00") + "5E>89");
+    EXPECT_EQ(result.Int16, 5);
+    bench.device.FunExec(3, 1.25f, &result);
+    EXPECT_EQ(result.Float, 2.5f);
+}
+
+TEST(SerialDevice, AFunctionWithoutAResultPlaceReadsNothing)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.FunExec(0, nullptr, 0, nullptr);
+    EXPECT_EQ(bench.Log(), "51>00 " + Nibbles("00 00") + "5E>CF 56>00");
+    bench.peer.ClearLog();
+    QZSerialDeviceBuffer result;
+    result.Int64 = -1;
+    bench.device.FunExec(0, nullptr, 5, &result, 0);
+    EXPECT_EQ(bench.Log(), "51>00 " + Nibbles("00 00") + "5E>CF 56>00");
+    EXPECT_EQ(result.Int64, -1);
+}
+
+TEST(SerialDevice, ArgumentsBehindTheFourteenthAreLeftOut)
+{
+    Bench bench;
+    bench.Connect();
+    const unsigned char arguments[20] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10,
+                                         11, 12, 13, 14, 15, 16, 17, 18, 19, 20};
+    QZSerialDeviceBuffer result;
+    bench.device.FunExec(1, arguments, 20, &result, 32, 7);
+    EXPECT_EQ(bench.Log(), "51>00 52>00 " + Nibbles("01 00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E") +
+                               "5E>23 56>00 " + ReturnBytes("01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E") +
+                               "5F>D4");
+    EXPECT_BYTES(
+        result.Bytes, 32,
+        "01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
+}
+
+TEST(SerialDevice, AResultOfFewBytesIsCheckedOverAllSixteen)
+{
+    Bench bench;
+    bench.Connect();
+    const unsigned char argument = 7;
+    QZSerialDeviceBuffer result;
+    bench.device.FunExec(1, &argument, 1, &result, 1);
+    EXPECT_EQ(result.Int64, 7);
+    // The device's buffer has a second byte that the host did not read.
+    const unsigned char two[2] = {7, 8};
+    EXPECT_STATUS(bench.device.FunExec(1, two, 2, &result, 1), kVerifyFailed, "Verify failed");
+}
+
+TEST(SerialDevice, WithoutChecksumsAFunctionAsksForNone)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.Checksum(0);
+    QZSerialDeviceBuffer result;
+    bench.device.FunExec(2, 41, &result);
+    EXPECT_EQ(bench.Log(),
+              "51>00 52>00 " + Nibbles("02 00 29 00 00 00") + "56>00 " + ReturnBytes("2A").substr(0, 95));
+    bench.peer.ClearLog();
+    bench.device.Earse();
+    EXPECT_EQ(bench.Log(), "51>00 " + Nibbles("45 52 41 53 45") + "5E>37 5B>00 51>00");
+}
+
+TEST(SerialDevice, AFunctionThatTheDeviceDoesNotHaveIsItsRefusal)
+{
+    Bench bench;
+    bench.Connect();
+    QZSerialDeviceBuffer result;
+    EXPECT_STATUS(bench.device.FunExec(99, 0, &result), 241, "Param out of range");
+    bench.Inject(0x5E, Kind::Flip, 1);
+    EXPECT_STATUS(bench.device.FunExec(2, 0, &result), kVerifyFailed, "Verify failed");
+    bench.Inject(0x52, Kind::Status, 0xF3);
+    EXPECT_STATUS(bench.device.FunExec(2, 0, &result), 243, "IC Exception");
+}
+
+TEST(SerialDevice, FunExecAsyncWorksAtOnce)
+{
+    Bench bench;
+    bench.Connect();
+    const int argument = 9;
+    QZSerialDeviceBuffer result;
+    bench.device.FunExecAsync(2, &argument, 4, &result, 4);
+    EXPECT_EQ(result.Int32, 10);
+    const short two[2] = {300, -1};
+    bench.device.FunExec(5, two, 4, &result);
+    EXPECT_EQ(result.Int32, 299);
+}
+
+TEST(SerialDevice, CommandsOfTwoThreadsNeverMix)
+{
+    Bench bench;
+    bench.Connect();
+    const auto call = [&](int first) {
+        for (int i = first; i < first + 10; ++i)
+        {
+            QZSerialDeviceBuffer result;
+            bench.device.FunExec(2, i, &result);
+            EXPECT_EQ(result.Int32, i + 1);
+        }
+    };
+    std::thread other([&] { call(1000); });
+    call(0);
+    other.join();
+}
+
+// ---- Pieces that derived classes build upon
+
+TEST(SerialDevice, CleaningTheParametersCleansTheHostsCopyEvenWhereTheDeviceRefuses)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.WriteByteToParamBuffer(0xAA);
+    bench.device.WriteByteToParamBuffer(0xBB);
+    const QZByte before[16] = {0xAA, 0xBB};
+    EXPECT_EQ(bench.device.HostCopy()[1], 0xBB);
+    bench.Inject(0x51, Kind::Status, 0xE2);
+    EXPECT_STATUS(bench.device.ExecCommand(0x51), 226, "InvalidStstus");
+    EXPECT_TRUE(bench.device.ChecksumFromParamBuffer(before));  // the device's own
+    EXPECT_BYTES(bench.device.HostCopy(), 16, "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
+    bench.device.WriteByteToParamBuffer(0xCC);
+    EXPECT_EQ(bench.device.HostCopy()[0], 0xCC);
+}
+
+TEST(SerialDevice, ExecAnswersTheCountOfBytesRead)
+{
+    Bench bench;
+    bench.Connect();
+    const QZByte commands[3] = {0x52, 0x40, 0x5F};
+    QZByte answers[3] = {9, 9, 9};
+    // Room for one is named, three are sent and answered.
+    EXPECT_EQ(bench.device.Exec(commands, 3, answers, 1), 3);
+    EXPECT_BYTES(answers, 3, "00 00 CF");
+    EXPECT_EQ(bench.Log(), "52>00 40>00 5F>CF");
+}
+
+TEST(SerialDevice, ReturnReadsAreCutToSixteenAndNeedAPlace)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.ReadFromReturnBuffer(nullptr, 16);
+    QZSerialDeviceBuffer buffer;
+    buffer.Int64 = -1;
+    bench.device.ReadFromReturnBuffer(&buffer, 0);
+    EXPECT_EQ(buffer.Int64, -1);
+    EXPECT_EQ(bench.Log(), "");
+    bench.device.ReadFromReturnBuffer(&buffer, 1000);
+    EXPECT_EQ(bench.Log(), ReturnBytes("41 42 31 32 43 44") + "5F>46");
+}
+
+TEST(SerialDevice, TheChecksumCountsItsLengthInAByte)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.ExecCommand(0x52);
+    QZByte bytes[300] = {};
+    EXPECT_TRUE(bench.device.ChecksumFromReturnBuffer(bytes, 16));
+    EXPECT_TRUE(bench.device.ChecksumFromReturnBuffer(bytes, 272));
+    EXPECT_FALSE(bench.device.ChecksumFromReturnBuffer(bytes, 256));
+    EXPECT_EQ(qzdevice::LineCrc("123456789", 9), 0xF7);
+    EXPECT_EQ(qzdevice::LineCrc(bytes, 256), 0xFF);
+    EXPECT_EQ(qzdevice::LineCrc(bytes, 300), qzdevice::LineCrc(bytes, 44));
+}
+
+TEST(SerialDevice, TheLastErrorCanBeAskedFor)
+{
+    Bench bench;
+    bench.Connect();
+    EXPECT_STATUS(bench.device.SetValue(64, 1), 241, "Param out of range");
+    bench.peer.ClearLog();
+    EXPECT_EQ(bench.device.GetLastError(), 241);
+    EXPECT_EQ(bench.Log().substr(0, 17), "52>00 5C>00 40>F1");
+    bench.device.CleanLastError();
+    EXPECT_EQ(bench.device.GetLastError(), 0);
+}
+
+TEST(SerialDevice, InGroupsTheSameBytesGoOut)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.SetBulk();
+    bench.device.SetIncremental(1, 1.5f);
+    EXPECT_EQ(bench.Log(), "51>00 " + Nibbles("01 00 00 00 00 00 C0 3F") + "5E>E5 57>00 51>00");
+    bench.peer.ClearLog();
+    EXPECT_EQ(bench.device.GetIncremental(1), 1.5f);
+    EXPECT_EQ(bench.Log(), "51>00 52>00 " + Nibbles("01 00 00 00") +
+                               "5E>CD 59>00 51>00 40>00 41>00 42>C0 43>3F 5F>A3 52>00");
+    QZSerialDeviceBuffer result;
+    bench.device.FunExec(2, 41, &result);
+    EXPECT_EQ(result.Int32, 42);
+}
+
+TEST(SerialDevice, InGroupsAValueGoesOutAsItsIndex)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.SetBulk();
+    bench.device.SetValue(3, -2.0f);
+    EXPECT_EQ(bench.Log().substr(0, 6 + 16 * 6), "51>00 " + Nibbles("03 00 00 00 03 00 00 00"));
+    EXPECT_NE(bench.controller.settings.values[3], -2.0f);
+}
+
+TEST(SerialDevice, InGroupsOnlyTheFirstAnswerCounts)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.SetBulk();
+    bench.device.ExecCommand(0x51);
+    const QZByte bytes[2] = {0x12, 0x34};
+    bench.Inject(0x31, Kind::Flip, 0xF4);
+    EXPECT_QZ_NO_THROW(bench.device.WriteParamBuffer(bytes, 2));
+    bench.Inject(0x32, Kind::Flip, 0xF4);
+    EXPECT_UPDATE_FAILURE(bench.device.WriteParamBuffer(bytes, 2), "Device update failed on data send.");
+}
+
+TEST(SerialDevice, AGroupOfMoreThanSixteenParametersIsRefused)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.ExecCommand(0x51);
+    const QZByte bytes[17] = {};
+    const qztest::Thrown thrown = QZ_TEST_CATCH(bench.device.WriteParamBuffer(bytes, 17));
+    EXPECT_EQ(thrown.code, 256);
+    EXPECT_EQ(thrown.stackTrace, "QZSerialDevice::WriteByteToParamBuffer(QZUInt8*, QZInt64)");
+    EXPECT_EQ(bench.Log(), "51>00");
+    bench.device.WriteParamBuffer(bytes, 16);
+    bench.device.WriteParamBuffer(bytes, 0);
+}
+
+// ---- Raw access, helpers, copies
+
+TEST(SerialDevice, RawBytesGoThrough)
+{
+    qztest::LinePeer peer;
+    QZSerialDevice device;
+    device.QZSerial::Connect(peer.Path().c_str(), 9600);
+    device.SetTimeout(60000);
+    EXPECT_EQ(device.WriteData("abc", 3), 3);
+    EXPECT_TRUE(qztest::Eventually([&] { return peer.Received() == "abc"; }));
+    peer.Send("xy");
+    char bytes[2];
+    EXPECT_EQ(device.ReadData(bytes, (QZInt64{1} << 32) + 2), 2);
+    EXPECT_EQ(std::string(bytes, 2), "xy");
+    device.Close();
+    EXPECT_QZ_THROW(device.ReadData(bytes, 1), kPortClosed);
+    EXPECT_QZ_THROW(device.WriteData(bytes, 1), kPortClosed);
+}
+
+TEST(SerialDevice, RecycleTakesBackWhatWasHandedOut)
+{
+    QZString* text = QZStringFactory::CreateString("x");
+    QZSerialDevice::Recycle(&text);
+    EXPECT_EQ(text, nullptr);
+    QZStringCollection* collection = QZStringFactory::CreateStringCollection();
+    QZSerialDevice::Recycle(&collection);
+    EXPECT_EQ(collection, nullptr);
+    QZList<QZString>* list = new QZList<QZString>;
+    list->AddLast(QZStringFactory::CreateString("y"));
+    QZSerialDevice::Recycle(&list);
+    EXPECT_EQ(list, nullptr);
+    QZData* data = QZDataFactory::CreateData();
+    QZSerialDevice::Recycle(&data);
+    EXPECT_EQ(data, nullptr);
+}
+
+TEST(SerialDevice, CopiesShareTheDeviceAndTakeTheFlagsAlong)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.Checksum(0);
+    QZSerialDevice assigned;
+    {
+        QZSerialDevice copy(bench.device);
+        assigned = copy;
+        const QZSerialDevice& self = assigned;
+        assigned = self;
+        EXPECT_QZ_TEXT(copy.GetModel(), "AB12CD");
+        QZSerialDeviceBuffer result;
+        copy.FunExec(2, 1, &result);
+        EXPECT_EQ(result.Int32, 2);
+        EXPECT_EQ(bench.Log().find("5E>"), std::string::npos);
+        assigned.FunExec(2, 2, &result);
+        EXPECT_EQ(result.Int32, 3);
+    }
+    EXPECT_QZ_THROW(bench.device.Sync(), kPortClosed);
+    EXPECT_QZ_TEXT(assigned.GetModel(), "");
+}
+
+TEST(SerialDevice, TracesNameTheOperations)
+{
+    QZSerialDevice device;
+    EXPECT_NE(QZ_TEST_CATCH(device.WriteMemory(1, nullptr, 2, 1))
+                  .stackTrace.find("QZSerialDevice::MemoryWrite(QZInt64, QZPVoid, QZInt64, QZBool)"),
+              std::string::npos);
+    EXPECT_NE(QZ_TEST_CATCH(device.ReadMemory(1, nullptr, 2, 1))
+                  .stackTrace.find("QZSerialDevice::MemoryRead(QZInt64, QZPVoid, QZInt64, QZBool)"),
+              std::string::npos);
+    const qztest::Thrown thrown = QZ_TEST_CATCH(device.SetIncremental(7, 0.5f));
+    const std::size_t last = thrown.stackTrace.rfind('\n') + 1;
+    EXPECT_EQ(thrown.stackTrace.substr(last), "QZSerialDevice::SetIncremental(QZInt32, QZFloat)");
+    EXPECT_NE(thrown.stackTrace.find("QZSerialDevice::Exec(QZUInt8*, QZInt64, QZUInt8*, QZInt64)"),
+              std::string::npos);
+    EXPECT_NE(thrown.argumentTrace.find("QZSerialDevice::SetIncremental(7, 0.5)"), std::string::npos);
+}
+
+// ---- The queue
+
+TEST(SerialDeviceQueue, TheThreadServesTheHighestPriorityFirstAndTheFirstOfEquals)
+{
+    Bench bench;
+    bench.Connect();
+    bench.device.Checksum(0);
+    QZSerialDeviceBuffer results[4] = {};
+    int done[4] = {};
+    QZSerialFunData* requests[4];
+    const int arguments[4] = {10, 20, 30, 40};
+    const int priorities[4] = {0, 5, 5, 9};
+    for (int i = 0; i < 4; ++i)
+    {
+        requests[i] = bench.device.CreateFunData(2, &arguments[i], 4, &results[i], 4, &done[i], nullptr);
+        EXPECT_EQ(requests[i]->Priority, 0);
+        requests[i]->Priority = priorities[i];
+    }
+    bench.device.Hold([&] {
+        for (QZSerialFunData* request : requests) bench.device.QueueAdd(request);
+    });
+    for (int i = 0; i < 4; ++i)
+        EXPECT_TRUE(qztest::Eventually([&] { return std::atomic_ref<int>(done[i]).load() == 1; }));
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(results[i].Int32, arguments[i] + 1);
+    const std::string log = bench.Log();
+    const auto place = [&](const char* bytes) { return log.find(Nibbles(bytes)); };
+    EXPECT_LT(place("02 00 28"), place("02 00 14"));  // 40 before 20
+    EXPECT_LT(place("02 00 14"), place("02 00 1E"));  // 20 before 30
+    EXPECT_LT(place("02 00 1E"), place("02 00 0A"));  // 30 before 10
+}
+
+TEST(SerialDeviceQueue, OneExecutionAnswersEqualRequestsWhoseResultGoesTheWrongWay)
+{
+    Bench bench;
+    bench.Connect();
+    QZSerialDeviceBuffer first{};
+    QZSerialDeviceBuffer second{};
+    second.Int32 = 777;
+    int done[3] = {};
+    const int argument = 41;
+    const int same = 41;
+    const int other = 1;
+    QZSerialDeviceBuffer third{};
+    bench.device.Hold([&] {
+        bench.device.QueueAdd(bench.device.CreateFunData(2, &argument, 4, &first, 4, &done[0], nullptr));
+        bench.device.QueueAdd(bench.device.CreateFunData(2, &same, 4, &second, 4, &done[1], nullptr));
+        bench.device.QueueAdd(bench.device.CreateFunData(2, &other, 4, &third, 4, &done[2], nullptr));
+    });
+    for (int& word : done)
+        EXPECT_TRUE(qztest::Eventually([&] { return std::atomic_ref<int>(word).load() == 1; }));
+    // Executed twice and not three times; the served caller sees what stood in the waiting one's place.
+    const std::string log = bench.Log();
+    int executed = 0;
+    for (std::size_t at = log.find("56>"); at != std::string::npos; at = log.find("56>", at + 1)) ++executed;
+    EXPECT_EQ(executed, 2);
+    EXPECT_EQ(first.Int32, 777);
+    EXPECT_EQ(second.Int32, 777);
+    EXPECT_EQ(third.Int32, 2);
+}
+
+TEST(SerialDeviceQueue, RequestsThatDifferInAnythingAreServedThemselves)
+{
+    Bench bench;
+    bench.Connect();
+    QZSerialDeviceBuffer result{};
+    QZSerialDeviceBuffer wide{};
+    int done[4] = {};
+    const int argument = 41;
+    bench.device.Hold([&] {
+        bench.device.QueueAdd(bench.device.CreateFunData(2, &argument, 4, &result, 4, &done[0], nullptr));
+        bench.device.QueueAdd(bench.device.CreateFunData(2, &argument, 4, &wide, 8, &done[1], nullptr));
+        bench.device.QueueAdd(bench.device.CreateFunData(2, &argument, 4, nullptr, 0, &done[2], nullptr));
+        bench.device.QueueAdd(bench.device.CreateFunData(2, &argument, 4, nullptr, 0, &done[3], nullptr));
+    });
+    for (int& word : done)
+        EXPECT_TRUE(qztest::Eventually([&] { return std::atomic_ref<int>(word).load() == 1; }));
+    EXPECT_EQ(result.Int32, 42);
+    EXPECT_EQ(wide.Int32, 42);
+    const std::string log = bench.Log();
+    int executed = 0;
+    for (std::size_t at = log.find("56>"); at != std::string::npos; at = log.find("56>", at + 1)) ++executed;
+    EXPECT_EQ(executed, 3);  // the two without a place are one
+}
+
+TEST(SerialDeviceQueue, AnExceptionGoesIntoTheRequestsSlot)
+{
+    Bench bench;
+    bench.Connect();
+    int done[2] = {};
+    QZException* failure = nullptr;
+    QZSerialDeviceBuffer result{};
+    const int argument = 0;
+    bench.device.QueueAdd(bench.device.CreateFunData(99, &argument, 4, &result, 4, &done[0], &failure));
+    EXPECT_TRUE(qztest::Eventually([&] { return std::atomic_ref<int>(done[0]).load() == 1; }));
+    ASSERT_NE(failure, nullptr);
+    EXPECT_EQ(failure->GetCode(), 241);
+    QZExceptionFactory::Recycle(&failure);
+    bench.device.QueueAdd(bench.device.CreateFunData(98, &argument, 4, &result, 4, &done[1], nullptr));
+    EXPECT_TRUE(qztest::Eventually([&] { return std::atomic_ref<int>(done[1]).load() == 1; }));
+}
+
+TEST(SerialDeviceQueue, ObjectsAreUsedAgain)
+{
+    OpenDevice device;
+    QZSerialFunData* data = device.CreateFunData(1, nullptr, 0, nullptr, 0, nullptr, nullptr);
+    const QZSerialFunData* first = data;
+    data->Priority = 9;
+    device.DelateFunData(&data);
+    EXPECT_EQ(data, nullptr);
+    data = device.CreateFunData(7, nullptr, 3, nullptr, 5, nullptr, nullptr);
+    EXPECT_EQ(data, first);
+    EXPECT_EQ(data->Function, 7);
+    EXPECT_EQ(data->ParamSize, 3);
+    EXPECT_EQ(data->ResultSize, 5);
+    EXPECT_EQ(data->Priority, 0);
+    device.DelateFunData(&data);
+}
+
+TEST(SerialDeviceQueue, ADeviceThatGoesTakesItsWaitingRequestsAlong)
+{
+    // Closed port: each request fails at once or stays in the queue; neither leaks.
+    for (int i = 0; i < 20; ++i)
+    {
+        OpenDevice device;
+        device.QueueAdd(device.CreateFunData(1, nullptr, 0, nullptr, 0, nullptr, nullptr));
+        device.QueueAdd(device.CreateFunData(2, nullptr, 0, nullptr, 0, nullptr, nullptr));
+    }
+}
