@@ -102,6 +102,8 @@ private:
 
     /// Adds to the place of the next bytes; where they were to go.
     QZUInt32 Advance(QZUInt32 bytes);
+    /// Starts a receive, unless the socket is closed.
+    void Receive();
     /// Ends the traffic and, once no response is being sent, gives the socket back, once in its life.
     void CloseSocket();
     /// The handle has come to name another socket.
@@ -129,6 +131,7 @@ private:
     QZInt64 m_useCount;
     QZIPAddress* m_ip;
     /// The socket behind the client id is open and this connection's to close.
+    /// Changes under the use lock.
     std::atomic<bool> m_socketOpen;
     /// Tells the clients apart that one object and one handle serve one after another.
     std::atomic<QZUInt64> m_serial;
@@ -178,6 +181,9 @@ private:
     unsigned char IsConnectExists(long long id);
     QZHttpConnect* Find(long long id);
     void NoteCount();
+    bool TakeOut(QZHttpConnect* connect);
+    /// Marks the connection of this id, if there is one.
+    void SetPeerClosed(long long id);
 
     QZInt64 m_freeTime;
     QZList<QZHttpConnect>* m_list;

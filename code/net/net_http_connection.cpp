@@ -1,0 +1,524 @@
+#include "net/net_http_connection.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "fw/fw_bytes.h"
+#include "fw/fw_collection.h"
+#include "fw/fw_convert.h"
+#include "fw/fw_data.h"
+#include "fw/fw_environment.h"
+#include "fw/fw_memory.h"
+#include "fw/fw_trace.h"
+#include "net/net_http_factory.h"
+#include "net/net_http_internal.h"
+#include "net/net_http_request.h"
+#include "os/os_ip_address.h"
+#include "os/os_system.h"
+#include "os/os_thread.h"
+
+const QZInt64 QZHttpConnect::Type;
+const QZInt64 QZHttpConnect::HttpHeadSizeLimitDefault;
+
+namespace
+{
+
+constexpr std::string_view kEmptyLine = "\r\n\r\n";
+constexpr std::string_view kContentLength = "Content-Length";
+
+constexpr QZInt64 kNoError = 0;
+constexpr QZInt64 kBadFirstByte = 512;
+constexpr QZInt64 kHeadTooLarge = 547;
+
+QZInt64 Now() { return QZEnvironment::GetCurrentTimestamp(); }
+
+bool IsLetter(unsigned char byte) { return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z'); }
+bool IsDigit(unsigned char byte) { return byte >= '0' && byte <= '9'; }
+
+QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
+
+/// The number behind the words "Content-Length".
+/// @param text  the bytes behind the words
+QZInt64 LengthIn(const unsigned char* text, QZInt64 size)
+{
+    const unsigned char* const end = text + size;
+    const unsigned char* begin = std::find(text, end, ':');
+    if (begin != end) ++begin;
+    // Whatever is no digit moves the number on, wherever it stands: blanks in front are passed over, and a
+    // number with something inside is read from the wrong place.
+    QZInt64 digits = 0;
+    for (const unsigned char* at = begin; at != end && *at != '\r'; ++at)
+    {
+        if (IsDigit(*at))
+            ++digits;
+        else
+            ++begin;
+    }
+    return QZConvert::StringToInt64(reinterpret_cast<const char*>(begin), digits);
+}
+
+}  // namespace
+
+/// The cache lock for a scope, unless it is to stay held.
+class QZHttpConnect::CacheHold
+{
+public:
+    explicit CacheHold(QZHttpConnect* connect) : m_lock(connect->m_cacheLock) { m_lock->Lock(); }
+    ~CacheHold()
+    {
+        if (!m_kept) m_lock->Unlock();
+    }
+    CacheHold(const CacheHold&) = delete;
+    CacheHold& operator=(const CacheHold&) = delete;
+
+    void Keep() { m_kept = true; }
+
+private:
+    QZCriticalSection* m_lock;
+    bool m_kept = false;
+};
+
+QZHttpConnect::QZHttpConnect()
+    : m_cacheCount(0),
+      m_cacheSize(0),
+      m_clientId(0),
+      m_handle(nullptr),
+      m_useCount(0),
+      m_socketOpen(false),
+      m_serial(0)
+{
+    MemAlloc(sizeof(os::PortBlock));
+    const QZUInt64 key = QZObject::GetObjectID();
+    m_cache = new QZData();
+    m_cache->SetDisposable(key, 0);
+    m_request = QZHttpFactory::CreateRequest();
+    m_request->SetDisposable(key, 0);
+    m_ip = new QZIPAddress();
+    m_ip->SetDisposable(key, 0);
+    m_useLock = new QZCriticalSection();
+    m_cacheLock = new QZCriticalSection();
+    QZHttpConnect::Reset();
+}
+
+QZHttpConnect::~QZHttpConnect()
+{
+    while (!QZHttpConnect::IsUseComplete()) QZThread::Sleep(10);
+    m_cacheLock->Lock();
+    const QZUInt64 key = QZObject::GetObjectID();
+    m_cache->SetDisposable(key, 1);
+    delete m_cache;
+    m_request->SetDisposable(key, 1);
+    QZHttpFactory::Recycle(&m_request);
+    m_ip->SetDisposable(key, 1);
+    delete m_ip;
+    MemFree(sizeof(os::PortBlock));
+    m_cacheLock->Unlock();
+    delete m_cacheLock;
+    delete m_useLock;
+}
+
+QZInt64 QZHttpConnect::GetType() { return 0x831001A; }
+
+QZObject* QZHttpConnect::NewObject() { return new QZHttpConnect(); }
+
+void QZHttpConnect::DeleteObject(QZObject* connect) { delete static_cast<QZHttpConnect*>(connect); }
+
+void QZHttpConnect::MemAlloc(long long size)
+{
+    m_handle = static_cast<os::PortBlock*>(QZMemory::CreateBuffer(size));
+    if (m_handle == nullptr)
+    {
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::OutOfMemory),
+                      QZ_W("QZHttpConnect"), QZ_W("QZHttpConnect"))
+            .Exception();
+    }
+    QZMemClean(m_handle, size);
+    m_handle->Length = sizeof(m_handle->Data);
+    m_handle->Buffer = m_handle->Data;
+}
+
+void QZHttpConnect::MemFree(long long)
+{
+    QZMemory::RecycleBuffer(m_handle);
+    m_handle = nullptr;
+}
+
+long long QZHttpConnect::AppendRequestData(const void* data, long long offset, long long size,
+                                           QZHttpRequest** out)
+{
+    CacheHold hold(this);
+    *out = nullptr;
+    try
+    {
+        if (offset < 0 || size < 0)
+            throw QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
+        if (!Put(data, offset, size)) return kBadFirstByte;
+        bool complete = false;
+        const long long result = Examine(&complete);
+        if (!complete) return result;
+        HandOut(out);
+        hold.Keep();
+        return kNoError;
+    }
+    catch (QZException* e)
+    {
+        QZTrace(e, QZ_W("QZHttpConnect"), QZ_W("AppendRequestData"))
+            .Argument(QZ_W("QZPVoid"), AddressOf(data))
+            .Argument(QZ_W("QZInt64"), QZInt64{offset})
+            .Argument(QZ_W("QZInt64"), QZInt64{size})
+            .Argument(QZ_W("QZPVoid"), AddressOf(out));
+        throw;
+    }
+}
+
+/// Copies a piece to its place. False when it begins a message and is no letter; it is in the cache even so.
+bool QZHttpConnect::Put(const void* data, long long offset, long long size)
+{
+    const QZInt64 before = m_cache->GetSize();
+    bool good = true;
+    if (before == 0)
+    {
+        m_recvBegin.store(Now(), std::memory_order_relaxed);
+        good = size > 0 && IsLetter(*static_cast<const unsigned char*>(data));
+    }
+    if (before < offset + size)
+    {
+        m_cache->NewSize(offset + size);
+        // Pieces that have yet to come.
+        if (before < offset) QZMemClean(QZAt(m_cache->GetPointer(), before), offset - before);
+        m_cacheSize.store(offset + size, std::memory_order_relaxed);
+    }
+    if (size > 0) QZMemCopy(QZAt(m_cache->GetPointer(), offset), data, size);
+    m_cacheCount += size;
+    return good;
+}
+
+/// Whether the message is all there; 0, or 547 for a head that is too large.
+long long QZHttpConnect::Examine(bool* complete)
+{
+    // Some earlier piece is still on its way.
+    if (m_cache->GetSize() != m_cacheCount) return kNoError;
+    const QZInt64 limit = m_headLimit.load(std::memory_order_relaxed);
+    const QZInt64 emptyLine = m_cache->Find(kEmptyLine.data(), static_cast<QZInt64>(kEmptyLine.size()));
+    if (emptyLine < 0) return m_cacheCount <= limit ? kNoError : kHeadTooLarge;
+    if (m_recvEmptyLine.load(std::memory_order_relaxed) == 0)
+        m_recvEmptyLine.store(Now(), std::memory_order_relaxed);
+    if (emptyLine > limit) return kHeadTooLarge;
+    *complete = BodyIsThere(emptyLine);
+    return kNoError;
+}
+
+bool QZHttpConnect::BodyIsThere(QZInt64 emptyLine)
+{
+    // The words count wherever they stand, in the body too; clients that send no body do not send them.
+    const QZInt64 words = static_cast<QZInt64>(kContentLength.size());
+    const QZInt64 at = m_cache->Find(kContentLength.data(), words);
+    if (at < 0) return true;
+    const QZInt64 size = m_cache->GetSize();
+    const auto* behind = static_cast<const unsigned char*>(QZAt(m_cache->GetPointer(), at + words));
+    return LengthIn(behind, size - at - words) <= size - emptyLine - static_cast<QZInt64>(kEmptyLine.size());
+}
+
+void QZHttpConnect::HandOut(QZHttpRequest** out)
+{
+    m_request->Set(m_cache);
+    BufferReset();
+    const QZInt64 now = Now();
+    QZHttpStamps& stamps = http::StampsOf(m_request);
+    stamps.begin = stamps.process = m_recvBegin.load(std::memory_order_relaxed);
+    stamps.ready = stamps.end = now;
+    m_lastUse.store(now, std::memory_order_relaxed);
+    *out = m_request;
+}
+
+void QZHttpConnect::BufferReset()
+{
+    m_cache->NewSize(0);
+    m_cacheSize.store(0, std::memory_order_relaxed);
+    m_cacheCount = 0;
+    m_handle->Received = 0;
+    std::atomic_ref<QZUInt32>(m_handle->Offset).store(0, std::memory_order_relaxed);
+}
+
+QZUInt32 QZHttpConnect::Advance(QZUInt32 bytes)
+{
+    return std::atomic_ref<QZUInt32>(m_handle->Offset).fetch_add(bytes, std::memory_order_relaxed);
+}
+
+long long QZHttpConnect::GetClientID() { return m_clientId.load(std::memory_order_relaxed); }
+
+void QZHttpConnect::SetClientID(long long id)
+{
+    m_clientId.store(id, std::memory_order_relaxed);
+    m_serial.fetch_add(1, std::memory_order_relaxed);
+    m_socketOpen.store(true);
+    m_request->SetHandle(id);
+}
+
+void* QZHttpConnect::GetHandle() { return m_handle; }
+
+void QZHttpConnect::Clear()
+{
+    CacheHold hold(this);
+    BufferReset();
+    m_ip->SetValue(0);
+    m_request->Clear();
+    m_lastUse.store(Now(), std::memory_order_relaxed);
+    m_recvBegin.store(0, std::memory_order_relaxed);
+    m_recvEmptyLine.store(0, std::memory_order_relaxed);
+    QZCriticalGuard guard(m_useLock);
+    m_useCount = 0;
+}
+
+void QZHttpConnect::Reset()
+{
+    const QZInt64 now = Now();
+    m_createTime.store(now, std::memory_order_relaxed);
+    m_lastUse.store(now, std::memory_order_relaxed);
+    m_recvBegin.store(0, std::memory_order_relaxed);
+    m_recvEmptyLine.store(0, std::memory_order_relaxed);
+    m_peerClosed.store(0, std::memory_order_relaxed);
+    m_closing.store(0, std::memory_order_relaxed);
+    m_keepAlive.store(1, std::memory_order_relaxed);
+    m_headLimit.store(HttpHeadSizeLimitDefault, std::memory_order_relaxed);
+    m_useCount = 0;
+    m_cacheCount = 0;
+}
+
+void QZHttpConnect::Recycle(QZHttpRequest** request)
+{
+    if (*request != m_request || m_request == nullptr) return;
+    *request = nullptr;
+    m_cacheLock->Unlock();
+}
+
+void QZHttpConnect::Recycle(QZIPAddress** address)
+{
+    if (*address == m_ip) *address = nullptr;
+}
+
+void QZHttpConnect::Recycle(QZData** data)
+{
+    if (*data == m_cache) *data = nullptr;
+}
+
+long long QZHttpConnect::GetCacheSize()
+{
+    CacheHold hold(this);
+    return m_cache->GetSize();
+}
+
+QZData* QZHttpConnect::GetCache() { return m_cache; }
+
+long long QZHttpConnect::FindFromRequest(const void* pattern, long long size)
+{
+    CacheHold hold(this);
+    return m_cache->Find(pattern, size);
+}
+
+void QZHttpConnect::SetIP(unsigned int address, unsigned short port)
+{
+    CacheHold hold(this);
+    for (QZIPAddress* ip : {m_request->GetClientIP(), m_ip})
+    {
+        ip->SetValue(address);
+        ip->SetThePort(port);
+    }
+}
+
+QZIPAddress* QZHttpConnect::GetIP() { return m_ip; }
+
+void QZHttpConnect::InUse()
+{
+    QZCriticalGuard guard(m_useLock);
+    ++m_useCount;
+    m_lastUse.store(Now(), std::memory_order_relaxed);
+}
+
+void QZHttpConnect::UseComplete()
+{
+    QZCriticalGuard guard(m_useLock);
+    if (m_useCount > 0) --m_useCount;
+    m_lastUse.store(Now(), std::memory_order_relaxed);
+}
+
+unsigned char QZHttpConnect::IsUseComplete()
+{
+    QZCriticalGuard guard(m_useLock);
+    return m_useCount == 0;
+}
+
+void QZHttpConnect::Receive()
+{
+    // Under the lock in which the socket is marked as closed: its handle may name another one afterwards.
+    QZCriticalGuard guard(m_useLock);
+    if (!m_socketOpen.load()) return;
+    m_handle->Length = sizeof(m_handle->Data);
+    m_handle->Buffer = m_handle->Data;
+    // A receive that fails shows through the housekeeping.
+    os::PortReceive(GetClientID(), m_handle);
+}
+
+void QZHttpConnect::CloseSocket()
+{
+    {
+        QZCriticalGuard guard(m_useLock);
+        if (!m_socketOpen.exchange(false)) return;
+    }
+    const QZInt64 socket = GetClientID();
+    m_closing.store(1, std::memory_order_relaxed);
+    m_peerClosed.store(1, std::memory_order_relaxed);
+    // A response on its way fails now. Only then does the handle go: the system may give it to another client
+    // at once, who must not get the rest.
+    os::SocketShutdown(socket, os::SocketSide::Both);
+    CacheHold hold(this);
+    os::SocketClose(socket);
+}
+
+void QZHttpConnect::ForgetSocket()
+{
+    QZCriticalGuard guard(m_useLock);
+    m_socketOpen.store(false);
+    m_closing.store(1, std::memory_order_relaxed);
+}
+
+void QZHttpConnect::ShutdownSend()
+{
+    QZCriticalGuard guard(m_useLock);
+    if (m_socketOpen.load()) os::SocketShutdown(GetClientID(), os::SocketSide::Send);
+}
+
+// ---- The collection
+
+const QZInt64 QZHttpConnectCollection::Type;
+const QZInt64 QZHttpConnectCollection::DefaultFreeConnectKeepAliveTime;
+
+QZHttpConnectCollection::QZHttpConnectCollection()
+    : m_freeTime(DefaultFreeConnectKeepAliveTime),
+      m_list(new QZList<QZHttpConnect>()),
+      m_lock(new QZCriticalSection()),
+      m_count(0)
+{}
+
+QZHttpConnectCollection::~QZHttpConnectCollection()
+{
+    delete m_list;
+    delete m_lock;
+}
+
+QZInt64 QZHttpConnectCollection::GetType() { return 0x831001B; }
+
+void QZHttpConnectCollection::NoteCount() { m_count.store(m_list->Count(), std::memory_order_relaxed); }
+
+QZHttpConnect* QZHttpConnectCollection::Find(long long id)
+{
+    QZHttpConnect* connect = m_list->GetFirst();
+    while (connect != nullptr && connect->GetClientID() != id)
+        connect = static_cast<QZHttpConnect*>(connect->LinkNext());
+    return connect;
+}
+
+/// Under the lock, which stays held whatever the answer is.
+unsigned char QZHttpConnectCollection::IsConnectExists(long long id) { return Find(id) != nullptr; }
+
+unsigned char QZHttpConnectCollection::EnQueue(QZHttpConnect* connect)
+{
+    QZCriticalGuard guard(m_lock);
+    if (IsConnectExists(connect->GetClientID())) return 0;
+    m_list->EnQueue(connect);
+    NoteCount();
+    return 1;
+}
+
+QZHttpConnect* QZHttpConnectCollection::GetElement(long long index)
+{
+    QZCriticalGuard guard(m_lock);
+    return m_list->GetElement(index);
+}
+
+QZHttpConnect* QZHttpConnectCollection::DeQueue()
+{
+    if (m_count.load(std::memory_order_relaxed) == 0) return nullptr;
+    QZCriticalGuard guard(m_lock);
+    QZHttpConnect* connect = m_list->DeQueue();
+    NoteCount();
+    return connect;
+}
+
+QZHttpConnect* QZHttpConnectCollection::PopFreeConnect(unsigned char checkTime)
+{
+    QZCriticalGuard guard(m_lock);
+    const QZInt64 now = Now();
+    const auto isOld = [=, this](const std::atomic<QZInt64>& time) {
+        return time.load(std::memory_order_relaxed) + m_freeTime < now;
+    };
+    const auto mayGo = [&](QZHttpConnect* connect) {
+        const bool peerClosed = connect->m_peerClosed.load(std::memory_order_relaxed) != 0;
+        if (peerClosed && connect->m_closing.load(std::memory_order_relaxed) != 0) return true;
+        const bool unused = connect->IsUseComplete() != 0;
+        if (unused && (peerClosed || checkTime == 0 || isOld(connect->m_lastUse))) return true;
+        const QZInt64 begin = connect->m_recvBegin.load(std::memory_order_relaxed);
+        if (begin == 0) return isOld(connect->m_createTime);
+        return connect->m_recvEmptyLine.load(std::memory_order_relaxed) == 0 && isOld(connect->m_recvBegin);
+    };
+    for (QZHttpConnect* connect = m_list->GetLast(); connect != nullptr;
+         connect = static_cast<QZHttpConnect*>(connect->LinkPrevious()))
+    {
+        if (!mayGo(connect)) continue;
+        m_list->RemoveElement(connect);
+        NoteCount();
+        return connect;
+    }
+    return nullptr;
+}
+
+QZHttpConnect* QZHttpConnectCollection::GetByClientID(long long id)
+{
+    QZCriticalGuard guard(m_lock);
+    QZHttpConnect* connect = Find(id);
+    if (connect != nullptr) connect->InUse();
+    return connect;
+}
+
+void QZHttpConnectCollection::Recycle(QZHttpConnect** connect)
+{
+    QZCriticalGuard guard(m_lock);
+    (*connect)->UseComplete();
+    *connect = nullptr;
+}
+
+QZHttpConnect* QZHttpConnectCollection::RemoveByClientID(long long id)
+{
+    QZCriticalGuard guard(m_lock);
+    QZHttpConnect* connect = Find(id);
+    if (connect != nullptr) Remove(connect);
+    return connect;
+}
+
+void QZHttpConnectCollection::Remove(QZHttpConnect* connect) { TakeOut(connect); }
+
+bool QZHttpConnectCollection::TakeOut(QZHttpConnect* connect)
+{
+    QZCriticalGuard guard(m_lock);
+    const bool there = m_list->RemoveElement(connect) != 0;
+    NoteCount();
+    return there;
+}
+
+void QZHttpConnectCollection::SetPeerClosed(long long id)
+{
+    QZCriticalGuard guard(m_lock);
+    if (QZHttpConnect* connect = Find(id)) connect->m_peerClosed.store(1, std::memory_order_relaxed);
+}
+
+long long QZHttpConnectCollection::Count()
+{
+    QZCriticalGuard guard(m_lock);
+    return m_list->Count();
+}
+
+unsigned char QZHttpConnectCollection::IsExists(long long id)
+{
+    QZCriticalGuard guard(m_lock);
+    return IsConnectExists(id);
+}

@@ -1,0 +1,355 @@
+// The road of one request through an engine, from received bytes to the last byte of the response.
+
+#include "fw/fw_data.h"
+#include "fw/fw_data_factory.h"
+#include "fw/fw_environment.h"
+#include "fw/fw_report.h"
+#include "fw/fw_string.h"
+#include "fw/fw_string_factory.h"
+#include "fw/fw_trace.h"
+#include "net/net_http_connection.h"
+#include "net/net_http_constant.h"
+#include "net/net_http_engine.h"
+#include "net/net_http_engine_tasks.h"
+#include "net/net_http_factory.h"
+#include "net/net_http_internal.h"
+#include "net/net_http_request.h"
+#include "net/net_http_response.h"
+#include "net/net_http_server.h"
+#include "os/os_file.h"
+#include "os/os_path.h"
+#include "os/os_socket.h"
+#include "os/os_thread.h"
+#include "os/os_thread_pool.h"
+
+namespace
+{
+
+constexpr const QZWChar* kClass = QZ_W("QZHttpServerEngine");
+constexpr const QZWChar* kConnection = QZ_W("Connection");
+constexpr const QZWChar* kRecordFolder = QZ_W("LastRecord");
+
+constexpr QZInt64 kNoError = 0;
+constexpr QZInt64 kHeadTooLarge = 547;
+
+QZInt64 Now() { return QZEnvironment::GetCurrentTimestamp(); }
+QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
+
+/// A path for the time of a scope.
+class ScratchPath
+{
+public:
+    explicit ScratchPath(QZString* text) : m_text(text) {}
+    ~ScratchPath() { QZStringFactory::Recycle(&m_text); }
+    ScratchPath(const ScratchPath&) = delete;
+    ScratchPath& operator=(const ScratchPath&) = delete;
+    QZString* Get() const { return m_text; }
+
+private:
+    QZString* m_text;
+};
+
+[[noreturn]] void RecordFailure(const QZWChar* text, const QZWChar* method)
+{
+    throw QZTrace(QZExceptionFactory::CreateIOException(text, QZIOExceptionCode::OperationFailed), kClass, method)
+        .Exception();
+}
+
+/// Runs a step of the record file; its failure becomes one with this text.
+template <typename Step>
+void RecordStep(const QZWChar* text, const QZWChar* method, Step step)
+{
+    try
+    {
+        step();
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+        RecordFailure(text, method);
+    }
+}
+
+}  // namespace
+
+/// One piece, and the answer to the request that it completes.
+class QZHttpServerEngine::Exchange
+{
+public:
+    Exchange(QZHttpServerEngine* engine, QZHttpConnect* connect, QZInt64 id)
+        : m_engine(engine), m_connect(connect), m_id(id), m_begin(Now())
+    {}
+
+    void Run(const void* data, QZInt64 offset, QZInt64 size);
+
+private:
+    bool Take(const void* data, QZInt64 offset, QZInt64 size);
+    void CutOff();
+    void MakeHeadTooLarge();
+    void MakePage();
+    void Fail(QZException* exception);
+    void Send();
+    void Finish();
+    void GiveBack();
+
+    QZWChar* ServerName() const { return m_engine->m_serverName->GetPointer(); }
+
+    QZHttpServerEngine* m_engine;
+    QZHttpConnect* m_connect;
+    QZInt64 m_id;
+    QZInt64 m_begin;
+    QZHttpRequest* m_request = nullptr;
+    QZHttpResponse* m_response = nullptr;
+};
+
+void QZHttpServerEngine::Exchange::Run(const void* data, QZInt64 offset, QZInt64 size)
+{
+    try
+    {
+        if (!Take(data, offset, size)) return GiveBack();
+        if (m_request != nullptr) MakePage();
+    }
+    catch (QZException* e)
+    {
+        QZTrace(e, kClass, QZ_W("ProcessASync"))
+            .Argument(QZ_W("QZInt64"), m_id)
+            .Argument(QZ_W("QZPVoid"), AddressOf(data))
+            .Argument(QZ_W("QZInt64"), offset)
+            .Argument(QZ_W("QZInt64"), size);
+        Fail(e);
+    }
+    Send();
+    Finish();
+}
+
+/// Puts the piece in its place. True when there is something to send.
+bool QZHttpServerEngine::Exchange::Take(const void* data, QZInt64 offset, QZInt64 size)
+{
+    const long long result = m_connect->AppendRequestData(data, offset, size, &m_request);
+    if (result == kHeadTooLarge)
+    {
+        MakeHeadTooLarge();
+        return true;
+    }
+    if (result != kNoError)
+    {
+        CutOff();
+        return false;
+    }
+    if (m_request != nullptr) return true;
+    m_connect->m_keepAlive.store(1);
+    return false;
+}
+
+/// No HTTP: the client gets no page and no good-bye.
+void QZHttpServerEngine::Exchange::CutOff()
+{
+    m_connect->m_keepAlive.store(0);
+    m_engine->ConnectClose(m_connect);
+    m_connect->CloseSocket();
+    m_engine->ProcessRecord(m_connect, nullptr, nullptr);
+}
+
+void QZHttpServerEngine::Exchange::MakeHeadTooLarge()
+{
+    m_connect->m_keepAlive.store(0);
+    m_response = QZHttpServer::Page431(ServerName());
+    http::SetHeaderValue(m_response->GetHeaders(), kConnection, QZ_W("close"));
+}
+
+void QZHttpServerEngine::Exchange::MakePage()
+{
+    m_begin = Now();
+    m_response = m_engine->CreatePage(m_request);
+    if (m_response == nullptr) throw QZExceptionFactory::CreateException(QZExceptionCode::NullPointer);
+    QZHttpCookieCollection* cookies = m_response->GetCookies();
+    for (QZInt64 i = cookies->Count() - 1; i >= 0; --i) cookies->GetElement(i)->GetDomain()->Clear();
+    if (m_engine->m_lastRecord != 0) m_engine->RemoveRecord(m_connect);
+    const bool keepAlive = m_engine->IsKeepAlive(m_request) != 0;
+    m_connect->m_keepAlive.store(keepAlive);
+    http::SetHeaderValue(m_response->GetHeaders(), kConnection, keepAlive ? QZ_W("keep-alive") : QZ_W("close"));
+}
+
+/// The connection keeps the state that it had: a page that throws does not cost its client the connection.
+void QZHttpServerEngine::Exchange::Fail(QZException* exception)
+{
+    if (m_response != nullptr) QZHttpFactory::Recycle(&m_response);
+    m_response = QZHttpServer::Page500(ServerName(), exception->GetMsg());
+    m_engine->Report(exception);
+    QZExceptionFactory::Recycle(&exception);
+}
+
+void QZHttpServerEngine::Exchange::Send()
+{
+    // Keeps the socket's handle from going to another client before the last byte.
+    QZHttpConnect::CacheHold hold(m_connect);
+    QZHttpStamps& stamps = http::StampsOf(m_response);
+    stamps.begin = m_begin;
+    stamps.ready = stamps.process = Now();
+    if (m_connect->m_closing.load() == 0)
+    {
+        try
+        {
+            m_engine->SendResponse(m_id, m_response);
+        }
+        catch (QZException* e)
+        {
+            // The client has gone.
+            QZExceptionFactory::Recycle(&e);
+        }
+    }
+    stamps.end = Now();
+}
+
+void QZHttpServerEngine::Exchange::Finish()
+{
+    try
+    {
+        m_engine->ProcessRecord(m_connect, m_request, m_response);
+    }
+    catch (QZException* e)
+    {
+        // Without this the connection would stay locked for good.
+        QZTrace(e, kClass, QZ_W("ProcessASync")).Argument(QZ_W("QZInt64"), m_id);
+        m_engine->Report(e);
+        QZExceptionFactory::Recycle(&e);
+    }
+    QZHttpFactory::Recycle(&m_response);
+    // Read before the next piece of the client can change it.
+    const bool keepAlive = m_connect->m_keepAlive.load() != 0;
+    if (m_request != nullptr) m_connect->Recycle(&m_request);
+    if (!keepAlive) m_engine->ConnectClose(m_connect);
+    GiveBack();
+}
+
+void QZHttpServerEngine::Exchange::GiveBack() { m_engine->Recycle(&m_connect); }
+
+// ---- The engine
+
+void QZHttpServerEngine::Process(long long id, const void* data, long long offset, long long size)
+{
+    Process(id, 0, data, offset, size);
+}
+
+void QZHttpServerEngine::Process(QZInt64 id, QZUInt64 serial, const void* data, QZInt64 offset, QZInt64 size)
+{
+    QZHttpServerProcessTask* task = m_taskPool->GetTask();
+    try
+    {
+        task->SetProcessData(id, data, offset, size);
+        task->m_serial = serial;
+    }
+    catch (QZException*)
+    {
+        m_taskPool->Recycle(&task);
+        throw;
+    }
+    m_threadPool->ExecOnceASync(task);
+}
+
+void QZHttpServerEngine::ProcessASync(long long id, const void* data, long long offset, long long size)
+{
+    ProcessPiece(id, 0, data, offset, size);
+}
+
+void QZHttpServerEngine::ProcessPiece(QZInt64 id, QZUInt64 serial, const void* data, QZInt64 offset, QZInt64 size)
+{
+    QZHttpConnect* connect = GetConnectByID(id);
+    // Bytes of a client whose handle has gone to another one are nobody's.
+    if (connect != nullptr && serial != 0 && connect->m_serial.load(std::memory_order_relaxed) != serial)
+        Recycle(&connect);
+    if (connect == nullptr)
+    {
+        QZString text(QZ_W("QZHttpServerEngine::ProcessASync Can not find connect "));
+        text.Append(id);
+        if (m_report != nullptr) m_report->Report(&text);
+        return;
+    }
+    if (m_lastRecord != 0)
+    {
+        try
+        {
+            WriteRecord(connect, data, offset, size);
+        }
+        catch (QZException* e)
+        {
+            QZTrace(e, kClass, QZ_W("ProcessASync")).Argument(QZ_W("QZInt64"), id);
+            Report(e);
+            QZExceptionFactory::Recycle(&e);
+        }
+    }
+    Exchange(this, connect, id).Run(data, offset, size);
+}
+
+void QZHttpServerEngine::ProcessRecord(QZHttpConnect*, QZHttpRequest*, QZHttpResponse*) {}
+
+void QZHttpServerEngine::SendResponse(long long id, QZHttpResponse* response)
+{
+    http::RemoveHeader(response->GetHeaders(), QZHttpConstant::HeaderNameTransferEncodingString);
+    QZData* bytes = response->ToData();
+    try
+    {
+        QZSocket::Send(id, bytes->GetPointer(), bytes->GetSize());
+    }
+    catch (QZException*)
+    {
+        QZDataFactory::Recycle(&bytes);
+        throw;
+    }
+    QZDataFactory::Recycle(&bytes);
+}
+
+unsigned char QZHttpServerEngine::IsKeepAlive(QZHttpRequest* request)
+{
+    QZHttpHeader* header = http::FindHeader(request->GetHeaders(), kConnection);
+    return header == nullptr || !header->GetValue()->Equals(QZ_W("close"), 1);
+}
+
+QZHttpResponse* QZHttpServerEngine::CreatePage(QZHttpRequest*)
+{
+    QZHttpResponse* response = QZHttpFactory::CreateResponse();
+    response->SetStatus(200);
+    QZString page(QZ_W("<!DOCTYPE html><html><head><title></title></head><body></body></html>"));
+    response->SetContent(&page);
+    return response;
+}
+
+// ---- The record of a request that is being answered
+
+QZString* QZHttpServerEngine::RecordPath(QZHttpConnect* connect)
+{
+    QZString* path = QZStringFactory::CreateString(kRecordFolder);
+    path->Append(QZ_W("/"));
+    path->Append(m_startStamp);
+    path->Append(QZ_W("-"));
+    path->Append(connect->GetObjectID());
+    return path;
+}
+
+void QZHttpServerEngine::WriteRecord(QZHttpConnect* connect, const void* data, QZInt64 offset, QZInt64 size)
+{
+    constexpr const QZWChar* method = QZ_W("WriteRecord");
+    if (!QZFileDirectory::Exists(kRecordFolder)) QZFileDirectory::Create(kRecordFolder);
+    ScratchPath path(RecordPath(connect));
+    if (!QZFile::Exists(path.Get()))
+        RecordStep(QZ_W("Can not create last record file."), method, [&] { QZFile::Create(path.Get()); });
+    QZFile* file = QZFile::Open(path.Get());
+    bool whole = false;
+    try
+    {
+        whole = file->Write(offset, data, size) == size;
+    }
+    catch (QZException*)
+    {
+        QZFile::Close(&file);
+        throw;
+    }
+    QZFile::Close(&file);
+    if (!whole) RecordFailure(QZ_W("Can not write last record file."), method);
+}
+
+void QZHttpServerEngine::RemoveRecord(QZHttpConnect* connect)
+{
+    ScratchPath path(RecordPath(connect));
+    RecordStep(QZ_W("Can not remove record file."), QZ_W("RemoveRecord"), [&] { QZFile::Delete(path.Get()); });
+}

@@ -1,0 +1,55 @@
+#include "net/net_mime.h"
+
+namespace mime
+{
+
+namespace
+{
+
+// The table is also the list of what may be served.
+constexpr FileType kTypes[] = {
+    {QZ_W("png"), QZ_W("image/png")},
+    {QZ_W("gif"), QZ_W("image/gif")},
+    {QZ_W("jpeg"), QZ_W("image/jpeg")},
+    {QZ_W("jpg"), QZ_W("image/jpeg")},
+    {QZ_W("ico"), QZ_W("image/x-icon")},
+    {QZ_W("mp4"), QZ_W("video/mp4")},
+    {QZ_W("rar"), QZ_W("application/rar")},
+    {QZ_W("pdf"), QZ_W("application/pdf")},
+    {QZ_W("zip"), QZ_W("application/zip")},
+    {QZ_W("svg"), QZ_W("image/svg+xml")},
+    {QZ_W("html"), QZ_W("text/html")},
+    {QZ_W("htm"), QZ_W("text/html")},
+    {QZ_W("css"), QZ_W("text/css")},
+    {QZ_W("js"), QZ_W("application/javascript")},
+    {QZ_W("xml"), QZ_W("text/xml")},
+    {QZ_W("txt"), QZ_W("text/plain")},
+    {QZ_W("otf"), QZ_W("font/otf")},
+    {QZ_W("woff"), QZ_W("application/font-woff")},
+    {QZ_W("woff2"), QZ_W("application/font-woff2")},
+    {QZ_W("eot"), QZ_W("application/vnd.ms-fontobject")},
+    {QZ_W("ttf"), QZ_W("application/x-font-ttf")},
+    {QZ_W("obj"), nullptr},
+};
+
+QZWChar Lower(QZWChar unit)
+{
+    return unit >= QZWChar('A') && unit <= QZWChar('Z') ? static_cast<QZWChar>(unit + ('a' - 'A')) : unit;
+}
+
+bool Equals(const QZWChar* lower, const QZWChar* text)
+{
+    while (*lower != 0 && *lower == Lower(*text)) ++lower, ++text;
+    return *lower == 0 && *text == 0;
+}
+
+}  // namespace
+
+const FileType* Find(const QZWChar* extension)
+{
+    for (const FileType& type : kTypes)
+        if (Equals(type.extension, extension)) return &type;
+    return nullptr;
+}
+
+}  // namespace mime
