@@ -67,8 +67,9 @@ QZException* SystemFailure(const QZWChar* text)
 QZIOException* StartFailure(const QZWChar* text)
 {
     const QZInt64 error = os::LastError();
-    return QZTrace(QZExceptionFactory::CreateIOException(text, QZIOExceptionCode::DeviceOperationFailed, error),
-                   QZ_W("QZHttpServerEngine"), QZ_W("Start"))
+    return QZTrace(
+               QZExceptionFactory::CreateIOException(text, QZIOExceptionCode::DeviceOperationFailed, error),
+               QZ_W("QZHttpServerEngine"), QZ_W("Start"))
         .Exception();
 }
 
@@ -155,8 +156,8 @@ void QZHttpServerEngine::MakePort(QZInt64 efficiency)
     }
     for (QZInt64 i = 0; i < m_workerCount; ++i)
     {
-        const QZInt64 thread = QZThread::Create(&QZHttpServerEngine::WorkThread,
-                                                reinterpret_cast<void*>(static_cast<std::intptr_t>(port)), this);
+        const QZInt64 thread = QZThread::Create(
+            &QZHttpServerEngine::WorkThread, reinterpret_cast<void*>(static_cast<std::intptr_t>(port)), this);
         if (thread != 0)
         {
             QZThread::Close(thread);
@@ -189,7 +190,8 @@ void QZHttpServerEngine::MakeScheduler()
     m_taskConnectCheck->SetInterval(TaskConnectCheckInterval);
     m_taskCacheCollect = new QZTaskCacheCollect(this);
     m_taskCacheCollect->SetInterval(TaskCacheCollectInterval);
-    for (QZTask* task : {m_taskConnectClose, m_taskConnectCheck, m_taskCacheCollect}) m_scheduler->AddTask(task);
+    for (QZTask* task : {m_taskConnectClose, m_taskConnectCheck, m_taskCacheCollect})
+        m_scheduler->AddTask(task);
 }
 
 void QZHttpServerEngine::Start()
@@ -266,7 +268,8 @@ void QZHttpServerEngine::ServerAbort()
 void QZHttpServerEngine::StopScheduler()
 {
     if (m_scheduler == nullptr) return;
-    const QZInt64 running = QZTaskSchedulerStatus::TaskSchedulerRunning | QZTaskSchedulerStatus::TaskSchedulerPause;
+    const QZInt64 running =
+        QZTaskSchedulerStatus::TaskSchedulerRunning | QZTaskSchedulerStatus::TaskSchedulerPause;
     if ((m_scheduler->GetStatus() & running) == 0) return;
     m_scheduler->Stop();
     while ((m_scheduler->GetStatus() & QZTaskSchedulerStatus::TaskSchedulerDispose) == 0) QZThread::Sleep(1);
@@ -297,7 +300,8 @@ void QZHttpServerEngine::DeleteParts()
     delete m_leaving;
     delete m_taskPool;
     if (m_scheduler == nullptr) return;
-    for (QZTask* task : {m_taskConnectClose, m_taskConnectCheck, m_taskCacheCollect}) m_scheduler->RemoveTask(task);
+    for (QZTask* task : {m_taskConnectClose, m_taskConnectCheck, m_taskCacheCollect})
+        m_scheduler->RemoveTask(task);
     delete m_scheduler;
     delete m_taskConnectClose;
     delete m_taskConnectCheck;
@@ -313,7 +317,10 @@ long long QZHttpServerEngine::GetHandle() { return m_handle; }
 QZString* QZHttpServerEngine::GetServerName() { return m_serverName; }
 unsigned short QZHttpServerEngine::GetPort() { return m_port; }
 
-long long QZHttpServerEngine::ThreadPoolCount() { return m_threadPool != nullptr ? m_threadPool->Count() : 0; }
+long long QZHttpServerEngine::ThreadPoolCount()
+{
+    return m_threadPool != nullptr ? m_threadPool->Count() : 0;
+}
 
 long long QZHttpServerEngine::ThreadPoolWorkingCount()
 {
@@ -383,7 +390,8 @@ QZJsonValueCollection* QZHttpServerEngine::GetConnectInfo()
         QZJsonAccess::SetAttr(object, QZ_W("KeepAlive"),
                               QZJsonFactory::CreateString(keepAlive ? QZ_W("True") : QZ_W("False")));
         const QZInt64 cached = connect->m_cacheSize.load(std::memory_order_relaxed);
-        QZJsonAccess::SetAttr(object, QZ_W("CacheSize"), QZJsonFactory::CreateDecimal(static_cast<double>(cached)));
+        QZJsonAccess::SetAttr(object, QZ_W("CacheSize"),
+                              QZJsonFactory::CreateDecimal(static_cast<double>(cached)));
         info->Push(object);
     }
     return info;

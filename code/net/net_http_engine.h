@@ -56,9 +56,9 @@ public:
 /// connection are answered one at a time, those of different connections at the same time, so CreatePage is
 /// called on several threads.
 ///
-/// The host constructs, calls Start once, and deletes; deleting ends all of it, whether it was started or not,
-/// and waits for requests that are being answered. Start and deletion are for the host's own thread, the other
-/// public operations for any.
+/// The host constructs, calls Start once, and deletes; deleting ends all of it, whether it was started or
+/// not, and waits for requests that are being answered. Start and deletion are for the host's own thread, the
+/// other public operations for any.
 class QZ_API QZHttpServerEngine : public QZObject
 {
 public:
@@ -72,8 +72,8 @@ public:
     static const QZInt64 TaskConnectCloseInterval = 1000;
     static const QZInt64 TaskCacheCollectInterval = 3600000;
 
-    /// Milliseconds that a completion thread rests after each completion, which is its pace; 1 at first, 0 for
-    /// none. For all engines of the process.
+    /// Milliseconds that a completion thread rests after each completion, which is its pace; 1 at first, 0
+    /// for none. For all engines of the process.
     static int CompletionPause;
 
     /// QZHttpServerEfficiencyNormal.
@@ -158,8 +158,8 @@ protected:
     QZJsonValueCollection* GetConnectInfo();
     void Recycle(QZJsonValueCollection** info);
 
-    /// Ends all traffic and every thread of the engine, as its destructor does. A derived class whose overrides
-    /// use members of its own calls it first thing in its destructor, while these are still there.
+    /// Ends all traffic and every thread of the engine, as its destructor does. A derived class whose
+    /// overrides use members of its own calls it first thing in its destructor, while these are still there.
     void Shutdown();
 
     /// What a derived class may set before Start: active connections at most, after which new clients wait to

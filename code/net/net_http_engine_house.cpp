@@ -1,10 +1,10 @@
 // How the connections of an engine come to their end.
 
+#include "net/net_http_engine.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_trace.h"
 #include "net/net_http_connection.h"
-#include "net/net_http_engine.h"
 #include "net/net_http_factory.h"
 #include "os/os_thread.h"
 
@@ -127,7 +127,8 @@ void QZHttpServerEngine::ConnectCloseFree()
             QZCriticalGuard guard(m_connectLock);
             QZHttpConnect* connect = m_connects->PopFreeConnect(1);
             if (connect == nullptr) break;
-            // Out of the list already, so it gets no shutdown: a silent client sees its end with the socket's.
+            // Out of the list already, so it gets no shutdown: a silent client sees its end with the
+            // socket's.
             ConnectClose(connect->GetClientID());
             connect->m_closing.store(1);
             m_closeWait->EnQueue(connect);
@@ -153,7 +154,8 @@ void QZHttpServerEngine::ConnectCheck()
              connect = static_cast<QZHttpConnect*>(connect->LinkNext()))
             if (connect->m_lastUse.load(std::memory_order_relaxed) + FreeConnectKeepAliveTime < now)
                 silent.Push(static_cast<QZUInt64>(connect->GetClientID()));
-        for (QZInt64 i = 0; i < silent.Count(); ++i) ConnectClose(static_cast<long long>(silent.GetElement(i)));
+        for (QZInt64 i = 0; i < silent.Count(); ++i)
+            ConnectClose(static_cast<long long>(silent.GetElement(i)));
     }
     catch (QZException* e)
     {

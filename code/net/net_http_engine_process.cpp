@@ -1,5 +1,6 @@
 // The road of one request through an engine, from received bytes to the last byte of the response.
 
+#include "net/net_http_engine.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_environment.h"
@@ -9,7 +10,6 @@
 #include "fw/fw_trace.h"
 #include "net/net_http_connection.h"
 #include "net/net_http_constant.h"
-#include "net/net_http_engine.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_internal.h"
@@ -51,7 +51,8 @@ private:
 
 [[noreturn]] void RecordFailure(const QZWChar* text, const QZWChar* method)
 {
-    throw QZTrace(QZExceptionFactory::CreateIOException(text, QZIOExceptionCode::OperationFailed), kClass, method)
+    throw QZTrace(QZExceptionFactory::CreateIOException(text, QZIOExceptionCode::OperationFailed), kClass,
+                  method)
         .Exception();
 }
 
@@ -167,7 +168,8 @@ void QZHttpServerEngine::Exchange::MakePage()
     if (m_engine->m_lastRecord != 0) m_engine->RemoveRecord(m_connect);
     const bool keepAlive = m_engine->IsKeepAlive(m_request) != 0;
     m_connect->m_keepAlive.store(keepAlive);
-    http::SetHeaderValue(m_response->GetHeaders(), kConnection, keepAlive ? QZ_W("keep-alive") : QZ_W("close"));
+    http::SetHeaderValue(m_response->GetHeaders(), kConnection,
+                         keepAlive ? QZ_W("keep-alive") : QZ_W("close"));
 }
 
 /// The connection keeps the state that it had: a page that throws does not cost its client the connection.
@@ -182,7 +184,7 @@ void QZHttpServerEngine::Exchange::Fail(QZException* exception)
 void QZHttpServerEngine::Exchange::Send()
 {
     // Keeps the socket's handle from going to another client before the last byte.
-    QZHttpConnect::CacheHold hold(m_connect);
+    QZCriticalGuard hold(m_connect->m_cacheLock);
     QZHttpStamps& stamps = http::StampsOf(m_response);
     stamps.begin = m_begin;
     stamps.ready = stamps.process = Now();
@@ -252,7 +254,8 @@ void QZHttpServerEngine::ProcessASync(long long id, const void* data, long long 
     ProcessPiece(id, 0, data, offset, size);
 }
 
-void QZHttpServerEngine::ProcessPiece(QZInt64 id, QZUInt64 serial, const void* data, QZInt64 offset, QZInt64 size)
+void QZHttpServerEngine::ProcessPiece(QZInt64 id, QZUInt64 serial, const void* data, QZInt64 offset,
+                                      QZInt64 size)
 {
     QZHttpConnect* connect = GetConnectByID(id);
     // Bytes of a client whose handle has gone to another one are nobody's.
@@ -351,5 +354,6 @@ void QZHttpServerEngine::WriteRecord(QZHttpConnect* connect, const void* data, Q
 void QZHttpServerEngine::RemoveRecord(QZHttpConnect* connect)
 {
     ScratchPath path(RecordPath(connect));
-    RecordStep(QZ_W("Can not remove record file."), QZ_W("RemoveRecord"), [&] { QZFile::Delete(path.Get()); });
+    RecordStep(QZ_W("Can not remove record file."), QZ_W("RemoveRecord"),
+               [&] { QZFile::Delete(path.Get()); });
 }

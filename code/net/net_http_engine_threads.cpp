@@ -1,9 +1,9 @@
 // The accepting thread and the completion threads of an engine.
 
+#include "net/net_http_engine.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_trace.h"
 #include "net/net_http_connection.h"
-#include "net/net_http_engine.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
 #include "os/os_system.h"
@@ -42,7 +42,8 @@ void QZHttpServerEngine::AcceptLoop()
         QZCriticalGuard guard(m_statusLock);
         m_acceptStatus.store(ThreadStatus::Working);
     }
-    while (m_status.load() == Status::HttpServerInitialized && !QZThread::IsThreadsAbort()) QZThread::Sleep(10);
+    while (m_status.load() == Status::HttpServerInitialized && !QZThread::IsThreadsAbort())
+        QZThread::Sleep(10);
     while (!QZThread::IsThreadsAbort() && IsWorking())
     {
         try
@@ -65,7 +66,8 @@ void QZHttpServerEngine::AcceptLoop()
 void QZHttpServerEngine::WaitForRoom()
 {
     if (m_maxClient == MaxClientDefault) return;
-    while (m_connects->Count() >= m_maxClient && !QZThread::IsThreadsAbort() && IsWorking()) QZThread::Sleep(10);
+    while (m_connects->Count() >= m_maxClient && !QZThread::IsThreadsAbort() && IsWorking())
+        QZThread::Sleep(10);
 }
 
 void QZHttpServerEngine::Accept()
@@ -170,7 +172,8 @@ void QZHttpServerEngine::WorkEnd()
 void QZHttpServerEngine::WorkLoop(QZInt64 port)
 {
     WorkBegin();
-    while (m_status.load() == Status::HttpServerInitialized && !QZThread::IsThreadsAbort()) QZThread::Sleep(10);
+    while (m_status.load() == Status::HttpServerInitialized && !QZThread::IsThreadsAbort())
+        QZThread::Sleep(10);
     while (!QZThread::IsThreadsAbort() && IsWorking())
     {
         os::PortCompletion completion = {};
@@ -212,7 +215,8 @@ void QZHttpServerEngine::Received(QZInt64 id, QZUInt32 bytes)
     }
     try
     {
-        Process(id, connect->m_serial.load(std::memory_order_relaxed), connect->m_handle->Data, offset, bytes);
+        Process(id, connect->m_serial.load(std::memory_order_relaxed), connect->m_handle->Data, offset,
+                bytes);
     }
     catch (QZException*)
     {

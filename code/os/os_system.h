@@ -309,6 +309,9 @@ bool SocketShutdown(QZInt64 socket, SocketSide side);
 /// silence, then every `interval` ms. Linux counts in whole seconds, at least 1.
 bool SocketKeepAlive(QZInt64 socket, QZUInt32 time, QZUInt32 interval);
 
+/// Bytes go out as they are sent, without waiting for those before to be confirmed.
+bool SocketNoDelay(QZInt64 socket);
+
 // ---- Completion port
 
 /// Receives that complete on whichever thread waits. Sockets are associated with a port under a key; on each

@@ -280,4 +280,10 @@ bool SocketKeepAlive(QZInt64 socket, QZUInt32 time, QZUInt32 interval)
            Succeeded(setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, &between, sizeof(between)));
 }
 
+bool SocketNoDelay(QZInt64 socket)
+{
+    int on = 1;
+    return Succeeded(setsockopt(DescriptorOf(socket), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on)));
+}
+
 }  // namespace os

@@ -146,4 +146,11 @@ bool SocketKeepAlive(QZInt64 socket, QZUInt32 time, QZUInt32 interval)
                     nullptr, nullptr) == 0;
 }
 
+bool SocketNoDelay(QZInt64 socket)
+{
+    BOOL on = TRUE;
+    return setsockopt(ToSocket(socket), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on),
+                      sizeof(on)) == 0;
+}
+
 }  // namespace os

@@ -104,6 +104,10 @@ public:
     /// 1 from a task's hand-over until the worker has finished it; read without the lock.
     QZByte IsWorking();
 
+    /// Wakes a worker that suspended itself in the very moment in which a task was handed to it, once two
+    /// calls in a row have found it so. Nobody waits for a worker that is at work.
+    void WakeStalled();
+
     /// Starts a thread on the routine, at once runnable. The handle is the caller's, to be given back with
     /// Close; 0 on failure. The thread counts as running until the routine returns.
     static long long Create(void (*routine)());
@@ -147,6 +151,7 @@ private:
     std::atomic<QZInt64> m_timeout;
     std::atomic<QZByte> m_ending;
     std::atomic<QZInt64> m_status;
+    std::atomic<bool> m_stalled{false};
 };
 
 /// Start and stop of the thread layer, for QZLibInit and QZLibDispose. The end takes the global mutex away,

@@ -80,6 +80,14 @@ QZThread* QZThreadPool::Take()
     return nullptr;
 }
 
+void QZThreadPool::WakeStalled()
+{
+    QZCriticalGuard guard(m_lock);
+    for (QZThread* worker = m_threads->GetFirst(); worker;
+         worker = static_cast<QZThread*>(worker->LinkNext()))
+        worker->WakeStalled();
+}
+
 void QZThreadPool::Collect()
 {
     QZCriticalGuard guard(m_lock);

@@ -36,6 +36,10 @@ public:
     QZInt64 Count();
     QZInt64 WorkingCount();
 
+    /// Wakes workers that a task has not reached; for hosts whose tasks may not wait for the next one. To be
+    /// called every now and then, a second apart or more.
+    void WakeStalled();
+
     /// Ends the workers that are idle.
     void Collect();
 

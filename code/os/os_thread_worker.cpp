@@ -71,6 +71,7 @@ QZByte QZThread::ExecOrNot(QZTask* task)
         if (owner == 0) owner = 1;
         while (!task->Lock(owner)) Sleep(1);
         m_working.store(1, std::memory_order_relaxed);
+        m_stalled.store(false, std::memory_order_relaxed);
         task->SetStatus(QZTask::StatusNotExecuted);
         m_task = task;
     }
@@ -78,6 +79,15 @@ QZByte QZThread::ExecOrNot(QZTask* task)
     // until the next one.
     Resume();
     return 1;
+}
+
+void QZThread::WakeStalled()
+{
+    if (!m_working.load(std::memory_order_relaxed) || m_status.load() != StatusStop) return;
+    QZCriticalGuard guard(m_lock);
+    if (!m_working.load(std::memory_order_relaxed) || m_status.load() != StatusStop) return;
+    // Found once, it may be a hand-over that is still going on.
+    if (m_stalled.exchange(true, std::memory_order_relaxed)) Resume();
 }
 
 void QZThread::Suspend()
