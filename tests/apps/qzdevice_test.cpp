@@ -1,0 +1,301 @@
+// The device tool as its user meets it: in this process through its command line, and as a program.
+
+#include <algorithm>
+#include <cstdlib>
+#include <thread>
+
+#include "qzdevice/controller.h"
+#include "qzdevice/line.h"
+#include "qzdevice/text.h"
+#include "qzdevice/tool.h"
+#include "support/qz_line.h"
+#include "support/qz_test.h"
+
+using qzdevice::Controller;
+using qzdevice::Fault;
+
+namespace
+{
+
+struct Result
+{
+    int code = -1;
+    std::string out;
+    std::string err;
+};
+
+/// A folder for files, and the tool.
+class Tool
+{
+public:
+    Result Run(const std::vector<std::string>& words, bool terminal = false)
+    {
+        const std::string number = std::to_string(++m_runs);
+        std::FILE* out = std::fopen(m_dir.NarrowName("out" + number).c_str(), "wb");
+        std::FILE* err = std::fopen(m_dir.NarrowName("err" + number).c_str(), "wb");
+        Result result;
+        result.code = qzdevice::RunTool(words, {out, err, terminal, &m_stop});
+        std::fclose(out);
+        std::fclose(err);
+        result.out = m_dir.Read("out" + number);
+        result.err = m_dir.Read("err" + number);
+        return result;
+    }
+
+    std::string Path(const std::string& name) const { return m_dir.NarrowName(name); }
+    const qztest::TempDir& Dir() const { return m_dir; }
+    void Stop() { m_stop = true; }
+
+private:
+    qztest::TempDir m_dir;
+    std::atomic<int> m_runs{0};
+    std::atomic<bool> m_stop{false};
+};
+
+/// The tool beside a controller on a line.
+class Bench
+{
+public:
+    Bench() : peer([this](unsigned char byte) { return controller.Take(byte); }) {}
+
+    /// The command with the port put in behind its name; the device has long to answer.
+    Result Run(std::vector<std::string> words, bool terminal = false)
+    {
+        words.insert(words.begin() + 1, peer.Path());
+        words.insert(words.end(), {"--timeout", "60000"});
+        return tool.Run(words, terminal);
+    }
+
+    Controller controller;
+    qztest::LinePeer peer;
+    Tool tool;
+};
+
+void ExpectFailure(const Result& result, int code, const std::string& about)
+{
+    EXPECT_EQ(result.code, code) << result.err;
+    EXPECT_EQ(result.err.compare(0, 10, "qzdevice: "), 0) << result.err;
+    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    EXPECT_NE(result.err.find(about), std::string::npos) << result.err;
+}
+
+}  // namespace
+
+TEST(Qzdevice, HelpNamesEveryCommandAndOption)
+{
+    Tool tool;
+    const Result help = tool.Run({"--help"});
+    EXPECT_EQ(help.code, 0);
+    EXPECT_EQ(help.err, "");
+    for (const char* word : {"list", "show", "get", "set", "call", "read", "write", "order", "simulate",
+                             "--baud", "--timeout", "--no-checksum", "--no-verify", "--fault", "Exit codes"})
+        EXPECT_NE(help.out.find(word), std::string::npos) << word;
+}
+
+TEST(Qzdevice, BadUsageIsExitCodeTwoAndTouchesNoPort)
+{
+    Tool tool;
+    ExpectFailure(tool.Run({}), 2, "no command");
+    ExpectFailure(tool.Run({"frobnicate"}), 2, "frobnicate");
+    ExpectFailure(tool.Run({"show"}), 2, "show");
+    ExpectFailure(tool.Run({"show", "p", "--fast"}), 2, "--fast");
+    ExpectFailure(tool.Run({"show", "p", "--baud"}), 2, "--baud");
+    ExpectFailure(tool.Run({"show", "p", "--baud", "quick"}), 2, "quick");
+    ExpectFailure(tool.Run({"get", "p", "colour", "1"}), 2, "colour");
+    ExpectFailure(tool.Run({"get", "p", "value", "one"}), 2, "one");
+    ExpectFailure(tool.Run({"set", "p", "value", "1"}), 2, "set");
+    ExpectFailure(tool.Run({"set", "p", "value", "1", "much"}), 2, "much");
+    ExpectFailure(tool.Run({"set", "p", "colour", "1", "2"}), 2, "colour");
+    ExpectFailure(tool.Run({"call", "p", "99999"}), 2, "99999");
+    ExpectFailure(tool.Run({"call", "p", "1", "xyz"}), 2, "xyz");
+    ExpectFailure(tool.Run({"call", "p", "1", "f:1", "f:2", "f:3", "f:4"}), 2, "14 bytes");
+    ExpectFailure(tool.Run({"read", "p", "-1", "1", "file"}), 2, "address");
+    ExpectFailure(tool.Run({"order", "p", "lunch"}), 2, "lunch");
+    ExpectFailure(tool.Run({"simulate", "--fault"}), 2, "--fault");
+    ExpectFailure(tool.Run({"simulate", "--fault", "57"}), 2, "57");
+    ExpectFailure(tool.Run({"simulate", "--fault", "577=00"}), 2, "577");
+    ExpectFailure(tool.Run({"simulate", "--model", "12345678901234567"}), 2, "16");
+    ExpectFailure(tool.Run({"simulate", "--colour", "red"}), 2, "--colour");
+}
+
+TEST(Qzdevice, APortThatCannotBeUsedIsExitCodeThree)
+{
+    Bench bench;
+    ExpectFailure(bench.tool.Run({"show", "no-such-port"}), 3, "no-such-port: Device Open Failed");
+    ExpectFailure(bench.Run({"show", "--baud", "38400"}), 3, "Invalid Argument");
+    bench.controller.Inject({0x02, 1, Fault::Kind::Mute, 0, false});
+    ExpectFailure(bench.tool.Run({"show", bench.peer.Path(), "--timeout", "30"}), 3, "Timeout");
+}
+
+TEST(Qzdevice, ListPrintsAPortOnALine)
+{
+    Tool tool;
+    const Result list = tool.Run({"list"});
+    EXPECT_EQ(list.code, 0) << list.err;
+    EXPECT_TRUE(list.out.empty() || list.out.compare(0, 4, "\\\\.\\") == 0) << list.out;
+}
+
+TEST(Qzdevice, ShowTellsWhoTheDeviceIs)
+{
+    Bench bench;
+    EXPECT_EQ(bench.Run({"show"}).out, "port           \\\\.\\" + bench.peer.Path() +
+                                           "\n"
+                                           "model          AB12CD\n"
+                                           "series         AB12\n"
+                                           "serial number  SN000001\n"
+                                           "version        2.41\n"
+                                           "initialised    no\n");
+    EXPECT_EQ(bench.Run({"order", "init"}).code, 0);
+    EXPECT_NE(bench.Run({"show", "--baud", "9600"}).out.find("initialised    yes"), std::string::npos);
+    EXPECT_EQ(bench.peer.Speed(), 9600);
+}
+
+TEST(Qzdevice, WhatIsSetCanBeGot)
+{
+    Bench bench;
+    for (const char* what : {"incremental", "magnification", "value"})
+    {
+        EXPECT_EQ(bench.Run({"set", what, "7", "-0.125"}).code, 0);
+        EXPECT_EQ(bench.Run({"get", what, "7"}).out, "-0.125\n");
+        EXPECT_EQ(bench.Run({"get", what, "8"}).out, "0\n");
+    }
+    EXPECT_EQ(bench.Run({"set", "key", "3", "K9"}).code, 0);
+    EXPECT_EQ(bench.Run({"get", "key", "3"}).out, "K9\n");
+    EXPECT_EQ(bench.Run({"set", "serial", "SN77"}).code, 0);
+    EXPECT_EQ(bench.controller.settings.serial, "SN77");
+    ExpectFailure(bench.Run({"get", "value", "64"}), 1, "Param out of range");
+    bench.controller.Inject({0x54, 1, Fault::Kind::Status, 0xF4, false});
+    ExpectFailure(bench.Run({"set", "serial", "X"}), 1, "Device update failed on copy device buffer.");
+}
+
+TEST(Qzdevice, OrdersReachTheDevice)
+{
+    Bench bench;
+    bench.controller.memory[0] = 'x';
+    EXPECT_EQ(bench.Run({"set", "value", "1", "5"}).code, 0);
+    EXPECT_EQ(bench.Run({"order", "sync"}).code, 0);
+    EXPECT_EQ(bench.Run({"set", "value", "1", "6"}).code, 0);
+    EXPECT_EQ(bench.Run({"order", "restart"}).code, 0);
+    EXPECT_EQ(bench.Run({"get", "value", "1"}).out, "5\n");
+    EXPECT_EQ(bench.Run({"order", "erase"}).code, 0);
+    EXPECT_EQ(bench.controller.memory[0], '\xFF');
+}
+
+TEST(Qzdevice, CallShowsTheResultInAllForms)
+{
+    Bench bench;
+    EXPECT_EQ(
+        bench.Run({"call", "3", "f:0.5"}).out,
+        "bytes  00 00 80 3F 00 00 00 00 00 00 00 00 00 00 00 00\ni16    0\ni32    1065353216\nfloat  1\n");
+    EXPECT_EQ(bench.Run({"call", "5", "i16:-3", "i16:5"}).out.substr(0, 54),
+              "bytes  02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
+    EXPECT_EQ(bench.Run({"call", "1", "0aFF", "i32:-2", "--no-checksum"}).out.substr(0, 54),
+              "bytes  0A FF FE FF FF FF 00 00 00 00 00 00 00 00 00 00");
+    ExpectFailure(bench.Run({"call", "77"}), 1, "Param out of range");
+}
+
+TEST(Qzdevice, MemoryGoesToAndFromFiles)
+{
+    Bench bench;
+    std::string bytes;
+    for (int i = 0; i < 2500; ++i) bytes.push_back(static_cast<char>(i * 13));
+    bench.tool.Dir().Write("in", bytes);
+    bench.controller.blockSize = 200;
+    Result result = bench.Run({"write", "0x100", bench.tool.Path("in")}, true);
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_EQ(result.out, "2500 bytes written\n");
+    EXPECT_NE(result.err.find("100%"), std::string::npos);
+    EXPECT_EQ(bench.controller.memory.substr(0x100, 2500), bytes);
+    bench.tool.Dir().Write("out", std::string(5000, 'x'));
+    result = bench.Run({"read", "256", "2500", bench.tool.Path("out"), "--no-verify"});
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_EQ(result.out, "2500 bytes read\n");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(bench.tool.Dir().Read("out"), bytes);
+    EXPECT_EQ(bench.Run({"read", "0", "0", bench.tool.Path("none")}).code, 0);
+    EXPECT_EQ(bench.tool.Dir().Read("none"), "");
+
+    ExpectFailure(bench.Run({"write", "0", bench.tool.Path("missing")}), 3, "");
+    ExpectFailure(bench.Run({"read", "65000", "1000", bench.tool.Path("never")}), 1, "Param out of range");
+    EXPECT_FALSE(bench.tool.Dir().Exists("never"));
+    bench.controller.Inject({Controller::DataByte, 10, Fault::Kind::Status, 0xF4, false});
+    ExpectFailure(bench.Run({"write", "0", bench.tool.Path("in"), "--no-verify"}), 1,
+                  "FailedFromOperationEEPROM");
+}
+
+TEST(Qzdevice, ASimulatedControllerServesTheOtherCommands)
+{
+    Tool tool;
+    if (!qzdevice::MakeTerminal())
+    {
+        ExpectFailure(tool.Run({"simulate"}), 3, "--port");
+        return;
+    }
+    Result simulated;
+    std::thread simulation([&] {
+        simulated = tool.Run({"simulate", "--model", "XY9Z", "--serial", "S1", "--version", "v", "--block",
+                              "7", "--memory", "100", "--log", "--fault", "12:2=F4", "--fault", "5E:3+=flip",
+                              "--for", "600"});
+    });
+    std::string port;
+    EXPECT_TRUE(qztest::Eventually([&] {
+        if (!tool.Dir().Exists("out1")) return false;
+        port = tool.Dir().Read("out1");
+        return port.find('\n') != std::string::npos;
+    }));
+    port.resize(port.find('\n'));
+    EXPECT_NE(tool.Run({"show", port}).out.find("model          XY9Z\n"), std::string::npos);
+    EXPECT_EQ(tool.Run({"order", port, "sync"}).code, 0);
+    ExpectFailure(tool.Run({"order", port, "sync"}), 1, "FailedFromOperationEEPROM");
+    ExpectFailure(tool.Run({"order", port, "sync"}), 1, "Verify failed");
+    ExpectFailure(tool.Run({"order", port, "sync"}), 1, "Verify failed");
+    EXPECT_EQ(tool.Run({"read", port, "90", "10", tool.Path("memory")}).code, 0);
+    ExpectFailure(tool.Run({"read", port, "90", "11", tool.Path("memory")}), 1, "Param out of range");
+    tool.Stop();
+    simulation.join();
+    EXPECT_EQ(simulated.code, 0) << simulated.err;
+    EXPECT_NE(simulated.out.find("\n12 > F4\n"), std::string::npos);
+}
+
+TEST(Qzdevice, ASimulationEndsByItself)
+{
+    Tool tool;
+    if (!qzdevice::MakeTerminal()) GTEST_SKIP() << "no pseudo-terminals here";
+    EXPECT_EQ(tool.Run({"simulate", "--for", "0.05"}).code, 0);
+}
+
+TEST(Qzdevice, ASimulationServesAPort)
+{
+    // Two tools back to back would need a cable; the peer plays the host here.
+    qztest::LinePeer host;
+    Tool tool;
+    Result simulated;
+    std::thread simulation([&] { simulated = tool.Run({"simulate", "--port", host.Path(), "--log"}); });
+    EXPECT_TRUE(qztest::Eventually([&] {
+        // What was sent before the port was set up may be lost.
+        if (host.Received().empty()) host.Send("\x52");
+        os::Sleep(5);
+        return !host.Received().empty();
+    }));
+    EXPECT_EQ(host.Received()[0], '\0');
+    const std::size_t before = host.Received().size();
+    host.Send("\x5F");
+    EXPECT_TRUE(
+        qztest::Eventually([&] { return host.Received().find('\xCF', before) != std::string::npos; }));
+    tool.Stop();
+    simulation.join();
+    EXPECT_EQ(simulated.code, 0) << simulated.err;
+}
+
+TEST(Qzdevice, TheProgramPassesItsExitCodeOn)
+{
+    Tool tool;
+    std::filesystem::path program(QZ_TEST_QZDEVICE);
+    const std::string line = program.make_preferred().string();
+    const std::string streams = " >" + tool.Path("out") + " 2>" + tool.Path("err");
+    int status = std::system((line + " list" + streams).c_str());
+    EXPECT_EQ(status, 0) << tool.Dir().Read("err");
+    status = std::system((line + " show no-such-port" + streams).c_str());
+    EXPECT_EQ(status >= 256 ? status / 256 : status, 3);
+    EXPECT_NE(tool.Dir().Read("err").find("Device Open Failed"), std::string::npos);
+}
