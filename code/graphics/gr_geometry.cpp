@@ -188,16 +188,6 @@ bool Contains(int from, int length, int place)
     return from <= place && place <= word::Subtract(word::Add(from, length), 1);
 }
 
-/// The centres are no further apart than half of both lengths together; the very distance counts, so that
-/// neighbours touch.
-bool Meet(int from1, int length1, int from2, int length2)
-{
-    const float center1 = static_cast<float>(from1) + static_cast<float>(length1) / 2.0F;
-    const float center2 = static_cast<float>(from2) + static_cast<float>(length2) / 2.0F;
-    const float reach = static_cast<float>(word::Add(length1, length2)) / 2.0F;
-    return reach - std::fabs(center1 - center2) >= 0;
-}
-
 void Stretch(int* from, int* length, int place)
 {
     if (place < *from)
@@ -243,7 +233,7 @@ QZBool QZRectangle::Intersects(const QZRectangle* other) const
 QZBool QZRectangle::Intersects(int x1, int y1, int width1, int height1, int x2, int y2, int width2,
                                int height2)
 {
-    return Meet(x1, width1, x2, width2) && Meet(y1, height1, y2, height2);
+    return word::Meet(x1, width1, x2, width2) && word::Meet(y1, height1, y2, height2);
 }
 
 void QZRectangle::Include(int px, int py)

@@ -1,6 +1,8 @@
 #ifndef QZLIB_GR_GEOMETRY_WORD_H
 #define QZLIB_GR_GEOMETRY_WORD_H
 
+#include <cmath>
+
 #include "fw/fw_types.h"
 
 /// The arithmetic behind packed points and sizes. Internal.
@@ -25,6 +27,16 @@ inline int Subtract(int a, int b)
 inline int Truncate(double value)
 {
     return value > -2147483649.0 && value < 2147483648.0 ? static_cast<int>(value) : -2147483647 - 1;
+}
+
+/// The centres are no further apart than half of both lengths together; the very distance counts, so that
+/// neighbours touch.
+inline bool Meet(int from1, int length1, int from2, int length2)
+{
+    const float center1 = static_cast<float>(from1) + static_cast<float>(length1) / 2.0F;
+    const float center2 = static_cast<float>(from2) + static_cast<float>(length2) / 2.0F;
+    const float reach = static_cast<float>(Add(length1, length2)) / 2.0F;
+    return reach - std::fabs(center1 - center2) >= 0;
 }
 }  // namespace word
 

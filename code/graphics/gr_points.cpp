@@ -1,5 +1,7 @@
 #include "graphics/gr_points.h"
 
+#include <algorithm>
+
 #include "codec/cod_math.h"
 #include "fw/fw_library.h"
 #include "fw/fw_trace.h"
@@ -208,20 +210,15 @@ void QZRectangleCollection::Clear()
 QZBool QZRectangleCollection::Add(int x, int y, int width, int height)
 {
     if (width < 0 || height < 0) return 0;
-    if (!m_overlap)
+    const QZInt64 place = m_overlap ? -1 : FindMeeting(x, y, width, height);
+    if (QZUInt64* element = Element(place))
     {
-        for (QZInt64 i = QZInt64{m_length} - 1; i >= 0; --i)
-        {
-            QZUInt64* element = Element(i);
-            if (!element) continue;
-            QZRectangle present(word::Low(element[0]), word::High(element[0]), word::Low(element[1]),
-                                word::High(element[1]));
-            if (!present.Intersects(x, y, width, height)) continue;
-            present.Include(x, y, width, height);
-            element[0] = present.GetLocationUInt64();
-            element[1] = present.GetSizeUInt64();
-            return 1;
-        }
+        QZRectangle present(word::Low(element[0]), word::High(element[0]), word::Low(element[1]),
+                            word::High(element[1]));
+        present.Include(x, y, width, height);
+        element[0] = present.GetLocationUInt64();
+        element[1] = present.GetSizeUInt64();
+        return 1;
     }
     Push(word::Pack(x, y));
     Push(word::Pack(width, height));
@@ -308,13 +305,20 @@ QZBool QZRectangleCollection::Intersects(const QZRectangle* rectangle)
 
 QZBool QZRectangleCollection::Intersects(int x, int y, int width, int height)
 {
-    for (QZInt64 i = QZInt64{m_length} - 1; i >= 0; --i)
+    return FindMeeting(x, y, width, height) >= 0;
+}
+
+QZInt64 QZRectangleCollection::FindMeeting(int x, int y, int width, int height)
+{
+    const QZUInt64* words = Words() + 1;
+    QZInt64 i = std::min<QZInt64>(m_length, CountOf() / 2) - 1;
+    for (; i >= 0; --i)
     {
-        const QZUInt64* element = Element(i);
-        if (element &&
-            QZRectangle::Intersects(word::Low(element[0]), word::High(element[0]), word::Low(element[1]),
-                                    word::High(element[1]), x, y, width, height))
-            return 1;
+        const QZUInt64 location = words[2 * i];
+        const QZUInt64 size = words[2 * i + 1];
+        if (word::Meet(word::Low(location), word::Low(size), x, width) &&
+            word::Meet(word::High(location), word::High(size), y, height))
+            break;
     }
-    return 0;
+    return i;
 }

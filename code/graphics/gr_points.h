@@ -163,6 +163,8 @@ private:
     using QZCollection::SetElement;
     QZBool Add(const QZUInt64* words);
     QZUInt64 GetElement(QZInt64 index) override;
+    /// The highest index of a rectangle that overlaps the given one or touches it, or -1.
+    QZInt64 FindMeeting(int x, int y, int width, int height);
     /// The two words of a rectangle that is there, else null.
     QZUInt64* Element(QZInt64 index);
 
