@@ -2,6 +2,7 @@
 #include <set>
 
 #include "fields.h"
+#include "log.h"
 #include "text.h"
 #include "text_list.h"
 
@@ -15,16 +16,6 @@ constexpr QZInt64 LabelField = 1;
 constexpr QZInt64 TimeField = 2;
 /// Branches of branches that `log` follows.
 constexpr int DeepestLevel = 1000;
-
-/// A snapshot mark, and what its own fields say.
-struct Mark
-{
-    QZInt64 address = 0;
-    /// The log record that it names.
-    QZInt64 point = 0;
-    std::string label;
-    QZInt64 time = 0;
-};
 
 /// The three places of the log: tree B's ADs in order.
 struct Log
@@ -70,14 +61,6 @@ std::vector<Mark> ReadMarks(Database& database, const Log& log)
         return true;
     });
     return marks;
-}
-
-std::string MarkText(const Mark& mark)
-{
-    std::string text = "mark " + std::to_string(mark.address);
-    if (!mark.label.empty()) text += " \"" + Visible(mark.label) + "\"";
-    if (mark.time > 0) text += ", " + TimeText(mark.time);
-    return text;
 }
 
 /// The mark that the words name: its address, or its label, of several with one label the latest.
@@ -162,6 +145,37 @@ private:
 
 }  // namespace
 
+std::string MarkText(const Mark& mark)
+{
+    std::string text = "mark " + std::to_string(mark.address);
+    if (!mark.label.empty()) text += " \"" + Visible(mark.label) + "\"";
+    if (mark.time > 0) text += ", " + TimeText(mark.time);
+    return text;
+}
+
+Mark TakeMark(Database& database, const std::string& label)
+{
+    Mark mark;
+    mark.address = database.Channel()->AD_TS();
+    if (mark.address <= 0) database.FailRefused();
+    mark.point = database.Field(mark.address, QZDatabaseInfo::RD_P);
+    // The mark's own fields are no part of the state that it names, and going back to it must not take them
+    // away.
+    LogPause pause(database);
+    const QZInt64 ld = database.Field(mark.address, QZDatabaseInfo::RD_N);
+    mark.label = label;
+    mark.time = QZEnvironment::GetCurrentTimestamp();
+    database.PutContent(ld, LabelField, TypedBytes(label));
+    database.PutContent(ld, TimeField, TypedNumber(mark.time));
+    return mark;
+}
+
+void GoToMark(Database& database, const Mark& mark)
+{
+    if (!database.Channel()->AB_CB(mark.point))
+        database.Fail(ExitAccess, "cannot restore: " + CodeName(database.Channel()->G_LE()));
+}
+
 int SnapshotCommand(const Arguments& arguments, const Console& console)
 {
     const std::string label = arguments.size() > 1 ? Utf8FromNarrow(arguments[1]) : std::string();
@@ -171,16 +185,7 @@ int SnapshotCommand(const Arguments& arguments, const Console& console)
     Mark mark;
     try
     {
-        mark.address = database.Channel()->AD_TS();
-        if (mark.address <= 0) database.FailRefused();
-        // The mark's own fields are no part of the state that it names, and going back to it must not take
-        // them away.
-        LogPause pause(database);
-        const QZInt64 ld = database.Field(mark.address, QZDatabaseInfo::RD_N);
-        mark.label = label;
-        mark.time = QZEnvironment::GetCurrentTimestamp();
-        database.PutContent(ld, LabelField, TypedBytes(label));
-        database.PutContent(ld, TimeField, TypedNumber(mark.time));
+        mark = TakeMark(database, label);
     }
     catch (QZException* e)
     {
@@ -213,8 +218,7 @@ int RestoreCommand(const Arguments& arguments, const Console& console)
     const double start = Seconds();
     try
     {
-        if (!database.Channel()->AB_CB(mark.point))
-            database.Fail(ExitAccess, "cannot restore: " + CodeName(database.Channel()->G_LE()));
+        GoToMark(database, mark);
     }
     catch (QZException* e)
     {

@@ -1,6 +1,7 @@
 #include <set>
 
 #include "fields.h"
+#include "nodes.h"
 #include "text.h"
 #include "text_list.h"
 
@@ -64,6 +65,12 @@ private:
         if (!name.empty())
         {
             std::fprintf(m_out, " \"%s\": %lld lines\n", Visible(name).c_str(), LineCount(m_database, hd));
+        }
+        else if (const Node node = ReadNode(m_database, pd); node.kind != 0)
+        {
+            std::fprintf(m_out, " %s \"%s\", LD %lld\n",
+                         IsTable(m_database, node) ? "table" : NodeKindName(node.kind),
+                         Visible(node.name).c_str(), node.ld);
         }
         else
         {

@@ -81,10 +81,14 @@ public:
     [[noreturn]] void FailDamaged(QZInt64 address, const std::string& text) const;
     [[noreturn]] void FailRefused() const;
 
+    /// The library is about to append records and this much content.
+    void Grown(QZInt64 bytes) { m_most += bytes / 16 + 64; }
+
+    /// More bytes than this cannot be in use.
+    QZInt64 MostBytes() const { return m_most * 16; }
+
 private:
     void ReadHeader();
-    /// An operation is about to append records and this much content.
-    void Grown(QZInt64 bytes) { m_most += bytes / 16 + 64; }
 
     std::string m_path;
     Header m_header;

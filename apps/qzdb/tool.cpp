@@ -23,10 +23,36 @@ const char HelpText[] =
     "  qzdb snapshot FILE [LABEL]  marks the present state\n"
     "  qzdb log FILE               the tree of write positions, branches and marks\n"
     "  qzdb restore FILE MARK      goes to a mark, given by address or label\n"
+    "\n"
+    "Tables; TABLE is a name, or a path such as stock/parts:\n"
+    "  qzdb tables FILE            the tables with their fields and rows\n"
+    "  qzdb nodes FILE             the directory of named nodes: kinds, dates, states\n"
+    "  qzdb create-table FILE TABLE [FIELD[:TYPE]]...\n"
+    "  qzdb add-field FILE TABLE FIELD [TYPE]\n"
+    "                              TYPE is text (as without it), int64, int32, int16,\n"
+    "                              int8, byte, bool, double, float, datetime, timestamp,\n"
+    "                              int32s, int64s, doubles or binary\n"
+    "  qzdb import-csv FILE TABLE CSV [--type FIELD=TYPE]... [--text]\n"
+    "                              adds the rows of a file of comma separated values\n"
+    "                              (- for standard input); its first line names the\n"
+    "                              fields. A missing table is made, with types that the\n"
+    "                              values come back from, those given, or text alone.\n"
+    "                              All rows or none: a snapshot is taken first\n"
+    "  qzdb export-csv FILE TABLE [--crlf|--lf]\n"
+    "                              writes the table the way it was imported\n"
+    "  qzdb select FILE TABLE [--limit N]\n"
+    "                              shows the first N rows, with -N the last, last first\n"
+    "  qzdb set FILE TABLE ROW FIELD VALUE\n"
+    "  qzdb move FILE TABLE ROW PLACE\n"
+    "  qzdb remove FILE TABLE [ROW]\n"
+    "                              rows are named by their place, from 1; without ROW\n"
+    "                              the table goes\n"
+    "\n"
     "  qzdb --help                 this text\n"
     "\n"
     "Exit codes: 0 good, 1 the database has faults, 2 usage (also: no such name,\n"
-    "mark or record), 3 cannot read or write.\n";
+    "mark, row or record), 3 cannot read or write, 4 faults in a CSV file (nothing is\n"
+    "imported then).\n";
 
 struct Command
 {
@@ -37,10 +63,26 @@ struct Command
 };
 
 const Command Commands[] = {
-    {"create", 1, 4, CreateCommand},   {"info", 1, 1, InfoCommand}, {"import", 2, 2, ImportCommand},
-    {"export", 2, 2, ExportCommand},   {"tree", 1, 1, TreeCommand}, {"show", 2, 2, ShowCommand},
-    {"check", 1, 1, CheckCommand},     {"log", 1, 1, LogCommand},   {"snapshot", 1, 2, SnapshotCommand},
+    {"create", 1, 4, CreateCommand},
+    {"info", 1, 1, InfoCommand},
+    {"import", 2, 2, ImportCommand},
+    {"export", 2, 2, ExportCommand},
+    {"tree", 1, 1, TreeCommand},
+    {"show", 2, 2, ShowCommand},
+    {"check", 1, 1, CheckCommand},
+    {"log", 1, 1, LogCommand},
+    {"snapshot", 1, 2, SnapshotCommand},
     {"restore", 2, 2, RestoreCommand},
+    {"nodes", 1, 1, NodesCommand},
+    {"tables", 1, 1, TablesCommand},
+    {"create-table", 2, 1000, CreateTableCommand},
+    {"add-field", 3, 4, AddFieldCommand},
+    {"import-csv", 1, 10000, ImportCsvCommand},
+    {"export-csv", 2, 4, ExportCsvCommand},
+    {"select", 2, 4, SelectCommand},
+    {"set", 5, 5, SetCommand},
+    {"move", 4, 4, MoveCommand},
+    {"remove", 2, 3, RemoveCommand},
 };
 
 const Command* FindCommand(const std::string& name)

@@ -17,7 +17,8 @@ enum ExitCode
     ExitGood = 0,
     ExitFaults = 1,  ///< the database has faults, or the file is none
     ExitUsage = 2,   ///< unknown command or option, or a name or mark that is not there
-    ExitAccess = 3   ///< something cannot be read or written
+    ExitAccess = 3,  ///< something cannot be read or written
+    ExitInput = 4    ///< a file of comma separated values that cannot be taken
 };
 
 /// The streams of a run; a test brings its own.
@@ -54,6 +55,16 @@ int CheckCommand(const Arguments& arguments, const Console& console);
 int SnapshotCommand(const Arguments& arguments, const Console& console);
 int LogCommand(const Arguments& arguments, const Console& console);
 int RestoreCommand(const Arguments& arguments, const Console& console);
+int NodesCommand(const Arguments& arguments, const Console& console);
+int TablesCommand(const Arguments& arguments, const Console& console);
+int CreateTableCommand(const Arguments& arguments, const Console& console);
+int AddFieldCommand(const Arguments& arguments, const Console& console);
+int ImportCsvCommand(const Arguments& arguments, const Console& console);
+int ExportCsvCommand(const Arguments& arguments, const Console& console);
+int SelectCommand(const Arguments& arguments, const Console& console);
+int SetCommand(const Arguments& arguments, const Console& console);
+int RemoveCommand(const Arguments& arguments, const Console& console);
+int MoveCommand(const Arguments& arguments, const Console& console);
 
 }  // namespace qzdb
 

@@ -15,29 +15,6 @@ namespace
 using Text = std::basic_string<QZWChar>;
 using Row = std::vector<Text>;
 
-struct Range
-{
-    QZUInt32 first;
-    QZUInt32 last;
-};
-
-/// Blocks of wide characters: Hangul, CJK, fullwidth forms, emoji.
-constexpr Range kWide[] = {{0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0x33FF},  {0x3400, 0x4DBF},
-                           {0x4E00, 0x9FFF},   {0xA000, 0xA4CF},   {0xA960, 0xA97F},  {0xAC00, 0xD7A3},
-                           {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},  {0xFFE0, 0xFFE6},
-                           {0x1F300, 0x1F64F}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
-
-constexpr Range kCombining[] = {{0x0300, 0x036F}, {0x1AB0, 0x1AFF}, {0x1DC0, 0x1DFF}, {0x200B, 0x200F},
-                                {0x20D0, 0x20FF}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
-
-template <std::size_t N>
-bool IsIn(const Range (&ranges)[N], QZUInt32 codePoint)
-{
-    for (const Range& range : ranges)
-        if (codePoint >= range.first && codePoint <= range.last) return true;
-    return false;
-}
-
 std::size_t WidthOf(const Text& text)
 {
     std::size_t width = 0;
@@ -74,7 +51,8 @@ Row Cells(QZDataTable* table, QZDataRow* row)
     for (QZInt64 i = 0; i < table->Columns->Count(); ++i)
     {
         QZData* value = row->GetElement(i);
-        if (!value)
+        // An empty value has no text, whatever its type: new rows of the database hold such values.
+        if (!value || value->GetSize() == 0)
         {
             cells.emplace_back();
             continue;
@@ -111,13 +89,6 @@ void AppendRow(QZString* out, const std::vector<std::size_t>& widths, const Row&
     out->Append(QZEnvironment::NewLine);
 }
 }  // namespace
-
-int QZConsoleWidth(QZUInt32 codePoint)
-{
-    if (codePoint < 0x300) return 1;
-    if (IsIn(kCombining, codePoint)) return 0;
-    return IsIn(kWide, codePoint) ? 2 : 1;
-}
 
 void QZConsoleTableText(QZDataTable* table, QZString* text)
 {

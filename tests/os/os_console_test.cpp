@@ -100,6 +100,31 @@ TEST(ConsoleTable, WidthsOfCharacters)
     EXPECT_EQ(QZConsoleWidth(0x301), 0);
     EXPECT_EQ(QZConsoleWidth(0x1F600), 2);
     EXPECT_EQ(QZConsoleWidth(0x2500), 1);
+    EXPECT_EQ(QZConsoleWidth(0x1F680), 2);
+    EXPECT_EQ(QZConsoleWidth(0x2705), 2);
+    EXPECT_EQ(QZConsoleWidth(0x1F321), 1);
+    EXPECT_EQ(QZConsoleWidth(0x200D), 0);
+    EXPECT_EQ(QZConsoleWidth(0x0E31), 0);
+    EXPECT_EQ(QZConsoleWidth(0x20000), 2);
+    EXPECT_EQ(QZConsoleWidth(0x10FFFF), 1);
+    EXPECT_EQ(QZConsoleWidth(0x3400), 2);
+    EXPECT_EQ(QZConsoleWidth(0xFF61), 1);
+}
+
+TEST(ConsoleTable, AnEmptyValueOfAnyTypeIsABlankCell)
+{
+    QZDataTable table;
+    table.Columns->Add(QZ_W("n"), QZDataType::INT64);
+    QZData empty;
+    table.Rows->NewRow()->SetElement(QZInt64{0}, &empty);
+    QZString text;
+    QZConsoleTableText(&table, &text);
+    EXPECT_QZ_TEXT(&text,
+                   "\u250c\u2500\u2510\r\n"
+                   "\u2502n\u2502\r\n"
+                   "\u251c\u2500\u2524\r\n"
+                   "\u2502 \u2502\r\n"
+                   "\u2514\u2500\u2518\r\n");
 }
 
 TEST_F(ConsoleOutput, WritesCollectionsLineByLine)

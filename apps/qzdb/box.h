@@ -1,0 +1,30 @@
+#ifndef QZLIB_APPS_QZDB_BOX_H
+#define QZLIB_APPS_QZDB_BOX_H
+
+#include "tool.h"
+#include "values.h"
+
+namespace qzdb
+{
+
+/// A boxed table on the console.
+class Box
+{
+public:
+    explicit Box(const std::vector<std::string>& columns);
+
+    /// Cells in the order of the columns; control characters show as \xNN.
+    void Add(const std::vector<std::string>& cells);
+
+    QZInt64 Rows() const { return m_table->Rows->Count(); }
+
+    /// Writes the box with QZConsole, behind what has gone to the console before.
+    void Show(const Console& console);
+
+private:
+    OwnedTable m_table;
+};
+
+}  // namespace qzdb
+
+#endif

@@ -1,0 +1,80 @@
+#ifndef QZLIB_APPS_QZDB_CSV_H
+#define QZLIB_APPS_QZDB_CSV_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <qzlib.h>
+
+namespace qzdb
+{
+
+/// How a file of comma separated values is written, apart from what it says.
+struct CsvStyle
+{
+    bool crlf = true;
+    bool quoteAll = false;
+    bool lastLineEnded = true;
+    bool byteOrderMark = false;
+
+    /// The style as words for storing, and back; what is no such text leaves the style as it is.
+    std::string ToText() const;
+    void FromText(const std::string& text);
+};
+
+/// A field of a record, with the place where it begins. Lines and columns count from 1, columns in
+/// characters.
+struct CsvField
+{
+    std::string text;
+    bool quoted = false;
+    QZInt64 line = 0;
+    QZInt64 column = 0;
+};
+
+/// Takes a text apart into records by RFC 4180: fields with commas between them, records with CR LF or LF
+/// behind them; a field in quotes may hold all of these, and quotes written twice.
+///
+/// The text is UTF-8; a byte order mark in front is passed over. A Failure names line and column.
+class CsvReader
+{
+public:
+    /// @param name  of the file, for messages
+    CsvReader(std::string_view text, std::string name);
+
+    /// The next record; false at the end.
+    bool Next(std::vector<CsvField>* record);
+
+    /// Bytes taken so far.
+    QZInt64 Position() const { return static_cast<QZInt64>(m_at); }
+
+    [[noreturn]] void Fail(QZInt64 line, QZInt64 column, const std::string& text) const;
+
+private:
+    bool AtEnd() const { return m_at == m_text.size(); }
+    bool AtLineEnd() const;
+    void Advance();
+    void ReadQuoted(std::string* text);
+    void ReadPlain(std::string* text);
+    std::size_t CharacterLength() const;
+
+    std::string_view m_text;
+    std::string m_name;
+    std::size_t m_at = 0;
+    QZInt64 m_line = 1;
+    QZInt64 m_column = 1;
+};
+
+/// The style of a text, as far as its first records and its end tell it.
+CsvStyle StyleOf(std::string_view text, const std::string& name);
+
+/// Appends a record in a style, with its line end.
+void AppendRecord(const std::vector<std::string>& record, const CsvStyle& style, std::string* out);
+
+/// Appends what stands in front of the first record.
+void AppendFront(const CsvStyle& style, std::string* out);
+
+}  // namespace qzdb
+
+#endif

@@ -1,0 +1,77 @@
+#ifndef QZLIB_APPS_QZDB_TABLE_H
+#define QZLIB_APPS_QZDB_TABLE_H
+
+#include "nodes.h"
+
+namespace qzdb
+{
+
+struct TableField
+{
+    std::string name;
+    QZInt64 type = 0;
+};
+
+/// Fields of a table node, without opening it. Failure when their list is damaged.
+std::vector<TableField> FieldsOf(Database& database, const Node& node);
+
+/// Rows of a table node.
+QZInt64 RowsOf(Database& database, const Node& node);
+
+/// A data table that was looked at before the library opens it.
+class Table
+{
+public:
+    /// The table at a path. Failure when there is none.
+    Table(Database& database, const std::string& path);
+    ~Table();
+    Table(const Table&) = delete;
+    Table& operator=(const Table&) = delete;
+
+    QZDbTable* operator->() const { return m_table; }
+    const Node& GetNode() const { return m_node; }
+    const Node& Types() const { return m_types; }
+    const std::vector<TableField>& Fields() const { return m_fields; }
+
+    /// The index of a field, in whatever case of A to Z; Fields().size() when there is none.
+    std::size_t Find(const std::string& name) const;
+    /// The same, a Failure when there is none.
+    std::size_t Require(const std::string& name) const;
+
+    void AddField(const std::string& name, QZInt64 type);
+
+    /// The row at a place, which is told as text. Failure when there is none.
+    QZInt64 Row(const std::string& place);
+
+    /// Calls visit for each row in order. Answers false in visit to end the walk.
+    void EachRow(const std::function<bool(QZInt64 row)>& visit);
+
+    /// The bytes of a row's values.
+    std::vector<std::string> Values(QZInt64 row);
+
+private:
+    Database& m_database;
+    Node m_node;
+    Node m_types;
+    std::vector<TableField> m_fields;
+    QZDbTable* m_table = nullptr;
+};
+
+/// The table node at a path; its pd is 0 when there is none.
+Node FindTable(Database& database, const std::string& path);
+
+/// A node stands at the path, whatever its kind.
+bool PathExists(Database& database, const std::string& path);
+
+/// Makes a table without fields, and the text lists on the way to it. Failure when the path is taken.
+void MakeTable(Database& database, const std::string& path);
+
+/// A Failure for a name that no field can have.
+void CheckFieldName(const std::string& name);
+
+/// The names are one name for the library.
+bool SameField(const std::string& a, const std::string& b);
+
+}  // namespace qzdb
+
+#endif
