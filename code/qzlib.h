@@ -91,11 +91,13 @@
 #include "db/db_tree_table.h"
 
 #include "graphics/gr_compositor.h"
+#include "graphics/gr_display.h"
 #include "graphics/gr_geometry.h"
 #include "graphics/gr_graphics_factory.h"
 #include "graphics/gr_image.h"
 #include "graphics/gr_lattice.h"
 #include "graphics/gr_layer.h"
+#include "graphics/gr_palette.h"
 #include "graphics/gr_pixels.h"
 #include "graphics/gr_pixels_grid.h"
 #include "graphics/gr_points.h"

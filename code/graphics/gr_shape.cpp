@@ -5,6 +5,7 @@
 #include "codec/cod_math.h"
 #include "fw/fw_library.h"
 #include "graphics/gr_geometry_word.h"
+#include "graphics/gr_graphics_factory.h"
 
 const QZInt64 QZShape::Type;
 
@@ -110,8 +111,10 @@ void QZShape::Add(QZShape* other)
 {
     if (other == this)
     {
-        QZShape copy(other);
-        Add(&copy);
+        const auto giveBack = [](QZShape* shape) { QZGraphicsFactory::Recycle(&shape); };
+        const std::unique_ptr<QZShape, decltype(giveBack)> copy(QZGraphicsFactory::CreateShape(other),
+                                                                giveBack);
+        Add(copy.get());
         return;
     }
     if (other->m_colors->Count() > 0)

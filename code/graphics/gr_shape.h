@@ -60,6 +60,11 @@ public:
     /// 0. The size is not looked at.
     void Add(const QZLine* line);
     void Add(const QZLine* line, unsigned int color);
+    template <std::integral T>
+    void Add(const QZLine* line, T color)
+    {
+        Add(line, static_cast<unsigned int>(color));
+    }
     void Add(const QZLine* line, const QZSize* size);
 
     /// The outline, with the corners twice, or, with the rectangle's fill flag (or the argument), all pixels

@@ -168,6 +168,10 @@ TEST(Shape, ALineWithASizeIsTheSameLine)
     QZSize size(2, 2);
     shape.Add(&line, &size);
     EXPECT_EQ(PointsOf(shape), (Points{{1, 1}, {2, 1}, {3, 1}}));
+    EXPECT_EQ(ColorsOf(shape), Colors{});
+    // A literal 0 is a colour and no size.
+    shape.Add(&line, 0);
+    EXPECT_EQ(ColorsOf(shape), (Colors{0xFFFFFF, 0xFFFFFF, 0xFFFFFF, 0, 0, 0}));
 }
 
 TEST(Shape, AFilledRectangleRunsRowByRow)

@@ -1,0 +1,42 @@
+#ifndef QZLIB_GR_PALETTE_H
+#define QZLIB_GR_PALETTE_H
+
+#include <memory>
+
+#include "graphics/gr_geometry.h"
+
+class QZCollection;
+class QZGraphics;
+
+/// Colours on a gradient: anchors, evenly spaced along the longer side of a rectangle, and straight lines
+/// between them. What is passed in is copied; C++ copies share the parts. One thread at a time.
+class QZ_API QZColorPalette : public QZObject
+{
+public:
+    static const QZInt64 Type = 0x81FFFF7;
+
+    /// The palette stands at the point with x and y exchanged.
+    QZColorPalette(QZCollection* colors, const QZPoint* location, const QZSize* size);
+    /// The same, and height comes before width.
+    QZColorPalette(QZCollection* colors, int x, int y, int height, int width);
+
+    QZInt64 GetType() override;
+
+    /// The colour at a place on the longer side: the first one left of it, the last one past its end. Always
+    /// opaque.
+    unsigned int GetColor(int index);
+
+    /// Draws the gradient on the layer, one line across the shorter side for each place.
+    void Draw(QZGraphics* graphics);
+
+private:
+    void Start(QZCollection* colors, int x, int y, int width, int height);
+    bool IsWide() const;
+    int Length() const;
+
+    std::shared_ptr<QZSize> m_size;
+    std::shared_ptr<QZPoint> m_location;
+    std::shared_ptr<QZCollection> m_colors;
+};
+
+#endif
