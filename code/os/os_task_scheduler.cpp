@@ -209,6 +209,8 @@ void QZTaskScheduler::Pass()
     {
         const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
         QZTask* task = m_tasks->GetElement(i);
+        // Taken out by another thread while the walk stood on it.
+        if (!task) continue;
         if (task->GetExecTime()->ToTimestamp() > now || task->GetStstus() != QZTask::StatusNotExecuted)
             continue;
         // Both before the run: the period counts from its start, and a task that throws has been advanced

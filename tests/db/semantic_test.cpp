@@ -586,6 +586,10 @@ TEST_F(Semantic, Bitmap)
 
     node.SetState(static_cast<QZInt32>(BLDSTATE::EMPTY));
     EXPECT_EQ(node.GetState(), 1);
+    QZNodeBLD::SetState(m_channel, pd, 5, 2);
+    EXPECT_EQ(node.GetState(2), 5);
+    EXPECT_EQ(QZNodeBLD::GetState(m_channel, pd), 1);
+    EXPECT_EQ(Hex(Field(pd, BLDTYPE::STATE)), Words({2, 1, 5}));
     QZDateTime* created = node.GetCreateDate();
     EXPECT_GE(created->GetYear(), 2020);
     QZConvert::Recycle(&created);
