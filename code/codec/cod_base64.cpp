@@ -1,5 +1,7 @@
 #include "codec/cod_base64.h"
 
+#include <array>
+
 #include "fw/fw_bytes.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
@@ -13,15 +15,22 @@ namespace
 
 constexpr char Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-/// The value of a character, or -1.
-int ValueOf(QZWChar unit)
+/// Stands for a character that is none of the alphabet; no value has this bit.
+constexpr QZByte Stranger = 0x80;
+
+/// The values of the characters up to 127.
+constexpr std::array<QZByte, 128> Values = [] {
+    std::array<QZByte, 128> values{};
+    values.fill(Stranger);
+    for (QZByte i = 0; i < 64; ++i) values[static_cast<std::size_t>(Alphabet[i])] = i;
+    return values;
+}();
+
+/// The value of a character, or Stranger.
+QZByte ValueOf(QZWChar unit)
 {
-    if (unit >= 'A' && unit <= 'Z') return unit - 'A';
-    if (unit >= 'a' && unit <= 'z') return unit - 'a' + 26;
-    if (unit >= '0' && unit <= '9') return unit - '0' + 52;
-    if (unit == '+') return 62;
-    if (unit == '/') return 63;
-    return -1;
+    const auto code = static_cast<QZUInt16>(unit);
+    return code < Values.size() ? Values[code] : Stranger;
 }
 
 /// Characters of padding at the end of a text of that many units: 0 to 2.
@@ -61,27 +70,50 @@ QZString* Encode(const QZByte* bytes, QZInt64 size)
     return QZStringFactory::CreateString(static_cast<const QZWChar*>(units.GetPointer()), units.GetSize());
 }
 
+/// Decodes into `bytes`, which have room for `size`. False for units that are not Base64; what was written
+/// then means nothing.
+bool Decode(const QZWChar* units, QZInt64 size, QZByte* bytes)
+{
+    // The test of a unit is gathered beside its value, without a way out in the middle: texts that are Base64
+    // are the usual ones.
+    unsigned strange = 0;
+    const auto value = [&strange](QZWChar unit) {
+        const unsigned code = static_cast<QZUInt16>(unit);
+        const unsigned found = Values[code & 127];
+        strange |= found | (code & ~127u);
+        return found;
+    };
+    const QZByte* const end = bytes + size / 3 * 3;
+    for (; bytes != end; bytes += 3, units += 4)
+    {
+        const unsigned bits =
+            value(units[0]) << 18 | value(units[1]) << 12 | value(units[2]) << 6 | value(units[3]);
+        bytes[0] = static_cast<QZByte>(bits >> 16);
+        bytes[1] = static_cast<QZByte>(bits >> 8);
+        bytes[2] = static_cast<QZByte>(bits);
+    }
+    // A last group with padding: one character more than it has bytes.
+    const QZInt64 left = size % 3;
+    unsigned bits = 0;
+    for (QZInt64 i = 0; i <= left && left > 0; ++i) bits |= value(units[i]) << (18 - 6 * i);
+    for (QZInt64 i = 0; i < left; ++i) bytes[i] = static_cast<QZByte>(bits >> (16 - 8 * i));
+    return strange < Stranger;
+}
+
 void Decode(QZString* text, const QZWChar* method, QZData* target)
 {
     CheckObject(text, method, QZ_W("QZString*"));
-    if (!QZBase64::IsBase64(text))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::WrongFormat), QZ_W("QZBase64"),
-                      method)
-            .Argument(QZ_W("QZString*"), text)
-            .Exception();
     const QZWChar* units = text->GetPointer();
     const QZInt64 length = text->GetLength();
-    const QZInt64 size = length / 4 * 3 - PaddingOf(units, length);
-    target->NewSize(size);
-    QZByte* bytes = static_cast<QZByte*>(target->GetPointer());
-    for (QZInt64 i = 0, at = 0; i < length; i += 4)
+    if (length % 4 == 0)
     {
-        unsigned group = 0;
-        for (int j = 0; j < 4; ++j)
-            group = group << 6 | (units[i + j] == '=' ? 0u : static_cast<unsigned>(ValueOf(units[i + j])));
-        for (int shift = 16; shift >= 0 && at < size; shift -= 8)
-            bytes[at++] = static_cast<QZByte>(group >> shift);
+        const QZInt64 size = length / 4 * 3 - PaddingOf(units, length);
+        target->NewSize(size);
+        if (Decode(units, size, static_cast<QZByte*>(target->GetPointer()))) return;
     }
+    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::WrongFormat), QZ_W("QZBase64"), method)
+        .Argument(QZ_W("QZString*"), text)
+        .Exception();
 }
 
 }  // namespace
@@ -133,9 +165,9 @@ QZBool QZBase64::IsBase64(const QZWChar* text, QZInt64 size)
     if (!text || size < 0 || size % 8 != 0) return 0;
     const QZInt64 units = size / 2;
     const QZInt64 coded = units - PaddingOf(text, units);
-    for (QZInt64 i = 0; i < coded; ++i)
-        if (ValueOf(text[i]) < 0) return 0;
-    return 1;
+    unsigned seen = 0;
+    for (QZInt64 i = 0; i < coded; ++i) seen |= ValueOf(text[i]);
+    return seen < Stranger ? 1 : 0;
 }
 
 void QZBase64::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
