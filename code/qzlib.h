@@ -55,6 +55,9 @@
 #include "os/os_thread.h"
 #include "os/os_thread_pool.h"
 
+#include "net/net_http.h"
+#include "net/net_http_client.h"
+#include "net/net_http_client_pool.h"
 #include "net/net_http_connection.h"
 #include "net/net_http_connection_cache.h"
 #include "net/net_http_constant.h"

@@ -19,6 +19,12 @@ QZHttpException* BadRequest()
     return QZExceptionFactory::CreateHttpException(QZHttpExceptionCode::BadRequestData);
 }
 
+void SetUrlText(QZUrl* url, const QZWChar* text)
+{
+    const text::Temporary address(QZStringFactory::CreateString(text));
+    url->Set(address.Get());
+}
+
 /// The start of the head, method upper-cased, up to the last header.
 void PutHead(JsonText* head, QZHttpRequest* request)
 {
@@ -80,11 +86,9 @@ void QZHttpRequest::Reset()
     Clear();
     m_handle = 0;
     m_method.Set(QZ_W("GET"));
-    if (!m_url.GetUrl()->Equals(QZ_W("/")))
-    {
-        QZString root(QZ_W("/"));
-        m_url.Set(&root);
-    }
+    // A text that begins with slashes takes the protocol off, which "/" alone would leave.
+    if (m_url.GetProtocol()->GetSize() > 0) SetUrlText(&m_url, QZ_W("//"));
+    if (!m_url.GetUrl()->Equals(QZ_W("/"))) SetUrlText(&m_url, QZ_W("/"));
     m_version.Set(QZ_W("HTTP/1.1"));
     m_clientIP.SetValue(0);
     m_clientIP.SetThePort(0);

@@ -468,6 +468,9 @@ bool WorkingDirectorySet(const QZWChar* path);
 bool ComputerName(QZWChar* name, QZInt64 capacity);
 /// The first IPv4 address of this host's own name, in network order as it lies in memory.
 bool LocalAddress(QZUInt32* address);
+/// The first IPv4 address of a host by its UTF-8 name, in network order as it lies in memory. On failure false
+/// and the system's text of it in *failure, given back with ErrorTextFree; null where it has none.
+bool HostAddress(const char* name, QZUInt32* address, QZWChar** failure);
 
 // ---- Processes
 

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -283,6 +284,36 @@ bool LocalAddress(QZUInt32* address)
     if (getaddrinfo(name, nullptr, &hints, &found) != 0 || found == nullptr)
     {
         errno = ENOENT;
+        return false;
+    }
+    sockaddr_in first;
+    std::memcpy(&first, found->ai_addr, sizeof(first));
+    std::memcpy(address, &first.sin_addr, sizeof(*address));
+    freeaddrinfo(found);
+    return true;
+}
+
+bool HostAddress(const char* name, QZUInt32* address, QZWChar** failure)
+{
+    *failure = nullptr;
+    if (!Gate(Op::System))
+    {
+        ErrorText(LastError(), failure);
+        return false;
+    }
+    TerminationHold hold;
+    addrinfo hints = {};
+    hints.ai_family = AF_INET;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    const int error = getaddrinfo(name, nullptr, &hints, &found);
+    if (error != 0 || found == nullptr)
+    {
+        const char* text = gai_strerror(error);
+        const size_t length = std::strlen(text);
+        *failure = static_cast<QZWChar*>(std::malloc((length + 1) * sizeof(QZWChar)));
+        for (size_t i = 0; *failure != nullptr && i <= length; ++i)
+            (*failure)[i] = static_cast<unsigned char>(text[i]);
         return false;
     }
     sockaddr_in first;

@@ -1,5 +1,7 @@
 #include <winsock2.h>
 
+#include <ws2tcpip.h>
+
 #include <windows.h>
 
 #include <climits>
@@ -207,6 +209,31 @@ bool LocalAddress(QZUInt32* address)
     const hostent* host = gethostbyname(name);
     if (host == nullptr || host->h_addrtype != AF_INET || host->h_addr_list[0] == nullptr) return false;
     memcpy(address, host->h_addr_list[0], sizeof(*address));
+    return true;
+}
+
+bool HostAddress(const char* name, QZUInt32* address, QZWChar** failure)
+{
+    *failure = nullptr;
+    if (!Gate(Op::System))
+    {
+        ErrorText(LastError(), failure);
+        return false;
+    }
+    addrinfo hints = {};
+    hints.ai_family = AF_INET;
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* found = nullptr;
+    const int error = getaddrinfo(name, nullptr, &hints, &found);
+    if (error != 0 || found == nullptr)
+    {
+        ErrorText(static_cast<QZUInt32>(error), failure);
+        return false;
+    }
+    sockaddr_in first;
+    memcpy(&first, found->ai_addr, sizeof(first));
+    memcpy(address, &first.sin_addr, sizeof(*address));
+    freeaddrinfo(found);
     return true;
 }
 

@@ -1,0 +1,40 @@
+#ifndef QZLIB_NET_NET_HTTP_H
+#define QZLIB_NET_NET_HTTP_H
+
+#include "fw/fw_object.h"
+
+class QZHttpRequest;
+class QZHttpResponse;
+class QZIPAddress;
+class QZString;
+
+/// The plain front of HTTP: names, one request over one connection, and the sending and receiving that server
+/// and clients have in common. Keeps nothing; any thread.
+class QZ_API QZHttp : public QZObject
+{
+public:
+    static const QZInt64 Type = 0x8310011;
+
+    QZInt64 GetType() override;
+
+    /// QZSocket::Send and QZSocket::Recv on a bare handle.
+    static long long Send(long long handle, const void* data, long long size);
+    static long long Recv(long long handle, void* data, long long size);
+
+    /// Sends a request to the host that its address names, over a connection of its own, with the retries of
+    /// QZHttpClient.
+    /// @param timeout  milliseconds of one send or receive, 60000 in the short form
+    /// @return a new response, given back to QZHttpFactory
+    /// @throws QZHttpException NameNotResolved, and what QZHttpClient throws
+    static QZHttpResponse* Request(QZHttpRequest* request, int timeout);
+    static QZHttpResponse* Request(QZHttpRequest* request);
+
+    /// The first IPv4 address of a host, port 0; a new object, given back with Recycle. "localhost" is
+    /// 127.0.0.1 without a look-up.
+    /// @throws QZHttpException NameNotResolved with the system's text
+    static QZIPAddress* GetHostByName(QZString* name);
+
+    static void Recycle(QZIPAddress** address);
+};
+
+#endif

@@ -1,0 +1,65 @@
+#ifndef QZLIB_NET_NET_HTTP_CLIENT_POOL_H
+#define QZLIB_NET_NET_HTTP_CLIENT_POOL_H
+
+#include <atomic>
+
+#include "fw/fw_object.h"
+
+class QZCriticalSection;
+class QZHttpClient;
+class QZHttpRequest;
+class QZHttpResponse;
+class QZIPAddress;
+template <typename T>
+class QZList;
+
+/// Clients kept open for the next request to the same address and port.
+///
+/// A request takes an idle client of its server or opens another one; there is no upper limit. The pool owns
+/// its clients. Its lock is never held across a network call. Any thread may call; the pool must outlive its
+/// requests.
+class QZ_API QZHttpClientPool : public QZObject
+{
+public:
+    QZHttpClientPool();
+    ~QZHttpClientPool() override;
+    QZHttpClientPool(const QZHttpClientPool&) = delete;
+    QZHttpClientPool& operator=(const QZHttpClientPool&) = delete;
+
+    /// Milliseconds of one send or receive, for present and later clients; 60000 at first.
+    void SetTimeout(int ms);
+
+    /// Sends the request to the host of its address or, when that names none, of its header "Host".
+    /// @return a new response, given back to QZHttpFactory
+    /// @throws QZHttpException NameNotResolved, QZSocketException without a connection, and what the client
+    ///         throws; the client is closed then
+    QZHttpResponse* SendRequest(QZHttpRequest* request);
+
+    QZInt64 Count();
+
+    /// Closes all clients; those with a request under way when it ends.
+    void CloseAll();
+
+    /// Closes the clients that are idle.
+    void Collect();
+
+    /// Attempts that failed, of all clients.
+    QZInt64 GetFailCount();
+
+protected:
+    virtual QZHttpClient* CreateClient();
+    virtual void RecycleClient(QZHttpClient* client);
+
+private:
+    QZHttpClient* Borrow(QZIPAddress* address, unsigned short port);
+    QZHttpClient* OpenClient(QZIPAddress* address, unsigned short port);
+    void GiveBack(QZHttpClient* client);
+    void CloseClient(QZHttpClient*& client);
+
+    std::atomic<QZInt64> m_failCount = 0;
+    QZList<QZHttpClient>* m_clients;
+    QZCriticalSection* m_lock;
+    std::atomic<int> m_timeout = 60000;
+};
+
+#endif
