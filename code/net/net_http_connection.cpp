@@ -26,6 +26,9 @@ namespace
 constexpr std::string_view kEmptyLine = "\r\n\r\n";
 constexpr std::string_view kContentLength = "Content-Length";
 
+constexpr int kTurnYields = 100;
+constexpr int kTurnSleeps = 5000;
+
 constexpr QZInt64 kNoError = 0;
 constexpr QZInt64 kBadFirstByte = 512;
 constexpr QZInt64 kHeadTooLarge = 547;
@@ -85,7 +88,9 @@ QZHttpConnect::QZHttpConnect()
       m_handle(nullptr),
       m_useCount(0),
       m_socketOpen(false),
-      m_serial(0)
+      m_serial(0),
+      m_pieces(0),
+      m_turn(0)
 {
     MemAlloc(sizeof(os::PortBlock));
     const QZUInt64 key = QZObject::GetObjectID();
@@ -240,9 +245,25 @@ void QZHttpConnect::BufferReset()
     std::atomic_ref<QZUInt32>(m_handle->Offset).store(0, std::memory_order_relaxed);
 }
 
-QZUInt32 QZHttpConnect::Advance(QZUInt32 bytes)
+QZUInt32 QZHttpConnect::Advance(QZUInt32 bytes, QZUInt64* piece)
 {
+    *piece = m_pieces++;
     return std::atomic_ref<QZUInt32>(m_handle->Offset).fetch_add(bytes, std::memory_order_relaxed);
+}
+
+void QZHttpConnect::AwaitTurn(QZUInt64 piece)
+{
+    // Almost always at once: pieces are handed to the workers in their order. A worker that was killed passes
+    // no turn on, which is what the limit is for.
+    for (int i = 0; i < kTurnYields + kTurnSleeps && m_turn.load(std::memory_order_acquire) < piece; ++i)
+        os::Sleep(i < kTurnYields ? 0 : 1);
+}
+
+void QZHttpConnect::PassTurn(QZUInt64 piece)
+{
+    QZUInt64 turn = m_turn.load(std::memory_order_relaxed);
+    while (turn <= piece && !m_turn.compare_exchange_weak(turn, piece + 1, std::memory_order_release))
+    {}
 }
 
 long long QZHttpConnect::GetClientID() { return m_clientId.load(std::memory_order_relaxed); }
@@ -251,6 +272,8 @@ void QZHttpConnect::SetClientID(long long id)
 {
     m_clientId.store(id, std::memory_order_relaxed);
     m_serial.fetch_add(1, std::memory_order_relaxed);
+    m_pieces = 0;
+    m_turn.store(0, std::memory_order_relaxed);
     m_socketOpen.store(true);
     m_request->SetHandle(id);
 }

@@ -100,8 +100,11 @@ private:
     bool BodyIsThere(QZInt64 emptyLine);
     void HandOut(QZHttpRequest** out);
 
-    /// Adds to the place of the next bytes; where they were to go.
-    QZUInt32 Advance(QZUInt32 bytes);
+    /// Adds to the place of the next bytes; where they were to go. *piece counts the pieces.
+    QZUInt32 Advance(QZUInt32 bytes, QZUInt64* piece);
+    /// Waits until the pieces before this one have been put in, and lets those behind it go on.
+    void AwaitTurn(QZUInt64 piece);
+    void PassTurn(QZUInt64 piece);
     /// Starts a receive, unless the socket is closed.
     void Receive();
     /// Ends the traffic and, once no response is being sent, gives the socket back, once in its life.
@@ -135,6 +138,9 @@ private:
     std::atomic<bool> m_socketOpen;
     /// Tells the clients apart that one object and one handle serve one after another.
     std::atomic<QZUInt64> m_serial;
+    QZUInt64 m_pieces;
+    /// The piece that may be put in next.
+    std::atomic<QZUInt64> m_turn;
 };
 
 /// A locked list of connections, keyed by client id, with the rule that says which of them is free to go.

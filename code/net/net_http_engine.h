@@ -175,6 +175,13 @@ private:
     friend class QZTaskConnectClose;
     class Exchange;
 
+    /// Which client a piece is from, 0 for whoever has the id, and which of the client's pieces it is.
+    struct Origin
+    {
+        QZUInt64 serial = 0;
+        QZUInt64 piece = 0;
+    };
+
     static void AcceptThread(void* engine);
     static void WorkThread(void* port, void* engine);
 
@@ -202,8 +209,8 @@ private:
     void Received(QZInt64 id, QZUInt32 bytes);
     void PeerClosed(QZInt64 id);
 
-    void Process(QZInt64 id, QZUInt64 serial, const void* data, QZInt64 offset, QZInt64 size);
-    void ProcessPiece(QZInt64 id, QZUInt64 serial, const void* data, QZInt64 offset, QZInt64 size);
+    void Process(QZInt64 id, const Origin& origin, const void* data, QZInt64 offset, QZInt64 size);
+    void ProcessPiece(QZInt64 id, const Origin& origin, const void* data, QZInt64 offset, QZInt64 size);
     QZString* RecordPath(QZHttpConnect* connect);
     void WriteRecord(QZHttpConnect* connect, const void* data, QZInt64 offset, QZInt64 size);
     void RemoveRecord(QZHttpConnect* connect);

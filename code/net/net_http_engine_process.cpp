@@ -19,6 +19,7 @@
 #include "os/os_file.h"
 #include "os/os_path.h"
 #include "os/os_socket.h"
+#include "os/os_system.h"
 #include "os/os_thread.h"
 #include "os/os_thread_pool.h"
 
@@ -28,6 +29,8 @@ namespace
 constexpr const QZWChar* kClass = QZ_W("QZHttpServerEngine");
 constexpr const QZWChar* kConnection = QZ_W("Connection");
 constexpr const QZWChar* kRecordFolder = QZ_W("LastRecord");
+
+constexpr QZInt64 kGatherFrom = 4096;
 
 constexpr QZInt64 kNoError = 0;
 constexpr QZInt64 kHeadTooLarge = 547;
@@ -77,14 +80,15 @@ void RecordStep(const QZWChar* text, const QZWChar* method, Step step)
 class QZHttpServerEngine::Exchange
 {
 public:
-    Exchange(QZHttpServerEngine* engine, QZHttpConnect* connect, QZInt64 id)
-        : m_engine(engine), m_connect(connect), m_id(id), m_begin(Now())
+    Exchange(QZHttpServerEngine* engine, QZHttpConnect* connect, QZInt64 id, const Origin& origin)
+        : m_engine(engine), m_connect(connect), m_id(id), m_origin(origin), m_begin(Now())
     {}
 
     void Run(const void* data, QZInt64 offset, QZInt64 size);
 
 private:
     bool Take(const void* data, QZInt64 offset, QZInt64 size);
+    long long Append(const void* data, QZInt64 offset, QZInt64 size);
     void CutOff();
     void MakeHeadTooLarge();
     void MakePage();
@@ -98,6 +102,7 @@ private:
     QZHttpServerEngine* m_engine;
     QZHttpConnect* m_connect;
     QZInt64 m_id;
+    Origin m_origin;
     QZInt64 m_begin;
     QZHttpRequest* m_request = nullptr;
     QZHttpResponse* m_response = nullptr;
@@ -123,10 +128,29 @@ void QZHttpServerEngine::Exchange::Run(const void* data, QZInt64 offset, QZInt64
     Finish();
 }
 
+/// The first piece that a connection sees of a message must begin it, so pieces go in in the order in which
+/// they were received, whichever worker was faster.
+long long QZHttpServerEngine::Exchange::Append(const void* data, QZInt64 offset, QZInt64 size)
+{
+    if (m_origin.serial == 0) return m_connect->AppendRequestData(data, offset, size, &m_request);
+    m_connect->AwaitTurn(m_origin.piece);
+    try
+    {
+        const long long result = m_connect->AppendRequestData(data, offset, size, &m_request);
+        m_connect->PassTurn(m_origin.piece);
+        return result;
+    }
+    catch (QZException*)
+    {
+        m_connect->PassTurn(m_origin.piece);
+        throw;
+    }
+}
+
 /// Puts the piece in its place. True when there is something to send.
 bool QZHttpServerEngine::Exchange::Take(const void* data, QZInt64 offset, QZInt64 size)
 {
-    const long long result = m_connect->AppendRequestData(data, offset, size, &m_request);
+    const long long result = Append(data, offset, size);
     if (result == kHeadTooLarge)
     {
         MakeHeadTooLarge();
@@ -230,16 +254,18 @@ void QZHttpServerEngine::Exchange::GiveBack() { m_engine->Recycle(&m_connect); }
 
 void QZHttpServerEngine::Process(long long id, const void* data, long long offset, long long size)
 {
-    Process(id, 0, data, offset, size);
+    Process(id, Origin(), data, offset, size);
 }
 
-void QZHttpServerEngine::Process(QZInt64 id, QZUInt64 serial, const void* data, QZInt64 offset, QZInt64 size)
+void QZHttpServerEngine::Process(QZInt64 id, const Origin& origin, const void* data, QZInt64 offset,
+                                 QZInt64 size)
 {
     QZHttpServerProcessTask* task = m_taskPool->GetTask();
     try
     {
         task->SetProcessData(id, data, offset, size);
-        task->m_serial = serial;
+        task->m_serial = origin.serial;
+        task->m_piece = origin.piece;
     }
     catch (QZException*)
     {
@@ -251,15 +277,16 @@ void QZHttpServerEngine::Process(QZInt64 id, QZUInt64 serial, const void* data, 
 
 void QZHttpServerEngine::ProcessASync(long long id, const void* data, long long offset, long long size)
 {
-    ProcessPiece(id, 0, data, offset, size);
+    ProcessPiece(id, Origin(), data, offset, size);
 }
 
-void QZHttpServerEngine::ProcessPiece(QZInt64 id, QZUInt64 serial, const void* data, QZInt64 offset,
+void QZHttpServerEngine::ProcessPiece(QZInt64 id, const Origin& origin, const void* data, QZInt64 offset,
                                       QZInt64 size)
 {
     QZHttpConnect* connect = GetConnectByID(id);
     // Bytes of a client whose handle has gone to another one are nobody's.
-    if (connect != nullptr && serial != 0 && connect->m_serial.load(std::memory_order_relaxed) != serial)
+    if (connect != nullptr && origin.serial != 0 &&
+        connect->m_serial.load(std::memory_order_relaxed) != origin.serial)
         Recycle(&connect);
     if (connect == nullptr)
     {
@@ -281,7 +308,7 @@ void QZHttpServerEngine::ProcessPiece(QZInt64 id, QZUInt64 serial, const void* d
             QZExceptionFactory::Recycle(&e);
         }
     }
-    Exchange(this, connect, id).Run(data, offset, size);
+    Exchange(this, connect, id, origin).Run(data, offset, size);
 }
 
 void QZHttpServerEngine::ProcessRecord(QZHttpConnect*, QZHttpRequest*, QZHttpResponse*) {}
@@ -290,9 +317,13 @@ void QZHttpServerEngine::SendResponse(long long id, QZHttpResponse* response)
 {
     http::RemoveHeader(response->GetHeaders(), QZHttpConstant::HeaderNameTransferEncodingString);
     QZData* bytes = response->ToData();
+    // Sent in pieces: a client should not be woken for each of them.
+    const bool manyPieces = bytes->GetSize() > kGatherFrom;
     try
     {
+        if (manyPieces) os::SocketGather(id, true);
         QZSocket::Send(id, bytes->GetPointer(), bytes->GetSize());
+        if (manyPieces) os::SocketGather(id, false);
     }
     catch (QZException*)
     {

@@ -8,7 +8,13 @@ const QZInt64 QZHttpServerProcessTask::Type;
 const QZInt64 QZHttpServerTaskPool::Type;
 
 QZHttpServerProcessTask::QZHttpServerProcessTask(QZHttpServerTaskPool* pool, QZHttpServerEngine* engine)
-    : m_pool(pool), m_data(new QZData()), m_engine(engine), m_clientId(0), m_offset(0), m_serial(0)
+    : m_pool(pool),
+      m_data(new QZData()),
+      m_engine(engine),
+      m_clientId(0),
+      m_offset(0),
+      m_serial(0),
+      m_piece(0)
 {}
 
 QZHttpServerProcessTask::~QZHttpServerProcessTask() { delete m_data; }
@@ -20,12 +26,14 @@ void QZHttpServerProcessTask::SetProcessData(long long id, const void* data, lon
     m_clientId = id;
     m_offset = offset;
     m_serial = 0;
+    m_piece = 0;
     m_data->Set(data, size);
 }
 
 void QZHttpServerProcessTask::Execute()
 {
-    m_engine->ProcessPiece(m_clientId, m_serial, m_data->GetPointer(), m_offset, m_data->GetSize());
+    m_engine->ProcessPiece(m_clientId, {m_serial, m_piece}, m_data->GetPointer(), m_offset,
+                           m_data->GetSize());
     QZHttpServerProcessTask* self = this;
     m_pool->Recycle(&self);
 }

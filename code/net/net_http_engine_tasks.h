@@ -32,8 +32,8 @@ private:
     QZHttpServerEngine* m_engine;
     QZInt64 m_clientId;
     QZInt64 m_offset;
-    /// The client that the bytes are from; 0 for whoever has the id.
     QZUInt64 m_serial;
+    QZUInt64 m_piece;
 };
 
 /// The process tasks of an engine. Free ones belong to the pool, the others to whoever took them. Any thread.

@@ -208,15 +208,16 @@ void QZHttpServerEngine::Received(QZInt64 id, QZUInt32 bytes)
     QZHttpConnect* connect = GetConnectByID(id);
     if (connect == nullptr) return;
     QZUInt32 offset;
+    Origin origin;
     {
         // Receives of one connection come one after another, so pieces get their places in their order.
         QZCriticalGuard guard(m_connectLock);
-        offset = connect->Advance(bytes);
+        offset = connect->Advance(bytes, &origin.piece);
+        origin.serial = connect->m_serial.load(std::memory_order_relaxed);
     }
     try
     {
-        Process(id, connect->m_serial.load(std::memory_order_relaxed), connect->m_handle->Data, offset,
-                bytes);
+        Process(id, origin, connect->m_handle->Data, offset, bytes);
     }
     catch (QZException*)
     {

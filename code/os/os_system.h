@@ -209,6 +209,8 @@ QZInt64 ThreadCreate(void (*routine)(void*), void* argument);
 bool ThreadSuspend(QZInt64 thread);
 /// Lowers the suspend count; at 0 it does nothing and is no failure.
 bool ThreadResume(QZInt64 thread);
+/// True while the thread is stopped, or is to stop at its next gate.
+bool ThreadIsSuspended(QZInt64 thread);
 /// Ends the thread where it stands: nothing is unwound, no destructor runs. On return the thread is gone.
 /// Does not come back when a thread ends itself.
 bool ThreadTerminate(QZInt64 thread);
@@ -311,6 +313,10 @@ bool SocketKeepAlive(QZInt64 socket, QZUInt32 time, QZUInt32 interval);
 
 /// Bytes go out as they are sent, without waiting for those before to be confirmed.
 bool SocketNoDelay(QZInt64 socket);
+
+/// While `gather` is on, bytes wait for more until a packet is full; off sends what is left. Nothing where
+/// the platform has no such switch.
+void SocketGather(QZInt64 socket, bool gather);
 
 // ---- Completion port
 

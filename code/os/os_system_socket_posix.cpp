@@ -286,4 +286,10 @@ bool SocketNoDelay(QZInt64 socket)
     return Succeeded(setsockopt(DescriptorOf(socket), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on)));
 }
 
+void SocketGather(QZInt64 socket, bool gather)
+{
+    int on = gather ? 1 : 0;
+    setsockopt(DescriptorOf(socket), IPPROTO_TCP, TCP_CORK, &on, sizeof(on));
+}
+
 }  // namespace os

@@ -153,4 +153,6 @@ bool SocketNoDelay(QZInt64 socket)
                       sizeof(on)) == 0;
 }
 
+void SocketGather(QZInt64, bool) {}
+
 }  // namespace os

@@ -286,6 +286,12 @@ bool ThreadResume(QZInt64 thread)
     return true;
 }
 
+bool ThreadIsSuspended(QZInt64 thread)
+{
+    RecordUse record(thread);
+    return record && record->suspended.load() > 0;
+}
+
 void ThreadGate()
 {
     ThreadRecord* record = t_state.record;

@@ -65,6 +65,14 @@ bool ThreadResume(QZInt64 thread)
     return ResumeThread(ToHandle(thread)) != static_cast<DWORD>(-1);
 }
 
+bool ThreadIsSuspended(QZInt64 thread)
+{
+    // The count is told only to those who change it.
+    if (SuspendThread(ToHandle(thread)) == static_cast<DWORD>(-1)) return false;
+    const DWORD before = ResumeThread(ToHandle(thread));
+    return before != static_cast<DWORD>(-1) && before > 1;
+}
+
 void ThreadGate() {}
 
 bool ThreadTerminate(QZInt64 thread)

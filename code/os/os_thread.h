@@ -104,6 +104,9 @@ public:
     /// 1 from a task's hand-over until the worker has finished it; read without the lock.
     QZByte IsWorking();
 
+    /// Has no task and is suspended, not merely about to be: a task handed over now reaches it.
+    bool IsResting();
+
     /// Wakes a worker that suspended itself in the very moment in which a task was handed to it, once two
     /// calls in a row have found it so. Nobody waits for a worker that is at work.
     void WakeStalled();
@@ -151,6 +154,8 @@ private:
     std::atomic<QZInt64> m_timeout;
     std::atomic<QZByte> m_ending;
     std::atomic<QZInt64> m_status;
+    /// Set around the worker's own suspend.
+    std::atomic<bool> m_suspending{false};
     std::atomic<bool> m_stalled{false};
 };
 

@@ -1,6 +1,7 @@
 #include "os/os_thread_pool.h"
 
 #include "fw/fw_collection.h"
+#include "os/os_system.h"
 #include "os/os_task.h"
 #include "os/os_thread.h"
 
@@ -22,11 +23,31 @@ QZThreadPool::~QZThreadPool()
 
 QZInt64 QZThreadPool::GetType() { return 0x81FFF50; }
 
+namespace
+{
+
+constexpr int kRestYields = 100;
+constexpr int kRestSleeps = 20;
+
+/// A worker that has just given its task back is about to suspend. Handed the next one now it might sleep on
+/// it, so it gets the time to come to rest.
+void AwaitRest(QZThread* worker)
+{
+    for (int i = 0; i < kRestYields + kRestSleeps && !worker->IsWorking() && !worker->IsResting(); ++i)
+        os::Sleep(i < kRestYields ? 0 : 1);
+}
+
+}  // namespace
+
 void QZThreadPool::ExecOnceASyncPrivate(QZTask* task)
 {
     QZThread* worker = m_threads->GetFirst();
-    while (worker && (worker->IsWorking() || !worker->ExecOrNot(task)))
-        worker = static_cast<QZThread*>(worker->LinkNext());
+    for (; worker; worker = static_cast<QZThread*>(worker->LinkNext()))
+    {
+        if (worker->IsWorking()) continue;
+        AwaitRest(worker);
+        if (worker->ExecOrNot(task)) break;
+    }
     if (worker)
     {
         // Busy workers gather at the tail, so that the walk meets an idle one first.

@@ -81,11 +81,17 @@ QZByte QZThread::ExecOrNot(QZTask* task)
     return 1;
 }
 
+bool QZThread::IsResting()
+{
+    return !m_working.load(std::memory_order_acquire) && os::ThreadIsSuspended(m_handle);
+}
+
 void QZThread::WakeStalled()
 {
-    if (!m_working.load(std::memory_order_relaxed) || m_status.load() != StatusStop) return;
+    if (!m_working.load(std::memory_order_relaxed) || !m_suspending.load()) return;
+    // With the lock the worker cannot take its task up in the meantime.
     QZCriticalGuard guard(m_lock);
-    if (!m_working.load(std::memory_order_relaxed) || m_status.load() != StatusStop) return;
+    if (!m_working.load(std::memory_order_relaxed) || !m_suspending.load()) return;
     // Found once, it may be a hand-over that is still going on.
     if (m_stalled.exchange(true, std::memory_order_relaxed)) Resume();
 }
@@ -151,7 +157,9 @@ void QZThread::Proc(void* self)
         // suspend.
         while (!thread->MustLeave() && thread->m_status.load() != StatusRun) Sleep(1);
         thread->RunTask();
+        thread->m_suspending.store(true);
         thread->Suspend();
+        thread->m_suspending.store(false);
     }
     thread->m_status.store(StatusEnd);
 }

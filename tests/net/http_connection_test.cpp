@@ -131,6 +131,13 @@ TEST(HttpConnection, APlaceThatHasNotComeYetHoldsZeros)
                  "47 45 54 20 00 00 7A 7A");
 }
 
+TEST(HttpConnection, PiecesBeforeTheBeginningAreRefused)
+{
+    Connection connect;
+    EXPECT_QZ_THROW(connect.Append("GET", -1), 256);
+    EXPECT_EQ(connect->GetCacheSize(), 0);
+}
+
 TEST(HttpConnection, AFirstByteThatIsNoLetterGives512AndNothingIsParsed)
 {
     for (std::string_view first : {"0", "@", "[", "`", "{", " ", "\r\n", "\x16\x03\x01"})
@@ -145,6 +152,16 @@ TEST(HttpConnection, AFirstByteThatIsNoLetterGives512AndNothingIsParsed)
         Connection connect;
         EXPECT_EQ(connect.Append(first), 0) << first;
     }
+}
+
+TEST(HttpConnection, ThePieceThatComesFirstMustBeginWithALetterWhereverItGoes)
+{
+    Connection connect;
+    EXPECT_EQ(connect.Append("1.1\r\n\r\n", 11), 512);
+    Connection letter;
+    EXPECT_EQ(letter.Append("TTP/1.1\r\n\r\n", 7), 0);
+    EXPECT_EQ(letter.Append("GET / H", 0), 0);
+    EXPECT_NE(letter.Request(), nullptr);
 }
 
 TEST(HttpConnection, AHeadOf4096BytesPassesAndOneMoreIsTooLarge)

@@ -1,0 +1,868 @@
+// A running server and its clients on the loopback.
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <thread>
+
+#include "fw/fw_environment.h"
+#include "fw/fw_string_factory.h"
+#include "net/http_server_support.h"
+#include "net/http_support.h"
+#include "net/net_http_server.h"
+#include "net/net_json.h"
+#include "os/os_thread.h"
+#include "support/qz_hooks.h"
+
+namespace
+{
+
+using qztest::BodyOf;
+using qztest::Eventually;
+using qztest::RawClient;
+using qztest::Reports;
+using qztest::StatusOf;
+using qztest::TestServer;
+
+/// A server at work.
+class HttpEngine : public testing::Test
+{
+protected:
+    TestServer& Run(TestServer::Page page = nullptr)
+    {
+        Make(std::move(page));
+        m_server->Start();
+        return *m_server;
+    }
+    TestServer& Make(TestServer::Page page = nullptr)
+    {
+        m_server = std::make_unique<TestServer>(&m_reports, std::move(page));
+        m_server->GetServerName()->Set(QZ_W("test server"));
+        return *m_server;
+    }
+    unsigned short PortNumber() { return m_server->GetPort(); }
+
+    /// The only active connection's id.
+    long long OnlyClient()
+    {
+        QZJsonValueCollection* info = m_server->GetConnectInfo();
+        EXPECT_EQ(info->Count(), 1);
+        m_server->Recycle(&info);
+        for (long long id = 1; id < 100000; ++id)
+            if (m_server->IsConnectAlive(id)) return id;
+        return 0;
+    }
+
+    Reports m_reports;
+    std::unique_ptr<TestServer> m_server;
+};
+
+std::string Get(const std::string& path, const std::string& headers = {})
+{
+    return "GET " + path + " HTTP/1.1\r\nHost: h\r\n" + headers + "\r\n";
+}
+
+std::string Post(const std::string& path, const std::string& body)
+{
+    return "POST " + path + " HTTP/1.1\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+std::string Head(std::size_t size)
+{
+    std::string head = "GET /x HTTP/1.1\r\nX-Fill: ";
+    head.append(size - head.size(), 'f');
+    return head;
+}
+
+TEST_F(HttpEngine, ConstantsAreThoseOfTheInterface)
+{
+    EXPECT_EQ(QZHttpServerEngineStatus::HttpServerInitialized, 0);
+    EXPECT_EQ(QZHttpServerEngineStatus::HttpServerWorking, 1);
+    EXPECT_EQ(QZHttpServerEngineStatus::HttpServerAbort, 2);
+    EXPECT_EQ(QZHttpServerEngineThreadStatus::Init, 0);
+    EXPECT_EQ(QZHttpServerEngineThreadStatus::Working, 1);
+    EXPECT_EQ(QZHttpServerEngineThreadStatus::Abort, 2);
+    EXPECT_EQ(QZHttpServerEfficiencyOptions::QZHttpServerEfficiencyLow, 1);
+    EXPECT_EQ(QZHttpServerEfficiencyOptions::QZHttpServerEfficiencyNormal, 2);
+    EXPECT_EQ(QZHttpServerEfficiencyOptions::QZHttpServerEfficiencyHigh, 3);
+    EXPECT_EQ(QZHttpServerEngine::MaxClientDefault, -1);
+    EXPECT_EQ(QZHttpServerEngine::HttpHeadSizeLimitDefault, 4096);
+    EXPECT_EQ(QZHttpServerEngine::FreeConnectKeepAliveTime, 180000);
+    EXPECT_EQ(QZHttpServerEngine::TaskConnectCheckInterval, 30000);
+    EXPECT_EQ(QZHttpServerEngine::TaskConnectCloseInterval, 1000);
+    EXPECT_EQ(QZHttpServerEngine::TaskCacheCollectInterval, 3600000);
+    EXPECT_EQ(QZHttpServerEngine::CompletionPause, 1);
+    EXPECT_EQ(QZHttpServerEngine::Type, 0x8310025);
+}
+
+TEST_F(HttpEngine, AnEngineThatWasNeverStartedGoesDownCleanly)
+{
+    for (long long efficiency : {0, 1, 2, 3})
+    {
+        TestServer server(&m_reports, nullptr, efficiency);
+        EXPECT_EQ(server.GetStatus(), QZHttpServerEngineStatus::HttpServerInitialized);
+        EXPECT_EQ(server.GetType(), 0x8310025);
+        EXPECT_NE(server.GetHandle(), -1);
+        EXPECT_EQ(server.ConnectCount(), 0);
+        EXPECT_EQ(server.ThreadPoolCount(), 0);
+    }
+    EXPECT_TRUE(m_reports.All().empty());
+}
+
+TEST_F(HttpEngine, AServerIsStartedOnce)
+{
+    TestServer& server = Run();
+    EXPECT_EQ(server.GetStatus(), QZHttpServerEngineStatus::HttpServerWorking);
+    QZHttpServerEngine& engine = server;
+    qztest::Thrown thrown = qztest::Catch([&] { engine.Start(); });
+    EXPECT_TRUE(thrown.thrown);
+    EXPECT_EQ(thrown.message.substr(0, 15), "not initialized");
+    EXPECT_EQ(server.GetStatus(), QZHttpServerEngineStatus::HttpServerWorking);
+}
+
+TEST_F(HttpEngine, APortThatIsTakenRaisesTheSystemsFailure)
+{
+    TestServer& first = Run();
+    class Second : public QZHttpServerEngine
+    {
+    public:
+        Second(QZErrorReport* report, unsigned short port) : QZHttpServerEngine(report, port)
+        {
+            m_bindAddress = qztest::kLoopback;
+        }
+    } second(&m_reports, first.GetPort());
+    qztest::Thrown thrown = qztest::Catch([&] { second.Start(); });
+    EXPECT_EQ(thrown.code, 5632);
+    EXPECT_EQ(thrown.type, QZIOException::Type);
+    EXPECT_EQ(thrown.message.substr(0, 22), "bind failed with error");
+    EXPECT_EQ(second.GetStatus(), QZHttpServerEngineStatus::HttpServerInitialized);
+}
+
+TEST_F(HttpEngine, ARequestIsAnswered)
+{
+    Run();
+    RawClient client(PortNumber());
+    EXPECT_EQ(client.Ask(Get("/hello")),
+              "HTTP/1.1 200 OK\r\nContent-Length: 12\r\nConnection: keep-alive\r\n\r\nGET /hello 0");
+}
+
+TEST_F(HttpEngine, TheEnginesOwnPageIsEmpty)
+{
+    class Plain : public QZHttpServerEngine
+    {
+    public:
+        explicit Plain(QZErrorReport* report) : QZHttpServerEngine(1, report, 0)
+        {
+            m_bindAddress = qztest::kLoopback;
+        }
+    } server(&m_reports);
+    server.Start();
+    RawClient client(server.GetPort());
+    EXPECT_EQ(client.Ask(Get("/")),
+              "HTTP/1.1 200 OK\r\nContent-Length: 69\r\nContent-Type: text/html; charset=utf-8\r\n"
+              "Connection: keep-alive\r\n\r\n"
+              "<!DOCTYPE html><html><head><title></title></head><body></body></html>");
+}
+
+TEST_F(HttpEngine, RequestsOfOneConnectionAreAnsweredOneAfterAnother)
+{
+    Run();
+    RawClient client(PortNumber());
+    for (int i = 0; i < 50; ++i)
+        ASSERT_EQ(BodyOf(client.Ask(Get("/" + std::to_string(i)))), "GET /" + std::to_string(i) + " 0");
+    EXPECT_EQ(m_server->ConnectCount(), 1);
+}
+
+TEST_F(HttpEngine, ARequestInTwoSegmentsIsAnsweredOnce)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    ASSERT_TRUE(client.Send("GET /split HT"));
+    os::Sleep(30);
+    EXPECT_EQ(BodyOf(client.Ask("TP/1.1\r\nHost: h\r\n\r\n")), "GET /split 0");
+    EXPECT_TRUE(Eventually([&] { return server.finished == 1; }));
+}
+
+TEST_F(HttpEngine, ARequestThatComesByteByByteIsAnswered)
+{
+    Run();
+    RawClient client(PortNumber());
+    const std::string request = Post("/slow", "body");
+    for (char byte : request) ASSERT_TRUE(client.Send(std::string(1, byte)));
+    EXPECT_EQ(BodyOf(client.Receive()), "POST /slow 4");
+}
+
+TEST_F(HttpEngine, TwoRequestsInOneSegmentAreOneWithContent)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    const std::string second = Get("/b");
+    EXPECT_EQ(BodyOf(client.Ask(Get("/a") + second)), "GET /a " + std::to_string(second.size()));
+    EXPECT_EQ(BodyOf(client.Ask(Get("/c"))), "GET /c 0");
+    EXPECT_TRUE(Eventually([&] { return server.finished == 2; }));
+}
+
+TEST_F(HttpEngine, AFirstByteThatIsNoLetterEndsTheConnectionWithoutAPage)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    EXPECT_EQ(client.Ask("0 is no letter\r\n\r\n"), "");
+    EXPECT_TRUE(Eventually([&] { return server.cutOff == 1; }));
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
+}
+
+TEST_F(HttpEngine, AHeadOf4096BytesPassesAndOneMoreGetsA431)
+{
+    Run();
+    RawClient fits(PortNumber());
+    EXPECT_EQ(BodyOf(fits.Ask(Head(4096) + "\r\n\r\n")), "GET /x 0");
+    RawClient large(PortNumber());
+    const std::string response = large.Ask(Head(4097) + "\r\n\r\n");
+    EXPECT_EQ(StatusOf(response), "HTTP/1.1 431 Request Header Fields Too Large");
+    EXPECT_NE(response.find("\r\nConnection: close\r\n"), std::string::npos);
+    EXPECT_NE(response.find("test server"), std::string::npos);
+    EXPECT_TRUE(large.AtEnd());
+}
+
+TEST_F(HttpEngine, AHeadWithoutAnEndGetsA431)
+{
+    Run();
+    RawClient client(PortNumber());
+    EXPECT_EQ(StatusOf(client.Ask(Head(5000))), "HTTP/1.1 431 Request Header Fields Too Large");
+    EXPECT_TRUE(client.AtEnd());
+}
+
+TEST_F(HttpEngine, ADerivedServerSetsTheHeadLimit)
+{
+    Make().SetHeadLimit(100);
+    m_server->Start();
+    RawClient fits(PortNumber());
+    EXPECT_EQ(BodyOf(fits.Ask(Head(100) + "\r\n\r\n")), "GET /x 0");
+    RawClient large(PortNumber());
+    EXPECT_EQ(StatusOf(large.Ask(Head(101) + "\r\n\r\n")), "HTTP/1.1 431 Request Header Fields Too Large");
+}
+
+TEST_F(HttpEngine, AClientThatAsksToCloseIsClosedAfterItsAnswer)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    const std::string response = client.Ask(Get("/", "Connection: Close\r\n"));
+    EXPECT_NE(response.find("\r\nConnection: close\r\n"), std::string::npos);
+    EXPECT_TRUE(client.AtEnd());
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() == 0; }));
+    client.Close();
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCloseWaitCount() == 0; }));
+}
+
+TEST_F(HttpEngine, AClientOfHttp10StaysConnectedToo)
+{
+    Run();
+    RawClient client(PortNumber());
+    EXPECT_NE(client.Ask("GET /1 HTTP/1.0\r\n\r\n").find("Connection: keep-alive"), std::string::npos);
+    EXPECT_EQ(BodyOf(client.Ask("GET /2 HTTP/1.0\r\n\r\n")), "GET /2 0");
+}
+
+TEST_F(HttpEngine, APageThatThrowsGivesA500AndTheConnectionStays)
+{
+    Run([](QZHttpRequest* request) -> QZHttpResponse* {
+        if (request->GetUrl()->GetPath()->Equals(QZ_W("/bad")))
+            throw QZExceptionFactory::CreateException(QZ_W("page is broken"));
+        return TestServer::Text("fine");
+    });
+    RawClient client(PortNumber());
+    EXPECT_EQ(BodyOf(client.Ask(Get("/good"))), "fine");
+    const std::string response = client.Ask(Get("/bad"));
+    EXPECT_EQ(StatusOf(response), "HTTP/1.1 500 Internal Server Error");
+    EXPECT_NE(response.find("page is broken"), std::string::npos);
+    EXPECT_NE(response.find("test server"), std::string::npos);
+    EXPECT_EQ(response.find("Connection:"), std::string::npos);
+    EXPECT_EQ(BodyOf(client.Ask(Get("/good"))), "fine");
+    EXPECT_TRUE(m_reports.Has("page is broken"));
+}
+
+TEST_F(HttpEngine, APageThatIsMissingIsA500)
+{
+    Run([](QZHttpRequest*) -> QZHttpResponse* { return nullptr; });
+    RawClient client(PortNumber());
+    EXPECT_EQ(StatusOf(client.Ask(Get("/"))), "HTTP/1.1 500 Internal Server Error");
+}
+
+TEST_F(HttpEngine, ARequestThatCannotBeReadIsA500AndSpoilsItsConnection)
+{
+    Run();
+    RawClient client(PortNumber());
+    EXPECT_EQ(StatusOf(client.Ask("GET\r\n\r\n")), "HTTP/1.1 500 Internal Server Error");
+    // What was received stays, so the next request stands behind it.
+    EXPECT_EQ(StatusOf(client.Ask(Get("/"))), "HTTP/1.1 500 Internal Server Error");
+}
+
+TEST_F(HttpEngine, AProxyLineTellsTheClientsAddress)
+{
+    Run([](QZHttpRequest* request) { return TestServer::Text(qztest::HeadersOf(request->GetHeaders())); });
+    RawClient client(PortNumber());
+    EXPECT_EQ(BodyOf(client.Ask("PROXY TCP4 1.2.3.4 5.6.7.8 100 80\r\nGET / HTTP/1.1\r\nHost: h\r\n\r\n")),
+              "Host: h|X-Forwarded-For: 1.2.3.4");
+}
+
+TEST_F(HttpEngine, TheRequestKnowsItsClient)
+{
+    std::atomic<unsigned> address{0};
+    std::atomic<long long> handle{0};
+    TestServer& server = Run([&](QZHttpRequest* request) {
+        address = request->GetClientIP()->GetValue();
+        handle = request->GetHandle();
+        return TestServer::Text("");
+    });
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    EXPECT_EQ(address, qztest::kLoopback);
+    EXPECT_TRUE(server.IsConnectAlive(handle));
+}
+
+TEST_F(HttpEngine, CookiesGoOutWithoutTheirDomains)
+{
+    Run([](QZHttpRequest*) {
+        QZHttpResponse* response = TestServer::Text("");
+        QZHttpCookie* cookie = QZHttpFactory::CreateCookie();
+        cookie->Set(qztest::Str("n=v; Domain=d.example; Path=/p"));
+        response->GetCookies()->Push(cookie);
+        return response;
+    });
+    RawClient client(PortNumber());
+    EXPECT_NE(client.Ask(Get("/")).find("Set-Cookie: n=v; domain=; expires=; path=/p\r\n"),
+              std::string::npos);
+}
+
+TEST_F(HttpEngine, NothingGoesOutInChunks)
+{
+    Run([](QZHttpRequest*) {
+        QZHttpResponse* response = TestServer::Text("abc");
+        QZHttpHeaderCollection* headers =
+            QZHttpFactory::CreateHeaderCollection(qztest::Str("Transfer-Encoding: chunked"));
+        response->SetHeader(headers);
+        QZHttpFactory::Recycle(&headers);
+        return response;
+    });
+    RawClient client(PortNumber());
+    const std::string response = client.Ask(Get("/"));
+    EXPECT_EQ(response.find("Transfer-Encoding"), std::string::npos);
+    EXPECT_EQ(BodyOf(response), "abc");
+}
+
+TEST_F(HttpEngine, LargeBodiesComeAndGo)
+{
+    Run([](QZHttpRequest* request) {
+        QZHttpResponse* response = QZHttpFactory::CreateResponse();
+        response->SetContent(request->GetContent());
+        return response;
+    });
+    std::string body(20 << 20, '\0');
+    for (std::size_t i = 0; i < body.size(); i += 997) body[i] = static_cast<char>(i % 251);
+    RawClient client(PortNumber());
+    EXPECT_TRUE(BodyOf(client.Ask(Post("/", body))) == body);
+    EXPECT_EQ(BodyOf(client.Ask(Post("/", "small"))), "small");
+}
+
+TEST_F(HttpEngine, AClientThatEndsItsStreamStillGetsItsAnswer)
+{
+    TestServer& server = Run([](QZHttpRequest*) {
+        os::Sleep(50);
+        return TestServer::Text("late");
+    });
+    RawClient client(PortNumber());
+    ASSERT_TRUE(client.Send(Get("/")));
+    client.EndOutput();
+    EXPECT_EQ(BodyOf(client.Receive()), "late");
+    EXPECT_TRUE(client.AtEnd());
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
+}
+
+TEST_F(HttpEngine, ClientsThatVanishLeaveNothingBehind)
+{
+    std::string large(4 << 20, 'x');
+    TestServer& server = Run([&](QZHttpRequest*) { return TestServer::Text(large); });
+    for (int i = 0; i < 20; ++i)
+    {
+        RawClient client(PortNumber());
+        if (i % 4 == 1) client.Send("GET /half");
+        if (i % 4 == 2) client.Send(Get("/"));
+        if (i % 4 == 3) client.Send(Post("/", "abc").substr(0, 40));
+    }
+    // Clients are accepted in their order.
+    {
+        RawClient last(PortNumber());
+        EXPECT_EQ(BodyOf(last.Ask(Get("/"))).size(), large.size());
+    }
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
+}
+
+TEST_F(HttpEngine, WithOnePlaceTheSecondClientWaitsForTheFirstToGo)
+{
+    TestServer& server = Make();
+    server.SetMaxClient(1);
+    server.Start();
+    auto first = std::make_unique<RawClient>(PortNumber());
+    EXPECT_EQ(BodyOf(first->Ask(Get("/1"))), "GET /1 0");
+    RawClient second(PortNumber());
+    ASSERT_TRUE(second.Send(Get("/2")));
+    os::Sleep(100);
+    EXPECT_EQ(server.ConnectCount(), 1);
+    EXPECT_EQ(server.finished, 1);
+    first->Close();
+    EXPECT_EQ(BodyOf(second.Receive()), "GET /2 0");
+}
+
+TEST_F(HttpEngine, HundredsOfClientsComeAndGo)
+{
+    TestServer& server = Run();
+    std::atomic<int> good{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 8; ++t)
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 25; ++i)
+            {
+                RawClient client(server.GetPort());
+                const std::string path = "/" + std::to_string(t) + "-" + std::to_string(i);
+                for (int k = 0; k < 3; ++k) good += BodyOf(client.Ask(Get(path))) == "GET " + path + " 0";
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(good, 600);
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
+    EXPECT_TRUE(m_reports.All().empty()) << m_reports.All().front();
+}
+
+TEST_F(HttpEngine, ManyConnectionsStayOpenAtATime)
+{
+    TestServer& server = Run();
+    std::vector<std::unique_ptr<RawClient>> clients;
+    for (int i = 0; i < 200; ++i) clients.push_back(std::make_unique<RawClient>(PortNumber()));
+    for (int round = 0; round < 2; ++round)
+    {
+        for (auto& client : clients) ASSERT_TRUE(client->Send(Get("/m")));
+        for (auto& client : clients) ASSERT_EQ(BodyOf(client->Receive()), "GET /m 0");
+    }
+    EXPECT_EQ(server.ConnectCount(), 200);
+}
+
+TEST_F(HttpEngine, AServerThatGoesEndsItsConnections)
+{
+    Run();
+    RawClient idle(PortNumber());
+    RawClient half(PortNumber());
+    EXPECT_EQ(BodyOf(idle.Ask(Get("/"))), "GET / 0");
+    ASSERT_TRUE(half.Send("GET /ha"));
+    EXPECT_TRUE(Eventually([&] { return m_server->ConnectCount() == 2; }));
+    m_server.reset();
+    EXPECT_TRUE(idle.AtEnd());
+    EXPECT_TRUE(half.AtEnd());
+}
+
+TEST_F(HttpEngine, AServerThatGoesWaitsForThePageThatIsBeingMade)
+{
+    std::atomic<int> step{0};
+    Run([&](QZHttpRequest*) {
+        step = 1;
+        os::Sleep(200);
+        step = 2;
+        return TestServer::Text("done");
+    });
+    RawClient client(PortNumber());
+    ASSERT_TRUE(client.Send(Get("/")));
+    ASSERT_TRUE(Eventually([&] { return step == 1; }));
+    m_server.reset();
+    EXPECT_EQ(step, 2);
+}
+
+TEST_F(HttpEngine, ClosingOneConnectionEndsItsStream)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    const long long id = OnlyClient();
+    ASSERT_NE(id, 0);
+    server.ConnectClose(id);
+    EXPECT_EQ(server.ConnectCount(), 0);
+    EXPECT_EQ(server.ConnectCloseWaitCount(), 1);
+    EXPECT_FALSE(server.IsConnectAlive(id));
+    EXPECT_TRUE(client.AtEnd());
+    server.ConnectClose(id);
+    EXPECT_EQ(server.ConnectCloseWaitCount(), 1);
+    client.Close();
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCloseWaitCount() == 0; }));
+}
+
+TEST_F(HttpEngine, ClosingAllByMinusOneLeavesTheSocketsOpen)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    server.ConnectClose(-1);
+    EXPECT_EQ(server.ConnectCount(), 0);
+    EXPECT_EQ(server.ConnectCloseWaitCount(), 1);
+    // Nobody has told the client: it can still send, and its connection comes back for that, though no answer
+    // goes out on a connection that is closing.
+    ASSERT_TRUE(client.Send(Get("/again")));
+    EXPECT_TRUE(Eventually([&] { return server.finished == 2; }));
+    EXPECT_EQ(server.ConnectCount(), 1);
+}
+
+TEST_F(HttpEngine, DroppingAllClosesEverything)
+{
+    TestServer& server = Run();
+    RawClient first(PortNumber());
+    RawClient second(PortNumber());
+    first.Ask(Get("/"));
+    second.Ask(Get("/"));
+    server.CloseAll();
+    EXPECT_EQ(server.ConnectCount(), 0);
+    EXPECT_EQ(server.ConnectCloseWaitCount(), 0);
+    EXPECT_TRUE(first.AtEnd());
+    EXPECT_TRUE(second.AtEnd());
+}
+
+TEST_F(HttpEngine, APageMayDropAllConnections)
+{
+    TestServer& server = Run([&](QZHttpRequest*) {
+        m_server->CloseAll();
+        return TestServer::Text("never sent");
+    });
+    RawClient client(PortNumber());
+    EXPECT_EQ(client.Ask(Get("/")), "");
+    EXPECT_TRUE(Eventually([&] { return server.finished == 1; }));
+    EXPECT_EQ(server.ConnectCount(), 0);
+}
+
+TEST_F(HttpEngine, AConnectionInUseIsFoundById)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    const long long id = OnlyClient();
+    QZHttpConnect* connect = server.GetConnectByID(id);
+    ASSERT_NE(connect, nullptr);
+    EXPECT_EQ(connect->GetClientID(), id);
+    EXPECT_FALSE(connect->IsUseComplete());
+    QZHttpServerEngine& engine = server;
+    engine.Recycle(&connect);
+    EXPECT_EQ(connect, nullptr);
+    EXPECT_EQ(server.GetConnectByID(id + 100000), nullptr);
+}
+
+TEST_F(HttpEngine, AConnectionOnItsWayOutIsRevivedWhileItIsYoung)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    const long long id = OnlyClient();
+    server.ConnectClose(id);
+    QZHttpConnect* connect = server.GetConnectByID(id);
+    ASSERT_NE(connect, nullptr);
+    EXPECT_EQ(server.ConnectCount(), 1);
+    EXPECT_EQ(server.ConnectCloseWaitCount(), 0);
+    QZHttpServerEngine& engine = server;
+    engine.Recycle(&connect);
+}
+
+TEST_F(HttpEngine, SilentConnectionsEndAfterTheirTimes)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    ASSERT_TRUE(Eventually([&] { return server.finished == 1; }));
+    os::Sleep(20);
+    const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
+    {
+        qztest::Hooks clock;
+        clock.SetClock(now + 50000);
+        server.ConnectCloseFree();
+        EXPECT_EQ(server.ConnectCount(), 1);
+        clock.SetClock(now + 62000);
+        server.ConnectCloseFree();
+        EXPECT_EQ(server.ConnectCount(), 0);
+        server.ConnectCloseFree();
+        EXPECT_EQ(server.ConnectCloseWaitCount(), 0);
+    }
+    EXPECT_TRUE(client.AtEnd());
+}
+
+TEST_F(HttpEngine, ConnectionsThatStayInUseAreEndedByTheCheck)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    QZHttpConnect* connect = server.GetConnectByID(OnlyClient());
+    const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
+    {
+        qztest::Hooks clock;
+        clock.SetClock(now + 170000);
+        server.ConnectCheck();
+        EXPECT_EQ(server.ConnectCount(), 1);
+        clock.SetClock(now + 181000);
+        server.ConnectCheck();
+        EXPECT_EQ(server.ConnectCount(), 0);
+    }
+    EXPECT_TRUE(client.AtEnd());
+    QZHttpServerEngine& engine = server;
+    engine.Recycle(&connect);
+}
+
+TEST_F(HttpEngine, ConnectInfoTellsOfEachActiveConnection)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    ASSERT_TRUE(client.Send("GET /h"));
+    auto cacheSize = [&](QZJsonValueCollection* info) {
+        return qztest::Utf8(static_cast<QZJsonObject*>(info->GetElement(0))->GetAttrValue(6)->Val());
+    };
+    EXPECT_TRUE(Eventually([&] {
+        QZJsonValueCollection* info = server.GetConnectInfo();
+        const bool there = info->Count() == 1 && cacheSize(info) == "6";
+        server.Recycle(&info);
+        return there;
+    }));
+    QZJsonValueCollection* info = server.GetConnectInfo();
+    auto* object = static_cast<QZJsonObject*>(info->GetElement(0));
+    const char* names[] = {"IP",        "TimeStart", "LastUse", "RecvBegin", "RecvEmptyLine",
+                           "KeepAlive", "CacheSize"};
+    ASSERT_EQ(object->AttrCount(), 7);
+    for (int i = 0; i < 7; ++i) EXPECT_QZ_TEXT(object->GetAttrName(i), names[i]);
+    EXPECT_EQ(qztest::Utf8(object->GetAttrValue(0)->Val()).substr(0, 9), "127.0.0.1");
+    EXPECT_QZ_TEXT(object->GetAttrValue(5)->Val(), "True");
+    EXPECT_EQ(object->GetAttrValue(6)->GetType(), QZJsonDecimal::Type);
+    server.Recycle(&info);
+    EXPECT_EQ(info, nullptr);
+}
+
+TEST_F(HttpEngine, BytesOfAnUnknownClientAreReportedAndDropped)
+{
+    TestServer& server = Run();
+    server.ProcessASync(987654, "GET / HTTP/1.1\r\n\r\n", 0, 18);
+    EXPECT_TRUE(m_reports.Has("QZHttpServerEngine::ProcessASync Can not find connect 987654"));
+    server.Process(987653, "x", 0, 1);
+    EXPECT_TRUE(Eventually([&] { return m_reports.Has("Can not find connect 987653"); }));
+    EXPECT_EQ(server.finished, 0);
+}
+
+TEST_F(HttpEngine, WorkersAndTasksAreCollected)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    EXPECT_GE(server.ThreadPoolCount(), 1);
+    EXPECT_TRUE(Eventually([&] { return server.ThreadPoolWorkingCount() == 0; }));
+    server.Collect();
+    EXPECT_EQ(server.ThreadPoolCount(), 0);
+    EXPECT_EQ(BodyOf(client.Ask(Get("/after"))), "GET /after 0");
+}
+
+TEST_F(HttpEngine, TheSchedulerCanBeStartedAnew)
+{
+    TestServer& server = Run();
+    server.TaskReset();
+    RawClient client(PortNumber());
+    client.Ask(Get("/", "Connection: close\r\n"));
+    client.Close();
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
+}
+
+TEST_F(HttpEngine, WithoutAPauseTheCompletionThreadsGoOn)
+{
+    QZHttpServerEngine::CompletionPause = 0;
+    Run();
+    RawClient client(PortNumber());
+    for (int i = 0; i < 200; ++i) ASSERT_EQ(BodyOf(client.Ask(Get("/"))), "GET / 0");
+    QZHttpServerEngine::CompletionPause = 1;
+}
+
+// ---- The record of a request that is being answered
+
+class HttpRecord : public HttpEngine
+{
+protected:
+    std::vector<std::string> Records()
+    {
+        std::vector<std::string> names;
+        if (!std::filesystem::exists("LastRecord")) return names;
+        for (const auto& entry : std::filesystem::directory_iterator("LastRecord"))
+            names.push_back(entry.path().string());
+        return names;
+    }
+    static std::string Read(const std::string& path)
+    {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    void SetUp() override { std::filesystem::remove_all("LastRecord"); }
+    void TearDown() override
+    {
+        m_server.reset();
+        std::filesystem::remove_all("LastRecord");
+    }
+};
+
+TEST_F(HttpRecord, ARequestIsOnRecordWhileItIsAnswered)
+{
+    std::string seen;
+    TestServer& server = Make([&](QZHttpRequest*) {
+        const std::vector<std::string> records = Records();
+        if (records.size() == 1) seen = Read(records[0]);
+        return TestServer::Text("");
+    });
+    server.SetLastRecord();
+    server.Start();
+    RawClient client(PortNumber());
+    const std::string request = Post("/r", "body");
+    ASSERT_TRUE(client.Send(request.substr(0, 20)));
+    os::Sleep(20);
+    client.Ask(request.substr(20));
+    EXPECT_EQ(seen, request);
+    EXPECT_TRUE(Records().empty());
+}
+
+TEST_F(HttpRecord, AServerThatIsNotToldKeepsNone)
+{
+    bool any = true;
+    Run([&](QZHttpRequest*) {
+        any = !Records().empty();
+        return TestServer::Text("");
+    });
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    EXPECT_FALSE(any);
+    EXPECT_FALSE(std::filesystem::exists("LastRecord"));
+}
+
+TEST_F(HttpRecord, ARecordThatCannotBeRemovedIsA500)
+{
+    TestServer& server = Make([&](QZHttpRequest*) {
+        for (const std::string& path : Records()) std::filesystem::remove(path);
+        return TestServer::Text("");
+    });
+    server.SetLastRecord();
+    server.Start();
+    RawClient client(PortNumber());
+    const std::string response = client.Ask(Get("/"));
+    EXPECT_EQ(StatusOf(response), "HTTP/1.1 500 Internal Server Error");
+    EXPECT_NE(response.find("Can not remove record file."), std::string::npos);
+}
+
+TEST_F(HttpRecord, ARecordThatCannotBeMadeIsReportedAndTheRequestGoesOn)
+{
+    // A file where the folder should be.
+    std::ofstream("LastRecord") << "x";
+    TestServer& server = Make();
+    server.SetLastRecord();
+    server.Start();
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    EXPECT_TRUE(Eventually([&] { return !m_reports.All().empty(); }));
+    EXPECT_TRUE(Eventually([&] { return server.finished == 1; }));
+}
+
+TEST_F(HttpRecord, ThePageThatThrowsLeavesItsRecord)
+{
+    TestServer& server = Make(
+        [](QZHttpRequest*) -> QZHttpResponse* { throw QZExceptionFactory::CreateException(QZ_W("broken")); });
+    server.SetLastRecord();
+    server.Start();
+    RawClient client(PortNumber());
+    client.Ask(Get("/left"));
+    ASSERT_EQ(Records().size(), 1u);
+    EXPECT_EQ(Read(Records()[0]), Get("/left"));
+}
+
+// ---- Failures of the platform
+
+/// Fails the n-th operation of a kind on this thread, or on any but this one.
+class FailAnywhere
+{
+public:
+    FailAnywhere(os::Op operation, QZUInt32 error, int n, bool elsewhere = true)
+        : m_table{this, nullptr, &FailAnywhere::OnGate, nullptr},
+          m_operation(operation),
+          m_error(error),
+          m_left(n),
+          m_elsewhere(elsewhere)
+    {
+        os::SetTestHooks(&m_table);
+    }
+    ~FailAnywhere() { os::SetTestHooks(nullptr); }
+    FailAnywhere(const FailAnywhere&) = delete;
+    FailAnywhere& operator=(const FailAnywhere&) = delete;
+
+private:
+    static bool OnGate(void* context, os::Op operation, QZInt64*, QZUInt32* error)
+    {
+        FailAnywhere* self = static_cast<FailAnywhere*>(context);
+        const bool here = std::this_thread::get_id() == self->m_thread;
+        if (operation != self->m_operation || here == self->m_elsewhere || --self->m_left != 0) return true;
+        *error = self->m_error;
+        return false;
+    }
+
+    os::TestHooks m_table;
+    os::Op m_operation;
+    QZUInt32 m_error;
+    std::atomic<int> m_left;
+    bool m_elsewhere;
+    std::thread::id m_thread = std::this_thread::get_id();
+};
+
+std::string FailureOfMaking(os::Op operation, int n)
+{
+    Reports reports;
+    FailAnywhere fail(operation, 10024, n, false);
+    return qztest::Catch([&] { TestServer server(&reports); }).message;
+}
+
+TEST_F(HttpEngine, AnEngineThatCannotBeMadeSaysWhyAndLeavesNothing)
+{
+    EXPECT_EQ(FailureOfMaking(os::Op::Socket, 1).substr(0, 30), "Create of listen socket failed");
+    EXPECT_EQ(FailureOfMaking(os::Op::Socket, 2).substr(0, 15), "WSAIoctl failed");
+    EXPECT_EQ(FailureOfMaking(os::Op::Port, 1).substr(0, 29), "CreateIoCompletionPort failed");
+    EXPECT_EQ(FailureOfMaking(os::Op::ThreadCreate, 1).substr(0, 28), "Create of work thread failed");
+    EXPECT_EQ(FailureOfMaking(os::Op::ThreadCreate, 2).substr(0, 28), "Create of work thread failed");
+}
+
+TEST_F(HttpEngine, AnAcceptThatFailsIsReportedAndTheServerGoesOn)
+{
+    TestServer& server = Run();
+    auto first = std::make_unique<RawClient>(PortNumber());
+    ASSERT_EQ(BodyOf(first->Ask(Get("/1"))), "GET /1 0");
+    // The accept that waits has passed the gate already, the one after it fails.
+    FailAnywhere fail(os::Op::Socket, 10024, 1);
+    RawClient second(server.GetPort());
+    RawClient third(server.GetPort());
+    EXPECT_EQ(BodyOf(third.Ask(Get("/3"))), "GET /3 0");
+    EXPECT_EQ(BodyOf(second.Ask(Get("/2"))), "GET /2 0");
+    EXPECT_TRUE(Eventually([&] { return m_reports.Has("QZHttpServerEngine accept failed"); }));
+}
+
+TEST_F(HttpEngine, ASocketThatThePortRefusesIsClosedAndReported)
+{
+    TestServer& server = Run();
+    FailAnywhere fail(os::Op::Port, 10055, 1);
+    RawClient client(server.GetPort());
+    EXPECT_TRUE(client.AtEnd());
+    EXPECT_TRUE(Eventually([&] { return m_reports.Has("CreateIoCompletionPort associate failed"); }));
+    EXPECT_EQ(server.ConnectCount(), 0);
+    RawClient next(server.GetPort());
+    EXPECT_EQ(BodyOf(next.Ask(Get("/"))), "GET / 0");
+}
+
+TEST_F(HttpEngine, AReceiveThatFailsEndsItsConnection)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    client.Ask(Get("/"));
+    EXPECT_EQ(server.ConnectCount(), 1);
+    RawClient other(PortNumber());
+    other.Ask(Get("/"));
+    client.Close();
+    EXPECT_TRUE(
+        Eventually([&] { return server.ConnectCount() == 1 && server.ConnectCloseWaitCount() == 0; }));
+}
+
+}  // namespace
