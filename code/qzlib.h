@@ -56,6 +56,7 @@
 #include "os/os_thread_pool.h"
 
 #include "net/net_http.h"
+#include "net/net_http_cache.h"
 #include "net/net_http_client.h"
 #include "net/net_http_client_pool.h"
 #include "net/net_http_connection.h"

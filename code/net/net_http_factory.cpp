@@ -1,7 +1,7 @@
 #include "net/net_http_factory.h"
 
-#include "fw/fw_factory_cache.h"
 #include "fw/fw_library.h"
+#include "net/net_http_cache.h"
 #include "net/net_http_internal.h"
 #include "net/net_http_request.h"
 #include "net/net_http_response.h"
@@ -254,15 +254,15 @@ void QZHttpFactory::Collect(QZBool partial)
     const QZCriticalGuard guard(m_section);
     for (QZObjectCache* cache : {m_connectCache, m_responseCache, m_requestCache, m_cookieCollectionCache,
                                  m_headerCollectionCache, m_cookieCache, m_headerCache})
-        if (cache) cache->Collect(partial);
+        cache->Collect(partial);
 }
 
 QZJsonObject* QZHttpFactory::GetStatus()
 {
     QZJsonObject* status = QZJsonFactory::CreateObject();
     auto add = [status](const QZWChar* name, QZObjectCache* cache) {
-        QZJsonAccess::SetAttr(
-            status, name, QZJsonFactory::CreateDecimal(cache ? static_cast<double>(cache->Count()) : 0.0));
+        QZJsonAccess::SetAttr(status, name,
+                              QZJsonFactory::CreateDecimal(static_cast<double>(cache->Count())));
     };
     add(QZ_W("RequestCache"), m_requestCache);
     add(QZ_W("ResponseCache"), m_responseCache);
@@ -280,12 +280,12 @@ void QZHttpFactoryInit()
     if (F::m_section) return;
     F::m_connectLimit = -1;
     // In this order: a cache holds an idle object of its class, and a message holds a header.
-    F::m_headerCache = new QZFactoryCache<QZHttpHeader>();
-    F::m_cookieCache = new QZFactoryCache<QZHttpCookie>();
-    F::m_headerCollectionCache = new QZFactoryCache<QZHttpHeaderCollection>();
-    F::m_cookieCollectionCache = new QZFactoryCache<QZHttpCookieCollection>();
-    F::m_requestCache = new QZFactoryCache<QZHttpRequest>();
-    F::m_responseCache = new QZFactoryCache<QZHttpResponse>();
+    F::m_headerCache = new QZHttpHeaderCache(-1, -1);
+    F::m_cookieCache = new QZHttpCookieCache(-1, -1);
+    F::m_headerCollectionCache = new QZHttpHeaderCollectionCache(-1, -1);
+    F::m_cookieCollectionCache = new QZHttpCookieCollectionCache(-1, -1);
+    F::m_requestCache = new QZHttpRequestCache(-1, -1);
+    F::m_responseCache = new QZHttpResponseCache(-1, -1);
     F::m_connectCache = http::NewConnectCache(F::m_connectLimit);
     F::m_section = new QZCriticalSection();
 }

@@ -1,5 +1,6 @@
 #include "fw/fw_library.h"
 #include "net/http_support.h"
+#include "net/net_http_cache.h"
 #include "net/net_http_internal.h"
 #include "net/net_json.h"
 
@@ -338,6 +339,18 @@ TEST(HttpFactory, TellsHowManyObjectsAreIdle)
     EXPECT_EQ(StatusText(),
               R"({"RequestCache":0,"ResponseCache":0,"HeaderCache":0,"HeaderCollection":0,"CookieCache":0,)"
               R"("CookieCollectionCache":0,"ConnectCache":0})");
+}
+
+TEST(HttpCache, AHostMayKeepItsOwn)
+{
+    QZHttpResponseCache cache(1, -1);
+    cache.SetTimeout(1);
+    QZObject* response = cache.Out();
+    EXPECT_EQ(response->GetType(), QZHttpResponse::Type);
+    EXPECT_EQ(cache.Out(), nullptr);
+    cache.In(&response);
+    EXPECT_EQ(cache.Count(), 1);
+    EXPECT_EQ(cache.GetType(), QZObjectCache::Type);
 }
 
 TEST(HttpHeaderCollection, UnlocksWhatLeavesIt)

@@ -1,0 +1,86 @@
+// Any text: a cookie and a header line are taken apart without a failure, all their parts are trimmed, and a
+// cookie list has one cookie for each piece; taking the same text apart again changes nothing.
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "fw/fw_encoding.h"
+#include "fw/fw_exception_factory.h"
+#include "fw/fw_library.h"
+#include "fw/fw_string.h"
+#include "fw/fw_string_factory.h"
+#include "net/net_http_cookie.h"
+#include "net/net_http_factory.h"
+#include "net/net_http_header.h"
+
+namespace
+{
+void Require(bool condition)
+{
+    if (!condition) std::abort();
+}
+
+void RequireTrimmed(QZString* text)
+{
+    Require(text->Check());
+    QZString* trimmed = text->Trim();
+    Require(trimmed->Equals(text));
+    QZStringFactory::Recycle(&trimmed);
+}
+
+void ReadCookie(QZString* text)
+{
+    QZHttpCookie* cookie = QZHttpFactory::CreateCookie(text);
+    QZHttpCookie* same = QZHttpFactory::CreateCookie(text);
+    same->Set(text);
+    QZString* parts[] = {cookie->GetName(), cookie->GetValue(), cookie->GetPath(), cookie->GetDomain(),
+                         cookie->GetExpries()};
+    QZString* again[] = {same->GetName(), same->GetValue(), same->GetPath(), same->GetDomain(),
+                         same->GetExpries()};
+    for (int i = 0; i < 5; ++i)
+    {
+        RequireTrimmed(parts[i]);
+        Require(parts[i]->Equals(again[i]));
+    }
+    QZHttpFactory::Recycle(&cookie);
+    QZHttpFactory::Recycle(&same);
+}
+
+void ReadLists(QZString* text)
+{
+    QZHttpFactory factory;
+    QZHttpCookieCollection* cookies = factory.CreateCookieCollection(text);
+    QZHttpHeaderCollection* headers = QZHttpFactory::CreateHeaderCollection(text);
+    QZStringCollection* lines = text->Split(QZ_W("\r\n"));
+    Require(headers->Count() == lines->Count());
+    Require(cookies->Count() > 0);
+    for (QZInt64 i = 0; i < headers->Count(); ++i)
+    {
+        RequireTrimmed(headers->GetElement(i)->GetName());
+        RequireTrimmed(headers->GetElement(i)->GetValue());
+    }
+    QZStringFactory::Recycle(&lines);
+    QZHttpFactory::Recycle(&cookies);
+    QZHttpFactory::Recycle(&headers);
+}
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const bool started = QZLibInit() != 0;
+    Require(started);
+    QZString* text = QZStringFactory::CreateString();
+    try
+    {
+        QZEncoding::GetString(QZEncodingType::UTF8, data, static_cast<QZInt64>(size), text);
+    }
+    catch (QZException* exception)
+    {
+        // No whole character of UTF-8.
+        QZExceptionFactory::Recycle(&exception);
+    }
+    ReadCookie(text);
+    ReadLists(text);
+    QZStringFactory::Recycle(&text);
+    return 0;
+}

@@ -1,0 +1,77 @@
+// Any bytes: a request is read or refused with an exception of the family, and read a second time it is the
+// same; headers and cookies have names; a message that was read can be written, and what was written is read
+// or refused.
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "fw/fw_exception_factory.h"
+#include "fw/fw_library.h"
+#include "fw/fw_string.h"
+#include "net/net_http_factory.h"
+#include "net/net_http_request.h"
+
+namespace
+{
+void Require(bool condition)
+{
+    if (!condition) std::abort();
+}
+
+void RequireSameParts(QZHttpRequest* a, QZHttpRequest* b)
+{
+    Require(a->GetMethod()->Equals(b->GetMethod()));
+    Require(a->GetUrl()->GetPath()->Equals(b->GetUrl()->GetPath()));
+    Require(a->GetContent()->Equals(b->GetContent()));
+    Require(a->GetHeaders()->Count() == b->GetHeaders()->Count());
+    Require(a->GetHeaders()->GetHeadersSize() == b->GetHeaders()->GetHeadersSize());
+    Require(a->GetCookies()->Count() == b->GetCookies()->Count());
+    Require(a->GetCookies()->GetCookiesSize() == b->GetCookies()->GetCookiesSize());
+}
+
+/// What is read of a written message need not be the message that was written: names and values that hold
+/// line ends or separators fall apart in other places. It is a message all the same.
+void WriteAndRead(QZHttpRequest* request)
+{
+    QZData* bytes = request->ToData();
+    Require(bytes->Check());
+    Require(bytes->GetSize() >= request->GetContent()->GetSize());
+    try
+    {
+        QZHttpRequest* again = QZHttpFactory::CreateRequest(bytes);
+        Require(again->GetSource()->Equals(bytes));
+        QZHttpFactory::Recycle(&again);
+    }
+    catch (QZException* exception)
+    {
+        QZExceptionFactory::Recycle(&exception);
+    }
+    request->Recycle(&bytes);
+}
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const bool started = QZLibInit() != 0;
+    Require(started);
+    QZData bytes(data, static_cast<QZInt64>(size));
+    QZHttpRequest* request = nullptr;
+    try
+    {
+        request = QZHttpFactory::CreateRequest(&bytes);
+        QZHttpRequest* same = QZHttpFactory::CreateRequest(request->GetSource());
+        RequireSameParts(request, same);
+        QZHttpFactory::Recycle(&same);
+        for (QZInt64 i = request->GetHeaders()->Count() - 1; i >= 0; --i)
+            Require(!QZString::IsNullOrWhiteSpace(request->GetHeaders()->GetElement(i)->GetName()));
+        for (QZInt64 i = request->GetCookies()->Count() - 1; i >= 0; --i)
+            Require(!QZString::IsNullOrWhiteSpace(request->GetCookies()->GetElement(i)->GetName()));
+        WriteAndRead(request);
+    }
+    catch (QZException* exception)
+    {
+        QZExceptionFactory::Recycle(&exception);
+    }
+    if (request) QZHttpFactory::Recycle(&request);
+    return 0;
+}
