@@ -130,8 +130,9 @@ public:
     const CsvStyle& Style() const { return m_style; }
     QZInt64 Rows() const { return m_rows; }
 
-    /// An export of what is imported gives the bytes of the file. @param line  where it does not
-    bool IsExact(QZInt64* line) const
+    /// What an export of the imported rows will write in another way, at its first place; "" when it gives
+    /// the bytes of the file.
+    std::string Difference() const
     {
         CsvReader reader(m_text, m_options.csv);
         std::vector<CsvField> record;
@@ -143,24 +144,31 @@ public:
             std::vector<std::string> texts;
             for (std::size_t i = 0; i < record.size(); ++i)
             {
-                const bool same = header || ComesBack(record[i].text, *m_columns[i].type);
-                if (!same) break;
+                if (!header && !ComesBack(record[i].text, *m_columns[i].type))
+                    return Place(record[i]) + "\"" + Excerpt(record[i].text, 40) +
+                           "\" will come back in another form, as it is stored as " +
+                           TypeName(*m_columns[i].type);
                 texts.push_back(record[i].text);
             }
-            *line = record[0].line;
-            if (texts.size() < record.size()) return false;
             AppendRecord(texts, m_style, &out);
             const std::size_t end = static_cast<std::size_t>(reader.Position());
             if (end == m_text.size() && !m_style.lastLineEnded)
                 out.resize(out.size() - (m_style.crlf ? 2 : 1));
-            if (m_text.compare(at, end - at, out) != 0) return false;
+            if (m_text.compare(at, end - at, out) != 0)
+                return Place(record[0]) +
+                       "quotes or line end are not those of the rest, which an export will use";
             at = end;
             out.clear();
         }
-        return true;
+        return {};
     }
 
 private:
+    std::string Place(const CsvField& field) const
+    {
+        return m_options.csv + ":" + std::to_string(field.line) + ":" + std::to_string(field.column) + ": ";
+    }
+
     void AddColumn(const CsvReader& reader, const CsvField& field, const std::vector<TableField>* fields)
     {
         const std::string shown = "\"" + Visible(field.text) + "\"";
@@ -352,12 +360,8 @@ void TellImport(const ImportOptions& options, const std::string& text, const Sur
                  Visible(options.table).c_str(), seconds);
     for (const Column& column : survey.Columns())
         std::fprintf(console.out, "  %s %s\n", Visible(column.name).c_str(), TypeName(*column.type).c_str());
-    QZInt64 line = 0;
-    if (!survey.IsExact(&line))
-        std::fprintf(console.err,
-                     "qzdb: note: %s:%lld: written in another way than the rest; an export will not "
-                     "give the same bytes there\n",
-                     options.csv.c_str(), line);
+    const std::string difference = survey.Difference();
+    if (!difference.empty()) std::fprintf(console.err, "qzdb: note: %s\n", difference.c_str());
 }
 
 }  // namespace
