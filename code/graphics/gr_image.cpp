@@ -35,6 +35,29 @@ QZUInt32 ReverseBytes(QZUInt32 pixel)
 
 constexpr QZUInt32 kOpaque = 0xFF000000;
 
+/// 16-bit pixels, each colour's upper bits; and back.
+QZUInt16 To555(QZUInt32 pixel)
+{
+    return static_cast<QZUInt16>((pixel & 0xF80000) >> 9 | (pixel & 0xF800) >> 6 | (pixel & 0xF8) >> 3);
+}
+
+QZUInt16 To565(QZUInt32 pixel)
+{
+    return static_cast<QZUInt16>((pixel & 0xF80000) >> 8 | (pixel & 0xFC00) >> 5 | (pixel & 0xF8) >> 3);
+}
+
+QZUInt32 From555(QZUInt16 pixel)
+{
+    const QZUInt32 v = pixel;
+    return kOpaque | (v & 31) * 8 | (v & 0x3E0) * 64 | (v & 0x7C00) << 9;
+}
+
+QZUInt32 From565(QZUInt16 pixel)
+{
+    const QZUInt32 v = pixel;
+    return kOpaque | (v & 31) * 8 | (v & 0x7E0) * 32 | (v & 0xF800) << 8;
+}
+
 /// Four pixels of three bytes are three words: from the last group to the first, and what makes no whole
 /// group before that, so that the longer form may grow over the shorter one.
 template <typename Map>
@@ -211,53 +234,32 @@ QZInt64 QZImage::BMP24ToBMP32(void* target, const void* source, QZInt64 size)
     return size / 3 * 4;
 }
 
-unsigned short QZImage::ARGBToRGB555(unsigned int pixel)
-{
-    return static_cast<unsigned short>((pixel & 0xF80000) >> 9 | (pixel & 0xF800) >> 6 | (pixel & 0xF8) >> 3);
-}
-
-unsigned short QZImage::ARGBToRGB565(unsigned int pixel)
-{
-    return static_cast<unsigned short>((pixel & 0xF80000) >> 8 | (pixel & 0xFC00) >> 5 | (pixel & 0xF8) >> 3);
-}
-
-unsigned int QZImage::RGB555ToARGB(unsigned short pixel)
-{
-    const unsigned int v = pixel;
-    return kOpaque | (v & 31) * 8 | (v & 0x3E0) * 64 | (v & 0x7C00) << 9;
-}
-
-unsigned int QZImage::RGB565ToARGB(unsigned short pixel)
-{
-    const unsigned int v = pixel;
-    return kOpaque | (v & 31) * 8 | (v & 0x7E0) * 32 | (v & 0xF800) << 8;
-}
+unsigned short QZImage::ARGBToRGB555(unsigned int pixel) { return To555(pixel); }
+unsigned short QZImage::ARGBToRGB565(unsigned int pixel) { return To565(pixel); }
+unsigned int QZImage::RGB555ToARGB(unsigned short pixel) { return From555(pixel); }
+unsigned int QZImage::RGB565ToARGB(unsigned short pixel) { return From565(pixel); }
 
 QZInt64 QZImage::ARGBToRGB555(void* target, const void* source, QZInt64 size)
 {
-    if (target)
-        Convert<QZUInt32, QZUInt16>(target, source, size / 4, [](QZUInt32 p) { return ARGBToRGB555(p); });
+    if (target) Convert<QZUInt32, QZUInt16>(target, source, size / 4, To555);
     return size / 2;
 }
 
 QZInt64 QZImage::ARGBToRGB565(void* target, const void* source, QZInt64 size)
 {
-    if (target)
-        Convert<QZUInt32, QZUInt16>(target, source, size / 4, [](QZUInt32 p) { return ARGBToRGB565(p); });
+    if (target) Convert<QZUInt32, QZUInt16>(target, source, size / 4, To565);
     return size / 2;
 }
 
 QZInt64 QZImage::RGB555ToARGB(void* target, const void* source, QZInt64 size)
 {
-    if (target)
-        Convert<QZUInt16, QZUInt32>(target, source, size / 2, [](QZUInt16 p) { return RGB555ToARGB(p); });
+    if (target) Convert<QZUInt16, QZUInt32>(target, source, size / 2, From555);
     return size * 2;
 }
 
 QZInt64 QZImage::RGB565ToARGB(void* target, const void* source, QZInt64 size)
 {
-    if (target)
-        Convert<QZUInt16, QZUInt32>(target, source, size / 2, [](QZUInt16 p) { return RGB565ToARGB(p); });
+    if (target) Convert<QZUInt16, QZUInt32>(target, source, size / 2, From565);
     return size * 2;
 }
 
