@@ -46,6 +46,23 @@ bool OnWine();
 /// Sets a variable of this process's environment; programs that it starts see it. Null takes it away.
 void SetVariable(const char* name, const char* value);
 
+/// A program of its own that runs until its input ends.
+class Program
+{
+public:
+    /// The line goes to the system's command interpreter.
+    explicit Program(const std::string& line);
+    ~Program() { End(); }
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    /// Ends its input and waits for it; its exit code.
+    int End();
+
+private:
+    void* m_input;
+};
+
 /// The files that tests read, by path under tests/.
 std::filesystem::path DataFile(std::string_view relative);
 

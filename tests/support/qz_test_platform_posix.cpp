@@ -1,4 +1,8 @@
+#include <stdio.h>
+#include <sys/wait.h>
+
 #include <cstdlib>
+#include <utility>
 
 #include "support/qz_test.h"
 
@@ -13,6 +17,15 @@ void SetVariable(const char* name, const char* value)
         setenv(name, value, 1);
     else
         unsetenv(name);
+}
+
+Program::Program(const std::string& line) : m_input(popen(line.c_str(), "w")) {}
+
+int Program::End()
+{
+    if (m_input == nullptr) return -1;
+    const int status = pclose(static_cast<FILE*>(std::exchange(m_input, nullptr)));
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 }  // namespace qztest

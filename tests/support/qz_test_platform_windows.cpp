@@ -1,4 +1,7 @@
+#include <stdio.h>
 #include <windows.h>
+
+#include <utility>
 
 #include "support/qz_test.h"
 
@@ -12,5 +15,13 @@ bool OnWine()
 }
 
 void SetVariable(const char* name, const char* value) { SetEnvironmentVariableA(name, value); }
+
+Program::Program(const std::string& line) : m_input(_popen(line.c_str(), "w")) {}
+
+int Program::End()
+{
+    if (m_input == nullptr) return -1;
+    return _pclose(static_cast<FILE*>(std::exchange(m_input, nullptr)));
+}
 
 }  // namespace qztest

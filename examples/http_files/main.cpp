@@ -1,0 +1,130 @@
+// Serves files of several sites on this machine's own address.
+//
+//     http_files PORT SITES.JSON
+//
+// SITES.JSON holds a list of sites, for example
+//
+//     [{"Host":"docs.local","SiteStatus":"Local","PhyLocation":"/srv/docs","IndexPage":"index.html"},
+//      {"Host":"old.local","SiteStatus":"Redirect301","Location":"http://docs.local/"}]
+//
+// Port 0 takes a free one. The server tells its port and ends when its input does.
+
+#include <qzlib.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace
+{
+
+class FileServer : public QZHttpServerEngine
+{
+public:
+    FileServer(QZErrorReport* report, unsigned short port) : QZHttpServerEngine(report, port)
+    {
+        m_bindAddress = QZIPAddress(127, 0, 0, 1).GetValue();
+        GetServerName()->Set(QZ_W("http_files"));
+    }
+    ~FileServer() override
+    {
+        Shutdown();
+        while (m_sites.Count() > 0)
+        {
+            QZSite* site = m_sites.Pop();
+            QZSite::Recycle(&site);
+        }
+    }
+
+    void AddSites(const char* path)
+    {
+        QZFile* file = QZFile::Open(path);
+        QZData* bytes = file->ReadToEnd();
+        QZFile::Close(&file);
+        QZString* text = QZEncoding::GetString(QZEncodingType::UTF8, bytes);
+        QZJsonValue* list = QZJsonFactory::DeserializeObject(text);
+        auto* sites = static_cast<QZJsonValueCollection*>(list);
+        for (QZInt64 i = 0; i < sites->Count(); ++i)
+            m_sites.Push(QZSite::Parse(static_cast<QZJsonObject*>(sites->GetElement(i))));
+        QZJsonFactory::Recycle(&list);
+        QZStringFactory::Recycle(&text);
+        QZFile::Recycle(&bytes);
+    }
+
+protected:
+    QZHttpResponse* CreatePage(QZHttpRequest* request) override
+    {
+        const QZWChar* name = GetServerName()->GetPointer();
+        QZString host;
+        TakeHost(request, &host);
+        QZSite* site = m_sites.GetSiteByHost(&host);
+        if (site == nullptr) return QZHttpServer::Page404(name);
+        switch (site->GetStatus())
+        {
+            case QZSiteStatus::Redirect301: return QZHttpServer::Response301(site->GetLocation());
+            case QZSiteStatus::Redirect302: return QZHttpServer::Response302(site->GetLocation());
+            case QZSiteStatus::Local: return LocalFile(site, request->GetUrl()->GetPath());
+            default: return QZHttpServer::Page403(name);
+        }
+    }
+
+private:
+    /// The Host header without its port.
+    static void TakeHost(QZHttpRequest* request, QZString* host)
+    {
+        QZHttpHeaderCollection* headers = request->GetHeaders();
+        for (QZInt64 i = 0; i < headers->Count(); ++i)
+        {
+            QZHttpHeader* header = headers->GetElement(i);
+            if (header->GetName()->Equals(QZ_W("Host"), 1)) host->Set(header->GetValue());
+        }
+        const QZInt64 colon = host->IndexOf(QZ_W(":"));
+        if (colon >= 0) host->SubStringThis(0, colon);
+    }
+
+    QZHttpResponse* LocalFile(QZSite* site, QZString* path)
+    {
+        const QZWChar* name = GetServerName()->GetPointer();
+        // The path is the client's: it must not lead out of the site's folder.
+        if (path->Contains(QZ_W("..")) || path->Contains(QZ_W("\\")) || path->Contains(QZ_W(":")))
+            return QZHttpServer::Page403(name);
+        QZString file(site->GetPhyLocation());
+        file.Append(path);
+        if (path->EndWith(QZ_W("/"))) file.Append(site->GetIndex());
+        QZHttpResponse* response = QZHttpServer::ResponseFile(&file);
+        // Texts from the client go into a page only when they cannot be markup.
+        if (response == nullptr)
+            response =
+                path->Contains(QZ_W("<")) ? QZHttpServer::Page404(name) : QZHttpServer::Page404(name, path);
+        return response;
+    }
+
+    QZSiteList m_sites;
+};
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 3) return std::fprintf(stderr, "usage: http_files PORT SITES.JSON\n"), 2;
+    QZLibInit();
+    int code = 0;
+    try
+    {
+        QZErrorReport report;
+        FileServer server(&report, static_cast<unsigned short>(std::atoi(argv[1])));
+        server.AddSites(argv[2]);
+        server.Start();
+        std::printf("%d\n", server.GetPort());
+        std::fflush(stdout);
+        while (std::getchar() != EOF)
+        {}
+    }
+    catch (QZException* e)
+    {
+        std::fprintf(stderr, "http_files: failure %lld\n", static_cast<long long>(e->GetCode()));
+        QZExceptionFactory::Recycle(&e);
+        code = 1;
+    }
+    QZLibDispose();
+    return code;
+}

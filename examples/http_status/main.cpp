@@ -1,0 +1,135 @@
+// Tells the state of the running server as JSON: a page table with two pages, one of them behind a key.
+//
+//     http_status PORT KEY
+//
+// GET /status is for everyone, GET /clients?key=KEY for those who know the key. Port 0 takes a free one. The
+// server tells its port and ends when its input does.
+
+#include <qzlib.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace
+{
+
+class StatusServer;
+
+QZHttpResponse* JsonResponse(QZString* json)
+{
+    QZHttpResponse* response = QZHttpFactory::CreateResponse();
+    response->SetContent(json);
+    QZString line(QZ_W("Content-Type: application/json; charset=utf-8"));
+    QZHttpHeaderCollection* headers = QZHttpFactory::CreateHeaderCollection(&line);
+    response->SetHeader(headers);
+    QZHttpFactory::Recycle(&headers);
+    return response;
+}
+
+class StatusPage : public QZHttpPage
+{
+public:
+    explicit StatusPage(StatusServer* server) : QZHttpPage(QZ_W("/status")), m_server(server) {}
+    QZHttpResponse* ToResponse(QZHttpRequest* request) override;
+
+private:
+    StatusServer* m_server;
+};
+
+class ClientsPage : public QZHttpPage
+{
+public:
+    ClientsPage(StatusServer* server, const char* key)
+        : QZHttpPage(QZ_W("/clients")), m_server(server), m_key(key)
+    {}
+    QZHttpResponse* ToResponse(QZHttpRequest* request) override;
+    QZHttpResponse* Verification(QZHttpRequest* request) override
+    {
+        QZString* key = request->GetUrl()->GetParam(QZ_W("key"));
+        return key != nullptr && m_key.Equals(key) ? nullptr : QZHttpServer::Page401(nullptr);
+    }
+
+private:
+    StatusServer* m_server;
+    QZString m_key;
+};
+
+class StatusServer : public QZHttpServerEngine
+{
+public:
+    StatusServer(QZErrorReport* report, unsigned short port, const char* key)
+        : QZHttpServerEngine(report, port), m_status(this), m_clients(this, key)
+    {
+        m_bindAddress = QZIPAddress(127, 0, 0, 1).GetValue();
+        m_pages.AddPage(&m_status);
+        m_pages.AddPage(&m_clients);
+    }
+    ~StatusServer() override { Shutdown(); }
+
+    void AppendClients(QZString* json)
+    {
+        QZJsonValueCollection* info = GetConnectInfo();
+        QZString* text = QZJsonFactory::SerializeObject(info);
+        json->Append(text);
+        QZJsonFactory::Recycle(&text);
+        Recycle(&info);
+    }
+
+protected:
+    QZHttpResponse* CreatePage(QZHttpRequest* request) override
+    {
+        QZHttpResponse* response = m_pages.ToResponse(request);
+        return response != nullptr ? response : QZHttpServer::Page404(nullptr);
+    }
+
+private:
+    StatusPage m_status;
+    ClientsPage m_clients;
+    // Last, so that it lets its pages go before they end.
+    QZHttpPageContainer m_pages;
+};
+
+QZHttpResponse* StatusPage::ToResponse(QZHttpRequest*)
+{
+    QZString json(QZ_W("{\"connections\":"));
+    json.Append(static_cast<QZInt64>(m_server->ConnectCount()));
+    json.Append(QZ_W(",\"workers\":"));
+    json.Append(static_cast<QZInt64>(m_server->ThreadPoolCount()));
+    json.Append(QZ_W("}"));
+    return JsonResponse(&json);
+}
+
+QZHttpResponse* ClientsPage::ToResponse(QZHttpRequest*)
+{
+    QZString json(QZ_W("{\"clients\":"));
+    m_server->AppendClients(&json);
+    json.Append(QZ_W("}"));
+    return JsonResponse(&json);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 3) return std::fprintf(stderr, "usage: http_status PORT KEY\n"), 2;
+    QZLibInit();
+    int code = 0;
+    try
+    {
+        QZErrorReport report;
+        StatusServer server(&report, static_cast<unsigned short>(std::atoi(argv[1])), argv[2]);
+        server.Start();
+        std::printf("%d\n", server.GetPort());
+        std::fflush(stdout);
+        while (std::getchar() != EOF)
+        {}
+    }
+    catch (QZException* e)
+    {
+        std::fprintf(stderr, "http_status: failure %lld\n", static_cast<long long>(e->GetCode()));
+        QZExceptionFactory::Recycle(&e);
+        code = 1;
+    }
+    QZLibDispose();
+    return code;
+}
