@@ -181,7 +181,7 @@ private:
     QZInt64 ListAddresses(QZInt64 code, QZInt64 address, QZCollection* collection);
     QZInt64 AppendRecord(QZInt64 hd, QZInt64 kind);
     QZInt64 PutContent(QZInt64 address, QZInt64 field, const void* buffer, QZInt64 length);
-    QZInt64 PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffer, QZInt64 length, QZInt64* written);
+    QZInt64 PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffer, QZInt64 length);
     QZInt64 FieldForWriting(QZInt64 fields, QZInt64 field);
     QZInt64 ContentSlot(QZInt64 address, QZInt64 field);
     bool FieldSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* slots);

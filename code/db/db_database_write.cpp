@@ -158,12 +158,11 @@ QZInt64 QZDatabase::PutContent(QZInt64 address, QZInt64 field, const void* buffe
 {
     DATA* data = m_objects->Data();
     QZInt64 answer = -1;
-    QZInt64 written = ~length;
     switch (m_objects->Repair()->TypeOf(This, address))
     {
         case QZDatabaseInfo::DATA_LD:
             if (field < 1 || m_objects->Read()->ReadLD(This, address, QZDatabaseInfo::LD_LDS) == 0) return 0;
-            answer = PutFieldContent(address, field, buffer, length, &written);
+            answer = PutFieldContent(address, field, buffer, length);
             break;
         case QZDatabaseInfo::DATA_PD:
             if (field == QZDatabaseInfo::PD_DATA) answer = data->PutTextPD(address, buffer, length);
@@ -178,30 +177,17 @@ QZInt64 QZDatabase::PutContent(QZInt64 address, QZInt64 field, const void* buffe
         Record(QZDatabaseInfo::BAD_PARAMETER);
         return -1;
     }
-    // The answer stays that of the pointer write; a length that did not arrive shows as last error.
-    if (written != length && G_C_L(address, field) != length) Record(QZDatabaseInfo::WRITE_FAILED);
+    // The answer stays that of the pointer write; a length that did not arrive shows as last error. It is
+    // looked for anew: in a damaged file the write itself may have put the field out of reach.
+    if (G_C_L(address, field) != length) Record(QZDatabaseInfo::WRITE_FAILED);
     return answer;
 }
 
-/// Missing fields up to `field` are made first, empty ones. 0 when a write is refused. *written is the length
-/// that the field then has, where it is known without looking for the field again.
-QZInt64 QZDatabase::PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffer, QZInt64 length,
-                                    QZInt64* written)
+/// Missing fields up to `field` are made first, empty ones. 0 when a write is refused.
+QZInt64 QZDatabase::PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffer, QZInt64 length)
 {
     const QZInt64 cd = FieldForWriting(m_objects->Read()->ReadLD(This, ld, QZDatabaseInfo::LD_LDS), field);
-    if (cd == 0) return 0;
-    const QZInt64 answer = m_objects->Data()->PutTextCD(cd, buffer, length);
-    if (answer != 1) return answer;
-    try
-    {
-        *written = m_objects->Chars()->Length(QZDbAt(cd, 3 * m_objects->Address()->Length() + 1));
-    }
-    catch (QZException* e)
-    {
-        // The caller looks again and records what it finds.
-        QZExceptionFactory::Recycle(&e);
-    }
-    return answer;
+    return cd == 0 ? 0 : m_objects->Data()->PutTextCD(cd, buffer, length);
 }
 
 /// The CD of a field, made with those in front of it where there is none. 0 when that is refused.

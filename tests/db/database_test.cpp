@@ -796,6 +796,18 @@ TEST_F(Database, AFieldWhoseLogFindsNoRoomIsNotInTheList)
     EXPECT_EQ(m_channel->G_CN(ld, Info::LD_LDS_COUNT, 0), 0);
 }
 
+TEST_F(Database, AFieldThatItsOwnWritingPutsOutOfReachCountsAsFailed)
+{
+    Fresh();
+    const QZInt64 ld = m_channel->P_D(m_channel->G_TA(4), Info::DATA_LD);
+    // The selector of another record: taken, and it breaks this one as soon as there is a field.
+    EXPECT_EQ(m_channel->P_A(ld, Info::PD_LD_A, ld), 1);
+    EXPECT_EQ(m_channel->G_T(Info::ADDRESS_MARK_THIS, ld), Info::DATA_LD);
+    EXPECT_EQ(Errors([&] { EXPECT_EQ(Put(ld, 6, "abc"), 1); }), 2);
+    EXPECT_EQ(m_channel->G_LE(), Info::WRITE_FAILED);
+    EXPECT_EQ(m_channel->G_C_L(ld, 6), -1);
+}
+
 TEST_F(Database, WritesThatSucceedAreThereAfterReopening)
 {
     Fresh();
