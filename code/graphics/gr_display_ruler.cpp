@@ -181,7 +181,7 @@ void QZLinearGraph::ReplaceMark(QZString* key, QZShape* shape)
     std::unique_ptr<QZShape> fresh(shape);
     QZShape* old = m_marks->MarkGet(key);
     m_marks->MarkSet(key, shape);
-    fresh.release();
+    static_cast<void>(fresh.release());
     delete old;
 }
 

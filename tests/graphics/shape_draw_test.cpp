@@ -134,6 +134,23 @@ TEST_F(ShapeText, ALineEndGoesDownByTheLinesHeightAnd3)
     EXPECT_EQ(TextPoints(0, 0, {kTall, '\r', '\n', kDot}), (Points{{2, 4}, {1, 1}, {1, 12}}));
 }
 
+TEST_F(ShapeText, OfTheBuiltInFontTheSecondLineIs11RowsLower)
+{
+    QZString both("A\r\nB");
+    QZString second("B");
+    ASSERT_EQ(QZLattice(0, 0, 'A').GetSize()->GetHeight(), 8);
+    QZShape first;
+    QZLattice letter(0, 0, 'A');
+    first.Add(&letter);
+    QZShape expected;
+    expected.Add(0, 8 + 3, &second);
+    QZShape shape;
+    shape.Add(0, 0, &both);
+    Points points = PointsOf(first);
+    for (const auto& point : PointsOf(expected)) points.push_back(point);
+    EXPECT_EQ(PointsOf(shape), points);
+}
+
 TEST_F(ShapeText, EveryLineBehindCountsForTheHeight)
 {
     // y of the second line: 1 + 3 = 4, of the third 4 + 8 + 3 = 15: its own dot stands at centre 15 + 4.

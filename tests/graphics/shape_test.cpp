@@ -5,8 +5,7 @@
 #include <vector>
 
 #include "../fw/assert_watch.h"
-#include "fw/fw_string.h"
-#include "graphics/gr_lattice.h"
+#include "support/qz_hooks.h"
 #include "support/qz_test.h"
 
 namespace
@@ -656,6 +655,26 @@ TEST(Shape, AnAssignedShapeSharesItsParts)
     EXPECT_EQ(PointsOf(shared), (Points{{1, 0}, {2, 0}}));
     EXPECT_EQ(PointsOf(assigned), (Points{{1, 0}, {2, 0}}));
     EXPECT_EQ(AreaOf(assigned), (Area{1, 0, 2, 1}));
+}
+
+TEST(Shape, WithoutMemoryAFigureThrowsAndTheShapeStays)
+{
+    QZShape shape;
+    shape.Add(0x0000000100000001ULL);
+    QZLine line(0, 0, 100000, 50000);
+    QZRectangle rectangle(0, 0, 300, 300);
+    rectangle.Fill = 1;
+    for (int i = 0; i < 2; ++i)
+    {
+        qztest::Hooks hooks;
+        QZLastError = 0;
+        hooks.Fail(os::Op::Allocate, 0);
+        EXPECT_QZ_THROW(i == 0 ? shape.Add(&line) : shape.Add(&rectangle), 4352);
+    }
+    QZLastError = 0;
+    EXPECT_EQ(PointsOf(shape), (Points{{1, 1}}));
+    shape.Add(&rectangle);
+    EXPECT_EQ(shape.GetPoints()->Count(), 90001);
 }
 
 TEST(Shape, ALongLineRunsFromTheAxisOn)
