@@ -241,7 +241,8 @@ void QZHttpConnect::BufferReset()
     m_cache->NewSize(0);
     m_cacheSize.store(0, std::memory_order_relaxed);
     m_cacheCount = 0;
-    m_handle->Received = 0;
+    // The next receive is under way already.
+    std::atomic_ref<QZUInt32>(m_handle->Received).store(0, std::memory_order_relaxed);
     std::atomic_ref<QZUInt32>(m_handle->Offset).store(0, std::memory_order_relaxed);
 }
 

@@ -173,7 +173,8 @@ Outcome Complete(QZUInt64 token, PortCompletion* completion)
     slot->block = nullptr;
     completion->Key = slot->key;
     completion->Bytes = count < 0 ? 0 : static_cast<QZUInt32>(count);
-    block->Received = completion->Bytes;
+    // Its owner may reset the note at any time.
+    std::atomic_ref<QZUInt32>(block->Received).store(completion->Bytes, std::memory_order_relaxed);
     return count < 0 ? Outcome::Broken : Outcome::Received;
 }
 
