@@ -152,7 +152,8 @@ QZObjectCache* QZJsonFactory::CacheOf(QZJsonValue* value)
 void QZJsonFactory::GiveBack(QZJsonValue* value)
 {
     QZObjectCache* cache = CacheOf(value);
-    QZJsonAccess::ClearText(value);
+    // A locked value is refused by its cache and keeps its text.
+    if (value->IsDisposable()) QZJsonAccess::ClearText(value);
     QZObject* object = value;
     cache->In(&object);
 }

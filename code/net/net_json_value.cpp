@@ -62,7 +62,14 @@ QZJsonValue::QZJsonValue(const QZJsonValue& other) : QZObject(other) { *this = o
 QZJsonValue& QZJsonValue::operator=(const QZJsonValue& other)
 {
     if (this == &other) return *this;
+    const QZUInt64 key = QZObject::GetObjectID();
     QZObject::operator=(other);
+    if (m_string)
+    {
+        // The id came along, and the string is locked under it.
+        m_string->SetDisposable(key, 1);
+        m_string->SetDisposable(QZObject::GetObjectID(), 0);
+    }
     QZJsonAccess::SetText(this, QZJsonAccess::TextOf(const_cast<QZJsonValue*>(&other)));
     return *this;
 }

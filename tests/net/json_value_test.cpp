@@ -209,6 +209,24 @@ TEST(JsonValue, CopiesShareTheirPartsWithTheirSource)
     QZJsonFactory::Recycle(&object);
 }
 
+TEST(JsonValue, AnAssignedValueKeepsItsOwnStringLocked)
+{
+    AssertCount asserts;
+    QZJsonString* source = QZJsonFactory::CreateString("new");
+    QZJsonString* target = QZJsonFactory::CreateString("old");
+    {
+        QZJsonString copy(*target);
+        QZString* own = copy.Val();
+        copy = *source;
+        EXPECT_EQ(copy.Val(), own);
+        EXPECT_QZ_TEXT(own, "new");
+        EXPECT_FALSE(own->IsDisposable());
+    }
+    EXPECT_EQ(asserts.Count(), 0);
+    QZJsonFactory::Recycle(&source);
+    QZJsonFactory::Recycle(&target);
+}
+
 TEST(JsonFactory, RecyclingTheRootGivesBackTheWholeTree)
 {
     QZJsonFactory::Collect(0);
@@ -244,6 +262,7 @@ TEST(JsonFactory, ALockedValueIsNotTakenBack)
     list->Push(inside);
     EXPECT_QZ_THROW(QZJsonFactory::Recycle(&inside), 1280);
     EXPECT_NE(inside, nullptr);
+    EXPECT_EQ(Taken(list->ToString()), "[1]");
     QZJsonFactory::Recycle(&list);
 }
 
