@@ -28,6 +28,35 @@ bool ContainsLower(Text text, std::string_view ascii)
     return false;
 }
 
+/// A header or cookie fresh out of its cache, which goes back unless a collection takes it.
+template <typename T>
+class Fresh
+{
+public:
+    explicit Fresh(T* object) : m_object(object) {}
+    ~Fresh()
+    {
+        if (m_object) QZHttpFactory::Recycle(&m_object);
+    }
+    Fresh(const Fresh&) = delete;
+    Fresh& operator=(const Fresh&) = delete;
+
+    T* Get() const { return m_object; }
+    T* operator->() const { return m_object; }
+
+    /// To the collection's end, locked.
+    template <typename Collection>
+    void Enter(Collection* collection)
+    {
+        collection->Push(m_object);
+        Own(m_object, collection->GetObjectID());
+        m_object = nullptr;
+    }
+
+private:
+    T* m_object;
+};
+
 /// What follows the first piece of a cookie's text.
 void ReadAttribute(QZHttpCookie* cookie, Text name, Text value)
 {
@@ -148,19 +177,16 @@ void AddHeader(QZHttpHeaderCollection* headers, Text line)
 {
     const QZInt64 colon = line.Find(':');
     if (colon < 1 || line.Front(colon).Trimmed().IsEmpty()) return;
-    QZHttpHeader* header = QZHttpFactory::CreateHeader();
-    ReadHeader(header, line);
-    headers->Push(header);
-    Own(header, headers->GetObjectID());
+    Fresh<QZHttpHeader> header(QZHttpFactory::CreateHeader());
+    ReadHeader(header.Get(), line);
+    header.Enter(headers);
 }
 
 void AddCookie(QZHttpCookieCollection* cookies, Text text, bool nameless)
 {
-    QZHttpCookie* cookie = QZHttpFactory::CreateCookie();
-    ReadCookie(cookie, text);
-    if (!nameless && cookie->GetName()->GetSize() == 0) return QZHttpFactory::Recycle(&cookie);
-    cookies->Push(cookie);
-    Own(cookie, cookies->GetObjectID());
+    Fresh<QZHttpCookie> cookie(QZHttpFactory::CreateCookie());
+    ReadCookie(cookie.Get(), text);
+    if (nameless || cookie->GetName()->GetSize() > 0) cookie.Enter(cookies);
 }
 
 QZHttpHeader* FindHeader(QZHttpHeaderCollection* headers, Text name)
@@ -192,15 +218,11 @@ bool RemoveHeader(QZHttpHeaderCollection* headers, Text name)
 
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, Text value)
 {
-    QZHttpHeader* header = FindHeader(headers, name);
-    if (!header)
-    {
-        header = QZHttpFactory::CreateHeader();
-        Assign(header->GetName(), name);
-        headers->Push(header);
-        Own(header, headers->GetObjectID());
-    }
+    if (QZHttpHeader* present = FindHeader(headers, name)) return Assign(present->GetValue(), value);
+    Fresh<QZHttpHeader> header(QZHttpFactory::CreateHeader());
+    Assign(header->GetName(), name);
     Assign(header->GetValue(), value);
+    header.Enter(headers);
 }
 
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, QZInt64 value)
@@ -223,15 +245,11 @@ QZHttpCookie* FindCookie(QZHttpCookieCollection* cookies, Text name)
 
 void SetCookieValue(QZHttpCookieCollection* cookies, Text name, Text value)
 {
-    QZHttpCookie* cookie = FindCookie(cookies, name);
-    if (!cookie)
-    {
-        cookie = QZHttpFactory::CreateCookie();
-        Assign(cookie->GetName(), name);
-        cookies->Push(cookie);
-        Own(cookie, cookies->GetObjectID());
-    }
+    if (QZHttpCookie* present = FindCookie(cookies, name)) return Assign(present->GetValue(), value);
+    Fresh<QZHttpCookie> cookie(QZHttpFactory::CreateCookie());
+    Assign(cookie->GetName(), name);
     Assign(cookie->GetValue(), value);
+    cookie.Enter(cookies);
 }
 
 void SetCookieValue(QZHttpCookieCollection* cookies, Text name, QZInt64 value)

@@ -3,6 +3,7 @@
 #include "net/net_http_cache.h"
 #include "net/net_http_internal.h"
 #include "net/net_json.h"
+#include "support/qz_hooks.h"
 
 namespace
 {
@@ -372,6 +373,25 @@ TEST(HttpHeaderCollection, UnlocksWhatLeavesIt)
     EXPECT_EQ(headers->Count(), 0);
     EXPECT_QZ_THROW(headers->Pop(), QZExceptionCode::MemoryInaccessible);
     EXPECT_QZ_THROW(headers->RemoveElement(0), QZExceptionCode::MemoryInaccessible);
+}
+
+TEST(HttpHeaderCollection, AHeaderThatFindsNoMemoryDoesNotEnter)
+{
+    Held<QZHttpHeaderCollection> headers(QZHttpFactory::CreateHeaderCollection());
+    const qztest::Text large = qztest::Wide(std::string(100000, 'x'));
+    {
+        // One that is idle needs memory for its value alone.
+        const Held<QZHttpHeader> idle(QZHttpFactory::CreateHeader());
+    }
+    {
+        qztest::Hooks hooks;
+        hooks.Fail(os::Op::Allocate, 12);
+        EXPECT_QZ_THROW(http::SetHeaderValue(headers.Get(), QZ_W("A"), large.c_str()),
+                        QZExceptionCode::OutOfMemory);
+    }
+    EXPECT_EQ(headers->Count(), 0);
+    http::SetHeaderValue(headers.Get(), QZ_W("A"), large.c_str());
+    EXPECT_EQ(headers->GetHeadersSize(), 200002);
 }
 
 TEST(HttpHeaderCollection, IsSearchedByNameIgnoringCase)
