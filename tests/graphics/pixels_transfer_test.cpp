@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "../fw/assert_watch.h"
 #include "fw/fw_library.h"
 #include "graphics/gr_pixels.h"
@@ -75,6 +77,76 @@ TEST(PixelTransfer, BlendWeighsByTheSourcesAlpha)
     EXPECT_TRUE(block->Paste(0, 0, source.get(), 0));
     // Even full alpha comes out one short where a byte rises, and no alpha at all takes one off the target's.
     EXPECT_EQ(PixelsOf(block), (Rows{{0x9F7F7F60, 0xFF000203, 0x3F123456, 0xFF00FE00, 0xFEFEFEFE}}));
+}
+
+/// One pixel over another, byte by byte.
+unsigned int BlendByBytes(unsigned int target, unsigned int source)
+{
+    const int alpha = static_cast<int>(source >> 24);
+    unsigned int result = 0;
+    for (int shift = 0; shift < 24; shift += 8)
+    {
+        const int d = static_cast<int>((target >> shift) % 256);
+        const int s = static_cast<int>((source >> shift) % 256);
+        result |= static_cast<unsigned int>((alpha * (s - d) + d * 256) / 256) << shift;
+    }
+    const int below = static_cast<int>(target >> 24);
+    return result | static_cast<unsigned int>(alpha + (255 - alpha) * below / 256) << 24;
+}
+
+TEST(PixelTransfer, BlendIsTheSameForEveryAlphaAndPair)
+{
+    for (unsigned int alpha = 0; alpha < 256; ++alpha)
+    {
+        QZPixelBlock block(52, 52);
+        QZPixelBlock source(52, 52);
+        auto* d = static_cast<unsigned int*>(block.GetPointer());
+        auto* s = static_cast<unsigned int*>(source.GetPointer());
+        std::vector<unsigned int> expected;
+        for (unsigned int i = 0; i < 52 * 52; ++i)
+        {
+            const unsigned int below = i % 52 * 5;
+            const unsigned int above = i / 52 * 5;
+            d[i] = below << 24 | (255 - below) << 16 | below << 8 | below;
+            s[i] = alpha << 24 | above << 16 | (255 - above) << 8 | above;
+            expected.push_back(BlendByBytes(d[i], s[i]));
+        }
+        ASSERT_TRUE(block.Paste(0, 0, &source, 0));
+        ASSERT_EQ(std::memcmp(d, expected.data(), expected.size() * 4), 0) << "alpha " << alpha;
+    }
+}
+
+TEST(PixelTransfer, RowsOfAnyLengthAreBlendedToTheirEnds)
+{
+    for (int width = 1; width <= 35; ++width)
+    {
+        QZPixelBlock block(40, 1);
+        block.Fill(0x11223344);
+        QZPixelBlock source(width, 1);
+        source.Fill(0x80FFFFFF);
+        ASSERT_TRUE(block.Paste(3, 0, &source, 0));
+        for (int x = 0; x < 40; ++x)
+        {
+            const bool covered = x >= 3 && x < 3 + width;
+            ASSERT_EQ(block.GetPixel(x, 0), covered ? 0x889099A1U : 0x11223344U) << width << " " << x;
+        }
+    }
+}
+
+TEST(PixelTransfer, ABlockBlendedIntoItselfReadsWhatIsBlendedAlready)
+{
+    Rows rows{{}};
+    for (unsigned int x = 0; x < 20; ++x) rows[0].push_back(0x80000000U | x * 12);
+    auto block = BlockOf(rows);
+    auto& row = rows[0];
+    // From right to left: a place further left takes what its right neighbour has become.
+    for (int x = 18; x >= 0; --x) row[x] = BlendByBytes(row[x], row[x + 1]);
+    const QZRectangle area(0, 0, 19, 1);
+    const QZSize size(20, 1);
+    const auto* pixels = static_cast<const unsigned int*>(block->GetPointer());
+    // The same pixels seen from one place further on.
+    EXPECT_TRUE(block->Paste(&area, &size, pixels + 1, 0));
+    EXPECT_EQ(PixelsOf(block), rows);
 }
 
 TEST(PixelTransfer, ABlockPastedIntoItselfMoves)
