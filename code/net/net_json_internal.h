@@ -23,7 +23,7 @@ public:
     JsonAttributes(const JsonAttributes&) = delete;
     JsonAttributes& operator=(const JsonAttributes&) = delete;
     /// Deletes the values that nobody else has locked.
-    ~JsonAttributes();
+    ~JsonAttributes() override;
 
     QZInt64 Count() const { return static_cast<QZInt64>(m_entries.size()); }
 
