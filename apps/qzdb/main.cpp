@@ -21,6 +21,8 @@ int main(int argc, char** argv)
 {
     UseBinaryStreams();
     QZLibInit();
+    // Killed at any moment, a file keeps what the last sync left.
+    QZFileBuffer::AtomicSync = 1;
     const qzdb::Console console{stdin, stdout, stderr, isatty(2) != 0};
     const int code = qzdb::RunTool(qzdb::Arguments(argv + 1, argv + argc), console);
     QZLibDispose();

@@ -4,7 +4,7 @@
 #include "fw/fw_exception_code.h"
 #include "fw/fw_memory.h"
 #include "fw/fw_trace.h"
-#include "os/os_buffer.h"
+#include "os/os_buffer_walk.h"
 #include "os/os_file.h"
 
 const QZInt64 QZBlock::Type;
@@ -186,24 +186,6 @@ void QZBlock::Release()
     m_behind = 0;
     m_contentEnd = 0;
     m_changed = 0;
-}
-
-template <typename Action>
-void QZBlock::ForEachChange(Action action)
-{
-    auto changed = [this](QZInt64 page) { return (m_pages[page >> 6] >> (page & 63) & 1) != 0; };
-    QZInt64 page = (m_contentEnd + (1LL << PageShift) - 1) >> PageShift;
-    while (page > 0)
-    {
-        if (!changed(page - 1))
-        {
-            --page;
-            continue;
-        }
-        const QZInt64 to = page << PageShift;
-        while (page > 0 && changed(page - 1)) --page;
-        action(page << PageShift, to < m_contentEnd ? to : m_contentEnd);
-    }
 }
 
 QZFileBlock::QZFileBlock(QZFile* file) : m_file(file) {}

@@ -11,6 +11,7 @@
 #include "fw/fw_library.h"
 #include "fw/fw_memory.h"
 #include "fw/fw_trace.h"
+#include "os/os_buffer_walk.h"
 
 const QZInt64 QZBuffer::Type;
 const QZInt64 QZBuffer::BlockSize512K;
@@ -216,7 +217,7 @@ void QZBuffer::RemoveBlock()
     {
         QZBlock* block = LeastUsed();
         if (!block) break;
-        block->WriteBack();
+        WriteBackLeaving(block);
         if (!block->IsReleasable()) break;
         CloseWindow(block);
         m_blocks->RemoveElement(block);
@@ -270,22 +271,10 @@ QZBool QZBuffer::Collect()
 
 void QZBuffer::WriteBackAll()
 {
-    // Downwards through the file: a process that dies half-way has written what was appended, and not yet the
-    // fields further up that make it count.
-    QZInt64 done = INT64_MAX;
-    for (;;)
-    {
-        QZBlock* highest = nullptr;
-        for (QZBlock* block = FirstBlock(m_blocks); block; block = NextBlock(block))
-        {
-            if (!block->IsChanged() || block->GetOffset() >= done) continue;
-            if (!highest || block->GetOffset() > highest->GetOffset()) highest = block;
-        }
-        if (!highest) return;
-        highest->WriteBack();
-        done = highest->GetOffset();
-    }
+    ForEachChangedBlock([](QZBlock* block) { block->WriteBack(); });
 }
+
+void QZBuffer::WriteBackLeaving(QZBlock* block) { block->WriteBack(); }
 
 QZInt64 QZBuffer::GetContentEnd() const
 {

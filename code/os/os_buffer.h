@@ -9,6 +9,7 @@ class QZContainer;
 class QZData;
 class QZFile;
 class QZString;
+class SyncFile;
 
 /// One block of a paged buffer: a space identifier (its number), the offset of its first byte, its size and
 /// its bytes.
@@ -88,6 +89,7 @@ protected:
 
 private:
     friend class QZBuffer;
+    friend class QZFileBuffer;
 
     /// Stretches have this many bytes; every block size is a multiple of it.
     static constexpr int StretchShift = 12;
@@ -254,7 +256,14 @@ protected:
     virtual void Flush();
 
     /// Writes back every changed block in use, highest offset first.
-    void WriteBackAll();
+    virtual void WriteBackAll();
+
+    /// Writes back a block that has to leave.
+    virtual void WriteBackLeaving(QZBlock* block);
+
+    /// Calls action(block) for each changed block in use, highest offset first.
+    template <typename Action>
+    void ForEachChangedBlock(Action action);
 
     /// Deletes all blocks, written or not.
     void DeleteBlocks();
@@ -337,6 +346,13 @@ public:
     /// The least free disk space, in bytes, that a host should leave.
     static const QZInt64 FREEDESKSPACE_MIN = 1048576;
 
+    /// With 1, a file that is opened from then on never holds a part of a sync: Sync first writes what was
+    /// changed to a file beside it, named like it with ".sync" behind, and flushes that; then it writes in
+    /// place, flushes and empties the file beside. Open finishes what it finds complete there. No changed
+    /// byte reaches the file but by a sync: a block that has to leave, Collect and Close make one first.
+    /// With 0, the default, changes are written in place whenever their block leaves.
+    static QZByte AtomicSync;
+
     /// Opens an existing file for reading and writing.
     /// @throws QZIOException  what QZFile::Open throws
     static QZFileBuffer* Open(QZString* path, QZInt64 memoryLimit, QZInt64 blockSize);
@@ -363,10 +379,14 @@ protected:
 
     QZBlock* NewBlock() override;
     void Flush() override;
+    void WriteBackAll() override;
+    void WriteBackLeaving(QZBlock* block) override;
 
 private:
     QZFile* m_file;
     QZString* m_path;
+    /// Null unless syncs are to be whole.
+    SyncFile* m_sync;
 };
 
 #endif

@@ -1,23 +1,30 @@
-#include "os/os_file.h"
+#include <vector>
+
 #include "fw/fw_exception.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_trace.h"
-#include "os/os_buffer.h"
+#include "os/os_buffer_walk.h"
+#include "os/os_file.h"
+#include "os/os_sync_file.h"
 
 const QZInt64 QZFileBuffer::Type;
 const QZInt64 QZFileBuffer::FREEDESKSPACE_MIN;
+QZByte QZFileBuffer::AtomicSync = 0;
 
 QZFileBuffer::QZFileBuffer(QZFile* file, QZString* path, QZInt64 memoryLimit, QZInt64 blockSize)
-    : QZBuffer(memoryLimit, blockSize), m_file(file), m_path(QZStringFactory::CreateString(path))
+    : QZBuffer(memoryLimit, blockSize),
+      m_file(file),
+      m_path(QZStringFactory::CreateString(path)),
+      m_sync(nullptr)
 {}
 
 QZFileBuffer::~QZFileBuffer()
 {
     try
     {
-        WriteBackAll();
+        QZFileBuffer::WriteBackAll();
     }
     catch (QZException* e)
     {
@@ -25,6 +32,7 @@ QZFileBuffer::~QZFileBuffer()
         QZExceptionFactory::Recycle(&e);
     }
     DeleteBlocks();
+    delete m_sync;
     QZFile::Close(&m_file);
     QZStringFactory::Recycle(&m_path);
 }
@@ -34,14 +42,20 @@ QZInt64 QZFileBuffer::GetType() { return Type; }
 QZFileBuffer* QZFileBuffer::Open(QZString* path, QZInt64 memoryLimit, QZInt64 blockSize)
 {
     QZFile* file = nullptr;
+    QZFileBuffer* buffer = nullptr;
     try
     {
         file = QZFile::Open(path);
-        return new QZFileBuffer(file, path, memoryLimit, blockSize);
+        buffer = new QZFileBuffer(file, path, memoryLimit, blockSize);
+        if (AtomicSync) buffer->m_sync = new SyncFile(path, file);
+        return buffer;
     }
     catch (QZException* e)
     {
-        if (file) QZFile::Close(&file);
+        if (buffer)
+            delete buffer;
+        else if (file)
+            QZFile::Close(&file);
         QZTrace(e, QZ_W("QZFileBuffer"), QZ_W("Open"))
             .Argument(QZ_W("QZString*"), path)
             .Argument(QZ_W("QZInt64"), memoryLimit)
@@ -84,4 +98,34 @@ QZData* QZFileBuffer::ReadAll() { return Read(0, GetFileSize()); }
 
 QZBlock* QZFileBuffer::NewBlock() { return new QZFileBlock(m_file); }
 
-void QZFileBuffer::Flush() { m_file->Sync(); }
+void QZFileBuffer::Flush()
+{
+    // A whole sync is flushed as it is written.
+    if (!m_sync) m_file->Sync();
+}
+
+void QZFileBuffer::WriteBackLeaving(QZBlock* block)
+{
+    if (!m_sync)
+        block->WriteBack();
+    else if (block->IsChanged())
+        WriteBackAll();
+}
+
+void QZFileBuffer::WriteBackAll()
+{
+    if (!m_sync) return QZBuffer::WriteBackAll();
+    // What an earlier sync could not finish comes first: the file beside is still its only whole copy.
+    if (m_sync->IsHolding()) m_sync->Apply();
+    std::vector<SyncFile::Run> runs;
+    ForEachChangedBlock([&runs](QZBlock* block) {
+        block->ForEachChange([&runs, block](QZInt64 from, QZInt64 to) {
+            runs.push_back({block->GetOffset() + from, block->Bytes() + from, to - from});
+        });
+    });
+    if (runs.empty()) return;
+    m_sync->Hold(runs);
+    QZBuffer::WriteBackAll();
+    m_file->Sync();
+    m_sync->Release();
+}
