@@ -66,7 +66,7 @@ class AtomicSyncOn
 {
 public:
     AtomicSyncOn() { QZFileBuffer::AtomicSync = 1; }
-    ~AtomicSyncOn() { QZFileBuffer::AtomicSync = 1; }
+    ~AtomicSyncOn() { QZFileBuffer::AtomicSync = 0; }
 };
 
 /// A file, the buffer over it, and what a reader must find in it after whatever happened.
