@@ -107,7 +107,7 @@ QZHttpServerEngine::QZHttpServerEngine(long long efficiency, QZErrorReport* repo
       m_handle(-1),
       m_statusLock(nullptr),
       m_status(Status::HttpServerInitialized),
-      m_accepting(false)
+      m_threads(0)
 {
     MakeParts();
     try
@@ -156,6 +156,7 @@ void QZHttpServerEngine::MakePort(QZInt64 efficiency)
     }
     for (QZInt64 i = 0; i < m_workerCount; ++i)
     {
+        ++m_threads;
         const QZInt64 thread = QZThread::Create(
             &QZHttpServerEngine::WorkThread, reinterpret_cast<void*>(static_cast<std::intptr_t>(port)), this);
         if (thread != 0)
@@ -164,6 +165,7 @@ void QZHttpServerEngine::MakePort(QZInt64 efficiency)
             continue;
         }
         QZException* failure = SystemFailure(QZ_W("Create of work thread failed"));
+        --m_threads;
         // Those that were made are the group.
         QZCriticalGuard guard(m_statusLock);
         m_workerCount = i;
@@ -206,11 +208,11 @@ void QZHttpServerEngine::Start()
     if (!os::SocketListen(m_listen, kBacklog)) throw StartFailure(QZ_W("listen failed with error"));
     QZUInt32 address = 0;
     if (m_port == 0) os::SocketLocalName(m_listen, &address, &m_port);
-    m_accepting.store(true);
+    ++m_threads;
     const QZInt64 thread = QZThread::Create(&QZHttpServerEngine::AcceptThread, this);
     if (thread == 0)
     {
-        m_accepting.store(false);
+        --m_threads;
         throw SystemFailure(QZ_W("Create of accept thread failed"));
     }
     QZThread::Close(thread);
@@ -280,8 +282,8 @@ bool QZHttpServerEngine::ThreadsHaveEnded()
     QZCriticalGuard guard(m_statusLock);
     const QZInt64 work = m_workStatus.load();
     const QZInt64 accept = m_acceptStatus.load();
-    // The accepting thread may have been made and not yet have said so.
-    if (m_accepting.load()) return false;
+    // A thread may have been made and not yet have said so.
+    if (m_threads.load() != 0) return false;
     return work == ThreadStatus::Init ||
            (work == ThreadStatus::Abort && (accept == ThreadStatus::Abort || accept == ThreadStatus::Init));
 }

@@ -247,8 +247,8 @@ private:
     QZInt64 m_handle;
     QZCriticalSection* m_statusLock;
     std::atomic<QZInt64> m_status;
-    /// From the making of the accepting thread to its last look at the engine.
-    std::atomic<bool> m_accepting;
+    /// Threads of the engine, each from its making to its last look at the engine.
+    std::atomic<int> m_threads;
 };
 
 #endif

@@ -33,7 +33,7 @@ void QZHttpServerEngine::AcceptThread(void* engine)
     QZHttpServerEngine* self = static_cast<QZHttpServerEngine*>(engine);
     self->AcceptLoop();
     // The engine may go from here on.
-    self->m_accepting.store(false);
+    --self->m_threads;
 }
 
 void QZHttpServerEngine::AcceptLoop()
@@ -154,7 +154,9 @@ void QZHttpServerEngine::Welcome(QZInt64 id, QZUInt32 address, QZUInt16 port)
 
 void QZHttpServerEngine::WorkThread(void* port, void* engine)
 {
-    static_cast<QZHttpServerEngine*>(engine)->WorkLoop(reinterpret_cast<std::intptr_t>(port));
+    QZHttpServerEngine* self = static_cast<QZHttpServerEngine*>(engine);
+    self->WorkLoop(reinterpret_cast<std::intptr_t>(port));
+    --self->m_threads;
 }
 
 void QZHttpServerEngine::WorkBegin()

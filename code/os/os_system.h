@@ -352,7 +352,7 @@ bool PortClose(QZInt64 port);
 /// Once in the life of a socket.
 bool PortAssociate(QZInt64 port, QZInt64 socket, QZInt64 key);
 /// Starts a receive on an associated socket. The block stays the platform's until the completion came, or
-/// until the socket is closed: then no completion of it is to be counted on.
+/// until the socket is closed: then nothing more is told of it.
 bool PortReceive(QZInt64 socket, PortBlock* block);
 /// The next completion. False with *completion as it was on time-out and for a closed port; false with Key
 /// and 0 Bytes for a receive that failed.
@@ -474,8 +474,8 @@ bool WorkingDirectorySet(const QZWChar* path);
 bool ComputerName(QZWChar* name, QZInt64 capacity);
 /// The first IPv4 address of this host's own name, in network order as it lies in memory.
 bool LocalAddress(QZUInt32* address);
-/// The first IPv4 address of a host by its UTF-8 name, in network order as it lies in memory. On failure false
-/// and the system's text of it in *failure, given back with ErrorTextFree; null where it has none.
+/// The first IPv4 address of a host by its UTF-8 name, in network order as it lies in memory. On failure
+/// false and the system's text of it in *failure, given back with ErrorTextFree; null where it has none.
 bool HostAddress(const char* name, QZUInt32* address, QZWChar** failure);
 
 // ---- Processes

@@ -2,11 +2,12 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
 
-#include "os/os_system.h"
+#include "os/os_system_port_windows.h"
 
 namespace os
 {
@@ -58,7 +59,47 @@ std::shared_ptr<Port> PortOf(QZInt64 handle, int waiters)
     return found->second;
 }
 
+/// The sockets that are associated, by handle. Handles have 32 significant bits; the upper half of the
+/// system's key tells the sockets apart that had one handle one after another.
+struct SocketTable
+{
+    struct Entry
+    {
+        QZUInt32 turn;
+        QZInt64 key;
+    };
+
+    std::mutex lock;
+    std::unordered_map<QZUInt32, Entry> sockets;
+    QZUInt32 next = 1;
+};
+
+SocketTable& Sockets()
+{
+    static SocketTable* table = new SocketTable;
+    return *table;
+}
+
+/// The key of the socket that a completion is from; false when that is closed.
+bool KeyOf(ULONG_PTR system, QZInt64* key)
+{
+    SocketTable& table = Sockets();
+    std::lock_guard<std::mutex> guard(table.lock);
+    auto found = table.sockets.find(static_cast<QZUInt32>(system));
+    if (found == table.sockets.end() || found->second.turn != static_cast<QZUInt32>(system >> 32))
+        return false;
+    *key = found->second.key;
+    return true;
+}
+
 }  // namespace
+
+void PortDetach(QZInt64 socket)
+{
+    SocketTable& table = Sockets();
+    std::lock_guard<std::mutex> guard(table.lock);
+    table.sockets.erase(static_cast<QZUInt32>(socket));
+}
 
 QZInt64 PortOpen(int concurrency)
 {
@@ -98,8 +139,16 @@ bool PortAssociate(QZInt64 handle, QZInt64 socket, QZInt64 key)
 {
     if (!Gate(Op::Port)) return false;
     std::shared_ptr<Port> port = PortOf(handle, 0);
-    return port != nullptr && CreateIoCompletionPort(reinterpret_cast<HANDLE>(socket), port->handle,
-                                                     static_cast<ULONG_PTR>(key), 0) != nullptr;
+    if (port == nullptr) return false;
+    SocketTable& table = Sockets();
+    std::lock_guard<std::mutex> guard(table.lock);
+    const QZUInt32 number = static_cast<QZUInt32>(socket);
+    const QZUInt32 turn = table.next++;
+    const ULONG_PTR system = static_cast<ULONG_PTR>(turn) << 32 | number;
+    if (CreateIoCompletionPort(reinterpret_cast<HANDLE>(socket), port->handle, system, 0) == nullptr)
+        return false;
+    table.sockets.insert_or_assign(number, SocketTable::Entry{turn, key});
+    return true;
 }
 
 bool PortReceive(QZInt64 socket, PortBlock* block)
@@ -115,15 +164,27 @@ bool PortWait(QZInt64 handle, QZUInt32 milliseconds, PortCompletion* completion)
 {
     std::shared_ptr<Port> port = PortOf(handle, 1);
     if (port == nullptr) return false;
-    DWORD bytes = 0;
-    ULONG_PTR key = 0;
-    OVERLAPPED* block = nullptr;
-    const bool done = GetQueuedCompletionStatus(port->handle, &bytes, &key, &block, milliseconds) != 0;
-    --port->waiters;
-    if (block == nullptr && (!done || port->closed)) return false;
-    completion->Key = static_cast<QZInt64>(key);
-    completion->Bytes = done ? bytes : 0;
-    return done;
+    const QZInt64 end = MonotonicMicros() + static_cast<QZInt64>(milliseconds) * 1000;
+    QZInt64 left = milliseconds;
+    for (;;)
+    {
+        DWORD bytes = 0;
+        ULONG_PTR system = 0;
+        OVERLAPPED* block = nullptr;
+        const bool done =
+            GetQueuedCompletionStatus(port->handle, &bytes, &system, &block, static_cast<DWORD>(left)) != 0;
+        const bool stale = block != nullptr && !KeyOf(system, &completion->Key);
+        if (stale && !port->closed)
+        {
+            left = std::max<QZInt64>((end - MonotonicMicros()) / 1000, 0);
+            continue;
+        }
+        --port->waiters;
+        if (stale || (block == nullptr && (!done || port->closed))) return false;
+        if (block == nullptr) completion->Key = 0;
+        completion->Bytes = done ? bytes : 0;
+        return done;
+    }
 }
 
 bool PortPost(QZInt64 handle)

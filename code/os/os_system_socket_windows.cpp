@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <climits>
 
-#include "os/os_system.h"
+#include "os/os_system_port_windows.h"
 
 namespace os
 {
@@ -54,6 +54,7 @@ QZInt64 SocketOpen(SocketKind kind)
 
 bool SocketClose(QZInt64 socket)
 {
+    PortDetach(socket);
     if (closesocket(ToSocket(socket)) != 0) return false;
     Notify(Event::HandleClose, socket);
     return true;

@@ -341,7 +341,6 @@ TEST(HttpConnection, ACompleteRequestStartsTheBlocksPlacesAnew)
 TEST(HttpConnection, ClientIdAndAddressGoToTheRequestToo)
 {
     Connection connect;
-    EXPECT_EQ(connect->GetClientID(), 0);
     connect->SetClientID(4711);
     EXPECT_EQ(connect->GetClientID(), 4711);
     connect->SetIP(0x0100007F, 0x5000);
