@@ -70,13 +70,15 @@ struct Row
     {
         Comparison,
         Figure,
-        Growth
+        Growth,
+        Rate
     };
     Kind kind;
     std::string name;
     std::string ours;
     std::string other;
     double goal;
+    std::string counter = {};
 };
 
 std::vector<Row>& Rows()
@@ -211,6 +213,18 @@ void PrintRow(const Reporter& reporter, const Row& row)
                                          : "NO");
             return;
         }
+        case Row::Kind::Rate:
+        {
+            const double ours = reporter.Figure(row.ours, row.counter);
+            const double peer = reporter.Figure(row.other, row.counter);
+            const double ratio = peer > 0 ? ours / peer : 0;
+            PrintRow(row.name, Number(ours), peer > 0 ? Number(peer) : "-", peer > 0 ? Number(ratio) : "-",
+                     row.goal > 0 && peer > 0 ? ">= " + Number(row.goal) : "-",
+                     row.goal <= 0 || peer <= 0 ? ""
+                     : ratio >= row.goal        ? "yes"
+                                                : "NO");
+            return;
+        }
         case Row::Kind::Growth:
         {
             if (!reporter.Has(row.other)) return;
@@ -253,6 +267,12 @@ void Limit(const std::string& name, const std::string& benchmark, const std::str
 void Growth(const std::string& name, const std::string& small, const std::string& large, double limit)
 {
     Rows().push_back({Row::Kind::Growth, name, small, large, limit});
+}
+
+void Rate(const std::string& name, const std::string& counter, const std::string& ours,
+          const std::string& peer, double goal)
+{
+    Rows().push_back({Row::Kind::Rate, name, ours, peer, goal, counter});
 }
 
 std::uint64_t Allocations() { return g_allocations.load(std::memory_order_relaxed); }

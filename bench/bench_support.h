@@ -27,6 +27,11 @@ void Limit(const std::string& name, const std::string& benchmark, const std::str
 /// shall not exceed `limit`; 0 is no limit.
 void Growth(const std::string& name, const std::string& small, const std::string& large, double limit);
 
+/// A row of a counter of which more is better, "bytes_per_second" for one: ours, the peer's, and ours by the
+/// peer's. A goal of 0 is none; an empty peer leaves that column out.
+void Rate(const std::string& name, const std::string& counter, const std::string& ours,
+          const std::string& peer, double goal = 0);
+
 /// Allocations of the process since it began: every call of malloc, calloc and realloc, whoever made it.
 std::uint64_t Allocations();
 
