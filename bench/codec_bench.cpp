@@ -68,7 +68,7 @@ Bitmap Desktop()
     std::mt19937 random(1);
     Bitmap bitmap = Blank("desktop", 1280, 800, 0);
     for (int y = 0; y < bitmap.height; ++y)
-        bitmap.Fill(0, y, bitmap.width, 1, 0xFF003050u + static_cast<QZUInt32>(y / 8));
+        bitmap.Fill(0, y, bitmap.width, 1, 0xFF103050u + static_cast<QZUInt32>(y / 8));
     const int windows[3][4] = {{60, 40, 700, 500}, {400, 200, 820, 540}, {30, 560, 340, 200}};
     for (const auto& [x, y, w, h] : windows)
     {
@@ -268,8 +268,8 @@ bool ComesBack(const Bitmap& bitmap, bool tiled)
     QZCompression codec;
     try
     {
-        codec.BitmapBitsDecompress32(buffer.data(),
-                                     codec.BitmapBitsCompress32(bitmap.width, bitmap.height, buffer.data(), tiled));
+        codec.BitmapBitsDecompress32(
+            buffer.data(), codec.BitmapBitsCompress32(bitmap.width, bitmap.height, buffer.data(), tiled));
         return true;
     }
     catch (QZException* e)

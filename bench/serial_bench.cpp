@@ -153,11 +153,9 @@ int main(int argc, char** argv)
     benchmark::RegisterBenchmark("Terminal", OnATerminal)->UseRealTime();
     benchmark::RegisterBenchmark("Bare", BareCalls)->UseRealTime();
     benchmark::RegisterBenchmark("Memory", InMemory)->UseRealTime();
-    qzbench::Rate("exchanges per second / bare system calls", "items_per_second", "Terminal",
-                  "Bare");
+    qzbench::Rate("exchanges per second / bare system calls", "items_per_second", "Terminal", "Bare");
     qzbench::Compare("an exchange / bare system calls", "Terminal", "Bare");
     qzbench::Limit("an exchange, the library alone", "Memory", "", 0);
-    qzbench::Compare("the library's part of an exchange (ratio: 1 by the share)", "Memory",
-                     "Terminal", 10);
+    qzbench::Compare("the library's part of an exchange (ratio: 1 by the share)", "Memory", "Terminal", 10);
     return qzbench::Main(argc, argv);
 }

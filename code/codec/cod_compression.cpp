@@ -1,6 +1,8 @@
 #include "codec/cod_compression.h"
 
 #include "codec/cod_compression_format.h"
+#include "codec/cod_compression_planes.h"
+#include "codec/cod_compression_sound.h"
 
 using namespace compression;
 
@@ -11,6 +13,9 @@ constexpr QZInt64 PlaneHead = 8;
 constexpr QZUInt32 BitmapPlanes = 4;
 constexpr QZUInt32 BitmapTile = 8;
 constexpr QZInt64 PixelSize = 4;
+/// What a buffer of four planes has beside its bytes: the head, and the head with the marker.
+constexpr QZInt64 FourHead = PlaneHead * BitmapPlanes + MarkerSize;
+constexpr QZInt64 FourRest = FourHead + MarkerSize;
 
 void PutWord(QZByte* buffer, QZInt64 offset, QZInt64 value)
 {
@@ -18,6 +23,39 @@ void PutWord(QZByte* buffer, QZInt64 offset, QZInt64 value)
 }
 
 QZInt64 GetWord(const QZByte* buffer, QZInt64 offset) { return QZLoad<QZUInt32>(QZAt(buffer, offset)); }
+
+/// Writes the planes of a source with their head and marker; how many bytes.
+QZInt64 WriteDivided(QZByte* target, const QZByte* source, QZInt64 size, QZInt64 count)
+{
+    PutWord(target, 0, count);
+    const QZInt64 first = PlaneHead * count + MarkerSize;
+    QZInt64 at = first;
+    for (QZInt64 j = 1; j <= count; ++j)
+    {
+        PutWord(target, PlaneHead * j - 4, at);
+        if (size >= j) at += (size - j) / count + 1;
+        PutWord(target, PlaneHead * j, at - 1);
+    }
+    SplitPlanes(source, size, count, target + first);
+    PutWord(target, at, DividedMarker);
+    return at + MarkerSize;
+}
+
+/// True for a divided buffer of four planes whose head is the one that Divide writes.
+bool IsWholeOfFour(const QZByte* bytes, QZInt64 size)
+{
+    if (size < FourRest || !EndsWith(bytes, static_cast<QZUInt32>(size), DividedMarker)) return false;
+    if (GetWord(bytes, 0) != BitmapPlanes) return false;
+    const QZInt64 source = size - FourRest;
+    QZInt64 at = FourHead;
+    for (QZInt64 j = 1; j <= BitmapPlanes; ++j)
+    {
+        if (GetWord(bytes, PlaneHead * j - 4) != at) return false;
+        at += (source + BitmapPlanes - j) / BitmapPlanes;
+        if (GetWord(bytes, PlaneHead * j) != at - 1) return false;
+    }
+    return true;
+}
 
 }  // namespace
 
@@ -32,16 +70,7 @@ QZULong QZCompression::Divide(unsigned char* buffer, QZULong length, QZULong pla
     const QZInt64 count = planes;
     const Temporary source(size, false, QZ_W("Divide"));
     QZMemCopy(source.Bytes(), buffer, size);
-    PutWord(buffer, 0, count);
-    QZInt64 at = PlaneHead * count + MarkerSize;
-    for (QZInt64 j = 1; j <= count; ++j)
-    {
-        PutWord(buffer, PlaneHead * j - 4, at);
-        for (QZInt64 i = j - 1; i < size; i += count) buffer[at++] = source.Bytes()[i];
-        PutWord(buffer, PlaneHead * j, at - 1);
-    }
-    PutWord(buffer, at, DividedMarker);
-    return static_cast<QZULong>(at + MarkerSize);
+    return static_cast<QZULong>(WriteDivided(buffer, source.Bytes(), size, count));
 }
 
 QZULong QZCompression::UnDivide(unsigned char* buffer, QZULong length)
@@ -58,6 +87,11 @@ QZULong QZCompression::UnDivide(unsigned char* buffer, QZULong length)
     if (result < 0) return 0;
     const Temporary source(size, false, QZ_W("UnDivide"));
     QZMemCopy(source.Bytes(), buffer, size);
+    if (IsWholeOfFour(source.Bytes(), size))
+    {
+        JoinFourPlanes(source.Bytes() + FourHead, result, buffer);
+        return static_cast<QZULong>(result);
+    }
     for (QZInt64 j = 1; j <= count; ++j)
     {
         const QZInt64 first = GetWord(source.Bytes(), PlaneHead * j - 4);
@@ -82,8 +116,38 @@ QZULong QZCompression::BitmapBitsCompress32(QZLong width, QZLong height, unsigne
         PutWord(buffer, pixels, PlainMarker);
         length = pixels + static_cast<QZULong>(MarkerSize);
     }
-    length = Divide(buffer, length, BitmapPlanes);
-    return Compress(buffer, length);
+    return DivideAndCompress(buffer, length);
+}
+
+/// Divide and Compress, with one buffer in between.
+QZULong QZCompression::DivideAndCompress(unsigned char* buffer, QZULong length)
+{
+    const QZInt64 size = QZInt64{length} + FourRest;
+    const Temporary planes(size, false, QZ_W("Divide"));
+    WriteDivided(planes.Bytes(), buffer, length, BitmapPlanes);
+    const QZInt64 written = EncodeTo(buffer, planes.Bytes(), static_cast<QZULong>(size));
+    // What lies behind the stream is what the two stages leave there.
+    if (written < size) QZMemCopy(buffer + written, planes.Bytes() + written, size - written);
+    return static_cast<QZULong>(written);
+}
+
+/// Decompress, and UnDivide where a whole buffer of four planes comes out, with one buffer in between.
+/// Streams that are not sound go the long way.
+QZULong QZCompression::DecompressAndUnDivide(unsigned char* buffer, QZULong length)
+{
+    if (Check(buffer, length) == 0) return Decompress(buffer, length);
+    const QZInt64 room = QZInt64{DecompressGetSourceLength(buffer, length)} + SoundSlack;
+    const Temporary decoded(room, false, QZ_W("Decompress"));
+    const QZInt64 count = DecodeSound(buffer, length, decoded.Bytes());
+    if (!IsWholeOfFour(decoded.Bytes(), count))
+    {
+        QZMemCopy(buffer, decoded.Bytes(), count);
+        return static_cast<QZULong>(count);
+    }
+    const QZInt64 size = count - FourRest;
+    JoinFourPlanes(decoded.Bytes() + FourHead, size, buffer);
+    QZMemCopy(buffer + size, decoded.Bytes() + size, FourRest);
+    return static_cast<QZULong>(size);
 }
 
 QZULong QZCompression::BitmapBitsDecompress32(unsigned char* buffer, QZULong length)
@@ -98,7 +162,7 @@ QZULong QZCompression::BitmapBitsDecompress32(unsigned char* buffer, QZULong len
         }
         else if (EndsWith(buffer, size, CompressedMarker))
         {
-            length = Decompress(buffer, length);
+            length = DecompressAndUnDivide(buffer, length);
         }
         else if (EndsWith(buffer, size, TiledMarker))
         {

@@ -80,6 +80,9 @@ public:
     QZULong BitmapBitsDecompress32(unsigned char* buffer, QZULong length);
 
 private:
+    QZULong DivideAndCompress(unsigned char* buffer, QZULong length);
+    QZULong DecompressAndUnDivide(unsigned char* buffer, QZULong length);
+    QZUInt32 EncodeTo(QZByte* target, const QZByte* source, QZULong length);
     QZUInt32 Encode(QZUInt32 length);
     void WriteRaw(QZUInt32 first, QZUInt32 end);
     void WriteBlock(QZByte tag, QZByte base, QZUInt32 first, QZUInt32 end);

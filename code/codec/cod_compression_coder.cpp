@@ -6,6 +6,8 @@
 
 #include "codec/cod_compression.h"
 #include "codec/cod_compression_format.h"
+#include "codec/cod_compression_group.h"
+#include "codec/cod_compression_sound.h"
 #include "codec/cod_math.h"
 
 using namespace compression;
@@ -13,56 +15,7 @@ using namespace compression;
 namespace
 {
 
-constexpr QZUInt32 GroupLimit = 225;
 constexpr QZInt64 CoderSlack = 64;
-
-/// A run of bytes whose values lie close together.
-struct Group
-{
-    QZUInt32 end;
-    QZUInt32 count = 0;
-    int minimum;
-    int maximum;
-
-    Group(const QZByte* source, QZUInt32 start, QZUInt32 length)
-        : end(start), minimum(source[start]), maximum(source[start])
-    {
-        while (end < length && count < GroupLimit && Takes(source[end]))
-        {
-            minimum = std::min<int>(minimum, source[end]);
-            maximum = std::max<int>(maximum, source[end]);
-            ++end;
-            ++count;
-        }
-    }
-
-    QZByte TagOf() const
-    {
-        QZByte tag = RawTag;
-        if (count > 8) tag = NibbleTag;
-        if (count > 6 && Range() < 4) tag = PairTag;
-        if (count > 5 && Range() == 1) tag = BitTag;
-        if (count > 5 && Range() == 0) tag = FillTag;
-        return tag;
-    }
-
-private:
-    int Range() const { return maximum - minimum; }
-
-    bool IsWithin(int byte, int distance) const
-    {
-        return byte <= minimum + distance && byte >= maximum - distance;
-    }
-
-    /// A group that is long and narrow enough for a smaller tag is not spoilt by a byte that is farther off.
-    bool Takes(int byte) const
-    {
-        if (!IsWithin(byte, 15)) return false;
-        if (Range() < 4 && count >= 7 && !IsWithin(byte, 3)) return false;
-        if (Range() == 1 && count >= 6 && !IsWithin(byte, 1)) return false;
-        return Range() != 0 || count < 6 || IsWithin(byte, 0);
-    }
-};
 
 /// Bytes that follow base and count in a block.
 QZInt64 PackedSize(QZByte tag, QZInt64 count)
@@ -150,6 +103,34 @@ QZInt64 DecodeBlock(const StreamBytes& stream, QZByte tag, QZInt64 position, Out
     return first + PackedSize(tag, count);
 }
 
+/// Takes the base off the first bytes; those behind them stay.
+void Subtract(QZByte* bytes, QZUInt32 count, QZByte base)
+{
+    const __m128i bases = _mm_set1_epi8(static_cast<char>(base));
+    QZUInt32 i = 0;
+    for (; i + 16 <= count; i += 16)
+    {
+        __m128i* lane = reinterpret_cast<__m128i*>(bytes + i);
+        _mm_storeu_si128(lane, _mm_sub_epi8(_mm_loadu_si128(lane), bases));
+    }
+    for (; i < count; ++i) bytes[i] = static_cast<QZByte>(bytes[i] - base);
+}
+
+/// Packs differences of so many bits; how many bytes that gives.
+template <int Width>
+QZUInt32 Pack(const QZByte* differences, QZUInt32 count, QZByte* target)
+{
+    constexpr QZUInt32 InByte = 8 / Width;
+    const QZByte* const start = target;
+    for (QZUInt32 i = 0; i < count; i += InByte)
+    {
+        unsigned sum = 0;
+        for (QZUInt32 j = 0; j + 1 < InByte; ++j) sum += differences[i + j];
+        *target++ = static_cast<QZByte>((sum << Width) + differences[i + InByte - 1]);
+    }
+    return static_cast<QZUInt32>(target - start);
+}
+
 bool IsStream(const void* buffer, QZULong length)
 {
     return length >= static_cast<QZULong>(StreamTrailer) &&
@@ -178,19 +159,18 @@ void QZCompression::WriteDifferences(QZByte tag, QZByte base, QZUInt32 first, QZ
 {
     QZMemCopy(m_scratch, m_source + first, count);
     m_scratch[count] = 0;
-    for (QZUInt32 i = 0; i < count; ++i) m_scratch[i] = static_cast<QZByte>(m_scratch[i] - base);
+    Subtract(m_scratch, count, base);
 
     // Pairs and bits are packed as the sum of all differences but the last, and a last group is filled up
     // with what an earlier block left behind the 0: this is the settled form of the stream, and images in use
     // have it.
-    const int width = WidthOf(tag);
-    const QZUInt32 inByte = static_cast<QZUInt32>(8 / width);
-    for (QZUInt32 i = 0; i < count; i += inByte)
-    {
-        unsigned sum = 0;
-        for (QZUInt32 j = 0; j + 1 < inByte; ++j) sum += m_scratch[i + j];
-        Put(static_cast<QZByte>((sum << width) + m_scratch[i + inByte - 1]));
-    }
+    QZByte* target = m_destination + m_written;
+    if (tag == NibbleTag)
+        m_written += Pack<4>(m_scratch, count, target);
+    else if (tag == PairTag)
+        m_written += Pack<2>(m_scratch, count, target);
+    else
+        m_written += Pack<1>(m_scratch, count, target);
 }
 
 QZUInt32 QZCompression::Encode(QZUInt32 length)
@@ -227,19 +207,25 @@ QZUInt32 QZCompression::Encode(QZUInt32 length)
     return m_written;
 }
 
+QZUInt32 QZCompression::EncodeTo(QZByte* target, const QZByte* source, QZULong length)
+{
+    m_source = source;
+    m_destination = target;
+    const QZUInt32 written = Encode(static_cast<QZUInt32>(length));
+    m_source = nullptr;
+    m_destination = nullptr;
+    QZStore(target + written, QZUInt64{length});
+    QZStore(target + written + sizeof(QZUInt64), CompressedMarker);
+    return written + static_cast<QZUInt32>(StreamTrailer);
+}
+
 QZULong QZCompression::Compress(unsigned char* buffer, QZULong length)
 {
     const QZInt64 size = length;
     const Temporary stream(2 * size + CoderSlack, false, QZ_W("Compress"));
-    m_source = buffer;
-    m_destination = stream.Bytes();
-    const QZInt64 written = Encode(static_cast<QZUInt32>(length));
-    m_source = nullptr;
-    m_destination = nullptr;
+    const QZInt64 written = EncodeTo(stream.Bytes(), buffer, length);
     QZMemCopy(buffer, stream.Bytes(), written);
-    QZStore(buffer + written, static_cast<QZUInt64>(size));
-    QZStore(buffer + written + sizeof(QZUInt64), CompressedMarker);
-    return static_cast<QZULong>(written + StreamTrailer);
+    return static_cast<QZULong>(written);
 }
 
 QZULong QZCompression::DecompressGetSourceLength(const void* buffer, QZULong length)
@@ -259,6 +245,12 @@ QZULong QZCompression::Decompress(unsigned char* buffer, QZULong length)
     const QZInt64 room =
         static_cast<QZInt64>(QZMath::RoundUp(DecompressGetSourceLength(buffer, length), 0x10000)) + 0x10000;
     const Temporary decoded(room, false, QZ_W("Decompress"));
+    if (Check(buffer, length) != 0)
+    {
+        const QZInt64 count = DecodeSound(buffer, length, decoded.Bytes());
+        QZMemCopy(buffer, decoded.Bytes(), count);
+        return static_cast<QZULong>(count);
+    }
     const StreamBytes stream(buffer, length);
     Output output(decoded.Bytes(), room);
     QZInt64 position = 0;
@@ -278,11 +270,12 @@ QZBool QZCompression::Check(const void* buffer, QZULong length)
     const QZInt64 limit = QZInt64{length} - StreamTrailer;
     const QZInt64 stated = QZLoad<QZUInt32>(QZAt(buffer, limit));
     const QZByte* bytes = static_cast<const QZByte*>(buffer);
+    const StreamBytes stream(buffer, length);
     QZInt64 decoded = 0;
     QZInt64 position = 0;
     while (position < limit)
     {
-        const QZByte tag = bytes[position];
+        const QZByte tag = stream.TagAt(position);
         if (tag == EndTag) return 1;
         const QZInt64 head = tag == RawTag ? 2 : 3;
         if (tag != RawTag && tag != FillTag && !IsDifferences(tag)) return 0;

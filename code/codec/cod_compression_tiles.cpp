@@ -1,6 +1,7 @@
 // The tile stage of the codec.
 
 #include <algorithm>
+#include <cstring>
 
 #include "codec/cod_compression.h"
 #include "codec/cod_compression_format.h"
@@ -46,7 +47,8 @@ struct Tiling
         return HasRest() ? width * height : wholeWidth * wholeHeight;
     }
 
-    /// Calls visit(x, y) in the order of the stream until it answers false.
+    /// Calls visit(x, y, count) in the order of the stream, for count pixels of a row at a time, until it
+    /// answers false.
     template <typename Visit>
     void Walk(Visit visit) const
     {
@@ -74,17 +76,24 @@ private:
         {
             for (QZInt64 x = left; x < right; ++x)
                 for (QZInt64 y = top; y < bottom; ++y)
-                    if (!visit(x, y)) return false;
+                    if (!visit(x, y, 1)) return false;
             return true;
         }
         for (QZInt64 y = top; y < bottom; ++y)
-            for (QZInt64 x = left; x < right; ++x)
-                if (!visit(x, y)) return false;
+            if (left < right && !visit(left, y, right - left)) return false;
         return true;
     }
 };
 
-void CopyPixel(QZByte* to, const QZByte* from) { QZStore(to, QZLoad<QZUInt32>(from)); }
+void CopyPixels(QZByte* to, const QZByte* from, QZInt64 count)
+{
+    // The row of a tile of an image in use.
+    if (count == 8)
+        std::memcpy(to, from, 8 * PixelSize);
+    else
+        for (QZInt64 i = 0; i < count; ++i)
+            QZStore(to + i * PixelSize, QZLoad<QZUInt32>(from + i * PixelSize));
+}
 
 }  // namespace
 
@@ -103,9 +112,9 @@ QZULong QZCompression::RectToLine(unsigned char* buffer, QZLong width, QZLong he
     QZStore(line.Bytes() + 4, static_cast<QZInt32>(height));
     QZStore(line.Bytes() + 8, static_cast<QZUInt32>(tile));
     QZInt64 written = HeadSize;
-    tiling.Walk([&](QZInt64 x, QZInt64 y) {
-        CopyPixel(line.Bytes() + written, buffer + (y * tiling.width + x) * PixelSize);
-        written += PixelSize;
+    tiling.Walk([&](QZInt64 x, QZInt64 y, QZInt64 count) {
+        CopyPixels(line.Bytes() + written, buffer + (y * tiling.width + x) * PixelSize, count);
+        written += count * PixelSize;
         return true;
     });
     QZMemCopy(buffer, line.Bytes(), written);
@@ -131,13 +140,14 @@ QZULong QZCompression::LineToRect(unsigned char* buffer, QZULong length)
         static_cast<QZInt64>(QZMath::RoundUp(static_cast<QZUInt64>(imageSize), 0x100000)) + 0x10000;
     const Temporary image(room, true, QZ_W("LineToRect"));
     QZInt64 read = HeadSize;
-    tiling.Walk([&](QZInt64 x, QZInt64 y) {
-        if (read + PixelSize > size) return false;
+    tiling.Walk([&](QZInt64 x, QZInt64 y, QZInt64 count) {
+        const QZInt64 there = std::min(count, (size - read) / PixelSize);
         // A pixel number has to fit before it becomes an offset: sides of a damaged head reach to 2^31.
         const QZInt64 pixel = y * tiling.width + x;
-        if (pixel < room / PixelSize) CopyPixel(image.Bytes() + pixel * PixelSize, buffer + read);
-        read += PixelSize;
-        return true;
+        const QZInt64 fitting = std::clamp<QZInt64>(room / PixelSize - pixel, 0, there);
+        CopyPixels(image.Bytes() + (fitting > 0 ? pixel : 0) * PixelSize, buffer + read, fitting);
+        read += there * PixelSize;
+        return there == count;
     });
     QZMemCopy(buffer, image.Bytes(), imageSize);
     return result;
