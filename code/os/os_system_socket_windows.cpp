@@ -135,7 +135,11 @@ bool SocketLocalName(QZInt64 socket, QZUInt32* address, QZUInt16* port)
 
 bool SocketShutdown(QZInt64 socket, SocketSide side)
 {
-    return shutdown(ToSocket(socket), side == SocketSide::Send ? SD_SEND : SD_BOTH) == 0;
+    if (side == SocketSide::Send) return shutdown(ToSocket(socket), SD_SEND) == 0;
+    const bool done = shutdown(ToSocket(socket), SD_BOTH) == 0;
+    // What waits already does not notice by itself.
+    CancelIoEx(reinterpret_cast<HANDLE>(ToSocket(socket)), nullptr);
+    return done;
 }
 
 bool SocketKeepAlive(QZInt64 socket, QZUInt32 time, QZUInt32 interval)

@@ -396,6 +396,39 @@ TEST_F(HttpEngine, ClientsThatVanishLeaveNothingBehind)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
 }
 
+/// More than the system keeps for a client that does not read.
+QZHttpResponse* EndlessOrSmall(QZHttpRequest* request)
+{
+    static const std::string endless(48 << 20, 'x');
+    return TestServer::Text(request->GetUrl()->GetPath()->Equals(QZ_W("/endless")) ? endless : "small");
+}
+
+TEST_F(HttpEngine, AClientThatDoesNotReadHoldsUpNobodyElse)
+{
+    TestServer& server = Run(EndlessOrSmall);
+    RawClient stuck(PortNumber());
+    ASSERT_TRUE(stuck.Send(Get("/endless")));
+    ASSERT_TRUE(Eventually([&] { return server.ThreadPoolWorkingCount() == 1; }));
+    RawClient other(PortNumber());
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(BodyOf(other.Ask(Get("/"))), "small");
+    EXPECT_GE(server.ThreadPoolWorkingCount(), 1);
+    stuck.Close();
+    EXPECT_TRUE(Eventually([&] { return server.ThreadPoolWorkingCount() == 0; }));
+    EXPECT_TRUE(
+        Eventually([&] { return server.ConnectCount() == 1 && server.ConnectCloseWaitCount() == 0; }));
+}
+
+TEST_F(HttpEngine, AServerThatGoesDoesNotWaitForAClientThatDoesNotRead)
+{
+    TestServer& server = Run(EndlessOrSmall);
+    RawClient stuck(PortNumber());
+    ASSERT_TRUE(stuck.Send(Get("/endless")));
+    ASSERT_TRUE(Eventually([&] { return server.sending == 1; }));
+    os::Sleep(100);
+    m_server.reset();
+    EXPECT_LT(stuck.Receive().size(), std::size_t{48} << 20);
+}
+
 TEST_F(HttpEngine, WithOnePlaceTheSecondClientWaitsForTheFirstToGo)
 {
     TestServer& server = Make();
@@ -405,6 +438,7 @@ TEST_F(HttpEngine, WithOnePlaceTheSecondClientWaitsForTheFirstToGo)
     EXPECT_EQ(BodyOf(first->Ask(Get("/1"))), "GET /1 0");
     RawClient second(PortNumber());
     ASSERT_TRUE(second.Send(Get("/2")));
+    EXPECT_TRUE(Eventually([&] { return server.finished == 1; }));
     os::Sleep(100);
     EXPECT_EQ(server.ConnectCount(), 1);
     EXPECT_EQ(server.finished, 1);
@@ -570,7 +604,7 @@ TEST_F(HttpEngine, SilentConnectionsEndAfterTheirTimes)
     RawClient client(PortNumber());
     client.Ask(Get("/"));
     ASSERT_TRUE(Eventually([&] { return server.finished == 1; }));
-    os::Sleep(20);
+    ASSERT_TRUE(Eventually([&] { return server.ThreadPoolWorkingCount() == 0; }));
     const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
     {
         qztest::Hooks clock;

@@ -82,6 +82,12 @@ public:
         cutOff += request == nullptr && response == nullptr;
     }
 
+    void SendResponse(long long id, QZHttpResponse* response) override
+    {
+        ++sending;
+        QZHttpServerEngine::SendResponse(id, response);
+    }
+
     static QZHttpResponse* Text(std::string_view text)
     {
         QZHttpResponse* response = QZHttpFactory::CreateResponse();
@@ -92,6 +98,7 @@ public:
 
     std::atomic<int> finished{0};
     std::atomic<int> cutOff{0};
+    std::atomic<int> sending{0};
 
 protected:
     QZHttpResponse* CreatePage(QZHttpRequest* request) override
