@@ -1,9 +1,9 @@
 #include "os/os_serial.h"
 
 #include <algorithm>
+#include <new>
 #include <vector>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_trace.h"
@@ -29,6 +29,12 @@ public:
 
 private:
     QZString* m_text;
+};
+
+/// What the port record holds.
+struct PortRecord
+{
+    os::Line* line;
 };
 
 template <typename Name>
@@ -90,7 +96,7 @@ struct QZSerial::Ports
     Ports(const Ports&) = delete;
     Ports& operator=(const Ports&) = delete;
 
-    static os::Line* LineOf(const void* record) { return QZLoad<os::Line*>(record); }
+    static os::Line* LineOf(const void* record) { return static_cast<const PortRecord*>(record)->line; }
 
     static void Release(void* record)
     {
@@ -124,7 +130,7 @@ void QZSerial::Connect(QZString* path, QZInt64 baud)
     // The old record leaves the field before the system is asked, so that a refusal leaves the port closed.
     if (m_ports->open != nullptr) m_ports->left.push_back(m_ports->open);
     m_ports->open = nullptr;
-    void* record = QZMemory::CreateBuffer(sizeof(os::Line*));
+    void* record = QZMemory::CreateBuffer(sizeof(PortRecord));
     if (record == nullptr)
         throw TracedConnect(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
                             path, baud);
@@ -136,8 +142,7 @@ void QZSerial::Connect(QZString* path, QZInt64 baud)
         throw TracedConnect(QZExceptionFactory::CreateIOException(QZIOExceptionCode::DeviceOpenFailed, error),
                             path, baud);
     }
-    QZStore(record, line);
-    m_ports->open = record;
+    m_ports->open = new (record) PortRecord{line};
 
     // The speed is looked at only now: hosts see a wrong one touch the port.
     if (std::find(std::begin(kSpeeds), std::end(kSpeeds), baud) == std::end(kSpeeds))
