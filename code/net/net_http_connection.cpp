@@ -90,7 +90,8 @@ QZHttpConnect::QZHttpConnect()
       m_socketOpen(false),
       m_serial(0),
       m_pieces(0),
-      m_turn(0)
+      m_turn(0),
+      m_place(0)
 {
     MemAlloc(sizeof(os::PortBlock));
     const QZUInt64 key = QZObject::GetObjectID();
@@ -421,7 +422,8 @@ QZHttpConnectCollection::QZHttpConnectCollection()
     : m_freeTime(DefaultFreeConnectKeepAliveTime),
       m_list(new QZList<QZHttpConnect>()),
       m_lock(new QZCriticalSection()),
-      m_count(0)
+      m_count(0),
+      m_index{}
 {}
 
 QZHttpConnectCollection::~QZHttpConnectCollection()
@@ -432,11 +434,31 @@ QZHttpConnectCollection::~QZHttpConnectCollection()
 
 QZInt64 QZHttpConnectCollection::GetType() { return 0x831001B; }
 
-void QZHttpConnectCollection::NoteCount() { m_count.store(m_list->Count(), std::memory_order_relaxed); }
+int QZHttpConnectCollection::PlaceOf(QZInt64 id)
+{
+    // Handles are small numbers, on some systems multiples of 4: neither shares places.
+    return static_cast<int>((id ^ id >> 2) & (kPlaces - 1));
+}
+
+/// Both under the lock, with the connection just put into the list or just taken out of it.
+void QZHttpConnectCollection::Enter(QZHttpConnect* connect)
+{
+    connect->m_place = PlaceOf(connect->GetClientID());
+    m_index[connect->m_place] = connect;
+    m_count.store(m_list->Count(), std::memory_order_relaxed);
+}
+
+void QZHttpConnectCollection::Leave(QZHttpConnect* connect)
+{
+    if (m_index[connect->m_place] == connect) m_index[connect->m_place] = nullptr;
+    m_count.store(m_list->Count(), std::memory_order_relaxed);
+}
 
 QZHttpConnect* QZHttpConnectCollection::Find(long long id)
 {
-    QZHttpConnect* connect = m_list->GetFirst();
+    QZHttpConnect* connect = m_index[PlaceOf(id)];
+    if (connect != nullptr && connect->GetClientID() == id) return connect;
+    connect = m_list->GetFirst();
     while (connect != nullptr && connect->GetClientID() != id)
         connect = static_cast<QZHttpConnect*>(connect->LinkNext());
     return connect;
@@ -450,7 +472,7 @@ unsigned char QZHttpConnectCollection::EnQueue(QZHttpConnect* connect)
     QZCriticalGuard guard(m_lock);
     if (IsConnectExists(connect->GetClientID())) return 0;
     m_list->EnQueue(connect);
-    NoteCount();
+    Enter(connect);
     return 1;
 }
 
@@ -465,7 +487,7 @@ QZHttpConnect* QZHttpConnectCollection::DeQueue()
     if (m_count.load(std::memory_order_relaxed) == 0) return nullptr;
     QZCriticalGuard guard(m_lock);
     QZHttpConnect* connect = m_list->DeQueue();
-    NoteCount();
+    if (connect != nullptr) Leave(connect);
     return connect;
 }
 
@@ -490,7 +512,7 @@ QZHttpConnect* QZHttpConnectCollection::PopFreeConnect(unsigned char checkTime)
     {
         if (!mayGo(connect)) continue;
         m_list->RemoveElement(connect);
-        NoteCount();
+        Leave(connect);
         return connect;
     }
     return nullptr;
@@ -525,7 +547,7 @@ bool QZHttpConnectCollection::TakeOut(QZHttpConnect* connect)
 {
     QZCriticalGuard guard(m_lock);
     const bool there = m_list->RemoveElement(connect) != 0;
-    NoteCount();
+    if (there) Leave(connect);
     return there;
 }
 
