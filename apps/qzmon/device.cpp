@@ -1,0 +1,133 @@
+#include "device.h"
+
+#include <charconv>
+
+namespace qzmon
+{
+
+namespace
+{
+
+/// Milliseconds for one answer byte.
+constexpr int kTimeout = 1000;
+
+/// The double of the digits that a float is written with, so that 1.1 stays 1.1.
+double Widen(float value)
+{
+    char text[64];
+    const std::to_chars_result end = std::to_chars(text, text + sizeof text, value);
+    double wide = 0;
+    return ParseNumber(std::string(text, end.ptr), &wide) ? wide : static_cast<double>(value);
+}
+
+}  // namespace
+
+void Device::Connect(const std::string& port, QZInt64 baud)
+{
+    const std::lock_guard<std::recursive_mutex> guard(m_lock);
+    Disconnect();
+    m_device = new QZSerialDevice();
+    try
+    {
+        QZString path = Text(port);
+        m_device->SetTimeout(kTimeout);
+        m_device->Connect(&path, baud);
+        m_names.clear();
+        for (int i = 0; i < m_channels; ++i)
+        {
+            QZString* key = m_device->GetKey(i);
+            std::string name = Utf8(key);
+            QZSerialDevice::Recycle(&key);
+            name = name.substr(0, name.find('\0'));
+            m_names.push_back(name.empty() ? "CH" + std::to_string(i + 1) : name);
+        }
+        m_title = Utf8(m_device->GetModel()) + ", serial " + Utf8(m_device->GetSN()) + ", version " +
+                  Utf8(m_device->GetVersion()) + ", on " + port;
+    }
+    catch (QZException*)
+    {
+        Disconnect();
+        throw;
+    }
+}
+
+void Device::Disconnect()
+{
+    const std::lock_guard<std::recursive_mutex> guard(m_lock);
+    if (m_device == nullptr) return;
+    QZSerialDevice* device = m_device;
+    m_device = nullptr;
+    try
+    {
+        device->Close();
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+    }
+    delete device;
+}
+
+bool Device::IsConnected()
+{
+    const std::lock_guard<std::recursive_mutex> guard(m_lock);
+    return m_device != nullptr;
+}
+
+std::vector<std::string> Device::Names()
+{
+    const std::lock_guard<std::recursive_mutex> guard(m_lock);
+    return m_names;
+}
+
+std::string Device::Title()
+{
+    const std::lock_guard<std::recursive_mutex> guard(m_lock);
+    return m_title;
+}
+
+template <typename Work>
+auto Device::Use(Work work)
+{
+    const std::lock_guard<std::recursive_mutex> guard(m_lock);
+    if (m_device == nullptr) throw Failure{503, "The device is not connected."};
+    try
+    {
+        return work();
+    }
+    catch (QZException*)
+    {
+        Disconnect();
+        throw;
+    }
+}
+
+std::vector<double> Device::Read()
+{
+    return Use([this] {
+        std::vector<double> values;
+        for (int i = 0; i < m_channels; ++i) values.push_back(Widen(m_device->GetValue(i)));
+        return values;
+    });
+}
+
+std::vector<Correction> Device::ReadCorrections()
+{
+    return Use([this] {
+        std::vector<Correction> all;
+        for (int i = 0; i < m_channels; ++i)
+            all.push_back({Widen(m_device->GetIncremental(i)), Widen(m_device->GetMagnification(i))});
+        return all;
+    });
+}
+
+void Device::Write(int channel, const Correction& correction)
+{
+    Use([&] {
+        m_device->SetIncremental(channel, static_cast<float>(correction.offset));
+        m_device->SetMagnification(channel, static_cast<float>(correction.gain));
+        m_device->Sync();
+    });
+}
+
+}  // namespace qzmon

@@ -1,0 +1,51 @@
+#ifndef QZLIB_APPS_QZMON_DEVICE_H
+#define QZLIB_APPS_QZMON_DEVICE_H
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "simulator.h"
+#include "text.h"
+
+namespace qzmon
+{
+
+/// The controller at the end of a serial line. Any thread; one operation at a time. Operations throw what
+/// QZSerialDevice throws, and the line is then closed.
+class Device
+{
+public:
+    explicit Device(int channels) : m_channels(channels) {}
+    ~Device() { Disconnect(); }
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+
+    void Connect(const std::string& port, QZInt64 baud);
+    void Disconnect();
+    bool IsConnected();
+
+    /// The channels' names, known since the connection.
+    std::vector<std::string> Names();
+    /// "SIM4 monitor, serial SN000001, version 2.41 on /dev/pts/3"
+    std::string Title();
+
+    std::vector<double> Read();
+    std::vector<Correction> ReadCorrections();
+    /// Failure 503 without a connection.
+    void Write(int channel, const Correction& correction);
+
+private:
+    template <typename Work>
+    auto Use(Work work);
+
+    const int m_channels;
+    std::recursive_mutex m_lock;
+    QZSerialDevice* m_device = nullptr;
+    std::vector<std::string> m_names;
+    std::string m_title;
+};
+
+}  // namespace qzmon
+
+#endif

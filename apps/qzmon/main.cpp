@@ -1,0 +1,179 @@
+// qzmon: reads an instrument controller, stores what it measures, and shows it in a browser.
+
+#include <atomic>
+#include <cstdio>
+
+#include "monitor.h"
+#include "platform.h"
+#include "server.h"
+
+namespace
+{
+
+using qzmon::Failure;
+
+std::atomic<bool> g_stop{false};
+
+const char kHelp[] =
+    "usage: qzmon [OPTION...]\n"
+    "Reads an instrument controller, stores what it measures, and shows it in a browser.\n"
+    "\n"
+    "  --data FOLDER    where database, settings and log are kept (your folder for data)\n"
+    "  --port LINE      the controller's serial line (a simulator, which starts by itself)\n"
+    "  --baud N         its speed (115200)\n"
+    "  --http PORT      where the page is served, 0 for any free port (8650)\n"
+    "  --bind ADDRESS   the address to listen on (127.0.0.1); others than loopback ask for a token\n"
+    "  --for SECONDS    stop after that time\n"
+    "  --help           this text\n"
+    "\n"
+    "Ctrl+C and SIGTERM stop it with everything written. The settings are in qzmon.ini in the folder.\n";
+
+struct Options
+{
+    std::string data = qzmon::UserDataFolder();
+    std::string port;
+    std::string baud;
+    std::string http;
+    std::string bind;
+    double seconds = 0;
+    bool help = false;
+};
+
+Options ParseOptions(int argc, char** argv)
+{
+    Options options;
+    const std::pair<const char*, std::string*> texts[] = {{"--data", &options.data},
+                                                          {"--port", &options.port},
+                                                          {"--baud", &options.baud},
+                                                          {"--http", &options.http},
+                                                          {"--bind", &options.bind}};
+    for (int i = 1; i < argc; ++i)
+    {
+        const std::string option = argv[i];
+        if (option == "--help")
+        {
+            options.help = true;
+            continue;
+        }
+        if (i + 1 == argc) throw Failure{2, option + " is no option, or wants a value; see qzmon --help"};
+        const std::string value = argv[++i];
+        bool known = false;
+        for (const auto& [name, target] : texts)
+        {
+            if (option != name) continue;
+            *target = value;
+            known = true;
+        }
+        if (option == "--for") known = qzmon::ParseNumber(value, &options.seconds) && options.seconds > 0;
+        if (!known) throw Failure{2, option + " " + value + ": not understood; see qzmon --help"};
+    }
+    return options;
+}
+
+/// A number of the command line, or of the settings.
+QZInt64 Choose(const std::string& text, qzmon::Settings* settings, const char* name, QZInt64 most)
+{
+    if (text.empty()) return settings->Number(name);
+    QZInt64 value = 0;
+    if (!qzmon::ParseInteger(text, &value) || value < 0 || value > most)
+        throw Failure{2, "\"" + text + "\" is no number from 0 to " + std::to_string(most)};
+    return value;
+}
+
+std::string MakeToken(qzmon::Settings* settings)
+{
+    std::string token = settings->Get("http-token");
+    if (token.size() >= 16) return token;
+    token = qzmon::RandomToken();
+    if (token.empty()) throw Failure{1, "the system has no random numbers for a token"};
+    settings->Put("http-token", token);
+    return token;
+}
+
+void EnterFolder(const std::string& folder)
+{
+    QZString path = qzmon::Text(folder);
+    QZFileDirectory::Create(&path);
+    QZEnvironment::SetCurrentWorkingDirectory(&path);
+    if (!qzmon::TakeLock("qzmon.lock"))
+        throw Failure{1, folder + " is in use by another qzmon; name another one with --data"};
+}
+
+void Say(const std::string& line)
+{
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+}
+
+void Serve(const Options& options)
+{
+    EnterFolder(options.data);
+    qzmon::Settings settings("qzmon.ini");
+    qzmon::Session session;
+    session.line = options.port.empty() ? settings.Get("serial-line") : options.port;
+    session.baud = Choose(options.baud, &settings, "baud", 10000000);
+    const QZInt64 port = Choose(options.http, &settings, "http-port", 65535);
+    const std::string bind = options.bind.empty() ? settings.Get("http-bind") : options.bind;
+    const bool loopback = bind.rfind("127.", 0) == 0;
+    const std::string token = loopback ? std::string() : MakeToken(&settings);
+
+    qzmon::Monitor monitor(&settings, session);
+    Say(monitor.Start());
+    {
+        qzmon::LogReport report(&monitor, "HTTP server");
+        qzmon::Server server(&monitor, &report, bind, static_cast<QZUInt16>(port), token);
+        server.Start();
+        const std::string address = "http://" + (bind == "0.0.0.0" ? std::string("127.0.0.1") : bind) + ":" +
+                                    std::to_string(server.GetPort()) + "/" +
+                                    (token.empty() ? std::string() : "?token=" + token);
+        Say("Open " + address);
+        monitor.Log("The page is served at " + bind + ":" + std::to_string(server.GetPort()) +
+                    (token.empty() ? "" : ", with the token"));
+        const QZUInt64 start = QZEnvironment::GetTickCount();
+        constexpr int kLook = 50;
+        while (!g_stop)
+        {
+            QZThread::Sleep(kLook);
+            if (options.seconds > 0 &&
+                static_cast<double>(QZEnvironment::GetTickCount() - start) >= options.seconds * 1000)
+                break;
+        }
+    }
+    const qzmon::StoreFigures figures = monitor.GetStore().Figures();
+    monitor.Stop();
+    Say("Stopped, " + std::to_string(figures.samples) + " samples are stored.");
+}
+
+int Run(int argc, char** argv)
+{
+    try
+    {
+        const Options options = ParseOptions(argc, argv);
+        if (options.help)
+            std::fputs(kHelp, stdout);
+        else
+            Serve(options);
+        return 0;
+    }
+    catch (const Failure& failure)
+    {
+        std::fprintf(stderr, "qzmon: %s\n", failure.text.c_str());
+        return failure.status == 2 ? 2 : 1;
+    }
+    catch (QZException* e)
+    {
+        std::fprintf(stderr, "qzmon: %s\n", qzmon::TakeMessage(e).c_str());
+        return 1;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    qzmon::CatchSignals(&g_stop);
+    QZLibInit();
+    const int code = Run(argc, argv);
+    QZLibDispose();
+    return code;
+}

@@ -1,0 +1,127 @@
+#ifndef QZLIB_APPS_QZMON_MONITOR_H
+#define QZLIB_APPS_QZMON_MONITOR_H
+
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "device.h"
+#include "settings.h"
+#include "store.h"
+
+namespace qzmon
+{
+
+struct Channel
+{
+    std::string name;
+    Correction correction;
+};
+
+/// Where the controller is; the simulator for an empty line.
+struct Session
+{
+    std::string line;
+    QZInt64 baud = 115200;
+};
+
+/// What the page shows at the top.
+struct Status
+{
+    bool connected = false;
+    bool simulated = false;
+    bool plugged = true;
+    std::string device;
+    /// Why there is no device; empty otherwise.
+    std::string trouble;
+    QZInt64 lostCount = 0;
+    QZInt64 samples = 0;
+    std::vector<Channel> channels;
+};
+
+class Monitor;
+
+/// Takes failures that have no caller to the log.
+class LogReport : public QZErrorReport
+{
+public:
+    LogReport(Monitor* monitor, const char* source) : m_monitor(monitor), m_source(source) {}
+
+    using QZErrorReport::Report;
+    void Report(QZException* exception) override;
+
+private:
+    Monitor* m_monitor;
+    const char* m_source;
+};
+
+/// The monitor itself: reads the controller on one scheduler, keeps house (syncs, snapshots) on another, and
+/// offers what the page needs. Works in the current folder: qzmon.qzd, Log, LastRecord. Any thread.
+class Monitor
+{
+public:
+    Monitor(Settings* settings, Session session);
+    ~Monitor();
+    Monitor(const Monitor&) = delete;
+    Monitor& operator=(const Monitor&) = delete;
+
+    /// Opens the database and begins. @return what was found, in one line
+    std::string Start();
+    void Stop();
+
+    Status GetStatus();
+    /// Samples of the last so many seconds.
+    std::vector<Sample> Recent(QZInt64 seconds);
+    /// The latest sample; its time is 0 without one.
+    Sample Latest();
+
+    void SetCorrection(int channel, const Correction& correction);
+    Snapshot TakeSnapshot(const std::string& label);
+    void Restore(QZInt64 id);
+    void Plug(bool plugged);
+    void ChangeSetting(const std::string& name, const std::string& value);
+
+    Settings& GetSettings() { return *m_settings; }
+    Store& GetStore() { return m_store; }
+
+    /// Writes to the day's log.
+    void Log(const std::string& text);
+    /// The last entries of the day's log, the latest first: time and text.
+    std::vector<std::pair<std::string, std::string>> LogEntries(std::size_t count);
+
+private:
+    class Task;
+
+    void SampleStep();
+    void SyncStep();
+    void SnapshotStep();
+    void Connect();
+    void Lost(const std::string& why);
+    void FillRecent();
+
+    Settings* m_settings;
+    const Session m_session;
+    std::unique_ptr<LogReport> m_report;
+    QZLog* m_log = nullptr;
+    Store m_store;
+    std::unique_ptr<Simulator> m_simulator;
+    Device m_device;
+
+    std::mutex m_lock;
+    Status m_status;
+    std::deque<Sample> m_recent;
+    bool m_sendCorrections = false;
+    QZUInt64 m_nextTry = 0;
+    bool m_storeFailed = false;
+
+    std::unique_ptr<Task> m_sampleTask;
+    std::unique_ptr<Task> m_syncTask;
+    std::unique_ptr<Task> m_snapshotTask;
+    std::unique_ptr<QZTaskScheduler> m_sampling;
+    std::unique_ptr<QZTaskScheduler> m_house;
+};
+
+}  // namespace qzmon
+
+#endif

@@ -1,0 +1,87 @@
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform.h"
+
+namespace qzmon
+{
+
+namespace
+{
+
+std::atomic<bool>* g_stop = nullptr;
+
+void Stop(int) { g_stop->store(true); }
+
+}  // namespace
+
+std::string UserDataFolder()
+{
+    const char* data = std::getenv("XDG_DATA_HOME");
+    if (data != nullptr && data[0] == '/') return std::string(data) + "/qzmon";
+    const char* home = std::getenv("HOME");
+    return std::string(home != nullptr && *home != 0 ? home : ".") + "/.local/share/qzmon";
+}
+
+void CatchSignals(std::atomic<bool>* stop)
+{
+    g_stop = stop;
+    struct sigaction action = {};
+    action.sa_handler = Stop;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+bool TakeLock(const std::string& path)
+{
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    // A place where nothing can be locked is told about when the first file is made there.
+    if (file < 0) return true;
+    return flock(file, LOCK_EX | LOCK_NB) == 0;
+}
+
+std::string RandomToken()
+{
+    unsigned char bytes[16];
+    if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) return {};
+    std::string text;
+    for (const unsigned char byte : bytes)
+    {
+        text.push_back("0123456789abcdef"[byte >> 4]);
+        text.push_back("0123456789abcdef"[byte & 15]);
+    }
+    return text;
+}
+
+ProcessFigures MeasureProcess()
+{
+    ProcessFigures figures;
+    if (std::FILE* status = std::fopen("/proc/self/status", "re"))
+    {
+        char line[256];
+        while (std::fgets(line, sizeof line, status) != nullptr)
+        {
+            if (std::strncmp(line, "VmRSS:", 6) == 0) figures.memory = std::atoll(line + 6) * 1024;
+            if (std::strncmp(line, "Threads:", 8) == 0) figures.threads = std::atoll(line + 8);
+        }
+        std::fclose(status);
+    }
+    if (DIR* folder = opendir("/proc/self/fd"))
+    {
+        // Without "." and "..", and the folder's own descriptor.
+        figures.descriptors = -3;
+        while (readdir(folder) != nullptr) ++figures.descriptors;
+        closedir(folder);
+    }
+    return figures;
+}
+
+}  // namespace qzmon

@@ -1,0 +1,313 @@
+#include "server.h"
+
+#include <cctype>
+
+namespace qzmon
+{
+
+namespace
+{
+
+std::string Lower(std::string text)
+{
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+std::string HeaderOf(QZHttpRequest* request, const char* name)
+{
+    QZHttpHeaderCollection* headers = request->GetHeaders();
+    for (QZInt64 i = 0; i < headers->Count(); ++i)
+    {
+        QZHttpHeader* header = headers->GetElement(i);
+        if (header->GetName()->Equals(name, 1)) return Utf8(header->GetValue());
+    }
+    return {};
+}
+
+std::string CookieOf(QZHttpRequest* request, const char* name)
+{
+    QZHttpCookieCollection* cookies = request->GetCookies();
+    for (QZInt64 i = 0; i < cookies->Count(); ++i)
+    {
+        QZHttpCookie* cookie = cookies->GetElement(i);
+        if (cookie->GetName()->Equals(name)) return Utf8(cookie->GetValue());
+    }
+    return {};
+}
+
+std::string Decoded(QZString* text)
+{
+    if (text->GetSize() == 0) return {};
+    try
+    {
+        QZString* plain = QZUrl::Decode(text);
+        const std::string result = Utf8(plain);
+        QZUrl::Recycle(&plain);
+        return result;
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+        throw Failure{400, "A parameter of the address is not UTF-8."};
+    }
+}
+
+/// The parameters of the address; of several of one name the last one counts.
+void AddAddress(QZHttpRequest* request, Fields* fields)
+{
+    QZUrl* url = request->GetUrl();
+    QZString* all = url->GetParamString();
+    std::string text = Utf8(all) + "&";
+    QZUrl::Recycle(&all);
+    for (std::size_t at = 0; at < text.size();)
+    {
+        const std::size_t end = text.find('&', at);
+        const std::size_t equal = text.find('=', at);
+        if (equal < end)
+        {
+            QZString value = Text(text.substr(equal + 1, end - equal - 1));
+            (*fields)[text.substr(at, equal - at)] = Decoded(&value);
+        }
+        at = end + 1;
+    }
+}
+
+void AddBody(QZHttpRequest* request, Fields* fields)
+{
+    if (request->GetContent()->GetSize() == 0) return;
+    QZJsonValue* value = nullptr;
+    try
+    {
+        QZString* text = request->GetContentString();
+        try
+        {
+            value = QZJsonFactory::DeserializeObject(text);
+        }
+        catch (QZException*)
+        {
+            request->Recycle(&text);
+            throw;
+        }
+        request->Recycle(&text);
+    }
+    catch (QZException* e)
+    {
+        throw Failure{400, "The body of the request is no JSON: " + TakeMessage(e)};
+    }
+    if (value == nullptr || value->GetType() != QZJsonObject::Type)
+    {
+        if (value != nullptr) QZJsonFactory::Recycle(&value);
+        throw Failure{400, "The body of the request is no JSON object."};
+    }
+    QZJsonObject* object = static_cast<QZJsonObject*>(value);
+    for (QZInt64 i = 0; i < object->AttrCount(); ++i)
+        (*fields)[Utf8(object->GetAttrName(i))] = Utf8(object->GetAttrValue(i)->Val());
+    QZJsonFactory::Recycle(&value);
+}
+
+/// Takes as long for every token of a length.
+bool SameToken(const std::string& a, const std::string& b)
+{
+    if (a.size() != b.size()) return false;
+    unsigned char difference = 0;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        difference = static_cast<unsigned char>(difference | (a[i] ^ b[i]));
+    return difference == 0;
+}
+
+const char* ReasonOf(int status)
+{
+    switch (status)
+    {
+        case 400: return "That request cannot be understood";
+        case 401: return "This monitor asks for its token";
+        case 403: return "That is not allowed from here";
+        case 404: return "There is no such page";
+        case 405: return "That cannot be done with this address";
+        case 409: return "That cannot be done now";
+        case 503: return "The device is not there";
+        default: return "Something went wrong";
+    }
+}
+
+std::string ErrorPage(int status, const std::string& text)
+{
+    std::string page =
+        "<!doctype html><html lang=\"en\"><meta charset=\"utf-8\"><meta name=\"viewport\" "
+        "content=\"width=device-width,initial-scale=1\"><title>" +
+        std::string(ReasonOf(status)) +
+        "</title><link rel=\"stylesheet\" href=\"/monitor.css\"><main class=\"error\"><p class=\"code\">" +
+        std::to_string(status) + "</p><h1>" + ReasonOf(status) + "</h1><p>" + HtmlText(text) + "</p>";
+    if (status == 401)
+        page +=
+            "<form action=\"/\" method=\"get\"><label>Token <input name=\"token\" type=\"password\" "
+            "autocomplete=\"off\" autofocus></label> <button class=\"main\">Open</button></form>";
+    else
+        page += "<p><a class=\"button\" href=\"/\">To the monitor</a></p>";
+    return page + "</main></html>";
+}
+
+}  // namespace
+
+// ---- From a request to an answer
+
+Server::Server(Monitor* monitor, QZErrorReport* report, const std::string& bind, QZUInt16 port,
+               std::string token)
+    : QZHttpServerEngine(report, port),
+      m_monitor(monitor),
+      m_token(std::move(token)),
+      m_start(QZEnvironment::GetTickCount())
+{
+    constexpr QZInt32 kMostClients = 200;
+    constexpr QZInt64 kMostHead = 16384;
+    QZString address = Text(bind);
+    m_bindAddress = QZIPAddress(&address).GetValue();
+    m_maxClient = kMostClients;
+    m_headLimit = kMostHead;
+    GetServerName()->Set("qzmon");
+}
+
+const Server::Route Server::Routes[] = {
+    {"GET", "/", &Server::Page},
+    {"GET", "/monitor.css", &Server::Style},
+    {"GET", "/monitor.js", &Server::Script},
+    {"GET", "/favicon.ico", &Server::Icon},
+    {"GET", "/chart.bmp", &Server::Chart},
+    {"GET", "/ruler.bmp", &Server::Ruler},
+    {"GET", "/api/status", &Server::GetStatusJson},
+    {"GET", "/api/samples", &Server::GetSamples},
+    {"GET", "/api/table", &Server::GetTable},
+    {"GET", "/api/parameters", &Server::GetParameters},
+    {"POST", "/api/parameters", &Server::SetParameter},
+    {"GET", "/api/snapshots", &Server::GetSnapshots},
+    {"POST", "/api/snapshots", &Server::TakeSnapshot},
+    {"GET", "/api/preview", &Server::GetPreview},
+    {"POST", "/api/restore", &Server::Restore},
+    {"GET", "/api/log", &Server::GetLog},
+    {"GET", "/api/figures", &Server::GetFigures},
+    {"GET", "/api/settings", &Server::GetSettings},
+    {"POST", "/api/settings", &Server::SetSetting},
+    {"POST", "/api/simulator", &Server::Plug},
+};
+
+QZHttpResponse* Server::CreatePage(QZHttpRequest* request)
+{
+    const Answer answer = Serve(request);
+    QZHttpResponse* response = QZHttpFactory::CreateResponse();
+    if (answer.status == 302)
+        response->SetStatus("302 Found");
+    else if (answer.status == 409)
+        response->SetStatus("409 Conflict");
+    else
+        response->SetStatus(answer.status);
+    response->SetContent(answer.body.data(), static_cast<QZInt64>(answer.body.size()));
+    QZString lines = Text("Content-Type: " + answer.type +
+                          "\nCache-Control: no-store\nX-Content-Type-Options: nosniff\nX-Frame-Options: DENY"
+                          "\nReferrer-Policy: no-referrer\nContent-Security-Policy: default-src 'none'; "
+                          "script-src 'self'; style-src 'self'; img-src 'self' blob:; connect-src 'self'; "
+                          "form-action 'self'; base-uri 'none'; frame-ancestors 'none'" +
+                          answer.headers);
+    QZHttpHeaderCollection* headers = QZHttpFactory::CreateHeaderCollection(&lines);
+    response->SetHeader(headers);
+    QZHttpFactory::Recycle(&headers);
+    return response;
+}
+
+Server::Answer Server::Serve(QZHttpRequest* request)
+{
+    try
+    {
+        Answer refusal;
+        if (!IsAllowed(request, &refusal)) return refusal;
+        return Dispatch(request);
+    }
+    catch (const Failure& failure)
+    {
+        return ErrorAnswer(request, failure.status, failure.text);
+    }
+    catch (QZException* e)
+    {
+        const std::string text = TakeMessage(e);
+        m_monitor->Log("A request failed: " + text);
+        return ErrorAnswer(request, 500, text);
+    }
+}
+
+Server::Answer Server::ErrorAnswer(QZHttpRequest* request, int status, const std::string& text)
+{
+    Answer answer;
+    answer.status = status;
+    if (Utf8(request->GetUrl()->GetPath()).rfind("/api/", 0) == 0)
+    {
+        answer.body = Json().Open().Add("error", text).Add("status", status).Close().Str();
+    }
+    else
+    {
+        answer.type = "text/html; charset=utf-8";
+        answer.body = ErrorPage(status, text);
+    }
+    return answer;
+}
+
+bool Server::HasToken(QZHttpRequest* request)
+{
+    return SameToken(HeaderOf(request, "X-Token"), m_token) ||
+           SameToken(CookieOf(request, "qzmon-token"), m_token);
+}
+
+bool Server::IsAllowed(QZHttpRequest* request, Answer* answer)
+{
+    const bool changes = request->GetMethod()->Equals("POST", 1) != 0;
+    if (changes && HeaderOf(request, "X-Qzmon").empty())
+    {
+        *answer = ErrorAnswer(request, 403, "A request that changes something needs the header X-Qzmon.");
+        return false;
+    }
+    if (m_token.empty())
+    {
+        // A foreign name that was made to lead here.
+        std::string host = Lower(HeaderOf(request, "Host"));
+        host = host.substr(0, host.rfind(':'));
+        if (host.empty() || host == "localhost" || host.rfind("127.", 0) == 0) return true;
+        *answer = ErrorAnswer(request, 403, "The monitor is reached as 127.0.0.1 or localhost.");
+        return false;
+    }
+    const std::string path = Utf8(request->GetUrl()->GetPath());
+    if (HasToken(request) || path == "/monitor.css") return true;
+    Fields fields;
+    AddAddress(request, &fields);
+    if (!changes && path == "/" && SameToken(fields["token"], m_token))
+    {
+        // Into a cookie, and out of the address.
+        answer->status = 302;
+        answer->headers =
+            "\nLocation: /\nSet-Cookie: qzmon-token=" + m_token + "; Path=/; HttpOnly; SameSite=Strict";
+        return false;
+    }
+    *answer = ErrorAnswer(
+        request, 401,
+        fields["token"].empty() ? "It was printed when the monitor was started." : "That is not the token.");
+    return false;
+}
+
+Server::Answer Server::Dispatch(QZHttpRequest* request)
+{
+    const std::string path = Utf8(request->GetUrl()->GetPath());
+    const std::string method = Utf8(request->GetMethod());
+    bool known = false;
+    for (const Route& route : Routes)
+    {
+        if (path != route.path) continue;
+        known = true;
+        if (method != route.method) continue;
+        Fields fields;
+        AddAddress(request, &fields);
+        if (method == "POST") AddBody(request, &fields);
+        return (this->*route.handler)(fields);
+    }
+    if (!known) throw Failure{404, "Nothing is served at " + path + "."};
+    throw Failure{405, method + " " + path + " does nothing."};
+}
+
+}  // namespace qzmon

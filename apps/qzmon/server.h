@@ -1,0 +1,88 @@
+#ifndef QZLIB_APPS_QZMON_SERVER_H
+#define QZLIB_APPS_QZMON_SERVER_H
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "monitor.h"
+
+namespace qzmon
+{
+
+/// Parameters of a request: of its address, and of a body that is a JSON object.
+using Fields = std::map<std::string, std::string>;
+
+/// Serves the page and what it asks for. It serves what stands in its table and nothing else: no path of a
+/// request ever reaches the file system.
+///
+/// Requests that change something need the header "X-Qzmon", which a foreign page cannot send. On the
+/// loopback the Host has to be a name of the loopback; on any other address each request needs the token.
+class Server : public QZHttpServerEngine
+{
+public:
+    /// @param token  asked for unless it is empty
+    Server(Monitor* monitor, QZErrorReport* report, const std::string& bind, QZUInt16 port,
+           std::string token);
+    ~Server() override { Shutdown(); }
+
+protected:
+    QZHttpResponse* CreatePage(QZHttpRequest* request) override;
+
+private:
+    struct Answer
+    {
+        int status = 200;
+        std::string type = "application/json; charset=utf-8";
+        std::string body;
+        std::string headers;
+    };
+    using Handler = Answer (Server::*)(const Fields& fields);
+    struct Route
+    {
+        const char* method;
+        const char* path;
+        Handler handler;
+    };
+    static const Route Routes[];
+
+    Answer Serve(QZHttpRequest* request);
+    Answer Dispatch(QZHttpRequest* request);
+    bool IsAllowed(QZHttpRequest* request, Answer* answer);
+    bool HasToken(QZHttpRequest* request);
+    static Answer ErrorAnswer(QZHttpRequest* request, int status, const std::string& text);
+
+    Answer Page(const Fields& fields);
+    Answer Style(const Fields& fields);
+    Answer Script(const Fields& fields);
+    Answer Icon(const Fields& fields);
+    Answer Chart(const Fields& fields);
+    Answer Ruler(const Fields& fields);
+    Answer GetStatusJson(const Fields& fields);
+    Answer GetSamples(const Fields& fields);
+    Answer GetTable(const Fields& fields);
+    Answer GetParameters(const Fields& fields);
+    Answer SetParameter(const Fields& fields);
+    Answer GetSnapshots(const Fields& fields);
+    Answer TakeSnapshot(const Fields& fields);
+    Answer GetPreview(const Fields& fields);
+    Answer Restore(const Fields& fields);
+    Answer GetLog(const Fields& fields);
+    Answer GetFigures(const Fields& fields);
+    Answer GetSettings(const Fields& fields);
+    Answer SetSetting(const Fields& fields);
+    Answer Plug(const Fields& fields);
+
+    Monitor* m_monitor;
+    std::string m_token;
+    QZUInt64 m_start;
+};
+
+/// The parts of the page.
+extern const char* const kPageHtml;
+extern const char* const kPageCss;
+extern const char* const kPageJs;
+
+}  // namespace qzmon
+
+#endif

@@ -1,0 +1,502 @@
+#include "store.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "store_read.h"
+
+namespace qzmon
+{
+
+namespace
+{
+
+const char* const kSamples = "samples";
+const char* const kParameters = "parameters";
+
+bool Exists(const std::string& path)
+{
+    QZString text = Text(path);
+    return QZFile::Exists(&text) != 0;
+}
+
+void Remove(const std::string& path)
+{
+    QZString text = Text(path);
+    if (QZFile::Exists(&text)) QZFile::Delete(&text);
+}
+
+QZInt64 FileSize(const std::string& path)
+{
+    QZString text = Text(path);
+    QZFile* file = QZFile::Open(&text, QZFileOptions::ReadWrite);
+    const QZInt64 size = file->GetSize();
+    QZFile::Close(&file);
+    return size;
+}
+
+void CopyFile(const std::string& from, const std::string& to)
+{
+    Remove(to);
+    QZString source = Text(from);
+    QZString target = Text(to);
+    QZFile::Create(&target);
+    QZFile* in = QZFile::Open(&source);
+    QZFile* out = nullptr;
+    try
+    {
+        out = QZFile::Open(&target);
+        QZFile::Copy(in, 0, out, 0, in->GetSize(), 1 << 20, nullptr);
+    }
+    catch (QZException*)
+    {
+        QZFile::Close(&in);
+        QZFile::Close(&out);
+        throw;
+    }
+    QZFile::Close(&in);
+    QZFile::Close(&out);
+}
+
+/// The path with the time in front of its extension.
+std::string Aside(const std::string& path, const char* word)
+{
+    std::string stamp;
+    for (const char c : TimeText(QZEnvironment::GetCurrentTimestamp()))
+    {
+        if (c >= '0' && c <= '9') stamp.push_back(c);
+    }
+    const std::size_t dot = path.rfind('.');
+    return path.substr(0, dot) + "-" + word + stamp + path.substr(dot);
+}
+
+void Rename(const std::string& from, const std::string& to)
+{
+    QZString source = Text(from);
+    QZString target = Text(to);
+    QZFile::Rename(&source, &target);
+}
+
+void SetDouble(QZDbTable* table, QZInt64 row, QZInt64 field, double value)
+{
+    const QZData data(&value, sizeof value);
+    table->DataSetValue(row, field, const_cast<QZData*>(&data));
+}
+
+void AddField(QZDbTable* table, const std::string& name, QZInt64 type)
+{
+    QZString text = Text(name);
+    table->FieldAdd(&text, type);
+}
+
+}  // namespace
+
+Store::Store(std::string path) : m_path(std::move(path)), m_thread([this] { Serve(); }) {}
+
+Store::~Store()
+{
+    try
+    {
+        Close();
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+    }
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_end = true;
+    }
+    m_wake.notify_all();
+    m_thread.join();
+}
+
+void Store::Serve()
+{
+    std::unique_lock<std::mutex> guard(m_lock);
+    for (;;)
+    {
+        m_wake.wait(guard, [this] { return m_end || !m_jobs.empty(); });
+        if (m_jobs.empty()) return;
+        const std::function<void()> job = std::move(m_jobs.front());
+        m_jobs.pop_front();
+        guard.unlock();
+        job();
+        guard.lock();
+    }
+}
+
+void Store::Post(std::function<void()> job)
+{
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_jobs.push_back(std::move(job));
+    }
+    m_wake.notify_all();
+}
+
+template <typename Work>
+auto Store::Do(Work work)
+{
+    using Result = decltype(work());
+    std::packaged_task<Result()> task(std::move(work));
+    std::future<Result> result = task.get_future();
+    Post([&task] { task(); });
+    return result.get();
+}
+
+std::string Store::Open(int channels)
+{
+    return Do([=, this] {
+        m_channels = channels;
+        return OpenFile();
+    });
+}
+
+std::string Store::OpenFile()
+{
+    const std::string name = m_path.substr(m_path.find_last_of("/\\") + 1);
+    QZString path = Text(m_path);
+    std::string aside;
+    if (Exists(m_path))
+    {
+        std::string fault;
+        try
+        {
+            m_channel = QZChannel::Open(QZChannel::MODE_FILE, &path);
+            if (m_channel->G_EN() != 0) fault = "error " + std::to_string(m_channel->G_LE());
+            for (QZInt64 tree = 1; fault.empty() && tree <= QZDatabaseInfo::TREEBSN; ++tree)
+            {
+                const QZInt64 root = m_channel->G_TA(tree);
+                if (root <= 0 ||
+                    m_channel->G_T(QZDatabaseInfo::ADDRESS_MARK_THIS, root) != QZDatabaseInfo::TABLE_HD)
+                    fault = "tree " + std::to_string(tree) + " is missing";
+            }
+            if (fault.empty())
+            {
+                OpenTables();
+                return name + ": " + CheckRows();
+            }
+        }
+        catch (QZException* e)
+        {
+            fault = TakeMessage(e);
+        }
+        CloseTables();
+        if (m_channel != nullptr) QZChannel::Close(&m_channel);
+        const std::string damaged = Aside(m_path, "damaged-");
+        Rename(m_path, damaged);
+        aside = "the old one is damaged (" + fault + ") and was put aside as " +
+                damaged.substr(damaged.find_last_of("/\\") + 1) + "; ";
+    }
+    if (!QZChannel::Create(&path)) throw Failure{500, m_path + ": cannot be made"};
+    m_channel = QZChannel::Open(QZChannel::MODE_FILE, &path);
+    MakeTables();
+    m_channel->SYNC();
+    return name + ": " + aside + "a new database";
+}
+
+void Store::MakeTables()
+{
+    QZString samples = Text(kSamples);
+    QZString parameters = Text(kParameters);
+    QZDbTable::Create(m_channel, &samples);
+    QZDbTable::Create(m_channel, &parameters);
+    m_samples = QZDbTable::Open(m_channel, &samples);
+    m_parameters = QZDbTable::Open(m_channel, &parameters);
+    AddField(m_samples, "time", QZDataType::TIMESTAMP);
+    for (int i = 1; i <= m_channels; ++i)
+        AddField(m_samples, "channel " + std::to_string(i), QZDataType::DOUBLE);
+    AddField(m_parameters, "channel", QZDataType::TEXTUTF8);
+    AddField(m_parameters, "offset", QZDataType::DOUBLE);
+    AddField(m_parameters, "gain", QZDataType::DOUBLE);
+    m_rows.clear();
+}
+
+void Store::OpenTables()
+{
+    QZString samples = Text(kSamples);
+    QZString parameters = Text(kParameters);
+    m_samples = QZDbTable::Open(m_channel, &samples);
+    m_parameters = QZDbTable::Open(m_channel, &parameters);
+    // Channels that came with the settings get fields of their own.
+    for (QZInt64 i = m_samples->FieldCount(); i <= m_channels; ++i)
+        AddField(m_samples, "channel " + std::to_string(i), QZDataType::DOUBLE);
+    m_rows = RowsOf(m_samples);
+}
+
+void Store::CloseTables()
+{
+    if (m_samples != nullptr) QZDbTable::Close(&m_samples);
+    if (m_parameters != nullptr) QZDbTable::Close(&m_parameters);
+    m_rows.clear();
+}
+
+bool Store::IsSound(QZInt64 row)
+{
+    QZInt64 time = 0;
+    return m_channel->CK(QZDatabaseInfo::ADDRESS_MARK_THIS, row) == QZDatabaseInfo::NORMAL &&
+           ReadTime(m_samples, row, &time);
+}
+
+std::string Store::CheckRows()
+{
+    std::vector<QZInt64> bad;
+    for (const QZInt64 row : m_rows)
+    {
+        if (!IsSound(row)) bad.push_back(row);
+    }
+    for (const QZInt64 row : bad)
+    {
+        m_samples->DataRemove(row);
+        m_rows.erase(std::find(m_rows.begin(), m_rows.end(), row));
+    }
+    std::string line =
+        bad.empty() ? "checks clean" : std::to_string(bad.size()) + " incomplete samples were taken out";
+    line += ", " + std::to_string(m_rows.size()) + " samples";
+    QZInt64 last = 0;
+    if (!m_rows.empty() && ReadTime(m_samples, m_rows.back(), &last))
+        line += ", the last of " + TimeText(last);
+    return line + ", " + std::to_string(ReadSnapshots(m_channel).size()) + " snapshots";
+}
+
+void Store::Close()
+{
+    Do([this] {
+        CloseTables();
+        if (m_channel != nullptr) QZChannel::Close(&m_channel);
+    });
+}
+
+void Store::Refused(const char* what)
+{
+    throw Failure{500, std::string(what) + " was refused by the database, error " +
+                           std::to_string(m_channel->G_LE()) + "."};
+}
+
+void Store::AppendRow(const Sample& sample)
+{
+    const QZInt64 row = m_samples->DataAdd();
+    if (row <= 0) Refused("A sample");
+    const QZData time(&sample.time, sizeof sample.time);
+    m_samples->DataSetValue(row, 1, const_cast<QZData*>(&time));
+    for (std::size_t i = 0; i < sample.values.size(); ++i)
+        SetDouble(m_samples, row, static_cast<QZInt64>(i) + 2, sample.values[i]);
+    m_rows.push_back(row);
+}
+
+void Store::Append(const Sample& sample)
+{
+    Post([this, sample] {
+        if (m_samples == nullptr) return;
+        try
+        {
+            AppendRow(sample);
+        }
+        catch (QZException* e)
+        {
+            m_failure = TakeMessage(e);
+        }
+        catch (const Failure& failure)
+        {
+            m_failure = failure.text;
+        }
+    });
+}
+
+void Store::Sync()
+{
+    const std::string failure = Do([this] {
+        if (m_channel == nullptr) return std::string();
+        using Clock = std::chrono::steady_clock;
+        const Clock::time_point start = Clock::now();
+        m_channel->SYNC();
+        m_figures.syncMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+        ++m_figures.syncs;
+        m_figures.fileBytes = FileSize(m_path);
+        return std::exchange(m_failure, std::string());
+    });
+    if (!failure.empty()) throw Failure{500, "Samples could not be stored: " + failure};
+}
+
+std::vector<Sample> Store::Last(std::size_t count)
+{
+    return Do([=, this] {
+        std::vector<Sample> samples;
+        const std::size_t first = m_rows.size() > count ? m_rows.size() - count : 0;
+        for (std::size_t i = first; i < m_rows.size(); ++i)
+        {
+            Sample sample;
+            if (!ReadTime(m_samples, m_rows[i], &sample.time)) continue;
+            sample.values.resize(static_cast<std::size_t>(m_channels));
+            for (std::size_t j = 0; j < sample.values.size(); ++j)
+                ReadDouble(m_samples, m_rows[i], static_cast<QZInt64>(j) + 2, &sample.values[j]);
+            samples.push_back(sample);
+        }
+        return samples;
+    });
+}
+
+TablePage Store::Rows(const std::string& table, QZInt64 page, QZInt64 size)
+{
+    return Do([=, this] {
+        if (table == kSamples) return ReadPage(m_samples, m_rows, page, size);
+        if (table == kParameters) return ReadPage(m_parameters, RowsOf(m_parameters), page, size);
+        throw Failure{404, "There is no table \"" + table + "\"."};
+    });
+}
+
+std::vector<Correction> Store::Corrections()
+{
+    return Do([this] { return ReadCorrections(m_parameters); });
+}
+
+void Store::WriteCorrections(const std::vector<std::string>& names,
+                             const std::vector<Correction>& corrections)
+{
+    std::vector<QZInt64> rows = RowsOf(m_parameters);
+    for (std::size_t i = 0; i < corrections.size(); ++i)
+    {
+        if (i == rows.size()) rows.push_back(m_parameters->DataAdd());
+        const QZInt64 row = rows[i];
+        if (row <= 0) Refused("A parameter");
+        Correction old;
+        const bool same = ReadDouble(m_parameters, row, 2, &old.offset) &&
+                          ReadDouble(m_parameters, row, 3, &old.gain) &&
+                          old.offset == corrections[i].offset && old.gain == corrections[i].gain &&
+                          ReadText(m_parameters, row, 1) == names[i];
+        if (same) continue;
+        const QZData name(names[i].data(), static_cast<QZInt64>(names[i].size()));
+        m_parameters->DataSetValue(row, 1, const_cast<QZData*>(&name));
+        SetDouble(m_parameters, row, 2, corrections[i].offset);
+        SetDouble(m_parameters, row, 3, corrections[i].gain);
+    }
+}
+
+void Store::SetCorrections(const std::vector<std::string>& names, const std::vector<Correction>& corrections)
+{
+    Do([&, this] { WriteCorrections(names, corrections); });
+}
+
+std::vector<Snapshot> Store::Snapshots()
+{
+    return Do([this] { return ReadSnapshots(m_channel); });
+}
+
+Snapshot Store::NewMark(const std::string& label)
+{
+    Snapshot snapshot;
+    snapshot.id = m_channel->AD_TS();
+    if (snapshot.id <= 0) Refused("A snapshot");
+    snapshot.point = m_channel->G_A(snapshot.id, QZDatabaseInfo::RD_P);
+    snapshot.label = label;
+    snapshot.time = QZEnvironment::GetCurrentTimestamp();
+    // The mark's own fields must not go when the database goes back to it.
+    m_channel->RB_OFF();
+    WriteMark(m_channel, snapshot);
+    m_channel->RB_ON();
+    m_channel->SYNC();
+    return snapshot;
+}
+
+Snapshot Store::TakeSnapshot(const std::string& label)
+{
+    return Do([&, this] { return NewMark(label); });
+}
+
+Snapshot Store::Find(QZInt64 id)
+{
+    for (const Snapshot& snapshot : ReadSnapshots(m_channel))
+    {
+        if (snapshot.id == id) return snapshot;
+    }
+    throw Failure{404, "There is no such snapshot."};
+}
+
+void Store::Restore(QZInt64 id)
+{
+    Do([=, this] {
+        const Snapshot snapshot = Find(id);
+        NewMark("before the restore of " + TimeText(snapshot.time).substr(0, 19));
+        CloseTables();
+        const bool restored = m_channel->AB_CB(snapshot.point) != 0;
+        OpenTables();
+        m_channel->SYNC();
+        if (!restored) Refused("The restore");
+    });
+}
+
+Preview Store::Look(QZInt64 id, QZInt64 rows)
+{
+    const std::lock_guard<std::mutex> guard(m_previewLock);
+    const std::string copy = m_path + ".preview";
+    Preview preview;
+    preview.snapshot = Do([&, this] {
+        const Snapshot snapshot = Find(id);
+        m_channel->SYNC();
+        CopyFile(m_path, copy);
+        return snapshot;
+    });
+    QZString path = Text(copy);
+    QZChannel* channel = nullptr;
+    QZDbTable* samples = nullptr;
+    QZDbTable* parameters = nullptr;
+    const auto release = [&] {
+        if (samples != nullptr) QZDbTable::Close(&samples);
+        if (parameters != nullptr) QZDbTable::Close(&parameters);
+        if (channel != nullptr) QZChannel::Close(&channel);
+        Remove(copy);
+    };
+    try
+    {
+        channel = QZChannel::Open(QZChannel::MODE_FILE, &path);
+        if (!channel->AB_CB(preview.snapshot.point)) throw Failure{500, "The snapshot cannot be reached."};
+        samples = QZDbTable::Open(channel, kSamples);
+        parameters = QZDbTable::Open(channel, kParameters);
+        preview.samples = ReadPage(samples, RowsOf(samples), 0, rows);
+        preview.parameters = ReadPage(parameters, RowsOf(parameters), 0, rows);
+    }
+    catch (...)
+    {
+        release();
+        throw;
+    }
+    release();
+    return preview;
+}
+
+StoreFigures Store::Figures()
+{
+    std::size_t waiting = 0;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        waiting = m_jobs.size();
+    }
+    return Do([=, this] {
+        m_figures.waiting = static_cast<QZInt64>(waiting);
+        m_figures.samples = static_cast<QZInt64>(m_rows.size());
+        m_figures.snapshots = static_cast<QZInt64>(ReadSnapshots(m_channel).size());
+        return m_figures;
+    });
+}
+
+bool Store::Rotate(QZInt64 limit)
+{
+    return Do([=, this] {
+        if (m_figures.fileBytes <= limit) return false;
+        std::vector<std::string> names;
+        for (const QZInt64 row : RowsOf(m_parameters)) names.push_back(ReadText(m_parameters, row, 1));
+        const std::vector<Correction> corrections = ReadCorrections(m_parameters);
+        CloseTables();
+        QZChannel::Close(&m_channel);
+        Rename(m_path, Aside(m_path, ""));
+        OpenFile();
+        WriteCorrections(names, corrections);
+        m_channel->SYNC();
+        m_figures.fileBytes = FileSize(m_path);
+        return true;
+    });
+}
+
+}  // namespace qzmon

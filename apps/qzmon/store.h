@@ -1,0 +1,140 @@
+#ifndef QZLIB_APPS_QZMON_STORE_H
+#define QZLIB_APPS_QZMON_STORE_H
+
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <future>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "simulator.h"
+#include "text.h"
+
+namespace qzmon
+{
+
+struct Sample
+{
+    QZInt64 time = 0;
+    std::vector<double> values;
+};
+
+/// A page of a table as texts, the newest rows first.
+struct TablePage
+{
+    std::vector<std::string> fields;
+    std::vector<std::vector<std::string>> rows;
+    QZInt64 count = 0;
+};
+
+/// A snapshot mark of the database's log.
+struct Snapshot
+{
+    QZInt64 id = 0;
+    QZInt64 point = 0;
+    QZInt64 time = 0;
+    std::string label;
+};
+
+/// What the database held at a snapshot.
+struct Preview
+{
+    Snapshot snapshot;
+    TablePage samples;
+    TablePage parameters;
+};
+
+struct StoreFigures
+{
+    QZInt64 fileBytes = 0;
+    QZInt64 samples = 0;
+    QZInt64 snapshots = 0;
+    QZInt64 waiting = 0;
+    QZInt64 syncs = 0;
+    double syncMs = 0;
+};
+
+/// The database of the samples, behind one owner: a thread that alone touches it and does one job after the
+/// other. All operations may be called on any thread; they wait for their job, but for Append.
+///
+/// Tables: "samples" (time and a DOUBLE for each channel, the rows in the order of time), "parameters" (name,
+/// offset and gain of each channel). Failures of the database are QZException objects.
+class Store
+{
+public:
+    explicit Store(std::string path);
+    ~Store();
+    Store(const Store&) = delete;
+    Store& operator=(const Store&) = delete;
+
+    /// Opens or makes the file, looks at every row, and says in one line what it found. A file that is no
+    /// sound database is put aside.
+    std::string Open(int channels);
+    /// Writes everything and closes. What waits is done first.
+    void Close();
+
+    /// Stores a sample some time soon. A failure is kept for the next Sync.
+    void Append(const Sample& sample);
+    void Sync();
+
+    /// The last samples, oldest first.
+    std::vector<Sample> Last(std::size_t count);
+    TablePage Rows(const std::string& table, QZInt64 page, QZInt64 size);
+
+    std::vector<Correction> Corrections();
+    void SetCorrections(const std::vector<std::string>& names, const std::vector<Correction>& corrections);
+
+    std::vector<Snapshot> Snapshots();
+    Snapshot TakeSnapshot(const std::string& label);
+    /// Goes back to a snapshot; where the database was is kept as a snapshot of its own. Failure 404.
+    void Restore(QZInt64 id);
+    /// Looks at a snapshot in a copy of the file. Failure 404.
+    Preview Look(QZInt64 id, QZInt64 rows);
+
+    StoreFigures Figures();
+
+    /// Puts the file aside and begins a new one when it is larger; whether it did.
+    bool Rotate(QZInt64 limit);
+
+private:
+    void Serve();
+    void Post(std::function<void()> job);
+    template <typename Work>
+    auto Do(Work work);
+
+    std::string OpenFile();
+    void OpenTables();
+    void CloseTables();
+    void MakeTables();
+    std::string CheckRows();
+    bool IsSound(QZInt64 row);
+    void AppendRow(const Sample& sample);
+    void Refused(const char* what);
+    Snapshot NewMark(const std::string& label);
+    Snapshot Find(QZInt64 id);
+    void WriteCorrections(const std::vector<std::string>& names, const std::vector<Correction>& corrections);
+
+    const std::string m_path;
+    int m_channels = 0;
+    QZChannel* m_channel = nullptr;
+    QZDbTable* m_samples = nullptr;
+    QZDbTable* m_parameters = nullptr;
+    std::vector<QZInt64> m_rows;
+    std::string m_failure;
+    StoreFigures m_figures;
+
+    std::mutex m_lock;
+    std::condition_variable m_wake;
+    std::deque<std::function<void()>> m_jobs;
+    bool m_end = false;
+    std::thread m_thread;
+    std::mutex m_previewLock;
+};
+
+}  // namespace qzmon
+
+#endif
