@@ -143,14 +143,23 @@ void QZHistogram::DrawData(const QZData* data, unsigned char withTable)
     const int x = m_origin->GetX();
     const int y = m_origin->GetY();
     const auto* bytes = static_cast<const unsigned char*>(m_data->GetPointer());
-    // Bars right of the layer would only cost memory.
-    const int end = std::min(ColumnEnd(m_data), m_layer->GetWidth());
+    const QZInt64 first = QZInt64{x} + 1;
+    const QZInt64 end = ColumnEnd(m_data);
+    const QZInt64 cut = std::max<QZInt64>(first, m_layer->GetWidth());
     QZShape bars;
-    for (QZInt64 column = QZInt64{x} + 1; column < end; ++column)
-    {
+    const auto add = [&](QZInt64 column, int height) {
         const int c = static_cast<int>(column);
-        const QZLine bar(c, y, c, word::Subtract(y, bytes[column - x - 1]));
+        const QZLine bar(c, y, c, word::Subtract(y, height));
         bars.Add(&bar);
+    };
+    for (QZInt64 column = first; column < std::min(cut, end); ++column) add(column, bytes[column - first]);
+    // Bars right of the layer would only cost memory. They count in the area that is noted as changed, for
+    // which the outermost two suffice, as tall as the tallest.
+    if (cut < end)
+    {
+        const int tallest = *std::max_element(bytes + (cut - first), bytes + (end - first));
+        add(cut, tallest);
+        add(end - 1, tallest);
     }
     bars.Fill(0xFF00DC00);
     m_layer->Draw(&bars);

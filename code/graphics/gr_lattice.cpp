@@ -86,7 +86,7 @@ void QZLatticeInit(const QZWChar* path)
     if (!g_table)
         throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
                       kClass, QZ_W("Init"))
-            .Argument(QZ_W("wchar_t*"), path)
+            .Argument(QZ_W("QZWChar*"), path)
             .Exception();
     if (!g_section) g_section = new QZCriticalSection();
     try
@@ -95,7 +95,7 @@ void QZLatticeInit(const QZWChar* path)
     }
     catch (QZException* e)
     {
-        QZTrace(e, kClass, QZ_W("Init")).Argument(QZ_W("wchar_t*"), path);
+        QZTrace(e, kClass, QZ_W("Init")).Argument(QZ_W("QZWChar*"), path);
         throw;
     }
     g_initialised = true;
@@ -140,7 +140,7 @@ void QZLattice::Save(unsigned short code, QZData* glyph, unsigned char sync)
 {
     if (!glyph)
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), kClass, QZ_W("Save"))
-            .Argument(QZ_W("unsigned short"), QZInt64{code})
+            .Argument(QZ_W("QZUInt16"), QZInt64{code})
             .Exception();
     EnsureInitialised();
     // The sides are cut in the caller's object too; the dots keep their places, so a glyph that was cut

@@ -110,10 +110,10 @@ void QZGraphics::UpdateAreaInclude(int x, int y, int width, int height)
     if (width != 0 && height != 0)
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
                       QZ_W("UpdateAreaInclude"))
-            .Argument(QZ_W("int"), x)
-            .Argument(QZ_W("int"), y)
-            .Argument(QZ_W("int"), width)
-            .Argument(QZ_W("int"), height)
+            .Argument(QZ_W("QZInt32"), x)
+            .Argument(QZ_W("QZInt32"), y)
+            .Argument(QZ_W("QZInt32"), width)
+            .Argument(QZ_W("QZInt32"), height)
             .Exception();
 }
 

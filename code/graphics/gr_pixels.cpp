@@ -155,8 +155,8 @@ void QZPixelBlock::Rebuild(const QZWChar* method, int width, int height, Painter
     if (!fresh)
         throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
                       kClass, method)
-            .Argument(QZ_W("int"), width)
-            .Argument(QZ_W("int"), height)
+            .Argument(QZ_W("QZInt32"), width)
+            .Argument(QZ_W("QZInt32"), height)
             .Exception();
     unsigned char* first = block::Data(fresh) + QZInt64{8} * height;
     paint(pixels::Surface{reinterpret_cast<QZUInt32*>(first), width, height});

@@ -64,9 +64,9 @@ QZPixelBlock* QZPixelBlock::FrostedEffect(int innerRadius, int outerRadius, int 
     if (innerRadius > outerRadius && samples < 1)
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
                       QZ_W("QZPixelBlock"), QZ_W("FrostedEffect"))
-            .Argument(QZ_W("int"), innerRadius)
-            .Argument(QZ_W("int"), outerRadius)
-            .Argument(QZ_W("int"), samples)
+            .Argument(QZ_W("QZInt32"), innerRadius)
+            .Argument(QZ_W("QZInt32"), outerRadius)
+            .Argument(QZ_W("QZInt32"), samples)
             .Exception();
     auto result = std::make_unique<QZPixelBlock>(m_width, m_height);
     QZRandom random(0);

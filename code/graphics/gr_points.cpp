@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "codec/cod_math.h"
+#include "fw/fw_bytes.h"
 #include "fw/fw_library.h"
+#include "fw/fw_memory.h"
 #include "fw/fw_trace.h"
 #include "graphics/gr_geometry_word.h"
 
@@ -263,8 +265,18 @@ QZUInt64 QZRectangleCollection::GetElement(QZInt64 index) { return QZCollection:
 
 QZUInt64* QZRectangleCollection::Element(QZInt64 index)
 {
-    if (index < 0 || index >= m_length || 2 * index + 2 > CountOf()) return nullptr;
+    // The reported length counts, also where it is more than what was added: hosts that copy a list and write
+    // into the surplus find there what they wrote.
+    if (index < 0 || index >= std::min<QZInt64>(m_length, Stored())) return nullptr;
     return Words() + 2 * index + 1;
+}
+
+void QZRectangleCollection::MakeRoom(QZInt64 index)
+{
+    if (index < Stored()) return;
+    const QZInt64 before = GetSize();
+    LengthMax(2 * index + 2);
+    QZMemClean(QZAt(Words(), before), GetSize() - before);
 }
 
 QZUInt64 QZRectangleCollection::GetElementLocation(QZInt64 index)
@@ -291,8 +303,9 @@ QZBool QZRectangleCollection::SetElement(int index, int x, int y, int width, int
 
 QZBool QZRectangleCollection::SetElement(int index, QZUInt64 location, QZUInt64 size)
 {
+    if (index < 0 || index >= m_length) return 0;
+    MakeRoom(index);
     QZUInt64* element = Element(index);
-    if (!element) return 0;
     element[0] = location;
     element[1] = size;
     return 1;
@@ -311,7 +324,7 @@ QZBool QZRectangleCollection::Intersects(int x, int y, int width, int height)
 QZInt64 QZRectangleCollection::FindMeeting(int x, int y, int width, int height)
 {
     const QZUInt64* words = Words() + 1;
-    QZInt64 i = std::min<QZInt64>(m_length, CountOf() / 2) - 1;
+    QZInt64 i = std::min<QZInt64>(m_length, Stored()) - 1;
     for (; i >= 0; --i)
     {
         const QZUInt64 location = words[2 * i];

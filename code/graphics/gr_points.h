@@ -118,7 +118,7 @@ public:
 
     QZRectangleCollection() = default;
     /// A copy, with the rectangles of the other. Its GetLength is one and a half times the other's; the
-    /// elements that it does not have read as 0.
+    /// elements that it does not have read as 0 until SetElement writes them.
     explicit QZRectangleCollection(QZRectangleCollection* other);
 
     QZInt64 GetType() override;
@@ -165,8 +165,12 @@ private:
     QZUInt64 GetElement(QZInt64 index) override;
     /// The highest index of a rectangle that overlaps the given one or touches it, or -1.
     QZInt64 FindMeeting(int x, int y, int width, int height);
-    /// The two words of a rectangle that is there, else null.
+    /// The two words of a rectangle that has storage, else null.
     QZUInt64* Element(QZInt64 index);
+    /// Gives a rectangle that is counted only its storage, filled with 0.
+    void MakeRoom(QZInt64 index);
+    /// How many rectangles the storage has room for.
+    QZInt64 Stored() { return (GetSize() / 8 - 1) / 2; }
 
     QZInt32 m_length = 0;
 };

@@ -53,7 +53,9 @@ void QZShape::Line(int x1, int y1, int x2, int y2)
     const int top = std::min(y1, y2);
     const auto dx = static_cast<float>(AbsDifference(x1, x2));
     const auto dy = static_cast<float>(AbsDifference(y1, y2));
-    figure::Scratch points(QZInt64{AbsDifference(x1, x2)} + AbsDifference(y1, y2) + 3);
+    // The steps too: past 2^24 a length in single precision may be more than the length.
+    const auto steps = static_cast<QZInt64>(std::max(dx, dy));
+    figure::Scratch points(std::max(steps, QZInt64{AbsDifference(x1, x2)} + AbsDifference(y1, y2)) + 3);
     if (x1 == x2)
     {
         for (QZInt64 y = top; y <= std::max(y1, y2); ++y) points.Add(x1, static_cast<int>(y));
@@ -65,7 +67,6 @@ void QZShape::Line(int x1, int y1, int x2, int y2)
     else
     {
         const figure::Slope slope(x1, y1, x2, y2);
-        const auto steps = static_cast<QZInt64>(std::max(dx, dy));
         for (QZInt64 i = 0; i <= steps; ++i)
         {
             const int x = word::Add(left, static_cast<int>(i));

@@ -43,7 +43,7 @@ QZInt64 Smaller(QZInt64 a, QZInt64 b) { return a < b ? a : b; }
 {
     throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZBuffer"), method)
         .Argument(QZ_W("QZInt64"), offset)
-        .Argument(QZ_W("void*"), nullptr, 0)
+        .Argument(QZ_W("QZPVoid"), nullptr, 0)
         .Argument(QZ_W("QZInt64"), size)
         .Exception();
 }

@@ -88,6 +88,26 @@ TEST(Histogram, BarsThatReachOutOfTheLayerEndAtItsTop)
     EXPECT_EQ(Picture(layer, kBar), (Rows{".#..", ".##.", ".###"}));
 }
 
+TEST(Histogram, BarsRightOfTheLayerCountAsChangedToo)
+{
+    QZGraphics layer(4, 10);
+    QZHistogram histogram(&layer, 0, 8);
+    histogram.DrawData(BytesOf({1, 1, 1, 2, 6, 3, 0, 0}).get(), 0);
+    ASSERT_EQ(layer.GetUpdatedAreas()->GetLength(), 1);
+    EXPECT_EQ(layer.GetUpdatedAreas()->GetElementX(0), 1);
+    EXPECT_EQ(layer.GetUpdatedAreas()->GetElementY(0), 2);
+    EXPECT_EQ(layer.GetUpdatedAreas()->GetElementWidth(0), 3);
+    EXPECT_EQ(layer.GetUpdatedAreas()->GetElementHeight(0), 7);
+
+    QZGraphics small(4, 10);
+    QZHistogram outside(&small, 6, 8);
+    outside.DrawData(BytesOf({1, 1, 1, 1}).get(), 0);
+    ASSERT_EQ(small.GetUpdatedAreas()->GetLength(), 1);
+    EXPECT_EQ(small.GetUpdatedAreas()->GetElementX(0), 7);
+    EXPECT_EQ(small.GetUpdatedAreas()->GetElementWidth(0), 0);
+    EXPECT_EQ(CountOf(small, kBar), 0);
+}
+
 TEST(Histogram, TheTableLiesBelowTheBars)
 {
     QZGraphics layer(40, 40);

@@ -286,6 +286,26 @@ TEST(RectangleCollection, ACopyReportsOneAndAHalfTimesTheLength)
     EXPECT_FALSE(copy.Intersects(40, 40, 1, 1));
 }
 
+TEST(RectangleCollection, TheSurplusOfACopyCanBeWritten)
+{
+    QZRectangleCollection list;
+    for (int i = 1; i <= 4; ++i) list.Add(i, i, i, i);
+    QZRectangleCollection copy(&list);
+    EXPECT_TRUE(copy.SetElement(5, 50, 60, 7, 8));
+    EXPECT_FALSE(copy.SetElement(6, 1, 1, 1, 1));
+    EXPECT_EQ(
+        RectanglesOf(copy),
+        (Rectangles{{1, 1, 1, 1}, {2, 2, 2, 2}, {3, 3, 3, 3}, {4, 4, 4, 4}, {0, 0, 0, 0}, {50, 60, 7, 8}}));
+    EXPECT_TRUE(copy.Intersects(52, 62, 1, 1));
+    EXPECT_EQ(copy.Count(), 8);
+    // What is added stands behind what was added, and counts.
+    EXPECT_TRUE(copy.Add(9, 9, 9, 9));
+    EXPECT_EQ(copy.GetLength(), 7);
+    EXPECT_EQ(copy.GetElementX(4), 9);
+    EXPECT_EQ(copy.GetElementX(5), 50);
+    EXPECT_EQ(copy.GetElementX(6), 0);
+}
+
 TEST(RectangleCollection, AddingAListCountsHalfOfIt)
 {
     QZRectangleCollection list;
