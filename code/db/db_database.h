@@ -51,11 +51,11 @@ public:
 
     /// Makes a database file and leaves nothing open. Only version 5 is made. False, and the disk is not
     /// touched, for another version or address mode and for a file that exists.
+    /// @throws QZIOException  the file cannot be created or opened
+    static QZBool Create(QZString* path);
     /// @param addressMode  ADDR_MODE_32I, ADDR_MODE_32 (addresses of 4 bytes) or ADDR_MODE_64 (8 bytes, the
     /// default)
     /// @param rollback     not 0 (the default): the file gets the structure of the rollback log
-    /// @throws QZIOException  the file cannot be created or opened
-    static QZBool Create(QZString* path);
     static QZBool Create(QZString* path, QZInt64 version, QZInt64 addressMode, QZInt64 rollback);
 
     /// Writes everything to the disk, closes the file, deletes the object and clears the variable. A null in

@@ -106,13 +106,13 @@ public:
 
     /// Calls a function of the device with at most 14 bytes of arguments; more are left out.
     /// @param result  takes 16 bytes at most and zeros behind them; null when no result is wanted
-    /// @param priority  counts for queued calls only
     void FunExec(short function, short value, QZSerialDeviceBuffer* result);
     void FunExec(short function, int value, QZSerialDeviceBuffer* result);
     void FunExec(short function, float value, QZSerialDeviceBuffer* result);
     void FunExec(short function, const void* arguments, QZInt64 size, QZSerialDeviceBuffer* result);
     void FunExec(short function, const void* arguments, QZInt64 size, QZSerialDeviceBuffer* result,
                  QZInt64 resultSize);
+    /// @param priority  counts for queued calls only
     void FunExec(short function, const void* arguments, QZInt64 size, QZSerialDeviceBuffer* result,
                  QZInt64 resultSize, int priority);
     /// The same at once on the calling thread, whatever its name says.

@@ -38,8 +38,8 @@ public:
     QZInt64 GetType() override;
 
     /// Draws the bytes but the last two, the first one right of the origin, and keeps a copy for GetValue.
-    /// @param withTable  not 0: grid and scale, at steps of 16, below the bars
     void DrawData(const QZData* data);
+    /// @param withTable  not 0: grid and scale, at steps of 16, below the bars
     void DrawData(const QZData* data, unsigned char withTable);
     template <std::integral T>
     void DrawData(const QZData* data, T withTable)

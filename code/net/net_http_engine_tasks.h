@@ -75,6 +75,7 @@ private:
     QZHttpServerEngine* m_engine;
 };
 
+/// Looks for connections that are idle too long.
 class QZ_API QZTaskConnectCheck : public QZTask
 {
 public:
@@ -85,6 +86,7 @@ private:
     QZHttpServerEngine* m_engine;
 };
 
+/// Collects the library's caches.
 class QZ_API QZTaskCacheCollect : public QZTask
 {
 public:
