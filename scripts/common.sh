@@ -2,7 +2,7 @@
 # shellcheck shell=bash
 
 set -euo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 cd "$root"
 jobs=$(nproc)
 
