@@ -108,6 +108,8 @@ void Say(const std::string& line)
 void Serve(const Options& options)
 {
     EnterFolder(options.data);
+    // What one sync wrote is there as a whole or not at all, however this process ends.
+    QZFileBuffer::AtomicSync = 1;
     qzmon::Settings settings("qzmon.ini");
     qzmon::Session session;
     session.line = options.port.empty() ? settings.Get("serial-line") : options.port;

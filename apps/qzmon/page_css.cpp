@@ -67,7 +67,7 @@ button:disabled { color: #98a2ac; background: var(--ground); cursor: default; }
 #log-list li { display: grid; grid-template-columns: 4.8rem minmax(0, 1fr); gap: .5rem; overflow-wrap: anywhere;
   font-size: .92rem; }
 .snapshot { display: flex; flex-wrap: wrap; gap: .4rem .6rem; align-items: center; }
-.snapshot div { flex: 1 1 11rem; min-width: 0; overflow-wrap: anywhere; }
+.snapshot div { flex: 1 1 8rem; min-width: 0; overflow-wrap: anywhere; }
 .snapshot div span { display: block; }
 #preview { border: 1px solid var(--line); border-radius: .5rem; padding: .8rem; background: #f8fafc; }
 #preview h3 { margin: 0 0 .4rem; font-size: 1rem; }
@@ -99,6 +99,8 @@ main.error h1 { font-size: 1.4rem; }
   section { padding: .85rem .9rem; }
   .bar { padding: .6rem .9rem .2rem; }
   nav { padding: 0 .45rem .35rem; }
+  .date { display: none; }
+  th, td { padding: .35rem .35rem; }
   #values { grid-template-columns: 1fr 1fr; }
   .value b { font-size: 1.35rem; }
   .parameter { grid-template-columns: minmax(0, 1fr) minmax(0, 1fr) auto; }

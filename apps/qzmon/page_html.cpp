@@ -75,8 +75,9 @@ const char* const kPageHtml = R"html(<!doctype html>
 </section>
 <section id="settings" class="wide">
   <div class="head"><h2>Settings</h2></div>
-  <p class="soft">Kept in qzmon.ini. What cannot be changed here is read at the next start.</p>
+  <p class="soft">Kept in qzmon.ini, with its comments.</p>
   <div id="setting-rows"></div>
+  <details><summary>Changed in the file, for the next start</summary><div id="fixed-rows"></div></details>
 </section>
 </main>
 <dialog id="ask"><p id="ask-text"></p>

@@ -64,8 +64,10 @@ let unreachable = false;
 
 function dots() { return Math.max(1, Math.min(3, Math.round(window.devicePixelRatio || 1))); }
 
-function pictureWidth(image) {
-  return Math.max(240, Math.min(1600, Math.round(image.clientWidth * dots())));
+// A picture that is not there yet has no width of its own.
+function widthOf(image) {
+  const style = getComputedStyle(image.parentElement);
+  return image.parentElement.clientWidth - parseFloat(style.paddingLeft) - parseFloat(style.paddingRight);
 }
 
 // One picture after the other: the next is asked for when this one is there.
@@ -80,9 +82,9 @@ function loadPicture(image, path) {
 
 async function drawChart() {
   const image = $("chart");
-  const phone = image.clientWidth < 600;
-  const height = (phone ? 460 : 560) * dots();
-  await loadPicture(image, `/chart.bmp?w=${pictureWidth(image)}&h=${Math.min(1600, height)}&dot=${dots()}&t=${Date.now()}`);
+  const width = Math.min(1600, Math.round(widthOf(image) * dots()));
+  const height = Math.min(1600, (widthOf(image) < 600 ? 460 : 560) * dots());
+  await loadPicture(image, `/chart.bmp?w=${width}&h=${height}&dot=${dots()}&t=${Date.now()}`);
 }
 
 function showStatus() {
@@ -104,6 +106,7 @@ function showStatus() {
   plug.hidden = !status.simulated;
   plug.textContent = status.plugged ? "Unplug the simulator" : "Plug the simulator in";
   showParameters();
+  for (const button of document.querySelectorAll(".parameter button")) button.disabled = !connected;
 }
 
 async function beat() {
@@ -161,11 +164,21 @@ async function showSnapshots() {
 
 function tableOf(data) {
   return make("div", {class: "scroll"}, make("table", {},
-    make("thead", {}, make("tr", {}, ...data.fields.map(name => make("th", {scope: "col"}, name)))),
-    make("tbody", {}, ...data.rows.map(row => make("tr", {}, ...row.map(cell => make("td", {}, short(cell))))))));
+    make("thead", {}, make("tr", {}, ...data.fields.map(name => make("th", {scope: "col"}, nameOf(name))))),
+    make("tbody", {}, ...data.rows.map(row => make("tr", {}, ...row.map(cell => make("td", {}, ...cellOf(cell))))))));
 }
 
-const short = cell => /^-?\d+\.\d{4,}$/.test(cell) ? Number(cell).toFixed(4) : cell;
+// The channels by their names; dates apart, so that a narrow page can leave them out.
+function nameOf(field) {
+  const number = field.match(/^channel (\d+)$/);
+  const channel = number && status ? status.channels[number[1] - 1] : undefined;
+  return channel ? channel.name : field;
+}
+
+function cellOf(cell) {
+  if (/^\d{4}-\d\d-\d\d /.test(cell)) return [make("span", {class: "date"}, cell.slice(0, 11)), cell.slice(11)];
+  return [/^-?\d+\.\d{4,}$/.test(cell) ? Number(cell).toFixed(4) : cell];
+}
 
 async function showPreview(one) {
   const box = $("preview");
@@ -220,12 +233,12 @@ async function showTable() {
 let cursor = -1;
 async function showRuler() {
   const image = $("ruler");
-  const width = Math.max(240, Math.min(1600, image.clientWidth));
+  const width = Math.max(240, Math.min(1600, Math.round(widthOf(image))));
   await loadPicture(image, `/ruler.bmp?w=${width}&x=${cursor}&t=${Date.now()}`);
 }
 
 function moveCursor(x) {
-  cursor = Math.max(0, Math.min($("ruler").clientWidth - 1, Math.round(x)));
+  cursor = Math.max(0, Math.min(widthOf($("ruler")) - 1, Math.round(x)));
   showRuler();
 }
 
@@ -250,7 +263,7 @@ async function showFigures() {
 
 async function showSettings() {
   const all = (await ask("/api/settings")).settings;
-  $("setting-rows").replaceChildren(...all.map(one => {
+  const rowOf = one => {
     const name = make("div", {}, make("span", {}, one.name), make("span", {class: "soft"}, one.comment));
     if (!one.live) return make("div", {class: "setting"}, name, make("output", {}, one.value || "–"));
     const input = make("input", {type: "number", id: `setting-${one.name}`, min: one.least, max: one.most, step: 1,
@@ -263,7 +276,9 @@ async function showSettings() {
         refresh();
       });
     }}, name, input, make("button", {}, "Change"));
-  }));
+  };
+  $("setting-rows").replaceChildren(...all.filter(one => one.live).map(rowOf));
+  $("fixed-rows").replaceChildren(...all.filter(one => !one.live).map(rowOf));
 }
 
 // ---- All together

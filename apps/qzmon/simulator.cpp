@@ -16,7 +16,8 @@ constexpr double kPace = 0.01;
 /// A pump that runs for 25 of 40 seconds: 0 to 1, with time to come up and to run down.
 double Pump(double seconds)
 {
-    const double phase = std::fmod(seconds, 40.0);
+    // The monitor finds it running.
+    const double phase = std::fmod(seconds + 48, 40.0);
     if (phase < 25) return 1 - std::exp(-phase / 1.5);
     return std::exp(-(phase - 25) / 2.5);
 }
@@ -31,7 +32,7 @@ double Simulator::Raw(int channel, double seconds, double noise)
         case 1:
             return 1.0 + 2.4 * Pump(seconds) + 0.05 * std::sin(kTurn * seconds * 1.3) * Pump(seconds) +
                    0.012 * noise;
-        case 2: return 12.5 * Pump(seconds - 0.5 < 0 ? 0 : seconds - 0.5) + 0.12 * noise;
+        case 2: return 12.5 * Pump(seconds - 0.5) + 0.12 * noise;
         default: return 24.0 - 0.35 * Pump(seconds) + 0.05 * std::sin(kTurn * seconds / 17) + 0.015 * noise;
     }
 }

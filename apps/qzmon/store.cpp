@@ -447,6 +447,7 @@ Preview Store::Look(QZInt64 id, QZInt64 rows)
         if (parameters != nullptr) QZDbTable::Close(&parameters);
         if (channel != nullptr) QZChannel::Close(&channel);
         Remove(copy);
+        Remove(copy + ".sync");
     };
     try
     {
