@@ -1,6 +1,7 @@
 #include "net/net_http_connection.h"
 
 #include <algorithm>
+#include <limits>
 #include <string_view>
 
 #include "fw/fw_bytes.h"
@@ -156,7 +157,7 @@ long long QZHttpConnect::AppendRequestData(const void* data, long long offset, l
     *out = nullptr;
     try
     {
-        if (offset < 0 || size < 0)
+        if (offset < 0 || size < 0 || offset > std::numeric_limits<QZInt64>::max() - size)
             throw QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
         if (!Put(data, offset, size)) return kBadFirstByte;
         bool complete = false;

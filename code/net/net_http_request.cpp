@@ -103,7 +103,7 @@ void QZHttpRequest::Set(QZData* data)
         if (end < 1) throw BadRequest();
         const auto* bytes = static_cast<const unsigned char*>(data->GetPointer());
         const text::Temporary head(QZEncoding::GetString(QZEncodingType::UTF8, bytes, end));
-        SetHead(head.Get());
+        ReadHead(head.Get());
         const QZInt64 start = end + QZHttpConstant::EmptyLine->GetSize();
         SetContent(bytes + start, data->GetSize() - start);
     }
@@ -115,6 +115,13 @@ void QZHttpRequest::Set(QZData* data)
 }
 
 void QZHttpRequest::SetHead(QZString* head)
+{
+    // A copy: the text may be one of the message's own, all of which change while it is read.
+    const text::Temporary copy(QZStringFactory::CreateString(head));
+    ReadHead(copy.Get());
+}
+
+void QZHttpRequest::ReadHead(QZString* head)
 {
     try
     {

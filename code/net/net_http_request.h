@@ -73,6 +73,7 @@ private:
     friend class QZHttpFactory;
 
     void Reset();
+    void ReadHead(QZString* head);
     void Parse(QZString* head);
     void ParseLine(const QZWChar* units, QZInt64 count);
 

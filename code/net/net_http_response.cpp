@@ -70,7 +70,7 @@ void QZHttpResponse::Set(QZData* data)
         if (end < 1) return;
         const auto* bytes = static_cast<const unsigned char*>(data->GetPointer());
         const text::Temporary head(QZEncoding::GetString(QZEncodingType::UTF8, bytes, end));
-        SetHead(head.Get());
+        ReadHead(head.Get());
         const QZInt64 start = end + QZHttpConstant::EmptyLine->GetSize();
         m_content.Set(bytes + start, data->GetSize() - start);
     }
@@ -82,6 +82,13 @@ void QZHttpResponse::Set(QZData* data)
 }
 
 void QZHttpResponse::SetHead(QZString* head)
+{
+    // A copy: the text may be one of the message's own, all of which change while it is read.
+    const text::Temporary copy(QZStringFactory::CreateString(head));
+    ReadHead(copy.Get());
+}
+
+void QZHttpResponse::ReadHead(QZString* head)
 {
     try
     {

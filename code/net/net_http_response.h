@@ -57,6 +57,7 @@ protected:
     static void DeleteObject(QZObject* response);
 
 private:
+    void ReadHead(QZString* head);
     void Parse(QZString* head);
     void ParseLine(const QZWChar* units, QZInt64 count);
 

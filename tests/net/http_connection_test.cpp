@@ -1,6 +1,7 @@
 // A server's connections: how pieces become requests, and which connections are free to go.
 
 #include <atomic>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -131,10 +132,11 @@ TEST(HttpConnection, APlaceThatHasNotComeYetHoldsZeros)
                  "47 45 54 20 00 00 7A 7A");
 }
 
-TEST(HttpConnection, PiecesBeforeTheBeginningAreRefused)
+TEST(HttpConnection, PiecesOutsideOfAllPlacesAreRefused)
 {
     Connection connect;
     EXPECT_QZ_THROW(connect.Append("GET", -1), 256);
+    EXPECT_QZ_THROW(connect.Append("GET", std::numeric_limits<long long>::max() - 2), 256);
     EXPECT_EQ(connect->GetCacheSize(), 0);
 }
 

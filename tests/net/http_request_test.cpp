@@ -301,6 +301,28 @@ TEST(HttpRequest, GivesBackForeignPartsOnly)
     EXPECT_EQ(again.Get(), cached);
 }
 
+TEST(HttpRequest, ReadsAHeadThatIsOneOfItsOwnTexts)
+{
+    const auto request = NewRequest();
+    request->SetMethod(Str("PUT /a?b=c HTTP/1.1\r\nHost: h\r\nCookie: k=v"));
+    request->SetHead(request->GetMethod());
+    EXPECT_EQ(HeadOf(request.Get()), "PUT /a?b=c HTTP/1.1\r\nHost: h\r\nCookie: k=v\r\n\r\n");
+    QZString* value = request->GetHeaders()->GetElement(0)->GetValue();
+    value->Set(Str("GET /of/a/header HTTP/1.1\r\nX-First: 1\r\nX-Second: 2"));
+    request->SetHead(value);
+    EXPECT_EQ(HeadOf(request.Get()), "GET /of/a/header HTTP/1.1\r\nX-First: 1\r\nX-Second: 2\r\n\r\n");
+}
+
+TEST(HttpRequest, ReadsItsOwnContent)
+{
+    const auto request = NewRequest();
+    const std::string inner = "POST /inner HTTP/1.1\r\nContent-Length: 4\r\n\r\nbody";
+    request->SetContent(inner.data(), static_cast<QZInt64>(inner.size()));
+    request->Set(request->GetContent());
+    EXPECT_EQ(WireOf(request.Get()), inner);
+    EXPECT_EQ(BytesOf(request->GetSource()), inner);
+}
+
 TEST(HttpRequest, TakesHeadersOver)
 {
     const auto request = NewRequest();

@@ -197,6 +197,23 @@ TEST(HttpResponse, ComesOutOfTheCacheAsNew)
     EXPECT_EQ(WireOf(again.Get()), "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
 }
 
+TEST(HttpResponse, ReadsAHeadThatIsItsOwnStatus)
+{
+    const auto response = NewResponse();
+    response->SetStatus(Str("HTTP/1.1 404 Not Found\r\nHost: h\r\nSet-Cookie: k=v"));
+    response->SetHead(response->GetStatus());
+    EXPECT_EQ(HeadOf(response.Get()),
+              "HTTP/1.1 404 Not Found \r\nHost: h\r\nSet-Cookie: k=v; domain=; expires=; path=\r\n\r\n");
+}
+
+TEST(HttpResponse, ItsOwnContentIsEmptyBeforeItIsRead)
+{
+    const auto response = NewResponse();
+    response->SetContent("HTTP/1.1 404 Not Found\r\n\r\n", 26);
+    EXPECT_QZ_THROW(response->Set(response->GetContent()), QZHttpExceptionCode::BadResponseData);
+    EXPECT_QZ_TEXT(response->GetStatus(), "200 OK");
+}
+
 TEST(HttpResponse, FactoryReadsTheData)
 {
     QZData data("HTTP/1.1 204 No Content\r\n\r\n", 27);
