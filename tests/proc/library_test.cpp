@@ -79,10 +79,11 @@ TEST(Library, AHookSetBeforeInitIsReplacedByTheDefault)
     QZLibSetFunctionMemCopy(counting);
     QZMemory::Copy(target, "x", 2);
     EXPECT_EQ(calls, 1);
-    // Dispose does not touch the slots.
+    // Dispose does not touch the slots; what it moves itself goes through them too.
     QZLibDispose();
+    calls = 0;
     QZMemory::Copy(target, "x", 2);
-    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(calls, 1);
 }
 
 TEST(Library, TheDefaultCopySmearsForwardWhenTheTargetLiesInsideTheSource)
