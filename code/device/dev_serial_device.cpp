@@ -156,7 +156,7 @@ void QZSerialDevice::ReadText(QZByte command, QZString* text, const QZWChar* met
     Locked(Mutex(), method, [&] {
         QZByte status = 0;
         Exec(&command, 1, &status, 1);
-        if (status != 0) throw StatusException(status, QZ_W("Exec"));
+        if (status != 0) throw new QZSerialException(status);
         QZSerialDeviceBuffer buffer{};
         ReadFromReturnBuffer(&buffer, ResultRoom);
         text->Clear();
@@ -193,6 +193,11 @@ void QZSerialDevice::UpdateSN(QZString* text)
 
 QZString* QZSerialDevice::GetSeries(QZString* model)
 {
+    if (model == nullptr)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), Class,
+                      QZ_W("GetSeries"))
+            .Argument(QZ_W("QZString*"), model)
+            .Exception();
     const QZInt64 length = model->GetLength();
     QZInt64 end = 0;
     for (bool digit = false; end < length; ++end)
@@ -342,9 +347,9 @@ bool QZSerialDevice::ChecksumFromReturnBuffer(const QZByte* bytes, QZInt64 count
     return crc == Crc(bytes, static_cast<QZUInt16>(count));
 }
 
-void QZSerialDevice::RequireParamChecksum(const QZWChar* method)
+void QZSerialDevice::RequireParamChecksum()
 {
-    if (!ChecksumFromParamBuffer(m_mirror)) throw StatusException(VerifyFailed, method);
+    if (!ChecksumFromParamBuffer(m_mirror)) throw new QZSerialException(VerifyFailed);
 }
 
 QZByte QZSerialDevice::GetLastError()
@@ -369,7 +374,7 @@ void QZSerialDevice::RunKeyWord(const char* word, QZByte command)
 {
     ExecCommand(CleanParameters);
     WriteParameters(word, static_cast<QZInt64>(std::strlen(word)));
-    RequireParamChecksum(QZ_W("ChecksumFromParamBuffer"));
+    RequireParamChecksum();
     ExecCommand(command);
     ExecCommand(CleanParameters);
 }
@@ -402,8 +407,7 @@ QZBool QZSerialDevice::IsDeviceInit()
         ExecCommand(LoadInit);
         ReadFromReturnBuffer(&buffer, ResultRoom);
         // Checked here in any case, and so twice as a rule.
-        if (!ChecksumFromReturnBuffer(buffer.Bytes, BufferSize))
-            throw StatusException(VerifyFailed, QZ_W("ChecksumFromReturnBuffer"));
+        if (!ChecksumFromReturnBuffer(buffer.Bytes, BufferSize)) throw new QZSerialException(VerifyFailed);
         return buffer.Bytes[0] == 1;
     });
 }
@@ -418,7 +422,7 @@ void QZSerialDevice::SetNumber(QZByte command, int index, float value)
         WriteParameters(&index, sizeof(index));
     else
         WriteParameters(&value, sizeof(value));
-    RequireParamChecksum(QZ_W("ChecksumFromParamBuffer"));
+    RequireParamChecksum();
     ExecCommand(command);
     ExecCommand(CleanParameters);
 }
@@ -449,13 +453,13 @@ void QZSerialDevice::SetKey(int index, QZString* key)
     Locked(
         Mutex(), QZ_W("SetKey"),
         [&] {
-            QZByte bytes[4] = {};
-            if (key == nullptr) throw QZExceptionFactory::CreateException(QZExceptionCode::NullPointer);
+            // More room than a key has: one that ends within a character keeps the bytes that fit.
+            QZByte bytes[4 * KeySize] = {};
             QZEncoding::GetBytes(QZEncodingType::UTF8, key, bytes, sizeof(bytes));
             ExecCommand(CleanParameters);
             WriteParameters(&index, sizeof(index));
-            WriteParameters(bytes, sizeof(bytes));
-            RequireParamChecksum(QZ_W("ChecksumFromParamBuffer"));
+            WriteParameters(bytes, KeySize);
+            RequireParamChecksum();
             ExecCommand(PutKey);
             ExecCommand(CleanParameters);
         },
@@ -467,7 +471,7 @@ void QZSerialDevice::ReadNumbered(QZByte command, int index, QZSerialDeviceBuffe
     ExecCommand(CleanParameters);
     ExecCommand(CleanReturn);
     WriteParameters(&index, sizeof(index));
-    RequireParamChecksum(QZ_W("ChecksumFromParamBuffer"));
+    RequireParamChecksum();
     ExecCommand(command);
     ExecCommand(CleanParameters);
     ReadFromReturnBuffer(buffer, count);
@@ -518,7 +522,7 @@ QZString* QZSerialDevice::GetKey(int index)
             QZSerialDeviceBuffer buffer{};
             ReadNumbered(TakeKey, index, &buffer, ResultRoom);
             // All four bytes, zeros among them.
-            return QZStringFactory::CreateString(reinterpret_cast<const char*>(buffer.Bytes), 4);
+            return QZStringFactory::CreateString(reinterpret_cast<const char*>(buffer.Bytes), KeySize);
         },
         Arg(QZ_W("QZInt32"), index));
 }

@@ -184,17 +184,16 @@ private:
 
     QZMutex* Mutex() const;
     void WriteParameters(const void* bytes, QZInt64 count);
-    void RequireParamChecksum(const QZWChar* method);
+    void RequireParamChecksum();
     void RunKeyWord(const char* word, QZByte command);
     void SetNumber(QZByte command, int index, float value);
     void ReadNumbered(QZByte command, int index, QZSerialDeviceBuffer* buffer, QZInt64 count);
     void ReadText(QZByte command, QZString* text, const QZWChar* method);
     QZInt64 AskBlockSize();
-    void SelectBlock(QZInt64 address, QZInt64 count, QZByte direction);
+    void SelectBlock(QZUInt64 address, QZInt64 count, QZByte direction);
     void SendBlock(const QZByte* bytes, QZInt64 count, QZInt64 block, QZByte* refused);
     void ReceiveBlock(QZByte* bytes, QZInt64 count, QZInt64 block);
-    void VerifyBlock(const QZByte* data, QZInt64 length, QZInt64 offset, QZInt64 count,
-                     const QZWChar* method);
+    void VerifyBlock(const QZByte* data, QZInt64 length, QZInt64 offset, QZInt64 count);
 
     std::shared_ptr<Shared> m_shared;
     QZByte m_checksum = 1;

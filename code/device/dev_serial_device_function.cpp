@@ -95,7 +95,7 @@ void QZSerialDevice::FunExecAsync(short function, const void* arguments, QZInt64
             WriteParameters(&function, sizeof(function));
             const QZInt64 count = std::min(size, kArgumentRoom);
             if (arguments != nullptr && count >= 1) WriteParameters(arguments, count);
-            if (m_checksum != 0) RequireParamChecksum(QZ_W("ChecksumFromParamBuffer"));
+            if (m_checksum != 0) RequireParamChecksum();
             const QZByte command = Execute;
             QZByte status = 0;
             Exec(&command, 1, &status, 1);

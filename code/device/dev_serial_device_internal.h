@@ -15,6 +15,7 @@ namespace serialdevice
 
 constexpr const QZWChar* Class = QZ_W("QZSerialDevice");
 constexpr QZInt64 BufferSize = 16;
+constexpr QZInt64 KeySize = 4;
 constexpr QZInt64 ResultRoom = sizeof(QZSerialDeviceBuffer);
 constexpr QZByte VerifyFailed = 210;
 
@@ -67,11 +68,6 @@ inline QZByte HighNibble(QZByte byte) { return static_cast<QZByte>(Nibble | byte
 
 /// A pointer as traces show it.
 inline QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
-
-inline QZSerialException* StatusException(QZByte status, const QZWChar* method)
-{
-    return QZTrace(new QZSerialException(status), Class, method).Exception();
-}
 
 /// Holds the device's mutex for the time of a scope.
 class MutexGuard

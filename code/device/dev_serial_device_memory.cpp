@@ -47,7 +47,7 @@ QZInt64 QZSerialDevice::AskBlockSize()
     return QZLoad<QZInt32>(buffer.Bytes);
 }
 
-void QZSerialDevice::SelectBlock(QZInt64 address, QZInt64 count, QZByte direction)
+void QZSerialDevice::SelectBlock(QZUInt64 address, QZInt64 count, QZByte direction)
 {
     ExecCommand(CleanParameters);
     WriteParameters(&address, 4);
@@ -81,15 +81,14 @@ void QZSerialDevice::ReceiveBlock(QZByte* bytes, QZInt64 count, QZInt64 block)
     }
 }
 
-void QZSerialDevice::VerifyBlock(const QZByte* data, QZInt64 length, QZInt64 offset, QZInt64 count,
-                                 const QZWChar* method)
+void QZSerialDevice::VerifyBlock(const QZByte* data, QZInt64 length, QZInt64 offset, QZInt64 count)
 {
     const QZByte command = BlockChecksum;
     QZByte ignored = 0;
     Exec(&command, 1, &ignored, 1);
     QZSerialDeviceBuffer buffer{};
     ReadFromReturnBuffer(&buffer, ResultRoom);
-    if (buffer.Bytes[0] != BlockCrc(data, length, offset, count)) throw StatusException(VerifyFailed, method);
+    if (buffer.Bytes[0] != BlockCrc(data, length, offset, count)) throw new QZSerialException(VerifyFailed);
 }
 
 QZInt64 QZSerialDevice::WriteMemory(QZInt64 address, const void* data, QZInt64 length, QZBool verify)
@@ -101,7 +100,7 @@ QZInt64 QZSerialDevice::WriteMemory(QZInt64 address, const void* data, QZInt64 l
             const QZByte* bytes = static_cast<const QZByte*>(data);
             QZByte refused = 0;
             const QZInt64 block = AskBlockSize();
-            QZInt64 at = address;
+            QZUInt64 at = static_cast<QZUInt64>(address);
             // A block size of 0 is not caught: the loop goes on until the line fails.
             for (QZInt64 done = 0; done < length;)
             {
@@ -109,9 +108,9 @@ QZInt64 QZSerialDevice::WriteMemory(QZInt64 address, const void* data, QZInt64 l
                 SelectBlock(at, count, OpenForWriting);
                 SendBlock(BlockAt(bytes, done, count), count, block, &refused);
                 ExecCommand(EndBlock);
-                if (verify != 0) VerifyBlock(bytes, length, done, count, method);
+                if (verify != 0) VerifyBlock(bytes, length, done, count);
                 ExecCommand(CommitBlock);
-                at += count;
+                at += static_cast<QZUInt64>(count);
                 done += count;
             }
             if (refused != 0) throw new QZSerialException(refused);
@@ -129,7 +128,7 @@ QZInt64 QZSerialDevice::ReadMemory(QZInt64 address, void* data, QZInt64 length, 
         [&] {
             QZByte* bytes = static_cast<QZByte*>(data);
             const QZInt64 block = AskBlockSize();
-            QZInt64 at = address;
+            QZUInt64 at = static_cast<QZUInt64>(address);
             for (QZInt64 done = 0; done < length;)
             {
                 const QZInt64 count = std::min(block, length - done);
@@ -137,8 +136,8 @@ QZInt64 QZSerialDevice::ReadMemory(QZInt64 address, void* data, QZInt64 length, 
                 ExecCommand(StartReadOut);
                 ReceiveBlock(BlockAt(bytes, done, count), count, block);
                 ExecCommand(EndBlock);
-                if (verify != 0) VerifyBlock(bytes, length, done, count, method);
-                at += count;
+                if (verify != 0) VerifyBlock(bytes, length, done, count);
+                at += static_cast<QZUInt64>(count);
                 done += count;
             }
             return length;

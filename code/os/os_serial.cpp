@@ -7,6 +7,7 @@
 #include "fw/fw_library.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_trace.h"
+#include "os/os_path_text.h"
 #include "os/os_system.h"
 
 namespace
@@ -84,40 +85,26 @@ struct QZSerial::Path
     QZString* text;
 };
 
-/// The port record, a buffer that holds the line, and the records that a Connect went over.
-struct QZSerial::Ports
+/// The port record, which copies share. Null while the port is closed.
+struct QZSerial::Port
 {
-    Ports() = default;
-    ~Ports()
-    {
-        Close();
-        for (void* record : left) Release(record);
-    }
-    Ports(const Ports&) = delete;
-    Ports& operator=(const Ports&) = delete;
-
-    static os::Line* LineOf(const void* record) { return static_cast<const PortRecord*>(record)->line; }
-
-    static void Release(void* record)
-    {
-        delete LineOf(record);
-        QZMemory::RecycleBuffer(record);
-    }
+    explicit Port(PortRecord* open) : record(open) {}
+    ~Port() { Close(); }
+    Port(const Port&) = delete;
+    Port& operator=(const Port&) = delete;
 
     void Close()
     {
-        if (open == nullptr) return;
-        Release(open);
-        open = nullptr;
+        if (record == nullptr) return;
+        delete record->line;
+        QZMemory::RecycleBuffer(record);
+        record = nullptr;
     }
 
-    void* open = nullptr;
-    std::vector<void*> left;
+    PortRecord* record;
 };
 
-QZSerial::QZSerial()
-    : m_ports(std::make_shared<Ports>()), m_path(std::make_shared<Path>(QZObject::GetObjectID()))
-{}
+QZSerial::QZSerial() : m_path(std::make_shared<Path>(QZObject::GetObjectID())) {}
 
 QZSerial::QZSerial(const QZSerial& other) = default;
 QZSerial& QZSerial::operator=(const QZSerial& other) = default;
@@ -128,8 +115,8 @@ void QZSerial::Connect(QZString* path, QZInt64 baud)
 {
     const Text device(WithPrefix(path));
     // The old record leaves the field before the system is asked, so that a refusal leaves the port closed.
-    if (m_ports->open != nullptr) m_ports->left.push_back(m_ports->open);
-    m_ports->open = nullptr;
+    if (OpenLine() != nullptr) m_left.push_back(m_port);
+    m_port.reset();
     void* record = QZMemory::CreateBuffer(sizeof(PortRecord));
     if (record == nullptr)
         throw TracedConnect(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
@@ -142,7 +129,7 @@ void QZSerial::Connect(QZString* path, QZInt64 baud)
         throw TracedConnect(QZExceptionFactory::CreateIOException(QZIOExceptionCode::DeviceOpenFailed, error),
                             path, baud);
     }
-    m_ports->open = new (record) PortRecord{line};
+    m_port = std::make_shared<Port>(new (record) PortRecord{line});
 
     // The speed is looked at only now: hosts see a wrong one touch the port.
     if (std::find(std::begin(kSpeeds), std::end(kSpeeds), baud) == std::end(kSpeeds))
@@ -163,33 +150,36 @@ void QZSerial::Connect(QZString* path, QZInt64 baud)
     m_path->text->Set(device.Get());
 }
 
-void QZSerial::Connect(const QZWChar* path, QZInt64 baud)
+template <typename Unit>
+void QZSerial::ConnectText(const Unit* path, QZInt64 baud)
 {
     QZString text(path);
-    Connect(&text, baud);
-}
-
-void QZSerial::Connect(const char* path, QZInt64 baud)
-{
-    QZString text(path);
-    Connect(&text, baud);
-}
-
-void QZSerial::Reconnect()
-{
-    Close();
     try
     {
-        Connect(m_path->text, m_baud);
+        Connect(&text, baud);
     }
     catch (QZException* e)
     {
-        QZTrace(e, kClass, QZ_W("Reconnect"));
+        QZTrace(e, kClass, QZ_W("Connect"))
+            .Argument(QZTextTypeName(path), path)
+            .Argument(QZ_W("QZInt64"), baud);
         throw;
     }
 }
 
-void QZSerial::Close() { m_ports->Close(); }
+void QZSerial::Connect(const QZWChar* path, QZInt64 baud) { ConnectText(path, baud); }
+void QZSerial::Connect(const char* path, QZInt64 baud) { ConnectText(path, baud); }
+
+void QZSerial::Reconnect()
+{
+    Close();
+    Connect(m_path->text, m_baud);
+}
+
+void QZSerial::Close()
+{
+    if (m_port != nullptr) m_port->Close();
+}
 
 os::Line* QZSerial::RequireLine(const QZWChar* method, const void* buffer, int length) const
 {
@@ -200,7 +190,7 @@ os::Line* QZSerial::RequireLine(const QZWChar* method, const void* buffer, int l
 
 os::Line* QZSerial::OpenLine() const
 {
-    return m_ports->open != nullptr ? Ports::LineOf(m_ports->open) : nullptr;
+    return m_port != nullptr && m_port->record != nullptr ? m_port->record->line : nullptr;
 }
 
 int QZSerial::Read(void* buffer, int length)

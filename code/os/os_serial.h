@@ -2,6 +2,7 @@
 #define QZLIB_OS_SERIAL_H
 
 #include <memory>
+#include <vector>
 
 #include "fw/fw_collection.h"
 #include "fw/fw_keyed.h"
@@ -17,7 +18,8 @@ class Line;
 /// moves bytes with a time-out.
 ///
 /// The path always carries the device prefix "\\.\" once a port was opened. Copies made by value share the
-/// port and the path: what one closes is closed for all, and the first to go closes it. One thread at a time.
+/// path and the port as it was when they were made: what one closes is closed for all, the first to go closes
+/// it, and what one opens later is its own. One thread at a time.
 ///
 /// Failures of the port are QZIOException objects with the system's number in the message; a transfer on a
 /// closed port is a QZException 1792.
@@ -97,12 +99,16 @@ protected:
 
 private:
     struct Path;
-    struct Ports;
+    struct Port;
 
+    template <typename Unit>
+    void ConnectText(const Unit* path, QZInt64 baud);
     os::Line* OpenLine() const;
     os::Line* RequireLine(const QZWChar* method, const void* buffer, int length) const;
 
-    std::shared_ptr<Ports> m_ports;
+    /// Null before the first connection. Those that a Connect went over wait for the object's end.
+    std::shared_ptr<Port> m_port;
+    std::vector<std::shared_ptr<Port>> m_left;
     std::shared_ptr<Path> m_path;
     QZInt32 m_baud = 115200;
     QZInt32 m_timeout = 2000;

@@ -108,6 +108,12 @@ private:
         if (late) CancelIo(m_handle);
         DWORD moved = 0;
         const bool done = GetOverlappedResult(m_handle, &m_transfer, &moved, late ? TRUE : FALSE) != 0;
+        if (!done && GetLastError() == ERROR_IO_INCOMPLETE)
+        {
+            // A wait that failed: nothing may write into the buffer once the call is over.
+            CancelIo(m_handle);
+            GetOverlappedResult(m_handle, &m_transfer, &moved, TRUE);
+        }
         *count = moved;
         if (late) return LineResult::Timeout;
         return done ? LineResult::Done : LineResult::Failed;

@@ -241,7 +241,13 @@ TEST(SerialDevice, AKeyKeepsItsFirstFourBytesOfUtf8)
     QZString empty;
     bench.device.SetKey(2, &empty);
     EXPECT_EQ(bench.controller.settings.keys[2], std::string(4, '\0'));
-    EXPECT_QZ_THROW(bench.device.SetKey(3, nullptr), kNullPointer);
+    // The fourth byte is the first of a character's two.
+    QZString cut(QZ_W("ABC\u00E9"));
+    bench.device.SetKey(3, &cut);
+    EXPECT_EQ(bench.controller.settings.keys[3], "ABC\xC3");
+    bench.peer.ClearLog();
+    EXPECT_QZ_THROW(bench.device.SetKey(3, nullptr), 256);
+    EXPECT_EQ(bench.Log(), "");
 }
 
 TEST(SerialDevice, ASlotThatTheDeviceDoesNotHaveIsItsRefusal)
@@ -449,6 +455,7 @@ TEST(SerialDevice, TheSeriesIsTheLeadingPartOfAModel)
     EXPECT_EQ(series("1A2B"), "1");
     EXPECT_EQ(series(""), "");
     EXPECT_EQ(series("x9Z"), "x9");
+    EXPECT_QZ_THROW(QZSerialDevice::GetSeries(nullptr), kNullPointer);
 }
 
 // ---- Functions
@@ -766,6 +773,39 @@ TEST(SerialDevice, TracesNameTheOperations)
     EXPECT_NE(thrown.stackTrace.find("QZSerialDevice::Exec(QZUInt8*, QZInt64, QZUInt8*, QZInt64)"),
               std::string::npos);
     EXPECT_NE(thrown.argumentTrace.find("QZSerialDevice::SetIncremental(7, 0.5)"), std::string::npos);
+}
+
+TEST(SerialDevice, AnOperationThatThrowsIsInTheTracesOnce)
+{
+    Bench bench;
+    bench.Connect();
+    bench.Inject(0x5E, Kind::Flip, 1);
+    qztest::Thrown thrown = QZ_TEST_CATCH(bench.device.Sync());
+    EXPECT_EQ(thrown.stackTrace, "QZSerialDevice::Sync()");
+    bench.Inject(0x12, Kind::Status, 0xE2);
+    thrown = QZ_TEST_CATCH(bench.device.Sync());
+    EXPECT_EQ(thrown.stackTrace, "QZSerialDevice::ExecCommand(QZUInt8)\r\nQZSerialDevice::Sync()");
+    EXPECT_EQ(thrown.argumentTrace, "QZSerialDevice::ExecCommand(18)\r\nQZSerialDevice::Sync()");
+    bench.Inject(0x35, Kind::Status, 0xE2);
+    thrown = QZ_TEST_CATCH(bench.device.Sync());
+    EXPECT_EQ(thrown.argumentTrace, "QZSerialDevice::WriteByteToParamBuffer(83)\r\nQZSerialDevice::Sync()");
+    bench.Inject(0x5F, Kind::Flip, 1, 2);
+    thrown = QZ_TEST_CATCH(bench.device.IsDeviceInit());
+    EXPECT_EQ(thrown.stackTrace, "QZSerialDevice::IsDeviceInit()");
+    bench.device.Checksum(0);
+    bench.Inject(0x40, Kind::Flip, 1, 2);
+    thrown = QZ_TEST_CATCH(bench.device.WriteMemory(1, "abc", 3, 1));
+    EXPECT_EQ(thrown.stackTrace, "QZSerialDevice::MemoryWrite(QZInt64, QZPVoid, QZInt64, QZBool)");
+    bench.Inject(0x02, Kind::Status, 0xE0);
+    thrown = QZ_TEST_CATCH(bench.device.Reconnect());
+    EXPECT_EQ(thrown.stackTrace,
+              "QZSerialDevice::ReadSN()\r\nQZSerialDevice::Connect(QZString*, QZInt64)\r\n"
+              "QZSerialDevice::Reconnect()");
+    bench.Inject(0x56, Kind::Status, 0xE2);
+    thrown = QZ_TEST_CATCH(bench.device.FunExec(2, 1, nullptr));
+    EXPECT_EQ(thrown.stackTrace,
+              "QZSerialDevice::FunExecAsync(QZInt16, QZPVoid, QZInt64, QZSerialDeviceBuffer*, QZInt64)\r\n"
+              "QZSerialDevice::FunExec(QZInt16, QZPVoid, QZInt64, QZSerialDeviceBuffer*, QZInt64, QZInt32)");
 }
 
 // ---- The queue

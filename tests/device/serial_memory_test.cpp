@@ -204,6 +204,21 @@ TEST(SerialMemory, PlacesOutsideTheMemoryAreTheDevicesRefusal)
     EXPECT_EQ(bench.controller.memory.substr(8, 4), "abcd");
 }
 
+TEST(SerialMemory, TheHighestAddressGoesOnAtTheLowest)
+{
+    Bench bench;
+    bench.controller.blockSize = 2;
+    bench.Connect();
+    // A device that takes every place, and the data as harmless commands.
+    for (const int command : {0x21, 0x24, 0x27, 0x22}) bench.Inject(command, Kind::Status, 0, 1, true);
+    EXPECT_EQ(bench.device.WriteMemory(INT64_MAX, "RRRR", 4, 0), 4);
+    const std::string log = bench.Log();
+    EXPECT_NE(log.find(Nibbles("FF FF FF FF 02 00 00 00") + "21>00 24>00 52>00 52>00 27>00 22>00"),
+              std::string::npos);
+    EXPECT_NE(log.find(Nibbles("01 00 00 00 02 00 00 00") + "21>00 24>00 52>00 52>00 27>00 22>00"),
+              std::string::npos);
+}
+
 TEST(SerialMemory, ABlockSizeOfZeroGoesOnUntilTheLineFails)
 {
     for (const bool write : {true, false})

@@ -483,10 +483,56 @@ TEST(Serial, TheListByTextIsAlwaysEmpty)
     EXPECT_EQ(ports, nullptr);
 }
 
+TEST(Serial, ACopyOfAClosedPortStaysClosedWhenTheOtherConnects)
+{
+    LinePeer peer;
+    QZSerial port;
+    QZSerial copy(port);
+    Connected(port, peer, 9600);
+    EXPECT_QZ_THROW(copy.Write("x", 1), kClosed);
+    // The path is one for both, the speed is each one's own.
+    EXPECT_QZ_TEXT(copy.GetPath(), "\\\\.\\" + peer.Path());
+    copy.Reconnect();
+    EXPECT_EQ(peer.Speed(), 115200);
+    EXPECT_EQ(copy.Write("x", 1), 1);
+    copy.Close();
+    EXPECT_EQ(port.Write("y", 1), 1);
+}
+
+TEST(Serial, ACopyKeepsThePortThatTheOtherWentOver)
+{
+    LinePeer peer;
+    QZSerial port;
+    Connected(port, peer);
+    QZSerial copy(port);
+    EXPECT_QZ_THROW(port.Connect("no-such-port", 115200), kOpenFailed);
+    EXPECT_QZ_THROW(port.Write("x", 1), kClosed);
+    EXPECT_EQ(copy.Write("y", 1), 1);
+}
+
 TEST(Serial, TracesNameTheOperationAndItsArguments)
 {
     QZSerial port;
-    const qztest::Thrown thrown = QZ_TEST_CATCH(port.Connect("no-such-port", 9600));
+    QZString text("no-such-port");
+    qztest::Thrown thrown = QZ_TEST_CATCH(port.Connect(&text, 9600));
     EXPECT_EQ(thrown.stackTrace, "QZSerial::Connect(QZString*, QZInt64)");
     EXPECT_EQ(thrown.argumentTrace, "QZSerial::Connect(no-such-port, 9600)");
+    thrown = QZ_TEST_CATCH(port.Reconnect());
+    EXPECT_EQ(thrown.stackTrace, "QZSerial::Connect(QZString*, QZInt64)");
+    unsigned char byte = 0;
+    thrown = QZ_TEST_CATCH(port.ReadByte(&byte));
+    EXPECT_EQ(thrown.stackTrace, "QZSerial::Read(QZPVoid, QZInt32)");
+}
+
+TEST(Serial, TheFacesOfConnectAddThemselvesToTheTraces)
+{
+    QZSerial port;
+    qztest::Thrown thrown = QZ_TEST_CATCH(port.Connect("no-such-port", 9600));
+    EXPECT_EQ(thrown.stackTrace,
+              "QZSerial::Connect(QZString*, QZInt64)\r\nQZSerial::Connect(QZChar*, QZInt64)");
+    EXPECT_EQ(thrown.argumentTrace,
+              "QZSerial::Connect(no-such-port, 9600)\r\nQZSerial::Connect(no-such-port, 9600)");
+    thrown = QZ_TEST_CATCH(port.Connect(QZ_W("no-such-port"), 9600));
+    EXPECT_EQ(thrown.stackTrace,
+              "QZSerial::Connect(QZString*, QZInt64)\r\nQZSerial::Connect(QZWChar*, QZInt64)");
 }
