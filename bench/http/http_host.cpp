@@ -1,0 +1,89 @@
+// The server that bench/http/bench_http.py measures.
+//
+//     http_bench_host FILE PAUSE
+//
+// GET /small is a small page, GET /file the file, GET /counts what is in use inside, as JSON. Tells its port and
+// ends when its input does.
+
+#include <qzlib.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace
+{
+
+class BenchServer : public QZHttpServerEngine
+{
+public:
+    BenchServer(QZErrorReport* report, const char* file) : QZHttpServerEngine(report, 0), m_file(file)
+    {
+        m_bindAddress = QZIPAddress(127, 0, 0, 1).GetValue();
+    }
+    ~BenchServer() override { Shutdown(); }
+
+protected:
+    QZHttpResponse* CreatePage(QZHttpRequest* request) override
+    {
+        QZString* path = request->GetUrl()->GetPath();
+        if (path->Equals(QZ_W("/small"))) return Small();
+        if (path->Equals(QZ_W("/file"))) return QZHttpServer::ResponseFile(&m_file);
+        if (path->Equals(QZ_W("/counts"))) return Counts();
+        return QZHttpServer::Page404(nullptr);
+    }
+
+private:
+    static QZHttpResponse* Small()
+    {
+        QZHttpResponse* response = QZHttpFactory::CreateResponse();
+        response->SetStatus(200);
+        QZString page(QZ_W("<!DOCTYPE html><html><head><title>small</title></head><body><p>A small page.</p></body></html>"));
+        response->SetContent(&page);
+        return response;
+    }
+
+    QZHttpResponse* Counts()
+    {
+        QZString json(QZ_W("{\"connections\":"));
+        json.Append(static_cast<QZInt64>(ConnectCount()));
+        json.Append(QZ_W(",\"close wait\":"));
+        json.Append(static_cast<QZInt64>(ConnectCloseWaitCount()));
+        json.Append(QZ_W(",\"workers\":"));
+        json.Append(static_cast<QZInt64>(ThreadPoolCount()));
+        json.Append(QZ_W("}"));
+        QZHttpResponse* response = QZHttpFactory::CreateResponse();
+        response->SetStatus(200);
+        response->SetContent(&json);
+        return response;
+    }
+
+    QZString m_file;
+};
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 3) return std::fprintf(stderr, "usage: http_bench_host FILE PAUSE\n"), 2;
+    QZLibInit();
+    int code = 0;
+    try
+    {
+        QZErrorReport report;
+        QZHttpServerEngine::CompletionPause = std::atoi(argv[2]);
+        BenchServer server(&report, argv[1]);
+        server.Start();
+        std::printf("%d\n", server.GetPort());
+        std::fflush(stdout);
+        while (std::getchar() != EOF)
+        {}
+    }
+    catch (QZException* e)
+    {
+        std::fprintf(stderr, "http_bench_host: failure %lld\n", static_cast<long long>(e->GetCode()));
+        QZExceptionFactory::Recycle(&e);
+        code = 1;
+    }
+    QZLibDispose();
+    return code;
+}
