@@ -9,6 +9,10 @@ jobs=$(nproc)
 PACKAGES_BUILD="cmake ninja-build g++ ccache pkg-config libgtest-dev libbenchmark-dev libsqlite3-dev libleveldb-dev libicu-dev libssl-dev nlohmann-json3-dev rapidjson-dev zlib1g-dev liblz4-dev"
 PACKAGES_CLANG="clang-14 libclang-rt-14-dev llvm-14"
 PACKAGES_WINDOWS="g++-mingw-w64-x86-64-posix wine64 googletest"
+# Programs that tests/peers talks to, which leaves out what is missing.
+PACKAGES_PEERS="python3 curl chromium haproxy"
+# Programs that scripts/bench-http measures beside.
+PACKAGES_HTTP="python3 wrk nginx-light libcpp-httplib-dev"
 PACKAGES_CHECK="git clang-14 clang-format-14 clang-tidy-14"
 
 say() { printf '== %s\n' "$*"; }

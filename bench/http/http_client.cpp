@@ -97,7 +97,8 @@ std::vector<double> MeasurePeer([[maybe_unused]] int port, [[maybe_unused]] Cloc
 
 int main(int argc, char** argv)
 {
-    if (argc != 5) return std::fprintf(stderr, "usage: http_bench_client ours|peer PORT THREADS SECONDS\n"), 2;
+    if (argc != 5)
+        return std::fprintf(stderr, "usage: http_bench_client ours|peer PORT THREADS SECONDS\n"), 2;
     const bool ours = std::string(argv[1]) == "ours";
     const int port = std::atoi(argv[2]);
     const int seconds = std::atoi(argv[4]);
@@ -109,7 +110,8 @@ int main(int argc, char** argv)
         const Clock::time_point end = Clock::now() + std::chrono::seconds(seconds);
         std::vector<std::thread> threads;
         for (std::vector<double>& result : results)
-            threads.emplace_back([&, end] { result = ours ? MeasureOurs(port, end) : MeasurePeer(port, end); });
+            threads.emplace_back(
+                [&, end] { result = ours ? MeasureOurs(port, end) : MeasurePeer(port, end); });
         for (std::thread& thread : threads) thread.join();
     }
     QZLibDispose();

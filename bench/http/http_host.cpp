@@ -2,8 +2,8 @@
 //
 //     http_bench_host FILE PAUSE
 //
-// GET /small is a small page, GET /file the file, GET /counts what is in use inside, as JSON. Tells its port and
-// ends when its input does.
+// GET /small is a small page, GET /file the file, GET /counts what is in use inside, as JSON. Tells its port
+// and ends when its input does.
 
 #include <qzlib.h>
 
@@ -37,7 +37,9 @@ private:
     {
         QZHttpResponse* response = QZHttpFactory::CreateResponse();
         response->SetStatus(200);
-        QZString page(QZ_W("<!DOCTYPE html><html><head><title>small</title></head><body><p>A small page.</p></body></html>"));
+        QZString page(
+            QZ_W("<!DOCTYPE html><html><head><title>small</title></head><body><p>A small "
+                 "page.</p></body></html>"));
         response->SetContent(&page);
         return response;
     }
@@ -50,6 +52,12 @@ private:
         json.Append(static_cast<QZInt64>(ConnectCloseWaitCount()));
         json.Append(QZ_W(",\"workers\":"));
         json.Append(static_cast<QZInt64>(ThreadPoolCount()));
+        json.Append(QZ_W(",\"cached\":"));
+        QZJsonObject* cached = QZHttpFactory::GetStatus();
+        QZString* text = QZJsonFactory::SerializeObject(cached);
+        json.Append(text);
+        QZJsonFactory::Recycle(&text);
+        QZJsonFactory::Recycle(&cached);
         json.Append(QZ_W("}"));
         QZHttpResponse* response = QZHttpFactory::CreateResponse();
         response->SetStatus(200);

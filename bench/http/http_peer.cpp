@@ -23,8 +23,9 @@ int main(int argc, char** argv)
     server.set_keep_alive_max_count(std::numeric_limits<std::size_t>::max());
     server.set_tcp_nodelay(true);
     server.Get("/small", [](const httplib::Request&, httplib::Response& response) {
-        response.set_content("<!DOCTYPE html><html><head><title>small</title></head><body><p>A small page.</p></body></html>",
-                             "text/html; charset=utf-8");
+        response.set_content(
+            "<!DOCTYPE html><html><head><title>small</title></head><body><p>A small page.</p></body></html>",
+            "text/html; charset=utf-8");
     });
     server.Get("/file", [&](const httplib::Request&, httplib::Response& response) {
         std::ifstream in(file, std::ios::binary);

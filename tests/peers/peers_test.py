@@ -1,0 +1,248 @@
+"""HTTP servers of this library with the clients and the proxy that the world uses: curl, Chromium, haproxy.
+
+    peers_test.py HTTP_FILES PEER_HOST SCALING.MD RESULTS.XML
+
+A program that is not installed leaves its tests out, with a message. The proxy runs the configuration that stands in
+docs/scaling.md, with other ports.
+"""
+
+import http.client
+import json
+import os
+import re
+import shutil
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from xml.sax.saxutils import quoteattr
+
+HTTP_FILES, PEER_HOST, SCALING, RESULTS = sys.argv[1:5]
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def eventually(condition, seconds=60):
+    end = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > end:
+            return False
+        time.sleep(0.05)
+    return True
+
+
+def listens(port):
+    try:
+        socket.create_connection(("127.0.0.1", port)).close()
+        return True
+    except OSError:
+        return False
+
+
+class Host:
+    """A program that tells its port and ends with its input."""
+
+    def __init__(self, *command):
+        self._process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.port = int(self._process.stdout.readline())
+
+    def end(self):
+        """The exit code; may be called again."""
+        self._process.stdin.close()
+        self._process.stdout.close()
+        return self._process.wait(60)
+
+
+class PeerTest(unittest.TestCase):
+    program = None
+
+    @classmethod
+    def setUpClass(cls):
+        if cls.program is not None and shutil.which(cls.program) is None:
+            raise unittest.SkipTest(f"{cls.program} is not installed")
+
+    def start(self, *command):
+        host = Host(*command)
+        self.addCleanup(lambda: self.assertEqual(host.end(), 0, "exit code of the host"))
+        return host
+
+    def folder(self):
+        folder = tempfile.mkdtemp(prefix="qz-peers-")
+        self.addCleanup(lambda: shutil.rmtree(folder, ignore_errors=True))
+        return folder
+
+
+def run(*command, seconds=120):
+    return subprocess.run(command, check=True, capture_output=True, timeout=seconds)
+
+
+class CurlTest(PeerTest):
+    program = "curl"
+
+    def curl(self, *arguments):
+        return run("curl", "-sS", "--max-time", "100", "--noproxy", "*", *arguments)
+
+    def test_gets_a_file_of_the_file_server_byte_for_byte(self):
+        folder = self.folder()
+        os.mkdir(f"{folder}/site")
+        content = bytes(range(256)) * 4096
+        with open(f"{folder}/site/a.png", "wb") as file:
+            file.write(content)
+        with open(f"{folder}/sites.json", "w", encoding="ascii") as file:
+            json.dump([{"Host": "here", "SiteStatus": "Local", "PhyLocation": f"{folder}/site", "IndexPage": "a.png"}], file)
+        host = self.start(HTTP_FILES, "0", f"{folder}/sites.json")
+        url = f"http://127.0.0.1:{host.port}/"
+        got = self.curl("-H", "Host: here", "-w", "%{stderr}%{http_code} %{content_type}", url + "a.png")
+        self.assertEqual(got.stdout, content)
+        self.assertEqual(got.stderr, b"200 image/png")
+        missing = self.curl("-H", "Host: here", "-o", "/dev/null", "-w", "%{http_code}", url + "b.png")
+        self.assertEqual(missing.stdout, b"404")
+
+    def test_keeps_one_connection_for_all_requests(self):
+        host = self.start(PEER_HOST, "a")
+        url = f"http://127.0.0.1:{host.port}/who"
+        got = self.curl("-w", "%{num_connects}\n", *[url] * 5)
+        self.assertEqual(got.stdout, b"a\n1\n" + b"a\n0\n" * 4)
+
+    def test_closes_where_the_client_asks_for_it(self):
+        host = self.start(PEER_HOST, "a")
+        url = f"http://127.0.0.1:{host.port}/who"
+        got = self.curl("-w", "%{num_connects}\n", "-H", "Connection: close", url, url)
+        self.assertEqual(got.stdout, b"a\n1\n" * 2)
+
+    def test_sends_bodies_and_gets_them_back(self):
+        host = self.start(PEER_HOST, "a")
+        file = f"{self.folder()}/body"
+        for size in (0, 1, 4096, 131072, 131073, 3000000):
+            with open(file, "wb") as body:
+                body.write((b"0123456789abcdef" * (size // 16 + 1))[:size])
+            # Large bodies are announced with "Expect", which the server does not answer: curl goes on by itself.
+            got = self.curl("--data-binary", f"@{file}", f"http://127.0.0.1:{host.port}/echo")
+            with open(file, "rb") as body:
+                self.assertEqual(got.stdout, body.read(), f"{size} bytes")
+
+    def test_speaks_http_1_0(self):
+        host = self.start(PEER_HOST, "a")
+        got = self.curl("--http1.0", f"http://127.0.0.1:{host.port}/who")
+        self.assertEqual(got.stdout, b"a\n")
+
+    def test_gets_many_pages_at_a_time(self):
+        host = self.start(PEER_HOST, "a")
+        got = self.curl("--parallel", "--parallel-max", "40", f"http://127.0.0.1:{host.port}/who?[1-200]")
+        self.assertEqual(got.stdout, b"a\n" * 200)
+
+
+class ChromiumTest(PeerTest):
+    program = "chromium"
+
+    def test_runs_a_page_whose_script_asks_the_server(self):
+        host = self.start(PEER_HOST, "a")
+        page = run("chromium", "--headless=new", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+                   "--disable-background-networking", "--disable-component-update", "--disable-sync",
+                   "--disable-dev-shm-usage", "--no-proxy-server", f"--user-data-dir={self.folder()}",
+                   "--virtual-time-budget=20000", "--dump-dom", f"http://127.0.0.1:{host.port}/page").stdout.decode()
+        self.assertRegex(page, '<p id="out">a 4 times the same</p>')
+
+
+class HaproxyTest(PeerTest):
+    program = "haproxy"
+
+    def setUp(self):
+        self.hosts = [Host(PEER_HOST, name) for name in "ab"]
+        for host in self.hosts:
+            self.addCleanup(host.end)
+        self.port = free_port()
+        with open(SCALING, encoding="utf-8") as page:
+            config = re.search(r"^```haproxy\n(.*?)^```", page.read(), re.M | re.S).group(1)
+        for told, here in ((":80\n", f"127.0.0.1:{self.port}\n"), (":8081 ", f":{self.hosts[0].port} "),
+                           (":8082 ", f":{self.hosts[1].port} ")):
+            self.assertEqual(config.count(told), 1, told)
+            config = config.replace(told, here)
+        file = f"{self.folder()}/haproxy.cfg"
+        with open(file, "w", encoding="ascii") as out:
+            out.write(config)
+        run("haproxy", "-c", "-f", file)
+        self.proxy = subprocess.Popen(["haproxy", "-db", "-f", file], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.addCleanup(self.end_proxy)
+        self.assertTrue(eventually(lambda: listens(self.port) or self.proxy.poll() is not None))
+        self.assertIsNone(self.proxy.poll(), "the proxy ended at once")
+
+    def end_proxy(self):
+        self.proxy.terminate()
+        self.proxy.wait(60)
+
+    def connect(self, source="127.0.0.1"):
+        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=60, source_address=(source, 0))
+        self.addCleanup(connection.close)
+        return connection
+
+    def ask(self, connection, path="/who", body=None):
+        connection.request("POST" if body is not None else "GET", path, body)
+        response = connection.getresponse()
+        return response.status, response.read()
+
+    def test_requests_go_to_both_hosts_in_turn_and_tell_the_clients_address(self):
+        for source in ("127.0.0.1", "127.0.0.9"):
+            connection = self.connect(source)
+            answers = [self.ask(connection) for _ in range(8)]
+            told = {(200, f"{name} for {source}\n".encode()) for name in "ab"}
+            self.assertEqual(set(answers), told)
+
+    def test_bodies_come_through_both_ways(self):
+        connection = self.connect()
+        body = b"0123456789abcdef" * 20000
+        for _ in range(4):
+            self.assertEqual(self.ask(connection, "/echo", body), (200, body))
+
+    def test_a_host_that_ends_is_not_missed(self):
+        connection = self.connect()
+        self.assertEqual(self.hosts[0].end(), 0)
+        for _ in range(8):
+            self.assertEqual(self.ask(connection), (200, b"b for 127.0.0.1\n"))
+
+
+class Results(unittest.TextTestResult):
+    """Notes every test as the other test programs do, for scripts/test-summary."""
+
+    def __init__(self, *arguments, **more):
+        super().__init__(*arguments, **more)
+        self.lines = []
+
+    def note(self, test, inside="", result="completed"):
+        # A class that is left out as a whole comes as "setUpClass (__main__.ClassName)".
+        name = test.id().split(".")[-1].rstrip(")")
+        self.lines.append(f'<testcase name={quoteattr(name)} status="run" result="{result}" classname="peers">\n'
+                          f"{inside}</testcase>\n")
+
+    def addSuccess(self, test):
+        super().addSuccess(test)
+        self.note(test)
+
+    def addError(self, test, error):
+        super().addError(test, error)
+        self.note(test, f'<failure message={quoteattr(str(error[1]))}></failure>\n')
+
+    addFailure = addError
+
+    def addSkip(self, test, reason):
+        super().addSkip(test, reason)
+        print(f"skipped: {reason}")
+        self.note(test, f"<skipped message={quoteattr(reason)}/>\n", "skipped")
+
+
+def main():
+    suite = unittest.defaultTestLoader.loadTestsFromModule(sys.modules[__name__])
+    result = unittest.TextTestRunner(verbosity=2, resultclass=Results).run(suite)
+    with open(RESULTS, "w", encoding="utf-8") as out:
+        out.write("<testsuites>\n" + "".join(result.lines) + "</testsuites>\n")
+    return 0 if result.wasSuccessful() else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
