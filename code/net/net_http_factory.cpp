@@ -26,9 +26,16 @@ T* Take(QZObjectCache* cache)
     return static_cast<T*>(cache->Out());
 }
 
-/// Fills an object fresh out of its cache. When that fails the object goes back.
-template <typename T, typename Fill>
-T* Filled(T* object, const QZWChar* method, Fill fill)
+void Describe(QZTrace<QZException> trace, QZString* text) { trace.Argument(QZ_W("QZString*"), text); }
+
+void Describe(QZTrace<QZException> trace, QZData* data)
+{
+    trace.Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize());
+}
+
+/// Fills an object fresh out of its cache with a text or data. When that fails the object goes back.
+template <typename T, typename Source, typename Fill>
+T* Filled(T* object, Source* source, const QZWChar* method, Fill fill)
 {
     try
     {
@@ -37,7 +44,7 @@ T* Filled(T* object, const QZWChar* method, Fill fill)
     catch (QZException* e)
     {
         QZHttpFactory::Recycle(&object);
-        QZTrace(e, QZ_W("QZHttpFactory"), method);
+        Describe(QZTrace(e, QZ_W("QZHttpFactory"), method), source);
         throw;
     }
     return object;
@@ -89,7 +96,8 @@ QZHttpCookie* QZHttpFactory::CreateCookie() { return Take<QZHttpCookie>(m_cookie
 
 QZHttpCookie* QZHttpFactory::CreateCookie(QZString* text)
 {
-    return Filled(CreateCookie(), QZ_W("CreateCookie"), [=](QZHttpCookie* cookie) { cookie->Set(text); });
+    return Filled(CreateCookie(), text, QZ_W("CreateCookie"),
+                  [=](QZHttpCookie* cookie) { cookie->Set(text); });
 }
 
 QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection()
@@ -99,7 +107,7 @@ QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection()
 
 QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection(QZString* text)
 {
-    return Filled(CreateHeaderCollection(), QZ_W("CreateHeaderCollection"),
+    return Filled(CreateHeaderCollection(), text, QZ_W("CreateHeaderCollection"),
                   [=](QZHttpHeaderCollection* headers) {
                       http::Pieces lines(text, '\n');
                       http::Text line(nullptr, 0);
@@ -119,7 +127,7 @@ QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection()
 
 QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection(QZString* text)
 {
-    return Filled(CreateCookieCollection(), QZ_W("CreateCookieCollection"),
+    return Filled(CreateCookieCollection(), text, QZ_W("CreateCookieCollection"),
                   [=](QZHttpCookieCollection* cookies) {
                       const text::Temporary list(QZStringFactory::CreateString(text));
                       if (list->Contains(QZ_W("Cookie")))
@@ -141,7 +149,7 @@ QZHttpRequest* QZHttpFactory::CreateRequest() { return Take<QZHttpRequest>(m_req
 
 QZHttpRequest* QZHttpFactory::CreateRequest(QZData* data)
 {
-    return Filled(CreateRequest(), QZ_W("CreateRequest"),
+    return Filled(CreateRequest(), data, QZ_W("CreateRequest"),
                   [=](QZHttpRequest* request) { request->Set(data); });
 }
 
@@ -149,7 +157,7 @@ QZHttpResponse* QZHttpFactory::CreateResponse() { return Take<QZHttpResponse>(m_
 
 QZHttpResponse* QZHttpFactory::CreateResponse(QZData* data)
 {
-    return Filled(CreateResponse(), QZ_W("CreateResponse"),
+    return Filled(CreateResponse(), data, QZ_W("CreateResponse"),
                   [=](QZHttpResponse* response) { response->Set(data); });
 }
 

@@ -26,7 +26,7 @@ void QZHttpFactory::Recycle(QZHttpConnect** connect)
     {
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked),
                       QZ_W("QZHttpFactory"), QZ_W("Recycle"))
-            .Argument(QZ_W("QZHttpConnect"), static_cast<QZInt64>((*connect)->GetObjectID()))
+            .Argument(QZ_W("QZHttpConnect**"), static_cast<QZInt64>((*connect)->GetObjectID()))
             .Exception();
     }
     (*connect)->Clear();

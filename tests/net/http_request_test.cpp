@@ -256,6 +256,18 @@ TEST(HttpRequest, FactoryReadsTheData)
     EXPECT_QZ_THROW(QZHttpFactory::CreateRequest(&bad), QZHttpExceptionCode::BadRequestData);
 }
 
+TEST(HttpRequest, AFailureTellsItsRoadAndTheBytes)
+{
+    QZData bad("GET\r\n\r\n", 7);
+    const qztest::Thrown thrown = qztest::Catch([&] { QZHttpFactory::CreateRequest(&bad); });
+    EXPECT_EQ(thrown.stackTrace,
+              "QZHttpRequest::SetHead(QZString*)\r\nQZHttpRequest::Set(QZData*)\r\n"
+              "QZHttpFactory::CreateRequest(QZData*)");
+    EXPECT_EQ(thrown.argumentTrace,
+              "QZHttpRequest::SetHead(<HEX>470045005400)\r\n"
+              "QZHttpRequest::Set(<HEX>4745540D0A0D0A)\r\nQZHttpFactory::CreateRequest(<HEX>4745540D0A0D0A)");
+}
+
 TEST(HttpRequest, GivesBackForeignPartsOnly)
 {
     const auto request = NewRequest();
