@@ -106,7 +106,13 @@ std::string Monitor::Start()
 void Monitor::Stop()
 {
     if (!m_sampling) return;
+    // A task that stands in a list cannot be deleted.
+    m_sampling->Reset();
+    m_sampling->RemoveTask(m_sampleTask.get());
     m_sampling.reset();
+    m_house->Reset();
+    m_house->RemoveTask(m_syncTask.get());
+    m_house->RemoveTask(m_snapshotTask.get());
     m_house.reset();
     m_device.Disconnect();
     m_simulator.reset();
@@ -211,7 +217,7 @@ void Monitor::SampleStep()
     }
     catch (QZException* e)
     {
-        Lost(TakeMessage(e));
+        Lost("the line does not answer (" + TakeMessage(e) + ")");
     }
     catch (const Failure& failure)
     {

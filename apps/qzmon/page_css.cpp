@@ -56,7 +56,7 @@ button:disabled { color: #98a2ac; background: var(--ground); cursor: default; }
 .value span { color: var(--soft); font-size: .85rem; letter-spacing: .03em; }
 .stale b { color: #98a2ac; }
 #chart, #ruler { display: block; width: 100%; image-rendering: auto; border-radius: .3rem; min-height: 6rem; }
-#ruler { cursor: crosshair; image-rendering: pixelated; border: 1px solid var(--line); }
+#ruler { cursor: crosshair; border: 1px solid var(--line); }
 .parameter { display: grid; grid-template-columns: 4rem minmax(0, 1fr) minmax(0, 1fr) auto; gap: .6rem; align-items: end;
   padding: .45rem 0; border-top: 1px solid var(--line); }
 .parameter b { padding-bottom: .5rem; }
@@ -100,7 +100,7 @@ main.error h1 { font-size: 1.4rem; }
   .bar { padding: .6rem .9rem .2rem; }
   nav { padding: 0 .45rem .35rem; }
   .date { display: none; }
-  th, td { padding: .35rem .35rem; }
+  th, td { padding: .35rem .25rem; font-size: .86rem; }
   #values { grid-template-columns: 1fr 1fr; }
   .value b { font-size: 1.35rem; }
   .parameter { grid-template-columns: minmax(0, 1fr) minmax(0, 1fr) auto; }

@@ -92,7 +92,7 @@ function showStatus() {
   const connected = status.connected;
   pill.textContent = connected ? "connected" : "device lost";
   pill.className = "pill " + (connected ? "good" : "bad");
-  $("device").textContent = connected ? status.device : status.trouble;
+  $("device").textContent = connected ? status.device : status.trouble + "; looking for it every second";
   $("clock").textContent = status.time === "" ? "no sample yet" :
     (connected ? "" : "last sample ") + status.time.slice(0, 19) + (connected ? ", " + status.samples + " samples since the start" : "");
   $("values").classList.toggle("stale", !connected);
@@ -177,7 +177,7 @@ function nameOf(field) {
 
 function cellOf(cell) {
   if (/^\d{4}-\d\d-\d\d /.test(cell)) return [make("span", {class: "date"}, cell.slice(0, 11)), cell.slice(11)];
-  return [/^-?\d+\.\d{4,}$/.test(cell) ? Number(cell).toFixed(4) : cell];
+  return [/^-?\d+\.\d{4,}$/.test(cell) ? Number(cell).toFixed(3) : cell];
 }
 
 async function showPreview(one) {
@@ -230,11 +230,13 @@ async function showTable() {
 
 // ---- File, log, figures, settings
 
+// Narrower ones have no room for their labels.
+const leastRuler = 420;
 let cursor = -1;
 async function showRuler() {
   const image = $("ruler");
-  const width = Math.max(240, Math.min(1600, Math.round(widthOf(image))));
-  await loadPicture(image, `/ruler.bmp?w=${width}&x=${cursor}&t=${Date.now()}`);
+  const width = Math.max(leastRuler, Math.min(1600, Math.round(widthOf(image))));
+  await loadPicture(image, `/ruler.bmp?w=${width}&x=${Math.round(cursor < 0 ? -1 : cursor * width / widthOf(image))}&t=${Date.now()}`);
 }
 
 function moveCursor(x) {
@@ -325,7 +327,13 @@ $("ruler").addEventListener("keydown", event => {
   event.preventDefault();
   moveCursor(Math.max(0, cursor) + step);
 });
-window.addEventListener("resize", () => { drawChart(); showRuler(); });
+let knownWidth = 0;
+new ResizeObserver(() => {
+  if (knownWidth === $("main").clientWidth) return;
+  knownWidth = $("main").clientWidth;
+  drawChart();
+  showRuler();
+}).observe($("main"));
 
 beat();
 attempt(showSettings);

@@ -1,0 +1,277 @@
+"""What a user of the monitor sees and does, in a real browser; and what the server answers beside that.
+
+    python3 tests/browser/monitor_test.py [--screenshots FOLDER]
+"""
+
+import json
+import os
+import signal
+import sys
+import tempfile
+import time
+import unittest
+
+from monitor import Monitor
+from webdriver import Browser, wait_for
+
+SCREENSHOTS = None
+DESKTOP = (1280, 900, 1)
+PHONE = (390, 844, 2)
+
+
+class PageAtDesktopWidth(unittest.TestCase):
+    size = DESKTOP
+    name = "desktop"
+
+    def setUp(self):
+        self.monitor = Monitor()
+        self.addCleanup(self.monitor.close)
+        self.monitor.post("/api/settings", {"name": "sample-ms", "value": "200"})
+        self.browser = Browser(*self.size)
+        self.addCleanup(self.browser.close)
+        self.browser.open(self.monitor.address)
+        wait_for("the device's state", lambda: self.browser.text("#state") == "connected")
+        wait_for("the chart", lambda: self.browser.run("return document.getElementById('chart').naturalWidth > 0"))
+
+    def picture(self, name, whole=False):
+        if SCREENSHOTS:
+            self.browser.screenshot(os.path.join(SCREENSHOTS, f"{self.name}-{name}.png"), whole)
+
+    def notice(self):
+        return self.browser.text("#notice")
+
+    def test_the_page_shows_the_channels_a_chart_and_every_part_without_an_error(self):
+        browser = self.browser
+        names = browser.run("return [...document.querySelectorAll('.value span')].map(e => e.innerText)")
+        self.assertEqual(names, ["TEMP", "PRES", "FLOW", "VOLT"])
+        wait_for("rows", lambda: browser.run("return document.querySelectorAll('#table tbody tr').length") > 0)
+        wait_for("log", lambda: "Device connected" in browser.text("#log-list"))
+        wait_for("figures", lambda: "Open descriptors" in browser.text("#figure-list"))
+        wait_for("settings", lambda: "chart-seconds" in browser.text("#setting-rows"))
+        wait_for("ruler", lambda: browser.run("return document.getElementById('ruler').naturalWidth > 0"))
+        wide, window = browser.run("return [document.documentElement.scrollWidth, innerWidth]")
+        self.assertLessEqual(wide, window, "the page is wider than its window")
+        time.sleep(6)
+        self.picture("whole", whole=True)
+        self.assertEqual(browser.errors(), [])
+
+    def test_values_and_chart_move_by_themselves(self):
+        browser = self.browser
+        values = browser.text("#values")
+        chart = browser.run("return document.getElementById('chart').src")
+        wait_for("another value", lambda: browser.text("#values") != values)
+        wait_for("another chart", lambda: browser.run("return document.getElementById('chart').src") != chart)
+
+    def test_a_changed_parameter_reaches_the_device_and_shows_in_its_values(self):
+        browser = self.browser
+        before = float(browser.text(".value b"))
+        browser.write("#offset-0", "100")
+        browser.click("#parameter-0 button")
+        wait_for("the notice", lambda: "TEMP: offset 100" in self.notice())
+        wait_for("the higher value", lambda: float(browser.text(".value b")) > before + 90)
+        self.assertEqual(self.monitor.get("/api/parameters")["channels"][0]["offset"], 100)
+        self.picture("parameter")
+
+    def test_a_snapshot_is_previewed_and_restored_with_its_parameters(self):
+        browser = self.browser
+        self.monitor.wait_for_samples(5)
+        browser.write("#snapshot-label", 'before the "change"')
+        browser.click("#snapshot-form button")
+        wait_for("the snapshot", lambda: "before the 'change'" in browser.text("#snapshot-list"))
+        taken = self.monitor.get("/api/snapshots")["snapshots"][0]
+        then = self.monitor.get(f"/api/preview?id={taken['id']}")["samples"]["count"]
+
+        browser.write("#gain-1", "3")
+        browser.click("#parameter-1 button")
+        wait_for("the change", lambda: self.monitor.get("/api/parameters")["channels"][1]["gain"] == 3)
+        self.monitor.wait_for_samples(then + 20)
+
+        browser.click(".snapshot button:nth-of-type(1)")
+        wait_for("the preview", lambda: f"{then} samples" in browser.text("#preview"))
+        row = browser.run("return [...document.querySelectorAll('#preview tbody')[0].rows[2].cells].map(c => c.innerText)")
+        self.assertEqual(row, ["PRES", "0", "1"])
+        self.picture("preview")
+        self.assertEqual(self.monitor.get("/api/parameters")["channels"][1]["gain"], 3)
+
+        browser.click(".snapshot button:nth-of-type(2)")
+        wait_for("the question", lambda: browser.run("return document.getElementById('ask').open"))
+        self.picture("question")
+        browser.click("#ask-yes")
+        wait_for("the notice", lambda: "is restored" in self.notice())
+        self.assertEqual(self.monitor.get("/api/parameters")["channels"][1]["gain"], 1)
+        wait_for("the old gain on the page", lambda: browser.run("return document.getElementById('gain-1').value") == "1")
+        self.assertLess(self.monitor.get("/api/table")["count"], then + 20)
+        self.assertIn("before the restore", self.monitor.get("/api/snapshots")["snapshots"][0]["label"])
+        # And the monitor goes on.
+        self.monitor.wait_for_samples(then + 5)
+        self.assertEqual(browser.errors(), [])
+
+    def test_a_lost_device_is_told_and_found_again(self):
+        browser = self.browser
+        browser.click("#plug")
+        wait_for("the loss", lambda: browser.text("#state") == "device lost")
+        wait_for("the other label", lambda: browser.text("#plug") == "Plug the simulator in")
+        self.assertTrue(browser.run("return document.querySelector('#parameter-0 button').disabled"))
+        self.picture("lost")
+        browser.click("#plug")
+        wait_for("the device", lambda: browser.text("#state") == "connected")
+        log = self.monitor.log()
+        self.assertEqual(sum(entry.startswith("Device lost") for entry in log), 1)
+        self.assertEqual(sum(entry.startswith("Device connected") for entry in log), 2)
+
+    def test_tables_are_paged(self):
+        browser = self.browser
+        self.monitor.wait_for_samples(25)
+        wait_for("a page behind this one",
+                 lambda: browser.run("return !document.getElementById('table-older').disabled"))
+        browser.click("#table-older")
+        wait_for("the second page", lambda: browser.run("return !document.getElementById('table-newer').disabled"))
+        self.assertIn("Rows 1 to", browser.text("#table-place"))
+        browser.click("#table-newer")
+        wait_for("the first page", lambda: browser.run("return document.getElementById('table-newer').disabled"))
+        browser.run("const s = document.getElementById('table-name'); s.value = 'parameters';"
+                    "s.dispatchEvent(new Event('change'))")
+        wait_for("the other table", lambda: "gain" in browser.text("#table"))
+
+    def test_a_setting_is_changed_in_its_file_and_a_bad_one_is_refused_with_words(self):
+        browser = self.browser
+        wait_for("settings", lambda: browser.run("return document.getElementById('setting-chart-seconds') !== null"))
+        browser.write("#setting-chart-seconds", "60")
+        browser.click("form:has(#setting-chart-seconds) button")
+        wait_for("the notice", lambda: "chart-seconds is 60" in self.notice())
+        with open(os.path.join(self.monitor.folder, "qzmon.ini"), encoding="utf-8") as file:
+            self.assertIn("chart-seconds=60; what the live chart shows", file.read())
+        status, _, body = self.monitor.request(
+            "POST", "/api/settings", json.dumps({"name": "chart-seconds", "value": "1"}), {"X-Qzmon": "test"})
+        self.assertEqual(status, 400)
+        self.assertIn("from 10 to", json.loads(body)["error"])
+
+    def test_the_page_is_worked_with_the_keyboard_alone(self):
+        browser = self.browser
+        browser.run("document.getElementById('snapshot-label').focus()")
+        # A word, then the key that sends a form.
+        browser.keys("k", "e", "y", "s", "\ue007")
+        wait_for("the snapshot", lambda: "keys" in browser.text("#snapshot-list"))
+        browser.run("document.querySelector('#snapshot-label').focus()")
+        reached = []
+        for _ in range(3):
+            browser.keys("\ue004")
+            reached.append(browser.run("return document.activeElement.innerText"))
+        self.assertEqual(reached, ["Take a snapshot", "Preview", "Restore"])
+        browser.run("document.getElementById('ruler').focus()")
+        browser.keys("\ue014", "\ue014")
+        wait_for("the cursor", lambda: "x=-1" not in browser.run("return document.getElementById('ruler').src"))
+
+
+class PageAtPhoneWidth(PageAtDesktopWidth):
+    size = PHONE
+    name = "phone"
+
+
+class Server(unittest.TestCase):
+    def test_every_error_has_a_clear_answer(self):
+        with Monitor() as monitor:
+            for method, path, status in (("GET", "/nothing", 404), ("GET", "/api/nothing", 404),
+                                         ("GET", "/api/restore", 405), ("GET", "/api/table?name=x", 404),
+                                         ("GET", "/api/table?page=x", 400), ("GET", "/api/preview", 400),
+                                         ("GET", "/api/preview?id=7", 404), ("PUT", "/", 405)):
+                answer, headers, body = monitor.request(method, path)
+                self.assertEqual(answer, status, path)
+                if path.startswith("/api/"):
+                    self.assertIn("error", json.loads(body), path)
+                else:
+                    self.assertIn("text/html", headers["Content-Type"])
+                    self.assertIn(b"To the monitor", body)
+            for body in ("{", "[]", '{"channel":0,"offset":"x","gain":1}', '{"channel":9,"offset":0,"gain":1}'):
+                answer, _, _ = monitor.request("POST", "/api/parameters", body, {"X-Qzmon": "1"})
+                self.assertIn(answer, (400, 404), body)
+            _, _, body = monitor.request("GET", "/<script>alert(1)</script>")
+            self.assertNotIn(b"<script>", body)
+
+    def test_no_path_leads_out_of_what_is_served(self):
+        with Monitor() as monitor:
+            for path in ("/../qzmon.ini", "/qzmon.ini", "/qzmon.qzd", "/%2e%2e/qzmon.ini", "//etc/passwd", "/./qzmon.ini",
+                         "/..%2fqzmon.ini", "/Log", "/monitor.css/../../qzmon.ini"):
+                status, _, body = monitor.request("GET", path)
+                self.assertEqual(status, 404, path)
+                self.assertNotIn(b"sample-ms=", body)
+
+    def test_a_foreign_page_changes_nothing_and_a_foreign_name_sees_nothing(self):
+        with Monitor() as monitor:
+            status, _, _ = monitor.request("POST", "/api/snapshots", '{"label":"x"}')
+            self.assertEqual(status, 403)
+            self.assertEqual(monitor.get("/api/snapshots")["snapshots"], [])
+            status, _, _ = monitor.request("GET", "/api/status", None, {"Host": "evil.example"})
+            self.assertEqual(status, 403)
+
+    def test_an_address_that_is_not_the_loopback_asks_for_the_token(self):
+        with Monitor(options=("--bind", "0.0.0.0")) as monitor:
+            token = monitor.address.split("token=")[1]
+            self.assertGreaterEqual(len(token), 32)
+            for path in ("/", "/api/status", "/chart.bmp", "/?token=" + "0" * 32):
+                self.assertEqual(monitor.request("GET", path)[0], 401, path)
+            status, headers, _ = monitor.request("GET", "/?token=" + token)
+            self.assertEqual((status, headers["Location"]), (302, "/"))
+            cookie = headers["Set-Cookie"].split(";")[0]
+            self.assertIn("HttpOnly", headers["Set-Cookie"])
+            self.assertEqual(monitor.request("GET", "/api/status", None, {"Cookie": cookie})[0], 200)
+            self.assertEqual(monitor.request("GET", "/api/status", None, {"X-Token": token})[0], 200)
+            with Browser(*DESKTOP) as browser:
+                browser.open(f"http://127.0.0.1:{monitor.port}/")
+                self.assertIn("asks for its token", browser.text("h1"))
+                if SCREENSHOTS:
+                    browser.screenshot(os.path.join(SCREENSHOTS, "desktop-token.png"))
+                browser.write("input[name=token]", token)
+                browser.click("button")
+                wait_for("the page", lambda: browser.text("#state") == "connected")
+                self.assertNotIn("token", browser.address())
+
+    def test_both_signals_stop_it_with_everything_written(self):
+        for how in (signal.SIGINT, signal.SIGTERM):
+            with tempfile.TemporaryDirectory() as folder:
+                with Monitor(folder) as monitor:
+                    monitor.wait_for_samples(2)
+                    self.assertEqual(monitor.stop(how), 0)
+                    stored = int(monitor.lines[-1].split("Stopped, ")[1].split()[0])
+                with Monitor(folder) as monitor:
+                    self.assertIn(f"checks clean, {stored} samples", monitor.lines[0])
+
+    def test_killed_at_any_moment_it_finds_every_synced_sample_again(self):
+        with tempfile.TemporaryDirectory() as folder:
+            least = 0
+            for turn in range(8):
+                with Monitor(folder) as monitor:
+                    if turn:
+                        self.assertIn("checks clean", monitor.lines[0])
+                        found = int(monitor.lines[0].split("checks clean, ")[1].split()[0])
+                        self.assertGreaterEqual(found, least)
+                    monitor.post("/api/settings", {"name": "sample-ms", "value": "20"})
+                    syncs = monitor.get("/api/figures")["syncs"]
+                    wait_for("a sync", lambda: monitor.get("/api/figures")["syncs"] > syncs)
+                    rows = monitor.get("/api/table")["count"]
+                    syncs = monitor.get("/api/figures")["syncs"]
+                    wait_for("a sync behind it", lambda: monitor.get("/api/figures")["syncs"] > syncs)
+                    least = rows
+                    time.sleep(0.13 * turn)
+                    monitor.stop(signal.SIGKILL)
+
+    def test_a_file_that_is_no_database_is_put_aside(self):
+        with tempfile.TemporaryDirectory() as folder:
+            with open(os.path.join(folder, "qzmon.qzd"), "wb") as file:
+                file.write(b"no database at all" * 100)
+            with Monitor(folder) as monitor:
+                self.assertIn("put aside as qzmon-damaged-", monitor.lines[0])
+                monitor.wait_for_samples(2)
+            self.assertTrue(any(name.startswith("qzmon-damaged-") for name in os.listdir(folder)))
+
+    def test_two_monitors_do_not_share_a_folder(self):
+        with tempfile.TemporaryDirectory() as folder, Monitor(folder):
+            with self.assertRaisesRegex(AssertionError, "in use by another qzmon"):
+                Monitor(folder)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) > 2 and sys.argv[1] == "--screenshots":
+        SCREENSHOTS = sys.argv[2]
+        del sys.argv[1:3]
+    unittest.main(verbosity=2)
