@@ -88,6 +88,8 @@ void (*g_qzMemCopy)(void* destination, void* source, QZInt64 size) = DefaultMemC
 void (*g_qzMemMove)(void* destination, void* source, QZInt64 size) = DefaultMemMove;
 void (*g_qzMemClean)(void* destination, QZInt64 size) = DefaultMemClean;
 
+bool QZMemCopyIsOwn() { return g_qzMemCopy == DefaultMemCopy; }
+
 QZBool QZLibInit()
 {
     if (g_libraryInitialised) return 1;

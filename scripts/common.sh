@@ -6,7 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 cd "$root"
 jobs=$(nproc)
 
-PACKAGES_BUILD="cmake ninja-build g++ ccache pkg-config libgtest-dev libbenchmark-dev libsqlite3-dev libleveldb-dev libicu-dev libssl-dev nlohmann-json3-dev rapidjson-dev zlib1g-dev liblz4-dev"
+PACKAGES_BUILD="cmake ninja-build g++ ccache pkg-config libgtest-dev libbenchmark-dev libsqlite3-dev libleveldb-dev libicu-dev libssl-dev nlohmann-json3-dev rapidjson-dev zlib1g-dev liblz4-dev libpixman-1-dev"
 PACKAGES_CLANG="clang-14 libclang-rt-14-dev llvm-14"
 PACKAGES_WINDOWS="g++-mingw-w64-x86-64-posix wine64 googletest"
 # Programs that tests/peers talks to, which leaves out what is missing.

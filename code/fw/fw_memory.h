@@ -75,6 +75,9 @@ extern void (*g_qzMemCopy)(void* destination, void* source, QZInt64 size);
 extern void (*g_qzMemMove)(void* destination, void* source, QZInt64 size);
 extern void (*g_qzMemClean)(void* destination, QZInt64 size);
 
+/// Whether the copy hook is the library's own: then a caller may copy by itself and nobody can tell.
+bool QZMemCopyIsOwn();
+
 inline void QZMemCopy(void* destination, const void* source, QZInt64 size)
 {
     g_qzMemCopy(destination, const_cast<void*>(source), size);

@@ -1,10 +1,9 @@
 #include "graphics/gr_pixels_transfer.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 
 #include "fw/fw_memory.h"
+#include "graphics/gr_pixels_vector.h"
 
 namespace pixels
 {
@@ -18,51 +17,35 @@ QZInt64 RunLength(const Surface& surface, QZInt64 start, int width)
     return std::min<QZInt64>(width, surface.Count() - start);
 }
 
-void CopyRun(QZUInt32* target, const QZUInt32* source, QZInt64 count)
-{
-    const bool apart = target + count <= source || source + count <= target;
-    if (apart)
-        QZMemCopy(target, source, count * 4);
-    else if (target != source)
-        QZMemMove(target, source, count * 4);
-}
+/// Copies of this many bytes go past the caches.
+constexpr QZInt64 kPastCaches = 4 << 20;
 
-/// Blend of two pixels, a 16-bit word for each byte.
-///
-/// a * (s - d) + d * 256 is a * s + (256 - a) * d, which is never negative and fits its word. Alpha is
-/// weighted with one less, and the source's own alpha comes on top.
-__m128i BlendPair(__m128i target, __m128i source)
+/// How the rows of one transfer are copied.
+class RowCopy
 {
-    const __m128i alphaWord = _mm_set_epi16(-1, 0, 0, 0, -1, 0, 0, 0);
-    const __m128i weights = _mm_set_epi16(255, 256, 256, 256, 255, 256, 256, 256);
-    const __m128i alpha = _mm_shufflehi_epi16(_mm_shufflelo_epi16(source, 0xFF), 0xFF);
-    const __m128i below = _mm_mullo_epi16(_mm_sub_epi16(weights, alpha), target);
-    const __m128i above = _mm_mullo_epi16(alpha, _mm_andnot_si128(alphaWord, source));
-    return _mm_add_epi16(_mm_srli_epi16(_mm_add_epi16(below, above), 8), _mm_and_si128(alphaWord, source));
-}
+public:
+    explicit RowCopy(QZInt64 bytes)
+        : m_form(BestForm()), m_own(m_form == Form::Avx2 && QZMemCopyIsOwn()), m_past(bytes >= kPastCaches)
+    {}
 
-/// The same for four pixels.
-void BlendFour(QZUInt32* target, const QZUInt32* source)
-{
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i d = _mm_loadu_si128(reinterpret_cast<const __m128i*>(target));
-    const __m128i s = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source));
-    const __m128i low = BlendPair(_mm_unpacklo_epi8(d, zero), _mm_unpacklo_epi8(s, zero));
-    const __m128i high = BlendPair(_mm_unpackhi_epi8(d, zero), _mm_unpackhi_epi8(s, zero));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(target), _mm_packus_epi16(low, high));
-}
-
-/// From right to left: that is what a block sees that is blended into itself.
-void BlendRun(QZUInt32* target, const QZUInt32* source, QZInt64 count)
-{
-    const bool apart = target + count <= source || source + count <= target;
-    for (; apart && count >= 8; count -= 8)
+    void operator()(QZUInt32* target, const QZUInt32* source, QZInt64 count) const
     {
-        BlendFour(target + count - 4, source + count - 4);
-        BlendFour(target + count - 8, source + count - 8);
+        const bool apart = target + count <= source || source + count <= target;
+        // The C library's copy falls to a tenth of its speed where a long row begins a few bytes further into
+        // its page than the other. A host's hook sees every row.
+        if (apart && m_own)
+            CopyRun(m_form, target, source, count, m_past);
+        else if (apart)
+            QZMemCopy(target, source, count * 4);
+        else if (target != source)
+            QZMemMove(target, source, count * 4);
     }
-    for (QZInt64 i = count - 1; i >= 0; --i) target[i] = Blend(target[i], source[i]);
-}
+
+private:
+    Form m_form;
+    bool m_own;
+    bool m_past;
+};
 
 /// Half of each colour byte of both words; the first one's alpha.
 QZUInt32 Average(QZUInt32 p, QZUInt32 q)
@@ -114,6 +97,10 @@ QZInt64 Transfer(const Surface& target, Area* area, const Surface& source, int s
     Clip(&from, source.width, source.height);
     area->width = from.width;
     area->height = from.height;
+    const auto bytes = static_cast<QZInt64>(QZUInt64{4} * static_cast<QZUInt64>(area->width) *
+                                            static_cast<QZUInt64>(area->height));
+    const RowCopy copy(bytes);
+    const Form form = BestForm();
     for (QZInt64 row = 0; row < area->height; ++row)
     {
         const QZInt64 to = (area->y + row) * target.width + area->x;
@@ -122,26 +109,11 @@ QZInt64 Transfer(const Surface& target, Area* area, const Surface& source, int s
             std::min(RunLength(target, to, area->width), RunLength(source, at, area->width));
         if (count <= 0) break;
         if (overwrite)
-            CopyRun(target.pixels + to, source.pixels + at, count);
+            copy(target.pixels + to, source.pixels + at, count);
         else
-            BlendRun(target.pixels + to, source.pixels + at, count);
+            BlendRun(form, target.pixels + to, source.pixels + at, count);
     }
-    return static_cast<QZInt64>(QZUInt64{4} * static_cast<QZUInt64>(area->width) *
-                                static_cast<QZUInt64>(area->height));
-}
-
-QZUInt32 Blend(QZUInt32 target, QZUInt32 source)
-{
-    const int alpha = static_cast<int>(source >> 24);
-    QZUInt32 result = 0;
-    for (int shift = 0; shift < 24; shift += 8)
-    {
-        const int d = static_cast<int>(target >> shift & 0xFF);
-        const int s = static_cast<int>(source >> shift & 0xFF);
-        result |= (static_cast<QZUInt32>((alpha * (s - d) + d * 256) >> 8) & 0xFF) << shift;
-    }
-    const int below = static_cast<int>(target >> 24);
-    return result | static_cast<QZUInt32>(alpha + (((255 - alpha) * below) >> 8)) << 24;
+    return bytes;
 }
 
 void FillRun(QZUInt32* first, QZInt64 count, QZUInt32 color)
@@ -150,7 +122,7 @@ void FillRun(QZUInt32* first, QZInt64 count, QZUInt32 color)
     if (color == 0)
         QZMemClean(first, count * 4);
     else
-        std::fill_n(first, count, color);
+        ColorRun(BestForm(), first, count, color);
 }
 
 void Resample(const Surface& source, const Surface& target)

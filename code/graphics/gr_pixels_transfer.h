@@ -40,9 +40,6 @@ bool Clip(Area* area, int width, int height);
 QZInt64 Transfer(const Surface& target, Area* area, const Surface& source, int sourceX, int sourceY,
                  bool overwrite);
 
-/// One source pixel over one target pixel, weighted by the source's alpha.
-QZUInt32 Blend(QZUInt32 target, QZUInt32 source);
-
 /// Writes `count` pixels of one colour; 0 goes through the clean hook.
 void FillRun(QZUInt32* first, QZInt64 count, QZUInt32 color);
 
