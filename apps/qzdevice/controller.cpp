@@ -257,6 +257,8 @@ unsigned char Controller::BlockCommand(unsigned char byte)
             const std::uint32_t length = Value<std::uint32_t>(m_parameters + 4);
             m_selected = std::uint64_t{address} + length <= memory.size() &&
                          length <= static_cast<std::uint32_t>(std::max<std::int32_t>(blockSize, 0));
+            // A block that was written and not committed is gone.
+            m_transfer = Transfer::None;
             m_address = address;
             m_length = m_selected ? length : 0;
             if (!m_selected) status = OutOfRange;
@@ -289,8 +291,10 @@ unsigned char Controller::BlockCommand(unsigned char byte)
             return static_cast<unsigned char>(m_block.back());
         case 0x27:
             m_readOut = false;
-            if (m_transfer == Transfer::None) status = InvalidStatus;
-            m_transfer = Transfer::Ended;
+            if (m_transfer == Transfer::None)
+                status = InvalidStatus;
+            else
+                m_transfer = Transfer::Ended;
             break;
         case 0x28:
         {

@@ -257,6 +257,34 @@ TEST(Qzdevice, ASimulatedControllerServesTheOtherCommands)
     EXPECT_NE(simulated.out.find("\n12 > F4\n"), std::string::npos);
 }
 
+TEST(QzdeviceController, ABlockBelongsToItsSelection)
+{
+    Controller controller;
+    const auto take = [&](const std::string& hex) {
+        std::string answers;
+        for (const char byte : qztest::Bytes(hex))
+            answers += controller.Take(static_cast<unsigned char>(byte));
+        return qztest::Hex(answers);
+    };
+    const auto select = [&](unsigned address) {
+        controller.Take(0x51);
+        for (const unsigned value : {address, 2u})
+            for (int shift = 0; shift < 32; shift += 4)
+                controller.Take(static_cast<unsigned char>(0x30 | (value >> shift & 15)));
+        return controller.Take(0x21);
+    };
+    EXPECT_EQ(select(65534), std::string(1, '\0'));
+    EXPECT_EQ(take("24 61 62 27"), "00 00 00 00");
+    // A place that is not there: neither what was written before nor nothing at all can be committed to it.
+    EXPECT_EQ(select(65535), "\xF1");
+    EXPECT_EQ(take("22"), "E2");
+    EXPECT_EQ(take("27 22"), "E2 E2");
+    EXPECT_EQ(select(65534), std::string(1, '\0'));
+    EXPECT_EQ(take("22"), "E2");
+    EXPECT_EQ(take("24 63 64 27 22"), "00 00 00 00 00");
+    EXPECT_EQ(controller.memory.substr(65534), "cd");
+}
+
 TEST(Qzdevice, ASimulationEndsByItself)
 {
     Tool tool;
