@@ -14,7 +14,6 @@ constexpr unsigned kPaper = 0xFFFFFFFF;
 constexpr unsigned kGrid = 0xFFE4E8ED;
 constexpr unsigned kFrame = 0xFFCBD3DB;
 constexpr unsigned kInk = 0xFF4A5560;
-constexpr unsigned kGap = 0xFFF3F4F6;
 
 struct Pair
 {

@@ -1,0 +1,305 @@
+// The parts of the monitor without its page; tests/browser has that one.
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <memory>
+
+#include "qzmon/device.h"
+#include "qzmon/pictures.h"
+#include "qzmon/settings.h"
+#include "qzmon/store.h"
+#include "support/qz_test.h"
+
+namespace
+{
+
+using qzmon::Correction;
+using qzmon::Failure;
+using qzmon::Sample;
+using qzmon::Snapshot;
+using qzmon::Store;
+using qztest::TempDir;
+
+Sample At(QZInt64 time, double first) { return {time, {first, first + 0.5}}; }
+
+std::vector<double> Firsts(const std::vector<Sample>& samples)
+{
+    std::vector<double> firsts;
+    for (const Sample& sample : samples) firsts.push_back(sample.values.at(0));
+    return firsts;
+}
+
+int StatusOf(const std::function<void()>& work)
+{
+    try
+    {
+        work();
+    }
+    catch (const Failure& failure)
+    {
+        return failure.status;
+    }
+    return 0;
+}
+
+class MonitorStore : public testing::Test
+{
+protected:
+    std::string Path() const { return m_dir.NarrowName("m.qzd"); }
+    std::string Reopen()
+    {
+        m_store.reset();
+        m_store = std::make_unique<Store>(Path());
+        return m_store->Open(2);
+    }
+
+    TempDir m_dir;
+    std::unique_ptr<Store> m_store;
+};
+
+}  // namespace
+
+TEST(MonitorText, NumbersHaveTheDigitsThatMakeThem)
+{
+    EXPECT_EQ(qzmon::NumberText(0.1), "0.1");
+    EXPECT_EQ(qzmon::NumberText(22.5), "22.5");
+    EXPECT_EQ(qzmon::NumberText(std::nan("")), "0");
+    EXPECT_EQ(qzmon::SizeText(1023), "1023 B");
+    EXPECT_EQ(qzmon::SizeText(1536), "1.50 KB");
+    double value = 0;
+    EXPECT_TRUE(qzmon::ParseNumber("-2.5", &value));
+    EXPECT_EQ(value, -2.5);
+    EXPECT_FALSE(qzmon::ParseNumber("2.5x", &value));
+    EXPECT_FALSE(qzmon::ParseNumber("inf", &value));
+    EXPECT_FALSE(qzmon::ParseNumber("", &value));
+}
+
+TEST(MonitorText, JsonAndPagesCarryAnyText)
+{
+    const std::string json = qzmon::Json()
+                                 .Open()
+                                 .Add("a\"", "b\\\n")
+                                 .OpenList("l")
+                                 .Item(1.5)
+                                 .CloseList()
+                                 .Add("t", true)
+                                 .Close()
+                                 .Str();
+    EXPECT_EQ(json, "{\"a\\\"\":\"b\\\\\\u000a\",\"l\":[1.5],\"t\":true}");
+    EXPECT_EQ(qzmon::HtmlText("<a href='x'>&\""), "&lt;a href=&#39;x&#39;&gt;&amp;&quot;");
+}
+
+TEST(MonitorSettings, AChangeLeavesCommentsAndOrderAlone)
+{
+    TempDir dir;
+    const std::string path = dir.NarrowName("m.ini");
+    dir.Write("m.ini", "; mine\r\nsample-ms=500; as asked\r\nchart-seconds=60; x\r\n");
+    {
+        qzmon::Settings settings(path);
+        EXPECT_EQ(settings.Number("sample-ms"), 500);
+        settings.Change("sample-ms", "250");
+        EXPECT_EQ(settings.Number("sample-ms"), 250);
+    }
+    EXPECT_EQ(dir.Read("m.ini"), "; mine\r\nsample-ms=250; as asked\r\nchart-seconds=60; x\r\n");
+}
+
+TEST(MonitorSettings, AMissingFileIsMadeWithAComment)
+{
+    TempDir dir;
+    qzmon::Settings settings(dir.NarrowName("m.ini"));
+    EXPECT_NE(dir.Read("m.ini").find("http-port=8650; where the page is served"), std::string::npos);
+    EXPECT_EQ(settings.Number("http-port"), 8650);
+    EXPECT_EQ(settings.Get("serial-line"), "");
+    EXPECT_EQ(settings.Get("http-bind"), "127.0.0.1");
+}
+
+TEST(MonitorSettings, WhatThePageMayNotSetIsRefused)
+{
+    TempDir dir;
+    qzmon::Settings settings(dir.NarrowName("m.ini"));
+    EXPECT_EQ(StatusOf([&] { settings.Change("http-bind", "0.0.0.0"); }), 400);
+    EXPECT_EQ(StatusOf([&] { settings.Change("nothing", "1"); }), 400);
+    EXPECT_EQ(StatusOf([&] { settings.Change("sample-ms", "1"); }), 400);
+    EXPECT_EQ(StatusOf([&] { settings.Change("sample-ms", "100; x"); }), 400);
+    EXPECT_EQ(StatusOf([&] { settings.Change("sample-ms", "100"); }), 0);
+    EXPECT_EQ(settings.Get("sample-ms"), "100");
+}
+
+TEST(MonitorSettings, AValueOutOfItsRangeReadsAsTheInitialOne)
+{
+    TempDir dir;
+    dir.Write("m.ini", "sample-ms=5;\r\nchart-seconds=many;\r\n");
+    qzmon::Settings settings(dir.NarrowName("m.ini"));
+    EXPECT_EQ(settings.Number("sample-ms"), 1000);
+    EXPECT_EQ(settings.Number("chart-seconds"), 120);
+}
+
+TEST_F(MonitorStore, SamplesAreThereAfterAReopeningAndTheLineSaysSo)
+{
+    EXPECT_EQ(Reopen(), "m.qzd: a new database");
+    QZDateTime date(2024, 5, 6, 7, 8, 9, 10);
+    const QZInt64 time = date.ToTimestamp();
+    for (int i = 0; i < 5; ++i) m_store->Append(At(time + i, i));
+    m_store->Sync();
+    EXPECT_EQ(Reopen(), "m.qzd: checks clean, 5 samples, the last of 2024-05-06 07:08:09.014, 0 snapshots");
+    EXPECT_EQ(Firsts(m_store->Last(3)), (std::vector<double>{2, 3, 4}));
+
+    const qzmon::TablePage page = m_store->Rows("samples", 1, 2);
+    EXPECT_EQ(page.count, 5);
+    EXPECT_EQ(page.fields, (std::vector<std::string>{"time", "channel 1", "channel 2"}));
+    ASSERT_EQ(page.rows.size(), 2u);
+    EXPECT_EQ(page.rows[0], (std::vector<std::string>{"2024-05-06 07:08:09.012", "2", "2.5"}));
+    EXPECT_TRUE(m_store->Rows("samples", 9, 2).rows.empty());
+    EXPECT_EQ(StatusOf([&] { m_store->Rows("other", 0, 1); }), 404);
+}
+
+TEST_F(MonitorStore, ARestoreGoesBackAndCanBeTakenBack)
+{
+    Reopen();
+    m_store->SetCorrections({"A", "B"}, {{0, 1}, {0, 1}});
+    m_store->Append(At(1000, 1));
+    const Snapshot first = m_store->TakeSnapshot("first \"one\"");
+    m_store->Append(At(2000, 2));
+    m_store->SetCorrections({"A", "B"}, {{5, 2}, {0, 1}});
+
+    const qzmon::Preview preview = m_store->Look(first.id, 10);
+    EXPECT_EQ(preview.samples.count, 1);
+    EXPECT_EQ(preview.parameters.rows.at(1), (std::vector<std::string>{"A", "0", "1"}));
+    EXPECT_EQ(m_store->Last(10).size(), 2u);
+    EXPECT_FALSE(m_dir.Exists("m.qzd.preview"));
+
+    m_store->Restore(first.id);
+    EXPECT_EQ(Firsts(m_store->Last(10)), (std::vector<double>{1}));
+    EXPECT_EQ(m_store->Corrections().at(0).offset, 0);
+    m_store->Append(At(3000, 3));
+    EXPECT_EQ(Firsts(m_store->Last(10)), (std::vector<double>{1, 3}));
+
+    Reopen();
+    const std::vector<Snapshot> all = m_store->Snapshots();
+    ASSERT_EQ(all.size(), 2u);
+    EXPECT_EQ(all[0].label, "first \"one\"");
+    EXPECT_EQ(all[1].label.find("before the restore of "), 0u);
+    m_store->Restore(all[1].id);
+    EXPECT_EQ(Firsts(m_store->Last(10)), (std::vector<double>{1, 2}));
+    EXPECT_EQ(m_store->Corrections().at(0).offset, 5);
+    EXPECT_EQ(m_store->Corrections().at(0).gain, 2);
+    EXPECT_EQ(StatusOf([&] { m_store->Restore(12345); }), 404);
+    EXPECT_EQ(StatusOf([&] { m_store->Look(12345, 1); }), 404);
+}
+
+TEST_F(MonitorStore, ARowWithoutItsTimeIsTakenOutAtTheStart)
+{
+    Reopen();
+    m_store->Append(At(1000, 1));
+    m_store->Close();
+    m_store.reset();
+    QZString path(Path().c_str());
+    QZChannel* channel = QZChannel::Open(QZChannel::MODE_FILE, &path);
+    QZDbTable* table = QZDbTable::Open(channel, "samples");
+    table->DataAdd();
+    QZDbTable::Close(&table);
+    QZChannel::Close(&channel);
+
+    EXPECT_EQ(Reopen().find("m.qzd: 1 incomplete samples were taken out, 1 samples"), 0u);
+    EXPECT_EQ(Reopen().find("m.qzd: checks clean, 1 samples"), 0u);
+}
+
+TEST_F(MonitorStore, AFileThatIsNoDatabaseIsPutAside)
+{
+    m_dir.Write("m.qzd", std::string(500, 'x'));
+    const std::string line = Reopen();
+    EXPECT_NE(line.find("was put aside as m-damaged-"), std::string::npos) << line;
+    EXPECT_NE(line.find("a new database"), std::string::npos) << line;
+    m_store->Append(At(1000, 1));
+    EXPECT_EQ(m_store->Last(5).size(), 1u);
+}
+
+TEST_F(MonitorStore, AFullFileIsPutAsideAndItsParametersStay)
+{
+    Reopen();
+    m_store->SetCorrections({"A", "B"}, {{5, 2}, {0, 1}});
+    m_store->Append(At(1000, 1));
+    m_store->Sync();
+    EXPECT_FALSE(m_store->Rotate(1 << 30));
+    EXPECT_TRUE(m_store->Rotate(1000));
+    EXPECT_TRUE(m_store->Last(5).empty());
+    EXPECT_EQ(m_store->Corrections().at(0).offset, 5);
+    m_store->Append(At(2000, 2));
+    EXPECT_EQ(Reopen().find("m.qzd: checks clean, 1 samples"), 0u);
+}
+
+TEST(MonitorPictures, AChartHasItsSizeAndTheColoursOfItsLines)
+{
+    qzmon::ChartRequest request;
+    request.width = 300;
+    request.height = 160;
+    request.now = 1000000;
+    request.seconds = 60;
+    request.names = {"A", "B"};
+    const auto count = [](const std::string& bitmap, QZUInt32 color) {
+        int found = 0;
+        for (std::size_t i = 54; i + 4 <= bitmap.size(); i += 4)
+        {
+            QZUInt32 pixel = 0;
+            std::memcpy(&pixel, bitmap.data() + i, 4);
+            found += (pixel & 0xFFFFFF) == color;
+        }
+        return found;
+    };
+    const QZUInt32 blue = static_cast<QZUInt32>(std::stoul(qzmon::ChannelColor(0).substr(1), nullptr, 16));
+    const std::string empty = qzmon::DrawChart(request, {});
+    EXPECT_EQ(empty.size(), 54u + 300 * 160 * 4);
+    EXPECT_EQ(empty.substr(0, 2), "BM");
+    std::vector<Sample> samples;
+    for (int i = 0; i < 30; ++i) samples.push_back(At(request.now - 60000 + i * 2000, i % 5));
+    const std::string full = qzmon::DrawChart(request, samples);
+    EXPECT_GT(count(full, blue), count(empty, blue) + 100);
+    // Samples that are too far apart are points without a line between them.
+    request.gap = 1000;
+    EXPECT_LT(count(qzmon::DrawChart(request, samples), blue), count(full, blue) / 2);
+}
+
+TEST(MonitorDevice, TheSimulatorIsReadWrittenUnpluggedAndPlugged)
+{
+    qzmon::Simulator simulator({{10, 2}});
+    if (simulator.PortName().empty()) GTEST_SKIP() << "no pseudo-terminals here";
+    qzmon::Device device(3);
+    EXPECT_EQ(StatusOf([&] { device.Read(); }), 503);
+    device.Connect(simulator.PortName(), 115200);
+    EXPECT_EQ(device.Names(), (std::vector<std::string>{"TEMP", "PRES", "FLOW"}));
+    EXPECT_EQ(device.ReadCorrections().at(0).offset, 10);
+    EXPECT_EQ(device.ReadCorrections().at(0).gain, 2);
+    device.Write(0, {1.1, 3});
+    EXPECT_EQ(device.ReadCorrections().at(0).offset, 1.1);
+    EXPECT_EQ(device.Read().size(), 3u);
+
+    simulator.Plug(false);
+    EXPECT_FALSE(simulator.IsPlugged());
+    bool lost = false;
+    try
+    {
+        device.Read();
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+        lost = true;
+    }
+    EXPECT_TRUE(lost);
+    EXPECT_FALSE(device.IsConnected());
+    simulator.Plug(true);
+    device.Connect(simulator.PortName(), 115200);
+    EXPECT_EQ(device.ReadCorrections().at(0).offset, 1.1);
+}
+
+TEST(MonitorDevice, TheSimulatedSignalStaysWhereInstrumentsWould)
+{
+    for (int second = 0; second < 700; ++second)
+    {
+        EXPECT_NEAR(qzmon::Simulator::Raw(0, second, 0), 21.7, 2.1);
+        EXPECT_NEAR(qzmon::Simulator::Raw(1, second, 0), 2.2, 1.3);
+        EXPECT_NEAR(qzmon::Simulator::Raw(2, second, 0), 6.25, 6.3);
+        EXPECT_NEAR(qzmon::Simulator::Raw(3, second, 0), 23.83, 0.25);
+    }
+}
