@@ -117,7 +117,7 @@ void TakeOption(const std::string& option, const std::string& value, Simulation*
     if (option == "--port")
         simulation->port = value;
     else if (option == "--baud")
-        simulation->baud = ParseInteger(value, 0, 1LL << 40, "--baud");
+        simulation->baud = ParseBaud(value);
     else if (option == "--model")
         controller.model = ShortText(option, value);
     else if (option == "--serial")

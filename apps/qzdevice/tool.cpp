@@ -76,7 +76,7 @@ Options TakeOptions(Arguments* words)
         const bool takesValue = word == "--baud" || word == "--timeout";
         if (takesValue && i + 1 == words->size()) throw Failure{ExitUsage, word + " wants a number"};
         if (word == "--baud")
-            options.baud = ParseInteger((*words)[++i], 0, 1LL << 40, "--baud");
+            options.baud = ParseBaud((*words)[++i]);
         else if (word == "--timeout")
             options.timeout = static_cast<int>(ParseInteger((*words)[++i], 0, 3600000, "--timeout"));
         else if (word == "--no-checksum")
@@ -144,6 +144,18 @@ long long ParseInteger(const std::string& text, long long least, long long most,
     if (blank || *end != 0 || errno != 0 || value < least || value > most)
         throw Failure{ExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number that fits"};
     return value;
+}
+
+long long ParseBaud(const std::string& text)
+{
+    const long long baud = ParseInteger(text, 0, 1LL << 40, "--baud");
+    std::string speeds;
+    for (const int speed : {2400, 4800, 9600, 19200, 115200, 230400, 460800, 921600, 2000000})
+    {
+        if (speed == baud) return baud;
+        speeds += " " + std::to_string(speed);
+    }
+    throw Failure{ExitUsage, "--baud: " + std::to_string(baud) + " is none of" + speeds};
 }
 
 float ParseFloat(const std::string& text, const char* what)

@@ -66,6 +66,9 @@ int SimulateCommand(const Arguments& arguments, const Console& console);
 /// @throws Failure with `what` in its text
 long long ParseInteger(const std::string& text, long long least, long long most, const char* what);
 
+/// One of the speeds of a line.
+long long ParseBaud(const std::string& text);
+
 /// A number with a point. @throws Failure
 float ParseFloat(const std::string& text, const char* what);
 

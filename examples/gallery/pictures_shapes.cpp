@@ -2,6 +2,8 @@
 
 #include "gallery.h"
 
+#include <string>
+
 namespace gallery
 {
 
@@ -99,19 +101,60 @@ void Figures(QZGraphics& canvas)
     Crosses(canvas);
 }
 
-/// A glyph of the host's own: a smile of 12 by 12 dots.
-void SaveSmile(unsigned short code)
+/// Keeps a glyph of the host's own: square, a row of dots a text.
+void SaveGlyph(unsigned short code, const std::vector<std::string>& rows)
 {
-    static const char* const kDots[12] = {"....####....", "..##....##..", ".#........#.", ".#..#..#..#.",
-                                          "#...#..#...#", "#..........#", "#..........#", "#..#....#..#",
-                                          ".#..####..#.", ".#........#.", "..##....##..", "....####...."};
-    QZData glyph(2 + 12 * 12);
-    glyph.SetValueByte(0, 12);
-    glyph.SetValueByte(1, 12);
-    for (int row = 0; row < 12; ++row)
-        for (int column = 0; column < 12; ++column)
-            glyph.SetValueByte(2 + row * 12 + column, kDots[row][column] == '#' ? 1 : 0);
+    const int side = static_cast<int>(rows.size());
+    QZData glyph(2 + side * side);
+    glyph.SetValueByte(0, static_cast<QZByte>(side));
+    glyph.SetValueByte(1, static_cast<QZByte>(side));
+    QZInt64 at = 2;
+    for (const std::string& row : rows)
+        for (const char dot : row) glyph.SetValueByte(at++, dot == '#' ? 1 : 0);
     QZLattice::Save(code, &glyph, 0);
+}
+
+void SaveGlyphs(unsigned short smile)
+{
+    SaveGlyph(smile, {"....####....", "..##....##..", ".#........#.", ".#..#..#..#.", "#...#..#...#",
+                      "#..........#", "#..........#", "#..#....#..#", ".#..####..#.", ".#........#.",
+                      "..##....##..", "....####...."});
+    SaveGlyph(0x5C71,
+              {".....#.....", ".....#.....", ".....#.....", ".....#.....", "#....#....#", "#....#....#",
+               "#....#....#", "#....#....#", "#....#....#", "###########", "..........."});
+    SaveGlyph(0x6C34,
+              {".....#.....", ".....#....#", "####.#...#.", "...#.##.#..", "...#.###...", "..#..#.#...",
+               "..#..#..#..", ".#...#...#.", "#....#....#", "...#.#.....", "....##....."});
+    SaveGlyph(0x7530,
+              {"###########", "#....#....#", "#....#....#", "#....#....#", "#....#....#", "###########",
+               "#....#....#", "#....#....#", "#....#....#", "#....#....#", "###########"});
+}
+
+/// Lines of box-drawing characters: as a text they keep its blanks between them, set cell by cell they join.
+void Boxes(QZGraphics& canvas)
+{
+    const QZWChar box[] = {9484, 9472, 9516, 9472, 9488, 13, 10, 9474, 32,   9474, 32,   9474, 13, 10,
+                           9500, 9472, 9532, 9472, 9508, 13, 10, 9492, 9472, 9524, 9472, 9496, 0};
+    QZString frame(box);
+    canvas.SetColor(kBlue);
+    canvas.Draw(10, 100, &frame);
+    int x = 50;
+    int y = 100;
+    for (const QZWChar code : box)
+    {
+        if (code == 0) break;
+        if (code == 13)
+        {
+            x = 50;
+            y += 8;
+        }
+        if (code < 32) continue;
+        QZShape shape;
+        const QZLattice cell(x, y, code);
+        shape.Add(&cell, kBlue);
+        canvas.Draw(&shape);
+        x += 5;
+    }
 }
 
 void Text(QZGraphics& canvas)
@@ -124,13 +167,9 @@ void Text(QZGraphics& canvas)
         shape.Add(&glyph, kBlack);
         canvas.Draw(&shape);
     }
-    const QZWChar box[] = {9484, 9472, 9516, 9472, 9488, 13, 10, 9474, 32,   9474, 32,   9474, 13, 10,
-                           9500, 9472, 9532, 9472, 9508, 13, 10, 9492, 9472, 9524, 9472, 9496, 0};
-    QZString frame(box);
-    canvas.SetColor(kBlue);
-    canvas.Draw(10, 100, &frame);
+    Boxes(canvas);
     constexpr unsigned short kSmile = 0xE000;
-    SaveSmile(kSmile);
+    SaveGlyphs(kSmile);
     QZString lines("first line\r\nsecond line with ");
     const QZWChar smile[] = {kSmile, 0};
     lines.Append(smile);
@@ -141,6 +180,10 @@ void Text(QZGraphics& canvas)
     canvas.Draw(120, 100, &lines);
     canvas.SetColor(kGreen);
     canvas.Draw(280, 100, -1234567890123LL);
+    const QZWChar chinese[] = {0x5C71, 0x6C34, 0x7530, 0};
+    QZString drawn(chinese);
+    canvas.SetColor(kBlack);
+    canvas.Draw(280, 118, &drawn);
 }
 
 /// Two overlapping discs of points.

@@ -22,7 +22,7 @@ struct Picture
 };
 
 const Picture kPictures[] = {
-    {"figures", 600, 310, "48707CB9B3106B3F"},           {"text", 400, 150, "B61F164D9CE38928"},
+    {"figures", 600, 310, "48707CB9B3106B3F"},           {"text", 400, 150, "ECAEC0EE011276C1"},
     {"algebra", 420, 105, "EE6D502D3DCCD16B"},           {"blend", 400, 190, "E5D62880B3804EC9"},
     {"filters", 590, 370, "D5D148B369A712F0"},           {"rotations", 740, 400, "E15CC99CC5DDD410"},
     {"conversions", 590, 250, "0580AF0C1B9B936F"},       {"histogram", 360, 300, "EEF3F39B0C1FF8E2"},
