@@ -126,7 +126,7 @@ def main():
             print(f"{name}: {totals}, {time.monotonic() - start:.0f} s", flush=True)
             if totals["wrong"]:
                 return 1
-        print("\n| | " + " | ".join(name for name, _ in rows) + " |\n|---" * 1 + "|---" * len(rows) + "|")
+        print("\n| | " + " | ".join(name for name, _ in rows) + " |\n|---" + "|---" * len(rows) + "|")
         for what in rows[0][1]:
             print(f"| {what} | " + " | ".join(str(counts[what]) for _, counts in rows) + " |")
         code = server.end()
