@@ -27,6 +27,10 @@ namespace
 constexpr std::string_view kEmptyLine = "\r\n\r\n";
 constexpr std::string_view kContentLength = "Content-Length";
 
+/// Some connection got another id while it was in a list, where it has the place of the one before. An engine
+/// does not do that; a host that does has its lists walked.
+std::atomic<bool> g_renamed{false};
+
 constexpr int kTurnYields = 100;
 constexpr int kTurnSleeps = 5000;
 
@@ -92,7 +96,8 @@ QZHttpConnect::QZHttpConnect()
       m_serial(0),
       m_pieces(0),
       m_turn(0),
-      m_place(0)
+      m_place(kNotListed),
+      m_chained(nullptr)
 {
     MemAlloc(sizeof(os::PortBlock));
     const QZUInt64 key = QZObject::GetObjectID();
@@ -273,6 +278,7 @@ long long QZHttpConnect::GetClientID() { return m_clientId.load(std::memory_orde
 
 void QZHttpConnect::SetClientID(long long id)
 {
+    if (m_place != kNotListed) g_renamed.store(true, std::memory_order_relaxed);
     m_clientId.store(id, std::memory_order_relaxed);
     m_serial.fetch_add(1, std::memory_order_relaxed);
     m_pieces = 0;
@@ -445,20 +451,25 @@ int QZHttpConnectCollection::PlaceOf(QZInt64 id)
 void QZHttpConnectCollection::Enter(QZHttpConnect* connect)
 {
     connect->m_place = PlaceOf(connect->GetClientID());
+    connect->m_chained = m_index[connect->m_place];
     m_index[connect->m_place] = connect;
     m_count.store(m_list->Count(), std::memory_order_relaxed);
 }
 
 void QZHttpConnectCollection::Leave(QZHttpConnect* connect)
 {
-    if (m_index[connect->m_place] == connect) m_index[connect->m_place] = nullptr;
+    QZHttpConnect** link = &m_index[connect->m_place];
+    while (*link != connect) link = &(*link)->m_chained;
+    *link = connect->m_chained;
+    connect->m_place = QZHttpConnect::kNotListed;
     m_count.store(m_list->Count(), std::memory_order_relaxed);
 }
 
 QZHttpConnect* QZHttpConnectCollection::Find(long long id)
 {
     QZHttpConnect* connect = m_index[PlaceOf(id)];
-    if (connect != nullptr && connect->GetClientID() == id) return connect;
+    while (connect != nullptr && connect->GetClientID() != id) connect = connect->m_chained;
+    if (connect != nullptr || !g_renamed.load(std::memory_order_relaxed)) return connect;
     connect = m_list->GetFirst();
     while (connect != nullptr && connect->GetClientID() != id)
         connect = static_cast<QZHttpConnect*>(connect->LinkNext());

@@ -143,6 +143,9 @@ private:
     std::atomic<QZUInt64> m_turn;
     /// The place in the index of the list that holds it.
     int m_place;
+    /// The next one of this place.
+    QZHttpConnect* m_chained;
+    static constexpr int kNotListed = -1;
 };
 
 /// A locked list of connections, keyed by client id, with the rule that says which of them is free to go.
@@ -200,7 +203,7 @@ private:
     QZCriticalSection* m_lock;
     /// The count for a look without the lock.
     std::atomic<QZInt64> m_count;
-    /// Who came in last under each hash of a client id: saves most walks.
+    /// The connections of each hash of a client id, chained, the last one that came in first.
     static constexpr int kPlaces = 4096;
     QZHttpConnect* m_index[kPlaces];
 };

@@ -489,6 +489,30 @@ TEST_F(ConnectionList, AnIdThatIsListedIsRefused)
     other.join();
 }
 
+TEST_F(ConnectionList, FindsEachOfManyByItsId)
+{
+    for (long long id = 64; id <= 64000; id += 64) Add(id);
+    for (long long id = 16; id <= 64000; id += 16) ASSERT_EQ(m_list.IsExists(id), id % 64 == 0) << id;
+    for (long long id = 128; id <= 64000; id += 128)
+    {
+        QZHttpConnect* taken = m_list.RemoveByClientID(id);
+        ASSERT_NE(taken, nullptr) << id;
+        QZHttpFactory::Recycle(&taken);
+    }
+    for (long long id = 64; id <= 64000; id += 64) ASSERT_EQ(m_list.IsExists(id), id % 128 != 0) << id;
+}
+
+TEST_F(ConnectionList, AnIdThatChangesInTheListIsTheOneThatCounts)
+{
+    QZHttpConnect* connect = Add(1);
+    connect->SetClientID(5);
+    EXPECT_FALSE(m_list.IsExists(1));
+    EXPECT_TRUE(m_list.IsExists(5));
+    EXPECT_EQ(m_list.RemoveByClientID(5), connect);
+    EXPECT_EQ(m_list.Count(), 0);
+    QZHttpFactory::Recycle(&connect);
+}
+
 TEST_F(ConnectionList, FindsByIdAndMarksTheUse)
 {
     Add(1);
