@@ -152,8 +152,9 @@ void Monitor::Connect()
     const std::string port = m_simulator ? m_simulator->PortName() : m_session.line;
     if (port.empty())
     {
-        Lost(m_simulator && m_simulator->IsPlugged() ? "this system has no line for the simulator"
-                                                     : "the device is unplugged");
+        Lost(m_simulator && m_simulator->IsPlugged()
+                 ? "this system has no line for the simulator: name a real one with --port"
+                 : "the device is unplugged");
         return;
     }
     m_device.Connect(port, m_session.baud);

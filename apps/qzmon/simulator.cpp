@@ -68,6 +68,7 @@ std::string Simulator::PortName()
 void Simulator::Plug(bool plugged)
 {
     const std::lock_guard<std::mutex> guard(m_lock);
+    m_plugged = plugged;
     if (plugged && !m_line) m_line = qzdevice::MakeTerminal();
     if (!plugged) m_line.reset();
 }
@@ -75,7 +76,7 @@ void Simulator::Plug(bool plugged)
 bool Simulator::IsPlugged()
 {
     const std::lock_guard<std::mutex> guard(m_lock);
-    return m_line != nullptr;
+    return m_plugged;
 }
 
 void Simulator::Measure(double seconds)

@@ -49,6 +49,7 @@ private:
     qzdevice::Controller m_controller;
     std::mutex m_lock;
     std::unique_ptr<qzdevice::Line> m_line;
+    bool m_plugged = true;
     unsigned m_noise = 1;
     std::atomic<bool> m_stop{false};
     std::thread m_thread;

@@ -30,7 +30,7 @@ void Remove(const std::string& path)
 QZInt64 FileSize(const std::string& path)
 {
     QZString text = Text(path);
-    QZFile* file = QZFile::Open(&text, QZFileOptions::ReadWrite);
+    QZFile* file = QZFile::Open(&text);
     const QZInt64 size = file->GetSize();
     QZFile::Close(&file);
     return size;
