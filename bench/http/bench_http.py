@@ -178,13 +178,17 @@ class Bench:
         for threads in (1, 8):
             for kind, name in (("ours", "client pool"), ("peer", "cpp-httplib")):
                 with self.nginx() as server:
-                    run = subprocess.run([f"{self.bin}/http_bench_client", kind, str(server.port), str(threads),
-                                          str(self.seconds)], capture_output=True, text=True, check=False)
-                    if run.returncode != 0:
-                        print(f"   {name}: {run.stderr.strip()}")
-                        continue
-                    rate, late = run.stdout.split()
-                    print(f"| {name} | {threads} | {rate} | {float(late) / 1000:.2f} |", flush=True)
+                    print(f"| {name} | {threads} | {self.ask(kind, server.port, threads)} |", flush=True)
+
+    def ask(self, kind, port, threads):
+        """The client's requests in a second and 99th percentile, of its best round."""
+        best = (0, 0)
+        for _ in range(self.rounds):
+            out = subprocess.run([f"{self.bin}/http_bench_client", kind, str(port), str(threads), str(self.seconds)],
+                                 capture_output=True, text=True, check=True).stdout
+            rate, late = out.split()
+            best = max(best, (int(rate), float(late) / 1000))
+        return f"{best[0]} | {best[1]:.2f}"
 
 
 REQUEST = b"GET /small HTTP/1.1\r\nHost: idle\r\n\r\n"
