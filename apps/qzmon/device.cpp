@@ -106,6 +106,7 @@ std::vector<double> Device::Read()
 {
     return Use([this] {
         std::vector<double> values;
+        values.reserve(static_cast<std::size_t>(m_channels));
         for (int i = 0; i < m_channels; ++i) values.push_back(Widen(m_device->GetValue(i)));
         return values;
     });
@@ -115,6 +116,7 @@ std::vector<Correction> Device::ReadCorrections()
 {
     return Use([this] {
         std::vector<Correction> all;
+        all.reserve(static_cast<std::size_t>(m_channels));
         for (int i = 0; i < m_channels; ++i)
             all.push_back({Widen(m_device->GetIncremental(i)), Widen(m_device->GetMagnification(i))});
         return all;
