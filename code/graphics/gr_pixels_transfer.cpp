@@ -18,7 +18,7 @@ QZInt64 RunLength(const Surface& surface, QZInt64 start, int width)
 }
 
 /// Copies of this many bytes go past the caches.
-constexpr QZInt64 kPastCaches = 4 << 20;
+constexpr QZInt64 kPastCaches = 16 << 20;
 
 /// How the rows of one transfer are copied.
 class RowCopy
