@@ -4,6 +4,7 @@
 
 #include "fw/fw_collection.h"
 #include "fw/fw_exception_cache.h"
+#include "fw/fw_factory_cache.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_trace.h"

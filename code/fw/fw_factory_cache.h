@@ -3,22 +3,14 @@
 
 #include "fw/fw_object_cache.h"
 
-/// The cache that a factory keeps of a class whose NewObject and DeleteObject are protected.
-///
-/// It derives from that class for the sole purpose of reaching the two; that part is a complete, idle object.
-template <typename Class>
-class QZFactoryCache : public QZObjectCache, private Class
-{
-public:
-    QZFactoryCache() : QZObjectCache(-1, -1) {}
-    ~QZFactoryCache() override { QZObjectCache::Collect(0); }
-    QZInt64 GetType() override { return QZObjectCache::GetType(); }
-    QZInt64 GetMemorySize() override { return QZObjectCache::GetMemorySize(); }
+// What factories do with the caches that they keep. Internal.
 
-protected:
-    QZObject* NewObject() override { return Class::NewObject(); }
-    void DeleteObject(QZObject* object) override { Class::DeleteObject(object); }
-};
+/// An object out of a cache of T.
+template <typename T>
+T* QZTake(QZObjectCache* cache)
+{
+    return static_cast<T*>(cache->Out());
+}
 
 /// Ends a cache that a factory made: idle objects go, the variable becomes null.
 inline void QZEndCache(QZObjectCache** cache)

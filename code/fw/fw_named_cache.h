@@ -19,11 +19,4 @@
         void DeleteObject(QZObject* object) override { Class::DeleteObject(object); }              \
     }
 
-/// Ends a cache that a factory made: idle objects go, the variable becomes null.
-inline void QZEndCache(QZObjectCache** cache)
-{
-    delete *cache;
-    *cache = nullptr;
-}
-
 #endif

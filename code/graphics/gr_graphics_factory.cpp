@@ -19,12 +19,6 @@ QZObjectCache* QZGraphicsFactory::m_rayCache = nullptr;
 
 namespace
 {
-template <typename T>
-T* Take(QZObjectCache* cache)
-{
-    return static_cast<T*>(cache->Out());
-}
-
 /// Clears the object and gives it back. A locked one is left as it is.
 template <typename T, typename Reset>
 void GiveBack(QZObjectCache* cache, T** variable, Reset reset)
@@ -41,7 +35,7 @@ void GiveBack(QZObjectCache* cache, T** variable, Reset reset)
 }
 }  // namespace
 
-QZShape* QZGraphicsFactory::CreateShape() { return Take<QZShape>(m_shapeCache); }
+QZShape* QZGraphicsFactory::CreateShape() { return QZTake<QZShape>(m_shapeCache); }
 
 QZShape* QZGraphicsFactory::CreateShape(QZShape* other)
 {
@@ -58,17 +52,17 @@ QZShape* QZGraphicsFactory::CreateShape(QZShape* other)
     return shape;
 }
 
-QZPixelBlock* QZGraphicsFactory::CreatePixelBlock() { return Take<QZPixelBlock>(m_pixelBlockCache); }
-QZRectangle* QZGraphicsFactory::CreateRectangle() { return Take<QZRectangle>(m_rectangleCache); }
+QZPixelBlock* QZGraphicsFactory::CreatePixelBlock() { return QZTake<QZPixelBlock>(m_pixelBlockCache); }
+QZRectangle* QZGraphicsFactory::CreateRectangle() { return QZTake<QZRectangle>(m_rectangleCache); }
 QZRectangleCollection* QZGraphicsFactory::CreateRectangleCollection()
 {
-    return Take<QZRectangleCollection>(m_rectangleCollectionCache);
+    return QZTake<QZRectangleCollection>(m_rectangleCollectionCache);
 }
-QZSize* QZGraphicsFactory::CreateSize() { return Take<QZSize>(m_sizeCache); }
-QZArc* QZGraphicsFactory::CreateArc() { return Take<QZArc>(m_arcCache); }
-QZLine* QZGraphicsFactory::CreateLine() { return Take<QZLine>(m_lineCache); }
-QZPoint* QZGraphicsFactory::CreatePoint() { return Take<QZPoint>(m_pointCache); }
-QZRay* QZGraphicsFactory::CreateRay() { return Take<QZRay>(m_rayCache); }
+QZSize* QZGraphicsFactory::CreateSize() { return QZTake<QZSize>(m_sizeCache); }
+QZArc* QZGraphicsFactory::CreateArc() { return QZTake<QZArc>(m_arcCache); }
+QZLine* QZGraphicsFactory::CreateLine() { return QZTake<QZLine>(m_lineCache); }
+QZPoint* QZGraphicsFactory::CreatePoint() { return QZTake<QZPoint>(m_pointCache); }
+QZRay* QZGraphicsFactory::CreateRay() { return QZTake<QZRay>(m_rayCache); }
 
 void QZGraphicsFactory::Recycle(QZShape** shape)
 {

@@ -1,5 +1,6 @@
 #include "net/net_http_factory.h"
 
+#include "fw/fw_factory_cache.h"
 #include "fw/fw_library.h"
 #include "net/net_http_cache.h"
 #include "net/net_http_internal.h"
@@ -20,12 +21,6 @@ QZObjectCache* QZHttpFactory::m_connectCache = nullptr;
 
 namespace
 {
-template <typename T>
-T* Take(QZObjectCache* cache)
-{
-    return static_cast<T*>(cache->Out());
-}
-
 void Describe(QZTrace<QZException> trace, QZString* text) { trace.Argument(QZ_W("QZString*"), text); }
 
 void Describe(QZTrace<QZException> trace, QZData* data)
@@ -91,8 +86,8 @@ void Empty(Collection* collection, QZObjectCache* cache)
 }
 }  // namespace
 
-QZHttpHeader* QZHttpFactory::CreateHeader() { return Take<QZHttpHeader>(m_headerCache); }
-QZHttpCookie* QZHttpFactory::CreateCookie() { return Take<QZHttpCookie>(m_cookieCache); }
+QZHttpHeader* QZHttpFactory::CreateHeader() { return QZTake<QZHttpHeader>(m_headerCache); }
+QZHttpCookie* QZHttpFactory::CreateCookie() { return QZTake<QZHttpCookie>(m_cookieCache); }
 
 QZHttpCookie* QZHttpFactory::CreateCookie(QZString* text)
 {
@@ -102,7 +97,7 @@ QZHttpCookie* QZHttpFactory::CreateCookie(QZString* text)
 
 QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection()
 {
-    return Take<QZHttpHeaderCollection>(m_headerCollectionCache);
+    return QZTake<QZHttpHeaderCollection>(m_headerCollectionCache);
 }
 
 QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection(QZString* text)
@@ -122,7 +117,7 @@ QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection(QZString* text)
 
 QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection()
 {
-    return Take<QZHttpCookieCollection>(m_cookieCollectionCache);
+    return QZTake<QZHttpCookieCollection>(m_cookieCollectionCache);
 }
 
 QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection(QZString* text)
@@ -145,7 +140,7 @@ QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection(QZString* text)
                   });
 }
 
-QZHttpRequest* QZHttpFactory::CreateRequest() { return Take<QZHttpRequest>(m_requestCache); }
+QZHttpRequest* QZHttpFactory::CreateRequest() { return QZTake<QZHttpRequest>(m_requestCache); }
 
 QZHttpRequest* QZHttpFactory::CreateRequest(QZData* data)
 {
@@ -153,7 +148,7 @@ QZHttpRequest* QZHttpFactory::CreateRequest(QZData* data)
                   [=](QZHttpRequest* request) { request->Set(data); });
 }
 
-QZHttpResponse* QZHttpFactory::CreateResponse() { return Take<QZHttpResponse>(m_responseCache); }
+QZHttpResponse* QZHttpFactory::CreateResponse() { return QZTake<QZHttpResponse>(m_responseCache); }
 
 QZHttpResponse* QZHttpFactory::CreateResponse(QZData* data)
 {

@@ -1,6 +1,7 @@
 #include <initializer_list>
 #include <vector>
 
+#include "fw/fw_factory_cache.h"
 #include "fw/fw_library.h"
 #include "fw/fw_number_text.h"
 #include "fw/fw_string.h"
@@ -22,12 +23,6 @@ QZObjectCache* QZJsonFactory::m_collectionCache = nullptr;
 
 namespace
 {
-template <typename T>
-T* Take(QZObjectCache* cache)
-{
-    return static_cast<T*>(cache->Out());
-}
-
 /// Fills a value fresh out of its cache. When that fails the value goes back.
 template <typename T, typename Fill>
 T* Filled(T* value, Fill fill)
@@ -60,45 +55,45 @@ bool IsContainer(QZJsonValue* value)
 }
 }  // namespace
 
-QZJsonValue* QZJsonFactory::CreateValue() { return Take<QZJsonValue>(m_valueCache); }
+QZJsonValue* QZJsonFactory::CreateValue() { return QZTake<QZJsonValue>(m_valueCache); }
 
 QZJsonDecimal* QZJsonFactory::CreateDecimal(double value)
 {
     QZWChar digits[number::kBufferUnits];
     const QZInt64 count = number::WriteDouble(digits, value);
-    return Filled(Take<QZJsonDecimal>(m_decimalCache), [&](QZJsonValue* decimal) {
+    return Filled(QZTake<QZJsonDecimal>(m_decimalCache), [&](QZJsonValue* decimal) {
         QZJsonAccess::SetText(decimal, {digits, static_cast<std::size_t>(count)});
     });
 }
 
 QZJsonBool* QZJsonFactory::CreateBool(QZBool value)
 {
-    return Filled(Take<QZJsonBool>(m_boolCache), [=](QZJsonBool* boolean) { boolean->Val(value); });
+    return Filled(QZTake<QZJsonBool>(m_boolCache), [=](QZJsonBool* boolean) { boolean->Val(value); });
 }
 
 QZJsonString* QZJsonFactory::CreateString(const char* text)
 {
-    return Filled(Take<QZJsonString>(m_stringCache), [=](QZJsonValue* value) { value->Val()->Set(text); });
+    return Filled(QZTake<QZJsonString>(m_stringCache), [=](QZJsonValue* value) { value->Val()->Set(text); });
 }
 
 QZJsonString* QZJsonFactory::CreateString(const QZWChar* text)
 {
-    return Filled(Take<QZJsonString>(m_stringCache), [=](QZJsonValue* value) { value->Val()->Set(text); });
+    return Filled(QZTake<QZJsonString>(m_stringCache), [=](QZJsonValue* value) { value->Val()->Set(text); });
 }
 
 QZJsonString* QZJsonFactory::CreateString(QZString* text)
 {
-    return Filled(Take<QZJsonString>(m_stringCache), [=](QZJsonValue* value) { value->Val()->Set(text); });
+    return Filled(QZTake<QZJsonString>(m_stringCache), [=](QZJsonValue* value) { value->Val()->Set(text); });
 }
 
-QZJsonString* QZJsonAccess::NewString() { return Take<QZJsonString>(QZJsonFactory::m_stringCache); }
+QZJsonString* QZJsonAccess::NewString() { return QZTake<QZJsonString>(QZJsonFactory::m_stringCache); }
 
-QZJsonObject* QZJsonFactory::CreateObject() { return Take<QZJsonObject>(m_objectCache); }
-QZJsonNull* QZJsonFactory::CreateNull() { return Take<QZJsonNull>(m_nullCache); }
+QZJsonObject* QZJsonFactory::CreateObject() { return QZTake<QZJsonObject>(m_objectCache); }
+QZJsonNull* QZJsonFactory::CreateNull() { return QZTake<QZJsonNull>(m_nullCache); }
 
 QZJsonValueCollection* QZJsonFactory::CreateValueCollection()
 {
-    return Take<QZJsonValueCollection>(m_collectionCache);
+    return QZTake<QZJsonValueCollection>(m_collectionCache);
 }
 
 QZJsonValue* QZJsonFactory::Clone(QZJsonValue* value)

@@ -129,4 +129,23 @@ inline std::string Text(QZString* text)
     return utf8;
 }
 
+/// What the device class threw, with its type in view.
+#define EXPECT_STATUS(statement, status, text)                   \
+    do {                                                         \
+        const qztest::Thrown thrown_ = QZ_TEST_CATCH(statement); \
+        EXPECT_TRUE(thrown_.thrown) << #statement;               \
+        EXPECT_EQ(thrown_.code, status) << #statement;           \
+        EXPECT_EQ(thrown_.type, kSerialType) << #statement;      \
+        EXPECT_EQ(thrown_.message, text) << #statement;          \
+    } while (false)
+
+/// An update that the device refused: a plain exception with nothing but the message.
+#define EXPECT_UPDATE_FAILURE(statement, text)                   \
+    do {                                                         \
+        const qztest::Thrown thrown_ = QZ_TEST_CATCH(statement); \
+        EXPECT_EQ(thrown_.code, 0) << #statement;                \
+        EXPECT_EQ(thrown_.type, 0x81B0000) << #statement;        \
+        EXPECT_EQ(thrown_.message, text) << #statement;          \
+    } while (false)
+
 #endif
