@@ -204,8 +204,9 @@ void TimerEnd(QZUInt32 period);
 
 /// Starts a thread at once with the default stack; 0 with LastError set on failure.
 QZInt64 ThreadCreate(void (*routine)(void*), void* argument);
-/// Raises the suspend count. A thread that suspends itself stops here until another resumes it; on Linux a
-/// suspend from outside takes hold at the thread's next gate (Sleep, a lock, ThreadGate). False on failure.
+/// Raises the suspend count. A thread that suspends itself stops here until another resumes it; a
+/// suspend from outside takes hold at the thread's next gate (Sleep, a lock, ThreadGate), so that nobody is
+/// stopped inside a lock. False on failure.
 bool ThreadSuspend(QZInt64 thread);
 /// Lowers the suspend count; at 0 it does nothing and is no failure.
 bool ThreadResume(QZInt64 thread);

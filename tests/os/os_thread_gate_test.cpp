@@ -1,6 +1,7 @@
 // Suspending: what a thread does to itself, and the worker whose task comes between two steps.
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <thread>
 
@@ -134,6 +135,26 @@ TEST(ThreadGate, IdleWorkerEndsLongBeforeItsTimeout)
     thread.reset();
     EXPECT_LT(os::MonotonicMicros() - start, 2000000);
     EXPECT_EQ(task.done, 1);
+}
+
+TEST(ThreadGate, WorkerIsNeverStoppedInsideALock)
+{
+    // The constructor suspends a thread that is just starting: were it stopped with the lock of its object or
+    // with the one of all threads, the hand-over or the next worker's start would wait for good.
+    for (int round = 0; round < 300; ++round)
+    {
+        CountingTask task;
+        QZThread first;
+        std::this_thread::sleep_for(std::chrono::microseconds(round % 30 * 10));
+        QZThread second;
+        ASSERT_EQ(second.ExecOrNot(&task), 1);
+        ASSERT_TRUE(Eventually([&] { return second.IsResting(); })) << round;
+        ASSERT_EQ(task.done, 1);
+        ASSERT_EQ(first.ExecOrNot(&task), 1);
+        ASSERT_TRUE(Eventually([&] { return first.IsResting(); })) << round;
+        ASSERT_EQ(task.done, 2);
+    }
+    QZThread::WaitForThreadsEnd();
 }
 
 TEST(ThreadGate, CriticalSectionOfATerminatedThreadCanBeDeleted)
