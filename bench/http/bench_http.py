@@ -92,8 +92,8 @@ class Bench:
         with open(f"{folder}/file.txt", "w", encoding="ascii") as file:
             file.write("0123456789abcde\n" * 4096)
 
-    def ours(self, pause):
-        return Server([f"{self.bin}/http_bench_host", f"{self.folder}/file.txt", str(pause)])
+    def ours(self, pause, *more):
+        return Server([f"{self.bin}/http_bench_host", f"{self.folder}/file.txt", str(pause), *more])
 
     def nginx(self):
         port = free_port()
@@ -106,7 +106,7 @@ class Bench:
 
     def servers(self, connections):
         """What there is to measure: name and a way to start it."""
-        found = [("ours", lambda: self.ours(0))]
+        found = [("ours", lambda: self.ours(0)), ("ours, in place", lambda: self.ours(0, "in-place"))]
         if shutil.which("nginx"):
             found.append(("nginx", self.nginx))
         if os.path.exists(f"{self.bin}/http_bench_peer"):

@@ -1,6 +1,6 @@
 // The server that bench/http/bench_http.py measures.
 //
-//     http_bench_host FILE PAUSE
+//     http_bench_host FILE PAUSE [in-place]
 //
 // GET /small is a small page, GET /file the file, GET /counts what is in use inside, as JSON. Tells its port
 // and ends when its input does.
@@ -72,13 +72,15 @@ private:
 
 int main(int argc, char** argv)
 {
-    if (argc != 3) return std::fprintf(stderr, "usage: http_bench_host FILE PAUSE\n"), 2;
+    if (argc != 3 && argc != 4)
+        return std::fprintf(stderr, "usage: http_bench_host FILE PAUSE [in-place]\n"), 2;
     QZLibInit();
     int code = 0;
     try
     {
         QZErrorReport report;
         QZHttpServerEngine::CompletionPause = std::atoi(argv[2]);
+        QZHttpServerEngine::AnswerInPlace = argc == 4;
         BenchServer server(&report, argv[1]);
         server.Start();
         std::printf("%d\n", server.GetPort());

@@ -36,6 +36,7 @@ const QZInt64 QZHttpServerEngine::TaskConnectCheckInterval;
 const QZInt64 QZHttpServerEngine::TaskConnectCloseInterval;
 const QZInt64 QZHttpServerEngine::TaskCacheCollectInterval;
 int QZHttpServerEngine::CompletionPause = 1;
+QZByte QZHttpServerEngine::AnswerInPlace = 0;
 
 namespace
 {

@@ -219,7 +219,10 @@ void QZHttpServerEngine::Received(QZInt64 id, QZUInt32 bytes)
     }
     try
     {
-        Process(id, origin, connect->m_handle->Data, offset, bytes);
+        if (AnswerInPlace)
+            ProcessPiece(id, origin, connect->m_handle->Data, offset, bytes);
+        else
+            Process(id, origin, connect->m_handle->Data, offset, bytes);
     }
     catch (QZException*)
     {

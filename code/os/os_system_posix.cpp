@@ -405,19 +405,43 @@ bool ProcessWorkingSet(QZUInt64* bytes)
 
 // ---- Time
 
+namespace
+{
+
+/// The last second that the calling thread asked for, and what the zone was then: to take a second apart
+/// costs many times what reading the clock does, and servers stamp each request several times.
+struct TakenApart
+{
+    time_t second{-1};
+    long zone{0};
+    int summer{0};
+    DateTime time{};
+};
+
+__attribute__((tls_model("initial-exec"))) thread_local constinit TakenApart t_now{};
+
+}  // namespace
+
 void LocalTime(DateTime* time)
 {
     timespec now;
     clock_gettime(CLOCK_REALTIME, &now);
-    tm parts;
-    localtime_r(&now.tv_sec, &parts);
-    time->Year = parts.tm_year + 1900;
-    time->Month = parts.tm_mon + 1;
-    time->Day = parts.tm_mday;
-    time->Hour = parts.tm_hour;
-    time->Minute = parts.tm_min;
-    // A leap second counts as the second before it.
-    time->Second = parts.tm_sec > 59 ? 59 : parts.tm_sec;
+    if (now.tv_sec != t_now.second || t_now.zone != ::timezone || t_now.summer != ::daylight)
+    {
+        tm parts;
+        localtime_r(&now.tv_sec, &parts);
+        t_now.time.Year = parts.tm_year + 1900;
+        t_now.time.Month = parts.tm_mon + 1;
+        t_now.time.Day = parts.tm_mday;
+        t_now.time.Hour = parts.tm_hour;
+        t_now.time.Minute = parts.tm_min;
+        // A leap second counts as the second before it.
+        t_now.time.Second = parts.tm_sec > 59 ? 59 : parts.tm_sec;
+        t_now.zone = ::timezone;
+        t_now.summer = ::daylight;
+        t_now.second = now.tv_sec;
+    }
+    *time = t_now.time;
     time->Millisecond = static_cast<int>(now.tv_nsec / 1000000);
 }
 

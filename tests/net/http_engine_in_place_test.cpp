@@ -1,0 +1,175 @@
+// A server whose completion threads answer requests themselves.
+
+#include "net/http_engine_fixture.h"
+
+namespace
+{
+
+using qztest::BodyOf;
+using qztest::Eventually;
+using qztest::Get;
+using qztest::Head;
+using qztest::HttpEngine;
+using qztest::Post;
+using qztest::RawClient;
+using qztest::StatusOf;
+using qztest::TestServer;
+
+class HttpEngineInPlace : public HttpEngine
+{
+protected:
+    void SetUp() override { QZHttpServerEngine::AnswerInPlace = 1; }
+    void TearDown() override
+    {
+        m_server.reset();
+        QZHttpServerEngine::AnswerInPlace = 0;
+        QZHttpServerEngine::CompletionPause = 1;
+    }
+};
+
+TEST_F(HttpEngine, WorkersAnswerUnlessTheHostAsksOtherwise)
+{
+    EXPECT_EQ(QZHttpServerEngine::AnswerInPlace, 0);
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    EXPECT_EQ(BodyOf(client.Ask(Get("/"))), "GET / 0");
+    EXPECT_EQ(server.ThreadPoolCount(), 1);
+}
+
+TEST_F(HttpEngineInPlace, RequestsAreAnsweredWithoutWorkers)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    EXPECT_EQ(client.Ask(Get("/hello")),
+              "HTTP/1.1 200 OK\r\nContent-Length: 12\r\nConnection: keep-alive\r\n\r\nGET /hello 0");
+    for (int i = 0; i < 50; ++i)
+        ASSERT_EQ(BodyOf(client.Ask(Get("/" + std::to_string(i)))), "GET /" + std::to_string(i) + " 0");
+    EXPECT_EQ(server.ThreadPoolCount(), 0);
+    EXPECT_EQ(server.ConnectCount(), 1);
+    EXPECT_EQ(server.finished, 51);
+}
+
+TEST_F(HttpEngineInPlace, ARequestMayComeInAnyPieces)
+{
+    QZHttpServerEngine::CompletionPause = 0;
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    const std::string request = Post("/slow", "body");
+    for (char byte : request) ASSERT_TRUE(client.Send(std::string(1, byte)));
+    EXPECT_EQ(BodyOf(client.Receive()), "POST /slow 4");
+    ASSERT_TRUE(client.Send("GET /split HT"));
+    os::Sleep(30);
+    EXPECT_EQ(BodyOf(client.Ask("TP/1.1\r\nHost: h\r\n\r\n")), "GET /split 0");
+    EXPECT_EQ(server.finished, 2);
+}
+
+TEST_F(HttpEngineInPlace, LargeBodiesComeAndGo)
+{
+    Run([](QZHttpRequest* request) {
+        return TestServer::Text({static_cast<const char*>(request->GetContent()->GetPointer()),
+                                 static_cast<std::size_t>(request->GetContent()->GetSize())});
+    });
+    std::string body(5 << 20, '\0');
+    for (std::size_t i = 0; i < body.size(); i += 997) body[i] = static_cast<char>(i % 251);
+    RawClient client(PortNumber());
+    EXPECT_TRUE(BodyOf(client.Ask(Post("/", body))) == body);
+    EXPECT_EQ(BodyOf(client.Ask(Post("/", "small"))), "small");
+}
+
+TEST_F(HttpEngineInPlace, FailuresAreAnsweredAsByWorkers)
+{
+    Run([](QZHttpRequest* request) -> QZHttpResponse* {
+        if (request->GetUrl()->GetPath()->Equals(QZ_W("/throw")))
+            throw QZExceptionFactory::CreateException(QZ_W("no such thing"), 7);
+        return TestServer::Text("fine");
+    });
+    RawClient client(PortNumber());
+    EXPECT_EQ(StatusOf(client.Ask(Get("/throw"))), "HTTP/1.1 500 Internal Server Error");
+    EXPECT_TRUE(m_reports.Has("no such thing"));
+    EXPECT_EQ(BodyOf(client.Ask(Get("/"))), "fine") << "the connection stays";
+    EXPECT_EQ(StatusOf(client.Ask(Head(4097))), "HTTP/1.1 431 Request Header Fields Too Large");
+    RawClient rude(PortNumber());
+    ASSERT_TRUE(rude.Send("\x16\x03\x01"));
+    EXPECT_EQ(rude.Receive(), "");
+    EXPECT_TRUE(Eventually([&] { return m_server->cutOff == 1; }));
+}
+
+TEST_F(HttpEngineInPlace, AClientThatAsksToCloseIsClosedAfterItsAnswer)
+{
+    TestServer& server = Run();
+    RawClient client(PortNumber());
+    const std::string answer = client.Ask(Get("/", "Connection: close\r\n"));
+    EXPECT_EQ(BodyOf(answer), "GET / 0");
+    EXPECT_TRUE(client.AtEnd());
+    client.Close();
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
+}
+
+TEST_F(HttpEngineInPlace, ClientsThatVanishLeaveNothingBehind)
+{
+    std::string large(4 << 20, 'x');
+    TestServer& server = Run([&](QZHttpRequest*) { return TestServer::Text(large); });
+    for (int i = 0; i < 20; ++i)
+    {
+        RawClient client(PortNumber());
+        if (i % 4 == 1) client.Send("GET /half");
+        if (i % 4 == 2) client.Send(Get("/"));
+        if (i % 4 == 3) client.Send(Post("/", "abc").substr(0, 40));
+    }
+    {
+        RawClient last(PortNumber());
+        EXPECT_EQ(BodyOf(last.Ask(Get("/"))).size(), large.size());
+    }
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
+}
+
+TEST_F(HttpEngineInPlace, AServerThatGoesDoesNotWaitForAClientThatDoesNotRead)
+{
+    static const std::string endless(48 << 20, 'x');
+    TestServer& server = Run([](QZHttpRequest*) { return TestServer::Text(endless); });
+    RawClient stuck(PortNumber());
+    ASSERT_TRUE(stuck.Send(Get("/endless")));
+    ASSERT_TRUE(Eventually([&] { return server.sending == 1; }));
+    os::Sleep(100);
+    m_server.reset();
+    EXPECT_LT(stuck.Receive().size(), endless.size());
+}
+
+TEST_F(HttpEngineInPlace, AServerThatGoesWaitsForThePageThatIsBeingMade)
+{
+    std::atomic<int> step{0};
+    Run([&](QZHttpRequest*) {
+        step = 1;
+        os::Sleep(200);
+        step = 2;
+        return TestServer::Text("done");
+    });
+    RawClient client(PortNumber());
+    ASSERT_TRUE(client.Send(Get("/")));
+    ASSERT_TRUE(Eventually([&] { return step == 1; }));
+    m_server.reset();
+    EXPECT_EQ(step, 2);
+}
+
+TEST_F(HttpEngineInPlace, ManyClientsAtATimeGetTheirOwnAnswers)
+{
+    QZHttpServerEngine::CompletionPause = 0;
+    TestServer& server = Run();
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> clients;
+    for (int c = 0; c < 8; ++c)
+        clients.emplace_back([&, c] {
+            RawClient client(PortNumber());
+            for (int i = 0; i < 100; ++i)
+            {
+                const std::string path = "/" + std::to_string(c) + "/" + std::to_string(i);
+                wrong += BodyOf(client.Ask(Get(path))) != "GET " + path + " 0";
+            }
+        });
+    for (std::thread& client : clients) client.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_TRUE(Eventually([&] { return server.finished == 800; }));
+    EXPECT_EQ(server.ThreadPoolCount(), 0);
+}
+
+}  // namespace
