@@ -75,10 +75,10 @@ public:
     /// Milliseconds that a completion thread rests after each completion, which is its pace; 1 at first, 0
     /// for none. For all engines of the process.
     static int CompletionPause;
-    /// 1: the completion threads answer requests themselves instead of handing them to workers, which saves two
-    /// changes of threads a request; 0 at first. For all engines of the process, set before Start. For hosts
-    /// whose pages are quick and whose clients take their responses at once, as a proxy does: a page that waits,
-    /// or a client that reads slowly, holds up its completion thread and all who wait for that.
+    /// 1: the completion threads answer requests themselves instead of handing them to workers, which saves
+    /// two changes of threads a request; 0 at first. For all engines of the process, set before Start. For
+    /// hosts whose pages are quick and whose clients take their responses at once, as a proxy does: a page
+    /// that waits, or a client that reads slowly, holds up its completion thread and all who wait for that.
     static QZByte AnswerInPlace;
 
     /// QZHttpServerEfficiencyNormal.

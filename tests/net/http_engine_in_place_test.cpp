@@ -157,6 +157,7 @@ TEST_F(HttpEngineInPlace, ManyClientsAtATimeGetTheirOwnAnswers)
     TestServer& server = Run();
     std::atomic<int> wrong{0};
     std::vector<std::thread> clients;
+    clients.reserve(8);
     for (int c = 0; c < 8; ++c)
         clients.emplace_back([&, c] {
             RawClient client(PortNumber());
