@@ -58,7 +58,7 @@ private:
 /// Whole lines of both, so that one row goes on in the next.
 bool IsOneRun(const Surface& target, const Area& area, const Surface& source, const Area& from)
 {
-    return area.width > 0 && area.width == target.width && area.width == source.width &&
+    return area.width > 0 && area.height > 0 && area.width == target.width && area.width == source.width &&
            QZInt64{area.y} + area.height <= target.height && QZInt64{from.y} + area.height <= source.height;
 }
 

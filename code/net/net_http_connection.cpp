@@ -248,7 +248,7 @@ void QZHttpConnect::BufferReset()
     m_cache->NewSize(0);
     m_cacheSize.store(0, std::memory_order_relaxed);
     m_cacheCount = 0;
-    // The next receive is under way already.
+    // The next receive may be under way already.
     std::atomic_ref<QZUInt32>(m_handle->Received).store(0, std::memory_order_relaxed);
     std::atomic_ref<QZUInt32>(m_handle->Offset).store(0, std::memory_order_relaxed);
 }
@@ -261,7 +261,7 @@ QZUInt32 QZHttpConnect::Advance(QZUInt32 bytes, QZUInt64* piece)
 
 void QZHttpConnect::AwaitTurn(QZUInt64 piece)
 {
-    // Almost always at once: pieces are handed to the workers in their order. A worker that was killed passes
+    // Almost always at once: pieces are handed on in their order. A worker that was killed passes
     // no turn on, which is what the limit is for.
     for (int i = 0; i < kTurnYields + kTurnSleeps && m_turn.load(std::memory_order_acquire) < piece; ++i)
         os::Sleep(i < kTurnYields ? 0 : 1);
@@ -380,15 +380,14 @@ unsigned char QZHttpConnect::IsUseComplete()
     return m_useCount == 0;
 }
 
-void QZHttpConnect::Receive()
+bool QZHttpConnect::Receive()
 {
     // Under the lock in which the socket is marked as closed: its handle may name another one afterwards.
     QZCriticalGuard guard(m_useLock);
-    if (!m_socketOpen.load()) return;
+    if (!m_socketOpen.load()) return true;
     m_handle->Length = sizeof(m_handle->Data);
     m_handle->Buffer = m_handle->Data;
-    // A receive that fails shows through the housekeeping.
-    os::PortReceive(GetClientID(), m_handle);
+    return os::PortReceive(GetClientID(), m_handle);
 }
 
 void QZHttpConnect::CloseSocket()

@@ -105,8 +105,8 @@ private:
     /// Waits until the pieces before this one have been put in, and lets those behind it go on.
     void AwaitTurn(QZUInt64 piece);
     void PassTurn(QZUInt64 piece);
-    /// Starts a receive, unless the socket is closed.
-    void Receive();
+    /// Starts a receive, unless the socket is closed. False when the connection is broken.
+    bool Receive();
     /// Ends the traffic and, once no response is being sent, gives the socket back, once in its life.
     void CloseSocket();
     /// The handle has come to name another socket.

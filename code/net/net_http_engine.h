@@ -213,6 +213,7 @@ private:
     void Completed(QZInt64 id, QZUInt32 bytes, bool succeeded);
     void Received(QZInt64 id, QZUInt32 bytes);
     void PeerClosed(QZInt64 id);
+    void Broken(QZHttpConnect* connect);
 
     void Process(QZInt64 id, const Origin& origin, const void* data, QZInt64 offset, QZInt64 size);
     void ProcessPiece(QZInt64 id, const Origin& origin, const void* data, QZInt64 offset, QZInt64 size);

@@ -229,8 +229,18 @@ void QZHttpServerEngine::Received(QZInt64 id, QZUInt32 bytes)
         Recycle(&connect);
         throw;
     }
-    connect->Receive();
+    // By workers, a receive that fails shows through the housekeeping.
+    if (!connect->Receive() && AnswerInPlace) Broken(connect);
     Recycle(&connect);
+}
+
+/// A client that goes while its answer is made is told of by the receive under way. In place there is none,
+/// and the next one fails.
+void QZHttpServerEngine::Broken(QZHttpConnect* connect)
+{
+    QZCriticalGuard guard(m_connectLock);
+    connect->m_peerClosed.store(1, std::memory_order_relaxed);
+    if (m_connects->TakeOut(connect)) m_closeWait->EnQueue(connect);
 }
 
 void QZHttpServerEngine::PeerClosed(QZInt64 id)

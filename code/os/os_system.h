@@ -41,6 +41,7 @@ enum class Op
     LineWrite,      ///< may come back short
     System,         ///< host, process and system figures
     Port,           ///< making a completion port, associating, posting
+    PortReceive,    ///< starting a receive
 };
 
 /// What a test may be told of, where the effect itself cannot be seen.
@@ -205,12 +206,13 @@ void TimerEnd(QZUInt32 period);
 /// Starts a thread at once with the default stack; 0 with LastError set on failure.
 QZInt64 ThreadCreate(void (*routine)(void*), void* argument);
 /// Raises the suspend count. A thread that suspends itself stops here until another resumes it; a
-/// suspend from outside takes hold at the thread's next gate (Sleep, a lock, ThreadGate), so that nobody is
-/// stopped inside a lock. False on failure.
+/// suspend from outside takes hold at the thread's next gate (Sleep, a lock, ThreadGate), so that it is not
+/// stopped in the middle of a lock's or the heap's own work. One that takes a second lock or sleeps with one
+/// held stops with it. False on failure.
 bool ThreadSuspend(QZInt64 thread);
 /// Lowers the suspend count; at 0 it does nothing and is no failure.
 bool ThreadResume(QZInt64 thread);
-/// True while the thread is stopped, or is to stop at its next gate.
+/// True while the thread is stopped, or is to stop at its next gate; for threads started here.
 bool ThreadIsSuspended(QZInt64 thread);
 /// Ends the thread where it stands: nothing is unwound, no destructor runs. On return the thread is gone.
 /// Does not come back when a thread ends itself.

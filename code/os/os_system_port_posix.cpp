@@ -257,6 +257,7 @@ bool PortAssociate(QZInt64 handle, QZInt64 socket, QZInt64 key)
 
 bool PortReceive(QZInt64 socket, PortBlock* block)
 {
+    if (!Gate(Op::PortReceive)) return false;
     Slot* slot = SlotOf(socket);
     if (slot == nullptr) return Failed(EINVAL);
     TerminationHold hold;

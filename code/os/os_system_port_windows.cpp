@@ -153,6 +153,7 @@ bool PortAssociate(QZInt64 handle, QZInt64 socket, QZInt64 key)
 
 bool PortReceive(QZInt64 socket, PortBlock* block)
 {
+    if (!Gate(Op::PortReceive)) return false;
     DWORD* received = reinterpret_cast<DWORD*>(&block->Received);
     DWORD* flags = reinterpret_cast<DWORD*>(&block->Flags);
     return WSARecv(static_cast<SOCKET>(socket), reinterpret_cast<WSABUF*>(&block->Length), 1, received, flags,

@@ -23,7 +23,7 @@ constexpr int kSuspendMax = 127;
 
 /// One thread started here. Two hold it: the running thread and the handle. The system can stop a thread
 /// wherever it is, inside a lock that the one who would resume it needs; so a suspend is a count that the
-/// thread looks at where it holds nothing that others wait for.
+/// thread looks at before it takes a lock and around its sleeps.
 struct ThreadRecord
 {
     std::atomic<int> holders;
@@ -149,6 +149,12 @@ QZInt64 ThreadCreate(void (*routine)(void*), void* argument)
         record->holders.store(0);
         ::SetLastError(error);
         return 0;
+    }
+    // A host that has closed a handle past the library has left its number behind.
+    if (ThreadRecord* stale = FindRecord(reinterpret_cast<QZInt64>(thread)))
+    {
+        stale->handle.store(nullptr);
+        DropRecord(stale);
     }
     record->handle.store(thread);
     return reinterpret_cast<QZInt64>(thread);

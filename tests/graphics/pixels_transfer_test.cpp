@@ -2,6 +2,7 @@
 
 #include "../fw/assert_watch.h"
 #include "fw/fw_library.h"
+#include "fw/fw_memory.h"
 #include "graphics/gr_pixels.h"
 #include "graphics/pixel_show.h"
 #include "support/qz_test.h"
@@ -154,6 +155,59 @@ TEST(PixelTransfer, ABlockPastedIntoItselfMoves)
     auto block = BlockOf({{1, 2, 3, 4}});
     EXPECT_TRUE(block->Paste(1, 0, block.get(), 1));
     EXPECT_EQ(PixelsOf(block), (Rows{{1, 1, 2, 3}}));
+}
+
+TEST(PixelTransfer, ABlockPastedIntoItselfAlineLowerRepeatsItsFirstRow)
+{
+    // Rows go from top to bottom, and each is read after the one above was written.
+    for (unsigned char overwrite : {0, 1})
+    {
+        auto block = BlockOf({{0xFF000001, 0xFF000002}, {0xFF000003, 0xFF000004}, {0xFF000005, 0xFF000006}});
+        EXPECT_TRUE(block->Paste(0, 1, block.get(), overwrite));
+        const Rows rows{{0xFF000001, 0xFF000002}, {0xFF000001, 0xFF000002}, {0xFF000001, 0xFF000002}};
+        EXPECT_EQ(PixelsOf(*block), rows) << int{overwrite};
+    }
+}
+
+TEST(PixelTransfer, WholeLinesAreCutAtTheBottom)
+{
+    for (unsigned char overwrite : {0, 1})
+    {
+        QZPixelBlock block(2, 3);
+        auto source = BlockOf({{1, 2}, {3, 4}, {5, 6}});
+        EXPECT_TRUE(block.Paste(0, 1, source.get(), overwrite));
+        EXPECT_EQ(PixelsOf(block),
+                  overwrite ? (Rows{{0, 0}, {1, 2}, {3, 4}}) : (Rows{{0, 0}, {0, 0}, {0, 0}}));
+    }
+}
+
+TEST(PixelTransfer, LinesThatBeginAboveTheBlockEndWithIt)
+{
+    QZPixelBlock block(2, 2);
+    const unsigned int pixels[6] = {1, 2, 3, 4, 5, 6};
+    const QZSize size(2, 3);
+    const QZRectangle area(0, -1, 2, 3);
+    EXPECT_TRUE(block.Paste(&area, &size, pixels, 1));
+    EXPECT_EQ(PixelsOf(block), (Rows{{1, 2}, {3, 4}}));
+}
+
+int g_copies = 0;
+void (*g_copy)(void*, void*, QZInt64);
+
+TEST(PixelTransfer, AHostsCopyHookSeesEveryRowOfWholeLines)
+{
+    QZPixelBlock block(2, 3);
+    auto source = BlockOf({{1, 2}, {3, 4}, {5, 6}});
+    g_copies = 0;
+    g_copy = g_qzMemCopy;
+    QZLibSetFunctionMemCopy([](void* to, void* from, QZInt64 size) {
+        g_copies += size == 8;
+        g_copy(to, from, size);
+    });
+    EXPECT_TRUE(block.Paste(0, 0, source.get(), 1));
+    QZLibSetFunctionMemCopy(g_copy);
+    EXPECT_EQ(g_copies, 3);
+    EXPECT_EQ(PixelsOf(block), (Rows{{1, 2}, {3, 4}, {5, 6}}));
 }
 
 TEST(PixelTransfer, HugeAreasStayInsideTheBlocks)

@@ -1,8 +1,7 @@
 // A process that writes a database with whole syncs and is killed at any moment leaves what a sync left.
 //
 // The program is its own writer: called with --writer it changes a database and tells each sync that came
-// back. QZ_KILL_POINTS sets how many times it is killed
-// in the middle.
+// back. QZ_KILL_POINTS sets how many times it is killed in the middle.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

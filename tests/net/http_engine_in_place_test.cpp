@@ -123,6 +123,42 @@ TEST_F(HttpEngineInPlace, ClientsThatVanishLeaveNothingBehind)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
 }
 
+/// Receives fail from a moment on.
+class BrokenReceives
+{
+public:
+    BrokenReceives() { os::SetTestHooks(&m_table); }
+    ~BrokenReceives() { os::SetTestHooks(nullptr); }
+    BrokenReceives(const BrokenReceives&) = delete;
+    BrokenReceives& operator=(const BrokenReceives&) = delete;
+
+    std::atomic<bool> broken{false};
+
+private:
+    static bool OnGate(void* context, os::Op operation, QZInt64*, QZUInt32* error)
+    {
+        if (operation != os::Op::PortReceive || !static_cast<BrokenReceives*>(context)->broken) return true;
+        *error = 10054;
+        return false;
+    }
+
+    os::TestHooks m_table{this, nullptr, &OnGate, nullptr};
+};
+
+TEST_F(HttpEngineInPlace, AConnectionThatBreaksWhileItsAnswerIsMadeIsNoticedBehindIt)
+{
+    BrokenReceives receives;
+    TestServer& server = Run([&](QZHttpRequest*) {
+        receives.broken = true;
+        return TestServer::Text("good bye");
+    });
+    RawClient client(PortNumber());
+    EXPECT_EQ(BodyOf(client.Ask(Get("/"))), "good bye");
+    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
+    EXPECT_TRUE(client.AtEnd());
+    m_server.reset();
+}
+
 TEST_F(HttpEngineInPlace, AServerThatGoesDoesNotWaitForAClientThatDoesNotRead)
 {
     static const std::string endless(48 << 20, 'x');
