@@ -168,6 +168,7 @@ TEST(Process, ObjectNeitherWaitsForTheProcessNorEndsIt)
     long long pid = process->GetPID();
     QZProcess::Recycle(&process);
     EXPECT_EQ(QZProcess::Exists(pid), 1);
+    EXPECT_TRUE(Eventually([pid] { return QZProcess::GetMemoryUsage(pid) > 0; }));
     EXPECT_EQ(QZProcess::Kill(pid), 1);
     EXPECT_TRUE(Eventually([pid] { return !QZProcess::Exists(pid); }));
 }
