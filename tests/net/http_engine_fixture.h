@@ -19,6 +19,30 @@
 
 namespace qztest
 {
+inline std::string Get(const std::string& path, const std::string& headers = {})
+{
+    return "GET " + path + " HTTP/1.1\r\nHost: h\r\n" + headers + "\r\n";
+}
+
+inline std::string Post(const std::string& path, const std::string& body)
+{
+    return "POST " + path + " HTTP/1.1\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+inline std::string Head(std::size_t size)
+{
+    std::string head = "GET /x HTTP/1.1\r\nX-Fill: ";
+    head.append(size - head.size(), 'f');
+    return head;
+}
+
+/// More than the system keeps for a client that does not read.
+inline QZHttpResponse* EndlessOrSmall(QZHttpRequest* request)
+{
+    static const std::string endless(48 << 20, 'x');
+    return TestServer::Text(request->GetUrl()->GetPath()->Equals(QZ_W("/endless")) ? endless : "small");
+}
+
 /// A server at work.
 class HttpEngine : public testing::Test
 {
@@ -48,26 +72,56 @@ protected:
         return 0;
     }
 
+    // What holds by workers and in place.
+    void SeeVanishingClientsOut()
+    {
+        std::string large(4 << 20, 'x');
+        TestServer& server = Run([&](QZHttpRequest*) { return TestServer::Text(large); });
+        for (int i = 0; i < 20; ++i)
+        {
+            RawClient client(PortNumber());
+            if (i % 4 == 1) client.Send("GET /half");
+            if (i % 4 == 2) client.Send(Get("/"));
+            if (i % 4 == 3) client.Send(Post("/", "abc").substr(0, 40));
+        }
+        // Clients are accepted in their order.
+        {
+            RawClient last(PortNumber());
+            EXPECT_EQ(BodyOf(last.Ask(Get("/"))).size(), large.size());
+        }
+        EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
+    }
+
+    void GoFromAClientThatDoesNotRead()
+    {
+        TestServer& server = Run(EndlessOrSmall);
+        RawClient stuck(PortNumber());
+        ASSERT_TRUE(stuck.Send(Get("/endless")));
+        ASSERT_TRUE(Eventually([&] { return server.sending == 1; }));
+        os::Sleep(100);
+        m_server.reset();
+        EXPECT_LT(stuck.Receive().size(), std::size_t{48} << 20);
+    }
+
+    void GoWhileAPageIsMade()
+    {
+        std::atomic<int> step{0};
+        Run([&](QZHttpRequest*) {
+            step = 1;
+            os::Sleep(200);
+            step = 2;
+            return TestServer::Text("done");
+        });
+        RawClient client(PortNumber());
+        ASSERT_TRUE(client.Send(Get("/")));
+        ASSERT_TRUE(Eventually([&] { return step == 1; }));
+        m_server.reset();
+        EXPECT_EQ(step, 2);
+    }
+
     Reports m_reports;
     std::unique_ptr<TestServer> m_server;
 };
-
-inline std::string Get(const std::string& path, const std::string& headers = {})
-{
-    return "GET " + path + " HTTP/1.1\r\nHost: h\r\n" + headers + "\r\n";
-}
-
-inline std::string Post(const std::string& path, const std::string& body)
-{
-    return "POST " + path + " HTTP/1.1\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-}
-
-inline std::string Head(std::size_t size)
-{
-    std::string head = "GET /x HTTP/1.1\r\nX-Fill: ";
-    head.append(size - head.size(), 'f');
-    return head;
-}
 
 }  // namespace qztest
 

@@ -105,23 +105,7 @@ TEST_F(HttpEngineInPlace, AClientThatAsksToCloseIsClosedAfterItsAnswer)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST_F(HttpEngineInPlace, ClientsThatVanishLeaveNothingBehind)
-{
-    std::string large(4 << 20, 'x');
-    TestServer& server = Run([&](QZHttpRequest*) { return TestServer::Text(large); });
-    for (int i = 0; i < 20; ++i)
-    {
-        RawClient client(PortNumber());
-        if (i % 4 == 1) client.Send("GET /half");
-        if (i % 4 == 2) client.Send(Get("/"));
-        if (i % 4 == 3) client.Send(Post("/", "abc").substr(0, 40));
-    }
-    {
-        RawClient last(PortNumber());
-        EXPECT_EQ(BodyOf(last.Ask(Get("/"))).size(), large.size());
-    }
-    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
-}
+TEST_F(HttpEngineInPlace, ClientsThatVanishLeaveNothingBehind) { SeeVanishingClientsOut(); }
 
 /// Receives fail from a moment on.
 class BrokenReceives
@@ -161,31 +145,10 @@ TEST_F(HttpEngineInPlace, AConnectionThatBreaksWhileItsAnswerIsMadeIsNoticedBehi
 
 TEST_F(HttpEngineInPlace, AServerThatGoesDoesNotWaitForAClientThatDoesNotRead)
 {
-    static const std::string endless(48 << 20, 'x');
-    TestServer& server = Run([](QZHttpRequest*) { return TestServer::Text(endless); });
-    RawClient stuck(PortNumber());
-    ASSERT_TRUE(stuck.Send(Get("/endless")));
-    ASSERT_TRUE(Eventually([&] { return server.sending == 1; }));
-    os::Sleep(100);
-    m_server.reset();
-    EXPECT_LT(stuck.Receive().size(), endless.size());
+    GoFromAClientThatDoesNotRead();
 }
 
-TEST_F(HttpEngineInPlace, AServerThatGoesWaitsForThePageThatIsBeingMade)
-{
-    std::atomic<int> step{0};
-    Run([&](QZHttpRequest*) {
-        step = 1;
-        os::Sleep(200);
-        step = 2;
-        return TestServer::Text("done");
-    });
-    RawClient client(PortNumber());
-    ASSERT_TRUE(client.Send(Get("/")));
-    ASSERT_TRUE(Eventually([&] { return step == 1; }));
-    m_server.reset();
-    EXPECT_EQ(step, 2);
-}
+TEST_F(HttpEngineInPlace, AServerThatGoesWaitsForThePageThatIsBeingMade) { GoWhileAPageIsMade(); }
 
 TEST_F(HttpEngineInPlace, ManyClientsAtATimeGetTheirOwnAnswers)
 {

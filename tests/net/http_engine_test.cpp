@@ -6,6 +6,7 @@ namespace
 {
 
 using qztest::BodyOf;
+using qztest::EndlessOrSmall;
 using qztest::Eventually;
 using qztest::Get;
 using qztest::Head;
@@ -318,31 +319,7 @@ TEST_F(HttpEngine, AClientThatEndsItsStreamStillGetsItsAnswer)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST_F(HttpEngine, ClientsThatVanishLeaveNothingBehind)
-{
-    std::string large(4 << 20, 'x');
-    TestServer& server = Run([&](QZHttpRequest*) { return TestServer::Text(large); });
-    for (int i = 0; i < 20; ++i)
-    {
-        RawClient client(PortNumber());
-        if (i % 4 == 1) client.Send("GET /half");
-        if (i % 4 == 2) client.Send(Get("/"));
-        if (i % 4 == 3) client.Send(Post("/", "abc").substr(0, 40));
-    }
-    // Clients are accepted in their order.
-    {
-        RawClient last(PortNumber());
-        EXPECT_EQ(BodyOf(last.Ask(Get("/"))).size(), large.size());
-    }
-    EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
-}
-
-/// More than the system keeps for a client that does not read.
-QZHttpResponse* EndlessOrSmall(QZHttpRequest* request)
-{
-    static const std::string endless(48 << 20, 'x');
-    return TestServer::Text(request->GetUrl()->GetPath()->Equals(QZ_W("/endless")) ? endless : "small");
-}
+TEST_F(HttpEngine, ClientsThatVanishLeaveNothingBehind) { SeeVanishingClientsOut(); }
 
 TEST_F(HttpEngine, AClientThatDoesNotReadHoldsUpNobodyElse)
 {
@@ -359,16 +336,7 @@ TEST_F(HttpEngine, AClientThatDoesNotReadHoldsUpNobodyElse)
         Eventually([&] { return server.ConnectCount() == 1 && server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST_F(HttpEngine, AServerThatGoesDoesNotWaitForAClientThatDoesNotRead)
-{
-    TestServer& server = Run(EndlessOrSmall);
-    RawClient stuck(PortNumber());
-    ASSERT_TRUE(stuck.Send(Get("/endless")));
-    ASSERT_TRUE(Eventually([&] { return server.sending == 1; }));
-    os::Sleep(100);
-    m_server.reset();
-    EXPECT_LT(stuck.Receive().size(), std::size_t{48} << 20);
-}
+TEST_F(HttpEngine, AServerThatGoesDoesNotWaitForAClientThatDoesNotRead) { GoFromAClientThatDoesNotRead(); }
 
 TEST_F(HttpEngine, WithOnePlaceTheSecondClientWaitsForTheFirstToGo)
 {
@@ -433,21 +401,7 @@ TEST_F(HttpEngine, AServerThatGoesEndsItsConnections)
     EXPECT_TRUE(half.AtEnd());
 }
 
-TEST_F(HttpEngine, AServerThatGoesWaitsForThePageThatIsBeingMade)
-{
-    std::atomic<int> step{0};
-    Run([&](QZHttpRequest*) {
-        step = 1;
-        os::Sleep(200);
-        step = 2;
-        return TestServer::Text("done");
-    });
-    RawClient client(PortNumber());
-    ASSERT_TRUE(client.Send(Get("/")));
-    ASSERT_TRUE(Eventually([&] { return step == 1; }));
-    m_server.reset();
-    EXPECT_EQ(step, 2);
-}
+TEST_F(HttpEngine, AServerThatGoesWaitsForThePageThatIsBeingMade) { GoWhileAPageIsMade(); }
 
 TEST_F(HttpEngine, ClosingOneConnectionEndsItsStream)
 {
