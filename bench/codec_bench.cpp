@@ -25,6 +25,7 @@
 #include "codec/cod_compression.h"
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_library.h"
+#include "qzlib.h"
 
 namespace
 {

@@ -13,7 +13,8 @@
 
 #include "bench_support.h"
 #include "device/dev_serial_device.h"
-#include "os/os_system.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_line.h"
 
 namespace
 {

@@ -25,6 +25,7 @@
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_library.h"
+#include "fw/fw_lock.h"
 #include "fw/fw_memory.h"
 #include "fw/fw_object.h"
 #include "fw/fw_object_cache.h"
@@ -34,7 +35,6 @@
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
 #include "fw/fw_time.h"
-#include "fw/fw_types.h"
 #include "fw/fw_value.h"
 #include "os/os_buffer.h"
 #include "os/os_console.h"
@@ -52,8 +52,10 @@
 #include "os/os_system_info.h"
 #include "os/os_task.h"
 #include "os/os_task_scheduler.h"
+#include "os/os_text.h"
 #include "os/os_thread.h"
 #include "os/os_thread_pool.h"
+#include "sys/sys_types.h"
 
 #include "net/net_http.h"
 #include "net/net_http_cache.h"
@@ -106,5 +108,20 @@
 #include "graphics/gr_pixels_grid.h"
 #include "graphics/gr_points.h"
 #include "graphics/gr_shape.h"
+
+/// Start and stop. A host calls these on one thread, before other library threads exist and after they have
+/// ended.
+
+/// Starts the library. Idempotent: a second call returns true at once.
+/// @throws QZSocketException 1024 when the platform's socket layer does not start
+QZ_API QZBool QZLibInit();
+
+/// Ends the library: ends the factories, sets the process-wide abort flag and waits until every thread made
+/// by QZThread::Create has returned. True, and nothing happens, when the library is not initialised.
+QZ_API QZBool QZLibDispose();
+
+/// Set and clear the form flag; each returns true.
+QZ_API QZBool QZFormInit();
+QZ_API QZBool QZFormDispose();
 
 #endif

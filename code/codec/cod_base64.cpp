@@ -2,13 +2,13 @@
 
 #include <array>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 #ifndef QZLIB_COD_BASE64_H
 #define QZLIB_COD_BASE64_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 class QZData;
 class QZString;

@@ -1,8 +1,9 @@
 #include "codec/cod_compression.h"
 
-#include "codec/cod_compression_format.h"
-#include "codec/cod_compression_planes.h"
-#include "codec/cod_compression_sound.h"
+#include "codec/internal/cod_compression_format.h"
+#include "codec/internal/cod_compression_planes.h"
+#include "codec/internal/cod_compression_sound.h"
+#include "fw/internal/fw_hooks.h"
 
 using namespace compression;
 

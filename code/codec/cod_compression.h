@@ -1,7 +1,7 @@
 #ifndef QZLIB_COD_COMPRESSION_H
 #define QZLIB_COD_COMPRESSION_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 /// The library's own codec for the bits of 32-bit images and for other byte buffers.
 ///

@@ -5,10 +5,11 @@
 #include <cstdio>
 
 #include "codec/cod_compression.h"
-#include "codec/cod_compression_format.h"
-#include "codec/cod_compression_group.h"
-#include "codec/cod_compression_sound.h"
 #include "codec/cod_math.h"
+#include "codec/internal/cod_compression_format.h"
+#include "codec/internal/cod_compression_group.h"
+#include "codec/internal/cod_compression_sound.h"
+#include "fw/internal/fw_hooks.h"
 
 using namespace compression;
 

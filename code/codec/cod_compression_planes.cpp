@@ -1,4 +1,4 @@
-#include "codec/cod_compression_planes.h"
+#include "codec/internal/cod_compression_planes.h"
 
 #include <emmintrin.h>
 

@@ -1,10 +1,11 @@
-#include "codec/cod_compression_sound.h"
+#include "codec/internal/cod_compression_sound.h"
 
 #include <emmintrin.h>
 
 #include <array>
 
-#include "codec/cod_compression_format.h"
+#include "codec/internal/cod_compression_format.h"
+#include "fw/internal/fw_hooks.h"
 
 namespace compression
 {

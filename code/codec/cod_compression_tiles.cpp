@@ -4,8 +4,9 @@
 #include <cstring>
 
 #include "codec/cod_compression.h"
-#include "codec/cod_compression_format.h"
 #include "codec/cod_math.h"
+#include "codec/internal/cod_compression_format.h"
+#include "fw/internal/fw_hooks.h"
 
 using namespace compression;
 

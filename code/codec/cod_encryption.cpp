@@ -1,7 +1,7 @@
 #include "codec/cod_encryption.h"
 
-#include "fw/fw_bytes.h"
-#include "fw/fw_memory.h"
+#include "fw/internal/fw_hooks.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 #ifndef QZLIB_COD_ENCRYPTION_H
 #define QZLIB_COD_ENCRYPTION_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 /// A keyed byte substitution: every byte of the data becomes the map's entry for it.
 ///

@@ -2,9 +2,8 @@
 
 #include <cmath>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_collection.h"
-#include "graphics/gr_geometry.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {
@@ -117,12 +116,6 @@ float QZMath::GetDistanceFromPointToLine(int px, int py, int x1, int y1, int x2,
     const float length = Length(dx, dy);
     if (length == 0.0f) return GetDistanceFromPointToPoint(px, py, x1, y1);
     return std::fabs(dx * Difference(py, y1) - dy * Difference(px, x1)) / length;
-}
-
-float QZMath::GetDistanceFromPointToLine(const QZPoint* point, const QZLine* line)
-{
-    return GetDistanceFromPointToLine(point->GetX(), point->GetY(), line->GetX1(), line->GetY1(),
-                                      line->GetX2(), line->GetY2());
 }
 
 float QZMath::Average(QZCollection* collection)

@@ -1,7 +1,7 @@
 #ifndef QZLIB_COD_MATH_H
 #define QZLIB_COD_MATH_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 class QZCollection;
 class QZLine;
@@ -43,6 +43,7 @@ public:
     static float GetDistanceFromPointToPoint(int x1, int y1, int x2, int y2);
 
     /// The distance to the infinite line through both ends; to the point itself when they coincide.
+    /// The form with objects is defined with the figures, in gr_geometry.cpp.
     static float GetDistanceFromPointToLine(const QZPoint* point, const QZLine* line);
     static float GetDistanceFromPointToLine(int px, int py, int x1, int y1, int x2, int y2);
 

@@ -1,7 +1,7 @@
 #include "codec/cod_random.h"
 
-#include "fw/fw_bytes.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -1,12 +1,12 @@
 #include "codec/cod_unique.h"
 
 #include "fw/fw_data.h"
-#include "fw/fw_memory.h"
+#include "fw/fw_lock.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_time.h"
-#include "fw/fw_trace.h"
-#include "os/os_thread.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
 
 namespace
 {

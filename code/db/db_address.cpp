@@ -1,8 +1,8 @@
-#include "db/db_address.h"
+#include "db/internal/db_address.h"
 
 #include "codec/cod_encryption.h"
 #include "db/db_format.h"
-#include "db/db_rollback.h"
+#include "db/internal/db_rollback.h"
 #include "fw/fw_data.h"
 
 bool ADDRESS::SetMode(QZInt64 mode)

@@ -1,9 +1,9 @@
-#include "db/db_binary.h"
+#include "db/internal/db_binary.h"
 
 #include "codec/cod_encryption.h"
 #include "db/db_format.h"
 #include "fw/fw_data.h"
-#include "fw/fw_memory.h"
+#include "fw/internal/fw_hooks.h"
 
 bool BINARY::Refuse()
 {

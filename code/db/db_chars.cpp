@@ -1,9 +1,9 @@
-#include "db/db_chars.h"
+#include "db/internal/db_chars.h"
 
 #include "codec/cod_encryption.h"
-#include "db/db_image.h"
+#include "db/internal/db_image.h"
 #include "fw/fw_data.h"
-#include "fw/fw_memory.h"
+#include "fw/internal/fw_hooks.h"
 
 QZInt64 CHARS::Read(QZInt64 slot, void* buffer)
 {

@@ -1,9 +1,9 @@
-#include "db/db_data.h"
+#include "db/internal/db_data.h"
 
-#include "db/db_chars.h"
 #include "db/db_format.h"
-#include "db/db_image.h"
-#include "db/db_read.h"
+#include "db/internal/db_chars.h"
+#include "db/internal/db_image.h"
+#include "db/internal/db_read.h"
 
 namespace
 {

@@ -2,13 +2,13 @@
 
 #include <memory>
 
-#include "db/db_console.h"
 #include "db/db_format.h"
-#include "db/db_repair.h"
-#include "db/db_rollback.h"
+#include "db/internal/db_console.h"
+#include "db/internal/db_repair.h"
+#include "db/internal/db_rollback.h"
 #include "fw/fw_library.h"
-#include "fw/fw_trace.h"
-#include "os/os_thread.h"
+#include "fw/fw_lock.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZDbSysInfo::Type;
 const QZInt64 QZDatabase::Type;

@@ -1,14 +1,14 @@
 /// The operations of a database that answer and change nothing.
 
 #include "db/db_database.h"
-#include "db/db_console.h"
 #include "db/db_format.h"
-#include "db/db_read.h"
-#include "db/db_repair.h"
-#include "db/db_rollback.h"
-#include "db/db_tree.h"
+#include "db/internal/db_console.h"
+#include "db/internal/db_read.h"
+#include "db/internal/db_repair.h"
+#include "db/internal/db_rollback.h"
+#include "db/internal/db_tree.h"
 #include "fw/fw_collection.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 
 namespace
 {

@@ -1,14 +1,14 @@
 /// The operations of a database that change records, and those on content.
 
-#include "db/db_data.h"
-#include "db/db_chars.h"
-#include "db/db_console.h"
+#include "db/internal/db_data.h"
 #include "db/db_database.h"
 #include "db/db_format.h"
-#include "db/db_link.h"
-#include "db/db_read.h"
-#include "db/db_repair.h"
-#include "db/db_tree.h"
+#include "db/internal/db_chars.h"
+#include "db/internal/db_console.h"
+#include "db/internal/db_link.h"
+#include "db/internal/db_read.h"
+#include "db/internal/db_repair.h"
+#include "db/internal/db_tree.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_exception_factory.h"
 

@@ -1,7 +1,7 @@
 #ifndef QZLIB_DB_FORMAT_H
 #define QZLIB_DB_FORMAT_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 /// The constants of the database file and of the operations on it.
 ///

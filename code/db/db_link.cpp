@@ -1,12 +1,12 @@
-#include "db/db_link.h"
+#include "db/internal/db_link.h"
 
 #include <initializer_list>
 
-#include "db/db_data.h"
 #include "db/db_format.h"
-#include "db/db_read.h"
-#include "db/db_repair.h"
-#include "db/db_walk.h"
+#include "db/internal/db_data.h"
+#include "db/internal/db_read.h"
+#include "db/internal/db_repair.h"
+#include "db/internal/db_walk.h"
 
 namespace
 {

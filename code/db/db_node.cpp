@@ -2,7 +2,7 @@
 
 #include "db/db_channel.h"
 #include "db/db_format.h"
-#include "db/db_node_content.h"
+#include "db/internal/db_node_content.h"
 #include "fw/fw_data.h"
 
 const QZInt64 QZNode::Type;

@@ -3,8 +3,8 @@
 #include "db/db_node.h"
 #include "db/db_channel.h"
 #include "db/db_format.h"
-#include "db/db_node_content.h"
-#include "db/db_walk.h"
+#include "db/internal/db_node_content.h"
+#include "db/internal/db_walk.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_data.h"
 

@@ -1,10 +1,10 @@
 /// The node object of LDs.
 
 #include "db/db_node.h"
-#include "db/db_binary.h"
 #include "db/db_channel.h"
 #include "db/db_format.h"
-#include "db/db_node_content.h"
+#include "db/internal/db_binary.h"
+#include "db/internal/db_node_content.h"
 #include "fw/fw_data.h"
 
 const QZInt64 QZNodeLD::Type;

@@ -3,7 +3,7 @@
 #include "db/db_node.h"
 #include "db/db_channel.h"
 #include "db/db_format.h"
-#include "db/db_node_content.h"
+#include "db/internal/db_node_content.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_data.h"
 

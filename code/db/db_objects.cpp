@@ -1,12 +1,12 @@
-#include "db/db_objects.h"
+#include "db/internal/db_objects.h"
 
-#include "db/db_a_go.h"
-#include "db/db_chars.h"
-#include "db/db_data.h"
-#include "db/db_link.h"
-#include "db/db_read.h"
-#include "db/db_repair.h"
-#include "db/db_rollback.h"
+#include "db/internal/db_a_go.h"
+#include "db/internal/db_chars.h"
+#include "db/internal/db_data.h"
+#include "db/internal/db_link.h"
+#include "db/internal/db_read.h"
+#include "db/internal/db_repair.h"
+#include "db/internal/db_rollback.h"
 
 OBJECTS::OBJECTS()
     : m_console(new CONSOLE(this)),

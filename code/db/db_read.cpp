@@ -1,7 +1,7 @@
-#include "db/db_read.h"
+#include "db/internal/db_read.h"
 
 #include "db/db_format.h"
-#include "db/db_walk.h"
+#include "db/internal/db_walk.h"
 
 namespace
 {

@@ -1,10 +1,10 @@
-#include "db/db_repair.h"
+#include "db/internal/db_repair.h"
 
-#include "db/db_address.h"
-#include "db/db_binary.h"
-#include "db/db_console.h"
 #include "db/db_format.h"
-#include "db/db_read.h"
+#include "db/internal/db_address.h"
+#include "db/internal/db_binary.h"
+#include "db/internal/db_console.h"
+#include "db/internal/db_read.h"
 
 namespace
 {

@@ -1,12 +1,12 @@
-#include "db/db_rollback.h"
+#include "db/internal/db_rollback.h"
 
-#include "db/db_console.h"
-#include "db/db_data.h"
 #include "db/db_format.h"
-#include "db/db_link.h"
-#include "db/db_read.h"
-#include "db/db_tree.h"
-#include "db/db_walk.h"
+#include "db/internal/db_console.h"
+#include "db/internal/db_data.h"
+#include "db/internal/db_link.h"
+#include "db/internal/db_read.h"
+#include "db/internal/db_tree.h"
+#include "db/internal/db_walk.h"
 #include "fw/fw_collection.h"
 
 namespace

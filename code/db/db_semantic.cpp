@@ -1,11 +1,11 @@
 #include "db/db_semantic.h"
 
 #include "db/db_channel.h"
-#include "db/db_node_content.h"
-#include "db/db_semantic_fields.h"
+#include "db/internal/db_node_content.h"
+#include "db/internal/db_semantic_fields.h"
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_string.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZSNode::Type;
 

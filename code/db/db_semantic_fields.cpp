@@ -1,9 +1,8 @@
-#include "db/db_semantic_fields.h"
+#include "db/internal/db_semantic_fields.h"
 
 #include "db/db_channel.h"
 #include "db/db_node.h"
 #include "db/db_semantic.h"
-#include "fw/fw_bytes.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_type.h"
 #include "fw/fw_encoding.h"
@@ -11,7 +10,8 @@
 #include "fw/fw_package.h"
 #include "fw/fw_string.h"
 #include "fw/fw_time.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -2,13 +2,13 @@
 
 #include "db/db_semantic.h"
 
-#include "db/db_node_content.h"
-#include "db/db_semantic_fields.h"
+#include "db/internal/db_node_content.h"
+#include "db/internal/db_semantic_fields.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_type.h"
 #include "fw/fw_string.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZNodeTLD::Type;
 const QZInt64 QZNodeTLD::TLDLEN;

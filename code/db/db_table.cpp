@@ -3,9 +3,9 @@
 #include "db/db_table.h"
 
 #include "db/db_format.h"
-#include "db/db_node_content.h"
-#include "db/db_table_parts.h"
-#include "db/db_walk.h"
+#include "db/internal/db_node_content.h"
+#include "db/internal/db_table_parts.h"
+#include "db/internal/db_walk.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_table.h"

@@ -3,10 +3,10 @@
 #include <cstring>
 #include <vector>
 
-#include "db/db_node_content.h"
 #include "db/db_table.h"
-#include "db/db_table_parts.h"
-#include "db/db_walk.h"
+#include "db/internal/db_node_content.h"
+#include "db/internal/db_table_parts.h"
+#include "db/internal/db_walk.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_data_type.h"

@@ -1,8 +1,8 @@
-#include "db/db_tree.h"
+#include "db/internal/db_tree.h"
 
 #include "db/db_format.h"
-#include "db/db_read.h"
-#include "db/db_walk.h"
+#include "db/internal/db_read.h"
+#include "db/internal/db_walk.h"
 #include "fw/fw_collection.h"
 
 void TreeCollectRecords(OBJECTS* objects, QZInt64 hd, QZCollection* output)

@@ -4,13 +4,13 @@
 
 #include "db/db_channel.h"
 #include "db/db_format.h"
-#include "db/db_node_content.h"
 #include "db/db_semantic.h"
-#include "db/db_walk.h"
+#include "db/internal/db_node_content.h"
+#include "db/internal/db_walk.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_path.h"
 
 const QZInt64 QZTable::Type;

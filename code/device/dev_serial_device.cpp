@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
-#include "device/dev_serial_device_internal.h"
-#include "fw/fw_bytes.h"
+#include "device/internal/dev_serial_device_internal.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_hooks.h"
+#include "sys/sys_bytes.h"
 
 using namespace serialdevice;
 

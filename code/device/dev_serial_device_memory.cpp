@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "device/dev_serial_device_internal.h"
-#include "fw/fw_bytes.h"
+#include "device/internal/dev_serial_device_internal.h"
+#include "sys/sys_bytes.h"
 
 using namespace serialdevice;
 

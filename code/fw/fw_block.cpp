@@ -1,7 +1,8 @@
 #include "fw/fw_block.h"
 
 #include "fw/fw_exception_code.h"
-#include "fw/fw_memory.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_hooks.h"
 
 namespace block
 {

@@ -1,8 +1,8 @@
 #ifndef QZLIB_FW_BLOCK_H
 #define QZLIB_FW_BLOCK_H
 
-#include "fw/fw_bytes.h"
-#include "fw/fw_types.h"
+#include "sys/sys_bytes.h"
+#include "sys/sys_types.h"
 
 /// The self-describing storage block behind QZData, QZString and QZQueue. Internal.
 ///

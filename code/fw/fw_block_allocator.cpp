@@ -1,12 +1,12 @@
-#include "fw/fw_block_allocator.h"
+#include "fw/internal/fw_block_allocator.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <utility>
 
-#include "fw/fw_memory.h"
-#include "os/os_system.h"
-#include "os/os_thread.h"
+#include "fw/internal/fw_hooks.h"
+#include "sys/internal/sys_memory.h"
+#include "sys/internal/sys_thread.h"
 
 namespace block_allocator
 {
@@ -297,7 +297,7 @@ QZInt32 PrintReady(bool print)
                         static_cast<int>(entry.id), Low(entry.begin), Low(entry.end), Low(entry.size));
         }
         sum += entry.size;
-        QZThread::Sleep(100);
+        os::SleepPrecise(100);
     }
     if (print) PrintSizeCount(sum);
     return static_cast<QZInt32>(sum);
@@ -318,7 +318,7 @@ QZInt32 PrintUsed(bool print)
                         Low(entry.size));
         }
         sum += entry.size;
-        QZThread::Sleep(100);
+        os::SleepPrecise(100);
     }
     if (print) PrintSizeCount(sum);
     return static_cast<QZInt32>(sum);

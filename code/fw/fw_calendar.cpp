@@ -1,4 +1,4 @@
-#include "fw/fw_calendar.h"
+#include "fw/internal/fw_calendar.h"
 
 namespace calendar
 {

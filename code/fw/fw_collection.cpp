@@ -1,7 +1,9 @@
 #include "fw/fw_collection.h"
 
-#include "fw/fw_trace.h"
-#include "os/os_system.h"
+#include "fw/fw_memory.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/internal/sys_error.h"
 
 const QZInt64 QZCollection::Type;
 

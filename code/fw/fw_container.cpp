@@ -1,6 +1,6 @@
 #include "fw/fw_container.h"
 
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZContainer::Type;
 

@@ -4,9 +4,10 @@
 #include "fw/fw_data_factory.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_library.h"
-#include "fw/fw_number_text.h"
-#include "fw/fw_string_internal.h"
 #include "fw/fw_time.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_string_internal.h"
 
 namespace
 {

@@ -3,16 +3,16 @@
 #include <string>
 #include <vector>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_data_type.h"
 #include "fw/fw_encoding.h"
-#include "fw/fw_hex_text.h"
-#include "fw/fw_number_text.h"
-#include "fw/fw_string_internal.h"
 #include "fw/fw_time.h"
 #include "fw/fw_value.h"
+#include "fw/internal/fw_hex_text.h"
+#include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_string_internal.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -4,10 +4,13 @@
 #include <type_traits>
 
 #include "fw/fw_data_factory.h"
-#include "fw/fw_data_find.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_library.h"
-#include "fw/fw_trace.h"
+#include "fw/fw_memory.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_data_find.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZData::Type;
 

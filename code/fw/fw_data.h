@@ -5,7 +5,7 @@
 
 #include "fw/fw_block.h"
 #include "fw/fw_object.h"
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 class QZDataCollection;
 class QZException;

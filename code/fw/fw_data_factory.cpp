@@ -7,8 +7,16 @@
 #include "fw/fw_library.h"
 #include "fw/fw_object_cache.h"
 #include "fw/fw_time.h"
-#include "fw/fw_trace.h"
 #include "fw/fw_value.h"
+#include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_status.h"
+#include "fw/internal/fw_trace.h"
+
+namespace
+{
+[[maybe_unused]] const bool kCollected = QZCollectInstall(QZCollector::Data, QZDataFactory::Collect);
+
+}  // namespace
 
 QZObjectCache* QZDataFactory::m_caches[kCaches];
 
@@ -191,3 +199,17 @@ void QZDataFactoryEnd()
         cache = nullptr;
     }
 }
+
+QZJsonObject* QZDataFactory::GetStatus()
+{
+    static constexpr const QZWChar* kNames[kCaches] = {
+        QZ_W("Data"),      QZ_W("DataDatetime"), QZ_W("DataTimestamp"), QZ_W("DataDouble"),
+        QZ_W("DataFloat"), QZ_W("DataInt64"),    QZ_W("DataInt32"),     QZ_W("DataInt16"),
+        QZ_W("DataInt8"),  QZ_W("DataBool"),     QZ_W("DataByte"),      QZ_W("DataCollection"),
+        QZ_W("Collection")};
+    QZStatusFigure figures[kCaches];
+    for (int i = 0; i < kCaches; ++i) figures[i] = {kNames[i], m_caches[i]->Count()};
+    return QZStatusMake(figures, kCaches);
+}
+
+void QZDataFactory::Recycle(QZJsonObject** status) { QZStatusRecycle(status); }

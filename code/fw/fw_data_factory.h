@@ -3,7 +3,7 @@
 
 #include <concepts>
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 class QZCollection;
 class QZData;

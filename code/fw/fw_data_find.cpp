@@ -1,11 +1,12 @@
-#include "fw/fw_data_find.h"
+#include "fw/internal/fw_data_find.h"
 
 #include <cstring>
 #include <limits>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_memory.h"
+#include "fw/internal/fw_hooks.h"
+#include "sys/sys_bytes.h"
 
 QZInt64 QZBytesFind(const void* data, QZInt64 size, const void* pattern, QZInt64 patternSize, QZInt64 unit)
 {

@@ -1,7 +1,7 @@
 #ifndef QZLIB_FW_DATA_TYPE_H
 #define QZLIB_FW_DATA_TYPE_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 /// The vocabulary of value types that tables, packages and the database carry.
 class QZ_API QZDataType

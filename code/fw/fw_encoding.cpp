@@ -5,11 +5,13 @@
 #include "fw/fw_block.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
-#include "fw/fw_encoding_convert.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_string_internal.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_encoding_convert.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_string_internal.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZEncodingType::ANSI;
 const QZInt64 QZEncodingType::UTF16LE;

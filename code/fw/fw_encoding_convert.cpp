@@ -1,12 +1,13 @@
-#include "fw/fw_encoding_convert.h"
+#include "fw/internal/fw_encoding_convert.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 
-#include "fw/fw_bytes.h"
-#include "fw/fw_memory.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_hooks.h"
+#include "sys/internal/sys_text.h"
+#include "sys/sys_bytes.h"
 
 namespace encoding
 {

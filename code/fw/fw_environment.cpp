@@ -1,7 +1,29 @@
 #include "fw/fw_environment.h"
 
+#include "fw/fw_exception.h"
+#include "fw/fw_exception_code.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_calendar.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/internal/sys_clock.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_file.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_process.h"
+#include "sys/internal/sys_socket.h"
+
+namespace
+{
+
+constexpr QZInt64 kHostNameUnits = 30;
+constexpr QZInt64 kFolderUnits = 1024;
+
+QZInt64 SystemNumber() { return static_cast<QZInt64>(os::LastError()); }
+
+}  // namespace
 
 QZBool QZEnvironment::UseMemPoolCache = 0;
 QZString* QZEnvironment::NewLine = nullptr;
@@ -13,6 +35,72 @@ QZBool QZEnvironment::IsCharacterEncodingType(QZInt64 type) { return type == Cur
 QZBool QZEnvironment::IsWideCharacterEncodingType(QZInt64 type)
 {
     return type == CurrentWideCharacterEncodingType;
+}
+
+QZUInt64 QZEnvironment::GetTickCount() { return os::TickCount(); }
+
+QZInt64 QZEnvironment::GetCurrentTimestamp()
+{
+    QZInt64 timestamp;
+    if (os::TestClock(&timestamp)) return timestamp;
+    os::DateTime now;
+    os::LocalTime(&now);
+    return calendar::DateToMilliseconds(now.Year, now.Month, now.Day) + now.Hour * calendar::kHour +
+           now.Minute * calendar::kMinute + now.Second * calendar::kSecond + now.Millisecond;
+}
+
+void QZEnvironment::SetCurrentTimestamp(QZInt64 timestamp)
+{
+    os::DateTime time;
+    time.Year = static_cast<int>(calendar::YearOf(timestamp));
+    time.Month = static_cast<int>(calendar::MonthOf(timestamp));
+    time.Day = static_cast<int>(calendar::DayOf(timestamp));
+    time.Hour = static_cast<int>(calendar::HoursOf(timestamp));
+    time.Minute = static_cast<int>(calendar::MinutesOf(timestamp));
+    time.Second = static_cast<int>(calendar::SecondsOf(timestamp));
+    time.Millisecond = static_cast<int>(calendar::MilliSecondsOf(timestamp));
+    if (os::SetLocalTime(time)) return;
+    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::OperationFailed, SystemNumber()),
+                  QZ_W("QZEnvironment"), QZ_W("SetCurrentTimestamp"))
+        .Argument(QZ_W("QZInt64"), timestamp)
+        .Exception();
+}
+
+QZBool QZEnvironment::GetLocalIP(unsigned int* address)
+{
+    if (os::LocalAddress(address)) return 1;
+    QZSetLastError(static_cast<QZInt32>(QZExceptionCode::OperationFailed));
+    return 0;
+}
+
+QZString* QZEnvironment::GetHostName()
+{
+    // A name that does not fit gives an empty string, as a name that the system will not tell.
+    QZWChar name[kHostNameUnits];
+    if (!os::ComputerName(name, kHostNameUnits)) name[0] = 0;
+    return QZStringFactory::CreateString(name);
+}
+
+QZString* QZEnvironment::GetCurrentWorkingDirectory()
+{
+    QZWChar path[kFolderUnits];
+    if (os::WorkingDirectoryGet(path, kFolderUnits)) return QZStringFactory::CreateString(path);
+    throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::OperationFailed, SystemNumber()),
+                  QZ_W("QZEnvironment"), QZ_W("GetCurrentWorkingDirectory"))
+        .Exception();
+}
+
+void QZEnvironment::SetCurrentWorkingDirectory(QZString* path)
+{
+    QZPathText text(path);
+    if (text.Length() > kFolderUnits)
+        os::SetLastError(os::ErrorNameTooLong());
+    else if (os::WorkingDirectorySet(text.Wide()))
+        return;
+    throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::OperationFailed, SystemNumber()),
+                  QZ_W("QZEnvironment"), QZ_W("SetCurrentWorkingDirectory"))
+        .Argument(QZ_W("QZString*"), path)
+        .Exception();
 }
 
 void QZEnvironment::Recycle(QZString** text) { QZStringFactory::Recycle(text); }

@@ -1,7 +1,7 @@
 #ifndef QZLIB_FW_ENVIRONMENT_H
 #define QZLIB_FW_ENVIRONMENT_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 class QZString;
 

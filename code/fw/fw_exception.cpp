@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <initializer_list>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_environment.h"
-#include "fw/fw_hex_text.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_hex_text.h"
+#include "sys/internal/sys_error.h"
+#include "sys/sys_bytes.h"
 
 QZBool QZException::IsStackTrace = 1;
 

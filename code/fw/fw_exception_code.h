@@ -1,7 +1,7 @@
 #ifndef QZLIB_FW_EXCEPTION_CODE_H
 #define QZLIB_FW_EXCEPTION_CODE_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 /// Codes of QZException and of QZLastError.
 class QZ_API QZExceptionCode

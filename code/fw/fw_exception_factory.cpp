@@ -4,10 +4,11 @@
 
 #include "fw/fw_collection.h"
 #include "fw/fw_exception_cache.h"
-#include "fw/fw_factory_cache.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_factory_cache.h"
+#include "fw/internal/fw_trace.h"
 
 QZCollection* QZExceptionFactory::m_types = nullptr;
 QZCollection* QZExceptionFactory::m_functions = nullptr;
@@ -21,6 +22,9 @@ QZObjectCache* QZExceptionFactory::m_jsonExceptionCache = nullptr;
 
 namespace
 {
+[[maybe_unused]] const bool kCollected =
+    QZCollectInstall(QZCollector::Exception, QZExceptionFactory::Collect);
+
 bool g_initialised = false;
 
 /// A failure that comes up before the caches exist, such as that of the socket layer, still gets its report.

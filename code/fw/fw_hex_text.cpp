@@ -1,4 +1,4 @@
-#include "fw/fw_hex_text.h"
+#include "fw/internal/fw_hex_text.h"
 
 namespace hex
 {

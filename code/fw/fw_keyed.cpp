@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZObjectCollection::Type;
 const QZInt64 QZDataCollection::Type;

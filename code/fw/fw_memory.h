@@ -1,7 +1,7 @@
 #ifndef QZLIB_FW_MEMORY_H
 #define QZLIB_FW_MEMORY_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 /// Checked byte buffers: every buffer has a header in front and a guard word behind it. All operations are
 /// static and may be called from any thread; a buffer made on one thread may be freed on another.
@@ -66,70 +66,5 @@ public:
     static void Collect();
     static void Collect(QZBool partial);
 };
-
-// ---------------------------------------------------------------------------------------------------------------------
-// What follows serves the library's own classes and is not exported.
-
-/// The hook slots.
-extern void (*g_qzMemCopy)(void* destination, void* source, QZInt64 size);
-extern void (*g_qzMemMove)(void* destination, void* source, QZInt64 size);
-extern void (*g_qzMemClean)(void* destination, QZInt64 size);
-
-/// Whether the copy hook is the library's own: then a caller may copy by itself and nobody can tell.
-bool QZMemCopyIsOwn();
-
-inline void QZMemCopy(void* destination, const void* source, QZInt64 size)
-{
-    g_qzMemCopy(destination, const_cast<void*>(source), size);
-}
-
-inline void QZMemMove(void* destination, const void* source, QZInt64 size)
-{
-    g_qzMemMove(destination, const_cast<void*>(source), size);
-}
-
-inline void QZMemClean(void* destination, QZInt64 size) { g_qzMemClean(destination, size); }
-
-/// Stores a low-level failure code into QZLastError.
-void QZSetLastError(QZInt32 code);
-
-/// QZLastError, or `fallback` when it is 0: the code that a failure for lack of memory throws.
-QZInt64 QZLastErrorOr(QZInt64 fallback);
-
-/// A buffer of n bytes, not cleared. Null with QZLastError 256 (negative n) or 4352 (no memory).
-void* MemoryAllocate(QZInt64 n);
-
-/// The same, with the whole raw block cleared.
-void* MemoryAllocateClean(QZInt64 n);
-
-/// The requested size; -1 with QZLastError 256 (null) or 512 (marker or guard damaged).
-QZInt64 MemoryGetSize(const void* buffer);
-
-/// The raw block's size; -1 with QZLastError 256 (null) or 512 (marker damaged).
-QZInt64 MemoryGetBlockSize(const void* buffer);
-
-/// Resizes; bytes past the old block are cleared. Null with QZLastError 256 or 4352, the old buffer staying
-/// valid.
-void* MemoryResize(void* buffer, QZInt64 n);
-
-/// Frees. False with QZLastError 256 (null) or 512 (damaged: the block then leaks by design).
-bool MemoryFree(void* buffer);
-
-/// The raw allocator below the buffers, for the library's small system structures: counted, pattern-tested on
-/// request.
-void* MemoryRawAllocate(QZInt64 size);
-void MemoryRawFree(void* block, QZInt64 size);
-
-/// The pool, reached by buffers when the pool is switched on, and directly with small sizes.
-void* MemoryPoolAllocate(QZInt64 size);
-void MemoryPoolFree(void* block, QZInt64 size);
-QZInt64 MemoryPoolCount(int layer);
-
-/// The pattern test of a block.
-bool MemoryPatternTest(void* block, QZInt64 size);
-
-/// The pool's mutex: from QZLibInit to QZLibDispose.
-void MemoryPoolInit();
-void MemoryPoolEnd();
 
 #endif

@@ -2,8 +2,10 @@
 
 #include "fw/fw_environment.h"
 #include "fw/fw_memory.h"
-#include "fw/fw_memory_raw.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_memory_raw.h"
+#include "sys/internal/sys_thread.h"
 
 // Three stacks of free blocks, one per size class, under one process-wide recursive mutex. Their storage is
 // static, so that the manager needs no memory for itself.
@@ -143,3 +145,13 @@ QZInt64 QZMemManager::GetMemPoolCacheLayer3ArrSizeMax() { return g_layers[2].arr
 void QZMemManager::SetMemPoolCacheLayer1ArrSizeMax(QZInt64 maximum) { SetMaximum(0, maximum); }
 void QZMemManager::SetMemPoolCacheLayer2ArrSizeMax(QZInt64 maximum) { SetMaximum(1, maximum); }
 void QZMemManager::SetMemPoolCacheLayer3ArrSizeMax(QZInt64 maximum) { SetMaximum(2, maximum); }
+
+void QZMemManager::Collect() { Collect(0); }
+
+void QZMemManager::Collect(QZBool partial)
+{
+    // Another order than QZLibCollect's, and both are kept.
+    static constexpr QZCollector kOrder[] = {QZCollector::Data, QZCollector::Exception, QZCollector::String,
+                                             QZCollector::Http, QZCollector::Json};
+    for (QZCollector collector : kOrder) QZCollect(collector, partial);
+}

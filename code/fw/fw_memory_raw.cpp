@@ -1,12 +1,14 @@
-#include "fw/fw_memory_raw.h"
+#include "fw/internal/fw_memory_raw.h"
 
 #include <atomic>
 #include <cstring>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_memory.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_hooks.h"
+#include "sys/internal/sys_memory.h"
+#include "sys/internal/sys_process.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

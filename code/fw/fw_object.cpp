@@ -3,8 +3,8 @@
 #include <atomic>
 
 #include "fw/fw_library.h"
-#include "fw/fw_memory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZObject::Type;
 

@@ -1,7 +1,7 @@
 #ifndef QZLIB_FW_OBJECT_H
 #define QZLIB_FW_OBJECT_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 /// The root of the library's object classes.
 ///

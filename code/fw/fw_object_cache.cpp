@@ -3,8 +3,9 @@
 #include "fw/fw_collection.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_library.h"
-#include "fw/fw_trace.h"
-#include "os/os_thread.h"
+#include "fw/fw_lock.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/internal/sys_thread.h"
 
 const QZInt64 QZObjectCache::Type;
 
@@ -77,7 +78,7 @@ QZObject* QZObjectCache::Out()
             QZInt64 end = 0;
             if (!__builtin_add_overflow(start, timeout, &end) && end < now) return nullptr;
         }
-        QZThread::Sleep(5);
+        os::SleepPrecise(5);
     }
 }
 

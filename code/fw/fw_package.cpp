@@ -3,11 +3,12 @@
 #include <unordered_set>
 
 #include "fw/fw_block.h"
-#include "fw/fw_bytes.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_library.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/sys_bytes.h"
 
 const QZInt64 QZPackage::Type;
 const QZInt64 QZPackage32::Type;

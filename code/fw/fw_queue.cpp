@@ -3,7 +3,8 @@
 #include "fw/fw_block.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_library.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZQueue::Type;
 

@@ -1,7 +1,7 @@
 #include "fw/fw_search.h"
 
-#include "fw/fw_bytes.h"
-#include "fw/fw_data_find.h"
+#include "fw/internal/fw_data_find.h"
+#include "sys/sys_bytes.h"
 
 const QZInt64 QZSearch::Type;
 

@@ -1,7 +1,8 @@
 #include <limits>
 
 #include "fw/fw_collection.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZStack::Type;
 

@@ -5,8 +5,10 @@
 #include "fw/fw_block.h"
 #include "fw/fw_encoding.h"
 #include "fw/fw_library.h"
-#include "fw/fw_number_text.h"
-#include "fw/fw_string_internal.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_string_internal.h"
 
 const QZInt64 QZString::Type;
 

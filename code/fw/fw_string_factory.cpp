@@ -4,13 +4,17 @@
 #include "fw/fw_library.h"
 #include "fw/fw_object_cache.h"
 #include "fw/fw_string.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_status.h"
+#include "fw/internal/fw_trace.h"
 
 QZObjectCache* QZStringFactory::m_stringCache = nullptr;
 QZObjectCache* QZStringFactory::m_stringCollectionCache = nullptr;
 
 namespace
 {
+[[maybe_unused]] const bool kCollected = QZCollectInstall(QZCollector::String, QZStringFactory::Collect);
+
 using Trace = QZTrace<QZException>;
 
 /// Fills a string fresh out of the cache. When that fails the string goes back, and the exception gets a
@@ -143,3 +147,12 @@ void QZStringFactoryEnd()
     QZStringFactory::m_stringCache = nullptr;
     QZStringFactory::m_stringCollectionCache = nullptr;
 }
+
+QZJsonObject* QZStringFactory::GetStatus()
+{
+    const QZStatusFigure figures[] = {{QZ_W("String"), m_stringCache->Count()},
+                                      {QZ_W("StringCollection"), m_stringCollectionCache->Count()}};
+    return QZStatusMake(figures, 2);
+}
+
+void QZStringFactory::Recycle(QZJsonObject** status) { QZStatusRecycle(status); }

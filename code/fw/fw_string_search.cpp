@@ -1,10 +1,12 @@
 #include <algorithm>
 
 #include "fw/fw_block.h"
-#include "fw/fw_bytes.h"
 #include "fw/fw_keyed.h"
+#include "fw/fw_memory.h"
 #include "fw/fw_string.h"
-#include "fw/fw_string_internal.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_string_internal.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -4,8 +4,9 @@
 #include "fw/fw_data_factory.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_library.h"
-#include "fw/fw_string_internal.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_string_internal.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZColumnCollection::Type;
 const QZInt64 QZDataRow::Type;

@@ -2,15 +2,15 @@
 
 #include <string>
 
-#include "fw/fw_bytes.h"
-#include "fw/fw_calendar.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_exception.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_calendar.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/sys_bytes.h"
 
 const QZInt64 QZTime::Type;
 const QZInt64 QZDate::Type;

@@ -4,10 +4,10 @@
 
 #include "fw/fw_data_type.h"
 #include "fw/fw_exception.h"
-#include "fw/fw_number_text.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_time.h"
+#include "fw/internal/fw_number_text.h"
 
 const QZInt64 QZDataType::ANY;
 const QZInt64 QZDataType::BINARY;

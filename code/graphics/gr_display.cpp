@@ -4,8 +4,8 @@
 
 #include "fw/fw_data.h"
 #include "fw/fw_string.h"
-#include "graphics/gr_geometry_word.h"
 #include "graphics/gr_palette.h"
+#include "graphics/internal/gr_geometry_word.h"
 
 const QZInt64 WAVEDRAWMODE::WaveIn;
 const QZInt64 WAVEDRAWMODE::WaveOut;

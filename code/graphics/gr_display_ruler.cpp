@@ -4,7 +4,7 @@
 #include "fw/fw_convert.h"
 #include "fw/fw_string.h"
 #include "graphics/gr_display.h"
-#include "graphics/gr_geometry_word.h"
+#include "graphics/internal/gr_geometry_word.h"
 
 const QZInt64 QZLinearGraph::Type;
 

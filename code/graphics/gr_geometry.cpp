@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "codec/cod_math.h"
-#include "graphics/gr_geometry_word.h"
+#include "graphics/internal/gr_geometry_word.h"
 
 const QZInt64 QZPoint::Type;
 const QZInt64 QZSize::Type;
@@ -273,3 +273,10 @@ QZRay::QZRay(QZLong x1, QZLong y1, QZLong x2, QZLong y2)
     : m_start(std::make_shared<QZPoint>(static_cast<int>(x1), static_cast<int>(y1))),
       m_second(std::make_shared<QZPoint>(static_cast<int>(x2), static_cast<int>(y2)))
 {}
+
+// The one operation of QZMath on figures. It stands here because the floor of QZMath does not know them.
+float QZMath::GetDistanceFromPointToLine(const QZPoint* point, const QZLine* line)
+{
+    return GetDistanceFromPointToLine(point->GetX(), point->GetY(), line->GetX1(), line->GetY1(),
+                                      line->GetX2(), line->GetY2());
+}

@@ -1,8 +1,9 @@
 #include "graphics/gr_graphics_factory.h"
 
 #include "fw/fw_exception.h"
-#include "fw/fw_factory_cache.h"
 #include "fw/fw_library.h"
+#include "fw/internal/fw_factory_cache.h"
+#include "fw/internal/fw_status.h"
 #include "graphics/gr_pixels.h"
 #include "graphics/gr_points.h"
 #include "graphics/gr_shape.h"
@@ -152,3 +153,12 @@ void QZGraphicsFactoryEnd()
           &F::m_sizeCache, &F::m_arcCache, &F::m_lineCache, &F::m_pointCache, &F::m_rayCache})
         QZEndCache(cache);
 }
+
+QZJsonObject* QZGraphicsFactory::GetStatus()
+{
+    const QZStatusFigure figures[] = {{QZ_W("Shape"), m_shapeCache->Count()},
+                                      {QZ_W("PixelBlock"), m_pixelBlockCache->Count()}};
+    return QZStatusMake(figures, 2);
+}
+
+void QZGraphicsFactory::Recycle(QZJsonObject** status) { QZStatusRecycle(status); }

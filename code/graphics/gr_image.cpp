@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "fw/fw_bytes.h"
 #include "graphics/gr_pixels.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 #ifndef QZLIB_GR_IMAGE_H
 #define QZLIB_GR_IMAGE_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 class QZPixelBlock;
 

@@ -4,10 +4,12 @@
 
 #include "fw/fw_data.h"
 #include "fw/fw_library.h"
-#include "fw/fw_trace.h"
-#include "graphics/gr_lattice_table.h"
+#include "fw/fw_lock.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
+#include "graphics/internal/gr_lattice_table.h"
 #include "os/os_file.h"
-#include "os/os_thread.h"
 
 const QZInt64 QZLattice::Type;
 const QZInt64 QZLattice::GlyphSize;

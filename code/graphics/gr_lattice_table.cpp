@@ -1,4 +1,4 @@
-#include "graphics/gr_lattice_table.h"
+#include "graphics/internal/gr_lattice_table.h"
 
 #include <algorithm>
 #include <cstring>

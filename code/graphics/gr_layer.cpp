@@ -6,8 +6,8 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
-#include "graphics/gr_pixels_transfer.h"
+#include "fw/internal/fw_trace.h"
+#include "graphics/internal/gr_pixels_transfer.h"
 
 const QZInt64 QZGraphics::Type;
 

@@ -3,9 +3,10 @@
 #include <algorithm>
 
 #include "fw/fw_library.h"
-#include "fw/fw_trace.h"
-#include "graphics/gr_pixels_rotate.h"
-#include "graphics/gr_pixels_transfer.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
+#include "graphics/internal/gr_pixels_rotate.h"
+#include "graphics/internal/gr_pixels_transfer.h"
 
 const QZInt64 QZPixelBlock::Type;
 

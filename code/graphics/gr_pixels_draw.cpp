@@ -1,7 +1,7 @@
 #include "graphics/gr_pixels.h"
-#include "graphics/gr_geometry_word.h"
-#include "graphics/gr_pixels_transfer.h"
 #include "graphics/gr_shape.h"
+#include "graphics/internal/gr_geometry_word.h"
+#include "graphics/internal/gr_pixels_transfer.h"
 
 namespace
 {

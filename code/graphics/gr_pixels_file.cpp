@@ -1,10 +1,11 @@
 #include <algorithm>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_string.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
 #include "graphics/gr_pixels.h"
 #include "os/os_file.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -2,9 +2,9 @@
 
 #include "codec/cod_math.h"
 #include "codec/cod_random.h"
-#include "fw/fw_trace.h"
-#include "graphics/gr_geometry_word.h"
+#include "fw/internal/fw_trace.h"
 #include "graphics/gr_pixels.h"
+#include "graphics/internal/gr_geometry_word.h"
 
 namespace
 {

@@ -6,7 +6,7 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "graphics/gr_geometry_word.h"
+#include "graphics/internal/gr_geometry_word.h"
 
 const QZInt64 QZRectangles::Type;
 

@@ -1,11 +1,11 @@
-#include "graphics/gr_pixels_rotate.h"
+#include "graphics/internal/gr_pixels_rotate.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "codec/cod_math.h"
-#include "fw/fw_memory.h"
-#include "graphics/gr_geometry_word.h"
+#include "fw/internal/fw_hooks.h"
+#include "graphics/internal/gr_geometry_word.h"
 
 namespace pixels
 {

@@ -1,9 +1,9 @@
-#include "graphics/gr_pixels_transfer.h"
+#include "graphics/internal/gr_pixels_transfer.h"
 
 #include <algorithm>
 
-#include "fw/fw_memory.h"
-#include "graphics/gr_pixels_vector.h"
+#include "fw/internal/fw_hooks.h"
+#include "graphics/internal/gr_pixels_vector.h"
 
 namespace pixels
 {

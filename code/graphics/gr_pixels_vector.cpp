@@ -1,4 +1,4 @@
-#include "graphics/gr_pixels_vector.h"
+#include "graphics/internal/gr_pixels_vector.h"
 
 #include <immintrin.h>
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "codec/cod_math.h"
-#include "fw/fw_bytes.h"
 #include "fw/fw_library.h"
-#include "fw/fw_memory.h"
-#include "fw/fw_trace.h"
-#include "graphics/gr_geometry_word.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
+#include "graphics/internal/gr_geometry_word.h"
+#include "sys/sys_bytes.h"
 
 const QZInt64 QZPointCollection::Type;
 const QZInt64 QZRectangleCollection::Type;

@@ -4,8 +4,8 @@
 
 #include "codec/cod_math.h"
 #include "fw/fw_library.h"
-#include "graphics/gr_geometry_word.h"
 #include "graphics/gr_graphics_factory.h"
+#include "graphics/internal/gr_geometry_word.h"
 
 const QZInt64 QZShape::Type;
 

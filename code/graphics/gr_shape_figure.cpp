@@ -1,4 +1,4 @@
-#include "graphics/gr_shape_figure.h"
+#include "graphics/internal/gr_shape_figure.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,12 +1,12 @@
 #include <algorithm>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
 #include "graphics/gr_lattice.h"
 #include "graphics/gr_shape.h"
-#include "graphics/gr_shape_figure.h"
+#include "graphics/internal/gr_shape_figure.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

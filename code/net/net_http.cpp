@@ -8,7 +8,7 @@
 #include "fw/fw_encoding.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 #include "net/net_http_client.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"
@@ -16,7 +16,8 @@
 #include "net/net_url.h"
 #include "os/os_ip_address.h"
 #include "os/os_socket.h"
-#include "os/os_system.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_socket.h"
 
 const QZInt64 QZHttp::Type;
 

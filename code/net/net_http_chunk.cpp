@@ -1,7 +1,7 @@
-#include "net/net_http_chunk.h"
+#include "net/internal/net_http_chunk.h"
 
 #include "fw/fw_data.h"
-#include "fw/fw_number_text.h"
+#include "fw/internal/fw_number_text.h"
 #include "net/net_http_constant.h"
 
 namespace http

@@ -1,7 +1,8 @@
 #include "net/net_http_client.h"
 
-#include "fw/fw_trace.h"
-#include "net/net_http_exchange.h"
+#include "fw/fw_lock.h"
+#include "fw/internal/fw_trace.h"
+#include "net/internal/net_http_exchange.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"
 #include "net/net_http_response.h"

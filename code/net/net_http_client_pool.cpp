@@ -3,15 +3,15 @@
 #include <memory>
 
 #include "fw/fw_container.h"
-#include "fw/fw_trace.h"
+#include "fw/fw_lock.h"
+#include "fw/internal/fw_trace.h"
+#include "net/internal/net_http_internal.h"
 #include "net/net_http.h"
 #include "net/net_http_client.h"
 #include "net/net_http_constant.h"
-#include "net/net_http_internal.h"
 #include "net/net_http_request.h"
 #include "net/net_http_response.h"
 #include "os/os_ip_address.h"
-#include "os/os_thread.h"
 
 namespace
 {

@@ -4,19 +4,23 @@
 #include <limits>
 #include <string_view>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_data.h"
 #include "fw/fw_environment.h"
+#include "fw/fw_lock.h"
 #include "fw/fw_memory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
+#include "net/internal/net_http_internal.h"
 #include "net/net_http_factory.h"
-#include "net/net_http_internal.h"
 #include "net/net_http_request.h"
 #include "os/os_ip_address.h"
-#include "os/os_system.h"
 #include "os/os_thread.h"
+#include "sys/internal/sys_port.h"
+#include "sys/internal/sys_socket.h"
+#include "sys/internal/sys_thread.h"
+#include "sys/sys_bytes.h"
 
 const QZInt64 QZHttpConnect::Type;
 const QZInt64 QZHttpConnect::HttpHeadSizeLimitDefault;

@@ -2,8 +2,8 @@
 
 #include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
+#include "net/internal/net_http_internal.h"
 #include "net/net_http_constant.h"
-#include "net/net_http_internal.h"
 
 const QZInt64 QZHttpContext::Type;
 

@@ -1,8 +1,8 @@
 #include "net/net_http_engine_tasks.h"
 
 #include "fw/fw_data.h"
+#include "fw/fw_lock.h"
 #include "net/net_http_engine.h"
-#include "os/os_thread.h"
 
 const QZInt64 QZHttpServerProcessTask::Type;
 const QZInt64 QZHttpServerTaskPool::Type;

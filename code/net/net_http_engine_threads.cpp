@@ -2,13 +2,17 @@
 
 #include "net/net_http_engine.h"
 #include "fw/fw_environment.h"
-#include "fw/fw_trace.h"
+#include "fw/fw_lock.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
 #include "net/net_http_connection.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
-#include "os/os_system.h"
 #include "os/os_thread.h"
 #include "os/os_thread_pool.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_port.h"
+#include "sys/internal/sys_socket.h"
 
 namespace
 {

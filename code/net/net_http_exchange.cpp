@@ -1,13 +1,13 @@
-#include "net/net_http_exchange.h"
+#include "net/internal/net_http_exchange.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "fw/fw_convert.h"
-#include "fw/fw_data_find.h"
-#include "net/net_http_chunk.h"
+#include "fw/internal/fw_data_find.h"
+#include "net/internal/net_http_chunk.h"
+#include "net/internal/net_http_internal.h"
 #include "net/net_http_constant.h"
-#include "net/net_http_internal.h"
 #include "net/net_http_request.h"
 #include "net/net_http_response.h"
 #include "os/os_socket_client.h"

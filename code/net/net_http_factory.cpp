@@ -1,13 +1,14 @@
 #include "net/net_http_factory.h"
 
-#include "fw/fw_factory_cache.h"
 #include "fw/fw_library.h"
+#include "fw/fw_lock.h"
+#include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_factory_cache.h"
+#include "net/internal/net_http_internal.h"
 #include "net/net_http_cache.h"
-#include "net/net_http_internal.h"
 #include "net/net_http_request.h"
 #include "net/net_http_response.h"
 #include "net/net_json.h"
-#include "os/os_thread.h"
 
 QZInt64 QZHttpFactory::m_connectLimit = -1;
 QZCriticalSection* QZHttpFactory::m_section = nullptr;
@@ -21,6 +22,8 @@ QZObjectCache* QZHttpFactory::m_connectCache = nullptr;
 
 namespace
 {
+[[maybe_unused]] const bool kCollected = QZCollectInstall(QZCollector::Http, QZHttpFactory::Collect);
+
 void Describe(QZTrace<QZException> trace, QZString* text) { trace.Argument(QZ_W("QZString*"), text); }
 
 void Describe(QZTrace<QZException> trace, QZData* data)

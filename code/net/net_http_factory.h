@@ -1,7 +1,7 @@
 #ifndef QZLIB_NET_NET_HTTP_FACTORY_H
 #define QZLIB_NET_NET_HTTP_FACTORY_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 class QZCriticalSection;
 class QZData;

@@ -1,8 +1,8 @@
 #include "net/net_http_factory.h"
 #include "fw/fw_library.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
+#include "net/internal/net_http_internal.h"
 #include "net/net_http_connection_cache.h"
-#include "net/net_http_internal.h"
 
 // The connections' part of the factory.
 

@@ -1,6 +1,6 @@
 #include "net/net_http_header.h"
 
-#include "net/net_http_internal.h"
+#include "net/internal/net_http_internal.h"
 
 const QZInt64 QZHttpHeader::Type;
 const QZInt64 QZHttpHeaderCollection::Type;

@@ -1,8 +1,9 @@
-#include "net/net_http_internal.h"
+#include "net/internal/net_http_internal.h"
 
 #include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
-#include "fw/fw_number_text.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_number_text.h"
 
 namespace http
 {

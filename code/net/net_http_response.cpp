@@ -2,9 +2,9 @@
 
 #include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
-#include "fw/fw_number_text.h"
+#include "fw/internal/fw_number_text.h"
+#include "net/internal/net_http_internal.h"
 #include "net/net_http_constant.h"
-#include "net/net_http_internal.h"
 
 const QZInt64 QZHttpResponse::Type;
 

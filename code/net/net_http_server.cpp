@@ -4,11 +4,11 @@
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "net/internal/net_http_internal.h"
+#include "net/internal/net_mime.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_factory.h"
-#include "net/net_http_internal.h"
 #include "net/net_http_response.h"
-#include "net/net_mime.h"
 #include "os/os_file.h"
 #include "os/os_path.h"
 

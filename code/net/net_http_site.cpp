@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "fw/fw_library.h"
-#include "fw/fw_trace.h"
+#include "fw/fw_lock.h"
+#include "fw/internal/fw_trace.h"
 #include "net/net_json.h"
-#include "os/os_thread.h"
 
 const QZInt64 QZSiteStatus::Local;
 const QZInt64 QZSiteStatus::Remote;

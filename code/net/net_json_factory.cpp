@@ -1,16 +1,18 @@
 #include <initializer_list>
 #include <vector>
 
-#include "fw/fw_factory_cache.h"
 #include "fw/fw_library.h"
-#include "fw/fw_number_text.h"
+#include "fw/fw_lock.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_factory_cache.h"
+#include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_status.h"
+#include "fw/internal/fw_trace.h"
+#include "net/internal/net_json_internal.h"
 #include "net/net_json_cache.h"
-#include "net/net_json_internal.h"
-#include "os/os_thread.h"
 
 QZCriticalSection* QZJsonFactory::m_section = nullptr;
 QZObjectCache* QZJsonFactory::m_valueCache = nullptr;
@@ -23,6 +25,8 @@ QZObjectCache* QZJsonFactory::m_collectionCache = nullptr;
 
 namespace
 {
+[[maybe_unused]] const bool kCollected = QZCollectInstall(QZCollector::Json, QZJsonFactory::Collect);
+
 /// Fills a value fresh out of its cache. When that fails the value goes back.
 template <typename T, typename Fill>
 T* Filled(T* value, Fill fill)
@@ -53,6 +57,22 @@ bool IsContainer(QZJsonValue* value)
     const QZInt64 type = value->GetType();
     return type == QZJsonObject::Type || type == QZJsonValueCollection::Type;
 }
+
+QZJsonObject* MakeStatus(const QZStatusFigure* figures, int count)
+{
+    QZJsonObject* status = QZJsonFactory::CreateObject();
+    for (int i = 0; i < count; ++i)
+    {
+        QZJsonAccess::SetAttr(status, figures[i].Name,
+                              QZJsonFactory::CreateDecimal(static_cast<double>(figures[i].Count)));
+    }
+    return status;
+}
+
+void RecycleStatus(QZJsonObject** status) { QZJsonFactory::Recycle(status); }
+
+constexpr QZStatusForm kStatusForm = {MakeStatus, RecycleStatus};
+[[maybe_unused]] const bool kStatusInstalled = QZStatusInstall(&kStatusForm);
 }  // namespace
 
 QZJsonValue* QZJsonFactory::CreateValue() { return QZTake<QZJsonValue>(m_valueCache); }

@@ -1,13 +1,13 @@
-#include "net/net_json_parser.h"
+#include "net/internal/net_json_parser.h"
 
 #include <algorithm>
 #include <memory>
 #include <vector>
 
-#include "fw/fw_number_text.h"
 #include "fw/fw_string.h"
-#include "fw/fw_trace.h"
-#include "net/net_json_internal.h"
+#include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_trace.h"
+#include "net/internal/net_json_internal.h"
 
 // Reading. A first look finds the symbols of the whole text; then the values are read from symbol to symbol.
 // Nested arrays and objects go on a stack of this reader's own, so that a text may be nested to any depth.

@@ -2,7 +2,7 @@
 #include <array>
 
 #include "fw/fw_data_factory.h"
-#include "net/net_json_parser.h"
+#include "net/internal/net_json_parser.h"
 
 namespace
 {

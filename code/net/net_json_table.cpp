@@ -4,8 +4,8 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
-#include "fw/fw_trace.h"
-#include "net/net_json_internal.h"
+#include "fw/internal/fw_trace.h"
+#include "net/internal/net_json_internal.h"
 
 // Tables to JSON and back.
 

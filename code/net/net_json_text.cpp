@@ -4,8 +4,10 @@
 #include "fw/fw_exception_code.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
-#include "net/net_json_internal.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
+#include "net/internal/net_json_internal.h"
 
 // Writing: values to text, and the two operations on JSON text that do not parse it.
 

@@ -6,8 +6,8 @@
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
-#include "net/net_json_internal.h"
+#include "fw/internal/fw_trace.h"
+#include "net/internal/net_json_internal.h"
 
 const QZInt64 QZJsonValue::Type;
 const QZInt64 QZJsonBool::Type;

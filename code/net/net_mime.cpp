@@ -1,4 +1,4 @@
-#include "net/net_mime.h"
+#include "net/internal/net_mime.h"
 
 namespace mime
 {

@@ -9,7 +9,7 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZUrl::Type;
 

@@ -2,9 +2,10 @@
 #include <cstdint>
 
 #include "fw/fw_exception_code.h"
-#include "fw/fw_memory.h"
-#include "fw/fw_trace.h"
-#include "os/os_buffer_walk.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
+#include "os/internal/os_buffer_walk.h"
 #include "os/os_file.h"
 
 const QZInt64 QZBlock::Type;

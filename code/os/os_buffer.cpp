@@ -9,9 +9,9 @@
 #include "fw/fw_data_factory.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_library.h"
-#include "fw/fw_memory.h"
-#include "fw/fw_trace.h"
-#include "os/os_buffer_walk.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
+#include "os/internal/os_buffer_walk.h"
 
 const QZInt64 QZBuffer::Type;
 const QZInt64 QZBuffer::BlockSize512K;

@@ -1,9 +1,9 @@
 #ifndef QZLIB_OS_BUFFER_H
 #define QZLIB_OS_BUFFER_H
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_object.h"
-#include "fw/fw_types.h"
+#include "sys/sys_bytes.h"
+#include "sys/sys_types.h"
 
 class QZContainer;
 class QZData;

@@ -11,8 +11,8 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
-#include "os/os_system.h"
 #include "os/os_thread.h"
+#include "sys/internal/sys_console.h"
 
 const QZInt64 QZConsole::Type;
 const QZInt64 QZConsoleT::Type;

@@ -9,10 +9,15 @@
 #include "fw/fw_encoding.h"
 #include "fw/fw_exception.h"
 #include "fw/fw_exception_code.h"
+#include "fw/fw_memory.h"
 #include "fw/fw_search.h"
-#include "fw/fw_trace.h"
-#include "os/os_path_text.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_file.h"
+#include "sys/internal/sys_text.h"
 
 const unsigned int QZFileOptions::Read;
 const unsigned int QZFileOptions::Write;

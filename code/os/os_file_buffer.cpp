@@ -4,10 +4,10 @@
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
-#include "os/os_buffer_walk.h"
+#include "fw/internal/fw_trace.h"
+#include "os/internal/os_buffer_walk.h"
+#include "os/internal/os_sync_file.h"
 #include "os/os_file.h"
-#include "os/os_sync_file.h"
 
 const QZInt64 QZFileBuffer::Type;
 const QZInt64 QZFileBuffer::FREEDESKSPACE_MIN;

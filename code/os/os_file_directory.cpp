@@ -5,10 +5,11 @@
 #include "fw/fw_exception.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_keyed.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_path.h"
-#include "os/os_path_text.h"
-#include "os/os_system.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_file.h"
 
 const QZInt64 QZFileDirectory::Type;
 

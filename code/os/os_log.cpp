@@ -4,14 +4,14 @@
 #include "fw/fw_encoding.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_library.h"
+#include "fw/fw_lock.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_time.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_file.h"
 #include "os/os_path.h"
 #include "os/os_stream.h"
-#include "os/os_thread.h"
 
 const QZInt64 QZLog::Type;
 

@@ -2,9 +2,9 @@
 
 #include <string_view>
 
-#include "fw/fw_trace.h"
-#include "os/os_path_text.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/internal/sys_file.h"
 
 const QZInt64 QZPath::Type;
 

@@ -6,10 +6,12 @@
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_file.h"
-#include "os/os_path_text.h"
-#include "os/os_system.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_process.h"
+#include "sys/internal/sys_text.h"
 
 const QZInt64 QZProcess::Type;
 

@@ -5,10 +5,13 @@
 #include <vector>
 
 #include "fw/fw_library.h"
+#include "fw/fw_memory.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
-#include "os/os_path_text.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_line.h"
 
 namespace
 {

@@ -8,7 +8,9 @@
 #include "fw/fw_encoding.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_file.h"
 
 const QZInt64 QZSettingsAdapter::Type;

@@ -3,9 +3,10 @@
 #include <algorithm>
 
 #include "fw/fw_environment.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_ip_address.h"
-#include "os/os_system.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_socket.h"
 
 const QZInt64 QZSocket::Type;
 int QZSocket::Timeout = 2000;

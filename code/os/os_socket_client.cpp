@@ -1,8 +1,8 @@
 #include "os/os_socket_client.h"
 
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_ip_address.h"
-#include "os/os_system.h"
+#include "sys/internal/sys_socket.h"
 
 const QZInt64 QZSocketClient::Type;
 const int QZSocketClient::DefaultTimeout;

@@ -1,9 +1,10 @@
 #include "os/os_socket_server.h"
 
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_ip_address.h"
 #include "os/os_socket.h"
-#include "os/os_system.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_socket.h"
 
 const QZInt64 QZSocketServer::Type;
 

@@ -7,7 +7,7 @@
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_file.h"
 #include "os/os_thread.h"
 

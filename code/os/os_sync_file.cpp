@@ -1,15 +1,15 @@
-#include "os/os_sync_file.h"
+#include "os/internal/os_sync_file.h"
 
 #include <algorithm>
 #include <memory>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_exception_code.h"
-#include "fw/fw_memory.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_file.h"
+#include "sys/sys_bytes.h"
 
 // Layout, little-endian words of 8 bytes: the mark, the number of runs, the length of the whole, 0; for each
 // run its offset, its size and its bytes, filled up with zeros to a multiple of 8; the checksum of all words

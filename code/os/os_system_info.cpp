@@ -4,8 +4,10 @@
 
 #include "fw/fw_exception_code.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_trace.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_file.h"
+#include "sys/internal/sys_process.h"
 
 namespace
 {

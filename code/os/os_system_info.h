@@ -1,7 +1,7 @@
 #ifndef QZLIB_OS_SYSTEM_INFO_H
 #define QZLIB_OS_SYSTEM_INFO_H
 
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 class QZString;
 

@@ -1,7 +1,7 @@
 #include "os/os_task.h"
 
+#include "fw/fw_lock.h"
 #include "fw/fw_time.h"
-#include "os/os_thread.h"
 
 const QZInt64 QZTaskInterval::Hourly;
 const QZInt64 QZTaskInterval::Daily;

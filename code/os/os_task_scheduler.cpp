@@ -2,12 +2,13 @@
 
 #include "fw/fw_collection.h"
 #include "fw/fw_environment.h"
+#include "fw/fw_lock.h"
 #include "fw/fw_report.h"
 #include "fw/fw_time.h"
-#include "fw/fw_trace.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_trace.h"
 #include "os/os_task.h"
 #include "os/os_thread.h"
+#include "sys/internal/sys_thread.h"
 
 const QZInt64 QZTaskScheduler::Type;
 const QZInt64 QZTaskSchedulerStatus::TaskSchedulerWaiting;

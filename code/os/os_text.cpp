@@ -1,6 +1,6 @@
 #include "os/os_text.h"
 
-#include "fw/fw_hex_text.h"
+#include "fw/internal/fw_hex_text.h"
 
 const QZInt64 QZText::Type;
 

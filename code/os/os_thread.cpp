@@ -2,62 +2,18 @@
 
 #include <new>
 
-#include "fw/fw_memory.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_memory_raw.h"
+#include "sys/internal/sys_clock.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_memory.h"
+#include "sys/internal/sys_socket.h"
+#include "sys/internal/sys_thread.h"
 
-const QZInt64 QZMutex::Type;
-const QZInt64 QZCriticalSection::Type;
 const QZInt64 QZThread::Type;
 const QZInt64 QZThread::StatusStop;
 const QZInt64 QZThread::StatusRun;
 const QZInt64 QZThread::StatusEnd;
 const QZInt64 QZThread::StatusWaitInit;
-
-// ---- QZMutex
-
-QZMutex::QZMutex() : m_handle(os::MutexCreate()) {}
-
-QZMutex::~QZMutex()
-{
-    Lock();
-    os::MutexClose(m_handle);
-}
-
-QZInt64 QZMutex::GetType() { return 0x81FFD00; }
-
-void QZMutex::Lock()
-{
-    // Callers count on Lock coming back normally even where the wait failed.
-    if (!os::MutexLock(m_handle)) static_cast<void>(os::LastError());
-}
-
-void QZMutex::Unlock() { os::MutexUnlock(m_handle); }
-
-// ---- QZCriticalSection
-
-QZCriticalSection::QZCriticalSection() : m_section(MemoryRawAllocate(os::CriticalSize()))
-{
-    if (m_section != nullptr) os::CriticalInit(m_section);
-}
-
-QZCriticalSection::~QZCriticalSection()
-{
-    if (m_section == nullptr) return;
-    os::CriticalDelete(m_section);
-    MemoryRawFree(m_section, os::CriticalSize());
-}
-
-QZInt64 QZCriticalSection::GetType() { return 0x81FFE00; }
-
-void QZCriticalSection::Lock()
-{
-    if (m_section != nullptr) os::CriticalEnter(m_section);
-}
-
-void QZCriticalSection::Unlock()
-{
-    if (m_section != nullptr) os::CriticalLeave(m_section);
-}
 
 // ---- The running threads
 
@@ -244,15 +200,7 @@ long long QZThread::Create(void (*routine)(void*, void*), void* first, void* sec
     return CreateWith(EnterTwo, StartTwo{routine, first, second});
 }
 
-void QZThread::Sleep(int milliseconds)
-{
-    if (milliseconds < 0) return;
-    QZUInt32 time = static_cast<QZUInt32>(milliseconds);
-    QZUInt32 period = milliseconds < 100 ? 1 : milliseconds < 1000 ? 10 : 0;
-    if (period != 0) os::TimerBegin(period);
-    os::Sleep(time);
-    if (period != 0) os::TimerEnd(period);
-}
+void QZThread::Sleep(int milliseconds) { os::SleepPrecise(milliseconds); }
 
 void QZThread::SleepUs(int microseconds)
 {

@@ -1,9 +1,10 @@
 #include "os/os_thread_pool.h"
 
 #include "fw/fw_collection.h"
-#include "os/os_system.h"
+#include "fw/fw_lock.h"
 #include "os/os_task.h"
 #include "os/os_thread.h"
+#include "sys/internal/sys_thread.h"
 
 const QZInt64 QZThreadPool::Type;
 

@@ -3,8 +3,10 @@
 #include "fw/fw_exception.h"
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_library.h"
-#include "os/os_system.h"
+#include "fw/fw_lock.h"
 #include "os/os_task.h"
+#include "sys/internal/sys_clock.h"
+#include "sys/internal/sys_thread.h"
 
 namespace
 {

@@ -1,11 +1,11 @@
 // The database tool as its user meets it: in this process through its command line, and as a program.
 
 #include "apps/qzdb_tool.h"
-#include "os/os_system.h"
 #include "qzdb/database.h"
 #include "qzdb/fields.h"
 #include "qzdb/text.h"
 #include "qzdb/text_list.h"
+#include "sys/internal/sys_hooks.h"
 
 using qztest::TempDir;
 using namespace qzdbtest;

@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "db/database_fixture.h"
-#include "os/os_system.h"
+#include "sys/internal/sys_hooks.h"
 
 namespace qztest
 {

@@ -12,14 +12,14 @@
 #include <string_view>
 #include <vector>
 
-#include "db/db_chars.h"
-#include "db/db_data.h"
 #include "db/db_format.h"
-#include "db/db_link.h"
-#include "db/db_objects.h"
-#include "db/db_read.h"
-#include "db/db_repair.h"
-#include "db/db_rollback.h"
+#include "db/internal/db_chars.h"
+#include "db/internal/db_data.h"
+#include "db/internal/db_link.h"
+#include "db/internal/db_objects.h"
+#include "db/internal/db_read.h"
+#include "db/internal/db_repair.h"
+#include "db/internal/db_rollback.h"
 #include "fw/fw_string.h"
 #include "support/qz_test.h"
 

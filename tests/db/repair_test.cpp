@@ -1,4 +1,4 @@
-#include "db/db_repair.h"
+#include "db/internal/db_repair.h"
 
 #include "db/database_fixture.h"
 

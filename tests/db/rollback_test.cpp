@@ -1,4 +1,4 @@
-#include "db/db_rollback.h"
+#include "db/internal/db_rollback.h"
 
 #include "db/database_fixture.h"
 #include "db/engine_fixture.h"

@@ -7,8 +7,7 @@
 #include <string>
 
 #include "device/dev_serial_device.h"
-#include "os/os_system.h"
-#include "os/os_thread.h"
+#include "fw/fw_lock.h"
 #include "qzdevice/controller.h"
 #include "support/qz_line.h"
 #include "support/qz_test.h"

@@ -19,6 +19,7 @@
 #include "fw/fw_collection.h"
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_library.h"
+#include "qzlib.h"
 
 namespace
 {

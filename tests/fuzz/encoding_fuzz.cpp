@@ -11,6 +11,7 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
+#include "qzlib.h"
 
 namespace
 {

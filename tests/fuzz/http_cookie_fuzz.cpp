@@ -12,6 +12,7 @@
 #include "net/net_http_cookie.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_header.h"
+#include "qzlib.h"
 
 namespace
 {

@@ -10,6 +10,7 @@
 #include "fw/fw_string.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"
+#include "qzlib.h"
 
 namespace
 {

@@ -8,9 +8,10 @@
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
-#include "net/net_http_chunk.h"
+#include "net/internal/net_http_chunk.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_response.h"
+#include "qzlib.h"
 
 namespace
 {

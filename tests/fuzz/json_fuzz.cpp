@@ -11,6 +11,7 @@
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
 #include "net/net_json.h"
+#include "qzlib.h"
 
 namespace
 {

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_type.h"
@@ -12,6 +11,8 @@
 #include "fw/fw_library.h"
 #include "fw/fw_package.h"
 #include "fw/fw_string.h"
+#include "qzlib.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

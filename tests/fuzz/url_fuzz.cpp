@@ -10,6 +10,7 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "net/net_url.h"
+#include "qzlib.h"
 
 namespace
 {

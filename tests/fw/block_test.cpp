@@ -1,7 +1,6 @@
 #include "fw/fw_block.h"
 
 #include "fw/fw_library.h"
-#include "fw/fw_memory.h"
 #include "support/qz_test.h"
 
 namespace

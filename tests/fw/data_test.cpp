@@ -4,7 +4,6 @@
 #include <string>
 
 #include "fw/assert_watch.h"
-#include "fw/fw_memory.h"
 #include "fw/without_memory.h"
 #include "support/qz_test.h"
 

@@ -6,10 +6,10 @@
 #include "fw/fw_report.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/fw_trace.h"
+#include "fw/internal/fw_trace.h"
 #include "fw/without_memory.h"
-#include "os/os_system.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_error.h"
 
 namespace
 {

@@ -4,12 +4,14 @@
 #include <cstring>
 #include <vector>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_library.h"
-#include "fw/fw_memory_raw.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_memory_raw.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_memory.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

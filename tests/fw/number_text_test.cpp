@@ -1,4 +1,4 @@
-#include "fw/fw_number_text.h"
+#include "fw/internal/fw_number_text.h"
 
 #include <cmath>
 #include <limits>

@@ -1,10 +1,10 @@
 #include "fw/fw_package.h"
 
 #include "fw/assert_watch.h"
-#include "fw/fw_bytes.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
 #include "support/qz_test.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -1,6 +1,6 @@
 #include "fw/fw_search.h"
 
-#include "fw/fw_data_find.h"
+#include "fw/internal/fw_data_find.h"
 #include "support/qz_test.h"
 
 TEST(Search, FindsOneMatchAfterTheOther)

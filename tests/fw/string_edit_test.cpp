@@ -1,8 +1,8 @@
-#include "fw/fw_bytes.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "support/qz_test.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -2,13 +2,13 @@
 
 #include <cstring>
 
-#include "fw/fw_bytes.h"
 #include "fw/fw_encoding.h"
 #include "fw/fw_library.h"
 #include "fw/fw_memory.h"
 #include "fw/fw_string_factory.h"
-#include "os/os_system.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/sys_bytes.h"
 
 namespace
 {

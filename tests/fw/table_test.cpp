@@ -6,9 +6,9 @@
 #include "fw/fw_data_factory.h"
 #include "fw/fw_data_type.h"
 #include "fw/fw_library.h"
-#include "fw/fw_memory.h"
 #include "fw/fw_string.h"
 #include "fw/fw_value.h"
+#include "fw/internal/fw_hooks.h"
 #include "support/qz_test.h"
 
 namespace

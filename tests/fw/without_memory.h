@@ -1,8 +1,8 @@
 #ifndef QZLIB_TESTS_FW_WITHOUT_MEMORY_H
 #define QZLIB_TESTS_FW_WITHOUT_MEMORY_H
 
-#include "os/os_system.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_hooks.h"
 
 namespace qztest
 {

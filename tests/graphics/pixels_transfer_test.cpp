@@ -2,7 +2,7 @@
 
 #include "../fw/assert_watch.h"
 #include "fw/fw_library.h"
-#include "fw/fw_memory.h"
+#include "fw/internal/fw_hooks.h"
 #include "graphics/gr_pixels.h"
 #include "graphics/pixel_show.h"
 #include "support/qz_test.h"

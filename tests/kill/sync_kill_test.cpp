@@ -23,6 +23,7 @@
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "os/os_buffer.h"
+#include "qzlib.h"
 #include "support/qz_test.h"
 
 extern char** environ;

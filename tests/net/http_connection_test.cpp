@@ -11,10 +11,11 @@
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"
 #include "os/os_ip_address.h"
-#include "os/os_system.h"
 #include "os/os_thread.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_port.h"
+#include "sys/internal/sys_thread.h"
 
 namespace
 {

@@ -13,8 +13,9 @@
 #include <thread>
 #include <vector>
 
-#include "net/net_http_exchange.h"
-#include "os/os_system.h"
+#include "net/internal/net_http_exchange.h"
+#include "sys/internal/sys_socket.h"
+#include "sys/internal/sys_thread.h"
 
 namespace qztest
 {

@@ -14,8 +14,8 @@
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"
 #include "net/net_http_response.h"
-#include "os/os_system.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_socket.h"
 
 namespace qztest
 {

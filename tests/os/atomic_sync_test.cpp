@@ -8,9 +8,9 @@
 
 #include "fw/fw_string.h"
 #include "os/os_buffer.h"
-#include "os/os_system.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_hooks.h"
 
 namespace
 {

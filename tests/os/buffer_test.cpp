@@ -8,8 +8,8 @@
 #include "fw/fw_data.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_library.h"
-#include "os/os_system.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_hooks.h"
 
 using qztest::TempDir;
 using qztest::Wide;

@@ -4,9 +4,11 @@
 #include "fw/fw_library.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_time.h"
-#include "os/os_system.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_clock.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_thread.h"
 
 namespace
 {

@@ -8,9 +8,10 @@
 #include "fw/fw_encoding.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_string_factory.h"
-#include "os/os_system.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_hooks.h"
 
 namespace
 {

@@ -3,9 +3,10 @@
 #include "fw/fw_exception_code.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_string_factory.h"
-#include "os/os_system.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_file.h"
+#include "sys/internal/sys_hooks.h"
 
 namespace
 {

@@ -6,9 +6,14 @@
 #include <thread>
 #include <vector>
 
-#include "os/os_system.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_clock.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_port.h"
+#include "sys/internal/sys_socket.h"
+#include "sys/internal/sys_thread.h"
 
 namespace
 {

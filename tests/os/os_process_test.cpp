@@ -11,9 +11,11 @@
 #include "fw/fw_exception_code.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string_factory.h"
-#include "os/os_system.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_process.h"
 
 namespace
 {

@@ -7,9 +7,11 @@
 
 #include "fw/fw_exception_code.h"
 #include "fw/fw_string_factory.h"
-#include "os/os_system.h"
 #include "support/qz_line.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_thread.h"
 
 using qztest::LinePeer;
 

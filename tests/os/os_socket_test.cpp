@@ -11,9 +11,11 @@
 #include "os/os_ip_address.h"
 #include "os/os_socket_client.h"
 #include "os/os_socket_server.h"
-#include "os/os_system.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_file.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_socket.h"
 
 namespace
 {

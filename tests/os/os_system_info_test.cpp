@@ -2,9 +2,11 @@
 
 #include "fw/fw_exception_code.h"
 #include "fw/fw_string_factory.h"
-#include "os/os_system.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_process.h"
+#include "sys/internal/sys_thread.h"
 
 namespace
 {

@@ -1,4 +1,10 @@
-#include "os/os_system.h"
+#include "sys/internal/sys_clock.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_memory.h"
+#include "sys/internal/sys_process.h"
+#include "sys/internal/sys_text.h"
+#include "sys/internal/sys_thread.h"
 
 #include <atomic>
 #include <cstring>

@@ -5,11 +5,15 @@
 #include <memory>
 #include <thread>
 
-#include "os/os_system.h"
+#include "fw/fw_lock.h"
 #include "os/os_task.h"
 #include "os/os_thread.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_clock.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_thread.h"
 
 namespace
 {

@@ -5,7 +5,6 @@
 #include <thread>
 #include <vector>
 
-#include "os/os_system.h"
 #include "os/os_task.h"
 #include "os/os_thread.h"
 #include "os/os_thread_pool.h"

@@ -1,4 +1,5 @@
 #include "os/os_thread.h"
+#include "fw/fw_lock.h"
 
 #include <atomic>
 #include <chrono>
@@ -10,10 +11,12 @@
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_library.h"
 #include "fw/fw_time.h"
-#include "os/os_system.h"
 #include "os/os_task.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_error.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_thread.h"
 
 namespace
 {

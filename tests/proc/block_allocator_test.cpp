@@ -1,4 +1,4 @@
-#include "fw/fw_block_allocator.h"
+#include "fw/internal/fw_block_allocator.h"
 
 #include <cstring>
 #include <string>

@@ -11,6 +11,7 @@
 #include "graphics/gr_pixels.h"
 #include "graphics/gr_shape.h"
 #include "net/net_json.h"
+#include "qzlib.h"
 #include "support/qz_test.h"
 
 namespace

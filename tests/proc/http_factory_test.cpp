@@ -7,6 +7,7 @@
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"
 #include "net/net_http_response.h"
+#include "qzlib.h"
 #include "support/qz_test.h"
 
 namespace

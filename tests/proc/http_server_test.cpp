@@ -7,6 +7,7 @@
 #include "net/http_server_support.h"
 #include "net/net_json.h"
 #include "os/os_thread.h"
+#include "qzlib.h"
 #include "support/qz_hooks.h"
 
 namespace

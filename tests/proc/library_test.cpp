@@ -1,4 +1,5 @@
 #include "fw/fw_library.h"
+#include "qzlib.h"
 
 #include <cstring>
 
@@ -7,13 +8,15 @@
 #include "fw/fw_data_factory.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_memory.h"
-#include "fw/fw_memory_raw.h"
 #include "fw/fw_object.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "os/os_system.h"
+#include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_memory_raw.h"
 #include "os/os_thread.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_hooks.h"
 
 namespace
 {

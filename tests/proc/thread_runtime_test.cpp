@@ -4,11 +4,12 @@
 #include <thread>
 
 #include "fw/fw_library.h"
-#include "os/os_system.h"
 #include "os/os_task.h"
 #include "os/os_thread.h"
+#include "qzlib.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_thread.h"
 
 namespace
 {

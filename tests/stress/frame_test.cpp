@@ -12,6 +12,7 @@
 #include "fw/fw_data_factory.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_exception_code.h"
+#include "fw/fw_lock.h"
 #include "fw/fw_memory.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"

@@ -11,7 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "os/os_system.h"
+#include "sys/internal/sys_clock.h"
+#include "sys/internal/sys_hooks.h"
+#include "sys/internal/sys_line.h"
+#include "sys/internal/sys_thread.h"
 
 namespace qztest
 {

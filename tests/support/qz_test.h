@@ -13,7 +13,7 @@
 #include "fw/fw_exception.h"
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_string.h"
-#include "fw/fw_types.h"
+#include "sys/sys_types.h"
 
 namespace qztest
 {

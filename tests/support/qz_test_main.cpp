@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "fw/fw_library.h"
+#include "qzlib.h"
 #include "support/qz_test.h"
 
 namespace

@@ -1,6 +1,6 @@
 #include "support/qz_test.h"
 #include "fw/fw_library.h"
-#include "fw/fw_memory.h"
+#include "fw/internal/fw_hooks.h"
 
 namespace qztest
 {

@@ -1,0 +1,135 @@
+#ifndef QZLIB_COD_COMPRESSION_GROUP_H
+#define QZLIB_COD_COMPRESSION_GROUP_H
+
+/// How the coder takes bytes together. Internal.
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <bit>
+
+#include "codec/internal/cod_compression_format.h"
+
+namespace compression
+{
+
+constexpr QZUInt32 GroupLimit = 225;
+
+/// A run of bytes whose values lie close together.
+///
+/// A byte joins as long as it lies within 15 of the smallest and the largest. A group that is long and narrow
+/// enough for a smaller tag is not spoilt by a byte that is farther off: from the sixth byte on equal ones
+/// take only the same, and two neighbours only these two; from the seventh on a range below 4 stays below 4.
+/// So what a group can become is settled by its first seven bytes, and the rest is a scan, sixteen bytes at a
+/// time.
+struct Group
+{
+    QZUInt32 end;
+    QZUInt32 count = 0;
+    int minimum;
+    int maximum;
+
+    Group(const QZByte* source, QZUInt32 start, QZUInt32 length)
+        : end(start), minimum(source[start]), maximum(source[start])
+    {
+        const QZByte* bytes = source + start;
+        const QZUInt32 limit = std::min(length - start, GroupLimit);
+        count = CountEqual(bytes, limit);
+        if (count < 6) count = CountNear(bytes, limit);
+        end = start + count;
+    }
+
+    QZByte TagOf() const
+    {
+        QZByte tag = RawTag;
+        if (count > 8) tag = NibbleTag;
+        if (count > 6 && Range() < 4) tag = PairTag;
+        if (count > 5 && Range() == 1) tag = BitTag;
+        if (count > 5 && Range() == 0) tag = FillTag;
+        return tag;
+    }
+
+private:
+    static constexpr QZUInt32 Lane = 16;
+    static constexpr int AllOfLane = 0xFFFF;
+
+    int Range() const { return maximum - minimum; }
+
+    static __m128i LoadLane(const QZByte* bytes)
+    {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+    }
+    static __m128i Spread(int byte) { return _mm_set1_epi8(static_cast<char>(byte)); }
+
+    /// The first bytes that are `a` or `b`, from `from` on.
+    static QZUInt32 CountOf(const QZByte* bytes, QZUInt32 from, QZUInt32 limit, int a, int b)
+    {
+        const __m128i first = Spread(a);
+        const __m128i second = Spread(b);
+        for (; from + Lane <= limit; from += Lane)
+        {
+            const __m128i lane = LoadLane(bytes + from);
+            const int same =
+                _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(lane, first), _mm_cmpeq_epi8(lane, second)));
+            if (same != AllOfLane)
+                return from + static_cast<QZUInt32>(std::countr_one(static_cast<unsigned>(same)));
+        }
+        while (from < limit && (bytes[from] == a || bytes[from] == b)) ++from;
+        return from;
+    }
+
+    static QZUInt32 CountEqual(const QZByte* bytes, QZUInt32 limit)
+    {
+        // Most groups of a photograph end here.
+        if (limit < 2 || bytes[1] != bytes[0]) return 1;
+        return CountOf(bytes, 1, limit, bytes[0], bytes[0]);
+    }
+
+    bool Join(int byte, int distance)
+    {
+        if (byte > minimum + distance || byte < maximum - distance) return false;
+        minimum = std::min(minimum, byte);
+        maximum = std::max(maximum, byte);
+        return true;
+    }
+
+    /// The group of bytes that are not all the same.
+    QZUInt32 CountNear(const QZByte* bytes, QZUInt32 limit)
+    {
+        QZUInt32 n = 1;
+        for (; n < 6; ++n)
+            if (n == limit || !Join(bytes[n], 15)) return n;
+        if (Range() == 1) return CountOf(bytes, n, limit, minimum, maximum);
+        if (n == limit || !Join(bytes[n], 15)) return n;
+        ++n;
+        return CountWithin(bytes, n, limit, Range() < 4 ? 3 : 15);
+    }
+
+    QZUInt32 CountWithin(const QZByte* bytes, QZUInt32 n, QZUInt32 limit, int distance)
+    {
+        for (; n + Lane <= limit; n += Lane)
+        {
+            const __m128i lane = LoadLane(bytes + n);
+            const int low = std::min(minimum, Least(lane));
+            const int high = std::max(maximum, 255 - Least(_mm_xor_si128(lane, Spread(255))));
+            if (high - low > distance) break;
+            minimum = low;
+            maximum = high;
+        }
+        while (n < limit && Join(bytes[n], distance)) ++n;
+        return n;
+    }
+
+    static int Least(__m128i lane)
+    {
+        lane = _mm_min_epu8(lane, _mm_srli_si128(lane, 8));
+        lane = _mm_min_epu8(lane, _mm_srli_si128(lane, 4));
+        lane = _mm_min_epu8(lane, _mm_srli_si128(lane, 2));
+        lane = _mm_min_epu8(lane, _mm_srli_si128(lane, 1));
+        return _mm_cvtsi128_si32(lane) & 0xFF;
+    }
+};
+
+}  // namespace compression
+
+#endif

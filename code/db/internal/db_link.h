@@ -1,0 +1,48 @@
+#ifndef QZLIB_DB_LINK_H
+#define QZLIB_DB_LINK_H
+
+#include "db/internal/db_address.h"
+
+/// The component that takes records out of lists and puts them elsewhere.
+///
+/// Only links change and every change is logged; the records stay where they are in the file. Walks end in
+/// damaged files too.
+class QZ_API LINK : public QZObject
+{
+public:
+    explicit LINK(OBJECTS* objects) : m_objects(objects) {}
+
+    /// Makes `right` follow `left`.
+    /// @param left   the END of a record or the THIS of an HD
+    /// @param right  the THIS of a record, or 0 for the end of the list
+    void Join(QZInt64 left, QZInt64 right);
+
+    /// Empties the list of an HD. The bare code 256 is recorded when its closing mark is not found.
+    void ResetHD(QZInt64 hd);
+
+    /// Takes a record out of its list. Its own fields keep their values.
+    void Unlink(QZInt64 record);
+
+    /// Clears PD_HD_A of the PD that owns the HD. The HD stays as it is.
+    void RemoveChild(QZInt64 hd);
+
+    /// Takes a PD out of its list, and the AD that names it out of its LD's list for the tree of the PD.
+    void RemovePD(QZInt64 pd);
+
+    /// Takes an LD out of its list, and every PD that its three tree lists name.
+    void RemoveLD(QZInt64 ld);
+
+    /// Makes a record the last of the list of `hd`. Answers the record.
+    QZInt64 MoveToHD(QZInt64 record, QZInt64 hd);
+
+    /// Move a record by places towards the front or the end of its list, as far as it goes.
+    void MoveUp(QZInt64 record, QZInt64 steps);
+    void MoveDown(QZInt64 record, QZInt64 steps);
+
+private:
+    void EndList(QZInt64 left);
+
+    OBJECTS* m_objects;
+};
+
+#endif

@@ -1,0 +1,38 @@
+#ifndef QZLIB_DB_DB_NODE_CONTENT_H
+#define QZLIB_DB_DB_NODE_CONTENT_H
+
+#include <memory>
+
+#include "db/db_channel.h"
+#include "fw/fw_data.h"
+#include "fw/fw_library.h"
+#include "fw/internal/fw_hooks.h"
+
+/// What node objects share in handling content. Internal.
+
+/// The content of a field as new data.
+inline QZData* NodeContent(QZChannel* channel, QZInt64 address, QZInt64 field)
+{
+    // Most contents are small: one step instead of two.
+    QZByte bytes[256];
+    const QZInt64 size = channel->ReadContent(address, field, bytes, sizeof bytes);
+    std::unique_ptr<QZData> data(new QZData(size));
+    if (size > static_cast<QZInt64>(sizeof bytes)) channel->G_C(address, field, data->GetPointer());
+    if (size > 0 && size <= static_cast<QZInt64>(sizeof bytes)) QZMemCopy(data->GetPointer(), bytes, size);
+    return data.release();
+}
+
+/// Deletes an object of the caller's and clears the variable; a null in it is a QZLibAssert(false).
+template <typename T>
+void NodeRecycle(T** reference)
+{
+    if (*reference == nullptr)
+    {
+        QZLibAssert(0);
+        return;
+    }
+    delete *reference;
+    *reference = nullptr;
+}
+
+#endif

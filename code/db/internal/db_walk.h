@@ -1,0 +1,36 @@
+#ifndef QZLIB_DB_WALK_H
+#define QZLIB_DB_WALK_H
+
+#include "sys/sys_types.h"
+
+/// Keeps a walk along links from going round for ever in a damaged file.
+///
+/// Remembers one place and compares every further one with it; the remembered place moves on after 1, 2, 4,
+/// ... steps, so any circle is met within a few rounds, without memory. A walk that ends by itself is never
+/// cut short.
+class QZDbWalk
+{
+public:
+    /// Once Enter answered false: how many steps the circle takes. A walk of a given number of steps leaves
+    /// out its full rounds and so ends where it would have ended.
+    QZInt64 Round() const { return static_cast<QZInt64>(m_steps - (m_turn - 1) / 2); }
+
+    /// Notes the next place of the walk. False when the walk has been there.
+    bool Enter(QZInt64 address)
+    {
+        if (m_steps != 0 && address == m_mark) return false;
+        if (m_steps++ == m_turn)
+        {
+            m_mark = address;
+            m_turn = m_turn * 2 + 1;
+        }
+        return true;
+    }
+
+private:
+    QZInt64 m_mark = 0;
+    QZUInt64 m_steps = 0;
+    QZUInt64 m_turn = 0;
+};
+
+#endif

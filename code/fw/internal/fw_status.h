@@ -1,0 +1,30 @@
+#ifndef QZLIB_FW_STATUS_H
+#define QZLIB_FW_STATUS_H
+
+#include "sys/sys_types.h"
+
+class QZJsonObject;
+
+/// One figure that a factory reports: how many objects a cache holds.
+struct QZStatusFigure
+{
+    const QZWChar* Name;
+    QZInt64 Count;
+};
+
+/// How status records become JSON objects. The JSON family, which stands above the frame, installs its form,
+/// so that the factories of the frame report without knowing it.
+struct QZStatusForm
+{
+    QZJsonObject* (*Make)(const QZStatusFigure* figures, int count);
+    void (*Recycle)(QZJsonObject** status);
+};
+
+/// Stores the form; the JSON family calls this before main. True.
+bool QZStatusInstall(const QZStatusForm* form);
+
+/// A new object with a number for each figure, in their order. The caller gives it back with QZStatusRecycle.
+QZJsonObject* QZStatusMake(const QZStatusFigure* figures, int count);
+void QZStatusRecycle(QZJsonObject** status);
+
+#endif
