@@ -1,9 +1,9 @@
 /// The database engine through its channel, beside SQLite and LevelDB.
 ///
-/// A row has three small fields: a number, a text of 12 bytes, a number. Ours is an LD with three fields;
-/// SQLite's a row of a rowid table, written in one transaction with synchronous=OFF and prepared statements;
-/// LevelDB's a key of eight bytes and the three fields as its value, in write batches of 1000. All times of
-/// appending hold the handing over of the bytes to the system, none of them a flush to the disk.
+/// The rows are those of bench_rows.h. Our row is an LD with three fields. SQLite's is a row of a rowid
+/// table, written in one transaction with synchronous=OFF and prepared statements. LevelDB's is a key of
+/// eight bytes with the three fields as its value, in write batches of 1000. Times of appending include
+/// writing the bytes to the system's cache and exclude flushing them to the disk.
 
 #include <cstring>
 #include <random>
@@ -22,15 +22,10 @@
 
 namespace
 {
+using namespace qzbench;
 using Info = QZDatabaseInfo;
-using qzbench::Add;
-using qzbench::At;
-using qzbench::FilledOnce;
-using qzbench::kText;
-using qzbench::kTextSize;
-using qzbench::Sizes;
 
-/// A database of ours, closed at the end; the file goes with the program.
+/// A new database. The destructor closes it and removes its file.
 class Ours
 {
 public:
@@ -52,7 +47,7 @@ public:
     void Open() { m_channel = QZChannel::Open(QZChannel::MODE_FILE, m_path.c_str()); }
     void Close()
     {
-        if (m_channel) QZChannel::Close(&m_channel);
+        if (m_channel != nullptr) QZChannel::Close(&m_channel);
     }
 
     QZChannel* operator->() const { return m_channel; }
@@ -75,7 +70,7 @@ private:
     QZInt64 m_list = 0;
 };
 
-/// A filled database with its rows' addresses, made once for all benchmarks that only read it.
+/// A filled database with the addresses of its rows.
 struct Filled
 {
     explicit Filled(QZInt64 rows) : database(false)
@@ -139,7 +134,7 @@ void OursAppendRecord(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * records);
 }
 
-/// The three fields of a row packed by the host into the one content of a record.
+/// The host packs the three fields of a row into the one content of a record.
 void OursAppendPacked(benchmark::State& state)
 {
     const QZInt64 records = state.range(0);
@@ -152,7 +147,7 @@ void OursAppendPacked(benchmark::State& state)
         for (QZInt64 i = 0; i < records; ++i)
         {
             const double weight = qzbench::WeightOf(i);
-            // A content that begins with the byte 0x26 makes its record look like a PD, so the text goes
+            // A content that begins with the byte 0x26 makes its record look like a PD, so the text is stored
             // first.
             std::memcpy(packed, kText, kTextSize);
             std::memcpy(packed + kTextSize, &i, 8);
@@ -225,7 +220,7 @@ void OursReadAddress(benchmark::State& state)
     OnFilled(state, false, [](QZChannel* channel, QZInt64 row) { return channel->G_A(row, Info::LD_LDS); });
 }
 
-/// All rows of the list, one step after the other.
+/// Walks all rows of the list with one call per step.
 void OursWalk(benchmark::State& state)
 {
     Filled& filled = FilledOnce<Filled>(state.range(0));
@@ -241,7 +236,7 @@ void OursWalk(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-/// The same inside one operation.
+/// Walks all rows of the list inside one call.
 void OursCount(benchmark::State& state)
 {
     Filled& filled = FilledOnce<Filled>(state.range(0));
@@ -268,7 +263,7 @@ void OursOpen(benchmark::State& state)
 
 // ---- Snapshot and restore
 
-/// The mean over all snapshots in a row, the first one after a change included.
+/// The mean over all snapshots of a series. The first one follows a change, the others do not.
 void OursSnapshot(benchmark::State& state)
 {
     constexpr QZInt64 snapshots = 20000;
@@ -289,7 +284,7 @@ void OursSnapshot(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * snapshots);
 }
 
-/// One restore over range(0) changes in a database that holds range(1) rows; the time is for one change.
+/// One restore that undoes range(0) changes in a database with range(1) rows. The time is per change.
 void OursRestore(benchmark::State& state)
 {
     const QZInt64 changes = state.range(0);
@@ -358,13 +353,13 @@ void LiteOpen(benchmark::State& state)
     {
         database.Close();
         database.Open();
-        // The file is looked at when it is first used.
+        // SQLite reads the file at the first statement, not when it opens it.
         database.Run("SELECT 1 FROM t LIMIT 1");
     }
     state.SetItemsProcessed(state.iterations());
 }
 
-/// The nearest thing: a savepoint, range(0) updates of one row, and the way back.
+/// The nearest operation of SQLite: a transaction with range(0) updates of one row, rolled back.
 void LiteRestore(benchmark::State& state)
 {
     constexpr QZInt64 rounds = 3;

@@ -1,11 +1,11 @@
 /// Database tables beside SQLite.
 ///
-/// A row has three small fields: an INT64, a text of 12 characters, a DOUBLE. Ours is added with DataAdd and
-/// filled with three DataSetValue, argument tests off; SQLite's is a row of a rowid table, written in one
-/// transaction with synchronous=OFF and a prepared statement. A Select of ours makes a table in memory with
-/// an object for each value; the peer's steps through all rows and copies each value into such a place of its
-/// own. All times of appending hold the handing over of the bytes to the system, none of them a flush to the
-/// disk.
+/// The rows are those of bench_rows.h: an INT64, a text of 12 characters, a DOUBLE. Our row is added with
+/// DataAdd and filled with three calls of DataSetValue, argument tests off. SQLite's is a row of a rowid
+/// table, written in one transaction with synchronous=OFF and a prepared statement. Our Select makes a table
+/// in memory with an object for each value. The peer's steps through all rows and copies each value into an
+/// object of its own. Times of appending include writing the bytes to the system's cache and exclude flushing
+/// them to the disk.
 
 #include <memory>
 #include <vector>
@@ -23,15 +23,10 @@
 
 namespace
 {
+using namespace qzbench;
 using Info = QZDatabaseInfo;
-using qzbench::Add;
-using qzbench::At;
-using qzbench::FilledOnce;
-using qzbench::kText;
-using qzbench::kTextSize;
-using qzbench::Sizes;
 
-/// A database with one table, closed at the end; the file goes with the program.
+/// A new database with one table. The destructor closes it and removes its file.
 class Ours
 {
 public:
@@ -85,7 +80,7 @@ private:
     QZData m_weight{8};
 };
 
-/// A filled table with its rows' handles, made once for all benchmarks that only read it.
+/// A filled table with the handles of its rows.
 struct Filled
 {
     explicit Filled(QZInt64 rows) : database(false)
@@ -178,7 +173,7 @@ struct Value
 };
 using Row = std::vector<std::unique_ptr<Value>>;
 
-/// The peer of Select: all rows into a grid of values in memory.
+/// The peer of Select: copies all rows into a grid of values in memory.
 void LiteSelect(benchmark::State& state)
 {
     Lite& database = FilledOnce<Lite>(state.range(0));
@@ -205,7 +200,7 @@ void LiteSelect(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-/// The same without keeping anything: the values are looked at and the next row is taken.
+/// The same without copies: reads the values of each row and takes the next one.
 void LiteStep(benchmark::State& state)
 {
     Lite& database = FilledOnce<Lite>(state.range(0));
