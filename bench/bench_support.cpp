@@ -13,8 +13,8 @@
 
 #include "qzlib.h"
 
-// ---- Counted allocations. The program's own definitions stand before the C library's for every library in
-// the process.
+// ---- Counted allocations. The linker takes the program's own definitions instead of the C library's, for
+// every library in the process.
 
 #ifdef __GLIBC__
 namespace
@@ -23,8 +23,8 @@ std::atomic<std::uint64_t> g_allocations{0};
 
 void CountOne()
 {
-    // A figure for one thread's work; a lost update under load does no harm, and a locked one would slow
-    // everybody.
+    // The counter is read after the work of one thread. A lost update does no harm, and an atomic increment
+    // would slow down every allocation.
     g_allocations.store(g_allocations.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 }  // namespace
@@ -95,7 +95,7 @@ double Median(std::vector<double> values)
     return values.size() % 2 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }
 
-/// Keeps every repetition's figures; shows them as Google Benchmark does unless only the table is wanted.
+/// Keeps the figures of every repetition. Also prints them as Google Benchmark does, except with --table.
 class Reporter : public benchmark::ConsoleReporter
 {
 public:

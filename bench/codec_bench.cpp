@@ -1,8 +1,9 @@
-/// The staged codec beside zlib at level 1 and LZ4: bitmaps of 32 bits as instrument programs have them.
-/// Rates are in bytes of the bitmap for a second; the size row is bytes of the bitmap for one that is left.
+/// The staged codec beside zlib at level 1 and LZ4, on 32-bit bitmaps as instrument programs have them.
+/// Rates are bytes of the bitmap per second. The size row is the size of the bitmap divided by the compressed
+/// size.
 ///
-/// Three bitmaps are made here: a desktop with windows and text, a photograph, a plot of traces on a grid.
-/// Binary PPM files in the folder QZ_BENCH_IMAGES join them.
+/// Three bitmaps are generated: a desktop with windows and text, a photograph, a plot of traces on a grid.
+/// Binary PPM files in the folder QZ_BENCH_IMAGES are measured as well.
 
 #ifdef QZ_HAVE_ZLIB
 #include <zlib.h>
@@ -52,7 +53,7 @@ Bitmap Blank(const char* name, int width, int height, QZUInt32 colour)
     return {name, width, height, std::vector<QZUInt32>(static_cast<std::size_t>(width * height), colour)};
 }
 
-/// Lines of small signs, the shape of text.
+/// Lines of small symbols that look like text.
 void Write(Bitmap* bitmap, int x, int y, int signs, QZUInt32 colour, std::mt19937* random)
 {
     for (int i = 0; i < signs; ++i)
@@ -168,7 +169,7 @@ Bitmap Plot()
     return bitmap;
 }
 
-/// A binary PPM; without pixels when it is none.
+/// Reads a binary PPM file. A file of another kind gives a bitmap without pixels.
 Bitmap Load(const std::filesystem::path& path)
 {
     std::ifstream file(path, std::ios::binary);
@@ -220,7 +221,8 @@ void Finish(benchmark::State* state, std::size_t source, std::size_t coded)
     state->counters["size"] = static_cast<double>(source) / static_cast<double>(coded);
 }
 
-// ---- Ours. Both ways work in place, so the source is copied in first; that time is ours.
+// ---- Ours. Compression and decompression work in place, so the source is copied first. Our time includes
+// the copy.
 
 std::vector<unsigned char> Room(const Bitmap& bitmap)
 {
@@ -261,7 +263,7 @@ void OursDecompress(benchmark::State& state)
     Finish(&state, bitmap.Bytes(), length);
 }
 
-/// The codec refuses to take some tiled images back; their rows are left out.
+/// The codec refuses to decompress some tiled images. Their rows are left out.
 bool ComesBack(const Bitmap& bitmap, bool tiled)
 {
     std::vector<unsigned char> buffer = Room(bitmap);

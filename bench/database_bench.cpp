@@ -1,37 +1,31 @@
 /// The database engine through its channel, beside SQLite and LevelDB.
 ///
-/// A row has three small fields: a number, a text of 12 bytes, a number. Ours is an LD with three fields;
-/// SQLite's a row of a rowid table, written in one transaction with synchronous=OFF and prepared statements;
-/// LevelDB's a key of eight bytes and the three fields as its value, in write batches of 1000. All times of
-/// appending hold the handing over of the bytes to the system, none of them a flush to the disk.
+/// The rows are those of bench_rows.h. Our row is an LD with three fields. SQLite's is a row of a rowid
+/// table, written in one transaction with synchronous=OFF and prepared statements. LevelDB's is a key of
+/// eight bytes with the three fields as its value, in write batches of 1000. Times of appending include
+/// writing the bytes to the system's cache and exclude flushing them to the disk.
 
-#include <algorithm>
 #include <cstring>
-#include <map>
 #include <random>
 #include <vector>
 
+#include "bench_rows.h"
 #include "bench_support.h"
 #include "db/db_channel.h"
 #include "db/db_format.h"
 #include "fw/fw_collection.h"
-#ifdef QZ_HAVE_SQLITE
-#include <sqlite3.h>
-#endif
+#include "sqlite_peer.h"
 #ifdef QZ_HAVE_LEVELDB
 #include <leveldb/db.h>
 #include <leveldb/write_batch.h>
-
-#include <memory>
 #endif
 
 namespace
 {
+using namespace qzbench;
 using Info = QZDatabaseInfo;
-constexpr char kText[] = "twelve bytes";
-constexpr QZInt64 kTextSize = 12;
 
-/// A database of ours, closed at the end; the file goes with the program.
+/// A new database. The destructor closes it and removes its file.
 class Ours
 {
 public:
@@ -53,7 +47,7 @@ public:
     void Open() { m_channel = QZChannel::Open(QZChannel::MODE_FILE, m_path.c_str()); }
     void Close()
     {
-        if (m_channel) QZChannel::Close(&m_channel);
+        if (m_channel != nullptr) QZChannel::Close(&m_channel);
     }
 
     QZChannel* operator->() const { return m_channel; }
@@ -63,7 +57,7 @@ public:
     QZInt64 AppendRow(QZInt64 number)
     {
         const QZInt64 row = m_channel->P_D(m_list, Info::DATA_LD);
-        const double weight = static_cast<double>(number) * 0.5;
+        const double weight = qzbench::WeightOf(number);
         m_channel->P_C(row, 1, &number, 8);
         m_channel->P_C(row, 2, kText, kTextSize);
         m_channel->P_C(row, 3, &weight, 8);
@@ -76,7 +70,7 @@ private:
     QZInt64 m_list = 0;
 };
 
-/// A filled database with its rows' addresses, made once for all benchmarks that only read it.
+/// A filled database with the addresses of its rows.
 struct Filled
 {
     explicit Filled(QZInt64 rows) : database(false)
@@ -86,20 +80,12 @@ struct Filled
         for (QZInt64 i = 0; i < rows; ++i) addresses.push_back(database.AppendRow(i));
         database->COLLECT();
         order = addresses;
-        std::shuffle(order.begin(), order.end(), std::mt19937(7));
+        qzbench::Shuffle(&order);
     }
     Ours database;
     std::vector<QZInt64> addresses;
     std::vector<QZInt64> order;
 };
-
-Filled& FilledOnce(QZInt64 rows)
-{
-    static std::map<QZInt64, std::unique_ptr<Filled>> all;
-    std::unique_ptr<Filled>& one = all[rows];
-    if (!one) one = std::make_unique<Filled>(rows);
-    return *one;
-}
 
 // ---- Appending
 
@@ -148,7 +134,7 @@ void OursAppendRecord(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * records);
 }
 
-/// The three fields of a row packed by the host into the one content of a record.
+/// The host packs the three fields of a row into the one content of a record.
 void OursAppendPacked(benchmark::State& state)
 {
     const QZInt64 records = state.range(0);
@@ -160,8 +146,8 @@ void OursAppendPacked(benchmark::State& state)
         const double start = qzbench::Now();
         for (QZInt64 i = 0; i < records; ++i)
         {
-            const double weight = static_cast<double>(i) * 0.5;
-            // A content that begins with the byte 0x26 makes its record look like a PD, so the text goes
+            const double weight = qzbench::WeightOf(i);
+            // A content that begins with the byte 0x26 makes its record look like a PD, so the text is stored
             // first.
             std::memcpy(packed, kText, kTextSize);
             std::memcpy(packed + kTextSize, &i, 8);
@@ -181,7 +167,7 @@ void OursAppendPacked(benchmark::State& state)
 template <typename Operation>
 void OnFilled(benchmark::State& state, bool check, Operation operation)
 {
-    Filled& filled = FilledOnce(state.range(0));
+    Filled& filled = FilledOnce<Filled>(state.range(0));
     QZChannel* channel = filled.database.operator->();
     channel->CheckParam(check ? 1 : 0);
     std::size_t next = 0;
@@ -210,7 +196,7 @@ void OursReadFieldTested(benchmark::State& state) { OnFilled(state, true, ReadSe
 /// The content of a record whose own address the host holds.
 void OursReadContent(benchmark::State& state)
 {
-    Filled& filled = FilledOnce(state.range(0));
+    Filled& filled = FilledOnce<Filled>(state.range(0));
     QZChannel* channel = filled.database.operator->();
     channel->CheckParam(0);
     std::vector<QZInt64> fields;
@@ -234,10 +220,10 @@ void OursReadAddress(benchmark::State& state)
     OnFilled(state, false, [](QZChannel* channel, QZInt64 row) { return channel->G_A(row, Info::LD_LDS); });
 }
 
-/// All rows of the list, one step after the other.
+/// Walks all rows of the list with one call per step.
 void OursWalk(benchmark::State& state)
 {
-    Filled& filled = FilledOnce(state.range(0));
+    Filled& filled = FilledOnce<Filled>(state.range(0));
     QZChannel* channel = filled.database.operator->();
     channel->CheckParam(0);
     for (auto _ : state)
@@ -250,10 +236,10 @@ void OursWalk(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-/// The same inside one operation.
+/// Walks all rows of the list inside one call.
 void OursCount(benchmark::State& state)
 {
-    Filled& filled = FilledOnce(state.range(0));
+    Filled& filled = FilledOnce<Filled>(state.range(0));
     QZChannel* channel = filled.database.operator->();
     channel->CheckParam(0);
     for (auto _ : state)
@@ -266,7 +252,7 @@ void OursCount(benchmark::State& state)
 
 void OursOpen(benchmark::State& state)
 {
-    Filled& filled = FilledOnce(state.range(0));
+    Filled& filled = FilledOnce<Filled>(state.range(0));
     for (auto _ : state)
     {
         filled.database.Close();
@@ -277,7 +263,7 @@ void OursOpen(benchmark::State& state)
 
 // ---- Snapshot and restore
 
-/// The mean over all snapshots in a row, the first one after a change included.
+/// The mean over all snapshots of a series. The first one follows a change, the others do not.
 void OursSnapshot(benchmark::State& state)
 {
     constexpr QZInt64 snapshots = 20000;
@@ -298,7 +284,7 @@ void OursSnapshot(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * snapshots);
 }
 
-/// One restore over range(0) changes in a database that holds range(1) rows; the time is for one change.
+/// One restore that undoes range(0) changes in a database with range(1) rows. The time is per change.
 void OursRestore(benchmark::State& state)
 {
     const QZInt64 changes = state.range(0);
@@ -332,111 +318,18 @@ void OursRestore(benchmark::State& state)
 // ---- SQLite
 
 #ifdef QZ_HAVE_SQLITE
-class Lite
-{
-public:
-    Lite() : m_path(qzbench::FreshName("lite"))
-    {
-        Open();
-        Run("CREATE TABLE t(a INTEGER, b TEXT, c REAL)");
-    }
-    ~Lite()
-    {
-        Close();
-        std::remove(m_path.c_str());
-    }
-    Lite(const Lite&) = delete;
-    Lite& operator=(const Lite&) = delete;
-
-    void Open()
-    {
-        sqlite3_open(m_path.c_str(), &m_db);
-        Run("PRAGMA synchronous=OFF");
-    }
-    void Close() { sqlite3_close(m_db); }
-    void Run(const char* text) { sqlite3_exec(m_db, text, nullptr, nullptr, nullptr); }
-    sqlite3_stmt* Prepare(const char* text)
-    {
-        sqlite3_stmt* statement = nullptr;
-        sqlite3_prepare_v2(m_db, text, -1, &statement, nullptr);
-        return statement;
-    }
-    void Append(QZInt64 rows)
-    {
-        sqlite3_stmt* insert = Prepare("INSERT INTO t VALUES(?,?,?)");
-        Run("BEGIN");
-        for (QZInt64 i = 0; i < rows; ++i)
-        {
-            sqlite3_bind_int64(insert, 1, i);
-            sqlite3_bind_text(insert, 2, kText, kTextSize, SQLITE_STATIC);
-            sqlite3_bind_double(insert, 3, static_cast<double>(i) * 0.5);
-            sqlite3_step(insert);
-            sqlite3_reset(insert);
-        }
-        Run("COMMIT");
-        sqlite3_finalize(insert);
-    }
-    const std::string& Path() const { return m_path; }
-
-private:
-    std::string m_path;
-    sqlite3* m_db = nullptr;
-};
-
-Lite& LiteOnce(QZInt64 rows)
-{
-    static std::map<QZInt64, std::unique_ptr<Lite>> all;
-    std::unique_ptr<Lite>& one = all[rows];
-    if (!one)
-    {
-        one = std::make_unique<Lite>();
-        one->Append(rows);
-    }
-    return *one;
-}
-
-void LiteAppend(benchmark::State& state)
-{
-    for (auto _ : state)
-    {
-        Lite database;
-        const double start = qzbench::Now();
-        database.Append(state.range(0));
-        state.SetIterationTime(qzbench::Now() - start);
-        state.counters["bytes_per_row"] =
-            static_cast<double>(qzbench::FileSize(database.Path())) / static_cast<double>(state.range(0));
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
-}
-
 void LiteReadField(benchmark::State& state)
 {
-    Lite& database = LiteOnce(state.range(0));
-    sqlite3_stmt* select = database.Prepare("SELECT b FROM t WHERE rowid=?");
-    std::vector<QZInt64> order(static_cast<std::size_t>(state.range(0)));
-    for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<QZInt64>(i) + 1;
-    std::shuffle(order.begin(), order.end(), std::mt19937(7));
-    // One read transaction around all reads: without it every step would take and give a file lock.
-    database.Run("BEGIN");
-    std::size_t next = 0;
     char text[16];
-    for (auto _ : state)
-    {
-        sqlite3_bind_int64(select, 1, order[next]);
-        if (sqlite3_step(select) != SQLITE_ROW) state.SkipWithError("no row");
-        std::memcpy(text, sqlite3_column_text(select, 0), kTextSize);
+    LiteReadTexts(state, [&text](const unsigned char* bytes) {
+        std::memcpy(text, bytes, kTextSize);
         benchmark::DoNotOptimize(text);
-        sqlite3_reset(select);
-        if (++next == order.size()) next = 0;
-    }
-    database.Run("COMMIT");
-    sqlite3_finalize(select);
-    state.SetItemsProcessed(state.iterations());
+    });
 }
 
 void LiteWalk(benchmark::State& state)
 {
-    Lite& database = LiteOnce(state.range(0));
+    Lite& database = FilledOnce<Lite>(state.range(0));
     sqlite3_stmt* select = database.Prepare("SELECT rowid FROM t");
     for (auto _ : state)
     {
@@ -455,18 +348,18 @@ void LiteWalk(benchmark::State& state)
 
 void LiteOpen(benchmark::State& state)
 {
-    Lite& database = LiteOnce(state.range(0));
+    Lite& database = FilledOnce<Lite>(state.range(0));
     for (auto _ : state)
     {
         database.Close();
         database.Open();
-        // The file is looked at when it is first used.
+        // SQLite reads the file at the first statement, not when it opens it.
         database.Run("SELECT 1 FROM t LIMIT 1");
     }
     state.SetItemsProcessed(state.iterations());
 }
 
-/// The nearest thing: a savepoint, range(0) updates of one row, and the way back.
+/// The nearest operation of SQLite: a transaction with range(0) updates of one row, rolled back.
 void LiteRestore(benchmark::State& state)
 {
     constexpr QZInt64 rounds = 3;
@@ -503,11 +396,13 @@ void LiteRestore(benchmark::State& state)
 class Level
 {
 public:
-    Level() : m_path(qzbench::FreshName("level"))
+    /// The new database has `rows` rows.
+    explicit Level(QZInt64 rows = 0) : m_path(qzbench::FreshName("level"))
     {
         leveldb::Options options;
         options.create_if_missing = true;
         leveldb::DB::Open(options, m_path, &m_db);
+        if (rows > 0) Append(rows);
     }
     ~Level()
     {
@@ -529,7 +424,7 @@ public:
         char value[8 + kTextSize + 8];
         for (QZInt64 i = 0; i < rows; ++i)
         {
-            const double weight = static_cast<double>(i) * 0.5;
+            const double weight = qzbench::WeightOf(i);
             Key(i, key);
             std::memcpy(value, &i, 8);
             std::memcpy(value + 8, kText, kTextSize);
@@ -547,18 +442,6 @@ private:
     leveldb::DB* m_db = nullptr;
 };
 
-Level& LevelOnce(QZInt64 rows)
-{
-    static std::map<QZInt64, std::unique_ptr<Level>> all;
-    std::unique_ptr<Level>& one = all[rows];
-    if (!one)
-    {
-        one = std::make_unique<Level>();
-        one->Append(rows);
-    }
-    return *one;
-}
-
 void LevelAppend(benchmark::State& state)
 {
     for (auto _ : state)
@@ -573,7 +456,7 @@ void LevelAppend(benchmark::State& state)
 
 void LevelReadField(benchmark::State& state)
 {
-    Level& database = LevelOnce(state.range(0));
+    Level& database = FilledOnce<Level>(state.range(0));
     std::mt19937 random(7);
     std::uniform_int_distribution<QZInt64> any(0, state.range(0) - 1);
     std::string value;
@@ -590,19 +473,6 @@ void LevelReadField(benchmark::State& state)
 #endif
 
 // ---- What is run, and the rows of the table
-
-using Sizes = std::vector<QZInt64>;
-
-void Add(const char* name, void (*run)(benchmark::State&), const Sizes& sizes, int iterations = 0)
-{
-    for (const QZInt64 size : sizes)
-    {
-        auto* added = benchmark::RegisterBenchmark(name, run)->Arg(size);
-        if (iterations > 0) added->Iterations(iterations)->UseManualTime();
-    }
-}
-
-std::string At(const char* name, QZInt64 size) { return std::string(name) + "/" + std::to_string(size); }
 
 void RegisterAppend(const Sizes& sizes, QZInt64 middle)
 {

@@ -20,7 +20,7 @@ namespace
 constexpr QZInt64 kMegabyte = 1048576;
 constexpr QZInt64 kLimit = 20 * kMegabyte;
 
-/// A file of so many megabytes, made once; its pages lie in the system's cache.
+/// A file of so many megabytes. It is written once, so its pages are in the system's cache.
 const std::string& FileOf(QZInt64 megabytes)
 {
     static std::map<QZInt64, std::string> files;
@@ -48,7 +48,8 @@ struct InOrder
     QZInt64 end;
 };
 
-/// Places of a table, so that all ways of access see the same and none pays for the making.
+/// Random places from a table: every way of access gets the same ones, and none spends time on random
+/// numbers.
 struct AtRandom
 {
     explicit AtRandom(QZInt64 size) : places(1 << 14)

@@ -55,7 +55,7 @@ void NewDelete(benchmark::State& state)
     Count(state, 1, before);
 }
 
-/// A bare object without storage behind it, the cheapest that new can make.
+/// An object that owns no storage, the cheapest one that new can create.
 void NewDeleteSmall(benchmark::State& state)
 {
     for (auto _ : state)
@@ -89,8 +89,8 @@ void StdString(benchmark::State& state)
     state.SetItemsProcessed(state.iterations());
 }
 
-// ---- Bytes. One iteration builds a buffer of range(0) bytes out of pieces of 16, ours in an object that is
-// cleared and used again as one from a factory is.
+// ---- Bytes. One iteration builds a buffer of range(0) bytes from pieces of 16. Our object is cleared and
+// used again, as an object from a factory is.
 
 constexpr char kPiece[17] = "sixteen letters.";
 
@@ -144,7 +144,7 @@ void VectorAppendReused(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * pieces);
 }
 
-/// Four bytes, as heads of messages are put in front of a content of range(0) bytes, once for each content.
+/// Prepends four bytes, such as the head of a message, to a content of range(0) bytes, once for each content.
 void DataPrepend(benchmark::State& state)
 {
     QZData data(state.range(0));
@@ -199,7 +199,7 @@ void StdStringAppend(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * pieces);
 }
 
-/// A long text in which the words looked for stand at the end only; one operation is one unit gone over.
+/// A long text that has the wanted words at its end only. One operation is one unit searched.
 std::u16string Hay(QZInt64 units)
 {
     std::u16string hay;
@@ -326,7 +326,7 @@ void Pair(const std::string& name, const char* ours, Run run, const char* peer, 
     for (const QZInt64 size : sizes)
     {
         benchmark::RegisterBenchmark(ours, run)->Arg(size);
-        if (peerRun) benchmark::RegisterBenchmark(peer, peerRun)->Arg(size);
+        if (peerRun != nullptr) benchmark::RegisterBenchmark(peer, peerRun)->Arg(size);
         const std::string at = "/" + std::to_string(size);
         qzbench::Compare(name + ", " + std::to_string(size), ours + at, peer + at);
     }

@@ -1,7 +1,7 @@
 /// Graphics: fills, transfers, filters, turns, shapes, text, conversions and the compositor's frame, beside
 /// memset and memcpy as the limit, pixman where it does the same, and plain loops elsewhere.
 ///
-/// Times are for 1000 pixels, but for shapes (a point), text (a character) and frames (a frame).
+/// Times are per 1000 pixels; for shapes per point, for text per character, for frames per frame.
 
 #include <algorithm>
 #include <cmath>
@@ -50,8 +50,8 @@ enum class Alpha
     None
 };
 
-/// Pixels as a compositor likes them: colours not above alpha. Made once: it takes longer than what is
-/// measured.
+/// Premultiplied pixels, whose colours are not above their alpha. They are made once, because making them
+/// takes longer than what is measured.
 const Pixels& Noise(std::size_t count, Alpha kind = Alpha::Mixed)
 {
     static std::map<std::pair<std::size_t, Alpha>, Pixels> made;
@@ -77,7 +77,7 @@ std::unique_ptr<QZPixelBlock> BlockOf(const Picture& picture, const Pixels& pixe
     return block;
 }
 
-/// Repeats one operation on so many things of which the table tells the time.
+/// Repeats one operation that handles so many items. The table shows the time per item.
 template <typename Operation>
 void Repeat(State& state, double things, Operation operation)
 {
@@ -122,7 +122,7 @@ void Paste(State& state, const Picture& picture, Alpha alpha, unsigned char over
     Repeat(state, Thousands(picture.Count()), [&] { target->Paste(0, 0, source.get(), overwrite); });
 }
 
-/// Whole pages on both sides: for some other places the C library's copy is ten times slower.
+/// Source and target begin at page borders: at some other places the C library's copy is ten times slower.
 void MemCpy(State& state, const Picture& picture)
 {
     auto pages = [&picture] {
@@ -215,7 +215,7 @@ void PlainMosaic(State& state, const Picture& picture)
     });
 }
 
-/// Every round begins with the same noise, which costs both sides a copy.
+/// Every round starts from the same noise, so both sides copy it first.
 void Smooth(State& state, const Picture& picture)
 {
     const Pixels noise = Noise(picture.Count());
@@ -274,7 +274,7 @@ void PlainQuarter(State& state, const Picture& picture)
     });
 }
 
-/// The usual inverse mapping, sine and cosine taken once.
+/// The usual inverse mapping. Sine and cosine are computed once.
 void PlainRotate(State& state, const Picture& picture)
 {
     const Pixels pixels = Noise(picture.Count());
@@ -376,7 +376,7 @@ void AddLines(QZShape* shape, const std::vector<Ends>& lines)
     }
 }
 
-/// Lines made into points and drawn.
+/// Lines are turned into points and drawn.
 void DrawLines(State& state, const Picture& picture)
 {
     QZPixelBlock block(picture.width, picture.height);
@@ -389,7 +389,7 @@ void DrawLines(State& state, const Picture& picture)
     });
 }
 
-/// Lines that are points already.
+/// Draws lines that are points already.
 void DrawPoints(State& state, const Picture& picture)
 {
     QZPixelBlock block(picture.width, picture.height);
@@ -443,13 +443,13 @@ void Text(State& state, const Picture& picture)
     int y = 0;
     Repeat(state, static_cast<double>(std::strlen(kText)), [&] {
         layer.Draw(8, y = (y + 9) % 200, kText);
-        // What a compositor does once a frame; else the lists of changes grow.
+        // A compositor clears the lists of changes once per frame. Without this they grow.
         layer.GetUpdatedAreas()->Clear();
         layer.GetClearedAreas()->Clear();
     });
 }
 
-/// Dots of 5 by 8 out of a table, about half of them set.
+/// Characters of 5 by 8 dots from a table. About half of the dots are set.
 void PlainText(State& state, const Picture& picture)
 {
     Pixels pixels(picture.Count());
@@ -473,7 +473,7 @@ void PlainText(State& state, const Picture& picture)
 
 using Conversion = QZInt64 (*)(void* target, const void* source, QZInt64 size);
 
-/// `width` bytes a pixel of the source; the target has room for four.
+/// The source has `width` bytes per pixel. The target has room for four.
 void Convert(State& state, const Picture& picture, Conversion conversion, int width)
 {
     const Pixels source = Noise(picture.Count());
@@ -579,8 +579,8 @@ QZInt64 PlainFromGray(void* target, const void* source, QZInt64 size)
 
 // ---- The compositor
 
-/// A stack of three layers, each of them drawn all over; `part` is the side of the changed rectangle by that
-/// of the picture.
+/// A stack of three layers, each drawn completely. `part` is the side of the changed rectangle divided by the
+/// side of the picture.
 void Frame(State& state, const Picture& picture, int part)
 {
     QZGraphicsCollection stack(picture.width, picture.height);

@@ -1,6 +1,5 @@
-/// JSON read and written beside nlohmann/json and RapidJSON: documents of 1, 10 and 100 KiB, as a status
-/// record has them. Each reads from, and writes to, the text form that it keeps itself: UTF-16 here, UTF-8
-/// there.
+/// JSON read and written beside nlohmann/json and RapidJSON: status records of 1, 10 and 100 KiB. Each
+/// library reads and writes its own text form: UTF-16 for ours, UTF-8 for the peers.
 
 #include <string>
 

@@ -1,6 +1,6 @@
-/// One exchange with a device: a byte out, the answer in. On a pseudo-terminal beside the bare system calls,
-/// and on a line in memory, where all the time is the library's. Times are wall-clock times here: most of one
-/// is waiting.
+/// One exchange with a device: a byte is sent, the response is received. It runs on a pseudo-terminal beside
+/// the bare system calls, and on a line in memory, where the library spends all the time. Times are
+/// wall-clock times, because most of an exchange is waiting.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -18,7 +18,7 @@
 
 namespace
 {
-/// A pseudo-terminal whose far end answers every byte with 0.
+/// A pseudo-terminal whose far end replies to every byte with 0.
 class Terminal
 {
 public:
@@ -64,7 +64,7 @@ private:
     std::thread m_server;
 };
 
-/// Answers every byte with 0, at once and without the system.
+/// Replies to every byte with 0, at once and without a system call.
 class MemoryLine : public os::Line
 {
 public:
@@ -129,7 +129,7 @@ void InMemory(benchmark::State& state)
     Exchanges(state, &device);
 }
 
-/// What an exchange is made of: drop the input, write, wait, read.
+/// The system calls of an exchange: discard the input, write, wait, read.
 void BareCalls(benchmark::State& state)
 {
     const Terminal terminal;

@@ -1,6 +1,6 @@
-/// What a sync costs that must survive a crash: pages of 4 KB changed at random in a file of 16 MB, then made
-/// lasting. Whole syncs beside plain ones, and beside a transaction of SQLite with a write-ahead log and
-/// synchronous=FULL. Wall-clock time: what is measured is waiting for the disk.
+/// The cost of a sync that survives a crash: random pages of 4 KB are changed in a file of 16 MB and flushed
+/// to the disk. Whole syncs beside plain ones, and beside a transaction of SQLite with a write-ahead log and
+/// synchronous=FULL. Times are wall-clock times, because most of a sync is waiting for the disk.
 
 #include <chrono>
 #include <cstdio>
@@ -59,7 +59,7 @@ void Synced(benchmark::State& state, bool whole)
 }
 
 #ifdef QZ_HAVE_SQLITE
-/// A row for each page, so that as many of its pages change.
+/// One row per page, so that as many pages of the file change.
 void Transaction(benchmark::State& state)
 {
     const std::string name = qzbench::FreshName("wal");

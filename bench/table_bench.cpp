@@ -1,19 +1,16 @@
 /// Database tables beside SQLite.
 ///
-/// A row has three small fields: an INT64, a text of 12 characters, a DOUBLE. Ours is added with DataAdd and
-/// filled with three DataSetValue, argument tests off; SQLite's is a row of a rowid table, written in one
-/// transaction with synchronous=OFF and a prepared statement. A Select of ours makes a table in memory with
-/// an object for each value; the peer's steps through all rows and copies each value into such a place of its
-/// own. All times of appending hold the handing over of the bytes to the system, none of them a flush to the
-/// disk.
+/// The rows are those of bench_rows.h: an INT64, a text of 12 characters, a DOUBLE. Our row is added with
+/// DataAdd and filled with three calls of DataSetValue, argument tests off. SQLite's is a row of a rowid
+/// table, written in one transaction with synchronous=OFF and a prepared statement. Our Select makes a table
+/// in memory with an object for each value. The peer's steps through all rows and copies each value into an
+/// object of its own. Times of appending include writing the bytes to the system's cache and exclude flushing
+/// them to the disk.
 
-#include <algorithm>
-#include <cstring>
-#include <map>
 #include <memory>
-#include <random>
 #include <vector>
 
+#include "bench_rows.h"
 #include "bench_support.h"
 #include "db/db_channel.h"
 #include "db/db_format.h"
@@ -22,17 +19,14 @@
 #include "fw/fw_data_type.h"
 #include "fw/fw_string.h"
 #include "fw/fw_table.h"
-#ifdef QZ_HAVE_SQLITE
-#include <sqlite3.h>
-#endif
+#include "sqlite_peer.h"
 
 namespace
 {
+using namespace qzbench;
 using Info = QZDatabaseInfo;
-constexpr char kText[] = "twelve bytes";
-constexpr int kTextSize = 12;
 
-/// A database with one table, closed at the end; the file goes with the program.
+/// A new database with one table. The destructor closes it and removes its file.
 class Ours
 {
 public:
@@ -59,7 +53,7 @@ public:
     QZInt64 Append(QZInt64 number)
     {
         m_number.SetValueInt64(0, number);
-        m_weight.SetValueDouble(0, static_cast<double>(number) * 0.5);
+        m_weight.SetValueDouble(0, qzbench::WeightOf(number));
         const QZInt64 row = m_table->DataAdd();
         m_table->DataSetValue(row, 1, &m_number);
         m_table->DataSetValue(row, 2, &m_text);
@@ -86,26 +80,18 @@ private:
     QZData m_weight{8};
 };
 
-/// A filled table with its rows' handles, made once for all benchmarks that only read it.
+/// A filled table with the handles of its rows.
 struct Filled
 {
     explicit Filled(QZInt64 rows) : database(false)
     {
         for (QZInt64 i = 0; i < rows; ++i) order.push_back(database.Append(i));
         database.Channel()->COLLECT();
-        std::shuffle(order.begin(), order.end(), std::mt19937(7));
+        qzbench::Shuffle(&order);
     }
     Ours database;
     std::vector<QZInt64> order;
 };
-
-Filled& FilledOnce(QZInt64 rows)
-{
-    static std::map<QZInt64, std::unique_ptr<Filled>> all;
-    std::unique_ptr<Filled>& one = all[rows];
-    if (!one) one = std::make_unique<Filled>(rows);
-    return *one;
-}
 
 void AppendRows(benchmark::State& state, bool rollback)
 {
@@ -144,7 +130,7 @@ void OursAddEmpty(benchmark::State& state)
 
 void OursGetValue(benchmark::State& state)
 {
-    Filled& filled = FilledOnce(state.range(0));
+    Filled& filled = FilledOnce<Filled>(state.range(0));
     std::size_t next = 0;
     for (auto _ : state)
     {
@@ -158,7 +144,7 @@ void OursGetValue(benchmark::State& state)
 
 void OursSelect(benchmark::State& state)
 {
-    Filled& filled = FilledOnce(state.range(0));
+    Filled& filled = FilledOnce<Filled>(state.range(0));
     for (auto _ : state)
     {
         QZDataTable* rows = filled.database.Table()->Select();
@@ -171,99 +157,12 @@ void OursSelect(benchmark::State& state)
 // ---- SQLite
 
 #ifdef QZ_HAVE_SQLITE
-class Lite
-{
-public:
-    Lite() : m_path(qzbench::FreshName("lite"))
-    {
-        sqlite3_open(m_path.c_str(), &m_db);
-        Run("PRAGMA synchronous=OFF");
-        Run("CREATE TABLE t(a INTEGER, b TEXT, c REAL)");
-    }
-    ~Lite()
-    {
-        sqlite3_close(m_db);
-        std::remove(m_path.c_str());
-    }
-    Lite(const Lite&) = delete;
-    Lite& operator=(const Lite&) = delete;
-
-    void Run(const char* text) { sqlite3_exec(m_db, text, nullptr, nullptr, nullptr); }
-    sqlite3_stmt* Prepare(const char* text)
-    {
-        sqlite3_stmt* statement = nullptr;
-        sqlite3_prepare_v2(m_db, text, -1, &statement, nullptr);
-        return statement;
-    }
-    void Append(QZInt64 rows)
-    {
-        sqlite3_stmt* insert = Prepare("INSERT INTO t VALUES(?,?,?)");
-        Run("BEGIN");
-        for (QZInt64 i = 0; i < rows; ++i)
-        {
-            sqlite3_bind_int64(insert, 1, i);
-            sqlite3_bind_text(insert, 2, kText, kTextSize, SQLITE_STATIC);
-            sqlite3_bind_double(insert, 3, static_cast<double>(i) * 0.5);
-            sqlite3_step(insert);
-            sqlite3_reset(insert);
-        }
-        Run("COMMIT");
-        sqlite3_finalize(insert);
-    }
-    const std::string& Path() const { return m_path; }
-
-private:
-    std::string m_path;
-    sqlite3* m_db = nullptr;
-};
-
-Lite& LiteOnce(QZInt64 rows)
-{
-    static std::map<QZInt64, std::unique_ptr<Lite>> all;
-    std::unique_ptr<Lite>& one = all[rows];
-    if (!one)
-    {
-        one = std::make_unique<Lite>();
-        one->Append(rows);
-    }
-    return *one;
-}
-
-void LiteAdd(benchmark::State& state)
-{
-    for (auto _ : state)
-    {
-        Lite database;
-        const double start = qzbench::Now();
-        database.Append(state.range(0));
-        state.SetIterationTime(qzbench::Now() - start);
-        state.counters["bytes_per_row"] =
-            static_cast<double>(qzbench::FileSize(database.Path())) / static_cast<double>(state.range(0));
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
-}
-
 void LiteGetValue(benchmark::State& state)
 {
-    Lite& database = LiteOnce(state.range(0));
-    sqlite3_stmt* select = database.Prepare("SELECT b FROM t WHERE rowid=?");
-    std::vector<QZInt64> order(static_cast<std::size_t>(state.range(0)));
-    for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<QZInt64>(i) + 1;
-    std::shuffle(order.begin(), order.end(), std::mt19937(7));
-    database.Run("BEGIN");
-    std::size_t next = 0;
-    for (auto _ : state)
-    {
-        sqlite3_bind_int64(select, 1, order[next]);
-        if (sqlite3_step(select) != SQLITE_ROW) state.SkipWithError("no row");
-        const std::string text(reinterpret_cast<const char*>(sqlite3_column_text(select, 0)), kTextSize);
+    LiteReadTexts(state, [](const unsigned char* bytes) {
+        const std::string text(reinterpret_cast<const char*>(bytes), kTextSize);
         benchmark::DoNotOptimize(text.data());
-        sqlite3_reset(select);
-        if (++next == order.size()) next = 0;
-    }
-    database.Run("COMMIT");
-    sqlite3_finalize(select);
-    state.SetItemsProcessed(state.iterations());
+    });
 }
 
 /// A value of any type, as an object of its own.
@@ -274,10 +173,10 @@ struct Value
 };
 using Row = std::vector<std::unique_ptr<Value>>;
 
-/// The peer of Select: all rows into a grid of values in memory.
+/// The peer of Select: copies all rows into a grid of values in memory.
 void LiteSelect(benchmark::State& state)
 {
-    Lite& database = LiteOnce(state.range(0));
+    Lite& database = FilledOnce<Lite>(state.range(0));
     sqlite3_stmt* select = database.Prepare("SELECT a, b, c FROM t");
     for (auto _ : state)
     {
@@ -301,10 +200,10 @@ void LiteSelect(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-/// The same without keeping anything: the values are looked at and the next row is taken.
+/// The same without copies: reads the values of each row and takes the next one.
 void LiteStep(benchmark::State& state)
 {
-    Lite& database = LiteOnce(state.range(0));
+    Lite& database = FilledOnce<Lite>(state.range(0));
     sqlite3_stmt* select = database.Prepare("SELECT a, b, c FROM t");
     for (auto _ : state)
     {
@@ -323,19 +222,6 @@ void LiteStep(benchmark::State& state)
 
 // ---- What is run, and the rows of the table
 
-using Sizes = std::vector<QZInt64>;
-
-void Add(const char* name, void (*run)(benchmark::State&), const Sizes& sizes, bool once)
-{
-    for (const QZInt64 size : sizes)
-    {
-        auto* added = benchmark::RegisterBenchmark(name, run)->Arg(size);
-        if (once) added->Iterations(1)->UseManualTime();
-    }
-}
-
-std::string At(const char* name, QZInt64 size) { return std::string(name) + "/" + std::to_string(size); }
-
 void CompareAll(const std::string& what, const char* ours, const char* peer, const Sizes& sizes, double goal)
 {
     for (const QZInt64 size : sizes)
@@ -348,16 +234,16 @@ int main(int argc, char** argv)
 {
     const Sizes sizes{1000, 10000, 100000};
     const Sizes middle{10000};
-    Add("OursAdd", OursAdd, sizes, true);
-    Add("OursAddEmpty", OursAddEmpty, middle, true);
-    Add("OursAddLogged", OursAddLogged, middle, true);
-    Add("OursGetValue", OursGetValue, sizes, false);
-    Add("OursSelect", OursSelect, sizes, false);
+    Add("OursAdd", OursAdd, sizes, 1);
+    Add("OursAddEmpty", OursAddEmpty, middle, 1);
+    Add("OursAddLogged", OursAddLogged, middle, 1);
+    Add("OursGetValue", OursGetValue, sizes);
+    Add("OursSelect", OursSelect, sizes);
 #ifdef QZ_HAVE_SQLITE
-    Add("LiteAdd", LiteAdd, sizes, true);
-    Add("LiteGetValue", LiteGetValue, sizes, false);
-    Add("LiteSelect", LiteSelect, sizes, false);
-    Add("LiteStep", LiteStep, sizes, false);
+    Add("LiteAdd", LiteAppend, sizes, 1);
+    Add("LiteGetValue", LiteGetValue, sizes);
+    Add("LiteSelect", LiteSelect, sizes);
+    Add("LiteStep", LiteStep, sizes);
 #endif
     CompareAll("add a row and set 3 values", "OursAdd", "LiteAdd", sizes, 0.5);
     CompareAll("add a row of empty values", "OursAddEmpty", "LiteAdd", middle, 0);

@@ -34,7 +34,7 @@ std::string KeyText(QZInt64 number)
     return text;
 }
 
-/// The keys in an order that no cache likes.
+/// The keys in random order, so that caches do not help.
 std::vector<QZInt64> Order(QZInt64 count)
 {
     std::vector<QZInt64> order(static_cast<std::size_t>(count));
@@ -66,7 +66,7 @@ void KeyedLookup(benchmark::State& state)
         if (++next == order.size()) next = 0;
     }
     state.SetItemsProcessed(state.iterations());
-    // The collection unlocks the values, so it goes first.
+    // The collection unlocks the values, so it is deleted before them.
     collection.Clear();
 }
 

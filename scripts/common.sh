@@ -9,6 +9,7 @@ jobs=$(nproc)
 PACKAGES_BUILD="cmake ninja-build g++ ccache pkg-config libgtest-dev libbenchmark-dev libsqlite3-dev libleveldb-dev libicu-dev libssl-dev nlohmann-json3-dev rapidjson-dev zlib1g-dev liblz4-dev libpixman-1-dev"
 PACKAGES_CLANG="clang-14 libclang-rt-14-dev llvm-14"
 PACKAGES_WINDOWS="g++-mingw-w64-x86-64-posix wine64 googletest"
+PACKAGES_ARM64="g++-aarch64-linux-gnu qemu-user googletest"
 # Programs that tests/peers talks to, which leaves out what is missing.
 PACKAGES_PEERS="python3 curl chromium haproxy"
 # Programs that scripts/bench-http measures beside.

@@ -2,7 +2,7 @@
 //
 //     http_bench_client ours|peer PORT THREADS SECONDS
 //
-// Prints requests in a second and the 99th percentile of their time in microseconds.
+// Prints the requests per second and the 99th percentile of their times in microseconds.
 
 #include <qzlib.h>
 
@@ -24,7 +24,7 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-/// The pool, in which every thread finds a client.
+/// The pool that every thread takes a client from.
 QZHttpClientPool* g_pool = nullptr;
 
 QZHttpRequest* MakeRequest(int port)
@@ -56,7 +56,7 @@ bool AskPool(QZHttpRequest* request)
     }
 }
 
-/// Asks until the time is over; the time of each request, none at a failure.
+/// Sends requests until the time is over. Returns the time of each request, or nothing after a failure.
 std::vector<double> Measure(Clock::time_point end, const std::function<bool()>& ask)
 {
     std::vector<double> times;

@@ -2,8 +2,8 @@
 //
 //     http_bench_host FILE PAUSE [in-place]
 //
-// GET /small is a small page, GET /file the file, GET /counts what is in use inside, as JSON. Tells its port
-// and ends when its input does.
+// GET /small returns a small page, GET /file the file, GET /counts the numbers of objects in use as JSON. The
+// program prints its port and ends when its input ends.
 
 #include <qzlib.h>
 

@@ -2,7 +2,7 @@
 //
 //     http_bench_peer FILE THREADS
 //
-// A connection holds a thread for as long as it lives there, so THREADS is the number of connections to come.
+// cpp-httplib keeps a thread for each open connection, so THREADS is the number of expected connections.
 
 #include <httplib.h>
 

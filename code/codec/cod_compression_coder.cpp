@@ -8,6 +8,7 @@
 #include "codec/cod_math.h"
 #include "codec/internal/cod_compression_format.h"
 #include "codec/internal/cod_compression_group.h"
+#include "codec/internal/cod_compression_lane.h"
 #include "codec/internal/cod_compression_sound.h"
 #include "fw/internal/fw_hooks.h"
 
@@ -105,15 +106,11 @@ QZInt64 DecodeBlock(const StreamBytes& stream, QZByte tag, QZInt64 position, Out
 }
 
 /// Takes the base off the first bytes; those behind them stay.
-void Subtract(QZByte* bytes, QZUInt32 count, QZByte base)
+void TakeOff(QZByte* bytes, QZUInt32 count, QZByte base)
 {
-    const __m128i bases = _mm_set1_epi8(static_cast<char>(base));
+    const Lane bases = Spread(base);
     QZUInt32 i = 0;
-    for (; i + 16 <= count; i += 16)
-    {
-        __m128i* lane = reinterpret_cast<__m128i*>(bytes + i);
-        _mm_storeu_si128(lane, _mm_sub_epi8(_mm_loadu_si128(lane), bases));
-    }
+    for (; i + LaneSize <= count; i += LaneSize) StoreLane(bytes + i, Subtract(LoadLane(bytes + i), bases));
     for (; i < count; ++i) bytes[i] = static_cast<QZByte>(bytes[i] - base);
 }
 
@@ -160,7 +157,7 @@ void QZCompression::WriteDifferences(QZByte tag, QZByte base, QZUInt32 first, QZ
 {
     QZMemCopy(m_scratch, m_source + first, count);
     m_scratch[count] = 0;
-    Subtract(m_scratch, count, base);
+    TakeOff(m_scratch, count, base);
 
     // Pairs and bits are packed as the sum of all differences but the last, and a last group is filled up
     // with what an earlier block left behind the 0: this is the settled form of the stream, and images in use

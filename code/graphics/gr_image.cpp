@@ -1,11 +1,10 @@
 #include "graphics/gr_image.h"
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <cstddef>
 
 #include "graphics/gr_pixels.h"
+#include "sys/internal/sys_processor.h"
 #include "sys/sys_bytes.h"
 
 namespace
@@ -131,6 +130,8 @@ void ConvertGroup(Byte* to, const Byte* from)
     QZStore<QZUInt32>(to + 4, PixelOf(from[2], from[1], from[3]));
 }
 
+#if QZ_SSE2
+
 /// Factors for _mm_madd_epi16 on pairs of 16-bit words.
 __m128i Factors(int first, int second)
 {
@@ -177,6 +178,15 @@ void ConvertFourGroups(Byte* to, const Byte* from)
     _mm_storeu_si128(target, _mm_unpacklo_epi16(blueGreen, redAlpha));
     _mm_storeu_si128(target + 1, _mm_unpackhi_epi16(blueGreen, redAlpha));
 }
+
+#else
+
+void ConvertFourGroups(Byte* to, const Byte* from)
+{
+    for (int i = 0; i < 4; ++i) ConvertGroup(to + i * 8, from + i * 4);
+}
+
+#endif
 
 }  // namespace
 

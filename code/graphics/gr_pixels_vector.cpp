@@ -1,8 +1,11 @@
 #include "graphics/internal/gr_pixels_vector.h"
 
-#include <immintrin.h>
-
 #include <algorithm>
+
+#include "sys/internal/sys_processor.h"
+#if QZ_SSE2
+#include <immintrin.h>
+#endif
 
 namespace pixels
 {
@@ -20,6 +23,8 @@ void BlendPlain(QZUInt32* target, const QZUInt32* source, QZInt64 count)
 {
     for (QZInt64 i = count - 1; i >= 0; --i) target[i] = Blend(target[i], source[i]);
 }
+
+#if QZ_SSE2
 
 // A colour becomes d * 256 + a * (s - d), shifted right by 8, and the target's alpha A becomes
 // a + ((255 - a) * A >> 8), which is A * 255 + a * (256 - A), shifted right by 8. So one formula serves all
@@ -184,13 +189,35 @@ void ColorLong(QZUInt32* first, QZInt64 count, QZUInt32 color)
     __asm__ volatile("rep stosq" : "+D"(first), "+c"(words) : "a"(two) : "memory");
 }
 
+#else
+
+// Without these instructions BestForm is the plain one, and nothing below runs for another.
+
+void BlendSse2(QZUInt32* target, const QZUInt32* source, QZInt64 count) { BlendPlain(target, source, count); }
+void BlendAvx2(QZUInt32* target, const QZUInt32* source, QZInt64 count) { BlendPlain(target, source, count); }
+void CopyAvx2(QZUInt32* target, const QZUInt32* source, QZInt64 count, bool)
+{
+    std::copy_n(source, count, target);
+}
+void ColorSse2(QZUInt32* first, QZInt64 count, QZUInt32 color) { std::fill_n(first, count, color); }
+void ColorAvx2(QZUInt32* first, QZInt64 count, QZUInt32 color) { std::fill_n(first, count, color); }
+void ColorLong(QZUInt32* first, QZInt64 count, QZUInt32 color) { std::fill_n(first, count, color); }
+
+#endif
+
 }  // namespace
 
-bool HasForm(Form form) { return form != Form::Avx2 || __builtin_cpu_supports("avx2"); }
+bool HasForm(Form form)
+{
+    if (form == Form::Avx2) return processor::HasAvx2();
+    return form == Form::Plain || QZ_SSE2 != 0;
+}
 
 Form BestForm()
 {
-    static const Form best = HasForm(Form::Avx2) ? Form::Avx2 : Form::Sse2;
+    static const Form best = HasForm(Form::Avx2)   ? Form::Avx2
+                             : HasForm(Form::Sse2) ? Form::Sse2
+                                                   : Form::Plain;
     return best;
 }
 

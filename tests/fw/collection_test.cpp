@@ -437,7 +437,11 @@ TEST(Collection, KeyedSortByItselfChangesEverythingTwice)
 #if GTEST_HAS_DEATH_TEST
 TEST(CollectionDeathTest, KeyedSortFromTheTopAssertsThatThereIsAPayload)
 {
+#ifdef QZ_TEST_EMULATED
+    ::testing::FLAGS_gtest_death_test_style = "fast";
+#else
     ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+#endif
     QZCollection keys;
     Fill(keys, {3, 1});
     EXPECT_DEATH(keys.MaxToMin(static_cast<QZCollection*>(nullptr)),

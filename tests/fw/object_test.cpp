@@ -96,9 +96,19 @@ TEST(Object, ACopyHasTheIdAndTheLockOfItsSource)
 template <typename Method>
 std::ptrdiff_t Place(Method method)
 {
-    std::ptrdiff_t word;
-    std::memcpy(&word, &method, sizeof word);
-    return word % 2 != 0 ? word / 8 : -1;
+    struct
+    {
+        std::ptrdiff_t word;
+        std::ptrdiff_t adjustment;
+    } parts;
+    static_assert(sizeof parts == sizeof method);
+    std::memcpy(&parts, &method, sizeof parts);
+#ifdef __aarch64__
+    // The mark of a virtual operation is in the adjustment, because an address of code may be odd.
+    return parts.adjustment % 2 != 0 ? parts.word / 8 : -1;
+#else
+    return parts.word % 2 != 0 ? parts.word / 8 : -1;
+#endif
 }
 
 TEST(Object, VirtualOperationsStandInTheirOrder)

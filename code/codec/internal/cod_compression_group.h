@@ -3,12 +3,11 @@
 
 /// How the coder takes bytes together. Internal.
 
-#include <emmintrin.h>
-
 #include <algorithm>
 #include <bit>
 
 #include "codec/internal/cod_compression_format.h"
+#include "codec/internal/cod_compression_lane.h"
 
 namespace compression
 {
@@ -50,29 +49,19 @@ struct Group
     }
 
 private:
-    static constexpr QZUInt32 Lane = 16;
-    static constexpr int AllOfLane = 0xFFFF;
+    static constexpr QZUInt32 Step = LaneSize;
 
     int Range() const { return maximum - minimum; }
-
-    static __m128i LoadLane(const QZByte* bytes)
-    {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
-    }
-    static __m128i Spread(int byte) { return _mm_set1_epi8(static_cast<char>(byte)); }
 
     /// The first bytes that are `a` or `b`, from `from` on.
     static QZUInt32 CountOf(const QZByte* bytes, QZUInt32 from, QZUInt32 limit, int a, int b)
     {
-        const __m128i first = Spread(a);
-        const __m128i second = Spread(b);
-        for (; from + Lane <= limit; from += Lane)
+        const Lane first = Spread(a);
+        const Lane second = Spread(b);
+        for (; from + Step <= limit; from += Step)
         {
-            const __m128i lane = LoadLane(bytes + from);
-            const int same =
-                _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(lane, first), _mm_cmpeq_epi8(lane, second)));
-            if (same != AllOfLane)
-                return from + static_cast<QZUInt32>(std::countr_one(static_cast<unsigned>(same)));
+            const QZUInt32 same = MaskOfEither(LoadLane(bytes + from), first, second);
+            if (same != WholeMask) return from + static_cast<QZUInt32>(std::countr_one(same));
         }
         while (from < limit && (bytes[from] == a || bytes[from] == b)) ++from;
         return from;
@@ -107,26 +96,17 @@ private:
 
     QZUInt32 CountWithin(const QZByte* bytes, QZUInt32 n, QZUInt32 limit, int distance)
     {
-        for (; n + Lane <= limit; n += Lane)
+        for (; n + Step <= limit; n += Step)
         {
-            const __m128i lane = LoadLane(bytes + n);
+            const Lane lane = LoadLane(bytes + n);
             const int low = std::min(minimum, Least(lane));
-            const int high = std::max(maximum, 255 - Least(_mm_xor_si128(lane, Spread(255))));
+            const int high = std::max(maximum, Most(lane));
             if (high - low > distance) break;
             minimum = low;
             maximum = high;
         }
         while (n < limit && Join(bytes[n], distance)) ++n;
         return n;
-    }
-
-    static int Least(__m128i lane)
-    {
-        lane = _mm_min_epu8(lane, _mm_srli_si128(lane, 8));
-        lane = _mm_min_epu8(lane, _mm_srli_si128(lane, 4));
-        lane = _mm_min_epu8(lane, _mm_srli_si128(lane, 2));
-        lane = _mm_min_epu8(lane, _mm_srli_si128(lane, 1));
-        return _mm_cvtsi128_si32(lane) & 0xFF;
     }
 };
 
