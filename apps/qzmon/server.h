@@ -78,11 +78,6 @@ private:
     QZUInt64 m_start;
 };
 
-/// The parts of the page.
-extern const char* const kPageHtml;
-extern const char* const kPageCss;
-extern const char* const kPageJs;
-
 }  // namespace qzmon
 
 #endif

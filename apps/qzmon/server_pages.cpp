@@ -5,6 +5,7 @@
 #include "pictures.h"
 #include "platform.h"
 #include "server.h"
+#include "web_files.h"
 
 namespace qzmon
 {
@@ -84,7 +85,7 @@ Server::Answer Server::Page(const Fields&)
 {
     Answer answer;
     answer.type = "text/html; charset=utf-8";
-    answer.body = kPageHtml;
+    answer.body = kMonitorHtml;
     return answer;
 }
 
@@ -92,7 +93,7 @@ Server::Answer Server::Style(const Fields&)
 {
     Answer answer;
     answer.type = "text/css; charset=utf-8";
-    answer.body = kPageCss;
+    answer.body = kMonitorCss;
     return answer;
 }
 
@@ -100,7 +101,7 @@ Server::Answer Server::Script(const Fields&)
 {
     Answer answer;
     answer.type = "text/javascript; charset=utf-8";
-    answer.body = kPageJs;
+    answer.body = kMonitorJs;
     return answer;
 }
 
