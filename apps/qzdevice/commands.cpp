@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "controller_protocol.h"
 #include "text.h"
 #include "tool.h"
 
@@ -180,13 +181,15 @@ int CallCommand(const Arguments& arguments, const Options& options, const Consol
     const short function = static_cast<short>(ParseInteger(arguments[1], INT16_MIN, UINT16_MAX, "function"));
     std::string bytes;
     for (std::size_t i = 2; i < arguments.size(); ++i) bytes += ArgumentBytes(arguments[i]);
-    if (bytes.size() > 14) throw Failure{ExitUsage, "call: a function takes at most 14 bytes"};
+    if (bytes.size() > protocol::kArgumentsSize)
+        throw Failure{ExitUsage, "call: a function takes at most 14 bytes"};
     Device device(arguments[0], options);
     QZSerialDeviceBuffer result{};
     device->FunExec(function, bytes.data(), static_cast<QZInt64>(bytes.size()), &result);
     const char* first = reinterpret_cast<const char*>(result.Bytes);
-    std::fprintf(console.out, "bytes  %s\ni16    %d\ni32    %d\nfloat  %.9g\n", HexText({first, 16}).c_str(),
-                 result.Int16, result.Int32, static_cast<double>(result.Float));
+    std::fprintf(console.out, "bytes  %s\ni16    %d\ni32    %d\nfloat  %.9g\n",
+                 HexText({first, protocol::kBufferSize}).c_str(), result.Int16, result.Int32,
+                 static_cast<double>(result.Float));
     return ExitGood;
 }
 

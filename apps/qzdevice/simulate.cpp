@@ -15,6 +15,9 @@ namespace qzdevice
 namespace
 {
 
+/// What the fault "flip" does to an answer.
+constexpr unsigned char kEveryBit = 0xFF;
+
 /// A port of this machine with a host on its other end.
 class Port : public Line
 {
@@ -85,7 +88,7 @@ Fault ParseFault(const std::string& text)
     }
     std::string byte;
     if (where == "data")
-        fault.command = Controller::DataByte;
+        fault.command = Controller::kDataByte;
     else if (ParseHex(where, &byte) && byte.size() == 1)
         fault.command = static_cast<unsigned char>(byte[0]);
     else
@@ -96,7 +99,7 @@ Fault ParseFault(const std::string& text)
     else if (what == "flip")
     {
         fault.kind = Fault::Kind::Flip;
-        fault.value = 0xFF;
+        fault.value = kEveryBit;
     }
     else if (ParseHex(what, &byte) && byte.size() == 1)
         fault.value = static_cast<unsigned char>(byte[0]);
@@ -107,7 +110,7 @@ Fault ParseFault(const std::string& text)
 
 std::string ShortText(const std::string& option, const std::string& text)
 {
-    if (text.size() > 16) throw Failure{ExitUsage, option + ": at most 16 characters"};
+    if (text.size() > protocol::kBufferSize) throw Failure{ExitUsage, option + ": at most 16 characters"};
     return text;
 }
 
@@ -128,7 +131,7 @@ void TakeOption(const std::string& option, const std::string& value, Simulation*
         controller.blockSize = static_cast<int>(ParseInteger(value, INT32_MIN, INT32_MAX, "--block"));
     else if (option == "--memory")
         controller.memory.assign(static_cast<std::size_t>(ParseInteger(value, 0, 1 << 28, "--memory")),
-                                 '\xFF');
+                                 protocol::kErased);
     else if (option == "--for")
         simulation->seconds = static_cast<double>(ParseFloat(value, "--for"));
     else if (option == "--fault")

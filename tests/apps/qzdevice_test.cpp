@@ -220,7 +220,7 @@ TEST(Qzdevice, MemoryGoesToAndFromFiles)
     ExpectFailure(bench.Run({"write", "0", bench.tool.Path("missing")}), 3, "");
     ExpectFailure(bench.Run({"read", "65000", "1000", bench.tool.Path("never")}), 1, "Param out of range");
     EXPECT_FALSE(bench.tool.Dir().Exists("never"));
-    bench.controller.Inject({Controller::DataByte, 10, Fault::Kind::Status, 0xF4, false});
+    bench.controller.Inject({Controller::kDataByte, 10, Fault::Kind::Status, 0xF4, false});
     ExpectFailure(bench.Run({"write", "0", bench.tool.Path("in"), "--no-verify"}), 1,
                   "FailedFromOperationEEPROM");
 }

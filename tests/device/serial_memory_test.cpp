@@ -147,7 +147,7 @@ TEST(SerialMemory, ABlockChecksumThatDiffersIsAFailureAndNothingIsCommitted)
 {
     Bench bench;
     bench.Connect();
-    bench.Inject(Controller::DataByte, Kind::Flip, 0, 1);
+    bench.Inject(Controller::kDataByte, Kind::Flip, 0, 1);
     bench.Inject(0x40, Kind::Flip, 1, 2);  // 1: the block size, 2: the block's checksum
     bench.device.Checksum(0);
     const qztest::Thrown thrown = QZ_TEST_CATCH(bench.device.WriteMemory(0, "abc", 3, 1));
@@ -172,8 +172,8 @@ TEST(SerialMemory, ARefusedDataByteSurfacesWhenAllBlocksAreThrough)
     Bench bench;
     bench.controller.blockSize = 2;
     bench.Connect();
-    bench.Inject(Controller::DataByte, Kind::Status, 0xF4, 1);
-    bench.Inject(Controller::DataByte, Kind::Status, 0xF3, 2);
+    bench.Inject(Controller::kDataByte, Kind::Status, 0xF4, 1);
+    bench.Inject(Controller::kDataByte, Kind::Status, 0xF3, 2);
     const qztest::Thrown thrown = QZ_TEST_CATCH(bench.device.WriteMemory(0, "abcd", 4, 0));
     EXPECT_EQ(thrown.code, 244);
     EXPECT_EQ(thrown.message, "FailedFromOperationEEPROM");
@@ -185,7 +185,7 @@ TEST(SerialMemory, AFailureOnTheWayGoesOutAtOnce)
     Bench bench;
     bench.controller.blockSize = 2;
     bench.Connect();
-    bench.Inject(Controller::DataByte, Kind::Status, 0xF4);
+    bench.Inject(Controller::kDataByte, Kind::Status, 0xF4);
     bench.Inject(0x22, Kind::Status, 0xF3);
     const qztest::Thrown thrown = QZ_TEST_CATCH(bench.device.WriteMemory(0, "abcd", 4, 0));
     EXPECT_EQ(thrown.code, 243);
@@ -264,7 +264,7 @@ TEST(SerialMemory, InGroupsBlocksGoInChunksOfThirtyTwo)
     EXPECT_EQ(bench.device.ReadMemory(0, back.data(), 100, 1), 100);
     EXPECT_EQ(qztest::Hex(back), qztest::Hex(text));
     // A refusal anywhere in a chunk is kept.
-    bench.Inject(Controller::DataByte, Kind::Status, 0xF4, 40);
+    bench.Inject(Controller::kDataByte, Kind::Status, 0xF4, 40);
     bench.device.Checksum(0);
     EXPECT_QZ_THROW(bench.device.WriteMemory(0, text.data(), 100, 0), 244);
 }
