@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "csv.h"
-#include "log.h"
+#include "marks.h"
 #include "table.h"
 #include "text.h"
 #include "values.h"
@@ -408,7 +408,7 @@ int ExportCsvCommand(const Arguments& arguments, const Console& console)
         else
             words.push_back(word);
     }
-    if (words.size() != 2) throw Failure{ExitUsage, "export-csv: wrong number of arguments; see qzdb --help"};
+    if (words.size() != 2) throw qzapp::WrongCount("export-csv", "qzdb");
     Database database(words[0]);
     database.RequireSound();
     Table table(database, words[1]);

@@ -1,8 +1,7 @@
 #include <map>
 #include <set>
 
-#include "fields.h"
-#include "log.h"
+#include "marks.h"
 #include "text.h"
 #include "text_list.h"
 
@@ -12,8 +11,6 @@ namespace qzdb
 namespace
 {
 
-constexpr QZInt64 LabelField = 1;
-constexpr QZInt64 TimeField = 2;
 /// Branches of branches that `log` follows.
 constexpr int DeepestLevel = 1000;
 
@@ -41,26 +38,6 @@ Log OpenLog(Database& database)
     if (n < 3) database.Fail(ExitFaults, "damaged: a part of the log is missing");
     if (!database.RollbackOn()) database.Fail(ExitFaults, "damaged: the engine finds no log");
     return log;
-}
-
-std::vector<Mark> ReadMarks(Database& database, const Log& log)
-{
-    std::vector<Mark> marks;
-    database.Walk(log.marks, [&](QZInt64 record, QZInt64 kind) {
-        if (kind != QZDatabaseInfo::DATA_RD) database.FailDamaged(record, "no RD in the list of marks");
-        Mark mark;
-        mark.address = record;
-        mark.point = database.Field(record, QZDatabaseInfo::RD_P);
-        const QZInt64 ld = database.Field(record, QZDatabaseInfo::RD_N);
-        if (database.Kind(ld) != QZDatabaseInfo::DATA_LD)
-            database.FailDamaged(record, "a mark without its fields");
-        // A mark that another program made has no such fields.
-        ReadTypedBytes(database.Content(ld, LabelField), &mark.label);
-        ReadTypedNumber(database.Content(ld, TimeField), &mark.time);
-        marks.push_back(mark);
-        return true;
-    });
-    return marks;
 }
 
 /// The mark that the words name: its address, or its label, of several with one label the latest.
@@ -145,37 +122,6 @@ private:
 
 }  // namespace
 
-std::string MarkText(const Mark& mark)
-{
-    std::string text = "mark " + std::to_string(mark.address);
-    if (!mark.label.empty()) text += " \"" + Visible(mark.label) + "\"";
-    if (mark.time > 0) text += ", " + TimeText(mark.time);
-    return text;
-}
-
-Mark TakeMark(Database& database, const std::string& label)
-{
-    Mark mark;
-    mark.address = database.Channel()->AD_TS();
-    if (mark.address <= 0) database.FailRefused();
-    mark.point = database.Field(mark.address, QZDatabaseInfo::RD_P);
-    // The mark's own fields are no part of the state that it names, and going back to it must not take them
-    // away.
-    LogPause pause(database);
-    const QZInt64 ld = database.Field(mark.address, QZDatabaseInfo::RD_N);
-    mark.label = label;
-    mark.time = QZEnvironment::GetCurrentTimestamp();
-    database.PutContent(ld, LabelField, TypedBytes(label));
-    database.PutContent(ld, TimeField, TypedNumber(mark.time));
-    return mark;
-}
-
-void GoToMark(Database& database, const Mark& mark)
-{
-    if (!database.Channel()->AB_CB(mark.point))
-        database.Fail(ExitAccess, "cannot restore: " + CodeName(database.Channel()->G_LE()));
-}
-
 int SnapshotCommand(const Arguments& arguments, const Console& console)
 {
     const std::string label = arguments.size() > 1 ? Utf8FromNarrow(arguments[1]) : std::string();
@@ -201,7 +147,7 @@ int LogCommand(const Arguments& arguments, const Console& console)
     Database database(arguments[0]);
     database.RequireSound();
     const Log log = OpenLog(database);
-    const std::vector<Mark> marks = ReadMarks(database, log);
+    const std::vector<Mark> marks = ReadMarks(database, log.marks);
     LogPrinter(database, log, marks, console.out).Print(log.base, 0);
     return ExitGood;
 }
@@ -211,7 +157,7 @@ int RestoreCommand(const Arguments& arguments, const Console& console)
     Database database(arguments[0]);
     database.RequireSound();
     const Log log = OpenLog(database);
-    const Mark mark = FindMark(database, ReadMarks(database, log), arguments[1]);
+    const Mark mark = FindMark(database, ReadMarks(database, log.marks), arguments[1]);
     const QZInt64 kind = database.Kind(mark.point);
     if (kind != QZDatabaseInfo::DATA_RD && kind != QZDatabaseInfo::DATA_AD)
         database.FailDamaged(mark.address, "a mark that names no record of the log");

@@ -1,6 +1,6 @@
 #include <set>
 
-#include "box.h"
+#include "boxed_table.h"
 #include "table.h"
 #include "text.h"
 #include "text_list.h"
@@ -55,7 +55,7 @@ int NodesCommand(const Arguments& arguments, const Console& console)
 {
     Database database(arguments[0]);
     database.RequireSound();
-    Box box({"node", "address", "kind", "holds", "created", "changed", "state"});
+    BoxedTable box({"node", "address", "kind", "holds", "created", "changed", "state"});
     Directory directory(database, [&](const Node& node, const std::string&, int depth) {
         const std::string indent(static_cast<std::size_t>(2 * depth), ' ');
         const std::string address = std::to_string(node.pd);
@@ -84,7 +84,7 @@ int TablesCommand(const Arguments& arguments, const Console& console)
 {
     Database database(arguments[0]);
     database.RequireSound();
-    Box box({"table", "rows", "fields", "created"});
+    BoxedTable box({"table", "rows", "fields", "created"});
     Directory directory(database, [&](const Node& node, const std::string& path, int) {
         if (!IsTable(database, node)) return;
         std::string fields;

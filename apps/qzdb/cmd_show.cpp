@@ -1,6 +1,6 @@
 #include <set>
 
-#include "fields.h"
+#include "common/typed_fields.h"
 #include "nodes.h"
 #include "text.h"
 #include "text_list.h"
@@ -93,8 +93,8 @@ private:
         std::fprintf(m_out, " %lld fields", fields);
         // What a person would want to see of it: its text.
         std::string text;
-        if (!ReadTypedBytes(m_database.Content(ld, 2), &text))
-            ReadTypedBytes(m_database.Content(ld, 1), &text);
+        if (!qzapp::ReadTypedBytes(m_database.Content(ld, 2), &text))
+            qzapp::ReadTypedBytes(m_database.Content(ld, 1), &text);
         if (!text.empty()) std::fprintf(m_out, ": %s", Excerpt(text, ExcerptSize).c_str());
     }
 

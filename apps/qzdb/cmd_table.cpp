@@ -1,4 +1,4 @@
-#include "box.h"
+#include "boxed_table.h"
 #include "table.h"
 #include "text.h"
 
@@ -47,16 +47,8 @@ QZInt64 TakeLimit(Arguments* words)
                      words->begin() + static_cast<std::ptrdiff_t>(i) + 2);
         break;
     }
-    if (words->size() != 2) throw Failure{ExitUsage, "select: wrong number of arguments; see qzdb --help"};
+    if (words->size() != 2) throw qzapp::WrongCount("select", "qzdb");
     return limit;
-}
-
-/// The bytes of a value in memory.
-std::string BytesOf(QZData* value)
-{
-    if (!value) return {};
-    return std::string(static_cast<const char*>(value->GetPointer()),
-                       static_cast<std::size_t>(value->GetSize()));
 }
 
 void RemoveTable(Database& database, Table& table)
@@ -143,7 +135,7 @@ int SelectCommand(const Arguments& arguments, const Console& console)
 
     std::vector<std::string> names;
     for (const TableField& field : table.Fields()) names.push_back(field.name);
-    Box box(names);
+    BoxedTable box(names);
     const OwnedTable selected(table->Select(limit));
     for (QZInt64 i = 0; i < selected->Rows->Count(); ++i)
     {

@@ -1,5 +1,6 @@
 #include "database.h"
 
+#include "common/owned.h"
 #include "text.h"
 
 namespace qzdb
@@ -17,20 +18,6 @@ QZInt64 LoadAddress(const unsigned char* bytes, QZInt64 length)
     for (QZInt64 i = length - 1; i >= 0; --i) value = value << 8 | bytes[i];
     return static_cast<QZInt64>(value);
 }
-
-/// A file that is closed at the end of the scope.
-class OpenFile
-{
-public:
-    explicit OpenFile(const std::string& path) : m_file(QZFile::Open(path.c_str())) {}
-    ~OpenFile() { QZFile::Close(&m_file); }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    QZFile* operator->() const { return m_file; }
-
-private:
-    QZFile* m_file;
-};
 
 }  // namespace
 
@@ -82,7 +69,7 @@ void Database::ReadHeader()
 {
     unsigned char bytes[HeaderSize] = {};
     {
-        OpenFile file(m_path);
+        const qzapp::OwnedFile file(QZFile::Open(m_path.c_str()));
         m_header.fileSize = file->GetSize();
         if (m_header.fileSize == 0) Fail(ExitFaults, "not a database: the file is empty");
         file->Read(0, bytes, HeaderSize);
@@ -220,10 +207,7 @@ bool Database::RollbackOn()
     return on;
 }
 
-void Database::Fail(ExitCode code, const std::string& text) const
-{
-    throw Failure{code, m_path + ": " + text};
-}
+void Database::Fail(int code, const std::string& text) const { throw Failure{code, m_path + ": " + text}; }
 
 void Database::FailDamaged(QZInt64 address, const std::string& text) const
 {

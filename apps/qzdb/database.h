@@ -77,7 +77,7 @@ public:
     bool RollbackOn();
 
     /// A Failure that names the file.
-    [[noreturn]] void Fail(ExitCode code, const std::string& text) const;
+    [[noreturn]] void Fail(int code, const std::string& text) const;
     [[noreturn]] void FailDamaged(QZInt64 address, const std::string& text) const;
     [[noreturn]] void FailRefused() const;
 

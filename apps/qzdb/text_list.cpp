@@ -2,13 +2,20 @@
 
 #include <utility>
 
-#include "fields.h"
+#include "common/typed_fields.h"
 
 namespace qzdb
 {
 
 namespace
 {
+
+using qzapp::ReadTypedBytes;
+using qzapp::ReadTypedName;
+using qzapp::ReadTypedNumber;
+using qzapp::TypedBytes;
+using qzapp::TypedName;
+using qzapp::TypedNumber;
 
 constexpr QZInt64 NumberField = 1;
 constexpr QZInt64 TextField = 2;

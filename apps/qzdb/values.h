@@ -3,9 +3,10 @@
 
 #include <qzlib.h>
 
-#include <memory>
 #include <string>
 #include <vector>
+
+#include "common/owned.h"
 
 namespace qzdb
 {
@@ -13,15 +14,10 @@ namespace qzdb
 // Values of table fields as text, by the library's conversions. An empty value is an empty text, whatever the
 // type.
 
-struct GiveBack
-{
-    void operator()(QZString* text) const { QZStringFactory::Recycle(&text); }
-    void operator()(QZData* data) const { QZDataFactory::Recycle(&data); }
-    void operator()(QZDataTable* table) const { QZDbTable::Recycle(&table); }
-};
-using OwnedString = std::unique_ptr<QZString, GiveBack>;
-using OwnedData = std::unique_ptr<QZData, GiveBack>;
-using OwnedTable = std::unique_ptr<QZDataTable, GiveBack>;
+using qzapp::BytesOf;
+using qzapp::OwnedData;
+using qzapp::OwnedString;
+using qzapp::OwnedTable;
 
 /// The name of a type, as 0x number when it has none here.
 std::string TypeName(QZInt64 type);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "common/owned.h"
 #include "controller_protocol.h"
 #include "text.h"
 #include "tool.h"
@@ -14,6 +15,9 @@ namespace qzdevice
 
 namespace
 {
+
+using qzapp::OwnedFile;
+using qzapp::OwnedString;
 
 /// Bytes of memory between two steps of the progress bar.
 constexpr QZInt64 kPiece = 1024;
@@ -52,26 +56,7 @@ int ParseIndex(const std::string& text)
 
 QZInt64 ParseAddress(const std::string& text) { return ParseInteger(text, 0, kMemoryLimit - 1, "address"); }
 
-std::string TakeText(QZString* text)
-{
-    std::string utf8 = Utf8(text);
-    QZSerialDevice::Recycle(&text);
-    return utf8;
-}
-
-/// A file that is closed when the command ends.
-class File
-{
-public:
-    File(const std::string& path, unsigned options) : m_file(QZFile::Open(path.c_str(), options)) {}
-    ~File() { QZFile::Close(&m_file); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    QZFile* operator->() const { return m_file; }
-
-private:
-    QZFile* m_file;
-};
+std::string TakeText(QZString* text) { return Utf8(OwnedString(text).get()); }
 
 template <typename T>
 std::string BytesOf(T value)
@@ -145,8 +130,7 @@ int SetCommand(const Arguments& arguments, const Options& options, const Console
 {
     const std::string& what = arguments[1];
     const bool serial = what == "serial";
-    if (arguments.size() != (serial ? 3u : 4u))
-        throw Failure{ExitUsage, "set: wrong number of arguments; see qzdevice --help"};
+    if (arguments.size() != (serial ? 3u : 4u)) throw qzapp::WrongCount("set", "qzdevice");
     if (serial)
     {
         QZString number(arguments[2].c_str());
@@ -210,7 +194,7 @@ int ReadCommand(const Arguments& arguments, const Options& options, const Consol
     }
     const std::string& path = arguments[3];
     if (!QZFile::Exists(path.c_str())) QZFile::Create(path.c_str());
-    const File file(path, QZFileOptions::ReadWrite | QZFileOptions::Write);
+    const OwnedFile file(QZFile::Open(path.c_str(), QZFileOptions::ReadWrite | QZFileOptions::Write));
     file->NewSize(0);
     if (length > 0) file->Write(0, bytes.data(), length);
     std::fprintf(console.out, "%lld bytes read\n", length);
@@ -222,7 +206,7 @@ int WriteCommand(const Arguments& arguments, const Options& options, const Conso
     const QZInt64 address = ParseAddress(arguments[1]);
     std::string bytes;
     {
-        const File file(arguments[2], QZFileOptions::ReadWrite);
+        const OwnedFile file(QZFile::Open(arguments[2].c_str(), QZFileOptions::ReadWrite));
         bytes.resize(static_cast<std::size_t>(file->GetSize()));
         if (!bytes.empty()) file->Read(0, bytes.data(), static_cast<QZInt64>(bytes.size()));
     }

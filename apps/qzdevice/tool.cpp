@@ -13,7 +13,7 @@ namespace qzdevice
 namespace
 {
 
-const char HelpText[] =
+const char kHelpText[] =
     "qzdevice - talks to an instrument controller on a serial port\n"
     "\n"
     "  qzdevice list                        the serial ports of this machine\n"
@@ -59,7 +59,7 @@ struct Command
     int (*run)(const Arguments&, const Options&, const Console&);
 };
 
-const Command Commands[] = {
+const Command kCommands[] = {
     {"list", 0, 0, ListCommand},   {"show", 1, 1, ShowCommand},   {"get", 3, 3, GetCommand},
     {"set", 3, 4, SetCommand},     {"call", 2, 16, CallCommand},  {"read", 4, 4, ReadCommand},
     {"write", 3, 3, WriteCommand}, {"order", 2, 2, OrderCommand},
@@ -92,21 +92,10 @@ Options TakeOptions(Arguments* words)
     return options;
 }
 
-const Command& FindCommand(const std::string& name)
-{
-    for (const Command& command : Commands)
-    {
-        if (name == command.name) return command;
-    }
-    throw Failure{ExitUsage, "unknown command \"" + Visible(name) + "\"; see qzdevice --help"};
-}
-
 int RunCommand(const Command& command, Arguments words, const Console& console)
 {
     const Options options = TakeOptions(&words);
-    if (words.size() < command.least || words.size() > command.most)
-        throw Failure{ExitUsage,
-                      std::string(command.name) + ": wrong number of arguments; see qzdevice --help"};
+    qzapp::CheckCount(command, words, "qzdevice");
     return command.run(words, options, console);
 }
 
@@ -115,15 +104,16 @@ int Run(const Arguments& arguments, const Console& console)
     if (arguments.empty()) throw Failure{ExitUsage, "no command given; see qzdevice --help"};
     const std::string& name = arguments[0];
     const Arguments words(arguments.begin() + 1, arguments.end());
-    if (name == "--help" || name == "-h" || name == "help")
+    if (qzapp::IsHelp(name))
     {
-        std::fputs(HelpText, console.out);
+        std::fputs(kHelpText, console.out);
         return ExitGood;
     }
     try
     {
-        return name == "simulate" ? SimulateCommand(words, console)
-                                  : RunCommand(FindCommand(name), words, console);
+        return name == "simulate"
+                   ? SimulateCommand(words, console)
+                   : RunCommand(qzapp::FindCommand(kCommands, name, "qzdevice"), words, console);
     }
     catch (QZException* e)
     {
@@ -169,18 +159,11 @@ float ParseFloat(const std::string& text, const char* what)
 
 int RunTool(const Arguments& arguments, const Console& console)
 {
-    try
-    {
+    return qzapp::ReportFailure("qzdevice", console.err, [&] {
         const int code = Run(arguments, console);
-        if (std::fflush(console.out) != 0 || std::ferror(console.out) != 0)
-            throw Failure{ExitAccess, "cannot write to standard output"};
+        qzapp::Flush(console.out);
         return code;
-    }
-    catch (const Failure& failure)
-    {
-        std::fprintf(console.err, "qzdevice: %s\n", failure.text.c_str());
-        return failure.code;
-    }
+    });
 }
 
 }  // namespace qzdevice

@@ -6,17 +6,19 @@
 #include <string>
 #include <vector>
 
+#include "common/command_line.h"
+
 namespace qzdevice
 {
 
-/// How the program ends.
-enum ExitCode
-{
-    ExitGood = 0,
-    ExitRefused = 1,  ///< the device answered with a failure
-    ExitUsage = 2,    ///< unknown command or option, or a value that cannot be read
-    ExitAccess = 3    ///< a port, the line or a file failed
-};
+// The exit codes, with those that every tool has.
+using qzapp::ExitAccess;
+using qzapp::ExitGood;
+using qzapp::ExitUsage;
+constexpr int ExitRefused = 1;  ///< the device answered with a failure
+
+using qzapp::Arguments;
+using qzapp::Failure;
 
 /// The streams of a run; a test brings its own.
 struct Console
@@ -28,15 +30,6 @@ struct Console
     /// Set from outside to end a simulation.
     const std::atomic<bool>* stop;
 };
-
-/// What ends a command early: the exit code and one line that says why.
-struct Failure
-{
-    ExitCode code;
-    std::string text;
-};
-
-using Arguments = std::vector<std::string>;
 
 /// What the options say.
 struct Options
@@ -50,7 +43,7 @@ struct Options
 /// Runs the program. `arguments` begins with the command; the library is running.
 int RunTool(const Arguments& arguments, const Console& console);
 
-// The commands. Each answers the exit code, and throws Failure or a QZException*.
+// The commands. Each returns the exit code, and throws Failure or a QZException*.
 int ListCommand(const Arguments& arguments, const Options& options, const Console& console);
 int ShowCommand(const Arguments& arguments, const Options& options, const Console& console);
 int GetCommand(const Arguments& arguments, const Options& options, const Console& console);

@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include "common/owned.h"
+
 namespace qzmon
 {
 
@@ -35,9 +37,7 @@ void Device::Connect(const std::string& port, QZInt64 baud)
         m_names.clear();
         for (int i = 0; i < m_channels; ++i)
         {
-            QZString* key = m_device->GetKey(i);
-            std::string name = Utf8(key);
-            QZSerialDevice::Recycle(&key);
+            std::string name = Utf8(qzapp::OwnedString(m_device->GetKey(i)).get());
             name = name.substr(0, name.find('\0'));
             m_names.push_back(name.empty() ? "CH" + std::to_string(i + 1) : name);
         }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/owned.h"
+
 namespace qzmon
 {
 
@@ -20,10 +22,8 @@ constexpr QZInt64 kMegabyte = 1 << 20;
 std::string LogName(QZInt64 timestamp)
 {
     QZDateTime now(timestamp);
-    QZString* day = QZConvert::DateTimeToStringYMD(&now);
-    const std::string path = "Log/" + Utf8(day) + "/qzmon.txt";
-    QZConvert::Recycle(&day);
-    return path;
+    const qzapp::OwnedString day(QZConvert::DateTimeToStringYMD(&now));
+    return "Log/" + Utf8(day.get()) + "/qzmon.txt";
 }
 
 }  // namespace
@@ -382,12 +382,12 @@ std::vector<std::pair<std::string, std::string>> Monitor::LogEntries(std::size_t
     QZString path = Text(LogName(QZEnvironment::GetCurrentTimestamp()));
     std::vector<std::pair<std::string, std::string>> entries;
     if (!QZFile::Exists(&path)) return entries;
-    QZFile* file = QZFile::Open(&path);
+    qzapp::OwnedFile file(QZFile::Open(&path));
     const QZInt64 size = file->GetSize();
     std::string text(static_cast<std::size_t>(std::min(size, kTail)), '\0');
     text.resize(static_cast<std::size_t>(file->Read(size - static_cast<QZInt64>(text.size()), text.data(),
                                                     static_cast<QZInt64>(text.size()))));
-    QZFile::Close(&file);
+    file.reset();
 
     const std::string begin = "------------------------------- BEGIN ";
     for (std::size_t at = text.find(begin); at != std::string::npos; at = text.find(begin, at))

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "common/owned.h"
+
 namespace qzmon
 {
 
@@ -28,8 +30,7 @@ constexpr int kColorCount = static_cast<int>(std::size(kColors));
 std::string BitmapOf(QZPixelBlock& block)
 {
     QZData* file = block.ToFileBitmap();
-    std::string bytes(static_cast<const char*>(file->GetPointer()),
-                      static_cast<std::size_t>(file->GetSize()));
+    const std::string bytes = qzapp::BytesOf(file);
     QZPixelBlock::Recycle(&file);
     return bytes;
 }
@@ -255,6 +256,16 @@ private:
 std::string DrawChart(const ChartRequest& request, const std::vector<Sample>& samples)
 {
     return Chart(request, samples).Draw();
+}
+
+std::string DrawIcon()
+{
+    constexpr int kHeights[] = {3, 3, 4, 9, 12, 8, 5, 4, 4, 7, 11, 9, 5, 4};
+    QZPixelBlock block(16, 16);
+    block.Fill(kPaper);
+    for (int i = 0; i < static_cast<int>(std::size(kHeights)); ++i)
+        block.Fill(i + 1, 14 - kHeights[i], 1, kHeights[i], kColors[0].line);
+    return BitmapOf(block);
 }
 
 std::string ChannelColor(int channel)

@@ -32,6 +32,9 @@ std::string DrawChart(const ChartRequest& request, const std::vector<Sample>& sa
 /// negative.
 std::string DrawRuler(int width, QZInt64 fileBytes, const std::vector<Snapshot>& snapshots, int cursor);
 
+/// The icon of the page: a small chart in the colour of the first channel.
+std::string DrawIcon();
+
 /// The colour of a channel in the chart, as #RRGGBB.
 std::string ChannelColor(int channel);
 

@@ -2,6 +2,9 @@
 
 #include <cctype>
 
+#include "common/owned.h"
+#include "json_writer.h"
+
 namespace qzmon
 {
 
@@ -41,10 +44,7 @@ std::string Decoded(QZString* text)
     if (text->GetSize() == 0) return {};
     try
     {
-        QZString* plain = QZUrl::Decode(text);
-        const std::string result = Utf8(plain);
-        QZUrl::Recycle(&plain);
-        return result;
+        return Utf8(qzapp::OwnedString(QZUrl::Decode(text)).get());
     }
     catch (QZException* e)
     {
@@ -57,9 +57,7 @@ std::string Decoded(QZString* text)
 void AddAddress(QZHttpRequest* request, Fields* fields)
 {
     QZUrl* url = request->GetUrl();
-    QZString* all = url->GetParamString();
-    std::string text = Utf8(all) + "&";
-    QZUrl::Recycle(&all);
+    const std::string text = Utf8(qzapp::OwnedString(url->GetParamString()).get()) + "&";
     for (std::size_t at = 0; at < text.size();)
     {
         const std::size_t end = text.find('&', at);
@@ -240,7 +238,7 @@ Server::Answer Server::ErrorAnswer(QZHttpRequest* request, int status, const std
     answer.status = status;
     if (Utf8(request->GetUrl()->GetPath()).rfind("/api/", 0) == 0)
     {
-        answer.body = Json().Open().Add("error", text).Add("status", status).Close().Str();
+        answer.body = JsonWriter().Open().Add("error", text).Add("status", status).Close().Str();
     }
     else
     {

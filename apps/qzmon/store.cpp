@@ -4,6 +4,7 @@
 #include <chrono>
 #include <utility>
 
+#include "common/owned.h"
 #include "store_read.h"
 
 namespace qzmon
@@ -12,8 +13,11 @@ namespace qzmon
 namespace
 {
 
+using qzapp::OwnedFile;
+
 const char* const kSamples = "samples";
 const char* const kParameters = "parameters";
+constexpr QZInt64 kMegabyte = 1 << 20;
 
 bool Exists(const std::string& path)
 {
@@ -30,10 +34,7 @@ void Remove(const std::string& path)
 QZInt64 FileSize(const std::string& path)
 {
     QZString text = Text(path);
-    QZFile* file = QZFile::Open(&text);
-    const QZInt64 size = file->GetSize();
-    QZFile::Close(&file);
-    return size;
+    return OwnedFile(QZFile::Open(&text))->GetSize();
 }
 
 void CopyFile(const std::string& from, const std::string& to)
@@ -42,21 +43,9 @@ void CopyFile(const std::string& from, const std::string& to)
     QZString source = Text(from);
     QZString target = Text(to);
     QZFile::Create(&target);
-    QZFile* in = QZFile::Open(&source);
-    QZFile* out = nullptr;
-    try
-    {
-        out = QZFile::Open(&target);
-        QZFile::Copy(in, 0, out, 0, in->GetSize(), 1 << 20, nullptr);
-    }
-    catch (QZException*)
-    {
-        QZFile::Close(&in);
-        QZFile::Close(&out);
-        throw;
-    }
-    QZFile::Close(&in);
-    QZFile::Close(&out);
+    const OwnedFile in(QZFile::Open(&source));
+    const OwnedFile out(QZFile::Open(&target));
+    QZFile::Copy(in.get(), 0, out.get(), 0, in->GetSize(), kMegabyte, nullptr);
 }
 
 /// The path with the time in front of its extension.

@@ -1,9 +1,9 @@
 // The database tool as its user meets it: in this process through its command line, and as a program.
 
 #include "apps/qzdb_tool.h"
+#include "common/typed_fields.h"
 #include "os/os_system.h"
 #include "qzdb/database.h"
-#include "qzdb/fields.h"
 #include "qzdb/text.h"
 #include "qzdb/text_list.h"
 

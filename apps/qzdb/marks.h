@@ -1,5 +1,7 @@
-#ifndef QZLIB_APPS_QZDB_LOG_H
-#define QZLIB_APPS_QZDB_LOG_H
+#ifndef QZLIB_APPS_QZDB_MARKS_H
+#define QZLIB_APPS_QZDB_MARKS_H
+
+#include <vector>
 
 #include "database.h"
 
@@ -18,6 +20,9 @@ struct Mark
 
 /// Marks the present state. Failure when the engine refuses, a QZException* when the disk does.
 Mark TakeMark(Database& database, const std::string& label);
+
+/// The marks in the log's list of marks, oldest first. Failure when it is damaged.
+std::vector<Mark> ReadMarks(Database& database, QZInt64 list);
 
 /// Goes to a mark. Failure when there is no way.
 void GoToMark(Database& database, const Mark& mark);
