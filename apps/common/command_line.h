@@ -13,13 +13,10 @@
 namespace qzapp
 {
 
-/// Exit codes that mean the same in every tool. Each tool has some of its own beside them.
-enum ExitCode
-{
-    ExitGood = 0,
-    ExitUsage = 2,  ///< unknown command or option, or an argument that cannot be read
-    ExitAccess = 3  ///< something cannot be read or written
-};
+// Exit codes that mean the same in every tool. Each tool has some of its own beside them.
+constexpr int kExitGood = 0;
+constexpr int kExitUsage = 2;   ///< unknown command or option, or an argument that cannot be read
+constexpr int kExitAccess = 3;  ///< something cannot be read or written
 
 /// What ends a command early: the exit code and one line that says why.
 struct Failure
@@ -35,7 +32,7 @@ inline bool IsHelp(const std::string& word) { return word == "--help" || word ==
 
 inline Failure WrongCount(const std::string& command, const std::string& tool)
 {
-    return Failure{ExitUsage, command + ": wrong number of arguments; see " + tool + " --help"};
+    return Failure{kExitUsage, command + ": wrong number of arguments; see " + tool + " --help"};
 }
 
 /// Finds a command by its `name`. Throws Failure when there is none.
@@ -46,7 +43,7 @@ const Command& FindCommand(const Command (&commands)[N], const std::string& name
     {
         if (name == command.name) return command;
     }
-    throw Failure{ExitUsage, "unknown command \"" + Visible(name) + "\"; see " + tool + " --help"};
+    throw Failure{kExitUsage, "unknown command \"" + Visible(name) + "\"; see " + tool + " --help"};
 }
 
 /// Throws Failure unless a command takes that many arguments: from its `least` to its `most`.
@@ -61,7 +58,7 @@ void CheckCount(const Command& command, const Arguments& arguments, const std::s
 inline void Flush(std::FILE* out)
 {
     if (std::fflush(out) != 0 || std::ferror(out) != 0)
-        throw Failure{ExitAccess, "cannot write to standard output"};
+        throw Failure{kExitAccess, "cannot write to standard output"};
 }
 
 /// Runs a tool and returns its exit code. Prints the text of a Failure as "<tool>: <text>".

@@ -11,7 +11,7 @@ namespace
 {
 
 /// Fields of one LD, misread by the engine, whose content is followed: each costs a walk.
-constexpr QZInt64 MostMisread = 1000;
+constexpr QZInt64 kMostMisread = 1000;
 
 /// Follows everything that can be reached from the main HD, and looks at each record on the way.
 ///
@@ -256,7 +256,7 @@ private:
                          [&](QZInt64 n, QZInt64 cd, QZInt64 kind) {
                              if (kind != QZDatabaseInfo::DATA_PD) return;
                              misread = true;
-                             if (n <= MostMisread) CheckContent(record, "LD", n, cd);
+                             if (n <= kMostMisread) CheckContent(record, "LD", n, cd);
                          }) &&
                ends;
         // The engine's check of an LD walks its lists as far as they go, so only lists with an end are given
@@ -328,8 +328,8 @@ int CheckCommand(const Arguments& arguments, const Console& console)
     checker.Run();
     std::fprintf(console.out, "%s: %lld records, %lld in use, %lld faults, %.3f s\n", arguments[0].c_str(),
                  checker.Records(), checker.Reached(), checker.Faults(), Seconds() - start);
-    if (checker.Faults() == 0) return ExitGood;
-    database.Fail(ExitFaults, std::to_string(checker.Faults()) + " faults");
+    if (checker.Faults() == 0) return kExitGood;
+    database.Fail(kExitFaults, std::to_string(checker.Faults()) + " faults");
 }
 
 }  // namespace qzdb

@@ -58,12 +58,12 @@ ImportOptions ParseImport(const Arguments& arguments)
             const std::size_t sign = given.rfind('=');
             QZInt64 type = 0;
             if (sign == std::string::npos || !ParseType(given.substr(sign + 1), &type))
-                throw Failure{ExitUsage, "import-csv: --type takes FIELD=TYPE; types are " + TypeNames()};
+                throw Failure{kExitUsage, "import-csv: --type takes FIELD=TYPE; types are " + TypeNames()};
             options.types.emplace_back(Utf8FromNarrow(given.substr(0, sign)), type);
         }
         else if (word.size() > 1 && word[0] == '-')
         {
-            throw Failure{ExitUsage, "import-csv: unknown option " + Visible(word)};
+            throw Failure{kExitUsage, "import-csv: unknown option " + Visible(word)};
         }
         else if (named < names.size())
         {
@@ -71,17 +71,17 @@ ImportOptions ParseImport(const Arguments& arguments)
         }
         else
         {
-            throw Failure{ExitUsage, "import-csv: too many names"};
+            throw Failure{kExitUsage, "import-csv: too many names"};
         }
     }
-    if (named < names.size()) throw Failure{ExitUsage, "import-csv: needs FILE TABLE CSV"};
+    if (named < names.size()) throw Failure{kExitUsage, "import-csv: needs FILE TABLE CSV"};
     return options;
 }
 
 std::string ReadAll(const std::string& path, const Console& console)
 {
     std::FILE* file = path == "-" ? console.in : std::fopen(path.c_str(), "rb");
-    if (!file) throw Failure{ExitAccess, path + ": cannot open"};
+    if (file == nullptr) throw Failure{kExitAccess, path + ": cannot open"};
     std::string text;
     std::string chunk(1 << 16, '\0');
     for (std::size_t count = 1; count > 0;)
@@ -91,7 +91,7 @@ std::string ReadAll(const std::string& path, const Console& console)
     }
     const bool failed = std::ferror(file) != 0;
     if (file != console.in) std::fclose(file);
-    if (failed) throw Failure{ExitAccess, path + ": cannot read"};
+    if (failed) throw Failure{kExitAccess, path + ": cannot read"};
     return text;
 }
 
@@ -186,7 +186,7 @@ private:
         {
             if (SameField(name, field.text)) column.type = type;
         }
-        if (fields)
+        if (fields != nullptr)
         {
             const auto known = std::find_if(
                 fields->begin(), fields->end(),
@@ -194,7 +194,7 @@ private:
             if (known == fields->end())
                 reader.Fail(field.line, field.column, "the table has no field " + shown);
             if (column.type && *column.type != known->type && !m_options.allText)
-                throw Failure{ExitUsage,
+                throw Failure{kExitUsage,
                               "import-csv: the field " + shown + " is there as " + TypeName(known->type)};
             column.type = known->type;
         }
@@ -210,7 +210,7 @@ private:
                 return SameField(column.name, name);
             });
             if (!there)
-                throw Failure{ExitUsage,
+                throw Failure{kExitUsage,
                               "import-csv: --type names \"" + Visible(name) + "\", the file does not"};
         }
     }
@@ -267,7 +267,7 @@ public:
         reader.Next(&record);
         for (QZInt64 rows = 1; reader.Next(&record); ++rows)
         {
-            if (g_interrupted) throw Failure{ExitAccess, m_options.csv + ": interrupted"};
+            if (g_interrupted) throw Failure{kExitAccess, m_options.csv + ": interrupted"};
             AddRow(table, record);
             progress.Show(reader.Position(), rows);
         }
@@ -333,7 +333,7 @@ void ImportAll(Database& database, Importer& importer, bool create, const std::o
     {
         reason = database.Path() + ": cannot write: " + TakeMessage(e);
     }
-    if (!mark) throw Failure{ExitAccess, reason + "; without a log, the rows written so far stay"};
+    if (!mark) throw Failure{kExitAccess, reason + "; without a log, the rows written so far stay"};
     const std::string stuck =
         "; going back failed as well, later try: qzdb restore FILE " + std::to_string(mark->address);
     try
@@ -342,14 +342,14 @@ void ImportAll(Database& database, Importer& importer, bool create, const std::o
     }
     catch (const Failure&)
     {
-        throw Failure{ExitAccess, reason + stuck};
+        throw Failure{kExitAccess, reason + stuck};
     }
     catch (QZException* e)
     {
         TakeMessage(e);
-        throw Failure{ExitAccess, reason + stuck};
+        throw Failure{kExitAccess, reason + stuck};
     }
-    throw Failure{ExitAccess, reason + "; nothing is imported"};
+    throw Failure{kExitAccess, reason + "; nothing is imported"};
 }
 
 void TellImport(const ImportOptions& options, const std::string& text, const Survey& survey, double seconds,
@@ -377,7 +377,7 @@ int ImportCsvCommand(const Arguments& arguments, const Console& console)
 
     const Node there = FindTable(database, options.table);
     if (there.pd == 0 && PathExists(database, options.table))
-        database.Fail(ExitUsage, "\"" + Visible(options.table) + "\" is there and is no table");
+        database.Fail(kExitUsage, "\"" + Visible(options.table) + "\" is there and is no table");
     Survey survey(text, options);
     const std::vector<TableField> fields =
         there.pd == 0 ? std::vector<TableField>() : FieldsOf(database, there);
@@ -394,7 +394,7 @@ int ImportCsvCommand(const Arguments& arguments, const Console& console)
     }
     database.Close();
     TellImport(options, text, survey, Seconds() - start, console);
-    return ExitGood;
+    return kExitGood;
 }
 
 int ExportCsvCommand(const Arguments& arguments, const Console& console)
@@ -423,12 +423,12 @@ int ExportCsvCommand(const Arguments& arguments, const Console& console)
         if (last && !style.lastLineEnded) out.resize(out.size() - (style.crlf ? 2 : 1));
         std::fwrite(out.data(), 1, out.size(), console.out);
         out.clear();
-        if (std::ferror(console.out)) throw Failure{ExitAccess, "cannot write to standard output"};
+        if (std::ferror(console.out)) throw Failure{kExitAccess, "cannot write to standard output"};
     };
     AppendFront(style, &out);
     std::vector<std::string> record;
     for (const TableField& field : table.Fields()) record.push_back(field.name);
-    if (record.empty()) database.Fail(ExitUsage, "a table without fields has no header line");
+    if (record.empty()) database.Fail(kExitUsage, "a table without fields has no header line");
     AppendRecord(record, style, &out);
     table.EachRow([&](QZInt64 row) {
         flush(false);
@@ -439,7 +439,7 @@ int ExportCsvCommand(const Arguments& arguments, const Console& console)
         return true;
     });
     flush(true);
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

@@ -12,7 +12,7 @@ namespace
 {
 
 /// Branches of branches that `log` follows.
-constexpr int DeepestLevel = 1000;
+constexpr int kDeepestLevel = 1000;
 
 /// The three places of the log: tree B's ADs in order.
 struct Log
@@ -34,9 +34,9 @@ Log OpenLog(Database& database)
             database.FailDamaged(*places[n], "no HD where the log should be");
         return ++n < 3;
     });
-    if (n == 0) database.Fail(ExitUsage, "the database was made without rollback and has no log");
-    if (n < 3) database.Fail(ExitFaults, "damaged: a part of the log is missing");
-    if (!database.RollbackOn()) database.Fail(ExitFaults, "damaged: the engine finds no log");
+    if (n == 0) database.Fail(kExitUsage, "the database was made without rollback and has no log");
+    if (n < 3) database.Fail(kExitFaults, "damaged: a part of the log is missing");
+    if (!database.RollbackOn()) database.Fail(kExitFaults, "damaged: the engine finds no log");
     return log;
 }
 
@@ -56,7 +56,7 @@ Mark FindMark(Database& database, const std::vector<Mark>& marks, const std::str
     {
         if (!label.empty() && marks[i - 1].label == label) return marks[i - 1];
     }
-    database.Fail(ExitUsage, "no mark \"" + Visible(words) + "\"; see qzdb log");
+    database.Fail(kExitUsage, "no mark \"" + Visible(words) + "\"; see qzdb log");
 }
 
 class LogPrinter
@@ -93,8 +93,8 @@ private:
             PrintChanges(changes, depth);
             const QZInt64 branch = m_database.Field(record, QZDatabaseInfo::AD_FREE);
             std::fprintf(m_out, "%*sbranch %lld\n", 2 * depth, "", record);
-            if (depth < DeepestLevel) Print(branch, depth + 1);
-            if (depth >= DeepestLevel) std::fprintf(m_out, "%*s...\n", 2 * depth + 2, "");
+            if (depth < kDeepestLevel) Print(branch, depth + 1);
+            if (depth >= kDeepestLevel) std::fprintf(m_out, "%*s...\n", 2 * depth + 2, "");
         }
         else
         {
@@ -135,11 +135,11 @@ int SnapshotCommand(const Arguments& arguments, const Console& console)
     }
     catch (QZException* e)
     {
-        database.Fail(ExitAccess, "cannot write: " + TakeMessage(e));
+        database.Fail(kExitAccess, "cannot write: " + TakeMessage(e));
     }
     database.Close();
     std::fprintf(console.out, "%s: %s\n", arguments[0].c_str(), MarkText(mark).c_str());
-    return ExitGood;
+    return kExitGood;
 }
 
 int LogCommand(const Arguments& arguments, const Console& console)
@@ -149,7 +149,7 @@ int LogCommand(const Arguments& arguments, const Console& console)
     const Log log = OpenLog(database);
     const std::vector<Mark> marks = ReadMarks(database, log.marks);
     LogPrinter(database, log, marks, console.out).Print(log.base, 0);
-    return ExitGood;
+    return kExitGood;
 }
 
 int RestoreCommand(const Arguments& arguments, const Console& console)
@@ -168,12 +168,12 @@ int RestoreCommand(const Arguments& arguments, const Console& console)
     }
     catch (QZException* e)
     {
-        database.Fail(ExitAccess, "cannot write: " + TakeMessage(e));
+        database.Fail(kExitAccess, "cannot write: " + TakeMessage(e));
     }
     database.Close();
     std::fprintf(console.out, "%s: restored %s, %.3f s\n", arguments[0].c_str(), MarkText(mark).c_str(),
                  Seconds() - start);
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

@@ -12,7 +12,7 @@ namespace
 {
 
 /// Levels of nodes below nodes that are shown.
-constexpr int DeepestLevel = 100;
+constexpr int kDeepestLevel = 100;
 
 std::string Counted(QZInt64 count, const char* what)
 {
@@ -31,7 +31,7 @@ public:
     void Run(QZInt64 pd = 0, const std::string& path = {}, int depth = 0)
     {
         const QZInt64 list = ChildList(m_database, pd);
-        if (list == 0 || depth > DeepestLevel) return;
+        if (list == 0 || depth > kDeepestLevel) return;
         if (!m_seen.insert(list).second) m_database.FailDamaged(list, "a list that holds itself");
         m_database.Walk(list, [&](QZInt64 record, QZInt64 kind) {
             if (kind != QZDatabaseInfo::DATA_PD) return true;
@@ -77,7 +77,7 @@ int NodesCommand(const Arguments& arguments, const Console& console)
     });
     directory.Run();
     box.Show(console);
-    return ExitGood;
+    return kExitGood;
 }
 
 int TablesCommand(const Arguments& arguments, const Console& console)
@@ -94,7 +94,7 @@ int TablesCommand(const Arguments& arguments, const Console& console)
     });
     directory.Run();
     box.Show(console);
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

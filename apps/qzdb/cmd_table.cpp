@@ -12,7 +12,7 @@ QZInt64 RequireType(const std::string& name)
 {
     QZInt64 type = 0;
     if (!ParseType(name, &type))
-        throw Failure{ExitUsage, "no type \"" + Visible(name) + "\"; types are " + TypeNames()};
+        throw Failure{kExitUsage, "no type \"" + Visible(name) + "\"; types are " + TypeNames()};
     return type;
 }
 
@@ -27,7 +27,7 @@ void Apply(Database& database, Change change)
     }
     catch (QZException* e)
     {
-        database.Fail(ExitAccess, "cannot write: " + TakeMessage(e));
+        database.Fail(kExitAccess, "cannot write: " + TakeMessage(e));
     }
 }
 
@@ -41,7 +41,7 @@ QZInt64 TakeLimit(Arguments* words)
         const std::string number = i + 1 < words->size() ? (*words)[i + 1] : std::string();
         const bool negative = number.compare(0, 1, "-") == 0;
         if (!ParseNumber(number.substr(negative ? 1 : 0), &limit))
-            throw Failure{ExitUsage, "select: --limit takes a number of rows; below 0 the last ones"};
+            throw Failure{kExitUsage, "select: --limit takes a number of rows; below 0 the last ones"};
         if (negative) limit = -limit;
         words->erase(words->begin() + static_cast<std::ptrdiff_t>(i),
                      words->begin() + static_cast<std::ptrdiff_t>(i) + 2);
@@ -86,7 +86,7 @@ int CreateTableCommand(const Arguments& arguments, const Console& console)
         for (const TableField& other : fields)
         {
             if (SameField(other.name, field.name))
-                throw Failure{ExitUsage, "create-table: two fields \"" + Visible(field.name) + "\""};
+                throw Failure{kExitUsage, "create-table: two fields \"" + Visible(field.name) + "\""};
         }
         fields.push_back(field);
     }
@@ -100,7 +100,7 @@ int CreateTableCommand(const Arguments& arguments, const Console& console)
     database.Close();
     std::fprintf(console.out, "%s: table \"%s\" with %zu fields\n", arguments[0].c_str(),
                  Visible(arguments[1]).c_str(), fields.size());
-    return ExitGood;
+    return kExitGood;
 }
 
 int AddFieldCommand(const Arguments& arguments, const Console& console)
@@ -115,7 +115,7 @@ int AddFieldCommand(const Arguments& arguments, const Console& console)
     database.Close();
     std::fprintf(console.out, "%s: field \"%s\" %s in \"%s\"\n", arguments[0].c_str(),
                  Visible(arguments[2]).c_str(), TypeName(type).c_str(), Visible(arguments[1]).c_str());
-    return ExitGood;
+    return kExitGood;
 }
 
 int SelectCommand(const Arguments& arguments, const Console& console)
@@ -148,7 +148,7 @@ int SelectCommand(const Arguments& arguments, const Console& console)
     }
     box.Show(console);
     std::fprintf(console.out, "%lld of %lld rows\n", box.Rows(), rows);
-    return ExitGood;
+    return kExitGood;
 }
 
 int SetCommand(const Arguments& arguments, const Console& console)
@@ -162,7 +162,7 @@ int SetCommand(const Arguments& arguments, const Console& console)
         const QZInt64 type = table.Fields()[field].type;
         const std::string text = Utf8FromNarrow(arguments[4]);
         if (!IsValue(text, type))
-            throw Failure{ExitUsage, "\"" + Visible(text) + "\" is no " + TypeName(type)};
+            throw Failure{kExitUsage, "\"" + Visible(text) + "\" is no " + TypeName(type)};
         Apply(database, [&] {
             const OwnedData value = ValueOfText(text, type);
             table->DataSetValue(row, static_cast<QZInt64>(field) + 1, value.get());
@@ -171,7 +171,7 @@ int SetCommand(const Arguments& arguments, const Console& console)
     database.Close();
     std::fprintf(console.out, "%s: row %s, \"%s\" is \"%s\"\n", arguments[0].c_str(), arguments[2].c_str(),
                  Visible(arguments[3]).c_str(), Visible(arguments[4]).c_str());
-    return ExitGood;
+    return kExitGood;
 }
 
 int RemoveCommand(const Arguments& arguments, const Console& console)
@@ -194,7 +194,7 @@ int RemoveCommand(const Arguments& arguments, const Console& console)
     }
     database.Close();
     std::fprintf(console.out, "%s: removed %s\n", arguments[0].c_str(), what.c_str());
-    return ExitGood;
+    return kExitGood;
 }
 
 int MoveCommand(const Arguments& arguments, const Console& console)
@@ -214,12 +214,12 @@ int MoveCommand(const Arguments& arguments, const Console& console)
             if (to > from) table->DataMove(row, to - from);
             if (to < from) QZNode::MoveUp(database.Channel(), row, to - from);
         });
-        if (table.Row(arguments[3]) != row) database.Fail(ExitAccess, "the row did not move");
+        if (table.Row(arguments[3]) != row) database.Fail(kExitAccess, "the row did not move");
     }
     database.Close();
     std::fprintf(console.out, "%s: row %lld is row %lld of \"%s\"\n", arguments[0].c_str(), from, to,
                  Visible(arguments[1]).c_str());
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

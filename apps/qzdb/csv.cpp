@@ -11,9 +11,9 @@ namespace qzdb
 namespace
 {
 
-const char ByteOrderMark[] = "\xEF\xBB\xBF";
+const char kByteOrderMark[] = "\xEF\xBB\xBF";
 
-bool StartsWithMark(std::string_view text) { return text.substr(0, 3) == ByteOrderMark; }
+bool StartsWithMark(std::string_view text) { return text.substr(0, 3) == kByteOrderMark; }
 
 /// The length of the well-formed UTF-8 character in front, 0 when there is none.
 std::size_t CharacterAt(std::string_view text)
@@ -65,7 +65,7 @@ CsvReader::CsvReader(std::string_view text, std::string name) : m_text(text), m_
 
 void CsvReader::Fail(QZInt64 line, QZInt64 column, const std::string& text) const
 {
-    throw Failure{ExitInput,
+    throw Failure{kExitInput,
                   m_name + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " + text};
 }
 
@@ -169,7 +169,7 @@ CsvStyle StyleOf(std::string_view text, const std::string& name)
 
 void AppendFront(const CsvStyle& style, std::string* out)
 {
-    if (style.byteOrderMark) *out += ByteOrderMark;
+    if (style.byteOrderMark) *out += kByteOrderMark;
 }
 
 void AppendRecord(const std::vector<std::string>& record, const CsvStyle& style, std::string* out)

@@ -40,7 +40,7 @@ Mark TakeMark(Database& database, const std::string& label)
 void GoToMark(Database& database, const Mark& mark)
 {
     if (!database.Channel()->AB_CB(mark.point))
-        database.Fail(ExitAccess, "cannot restore: " + CodeName(database.Channel()->G_LE()));
+        database.Fail(kExitAccess, "cannot restore: " + CodeName(database.Channel()->G_LE()));
 }
 
 std::vector<Mark> ReadMarks(Database& database, QZInt64 list)

@@ -16,7 +16,7 @@ struct CodeText
     const char* text;
 };
 
-const CodeText CodeTexts[] = {
+const CodeText kCodeTexts[] = {
     {QZDatabaseInfo::NORMAL, "none"},
     {QZDatabaseInfo::BAD_STRUCT, "bad structure"},
     {QZDatabaseInfo::FRAME_ERROR, "record frame broken"},
@@ -108,7 +108,7 @@ const char* KindName(QZInt64 type)
 
 std::string CodeName(QZInt64 code)
 {
-    for (const CodeText& entry : CodeTexts)
+    for (const CodeText& entry : kCodeTexts)
     {
         if (entry.code == code) return entry.text;
     }

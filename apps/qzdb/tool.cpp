@@ -87,12 +87,12 @@ const Command kCommands[] = {
 
 int Run(const Arguments& arguments, const Console& console)
 {
-    if (arguments.empty()) throw Failure{ExitUsage, "no command given; see qzdb --help"};
+    if (arguments.empty()) throw Failure{kExitUsage, "no command given; see qzdb --help"};
     if (qzapp::IsHelp(arguments[0]))
     {
         std::fputs(kHelpText, console.out);
         qzapp::Flush(console.out);
-        return ExitGood;
+        return kExitGood;
     }
     const Command& command = qzapp::FindCommand(kCommands, arguments[0], "qzdb");
     const Arguments words(arguments.begin() + 1, arguments.end());
@@ -105,7 +105,7 @@ int Run(const Arguments& arguments, const Console& console)
     }
     catch (QZException* e)
     {
-        throw Failure{ExitAccess, words[0] + ": " + TakeMessage(e)};
+        throw Failure{kExitAccess, words[0] + ": " + TakeMessage(e)};
     }
 }
 

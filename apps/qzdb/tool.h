@@ -14,11 +14,11 @@ namespace qzdb
 {
 
 // The exit codes, with those that every tool has.
-using qzapp::ExitAccess;
-using qzapp::ExitGood;
-using qzapp::ExitUsage;
-constexpr int ExitFaults = 1;  ///< the database has faults, or the file is none
-constexpr int ExitInput = 4;   ///< a file of comma separated values that cannot be taken
+using qzapp::kExitAccess;
+using qzapp::kExitGood;
+using qzapp::kExitUsage;
+constexpr int kExitFaults = 1;  ///< the database has faults, or the file is none
+constexpr int kExitInput = 4;   ///< a file of comma separated values that cannot be taken
 
 using qzapp::Arguments;
 using qzapp::Failure;

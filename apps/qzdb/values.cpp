@@ -20,7 +20,7 @@ struct TypeWord
     QZInt64 type;
 };
 
-const TypeWord Types[] = {
+const TypeWord kTypes[] = {
     {"text", QZDataType::TEXTUTF16LE},    {"int64", QZDataType::INT64},
     {"int32", QZDataType::INT32},         {"int16", QZDataType::INT16},
     {"int8", QZDataType::INT8},           {"byte", QZDataType::BYTE},
@@ -85,7 +85,7 @@ bool Stored(const std::string& text, QZInt64 type, std::string* back)
 
 std::string TypeName(QZInt64 type)
 {
-    for (const TypeWord& word : Types)
+    for (const TypeWord& word : kTypes)
     {
         if (word.type == type) return word.name;
     }
@@ -96,7 +96,7 @@ std::string TypeName(QZInt64 type)
 
 bool ParseType(const std::string& name, QZInt64* type)
 {
-    for (const TypeWord& word : Types)
+    for (const TypeWord& word : kTypes)
     {
         if (name != word.name) continue;
         *type = word.type;
@@ -108,7 +108,7 @@ bool ParseType(const std::string& name, QZInt64* type)
 std::string TypeNames()
 {
     std::string names;
-    for (const TypeWord& word : Types) names += (names.empty() ? "" : ", ") + std::string(word.name);
+    for (const TypeWord& word : kTypes) names += (names.empty() ? "" : ", ") + std::string(word.name);
     return names;
 }
 

@@ -68,7 +68,7 @@ struct Simulation
 /// WHERE[:N][+]=WHAT
 Fault ParseFault(const std::string& text)
 {
-    const Failure bad{ExitUsage,
+    const Failure bad{kExitUsage,
                       "--fault: \"" + Visible(text) + "\" is not WHERE[:N][+]=WHAT; see qzdevice --help"};
     const std::size_t equal = text.find('=');
     if (equal == std::string::npos) throw bad;
@@ -110,7 +110,7 @@ Fault ParseFault(const std::string& text)
 
 std::string ShortText(const std::string& option, const std::string& text)
 {
-    if (text.size() > protocol::kBufferSize) throw Failure{ExitUsage, option + ": at most 16 characters"};
+    if (text.size() > protocol::kBufferSize) throw Failure{kExitUsage, option + ": at most 16 characters"};
     return text;
 }
 
@@ -137,7 +137,8 @@ void TakeOption(const std::string& option, const std::string& value, Simulation*
     else if (option == "--fault")
         controller.Inject(ParseFault(value));
     else
-        throw Failure{ExitUsage, "simulate: unknown option \"" + Visible(option) + "\"; see qzdevice --help"};
+        throw Failure{kExitUsage,
+                      "simulate: unknown option \"" + Visible(option) + "\"; see qzdevice --help"};
 }
 
 void Serve(Simulation* simulation, Line* line, const Console& console)
@@ -175,21 +176,22 @@ int SimulateCommand(const Arguments& arguments, const Console& console)
             continue;
         }
         if (i + 1 == arguments.size())
-            throw Failure{ExitUsage, "simulate: " + Visible(arguments[i]) + " wants a value"};
+            throw Failure{kExitUsage, "simulate: " + Visible(arguments[i]) + " wants a value"};
         TakeOption(arguments[i], arguments[i + 1], &simulation);
         ++i;
     }
     const std::unique_ptr<Line> line =
         simulation.port.empty() ? MakeTerminal() : std::make_unique<Port>(simulation.port, simulation.baud);
     if (!line)
-        throw Failure{ExitAccess, "simulate: this system makes no pseudo-terminals; name a port with --port"};
+        throw Failure{kExitAccess,
+                      "simulate: this system makes no pseudo-terminals; name a port with --port"};
     if (!line->Name().empty())
     {
         std::fprintf(console.out, "%s\n", line->Name().c_str());
         std::fflush(console.out);
     }
     Serve(&simulation, line.get(), console);
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdevice

@@ -74,7 +74,7 @@ Options TakeOptions(Arguments* words)
     {
         const std::string& word = (*words)[i];
         const bool takesValue = word == "--baud" || word == "--timeout";
-        if (takesValue && i + 1 == words->size()) throw Failure{ExitUsage, word + " wants a number"};
+        if (takesValue && i + 1 == words->size()) throw Failure{kExitUsage, word + " wants a number"};
         if (word == "--baud")
             options.baud = ParseBaud((*words)[++i]);
         else if (word == "--timeout")
@@ -84,7 +84,7 @@ Options TakeOptions(Arguments* words)
         else if (word == "--no-verify")
             options.verify = false;
         else if (word.compare(0, 2, "--") == 0)
-            throw Failure{ExitUsage, "unknown option \"" + Visible(word) + "\"; see qzdevice --help"};
+            throw Failure{kExitUsage, "unknown option \"" + Visible(word) + "\"; see qzdevice --help"};
         else
             rest.push_back(word);
     }
@@ -101,13 +101,13 @@ int RunCommand(const Command& command, Arguments words, const Console& console)
 
 int Run(const Arguments& arguments, const Console& console)
 {
-    if (arguments.empty()) throw Failure{ExitUsage, "no command given; see qzdevice --help"};
+    if (arguments.empty()) throw Failure{kExitUsage, "no command given; see qzdevice --help"};
     const std::string& name = arguments[0];
     const Arguments words(arguments.begin() + 1, arguments.end());
     if (qzapp::IsHelp(name))
     {
         std::fputs(kHelpText, console.out);
-        return ExitGood;
+        return kExitGood;
     }
     try
     {
@@ -118,7 +118,7 @@ int Run(const Arguments& arguments, const Console& console)
     catch (QZException* e)
     {
         const bool refused = e->GetType() == QZSerialException::Type || e->GetCode() == 0;
-        throw Failure{refused ? ExitRefused : ExitAccess, TakeMessage(e)};
+        throw Failure{refused ? kExitRefused : kExitAccess, TakeMessage(e)};
     }
 }
 
@@ -132,7 +132,7 @@ long long ParseInteger(const std::string& text, long long least, long long most,
     const long long value = std::strtoll(text.c_str(), &end, hex ? 16 : 10);
     const bool blank = text.empty() || text[0] == ' ' || text[0] == '+';
     if (blank || *end != 0 || errno != 0 || value < least || value > most)
-        throw Failure{ExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number that fits"};
+        throw Failure{kExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number that fits"};
     return value;
 }
 
@@ -145,7 +145,7 @@ long long ParseBaud(const std::string& text)
         if (speed == baud) return baud;
         speeds += " " + std::to_string(speed);
     }
-    throw Failure{ExitUsage, "--baud: " + std::to_string(baud) + " is none of" + speeds};
+    throw Failure{kExitUsage, "--baud: " + std::to_string(baud) + " is none of" + speeds};
 }
 
 float ParseFloat(const std::string& text, const char* what)
@@ -153,7 +153,7 @@ float ParseFloat(const std::string& text, const char* what)
     char* end = nullptr;
     const float value = std::strtof(text.c_str(), &end);
     if (text.empty() || *end != 0)
-        throw Failure{ExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number"};
+        throw Failure{kExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number"};
     return value;
 }
 

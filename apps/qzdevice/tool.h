@@ -12,10 +12,10 @@ namespace qzdevice
 {
 
 // The exit codes, with those that every tool has.
-using qzapp::ExitAccess;
-using qzapp::ExitGood;
-using qzapp::ExitUsage;
-constexpr int ExitRefused = 1;  ///< the device answered with a failure
+using qzapp::kExitAccess;
+using qzapp::kExitGood;
+using qzapp::kExitUsage;
+constexpr int kExitRefused = 1;  ///< the device answered with a failure
 
 using qzapp::Arguments;
 using qzapp::Failure;

@@ -80,11 +80,26 @@ QZInt64 Choose(const std::string& text, qzmon::Settings* settings, const char* n
     return value;
 }
 
+/// 32 hexadecimal digits that nobody can guess; empty when the system has no random numbers.
+std::string RandomToken()
+{
+    unsigned char bytes[16];
+    if (!qzmon::FillRandom(bytes, sizeof bytes)) return {};
+    std::string text;
+    for (const unsigned char byte : bytes)
+    {
+        text.push_back("0123456789abcdef"[byte >> 4]);
+        text.push_back("0123456789abcdef"[byte & 15]);
+    }
+    return text;
+}
+
+/// The token of the settings; a new one is made and stored where there is none.
 std::string MakeToken(qzmon::Settings* settings)
 {
     std::string token = settings->Get("http-token");
     if (token.size() >= 16) return token;
-    token = qzmon::RandomToken();
+    token = RandomToken();
     if (token.empty()) throw Failure{1, "the system has no random numbers for a token"};
     settings->Put("http-token", token);
     return token;

@@ -48,17 +48,9 @@ bool TakeLock(const std::string& path)
     return flock(file, LOCK_EX | LOCK_NB) == 0;
 }
 
-std::string RandomToken()
+bool FillRandom(void* bytes, std::size_t count)
 {
-    unsigned char bytes[16];
-    if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) return {};
-    std::string text;
-    for (const unsigned char byte : bytes)
-    {
-        text.push_back("0123456789abcdef"[byte >> 4]);
-        text.push_back("0123456789abcdef"[byte & 15]);
-    }
-    return text;
+    return getrandom(bytes, count, 0) == static_cast<ssize_t>(count);
 }
 
 ProcessFigures MeasureProcess()

@@ -166,7 +166,7 @@ Server::Server(Monitor* monitor, QZErrorReport* report, const std::string& bind,
     GetServerName()->Set("qzmon");
 }
 
-const Server::Route Server::Routes[] = {
+const Server::Route Server::kRoutes[] = {
     {"GET", "/", &Server::Page},
     {"GET", "/monitor.css", &Server::Style},
     {"GET", "/monitor.js", &Server::Script},
@@ -294,7 +294,7 @@ Server::Answer Server::Dispatch(QZHttpRequest* request)
     const std::string path = Utf8(request->GetUrl()->GetPath());
     const std::string method = Utf8(request->GetMethod());
     bool known = false;
-    for (const Route& route : Routes)
+    for (const Route& route : kRoutes)
     {
         if (path != route.path) continue;
         known = true;

@@ -44,7 +44,7 @@ private:
         const char* path;
         Handler handler;
     };
-    static const Route Routes[];
+    static const Route kRoutes[];
 
     Answer Serve(QZHttpRequest* request);
     Answer Dispatch(QZHttpRequest* request);

@@ -41,13 +41,13 @@ Simulator::Simulator(const std::vector<Correction>& kept) : m_line(qzdevice::Mak
 {
     m_controller.model = "SIM4 monitor";
     m_controller.settings.initialised = true;
-    const char* const names[Channels] = {"TEMP", "PRES", "FLOW", "VOLT"};
+    const char* const names[kChannels] = {"TEMP", "PRES", "FLOW", "VOLT"};
     for (int i = 0; i < qzdevice::Controller::kSlots; ++i)
     {
         const Correction correction =
             static_cast<std::size_t>(i) < kept.size() ? kept[static_cast<std::size_t>(i)] : Correction();
         m_controller.settings.keys[i] =
-            i < Channels ? names[i] : std::string(qzdevice::protocol::kKeySize, '\0');
+            i < kChannels ? names[i] : std::string(qzdevice::protocol::kKeySize, '\0');
         m_controller.settings.incremental[i] = static_cast<float>(correction.offset);
         m_controller.settings.magnification[i] = static_cast<float>(correction.gain);
     }
@@ -82,7 +82,7 @@ bool Simulator::IsPlugged()
 
 void Simulator::Measure(double seconds)
 {
-    for (int i = 0; i < Channels; ++i)
+    for (int i = 0; i < kChannels; ++i)
     {
         // The sum of two even distributions: small deviations more often than large ones.
         double noise = -1;

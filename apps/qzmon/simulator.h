@@ -26,7 +26,7 @@ struct Correction
 class Simulator
 {
 public:
-    static constexpr int Channels = 4;
+    static constexpr int kChannels = 4;
 
     /// @param kept  the corrections that it kept from an earlier run; fewer are filled up
     explicit Simulator(const std::vector<Correction>& kept);

@@ -1,5 +1,5 @@
-#ifndef QZLIB_TESTS_DEVICE_BENCH_H
-#define QZLIB_TESTS_DEVICE_BENCH_H
+#ifndef QZLIB_TESTS_DEVICE_DEVICE_SETUP_H
+#define QZLIB_TESTS_DEVICE_DEVICE_SETUP_H
 
 /// A device object with the simulated controller at the far end of its line.
 
@@ -52,10 +52,10 @@ constexpr QZInt64 kLineTimeout = 6144;
 constexpr QZInt64 kPortClosed = 1792;
 constexpr QZInt64 kNullPointer = 1792;
 
-class Bench
+class DeviceSetup
 {
 public:
-    Bench()
+    DeviceSetup()
         : peer([this](unsigned char byte) {
               const std::lock_guard<std::mutex> guard(m_lock);
               return controller.Take(byte);
