@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-// Objects of the library that return to it at the end of the scope.
+// Owners of the library's objects: at the end of the scope they return the object to the library.
 
 namespace qzapp
 {
@@ -22,7 +22,7 @@ struct GiveBack
 using OwnedString = std::unique_ptr<QZString, GiveBack>;
 using OwnedData = std::unique_ptr<QZData, GiveBack>;
 using OwnedTable = std::unique_ptr<QZDataTable, GiveBack>;
-/// An open file, which is closed.
+/// An open file, which is closed at the end of the scope.
 using OwnedFile = std::unique_ptr<QZFile, GiveBack>;
 
 /// The bytes of a value; none for null.

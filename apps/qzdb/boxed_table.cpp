@@ -19,7 +19,7 @@ void BoxedTable::Add(const std::vector<std::string>& cells)
     QZDataRow* row = m_table->Rows->NewRow();
     for (std::size_t i = 0; i < cells.size(); ++i)
     {
-        // What is not set stays blank.
+        // A cell that is not set is shown blank.
         if (cells[i].empty()) continue;
         const OwnedString text = StringFromUtf8(Visible(cells[i]));
         row->SetElement(static_cast<QZInt64>(i), text.get());

@@ -18,7 +18,7 @@ public:
 
     QZInt64 Rows() const { return m_table->Rows->Count(); }
 
-    /// Writes the box with QZConsole, behind what has gone to the console before.
+    /// Writes the box with QZConsole, after what has been printed before.
     void Show(const Console& console);
 
 private:

@@ -17,7 +17,7 @@ namespace
 
 volatile std::sig_atomic_t g_interrupted = 0;
 
-/// While it lives, an interrupt from the keyboard is noted instead of ending the program.
+/// While this object exists, an interrupt from the keyboard sets a flag and does not end the program.
 class InterruptGuard
 {
 public:
@@ -35,7 +35,7 @@ struct ImportOptions
     std::string database;
     std::string table;
     std::string csv;
-    /// Types by the name of the field, as given.
+    /// The types given with --type, by the name of the field.
     std::vector<std::pair<std::string, QZInt64>> types;
     bool allText = false;
 };
@@ -103,7 +103,8 @@ struct Column
     TypeGuess guess;
 };
 
-/// Reads the whole file once, and says what it holds: after it, nothing in the file can stop an import.
+/// Reads the whole file before the import: it finds every fault, so that none can stop the import half way,
+/// and the types of the columns.
 class Survey
 {
 public:
@@ -130,8 +131,8 @@ public:
     const CsvStyle& Style() const { return m_style; }
     QZInt64 Rows() const { return m_rows; }
 
-    /// What an export of the imported rows will write in another way, at its first place; "" when it gives
-    /// the bytes of the file.
+    /// Says where an export of the imported rows will first differ from the file, and how; "" when it will be
+    /// the same bytes.
     std::string Difference() const
     {
         CsvReader reader(m_text, m_options.csv);
@@ -245,7 +246,7 @@ private:
     QZInt64 m_rows = 0;
 };
 
-/// Writes the rows of a surveyed file into a table.
+/// Writes the rows of a file into a table. A Survey has checked the file before.
 class Importer
 {
 public:
@@ -314,7 +315,7 @@ private:
     QZInt64 m_key = 0;
 };
 
-/// Imports all or nothing, as far as there is a log to go back with.
+/// Imports all rows or none. Without a log there is no way back, so rows written before a failure stay.
 void ImportAll(Database& database, Importer& importer, bool create, const std::optional<Mark>& mark,
                Progress& progress)
 {

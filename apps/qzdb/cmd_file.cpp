@@ -102,7 +102,7 @@ int InfoCommand(const Arguments& arguments, const Console& console)
     std::fprintf(console.out, "rollback        %s\n", database.RollbackOn() ? "on" : "off");
     PrintScan(scan, console.out);
     std::fprintf(console.out, "last error      %s\n", CodeName(database.OpenError()).c_str());
-    // All that can be told has been told; now the exit code and what is wrong.
+    // Everything that can be read is printed. What is wrong with the file comes last, with the exit code.
     database.RequireSound();
     return kExitGood;
 }

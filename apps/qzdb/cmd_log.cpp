@@ -11,10 +11,10 @@ namespace qzdb
 namespace
 {
 
-/// Branches of branches that `log` follows.
+/// How many levels of branches `log` follows.
 constexpr int kDeepestLevel = 1000;
 
-/// The three places of the log: tree B's ADs in order.
+/// The three parts of the log, to which the ADs of tree B lead in this order.
 struct Log
 {
     QZInt64 base = 0;
@@ -40,7 +40,8 @@ Log OpenLog(Database& database)
     return log;
 }
 
-/// The mark that the words name: its address, or its label, of several with one label the latest.
+/// The mark that the words name by its address or its label. Of several marks with one label it is the
+/// latest.
 Mark FindMark(Database& database, const std::vector<Mark>& marks, const std::string& words)
 {
     QZInt64 address = 0;

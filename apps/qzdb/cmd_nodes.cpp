@@ -11,7 +11,7 @@ namespace qzdb
 namespace
 {
 
-/// Levels of nodes below nodes that are shown.
+/// How many levels of nested nodes are shown.
 constexpr int kDeepestLevel = 100;
 
 std::string Counted(QZInt64 count, const char* what)
@@ -19,7 +19,7 @@ std::string Counted(QZInt64 count, const char* what)
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-/// Goes through the directory, each node once: a damaged file may lead in a circle.
+/// Visits each node of the directory once, because the links of a damaged file may form a circle.
 class Directory
 {
 public:
@@ -27,7 +27,7 @@ public:
 
     Directory(Database& database, Visit visit) : m_database(database), m_visit(std::move(visit)) {}
 
-    /// Rows are nodes too, and are left to the table that holds them.
+    /// Visits the nodes below a node, 0 for the root. Rows are nodes too; they are not visited.
     void Run(QZInt64 pd = 0, const std::string& path = {}, int depth = 0)
     {
         const QZInt64 list = ChildList(m_database, pd);
@@ -71,7 +71,7 @@ int NodesCommand(const Arguments& arguments, const Console& console)
         std::string holds;
         if (table) holds = Counted(RowsOf(database, node), "row");
         if (!table && list != 0) holds = Counted(RowsOf(database, node) + 1, "node");
-        // No node keeps its date of change, as things are; what a file holds is shown.
+        // The library does not yet write the date of change; a date that is in the file is shown.
         box.Add({indent + node.name, address, table ? "table" : NodeKindName(node.kind), holds,
                  NodeDate(database, node, false), NodeDate(database, node, true), NodeState(database, node)});
     });

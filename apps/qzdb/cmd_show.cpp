@@ -11,15 +11,15 @@ namespace qzdb
 namespace
 {
 
-/// Records of a list that `tree` shows before it only counts.
+/// How many records of a list `tree` shows; the rest are only counted.
 constexpr QZInt64 kShownPerList = 10;
 constexpr std::size_t kExcerptSize = 60;
-/// Levels of lists below lists that `tree` goes down.
+/// How many levels of nested lists `tree` shows.
 constexpr int kDeepestLevel = 100;
 
 const char* const kTreeNames[] = {"A", "R", "S", "L", "B"};
 
-/// Prints lists below lists, each HD once: a damaged file may lead in a circle.
+/// Prints nested lists. Each HD is printed once, because the links of a damaged file may form a circle.
 class TreePrinter
 {
 public:
@@ -91,7 +91,7 @@ private:
             return true;
         });
         std::fprintf(m_out, " %lld fields", fields);
-        // What a person would want to see of it: its text.
+        // The part that a person can read: its text.
         std::string text;
         if (!qzapp::ReadTypedBytes(m_database.Content(ld, 2), &text))
             qzapp::ReadTypedBytes(m_database.Content(ld, 1), &text);

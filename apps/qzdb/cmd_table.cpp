@@ -16,7 +16,7 @@ QZInt64 RequireType(const std::string& name)
     return type;
 }
 
-/// Runs a change of the library's, with the disk's failures told as such.
+/// Runs a change by the library, and reports an exception as a failure to write.
 template <typename Change>
 void Apply(Database& database, Change change)
 {
@@ -31,7 +31,7 @@ void Apply(Database& database, Change change)
     }
 }
 
-/// The number behind --limit, and the words without it.
+/// Takes the option --limit out of the words. Returns its number.
 QZInt64 TakeLimit(Arguments* words)
 {
     QZInt64 limit = INT64_MAX;
@@ -60,7 +60,7 @@ void RemoveTable(Database& database, Table& table)
     });
     Apply(database, [&] {
         for (const QZInt64 row : rows) table->DataRemove(row);
-        // What the library's Remove leaves behind: the node in its directory.
+        // The library's Remove leaves the nodes of the table in the directory, so they are removed here.
         for (const QZInt64 node : {table.Types().pd, table.GetNode().pd})
         {
             const QZInt64 ld = database.Field(node, QZDatabaseInfo::PD_LD_A);
@@ -125,7 +125,7 @@ int SelectCommand(const Arguments& arguments, const Console& console)
     Database database(words[0]);
     database.RequireSound();
     Table table(database, words[1]);
-    // Everything that will be read is looked at first.
+    // Checks everything that will be read.
     QZInt64 rows = 0;
     table.EachRow([&](QZInt64 row) {
         ++rows;
@@ -210,7 +210,8 @@ int MoveCommand(const Arguments& arguments, const Console& console)
         ParseNumber(arguments[2], &from);
         ParseNumber(arguments[3], &to);
         Apply(database, [&] {
-            // The library's DataMove goes towards the end only; the node goes either way by the sign.
+            // The library's DataMove moves towards the end only. MoveUp moves in both directions, by the
+            // sign.
             if (to > from) table->DataMove(row, to - from);
             if (to < from) QZNode::MoveUp(database.Channel(), row, to - from);
         });

@@ -7,7 +7,7 @@ namespace qzdb
 namespace
 {
 
-/// A name as it is stored.
+/// The name in the form that is stored. Throws Failure when it is too short or too long.
 std::string CheckedName(const std::string& narrow)
 {
     const std::string name = Utf8FromNarrow(narrow);
@@ -15,7 +15,7 @@ std::string CheckedName(const std::string& narrow)
     return name;
 }
 
-/// How many bytes are left in a stream that can tell, else 0.
+/// How many bytes are left in a stream; 0 when that is unknown.
 QZInt64 BytesLeft(std::FILE* in)
 {
     const long at = std::ftell(in);
@@ -25,7 +25,7 @@ QZInt64 BytesLeft(std::FILE* in)
     return end - at;
 }
 
-/// Cuts a stream into lines at line feeds.
+/// Splits a stream into lines at line feeds.
 class LineReader
 {
 public:

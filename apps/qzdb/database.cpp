@@ -32,7 +32,7 @@ Database::Database(const std::string& path) : m_path(path)
     }
     catch (QZException* e)
     {
-        // The header has been found good, so what is left is the system's word.
+        // The header is good, so the reason comes from the operating system.
         Fail(kExitAccess, "cannot open: " + TakeMessage(e));
     }
     m_most = m_header.fileSize / 16 + 1;
@@ -148,7 +148,7 @@ void Database::Walk(QZInt64 hd, const std::function<bool(QZInt64 record, QZInt64
         const QZInt64 kind = Kind(record);
         if (kind <= QZDatabaseInfo::DATA_UNKNOWN) FailDamaged(record, "no record where a list goes on");
         if (++count > m_most) FailDamaged(hd, "the list of this HD does not end");
-        // The step is taken first: a visitor may change the record.
+        // The next record is read first, because visit may change this one.
         const QZInt64 next = Field(record, QZDatabaseInfo::DATA_NEXT);
         if (!visit(record, kind)) return;
         record = next;

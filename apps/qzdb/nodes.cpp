@@ -13,7 +13,7 @@ namespace
 constexpr QZInt64 kFormatField = 2;
 constexpr std::size_t kKindIndex = 1;
 
-/// Where the kinds keep what all of them have.
+/// The fields that every kind of node has, by their numbers in each kind.
 struct Plan
 {
     QZInt64 kind;
@@ -71,7 +71,7 @@ void AppendUtf8(std::string* text, unsigned point)
 
 std::string Utf8FromUtf16(const void* bytes, std::size_t size)
 {
-    // Every pair of surrogates is one character here; the library's own conversion writes some in two.
+    // A pair of surrogates becomes one character here. The library's own conversion writes some pairs as two.
     const auto* units = static_cast<const unsigned char*>(bytes);
     const auto unit = [units](std::size_t i) {
         return units[2 * i] | static_cast<unsigned>(units[2 * i + 1]) << 8;

@@ -14,7 +14,7 @@ namespace
 constexpr std::size_t kLengthIndex = 2;
 /// Item i of a list stands in field i + 7.
 constexpr QZInt64 kFirstItem = 7;
-/// Fields of a list that are no items.
+/// How many fields of a list are no items.
 constexpr QZInt64 kFixedFields = 5;
 
 QZInt64 FirstChild(Database& database, const Node& node)
@@ -172,7 +172,7 @@ std::vector<std::string> Table::Values(QZInt64 row)
     {
         values.push_back(m_database.Content(ld, static_cast<QZInt64>(i) + 1 + kFirstItem));
         size += static_cast<QZInt64>(values.back().size());
-        // Each value has its own place in the file, so together they are no longer than it.
+        // Each value has its own bytes in the file, so the values together are not longer than the file.
         if (size > m_database.MostBytes())
             m_database.FailDamaged(row, "more content than the file has room for");
     }
@@ -194,8 +194,8 @@ void MakeTable(Database& database, const std::string& path)
             node = there;
             continue;
         }
-        // As the library's own QZDbTable::Create does, whose walk along the path would raise at a list of
-        // lines.
+        // Does what QZDbTable::Create does. That cannot be used here: its walk along the path throws at a
+        // list of lines.
         QZInt64 list = ChildList(database, node);
         if (list == 0) list = QZNodeHD::Create(channel, node);
         database.Grown(4096);

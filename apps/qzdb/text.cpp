@@ -40,7 +40,8 @@ const CodeText kCodeTexts[] = {
     {QZDatabaseInfo::ERROR_ABORT, "operation aborted"},
 };
 
-/// The library's own words for these two codes say something else, and hosts rely on that.
+/// The library's own message for these two codes names another reason, and hosts rely on it. This tool names
+/// the real one.
 std::string PlainWords(QZException* exception, const std::string& message)
 {
     if (exception->GetType() != QZIOException::Type) return message;
@@ -71,7 +72,7 @@ std::string TakeMessage(QZException* exception)
 std::string Excerpt(std::string_view bytes, std::size_t limit)
 {
     if (bytes.size() <= limit) return Visible(bytes);
-    // Not in the middle of a UTF-8 character.
+    // The cut must not be in the middle of a UTF-8 character.
     while (limit > 0 && (static_cast<unsigned char>(bytes[limit]) & 0xC0) == 0x80) --limit;
     return Visible(bytes.substr(0, limit)) + "...";
 }

@@ -25,13 +25,13 @@ std::string Excerpt(std::string_view bytes, std::size_t limit);
 /// A decimal or 0x number that fills the whole text; false otherwise.
 bool ParseNumber(const std::string& text, QZInt64* value);
 
-/// UTF-8 of a text in the narrow page.
+/// UTF-8 of a text in the narrow character set, as the command line is.
 std::string Utf8FromNarrow(const std::string& text);
 
 /// The kind of a record by its type code: "HD", "LD" and so on, "?" for none.
 const char* KindName(QZInt64 type);
 
-/// What a code of the engine means.
+/// The meaning of an error code of the engine.
 std::string CodeName(QZInt64 code);
 
 /// Bytes as lines of 16, with offset, hex and text.

@@ -104,13 +104,13 @@ void ListWriter::Commit()
     m_database.Channel()->SYNC();
 }
 
-/// A PD in a list of its own, complete but for its place in the tree.
+/// Makes the PD of the list, complete but not yet in the tree: it stands in a list that only it is in.
 QZInt64 ListWriter::BuildNode()
 {
     const QZInt64 pd = m_database.PutRecord(m_database.PutFreeHead(), QZDatabaseInfo::DATA_PD);
     m_database.PutField(pd, QZDatabaseInfo::PD_HD_A, m_hd);
     m_database.PutField(m_hd, QZDatabaseInfo::HD_PREV, pd);
-    // Tree L is within reach of the past, so from here on the log takes part.
+    // Earlier states can reach tree L, so from here on the log has to be on.
     m_pause.End();
     const QZInt64 ld =
         m_database.PutRecord(m_database.Root(QZDatabaseInfo::TREELSN), QZDatabaseInfo::DATA_LD);
@@ -128,7 +128,7 @@ void ReadLines(Database& database, QZInt64 pd,
     database.Walk(LinesOf(database, pd), [&](QZInt64 line, QZInt64 kind) {
         if (kind != QZDatabaseInfo::DATA_LD) database.FailDamaged(line, "no line where a list goes on");
         if (LineNumber(database, line) != ++number) database.FailDamaged(line, "a line with a wrong number");
-        // Each text has its own place in the file, so together they are no longer than it.
+        // Each text has its own bytes in the file, so the texts together are not longer than the file.
         bytes += database.ContentLength(line, kTextField);
         if (bytes > database.GetHeader().fileSize)
             database.FailDamaged(line, "more text than the file has room for");

@@ -13,7 +13,7 @@
 namespace qzdb
 {
 
-// The exit codes, with those that every tool has.
+// The exit codes: those of every tool, and this tool's own.
 using qzapp::kExitAccess;
 using qzapp::kExitGood;
 using qzapp::kExitUsage;
@@ -29,7 +29,7 @@ struct Console
     std::FILE* in;
     std::FILE* out;
     std::FILE* err;
-    /// A person looks at err: a progress bar makes sense.
+    /// err is a terminal, so a progress bar makes sense.
     bool terminal;
 };
 

@@ -65,7 +65,7 @@ bool IsHex(const std::string& text)
     return text.size() % 2 == 0 && text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
 }
 
-/// What the text becomes when it is stored; false when the library refuses it.
+/// Stores a text as a type and reads it back. False when the library refuses it.
 bool Stored(const std::string& text, QZInt64 type, std::string* back)
 {
     try
@@ -180,7 +180,7 @@ bool IsValue(const std::string& text, QZInt64 type)
         case QZDataType::TIMESTAMP: return IsInteger(text, INT64_MIN, INT64_MAX);
         case QZDataType::DOUBLE:
         case QZDataType::FLOAT: return IsDecimal(text, type);
-        // A date alone is a date and time too.
+        // A date without a time is accepted too.
         case QZDataType::DATETIME:
             return Stored(text, type, &back) && back.compare(0, text.size(), text) == 0;
         case QZDataType::ARRAYINT32:

@@ -23,7 +23,7 @@ using qzapp::OwnedString;
 constexpr QZInt64 kPiece = 1024;
 constexpr QZInt64 kMemoryLimit = QZInt64{1} << 32;
 
-/// A connected device for the time of a command.
+/// A device that is connected while a command runs.
 class Device
 {
 public:

@@ -15,10 +15,10 @@ namespace qzdevice
 namespace
 {
 
-/// What the fault "flip" does to an answer.
+/// The bits that the fault "flip" flips in an answer.
 constexpr unsigned char kEveryBit = 0xFF;
 
-/// A port of this machine with a host on its other end.
+/// A port of this machine, with a host at the other end of its line.
 class Port : public Line
 {
 public:
@@ -65,7 +65,7 @@ struct Simulation
     bool log = false;
 };
 
-/// WHERE[:N][+]=WHAT
+/// Reads a fault: WHERE[:N][+]=WHAT
 Fault ParseFault(const std::string& text)
 {
     const Failure bad{kExitUsage,

@@ -11,7 +11,7 @@
 namespace qzdevice
 {
 
-// The exit codes, with those that every tool has.
+// The exit codes: those of every tool, and this tool's own.
 using qzapp::kExitAccess;
 using qzapp::kExitGood;
 using qzapp::kExitUsage;
@@ -25,13 +25,13 @@ struct Console
 {
     std::FILE* out;
     std::FILE* err;
-    /// A person looks at err: a progress bar makes sense.
+    /// err is a terminal, so a progress bar makes sense.
     bool terminal;
     /// Set from outside to end a simulation.
     const std::atomic<bool>* stop;
 };
 
-/// What the options say.
+/// The values of the options.
 struct Options
 {
     long long baud = 115200;
@@ -52,7 +52,7 @@ int CallCommand(const Arguments& arguments, const Options& options, const Consol
 int ReadCommand(const Arguments& arguments, const Options& options, const Console& console);
 int WriteCommand(const Arguments& arguments, const Options& options, const Console& console);
 int OrderCommand(const Arguments& arguments, const Options& options, const Console& console);
-/// Has its own options, and takes all words.
+/// This command has its own options, so it takes all words after its name.
 int SimulateCommand(const Arguments& arguments, const Console& console);
 
 /// A number in decimal or 0x form that fills the text and lies in the range.
@@ -62,7 +62,7 @@ long long ParseInteger(const std::string& text, long long least, long long most,
 /// One of the speeds of a line.
 long long ParseBaud(const std::string& text);
 
-/// A number with a point. @throws Failure
+/// A floating-point number that fills the text. @throws Failure with `what` in its text
 float ParseFloat(const std::string& text, const char* what);
 
 }  // namespace qzdevice

@@ -10,10 +10,10 @@ namespace qzmon
 namespace
 {
 
-/// Milliseconds for one answer byte.
+/// How long to wait for an answer byte, in milliseconds.
 constexpr int kTimeout = 1000;
 
-/// The double of the digits that a float is written with, so that 1.1 stays 1.1.
+/// The double with the shortest digits of a float, so that 1.1 stays 1.1.
 double Widen(float value)
 {
     char text[64];

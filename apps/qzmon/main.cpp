@@ -70,7 +70,7 @@ Options ParseOptions(int argc, char** argv)
     return options;
 }
 
-/// A number of the command line, or of the settings.
+/// The number of an option, or of the setting when the option is empty.
 QZInt64 Choose(const std::string& text, qzmon::Settings* settings, const char* name, QZInt64 most)
 {
     if (text.empty()) return settings->Number(name);
@@ -123,7 +123,7 @@ void Say(const std::string& line)
 void Serve(const Options& options)
 {
     EnterFolder(options.data);
-    // What one sync wrote is there as a whole or not at all, however this process ends.
+    // The file has either all changes of a sync or none, however this process ends.
     QZFileBuffer::AtomicSync = 1;
     qzmon::Settings settings("qzmon.ini");
     qzmon::Session session;

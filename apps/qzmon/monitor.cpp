@@ -28,7 +28,7 @@ std::string LogName(QZInt64 timestamp)
 
 }  // namespace
 
-/// A step of the monitor's that a scheduler calls. What goes wrong is reported once by the step itself.
+/// A step of the monitor that a scheduler calls. Each step handles its own failures.
 class Monitor::Task : public QZTask
 {
 public:
@@ -106,7 +106,7 @@ std::string Monitor::Start()
 void Monitor::Stop()
 {
     if (!m_sampling) return;
-    // A task that stands in a list cannot be deleted.
+    // A task has to leave its scheduler's list before it is deleted.
     m_sampling->Reset();
     m_sampling->RemoveTask(m_sampleTask.get());
     m_sampling.reset();
@@ -197,7 +197,7 @@ void Monitor::Lost(const std::string& why)
         if (news) m_status.trouble = why;
         m_nextTry = QZEnvironment::GetTickCount() + kRetry;
     }
-    // Every failing attempt says the same: one entry for each loss.
+    // Every failed attempt gives the same reason, so each loss is logged once.
     if (news) Log((had ? "Device lost: " : "No device: ") + why);
 }
 
@@ -266,7 +266,7 @@ std::vector<Sample> Monitor::Recent(QZInt64 seconds)
     const std::lock_guard<std::mutex> guard(m_lock);
     auto first = m_recent.end();
     while (first != m_recent.begin() && std::prev(first)->time >= begin) --first;
-    // The one before, so that the line begins at the edge.
+    // The sample before the first one is included, so that the line begins at the left edge.
     if (first != m_recent.begin()) --first;
     return std::vector<Sample>(first, m_recent.end());
 }
@@ -339,7 +339,7 @@ void Monitor::Restore(QZInt64 id)
     }
     catch (QZException* e)
     {
-        // They are sent when the device is there again.
+        // They are sent when the device is connected again.
         Lost(TakeMessage(e));
     }
     catch (const Failure&)
@@ -371,7 +371,7 @@ void Monitor::Log(const std::string& text)
     }
     catch (QZException* e)
     {
-        // The disk may be full: the monitor goes on.
+        // The monitor goes on without the entry: the disk may be full.
         QZExceptionFactory::Recycle(&e);
     }
 }

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-// What this program asks of the system itself.
+// What this program needs from the operating system.
 
 namespace qzmon
 {
@@ -13,7 +13,7 @@ namespace qzmon
 /// The folder for this program's data, in the user's folder for data of programs.
 std::string UserDataFolder();
 
-/// Sets the flag on Ctrl+C, SIGTERM and their like.
+/// Sets the flag when the process is asked to end: Ctrl+C, SIGTERM and similar.
 void CatchSignals(std::atomic<bool>* stop);
 
 /// Locks the file for this process until the process ends. False when another process has it.
@@ -22,7 +22,7 @@ bool TakeLock(const std::string& path);
 /// Fills bytes with numbers that nobody can guess. False when the system has none.
 bool FillRandom(void* bytes, std::size_t count);
 
-/// Of this process: resident memory in bytes, open descriptors or handles, threads. -1 when unknown.
+/// Figures of this process: resident memory in bytes, open descriptors or handles, threads. -1 means unknown.
 struct ProcessFigures
 {
     long long memory = -1;

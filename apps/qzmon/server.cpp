@@ -53,7 +53,7 @@ std::string Decoded(QZString* text)
     }
 }
 
-/// The parameters of the address; of several of one name the last one counts.
+/// The parameters of the address. When a name occurs more than once, the last value counts.
 void AddAddress(QZHttpRequest* request, Fields* fields)
 {
     QZUrl* url = request->GetUrl();
@@ -104,7 +104,7 @@ void AddBody(QZHttpRequest* request, Fields* fields)
     QZJsonFactory::Recycle(&value);
 }
 
-/// Takes as long for every token of a length.
+/// Compares two tokens. The time does not depend on where they differ, so that it does not give a token away.
 bool SameToken(const std::string& a, const std::string& b)
 {
     if (a.size() != b.size()) return false;
@@ -264,7 +264,7 @@ bool Server::IsAllowed(QZHttpRequest* request, Answer* answer)
     }
     if (m_token.empty())
     {
-        // A foreign name that was made to lead here.
+        // A name of another site may have been made to resolve to this machine.
         std::string host = Lower(HeaderOf(request, "Host"));
         host = host.substr(0, host.rfind(':'));
         if (host.empty() || host == "localhost" || host.rfind("127.", 0) == 0) return true;
@@ -277,7 +277,7 @@ bool Server::IsAllowed(QZHttpRequest* request, Answer* answer)
     AddAddress(request, &fields);
     if (!changes && path == "/" && SameToken(fields["token"], m_token))
     {
-        // Into a cookie, and out of the address.
+        // Moves the token from the address into a cookie.
         answer->status = 302;
         answer->headers =
             "\nLocation: /\nSet-Cookie: qzmon-token=" + m_token + "; Path=/; HttpOnly; SameSite=Strict";

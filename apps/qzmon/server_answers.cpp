@@ -1,4 +1,4 @@
-// What the server answers at each address.
+// The answers of the server, one function for each address.
 
 #include <algorithm>
 

@@ -8,7 +8,7 @@ namespace qzmon
 namespace
 {
 
-// The value ends at the semicolon in front of the comment.
+// The value ends at the semicolon before the comment.
 std::string Line(const Setting& setting)
 {
     return std::string(setting.name) + "=" + setting.initial + "; " + setting.comment + "\r\n";

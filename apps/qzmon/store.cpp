@@ -48,7 +48,7 @@ void CopyFile(const std::string& from, const std::string& to)
     QZFile::Copy(in.get(), 0, out.get(), 0, in->GetSize(), kMegabyte, nullptr);
 }
 
-/// The path with the time in front of its extension.
+/// The path with a word and the time before its extension.
 std::string Aside(const std::string& path, const char* word)
 {
     std::string stamp;
@@ -209,7 +209,7 @@ void Store::OpenTables()
     QZString parameters = Text(kParameters);
     m_samples = QZDbTable::Open(m_channel, &samples);
     m_parameters = QZDbTable::Open(m_channel, &parameters);
-    // Channels that came with the settings get fields of their own.
+    // Channels that the settings have added get new fields.
     for (QZInt64 i = m_samples->FieldCount(); i <= m_channels; ++i)
         AddField(m_samples, "channel " + std::to_string(i), QZDataType::DOUBLE);
     m_rows = RowsOf(m_samples);
@@ -381,7 +381,7 @@ Snapshot Store::NewMark(const std::string& label)
     snapshot.point = m_channel->G_A(snapshot.id, QZDatabaseInfo::RD_P);
     snapshot.label = label;
     snapshot.time = QZEnvironment::GetCurrentTimestamp();
-    // The mark's own fields must not go when the database goes back to it.
+    // Going back to the mark must not remove its own fields, so they are written with the log off.
     m_channel->RB_OFF();
     WriteMark(m_channel, snapshot);
     m_channel->RB_ON();

@@ -19,7 +19,7 @@ std::string Content(QZChannel* channel, QZInt64 ld, QZInt64 field)
     return bytes;
 }
 
-/// A value that is given back at the end of the scope.
+/// A value of a table. It returns to the library at the end of the scope.
 class Value
 {
 public:

@@ -24,7 +24,7 @@ struct Result
     std::string err;
 };
 
-/// A folder for files, and the tool.
+/// The tool, with a folder for its files.
 class Tool
 {
 public:
@@ -52,13 +52,13 @@ private:
     std::atomic<bool> m_stop{false};
 };
 
-/// The tool beside a controller on a line.
+/// The tool, with a simulated controller at the other end of its line.
 class ToolSetup
 {
 public:
     ToolSetup() : peer([this](unsigned char byte) { return controller.Take(byte); }) {}
 
-    /// The command with the port put in behind its name; the device has long to answer.
+    /// Runs a command with the port inserted after its name, and with a long time-out.
     Result Run(std::vector<std::string> words, bool terminal = false)
     {
         words.insert(words.begin() + 1, peer.Path());
@@ -277,7 +277,8 @@ TEST(QzdeviceController, ABlockBelongsToItsSelection)
     };
     EXPECT_EQ(select(65534), std::string(1, '\0'));
     EXPECT_EQ(take("24 61 62 27"), "00 00 00 00");
-    // A place that is not there: neither what was written before nor nothing at all can be committed to it.
+    // The block is outside the memory: neither the bytes written before nor an empty block can be committed
+    // to it.
     EXPECT_EQ(select(65535), "\xF1");
     EXPECT_EQ(take("22"), "E2");
     EXPECT_EQ(take("27 22"), "E2 E2");
@@ -296,13 +297,13 @@ TEST(Qzdevice, ASimulationEndsByItself)
 
 TEST(Qzdevice, ASimulationServesAPort)
 {
-    // Two tools back to back would need a cable; the peer plays the host here.
+    // Two tools would need a cable between two ports, so the test itself is the host.
     qztest::LinePeer host;
     Tool tool;
     Result simulated;
     std::thread simulation([&] { simulated = tool.Run({"simulate", "--port", host.Path(), "--log"}); });
     EXPECT_TRUE(qztest::Eventually([&] {
-        // What was sent before the port was set up may be lost.
+        // Bytes that were sent before the port was set up may be lost.
         if (host.Received().empty()) host.Send("\x52");
         os::Sleep(5);
         return !host.Received().empty();

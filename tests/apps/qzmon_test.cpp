@@ -1,4 +1,4 @@
-// The parts of the monitor without its page; tests/browser has that one.
+// The parts of the monitor except its page, which tests/browser tests.
 
 #include <cmath>
 #include <cstring>
