@@ -43,3 +43,13 @@ if(WIN32)
     # The compiler's runtime goes inside: a program or DLL of ours asks for system DLLs only.
     target_link_options(qzlib_link_flags INTERFACE -static)
 endif()
+
+# qz_keep_platform_sources(VARIABLE): takes those sources out of a list whose names end in another platform's name.
+function(qz_keep_platform_sources variable)
+    if(WIN32)
+        list(FILTER ${variable} EXCLUDE REGEX "_posix\\.cpp$")
+    else()
+        list(FILTER ${variable} EXCLUDE REGEX "_windows\\.cpp$")
+    endif()
+    set(${variable} ${${variable}} PARENT_SCOPE)
+endfunction()

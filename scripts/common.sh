@@ -15,6 +15,7 @@ PACKAGES_PEERS="python3 curl chromium haproxy"
 # Programs that scripts/bench-http measures beside.
 PACKAGES_HTTP="python3 wrk nginx-light libcpp-httplib-dev"
 PACKAGES_BROWSER="chromium chromium-driver python3"
+PACKAGES_WEB="eslint tidy python3 python3-tinycss2"
 PACKAGES_CHECK="git clang-14 clang-format-14 clang-tidy-14"
 
 say() { printf '== %s\n' "$*"; }

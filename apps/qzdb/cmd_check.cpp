@@ -10,14 +10,15 @@ namespace qzdb
 namespace
 {
 
-/// Fields of one LD, misread by the engine, whose content is followed: each costs a walk.
-constexpr QZInt64 MostMisread = 1000;
+/// For how many fields of one LD that the engine misreads the content is checked. Each costs a walk along the
+/// list.
+constexpr QZInt64 kMostMisread = 1000;
 
-/// Follows everything that can be reached from the main HD, and looks at each record on the way.
+/// Follows everything that can be reached from the main HD, and checks each record on the way.
 ///
 /// A record passes when the engine's structure check finds nothing, and its links agree with the list that
-/// holds it. What cannot be reached (deleted records, states of the log that are not the present one) is
-/// counted and no fault.
+/// holds it. Records that cannot be reached are counted and are no faults: deleted records, and those of
+/// other states in the log.
 class Checker
 {
 public:
@@ -55,7 +56,7 @@ private:
     struct Head
     {
         QZInt64 address;
-        /// What refers to it, 0 for the main HD.
+        /// The record that refers to it, 0 for the main HD.
         QZInt64 from;
     };
 
@@ -82,7 +83,7 @@ private:
             Fault(QZDatabaseInfo::DBL_POSITION_V5, "",
                   "the length field says " + std::to_string(header.length) + ", the last record ends at " +
                       std::to_string(scan.end));
-        // Where something refers into a gap, the record that refers is named below.
+        // A gap is no fault by itself. A record that refers into a gap is reported later.
         for (const QZInt64 gap : scan.gaps) std::fprintf(m_out, "%lld: note: no record here\n", gap);
     }
 
@@ -130,7 +131,7 @@ private:
             }
             CheckLinks(record, kind, head.address, previous);
             // The engine takes a CD whose content begins with the mark of a record for a PD; in a list of
-            // fields it is one. Its LD has looked at its content.
+            // fields it is a CD, and the check of its LD has checked its content.
             if (kind != QZDatabaseInfo::DATA_PD || m_fieldLists.count(head.address) == 0)
                 CheckRecord(record, kind, head.address);
             previous = m_database.Field(record, QZDatabaseInfo::DATA_END);
@@ -167,9 +168,8 @@ private:
         }
     }
 
-    /// Content that was replaced lies in a CD of its own, in a list of its own: it is in use through the
-    /// pointer alone.
-    /// `slot` is the record that has the pointer.
+    /// Checks where the content of a record is. Content that was replaced is in a separate CD, in a separate
+    /// list, and only the record's pointer leads there. `slot` is the record that has the pointer.
     void CheckContent(QZInt64 record, const char* kind, QZInt64 field, QZInt64 slot)
     {
         const QZInt64 width = m_database.GetHeader().addressLength;
@@ -199,8 +199,8 @@ private:
         if (code != QZDatabaseInfo::NORMAL) Fault(record, kind, CodeName(code));
     }
 
-    /// An AD leads to a list of its own, but in the back references of an LD, where it names a PD that is
-    /// reached by its own list.
+    /// An AD leads to a list that nothing else leads to. The exception is an AD in the back references of an
+    /// LD: it names a PD that is in another list.
     void CheckAddress(QZInt64 record, QZInt64 head)
     {
         CheckCode(record, "AD");
@@ -216,7 +216,7 @@ private:
             ++m_trees;
             if (m_trees == QZDatabaseInfo::TREEBSN) m_logRoot = target;
         }
-        // The third AD of the log's root repeats a write position that the log itself leads to.
+        // The third AD of the log's root names the current write position, which the log leads to as well.
         if (head == m_logRoot && m_logRoot != 0 && ++m_logPlaces == 3)
         {
             if (m_database.Kind(target) != QZDatabaseInfo::TABLE_HD)
@@ -256,11 +256,11 @@ private:
                          [&](QZInt64 n, QZInt64 cd, QZInt64 kind) {
                              if (kind != QZDatabaseInfo::DATA_PD) return;
                              misread = true;
-                             if (n <= MostMisread) CheckContent(record, "LD", n, cd);
+                             if (n <= kMostMisread) CheckContent(record, "LD", n, cd);
                          }) &&
                ends;
-        // The engine's check of an LD walks its lists as far as they go, so only lists with an end are given
-        // to it.
+        // The engine's check of an LD does not return when a list has no end, so it runs only on lists that
+        // have one.
         if (!ends)
         {
             Fault(record, "LD", "a list of its fields or references does not end");
@@ -328,8 +328,8 @@ int CheckCommand(const Arguments& arguments, const Console& console)
     checker.Run();
     std::fprintf(console.out, "%s: %lld records, %lld in use, %lld faults, %.3f s\n", arguments[0].c_str(),
                  checker.Records(), checker.Reached(), checker.Faults(), Seconds() - start);
-    if (checker.Faults() == 0) return ExitGood;
-    database.Fail(ExitFaults, std::to_string(checker.Faults()) + " faults");
+    if (checker.Faults() == 0) return kExitGood;
+    database.Fail(kExitFaults, std::to_string(checker.Faults()) + " faults");
 }
 
 }  // namespace qzdb

@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "csv.h"
-#include "log.h"
+#include "marks.h"
 #include "table.h"
 #include "text.h"
 #include "values.h"
@@ -17,7 +17,7 @@ namespace
 
 volatile std::sig_atomic_t g_interrupted = 0;
 
-/// While it lives, an interrupt from the keyboard is noted instead of ending the program.
+/// While this object exists, an interrupt from the keyboard sets a flag and does not end the program.
 class InterruptGuard
 {
 public:
@@ -35,7 +35,7 @@ struct ImportOptions
     std::string database;
     std::string table;
     std::string csv;
-    /// Types by the name of the field, as given.
+    /// The types given with --type, by the name of the field.
     std::vector<std::pair<std::string, QZInt64>> types;
     bool allText = false;
 };
@@ -58,12 +58,12 @@ ImportOptions ParseImport(const Arguments& arguments)
             const std::size_t sign = given.rfind('=');
             QZInt64 type = 0;
             if (sign == std::string::npos || !ParseType(given.substr(sign + 1), &type))
-                throw Failure{ExitUsage, "import-csv: --type takes FIELD=TYPE; types are " + TypeNames()};
+                throw Failure{kExitUsage, "import-csv: --type takes FIELD=TYPE; types are " + TypeNames()};
             options.types.emplace_back(Utf8FromNarrow(given.substr(0, sign)), type);
         }
         else if (word.size() > 1 && word[0] == '-')
         {
-            throw Failure{ExitUsage, "import-csv: unknown option " + Visible(word)};
+            throw Failure{kExitUsage, "import-csv: unknown option " + Visible(word)};
         }
         else if (named < names.size())
         {
@@ -71,17 +71,17 @@ ImportOptions ParseImport(const Arguments& arguments)
         }
         else
         {
-            throw Failure{ExitUsage, "import-csv: too many names"};
+            throw Failure{kExitUsage, "import-csv: too many names"};
         }
     }
-    if (named < names.size()) throw Failure{ExitUsage, "import-csv: needs FILE TABLE CSV"};
+    if (named < names.size()) throw Failure{kExitUsage, "import-csv: needs FILE TABLE CSV"};
     return options;
 }
 
 std::string ReadAll(const std::string& path, const Console& console)
 {
     std::FILE* file = path == "-" ? console.in : std::fopen(path.c_str(), "rb");
-    if (!file) throw Failure{ExitAccess, path + ": cannot open"};
+    if (file == nullptr) throw Failure{kExitAccess, path + ": cannot open"};
     std::string text;
     std::string chunk(1 << 16, '\0');
     for (std::size_t count = 1; count > 0;)
@@ -91,7 +91,7 @@ std::string ReadAll(const std::string& path, const Console& console)
     }
     const bool failed = std::ferror(file) != 0;
     if (file != console.in) std::fclose(file);
-    if (failed) throw Failure{ExitAccess, path + ": cannot read"};
+    if (failed) throw Failure{kExitAccess, path + ": cannot read"};
     return text;
 }
 
@@ -103,7 +103,8 @@ struct Column
     TypeGuess guess;
 };
 
-/// Reads the whole file once, and says what it holds: after it, nothing in the file can stop an import.
+/// Reads the whole file before the import: it finds every fault, so that none can stop the import half way,
+/// and the types of the columns.
 class Survey
 {
 public:
@@ -130,8 +131,8 @@ public:
     const CsvStyle& Style() const { return m_style; }
     QZInt64 Rows() const { return m_rows; }
 
-    /// What an export of the imported rows will write in another way, at its first place; "" when it gives
-    /// the bytes of the file.
+    /// Says where an export of the imported rows will first differ from the file, and how; "" when it will be
+    /// the same bytes.
     std::string Difference() const
     {
         CsvReader reader(m_text, m_options.csv);
@@ -186,7 +187,7 @@ private:
         {
             if (SameField(name, field.text)) column.type = type;
         }
-        if (fields)
+        if (fields != nullptr)
         {
             const auto known = std::find_if(
                 fields->begin(), fields->end(),
@@ -194,7 +195,7 @@ private:
             if (known == fields->end())
                 reader.Fail(field.line, field.column, "the table has no field " + shown);
             if (column.type && *column.type != known->type && !m_options.allText)
-                throw Failure{ExitUsage,
+                throw Failure{kExitUsage,
                               "import-csv: the field " + shown + " is there as " + TypeName(known->type)};
             column.type = known->type;
         }
@@ -210,7 +211,7 @@ private:
                 return SameField(column.name, name);
             });
             if (!there)
-                throw Failure{ExitUsage,
+                throw Failure{kExitUsage,
                               "import-csv: --type names \"" + Visible(name) + "\", the file does not"};
         }
     }
@@ -245,7 +246,7 @@ private:
     QZInt64 m_rows = 0;
 };
 
-/// Writes the rows of a surveyed file into a table.
+/// Writes the rows of a file into a table. A Survey has checked the file before.
 class Importer
 {
 public:
@@ -267,7 +268,7 @@ public:
         reader.Next(&record);
         for (QZInt64 rows = 1; reader.Next(&record); ++rows)
         {
-            if (g_interrupted) throw Failure{ExitAccess, m_options.csv + ": interrupted"};
+            if (g_interrupted) throw Failure{kExitAccess, m_options.csv + ": interrupted"};
             AddRow(table, record);
             progress.Show(reader.Position(), rows);
         }
@@ -314,7 +315,7 @@ private:
     QZInt64 m_key = 0;
 };
 
-/// Imports all or nothing, as far as there is a log to go back with.
+/// Imports all rows or none. Without a log there is no way back, so rows written before a failure stay.
 void ImportAll(Database& database, Importer& importer, bool create, const std::optional<Mark>& mark,
                Progress& progress)
 {
@@ -333,7 +334,7 @@ void ImportAll(Database& database, Importer& importer, bool create, const std::o
     {
         reason = database.Path() + ": cannot write: " + TakeMessage(e);
     }
-    if (!mark) throw Failure{ExitAccess, reason + "; without a log, the rows written so far stay"};
+    if (!mark) throw Failure{kExitAccess, reason + "; without a log, the rows written so far stay"};
     const std::string stuck =
         "; going back failed as well, later try: qzdb restore FILE " + std::to_string(mark->address);
     try
@@ -342,14 +343,14 @@ void ImportAll(Database& database, Importer& importer, bool create, const std::o
     }
     catch (const Failure&)
     {
-        throw Failure{ExitAccess, reason + stuck};
+        throw Failure{kExitAccess, reason + stuck};
     }
     catch (QZException* e)
     {
         TakeMessage(e);
-        throw Failure{ExitAccess, reason + stuck};
+        throw Failure{kExitAccess, reason + stuck};
     }
-    throw Failure{ExitAccess, reason + "; nothing is imported"};
+    throw Failure{kExitAccess, reason + "; nothing is imported"};
 }
 
 void TellImport(const ImportOptions& options, const std::string& text, const Survey& survey, double seconds,
@@ -377,7 +378,7 @@ int ImportCsvCommand(const Arguments& arguments, const Console& console)
 
     const Node there = FindTable(database, options.table);
     if (there.pd == 0 && PathExists(database, options.table))
-        database.Fail(ExitUsage, "\"" + Visible(options.table) + "\" is there and is no table");
+        database.Fail(kExitUsage, "\"" + Visible(options.table) + "\" is there and is no table");
     Survey survey(text, options);
     const std::vector<TableField> fields =
         there.pd == 0 ? std::vector<TableField>() : FieldsOf(database, there);
@@ -394,7 +395,7 @@ int ImportCsvCommand(const Arguments& arguments, const Console& console)
     }
     database.Close();
     TellImport(options, text, survey, Seconds() - start, console);
-    return ExitGood;
+    return kExitGood;
 }
 
 int ExportCsvCommand(const Arguments& arguments, const Console& console)
@@ -408,7 +409,7 @@ int ExportCsvCommand(const Arguments& arguments, const Console& console)
         else
             words.push_back(word);
     }
-    if (words.size() != 2) throw Failure{ExitUsage, "export-csv: wrong number of arguments; see qzdb --help"};
+    if (words.size() != 2) throw qzapp::WrongCount("export-csv", "qzdb");
     Database database(words[0]);
     database.RequireSound();
     Table table(database, words[1]);
@@ -423,12 +424,12 @@ int ExportCsvCommand(const Arguments& arguments, const Console& console)
         if (last && !style.lastLineEnded) out.resize(out.size() - (style.crlf ? 2 : 1));
         std::fwrite(out.data(), 1, out.size(), console.out);
         out.clear();
-        if (std::ferror(console.out)) throw Failure{ExitAccess, "cannot write to standard output"};
+        if (std::ferror(console.out)) throw Failure{kExitAccess, "cannot write to standard output"};
     };
     AppendFront(style, &out);
     std::vector<std::string> record;
     for (const TableField& field : table.Fields()) record.push_back(field.name);
-    if (record.empty()) database.Fail(ExitUsage, "a table without fields has no header line");
+    if (record.empty()) database.Fail(kExitUsage, "a table without fields has no header line");
     AppendRecord(record, style, &out);
     table.EachRow([&](QZInt64 row) {
         flush(false);
@@ -439,7 +440,7 @@ int ExportCsvCommand(const Arguments& arguments, const Console& console)
         return true;
     });
     flush(true);
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

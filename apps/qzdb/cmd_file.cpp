@@ -28,12 +28,12 @@ CreateOptions ParseCreate(const Arguments& arguments)
         {
             const std::string width = ++i < arguments.size() ? arguments[i] : std::string();
             if (width != "32" && width != "64")
-                throw Failure{ExitUsage, "create: --addresses takes 32 or 64"};
+                throw Failure{kExitUsage, "create: --addresses takes 32 or 64"};
             options.addressMode = width == "32" ? QZDatabaseInfo::ADDR_MODE_32 : QZDatabaseInfo::ADDR_MODE_64;
         }
         else if (word.compare(0, 2, "--") == 0)
         {
-            throw Failure{ExitUsage, "create: unknown option " + Visible(word)};
+            throw Failure{kExitUsage, "create: unknown option " + Visible(word)};
         }
         else if (options.path.empty())
         {
@@ -41,10 +41,10 @@ CreateOptions ParseCreate(const Arguments& arguments)
         }
         else
         {
-            throw Failure{ExitUsage, "create: more than one file named"};
+            throw Failure{kExitUsage, "create: more than one file named"};
         }
     }
-    if (options.path.empty()) throw Failure{ExitUsage, "create: no file named"};
+    if (options.path.empty()) throw Failure{kExitUsage, "create: no file named"};
     return options;
 }
 
@@ -67,19 +67,19 @@ int CreateCommand(const Arguments& arguments, const Console& console)
     try
     {
         if (QZFile::Exists(options.path.c_str()))
-            throw Failure{ExitAccess, options.path + ": the file exists already"};
+            throw Failure{kExitAccess, options.path + ": the file exists already"};
         made = QZChannel::Create(options.path.c_str(), QZDatabaseInfo::DBV_CODE_V5, options.addressMode,
                                  options.rollback) != 0;
     }
     catch (QZException* e)
     {
-        throw Failure{ExitAccess, options.path + ": cannot create: " + TakeMessage(e)};
+        throw Failure{kExitAccess, options.path + ": cannot create: " + TakeMessage(e)};
     }
-    if (!made) throw Failure{ExitAccess, options.path + ": cannot create"};
+    if (!made) throw Failure{kExitAccess, options.path + ": cannot create"};
     std::fprintf(console.out, "%s: created, %d-bit addresses, rollback %s\n", options.path.c_str(),
                  options.addressMode == QZDatabaseInfo::ADDR_MODE_64 ? 64 : 32,
                  options.rollback ? "on" : "off");
-    return ExitGood;
+    return kExitGood;
 }
 
 int InfoCommand(const Arguments& arguments, const Console& console)
@@ -102,9 +102,9 @@ int InfoCommand(const Arguments& arguments, const Console& console)
     std::fprintf(console.out, "rollback        %s\n", database.RollbackOn() ? "on" : "off");
     PrintScan(scan, console.out);
     std::fprintf(console.out, "last error      %s\n", CodeName(database.OpenError()).c_str());
-    // All that can be told has been told; now the exit code and what is wrong.
+    // Everything that can be read is printed. What is wrong with the file comes last, with the exit code.
     database.RequireSound();
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

@@ -1,8 +1,7 @@
 #include <map>
 #include <set>
 
-#include "fields.h"
-#include "log.h"
+#include "marks.h"
 #include "text.h"
 #include "text_list.h"
 
@@ -12,12 +11,10 @@ namespace qzdb
 namespace
 {
 
-constexpr QZInt64 LabelField = 1;
-constexpr QZInt64 TimeField = 2;
-/// Branches of branches that `log` follows.
-constexpr int DeepestLevel = 1000;
+/// How many levels of branches `log` follows.
+constexpr int kDeepestLevel = 1000;
 
-/// The three places of the log: tree B's ADs in order.
+/// The three parts of the log, to which the ADs of tree B lead in this order.
 struct Log
 {
     QZInt64 base = 0;
@@ -37,33 +34,14 @@ Log OpenLog(Database& database)
             database.FailDamaged(*places[n], "no HD where the log should be");
         return ++n < 3;
     });
-    if (n == 0) database.Fail(ExitUsage, "the database was made without rollback and has no log");
-    if (n < 3) database.Fail(ExitFaults, "damaged: a part of the log is missing");
-    if (!database.RollbackOn()) database.Fail(ExitFaults, "damaged: the engine finds no log");
+    if (n == 0) database.Fail(kExitUsage, "the database was made without rollback and has no log");
+    if (n < 3) database.Fail(kExitFaults, "damaged: a part of the log is missing");
+    if (!database.RollbackOn()) database.Fail(kExitFaults, "damaged: the engine finds no log");
     return log;
 }
 
-std::vector<Mark> ReadMarks(Database& database, const Log& log)
-{
-    std::vector<Mark> marks;
-    database.Walk(log.marks, [&](QZInt64 record, QZInt64 kind) {
-        if (kind != QZDatabaseInfo::DATA_RD) database.FailDamaged(record, "no RD in the list of marks");
-        Mark mark;
-        mark.address = record;
-        mark.point = database.Field(record, QZDatabaseInfo::RD_P);
-        const QZInt64 ld = database.Field(record, QZDatabaseInfo::RD_N);
-        if (database.Kind(ld) != QZDatabaseInfo::DATA_LD)
-            database.FailDamaged(record, "a mark without its fields");
-        // A mark that another program made has no such fields.
-        ReadTypedBytes(database.Content(ld, LabelField), &mark.label);
-        ReadTypedNumber(database.Content(ld, TimeField), &mark.time);
-        marks.push_back(mark);
-        return true;
-    });
-    return marks;
-}
-
-/// The mark that the words name: its address, or its label, of several with one label the latest.
+/// The mark that the words name by its address or its label. Of several marks with one label it is the
+/// latest.
 Mark FindMark(Database& database, const std::vector<Mark>& marks, const std::string& words)
 {
     QZInt64 address = 0;
@@ -79,7 +57,7 @@ Mark FindMark(Database& database, const std::vector<Mark>& marks, const std::str
     {
         if (!label.empty() && marks[i - 1].label == label) return marks[i - 1];
     }
-    database.Fail(ExitUsage, "no mark \"" + Visible(words) + "\"; see qzdb log");
+    database.Fail(kExitUsage, "no mark \"" + Visible(words) + "\"; see qzdb log");
 }
 
 class LogPrinter
@@ -116,8 +94,8 @@ private:
             PrintChanges(changes, depth);
             const QZInt64 branch = m_database.Field(record, QZDatabaseInfo::AD_FREE);
             std::fprintf(m_out, "%*sbranch %lld\n", 2 * depth, "", record);
-            if (depth < DeepestLevel) Print(branch, depth + 1);
-            if (depth >= DeepestLevel) std::fprintf(m_out, "%*s...\n", 2 * depth + 2, "");
+            if (depth < kDeepestLevel) Print(branch, depth + 1);
+            if (depth >= kDeepestLevel) std::fprintf(m_out, "%*s...\n", 2 * depth + 2, "");
         }
         else
         {
@@ -145,37 +123,6 @@ private:
 
 }  // namespace
 
-std::string MarkText(const Mark& mark)
-{
-    std::string text = "mark " + std::to_string(mark.address);
-    if (!mark.label.empty()) text += " \"" + Visible(mark.label) + "\"";
-    if (mark.time > 0) text += ", " + TimeText(mark.time);
-    return text;
-}
-
-Mark TakeMark(Database& database, const std::string& label)
-{
-    Mark mark;
-    mark.address = database.Channel()->AD_TS();
-    if (mark.address <= 0) database.FailRefused();
-    mark.point = database.Field(mark.address, QZDatabaseInfo::RD_P);
-    // The mark's own fields are no part of the state that it names, and going back to it must not take them
-    // away.
-    LogPause pause(database);
-    const QZInt64 ld = database.Field(mark.address, QZDatabaseInfo::RD_N);
-    mark.label = label;
-    mark.time = QZEnvironment::GetCurrentTimestamp();
-    database.PutContent(ld, LabelField, TypedBytes(label));
-    database.PutContent(ld, TimeField, TypedNumber(mark.time));
-    return mark;
-}
-
-void GoToMark(Database& database, const Mark& mark)
-{
-    if (!database.Channel()->AB_CB(mark.point))
-        database.Fail(ExitAccess, "cannot restore: " + CodeName(database.Channel()->G_LE()));
-}
-
 int SnapshotCommand(const Arguments& arguments, const Console& console)
 {
     const std::string label = arguments.size() > 1 ? Utf8FromNarrow(arguments[1]) : std::string();
@@ -189,11 +136,11 @@ int SnapshotCommand(const Arguments& arguments, const Console& console)
     }
     catch (QZException* e)
     {
-        database.Fail(ExitAccess, "cannot write: " + TakeMessage(e));
+        database.Fail(kExitAccess, "cannot write: " + TakeMessage(e));
     }
     database.Close();
     std::fprintf(console.out, "%s: %s\n", arguments[0].c_str(), MarkText(mark).c_str());
-    return ExitGood;
+    return kExitGood;
 }
 
 int LogCommand(const Arguments& arguments, const Console& console)
@@ -201,9 +148,9 @@ int LogCommand(const Arguments& arguments, const Console& console)
     Database database(arguments[0]);
     database.RequireSound();
     const Log log = OpenLog(database);
-    const std::vector<Mark> marks = ReadMarks(database, log);
+    const std::vector<Mark> marks = ReadMarks(database, log.marks);
     LogPrinter(database, log, marks, console.out).Print(log.base, 0);
-    return ExitGood;
+    return kExitGood;
 }
 
 int RestoreCommand(const Arguments& arguments, const Console& console)
@@ -211,7 +158,7 @@ int RestoreCommand(const Arguments& arguments, const Console& console)
     Database database(arguments[0]);
     database.RequireSound();
     const Log log = OpenLog(database);
-    const Mark mark = FindMark(database, ReadMarks(database, log), arguments[1]);
+    const Mark mark = FindMark(database, ReadMarks(database, log.marks), arguments[1]);
     const QZInt64 kind = database.Kind(mark.point);
     if (kind != QZDatabaseInfo::DATA_RD && kind != QZDatabaseInfo::DATA_AD)
         database.FailDamaged(mark.address, "a mark that names no record of the log");
@@ -222,12 +169,12 @@ int RestoreCommand(const Arguments& arguments, const Console& console)
     }
     catch (QZException* e)
     {
-        database.Fail(ExitAccess, "cannot write: " + TakeMessage(e));
+        database.Fail(kExitAccess, "cannot write: " + TakeMessage(e));
     }
     database.Close();
     std::fprintf(console.out, "%s: restored %s, %.3f s\n", arguments[0].c_str(), MarkText(mark).c_str(),
                  Seconds() - start);
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

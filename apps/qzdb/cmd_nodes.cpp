@@ -1,6 +1,6 @@
 #include <set>
 
-#include "box.h"
+#include "boxed_table.h"
 #include "table.h"
 #include "text.h"
 #include "text_list.h"
@@ -11,15 +11,15 @@ namespace qzdb
 namespace
 {
 
-/// Levels of nodes below nodes that are shown.
-constexpr int DeepestLevel = 100;
+/// How many levels of nested nodes are shown.
+constexpr int kDeepestLevel = 100;
 
 std::string Counted(QZInt64 count, const char* what)
 {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
-/// Goes through the directory, each node once: a damaged file may lead in a circle.
+/// Visits each node of the directory once, because the links of a damaged file may form a circle.
 class Directory
 {
 public:
@@ -27,11 +27,11 @@ public:
 
     Directory(Database& database, Visit visit) : m_database(database), m_visit(std::move(visit)) {}
 
-    /// Rows are nodes too, and are left to the table that holds them.
+    /// Visits the nodes below a node, 0 for the root. Rows are nodes too; they are not visited.
     void Run(QZInt64 pd = 0, const std::string& path = {}, int depth = 0)
     {
         const QZInt64 list = ChildList(m_database, pd);
-        if (list == 0 || depth > DeepestLevel) return;
+        if (list == 0 || depth > kDeepestLevel) return;
         if (!m_seen.insert(list).second) m_database.FailDamaged(list, "a list that holds itself");
         m_database.Walk(list, [&](QZInt64 record, QZInt64 kind) {
             if (kind != QZDatabaseInfo::DATA_PD) return true;
@@ -55,7 +55,7 @@ int NodesCommand(const Arguments& arguments, const Console& console)
 {
     Database database(arguments[0]);
     database.RequireSound();
-    Box box({"node", "address", "kind", "holds", "created", "changed", "state"});
+    BoxedTable box({"node", "address", "kind", "holds", "created", "changed", "state"});
     Directory directory(database, [&](const Node& node, const std::string&, int depth) {
         const std::string indent(static_cast<std::size_t>(2 * depth), ' ');
         const std::string address = std::to_string(node.pd);
@@ -71,20 +71,20 @@ int NodesCommand(const Arguments& arguments, const Console& console)
         std::string holds;
         if (table) holds = Counted(RowsOf(database, node), "row");
         if (!table && list != 0) holds = Counted(RowsOf(database, node) + 1, "node");
-        // No node keeps its date of change, as things are; what a file holds is shown.
+        // The library does not yet write the date of change; a date that is in the file is shown.
         box.Add({indent + node.name, address, table ? "table" : NodeKindName(node.kind), holds,
                  NodeDate(database, node, false), NodeDate(database, node, true), NodeState(database, node)});
     });
     directory.Run();
     box.Show(console);
-    return ExitGood;
+    return kExitGood;
 }
 
 int TablesCommand(const Arguments& arguments, const Console& console)
 {
     Database database(arguments[0]);
     database.RequireSound();
-    Box box({"table", "rows", "fields", "created"});
+    BoxedTable box({"table", "rows", "fields", "created"});
     Directory directory(database, [&](const Node& node, const std::string& path, int) {
         if (!IsTable(database, node)) return;
         std::string fields;
@@ -94,7 +94,7 @@ int TablesCommand(const Arguments& arguments, const Console& console)
     });
     directory.Run();
     box.Show(console);
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

@@ -1,6 +1,6 @@
 #include <set>
 
-#include "fields.h"
+#include "common/typed_fields.h"
 #include "nodes.h"
 #include "text.h"
 #include "text_list.h"
@@ -11,15 +11,15 @@ namespace qzdb
 namespace
 {
 
-/// Records of a list that `tree` shows before it only counts.
-constexpr QZInt64 ShownPerList = 10;
-constexpr std::size_t ExcerptSize = 60;
-/// Levels of lists below lists that `tree` goes down.
-constexpr int DeepestLevel = 100;
+/// How many records of a list `tree` shows; the rest are only counted.
+constexpr QZInt64 kShownPerList = 10;
+constexpr std::size_t kExcerptSize = 60;
+/// How many levels of nested lists `tree` shows.
+constexpr int kDeepestLevel = 100;
 
-const char* const TreeNames[] = {"A", "R", "S", "L", "B"};
+const char* const kTreeNames[] = {"A", "R", "S", "L", "B"};
 
-/// Prints lists below lists, each HD once: a damaged file may lead in a circle.
+/// Prints nested lists. Each HD is printed once, because the links of a damaged file may form a circle.
 class TreePrinter
 {
 public:
@@ -30,11 +30,11 @@ public:
         if (!m_seen.insert(hd).second) m_database.FailDamaged(hd, "a list that holds itself");
         QZInt64 count = 0;
         m_database.Walk(hd, [&](QZInt64 record, QZInt64 kind) {
-            if (++count <= ShownPerList) PrintRecord(record, kind, depth);
+            if (++count <= kShownPerList) PrintRecord(record, kind, depth);
             return true;
         });
-        if (count > ShownPerList)
-            std::fprintf(m_out, "%*s... %lld more, %lld in all\n", 2 * depth, "", count - ShownPerList,
+        if (count > kShownPerList)
+            std::fprintf(m_out, "%*s... %lld more, %lld in all\n", 2 * depth, "", count - kShownPerList,
                          count);
     }
 
@@ -78,8 +78,8 @@ private:
                          m_database.ContentLength(pd, QZDatabaseInfo::PD_DATA),
                          m_database.Field(pd, QZDatabaseInfo::PD_LD_A));
         }
-        if (hasList && depth < DeepestLevel) Print(hd, depth + 1);
-        if (hasList && depth >= DeepestLevel) std::fprintf(m_out, "%*s...\n", 2 * depth + 2, "");
+        if (hasList && depth < kDeepestLevel) Print(hd, depth + 1);
+        if (hasList && depth >= kDeepestLevel) std::fprintf(m_out, "%*s...\n", 2 * depth + 2, "");
     }
 
     void PrintFields(QZInt64 ld)
@@ -91,11 +91,11 @@ private:
             return true;
         });
         std::fprintf(m_out, " %lld fields", fields);
-        // What a person would want to see of it: its text.
+        // The part that a person can read: its text.
         std::string text;
-        if (!ReadTypedBytes(m_database.Content(ld, 2), &text))
-            ReadTypedBytes(m_database.Content(ld, 1), &text);
-        if (!text.empty()) std::fprintf(m_out, ": %s", Excerpt(text, ExcerptSize).c_str());
+        if (!qzapp::ReadTypedBytes(m_database.Content(ld, 2), &text))
+            qzapp::ReadTypedBytes(m_database.Content(ld, 1), &text);
+        if (!text.empty()) std::fprintf(m_out, ": %s", Excerpt(text, kExcerptSize).c_str());
     }
 
     Database& m_database;
@@ -109,25 +109,25 @@ struct ShownField
     QZInt64 selector;
 };
 
-const ShownField HeadFields[] = {{"THIS", QZDatabaseInfo::HD_THIS},
-                                 {"PREV (owner)", QZDatabaseInfo::HD_PREV},
-                                 {"FIRSTDATA", QZDatabaseInfo::HD_FIRSTDATA},
-                                 {"LASTDATA", QZDatabaseInfo::HD_LASTDATA},
-                                 {"LASTDATA_THIS", QZDatabaseInfo::HD_LASTDATA_THIS},
-                                 {"END", QZDatabaseInfo::HD_END}};
-const ShownField DataFields[] = {{"THIS", QZDatabaseInfo::DATA_THIS},
-                                 {"PREV", QZDatabaseInfo::DATA_PREV},
-                                 {"PREV_THIS", QZDatabaseInfo::DATA_PREV_THIS},
-                                 {"NEXT", QZDatabaseInfo::DATA_NEXT},
-                                 {"END", QZDatabaseInfo::DATA_END},
-                                 {"HDA", QZDatabaseInfo::DATA_HDA}};
-const ShownField LdFields[] = {{"LDS", QZDatabaseInfo::LD_LDS},
-                               {"TREE_A", QZDatabaseInfo::LD_TREE_A},
-                               {"TREE_R", QZDatabaseInfo::LD_TREE_R},
-                               {"TREE_S", QZDatabaseInfo::LD_TREE_S}};
-const ShownField PdFields[] = {{"LD_A", QZDatabaseInfo::PD_LD_A}, {"HD_A", QZDatabaseInfo::PD_HD_A}};
-const ShownField AdFields[] = {{"FREE", QZDatabaseInfo::AD_FREE}};
-const ShownField RdFields[] = {
+const ShownField kHeadFields[] = {{"THIS", QZDatabaseInfo::HD_THIS},
+                                  {"PREV (owner)", QZDatabaseInfo::HD_PREV},
+                                  {"FIRSTDATA", QZDatabaseInfo::HD_FIRSTDATA},
+                                  {"LASTDATA", QZDatabaseInfo::HD_LASTDATA},
+                                  {"LASTDATA_THIS", QZDatabaseInfo::HD_LASTDATA_THIS},
+                                  {"END", QZDatabaseInfo::HD_END}};
+const ShownField kDataFields[] = {{"THIS", QZDatabaseInfo::DATA_THIS},
+                                  {"PREV", QZDatabaseInfo::DATA_PREV},
+                                  {"PREV_THIS", QZDatabaseInfo::DATA_PREV_THIS},
+                                  {"NEXT", QZDatabaseInfo::DATA_NEXT},
+                                  {"END", QZDatabaseInfo::DATA_END},
+                                  {"HDA", QZDatabaseInfo::DATA_HDA}};
+const ShownField kLdFields[] = {{"LDS", QZDatabaseInfo::LD_LDS},
+                                {"TREE_A", QZDatabaseInfo::LD_TREE_A},
+                                {"TREE_R", QZDatabaseInfo::LD_TREE_R},
+                                {"TREE_S", QZDatabaseInfo::LD_TREE_S}};
+const ShownField kPdFields[] = {{"LD_A", QZDatabaseInfo::PD_LD_A}, {"HD_A", QZDatabaseInfo::PD_HD_A}};
+const ShownField kAdFields[] = {{"FREE", QZDatabaseInfo::AD_FREE}};
+const ShownField kRdFields[] = {
     {"P", QZDatabaseInfo::RD_P}, {"O", QZDatabaseInfo::RD_O}, {"N", QZDatabaseInfo::RD_N}};
 
 class RecordPrinter
@@ -142,23 +142,23 @@ public:
         std::fprintf(m_out, "%s at %lld\n", KindName(kind), m_address);
         if (kind == QZDatabaseInfo::TABLE_HD)
         {
-            Fields(HeadFields);
+            Fields(kHeadFields);
             return;
         }
-        Fields(DataFields);
+        Fields(kDataFields);
         switch (kind)
         {
             case QZDatabaseInfo::DATA_LD:
-                Fields(LdFields);
+                Fields(kLdFields);
                 LdContent();
                 break;
             case QZDatabaseInfo::DATA_PD:
-                Fields(PdFields);
+                Fields(kPdFields);
                 Content("DATA", QZDatabaseInfo::PD_DATA);
                 break;
-            case QZDatabaseInfo::DATA_AD: Fields(AdFields); break;
+            case QZDatabaseInfo::DATA_AD: Fields(kAdFields); break;
             case QZDatabaseInfo::DATA_CD: Content("DATA", QZDatabaseInfo::CD_DATA); break;
-            case QZDatabaseInfo::DATA_RD: Fields(RdFields); break;
+            case QZDatabaseInfo::DATA_RD: Fields(kRdFields); break;
             default: break;
         }
     }
@@ -205,23 +205,23 @@ int TreeCommand(const Arguments& arguments, const Console& console)
     for (QZInt64 tree = QZDatabaseInfo::TREEASN; tree <= QZDatabaseInfo::TREEBSN; ++tree)
     {
         const QZInt64 root = database.Root(tree);
-        std::fprintf(console.out, "tree %s, HD %lld\n", TreeNames[tree - 1], root);
+        std::fprintf(console.out, "tree %s, HD %lld\n", kTreeNames[tree - 1], root);
         printer.Print(root, 1);
     }
-    return ExitGood;
+    return kExitGood;
 }
 
 int ShowCommand(const Arguments& arguments, const Console& console)
 {
     QZInt64 address = 0;
     if (!ParseNumber(arguments[1], &address))
-        throw Failure{ExitUsage, "\"" + Visible(arguments[1]) + "\" is no address: a decimal or 0x number"};
+        throw Failure{kExitUsage, "\"" + Visible(arguments[1]) + "\" is no address: a decimal or 0x number"};
     Database database(arguments[0]);
     const QZInt64 kind = database.Kind(address);
     if (kind == QZDatabaseInfo::UNKNOWN || kind == QZDatabaseInfo::DATA_UNKNOWN)
-        database.Fail(ExitUsage, "no record begins at " + std::to_string(address));
+        database.Fail(kExitUsage, "no record begins at " + std::to_string(address));
     RecordPrinter(database, address, console.out).Print(kind);
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

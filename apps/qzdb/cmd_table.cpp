@@ -1,4 +1,4 @@
-#include "box.h"
+#include "boxed_table.h"
 #include "table.h"
 #include "text.h"
 
@@ -12,11 +12,11 @@ QZInt64 RequireType(const std::string& name)
 {
     QZInt64 type = 0;
     if (!ParseType(name, &type))
-        throw Failure{ExitUsage, "no type \"" + Visible(name) + "\"; types are " + TypeNames()};
+        throw Failure{kExitUsage, "no type \"" + Visible(name) + "\"; types are " + TypeNames()};
     return type;
 }
 
-/// Runs a change of the library's, with the disk's failures told as such.
+/// Runs a change by the library, and reports an exception as a failure to write.
 template <typename Change>
 void Apply(Database& database, Change change)
 {
@@ -27,11 +27,11 @@ void Apply(Database& database, Change change)
     }
     catch (QZException* e)
     {
-        database.Fail(ExitAccess, "cannot write: " + TakeMessage(e));
+        database.Fail(kExitAccess, "cannot write: " + TakeMessage(e));
     }
 }
 
-/// The number behind --limit, and the words without it.
+/// Takes the option --limit out of the words. Returns its number.
 QZInt64 TakeLimit(Arguments* words)
 {
     QZInt64 limit = INT64_MAX;
@@ -41,22 +41,14 @@ QZInt64 TakeLimit(Arguments* words)
         const std::string number = i + 1 < words->size() ? (*words)[i + 1] : std::string();
         const bool negative = number.compare(0, 1, "-") == 0;
         if (!ParseNumber(number.substr(negative ? 1 : 0), &limit))
-            throw Failure{ExitUsage, "select: --limit takes a number of rows; below 0 the last ones"};
+            throw Failure{kExitUsage, "select: --limit takes a number of rows; below 0 the last ones"};
         if (negative) limit = -limit;
         words->erase(words->begin() + static_cast<std::ptrdiff_t>(i),
                      words->begin() + static_cast<std::ptrdiff_t>(i) + 2);
         break;
     }
-    if (words->size() != 2) throw Failure{ExitUsage, "select: wrong number of arguments; see qzdb --help"};
+    if (words->size() != 2) throw qzapp::WrongCount("select", "qzdb");
     return limit;
-}
-
-/// The bytes of a value in memory.
-std::string BytesOf(QZData* value)
-{
-    if (!value) return {};
-    return std::string(static_cast<const char*>(value->GetPointer()),
-                       static_cast<std::size_t>(value->GetSize()));
 }
 
 void RemoveTable(Database& database, Table& table)
@@ -68,7 +60,7 @@ void RemoveTable(Database& database, Table& table)
     });
     Apply(database, [&] {
         for (const QZInt64 row : rows) table->DataRemove(row);
-        // What the library's Remove leaves behind: the node in its directory.
+        // The library's Remove leaves the nodes of the table in the directory, so they are removed here.
         for (const QZInt64 node : {table.Types().pd, table.GetNode().pd})
         {
             const QZInt64 ld = database.Field(node, QZDatabaseInfo::PD_LD_A);
@@ -94,7 +86,7 @@ int CreateTableCommand(const Arguments& arguments, const Console& console)
         for (const TableField& other : fields)
         {
             if (SameField(other.name, field.name))
-                throw Failure{ExitUsage, "create-table: two fields \"" + Visible(field.name) + "\""};
+                throw Failure{kExitUsage, "create-table: two fields \"" + Visible(field.name) + "\""};
         }
         fields.push_back(field);
     }
@@ -108,7 +100,7 @@ int CreateTableCommand(const Arguments& arguments, const Console& console)
     database.Close();
     std::fprintf(console.out, "%s: table \"%s\" with %zu fields\n", arguments[0].c_str(),
                  Visible(arguments[1]).c_str(), fields.size());
-    return ExitGood;
+    return kExitGood;
 }
 
 int AddFieldCommand(const Arguments& arguments, const Console& console)
@@ -123,7 +115,7 @@ int AddFieldCommand(const Arguments& arguments, const Console& console)
     database.Close();
     std::fprintf(console.out, "%s: field \"%s\" %s in \"%s\"\n", arguments[0].c_str(),
                  Visible(arguments[2]).c_str(), TypeName(type).c_str(), Visible(arguments[1]).c_str());
-    return ExitGood;
+    return kExitGood;
 }
 
 int SelectCommand(const Arguments& arguments, const Console& console)
@@ -133,7 +125,7 @@ int SelectCommand(const Arguments& arguments, const Console& console)
     Database database(words[0]);
     database.RequireSound();
     Table table(database, words[1]);
-    // Everything that will be read is looked at first.
+    // Checks everything that will be read.
     QZInt64 rows = 0;
     table.EachRow([&](QZInt64 row) {
         ++rows;
@@ -143,7 +135,7 @@ int SelectCommand(const Arguments& arguments, const Console& console)
 
     std::vector<std::string> names;
     for (const TableField& field : table.Fields()) names.push_back(field.name);
-    Box box(names);
+    BoxedTable box(names);
     const OwnedTable selected(table->Select(limit));
     for (QZInt64 i = 0; i < selected->Rows->Count(); ++i)
     {
@@ -156,7 +148,7 @@ int SelectCommand(const Arguments& arguments, const Console& console)
     }
     box.Show(console);
     std::fprintf(console.out, "%lld of %lld rows\n", box.Rows(), rows);
-    return ExitGood;
+    return kExitGood;
 }
 
 int SetCommand(const Arguments& arguments, const Console& console)
@@ -170,7 +162,7 @@ int SetCommand(const Arguments& arguments, const Console& console)
         const QZInt64 type = table.Fields()[field].type;
         const std::string text = Utf8FromNarrow(arguments[4]);
         if (!IsValue(text, type))
-            throw Failure{ExitUsage, "\"" + Visible(text) + "\" is no " + TypeName(type)};
+            throw Failure{kExitUsage, "\"" + Visible(text) + "\" is no " + TypeName(type)};
         Apply(database, [&] {
             const OwnedData value = ValueOfText(text, type);
             table->DataSetValue(row, static_cast<QZInt64>(field) + 1, value.get());
@@ -179,7 +171,7 @@ int SetCommand(const Arguments& arguments, const Console& console)
     database.Close();
     std::fprintf(console.out, "%s: row %s, \"%s\" is \"%s\"\n", arguments[0].c_str(), arguments[2].c_str(),
                  Visible(arguments[3]).c_str(), Visible(arguments[4]).c_str());
-    return ExitGood;
+    return kExitGood;
 }
 
 int RemoveCommand(const Arguments& arguments, const Console& console)
@@ -202,7 +194,7 @@ int RemoveCommand(const Arguments& arguments, const Console& console)
     }
     database.Close();
     std::fprintf(console.out, "%s: removed %s\n", arguments[0].c_str(), what.c_str());
-    return ExitGood;
+    return kExitGood;
 }
 
 int MoveCommand(const Arguments& arguments, const Console& console)
@@ -218,16 +210,17 @@ int MoveCommand(const Arguments& arguments, const Console& console)
         ParseNumber(arguments[2], &from);
         ParseNumber(arguments[3], &to);
         Apply(database, [&] {
-            // The library's DataMove goes towards the end only; the node goes either way by the sign.
+            // The library's DataMove moves towards the end only. MoveUp moves in both directions, by the
+            // sign.
             if (to > from) table->DataMove(row, to - from);
             if (to < from) QZNode::MoveUp(database.Channel(), row, to - from);
         });
-        if (table.Row(arguments[3]) != row) database.Fail(ExitAccess, "the row did not move");
+        if (table.Row(arguments[3]) != row) database.Fail(kExitAccess, "the row did not move");
     }
     database.Close();
     std::fprintf(console.out, "%s: row %lld is row %lld of \"%s\"\n", arguments[0].c_str(), from, to,
                  Visible(arguments[1]).c_str());
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

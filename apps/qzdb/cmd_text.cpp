@@ -7,15 +7,15 @@ namespace qzdb
 namespace
 {
 
-/// A name as it is stored.
+/// The name in the form that is stored. Throws Failure when it is too short or too long.
 std::string CheckedName(const std::string& narrow)
 {
     const std::string name = Utf8FromNarrow(narrow);
-    if (name.empty() || name.size() > 1024) throw Failure{ExitUsage, "a name has 1 to 1024 bytes"};
+    if (name.empty() || name.size() > 1024) throw Failure{kExitUsage, "a name has 1 to 1024 bytes"};
     return name;
 }
 
-/// How many bytes are left in a stream that can tell, else 0.
+/// How many bytes are left in a stream; 0 when that is unknown.
 QZInt64 BytesLeft(std::FILE* in)
 {
     const long at = std::ftell(in);
@@ -25,7 +25,7 @@ QZInt64 BytesLeft(std::FILE* in)
     return end - at;
 }
 
-/// Cuts a stream into lines at line feeds.
+/// Splits a stream into lines at line feeds.
 class LineReader
 {
 public:
@@ -43,7 +43,7 @@ public:
             m_bytes += static_cast<QZInt64>(count);
             Take(std::string_view(chunk.data(), count));
         }
-        if (std::ferror(m_in)) throw Failure{ExitAccess, "cannot read standard input"};
+        if (std::ferror(m_in)) throw Failure{kExitAccess, "cannot read standard input"};
         if (!m_rest.empty()) m_writer.Add(m_rest, false);
     }
 
@@ -102,12 +102,12 @@ int ImportCommand(const Arguments& arguments, const Console& console)
     }
     catch (QZException* e)
     {
-        database.Fail(ExitAccess, "cannot write: " + TakeMessage(e));
+        database.Fail(kExitAccess, "cannot write: " + TakeMessage(e));
     }
     database.Close();
     std::fprintf(console.out, "%s: %lld lines, %lld bytes in \"%s\", %.3f s\n", arguments[0].c_str(), lines,
                  bytes, Visible(name).c_str(), Seconds() - start);
-    return ExitGood;
+    return kExitGood;
 }
 
 int ExportCommand(const Arguments& arguments, const Console& console)
@@ -116,13 +116,13 @@ int ExportCommand(const Arguments& arguments, const Console& console)
     Database database(arguments[0]);
     database.RequireSound();
     const QZInt64 pd = FindList(database, name);
-    if (pd == 0) database.Fail(ExitUsage, "no list named \"" + Visible(name) + "\"");
+    if (pd == 0) database.Fail(kExitUsage, "no list named \"" + Visible(name) + "\"");
     ReadLines(database, pd, [&](const std::string& text, bool ended) {
         std::fwrite(text.data(), 1, text.size(), console.out);
         if (ended) std::fputc('\n', console.out);
-        if (std::ferror(console.out)) throw Failure{ExitAccess, "cannot write to standard output"};
+        if (std::ferror(console.out)) throw Failure{kExitAccess, "cannot write to standard output"};
     });
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdb

@@ -11,11 +11,11 @@ namespace qzdb
 namespace
 {
 
-const char ByteOrderMark[] = "\xEF\xBB\xBF";
+const char kByteOrderMark[] = "\xEF\xBB\xBF";
 
-bool StartsWithMark(std::string_view text) { return text.substr(0, 3) == ByteOrderMark; }
+bool StartsWithMark(std::string_view text) { return text.substr(0, 3) == kByteOrderMark; }
 
-/// The length of the well-formed UTF-8 character in front, 0 when there is none.
+/// The length of the first UTF-8 character, 0 when it is not well-formed.
 std::size_t CharacterAt(std::string_view text)
 {
     const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -27,7 +27,7 @@ std::size_t CharacterAt(std::string_view text)
     {
         if ((byte(i) & 0xC0) != 0x80) return 0;
     }
-    // Forms that are too long, surrogates, and what lies behind the last character.
+    // Not well-formed: overlong forms, surrogates, and code points after the last character.
     const unsigned second = byte(1);
     if (first == 0xE0 && second < 0xA0) return 0;
     if (first == 0xED && second >= 0xA0) return 0;
@@ -65,7 +65,7 @@ CsvReader::CsvReader(std::string_view text, std::string name) : m_text(text), m_
 
 void CsvReader::Fail(QZInt64 line, QZInt64 column, const std::string& text) const
 {
-    throw Failure{ExitInput,
+    throw Failure{kExitInput,
                   m_name + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " + text};
 }
 
@@ -82,7 +82,7 @@ bool CsvReader::AtLineEnd() const
     return m_text[m_at] == '\n' || (m_text[m_at] == '\r' && m_text.substr(m_at, 2) == "\r\n");
 }
 
-/// Over one character, a line end inside quotes included.
+/// Skips one character, which may be a line end inside quotes.
 void CsvReader::Advance()
 {
     const bool line = m_text[m_at] == '\n';
@@ -169,12 +169,12 @@ CsvStyle StyleOf(std::string_view text, const std::string& name)
 
 void AppendFront(const CsvStyle& style, std::string* out)
 {
-    if (style.byteOrderMark) *out += ByteOrderMark;
+    if (style.byteOrderMark) *out += kByteOrderMark;
 }
 
 void AppendRecord(const std::vector<std::string>& record, const CsvStyle& style, std::string* out)
 {
-    // The empty field of a record with no other would look like no record.
+    // A record of one empty field is written with quotes: without them it would look like no record.
     const bool lone = record.size() == 1 && record[0].empty();
     for (std::size_t i = 0; i < record.size(); ++i)
     {

@@ -10,7 +10,7 @@
 namespace qzdb
 {
 
-/// How a file of comma separated values is written, apart from what it says.
+/// How a file of comma separated values is written: line ends, quotes, byte order mark.
 struct CsvStyle
 {
     bool crlf = true;
@@ -18,7 +18,7 @@ struct CsvStyle
     bool lastLineEnded = true;
     bool byteOrderMark = false;
 
-    /// The style as words for storing, and back; what is no such text leaves the style as it is.
+    /// The style as words, for storing it, and back. FromText ignores a text that ToText has not made.
     std::string ToText() const;
     void FromText(const std::string& text);
 };
@@ -33,10 +33,10 @@ struct CsvField
     QZInt64 column = 0;
 };
 
-/// Takes a text apart into records by RFC 4180: fields with commas between them, records with CR LF or LF
-/// behind them; a field in quotes may hold all of these, and quotes written twice.
+/// Splits a text into records as RFC 4180 describes: commas separate fields, CR LF or LF ends a record. A
+/// field in quotes may hold all of these, and each quote in it is written twice.
 ///
-/// The text is UTF-8; a byte order mark in front is passed over. A Failure names line and column.
+/// The text is UTF-8. A byte order mark at its begin is skipped. A Failure names line and column.
 class CsvReader
 {
 public:
@@ -66,13 +66,13 @@ private:
     QZInt64 m_column = 1;
 };
 
-/// The style of a text, as far as its first records and its end tell it.
+/// The style of a text, judged by its first records and its end.
 CsvStyle StyleOf(std::string_view text, const std::string& name);
 
 /// Appends a record in a style, with its line end.
 void AppendRecord(const std::vector<std::string>& record, const CsvStyle& style, std::string* out);
 
-/// Appends what stands in front of the first record.
+/// Appends what comes before the first record: the byte order mark, if the style has one.
 void AppendFront(const CsvStyle& style, std::string* out);
 
 }  // namespace qzdb

@@ -1,5 +1,6 @@
 #include "database.h"
 
+#include "common/owned.h"
 #include "text.h"
 
 namespace qzdb
@@ -9,7 +10,7 @@ namespace
 {
 
 /// Bytes of the header up to the main HD.
-constexpr QZInt64 HeaderSize = 31;
+constexpr QZInt64 kHeaderSize = 31;
 
 QZInt64 LoadAddress(const unsigned char* bytes, QZInt64 length)
 {
@@ -18,35 +19,21 @@ QZInt64 LoadAddress(const unsigned char* bytes, QZInt64 length)
     return static_cast<QZInt64>(value);
 }
 
-/// A file that is closed at the end of the scope.
-class OpenFile
-{
-public:
-    explicit OpenFile(const std::string& path) : m_file(QZFile::Open(path.c_str())) {}
-    ~OpenFile() { QZFile::Close(&m_file); }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    QZFile* operator->() const { return m_file; }
-
-private:
-    QZFile* m_file;
-};
-
 }  // namespace
 
 Database::Database(const std::string& path) : m_path(path)
 {
     try
     {
-        if (QZFileDirectory::Exists(path.c_str())) Fail(ExitAccess, "a folder, not a file");
-        if (!QZFile::Exists(path.c_str())) Fail(ExitAccess, "no such file");
+        if (QZFileDirectory::Exists(path.c_str())) Fail(kExitAccess, "a folder, not a file");
+        if (!QZFile::Exists(path.c_str())) Fail(kExitAccess, "no such file");
         ReadHeader();
         m_channel = QZChannel::Open(QZChannel::MODE_FILE, path.c_str());
     }
     catch (QZException* e)
     {
-        // The header has been found good, so what is left is the system's word.
-        Fail(ExitAccess, "cannot open: " + TakeMessage(e));
+        // The header is good, so the reason comes from the operating system.
+        Fail(kExitAccess, "cannot open: " + TakeMessage(e));
     }
     m_most = m_header.fileSize / 16 + 1;
     m_openError = m_channel->G_EN() == 0 ? 0 : m_channel->G_LE();
@@ -57,7 +44,7 @@ Database::~Database()
 {
     try
     {
-        if (m_channel) QZChannel::Close(&m_channel);
+        if (m_channel != nullptr) QZChannel::Close(&m_channel);
     }
     catch (QZException* e)
     {
@@ -74,33 +61,33 @@ void Database::Close()
     catch (QZException* e)
     {
         m_channel = nullptr;
-        Fail(ExitAccess, "cannot write: " + TakeMessage(e));
+        Fail(kExitAccess, "cannot write: " + TakeMessage(e));
     }
 }
 
 void Database::ReadHeader()
 {
-    unsigned char bytes[HeaderSize] = {};
+    unsigned char bytes[kHeaderSize] = {};
     {
-        OpenFile file(m_path);
+        const qzapp::OwnedFile file(QZFile::Open(m_path.c_str()));
         m_header.fileSize = file->GetSize();
-        if (m_header.fileSize == 0) Fail(ExitFaults, "not a database: the file is empty");
-        file->Read(0, bytes, HeaderSize);
+        if (m_header.fileSize == 0) Fail(kExitFaults, "not a database: the file is empty");
+        file->Read(0, bytes, kHeaderSize);
     }
     m_header.version = bytes[QZDatabaseInfo::DBV_POSITION];
     m_header.addressMode = bytes[QZDatabaseInfo::DBAM_POSITION];
     m_header.fileMode = bytes[QZDatabaseInfo::FILEMODE_POSITION];
     if (m_header.version == QZDatabaseInfo::DBV_CODE_V1 || m_header.version == QZDatabaseInfo::DBV_CODE_V4)
-        Fail(ExitFaults,
+        Fail(kExitFaults,
              "a database of version " + std::to_string(m_header.version) + ", which is not served");
     if (m_header.version != QZDatabaseInfo::DBV_CODE_V5 && m_header.version != QZDatabaseInfo::DBV_CODE_V9)
-        Fail(ExitFaults, "not a database: no known version in the first byte");
+        Fail(kExitFaults, "not a database: no known version in the first byte");
     if (m_header.addressMode < QZDatabaseInfo::ADDR_MODE_32I ||
         m_header.addressMode > QZDatabaseInfo::ADDR_MODE_64)
-        Fail(ExitFaults, "not a database: no known address mode in the second byte");
+        Fail(kExitFaults, "not a database: no known address mode in the second byte");
     m_header.addressLength = m_header.addressMode == QZDatabaseInfo::ADDR_MODE_64 ? 8 : 4;
     m_header.length = LoadAddress(bytes + QZDatabaseInfo::DBL_POSITION_V5, m_header.addressLength);
-    for (QZInt64 i = 3; i < HeaderSize; ++i)
+    for (QZInt64 i = 3; i < kHeaderSize; ++i)
     {
         const QZInt64 lengthEnd = QZDatabaseInfo::DBL_POSITION_V5 + m_header.addressLength;
         if (i >= QZDatabaseInfo::DBL_POSITION_V5 && i < lengthEnd) continue;
@@ -110,14 +97,14 @@ void Database::ReadHeader()
 
 void Database::RequireSound()
 {
-    const QZInt64 least = HeaderSize + 4 * m_header.addressLength + 1;
-    if (m_header.length < least) Fail(ExitFaults, "damaged: the length field is too small");
+    const QZInt64 least = kHeaderSize + 4 * m_header.addressLength + 1;
+    if (m_header.length < least) Fail(kExitFaults, "damaged: the length field is too small");
     if (m_header.length >= m_header.fileSize)
-        Fail(ExitFaults,
+        Fail(kExitFaults,
              "damaged: the file ends before the last byte in use (cut off, or a bad length field)");
     if (m_channel->G_T(QZDatabaseInfo::ADDRESS_MARK_END, m_header.length) != QZDatabaseInfo::TABLE_HD)
-        Fail(ExitFaults, "damaged: the length field names no end of a record");
-    if (m_openError != 0) Fail(ExitFaults, "damaged: " + CodeName(m_openError) + " found at opening");
+        Fail(kExitFaults, "damaged: the length field names no end of a record");
+    if (m_openError != 0) Fail(kExitFaults, "damaged: " + CodeName(m_openError) + " found at opening");
     if (Kind(QZDatabaseInfo::MAIN_HD_ADDR_V5) != QZDatabaseInfo::TABLE_HD)
         FailDamaged(QZDatabaseInfo::MAIN_HD_ADDR_V5, "no main HD");
     QZInt64 trees = 0;
@@ -128,7 +115,7 @@ void Database::RequireSound()
             FailDamaged(root, "no HD where the root of a tree should be");
         return ++trees < QZDatabaseInfo::TREEBSN;
     });
-    if (trees < QZDatabaseInfo::TREEBSN) Fail(ExitFaults, "damaged: a tree is missing");
+    if (trees < QZDatabaseInfo::TREEBSN) Fail(kExitFaults, "damaged: a tree is missing");
 }
 
 QZInt64 Database::Root(QZInt64 tree)
@@ -161,7 +148,7 @@ void Database::Walk(QZInt64 hd, const std::function<bool(QZInt64 record, QZInt64
         const QZInt64 kind = Kind(record);
         if (kind <= QZDatabaseInfo::DATA_UNKNOWN) FailDamaged(record, "no record where a list goes on");
         if (++count > m_most) FailDamaged(hd, "the list of this HD does not end");
-        // The step is taken first: a visitor may change the record.
+        // The next record is read first, because visit may change this one.
         const QZInt64 next = Field(record, QZDatabaseInfo::DATA_NEXT);
         if (!visit(record, kind)) return;
         record = next;
@@ -220,17 +207,14 @@ bool Database::RollbackOn()
     return on;
 }
 
-void Database::Fail(ExitCode code, const std::string& text) const
-{
-    throw Failure{code, m_path + ": " + text};
-}
+void Database::Fail(int code, const std::string& text) const { throw Failure{code, m_path + ": " + text}; }
 
 void Database::FailDamaged(QZInt64 address, const std::string& text) const
 {
-    Fail(ExitFaults, "damaged at " + std::to_string(address) + ": " + text);
+    Fail(kExitFaults, "damaged at " + std::to_string(address) + ": " + text);
 }
 
-void Database::FailRefused() const { Fail(ExitAccess, "cannot write: " + CodeName(m_channel->G_LE())); }
+void Database::FailRefused() const { Fail(kExitAccess, "cannot write: " + CodeName(m_channel->G_LE())); }
 
 LogPause::LogPause(Database& database) : m_database(database), m_paused(database.RollbackOn())
 {

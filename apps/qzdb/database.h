@@ -23,10 +23,10 @@ struct Header
     bool reservedClean = true;
 };
 
-/// An open database that trusts no byte of the file: whatever it follows is looked at first, and every walk
+/// An open database whose file may be damaged. It checks each address before it follows it, and every walk
 /// ends.
 ///
-/// The engine's own argument tests are off; the tests here take their place.
+/// The engine's own checks of arguments are off; the checks here replace them.
 class Database
 {
 public:
@@ -36,17 +36,17 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
-    /// Writes everything and closes; a failure is told, which the destructor cannot do.
+    /// Writes everything and closes. Throws when that fails, which the destructor cannot do.
     void Close();
 
     QZChannel* Channel() const { return m_channel; }
     const Header& GetHeader() const { return m_header; }
     const std::string& Path() const { return m_path; }
-    /// What was recorded while the file was opened: 0, or the engine's code.
+    /// The engine's error code from opening the file, 0 for none.
     QZInt64 OpenError() const { return m_openError; }
 
-    /// The parts that every command needs are there: length field, main HD, the roots of the five trees.
-    /// Failure says what is broken.
+    /// Checks the parts that every command needs: length field, main HD, the roots of the five trees. Throws
+    /// Failure that says what is broken.
     void RequireSound();
 
     /// The root HD of a tree, 1 to 5; 0 when there is none.
@@ -55,11 +55,11 @@ public:
     /// The type code of the record that begins at the address, UNKNOWN for none.
     QZInt64 Kind(QZInt64 address);
 
-    /// An address field. The record's kind has been looked at.
+    /// An address field of a record. The caller has checked the record's kind.
     QZInt64 Field(QZInt64 address, QZInt64 selector);
 
-    /// Calls visit(record, kind) for each record of the list of an HD. Answers false in visit to end the
-    /// walk. Failure when the list is broken or does not end.
+    /// Calls visit(record, kind) for each record of the list of an HD. The walk ends when visit returns
+    /// false. Failure when the list is broken or does not end.
     void Walk(QZInt64 hd, const std::function<bool(QZInt64 record, QZInt64 kind)>& visit);
 
     /// Content of a PD (PD_DATA), CD (CD_DATA) or of an LD's field (its number). Failure when its length is
@@ -77,7 +77,7 @@ public:
     bool RollbackOn();
 
     /// A Failure that names the file.
-    [[noreturn]] void Fail(ExitCode code, const std::string& text) const;
+    [[noreturn]] void Fail(int code, const std::string& text) const;
     [[noreturn]] void FailDamaged(QZInt64 address, const std::string& text) const;
     [[noreturn]] void FailRefused() const;
 
@@ -98,7 +98,7 @@ private:
     QZInt64 m_most = 0;
 };
 
-/// Switches the log off for the building of what no state of the past can reach, and on again at the end.
+/// Switches the log off while records are made that no earlier state can reach, and on again at the end.
 class LogPause
 {
 public:

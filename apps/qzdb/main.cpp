@@ -6,7 +6,8 @@
 namespace
 {
 
-/// Where the C library tells text from binary streams, ours are binary: what goes in comes out again.
+/// Makes the standard streams binary where the C library distinguishes text from binary streams, so that
+/// bytes pass unchanged.
 void UseBinaryStreams()
 {
 #ifdef O_BINARY
@@ -21,7 +22,7 @@ int main(int argc, char** argv)
 {
     UseBinaryStreams();
     QZLibInit();
-    // Killed at any moment, a file keeps what the last sync left.
+    // The file keeps the state of the last sync when the process is killed at any moment.
     QZFileBuffer::AtomicSync = 1;
     const qzdb::Console console{stdin, stdout, stderr, isatty(2) != 0};
     const int code = qzdb::RunTool(qzdb::Arguments(argv + 1, argv + argc), console);

@@ -10,10 +10,10 @@ namespace qzdb
 namespace
 {
 
-constexpr QZInt64 FormatField = 2;
-constexpr std::size_t KindIndex = 1;
+constexpr QZInt64 kFormatField = 2;
+constexpr std::size_t kKindIndex = 1;
 
-/// Where the kinds keep what all of them have.
+/// The fields that every kind of node has, by their numbers in each kind.
 struct Plan
 {
     QZInt64 kind;
@@ -24,7 +24,7 @@ struct Plan
     QZInt64 changed;
 };
 
-const Plan Plans[] = {
+const Plan kPlans[] = {
     {LDTYPE::TLDTYPE, "text list", TLDTYPE::NAME, TLDTYPE::STATE, TLDTYPE::CREATEDATE, TLDTYPE::CHANGEDATE},
     {LDTYPE::FLDTYPE, "data list", FLDTYPE::NAME, FLDTYPE::STATE, FLDTYPE::CREATEDATE, FLDTYPE::CHANGEDATE},
     {LDTYPE::BLDTYPE, "bitmap", BLDTYPE::NAME, BLDTYPE::STATE, BLDTYPE::CREATEDATE, BLDTYPE::CHANGEDATE},
@@ -33,7 +33,7 @@ const Plan Plans[] = {
 
 const Plan* FindPlan(QZInt64 kind)
 {
-    for (const Plan& plan : Plans)
+    for (const Plan& plan : kPlans)
     {
         if (plan.kind == kind) return &plan;
     }
@@ -71,7 +71,7 @@ void AppendUtf8(std::string* text, unsigned point)
 
 std::string Utf8FromUtf16(const void* bytes, std::size_t size)
 {
-    // Every pair of surrogates is one character here; the library's own conversion writes some in two.
+    // A pair of surrogates becomes one character here. The library's own conversion writes some pairs as two.
     const auto* units = static_cast<const unsigned char*>(bytes);
     const auto unit = [units](std::size_t i) {
         return units[2 * i] | static_cast<unsigned>(units[2 * i + 1]) << 8;
@@ -112,9 +112,9 @@ Node ReadNode(Database& database, QZInt64 pd)
     if (database.Kind(pd) != QZDatabaseInfo::DATA_PD) return node;
     node.ld = database.Field(pd, QZDatabaseInfo::PD_LD_A);
     if (database.Kind(node.ld) != QZDatabaseInfo::DATA_LD) return node;
-    node.format = Int32Array(database.Content(node.ld, FormatField));
-    const Plan* plan = node.format.size() > KindIndex ? FindPlan(node.format[KindIndex]) : nullptr;
-    if (!plan) return node;
+    node.format = Int32Array(database.Content(node.ld, kFormatField));
+    const Plan* plan = node.format.size() > kKindIndex ? FindPlan(node.format[kKindIndex]) : nullptr;
+    if (plan == nullptr) return node;
     node.kind = plan->kind;
     const std::string name = database.Content(node.ld, plan->name);
     node.name = Utf8FromUtf16(name.data(), name.size());
@@ -124,7 +124,7 @@ Node ReadNode(Database& database, QZInt64 pd)
 const char* NodeKindName(QZInt64 kind)
 {
     const Plan* plan = FindPlan(kind);
-    return plan ? plan->text : "?";
+    return plan != nullptr ? plan->text : "?";
 }
 
 QZInt64 ChildList(Database& database, QZInt64 pd)
@@ -165,7 +165,7 @@ std::vector<std::string> SplitPath(const std::string& path)
         if (end > from) names.push_back(text.substr(from, end - from));
         from = end + 1;
     }
-    if (names.empty()) throw Failure{ExitUsage, "\"" + Visible(path) + "\" names no table"};
+    if (names.empty()) throw Failure{kExitUsage, "\"" + Visible(path) + "\" names no table"};
     return names;
 }
 

@@ -8,22 +8,22 @@
 namespace qzdb
 {
 
-// The directory of named nodes in tree S, read like everything else here: each step is looked at first. The
-// walks of the library itself raise at a list of lines (text_list.h), which is no semantic node.
+// The directory of named nodes in tree S. Each record is checked before it is read. The library's own walks
+// are not used: they throw at a list of lines (text_list.h), which is no semantic node.
 
 /// A record of the directory.
 struct Node
 {
     QZInt64 pd = 0;
     QZInt64 ld = 0;
-    /// A code of LDTYPE; 0 for what is no semantic node.
+    /// A code of LDTYPE; 0 when the record is no semantic node.
     QZInt64 kind = 0;
     std::string name;
     /// The types of the fields by their number, from the format field.
     std::vector<QZInt64> format;
 };
 
-/// Reads a record; its kind is 0 when it does not follow the plan of a semantic node.
+/// Reads a record. Its kind is 0 when it is no semantic node.
 Node ReadNode(Database& database, QZInt64 pd);
 
 /// "text list", "data list" and so on.
@@ -32,7 +32,7 @@ const char* NodeKindName(QZInt64 kind);
 /// The child list of a node, or of the root for 0; 0 when there is none.
 QZInt64 ChildList(Database& database, QZInt64 pd);
 
-/// Calls visit for each semantic node in a list, in order. Answers false in visit to end the walk.
+/// Calls visit for each semantic node in a list, in order. The walk ends when visit returns false.
 void EachNode(Database& database, QZInt64 list, const std::function<bool(const Node& node)>& visit);
 
 /// The first child of that name, 0 when there is none.
@@ -47,13 +47,13 @@ std::string NodeDate(Database& database, const Node& node, bool changed);
 /// The values of the state, with commas; "" when there is none.
 std::string NodeState(Database& database, const Node& node);
 
-/// It is a data table: a text list whose first child is a data list "TYPES".
+/// Whether a node is a data table: a text list whose first child is a data list "TYPES".
 bool IsTable(Database& database, const Node& node);
 
-/// Numbers of 32 bits.
+/// Reads the bytes as an array of 32-bit numbers.
 std::vector<QZInt64> Int32Array(const std::string& bytes);
 
-/// UTF-8 of the bytes of a text.
+/// UTF-8 of the bytes of a UTF-16 text.
 std::string Utf8FromUtf16(const void* bytes, std::size_t size);
 
 }  // namespace qzdb

@@ -25,7 +25,7 @@ QZInt64* Counter(Scan& scan, QZInt64 kind)
 Scan ScanRecords(Database& database)
 {
     const QZInt64 width = database.GetHeader().addressLength;
-    // What the length field claims beyond the file is not there.
+    // The length field of a damaged file may name a position after the end of the file.
     QZInt64 last = database.GetHeader().length;
     if (last >= database.GetHeader().fileSize) last = database.GetHeader().fileSize - 1;
 
@@ -39,7 +39,7 @@ Scan ScanRecords(Database& database)
         QZInt64 end = address + 4 * width + 1;
         if (counter && kind != QZDatabaseInfo::TABLE_HD)
             end = database.Field(address, QZDatabaseInfo::DATA_END) + 2 * width;
-        // A record that claims to end before it began, or behind the last byte in use, is none.
+        // A record whose end lies before its begin, or after the last byte in use, is no record.
         if (!counter || end <= address || end > last)
         {
             if (!inGap) scan.gaps.push_back(address);

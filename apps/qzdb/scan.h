@@ -8,7 +8,7 @@
 namespace qzdb
 {
 
-/// What lies in the file from front to back, whether a list holds it or not.
+/// The records of the file from its begin to its end, whether a list holds them or not.
 struct Scan
 {
     QZInt64 hd = 0;
@@ -17,7 +17,7 @@ struct Scan
     QZInt64 ad = 0;
     QZInt64 cd = 0;
     QZInt64 rd = 0;
-    /// Where a stretch begins in which no record can be found.
+    /// The begin of each stretch without a record.
     std::vector<QZInt64> gaps;
     /// Position of the last byte of the last record.
     QZInt64 end = 0;
@@ -25,7 +25,7 @@ struct Scan
     QZInt64 Total() const { return hd + ld + pd + ad + cd + rd; }
 };
 
-/// Goes through the file record by record: each one stands right behind the one before it.
+/// Reads the file record by record. Each record begins where the one before it ends.
 Scan ScanRecords(Database& database);
 
 }  // namespace qzdb

@@ -11,11 +11,11 @@ namespace qzdb
 namespace
 {
 
-constexpr std::size_t LengthIndex = 2;
+constexpr std::size_t kLengthIndex = 2;
 /// Item i of a list stands in field i + 7.
-constexpr QZInt64 FirstItem = 7;
-/// Fields of a list that are no items.
-constexpr QZInt64 FixedFields = 5;
+constexpr QZInt64 kFirstItem = 7;
+/// How many fields of a list are no items.
+constexpr QZInt64 kFixedFields = 5;
 
 QZInt64 FirstChild(Database& database, const Node& node)
 {
@@ -35,22 +35,22 @@ bool SameField(const std::string& a, const std::string& b)
 void CheckFieldName(const std::string& name)
 {
     if (name.empty() || name.size() > 1024)
-        throw Failure{ExitUsage, "the name of a field has 1 to 1024 bytes"};
+        throw Failure{kExitUsage, "the name of a field has 1 to 1024 bytes"};
 }
 
 std::vector<TableField> FieldsOf(Database& database, const Node& node)
 {
     const Node types = ReadNode(database, FirstChild(database, node));
-    const QZInt64 count = node.format.size() > LengthIndex ? node.format[LengthIndex] - FixedFields : -1;
-    if (count < 0 || count + FirstItem >= static_cast<QZInt64>(node.format.size()))
+    const QZInt64 count = node.format.size() > kLengthIndex ? node.format[kLengthIndex] - kFixedFields : -1;
+    if (count < 0 || count + kFirstItem >= static_cast<QZInt64>(node.format.size()))
         database.FailDamaged(node.pd, "a table with an impossible number of fields");
     std::vector<TableField> fields;
     for (QZInt64 i = 1; i <= count; ++i)
     {
         TableField field;
-        const std::string name = database.Content(node.ld, i + FirstItem);
+        const std::string name = database.Content(node.ld, i + kFirstItem);
         field.name = Utf8FromUtf16(name.data(), name.size());
-        const std::size_t slot = static_cast<std::size_t>(i + FirstItem);
+        const std::size_t slot = static_cast<std::size_t>(i + kFirstItem);
         if (slot < types.format.size()) field.type = types.format[slot];
         fields.push_back(field);
     }
@@ -97,7 +97,7 @@ Node FindTable(Database& database, const std::string& path)
 Table::Table(Database& database, const std::string& path)
     : m_database(database), m_node(FindTable(database, path))
 {
-    if (m_node.pd == 0) database.Fail(ExitUsage, "no table \"" + Visible(path) + "\"; see qzdb tables");
+    if (m_node.pd == 0) database.Fail(kExitUsage, "no table \"" + Visible(path) + "\"; see qzdb tables");
     m_types = ReadNode(database, FirstChild(database, m_node));
     m_fields = FieldsOf(database, m_node);
     m_table = QZDbTable::Open(database.Channel(), m_node.pd);
@@ -118,14 +118,14 @@ std::size_t Table::Require(const std::string& name) const
     if (index < m_fields.size()) return index;
     std::string names;
     for (const TableField& field : m_fields) names += (names.empty() ? "" : ", ") + Visible(field.name);
-    m_database.Fail(ExitUsage, "no field \"" + Visible(name) + "\" among " + names);
+    m_database.Fail(kExitUsage, "no field \"" + Visible(name) + "\" among " + names);
 }
 
 void Table::AddField(const std::string& name, QZInt64 type)
 {
     CheckFieldName(name);
     if (Find(name) < m_fields.size())
-        m_database.Fail(ExitUsage, "the table has a field \"" + Visible(name) + "\" already");
+        m_database.Fail(kExitUsage, "the table has a field \"" + Visible(name) + "\" already");
     const OwnedString text = StringFromUtf8(name);
     m_table->FieldAdd(text.get(), type);
     m_fields.push_back({name, type});
@@ -135,7 +135,7 @@ QZInt64 Table::Row(const std::string& place)
 {
     QZInt64 number = 0;
     if (!ParseNumber(place, &number) || number < 1)
-        throw Failure{ExitUsage, "\"" + Visible(place) + "\" is no place of a row: they count from 1"};
+        throw Failure{kExitUsage, "\"" + Visible(place) + "\" is no place of a row: they count from 1"};
     QZInt64 row = 0;
     QZInt64 count = 0;
     EachRow([&](QZInt64 candidate) {
@@ -143,7 +143,7 @@ QZInt64 Table::Row(const std::string& place)
         return row == 0;
     });
     if (row == 0)
-        m_database.Fail(ExitUsage,
+        m_database.Fail(kExitUsage,
                         "no row " + std::to_string(number) + ", there are " + std::to_string(count));
     return row;
 }
@@ -170,9 +170,9 @@ std::vector<std::string> Table::Values(QZInt64 row)
     QZInt64 size = 0;
     for (std::size_t i = 0; i < m_fields.size(); ++i)
     {
-        values.push_back(m_database.Content(ld, static_cast<QZInt64>(i) + 1 + FirstItem));
+        values.push_back(m_database.Content(ld, static_cast<QZInt64>(i) + 1 + kFirstItem));
         size += static_cast<QZInt64>(values.back().size());
-        // Each value has its own place in the file, so together they are no longer than it.
+        // Each value has its own bytes in the file, so the values together are not longer than the file.
         if (size > m_database.MostBytes())
             m_database.FailDamaged(row, "more content than the file has room for");
     }
@@ -186,7 +186,7 @@ void MakeTable(Database& database, const std::string& path)
     bool made = false;
     for (const std::string& name : SplitPath(path))
     {
-        if (name.size() > 1024) throw Failure{ExitUsage, "a name has 1 to 1024 bytes"};
+        if (name.size() > 1024) throw Failure{kExitUsage, "a name has 1 to 1024 bytes"};
         const QZInt64 there = made ? 0 : FindChild(database, node, name);
         made = there == 0;
         if (!made)
@@ -194,8 +194,8 @@ void MakeTable(Database& database, const std::string& path)
             node = there;
             continue;
         }
-        // As the library's own QZDbTable::Create does, whose walk along the path would raise at a list of
-        // lines.
+        // Does what QZDbTable::Create does. That cannot be used here: its walk along the path throws at a
+        // list of lines.
         QZInt64 list = ChildList(database, node);
         if (list == 0) list = QZNodeHD::Create(channel, node);
         database.Grown(4096);
@@ -204,7 +204,7 @@ void MakeTable(Database& database, const std::string& path)
         const OwnedString text = StringFromUtf8(name);
         QZSNode::PutName(channel, node, text.get());
     }
-    if (!made) database.Fail(ExitUsage, "\"" + Visible(path) + "\" is there already");
+    if (!made) database.Fail(kExitUsage, "\"" + Visible(path) + "\" is there already");
     const QZInt64 types = QZNodeFLD::Create(channel, QZNodeHD::Create(channel, node));
     if (types <= 0) database.FailRefused();
     const OwnedString name = StringFromUtf8("TYPES");

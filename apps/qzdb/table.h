@@ -18,7 +18,7 @@ std::vector<TableField> FieldsOf(Database& database, const Node& node);
 /// Rows of a table node.
 QZInt64 RowsOf(Database& database, const Node& node);
 
-/// A data table that was looked at before the library opens it.
+/// A data table. It is checked before the library opens it.
 class Table
 {
 public:
@@ -33,17 +33,17 @@ public:
     const Node& Types() const { return m_types; }
     const std::vector<TableField>& Fields() const { return m_fields; }
 
-    /// The index of a field, in whatever case of A to Z; Fields().size() when there is none.
+    /// The index of a field; upper and lower case of A to Z are the same. Fields().size() when there is none.
     std::size_t Find(const std::string& name) const;
-    /// The same, a Failure when there is none.
+    /// The same. Throws Failure when there is none.
     std::size_t Require(const std::string& name) const;
 
     void AddField(const std::string& name, QZInt64 type);
 
-    /// The row at a place, which is told as text. Failure when there is none.
+    /// The row at a place, which is given as text and counts from 1. Throws Failure when there is none.
     QZInt64 Row(const std::string& place);
 
-    /// Calls visit for each row in order. Answers false in visit to end the walk.
+    /// Calls visit for each row in order. The walk ends when visit returns false.
     void EachRow(const std::function<bool(QZInt64 row)>& visit);
 
     /// The bytes of a row's values.
@@ -60,16 +60,16 @@ private:
 /// The table node at a path; its pd is 0 when there is none.
 Node FindTable(Database& database, const std::string& path);
 
-/// A node stands at the path, whatever its kind.
+/// Whether there is a node at the path, of any kind.
 bool PathExists(Database& database, const std::string& path);
 
 /// Makes a table without fields, and the text lists on the way to it. Failure when the path is taken.
 void MakeTable(Database& database, const std::string& path);
 
-/// A Failure for a name that no field can have.
+/// Throws Failure for a name that a field cannot have.
 void CheckFieldName(const std::string& name);
 
-/// The names are one name for the library.
+/// Whether the library takes the two names for the same field.
 bool SameField(const std::string& a, const std::string& b);
 
 }  // namespace qzdb

@@ -10,25 +10,13 @@ namespace qzdb
 namespace
 {
 
-std::string Utf8(QZString* text)
-{
-    std::string result;
-    const QZInt64 size = QZEncoding::Convert(QZEncodingType::UTF16LE, text->GetPointer(), text->GetSize(),
-                                             QZEncodingType::UTF8, nullptr, 0);
-    if (size <= 0) return result;
-    result.resize(static_cast<std::size_t>(size));
-    QZEncoding::Convert(QZEncodingType::UTF16LE, text->GetPointer(), text->GetSize(), QZEncodingType::UTF8,
-                        result.data(), size);
-    return result;
-}
-
 struct CodeText
 {
     QZInt64 code;
     const char* text;
 };
 
-const CodeText CodeTexts[] = {
+const CodeText kCodeTexts[] = {
     {QZDatabaseInfo::NORMAL, "none"},
     {QZDatabaseInfo::BAD_STRUCT, "bad structure"},
     {QZDatabaseInfo::FRAME_ERROR, "record frame broken"},
@@ -52,7 +40,8 @@ const CodeText CodeTexts[] = {
     {QZDatabaseInfo::ERROR_ABORT, "operation aborted"},
 };
 
-/// The library's own words for these two codes say something else, and hosts rely on that.
+/// The library's own message for these two codes names another reason, and hosts rely on it. This tool names
+/// the real one.
 std::string PlainWords(QZException* exception, const std::string& message)
 {
     if (exception->GetType() != QZIOException::Type) return message;
@@ -74,38 +63,16 @@ std::string PlainWords(QZException* exception, const std::string& message)
 
 std::string TakeMessage(QZException* exception)
 {
-    std::string line;
-    for (const char c : PlainWords(exception, Utf8(exception->GetMsg())))
-        line.push_back(c == '\r' || c == '\n' ? ' ' : c);
-    if (line.find_first_not_of(' ') == std::string::npos)
-        line = "error " + std::to_string(static_cast<QZInt64>(exception->GetCode()));
+    const std::string line =
+        qzapp::OneLine(PlainWords(exception, Utf8(exception->GetMsg())), exception->GetCode());
     QZExceptionFactory::Recycle(&exception);
-    const std::size_t first = line.find_first_not_of(' ');
-    return line.substr(first, line.find_last_not_of(' ') + 1 - first);
-}
-
-std::string Visible(std::string_view bytes)
-{
-    std::string result;
-    for (const char c : bytes)
-    {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x20 && byte != 0x7F)
-        {
-            result.push_back(c);
-            continue;
-        }
-        char escape[8];
-        std::snprintf(escape, sizeof escape, "\\x%02X", byte);
-        result += escape;
-    }
-    return result;
+    return line;
 }
 
 std::string Excerpt(std::string_view bytes, std::size_t limit)
 {
     if (bytes.size() <= limit) return Visible(bytes);
-    // Not in the middle of a UTF-8 character.
+    // The cut must not be in the middle of a UTF-8 character.
     while (limit > 0 && (static_cast<unsigned char>(bytes[limit]) & 0xC0) == 0x80) --limit;
     return Visible(bytes.substr(0, limit)) + "...";
 }
@@ -142,7 +109,7 @@ const char* KindName(QZInt64 type)
 
 std::string CodeName(QZInt64 code)
 {
-    for (const CodeText& entry : CodeTexts)
+    for (const CodeText& entry : kCodeTexts)
     {
         if (entry.code == code) return entry.text;
     }
@@ -185,34 +152,20 @@ double Seconds()
     return std::chrono::duration<double>(now).count();
 }
 
-Progress::Progress(std::FILE* err, bool terminal, QZInt64 total)
-    : m_err(err), m_terminal(terminal), m_total(total)
-{}
-
-Progress::~Progress()
-{
-    // The bar makes room for the summary.
-    if (m_shown) std::fprintf(m_err, "\r%*s\r", 70, "");
-}
+Progress::Progress(std::FILE* err, bool terminal, QZInt64 total) : m_bar(err, terminal), m_total(total) {}
 
 void Progress::Show(QZInt64 bytes, QZInt64 lines)
 {
-    if (!m_terminal) return;
+    constexpr double kInterval = 0.1;
+    if (m_bar.IsSilent()) return;
     const double now = Seconds();
     if (now < m_next) return;
-    m_next = now + 0.1;
-    m_shown = true;
+    m_next = now + kInterval;
+    const std::string count = std::to_string(lines) + " lines";
     if (m_total <= 0)
-    {
-        std::fprintf(m_err, "\r%lld lines, %lld bytes", lines, bytes);
-        std::fflush(m_err);
-        return;
-    }
-    const int percent = static_cast<int>(bytes < m_total ? bytes * 100 / m_total : 100);
-    std::string bar(static_cast<std::size_t>(percent * 2 / 5), '#');
-    bar.resize(40, '.');
-    std::fprintf(m_err, "\r[%s] %3d%%  %lld lines", bar.c_str(), percent, lines);
-    std::fflush(m_err);
+        m_bar.ShowText(count + ", " + std::to_string(bytes) + " bytes");
+    else
+        m_bar.ShowBar(static_cast<int>(bytes < m_total ? bytes * 100 / m_total : 100), count);
 }
 
 }  // namespace qzdb

@@ -7,28 +7,31 @@
 #include <string>
 #include <string_view>
 
+#include "common/progress_bar.h"
+#include "common/text.h"
+
 namespace qzdb
 {
 
-/// The message of an exception as one line; the exception is given back.
+using qzapp::Utf8;
+using qzapp::Visible;
+
+/// The message of an exception as one line. Returns the exception to the library.
 std::string TakeMessage(QZException* exception);
 
-/// Text for a terminal: control bytes as \xNN.
-std::string Visible(std::string_view bytes);
-
-/// The first `limit` bytes of that, with "..." where something was left out.
+/// The first `limit` bytes of a text, as Visible shows them, and "..." where something was left out.
 std::string Excerpt(std::string_view bytes, std::size_t limit);
 
 /// A decimal or 0x number that fills the whole text; false otherwise.
 bool ParseNumber(const std::string& text, QZInt64* value);
 
-/// UTF-8 of a text in the narrow page.
+/// UTF-8 of a text in the narrow character set, as the command line is.
 std::string Utf8FromNarrow(const std::string& text);
 
 /// The kind of a record by its type code: "HD", "LD" and so on, "?" for none.
 const char* KindName(QZInt64 type);
 
-/// What a code of the engine means.
+/// The meaning of an error code of the engine.
 std::string CodeName(QZInt64 code);
 
 /// Bytes as lines of 16, with offset, hex and text.
@@ -40,24 +43,20 @@ std::string TimeText(QZInt64 timestamp);
 /// Seconds since an arbitrary start, for measuring.
 double Seconds();
 
-/// A bar on a terminal's error stream; silent elsewhere.
+/// The progress of an import on a terminal; silent elsewhere.
 class Progress
 {
 public:
     /// @param total  bytes to come, 0 when that is unknown
     Progress(std::FILE* err, bool terminal, QZInt64 total);
-    ~Progress();
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
 
     void Show(QZInt64 bytes, QZInt64 lines);
 
 private:
-    std::FILE* m_err;
-    bool m_terminal;
+    qzapp::ProgressBar m_bar;
     QZInt64 m_total;
+    /// When the line is written again, on the clock of Seconds().
     double m_next = 0;
-    bool m_shown = false;
 };
 
 }  // namespace qzdb

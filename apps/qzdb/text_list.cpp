@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "fields.h"
+#include "common/typed_fields.h"
 
 namespace qzdb
 {
@@ -10,16 +10,23 @@ namespace qzdb
 namespace
 {
 
-constexpr QZInt64 NumberField = 1;
-constexpr QZInt64 TextField = 2;
-constexpr QZInt64 OpenEndField = 3;
-constexpr QZInt64 KindField = 1;
-const char KindText[] = "text lines";
+using qzapp::ReadTypedBytes;
+using qzapp::ReadTypedName;
+using qzapp::ReadTypedNumber;
+using qzapp::TypedBytes;
+using qzapp::TypedName;
+using qzapp::TypedNumber;
+
+constexpr QZInt64 kNumberField = 1;
+constexpr QZInt64 kTextField = 2;
+constexpr QZInt64 kOpenEndField = 3;
+constexpr QZInt64 kKindField = 1;
+const char kKindText[] = "text lines";
 
 QZInt64 LineNumber(Database& database, QZInt64 line)
 {
     QZInt64 number = 0;
-    if (!ReadTypedNumber(database.Content(line, NumberField), &number))
+    if (!ReadTypedNumber(database.Content(line, kNumberField), &number))
         database.FailDamaged(line, "a line without its number");
     return number;
 }
@@ -38,7 +45,7 @@ std::string ListName(Database& database, QZInt64 pd)
 {
     const QZInt64 ld = database.Field(pd, QZDatabaseInfo::PD_LD_A);
     if (database.Kind(ld) != QZDatabaseInfo::DATA_LD ||
-        database.Content(ld, KindField) != TypedBytes(KindText))
+        database.Content(ld, kKindField) != TypedBytes(kKindText))
         return {};
     std::string name;
     ReadTypedName(database.Content(pd, QZDatabaseInfo::PD_DATA), &name);
@@ -71,9 +78,9 @@ ListWriter::ListWriter(Database& database, std::string name)
 void ListWriter::Add(std::string_view text, bool ended)
 {
     const QZInt64 line = m_database.PutRecord(m_hd, QZDatabaseInfo::DATA_LD);
-    m_database.PutContent(line, NumberField, TypedNumber(++m_count));
-    m_database.PutContent(line, TextField, TypedBytes(text));
-    if (!ended) m_database.PutContent(line, OpenEndField, TypedBytes({}));
+    m_database.PutContent(line, kNumberField, TypedNumber(++m_count));
+    m_database.PutContent(line, kTextField, TypedBytes(text));
+    if (!ended) m_database.PutContent(line, kOpenEndField, TypedBytes({}));
 }
 
 void ListWriter::Commit()
@@ -97,17 +104,17 @@ void ListWriter::Commit()
     m_database.Channel()->SYNC();
 }
 
-/// A PD in a list of its own, complete but for its place in the tree.
+/// Makes the PD of the list, complete but not yet in the tree: it stands in a list that only it is in.
 QZInt64 ListWriter::BuildNode()
 {
     const QZInt64 pd = m_database.PutRecord(m_database.PutFreeHead(), QZDatabaseInfo::DATA_PD);
     m_database.PutField(pd, QZDatabaseInfo::PD_HD_A, m_hd);
     m_database.PutField(m_hd, QZDatabaseInfo::HD_PREV, pd);
-    // Tree L is within reach of the past, so from here on the log takes part.
+    // Earlier states can reach tree L, so from here on the log has to be on.
     m_pause.End();
     const QZInt64 ld =
         m_database.PutRecord(m_database.Root(QZDatabaseInfo::TREELSN), QZDatabaseInfo::DATA_LD);
-    m_database.PutContent(ld, KindField, TypedBytes(KindText));
+    m_database.PutContent(ld, kKindField, TypedBytes(kKindText));
     m_database.PutField(pd, QZDatabaseInfo::PD_LD_A, ld);
     m_database.PutContent(pd, QZDatabaseInfo::PD_DATA, TypedName(m_name));
     return pd;
@@ -121,14 +128,14 @@ void ReadLines(Database& database, QZInt64 pd,
     database.Walk(LinesOf(database, pd), [&](QZInt64 line, QZInt64 kind) {
         if (kind != QZDatabaseInfo::DATA_LD) database.FailDamaged(line, "no line where a list goes on");
         if (LineNumber(database, line) != ++number) database.FailDamaged(line, "a line with a wrong number");
-        // Each text has its own place in the file, so together they are no longer than it.
-        bytes += database.ContentLength(line, TextField);
+        // Each text has its own bytes in the file, so the texts together are not longer than the file.
+        bytes += database.ContentLength(line, kTextField);
         if (bytes > database.GetHeader().fileSize)
             database.FailDamaged(line, "more text than the file has room for");
         std::string text;
-        if (!ReadTypedBytes(database.Content(line, TextField), &text))
+        if (!ReadTypedBytes(database.Content(line, kTextField), &text))
             database.FailDamaged(line, "a line without its text");
-        take(text, database.ContentLength(line, OpenEndField) == 0);
+        take(text, database.ContentLength(line, kOpenEndField) == 0);
         return true;
     });
 }

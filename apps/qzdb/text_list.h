@@ -13,31 +13,31 @@ namespace qzdb
 //   field 2  its text, any bytes, without the line feed
 //   field 3  only on a last line that does not end with a line feed, and empty
 //
-// All in the form of fields.h.
+// All of them are typed fields (common/typed_fields.h).
 //
 // The lines of an import are built in an HD that nothing refers to, with the log switched off. Then one
-// logged change makes them the list: a state of the past has the old lines or none, and never a part of the
+// logged change makes them the list. So an earlier state has the old lines or none, and never a part of the
 // new ones.
 
-/// What a PD of tree S is called; empty for a PD that is no list of lines.
+/// The name of a list of lines; empty when the PD of tree S is none.
 std::string ListName(Database& database, QZInt64 pd);
 
 /// The PD of the list, 0 when there is none.
 QZInt64 FindList(Database& database, const std::string& name);
 
-/// How many lines the list of an HD has, by the number in its last line.
+/// The count of lines in the list of an HD, read from its last line.
 QZInt64 LineCount(Database& database, QZInt64 hd);
 
-/// Takes lines and makes them a list.
+/// Makes a list of lines.
 class ListWriter
 {
 public:
     ListWriter(Database& database, std::string name);
 
-    /// Adds a line at the end, at a cost that does not depend on how many there are.
+    /// Adds a line at the end. The cost does not depend on the count of lines.
     void Add(std::string_view text, bool ended);
 
-    /// Makes what was added the content of the list, in place of what it held.
+    /// Replaces the lines of the list by those that were added.
     void Commit();
 
     QZInt64 Count() const { return m_count; }

@@ -8,7 +8,7 @@ namespace qzdb
 namespace
 {
 
-const char HelpText[] =
+const char kHelpText[] =
     "qzdb - looks after database files\n"
     "\n"
     "  qzdb create FILE [--addresses 32|64] [--no-rollback]\n"
@@ -62,7 +62,7 @@ struct Command
     int (*run)(const Arguments&, const Console&);
 };
 
-const Command Commands[] = {
+const Command kCommands[] = {
     {"create", 1, 4, CreateCommand},
     {"info", 1, 1, InfoCommand},
     {"import", 2, 2, ImportCommand},
@@ -85,29 +85,27 @@ const Command Commands[] = {
     {"remove", 2, 3, RemoveCommand},
 };
 
-const Command* FindCommand(const std::string& name)
+int Run(const Arguments& arguments, const Console& console)
 {
-    for (const Command& command : Commands)
+    if (arguments.empty()) throw Failure{kExitUsage, "no command given; see qzdb --help"};
+    if (qzapp::IsHelp(arguments[0]))
     {
-        if (name == command.name) return &command;
+        std::fputs(kHelpText, console.out);
+        qzapp::Flush(console.out);
+        return kExitGood;
     }
-    return nullptr;
-}
-
-int Run(const Command& command, const Arguments& arguments, const Console& console)
-{
-    if (arguments.size() < command.least || arguments.size() > command.most)
-        throw Failure{ExitUsage, std::string(command.name) + ": wrong number of arguments; see qzdb --help"};
+    const Command& command = qzapp::FindCommand(kCommands, arguments[0], "qzdb");
+    const Arguments words(arguments.begin() + 1, arguments.end());
+    qzapp::CheckCount(command, words, "qzdb");
     try
     {
-        const int code = command.run(arguments, console);
-        if (std::fflush(console.out) != 0 || std::ferror(console.out) != 0)
-            throw Failure{ExitAccess, "cannot write to standard output"};
+        const int code = command.run(words, console);
+        qzapp::Flush(console.out);
         return code;
     }
     catch (QZException* e)
     {
-        throw Failure{ExitAccess, arguments[0] + ": " + TakeMessage(e)};
+        throw Failure{kExitAccess, words[0] + ": " + TakeMessage(e)};
     }
 }
 
@@ -115,25 +113,7 @@ int Run(const Command& command, const Arguments& arguments, const Console& conso
 
 int RunTool(const Arguments& arguments, const Console& console)
 {
-    try
-    {
-        if (arguments.empty()) throw Failure{ExitUsage, "no command given; see qzdb --help"};
-        if (arguments[0] == "--help" || arguments[0] == "-h" || arguments[0] == "help")
-        {
-            std::fputs(HelpText, console.out);
-            if (std::fflush(console.out) != 0) throw Failure{ExitAccess, "cannot write to standard output"};
-            return ExitGood;
-        }
-        const Command* command = FindCommand(arguments[0]);
-        if (!command)
-            throw Failure{ExitUsage, "unknown command \"" + Visible(arguments[0]) + "\"; see qzdb --help"};
-        return Run(*command, Arguments(arguments.begin() + 1, arguments.end()), console);
-    }
-    catch (const Failure& failure)
-    {
-        std::fprintf(console.err, "qzdb: %s\n", failure.text.c_str());
-        return failure.code;
-    }
+    return qzapp::ReportFailure("qzdb", console.err, [&] { return Run(arguments, console); });
 }
 
 }  // namespace qzdb

@@ -8,18 +8,20 @@
 #include <string_view>
 #include <vector>
 
+#include "common/command_line.h"
+
 namespace qzdb
 {
 
-/// How the program ends.
-enum ExitCode
-{
-    ExitGood = 0,
-    ExitFaults = 1,  ///< the database has faults, or the file is none
-    ExitUsage = 2,   ///< unknown command or option, or a name or mark that is not there
-    ExitAccess = 3,  ///< something cannot be read or written
-    ExitInput = 4    ///< a file of comma separated values that cannot be taken
-};
+// The exit codes: those of every tool, and this tool's own.
+using qzapp::kExitAccess;
+using qzapp::kExitGood;
+using qzapp::kExitUsage;
+constexpr int kExitFaults = 1;  ///< the database has faults, or the file is none
+constexpr int kExitInput = 4;   ///< a file of comma separated values that cannot be taken
+
+using qzapp::Arguments;
+using qzapp::Failure;
 
 /// The streams of a run; a test brings its own.
 struct Console
@@ -27,24 +29,14 @@ struct Console
     std::FILE* in;
     std::FILE* out;
     std::FILE* err;
-    /// A person looks at err: a progress bar makes sense.
+    /// err is a terminal, so a progress bar makes sense.
     bool terminal;
 };
-
-/// What ends a command early: the exit code and one line that says why.
-struct Failure
-{
-    ExitCode code;
-    std::string text;
-};
-
-/// The words behind the command, options taken out.
-using Arguments = std::vector<std::string>;
 
 /// Runs the program. `arguments` begins with the command; the library is running.
 int RunTool(const Arguments& arguments, const Console& console);
 
-// The commands. Each answers the exit code, and throws Failure or a QZException*.
+// The commands. Each returns the exit code, and throws Failure or a QZException*.
 int CreateCommand(const Arguments& arguments, const Console& console);
 int InfoCommand(const Arguments& arguments, const Console& console);
 int ImportCommand(const Arguments& arguments, const Console& console);

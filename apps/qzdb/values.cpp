@@ -2,10 +2,10 @@
 
 #include <cerrno>
 #include <charconv>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
+#include "common/text.h"
 #include "nodes.h"
 
 namespace qzdb
@@ -20,7 +20,7 @@ struct TypeWord
     QZInt64 type;
 };
 
-const TypeWord Types[] = {
+const TypeWord kTypes[] = {
     {"text", QZDataType::TEXTUTF16LE},    {"int64", QZDataType::INT64},
     {"int32", QZDataType::INT32},         {"int16", QZDataType::INT16},
     {"int8", QZDataType::INT8},           {"byte", QZDataType::BYTE},
@@ -41,16 +41,6 @@ bool IsInteger(const std::string& text, QZInt64 least, QZInt64 most)
     return errno == 0 && value >= least && value <= most;
 }
 
-/// A number of floating point that fills the whole text. The library's own conversions round differently and
-/// write a fixed number of digits; a value of a file shall come back as it was written.
-template <typename Number>
-bool ReadNumber(const std::string& text, Number* value)
-{
-    const char* const end = text.data() + text.size();
-    const std::from_chars_result result = std::from_chars(text.data(), end, *value);
-    return result.ec == std::errc() && result.ptr == end && std::isfinite(*value);
-}
-
 /// The shortest digits that make this number, without an exponent.
 template <typename Number>
 std::string WriteNumber(const std::string& bytes)
@@ -67,7 +57,7 @@ bool IsDecimal(const std::string& text, QZInt64 type)
 {
     double value = 0;
     float narrow = 0;
-    return type == QZDataType::FLOAT ? ReadNumber(text, &narrow) : ReadNumber(text, &value);
+    return type == QZDataType::FLOAT ? qzapp::ParseWhole(text, &narrow) : qzapp::ParseWhole(text, &value);
 }
 
 bool IsHex(const std::string& text)
@@ -75,15 +65,13 @@ bool IsHex(const std::string& text)
     return text.size() % 2 == 0 && text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
 }
 
-/// What the text becomes when it is stored; false when the library refuses it.
+/// Stores a text as a type and reads it back. False when the library refuses it.
 bool Stored(const std::string& text, QZInt64 type, std::string* back)
 {
     try
     {
         const OwnedData data = ValueOfText(text, type);
-        *back = TextOfValue(std::string(static_cast<const char*>(data->GetPointer()),
-                                        static_cast<std::size_t>(data->GetSize())),
-                            type);
+        *back = TextOfValue(BytesOf(data.get()), type);
         return true;
     }
     catch (QZException* e)
@@ -97,7 +85,7 @@ bool Stored(const std::string& text, QZInt64 type, std::string* back)
 
 std::string TypeName(QZInt64 type)
 {
-    for (const TypeWord& word : Types)
+    for (const TypeWord& word : kTypes)
     {
         if (word.type == type) return word.name;
     }
@@ -108,7 +96,7 @@ std::string TypeName(QZInt64 type)
 
 bool ParseType(const std::string& name, QZInt64* type)
 {
-    for (const TypeWord& word : Types)
+    for (const TypeWord& word : kTypes)
     {
         if (name != word.name) continue;
         *type = word.type;
@@ -120,19 +108,15 @@ bool ParseType(const std::string& name, QZInt64* type)
 std::string TypeNames()
 {
     std::string names;
-    for (const TypeWord& word : Types) names += (names.empty() ? "" : ", ") + std::string(word.name);
+    for (const TypeWord& word : kTypes) names += (names.empty() ? "" : ", ") + std::string(word.name);
     return names;
 }
 
 OwnedString StringFromUtf8(const std::string& text)
 {
-    std::basic_string<QZWChar> units(text.size(), QZWChar{0});
-    const QZInt64 room = static_cast<QZInt64>(units.size() * sizeof(QZWChar));
-    const QZInt64 size = text.empty() ? 0
-                                      : QZEncoding::Convert(QZEncodingType::UTF8, text.data(),
-                                                            static_cast<QZInt64>(text.size()),
-                                                            QZEncodingType::UTF16LE, units.data(), room);
-    return OwnedString(QZStringFactory::CreateString(units.data(), size < 0 ? 0 : size));
+    const std::basic_string<QZWChar> units = qzapp::Utf16(text);
+    return OwnedString(
+        QZStringFactory::CreateString(units.data(), static_cast<QZInt64>(units.size() * sizeof(QZWChar))));
 }
 
 std::string Utf8FromString(QZString* text)
@@ -163,11 +147,13 @@ std::string TextOfValue(const std::string& bytes, QZInt64 type)
 OwnedData ValueOfText(const std::string& text, QZInt64 type)
 {
     if (text.empty()) return OwnedData(QZDataFactory::CreateData());
+    // The library's own conversions round differently and write a fixed number of digits; here a value has to
+    // come back as it was written.
     double number = 0;
     float narrow = 0;
-    if (type == QZDataType::DOUBLE && ReadNumber(text, &number))
+    if (type == QZDataType::DOUBLE && qzapp::ParseWhole(text, &number))
         return OwnedData(QZDataFactory::CreateDouble(number));
-    if (type == QZDataType::FLOAT && ReadNumber(text, &narrow))
+    if (type == QZDataType::FLOAT && qzapp::ParseWhole(text, &narrow))
         return OwnedData(QZDataFactory::CreateFloat(narrow));
     const OwnedString wide = StringFromUtf8(text);
     return OwnedData(QZConvert::TextToData(wide.get(), type));
@@ -194,7 +180,7 @@ bool IsValue(const std::string& text, QZInt64 type)
         case QZDataType::TIMESTAMP: return IsInteger(text, INT64_MIN, INT64_MAX);
         case QZDataType::DOUBLE:
         case QZDataType::FLOAT: return IsDecimal(text, type);
-        // A date alone is a date and time too.
+        // A date without a time is accepted too.
         case QZDataType::DATETIME:
             return Stored(text, type, &back) && back.compare(0, text.size(), text) == 0;
         case QZDataType::ARRAYINT32:

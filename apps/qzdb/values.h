@@ -3,58 +3,53 @@
 
 #include <qzlib.h>
 
-#include <memory>
 #include <string>
 #include <vector>
+
+#include "common/owned.h"
 
 namespace qzdb
 {
 
-// Values of table fields as text, by the library's conversions. An empty value is an empty text, whatever the
-// type.
+// Conversion of values of table fields to text and back. An empty value of any type is an empty text.
 
-struct GiveBack
-{
-    void operator()(QZString* text) const { QZStringFactory::Recycle(&text); }
-    void operator()(QZData* data) const { QZDataFactory::Recycle(&data); }
-    void operator()(QZDataTable* table) const { QZDbTable::Recycle(&table); }
-};
-using OwnedString = std::unique_ptr<QZString, GiveBack>;
-using OwnedData = std::unique_ptr<QZData, GiveBack>;
-using OwnedTable = std::unique_ptr<QZDataTable, GiveBack>;
+using qzapp::BytesOf;
+using qzapp::OwnedData;
+using qzapp::OwnedString;
+using qzapp::OwnedTable;
 
-/// The name of a type, as 0x number when it has none here.
+/// The name of a type; a 0x number for a type that this tool has no name for.
 std::string TypeName(QZInt64 type);
 
-/// The type of a name; false when there is none.
+/// Finds the type of a name. False when there is none.
 bool ParseType(const std::string& name, QZInt64* type);
 
 /// All type names, for messages.
 std::string TypeNames();
 
-/// A text of the library's of well-formed UTF-8.
+/// A string of the library of well-formed UTF-8.
 OwnedString StringFromUtf8(const std::string& text);
 std::string Utf8FromString(QZString* text);
 
-/// The text of a value. Bytes that are no value of the type come as hex digits.
+/// The text of a value. Bytes that are no value of the type become hex digits.
 std::string TextOfValue(const std::string& bytes, QZInt64 type);
 
 /// The value of a text.
 OwnedData ValueOfText(const std::string& text, QZInt64 type);
 
-/// The text is a value of the type.
+/// Whether the text is a value of the type.
 bool IsValue(const std::string& text, QZInt64 type);
 
-/// The text comes back as it is when it is stored as this type.
+/// Whether the text is the same after it was stored as this type and read back.
 bool ComesBack(const std::string& text, QZInt64 type);
 
-/// Finds the type that all values of a column come back from.
+/// Finds a type from which all values of a column come back unchanged.
 class TypeGuess
 {
 public:
     TypeGuess();
     void Take(const std::string& text);
-    /// Text when nothing else fits, or when there was no value.
+    /// The type; text when no other type fits, or when there was no value.
     QZInt64 Type() const;
 
 private:

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "common/owned.h"
+#include "controller_protocol.h"
 #include "text.h"
 #include "tool.h"
 
@@ -14,11 +16,14 @@ namespace qzdevice
 namespace
 {
 
+using qzapp::OwnedFile;
+using qzapp::OwnedString;
+
 /// Bytes of memory between two steps of the progress bar.
 constexpr QZInt64 kPiece = 1024;
 constexpr QZInt64 kMemoryLimit = QZInt64{1} << 32;
 
-/// A connected device for the time of a command.
+/// A device that is connected while a command runs.
 class Device
 {
 public:
@@ -34,7 +39,7 @@ public:
         catch (QZException* e)
         {
             const bool refused = e->GetType() == QZSerialException::Type;
-            throw Failure{refused ? ExitRefused : ExitAccess, Visible(port) + ": " + TakeMessage(e)};
+            throw Failure{refused ? kExitRefused : kExitAccess, Visible(port) + ": " + TakeMessage(e)};
         }
     }
 
@@ -51,26 +56,7 @@ int ParseIndex(const std::string& text)
 
 QZInt64 ParseAddress(const std::string& text) { return ParseInteger(text, 0, kMemoryLimit - 1, "address"); }
 
-std::string TakeText(QZString* text)
-{
-    std::string utf8 = Utf8(text);
-    QZSerialDevice::Recycle(&text);
-    return utf8;
-}
-
-/// A file that is closed when the command ends.
-class File
-{
-public:
-    File(const std::string& path, unsigned options) : m_file(QZFile::Open(path.c_str(), options)) {}
-    ~File() { QZFile::Close(&m_file); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    QZFile* operator->() const { return m_file; }
-
-private:
-    QZFile* m_file;
-};
+std::string TakeText(QZString* text) { return Utf8(OwnedString(text).get()); }
 
 template <typename T>
 std::string BytesOf(T value)
@@ -89,7 +75,7 @@ std::string ArgumentBytes(const std::string& word)
     if (word.compare(0, 2, "f:") == 0) return BytesOf(ParseFloat(word.substr(2), "f"));
     std::string bytes;
     if (!ParseHex(word, &bytes))
-        throw Failure{ExitUsage, "argument \"" + Visible(word) + "\" is not i16:, i32:, f: or hex"};
+        throw Failure{kExitUsage, "argument \"" + Visible(word) + "\" is not i16:, i32:, f: or hex"};
     return bytes;
 }
 
@@ -101,7 +87,7 @@ int ListCommand(const Arguments&, const Options&, const Console& console)
     for (QZObject* at = ports->GetFirst(); at != nullptr; at = at->LinkNext())
         std::fprintf(console.out, "%s\n", Utf8(static_cast<QZString*>(at)).c_str());
     QZSerial::Recycle(&ports);
-    return ExitGood;
+    return kExitGood;
 }
 
 int ShowCommand(const Arguments& arguments, const Options& options, const Console& console)
@@ -115,7 +101,7 @@ int ShowCommand(const Arguments& arguments, const Options& options, const Consol
     std::fprintf(console.out, "serial number  %s\n", Visible(Utf8(device->GetSN())).c_str());
     std::fprintf(console.out, "version        %s\n", Visible(Utf8(device->GetVersion())).c_str());
     std::fprintf(console.out, "initialised    %s\n", initialised ? "yes" : "no");
-    return ExitGood;
+    return kExitGood;
 }
 
 int GetCommand(const Arguments& arguments, const Options& options, const Console& console)
@@ -123,7 +109,7 @@ int GetCommand(const Arguments& arguments, const Options& options, const Console
     const std::string& what = arguments[1];
     const int index = ParseIndex(arguments[2]);
     if (what != "key" && what != "value" && what != "incremental" && what != "magnification")
-        throw Failure{ExitUsage,
+        throw Failure{kExitUsage,
                       "get: \"" + Visible(what) + "\" is not incremental, magnification, key or value"};
     Device device(arguments[0], options);
     if (what == "key")
@@ -131,27 +117,26 @@ int GetCommand(const Arguments& arguments, const Options& options, const Console
         std::string key = TakeText(device->GetKey(index));
         while (!key.empty() && key.back() == '\0') key.pop_back();
         std::fprintf(console.out, "%s\n", Visible(key).c_str());
-        return ExitGood;
+        return kExitGood;
     }
     const float value = what == "value"         ? device->GetValue(index)
                         : what == "incremental" ? device->GetIncremental(index)
                                                 : device->GetMagnification(index);
     std::fprintf(console.out, "%.9g\n", static_cast<double>(value));
-    return ExitGood;
+    return kExitGood;
 }
 
 int SetCommand(const Arguments& arguments, const Options& options, const Console&)
 {
     const std::string& what = arguments[1];
     const bool serial = what == "serial";
-    if (arguments.size() != (serial ? 3u : 4u))
-        throw Failure{ExitUsage, "set: wrong number of arguments; see qzdevice --help"};
+    if (arguments.size() != (serial ? 3u : 4u)) throw qzapp::WrongCount("set", "qzdevice");
     if (serial)
     {
         QZString number(arguments[2].c_str());
         Device device(arguments[0], options);
         device->UpdateSN(&number);
-        return ExitGood;
+        return kExitGood;
     }
     const int index = ParseIndex(arguments[2]);
     if (what == "key")
@@ -159,11 +144,11 @@ int SetCommand(const Arguments& arguments, const Options& options, const Console
         QZString key(arguments[3].c_str());
         Device device(arguments[0], options);
         device->SetKey(index, &key);
-        return ExitGood;
+        return kExitGood;
     }
     if (what != "value" && what != "incremental" && what != "magnification")
-        throw Failure{ExitUsage, "set: \"" + Visible(what) +
-                                     "\" is not incremental, magnification, key, value or serial"};
+        throw Failure{kExitUsage, "set: \"" + Visible(what) +
+                                      "\" is not incremental, magnification, key, value or serial"};
     const float value = ParseFloat(arguments[3], what.c_str());
     Device device(arguments[0], options);
     if (what == "value")
@@ -172,7 +157,7 @@ int SetCommand(const Arguments& arguments, const Options& options, const Console
         device->SetIncremental(index, value);
     else
         device->SetMagnification(index, value);
-    return ExitGood;
+    return kExitGood;
 }
 
 int CallCommand(const Arguments& arguments, const Options& options, const Console& console)
@@ -180,14 +165,16 @@ int CallCommand(const Arguments& arguments, const Options& options, const Consol
     const short function = static_cast<short>(ParseInteger(arguments[1], INT16_MIN, UINT16_MAX, "function"));
     std::string bytes;
     for (std::size_t i = 2; i < arguments.size(); ++i) bytes += ArgumentBytes(arguments[i]);
-    if (bytes.size() > 14) throw Failure{ExitUsage, "call: a function takes at most 14 bytes"};
+    if (bytes.size() > protocol::kArgumentsSize)
+        throw Failure{kExitUsage, "call: a function takes at most 14 bytes"};
     Device device(arguments[0], options);
     QZSerialDeviceBuffer result{};
     device->FunExec(function, bytes.data(), static_cast<QZInt64>(bytes.size()), &result);
     const char* first = reinterpret_cast<const char*>(result.Bytes);
-    std::fprintf(console.out, "bytes  %s\ni16    %d\ni32    %d\nfloat  %.9g\n", HexText({first, 16}).c_str(),
-                 result.Int16, result.Int32, static_cast<double>(result.Float));
-    return ExitGood;
+    std::fprintf(console.out, "bytes  %s\ni16    %d\ni32    %d\nfloat  %.9g\n",
+                 HexText({first, protocol::kBufferSize}).c_str(), result.Int16, result.Int32,
+                 static_cast<double>(result.Float));
+    return kExitGood;
 }
 
 int ReadCommand(const Arguments& arguments, const Options& options, const Console& console)
@@ -207,11 +194,11 @@ int ReadCommand(const Arguments& arguments, const Options& options, const Consol
     }
     const std::string& path = arguments[3];
     if (!QZFile::Exists(path.c_str())) QZFile::Create(path.c_str());
-    const File file(path, QZFileOptions::ReadWrite | QZFileOptions::Write);
+    const OwnedFile file(QZFile::Open(path.c_str(), QZFileOptions::ReadWrite | QZFileOptions::Write));
     file->NewSize(0);
     if (length > 0) file->Write(0, bytes.data(), length);
     std::fprintf(console.out, "%lld bytes read\n", length);
-    return ExitGood;
+    return kExitGood;
 }
 
 int WriteCommand(const Arguments& arguments, const Options& options, const Console& console)
@@ -219,13 +206,13 @@ int WriteCommand(const Arguments& arguments, const Options& options, const Conso
     const QZInt64 address = ParseAddress(arguments[1]);
     std::string bytes;
     {
-        const File file(arguments[2], QZFileOptions::ReadWrite);
+        const OwnedFile file(QZFile::Open(arguments[2].c_str(), QZFileOptions::ReadWrite));
         bytes.resize(static_cast<std::size_t>(file->GetSize()));
         if (!bytes.empty()) file->Read(0, bytes.data(), static_cast<QZInt64>(bytes.size()));
     }
     const QZInt64 length = static_cast<QZInt64>(bytes.size());
     if (length > kMemoryLimit - address)
-        throw Failure{ExitUsage, "write: the file is longer than any memory"};
+        throw Failure{kExitUsage, "write: the file is longer than any memory"};
     Device device(arguments[0], options);
     {
         Progress progress(console.err, console.terminal, length);
@@ -237,14 +224,14 @@ int WriteCommand(const Arguments& arguments, const Options& options, const Conso
         }
     }
     std::fprintf(console.out, "%lld bytes written\n", length);
-    return ExitGood;
+    return kExitGood;
 }
 
 int OrderCommand(const Arguments& arguments, const Options& options, const Console&)
 {
     const std::string& order = arguments[1];
     if (order != "init" && order != "sync" && order != "restart" && order != "erase")
-        throw Failure{ExitUsage, "order: \"" + Visible(order) + "\" is not init, sync, restart or erase"};
+        throw Failure{kExitUsage, "order: \"" + Visible(order) + "\" is not init, sync, restart or erase"};
     Device device(arguments[0], options);
     if (order == "init")
         device->InitDevice();
@@ -254,7 +241,7 @@ int OrderCommand(const Arguments& arguments, const Options& options, const Conso
         device->Restart();
     else
         device->Earse();
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdevice

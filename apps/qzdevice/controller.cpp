@@ -9,30 +9,38 @@ namespace qzdevice
 namespace
 {
 
+using namespace protocol;
+
 template <typename T>
-T Value(const unsigned char* bytes)
+T Value(const Byte* bytes)
 {
     T value;
     std::memcpy(&value, bytes, sizeof(value));
     return value;
 }
 
+/// A text of one character, for the return buffer.
+std::string OneByte(Byte value) { return std::string(1, static_cast<char>(value)); }
+
+/// The command is one of the 16 that begin with `first`.
+bool IsOneOf16(Byte command, Byte first) { return (command & ~kLowNibble) == first; }
+
 }  // namespace
 
 unsigned char LineCrc(const void* bytes, std::size_t count)
 {
-    const unsigned char* byte = static_cast<const unsigned char*>(bytes);
-    unsigned crc = 0xFF;
-    for (std::size_t i = 0; i < count % 256; ++i)
+    const Byte* byte = static_cast<const Byte*>(bytes);
+    unsigned crc = kChecksumStart;
+    for (std::size_t i = 0; i < count % kChecksumCounts; ++i)
     {
         crc ^= byte[i];
         for (int bit = 0; bit < 8; ++bit)
         {
             crc <<= 1;
-            if (crc & 0x100) crc ^= 0x131;
+            if (crc & 0x100) crc ^= 0x100 | kChecksumPolynomial;
         }
     }
-    return static_cast<unsigned char>(crc);
+    return static_cast<Byte>(crc);
 }
 
 Controller::Controller() : m_return{} { CleanParameters(); }
@@ -43,32 +51,32 @@ void Controller::CleanParameters()
     m_nibbles = 0;
 }
 
-void Controller::Load(const void* bytes, int count)
+void Controller::CleanReturn() { std::memset(m_return, 0, sizeof(m_return)); }
+
+void Controller::Load(const void* bytes, std::size_t count)
 {
-    std::memset(m_return, 0, sizeof(m_return));
-    std::memcpy(m_return, bytes, static_cast<std::size_t>(std::min(count, 16)));
+    CleanReturn();
+    std::memcpy(m_return, bytes, std::min(count, sizeof(m_return)));
 }
 
 unsigned char Controller::LoadText(const std::string& text)
 {
-    Load(text.data(), static_cast<int>(text.size()));
-    return Good;
+    Load(text.data(), text.size());
+    return kGood;
 }
 
 std::string Controller::Take(unsigned char byte)
 {
     const bool data = m_transfer == Transfer::Writing && m_block.size() < m_length;
-    const int command = data ? DataByte : byte;
+    const int command = data ? kDataByte : byte;
     std::string answer;
     if (Spoil(command, &answer, true)) return answer;
-    const unsigned char back = data ? TakeData(byte) : Command(byte);
+    const Byte back = data ? TakeData(byte) : Command(byte);
     answer.assign(1, static_cast<char>(back));
     Spoil(command, &answer, false);
     return answer;
 }
 
-/// Counts faults of the command down. `before` for those that keep it from being carried out; true when one
-/// did.
 bool Controller::Spoil(int command, std::string* answer, bool before)
 {
     for (std::size_t i = 0; i < m_faults.size(); ++i)
@@ -87,8 +95,8 @@ bool Controller::Spoil(int command, std::string* answer, bool before)
             case Fault::Kind::Status:
                 m_lastError = now.value;
                 answer->assign(1, static_cast<char>(now.value));
-                // The place of a refused byte is taken all the same.
-                if (command == DataByte) m_block.push_back(0);
+                // A refused data byte takes its place in the block all the same.
+                if (command == kDataByte) m_block.push_back(0);
                 break;
             case Fault::Kind::Flip: (*answer)[0] = static_cast<char>((*answer)[0] ^ now.value); break;
             case Fault::Kind::Mute: answer->clear(); break;
@@ -101,211 +109,213 @@ bool Controller::Spoil(int command, std::string* answer, bool before)
 unsigned char Controller::TakeData(unsigned char byte)
 {
     m_block.push_back(static_cast<char>(byte));
-    return Good;
+    return kGood;
 }
 
 unsigned char Controller::AddNibble(unsigned char nibble)
 {
-    if (m_nibbles >= 32) return OutOfRange;
-    unsigned char& byte = m_parameters[m_nibbles / 2];
-    byte = static_cast<unsigned char>(m_nibbles % 2 == 0 ? nibble : byte | nibble << 4);
+    if (m_nibbles >= 2 * kBufferSize) return kOutOfRange;
+    Byte& byte = m_parameters[m_nibbles / 2];
+    byte = static_cast<Byte>(m_nibbles % 2 == 0 ? nibble : byte | nibble << 4);
     ++m_nibbles;
-    return Good;
+    return kGood;
 }
 
-unsigned char Controller::KeyWord(const std::string& word)
+unsigned char Controller::KeyWord(const char* word) const
 {
-    char expected[16] = {};
-    std::memcpy(expected, word.data(), word.size());
-    return std::memcmp(m_parameters, expected, sizeof(expected)) == 0 ? Good : InvalidKey;
+    char expected[kBufferSize] = {};
+    std::memcpy(expected, word, std::strlen(word));
+    return std::memcmp(m_parameters, expected, sizeof(expected)) == 0 ? kGood : kInvalidKey;
 }
 
 bool Controller::Slot(int* slot) const
 {
-    *slot = Value<std::int32_t>(m_parameters);
-    return *slot >= 0 && *slot < Slots;
+    *slot = Value<std::int32_t>(m_parameters + kIndexAt);
+    return *slot >= 0 && *slot < kSlots;
 }
 
 unsigned char Controller::Command(unsigned char byte)
 {
-    unsigned char status = Good;
-    if (m_readOut && byte != 0x26 && byte != 0x27)
-        status = InvalidInReadOut;
-    else if (byte >= 0x21 && byte <= 0x29)
-        return BlockCommand(byte);
-    else if (byte >= 0x30 && byte <= 0x3F)
-        status = AddNibble(byte & 15);
-    else if (byte >= 0x40 && byte <= 0x4F)
-        return m_return[byte & 15];
-    else if (byte >= 0x57 && byte <= 0x64 && (byte < 0x5B || byte > 0x5F))
-        status = StoredValues(byte);
-    else
+    // Its own answer is no status that is kept as the last error.
+    if (!m_readOut || byte == kReadByte || byte == kEndBlock)
     {
-        switch (byte)
-        {
-            case 0x01: status = LoadText(model); break;
-            case 0x02: status = LoadText(settings.serial); break;
-            case 0x03: status = LoadText(version); break;
-            case 0x10: status = LoadText(std::string(1, settings.initialised ? '\1' : '\0')); break;
-            case 0x11:
-                status = KeyWord("INIT");
-                if (status == Good)
-                {
-                    const std::string serial = settings.serial;
-                    settings = Settings();
-                    settings.serial = serial;
-                    settings.initialised = true;
-                }
-                break;
-            case 0x12:
-                status = KeyWord("SYNC");
-                if (status == Good) m_kept = settings;
-                break;
-            case 0x13:
-                status = KeyWord("RESTART");
-                if (status == Good)
-                {
-                    settings = m_kept;
-                    std::memset(m_return, 0, sizeof(m_return));
-                    m_transfer = Transfer::None;
-                    m_selected = false;
-                }
-                break;
-            case 0x51: CleanParameters(); break;
-            case 0x52: std::memset(m_return, 0, sizeof(m_return)); break;
-            case 0x54:
-                settings.serial.assign(reinterpret_cast<const char*>(m_parameters), sizeof(m_parameters));
-                settings.serial.resize(std::strlen(settings.serial.c_str()));
-                break;
-            case 0x56: status = Call(); break;
-            case 0x5B:
-                status = KeyWord("ERASE");
-                if (status == Good) std::fill(memory.begin(), memory.end(), '\xFF');
-                break;
-            case 0x5C: return LoadText(std::string(1, static_cast<char>(m_lastError)));
-            case 0x5D: m_lastError = 0; break;
-            case 0x5E: return LineCrc(m_parameters, sizeof(m_parameters));
-            case 0x5F: return LineCrc(m_return, sizeof(m_return));
-            default: status = InvalidStatus;
-        }
+        if (IsOneOf16(byte, kReadReturnByte)) return m_return[byte & kLowNibble];
+        if (byte == kParameterChecksum) return LineCrc(m_parameters, sizeof(m_parameters));
+        if (byte == kReturnChecksum) return LineCrc(m_return, sizeof(m_return));
+        if (byte == kReadByte) return ReadOut();
     }
-    if (status != Good) m_lastError = status;
+    const Byte status = Execute(byte);
+    if (status != kGood) m_lastError = status;
     return status;
+}
+
+unsigned char Controller::Execute(unsigned char byte)
+{
+    if (m_readOut && byte != kEndBlock) return kInvalidInReadOut;
+    if (IsOneOf16(byte, kAddNibble)) return AddNibble(byte & kLowNibble);
+    if (byte >= kSelectBlock && byte <= kGetBlockSize) return BlockCommand(byte);
+    switch (byte)
+    {
+        case kGetModel: return LoadText(model);
+        case kGetSerial: return LoadText(settings.serial);
+        case kGetVersion: return LoadText(version);
+        case kGetInitialised: return LoadText(OneByte(settings.initialised ? 1 : 0));
+        case kInitialise:
+        case kKeepSettings:
+        case kRestart:
+        case kErase: return KeyWordCommand(byte);
+        case kCleanParameters: CleanParameters(); return kGood;
+        case kCleanReturn: CleanReturn(); return kGood;
+        case kSetSerial:
+            settings.serial.assign(reinterpret_cast<const char*>(m_parameters), sizeof(m_parameters));
+            settings.serial.resize(std::strlen(settings.serial.c_str()));
+            return kGood;
+        case kRunFunction: return Call();
+        case kGetLastError: return LoadText(OneByte(m_lastError));
+        case kForgetLastError: m_lastError = 0; return kGood;
+        default: return byte >= kSetIncremental && byte <= kGetValue ? StoredValues(byte) : kInvalidStatus;
+    }
+}
+
+unsigned char Controller::KeyWordCommand(unsigned char byte)
+{
+    const char* const word = byte == kInitialise     ? kInitialiseWord
+                             : byte == kKeepSettings ? kKeepSettingsWord
+                             : byte == kRestart      ? kRestartWord
+                                                     : kEraseWord;
+    const Byte status = KeyWord(word);
+    if (status != kGood) return status;
+    switch (byte)
+    {
+        case kInitialise:
+        {
+            const std::string serial = settings.serial;
+            settings = Settings();
+            settings.serial = serial;
+            settings.initialised = true;
+            break;
+        }
+        case kKeepSettings: m_kept = settings; break;
+        case kRestart:
+            settings = m_kept;
+            CleanReturn();
+            m_transfer = Transfer::None;
+            m_selected = false;
+            break;
+        default: std::fill(memory.begin(), memory.end(), kErased); break;
+    }
+    return kGood;
 }
 
 unsigned char Controller::StoredValues(unsigned char byte)
 {
     int slot;
-    if (!Slot(&slot)) return OutOfRange;
-    const float number = Value<float>(m_parameters + 4);
+    if (!Slot(&slot)) return kOutOfRange;
+    const float number = Value<float>(m_parameters + kNumberAt);
     switch (byte)
     {
-        case 0x57: settings.incremental[slot] = number; return Good;
-        case 0x58: settings.magnification[slot] = number; return Good;
-        case 0x59: Load(&settings.incremental[slot], 4); return Good;
-        case 0x5A: Load(&settings.magnification[slot], 4); return Good;
-        case 0x61:
-            settings.keys[slot].assign(reinterpret_cast<const char*>(m_parameters) + 4, 4);
-            return Good;
-        case 0x62: settings.values[slot] = number; return Good;
-        case 0x63: return LoadText(settings.keys[slot]);
-        case 0x64: Load(&settings.values[slot], 4); return Good;
-        default: return InvalidStatus;
+        case kSetIncremental: settings.incremental[slot] = number; break;
+        case kSetMagnification: settings.magnification[slot] = number; break;
+        case kGetIncremental: Load(&settings.incremental[slot], sizeof(float)); break;
+        case kGetMagnification: Load(&settings.magnification[slot], sizeof(float)); break;
+        case kSetKey:
+            settings.keys[slot].assign(reinterpret_cast<const char*>(m_parameters) + kNumberAt, kKeySize);
+            break;
+        case kSetValue: settings.values[slot] = number; break;
+        case kGetKey: return LoadText(settings.keys[slot]);
+        case kGetValue: Load(&settings.values[slot], sizeof(float)); break;
+        default: return kInvalidStatus;
     }
+    return kGood;
 }
 
 unsigned char Controller::Call()
 {
-    const std::uint16_t function = Value<std::uint16_t>(m_parameters);
-    const unsigned char* arguments = m_parameters + 2;
+    const std::uint16_t function = Value<std::uint16_t>(m_parameters + kFunctionAt);
+    const Byte* arguments = m_parameters + kArgumentsAt;
     const std::uint32_t before = m_calls++;
     switch (function)
     {
-        case Nothing: return Good;
-        case Echo: Load(arguments, 14); return Good;
+        case Nothing: return kGood;
+        case Echo: Load(arguments, kArgumentsSize); return kGood;
         case AddOne:
         {
             const std::uint32_t sum = Value<std::uint32_t>(arguments) + 1;
-            Load(&sum, 4);
-            return Good;
+            Load(&sum, sizeof(sum));
+            return kGood;
         }
         case Twice:
         {
             const float product = Value<float>(arguments) * 2;
-            Load(&product, 4);
-            return Good;
+            Load(&product, sizeof(product));
+            return kGood;
         }
-        case Calls: Load(&before, 4); return Good;
+        case Calls: Load(&before, sizeof(before)); return kGood;
         case AddShorts:
         {
-            const std::int32_t sum = Value<std::int16_t>(arguments) + Value<std::int16_t>(arguments + 2);
-            Load(&sum, 4);
-            return Good;
+            const std::int32_t sum =
+                Value<std::int16_t>(arguments) + Value<std::int16_t>(arguments + sizeof(std::int16_t));
+            Load(&sum, sizeof(sum));
+            return kGood;
         }
-        default: return OutOfRange;
+        default: return kOutOfRange;
     }
+}
+
+unsigned char Controller::SelectBlock()
+{
+    m_address = Value<std::uint32_t>(m_parameters + kBlockAddressAt);
+    const std::uint32_t length = Value<std::uint32_t>(m_parameters + kBlockLengthAt);
+    m_selected = std::uint64_t{m_address} + length <= memory.size() &&
+                 length <= static_cast<std::uint32_t>(std::max<std::int32_t>(blockSize, 0));
+    // A block that was written and not committed is lost.
+    m_transfer = Transfer::None;
+    m_length = m_selected ? length : 0;
+    return m_selected ? kGood : kOutOfRange;
+}
+
+unsigned char Controller::ReadOut()
+{
+    if (!m_readOut || m_block.size() >= m_length) return 0;
+    m_block.push_back(memory[m_address + m_block.size()]);
+    return static_cast<Byte>(m_block.back());
 }
 
 unsigned char Controller::BlockCommand(unsigned char byte)
 {
-    unsigned char status = Good;
     switch (byte)
     {
-        case 0x21:
+        case kSelectBlock: return SelectBlock();
+        case kCommitBlock:
         {
-            const std::uint32_t address = Value<std::uint32_t>(m_parameters);
-            const std::uint32_t length = Value<std::uint32_t>(m_parameters + 4);
-            m_selected = std::uint64_t{address} + length <= memory.size() &&
-                         length <= static_cast<std::uint32_t>(std::max<std::int32_t>(blockSize, 0));
-            // A block that was written and not committed is gone.
+            const bool ended = m_transfer == Transfer::Ended;
+            if (ended) memory.replace(m_address, m_block.size(), m_block);
             m_transfer = Transfer::None;
-            m_address = address;
-            m_length = m_selected ? length : 0;
-            if (!m_selected) status = OutOfRange;
-            break;
+            return ended ? kGood : kInvalidStatus;
         }
-        case 0x22:
-            if (m_transfer != Transfer::Ended)
-                status = InvalidStatus;
-            else
-                memory.replace(m_address, m_block.size(), m_block);
-            m_transfer = Transfer::None;
-            break;
-        case 0x23:
-        case 0x24:
-            if (!m_selected)
-                status = InvalidStatus;
-            else
-                m_transfer = byte == 0x23 ? Transfer::Reading : Transfer::Writing;
+        case kOpenForReading:
+        case kOpenForWriting:
             m_block.clear();
-            break;
-        case 0x25:
-            if (m_transfer != Transfer::Reading)
-                status = InvalidStatus;
-            else
-                m_readOut = true;
-            break;
-        case 0x26:
-            if (!m_readOut || m_block.size() >= m_length) return 0;
-            m_block.push_back(memory[m_address + m_block.size()]);
-            return static_cast<unsigned char>(m_block.back());
-        case 0x27:
+            if (!m_selected) return kInvalidStatus;
+            m_transfer = byte == kOpenForReading ? Transfer::Reading : Transfer::Writing;
+            return kGood;
+        case kStartReadOut:
+            if (m_transfer != Transfer::Reading) return kInvalidStatus;
+            m_readOut = true;
+            return kGood;
+        case kEndBlock:
             m_readOut = false;
-            if (m_transfer == Transfer::None)
-                status = InvalidStatus;
-            else
-                m_transfer = Transfer::Ended;
-            break;
-        case 0x28:
+            if (m_transfer == Transfer::None) return kInvalidStatus;
+            m_transfer = Transfer::Ended;
+            return kGood;
+        case kBlockChecksum:
         {
-            const unsigned char crc = LineCrc(m_block.data(), m_block.size());
-            Load(&crc, 1);
-            break;
+            const Byte crc = LineCrc(m_block.data(), m_block.size());
+            Load(&crc, sizeof(crc));
+            return kGood;
         }
-        default: Load(&blockSize, 4);
+        default: Load(&blockSize, sizeof(blockSize)); return kGood;
     }
-    if (status != Good) m_lastError = status;
-    return status;
 }
 
 }  // namespace qzdevice

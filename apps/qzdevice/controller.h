@@ -5,46 +5,43 @@
 #include <string>
 #include <vector>
 
+#include "controller_protocol.h"
+
 namespace qzdevice
 {
 
-/// Something that goes wrong on purpose.
+/// A fault that the controller simulates.
 struct Fault
 {
     enum class Kind
     {
-        Status,  ///< the command is not carried out, and answers `value`
-        Flip,    ///< the command is carried out, and its answer has `value` flipped
-        Mute     ///< the command is carried out, and nothing is answered
+        Status,  ///< the command is not carried out, and its answer is `value`
+        Flip,    ///< the command is carried out, and the bits of `value` in its answer are flipped
+        Mute     ///< the command is carried out, and there is no answer
     };
 
-    /// A command byte, or Controller::DataByte for bytes of a block that is written.
+    /// A command byte, or Controller::kDataByte for the data bytes of a block.
     int command;
-    /// 1 is the next one.
+    /// Which of these commands fails, counted from now: 1 is the next one.
     int occurrence;
     Kind kind;
     unsigned char value;
-    /// From that one on every one.
+    /// Every command from that one on fails.
     bool ever;
 };
 
-/// The instrument controller as a host sees it on the line: takes bytes, answers bytes. It knows nothing of
-/// lines and of time.
+/// A simulated instrument controller: it takes the bytes that a host sends and returns the bytes of the
+/// answers. It does not know the line itself or the time.
 ///
-/// What is set works at once; Sync keeps it, and Restart goes back to what was kept.
+/// A setting takes effect at once. The command "keep the settings" saves them, and "restart" restores what
+/// was saved.
 class Controller
 {
 public:
-    static constexpr int DataByte = 256;
+    /// Stands for a data byte where a command byte is asked for.
+    static constexpr int kDataByte = 256;
 
-    /// Status bytes that it answers of its own accord.
-    static constexpr unsigned char Good = 0;
-    static constexpr unsigned char InvalidKey = 0xE1;
-    static constexpr unsigned char InvalidStatus = 0xE2;
-    static constexpr unsigned char InvalidInReadOut = 0xE3;
-    static constexpr unsigned char OutOfRange = 0xF1;
-
-    /// Functions that it has.
+    /// The numbers of its functions.
     enum Function : std::uint16_t
     {
         Nothing = 0,   ///< no result
@@ -55,30 +52,30 @@ public:
         AddShorts = 5  ///< the sum of two 16-bit integers, as 32 bits
     };
 
-    static constexpr int Slots = 64;
+    static constexpr int kSlots = 64;
 
     struct Settings
     {
         std::string serial = "SN000001";
         bool initialised = false;
-        float incremental[Slots] = {};
-        float magnification[Slots] = {};
-        std::string keys[Slots];
-        float values[Slots] = {};
+        float incremental[kSlots] = {};
+        float magnification[kSlots] = {};
+        std::string keys[kSlots];
+        float values[kSlots] = {};
     };
 
     Controller();
 
-    /// What goes back for a byte: nothing or one byte.
+    /// Takes one byte and returns its answer, which is one byte or none.
     std::string Take(unsigned char byte);
 
     void Inject(const Fault& fault) { m_faults.push_back(fault); }
 
-    /// At most 16 characters each count.
+    /// Of each text the first 16 bytes count.
     std::string model = "AB12CD";
     std::string version = "2.41";
     std::int32_t blockSize = 128;
-    std::string memory = std::string(65536, '\xFF');
+    std::string memory = std::string(65536, protocol::kErased);
     Settings settings;
 
 private:
@@ -91,21 +88,30 @@ private:
     };
 
     unsigned char Command(unsigned char byte);
+    unsigned char Execute(unsigned char byte);
+    unsigned char KeyWordCommand(unsigned char byte);
     unsigned char StoredValues(unsigned char byte);
     unsigned char BlockCommand(unsigned char byte);
+    unsigned char SelectBlock();
+    unsigned char ReadOut();
     unsigned char AddNibble(unsigned char nibble);
-    unsigned char KeyWord(const std::string& word);
+    /// Compares the parameter buffer with a key word.
+    unsigned char KeyWord(const char* word) const;
     unsigned char Call();
     unsigned char LoadText(const std::string& text);
     unsigned char TakeData(unsigned char byte);
     bool Slot(int* slot) const;
-    void Load(const void* bytes, int count);
+    void CleanReturn();
+    /// Copies bytes into the return buffer, and zeros after them.
+    void Load(const void* bytes, std::size_t count);
     void CleanParameters();
+    /// Counts the faults of a command down and applies one that is due. `before` selects the faults that keep
+    /// the command from being carried out; true when one of them did.
     bool Spoil(int command, std::string* answer, bool before);
 
-    unsigned char m_parameters[16];
-    int m_nibbles;
-    unsigned char m_return[16];
+    unsigned char m_parameters[protocol::kBufferSize];
+    std::size_t m_nibbles;
+    unsigned char m_return[protocol::kBufferSize];
     unsigned char m_lastError = 0;
     std::uint32_t m_calls = 0;
     std::uint32_t m_address = 0;
@@ -118,8 +124,8 @@ private:
     std::vector<Fault> m_faults;
 };
 
-/// The checksum of the line: CRC-8, polynomial 0x31, from 0xFF on. The count of bytes is held in a byte, as
-/// the host holds it.
+/// The checksum of the line, as docs/serial-protocol.md describes it: of 256 bytes none count, of 300 the
+/// first 44.
 unsigned char LineCrc(const void* bytes, std::size_t count);
 
 }  // namespace qzdevice

@@ -16,9 +16,9 @@ public:
     Line(const Line&) = delete;
     Line& operator=(const Line&) = delete;
 
-    /// The name of the host's end, empty when there is none to tell.
+    /// The name of the host's end; empty when a port of this machine is served.
     virtual std::string Name() const = 0;
-    /// What came within some milliseconds, nothing as a rule.
+    /// The bytes that arrive within some milliseconds; mostly none.
     virtual std::string Take() = 0;
     virtual void Put(const std::string& bytes) = 0;
 };

@@ -17,7 +17,8 @@ class Terminal : public Line
 public:
     Terminal(int master, std::string name) : m_master(master), m_name(std::move(name))
     {
-        // Kept open, so that the line outlives its hosts; and without echo before the first one comes.
+        // The host's end stays open here, so that the line remains when a host closes it. Echo is off before
+        // the first host opens it.
         m_host = open(m_name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
         termios state{};
         if (tcgetattr(m_host, &state) != 0) return;
@@ -44,7 +45,7 @@ public:
 
     void Put(const std::string& bytes) override
     {
-        // A host that takes nothing loses what does not fit, as on a wire.
+        // When a host does not read, bytes that do not fit are lost, as on a real line.
         if (write(m_master, bytes.data(), bytes.size()) < 0) return;
     }
 

@@ -15,7 +15,10 @@ namespace qzdevice
 namespace
 {
 
-/// A port of this machine with a host on its other end.
+/// The bits that the fault "flip" flips in an answer.
+constexpr unsigned char kEveryBit = 0xFF;
+
+/// A port of this machine, with a host at the other end of its line.
 class Port : public Line
 {
 public:
@@ -62,10 +65,10 @@ struct Simulation
     bool log = false;
 };
 
-/// WHERE[:N][+]=WHAT
+/// Reads a fault: WHERE[:N][+]=WHAT
 Fault ParseFault(const std::string& text)
 {
-    const Failure bad{ExitUsage,
+    const Failure bad{kExitUsage,
                       "--fault: \"" + Visible(text) + "\" is not WHERE[:N][+]=WHAT; see qzdevice --help"};
     const std::size_t equal = text.find('=');
     if (equal == std::string::npos) throw bad;
@@ -85,7 +88,7 @@ Fault ParseFault(const std::string& text)
     }
     std::string byte;
     if (where == "data")
-        fault.command = Controller::DataByte;
+        fault.command = Controller::kDataByte;
     else if (ParseHex(where, &byte) && byte.size() == 1)
         fault.command = static_cast<unsigned char>(byte[0]);
     else
@@ -96,7 +99,7 @@ Fault ParseFault(const std::string& text)
     else if (what == "flip")
     {
         fault.kind = Fault::Kind::Flip;
-        fault.value = 0xFF;
+        fault.value = kEveryBit;
     }
     else if (ParseHex(what, &byte) && byte.size() == 1)
         fault.value = static_cast<unsigned char>(byte[0]);
@@ -107,7 +110,7 @@ Fault ParseFault(const std::string& text)
 
 std::string ShortText(const std::string& option, const std::string& text)
 {
-    if (text.size() > 16) throw Failure{ExitUsage, option + ": at most 16 characters"};
+    if (text.size() > protocol::kBufferSize) throw Failure{kExitUsage, option + ": at most 16 characters"};
     return text;
 }
 
@@ -128,13 +131,14 @@ void TakeOption(const std::string& option, const std::string& value, Simulation*
         controller.blockSize = static_cast<int>(ParseInteger(value, INT32_MIN, INT32_MAX, "--block"));
     else if (option == "--memory")
         controller.memory.assign(static_cast<std::size_t>(ParseInteger(value, 0, 1 << 28, "--memory")),
-                                 '\xFF');
+                                 protocol::kErased);
     else if (option == "--for")
         simulation->seconds = static_cast<double>(ParseFloat(value, "--for"));
     else if (option == "--fault")
         controller.Inject(ParseFault(value));
     else
-        throw Failure{ExitUsage, "simulate: unknown option \"" + Visible(option) + "\"; see qzdevice --help"};
+        throw Failure{kExitUsage,
+                      "simulate: unknown option \"" + Visible(option) + "\"; see qzdevice --help"};
 }
 
 void Serve(Simulation* simulation, Line* line, const Console& console)
@@ -172,21 +176,22 @@ int SimulateCommand(const Arguments& arguments, const Console& console)
             continue;
         }
         if (i + 1 == arguments.size())
-            throw Failure{ExitUsage, "simulate: " + Visible(arguments[i]) + " wants a value"};
+            throw Failure{kExitUsage, "simulate: " + Visible(arguments[i]) + " wants a value"};
         TakeOption(arguments[i], arguments[i + 1], &simulation);
         ++i;
     }
     const std::unique_ptr<Line> line =
         simulation.port.empty() ? MakeTerminal() : std::make_unique<Port>(simulation.port, simulation.baud);
     if (!line)
-        throw Failure{ExitAccess, "simulate: this system makes no pseudo-terminals; name a port with --port"};
+        throw Failure{kExitAccess,
+                      "simulate: this system makes no pseudo-terminals; name a port with --port"};
     if (!line->Name().empty())
     {
         std::fprintf(console.out, "%s\n", line->Name().c_str());
         std::fflush(console.out);
     }
     Serve(&simulation, line.get(), console);
-    return ExitGood;
+    return kExitGood;
 }
 
 }  // namespace qzdevice

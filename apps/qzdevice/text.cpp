@@ -3,18 +3,6 @@
 namespace qzdevice
 {
 
-std::string Utf8(QZString* text)
-{
-    std::string result;
-    const QZInt64 size = QZEncoding::Convert(QZEncodingType::UTF16LE, text->GetPointer(), text->GetSize(),
-                                             QZEncodingType::UTF8, nullptr, 0);
-    if (size <= 0) return result;
-    result.resize(static_cast<std::size_t>(size));
-    QZEncoding::Convert(QZEncodingType::UTF16LE, text->GetPointer(), text->GetSize(), QZEncodingType::UTF8,
-                        result.data(), size);
-    return result;
-}
-
 std::string TakeMessage(QZException* exception)
 {
     std::string message = Utf8(exception->GetMsg());
@@ -23,24 +11,6 @@ std::string TakeMessage(QZException* exception)
         message.pop_back();
     while (!message.empty() && message.front() == ' ') message.erase(0, 1);
     return Visible(message);
-}
-
-std::string Visible(std::string_view bytes)
-{
-    std::string text;
-    for (const char c : bytes)
-    {
-        const unsigned char byte = static_cast<unsigned char>(c);
-        if (byte >= 32 && byte != 127)
-        {
-            text.push_back(c);
-            continue;
-        }
-        char escape[8];
-        std::snprintf(escape, sizeof(escape), "\\x%02X", byte);
-        text += escape;
-    }
-    return text;
 }
 
 std::string HexText(std::string_view bytes)
@@ -75,27 +45,16 @@ bool ParseHex(const std::string& text, std::string* bytes)
     return digits > 0 && digits % 2 == 0;
 }
 
-Progress::Progress(std::FILE* err, bool terminal, long long total)
-    : m_err(err), m_terminal(terminal), m_total(total)
-{}
-
-Progress::~Progress()
-{
-    // The bar makes room for what comes next.
-    if (m_shown) std::fprintf(m_err, "\r%*s\r", 70, "");
-}
+Progress::Progress(std::FILE* err, bool terminal, long long total) : m_bar(err, terminal), m_total(total) {}
 
 void Progress::Show(long long bytes)
 {
-    if (!m_terminal || m_total <= 0) return;
-    m_shown = true;
+    if (m_bar.IsSilent() || m_total <= 0) return;
     const double seconds = std::chrono::duration<double>(Clock::now() - m_start).count();
-    const int percent = static_cast<int>(bytes * 100 / m_total);
-    std::string bar(static_cast<std::size_t>(percent * 2 / 5), '#');
-    bar.resize(40, '.');
-    std::fprintf(m_err, "\r[%s] %3d%%  %.0f bytes/s", bar.c_str(), percent,
-                 seconds > 0 ? static_cast<double>(bytes) / seconds : 0);
-    std::fflush(m_err);
+    char speed[400];
+    std::snprintf(speed, sizeof speed, "%.0f bytes/s",
+                  seconds > 0 ? static_cast<double>(bytes) / seconds : 0);
+    m_bar.ShowBar(static_cast<int>(bytes * 100 / m_total), speed);
 }
 
 }  // namespace qzdevice

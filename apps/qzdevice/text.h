@@ -8,17 +8,18 @@
 #include <string>
 #include <string_view>
 
+#include "common/progress_bar.h"
+#include "common/text.h"
+
 namespace qzdevice
 {
 
-/// UTF-8 of a string; the string stays its owner's.
-std::string Utf8(QZString* text);
+using qzapp::Utf8;
+using qzapp::Visible;
 
-/// The message of an exception as one line; the exception is given back.
+/// The message of an exception as one line, control bytes in it as \xNN. Returns the exception to the
+/// library.
 std::string TakeMessage(QZException* exception);
-
-/// Text for a terminal: control bytes as \xNN.
-std::string Visible(std::string_view bytes);
 
 /// "48 65 6C".
 std::string HexText(std::string_view bytes);
@@ -26,25 +27,20 @@ std::string HexText(std::string_view bytes);
 /// The bytes of hex digits, blanks between pairs allowed. False for anything else.
 bool ParseHex(const std::string& text, std::string* bytes);
 
-/// A bar on a terminal's error stream; silent elsewhere.
+/// The progress of a transfer on a terminal; silent elsewhere.
 class Progress
 {
 public:
     Progress(std::FILE* err, bool terminal, long long total);
-    ~Progress();
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
 
     void Show(long long bytes);
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    std::FILE* m_err;
-    bool m_terminal;
+    qzapp::ProgressBar m_bar;
     long long m_total;
     Clock::time_point m_start = Clock::now();
-    bool m_shown = false;
 };
 
 }  // namespace qzdevice

@@ -13,7 +13,7 @@ namespace qzdevice
 namespace
 {
 
-const char HelpText[] =
+const char kHelpText[] =
     "qzdevice - talks to an instrument controller on a serial port\n"
     "\n"
     "  qzdevice list                        the serial ports of this machine\n"
@@ -59,7 +59,7 @@ struct Command
     int (*run)(const Arguments&, const Options&, const Console&);
 };
 
-const Command Commands[] = {
+const Command kCommands[] = {
     {"list", 0, 0, ListCommand},   {"show", 1, 1, ShowCommand},   {"get", 3, 3, GetCommand},
     {"set", 3, 4, SetCommand},     {"call", 2, 16, CallCommand},  {"read", 4, 4, ReadCommand},
     {"write", 3, 3, WriteCommand}, {"order", 2, 2, OrderCommand},
@@ -74,7 +74,7 @@ Options TakeOptions(Arguments* words)
     {
         const std::string& word = (*words)[i];
         const bool takesValue = word == "--baud" || word == "--timeout";
-        if (takesValue && i + 1 == words->size()) throw Failure{ExitUsage, word + " wants a number"};
+        if (takesValue && i + 1 == words->size()) throw Failure{kExitUsage, word + " wants a number"};
         if (word == "--baud")
             options.baud = ParseBaud((*words)[++i]);
         else if (word == "--timeout")
@@ -84,7 +84,7 @@ Options TakeOptions(Arguments* words)
         else if (word == "--no-verify")
             options.verify = false;
         else if (word.compare(0, 2, "--") == 0)
-            throw Failure{ExitUsage, "unknown option \"" + Visible(word) + "\"; see qzdevice --help"};
+            throw Failure{kExitUsage, "unknown option \"" + Visible(word) + "\"; see qzdevice --help"};
         else
             rest.push_back(word);
     }
@@ -92,43 +92,33 @@ Options TakeOptions(Arguments* words)
     return options;
 }
 
-const Command& FindCommand(const std::string& name)
-{
-    for (const Command& command : Commands)
-    {
-        if (name == command.name) return command;
-    }
-    throw Failure{ExitUsage, "unknown command \"" + Visible(name) + "\"; see qzdevice --help"};
-}
-
 int RunCommand(const Command& command, Arguments words, const Console& console)
 {
     const Options options = TakeOptions(&words);
-    if (words.size() < command.least || words.size() > command.most)
-        throw Failure{ExitUsage,
-                      std::string(command.name) + ": wrong number of arguments; see qzdevice --help"};
+    qzapp::CheckCount(command, words, "qzdevice");
     return command.run(words, options, console);
 }
 
 int Run(const Arguments& arguments, const Console& console)
 {
-    if (arguments.empty()) throw Failure{ExitUsage, "no command given; see qzdevice --help"};
+    if (arguments.empty()) throw Failure{kExitUsage, "no command given; see qzdevice --help"};
     const std::string& name = arguments[0];
     const Arguments words(arguments.begin() + 1, arguments.end());
-    if (name == "--help" || name == "-h" || name == "help")
+    if (qzapp::IsHelp(name))
     {
-        std::fputs(HelpText, console.out);
-        return ExitGood;
+        std::fputs(kHelpText, console.out);
+        return kExitGood;
     }
     try
     {
-        return name == "simulate" ? SimulateCommand(words, console)
-                                  : RunCommand(FindCommand(name), words, console);
+        return name == "simulate"
+                   ? SimulateCommand(words, console)
+                   : RunCommand(qzapp::FindCommand(kCommands, name, "qzdevice"), words, console);
     }
     catch (QZException* e)
     {
         const bool refused = e->GetType() == QZSerialException::Type || e->GetCode() == 0;
-        throw Failure{refused ? ExitRefused : ExitAccess, TakeMessage(e)};
+        throw Failure{refused ? kExitRefused : kExitAccess, TakeMessage(e)};
     }
 }
 
@@ -142,7 +132,7 @@ long long ParseInteger(const std::string& text, long long least, long long most,
     const long long value = std::strtoll(text.c_str(), &end, hex ? 16 : 10);
     const bool blank = text.empty() || text[0] == ' ' || text[0] == '+';
     if (blank || *end != 0 || errno != 0 || value < least || value > most)
-        throw Failure{ExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number that fits"};
+        throw Failure{kExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number that fits"};
     return value;
 }
 
@@ -155,7 +145,7 @@ long long ParseBaud(const std::string& text)
         if (speed == baud) return baud;
         speeds += " " + std::to_string(speed);
     }
-    throw Failure{ExitUsage, "--baud: " + std::to_string(baud) + " is none of" + speeds};
+    throw Failure{kExitUsage, "--baud: " + std::to_string(baud) + " is none of" + speeds};
 }
 
 float ParseFloat(const std::string& text, const char* what)
@@ -163,24 +153,17 @@ float ParseFloat(const std::string& text, const char* what)
     char* end = nullptr;
     const float value = std::strtof(text.c_str(), &end);
     if (text.empty() || *end != 0)
-        throw Failure{ExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number"};
+        throw Failure{kExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number"};
     return value;
 }
 
 int RunTool(const Arguments& arguments, const Console& console)
 {
-    try
-    {
+    return qzapp::ReportFailure("qzdevice", console.err, [&] {
         const int code = Run(arguments, console);
-        if (std::fflush(console.out) != 0 || std::ferror(console.out) != 0)
-            throw Failure{ExitAccess, "cannot write to standard output"};
+        qzapp::Flush(console.out);
         return code;
-    }
-    catch (const Failure& failure)
-    {
-        std::fprintf(console.err, "qzdevice: %s\n", failure.text.c_str());
-        return failure.code;
-    }
+    });
 }
 
 }  // namespace qzdevice

@@ -6,39 +6,32 @@
 #include <string>
 #include <vector>
 
+#include "common/command_line.h"
+
 namespace qzdevice
 {
 
-/// How the program ends.
-enum ExitCode
-{
-    ExitGood = 0,
-    ExitRefused = 1,  ///< the device answered with a failure
-    ExitUsage = 2,    ///< unknown command or option, or a value that cannot be read
-    ExitAccess = 3    ///< a port, the line or a file failed
-};
+// The exit codes: those of every tool, and this tool's own.
+using qzapp::kExitAccess;
+using qzapp::kExitGood;
+using qzapp::kExitUsage;
+constexpr int kExitRefused = 1;  ///< the device answered with a failure
+
+using qzapp::Arguments;
+using qzapp::Failure;
 
 /// The streams of a run; a test brings its own.
 struct Console
 {
     std::FILE* out;
     std::FILE* err;
-    /// A person looks at err: a progress bar makes sense.
+    /// err is a terminal, so a progress bar makes sense.
     bool terminal;
     /// Set from outside to end a simulation.
     const std::atomic<bool>* stop;
 };
 
-/// What ends a command early: the exit code and one line that says why.
-struct Failure
-{
-    ExitCode code;
-    std::string text;
-};
-
-using Arguments = std::vector<std::string>;
-
-/// What the options say.
+/// The values of the options.
 struct Options
 {
     long long baud = 115200;
@@ -50,7 +43,7 @@ struct Options
 /// Runs the program. `arguments` begins with the command; the library is running.
 int RunTool(const Arguments& arguments, const Console& console);
 
-// The commands. Each answers the exit code, and throws Failure or a QZException*.
+// The commands. Each returns the exit code, and throws Failure or a QZException*.
 int ListCommand(const Arguments& arguments, const Options& options, const Console& console);
 int ShowCommand(const Arguments& arguments, const Options& options, const Console& console);
 int GetCommand(const Arguments& arguments, const Options& options, const Console& console);
@@ -59,7 +52,7 @@ int CallCommand(const Arguments& arguments, const Options& options, const Consol
 int ReadCommand(const Arguments& arguments, const Options& options, const Console& console);
 int WriteCommand(const Arguments& arguments, const Options& options, const Console& console);
 int OrderCommand(const Arguments& arguments, const Options& options, const Console& console);
-/// Has its own options, and takes all words.
+/// This command has its own options, so it takes all words after its name.
 int SimulateCommand(const Arguments& arguments, const Console& console);
 
 /// A number in decimal or 0x form that fills the text and lies in the range.
@@ -69,7 +62,7 @@ long long ParseInteger(const std::string& text, long long least, long long most,
 /// One of the speeds of a line.
 long long ParseBaud(const std::string& text);
 
-/// A number with a point. @throws Failure
+/// A floating-point number that fills the text. @throws Failure with `what` in its text
 float ParseFloat(const std::string& text, const char* what);
 
 }  // namespace qzdevice

@@ -2,16 +2,18 @@
 
 #include <charconv>
 
+#include "common/owned.h"
+
 namespace qzmon
 {
 
 namespace
 {
 
-/// Milliseconds for one answer byte.
+/// How long to wait for an answer byte, in milliseconds.
 constexpr int kTimeout = 1000;
 
-/// The double of the digits that a float is written with, so that 1.1 stays 1.1.
+/// The double with the shortest digits of a float, so that 1.1 stays 1.1.
 double Widen(float value)
 {
     char text[64];
@@ -35,9 +37,7 @@ void Device::Connect(const std::string& port, QZInt64 baud)
         m_names.clear();
         for (int i = 0; i < m_channels; ++i)
         {
-            QZString* key = m_device->GetKey(i);
-            std::string name = Utf8(key);
-            QZSerialDevice::Recycle(&key);
+            std::string name = Utf8(qzapp::OwnedString(m_device->GetKey(i)).get());
             name = name.substr(0, name.find('\0'));
             m_names.push_back(name.empty() ? "CH" + std::to_string(i + 1) : name);
         }

@@ -11,8 +11,8 @@
 namespace qzmon
 {
 
-/// The controller at the end of a serial line. Any thread; one operation at a time. Operations throw what
-/// QZSerialDevice throws, and the line is then closed.
+/// The controller at the end of a serial line. Any thread may call; operations run one at a time. They throw
+/// what QZSerialDevice throws, and close the line before that.
 class Device
 {
 public:
@@ -25,14 +25,14 @@ public:
     void Disconnect();
     bool IsConnected();
 
-    /// The channels' names, known since the connection.
+    /// The names of the channels, which are read at connection.
     std::vector<std::string> Names();
     /// "SIM4 monitor, serial SN000001, version 2.41 on /dev/pts/3"
     std::string Title();
 
     std::vector<double> Read();
     std::vector<Correction> ReadCorrections();
-    /// Failure 503 without a connection.
+    /// Throws Failure 503 without a connection.
     void Write(int channel, const Correction& correction);
 
 private:

@@ -70,7 +70,7 @@ Options ParseOptions(int argc, char** argv)
     return options;
 }
 
-/// A number of the command line, or of the settings.
+/// The number of an option, or of the setting when the option is empty.
 QZInt64 Choose(const std::string& text, qzmon::Settings* settings, const char* name, QZInt64 most)
 {
     if (text.empty()) return settings->Number(name);
@@ -80,11 +80,26 @@ QZInt64 Choose(const std::string& text, qzmon::Settings* settings, const char* n
     return value;
 }
 
+/// 32 hexadecimal digits that nobody can guess; empty when the system has no random numbers.
+std::string RandomToken()
+{
+    unsigned char bytes[16];
+    if (!qzmon::FillRandom(bytes, sizeof bytes)) return {};
+    std::string text;
+    for (const unsigned char byte : bytes)
+    {
+        text.push_back("0123456789abcdef"[byte >> 4]);
+        text.push_back("0123456789abcdef"[byte & 15]);
+    }
+    return text;
+}
+
+/// The token of the settings; a new one is made and stored where there is none.
 std::string MakeToken(qzmon::Settings* settings)
 {
     std::string token = settings->Get("http-token");
     if (token.size() >= 16) return token;
-    token = qzmon::RandomToken();
+    token = RandomToken();
     if (token.empty()) throw Failure{1, "the system has no random numbers for a token"};
     settings->Put("http-token", token);
     return token;
@@ -108,7 +123,7 @@ void Say(const std::string& line)
 void Serve(const Options& options)
 {
     EnterFolder(options.data);
-    // What one sync wrote is there as a whole or not at all, however this process ends.
+    // The file has either all changes of a sync or none, however this process ends.
     QZFileBuffer::AtomicSync = 1;
     qzmon::Settings settings("qzmon.ini");
     qzmon::Session session;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/owned.h"
+
 namespace qzmon
 {
 
@@ -20,15 +22,13 @@ constexpr QZInt64 kMegabyte = 1 << 20;
 std::string LogName(QZInt64 timestamp)
 {
     QZDateTime now(timestamp);
-    QZString* day = QZConvert::DateTimeToStringYMD(&now);
-    const std::string path = "Log/" + Utf8(day) + "/qzmon.txt";
-    QZConvert::Recycle(&day);
-    return path;
+    const qzapp::OwnedString day(QZConvert::DateTimeToStringYMD(&now));
+    return "Log/" + Utf8(day.get()) + "/qzmon.txt";
 }
 
 }  // namespace
 
-/// A step of the monitor's that a scheduler calls. What goes wrong is reported once by the step itself.
+/// A step of the monitor that a scheduler calls. Each step handles its own failures.
 class Monitor::Task : public QZTask
 {
 public:
@@ -106,7 +106,7 @@ std::string Monitor::Start()
 void Monitor::Stop()
 {
     if (!m_sampling) return;
-    // A task that stands in a list cannot be deleted.
+    // A task has to leave its scheduler's list before it is deleted.
     m_sampling->Reset();
     m_sampling->RemoveTask(m_sampleTask.get());
     m_sampling.reset();
@@ -197,7 +197,7 @@ void Monitor::Lost(const std::string& why)
         if (news) m_status.trouble = why;
         m_nextTry = QZEnvironment::GetTickCount() + kRetry;
     }
-    // Every failing attempt says the same: one entry for each loss.
+    // Every failed attempt gives the same reason, so each loss is logged once.
     if (news) Log((had ? "Device lost: " : "No device: ") + why);
 }
 
@@ -266,7 +266,7 @@ std::vector<Sample> Monitor::Recent(QZInt64 seconds)
     const std::lock_guard<std::mutex> guard(m_lock);
     auto first = m_recent.end();
     while (first != m_recent.begin() && std::prev(first)->time >= begin) --first;
-    // The one before, so that the line begins at the edge.
+    // The sample before the first one is included, so that the line begins at the left edge.
     if (first != m_recent.begin()) --first;
     return std::vector<Sample>(first, m_recent.end());
 }
@@ -339,7 +339,7 @@ void Monitor::Restore(QZInt64 id)
     }
     catch (QZException* e)
     {
-        // They are sent when the device is there again.
+        // They are sent when the device is connected again.
         Lost(TakeMessage(e));
     }
     catch (const Failure&)
@@ -371,7 +371,7 @@ void Monitor::Log(const std::string& text)
     }
     catch (QZException* e)
     {
-        // The disk may be full: the monitor goes on.
+        // The monitor goes on without the entry: the disk may be full.
         QZExceptionFactory::Recycle(&e);
     }
 }
@@ -382,12 +382,12 @@ std::vector<std::pair<std::string, std::string>> Monitor::LogEntries(std::size_t
     QZString path = Text(LogName(QZEnvironment::GetCurrentTimestamp()));
     std::vector<std::pair<std::string, std::string>> entries;
     if (!QZFile::Exists(&path)) return entries;
-    QZFile* file = QZFile::Open(&path);
+    qzapp::OwnedFile file(QZFile::Open(&path));
     const QZInt64 size = file->GetSize();
     std::string text(static_cast<std::size_t>(std::min(size, kTail)), '\0');
     text.resize(static_cast<std::size_t>(file->Read(size - static_cast<QZInt64>(text.size()), text.data(),
                                                     static_cast<QZInt64>(text.size()))));
-    QZFile::Close(&file);
+    file.reset();
 
     const std::string begin = "------------------------------- BEGIN ";
     for (std::size_t at = text.find(begin); at != std::string::npos; at = text.find(begin, at))

@@ -33,7 +33,7 @@ struct Status
     bool simulated = false;
     bool plugged = true;
     std::string device;
-    /// Why there is no device; empty otherwise.
+    /// Why there is no device; empty while there is one.
     std::string trouble;
     QZInt64 lostCount = 0;
     QZInt64 samples = 0;
@@ -42,7 +42,7 @@ struct Status
 
 class Monitor;
 
-/// Takes failures that have no caller to the log.
+/// Writes failures to the log for which no caller waits.
 class LogReport : public QZErrorReport
 {
 public:
@@ -56,8 +56,9 @@ private:
     const char* m_source;
 };
 
-/// The monitor itself: reads the controller on one scheduler, keeps house (syncs, snapshots) on another, and
-/// offers what the page needs. Works in the current folder: qzmon.qzd, Log, LastRecord. Any thread.
+/// The monitor: one scheduler reads the controller, another syncs the database and takes snapshots, and the
+/// operations here serve the page. It works in the current folder: qzmon.qzd, Log, LastRecord. Any thread may
+/// call.
 class Monitor
 {
 public:
@@ -66,12 +67,12 @@ public:
     Monitor(const Monitor&) = delete;
     Monitor& operator=(const Monitor&) = delete;
 
-    /// Opens the database and begins. @return what was found, in one line
+    /// Opens the database and starts. @return in one line what the database holds
     std::string Start();
     void Stop();
 
     Status GetStatus();
-    /// Samples of the last so many seconds.
+    /// The samples of the last `seconds` seconds, and the one before them.
     std::vector<Sample> Recent(QZInt64 seconds);
     /// The latest sample; its time is 0 without one.
     Sample Latest();

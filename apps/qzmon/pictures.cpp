@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "common/owned.h"
+
 namespace qzmon
 {
 
@@ -28,13 +30,12 @@ constexpr int kColorCount = static_cast<int>(std::size(kColors));
 std::string BitmapOf(QZPixelBlock& block)
 {
     QZData* file = block.ToFileBitmap();
-    std::string bytes(static_cast<const char*>(file->GetPointer()),
-                      static_cast<std::size_t>(file->GetSize()));
+    const std::string bytes = qzapp::BytesOf(file);
     QZPixelBlock::Recycle(&file);
     return bytes;
 }
 
-/// A step of 1, 2 or 5 times a power of ten that divides the range into about so many parts.
+/// The step of an axis: 1, 2 or 5 times a power of ten, so that the range has about `parts` steps.
 double NiceStep(double range, int parts)
 {
     const double raw = std::max(range, 1e-9) / parts;
@@ -80,7 +81,7 @@ private:
                static_cast<int>((time - m_begin) * (m_right - 1 - m_left) / (m_request.seconds * 1000));
     }
 
-    /// Text with its dots as squares; aligned right of `x`, or left of it.
+    /// Writes text with each dot as a square. It begins at `x`, or with `left` it ends there.
     void Write(int x, int y, const std::string& words, unsigned color, bool left)
     {
         QZString text = Text(words);
@@ -123,7 +124,7 @@ private:
             any = true;
         }
         if (!any) return false;
-        // What hardly moves is shown as hardly moving.
+        // A small change is not stretched over the whole band.
         const double least = std::max(0.02 * std::max(std::fabs(*low), std::fabs(*high)), 1e-3);
         const double missing = std::max(0.0, least - (*high - *low)) / 2;
         const double rim = 0.06 * std::max(*high - *low, least);
@@ -207,7 +208,7 @@ private:
         if (drawn) m_block.Draw(&line);
     }
 
-    /// Steps of the time axis in seconds, as wide as its labels need.
+    /// The step of the time axis in seconds, wide enough for its labels.
     QZInt64 TimeStep() const
     {
         const int labels = std::max(1, (m_right - m_left) / (9 * 7 * m_request.dot));
@@ -255,6 +256,16 @@ private:
 std::string DrawChart(const ChartRequest& request, const std::vector<Sample>& samples)
 {
     return Chart(request, samples).Draw();
+}
+
+std::string DrawIcon()
+{
+    constexpr int kHeights[] = {3, 3, 4, 9, 12, 8, 5, 4, 4, 7, 11, 9, 5, 4};
+    QZPixelBlock block(16, 16);
+    block.Fill(kPaper);
+    for (int i = 0; i < static_cast<int>(std::size(kHeights)); ++i)
+        block.Fill(i + 1, 14 - kHeights[i], 1, kHeights[i], kColors[0].line);
+    return BitmapOf(block);
 }
 
 std::string ChannelColor(int channel)

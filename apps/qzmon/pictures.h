@@ -15,22 +15,25 @@ struct ChartRequest
 {
     int width = 900;
     int height = 480;
-    /// Size of the text: dots of the font are squares of so many pixels.
+    /// Size of the text: the side of the square of pixels that draws one dot of the font.
     int dot = 1;
-    /// The time at the right edge and the seconds that are shown.
+    /// The time at the right edge, and the length of the time axis in seconds.
     QZInt64 now = 0;
     QZInt64 seconds = 120;
-    /// Neighbours that are further apart, in milliseconds, are not joined.
+    /// Samples that are further apart than this, in milliseconds, are not joined by a line.
     QZInt64 gap = 3000;
     std::vector<std::string> names;
 };
 
-/// A band for each channel over one time axis.
+/// Draws the chart: a band for each channel above one time axis.
 std::string DrawChart(const ChartRequest& request, const std::vector<Sample>& samples);
 
-/// The address ruler over the database file, with its snapshots, and a cursor at column `cursor` unless it is
-/// negative.
+/// Draws the address ruler of the database file with its snapshots, and a cursor at column `cursor` unless
+/// that is negative.
 std::string DrawRuler(int width, QZInt64 fileBytes, const std::vector<Snapshot>& snapshots, int cursor);
+
+/// Draws the icon of the page: a small chart in the colour of the first channel.
+std::string DrawIcon();
 
 /// The colour of a channel in the chart, as #RRGGBB.
 std::string ChannelColor(int channel);

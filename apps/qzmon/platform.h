@@ -2,26 +2,27 @@
 #define QZLIB_APPS_QZMON_PLATFORM_H
 
 #include <atomic>
+#include <cstddef>
 #include <string>
 
-// What this program asks of the system itself.
+// What this program needs from the operating system.
 
 namespace qzmon
 {
 
-/// The user's folder for data of programs, with this program's name.
+/// The folder for this program's data, in the user's folder for data of programs.
 std::string UserDataFolder();
 
-/// Sets the flag on Ctrl+C, SIGTERM and their like.
+/// Sets the flag when the process is asked to end: Ctrl+C, SIGTERM and similar.
 void CatchSignals(std::atomic<bool>* stop);
 
-/// Takes the file for this process until it ends; false when another one has it.
+/// Locks the file for this process until the process ends. False when another process has it.
 bool TakeLock(const std::string& path);
 
-/// 32 hexadecimal digits that nobody can guess; empty when the system has none.
-std::string RandomToken();
+/// Fills bytes with numbers that nobody can guess. False when the system has none.
+bool FillRandom(void* bytes, std::size_t count);
 
-/// Of this process: resident memory in bytes, open descriptors or handles, threads. -1 when unknown.
+/// Figures of this process: resident memory in bytes, open descriptors or handles, threads. -1 means unknown.
 struct ProcessFigures
 {
     long long memory = -1;

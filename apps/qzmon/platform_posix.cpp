@@ -43,22 +43,14 @@ void CatchSignals(std::atomic<bool>* stop)
 bool TakeLock(const std::string& path)
 {
     const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    // A place where nothing can be locked is told about when the first file is made there.
+    // Where not even this file can be made, the first file of the monitor fails and reports the reason.
     if (file < 0) return true;
     return flock(file, LOCK_EX | LOCK_NB) == 0;
 }
 
-std::string RandomToken()
+bool FillRandom(void* bytes, std::size_t count)
 {
-    unsigned char bytes[16];
-    if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) return {};
-    std::string text;
-    for (const unsigned char byte : bytes)
-    {
-        text.push_back("0123456789abcdef"[byte >> 4]);
-        text.push_back("0123456789abcdef"[byte & 15]);
-    }
-    return text;
+    return getrandom(bytes, count, 0) == static_cast<ssize_t>(count);
 }
 
 ProcessFigures MeasureProcess()
@@ -76,7 +68,7 @@ ProcessFigures MeasureProcess()
     }
     if (DIR* folder = opendir("/proc/self/fd"))
     {
-        // Without "." and "..", and the folder's own descriptor.
+        // Three do not count: ".", ".." and the descriptor that reads this folder.
         figures.descriptors = -3;
         while (readdir(folder) != nullptr) ++figures.descriptors;
         closedir(folder);

@@ -44,17 +44,9 @@ bool TakeLock(const std::string& path)
     return file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_SHARING_VIOLATION;
 }
 
-std::string RandomToken()
+bool FillRandom(void* bytes, std::size_t count)
 {
-    unsigned char bytes[16];
-    if (!RtlGenRandom(bytes, sizeof bytes)) return {};
-    std::string text;
-    for (const unsigned char byte : bytes)
-    {
-        text.push_back("0123456789abcdef"[byte >> 4]);
-        text.push_back("0123456789abcdef"[byte & 15]);
-    }
-    return text;
+    return RtlGenRandom(bytes, static_cast<ULONG>(count)) != 0;
 }
 
 ProcessFigures MeasureProcess()

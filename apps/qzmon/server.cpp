@@ -2,6 +2,9 @@
 
 #include <cctype>
 
+#include "common/owned.h"
+#include "json_writer.h"
+
 namespace qzmon
 {
 
@@ -41,10 +44,7 @@ std::string Decoded(QZString* text)
     if (text->GetSize() == 0) return {};
     try
     {
-        QZString* plain = QZUrl::Decode(text);
-        const std::string result = Utf8(plain);
-        QZUrl::Recycle(&plain);
-        return result;
+        return Utf8(qzapp::OwnedString(QZUrl::Decode(text)).get());
     }
     catch (QZException* e)
     {
@@ -53,13 +53,11 @@ std::string Decoded(QZString* text)
     }
 }
 
-/// The parameters of the address; of several of one name the last one counts.
+/// The parameters of the address. When a name occurs more than once, the last value counts.
 void AddAddress(QZHttpRequest* request, Fields* fields)
 {
     QZUrl* url = request->GetUrl();
-    QZString* all = url->GetParamString();
-    std::string text = Utf8(all) + "&";
-    QZUrl::Recycle(&all);
+    const std::string text = Utf8(qzapp::OwnedString(url->GetParamString()).get()) + "&";
     for (std::size_t at = 0; at < text.size();)
     {
         const std::size_t end = text.find('&', at);
@@ -106,7 +104,7 @@ void AddBody(QZHttpRequest* request, Fields* fields)
     QZJsonFactory::Recycle(&value);
 }
 
-/// Takes as long for every token of a length.
+/// Compares two tokens. The time does not depend on where they differ, so that it does not give a token away.
 bool SameToken(const std::string& a, const std::string& b)
 {
     if (a.size() != b.size()) return false;
@@ -168,7 +166,7 @@ Server::Server(Monitor* monitor, QZErrorReport* report, const std::string& bind,
     GetServerName()->Set("qzmon");
 }
 
-const Server::Route Server::Routes[] = {
+const Server::Route Server::kRoutes[] = {
     {"GET", "/", &Server::Page},
     {"GET", "/monitor.css", &Server::Style},
     {"GET", "/monitor.js", &Server::Script},
@@ -240,7 +238,7 @@ Server::Answer Server::ErrorAnswer(QZHttpRequest* request, int status, const std
     answer.status = status;
     if (Utf8(request->GetUrl()->GetPath()).rfind("/api/", 0) == 0)
     {
-        answer.body = Json().Open().Add("error", text).Add("status", status).Close().Str();
+        answer.body = JsonWriter().Open().Add("error", text).Add("status", status).Close().Str();
     }
     else
     {
@@ -266,7 +264,7 @@ bool Server::IsAllowed(QZHttpRequest* request, Answer* answer)
     }
     if (m_token.empty())
     {
-        // A foreign name that was made to lead here.
+        // A name of another site may have been made to resolve to this machine.
         std::string host = Lower(HeaderOf(request, "Host"));
         host = host.substr(0, host.rfind(':'));
         if (host.empty() || host == "localhost" || host.rfind("127.", 0) == 0) return true;
@@ -279,7 +277,7 @@ bool Server::IsAllowed(QZHttpRequest* request, Answer* answer)
     AddAddress(request, &fields);
     if (!changes && path == "/" && SameToken(fields["token"], m_token))
     {
-        // Into a cookie, and out of the address.
+        // Moves the token from the address into a cookie.
         answer->status = 302;
         answer->headers =
             "\nLocation: /\nSet-Cookie: qzmon-token=" + m_token + "; Path=/; HttpOnly; SameSite=Strict";
@@ -296,7 +294,7 @@ Server::Answer Server::Dispatch(QZHttpRequest* request)
     const std::string path = Utf8(request->GetUrl()->GetPath());
     const std::string method = Utf8(request->GetMethod());
     bool known = false;
-    for (const Route& route : Routes)
+    for (const Route& route : kRoutes)
     {
         if (path != route.path) continue;
         known = true;

@@ -13,15 +13,16 @@ namespace qzmon
 /// Parameters of a request: of its address, and of a body that is a JSON object.
 using Fields = std::map<std::string, std::string>;
 
-/// Serves the page and what it asks for. It serves what stands in its table and nothing else: no path of a
-/// request ever reaches the file system.
+/// Serves the page and the data that the page asks for. It answers only the addresses in its table; no path
+/// of a request reaches the file system.
 ///
-/// Requests that change something need the header "X-Qzmon", which a foreign page cannot send. On the
-/// loopback the Host has to be a name of the loopback; on any other address each request needs the token.
+/// A request that changes something needs the header "X-Qzmon", which a page of another site cannot send. On
+/// the loopback, the Host header has to be a name of the loopback. On any other address, each request needs
+/// the token.
 class Server : public QZHttpServerEngine
 {
 public:
-    /// @param token  asked for unless it is empty
+    /// @param token  required unless it is empty
     Server(Monitor* monitor, QZErrorReport* report, const std::string& bind, QZUInt16 port,
            std::string token);
     ~Server() override { Shutdown(); }
@@ -44,7 +45,7 @@ private:
         const char* path;
         Handler handler;
     };
-    static const Route Routes[];
+    static const Route kRoutes[];
 
     Answer Serve(QZHttpRequest* request);
     Answer Dispatch(QZHttpRequest* request);
@@ -77,11 +78,6 @@ private:
     std::string m_token;
     QZUInt64 m_start;
 };
-
-/// The parts of the page.
-extern const char* const kPageHtml;
-extern const char* const kPageCss;
-extern const char* const kPageJs;
 
 }  // namespace qzmon
 

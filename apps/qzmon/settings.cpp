@@ -1,12 +1,14 @@
 #include "settings.h"
 
+#include "common/owned.h"
+
 namespace qzmon
 {
 
 namespace
 {
 
-// The value ends at the semicolon in front of the comment.
+// The value ends at the semicolon before the comment.
 std::string Line(const Setting& setting)
 {
     return std::string(setting.name) + "=" + setting.initial + "; " + setting.comment + "\r\n";
@@ -51,9 +53,8 @@ Settings::Settings(const std::string& path)
         std::string text = "; Settings of qzmon. What stands behind a semicolon is a comment.\r\n";
         for (const Setting& setting : All()) text += Line(setting);
         QZFile::Create(&file);
-        QZFile* target = QZFile::Open(&file);
+        const qzapp::OwnedFile target(QZFile::Open(&file));
         target->Append(text.data(), static_cast<QZInt64>(text.size()));
-        QZFile::Close(&target);
     }
     Load(&file);
 }
@@ -63,9 +64,7 @@ std::string Settings::Get(const char* name)
     const std::lock_guard<std::recursive_mutex> guard(m_lock);
     QZString key = Text(std::string(name) + "=");
     if (!IsKeyExists(&key)) return Find(name).initial;
-    QZString* value = GetValue(&key);
-    std::string text = Utf8(value);
-    Recycle(&value);
+    std::string text = Utf8(qzapp::OwnedString(GetValue(&key)).get());
     const std::size_t line = text.find('\n');
     if (line != std::string::npos) text.resize(line);
     const std::size_t first = text.find_first_not_of(" \t");

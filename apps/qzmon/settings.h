@@ -15,32 +15,32 @@ struct Setting
 {
     const char* name;
     const char* initial;
-    /// Numbers between these; a text when both are 0.
+    /// The range of a number; both are 0 for a text.
     QZInt64 least;
     QZInt64 most;
-    /// May be changed while the monitor runs.
+    /// The page may change it while the monitor runs.
     bool live;
     const char* comment;
 };
 
-/// The settings text: a line for each setting with a comment behind it. Changing one leaves everything else
-/// in the file as it stands. Any thread.
+/// The settings file: a line for each setting, with a comment after the value. A change leaves everything
+/// else in the file as it is. Any thread may call.
 class Settings : public QZSettingsAdapter
 {
 public:
-    /// Loads the file; one that is missing is made with all settings and their comments.
+    /// Loads the file. A missing one is made, with all settings and their comments.
     explicit Settings(const std::string& path);
 
     static const std::vector<Setting>& All();
 
     std::string Get(const char* name);
-    /// The number, or the initial one where the text holds none in the setting's range.
+    /// The number of a setting; the initial one when the file has no number in the setting's range.
     QZInt64 Number(const char* name);
 
-    /// Writes the setting to the file. Failure 400 for an unknown name, a bad value, and a setting that the
-    /// page may not change.
+    /// Writes the setting to the file. Throws Failure 400 for an unknown name, a bad value, and a setting
+    /// that the page may not change.
     void Change(const std::string& name, const std::string& value);
-    /// The same without asking whether the page may.
+    /// Writes a setting without these checks.
     void Put(const char* name, const std::string& value);
 
 private:

@@ -10,13 +10,14 @@ namespace
 {
 
 constexpr double kTurn = 6.283185307179586;
-/// Seconds between two looks at the instruments.
+/// Seconds between two measurements.
 constexpr double kPace = 0.01;
 
-/// A pump that runs for 25 of 40 seconds: 0 to 1, with time to come up and to run down.
+/// How much of its power a pump gives, 0 to 1. It runs for 25 of every 40 seconds, and starts and stops
+/// gradually.
 double Pump(double seconds)
 {
-    // The monitor finds it running.
+    // The offset makes the pump run when the monitor starts.
     const double phase = std::fmod(seconds + 48, 40.0);
     if (phase < 25) return 1 - std::exp(-phase / 1.5);
     return std::exp(-(phase - 25) / 2.5);
@@ -41,12 +42,13 @@ Simulator::Simulator(const std::vector<Correction>& kept) : m_line(qzdevice::Mak
 {
     m_controller.model = "SIM4 monitor";
     m_controller.settings.initialised = true;
-    const char* const names[Channels] = {"TEMP", "PRES", "FLOW", "VOLT"};
-    for (int i = 0; i < qzdevice::Controller::Slots; ++i)
+    const char* const names[kChannels] = {"TEMP", "PRES", "FLOW", "VOLT"};
+    for (int i = 0; i < qzdevice::Controller::kSlots; ++i)
     {
         const Correction correction =
             static_cast<std::size_t>(i) < kept.size() ? kept[static_cast<std::size_t>(i)] : Correction();
-        m_controller.settings.keys[i] = i < Channels ? names[i] : std::string(4, '\0');
+        m_controller.settings.keys[i] =
+            i < kChannels ? names[i] : std::string(qzdevice::protocol::kKeySize, '\0');
         m_controller.settings.incremental[i] = static_cast<float>(correction.offset);
         m_controller.settings.magnification[i] = static_cast<float>(correction.gain);
     }
@@ -81,9 +83,9 @@ bool Simulator::IsPlugged()
 
 void Simulator::Measure(double seconds)
 {
-    for (int i = 0; i < Channels; ++i)
+    for (int i = 0; i < kChannels; ++i)
     {
-        // The sum of two even distributions: small deviations more often than large ones.
+        // The sum of two uniform distributions, so that small deviations are more frequent than large ones.
         double noise = -1;
         for (int n = 0; n < 2; ++n)
         {
@@ -118,7 +120,7 @@ void Simulator::Serve()
         }
         const bool plugged = m_line != nullptr;
         guard.unlock();
-        // Without this the lock is never free for whoever waits for it.
+        // Without this, a thread that waits for the lock might never get it.
         std::this_thread::yield();
         if (!plugged) std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }

@@ -22,24 +22,26 @@ struct Correction
 };
 
 /// The simulated controller with four instruments on it, on a pseudo-terminal that can be unplugged: a room's
-/// temperature, a pump's pressure and flow, and a supply voltage. It has a thread of its own.
+/// temperature, a pump's pressure and flow, and a supply voltage. Its own thread serves the line.
 class Simulator
 {
 public:
-    static constexpr int Channels = 4;
+    static constexpr int kChannels = 4;
 
-    /// @param kept  the corrections that it kept from an earlier run; fewer are filled up
+    /// @param kept  the corrections that it keeps from an earlier run; channels without one have offset 0 and
+    /// gain 1
     explicit Simulator(const std::vector<Correction>& kept);
     ~Simulator();
     Simulator(const Simulator&) = delete;
     Simulator& operator=(const Simulator&) = delete;
 
-    /// The host's end of the line; empty while it is unplugged, and where the system has no such lines.
+    /// The name of the host's end of the line. Empty while the line is unplugged, and on a system without
+    /// pseudo-terminals.
     std::string PortName();
     void Plug(bool plugged);
     bool IsPlugged();
 
-    /// The raw value of a channel so many seconds after the start, noise included.
+    /// The raw value of a channel at a time after the start, with noise.
     static double Raw(int channel, double seconds, double noise);
 
 private:

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <utility>
 
+#include "common/owned.h"
 #include "store_read.h"
 
 namespace qzmon
@@ -12,8 +13,11 @@ namespace qzmon
 namespace
 {
 
+using qzapp::OwnedFile;
+
 const char* const kSamples = "samples";
 const char* const kParameters = "parameters";
+constexpr QZInt64 kMegabyte = 1 << 20;
 
 bool Exists(const std::string& path)
 {
@@ -30,10 +34,7 @@ void Remove(const std::string& path)
 QZInt64 FileSize(const std::string& path)
 {
     QZString text = Text(path);
-    QZFile* file = QZFile::Open(&text);
-    const QZInt64 size = file->GetSize();
-    QZFile::Close(&file);
-    return size;
+    return OwnedFile(QZFile::Open(&text))->GetSize();
 }
 
 void CopyFile(const std::string& from, const std::string& to)
@@ -42,24 +43,12 @@ void CopyFile(const std::string& from, const std::string& to)
     QZString source = Text(from);
     QZString target = Text(to);
     QZFile::Create(&target);
-    QZFile* in = QZFile::Open(&source);
-    QZFile* out = nullptr;
-    try
-    {
-        out = QZFile::Open(&target);
-        QZFile::Copy(in, 0, out, 0, in->GetSize(), 1 << 20, nullptr);
-    }
-    catch (QZException*)
-    {
-        QZFile::Close(&in);
-        QZFile::Close(&out);
-        throw;
-    }
-    QZFile::Close(&in);
-    QZFile::Close(&out);
+    const OwnedFile in(QZFile::Open(&source));
+    const OwnedFile out(QZFile::Open(&target));
+    QZFile::Copy(in.get(), 0, out.get(), 0, in->GetSize(), kMegabyte, nullptr);
 }
 
-/// The path with the time in front of its extension.
+/// The path with a word and the time before its extension.
 std::string Aside(const std::string& path, const char* word)
 {
     std::string stamp;
@@ -220,7 +209,7 @@ void Store::OpenTables()
     QZString parameters = Text(kParameters);
     m_samples = QZDbTable::Open(m_channel, &samples);
     m_parameters = QZDbTable::Open(m_channel, &parameters);
-    // Channels that came with the settings get fields of their own.
+    // Channels that the settings have added get new fields.
     for (QZInt64 i = m_samples->FieldCount(); i <= m_channels; ++i)
         AddField(m_samples, "channel " + std::to_string(i), QZDataType::DOUBLE);
     m_rows = RowsOf(m_samples);
@@ -392,7 +381,7 @@ Snapshot Store::NewMark(const std::string& label)
     snapshot.point = m_channel->G_A(snapshot.id, QZDatabaseInfo::RD_P);
     snapshot.label = label;
     snapshot.time = QZEnvironment::GetCurrentTimestamp();
-    // The mark's own fields must not go when the database goes back to it.
+    // Going back to the mark must not remove its own fields, so they are written with the log off.
     m_channel->RB_OFF();
     WriteMark(m_channel, snapshot);
     m_channel->RB_ON();

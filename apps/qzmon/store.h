@@ -23,7 +23,7 @@ struct Sample
     std::vector<double> values;
 };
 
-/// A page of a table as texts, the newest rows first.
+/// One page of a table as texts, newest row first.
 struct TablePage
 {
     std::vector<std::string> fields;
@@ -58,8 +58,9 @@ struct StoreFigures
     double syncMs = 0;
 };
 
-/// The database of the samples, behind one owner: a thread that alone touches it and does one job after the
-/// other. All operations may be called on any thread; they wait for their job, but for Append.
+/// The database of the samples. One thread owns it and runs one job after the other; no other thread touches
+/// it. Any thread may call the operations: they queue a job and wait for it, except Append, which does not
+/// wait.
 ///
 /// Tables: "samples" (time and a DOUBLE for each channel, the rows in the order of time), "parameters" (name,
 /// offset and gain of each channel). Failures of the database are QZException objects.
@@ -71,13 +72,13 @@ public:
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
 
-    /// Opens or makes the file, looks at every row, and says in one line what it found. A file that is no
-    /// sound database is put aside.
+    /// Opens the file, or makes it, and checks every row. Returns in one line what it found. A file that is
+    /// no sound database is renamed, and a new one is made.
     std::string Open(int channels);
-    /// Writes everything and closes. What waits is done first.
+    /// Runs the jobs that wait, then writes everything and closes.
     void Close();
 
-    /// Stores a sample some time soon. A failure is kept for the next Sync.
+    /// Queues a sample and returns at once. When storing it fails, the next Sync throws.
     void Append(const Sample& sample);
     void Sync();
 
@@ -90,14 +91,15 @@ public:
 
     std::vector<Snapshot> Snapshots();
     Snapshot TakeSnapshot(const std::string& label);
-    /// Goes back to a snapshot; where the database was is kept as a snapshot of its own. Failure 404.
+    /// Goes back to a snapshot. The state before that becomes a snapshot too. Throws Failure 404 for an
+    /// unknown one.
     void Restore(QZInt64 id);
-    /// Looks at a snapshot in a copy of the file. Failure 404.
+    /// Reads a snapshot from a copy of the file. Throws Failure 404 for an unknown one.
     Preview Look(QZInt64 id, QZInt64 rows);
 
     StoreFigures Figures();
 
-    /// Puts the file aside and begins a new one when it is larger; whether it did.
+    /// Renames the file and begins a new one when it is larger than the limit. Returns whether it did.
     bool Rotate(QZInt64 limit);
 
 private:

@@ -2,25 +2,13 @@
 
 #include <cstring>
 
+#include "common/typed_fields.h"
+
 namespace qzmon
 {
 
 namespace
 {
-
-constexpr QZInt64 kLabelField = 1;
-constexpr QZInt64 kTimeField = 2;
-/// Fields of marks begin with the type of what follows, in four bytes.
-constexpr std::size_t kCode = 4;
-constexpr QZInt64 kNumberType = QZDataType::INT64;
-
-std::string Little(QZInt64 value, int width)
-{
-    std::string bytes;
-    for (int i = 0; i < width; ++i)
-        bytes.push_back(static_cast<char>(static_cast<QZUInt64>(value) >> (8 * i) & 0xFF));
-    return bytes;
-}
 
 std::string Content(QZChannel* channel, QZInt64 ld, QZInt64 field)
 {
@@ -31,7 +19,7 @@ std::string Content(QZChannel* channel, QZInt64 ld, QZInt64 field)
     return bytes;
 }
 
-/// A value that is given back at the end of the scope.
+/// A value of a table. It returns to the library at the end of the scope.
 class Value
 {
 public:
@@ -142,10 +130,9 @@ std::vector<Snapshot> ReadSnapshots(QZChannel* channel)
         snapshot.id = mark;
         snapshot.point = channel->G_A(mark, QZDatabaseInfo::RD_P);
         const QZInt64 ld = channel->G_A(mark, QZDatabaseInfo::RD_N);
-        const std::string label = Content(channel, ld, kLabelField);
-        const std::string time = Content(channel, ld, kTimeField);
-        if (label.size() > kCode) snapshot.label = label.substr(kCode);
-        if (time.size() == kCode + 8) std::memcpy(&snapshot.time, time.data() + kCode, 8);
+        // A mark that another program made may have no such fields.
+        qzapp::ReadTypedBytes(Content(channel, ld, qzapp::kMarkLabelField), &snapshot.label);
+        qzapp::ReadTypedNumber(Content(channel, ld, qzapp::kMarkTimeField), &snapshot.time);
         all.push_back(snapshot);
     }
     return all;
@@ -154,10 +141,10 @@ std::vector<Snapshot> ReadSnapshots(QZChannel* channel)
 void WriteMark(QZChannel* channel, const Snapshot& snapshot)
 {
     const QZInt64 ld = channel->G_A(snapshot.id, QZDatabaseInfo::RD_N);
-    const std::string label = Little(QZData::Type, kCode) + snapshot.label;
-    const std::string time = Little(kNumberType, kCode) + Little(snapshot.time, 8);
-    channel->P_C(ld, kLabelField, label.data(), static_cast<QZInt64>(label.size()));
-    channel->P_C(ld, kTimeField, time.data(), static_cast<QZInt64>(time.size()));
+    const std::string label = qzapp::TypedBytes(snapshot.label);
+    const std::string time = qzapp::TypedNumber(snapshot.time);
+    channel->P_C(ld, qzapp::kMarkLabelField, label.data(), static_cast<QZInt64>(label.size()));
+    channel->P_C(ld, qzapp::kMarkTimeField, time.data(), static_cast<QZInt64>(time.size()));
 }
 
 }  // namespace qzmon

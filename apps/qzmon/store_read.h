@@ -3,7 +3,7 @@
 
 #include "store.h"
 
-// What reads an open database, the monitor's own or a copy of it.
+// Functions that read an open database: the monitor's own, or a copy of it.
 
 namespace qzmon
 {
@@ -20,7 +20,7 @@ std::vector<Correction> ReadCorrections(QZDbTable* parameters);
 
 /// The marks of the log, the oldest first.
 std::vector<Snapshot> ReadSnapshots(QZChannel* channel);
-/// The fields of a new mark, which are no part of the state that it names.
+/// Writes the fields of a new mark. They are no part of the state that the mark names.
 void WriteMark(QZChannel* channel, const Snapshot& snapshot);
 
 }  // namespace qzmon

@@ -3,46 +3,15 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <vector>
 
 namespace qzmon
 {
 
-std::string Utf8(QZString* text)
-{
-    std::string result;
-    if (text == nullptr || text->GetSize() == 0) return result;
-    const QZInt64 size = QZEncoding::Convert(QZEncodingType::UTF16LE, text->GetPointer(), text->GetSize(),
-                                             QZEncodingType::UTF8, nullptr, 0);
-    if (size <= 0) return result;
-    result.resize(static_cast<std::size_t>(size));
-    QZEncoding::Convert(QZEncodingType::UTF16LE, text->GetPointer(), text->GetSize(), QZEncodingType::UTF8,
-                        result.data(), size);
-    return result;
-}
-
 QZString Text(std::string_view utf8)
 {
-    const QZInt64 length = static_cast<QZInt64>(utf8.size());
-    if (length == 0) return QZString();
-    const QZInt64 size =
-        QZEncoding::Convert(QZEncodingType::UTF8, utf8.data(), length, QZEncodingType::UTF16LE, nullptr, 0);
-    if (size <= 0) return QZString();
-    std::vector<QZWChar> units(static_cast<std::size_t>(size) / sizeof(QZWChar) + 1);
-    QZEncoding::Convert(QZEncodingType::UTF8, utf8.data(), length, QZEncodingType::UTF16LE, units.data(),
-                        size);
-    return QZString(units.data(), size);
-}
-
-std::string TakeMessage(QZException* exception)
-{
-    std::string line;
-    for (const char c : Utf8(exception->GetMsg())) line.push_back(c == '\r' || c == '\n' ? ' ' : c);
-    if (line.find_first_not_of(' ') == std::string::npos)
-        line = "error " + std::to_string(static_cast<long long>(exception->GetCode()));
-    QZExceptionFactory::Recycle(&exception);
-    const std::size_t first = line.find_first_not_of(' ');
-    return line.substr(first, line.find_last_not_of(' ') + 1 - first);
+    const std::basic_string<QZWChar> units = qzapp::Utf16(utf8);
+    if (units.empty()) return QZString();
+    return QZString(units.data(), static_cast<QZInt64>(units.size() * sizeof(QZWChar)));
 }
 
 std::string TimeText(QZInt64 timestamp)
@@ -83,21 +52,6 @@ std::string SizeText(QZInt64 bytes)
     return FixedText(value, value < 10 ? 2 : 1) + " " + units[unit];
 }
 
-bool ParseNumber(const std::string& text, double* value)
-{
-    const std::from_chars_result end = std::from_chars(text.data(), text.data() + text.size(), *value);
-    return end.ec == std::errc() && end.ptr == text.data() + text.size() && std::isfinite(*value);
-}
-
-bool ParseInteger(const std::string& text, QZInt64* value)
-{
-    long long number = 0;
-    const std::from_chars_result end = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (end.ec != std::errc() || end.ptr != text.data() + text.size()) return false;
-    *value = number;
-    return true;
-}
-
 std::string HtmlText(std::string_view text)
 {
     std::string result;
@@ -114,78 +68,6 @@ std::string HtmlText(std::string_view text)
         }
     }
     return result;
-}
-
-void Json::Quote(std::string_view text)
-{
-    m_text.push_back('"');
-    for (const char c : text)
-    {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\')
-            m_text.append(1, '\\').push_back(c);
-        else if (byte >= 0x20)
-            m_text.push_back(c);
-        else
-        {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", byte);
-            m_text += escape;
-        }
-    }
-    m_text.push_back('"');
-}
-
-void Json::Name(const char* name)
-{
-    if (!m_first) m_text.push_back(',');
-    m_first = false;
-    if (name == nullptr) return;
-    Quote(name);
-    m_text.push_back(':');
-}
-
-Json& Json::Begin(char bracket, const char* name)
-{
-    Name(name);
-    m_text.push_back(bracket);
-    m_first = true;
-    return *this;
-}
-
-Json& Json::End(char bracket)
-{
-    m_text.push_back(bracket);
-    m_first = false;
-    return *this;
-}
-
-Json& Json::Add(const char* name, std::string_view text)
-{
-    Name(name);
-    Quote(text);
-    return *this;
-}
-
-Json& Json::Add(const char* name, QZInt64 value)
-{
-    Name(name);
-    m_text += std::to_string(value);
-    return *this;
-}
-
-Json& Json::Add(const char* name, double value)
-{
-    Name(name);
-    m_text += NumberText(value);
-    return *this;
-}
-
-Json& Json::Add(const char* name, bool value)
-{
-    Name(name);
-    m_text += value ? "true" : "false";
-    return *this;
 }
 
 }  // namespace qzmon

@@ -16,7 +16,7 @@ struct Picture
     int width;
     int height;
     unsigned int background;
-    /// Draws on a layer of that size, filled with the background.
+    /// Draws on a canvas of that size, which is filled with the background.
     void (*paint)(QZGraphics& canvas);
 };
 
@@ -35,14 +35,14 @@ constexpr unsigned int kGray = 0xFF808080;
 /// Text in one colour.
 void Label(QZGraphics& canvas, int x, int y, const char* text, unsigned int color);
 
-/// Blocks that the library makes go back to it.
+/// Returns blocks that the library made to the library.
 struct Recycler
 {
     void operator()(QZPixelBlock* block) const { QZPixelBlock::Recycle(&block); }
 };
 using Block = std::unique_ptr<QZPixelBlock, Recycler>;
 
-/// A small landscape with hard edges, gradients and text: what filters and rotations are shown on.
+/// A small landscape with hard edges, gradients and text, to show filters and rotations on.
 Block Landscape(int width, int height);
 
 }  // namespace gallery

@@ -24,7 +24,7 @@ void Write(const gallery::Picture& picture, const std::string& folder)
     QZGraphics canvas(picture.width, picture.height);
     canvas.Fill(picture.background);
     picture.paint(canvas);
-    // Blending leaves traces in the alpha of the canvas, and some viewers look at it.
+    // Blending changes the alpha of the canvas. Some viewers use it, so it is set to opaque.
     canvas.SetAlpha(255);
     QZString path((folder + "/" + picture.name + ".bmp").c_str());
     if (QZFile::Exists(&path)) QZFile::Delete(&path);

@@ -8,7 +8,7 @@ namespace gallery
 namespace
 {
 
-/// Bytes in three humps.
+/// Bytes whose values form three humps.
 QZData Wave(int count)
 {
     QZData data(count);
@@ -64,7 +64,7 @@ void Palettes(QZGraphics& canvas)
     Label(canvas, 345, 5, "downward", kBlack);
     QZColorPalette(&rainbow, 20, 350, 120, 20).Draw(&canvas);
     QZColorPalette(&fire, 20, 380, 120, 20).Draw(&canvas);
-    // The same gradient read place by place.
+    // The same gradient, its colours read one by one.
     Label(canvas, 10, 115, "GetColor at every fourth place", kBlack);
     QZColorPalette palette(&rainbow, &place, &size);
     for (int i = 0; i < 320; i += 4)
@@ -103,7 +103,7 @@ void Ruler(QZGraphics& canvas)
     ShowBackground(canvas, stack);
 }
 
-/// Three layers: a grid that stands, a disc that moves, a title on top.
+/// Three layers: a grid that does not move, a disc that moves, and a title on top.
 class Scene
 {
 public:
@@ -154,7 +154,7 @@ void CompositorAfter(QZGraphics& canvas)
 {
     Scene scene(canvas.GetWidth(), canvas.GetHeight());
     scene.PlaceDisc(80, 70);
-    // Only what the disc left and where it came to is painted again.
+    // Only the areas that the disc left and entered are painted again.
     scene.PlaceDisc(170, 120);
     ShowBackground(canvas, scene.Stack());
 }

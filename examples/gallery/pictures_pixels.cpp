@@ -1,4 +1,4 @@
-// What is done to whole blocks of pixels: blending, filters, rotations, conversions.
+// Operations on whole blocks of pixels: blending, filters, rotations, conversions.
 
 #include <algorithm>
 
@@ -114,8 +114,8 @@ void Filters(QZGraphics& canvas)
     Show(canvas, 10, "copy of a part", *Block(Landscape(kWide, kHigh)->Copy(60, 10, 64, 48)));
 }
 
-/// What a rotation does not reach is not written. A pixel is taken where the picture and its complement were
-/// turned to complements.
+/// Shows which pixels a rotation writes: it rotates a picture and the complement of the picture. Pixels whose
+/// results are no complements were not written; they become grey.
 Block Turned(float degrees)
 {
     const Block picture = Landscape(kWide, kHigh);

@@ -101,7 +101,7 @@ void Figures(QZGraphics& canvas)
     Crosses(canvas);
 }
 
-/// Keeps a glyph of the host's own: square, a row of dots a text.
+/// A glyph that the host defines: a square, each row of dots one text.
 void SaveGlyph(unsigned short code, const std::vector<std::string>& rows)
 {
     const int side = static_cast<int>(rows.size());
@@ -130,7 +130,7 @@ void SaveGlyphs(unsigned short smile)
                "#....#....#", "#....#....#", "#....#....#", "#....#....#", "###########"});
 }
 
-/// Lines of box-drawing characters: as a text they keep its blanks between them, set cell by cell they join.
+/// Box-drawing characters: written as a text they have gaps between them, set cell by cell they join.
 void Boxes(QZGraphics& canvas)
 {
     const QZWChar box[] = {9484, 9472, 9516, 9472, 9488, 13, 10, 9474, 32,   9474, 32,   9474, 13, 10,
@@ -197,7 +197,7 @@ void AddDiscs(QZShape* first, QZShape* second)
     second->Add(&right);
 }
 
-/// A shape out of set algebra has no area until something is added: here a point of its own.
+/// The result of set algebra has no area until something is added to it: here a rectangle.
 void DrawAt(QZGraphics& canvas, QZShape* shape, int x, int y, unsigned int color)
 {
     const QZRectangle room(0, 0, 70, 70);

@@ -1,4 +1,4 @@
-// Serves files of several sites on this machine's own address.
+// Serves the files of several sites on the loopback address.
 //
 //     http_files PORT SITES.JSON
 //
@@ -7,7 +7,7 @@
 //     [{"Host":"docs.local","SiteStatus":"Local","PhyLocation":"/srv/docs","IndexPage":"index.html"},
 //      {"Host":"old.local","SiteStatus":"Redirect301","Location":"http://docs.local/"}]
 //
-// Port 0 takes a free one. The server tells its port and ends when its input does.
+// Port 0 takes a free port. The server prints its port and ends when its standard input ends.
 
 #include <qzlib.h>
 
@@ -91,7 +91,7 @@ private:
         file.Append(path);
         if (path->EndWith(QZ_W("/"))) file.Append(site->GetIndex());
         QZHttpResponse* response = QZHttpServer::ResponseFile(&file);
-        // Texts from the client go into a page only when they cannot be markup.
+        // A text from the client goes into a page only when it cannot contain markup.
         if (response == nullptr)
             response =
                 path->Contains(QZ_W("<")) ? QZHttpServer::Page404(name) : QZHttpServer::Page404(name, path);

@@ -1,9 +1,9 @@
-// Fetches one address and writes what it holds to the standard output.
+// Fetches a URL and writes its content to the standard output.
 //
 //     http_get URL [HOST]
 //
-// URL names the server by its number ("http://127.0.0.1:8080/a.txt"); HOST is what the server is told. The
-// exit code is 0 for a page that was there, 1 for another answer, 2 without one.
+// URL names the server by its IP address ("http://127.0.0.1:8080/a.txt"); HOST is sent as the Host header.
+// The exit code is 0 for a response with status 200, 1 for another status, 2 without a response.
 
 #include <qzlib.h>
 

@@ -1,9 +1,9 @@
-// Tells the state of the running server as JSON: a page table with two pages, one of them behind a key.
+// Serves the state of the running server as JSON: two pages, one of which needs a key.
 //
 //     http_status PORT KEY
 //
-// GET /status is for everyone, GET /clients?key=KEY for those who know the key. Port 0 takes a free one. The
-// server tells its port and ends when its input does.
+// Everyone may GET /status; GET /clients?key=KEY needs the key. Port 0 takes a free port. The server prints
+// its port and ends when its standard input ends.
 
 #include <qzlib.h>
 
@@ -85,7 +85,7 @@ protected:
 private:
     StatusPage m_status;
     ClientsPage m_clients;
-    // Last, so that it lets its pages go before they end.
+    // This member is last, so that it is destroyed first and releases its pages before they are destroyed.
     QZHttpPageContainer m_pages;
 };
 

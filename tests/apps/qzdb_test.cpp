@@ -1,8 +1,8 @@
 // The database tool as its user meets it: in this process through its command line, and as a program.
 
 #include "apps/qzdb_tool.h"
+#include "common/typed_fields.h"
 #include "qzdb/database.h"
-#include "qzdb/fields.h"
 #include "qzdb/text.h"
 #include "qzdb/text_list.h"
 #include "sys/internal/sys_hooks.h"
@@ -503,7 +503,7 @@ TEST(Qzdb, FlippedBytesAnywhereAreSurvived)
 {
     Tool tool;
     const std::string good = SmallDatabase(tool);
-    // Files are slow on Wine, and the code is the same.
+    // Files are slow on Wine, and the code under test is the same.
     const std::size_t coarse = qztest::OnWine() ? 12 : 1;
     for (std::size_t i = 31; i < good.size(); i += (i < 1100 ? 3 : 11) * coarse)
     {
@@ -581,7 +581,7 @@ TEST(Qzdb, AFileOfNoiseIsSurvived)
 namespace
 {
 
-/// From the n-th on all writes fail, as if the process had died there.
+/// All writes from the n-th on fail, as if the process had ended there.
 class DeadAfter
 {
 public:

@@ -24,7 +24,7 @@ struct Result
     std::string err;
 };
 
-/// A folder for files, and the tool.
+/// The tool, with a folder for its files.
 class Tool
 {
 public:
@@ -52,13 +52,13 @@ private:
     std::atomic<bool> m_stop{false};
 };
 
-/// The tool beside a controller on a line.
-class Bench
+/// The tool, with a simulated controller at the other end of its line.
+class ToolSetup
 {
 public:
-    Bench() : peer([this](unsigned char byte) { return controller.Take(byte); }) {}
+    ToolSetup() : peer([this](unsigned char byte) { return controller.Take(byte); }) {}
 
-    /// The command with the port put in behind its name; the device has long to answer.
+    /// Runs a command with the port inserted after its name, and with a long time-out.
     Result Run(std::vector<std::string> words, bool terminal = false)
     {
         words.insert(words.begin() + 1, peer.Path());
@@ -123,10 +123,10 @@ TEST(Qzdevice, BadUsageIsExitCodeTwoAndTouchesNoPort)
 
 TEST(Qzdevice, APortThatCannotBeUsedIsExitCodeThree)
 {
-    Bench bench;
-    ExpectFailure(bench.tool.Run({"show", "no-such-port"}), 3, "no-such-port: Device Open Failed");
-    bench.controller.Inject({0x02, 1, Fault::Kind::Mute, 0, false});
-    ExpectFailure(bench.tool.Run({"show", bench.peer.Path(), "--timeout", "30"}), 3, "Timeout");
+    ToolSetup setup;
+    ExpectFailure(setup.tool.Run({"show", "no-such-port"}), 3, "no-such-port: Device Open Failed");
+    setup.controller.Inject({0x02, 1, Fault::Kind::Mute, 0, false});
+    ExpectFailure(setup.tool.Run({"show", setup.peer.Path(), "--timeout", "30"}), 3, "Timeout");
 }
 
 TEST(Qzdevice, ListPrintsAPortOnALine)
@@ -139,89 +139,89 @@ TEST(Qzdevice, ListPrintsAPortOnALine)
 
 TEST(Qzdevice, ShowTellsWhoTheDeviceIs)
 {
-    Bench bench;
-    EXPECT_EQ(bench.Run({"show"}).out, "port           \\\\.\\" + bench.peer.Path() +
+    ToolSetup setup;
+    EXPECT_EQ(setup.Run({"show"}).out, "port           \\\\.\\" + setup.peer.Path() +
                                            "\n"
                                            "model          AB12CD\n"
                                            "series         AB12\n"
                                            "serial number  SN000001\n"
                                            "version        2.41\n"
                                            "initialised    no\n");
-    EXPECT_EQ(bench.Run({"order", "init"}).code, 0);
-    EXPECT_NE(bench.Run({"show", "--baud", "9600"}).out.find("initialised    yes"), std::string::npos);
-    EXPECT_EQ(bench.peer.Speed(), 9600);
+    EXPECT_EQ(setup.Run({"order", "init"}).code, 0);
+    EXPECT_NE(setup.Run({"show", "--baud", "9600"}).out.find("initialised    yes"), std::string::npos);
+    EXPECT_EQ(setup.peer.Speed(), 9600);
 }
 
 TEST(Qzdevice, WhatIsSetCanBeGot)
 {
-    Bench bench;
+    ToolSetup setup;
     for (const char* what : {"incremental", "magnification", "value"})
     {
-        EXPECT_EQ(bench.Run({"set", what, "7", "-0.125"}).code, 0);
-        EXPECT_EQ(bench.Run({"get", what, "7"}).out, "-0.125\n");
-        EXPECT_EQ(bench.Run({"get", what, "8"}).out, "0\n");
+        EXPECT_EQ(setup.Run({"set", what, "7", "-0.125"}).code, 0);
+        EXPECT_EQ(setup.Run({"get", what, "7"}).out, "-0.125\n");
+        EXPECT_EQ(setup.Run({"get", what, "8"}).out, "0\n");
     }
-    EXPECT_EQ(bench.Run({"set", "key", "3", "K9"}).code, 0);
-    EXPECT_EQ(bench.Run({"get", "key", "3"}).out, "K9\n");
-    EXPECT_EQ(bench.Run({"set", "serial", "SN77"}).code, 0);
-    EXPECT_EQ(bench.controller.settings.serial, "SN77");
-    ExpectFailure(bench.Run({"get", "value", "64"}), 1, "Param out of range");
-    bench.controller.Inject({0x54, 1, Fault::Kind::Status, 0xF4, false});
-    ExpectFailure(bench.Run({"set", "serial", "X"}), 1, "Device update failed on copy device buffer.");
+    EXPECT_EQ(setup.Run({"set", "key", "3", "K9"}).code, 0);
+    EXPECT_EQ(setup.Run({"get", "key", "3"}).out, "K9\n");
+    EXPECT_EQ(setup.Run({"set", "serial", "SN77"}).code, 0);
+    EXPECT_EQ(setup.controller.settings.serial, "SN77");
+    ExpectFailure(setup.Run({"get", "value", "64"}), 1, "Param out of range");
+    setup.controller.Inject({0x54, 1, Fault::Kind::Status, 0xF4, false});
+    ExpectFailure(setup.Run({"set", "serial", "X"}), 1, "Device update failed on copy device buffer.");
 }
 
 TEST(Qzdevice, OrdersReachTheDevice)
 {
-    Bench bench;
-    bench.controller.memory[0] = 'x';
-    EXPECT_EQ(bench.Run({"set", "value", "1", "5"}).code, 0);
-    EXPECT_EQ(bench.Run({"order", "sync"}).code, 0);
-    EXPECT_EQ(bench.Run({"set", "value", "1", "6"}).code, 0);
-    EXPECT_EQ(bench.Run({"order", "restart"}).code, 0);
-    EXPECT_EQ(bench.Run({"get", "value", "1"}).out, "5\n");
-    EXPECT_EQ(bench.Run({"order", "erase"}).code, 0);
-    EXPECT_EQ(bench.controller.memory[0], '\xFF');
+    ToolSetup setup;
+    setup.controller.memory[0] = 'x';
+    EXPECT_EQ(setup.Run({"set", "value", "1", "5"}).code, 0);
+    EXPECT_EQ(setup.Run({"order", "sync"}).code, 0);
+    EXPECT_EQ(setup.Run({"set", "value", "1", "6"}).code, 0);
+    EXPECT_EQ(setup.Run({"order", "restart"}).code, 0);
+    EXPECT_EQ(setup.Run({"get", "value", "1"}).out, "5\n");
+    EXPECT_EQ(setup.Run({"order", "erase"}).code, 0);
+    EXPECT_EQ(setup.controller.memory[0], '\xFF');
 }
 
 TEST(Qzdevice, CallShowsTheResultInAllForms)
 {
-    Bench bench;
+    ToolSetup setup;
     EXPECT_EQ(
-        bench.Run({"call", "3", "f:0.5"}).out,
+        setup.Run({"call", "3", "f:0.5"}).out,
         "bytes  00 00 80 3F 00 00 00 00 00 00 00 00 00 00 00 00\ni16    0\ni32    1065353216\nfloat  1\n");
-    EXPECT_EQ(bench.Run({"call", "5", "i16:-3", "i16:5"}).out.substr(0, 54),
+    EXPECT_EQ(setup.Run({"call", "5", "i16:-3", "i16:5"}).out.substr(0, 54),
               "bytes  02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
-    EXPECT_EQ(bench.Run({"call", "1", "0aFF", "i32:-2", "--no-checksum"}).out.substr(0, 54),
+    EXPECT_EQ(setup.Run({"call", "1", "0aFF", "i32:-2", "--no-checksum"}).out.substr(0, 54),
               "bytes  0A FF FE FF FF FF 00 00 00 00 00 00 00 00 00 00");
-    ExpectFailure(bench.Run({"call", "77"}), 1, "Param out of range");
+    ExpectFailure(setup.Run({"call", "77"}), 1, "Param out of range");
 }
 
 TEST(Qzdevice, MemoryGoesToAndFromFiles)
 {
-    Bench bench;
+    ToolSetup setup;
     std::string bytes;
     for (int i = 0; i < 2500; ++i) bytes.push_back(static_cast<char>(i * 13));
-    bench.tool.Dir().Write("in", bytes);
-    bench.controller.blockSize = 200;
-    Result result = bench.Run({"write", "0x100", bench.tool.Path("in")}, true);
+    setup.tool.Dir().Write("in", bytes);
+    setup.controller.blockSize = 200;
+    Result result = setup.Run({"write", "0x100", setup.tool.Path("in")}, true);
     EXPECT_EQ(result.code, 0) << result.err;
     EXPECT_EQ(result.out, "2500 bytes written\n");
     EXPECT_NE(result.err.find("100%"), std::string::npos);
-    EXPECT_EQ(bench.controller.memory.substr(0x100, 2500), bytes);
-    bench.tool.Dir().Write("out", std::string(5000, 'x'));
-    result = bench.Run({"read", "256", "2500", bench.tool.Path("out"), "--no-verify"});
+    EXPECT_EQ(setup.controller.memory.substr(0x100, 2500), bytes);
+    setup.tool.Dir().Write("out", std::string(5000, 'x'));
+    result = setup.Run({"read", "256", "2500", setup.tool.Path("out"), "--no-verify"});
     EXPECT_EQ(result.code, 0) << result.err;
     EXPECT_EQ(result.out, "2500 bytes read\n");
     EXPECT_EQ(result.err, "");
-    EXPECT_EQ(bench.tool.Dir().Read("out"), bytes);
-    EXPECT_EQ(bench.Run({"read", "0", "0", bench.tool.Path("none")}).code, 0);
-    EXPECT_EQ(bench.tool.Dir().Read("none"), "");
+    EXPECT_EQ(setup.tool.Dir().Read("out"), bytes);
+    EXPECT_EQ(setup.Run({"read", "0", "0", setup.tool.Path("none")}).code, 0);
+    EXPECT_EQ(setup.tool.Dir().Read("none"), "");
 
-    ExpectFailure(bench.Run({"write", "0", bench.tool.Path("missing")}), 3, "");
-    ExpectFailure(bench.Run({"read", "65000", "1000", bench.tool.Path("never")}), 1, "Param out of range");
-    EXPECT_FALSE(bench.tool.Dir().Exists("never"));
-    bench.controller.Inject({Controller::DataByte, 10, Fault::Kind::Status, 0xF4, false});
-    ExpectFailure(bench.Run({"write", "0", bench.tool.Path("in"), "--no-verify"}), 1,
+    ExpectFailure(setup.Run({"write", "0", setup.tool.Path("missing")}), 3, "");
+    ExpectFailure(setup.Run({"read", "65000", "1000", setup.tool.Path("never")}), 1, "Param out of range");
+    EXPECT_FALSE(setup.tool.Dir().Exists("never"));
+    setup.controller.Inject({Controller::kDataByte, 10, Fault::Kind::Status, 0xF4, false});
+    ExpectFailure(setup.Run({"write", "0", setup.tool.Path("in"), "--no-verify"}), 1,
                   "FailedFromOperationEEPROM");
 }
 
@@ -277,7 +277,8 @@ TEST(QzdeviceController, ABlockBelongsToItsSelection)
     };
     EXPECT_EQ(select(65534), std::string(1, '\0'));
     EXPECT_EQ(take("24 61 62 27"), "00 00 00 00");
-    // A place that is not there: neither what was written before nor nothing at all can be committed to it.
+    // The block is outside the memory: neither the bytes written before nor an empty block can be committed
+    // to it.
     EXPECT_EQ(select(65535), "\xF1");
     EXPECT_EQ(take("22"), "E2");
     EXPECT_EQ(take("27 22"), "E2 E2");
@@ -296,13 +297,13 @@ TEST(Qzdevice, ASimulationEndsByItself)
 
 TEST(Qzdevice, ASimulationServesAPort)
 {
-    // Two tools back to back would need a cable; the peer plays the host here.
+    // Two tools would need a cable between two ports, so the test itself is the host.
     qztest::LinePeer host;
     Tool tool;
     Result simulated;
     std::thread simulation([&] { simulated = tool.Run({"simulate", "--port", host.Path(), "--log"}); });
     EXPECT_TRUE(qztest::Eventually([&] {
-        // What was sent before the port was set up may be lost.
+        // Bytes that were sent before the port was set up may be lost.
         if (host.Received().empty()) host.Send("\x52");
         os::Sleep(5);
         return !host.Received().empty();

@@ -1,4 +1,4 @@
-// The parts of the monitor without its page; tests/browser has that one.
+// The parts of the monitor except its page, which tests/browser tests.
 
 #include <cmath>
 #include <cstring>
@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "qzmon/device.h"
+#include "qzmon/json_writer.h"
 #include "qzmon/pictures.h"
 #include "qzmon/settings.h"
 #include "qzmon/store.h"
@@ -77,7 +78,7 @@ TEST(MonitorText, NumbersHaveTheDigitsThatMakeThem)
 
 TEST(MonitorText, JsonAndPagesCarryAnyText)
 {
-    const std::string json = qzmon::Json()
+    const std::string json = qzmon::JsonWriter()
                                  .Open()
                                  .Add("a\"", "b\\\n")
                                  .OpenList("l")

@@ -23,11 +23,11 @@ std::string Get(const std::string& host, const std::string& path)
     return "GET " + path + " HTTP/1.1\r\nHost: " + host + "\r\n\r\n";
 }
 
-/// An example server that runs for a test.
+/// An example server that runs during a test.
 class Example : public testing::Test
 {
 protected:
-    /// The port that it tells; 0 when it does not run.
+    /// The port that the server prints; 0 when it does not run.
     unsigned short Start(const std::string& program, const std::string& arguments)
     {
         m_program =

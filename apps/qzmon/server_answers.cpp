@@ -1,10 +1,12 @@
-// What the server answers at each address.
+// The answers of the server, one function for each address.
 
 #include <algorithm>
 
+#include "json_writer.h"
 #include "pictures.h"
 #include "platform.h"
 #include "server.h"
+#include "web_files.h"
 
 namespace qzmon
 {
@@ -44,7 +46,7 @@ QZInt64 RequiredId(const Fields& fields)
     return id;
 }
 
-void AddTable(Json* json, const TablePage& table)
+void AddTable(JsonWriter* json, const TablePage& table)
 {
     json->OpenList("fields");
     for (const std::string& field : table.fields) json->Item(field);
@@ -58,7 +60,7 @@ void AddTable(Json* json, const TablePage& table)
     json->CloseList().Add("count", table.count);
 }
 
-void AddSnapshot(Json* json, const Snapshot& snapshot)
+void AddSnapshot(JsonWriter* json, const Snapshot& snapshot)
 {
     json->Add("id", snapshot.id)
         .Add("time", snapshot.time > 0 ? TimeText(snapshot.time) : std::string())
@@ -66,7 +68,7 @@ void AddSnapshot(Json* json, const Snapshot& snapshot)
 }
 
 /// The caches of a factory as attributes.
-void AddCaches(Json* json, QZJsonObject* status)
+void AddCaches(JsonWriter* json, QZJsonObject* status)
 {
     for (QZInt64 i = 0; i < status->AttrCount(); ++i)
     {
@@ -76,7 +78,7 @@ void AddCaches(Json* json, QZJsonObject* status)
     }
 }
 
-std::string Done() { return Json().Open().Add("done", true).Close().Str(); }
+std::string Done() { return JsonWriter().Open().Add("done", true).Close().Str(); }
 
 }  // namespace
 
@@ -84,7 +86,7 @@ Server::Answer Server::Page(const Fields&)
 {
     Answer answer;
     answer.type = "text/html; charset=utf-8";
-    answer.body = kPageHtml;
+    answer.body = kMonitorHtml;
     return answer;
 }
 
@@ -92,7 +94,7 @@ Server::Answer Server::Style(const Fields&)
 {
     Answer answer;
     answer.type = "text/css; charset=utf-8";
-    answer.body = kPageCss;
+    answer.body = kMonitorCss;
     return answer;
 }
 
@@ -100,22 +102,15 @@ Server::Answer Server::Script(const Fields&)
 {
     Answer answer;
     answer.type = "text/javascript; charset=utf-8";
-    answer.body = kPageJs;
+    answer.body = kMonitorJs;
     return answer;
 }
 
 Server::Answer Server::Icon(const Fields&)
 {
-    QZPixelBlock block(16, 16);
-    block.Fill(0xFFFFFFFFu);
-    const int heights[] = {3, 3, 4, 9, 12, 8, 5, 4, 4, 7, 11, 9, 5, 4};
-    for (int i = 0; i < 14; ++i) block.Fill(i + 1, 14 - heights[i], 1, heights[i], 0xFF2563C9u);
-    QZData* file = block.ToFileBitmap();
     Answer answer;
     answer.type = "image/bmp";
-    answer.body.assign(static_cast<const char*>(file->GetPointer()),
-                       static_cast<std::size_t>(file->GetSize()));
-    QZPixelBlock::Recycle(&file);
+    answer.body = DrawIcon();
     return answer;
 }
 
@@ -151,7 +146,7 @@ Server::Answer Server::GetStatusJson(const Fields&)
 {
     const Status status = m_monitor->GetStatus();
     const Sample latest = m_monitor->Latest();
-    Json json;
+    JsonWriter json;
     json.Open()
         .Add("connected", status.connected)
         .Add("simulated", status.simulated)
@@ -182,7 +177,7 @@ Server::Answer Server::GetSamples(const Fields& fields)
 {
     const QZInt64 seconds =
         NumberOf(fields, "seconds", m_monitor->GetSettings().Number("chart-seconds"), 1, 86400);
-    Json json;
+    JsonWriter json;
     json.Open().OpenList("samples");
     for (const Sample& sample : m_monitor->Recent(seconds))
     {
@@ -200,7 +195,7 @@ Server::Answer Server::GetTable(const Fields& fields)
     const std::string name = FieldOf(fields, "name").empty() ? "samples" : FieldOf(fields, "name");
     const QZInt64 size = NumberOf(fields, "size", m_monitor->GetSettings().Number("rows-per-page"), 1, 200);
     const QZInt64 page = NumberOf(fields, "page", 0, 0, 1000000000);
-    Json json;
+    JsonWriter json;
     json.Open().Add("name", name).Add("page", page).Add("size", size);
     AddTable(&json, m_monitor->GetStore().Rows(name, page, size));
     json.OpenList("tables").Item("samples").Item("parameters").CloseList();
@@ -212,7 +207,7 @@ Server::Answer Server::GetTable(const Fields& fields)
 Server::Answer Server::GetParameters(const Fields&)
 {
     const Status status = m_monitor->GetStatus();
-    Json json;
+    JsonWriter json;
     json.Open().OpenList("channels");
     for (const Channel& channel : status.channels)
         json.Open()
@@ -238,7 +233,7 @@ Server::Answer Server::SetParameter(const Fields& fields)
 Server::Answer Server::GetSnapshots(const Fields&)
 {
     std::vector<Snapshot> snapshots = m_monitor->GetStore().Snapshots();
-    Json json;
+    JsonWriter json;
     json.Open().OpenList("snapshots");
     for (std::size_t i = snapshots.size(); i > 0; --i)
     {
@@ -257,7 +252,7 @@ Server::Answer Server::TakeSnapshot(const Fields& fields)
     const std::string label = FieldOf(fields, "label");
     if (label.size() > kMostLabel) throw Failure{400, "A label has 200 bytes at most."};
     const Snapshot snapshot = m_monitor->TakeSnapshot(label);
-    Json json;
+    JsonWriter json;
     json.Open();
     AddSnapshot(&json, snapshot);
     Answer answer;
@@ -269,7 +264,7 @@ Server::Answer Server::GetPreview(const Fields& fields)
 {
     const Preview preview =
         m_monitor->GetStore().Look(RequiredId(fields), NumberOf(fields, "rows", 8, 1, 200));
-    Json json;
+    JsonWriter json;
     json.Open();
     AddSnapshot(&json, preview.snapshot);
     json.Open("samples");
@@ -291,7 +286,7 @@ Server::Answer Server::Restore(const Fields& fields)
 
 Server::Answer Server::GetLog(const Fields& fields)
 {
-    Json json;
+    JsonWriter json;
     json.Open().OpenList("entries");
     const QZInt64 count = NumberOf(fields, "count", 50, 1, 1000);
     for (const auto& [time, text] : m_monitor->LogEntries(static_cast<std::size_t>(count)))
@@ -305,7 +300,7 @@ Server::Answer Server::GetFigures(const Fields&)
 {
     const StoreFigures store = m_monitor->GetStore().Figures();
     const ProcessFigures process = MeasureProcess();
-    Json json;
+    JsonWriter json;
     json.Open()
         .Add("seconds", static_cast<QZInt64>((QZEnvironment::GetTickCount() - m_start) / 1000))
         .Add("connections", static_cast<QZInt64>(ConnectCount()))
@@ -335,7 +330,7 @@ Server::Answer Server::GetFigures(const Fields&)
 
 Server::Answer Server::GetSettings(const Fields&)
 {
-    Json json;
+    JsonWriter json;
     json.Open().OpenList("settings");
     for (const Setting& setting : Settings::All())
     {

@@ -1,5 +1,7 @@
-#ifndef QZLIB_APPS_QZDB_LOG_H
-#define QZLIB_APPS_QZDB_LOG_H
+#ifndef QZLIB_APPS_QZDB_MARKS_H
+#define QZLIB_APPS_QZDB_MARKS_H
+
+#include <vector>
 
 #include "database.h"
 
@@ -16,10 +18,13 @@ struct Mark
     QZInt64 time = 0;
 };
 
-/// Marks the present state. Failure when the engine refuses, a QZException* when the disk does.
+/// Marks the present state. Throws Failure when the engine refuses, QZException* when the disk fails.
 Mark TakeMark(Database& database, const std::string& label);
 
-/// Goes to a mark. Failure when there is no way.
+/// The marks in the log's list of marks, oldest first. Failure when it is damaged.
+std::vector<Mark> ReadMarks(Database& database, QZInt64 list);
+
+/// Goes back to the state of a mark. Throws Failure when the engine finds no way there.
 void GoToMark(Database& database, const Mark& mark);
 
 /// The mark in words, for messages.

@@ -1,11 +1,11 @@
-#include "box.h"
+#include "boxed_table.h"
 
 #include "text.h"
 
 namespace qzdb
 {
 
-Box::Box(const std::vector<std::string>& columns) : m_table(new QZDataTable())
+BoxedTable::BoxedTable(const std::vector<std::string>& columns) : m_table(new QZDataTable())
 {
     for (const std::string& column : columns)
     {
@@ -14,19 +14,19 @@ Box::Box(const std::vector<std::string>& columns) : m_table(new QZDataTable())
     }
 }
 
-void Box::Add(const std::vector<std::string>& cells)
+void BoxedTable::Add(const std::vector<std::string>& cells)
 {
     QZDataRow* row = m_table->Rows->NewRow();
     for (std::size_t i = 0; i < cells.size(); ++i)
     {
-        // What is not set stays blank.
+        // A cell that is not set is shown blank.
         if (cells[i].empty()) continue;
         const OwnedString text = StringFromUtf8(Visible(cells[i]));
         row->SetElement(static_cast<QZInt64>(i), text.get());
     }
 }
 
-void Box::Show(const Console& console)
+void BoxedTable::Show(const Console& console)
 {
     std::fflush(console.out);
     QZConsole().Write(m_table.get());

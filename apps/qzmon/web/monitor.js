@@ -1,9 +1,4 @@
-#include "server.h"
-
-namespace qzmon
-{
-
-const char* const kPageJs = R"js("use strict";
+"use strict";
 const $ = id => document.getElementById(id);
 
 // ---- Helpers
@@ -54,7 +49,8 @@ function size(bytes) {
   return (unit === 0 ? bytes : bytes.toFixed(1)) + " " + units[unit];
 }
 
-// JSON texts are read without escapes on the other side.
+// The server reads JSON texts without escapes, so a text must not need one.
+// eslint-disable-next-line no-control-regex
 const plain = text => text.replace(/["\\]/g, "'").replace(/[\u0000-\u001f]/g, " ").trim();
 
 // ---- Live
@@ -213,11 +209,9 @@ function restore(one) {
 // ---- Tables
 
 let tablePage = 0;
-let tableCount = 0;
 async function showTable() {
   const name = $("table-name").value;
   const data = await ask(`/api/table?name=${name}&page=${tablePage}`);
-  tableCount = data.count;
   const pages = Math.max(1, Math.ceil(data.count / data.size));
   if (tablePage >= pages) { tablePage = pages - 1; return showTable(); }
   $("table").replaceChildren(...tableOf(data).querySelector("table").children);
@@ -339,6 +333,3 @@ beat();
 attempt(showSettings);
 attempt(showTable);
 slowBeat();
-)js";
-
-}  // namespace qzmon

@@ -1,5 +1,5 @@
-#ifndef QZLIB_TESTS_DEVICE_BENCH_H
-#define QZLIB_TESTS_DEVICE_BENCH_H
+#ifndef QZLIB_TESTS_DEVICE_DEVICE_SETUP_H
+#define QZLIB_TESTS_DEVICE_DEVICE_SETUP_H
 
 /// A device object with the simulated controller at the far end of its line.
 
@@ -15,7 +15,7 @@
 using qzdevice::Controller;
 using qzdevice::Fault;
 
-/// Opens what the class keeps for those who derive from it.
+/// Makes the protected members of the class public.
 class OpenDevice : public QZSerialDevice
 {
 public:
@@ -34,7 +34,7 @@ public:
     void SetBulk() { m_bulk = 1; }
     const QZByte* HostCopy() const { return m_mirror; }
 
-    /// Requests that the call adds reach the queue thread together.
+    /// Holds the queue while `call` adds requests, so that the queue thread gets all of them at once.
     template <typename Call>
     void Hold(Call call)
     {
@@ -51,10 +51,10 @@ constexpr QZInt64 kLineTimeout = 6144;
 constexpr QZInt64 kPortClosed = 1792;
 constexpr QZInt64 kNullPointer = 1792;
 
-class Bench
+class DeviceSetup
 {
 public:
-    Bench()
+    DeviceSetup()
         : peer([this](unsigned char byte) {
               const std::lock_guard<std::mutex> guard(m_lock);
               return controller.Take(byte);
@@ -79,7 +79,7 @@ public:
         controller.Inject({command, occurrence, kind, value, ever});
     }
 
-    /// A controller that lets the host wait: the host gets little patience.
+    /// Makes the controller not answer a command, and the host wait only briefly.
     void Mute(int command)
     {
         Inject(command, Fault::Kind::Mute);
@@ -94,7 +94,7 @@ private:
     std::mutex m_lock;
 };
 
-/// The commands for parameter bytes and their answers: "01 C0" is "31>00 30>00 30>00 3C>00 ".
+/// The log of sending parameter bytes: "01 C0" is "31>00 30>00 30>00 3C>00 ".
 inline std::string Nibbles(const std::string& hex)
 {
     std::string log;
@@ -107,7 +107,7 @@ inline std::string Nibbles(const std::string& hex)
     return log;
 }
 
-/// The reading of all 16 bytes of the return buffer, the given ones and zeros behind them.
+/// The log of reading `count` bytes of the return buffer: the given ones, then zeros.
 inline std::string ReturnBytes(const std::string& hex, int count = 16)
 {
     std::string bytes = qztest::Bytes(hex);
@@ -128,7 +128,7 @@ inline std::string Text(QZString* text)
     return utf8;
 }
 
-/// What the device class threw, with its type in view.
+/// Expects a status as the device class throws it, with type, code and message.
 #define EXPECT_STATUS(statement, status, text)                   \
     do {                                                         \
         const qztest::Thrown thrown_ = QZ_TEST_CATCH(statement); \
@@ -138,7 +138,7 @@ inline std::string Text(QZString* text)
         EXPECT_EQ(thrown_.message, text) << #statement;          \
     } while (false)
 
-/// An update that the device refused: a plain exception with nothing but the message.
+/// Expects the exception of an update that the device refused: it has a message and no code.
 #define EXPECT_UPDATE_FAILURE(statement, text)                   \
     do {                                                         \
         const qztest::Thrown thrown_ = QZ_TEST_CATCH(statement); \

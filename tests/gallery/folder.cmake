@@ -1,0 +1,1 @@
+qz_test_program(gallery PROGRAMS gallery)

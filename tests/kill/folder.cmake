@@ -1,0 +1,4 @@
+# The program kills a copy of itself, and lets the tool check what is left.
+if(NOT WIN32)
+    qz_test_program(kill OWN_MAIN PROGRAMS qzdb)
+endif()
