@@ -150,6 +150,59 @@ public:
     static QZData* TextToData(QZString* text);
     static QZData* TextToData(const QZWChar* text);
 
+    // ---- The strict family, an addition. A host that takes text from people, files or networks reads it
+    // with these.
+
+    /// The whole text as a decimal number: digits with an optional sign, nothing before and nothing after
+    /// them, no white space, no hexadecimal form. No memory is taken for texts of up to 64 units.
+    /// @param value  set only when the result is 1
+    /// @return 1, or 0 for null, for any other text and for a number that does not fit the type
+    static QZBool ParseInt64(const char* text, QZInt64* value);
+    static QZBool ParseInt64(const QZWChar* text, QZInt64* value);
+    static QZBool ParseInt64(QZString* text, QZInt64* value);
+    /// The same without a minus sign.
+    static QZBool ParseUInt64(const char* text, QZUInt64* value);
+    static QZBool ParseUInt64(const QZWChar* text, QZUInt64* value);
+    static QZBool ParseUInt64(QZString* text, QZUInt64* value);
+
+    /// The whole text as the nearest double: an optional sign, digits with an optional "." and an optional
+    /// exponent, or "inf", "infinity" and "nan" in any case. The "." is the point in every locale. A number
+    /// that is too small for a double is 0 with its sign; one that is too large is refused.
+    /// @param value  set only when the result is 1
+    /// @return 1, or 0 for null and for any other text
+    static QZBool ParseDouble(const char* text, double* value);
+    static QZBool ParseDouble(const QZWChar* text, double* value);
+    static QZBool ParseDouble(QZString* text, double* value);
+
+    /// "true", "false" in any case, "1" and "0".
+    /// @param value  set only when the result is 1
+    /// @return 1, or 0 for null and for any other text
+    static QZBool ParseBool(const char* text, QZBool* value);
+    static QZBool ParseBool(const QZWChar* text, QZBool* value);
+    static QZBool ParseBool(QZString* text, QZBool* value);
+
+    /// A date and time by ISO 8601: "YYYY-MM-DD", or that, "T" or a blank, and "hh:mm", "hh:mm:ss" or
+    /// "hh:mm:ss.fff" with one to nine digits of a fraction, which is cut to milliseconds; behind a time "Z"
+    /// or an offset from UTC
+    /// ("+02:00", "+0200", "+02"). Every field is checked against the calendar; years are 1 to 9999.
+    /// @param timestamp  milliseconds from the start of year 1, set only when the result is 1: in UTC where
+    /// the text has
+    ///                   "Z" or an offset, else the date and time as they are written
+    /// @param hasOffset  where it is not null, 1 when the text has "Z" or an offset, else 0
+    /// @return 1, or 0 for null and for any other text
+    static QZBool ParseDateTime(const char* text, QZInt64* timestamp, QZBool* hasOffset = nullptr);
+    static QZBool ParseDateTime(const QZWChar* text, QZInt64* timestamp, QZBool* hasOffset = nullptr);
+    static QZBool ParseDateTime(QZString* text, QZInt64* timestamp, QZBool* hasOffset = nullptr);
+
+    /// The shortest text from which ParseDouble reads the same bits: "0.1", "1e+300", "-0", "inf", "-inf",
+    /// "nan" for every NaN. A new string, given back with Recycle.
+    static QZString* FormatDouble(double value);
+
+    /// "YYYY-MM-DDThh:mm:ss", with ".fff" where there are milliseconds, and with "Z" where `utc` is not 0.
+    /// Empty for what lies outside the years 1 to 9999. A new string, given back with Recycle.
+    /// @param timestamp  milliseconds from the start of year 1
+    static QZString* FormatDateTime(QZInt64 timestamp, QZBool utc);
+
     /// Give back; the variable is cleared. A null in it is a QZLibAssert(false).
     static void Recycle(QZData** data);
     static void Recycle(QZString** text);
