@@ -19,7 +19,11 @@ namespace
 Case* g_case = nullptr;
 
 const Subject kSubjects[] = {
+    {"bytes", RunBytes, 500, 10000},
     {"text", RunText, 600, 12000},
+    {"numbers", RunNumbers, 500, 10000},
+    {"packages", RunPackages, 500, 10000},
+    {"exceptions", RunExceptions, 500, 10000},
     {"engine", RunEngine, 300, 4000},
     {"http", RunHttp, 500, 8000},
 };
