@@ -311,7 +311,7 @@ bool IsPointer(const std::string& type)
            (!type.empty() && type.back() == '*');
 }
 
-/// The argument trace without what no two runs have in common: numbers that stand for a pointer.
+/// The argument trace without what no two runs have in common: numbers that stand for a pointer or an object.
 std::string WithoutPointers(const std::string& types, const std::string& values)
 {
     // A frame is "Class::Method(...)"; frames stand on lines of their own in both.
@@ -329,7 +329,10 @@ std::string WithoutPointers(const std::string& types, const std::string& values)
         if (i == 0 && type.find('(') != std::string::npos) type.erase(0, type.find('(') + 1);
         while (!type.empty() && type.back() == ')') type.pop_back();
         const bool number = close > open && value.find_first_not_of("-0123456789", open) >= close;
-        if (IsPointer(type) && number && close - open > 1) value.replace(open, close - open, "<pointer>");
+        // The key of a lock is an object id.
+        const bool key = i == 0 && types.find("::SetDisposable(") != std::string::npos;
+        if ((key || IsPointer(type)) && number && close - open > 1)
+            value.replace(open, close - open, "<object>");
         text += (i == 0 ? "" : ", ") + value;
     }
     return text;

@@ -19,13 +19,13 @@ namespace
 Case* g_case = nullptr;
 
 const Subject kSubjects[] = {
-    {"bytes", RunBytes, 500, 10000},
-    {"text", RunText, 600, 12000},
-    {"numbers", RunNumbers, 500, 10000},
-    {"packages", RunPackages, 500, 10000},
-    {"exceptions", RunExceptions, 500, 10000},
-    {"engine", RunEngine, 300, 4000},
-    {"http", RunHttp, 500, 8000},
+    {"bytes", RunBytes, 500, 10000},       {"text", RunText, 600, 12000},
+    {"numbers", RunNumbers, 500, 10000},   {"lists", RunLists, 600, 12000},
+    {"packages", RunPackages, 500, 10000}, {"exceptions", RunExceptions, 500, 10000},
+    {"engine", RunEngine, 300, 4000},      {"nodes", RunNodes, 300, 4000},
+    {"tables", RunTables, 300, 4000},      {"http", RunHttp, 500, 8000},
+    {"json", RunJson, 500, 10000},         {"codec", RunCodec, 300, 5000},
+    {"files", RunFiles, 300, 4000},
 };
 
 const Subject* Find(const char* name)
