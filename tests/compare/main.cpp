@@ -24,7 +24,8 @@ const Subject kSubjects[] = {
     {"packages", RunPackages, 500, 10000}, {"exceptions", RunExceptions, 500, 10000},
     {"engine", RunEngine, 300, 4000},      {"nodes", RunNodes, 300, 4000},
     {"tables", RunTables, 300, 4000},      {"http", RunHttp, 500, 8000},
-    {"json", RunJson, 500, 10000},         {"codec", RunCodec, 300, 5000},
+    {"json", RunJson, 500, 10000},         {"pixels", RunPixels, 300, 6000},
+    {"shapes", RunShapes, 300, 6000},      {"codec", RunCodec, 300, 5000},
     {"files", RunFiles, 300, 4000},
 };
 
