@@ -359,6 +359,16 @@ void Table::Run()
             QZString name(std::string(1, static_cast<char>('a' + i)).c_str());
             m_case.Do("FieldAdd", [&] { return m_table->FieldAdd(&name, m_random.Pick(kTypes)); });
         }
+        for (QZInt64 i = m_random.Range(1, 5); i > 0; --i)
+        {
+            const QZInt64 row = m_table->DataAdd();
+            m_rows.push_back(row);
+            for (QZInt64 field = 1; field <= m_table->FieldCount(); ++field)
+            {
+                QZString text(ValueText(m_table->GetFieldType(field)).c_str());
+                m_case.Do("DataSetValue", [&] { return m_table->DataSetValue(row, field, &text); });
+            }
+        }
         void (Table::*const steps[])() = {&Table::Fields, &Table::Keys,   &Table::Rows,   &Table::Rows,
                                           &Table::Values, &Table::Values, &Table::Values, &Table::Order,
                                           &Table::Memory, &Table::Whole};
