@@ -19,14 +19,14 @@ namespace
 Case* g_case = nullptr;
 
 const Subject kSubjects[] = {
-    {"bytes", RunBytes, 500, 10000},       {"text", RunText, 600, 12000},
-    {"numbers", RunNumbers, 500, 10000},   {"lists", RunLists, 600, 12000},
-    {"packages", RunPackages, 500, 10000}, {"exceptions", RunExceptions, 500, 10000},
-    {"engine", RunEngine, 300, 4000},      {"nodes", RunNodes, 300, 4000},
-    {"tables", RunTables, 300, 4000},      {"http", RunHttp, 500, 8000},
-    {"json", RunJson, 500, 10000},         {"pixels", RunPixels, 300, 6000},
-    {"shapes", RunShapes, 300, 6000},      {"codec", RunCodec, 300, 5000},
-    {"files", RunFiles, 300, 4000},
+    {"bytes", RunBytes, 2000, 40000},       {"text", RunText, 3000, 60000},
+    {"numbers", RunNumbers, 2000, 40000},   {"lists", RunLists, 4000, 60000},
+    {"packages", RunPackages, 2000, 30000}, {"exceptions", RunExceptions, 2000, 30000},
+    {"engine", RunEngine, 400, 5000},       {"nodes", RunNodes, 400, 4000},
+    {"tables", RunTables, 300, 4000},       {"http", RunHttp, 3000, 40000},
+    {"json", RunJson, 3000, 50000},         {"pixels", RunPixels, 1000, 20000},
+    {"shapes", RunShapes, 800, 10000},      {"codec", RunCodec, 300, 6000},
+    {"files", RunFiles, 400, 5000},
 };
 
 const Subject* Find(const char* name)

@@ -26,9 +26,24 @@ Wide Needle(Case& c, QZString& text)
 
 QZInt64 Place(Case& c, QZString& text) { return c.random.Range(0, text.GetLength()); }
 
+/// The text or one of its ends, with letters in the other case: what comparisons that ignore the case look
+/// at.
+Wide Turned(Case& c, QZString& text)
+{
+    const auto length = static_cast<std::size_t>(text.GetLength());
+    const auto count = static_cast<std::size_t>(c.random.Range(1, 4));
+    Wide piece(text.GetPointer(), length);
+    if (length > count && c.random.Chance(60))
+        piece = c.random.Chance(50) ? piece.substr(0, count) : piece.substr(length - count);
+    for (QZWChar& unit : piece)
+        if ((unit | 32) >= 'a' && (unit | 32) <= 'z' && unit < 128 && c.random.Chance(50))
+            unit = static_cast<QZWChar>(unit ^ 32);
+    return piece.c_str();
+}
+
 void Search(Case& c, QZString& text)
 {
-    const Wide needle = Needle(c, text);
+    const Wide needle = c.random.Chance(30) ? Turned(c, text) : Needle(c, text);
     const QZBool ignore = static_cast<QZBool>(c.random.Below(2));
     const QZInt64 start = c.random.Range(-1, text.GetLength() + 1);
     const QZWChar unit = needle.empty() ? 0 : needle[0];
