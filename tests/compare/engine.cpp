@@ -142,6 +142,7 @@ bool Engine::Open()
 
 void Engine::Close()
 {
+    m_case.Value("write protection", m_channel->G_WS());
     m_case.Do("Close", [&] { QZChannel::Close(&m_channel); });
     m_channel = nullptr;
     m_case.File("file", kPath);
