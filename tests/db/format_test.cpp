@@ -14,7 +14,7 @@ struct Row
     QZInt64 value;
 };
 
-// By address, so that every constant is proved to exist as an object that hosts can link.
+// Pointers, so that the test fails to link when a constant does not exist as an object.
 const Row rows[] = {
     {"DBV_ADDR", &QZDatabaseInfo::DBV_ADDR, 0},
     {"DBV_POSITION", &QZDatabaseInfo::DBV_POSITION, 0},
@@ -219,7 +219,7 @@ TEST(DatabaseFormat, MarksAreSingleBytes)
     EXPECT_EQ(QZDatabaseInfo::MARK_DATA, '&');
 }
 
-TEST(DatabaseFormat, NamesThatShareAValueAreBothThere)
+TEST(DatabaseFormat, NamesThatShareAValueBothExist)
 {
     EXPECT_EQ(QZDatabaseInfo::ERROR_FILE_ACCESS, QZDatabaseInfo::BAD_PARAMETER);
     EXPECT_EQ(QZDatabaseInfo::CHAR_ERROR, QZDatabaseInfo::GET_INFO_FROM_HD_FILED);
