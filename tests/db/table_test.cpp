@@ -224,7 +224,7 @@ TEST_F(DbTable, NullArgumentsCallTheAssertHook)
     QZSNode::Recycle(&text);
     QZSNode::Recycle(&data);
     EXPECT_EQ(asserts, 12);
-    QZLibSetFunctionAssert(FailOnBrokenAssertion);
+    QZLibSetFunctionAssert(FailOnFailedAssertion);
 }
 
 TEST_F(DbTable, TracesShowTheArguments)

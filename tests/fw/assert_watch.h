@@ -18,7 +18,7 @@ public:
             if (!condition) ++Failed();
         });
     }
-    ~AssertWatch() { QZLibSetFunctionAssert(&FailOnBrokenAssertion); }
+    ~AssertWatch() { QZLibSetFunctionAssert(&FailOnFailedAssertion); }
     AssertWatch(const AssertWatch&) = delete;
     AssertWatch& operator=(const AssertWatch&) = delete;
 
