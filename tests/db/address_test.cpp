@@ -96,7 +96,7 @@ TEST_F(AddressTest, EqualContentIsStoredTwiceAndUnlinkFreesNoSpace)
     const QZInt64 length = Console()->GetLength();
     Link()->Unlink(second);
     EXPECT_EQ(Console()->GetLength(), length);
-    ExpectSound(hd, {first});
+    ExpectConsistent(hd, {first});
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -127,7 +127,7 @@ protected:
         Console()->SetWriteProtect(0);
         Address()->PutRaw(16, 480);
         EXPECT_EQ(qztest::Difference(File(), m_image), "");
-        ExpectSound(m_hd, {});
+        ExpectConsistent(m_hd, {});
     }
 
     QZInt64 m_hd = 0;

@@ -158,7 +158,7 @@ TEST_F(DataTest, HeadUnderAPlaceRecord)
     const QZInt64 child = Data()->NewHDForPD(pd);
     EXPECT_EQ(Read()->ReadPD(kSideThis, pd, QZDatabaseInfo::PD_HD_A), child);
     EXPECT_EQ(Read()->ReadHD(kSideThis, child, QZDatabaseInfo::HD_PREV), pd);
-    ExpectSound(child, {});
+    ExpectConsistent(child, {});
 }
 
 TEST_F(DataTest, RecordsStartAt15Modulo16ForEveryContentLength)
@@ -175,7 +175,7 @@ TEST_F(DataTest, RecordsStartAt15Modulo16ForEveryContentLength)
         EXPECT_EQ((Read()->ReadData(kSideThis, cd, QZDatabaseInfo::DATA_END) - cd) % 16, 9);
         EXPECT_EQ(Chars()->Length(cd + 13), size);
     }
-    ExpectSound(hd, records);
+    ExpectConsistent(hd, records);
 }
 
 TEST_F(DataTest, BytesAfterTheFileLengthAreIgnored)
@@ -185,7 +185,7 @@ TEST_F(DataTest, BytesAfterTheFileLengthAreIgnored)
     ASSERT_TRUE(Open());
     const QZInt64 hd = Data()->NewHD(0);
     const QZInt64 ld = Data()->NewLD(hd);
-    ExpectSound(hd, {ld});
+    ExpectConsistent(hd, {ld});
     EXPECT_EQ(m_objects->Repair()->TypeOf(kSideThis, ld), QZDatabaseInfo::DATA_LD);
     EXPECT_EQ(Console()->GetErrorCount(), 0);
 }
@@ -303,7 +303,7 @@ TEST_F(DataLogTest, LogRecordsAreNotLogged)
 {
     ASSERT_EQ(Data()->NewRD(1055, 0, 1, 2), 1103);
     EXPECT_TRUE(Log().empty());
-    ExpectSound(1055, {1103});
+    ExpectConsistent(1055, {1103});
 }
 
 TEST_F(DataLogTest, HeadUnderAPlaceRecordLogsOneChange)
@@ -350,7 +350,7 @@ TEST_F(DataTest, ReplacedContentIsReadThroughTheSlot)
     EXPECT_GT(Console()->GetLength(), between);
     EXPECT_EQ(Chars()->Length(cd + 25), 0);
     EXPECT_NE(File().find("0123456789"), std::string::npos) << "the old bytes must stay in the file";
-    ExpectSound(hd, {cd});
+    ExpectConsistent(hd, {cd});
 }
 
 TEST_F(DataTest, ReplacedContentOfAPlaceRecordIsOwnedByTheRecord)

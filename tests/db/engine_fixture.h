@@ -142,7 +142,7 @@ protected:
     }
 
     /// Expects that the list has these records and that its links, heads and end agree.
-    void ExpectSound(QZInt64 hd, const std::vector<QZInt64>& records)
+    void ExpectConsistent(QZInt64 hd, const std::vector<QZInt64>& records)
     {
         EXPECT_EQ(List(hd), records);
         const QZInt64 a = Address()->Length();

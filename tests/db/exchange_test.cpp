@@ -87,7 +87,7 @@ protected:
 
     /// Expects that every record below a list passes the structure check; for log records the check returns
     /// UNKNOWN.
-    void ExpectSound(QZInt64 hd)
+    void ExpectValidRecords(QZInt64 hd)
     {
         EXPECT_EQ(m_channel->CK(1, hd), Info::NORMAL) << hd;
         for (const QZInt64 record : List(hd))
@@ -95,9 +95,10 @@ protected:
             const QZInt64 type = m_channel->G_T(1, record);
             EXPECT_EQ(m_channel->CK(1, record), type == Info::DATA_RD ? Info::UNKNOWN : Info::NORMAL)
                 << record;
-            if (type == Info::DATA_AD) ExpectSound(A(record, Info::AD_FREE));
-            if (type == Info::DATA_LD) ExpectSound(A(record, Info::LD_LDS));
-            if (type == Info::DATA_PD && A(record, Info::PD_HD_A) != 0) ExpectSound(A(record, Info::PD_HD_A));
+            if (type == Info::DATA_AD) ExpectValidRecords(A(record, Info::AD_FREE));
+            if (type == Info::DATA_LD) ExpectValidRecords(A(record, Info::LD_LDS));
+            if (type == Info::DATA_PD && A(record, Info::PD_HD_A) != 0)
+                ExpectValidRecords(A(record, Info::PD_HD_A));
         }
     }
 
@@ -157,7 +158,7 @@ TEST_P(ExchangeImage, OpensAndPassesEveryCheck)
     EXPECT_EQ(info->AddrMode, GetParam().AddressMode);
     EXPECT_EQ(info->Rollback, 1);
     m_channel->Recycle(&info);
-    ExpectSound(31);
+    ExpectValidRecords(31);
     EXPECT_EQ(m_channel->G_EN(), 0);
 }
 
@@ -196,7 +197,7 @@ TEST_P(ExchangeImage, AcceptsFurtherWrites)
     Reopen();
     EXPECT_EQ(Get(Roots().at(2), Info::PD_DATA), "added elsewhere");
     EXPECT_EQ(SecondText(), kLongText);
-    ExpectSound(31);
+    ExpectValidRecords(31);
     EXPECT_EQ(m_channel->G_EN(), 0);
 }
 

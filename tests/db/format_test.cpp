@@ -15,7 +15,7 @@ struct Row
 };
 
 // Pointers, so that the test fails to link when a constant does not exist as an object.
-const Row rows[] = {
+const Row kRows[] = {
     {"DBV_ADDR", &QZDatabaseInfo::DBV_ADDR, 0},
     {"DBV_POSITION", &QZDatabaseInfo::DBV_POSITION, 0},
     {"DBAM_ADDR", &QZDatabaseInfo::DBAM_ADDR, 1},
@@ -208,7 +208,7 @@ const Row rows[] = {
 
 TEST(DatabaseFormat, EveryConstantHasItsValue)
 {
-    for (const Row& row : rows) EXPECT_EQ(*row.constant, row.value) << row.name;
+    for (const Row& row : kRows) EXPECT_EQ(*row.constant, row.value) << row.name;
 }
 
 TEST(DatabaseFormat, MarksAreSingleBytes)

@@ -12,8 +12,8 @@ class Container : public ::testing::Test
 protected:
     void TearDown() override
     {
-        while (list.Pop()) continue;
-        while (other.Pop()) continue;
+        while (list.Pop() != nullptr) continue;
+        while (other.Pop() != nullptr) continue;
     }
 
     /// Expects these objects in this order, forward and backward.

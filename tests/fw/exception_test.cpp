@@ -325,7 +325,7 @@ TEST(Exception, RecycleClearsTheVariableAndAssertsNotNull)
     EXPECT_EQ(json, nullptr);
 }
 
-class Stranger : public QZJsonException
+class UnregisteredException : public QZJsonException
 {
 public:
     QZInt64 GetType() override { return 0x7654321; }
@@ -333,10 +333,10 @@ public:
 
 TEST(Exception, RecycleOfAnUnregisteredTypeThrowsUnknownType)
 {
-    QZException* stranger = new Stranger();
-    QZException* kept = stranger;
+    QZException* unregistered = new UnregisteredException();
+    QZException* kept = unregistered;
     EXPECT_QZ_THROW(F::Recycle(&kept), 5888);
-    EXPECT_EQ(kept, stranger);
+    EXPECT_EQ(kept, unregistered);
     static int recycled;
     recycled = 0;
     auto count = [](QZObject* object) {

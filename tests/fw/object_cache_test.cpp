@@ -290,7 +290,7 @@ TEST(ObjectCache, LargestTimeoutNeverExpires)
     std::thread waiter([&] {
         QZObject* object = cache.Out();
         got = object != nullptr;
-        if (object) cache.In(&object);
+        if (object != nullptr) cache.In(&object);
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     EXPECT_FALSE(got);

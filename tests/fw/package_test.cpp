@@ -18,7 +18,7 @@ QZData DataOf(std::string_view hex)
 /// Returns the bytes of a buffer as hex, "null" for no buffer, and recycles the buffer.
 std::string Take(QZData* data)
 {
-    if (!data) return "null";
+    if (data == nullptr) return "null";
     std::string shown = qztest::Hex(data->GetPointer(), static_cast<std::size_t>(data->GetSize()));
     QZPackage::Recycle(&data);
     EXPECT_EQ(data, nullptr);

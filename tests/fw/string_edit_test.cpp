@@ -184,11 +184,11 @@ TEST(StringInsert, OfAStringIntoItself)
 
 TEST(StringInsert, IndexOutOfRangeIsNotRefused)
 {
-    QZString behind(QZ_W("abc"));
-    behind.Insert(4, QZ_W("xyz"));
-    EXPECT_EQ(behind.GetLength(), 6);
-    EXPECT_BYTES(behind.GetPointer(), 14, "6100 6200 6300 0000 7800 7900 0000");
-    EXPECT_TRUE(behind.Check());
+    QZString pastEnd(QZ_W("abc"));
+    pastEnd.Insert(4, QZ_W("xyz"));
+    EXPECT_EQ(pastEnd.GetLength(), 6);
+    EXPECT_BYTES(pastEnd.GetPointer(), 14, "6100 6200 6300 0000 7800 7900 0000");
+    EXPECT_TRUE(pastEnd.Check());
 
     QZString before(QZ_W("abc"));
     before.Insert(-1, QZ_W("xy"));

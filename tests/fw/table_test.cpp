@@ -31,7 +31,8 @@ protected:
 
 std::string Bytes(QZData* data)
 {
-    return data ? qztest::Hex(data->GetPointer(), static_cast<std::size_t>(data->GetSize())) : "null";
+    return data != nullptr ? qztest::Hex(data->GetPointer(), static_cast<std::size_t>(data->GetSize()))
+                           : "null";
 }
 
 TEST(EmptyTable, HasNoColumnsRowsOrName)

@@ -165,7 +165,7 @@ TEST(DateTime, EveryDayOf3300YearsRoundTrips)
 }
 
 /// Whether year, month and day of the timestamp are these.
-bool ReadsAs(QZInt64 timestamp, QZInt64 year, QZInt64 month, QZInt64 day)
+bool HasDate(QZInt64 timestamp, QZInt64 year, QZInt64 month, QZInt64 day)
 {
     return QZDateTime::GetYear(timestamp) == year && QZDateTime::GetMonth(timestamp) == month &&
            QZDateTime::GetDay(timestamp) == day;
@@ -188,11 +188,11 @@ TEST(DateTime, EveryDayBeforeYear1ReadsByTheFormulasForNegativeYears)
             {
                 --day;
                 const QZInt64 timestamp = day * kDay;
-                const bool start = year < 0 && month == 1 && d == 1 ? ReadsAs(timestamp, year - 1, 12, 32)
-                                                                    : ReadsAs(timestamp, year, month, d);
+                const bool start = year < 0 && month == 1 && d == 1 ? HasDate(timestamp, year - 1, 12, 32)
+                                                                    : HasDate(timestamp, year, month, d);
                 const bool inside = year == -1 && month == 12 && d == 31
-                                        ? ReadsAs(timestamp + 1, 0, 1, 0)
-                                        : ReadsAs(timestamp + 1, year, month, d);
+                                        ? HasDate(timestamp + 1, 0, 1, 0)
+                                        : HasDate(timestamp + 1, year, month, d);
                 ASSERT_TRUE(start && inside)
                     << year << "-" << month << "-" << d << " read as " << QZDateTime::GetYear(timestamp)
                     << "-" << QZDateTime::GetMonth(timestamp) << "-" << QZDateTime::GetDay(timestamp);
