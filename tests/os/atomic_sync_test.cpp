@@ -51,7 +51,7 @@ private:
         if (!hit || self->m_fault == Fault::None) return true;
         if (self->m_fault == Fault::IsShort)
         {
-            if (size && *size > 1) *size /= 2;
+            if (size != nullptr && *size > 1) *size /= 2;
             return true;
         }
         *error = 5;
@@ -86,7 +86,7 @@ public:
 
     void Write(QZInt64 offset, const std::string& bytes)
     {
-        if (!m_buffer) return;
+        if (m_buffer == nullptr) return;
         const auto at = static_cast<std::size_t>(offset);
         // The write may evict a block, which syncs before the new bytes are in the buffer; a write that fails
         // may have done so too.
@@ -98,14 +98,14 @@ public:
 
     void Sync()
     {
-        if (!m_buffer) return;
+        if (m_buffer == nullptr) return;
         m_allowed.insert(HashOf(m_now));
         if (Try([&] { m_buffer->Sync(); })) m_allowed = {HashOf(m_now)};
     }
 
     void Close()
     {
-        if (!m_buffer) return;
+        if (m_buffer == nullptr) return;
         m_allowed.insert(HashOf(m_now));
         if (Try([&] { QZFileBuffer::Close(&m_buffer); })) m_allowed = {HashOf(m_now)};
         m_buffer = nullptr;
@@ -114,7 +114,7 @@ public:
     /// Closes the buffer and ignores failures, as if the process had died.
     void Forget()
     {
-        if (m_buffer) Try([&] { QZFileBuffer::Close(&m_buffer); });
+        if (m_buffer != nullptr) Try([&] { QZFileBuffer::Close(&m_buffer); });
         m_buffer = nullptr;
     }
 

@@ -42,7 +42,7 @@ public:
     }
     ~OpenBuffer()
     {
-        if (m_buffer) QZFileBuffer::Close(&m_buffer);
+        if (m_buffer != nullptr) QZFileBuffer::Close(&m_buffer);
     }
     OpenBuffer(const OpenBuffer&) = delete;
     OpenBuffer& operator=(const OpenBuffer&) = delete;

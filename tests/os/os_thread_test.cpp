@@ -47,13 +47,13 @@ void Two(void* first, void* second)
     ++g_calls;
 }
 
-void UntilReleased()
+void RunUntilReleased()
 {
     ++g_calls;
     while (!g_release) QZThread::Sleep(1);
 }
 
-void ForEver()
+void RunForever()
 {
     ++g_calls;
     for (;;) QZThread::Sleep(1);
@@ -122,7 +122,7 @@ TEST_F(ThreadTest, CreateReturnsZeroWhenThePlatformFails)
 
 TEST_F(ThreadTest, ThreadKeepsRunningAfterClose)
 {
-    long long thread = QZThread::Create(UntilReleased);
+    long long thread = QZThread::Create(RunUntilReleased);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
     QZThread::Close(thread);
     g_release = true;
@@ -141,7 +141,7 @@ TEST_F(ThreadTest, WaitForThreadsEndReturnsAtOnceWithoutThreads)
 TEST_F(ThreadTest, WaitForThreadsEndWaitsForTheLastThread)
 {
     long long threads[3];
-    for (long long& thread : threads) thread = QZThread::Create(UntilReleased);
+    for (long long& thread : threads) thread = QZThread::Create(RunUntilReleased);
     ASSERT_TRUE(Eventually([] { return g_calls == 3; }));
     std::atomic<bool> back{false};
     std::thread waiter([&] {
@@ -160,7 +160,7 @@ TEST_F(ThreadTest, ManyThreadsAreCounted)
 {
     constexpr int kMany = 100;
     std::vector<long long> threads;
-    for (int i = 0; i < kMany; ++i) threads.push_back(QZThread::Create(UntilReleased));
+    for (int i = 0; i < kMany; ++i) threads.push_back(QZThread::Create(RunUntilReleased));
     ASSERT_TRUE(Eventually([] { return g_calls == kMany; }));
     g_release = true;
     QZThread::WaitForThreadsEnd();
@@ -169,7 +169,7 @@ TEST_F(ThreadTest, ManyThreadsAreCounted)
 
 TEST_F(ThreadTest, TerminatedThreadIsNotCountedAsRunning)
 {
-    long long thread = QZThread::Create(ForEver);
+    long long thread = QZThread::Create(RunForever);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
     EXPECT_EQ(QZThread::Terminate(thread), 1);
     EXPECT_TRUE(os::ThreadWait(thread, 0));
@@ -186,7 +186,7 @@ struct Witness
 void HoldWitness()
 {
     Witness witness;
-    ForEver();
+    RunForever();
 }
 
 TEST_F(ThreadTest, TerminatedThreadRunsNoDestructors)
@@ -202,7 +202,7 @@ TEST_F(ThreadTest, TerminatedThreadRunsNoDestructors)
 void HoldGlobalMutex()
 {
     QZThread::Lock();
-    ForEver();
+    RunForever();
 }
 
 TEST_F(ThreadTest, GlobalMutexOfATerminatedThreadIsReleased)
@@ -237,7 +237,7 @@ TEST_F(ThreadTest, TerminateOfTheOwnThreadDoesNotReturn)
 TEST_F(ThreadTest, TerminateReturnsZeroOnFailure)
 {
     EXPECT_EQ(QZThread::Terminate(0), 0);
-    long long thread = QZThread::Create(UntilReleased);
+    long long thread = QZThread::Create(RunUntilReleased);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
     {
         Hooks hooks;
@@ -290,7 +290,7 @@ TEST_F(ThreadTest, SuspendsAreCounted)
 
 TEST_F(ThreadTest, SuspendBeyondTheLimitFails)
 {
-    long long thread = QZThread::Create(UntilReleased);
+    long long thread = QZThread::Create(RunUntilReleased);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
     int suspends = 0;
     while (suspends < 1000 && os::ThreadSuspend(thread)) ++suspends;
@@ -303,7 +303,7 @@ TEST_F(ThreadTest, SuspendBeyondTheLimitFails)
 
 TEST_F(ThreadTest, SuspendedThreadCanBeTerminated)
 {
-    long long thread = QZThread::Create(ForEver);
+    long long thread = QZThread::Create(RunForever);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
     EXPECT_TRUE(os::ThreadSuspend(thread));
     os::Sleep(10);
@@ -314,7 +314,7 @@ TEST_F(ThreadTest, SuspendedThreadCanBeTerminated)
 
 TEST_F(ThreadTest, WaitEndsAtItsTimeout)
 {
-    long long thread = QZThread::Create(UntilReleased);
+    long long thread = QZThread::Create(RunUntilReleased);
     auto start = Clock::now();
     EXPECT_FALSE(os::ThreadWait(thread, 50));
     EXPECT_GE(MillisecondsSince(start), 45);

@@ -24,7 +24,7 @@ public:
     }
     ~OpenStream()
     {
-        if (m_stream) QZFileStream::Close(&m_stream);
+        if (m_stream != nullptr) QZFileStream::Close(&m_stream);
     }
     OpenStream(const OpenStream&) = delete;
     OpenStream& operator=(const OpenStream&) = delete;
