@@ -340,7 +340,7 @@ protected:
     std::vector<int> AreaOf(const QZWChar* key)
     {
         const QZRectangle* area = MarkOf(key)->GetArea();
-        if (!area) return {};
+        if (area == nullptr) return {};
         return {area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight()};
     }
 

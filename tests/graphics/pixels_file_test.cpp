@@ -110,7 +110,7 @@ TEST(PixelFile, DamagedHeadersReadOnlyTheBytesOfTheFile)
 
 std::string Show(const QZRectangle* r)
 {
-    if (!r) return "none";
+    if (r == nullptr) return "none";
     return std::to_string(r->GetX()) + "," + std::to_string(r->GetY()) + " " + std::to_string(r->GetWidth()) +
            "x" + std::to_string(r->GetHeight());
 }

@@ -32,7 +32,7 @@ Points PointsOf(const QZShape& shape)
 Area AreaOf(const QZShape& shape)
 {
     const QZRectangle* area = shape.GetArea();
-    if (!area) return {};
+    if (area == nullptr) return {};
     return {area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight()};
 }
 

@@ -35,7 +35,7 @@ Colors ColorsOf(const QZShape& shape)
 Area AreaOf(const QZShape& shape)
 {
     const QZRectangle* area = shape.GetArea();
-    if (!area) return {};
+    if (area == nullptr) return {};
     return {area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight()};
 }
 
