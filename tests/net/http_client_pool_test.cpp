@@ -65,10 +65,10 @@ protected:
 };
 
 /// Sends a request on its own thread.
-class Busy
+class RequestThread
 {
 public:
-    Busy(QZHttpClientPool* pool, const std::string& url)
+    RequestThread(QZHttpClientPool* pool, const std::string& url)
         : m_thread([this, pool, url] { m_content = Ask(pool, url); })
     {}
     /// Waits for the response and returns its content.
@@ -122,7 +122,7 @@ TEST(HttpClientPool, OpensASecondClientWhileTheFirstIsWorking)
     Gate gate;
     ScriptedServer server({gate.Holding("a"), Answering("b", 2)});
     CountingPool pool;
-    Busy busy(&pool, server.Url("/"));
+    RequestThread busy(&pool, server.Url("/"));
     ASSERT_TRUE(gate.Asked(1));
     EXPECT_EQ(Ask(&pool, server.Url("/")), "b");
     EXPECT_EQ(pool.Count(), 2);
@@ -220,7 +220,7 @@ TEST(HttpClientPool, CollectClosesIdleClientsOnly)
     Gate gate;
     ScriptedServer server({gate.Holding("a"), Answering("b", 1)});
     CountingPool pool;
-    Busy busy(&pool, server.Url("/"));
+    RequestThread busy(&pool, server.Url("/"));
     ASSERT_TRUE(gate.Asked(1));
     EXPECT_EQ(Ask(&pool, server.Url("/")), "b");
     pool.Collect();
@@ -238,7 +238,7 @@ TEST(HttpClientPool, CloseAllLetsAPendingRequestFinish)
     Gate gate;
     ScriptedServer server({gate.Holding("a"), Answering("b", 1), Answering("c", 1)});
     CountingPool pool;
-    Busy busy(&pool, server.Url("/"));
+    RequestThread busy(&pool, server.Url("/"));
     ASSERT_TRUE(gate.Asked(1));
     EXPECT_EQ(Ask(&pool, server.Url("/")), "b");
     pool.CloseAll();

@@ -31,7 +31,7 @@ void Connect(QZHttpClient* client, const ScriptedServer& server)
 }
 
 /// Status, headers and content, with "/" between them.
-std::string Told(QZHttpResponse* response)
+std::string Summary(QZHttpResponse* response)
 {
     return Utf8(response->GetStatus()) + "/" + HeadersOf(response->GetHeaders()) + "/" +
            BytesOf(response->GetContent());
@@ -41,15 +41,15 @@ std::string Ask(QZHttpClient* client)
 {
     const auto request = NewRequest();
     QZHttpResponse* response = client->Request(request.Get());
-    std::string told = Told(response);
+    std::string result = Summary(response);
     client->Recycle(&response);
     EXPECT_EQ(response, nullptr);
-    return told;
+    return result;
 }
 
 /// Sends these bytes as a response, in pieces, and returns what the client reads. The server keeps the
 /// connection open.
-std::string Answered(std::string_view bytes, std::size_t pieces = std::string::npos)
+std::string ReadResponse(std::string_view bytes, std::size_t pieces = std::string::npos)
 {
     const Pauses pauses;
     ScriptedServer server({[=](Peer& peer) {
@@ -57,15 +57,15 @@ std::string Answered(std::string_view bytes, std::size_t pieces = std::string::n
         peer.SendPieces(bytes, pieces);
         peer.WaitForEnd();
     }});
-    std::string told;
+    std::string result;
     {
         QZHttpClient client;
         Connect(&client, server);
-        told = Ask(&client);
+        result = Ask(&client);
         EXPECT_EQ(client.GetFailCount(), 0);
     }
     EXPECT_EQ(server.Connections(), 1);
-    return told;
+    return result;
 }
 
 Script Answering(std::string response)
@@ -111,7 +111,7 @@ TEST(HttpClient, SendsTheRequestAndReceivesByLength)
         request->SetUrl(Str("/p?q=1"));
         request->SetContent("abc", 3);
         const Held<QZHttpResponse> response(client.Request(request.Get()));
-        EXPECT_EQ(Told(response.Get()), "404 Not Found /X: y|Content-Length: 4/body");
+        EXPECT_EQ(Summary(response.Get()), "404 Not Found /X: y|Content-Length: 4/body");
         EXPECT_EQ(CookiesOf(response->GetCookies()), "a=b path= domain= expires=");
         EXPECT_FALSE(client.IsWorking());
     }
@@ -123,37 +123,38 @@ TEST(HttpClient, HeadAndContentMayArriveInAnyPieces)
 {
     const std::string answer = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n0123456789";
     for (std::size_t size : {1u, 3u, 41u, 1000u})
-        EXPECT_EQ(Answered(answer, size), "200 OK /Content-Length: 10/0123456789") << size;
+        EXPECT_EQ(ReadResponse(answer, size), "200 OK /Content-Length: 10/0123456789") << size;
 }
 
 TEST(HttpClient, ReceivesLargeContent)
 {
     std::string content(3000000, 'x');
     for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>('a' + i % 23);
-    const std::string told = Answered("HTTP/1.1 200 OK\r\nContent-Length: 3000000\r\n\r\n" + content);
-    EXPECT_TRUE(told == "200 OK /Content-Length: 3000000/" + content) << told.size();
+    const std::string result = ReadResponse("HTTP/1.1 200 OK\r\nContent-Length: 3000000\r\n\r\n" + content);
+    EXPECT_TRUE(result == "200 OK /Content-Length: 3000000/" + content) << result.size();
 }
 
 TEST(HttpClient, ContentLengthZeroEndsAfterTheHead)
 {
-    EXPECT_EQ(Answered("HTTP/1.1 204 No Content\r\nContent-Length: 0\r\n\r\n"),
+    EXPECT_EQ(ReadResponse("HTTP/1.1 204 No Content\r\nContent-Length: 0\r\n\r\n"),
               "204 No Content /Content-Length: 0/");
 }
 
 TEST(HttpClient, ResponseWithoutLengthOrChunksEndsAfterTheHead)
 {
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nX: y\r\n\r\n"), "200 OK /X: y/");
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\n\r\nwhat came along"), "200 OK //what came along");
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nX: y\r\n\r\n"), "200 OK /X: y/");
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\n\r\nwhat came along"), "200 OK //what came along");
     // The name is compared with case, and only in the head.
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\ncontent-length: 9\r\n\r\nab"), "200 OK /content-length: 9/ab");
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\n\r\nContent-Length: 9"), "200 OK //Content-Length: 9");
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\ncontent-length: 9\r\n\r\nab"), "200 OK /content-length: 9/ab");
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\n\r\nContent-Length: 9"), "200 OK //Content-Length: 9");
 }
 
 TEST(HttpClient, BytesAfterTheLengthAreAddedToTheContent)
 {
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nokHTTP/1.1"),
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nokHTTP/1.1"),
               "200 OK /Content-Length: 2/okHTTP/1.1");
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nContent-Length: -7\r\n\r\nok"), "200 OK /Content-Length: -7/ok");
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nContent-Length: -7\r\n\r\nok"),
+              "200 OK /Content-Length: -7/ok");
 }
 
 TEST(HttpClient, ChunksAreJoined)
@@ -162,14 +163,14 @@ TEST(HttpClient, ChunksAreJoined)
         "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
         "3\r\nabc\r\nA\r\n0123456789\r\n1\r\n!\r\n0\r\n\r\n";
     for (std::size_t size : {1u, 2u, 5u, 50u, 1000u})
-        EXPECT_EQ(Answered(answer, size),
+        EXPECT_EQ(ReadResponse(answer, size),
                   "200 OK /Transfer-Encoding: chunked|Content-Length: 14/abc0123456789!")
             << size;
 }
 
 TEST(HttpClient, LastChunkNeedsNoEmptyLine)
 {
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nTransfer-Encoding: Chunked\r\n\r\n0\r\n"),
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nTransfer-Encoding: Chunked\r\n\r\n0\r\n"),
               "200 OK /Transfer-Encoding: Chunked|Content-Length: 0/");
 }
 
@@ -183,16 +184,16 @@ TEST(HttpClient, ReceivesManyChunks)
         answer += "10000\r\n" + chunk + "\r\n";
         content += chunk;
     }
-    const std::string told = Answered(answer + "0\r\n\r\n");
-    EXPECT_TRUE(told == "200 OK /Transfer-Encoding: chunked|Content-Length: 3932160/" + content)
-        << told.size();
+    const std::string result = ReadResponse(answer + "0\r\n\r\n");
+    EXPECT_TRUE(result == "200 OK /Transfer-Encoding: chunked|Content-Length: 3932160/" + content)
+        << result.size();
 }
 
 TEST(HttpClient, OtherTransferEncodingsAreNotDecoded)
 {
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\nContent-Length: 3\r\n\r\nabc"),
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\nContent-Length: 3\r\n\r\nabc"),
               "200 OK /Transfer-Encoding: gzip|Content-Length: 3/abc");
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\n\r\nabc"),
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\n\r\nabc"),
               "200 OK /Transfer-Encoding: gzip/abc");
 }
 
@@ -475,12 +476,12 @@ TEST(Http, RequestUsesItsOwnConnection)
     request->SetUrl(Str(server.Url("/a?b=c")));
     {
         const Held<QZHttpResponse> response(QZHttp::Request(request.Get(), 30000));
-        EXPECT_EQ(Told(response.Get()), "200 OK /Content-Length: 2/ok");
+        EXPECT_EQ(Summary(response.Get()), "200 OK /Content-Length: 2/ok");
     }
     request->SetUrl(Str("http://localhost:" + std::to_string(server.Port())));
     {
         const Held<QZHttpResponse> response(QZHttp::Request(request.Get()));
-        EXPECT_EQ(Told(response.Get()), "200 OK /Content-Length: 2/ok");
+        EXPECT_EQ(Summary(response.Get()), "200 OK /Content-Length: 2/ok");
     }
     server.Stop();
     EXPECT_EQ(seen, "GET /a?b=c HTTP/1.1\r\nContent-Length: 0\r\n\r\n");

@@ -51,7 +51,7 @@ public:
     }
 
     QZHttpRequest* Request() const { return m_request; }
-    void Answered()
+    void RecycleRequest()
     {
         m_connect->Recycle(&m_request);
         m_end = 0;
@@ -259,7 +259,7 @@ TEST(HttpConnection, ConnectionStaysLockedUntilTheRequestIsRecycled)
     });
     os::Sleep(30);
     EXPECT_FALSE(through);
-    connect.Answered();
+    connect.RecycleRequest();
     EXPECT_EQ(connect.Request(), nullptr);
     other.join();
     EXPECT_TRUE(through);
@@ -290,7 +290,7 @@ TEST(HttpConnection, RequestObjectIsReused)
     Connection connect;
     ASSERT_EQ(connect.Append("GET /1 HTTP/1.1\r\n\r\n"), 0);
     QZHttpRequest* first = connect.Request();
-    connect.Answered();
+    connect.RecycleRequest();
     ASSERT_EQ(connect.Append("GET /2 HTTP/1.1\r\n\r\n"), 0);
     EXPECT_EQ(connect.Request(), first);
     EXPECT_QZ_TEXT(connect.Request()->GetUrl()->GetPath(), "/2");

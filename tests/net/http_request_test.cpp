@@ -290,8 +290,9 @@ TEST(HttpRequest, RecycleKeepsItsOwnParts)
     r->Recycle(&header);
     r->Recycle(&headers);
     r->Recycle(&cookies);
-    EXPECT_TRUE(!content && !source && !method && !version && !url && !address && !header && !headers &&
-                !cookies);
+    EXPECT_TRUE(content == nullptr && source == nullptr && method == nullptr && version == nullptr &&
+                url == nullptr && address == nullptr && header == nullptr && headers == nullptr &&
+                cookies == nullptr);
     EXPECT_EQ(WireOf(r), "GET / HTTP/1.1\r\nContent-Length: 0\r\n\r\n");
 
     QZHttpFactory::Collect(0);

@@ -119,7 +119,7 @@ TEST(HttpServerPages, RedirectsHaveALocationAndNoBody)
 
 // ---- Files
 
-struct Served
+struct FileType
 {
     const char* name;
     const char* type;
@@ -127,7 +127,7 @@ struct Served
 
 TEST(HttpServerFiles, ExtensionDecidesTheType)
 {
-    const Served files[] = {
+    const FileType files[] = {
         {"a.png", "image/png"},
         {"a.PNG", "image/png"},
         {"a.gif", "image/gif"},
@@ -152,7 +152,7 @@ TEST(HttpServerFiles, ExtensionDecidesTheType)
         {"a.ttf", "application/x-font-ttf"},
     };
     TempDir folder;
-    for (const Served& file : files)
+    for (const FileType& file : files)
     {
         folder.Write(file.name, "abc");
         QZString path(folder.Name(file.name).c_str());

@@ -24,7 +24,7 @@ public:
     explicit Held(T* object) : m_object(object) {}
     ~Held()
     {
-        if (m_object) QZHttpFactory::Recycle(&m_object);
+        if (m_object != nullptr) QZHttpFactory::Recycle(&m_object);
     }
     Held(const Held&) = delete;
     Held& operator=(const Held&) = delete;

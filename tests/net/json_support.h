@@ -40,7 +40,7 @@ inline std::string Taken(QZString* text)
 inline std::string Reread(std::string_view json)
 {
     QZJsonValue* value = Parse(json);
-    if (!value) return "<nothing>";
+    if (value == nullptr) return "<nothing>";
     std::string text = Taken(QZJsonFactory::SerializeObject(value));
     QZJsonFactory::Recycle(&value);
     return text;

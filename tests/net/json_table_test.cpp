@@ -14,7 +14,8 @@ namespace
 std::string Cell(QZDataTable* table, QZInt64 row, QZInt64 column)
 {
     QZData* data = table->Rows->GetRow(row)->GetElement(column);
-    return data ? Taken(QZConvert::DataToText(data, table->Columns->GetElementType(column))) : "<null>";
+    return data != nullptr ? Taken(QZConvert::DataToText(data, table->Columns->GetElementType(column)))
+                           : "<null>";
 }
 
 TEST(JsonTable, ColumnsAreInOrderOfFirstAppearance)
