@@ -1,5 +1,5 @@
-// What a host sees through the shared library's boundary. The program links the shared library and nothing
-// that it hides.
+// The interface of the shared library as a host uses it. The program links the shared library and uses only
+// the symbols that it exports.
 
 #include <qzlib.h>
 
@@ -9,16 +9,16 @@
 
 namespace
 {
-/// A host's own class on one of the library's.
+/// A class of the host that derives from a class of the library.
 class HostText : public QZString
 {
 public:
-    explicit HostText(bool* gone) : QZString("host"), m_gone(gone) {}
-    ~HostText() override { *m_gone = true; }
+    explicit HostText(bool* destroyed) : QZString("host"), m_destroyed(destroyed) {}
+    ~HostText() override { *m_destroyed = true; }
     QZInt64 GetType() override { return 0x7F000001; }
 
 private:
-    bool* m_gone;
+    bool* m_destroyed;
 };
 
 int g_copies = 0;
@@ -36,7 +36,7 @@ QZInt64 CodeOf(QZException* exception)
     return code;
 }
 
-TEST(HostBoundary, AnExceptionOfTheLibraryIsCaughtByItsBase)
+TEST(HostBoundary, LibraryExceptionIsCaughtByItsBaseClass)
 {
     QZInt64 code = 0;
     try
@@ -50,7 +50,7 @@ TEST(HostBoundary, AnExceptionOfTheLibraryIsCaughtByItsBase)
     EXPECT_EQ(code, QZExceptionCode::OutOfMemory);
 }
 
-TEST(HostBoundary, ADomainExceptionIsCaughtByItsClassAndThrownOnToItsBase)
+TEST(HostBoundary, DerivedExceptionIsCaughtByItsClassAndRethrown)
 {
     qztest::TempDir folder;
     QZInt64 type = 0;
@@ -77,27 +77,27 @@ TEST(HostBoundary, ADomainExceptionIsCaughtByItsClassAndThrownOnToItsBase)
     EXPECT_EQ(outerType, 0x81B1000);
 }
 
-TEST(HostBoundary, AHostThrowsAnExceptionOfTheFactoryThroughItsOwnFrames)
+TEST(HostBoundary, HostCanThrowAFactoryException)
 {
     EXPECT_QZ_THROW_MESSAGE(
         throw QZExceptionFactory::CreateSocketException(QZSocketExceptionCode::SocketClose), 256,
         " socket close");
 }
 
-TEST(HostBoundary, AVirtualOperationOfAHostsClassIsCalledByTheLibrary)
+TEST(HostBoundary, VirtualFunctionOfAHostClassIsCalled)
 {
-    bool gone = false;
+    bool destroyed = false;
     {
         QZContainer container;
-        container.AddLast(new HostText(&gone));
+        container.AddLast(new HostText(&destroyed));
         EXPECT_EQ(container.GetFirst()->GetType(), 0x7F000001);
         QZObject* object = container.DeQueue();
         delete object;
     }
-    EXPECT_TRUE(gone);
+    EXPECT_TRUE(destroyed);
 }
 
-TEST(HostBoundary, AHostSetsTheLibrarysExportedSwitches)
+TEST(HostBoundary, HostCanSetAnExportedOption)
 {
     const QZBool before = QZException::IsStackTrace;
     QZException::IsStackTrace = 0;
@@ -109,7 +109,7 @@ TEST(HostBoundary, AHostSetsTheLibrarysExportedSwitches)
     EXPECT_NE(with.stackTrace, ")");
 }
 
-TEST(HostBoundary, AHostsHookIsUsedByCopiesInsideTheLibrary)
+TEST(HostBoundary, LibraryUsesTheCopyHookOfTheHost)
 {
     QZLibSetFunctionMemCopy(CountingCopy);
     g_copies = 0;
@@ -123,19 +123,19 @@ TEST(HostBoundary, AHostsHookIsUsedByCopiesInsideTheLibrary)
     });
 }
 
-TEST(HostBoundary, WhatAHostMakesTheFactoryTakesBack)
+TEST(HostBoundary, FactoryRecyclesObjectsCreatedByTheHost)
 {
     QZData* data = QZDataFactory::CreateData();
     data->Append("abc", 3);
     QZDataFactory::Recycle(&data);
     EXPECT_EQ(data, nullptr);
 
-    auto* text = new QZString("made by the host");
+    auto* text = new QZString("created by the host");
     QZStringFactory::Recycle(&text);
     EXPECT_EQ(text, nullptr);
 }
 
-TEST(HostBoundary, TypesAreTheSameConstantsOnBothSides)
+TEST(HostBoundary, TypeConstantsAreEqualInHostAndLibrary)
 {
     const QZInt64* type = &QZString::Type;
     QZString text("x");

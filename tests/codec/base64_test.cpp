@@ -37,7 +37,7 @@ bool Is(std::string_view text)
     return QZBase64::IsBase64(&string) != 0;
 }
 
-constexpr std::pair<std::string_view, std::string_view> Vectors[] = {
+constexpr std::pair<std::string_view, std::string_view> kVectors[] = {
     {"", ""},
     {"f", "Zg=="},
     {"fo", "Zm8="},
@@ -49,17 +49,17 @@ constexpr std::pair<std::string_view, std::string_view> Vectors[] = {
 
 }  // namespace
 
-TEST(Base64, EncodesTheVectorsOfTheRfc)
+TEST(Base64, EncodesTheRfcTestVectors)
 {
-    for (const auto& [bytes, text] : Vectors) EXPECT_EQ(Encoded(bytes), text);
+    for (const auto& [bytes, text] : kVectors) EXPECT_EQ(Encoded(bytes), text);
 }
 
-TEST(Base64, DecodesTheVectorsOfTheRfc)
+TEST(Base64, DecodesTheRfcTestVectors)
 {
-    for (const auto& [bytes, text] : Vectors) EXPECT_EQ(Decoded(text), bytes);
+    for (const auto& [bytes, text] : kVectors) EXPECT_EQ(Decoded(text), bytes);
 }
 
-TEST(Base64, TheWholeAlphabetStandsInItsOrder)
+TEST(Base64, UsesTheStandardAlphabetInOrder)
 {
     const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     // The 48 bytes whose 6-bit groups are 0, 1, 2 ... 63.
@@ -69,7 +69,7 @@ TEST(Base64, TheWholeAlphabetStandsInItsOrder)
     EXPECT_EQ(Decoded(alphabet), bytes);
 }
 
-TEST(Base64, StringsCountAsTheirUtf16Bytes)
+TEST(Base64, EncodesStringsAsUtf16Bytes)
 {
     QZString text(QZ_W("A\u00E9"));  // 41 00 E9 00
     QZString* encoded = QZBase64::EnCode(&text);
@@ -80,7 +80,7 @@ TEST(Base64, StringsCountAsTheirUtf16Bytes)
     QZBase64::Recycle(&encoded);
 }
 
-TEST(Base64, DecodingToTextLeavesHalfAUnitOut)
+TEST(Base64, DecodingToTextIgnoresAnIncompleteUnit)
 {
     QZString text(QZ_W("QQDp"));  // 41 00 E9
     QZString* back = QZBase64::DeCodeToString(&text);
@@ -88,7 +88,7 @@ TEST(Base64, DecodingToTextLeavesHalfAUnitOut)
     QZBase64::Recycle(&back);
 }
 
-TEST(Base64, EveryByteComesBack)
+TEST(Base64, EveryByteValueRoundTrips)
 {
     std::string bytes;
     for (int i = 0; i < 256; ++i) bytes.push_back(static_cast<char>(i));
@@ -96,9 +96,9 @@ TEST(Base64, EveryByteComesBack)
         EXPECT_EQ(Decoded(Encoded(bytes.substr(0, size))), bytes.substr(0, size));
 }
 
-TEST(Base64, BitsBehindTheLastByteAreNotLookedAt) { EXPECT_EQ(Decoded("Zh=="), "f"); }
+TEST(Base64, DecodingIgnoresBitsAfterTheLastByte) { EXPECT_EQ(Decoded("Zh=="), "f"); }
 
-TEST(Base64, IsBase64AsksForAlphabetAndLength)
+TEST(Base64, IsBase64ChecksAlphabetAndLength)
 {
     EXPECT_TRUE(Is(""));
     EXPECT_TRUE(Is("Zm9v"));
@@ -111,7 +111,7 @@ TEST(Base64, IsBase64AsksForAlphabetAndLength)
     EXPECT_FALSE(Is("Zm9\xC3\xA9"));
 }
 
-TEST(Base64, IsBase64TakesAtMostTwoEqualSignsAtTheEnd)
+TEST(Base64, IsBase64AcceptsAtMostTwoEqualSignsAtTheEnd)
 {
     EXPECT_TRUE(Is("Zg=="));
     EXPECT_TRUE(Is("Zm8="));
@@ -122,7 +122,7 @@ TEST(Base64, IsBase64TakesAtMostTwoEqualSignsAtTheEnd)
     EXPECT_FALSE(Is("Zg==Zg=="));
 }
 
-TEST(Base64, IsBase64CountsItsLengthInBytes)
+TEST(Base64, IsBase64ExpectsTheLengthInBytes)
 {
     EXPECT_TRUE(QZBase64::IsBase64(QZ_W("Zm9v!"), 8));
     EXPECT_FALSE(QZBase64::IsBase64(QZ_W("Zm9vZm9v"), 4));
@@ -133,7 +133,7 @@ TEST(Base64, IsBase64CountsItsLengthInBytes)
     EXPECT_FALSE(QZBase64::IsBase64(static_cast<QZString*>(nullptr)));
 }
 
-TEST(Base64, OtherTextIsRefused)
+TEST(Base64, InvalidArgumentsThrow)
 {
     QZString text(QZ_W("Zm9"));
     EXPECT_QZ_THROW(QZBase64::DeCode(&text), QZExceptionCode::WrongFormat);

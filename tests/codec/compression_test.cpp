@@ -36,7 +36,7 @@ void AppendWord(Bytes* bytes, std::uint32_t word)
     for (int shift = 0; shift < 32; shift += 8) bytes->push_back(static_cast<unsigned char>(word >> shift));
 }
 
-/// Runs a stage with room behind the data, and answers as many bytes as the stage says.
+/// Runs a stage on a buffer with spare room after the data and returns as many bytes as the stage reports.
 template <typename Stage>
 Bytes Staged(Bytes bytes, std::size_t room, Stage stage)
 {
@@ -66,7 +66,7 @@ Bytes Decompressed(const Bytes& bytes, std::size_t room = 0x40000)
     return Staged(bytes, room, [&](unsigned char* p, QZULong n) { return codec.Decompress(p, n); });
 }
 
-/// A stream of these blocks with its trailer.
+/// Returns a stream of these blocks followed by its trailer.
 Bytes Stream(const Bytes& blocks, std::uint32_t sourceLength)
 {
     Bytes bytes = blocks;
@@ -88,7 +88,7 @@ Bytes Blocks(const Bytes& source)
     return stream;
 }
 
-/// The coder once more, word by word after the rules of docs/codec.md.
+/// A second coder, written directly from the rules in docs/codec.md.
 class ReferenceCoder
 {
 public:
@@ -180,7 +180,7 @@ private:
     std::vector<int> m_scratch = std::vector<int>(4096, 0);
 };
 
-/// Bytes in stretches of different roughness.
+/// Returns random bytes whose spread of values changes from section to section.
 Bytes Rough(unsigned seed, std::size_t size)
 {
     std::mt19937 engine(seed);
@@ -210,7 +210,7 @@ Bytes Image(unsigned width, unsigned height)
 
 // ----------------------------------------------------------------------------------------------- dividing
 
-TEST(CompressionDivide, TenBytesGivePlanesOfThreeThreeTwoAndTwo)
+TEST(CompressionDivide, DividesTenBytesIntoPlanesOfThreeThreeTwoAndTwo)
 {
     QZCompression codec;
     const Bytes divided = Staged(FromHex("00 01 02 03 04 05 06 07 08 09"), 64,
@@ -224,7 +224,7 @@ TEST(CompressionDivide, TenBytesGivePlanesOfThreeThreeTwoAndTwo)
                                         "00 02 01 05")));
 }
 
-TEST(CompressionDivide, EmptyPlanesEndBeforeTheyBegin)
+TEST(CompressionDivide, EmptyPlanesHaveAnEndBeforeTheirStart)
 {
     QZCompression codec;
     const Bytes divided =
@@ -235,7 +235,7 @@ TEST(CompressionDivide, EmptyPlanesEndBeforeTheyBegin)
     EXPECT_EQ(Hex(nothing), Hex(FromHex("01 00 00 00 0C 00 00 00 0B 00 00 00 00 02 01 05")));
 }
 
-TEST(CompressionDivide, UnDivideGivesEveryBufferBack)
+TEST(CompressionDivide, UnDivideRestoresEveryBuffer)
 {
     QZCompression codec;
     for (const std::size_t size : {0, 1, 3, 4, 5, 255, 1000})
@@ -260,18 +260,18 @@ TEST(CompressionDivide, UnDivideWithoutItsMarkerThrows)
     EXPECT_EQ(Hex(bytes), "01 02 03 04 00 03 01 05");
 }
 
-TEST(CompressionDivide, ADamagedHeadReachesNothingOutsideTheBuffer)
+TEST(CompressionDivide, DamagedHeaderCausesNoAccessOutsideTheBuffer)
 {
     QZCompression codec;
-    // One plane from the place 12 to far behind the end: what is there is taken.
+    // One plane from offset 12 to far after the end: only the bytes in the buffer are read.
     Bytes far = FromHex("01 00 00 00 0C 00 00 00 FF FF FF FF AA BB CC 00 02 01 05");
     EXPECT_EQ(Hex(Staged(far, 0, [&](unsigned char* p, QZULong n) { return codec.UnDivide(p, n); })),
               "AA BB CC");
-    // From behind the end, and an end before the start: nothing moves.
+    // A start after the end of the buffer, and an end before the start: nothing is moved.
     Bytes outside = FromHex("01 00 00 00 F0 FF FF FF FF FF FF FF AA BB CC 00 02 01 05");
     EXPECT_EQ(Hex(Staged(outside, 0, [&](unsigned char* p, QZULong n) { return codec.UnDivide(p, n); })),
               "01 00 00");
-    // More planes than the data can have.
+    // More planes than the data can hold.
     for (const char* head : {"02 00 00 00", "FF FF FF 1F", "FF FF FF FF"})
     {
         Bytes many = FromHex(head) + FromHex("AA BB CC 00 02 01 05");
@@ -284,7 +284,7 @@ TEST(CompressionDivide, ADamagedHeadReachesNothingOutsideTheBuffer)
 
 // ------------------------------------------------------------------------------------------------- coding
 
-TEST(Compression, AnEmptyBufferIsThirteenBytes)
+TEST(Compression, EmptyBufferBecomesThirteenBytes)
 {
     EXPECT_EQ(Hex(Compressed(Bytes{})), Hex(FromHex("00  00 00 00 00 00 00 00 00  00 03 01 05")));
     EXPECT_TRUE(Decompressed(Compressed(Bytes{})).empty());
@@ -308,22 +308,22 @@ TEST(Compression, ThreeHundredEqualBytesMakeBlocksOf225And75)
     EXPECT_EQ(Decompressed(Compressed(Repeat(7, 300))), Repeat(7, 300));
 }
 
-TEST(Compression, WidelyDifferentBytesComeBackExactly)
+TEST(Compression, WidelyDifferentBytesRoundTripExactly)
 {
     Bytes source;
     for (int i = 0; i < 3000; ++i) source.push_back(static_cast<unsigned char>(i * 67));
     const Bytes blocks = Blocks(source);
-    // Groups of one byte: a raw block is full when its 225th byte would be the next but one.
+    // With groups of one byte, a raw block ends at 224 bytes.
     EXPECT_EQ(blocks[0], 1);
     EXPECT_EQ(blocks[1], 224);
     EXPECT_EQ(blocks[226], 1);
     EXPECT_EQ(Decompressed(Compressed(source)), source);
 }
 
-TEST(Compression, NineBytesWithinFifteenMakeNibbles)
+TEST(Compression, NineBytesWithinARangeOfFifteenBecomeNibbles)
 {
     const Bytes source = FromHex("10 11 12 13 14 15 16 17 1F");
-    // Differences 0 1 2 3 4 5 6 7 15, the missing tenth is 0.
+    // The differences are 0 1 2 3 4 5 6 7 15; the missing tenth is 0.
     EXPECT_EQ(Hex(Blocks(source)), Hex(FromHex("02 10 09 01 23 45 67 F0 00")));
     EXPECT_EQ(Decompressed(Compressed(source)), source);
     EXPECT_EQ(Hex(Blocks(FromHex("10 11 12 13 14 15 16 1F"))),
@@ -331,33 +331,33 @@ TEST(Compression, NineBytesWithinFifteenMakeNibbles)
         << "eight are too few";
 }
 
-TEST(Compression, PairsArePackedAsSumsAndDoNotComeBack)
+TEST(Compression, TwoBitPackingAddsDifferencesAndLosesThem)
 {
     const Bytes source = FromHex("0A 0B 0C 0D 0A 0B 0C");
-    // Differences 0 1 2 3 and 0 1 2 with a 0: (0 + 1 + 2) * 4 + 3 = 15, (0 + 1 + 2) * 4 + 0 = 12.
+    // The differences are 0 1 2 3 and 0 1 2 0: (0 + 1 + 2) * 4 + 3 = 15, (0 + 1 + 2) * 4 + 0 = 12.
     EXPECT_EQ(Hex(Blocks(source)), Hex(FromHex("04 0A 07 0F 0C 00")));
-    // 15 reads as 0 0 3 3, 12 as 0 0 3.
+    // The decoder reads 15 as 0 0 3 3 and 12 as 0 0 3.
     EXPECT_EQ(Hex(Decompressed(Compressed(source))), "0A 0A 0D 0D 0A 0A 0D");
 }
 
-TEST(Compression, BitsArePackedAsSumsAndDoNotComeBack)
+TEST(Compression, OneBitPackingAddsDifferencesAndLosesThem)
 {
     const Bytes source = FromHex("05 06 05 06 06 05 05 06");
-    // Differences 0 1 0 1 1 0 0 1: (0 + 1 + 0 + 1 + 1 + 0 + 0) * 2 + 1 = 7.
+    // The differences are 0 1 0 1 1 0 0 1: (0 + 1 + 0 + 1 + 1 + 0 + 0) * 2 + 1 = 7.
     EXPECT_EQ(Hex(Blocks(source)), Hex(FromHex("08 05 08 07 00")));
     EXPECT_EQ(Hex(Decompressed(Compressed(source))), "05 05 05 05 05 06 06 06");
 }
 
-TEST(Compression, ALastGroupIsFilledWithWhatAnEarlierBlockLeft)
+TEST(Compression, LastGroupIsFilledWithValuesLeftByAnEarlierBlock)
 {
-    // Nibbles 0 1 2 3 4 5 6 7 8 9 A B and a far byte, then seven bytes of three values far off.
+    // The first block holds nibbles 0 to B; the second starts far away and has three values.
     const Bytes first = FromHex("20 21 22 23 24 25 26 27 28 29 2A 2B");
     const Bytes second = FromHex("80 81 83 80 81 83 80 81 83");
-    // Alone: (0+1+3)*4+0 = 16, (1+3+0)*4+1 = 17, and of the last group 3 with zeros: 3*4+0 = 12.
+    // The second alone: (0+1+3)*4+0 = 16, (1+3+0)*4+1 = 17, and the last group, 3 and zeros: 3*4+0 = 12.
     EXPECT_EQ(Hex(Blocks(second)), Hex(FromHex("04 80 09 10 11 0C 00")));
-    // Behind the first block the places 10 and 11 hold its A and B: (3 + 0 + 10) * 4 + 11 = 63.
+    // After the first block, entries 10 and 11 still hold its A and B: (3 + 0 + 10) * 4 + 11 = 63.
     EXPECT_EQ(Hex(Blocks(first + second)), Hex(FromHex("02 20 0C 01 23 45 67 89 AB 04 80 09 10 11 3F 00")));
-    // The same from call to call of one object.
+    // The values also stay from one call to the next on one object.
     QZCompression codec;
     Compressed(&codec, first);
     Bytes blocks = Compressed(&codec, second);
@@ -365,24 +365,24 @@ TEST(Compression, ALastGroupIsFilledWithWhatAnEarlierBlockLeft)
     EXPECT_EQ(Hex(blocks), Hex(FromHex("04 80 09 10 11 3F 00")));
 }
 
-TEST(Compression, ANarrowGroupIsNotSpoiltByAFarByte)
+TEST(Compression, DistantByteEndsANarrowBlock)
 {
-    // Six equal bytes, then one that is 2 off: the fill block stays whole, and the rest is raw.
+    // Six equal bytes, then one that differs by 2: the fill block keeps all six, and the rest is raw.
     EXPECT_EQ(Hex(Blocks(Repeat(9, 6) + FromHex("0B"))), Hex(FromHex("FF 09 06 01 01 0B 00")));
-    // Six of two values, then one 2 off.
+    // Six bytes of two values, then one that differs by 2.
     EXPECT_EQ(Hex(Blocks(FromHex("09 0A 09 0A 09 0A 0C"))), Hex(FromHex("08 09 06 06 01 01 0C 00")));
-    // Seven within 3, then one 5 off.
+    // Seven bytes within a range of 3, then one that differs by 5.
     EXPECT_EQ(Hex(Blocks(FromHex("09 0C 09 0C 09 0C 09 11"))), Hex(FromHex("04 09 07 0F 0C 01 01 11 00")));
 }
 
-TEST(Compression, TheStreamIsThatOfTheRules)
+TEST(Compression, StreamMatchesTheReferenceCoder)
 {
     for (unsigned seed = 1; seed <= 60; ++seed)
     {
         const Bytes source = Rough(seed, seed * 53);
         ASSERT_EQ(Compressed(source), ReferenceCoder().Encode(source)) << seed;
     }
-    // One object for all: its scratch goes on.
+    // One object for all buffers: its scratch memory keeps its values.
     QZCompression codec;
     ReferenceCoder reference;
     for (unsigned seed = 100; seed < 140; ++seed)
@@ -392,9 +392,9 @@ TEST(Compression, TheStreamIsThatOfTheRules)
     }
 }
 
-TEST(Compression, LengthsComeBackAndFlatAreasLoseLittle)
+TEST(Compression, RoundTripKeepsLengthsAndChangesFlatAreasByAtMostThree)
 {
-    // At most three up or down, around the end of the byte values.
+    // Each byte changes by at most three up or down, modulo 256.
     for (unsigned seed = 1; seed <= 30; ++seed)
     {
         const Bytes source = Rough(seed, 5000);
@@ -409,7 +409,7 @@ TEST(Compression, LengthsComeBackAndFlatAreasLoseLittle)
 
 // ----------------------------------------------------------------------------------------------- decoding
 
-TEST(Decompression, EveryKindOfBlock)
+TEST(Decompression, DecodesEveryKindOfBlock)
 {
     const Bytes blocks = FromHex(
         "01 03 AA BB CC"
@@ -425,29 +425,29 @@ TEST(Decompression, EveryKindOfBlock)
                                                                  "40 40 40 40")));
 }
 
-TEST(Decompression, BlocksOfNoBytesAndSumsThatWrap)
+TEST(Decompression, DecodesEmptyBlocksAndWrapsSums)
 {
     EXPECT_TRUE(Decompressed(Stream(FromHex("01 00 02 05 00 04 05 00 08 05 00 FF 05 00 00"), 0)).empty());
     EXPECT_EQ(Hex(Decompressed(Stream(FromHex("02 FE 02 13 00"), 2))), "FF 01");
 }
 
-TEST(Decompression, AStreamMayEndWithoutItsEndBlock)
+TEST(Decompression, AcceptsAStreamWithoutEndBlock)
 {
     EXPECT_EQ(Hex(Decompressed(Stream(FromHex("FF 40 02"), 2))), "40 40");
 }
 
-TEST(Decompression, NothingIsReadBehindTheEndBlock)
+TEST(Decompression, ReadsNothingAfterTheEndBlock)
 {
     EXPECT_EQ(Hex(Decompressed(Stream(FromHex("FF 40 02 00 FF 41 02 77"), 2))), "40 40");
 }
 
-TEST(Decompression, TheSourceLengthIsReadWithoutDecoding)
+TEST(Decompression, SourceLengthIsReadWithoutDecoding)
 {
     QZCompression codec;
     const Bytes stream = Compressed(Repeat(7, 300));
     EXPECT_EQ(codec.DecompressGetSourceLength(stream.data(), static_cast<QZULong>(stream.size())), 300u);
     Bytes wide = Stream(FromHex("07"), 0x12345678);
-    wide[wide.size() - 8] = 1;  // the upper half does not count
+    wide[wide.size() - 8] = 1;  // the upper half is ignored
     EXPECT_EQ(codec.DecompressGetSourceLength(wide.data(), static_cast<QZULong>(wide.size())), 0x12345678u);
     EXPECT_EQ(codec.DecompressGetSourceLength(wide.data(), static_cast<QZULong>(wide.size() - 1)),
               0xFFFFFFFFu);
@@ -455,7 +455,7 @@ TEST(Decompression, TheSourceLengthIsReadWithoutDecoding)
     EXPECT_EQ(codec.DecompressGetSourceLength(wide.data() + wide.size() - 4, 4), 0xFFFFFFFFu);
 }
 
-TEST(Decompression, WithoutTheMarkerThereIsAMessageAndNoException)
+TEST(Decompression, MissingMarkerPrintsAMessageAndDoesNotThrow)
 {
     QZCompression codec;
     Bytes bytes = FromHex("FF 40 02 00 02 00 00 00 00 00 00 00 00 02 01 05");
@@ -466,25 +466,25 @@ TEST(Decompression, WithoutTheMarkerThereIsAMessageAndNoException)
     EXPECT_EQ(bytes, before);
 }
 
-TEST(Decompression, BlocksThatAreCutOffReadZerosBehindTheBuffer)
+TEST(Decompression, TruncatedBlocksReadZerosAfterTheBuffer)
 {
-    // A raw block of 20 bytes of which one is there: the trailer follows, and then nothing.
+    // A raw block of 20 bytes that holds only one: the trailer is read as data, and zeros after it.
     EXPECT_EQ(Hex(Decompressed(Stream(FromHex("01 14 AA"), 20))),
               Hex(FromHex("AA 14 00 00 00 00 00 00 00 00 03 01 05 00 00 00 00 00 00 00")));
 }
 
-TEST(Decompression, MoreThanTheStatedLengthIsDecodedUpToTheSlack)
+TEST(Decompression, DecodesMoreThanTheStatedLengthUpToTheSpareRoom)
 {
     Bytes blocks;
     for (int i = 0; i < 600; ++i) blocks = blocks + FromHex("FF 40 FF");
     blocks.push_back(0);
-    // 600 * 255 = 153000 bytes, stated 10: room for 0x20000.
+    // 600 * 255 = 153000 bytes with a stated length of 10: there is room for 0x20000.
     EXPECT_EQ(Decompressed(Stream(blocks, 10)), Repeat(0x40, 0x20000));
     EXPECT_EQ(Decompressed(Stream(blocks, 0)), Repeat(0x40, 0x10000));
     EXPECT_EQ(Decompressed(Stream(blocks, 153000)), Repeat(0x40, 153000));
 }
 
-TEST(Decompression, AnUnknownTagIsWaitedUpon)
+TEST(Decompression, UnknownTagBlocksTheDecoderUntilItChanges)
 {
     Bytes stream = Stream(FromHex("FF 40 02 03 00"), 2);
     stream.resize(0x100);
@@ -502,11 +502,11 @@ TEST(Decompression, AnUnknownTagIsWaitedUpon)
     EXPECT_EQ(result, 2u);
 }
 
-TEST(Decompression, CheckTellsWhichStreamsAreSound)
+TEST(Decompression, CheckAcceptsOnlyValidStreams)
 {
     EXPECT_TRUE(Check(Stream(FromHex("FF 40 02 00"), 2)));
     EXPECT_TRUE(Check(Stream(FromHex("FF 40 02 00"), 3))) << "shorter than stated";
-    EXPECT_TRUE(Check(Stream(FromHex("00 03"), 0))) << "nothing behind the end block matters";
+    EXPECT_TRUE(Check(Stream(FromHex("00 03"), 0))) << "bytes after the end block are ignored";
     EXPECT_FALSE(Check(Stream(FromHex("FF 40 02 00"), 1))) << "longer than stated";
     EXPECT_FALSE(Check(Stream(FromHex("FF 40 02 03 00"), 2))) << "an unknown tag";
     EXPECT_FALSE(Check(Stream(FromHex("FF 40 02"), 2))) << "no end block";
@@ -514,17 +514,17 @@ TEST(Decompression, CheckTellsWhichStreamsAreSound)
     for (const char* cut :
          {"FF", "FF 40", "01", "01 03 AA BB", "02 10", "02 10 03 11", "04 10 05 11", "08 10 09 11"})
         EXPECT_FALSE(Check(Stream(FromHex(cut), 100))) << cut;
-    const Bytes sound =
+    const Bytes valid =
         Stream(FromHex("01 03 AA BB CC 02 10 03 1F 70 04 20 05 1B C0 08 30 09 A5 80 FF 40 04 00"), 24);
-    EXPECT_TRUE(Check(sound));
-    for (std::size_t size = 0; size < sound.size(); ++size)
-        EXPECT_FALSE(Check(Bytes(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(size)))) << size;
+    EXPECT_TRUE(Check(valid));
+    for (std::size_t size = 0; size < valid.size(); ++size)
+        EXPECT_FALSE(Check(Bytes(valid.begin(), valid.begin() + static_cast<std::ptrdiff_t>(size)))) << size;
     EXPECT_FALSE(Check(FromHex("00 03 01 05")));
 }
 
 // -------------------------------------------------------------------------------------------------- tiles
 
-TEST(CompressionTiles, SquaresOfTwoInAnImageOfFourByTwo)
+TEST(CompressionTiles, SplitsAnImageOfFourByTwoIntoSquaresOfTwo)
 {
     QZCompression codec;
     Bytes image;
@@ -538,10 +538,10 @@ TEST(CompressionTiles, SquaresOfTwoInAnImageOfFourByTwo)
     const Bytes back = Staged(line, 128, [&](unsigned char* p, QZULong n) { return codec.LineToRect(p, n); });
     EXPECT_EQ(back.size(), line.size() - 4);
     EXPECT_EQ(Bytes(back.begin(), back.begin() + 32), image);
-    EXPECT_EQ(Hex(Bytes(back.end() - 4, back.end())), "00 01 01 05") << "the marker below comes to the end";
+    EXPECT_EQ(Hex(Bytes(back.end() - 4, back.end())), "00 01 01 05") << "the inner marker moves to the end";
 }
 
-TEST(CompressionTiles, LeftOverColumnsAndRowsGoInByColumns)
+TEST(CompressionTiles, RemainingColumnsAndRowsAreStoredByColumns)
 {
     QZCompression codec;
     Bytes image;
@@ -550,7 +550,7 @@ TEST(CompressionTiles, LeftOverColumnsAndRowsGoInByColumns)
         Staged(image, 128, [&](unsigned char* p, QZULong) { return codec.RectToLine(p, 3, 3, 2); });
     Bytes expected;
     // 0 1 2
-    // 3 4 5   a square, then the column behind it, then the row below, column by column
+    // 3 4 5   a square, then the column to its right, then the row below, column by column
     // 6 7 8
     for (const std::uint32_t word : {3u, 3u, 2u, 0u, 1u, 3u, 4u, 2u, 5u, 6u, 7u, 8u, 0x5010100u, 0x5010400u})
         AppendWord(&expected, word);
@@ -559,7 +559,7 @@ TEST(CompressionTiles, LeftOverColumnsAndRowsGoInByColumns)
     EXPECT_EQ(Bytes(back.begin(), back.begin() + 36), image);
 }
 
-TEST(CompressionTiles, TwoLeftOverRowsGoInColumnByColumn)
+TEST(CompressionTiles, TwoRemainingRowsAreStoredColumnByColumn)
 {
     QZCompression codec;
     Bytes image;
@@ -572,7 +572,7 @@ TEST(CompressionTiles, TwoLeftOverRowsGoInColumnByColumn)
     EXPECT_EQ(Hex(line), Hex(expected));
 }
 
-TEST(CompressionTiles, ColumnsAreLeftOutWhenNoRowIsLeftOver)
+TEST(CompressionTiles, RemainingColumnsAreLostWhenNoRowRemains)
 {
     QZCompression codec;
     Bytes image;
@@ -591,14 +591,14 @@ TEST(CompressionTiles, ColumnsAreLeftOutWhenNoRowIsLeftOver)
     EXPECT_EQ(Bytes(room.begin(), room.begin() + 24), pixels);
 }
 
-TEST(CompressionTiles, ATileOfZeroIsRefused)
+TEST(CompressionTiles, TileSizeOfZeroThrows)
 {
     QZCompression codec;
     unsigned char buffer[64] = {};
     EXPECT_QZ_THROW(codec.RectToLine(buffer, 2, 2, 0), QZExceptionCode::ArgumentOutOfRange);
 }
 
-TEST(CompressionTiles, AnImageWithoutPixelsIsHeadAndMarkers)
+TEST(CompressionTiles, ImageWithoutPixelsBecomesHeaderAndMarkers)
 {
     QZCompression codec;
     const Bytes line =
@@ -608,7 +608,7 @@ TEST(CompressionTiles, AnImageWithoutPixelsIsHeadAndMarkers)
               16u);
 }
 
-TEST(CompressionTiles, LineToRectWithoutItsMarkerDoesNothing)
+TEST(CompressionTiles, LineToRectWithoutMarkerDoesNothing)
 {
     QZCompression codec;
     Bytes bytes = FromHex("01 02 03 04 05 06 07 08");
@@ -617,10 +617,11 @@ TEST(CompressionTiles, LineToRectWithoutItsMarkerDoesNothing)
     EXPECT_EQ(Hex(bytes), "01 02 03 04 05 06 07 08");
 }
 
-TEST(CompressionTiles, ADamagedHeadReachesNothingOutsideTheBuffer)
+TEST(CompressionTiles, DamagedHeaderCausesNoAccessOutsideTheBuffer)
 {
     QZCompression codec;
-    // Sides far too large, a tile of 0, a stream shorter than its head: the buffers have no byte of room.
+    // Sides far too large, a tile size of 0, a stream shorter than its header; the buffers have no spare
+    // room.
     for (const char* head :
          {"FF FF FF 7F FF FF FF 7F 01 00 00 00", "00 00 01 00 00 00 01 00 08 00 00 00",
           "02 00 00 00 02 00 00 00 00 00 00 00", "FF FF FF FF 02 00 00 00 02 00 00 00",
@@ -659,9 +660,9 @@ Bytes BitmapDecompressed(const Bytes& stream)
 
 }  // namespace
 
-TEST(CompressionBitmap, OnePixelByteByByte)
+TEST(CompressionBitmap, CodesOnePixelExactly)
 {
-    // The pixel and its marker, 8 bytes in four planes of two behind a head of 36, then coded.
+    // The pixel and its marker are 8 bytes: four planes of two after a header of 36, then coded.
     Bytes divided = FromHex(
         "04 00 00 00"
         "24 00 00 00 25 00 00 00 26 00 00 00 27 00 00 00"
@@ -672,7 +673,7 @@ TEST(CompressionBitmap, OnePixelByteByByte)
     EXPECT_EQ(Hex(BitmapCompressed(FromHex("10 50 90 D0"), 1, 1, false)), Hex(Compressed(&codec, divided)));
 }
 
-TEST(CompressionBitmap, PlainImagesComeBackInTheirLength)
+TEST(CompressionBitmap, PlainImagesKeepTheirLength)
 {
     Bytes image;
     std::mt19937 random(5);
@@ -680,7 +681,7 @@ TEST(CompressionBitmap, PlainImagesComeBackInTheirLength)
     EXPECT_EQ(BitmapDecompressed(BitmapCompressed(image, 20, 16, false)), image);
 }
 
-TEST(CompressionBitmap, TiledImagesComeBackTwelveBytesLonger)
+TEST(CompressionBitmap, TiledImagesBecomeTwelveBytesLonger)
 {
     std::mt19937 random(6);
     for (const auto& [width, height] : {std::pair<QZLong, QZLong>{16, 16}, {20, 20}, {8, 9}, {3, 5}})
@@ -693,7 +694,7 @@ TEST(CompressionBitmap, TiledImagesComeBackTwelveBytesLonger)
     }
 }
 
-/// A picture as hosts store them: a gradient, figures and text on white.
+/// Draws a typical picture: a gradient, shapes and text on white.
 Bytes DrawnPicture(int width, int height)
 {
     QZGraphics block(width, height);
@@ -712,7 +713,7 @@ Bytes DrawnPicture(int width, int height)
     return Bytes(bytes, bytes + 4 * static_cast<std::ptrdiff_t>(width) * height);
 }
 
-TEST(CompressionBitmap, ADrawnPictureComesBackWithinThreeOfEachByte)
+TEST(CompressionBitmap, DrawnPictureChangesByAtMostThreePerByte)
 {
     const Bytes image = DrawnPicture(120, 96);
     for (const bool tiled : {false, true})
@@ -728,11 +729,11 @@ TEST(CompressionBitmap, ADrawnPictureComesBackWithinThreeOfEachByte)
             ASSERT_LE(static_cast<unsigned char>(result[i] - image[i] + 3), 6) << i;
             changed += result[i] != image[i] ? 1 : 0;
         }
-        EXPECT_GT(changed, 0) << "flat areas that are not quite flat are coded with a loss";
+        EXPECT_GT(changed, 0) << "areas that are almost flat are coded with a loss";
     }
 }
 
-TEST(CompressionBitmap, TwentyBySixteenLosesItsFourRightColumns)
+TEST(CompressionBitmap, ImageOfTwentyBySixteenLosesItsFourRightColumns)
 {
     std::mt19937 random(7);
     Bytes image;
@@ -757,9 +758,9 @@ TEST(CompressionBitmap, TwentyBySixteenLosesItsFourRightColumns)
         }
 }
 
-TEST(CompressionBitmap, PixelsOverTheLastMarkerEndThePeelingWithAnException)
+TEST(CompressionBitmap, DecompressThrowsWhenPixelsOverwriteTheInnerMarker)
 {
-    // The image is longer than the stream that has lost columns, so that it covers the marker below.
+    // The stream has lost columns, so the longer image overwrites the inner marker.
     QZCompression codec;
     Bytes bytes = BitmapCompressed(Image(20, 16), 20, 16, true);
     const QZULong length = static_cast<QZULong>(bytes.size());
@@ -767,11 +768,11 @@ TEST(CompressionBitmap, PixelsOverTheLastMarkerEndThePeelingWithAnException)
     EXPECT_QZ_THROW(codec.BitmapBitsDecompress32(bytes.data(), length), QZExceptionCode::UnknownType);
 }
 
-TEST(CompressionBitmap, AnyContainerIsPeeledFromItsTail)
+TEST(CompressionBitmap, DecompressRemovesLayersInAnyOrder)
 {
     QZCompression codec;
     EXPECT_EQ(Hex(BitmapDecompressed(FromHex("AA BB 00 01 01 05"))), "AA BB");
-    // Divided and compressed twice, in another order than the images have.
+    // Divided and compressed twice, in a different order from images.
     Bytes bytes = FromHex("01 90 33 F7 55 AB 00 01 01 05");
     for (int round = 0; round < 2; ++round)
     {

@@ -27,7 +27,7 @@ Map EncryptionMap(const std::string& key)
     return map;
 }
 
-/// The same permutation, worked with erase and insert on a list.
+/// The same permutation, computed with erase and insert on a list.
 Map Reference(const std::string& key)
 {
     std::vector<unsigned char> list(256);
@@ -53,20 +53,20 @@ Map Reference(const std::string& key)
 
 }  // namespace
 
-TEST(Encryption, KeyWithoutBytesGivesIdentity) { EXPECT_EQ(EncryptionMap(""), Identity()); }
+TEST(Encryption, EmptyKeyGivesIdentity) { EXPECT_EQ(EncryptionMap(""), Identity()); }
 
 TEST(Encryption, KeyOfZeroBytesGivesIdentity) { EXPECT_EQ(EncryptionMap(std::string(7, '\0')), Identity()); }
 
-TEST(Encryption, KeyOneRotatesByOnePlace)
+TEST(Encryption, KeyOneRotatesByOne)
 {
     Map expected;
     for (std::size_t i = 0; i < 256; ++i) expected[i] = static_cast<unsigned char>((i + 1) % 256);
     EXPECT_EQ(EncryptionMap("\x01"), expected);
 }
 
-TEST(Encryption, KeyTwoInsertsAt254And127AndThenRotates)
+TEST(Encryption, KeyTwoInsertsAt254And127ThenRotates)
 {
-    // 255 goes to place 254, then 254 to place 127; parameter 1 rotates.
+    // 255 moves to index 254, then 254 to index 127; parameter 1 rotates by one.
     Map expected;
     for (std::size_t i = 0; i < 126; ++i) expected[i] = static_cast<unsigned char>(i + 1);
     expected[126] = 254;
@@ -76,17 +76,16 @@ TEST(Encryption, KeyTwoInsertsAt254And127AndThenRotates)
     EXPECT_EQ(EncryptionMap("\x02"), expected);
 }
 
-TEST(Encryption, KeyThreeRotatesByThreePlaces)
+TEST(Encryption, KeyThreeRotatesByThree)
 {
-    // Three places on, 3 to 255 and 0, 1, 2; then 2 goes to place 253, 1 to place 168 and 0 to place 84.
+    // Rotated by three: 3 to 255, then 0, 1, 2. Then 2 moves to index 253, 1 to index 168 and 0 to index 84.
     std::vector<int> list;
     for (int i = 3; i < 256; ++i) list.push_back(i);
     list.insert(list.begin() + 168, 1);
     list.insert(list.begin() + 84, 0);
     list.push_back(2);
     ASSERT_EQ(list.size(), 256u);
-    // Parameter 2 puts the last one before the one in front of it and that one at place 127; parameter 1
-    // rotates by one.
+    // Parameter 2 moves the second to last entry to index 127; parameter 1 rotates by one.
     const int beforeLast = list[254];
     list.erase(list.begin() + 254);
     list.insert(list.begin() + 127, beforeLast);
@@ -96,7 +95,7 @@ TEST(Encryption, KeyThreeRotatesByThreePlaces)
     for (std::size_t i = 0; i < 256; ++i) EXPECT_EQ(map[i], list[i]) << i;
 }
 
-TEST(Encryption, EveryKeyByteGivesThePermutationOfTheRule)
+TEST(Encryption, EveryKeyByteGivesTheReferencePermutation)
 {
     for (int k = 0; k < 256; ++k)
     {
@@ -106,7 +105,7 @@ TEST(Encryption, EveryKeyByteGivesThePermutationOfTheRule)
     EXPECT_EQ(EncryptionMap("a longer key \x80\xFF"), Reference("a longer key \x80\xFF"));
 }
 
-TEST(Encryption, DecryptionMapInvertsAndCleansItsScratch)
+TEST(Encryption, DecryptionMapIsTheInverseAndClearsItsScratch)
 {
     const std::string key = "secret";
     const Map encryption = EncryptionMap(key);
@@ -117,7 +116,7 @@ TEST(Encryption, DecryptionMapInvertsAndCleansItsScratch)
     EXPECT_TRUE(std::all_of(map + 256, map + 512, [](unsigned char byte) { return byte == 0; }));
 }
 
-TEST(Encryption, EncryptionReplacesEachByteByItsEntry)
+TEST(Encryption, EncryptionReplacesEachByteByItsMapEntry)
 {
     unsigned char data[] = {0, 1, 254, 255, 77};
     QZEncryption::Encryption(EncryptionMap("\x01").data(), data, 4);
@@ -125,12 +124,12 @@ TEST(Encryption, EncryptionReplacesEachByteByItsEntry)
     EXPECT_EQ(data[1], 2);
     EXPECT_EQ(data[2], 255);
     EXPECT_EQ(data[3], 0);
-    EXPECT_EQ(data[4], 77) << "behind the size";
+    EXPECT_EQ(data[4], 77) << "after the size";
     QZEncryption::Encryption(EncryptionMap("\x01").data(), data, 0);
     EXPECT_EQ(data[0], 1);
 }
 
-TEST(Encryption, DecryptionWithTheMatchingMapGivesTheDataBack)
+TEST(Encryption, DecryptionWithTheMatchingMapRestoresTheData)
 {
     const std::string key = "key 17";
     unsigned char map[512];

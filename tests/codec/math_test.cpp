@@ -10,39 +10,39 @@
 namespace
 {
 
-constexpr float Infinity = std::numeric_limits<float>::infinity();
-constexpr float NoNumber = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
 
 }  // namespace
 
-TEST(Math, InverseRootIsOneNewtonStepFromTheHalvedWord)
+TEST(Math, InvSqrtIsOneNewtonStepFromTheHalvedWord)
 {
-    // 4.0 is 0x40800000; 0x5F375A86 - 0x20400000 = 0x3EF75A86 = 0.4831429..., and one step on:
-    // y * (1.5 - 2 * y * y) = 0.4991541...
+    // 4.0 is 0x40800000; 0x5F375A86 - 0x20400000 = 0x3EF75A86 = 0.4831429..., and one Newton step gives
+    // y * (1.5 - 2 * y * y) = 0.4991541....
     EXPECT_NEAR(QZMath::InvSqrt(4.0f), 0.4991541, 1e-6);
     EXPECT_NE(QZMath::InvSqrt(4.0f), 0.5f);
     for (float x = 0.001f; x < 1e6f; x *= 1.37f)
         EXPECT_NEAR(QZMath::InvSqrt(x) * std::sqrt(x), 1.0, 0.0018) << x;
 }
 
-TEST(Math, RootIsOneByTheInverseRoot)
+TEST(Math, SqrtIsOneDividedByInvSqrt)
 {
     for (float x = 0.001f; x < 1e6f; x *= 1.37f) EXPECT_EQ(QZMath::Sqrt(x), 1.0f / QZMath::InvSqrt(x));
     EXPECT_NEAR(QZMath::Sqrt(4.0f), 2.0034, 1e-4);
 }
 
-TEST(Math, RootOfZeroIsTinyAndNotZero)
+TEST(Math, SqrtOfZeroIsTinyButNotZero)
 {
     EXPECT_GT(QZMath::Sqrt(0.0f), 0.0f);
     EXPECT_LT(QZMath::Sqrt(0.0f), 1e-19f);
 }
 
-TEST(Math, SineAndCosineComeFromStepsOfATenthOfADegree)
+TEST(Math, SineAndCosineHaveStepsOfATenthOfADegree)
 {
     const double tenth = 3.14159265358979323846 / 1800;
     for (int i = 0; i < 3600; ++i)
     {
-        // The middle of a step shows the value at its start.
+        // An angle in the middle of a step gives the value at its start.
         const float angle = static_cast<float>((i + 0.5) * tenth);
         EXPECT_EQ(QZMath::Sin(angle), static_cast<float>(std::sin(i * tenth))) << i;
         EXPECT_EQ(QZMath::Cos(angle), static_cast<float>(std::cos(i * tenth))) << i;
@@ -51,7 +51,7 @@ TEST(Math, SineAndCosineComeFromStepsOfATenthOfADegree)
     }
 }
 
-TEST(Math, AnglesAreCutAndTakenModuloAFullTurn)
+TEST(Math, AnglesAreTruncatedAndTakenModuloAFullTurn)
 {
     EXPECT_EQ(QZMath::Sin(0.0f), 0.0f);
     EXPECT_EQ(QZMath::Sin(0.0017f), 0.0f) << "less than a tenth of a degree";
@@ -60,18 +60,18 @@ TEST(Math, AnglesAreCutAndTakenModuloAFullTurn)
     EXPECT_EQ(QZMath::Sin(3.1415925f * 2 + 0.5f), QZMath::Sin(0.5f));
 }
 
-TEST(Math, AnyAngleHasASine)
+TEST(Math, SineAndCosineAcceptAnyAngle)
 {
-    for (const float angle : {1e10f, 3e16f, 3e30f, std::numeric_limits<float>::max(), Infinity, NoNumber})
+    for (const float angle : {1e10f, 3e16f, 3e30f, std::numeric_limits<float>::max(), kInfinity, kNoNumber})
     {
         EXPECT_LE(std::fabs(QZMath::Sin(angle)), 1.0f) << angle;
         EXPECT_LE(std::fabs(QZMath::Cos(-angle)), 1.0f) << angle;
     }
-    EXPECT_EQ(QZMath::Sin(Infinity), 0.0f);
-    EXPECT_EQ(QZMath::Cos(NoNumber), 1.0f);
+    EXPECT_EQ(QZMath::Sin(kInfinity), 0.0f);
+    EXPECT_EQ(QZMath::Cos(kNoNumber), 1.0f);
 }
 
-TEST(Math, TangentAndArcsAreTheTrueOnes)
+TEST(Math, TangentAndArcFunctionsAreExact)
 {
     EXPECT_EQ(QZMath::Tan(0.3f), std::tan(0.3f));
     EXPECT_EQ(QZMath::ArcSin(0.3f), std::asin(0.3f));
@@ -79,17 +79,17 @@ TEST(Math, TangentAndArcsAreTheTrueOnes)
     EXPECT_EQ(QZMath::ArcTan(0.3f), std::atan(0.3f));
 }
 
-TEST(Math, LogarithmIsGoodNearOneAndFlattensFarAway)
+TEST(Math, LogarithmIsAccurateNearOneAndFlattensFarAway)
 {
     EXPECT_EQ(QZMath::Log(1.0f), 0.0f);
     EXPECT_NEAR(QZMath::Log(2.0f), 0.69314718, 1e-6);
     EXPECT_NEAR(QZMath::Log(0.5f), -0.69314718, 1e-6);
     EXPECT_NEAR(QZMath::Log(10.0f), 2.302, 0.002);
-    // The sum has sixteen terms, whatever the number: 2 * t * (1 + 1/3 + ... + 1/31) = 4.73626... bounds it.
+    // The sum always has sixteen terms, so 2 * t * (1 + 1/3 + ... + 1/31) = 4.73626... is its limit.
     EXPECT_NEAR(QZMath::Log(1e9f), 4.73626, 1e-4);
 }
 
-TEST(Math, LogarithmSumsOverTheOddNumbersFrom31Down)
+TEST(Math, LogarithmAddsTermsFromTheSmallestUp)
 {
     for (float x = 0.2f; x < 100.0f; x *= 1.7f)
     {
@@ -102,7 +102,7 @@ TEST(Math, LogarithmSumsOverTheOddNumbersFrom31Down)
     }
 }
 
-TEST(Math, ExponentialIsAPowerOfEByATaylorSum)
+TEST(Math, ExponentialIsAccurate)
 {
     EXPECT_EQ(QZMath::Exp(0.0f), 1.0f);
     EXPECT_EQ(QZMath::Exp(1.0f), 2.7182817f);
@@ -111,13 +111,13 @@ TEST(Math, ExponentialIsAPowerOfEByATaylorSum)
     for (float x = -20.0f; x < 20.0f; x += 0.37f) EXPECT_NEAR(QZMath::Exp(x) / std::exp(x), 1.0, 1e-5) << x;
 }
 
-TEST(Math, ExponentialEndsForAnyNumber)
+TEST(Math, ExponentialReturnsForAnyNumber)
 {
-    EXPECT_EQ(QZMath::Exp(1e30f), Infinity);
+    EXPECT_EQ(QZMath::Exp(1e30f), kInfinity);
     EXPECT_EQ(QZMath::Exp(-1e30f), 0.0f);
-    EXPECT_EQ(QZMath::Exp(Infinity), Infinity);
-    EXPECT_EQ(QZMath::Exp(-Infinity), 0.0f);
-    EXPECT_TRUE(std::isnan(QZMath::Exp(NoNumber)));
+    EXPECT_EQ(QZMath::Exp(kInfinity), kInfinity);
+    EXPECT_EQ(QZMath::Exp(-kInfinity), 0.0f);
+    EXPECT_TRUE(std::isnan(QZMath::Exp(kNoNumber)));
 }
 
 TEST(Math, PowerIsTheExponentialOfTheLogarithm)
@@ -128,7 +128,7 @@ TEST(Math, PowerIsTheExponentialOfTheLogarithm)
     EXPECT_NEAR(QZMath::Pow(2.0f, 3.0f), 8.0, 1e-4);
 }
 
-TEST(Math, RoundingGoesToMultiples)
+TEST(Math, RoundsToMultiples)
 {
     EXPECT_EQ(QZMath::RoundUp(0x10001, 0x10000), 0x20000u);
     EXPECT_EQ(QZMath::RoundUp(0x10000, 0x10000), 0x10000u);
@@ -139,7 +139,7 @@ TEST(Math, RoundingGoesToMultiples)
     EXPECT_EQ(QZMath::RoundDown(6, 7), 0u);
 }
 
-TEST(Math, DistancesBetweenPoints)
+TEST(Math, ComputesDistanceBetweenPoints)
 {
     EXPECT_EQ(QZMath::GetDistanceFromPointToPoint(1, 2, 4, 6), 5.0f);
     EXPECT_EQ(QZMath::GetDistanceFromPointToPoint(-3, -4, 0, 0), 5.0f);
@@ -148,7 +148,7 @@ TEST(Math, DistancesBetweenPoints)
     EXPECT_EQ(QZMath::GetDistanceFromPointToPoint(low, 0, std::numeric_limits<int>::max(), 0), 4294967296.0f);
 }
 
-TEST(Math, DistanceToALineGoesOnPastItsEnds)
+TEST(Math, DistanceToALineExtendsPastItsEnds)
 {
     EXPECT_EQ(QZMath::GetDistanceFromPointToLine(0, 5, 10, 0, 20, 0), 5.0f);
     EXPECT_EQ(QZMath::GetDistanceFromPointToLine(100, 5, 10, 0, 20, 0), 5.0f);
@@ -156,7 +156,7 @@ TEST(Math, DistanceToALineGoesOnPastItsEnds)
     EXPECT_EQ(QZMath::GetDistanceFromPointToLine(8, 6, 0, 0, 4, 3), 0.0f);
 }
 
-TEST(Math, PointsAndLinesAreTheirCoordinates)
+TEST(Math, PointAndLineObjectsGiveTheSameDistances)
 {
     const QZPoint point(-1, 5);
     const QZLine line(10, -2, 20, -2);
@@ -165,12 +165,12 @@ TEST(Math, PointsAndLinesAreTheirCoordinates)
     EXPECT_EQ(QZMath::GetDistanceFromPointToLine(&point, &dot), 5.0f);
 }
 
-TEST(Math, ALineWithoutLengthIsAPoint)
+TEST(Math, LineWithoutLengthActsAsAPoint)
 {
     EXPECT_EQ(QZMath::GetDistanceFromPointToLine(3, 4, 0, 0, 0, 0), 5.0f);
 }
 
-TEST(Math, AverageIsTheMeanOfUnsignedWords)
+TEST(Math, AverageIsTheMeanOfUnsignedIntegers)
 {
     QZCollection words;
     EXPECT_EQ(QZMath::Average(&words), 0.0f);

@@ -19,14 +19,14 @@ std::vector<int> Draws(QZInt64 seed, int count)
 
 }  // namespace
 
-TEST(Random, TypeIsItsOwn)
+TEST(Random, TypeIsRandom)
 {
     QZRandom random;
     EXPECT_EQ(random.GetType(), 0x81FF200);
     EXPECT_EQ(QZRandom::Type, 0x81FF200);
 }
 
-TEST(Random, TheSameSeedGivesTheSameSequence)
+TEST(Random, SameSeedGivesTheSameSequence)
 {
     EXPECT_EQ(Draws(0, 2000), Draws(0, 2000));
     EXPECT_EQ(Draws(-77, 50), Draws(-77, 50));
@@ -34,17 +34,17 @@ TEST(Random, TheSameSeedGivesTheSameSequence)
     for (const int value : Draws(0, 100)) EXPECT_EQ(random.NextQZInt32(), value);
 }
 
-TEST(Random, EightDrawsReadOnePlaceInFourTablesSoEachRoundComesTwice)
+TEST(Random, EveryFourNumbersComeTwice)
 {
     const std::vector<int> draws = Draws(0, 2048);
     for (std::size_t i = 0; i < draws.size(); i += 8)
         for (std::size_t j = 0; j < 4; ++j) EXPECT_EQ(draws[i + j], draws[i + j + 4]) << i + j;
-    // 32 places in 4 tables, and then everything again.
+    // 32 positions in each of 4 tables, then the sequence repeats.
     EXPECT_EQ(std::set<int>(draws.begin(), draws.end()).size(), 128u);
     for (std::size_t i = 0; i + 256 < draws.size(); ++i) ASSERT_EQ(draws[i], draws[i + 256]);
 }
 
-TEST(Random, ASeedIsAPlaceInTheSequence)
+TEST(Random, SeedIsAPositionInTheSequence)
 {
     const std::vector<int> all = Draws(0, 300);
     for (const int seed : {1, 5, 8, 131, 255})
@@ -58,11 +58,12 @@ TEST(Random, ASeedIsAPlaceInTheSequence)
     EXPECT_EQ(Draws(std::numeric_limits<QZInt64>::max(), 2)[1], all[0]);
 }
 
-TEST(Random, ShortNumbersAreReadAtEvenPlaces)
+TEST(Random, ShortNumbersComeFromEvenPositions)
 {
     QZRandom words(0);
     QZRandom halves(0);
-    // Where position is a multiple of 8 both read the same place; the half is the word's low part.
+    // At a multiple of 8, both widths read the same table entry; the short number is the low half of the
+    // word.
     for (int i = 0; i < 512; ++i)
     {
         const int word = words.NextQZInt32();
@@ -106,7 +107,7 @@ TEST(Random, RangesAddTheRemainderToTheLowerBound)
     }
 }
 
-TEST(Random, RangesReachBelowTheLowerBoundAndNeverTheUpperOne)
+TEST(Random, RangesMayGoBelowTheLowerBoundButNeverReachTheUpper)
 {
     QZRandom random(0);
     bool below = false;
@@ -120,13 +121,13 @@ TEST(Random, RangesReachBelowTheLowerBoundAndNeverTheUpperOne)
     EXPECT_TRUE(below);
 }
 
-TEST(Random, WideAndTurnedRangesWrap)
+TEST(Random, WideAndReversedRangesWrap)
 {
     QZRandom plain(9);
     QZRandom ranged(9);
     for (int i = 0; i < 64; ++i)
     {
-        // The difference is -1 in 32 bits, and nothing is left over.
+        // The difference is -1 in 32 bits, so the remainder is 0.
         plain.NextQZInt32();
         EXPECT_EQ(ranged.NextQZInt32(std::numeric_limits<int>::min(), std::numeric_limits<int>::max()),
                   std::numeric_limits<int>::min());
@@ -135,7 +136,7 @@ TEST(Random, WideAndTurnedRangesWrap)
     }
 }
 
-TEST(Random, EqualBoundsFailWithoutADraw)
+TEST(Random, EqualBoundsThrowAndDrawNothing)
 {
     QZRandom random(0);
     EXPECT_QZ_THROW(random.NextQZInt32(4, 4), QZExceptionCode::ArgumentOutOfRange);

@@ -24,7 +24,7 @@ std::string Code(QZUniqueCode& code, QZInt64 length)
 
 }  // namespace
 
-TEST(UniqueCode, TypeIsItsOwn)
+TEST(UniqueCode, TypeIsUniqueCode)
 {
     QZUniqueCode code;
     EXPECT_EQ(code.GetType(), 0x8300008);
@@ -38,26 +38,26 @@ TEST(UniqueCode, NoInputGivesZeros)
     EXPECT_EQ(Code(code, 10), "0000000000");
 }
 
-TEST(UniqueCode, EachByteIsASumOfEightOfTheInput)
+TEST(UniqueCode, EachByteIsASumOfEightInputBytes)
 {
     QZUniqueCode code;
     code.Append("\x02\x03\x05", 3);
-    // Two sums over sixteen input bytes 2 3 5 2 3 5 ...: 2+5+3+2+5+3+2+5 = 27, 3+2+5+3+2+5+3+2 = 25.
+    // Two sums over the sixteen input bytes 2 3 5 2 3 5 ...: 2+5+3+2+5+3+2+5 = 27, 3+2+5+3+2+5+3+2 = 25.
     EXPECT_EQ(Code(code, 4), "1B19");
 }
 
-TEST(UniqueCode, ASingleDigitIsFollowedByItsZero)
+TEST(UniqueCode, SingleDigitSumIsFollowedByAZero)
 {
     QZUniqueCode code;
     code.Append("\x01\x20", 2);
-    // 8 * 1 = 8 and 8 * 0x20 = 0x100, which is 0.
+    // 8 * 1 = 8, and 8 * 0x20 = 0x100, which wraps to 0.
     EXPECT_EQ(Code(code, 4), "8000");
     code.Clear();
     code.Append("\x02\x01", 2);
     EXPECT_EQ(Code(code, 4), "1080") << "16 has two digits, 8 has one";
 }
 
-TEST(UniqueCode, OnlyTheFirstBytesOfALongInputCount)
+TEST(UniqueCode, OnlyTheFirstBytesOfALongInputAreUsed)
 {
     QZUniqueCode code;
     const std::string head(16, '\x03');
@@ -68,7 +68,7 @@ TEST(UniqueCode, OnlyTheFirstBytesOfALongInputCount)
     EXPECT_NE(Code(code, 6), "181818");
 }
 
-TEST(UniqueCode, OddLengthsGiveWholePairs)
+TEST(UniqueCode, OddLengthsAreRoundedDown)
 {
     QZUniqueCode code;
     code.Append("\x03", 1);
@@ -76,7 +76,7 @@ TEST(UniqueCode, OddLengthsGiveWholePairs)
     EXPECT_EQ(Code(code, 7), "181818");
 }
 
-TEST(UniqueCode, TheSameInputGivesTheSameCode)
+TEST(UniqueCode, SameInputGivesTheSameCode)
 {
     QZUniqueCode code;
     QZString text(QZ_W("device 17"));
@@ -89,7 +89,7 @@ TEST(UniqueCode, TheSameInputGivesTheSameCode)
     EXPECT_EQ(Code(other, 8), first);
 }
 
-TEST(UniqueCode, TextNumbersAndMomentsCountAsUtf16Text)
+TEST(UniqueCode, TextNumbersAndTimesAreUsedAsUtf16Text)
 {
     QZUniqueCode text;
     QZString digits(QZ_W("-15"));
@@ -112,13 +112,13 @@ TEST(UniqueCode, TextNumbersAndMomentsCountAsUtf16Text)
     QZUniqueCode moment;
     QZDateTime time(-15);
     moment.Append(&time);
-    // The bytes 2D 00 31 00 35 00 on three sums: (2D + 00) * 4 = B4, 00 + 31: C4, D4.
+    // The bytes 2D 00 31 00 35 00 give three sums: (2D + 00) * 4 = B4, (00 + 31) * 4 = C4 and D4.
     // Sum 0 takes bytes 0 3 0 3 ..., sum 1 takes 1 4 1 4 ..., sum 2 takes 2 5 2 5 ...
     const std::string expected = "B4D4C4";
     for (QZUniqueCode* code : {&text, &number, &bytes, &data, &moment}) EXPECT_EQ(Code(*code, 6), expected);
 }
 
-TEST(UniqueCode, InputAddsUp)
+TEST(UniqueCode, InputAccumulates)
 {
     QZUniqueCode pieces;
     pieces.Append("ab", 2);
@@ -130,7 +130,7 @@ TEST(UniqueCode, InputAddsUp)
     EXPECT_EQ(Code(pieces, 4), "0000");
 }
 
-TEST(UniqueCode, ASaltStaysInTheInput)
+TEST(UniqueCode, SaltStaysInTheInput)
 {
     QZUniqueCode salted;
     QZUniqueCode plain;
@@ -149,7 +149,7 @@ TEST(UniqueCode, ASaltStaysInTheInput)
     QZUniqueCode::Recycle(&again);
 }
 
-TEST(UniqueCode, ASaltIsAppendedEvenWhenTheLengthIsRefused)
+TEST(UniqueCode, SaltIsAppendedEvenWhenTheLengthIsInvalid)
 {
     QZUniqueCode salted;
     EXPECT_QZ_THROW(salted.GetCode(3, 12), QZExceptionCode::ArgumentOutOfRange);
@@ -180,7 +180,7 @@ TEST(UniqueCode, LengthsBelowFourThrow)
     EXPECT_STREQ(buffer, "before.");
 }
 
-TEST(UniqueCode, TheBufferFormWritesNoTerminator)
+TEST(UniqueCode, WritingToABufferAddsNoTerminator)
 {
     QZUniqueCode code;
     code.Append("\x02\x03\x05", 3);
@@ -190,7 +190,7 @@ TEST(UniqueCode, TheBufferFormWritesNoTerminator)
     EXPECT_EQ(std::string(buffer, 8), "1B19....");
 }
 
-TEST(UniqueCode, NullTextAddsNothingAndOtherNullsThrow)
+TEST(UniqueCode, NullTextAddsNothingAndOtherNullPointersThrow)
 {
     QZUniqueCode code;
     code.Append(static_cast<QZString*>(nullptr));
@@ -201,7 +201,7 @@ TEST(UniqueCode, NullTextAddsNothingAndOtherNullsThrow)
     EXPECT_EQ(Code(code, 4), "0000");
 }
 
-TEST(UniqueCode, CopiesHaveInputsOfTheirOwn)
+TEST(UniqueCode, CopiesHaveTheirOwnInput)
 {
     QZUniqueCode code;
     code.Append("\x03", 1);
@@ -224,11 +224,11 @@ TEST(UniqueCode, ThreadsMayAppendToOneInput)
             for (int j = 0; j < 1000; ++j) code.Append("\x01", 1);
         });
     for (std::thread& thread : threads) thread.join();
-    // 500 sums over 4000 bytes 1: each of them 8.
+    // 500 sums over 4000 bytes of value 1: each is 8.
     std::string expected;
     for (int i = 0; i < 500; ++i) expected += "80";
     EXPECT_EQ(Code(code, 1000), expected);
-    // 4001 bytes: one sum of 501 ends with the byte that comes after the ones.
+    // 4001 bytes: one of the 501 sums ends with the byte after the ones.
     code.Append("\x02", 1);
     EXPECT_EQ(Code(code, 1002).substr(0, 4), "8080");
 }

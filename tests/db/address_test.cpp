@@ -1,8 +1,8 @@
 #include "db/engine_fixture.h"
 
 using qztest::EngineTest;
-using qztest::SideEnd;
-using qztest::SideThis;
+using qztest::kSideEnd;
+using qztest::kSideThis;
 
 namespace
 {
@@ -21,13 +21,13 @@ TEST_F(AddressTest, ModeSetsTheLengthOfAnAddress)
     EXPECT_TRUE(address->SetMode(2));
     EXPECT_EQ(address->Length(), 4);
     EXPECT_EQ(objects.Console()->GetErrorCount(), 0);
-    EXPECT_TRUE(address->SetMode(0)) << "an unknown mode is counted and answers true all the same";
+    EXPECT_TRUE(address->SetMode(0)) << "an unknown mode records an error, but returns true";
     EXPECT_EQ(address->Length(), 4);
     EXPECT_EQ(objects.Console()->GetErrorCount(), 1);
     EXPECT_EQ(objects.Console()->GetLastError(), QZDatabaseInfo::BAD_PARAMETER);
 }
 
-TEST_F(AddressTest, AddressesAreStoredLowestByteFirst)
+TEST_F(AddressTest, AddressesAreLittleEndian)
 {
     Fresh(3);
     EXPECT_EQ(Address()->Put(800, 0x0807060504030201), 1);
@@ -55,16 +55,16 @@ TEST_F(AddressTest, PutIsLoggedAndPutRawIsNot)
     Address()->PutRaw(80, 5);
     EXPECT_EQ(Console()->GetLength(), 1040);
     Address()->Put(80, 6);
-    // One RD behind the base HD at 719: position, value before, value after.
+    // One RD in the list of the base HD at 719: position, old value, new value.
     EXPECT_EQ(List(719), std::vector<QZInt64>{1055});
-    EXPECT_EQ(Read()->ReadRD(SideThis, 1055, QZDatabaseInfo::RD_P), 80);
-    EXPECT_EQ(Read()->ReadRD(SideThis, 1055, QZDatabaseInfo::RD_O), 5);
-    EXPECT_EQ(Read()->ReadRD(SideThis, 1055, QZDatabaseInfo::RD_N), 6);
+    EXPECT_EQ(Read()->ReadRD(kSideThis, 1055, QZDatabaseInfo::RD_P), 80);
+    EXPECT_EQ(Read()->ReadRD(kSideThis, 1055, QZDatabaseInfo::RD_O), 5);
+    EXPECT_EQ(Read()->ReadRD(kSideThis, 1055, QZDatabaseInfo::RD_N), 6);
     EXPECT_EQ(Console()->GetLength(), 1055 + 65 + 16);
     EXPECT_EQ(Address()->Get(80), 6);
 }
 
-TEST_F(AddressTest, NewRecordsStartBehindTheLengthWithTheNextByteOnA16ByteBoundary)
+TEST_F(AddressTest, NewRecordsStartOneByteBeforeAMultipleOf16)
 {
     Fresh(3);
     const QZInt64 pairs[][2] = {{30, 31}, {31, 47}, {46, 47}, {47, 63}, {1040, 1055}};
@@ -86,7 +86,7 @@ TEST_F(AddressTest, AddressesFrom9ToTheLengthAreInRange)
     EXPECT_FALSE(repair->InRange(-9));
 }
 
-TEST_F(AddressTest, SameContentTwiceIsTwoRecordsAndDeletingGivesNothingBack)
+TEST_F(AddressTest, EqualContentIsStoredTwiceAndUnlinkFreesNoSpace)
 {
     Fresh(3);
     const QZInt64 hd = Data()->NewHD(0);
@@ -96,7 +96,7 @@ TEST_F(AddressTest, SameContentTwiceIsTwoRecordsAndDeletingGivesNothingBack)
     const QZInt64 length = Console()->GetLength();
     Link()->Unlink(second);
     EXPECT_EQ(Console()->GetLength(), length);
-    ExpectSound(hd, {first});
+    ExpectConsistent(hd, {first});
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -113,11 +113,11 @@ protected:
         Fresh(2);
         m_hd = Data()->NewHD(0);
         m_image = File();
-        // The next record starts at 0xFFFFFFEF and has no room.
+        // The next record starts at 0xFFFFFFEF, where no record fits.
         Address()->PutRaw(16, 0xFFFFFFE0);
     }
 
-    /// The write was refused for good with so many errors, and no record is seen.
+    /// Expects that write protection is on, that `errors` errors were recorded, and that no record was added.
     void ExpectRefused(QZInt64 errors)
     {
         EXPECT_EQ(Console()->GetWriteProtect(), 1);
@@ -127,7 +127,7 @@ protected:
         Console()->SetWriteProtect(0);
         Address()->PutRaw(16, 480);
         EXPECT_EQ(qztest::Difference(File(), m_image), "");
-        ExpectSound(m_hd, {});
+        ExpectConsistent(m_hd, {});
     }
 
     QZInt64 m_hd = 0;
@@ -136,48 +136,48 @@ protected:
 
 }  // namespace
 
-TEST_F(AddressEndTest, RefusedHeadAnswers0)
+TEST_F(AddressEndTest, RefusedHeadReturns0)
 {
     EXPECT_EQ(Data()->NewHD(0), 0);
     ExpectRefused(2);
 }
 
-TEST_F(AddressEndTest, RefusedADAnswersMinus1)
+TEST_F(AddressEndTest, RefusedADReturnsMinus1)
 {
     EXPECT_EQ(Data()->NewAD(m_hd, 63), -1);
     ExpectRefused(2);
 }
 
-TEST_F(AddressEndTest, RefusedLDAnswersMinus1)
+TEST_F(AddressEndTest, RefusedLDReturnsMinus1)
 {
     EXPECT_EQ(Data()->NewLD(m_hd), -1);
     ExpectRefused(2);
 }
 
-TEST_F(AddressEndTest, RefusedCDAnswersMinus1)
+TEST_F(AddressEndTest, RefusedCDReturnsMinus1)
 {
-    // The content comes first: its pointer ends the address space silently, the rest of it counts, like
-    // length and mark.
+    // The content is written first. Its pointer turns write protection on without an error; each later write
+    // of the content, the file length and the mark record one.
     EXPECT_EQ(Data()->NewCD(m_hd, "abc", 3), -1);
     ExpectRefused(5);
 }
 
-TEST_F(AddressEndTest, RefusedPDAnswersMinus1)
+TEST_F(AddressEndTest, RefusedPDReturnsMinus1)
 {
     EXPECT_EQ(Data()->NewPD(m_hd, 0, "abc", 3), -1);
     ExpectRefused(5);
 }
 
-TEST_F(AddressEndTest, RefusedHeadForAPDStopsThere)
+TEST_F(AddressEndTest, RefusedHeadForAPDReturns0)
 {
     EXPECT_EQ(Data()->NewHDForPD(63), 0);
     ExpectRefused(2);
 }
 
-TEST_F(AddressEndTest, RefusedReplacementAnswers0)
+TEST_F(AddressEndTest, RefusedReplacementReturns0)
 {
-    // Two for the head, four for the framed bytes, two for the record, one for the pointer: each refused
-    // write counts.
+    // Each refused write records an error: two for the head, four for the framed bytes, two for the record
+    // and one for the pointer.
     EXPECT_EQ(Data()->PutText(448, 0, "abc", 3), 0);
     ExpectRefused(9);
 }
@@ -191,5 +191,5 @@ TEST_F(AddressEndTest, ProtectionStaysWhileTheFileIsOpen)
     EXPECT_EQ(Console()->GetErrorCount(), 4);
     Close();
     ASSERT_TRUE(Open());
-    EXPECT_EQ(Console()->GetWriteProtect(), 0) << "the state is not stored";
+    EXPECT_EQ(Console()->GetWriteProtect(), 0) << "write protection is not stored in the file";
 }

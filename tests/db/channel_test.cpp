@@ -12,7 +12,7 @@ namespace
 class Channel : public DatabaseTest
 {};
 
-/// Counts the calls of the assert hook that said false, for the time of a test.
+/// Counts failed assertions while it lives.
 class AssertCount
 {
 public:
@@ -80,13 +80,13 @@ TEST_F(Channel, AddressLengthFollowsTheMode)
     EXPECT_EQ(m_channel->G_AS(), 4);
 }
 
-TEST_F(Channel, CollectAndSyncAnswer0)
+TEST_F(Channel, CollectAndSyncReturn0)
 {
     Fresh();
     MakePD();
     EXPECT_EQ(m_channel->SYNC(), 0);
     EXPECT_EQ(m_channel->COLLECT(), 0);
-    // A second time there is nothing left to release.
+    // The second call has nothing left to release.
     EXPECT_EQ(m_channel->COLLECT(), 0);
 }
 
@@ -100,7 +100,7 @@ TEST_F(Channel, CloseWritesTheFileAndClearsTheVariable)
     EXPECT_EQ(m_channel->G_T(1, pd), Info::DATA_PD);
 }
 
-TEST_F(Channel, NullsGoToTheAssertHook)
+TEST_F(Channel, NullArgumentsCallTheAssertHook)
 {
     Fresh();
     const AssertCount asserts;
@@ -115,14 +115,14 @@ TEST_F(Channel, NullsGoToTheAssertHook)
     EXPECT_EQ(asserts.Count(), 3);
 }
 
-TEST_F(Channel, OpenPassesTheExceptionOnWhateverTheMode)
+TEST_F(Channel, OpenThrowsTheExceptionInEveryMode)
 {
     m_dir.Write("test.db", std::string(64, 'x'));
     EXPECT_QZ_THROW(Open(QZChannel::MODE_FILE), Info::BAD_STRUCT);
     EXPECT_QZ_THROW(Open(QZChannel::MODE_PROCESS), Info::BAD_STRUCT);
 }
 
-TEST_F(Channel, ToAnotherProcessEverythingAnswers0AndNothingMoves)
+TEST_F(Channel, ProcessModeReturns0AndChangesNothing)
 {
     ASSERT_TRUE(Create(3, 1));
     Open(QZChannel::MODE_PROCESS);
@@ -173,7 +173,7 @@ TEST_F(Channel, ToAnotherProcessEverythingAnswers0AndNothingMoves)
     EXPECT_EQ(m_dir.Read("test.db"), before);
 }
 
-TEST_F(Channel, ToAnotherProcessSysInfoIsZeroAndRecycleFreesNothing)
+TEST_F(Channel, ProcessModeSysInfoIsZeroAndRecycleFreesNothing)
 {
     ASSERT_TRUE(Create(3, 1));
     Open(QZChannel::MODE_PROCESS);
@@ -191,7 +191,7 @@ TEST_F(Channel, ToAnotherProcessSysInfoIsZeroAndRecycleFreesNothing)
     delete record;
 }
 
-TEST_F(Channel, InAnyOtherModeEverythingAnswers0)
+TEST_F(Channel, UnknownModeReturns0)
 {
     ASSERT_TRUE(Create(3, 1));
     Open(0x300);

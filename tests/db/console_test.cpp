@@ -14,7 +14,7 @@ namespace
 class ConsoleTest : public EngineTest
 {
 protected:
-    /// A file made up of a few header bytes.
+    /// Writes a file that has only these header bytes.
     void Header(int version, int addressMode, int fileMode)
     {
         std::string bytes(32, '\0');
@@ -24,7 +24,7 @@ protected:
         m_dir.Write("test.db", bytes);
     }
 
-    /// An open, empty file of a version for the writers that Create does not reach.
+    /// Opens an empty file, to format it in versions that Create refuses.
     void OpenEmpty(QZInt64 mode)
     {
         m_dir.Write("test.db", "");
@@ -36,7 +36,7 @@ protected:
     }
 };
 
-/// The fresh file of version 5 with addresses of 8 bytes, without rollback.
+/// The new file of version 5 with 8-byte addresses, without rollback.
 Image Fresh64()
 {
     Image image(705, 8);
@@ -75,7 +75,7 @@ Image Fresh64()
     return image;
 }
 
-/// The same with addresses of 4 bytes.
+/// The new file of version 5 with 4-byte addresses, without rollback.
 Image Fresh32(int mode)
 {
     Image image(449, 4);
@@ -119,13 +119,13 @@ Image Fresh32(int mode)
 // ---------------------------------------------------------------------------------------------------------------------
 // Creating
 
-TEST_F(ConsoleTest, FreshFileWithEightByteAddresses)
+TEST_F(ConsoleTest, NewFileWith8ByteAddresses)
 {
     ASSERT_TRUE(Create(3));
     EXPECT_FILE(File(), Fresh64());
 }
 
-TEST_F(ConsoleTest, FreshFileWithFourByteAddresses)
+TEST_F(ConsoleTest, NewFileWith4ByteAddresses)
 {
     ASSERT_TRUE(Create(2));
     EXPECT_FILE(File(), Fresh32(2));
@@ -137,13 +137,13 @@ TEST_F(ConsoleTest, Mode32IKeepsItsNumberInTheHeaderAndHasFileMode2)
     EXPECT_FILE(File(), Fresh32(1));
 }
 
-TEST_F(ConsoleTest, FreshFileWithRollbackEndsAt1040)
+TEST_F(ConsoleTest, NewFileWithRollbackEndsAt1040)
 {
     ASSERT_TRUE(Create(3, 1));
     Image image(1041, 8);
     image.Text(0, std::string_view(Fresh64().Bytes()));
     image.Addresses(16, 1040);
-    // The root of the fifth tree now holds three ADs: base, marks, write position.
+    // The root of the fifth tree holds three ADs: base, marks, write position.
     image.Addresses(272, 639, 767, 1040);
     image.HeadMark(719).Addresses(720, 767, 0, 752, 719).HeadMark(752);
     image.DataMark(767)
@@ -165,14 +165,14 @@ TEST_F(ConsoleTest, FreshFileWithRollbackEndsAt1040)
     EXPECT_FILE(File(), image);
 }
 
-TEST_F(ConsoleTest, CreateOnAnExistingPathAnswersFalseAndLeavesTheFile)
+TEST_F(ConsoleTest, CreateOnAnExistingPathReturnsFalseAndKeepsTheFile)
 {
     m_dir.Write("test.db", "something else");
     EXPECT_FALSE(Create(3));
     EXPECT_EQ(File(), "something else");
 }
 
-TEST_F(ConsoleTest, CreateRefusesOtherVersionsWithoutTouchingTheDisk)
+TEST_F(ConsoleTest, CreateRefusesOtherVersionsWithoutAFile)
 {
     for (const QZInt64 version : {0, 1, 4, 6, 9})
     {
@@ -182,7 +182,7 @@ TEST_F(ConsoleTest, CreateRefusesOtherVersionsWithoutTouchingTheDisk)
     EXPECT_FALSE(m_dir.Exists("test.db"));
 }
 
-TEST_F(ConsoleTest, CreateRefusesOtherAddressModesWithoutTouchingTheDisk)
+TEST_F(ConsoleTest, CreateRefusesOtherAddressModesWithoutAFile)
 {
     for (const QZInt64 mode : {-1, 0, 4, 7}) EXPECT_FALSE(Create(mode)) << mode;
     EXPECT_FALSE(m_dir.Exists("test.db"));
@@ -201,7 +201,7 @@ TEST_F(ConsoleTest, CreateRestoresFileAndAddressInfo)
     EXPECT_FILE(File(), Fresh32(2));
 }
 
-TEST_F(ConsoleTest, CreateInAMissingFolderPassesTheFileExceptionAndLeavesTheConsoleAsItWas)
+TEST_F(ConsoleTest, CreateInAMissingFolderThrowsAndKeepsTheConsoleState)
 {
     OBJECTS objects;
     objects.Initialise(3);
@@ -213,7 +213,7 @@ TEST_F(ConsoleTest, CreateInAMissingFolderPassesTheFileExceptionAndLeavesTheCons
     EXPECT_EQ(objects.Console()->Buffer(), nullptr);
 }
 
-TEST_F(ConsoleTest, UnknownModeIsCountedAndDoesNotStopInitialising)
+TEST_F(ConsoleTest, UnknownModeRecordsAnErrorAndInitialises)
 {
     OBJECTS objects;
     EXPECT_TRUE(objects.Initialise(7));
@@ -233,7 +233,7 @@ TEST_F(ConsoleTest, Version9HasTheLayoutOfVersion5)
     EXPECT_FILE(File(), image);
 }
 
-TEST_F(ConsoleTest, Version1IsTheBigEndianLayoutWith20InTheThirdTree)
+TEST_F(ConsoleTest, Version1IsBigEndianWith20InTheThirdTree)
 {
     OpenEmpty(1);
     Console()->Format(1, 1);
@@ -276,14 +276,14 @@ TEST_F(ConsoleTest, Version4HasFourRootsUnderAMainHeadAt9)
         .Addresses(230, 9)
         .HeadMark(234);
     EXPECT_FILE(file, image);
-    // Roots are reached through the records, as in later versions.
+    // TreeRoot reads the roots from the records, as in later versions.
     EXPECT_EQ(Read()->TreeRoot(9, 3), 63);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
 // Opening and verifying
 
-TEST_F(ConsoleTest, OpenTakesVersionAndModeFromTheFile)
+TEST_F(ConsoleTest, OpenReadsVersionAndModeFromTheFile)
 {
     Fresh(1);
     EXPECT_EQ(Console()->GetSysInfo(QZDatabaseInfo::SYSINFO_DATABASEVERSION), 5);
@@ -304,7 +304,7 @@ TEST_F(ConsoleTest, FileModeOfAnOpenFileIsItsAddressMode)
     EXPECT_EQ(Console()->GetErrorCount(), 0);
 }
 
-TEST_F(ConsoleTest, SystemInformationOfOtherKeysIsZero)
+TEST_F(ConsoleTest, UnknownSystemInformationIsZero)
 {
     Fresh(3, 1);
     EXPECT_EQ(Console()->GetSysInfo(QZDatabaseInfo::SYSINFO_ROLLBACK), 0);
@@ -338,17 +338,14 @@ TEST_F(ConsoleTest, UnknownAddressModeByteIsRefused)
     }
 }
 
-TEST_F(ConsoleTest, OpenOfAMissingFilePassesTheFileException)
-{
-    EXPECT_TRUE(QZ_TEST_CATCH(Open("missing.db")).thrown);
-}
+TEST_F(ConsoleTest, OpenOfAMissingFileThrows) { EXPECT_TRUE(QZ_TEST_CATCH(Open("missing.db")).thrown); }
 
-TEST_F(ConsoleTest, BadFileModeByteIsOneErrorAndRollbackIsNotLoaded)
+TEST_F(ConsoleTest, BadFileModeByteRecordsOneErrorAndTurnsRollbackOff)
 {
     ASSERT_TRUE(Create(3, 1));
     std::string bytes = File();
     bytes[2] = 9;
-    // The main HD is broken as well: it is not looked at any more.
+    // The main HD is damaged as well, but it is not checked after the first error.
     bytes[31] = 0;
     m_dir.Write("test.db", bytes);
     ASSERT_TRUE(Open());
@@ -357,7 +354,7 @@ TEST_F(ConsoleTest, BadFileModeByteIsOneErrorAndRollbackIsNotLoaded)
     EXPECT_FALSE(m_objects->Rollback()->IsOn());
 }
 
-TEST_F(ConsoleTest, BrokenMainHeadIsOneErrorOnAFileThatOpens)
+TEST_F(ConsoleTest, DamagedMainHeadRecordsOneErrorAndOpens)
 {
     ASSERT_TRUE(Create(3, 1));
     std::string bytes = File();
@@ -369,7 +366,7 @@ TEST_F(ConsoleTest, BrokenMainHeadIsOneErrorOnAFileThatOpens)
     EXPECT_FALSE(m_objects->Rollback()->IsOn());
 }
 
-TEST_F(ConsoleTest, Version1And4FilesOpenWithAnErrorNoted)
+TEST_F(ConsoleTest, Version1And4FilesOpenWithARecordedError)
 {
     Header(1, 2, 2);
     EXPECT_TRUE(Open());
@@ -384,7 +381,7 @@ TEST_F(ConsoleTest, Version1And4FilesOpenWithAnErrorNoted)
     EXPECT_EQ(Console()->GetErrorCount(), 1);
 }
 
-TEST_F(ConsoleTest, VerifyTurnsRollbackOnWhereTheFileHasIt)
+TEST_F(ConsoleTest, VerifyTurnsRollbackOnWhenTheFileHasIt)
 {
     Fresh(3, 1);
     EXPECT_TRUE(m_objects->Rollback()->IsOn());
@@ -405,7 +402,7 @@ TEST_F(ConsoleTest, SetLengthWritesAtOffset16)
     EXPECT_EQ(qztest::Hex(File().substr(16, 4)), "04 03 02 01");
 }
 
-TEST_F(ConsoleTest, LengthThatReachesTheLargestAddressProtectsForGood)
+TEST_F(ConsoleTest, LengthAtTheLargestAddressTurnsWriteProtectionOn)
 {
     Fresh(2);
     Console()->SetLength(0xFFFFFFFF);
@@ -418,7 +415,7 @@ TEST_F(ConsoleTest, LengthThatReachesTheLargestAddressProtectsForGood)
     EXPECT_EQ(Console()->GetErrorCount(), 2);
 }
 
-TEST_F(ConsoleTest, WriteAboveTheLargestAddressProtectsWithoutAnErrorAndTheNextOneCounts)
+TEST_F(ConsoleTest, FirstWriteAboveTheLargestAddressRecordsNoError)
 {
     Fresh(2);
     EXPECT_EQ(Binary()->PutBytes(0xFFFFFFFC, 4, "abcd"), 0);
@@ -430,7 +427,7 @@ TEST_F(ConsoleTest, WriteAboveTheLargestAddressProtectsWithoutAnErrorAndTheNextO
     EXPECT_EQ(Binary()->GetByte(100), Fresh32(2).Bytes()[100]);
 }
 
-TEST_F(ConsoleTest, CheckWriteAllowsUpToTheLargestAddress)
+TEST_F(ConsoleTest, CheckWriteAllowsTheLargestAddress)
 {
     Fresh(2);
     EXPECT_TRUE(Binary()->CheckWrite(0, 0xFFFFFFFF));
@@ -439,21 +436,21 @@ TEST_F(ConsoleTest, CheckWriteAllowsUpToTheLargestAddress)
     EXPECT_EQ(Console()->GetWriteProtect(), 1);
 }
 
-TEST_F(ConsoleTest, WritePastTheLastPositionOfALongFileIsRefused)
+TEST_F(ConsoleTest, WriteAtTheLargestPositionOf64BitsIsRefused)
 {
     Fresh(3);
     EXPECT_EQ(Binary()->PutBytes(0x7FFFFFFFFFFFFFFF, 1, "a"), 0);
     EXPECT_EQ(Console()->GetWriteProtect(), 1);
 }
 
-TEST_F(ConsoleTest, ReadBehindTheEndOfTheFileIsZero)
+TEST_F(ConsoleTest, ReadPastTheEndOfTheFileIsZero)
 {
     Fresh(3);
     EXPECT_EQ(Binary()->GetByte(100000), 0);
     EXPECT_EQ(Address()->Get(0x7FFFFFFFFFFFFFFF), 0);
 }
 
-TEST_F(ConsoleTest, ErrorsAreCountedAndOnlyTheLastOneIsKept)
+TEST_F(ConsoleTest, ErrorsAreCountedAndTheLastOneIsKept)
 {
     Fresh(3);
     Console()->RecordError(17);
@@ -465,7 +462,7 @@ TEST_F(ConsoleTest, ErrorsAreCountedAndOnlyTheLastOneIsKept)
 // ---------------------------------------------------------------------------------------------------------------------
 // The transformations
 
-TEST_F(ConsoleTest, FilesAreStoredInTheClear)
+TEST_F(ConsoleTest, TransformationsAreOffByDefault)
 {
     Fresh(3);
     EXPECT_EQ(Console()->ByteTransformation()->Flag, 0);
@@ -477,8 +474,8 @@ TEST_F(ConsoleTest, FilesAreStoredInTheClear)
 
 namespace
 {
-// With the key 1 every byte grows by one on its way to the file.
-void Switch(QZDbTransformation* transformation)
+// With the key 1 each byte is stored incremented by one.
+void TurnOn(QZDbTransformation* transformation)
 {
     QZEncryption::CreateEncryptionMapByChar(transformation->WriteKey->GetPointer(), "\x01", 1);
     QZEncryption::CreateDecryptionMapByChar(transformation->ReadKey->GetPointer(), "\x01", 1);
@@ -486,13 +483,13 @@ void Switch(QZDbTransformation* transformation)
 }
 }  // namespace
 
-TEST_F(ConsoleTest, ByteTransformationCoversEveryByte)
+TEST_F(ConsoleTest, ByteTransformationAppliesToEveryByte)
 {
     Fresh(3);
-    Switch(Console()->ByteTransformation());
+    TurnOn(Console()->ByteTransformation());
     const std::string text(300, 'x');
     ASSERT_EQ(Binary()->PutBytes(720, 300, text.data()), 1);
-    EXPECT_EQ(text, std::string(300, 'x')) << "the caller's bytes stay";
+    EXPECT_EQ(text, std::string(300, 'x')) << "the caller's bytes must not change";
     ASSERT_EQ(Address()->PutRaw(1100, 0x0102), 1);
     EXPECT_EQ(File().substr(720, 300), std::string(300, 'y'));
     EXPECT_EQ(qztest::Hex(File().substr(1100, 8)), "03 02 01 01 01 01 01 01");
@@ -502,10 +499,10 @@ TEST_F(ConsoleTest, ByteTransformationCoversEveryByte)
     EXPECT_EQ(Address()->Get(1100), 0x0102);
 }
 
-TEST_F(ConsoleTest, AddressTransformationCoversAddressesOnly)
+TEST_F(ConsoleTest, AddressTransformationAppliesToAddressesOnly)
 {
     Fresh(2);
-    Switch(Console()->AddressTransformation());
+    TurnOn(Console()->AddressTransformation());
     ASSERT_EQ(Address()->PutRaw(500, 0x0102), 1);
     ASSERT_EQ(Binary()->PutByte(510, 7), 1);
     EXPECT_EQ(qztest::Hex(File().substr(500, 4)), "03 02 01 01");
@@ -513,10 +510,10 @@ TEST_F(ConsoleTest, AddressTransformationCoversAddressesOnly)
     EXPECT_EQ(Address()->Get(500), 0x0102);
 }
 
-TEST_F(ConsoleTest, ContentTransformationCoversContentOnly)
+TEST_F(ConsoleTest, ContentTransformationAppliesToContentOnly)
 {
     Fresh(2);
-    Switch(Console()->ContentTransformation());
+    TurnOn(Console()->ContentTransformation());
     const std::string text = std::string(299, 'a') + "b";
     EXPECT_EQ(Chars()->Write(500, text.data(), 300), 500 + 12 + 300 - 1);
     EXPECT_EQ(text[0], 'a');

@@ -2,10 +2,10 @@
 
 using qztest::EngineTest;
 using qztest::Image;
-using qztest::SideThis;
+using qztest::kSideThis;
 
-// Every file here starts with a fresh one of version 5: 705 bytes with addresses of 8 bytes, 449 with 4, so
-// that the first record stands at 719 or 463. A free HD comes first.
+// Every test starts with a new file of version 5. It has 705 bytes with 8-byte addresses and 449 with 4-byte
+// ones, so the first record starts at 719 or 463. Each test adds a free HD first.
 
 namespace
 {
@@ -13,7 +13,7 @@ namespace
 class DataTest : public EngineTest
 {
 protected:
-    /// The file is the fresh one, its length field, and these bytes behind it.
+    /// Expects the new file with this length field, followed by these bytes.
     void ExpectTail(const std::string& fresh, const Image& tail, QZInt64 length, QZInt64 addressLength)
     {
         Image image(tail.Bytes().size(), addressLength);
@@ -26,7 +26,7 @@ protected:
         EXPECT_EQ(qztest::Difference(File(), expected), "");
     }
 
-    void FreshNoting(QZInt64 mode, QZInt64 rollback = 0)
+    void FreshWithCopy(QZInt64 mode, QZInt64 rollback = 0)
     {
         Fresh(mode, rollback);
         m_fresh = File();
@@ -39,7 +39,7 @@ protected:
 
 TEST_F(DataTest, FreeHead)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     EXPECT_EQ(Data()->NewHD(79), 719);
     Image tail(753, 8);
     tail.HeadMark(719).Addresses(720, 79, 0, 752, 719).HeadMark(752);
@@ -48,7 +48,7 @@ TEST_F(DataTest, FreeHead)
 
 TEST_F(DataTest, AddressRecord)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     const QZInt64 hd = Data()->NewHD(0);
     EXPECT_EQ(Data()->NewAD(hd, 0x123456), 767);
     Image tail(833, 8);
@@ -61,9 +61,9 @@ TEST_F(DataTest, AddressRecord)
     ExpectTail(m_fresh, tail, 832, 8);
 }
 
-TEST_F(DataTest, AddressRecordBehindAnother)
+TEST_F(DataTest, AddressRecordAfterAnother)
 {
-    FreshNoting(2);
+    FreshWithCopy(2);
     const QZInt64 hd = Data()->NewHD(0);
     EXPECT_EQ(hd, 463);
     EXPECT_EQ(Data()->NewAD(hd, 63), 495);
@@ -85,7 +85,7 @@ TEST_F(DataTest, AddressRecordBehindAnother)
 
 TEST_F(DataTest, ContentRecord)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     const QZInt64 hd = Data()->NewHD(0);
     EXPECT_EQ(Data()->NewCD(hd, "abc", 3), 767);
     Image tail(865, 8);
@@ -98,10 +98,10 @@ TEST_F(DataTest, ContentRecord)
 
 TEST_F(DataTest, EmptyContentHasItsWholeFrame)
 {
-    FreshNoting(2);
+    FreshWithCopy(2);
     const QZInt64 hd = Data()->NewHD(0);
     EXPECT_EQ(Data()->NewCD(hd, nullptr, 0), 495);
-    // The smallest CD: END - THIS is 41. Its frame ends at 519, before the mark at 536.
+    // The smallest CD: END - THIS is 41. The frame of its empty content ends at 519; the mark follows at 536.
     Image tail(545, 4);
     tail.HeadMark(463).Addresses(464, 0, 495, 544, 463).HeadMark(480);
     tail.DataMark(495).Addresses(496, 463, 495, 536, 516, 0, 0);
@@ -111,7 +111,7 @@ TEST_F(DataTest, EmptyContentHasItsWholeFrame)
 
 TEST_F(DataTest, PlaceRecord)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     const QZInt64 hd = Data()->NewHD(0);
     EXPECT_EQ(Data()->NewPD(hd, 319, "hello", 5), 767);
     Image tail(881, 8);
@@ -124,7 +124,7 @@ TEST_F(DataTest, PlaceRecord)
 
 TEST_F(DataTest, ListRecordWithItsFourHeads)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     const QZInt64 hd = Data()->NewHD(0);
     EXPECT_EQ(Data()->NewLD(hd), 767);
     Image tail(1041, 8);
@@ -140,7 +140,7 @@ TEST_F(DataTest, ListRecordWithItsFourHeads)
 
 TEST_F(DataTest, LogRecord)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     const QZInt64 hd = Data()->NewHD(0);
     EXPECT_EQ(Data()->NewRD(hd, 11, 22, 33), 767);
     Image tail(849, 8);
@@ -152,18 +152,18 @@ TEST_F(DataTest, LogRecord)
 
 TEST_F(DataTest, HeadUnderAPlaceRecord)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     const QZInt64 hd = Data()->NewHD(0);
     const QZInt64 pd = Data()->NewPD(hd, 0, "", 0);
     const QZInt64 child = Data()->NewHDForPD(pd);
-    EXPECT_EQ(Read()->ReadPD(SideThis, pd, QZDatabaseInfo::PD_HD_A), child);
-    EXPECT_EQ(Read()->ReadHD(SideThis, child, QZDatabaseInfo::HD_PREV), pd);
-    ExpectSound(child, {});
+    EXPECT_EQ(Read()->ReadPD(kSideThis, pd, QZDatabaseInfo::PD_HD_A), child);
+    EXPECT_EQ(Read()->ReadHD(kSideThis, child, QZDatabaseInfo::HD_PREV), pd);
+    ExpectConsistent(child, {});
 }
 
-TEST_F(DataTest, RecordsStartAt15Modulo16WhateverTheContent)
+TEST_F(DataTest, RecordsStartAt15Modulo16ForEveryContentLength)
 {
-    FreshNoting(2);
+    FreshWithCopy(2);
     const QZInt64 hd = Data()->NewHD(0);
     std::vector<QZInt64> records;
     const std::string content(70, 'c');
@@ -172,26 +172,26 @@ TEST_F(DataTest, RecordsStartAt15Modulo16WhateverTheContent)
         const QZInt64 cd = Data()->NewCD(hd, content.data(), size);
         records.push_back(cd);
         EXPECT_EQ(cd % 16, 15);
-        EXPECT_EQ((Read()->ReadData(SideThis, cd, QZDatabaseInfo::DATA_END) - cd) % 16, 9);
+        EXPECT_EQ((Read()->ReadData(kSideThis, cd, QZDatabaseInfo::DATA_END) - cd) % 16, 9);
         EXPECT_EQ(Chars()->Length(cd + 13), size);
     }
-    ExpectSound(hd, records);
+    ExpectConsistent(hd, records);
 }
 
-TEST_F(DataTest, BytesBehindTheLengthAreOfNoMeaning)
+TEST_F(DataTest, BytesAfterTheFileLengthAreIgnored)
 {
     ASSERT_TRUE(Create(2));
     m_dir.Write("test.db", File() + std::string(300, '&'));
     ASSERT_TRUE(Open());
     const QZInt64 hd = Data()->NewHD(0);
     const QZInt64 ld = Data()->NewLD(hd);
-    ExpectSound(hd, {ld});
-    EXPECT_EQ(m_objects->Repair()->TypeOf(SideThis, ld), QZDatabaseInfo::DATA_LD);
+    ExpectConsistent(hd, {ld});
+    EXPECT_EQ(m_objects->Repair()->TypeOf(kSideThis, ld), QZDatabaseInfo::DATA_LD);
     EXPECT_EQ(Console()->GetErrorCount(), 0);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
-// What is logged, and in which order: the log stands in the file between the records.
+// What is logged, and in which order: log records and data records share the file.
 
 namespace
 {
@@ -199,7 +199,7 @@ namespace
 class DataLogTest : public DataTest
 {
 protected:
-    /// One line of the log.
+    /// One log record.
     struct Entry
     {
         QZInt64 Address;
@@ -214,10 +214,10 @@ protected:
         }
     };
 
-    /// A fresh file with rollback and a free HD at 1055, which ends at 1088 and is not logged.
+    /// A new file with rollback and a free HD from 1055 to 1088, whose creation is not logged.
     void SetUp() override
     {
-        FreshNoting(3, 1);
+        FreshWithCopy(3, 1);
         ASSERT_EQ(Data()->NewHD(0), 1055);
         ASSERT_TRUE(Log().empty());
     }
@@ -227,9 +227,9 @@ protected:
         std::vector<Entry> entries;
         for (const QZInt64 rd : List(719))
         {
-            entries.push_back({rd, Read()->ReadRD(SideThis, rd, QZDatabaseInfo::RD_P),
-                               Read()->ReadRD(SideThis, rd, QZDatabaseInfo::RD_O),
-                               Read()->ReadRD(SideThis, rd, QZDatabaseInfo::RD_N)});
+            entries.push_back({rd, Read()->ReadRD(kSideThis, rd, QZDatabaseInfo::RD_P),
+                               Read()->ReadRD(kSideThis, rd, QZDatabaseInfo::RD_O),
+                               Read()->ReadRD(kSideThis, rd, QZDatabaseInfo::RD_N)});
         }
         return entries;
     }
@@ -247,7 +247,7 @@ TEST_F(DataLogTest, PlaceRecordLogsLinkHeadAndEnd)
     EXPECT_EQ(Console()->GetLength(), 1504);
 }
 
-TEST_F(DataLogTest, PlaceRecordFileByteForByte)
+TEST_F(DataLogTest, PlaceRecordFileByteByByte)
 {
     ASSERT_EQ(Data()->NewPD(1055, 79, "", 0), 1103);
     Image tail(1505, 8);
@@ -260,7 +260,7 @@ TEST_F(DataLogTest, PlaceRecordFileByteForByte)
     tail.Addresses(1400, 719).HeadMark(1408);
     tail.DataMark(1423).Addresses(1424, 1392, 1423, 1488, 1072, 1088, 1216, 1423, 0).DataMark(1488);
     tail.Addresses(1496, 719).HeadMark(1504);
-    // The base HD of the log holds the three records.
+    // The base HD of the log has the three log records in its list.
     std::string fresh = m_fresh;
     Image base(753, 8);
     base.Text(0, fresh.substr(0, 753)).Addresses(728, 1231, 1504);
@@ -270,7 +270,7 @@ TEST_F(DataLogTest, PlaceRecordFileByteForByte)
 
 TEST_F(DataLogTest, ContentRecordLogsLinkAndEnd)
 {
-    // END of an empty CD at 1103 is 1184, its closing frame stands at 1200.
+    // The END of an empty CD at 1103 is 1184; its closing frame is at 1200.
     ASSERT_EQ(Data()->NewCD(1055, "", 0), 1103);
     const Entries expected = {{1215, 1064, 0, 1103}, {1311, 1072, 1088, 1200}};
     EXPECT_EQ(Log(), expected);
@@ -281,21 +281,21 @@ TEST_F(DataLogTest, SecondRecordLogsTheLinkInTheFirst)
     ASSERT_EQ(Data()->NewAD(1055, 1), 1103);
     const Entries first = {{1183, 1064, 0, 1103}, {1279, 1072, 1088, 1168}};
     EXPECT_EQ(Log(), first);
-    // The next AD stands behind the log, its link goes to END - A of the first: 1152 - 8.
+    // The next AD follows the log records. The link to it is written at END - A of the first AD: 1152 - 8.
     ASSERT_EQ(Data()->NewAD(1055, 2), 1375);
     const Entries both = {first[0], first[1], {1455, 1144, 0, 1375}, {1551, 1072, 1168, 1440}};
     EXPECT_EQ(Log(), both);
 }
 
-TEST_F(DataLogTest, ListRecordLogsBeforeItsHeadsAreMade)
+TEST_F(DataLogTest, ListRecordIsLoggedBeforeItsHeads)
 {
     ASSERT_EQ(Data()->NewLD(1055), 1103);
     const Entries expected = {{1199, 1064, 0, 1103}, {1295, 1072, 1088, 1192}};
     EXPECT_EQ(Log(), expected);
-    EXPECT_EQ(Read()->ReadLD(SideThis, 1103, QZDatabaseInfo::LD_LDS), 1391);
-    EXPECT_EQ(Read()->ReadLD(SideThis, 1103, QZDatabaseInfo::LD_TREE_A), 1439);
-    EXPECT_EQ(Read()->ReadLD(SideThis, 1103, QZDatabaseInfo::LD_TREE_R), 1487);
-    EXPECT_EQ(Read()->ReadLD(SideThis, 1103, QZDatabaseInfo::LD_TREE_S), 1535);
+    EXPECT_EQ(Read()->ReadLD(kSideThis, 1103, QZDatabaseInfo::LD_LDS), 1391);
+    EXPECT_EQ(Read()->ReadLD(kSideThis, 1103, QZDatabaseInfo::LD_TREE_A), 1439);
+    EXPECT_EQ(Read()->ReadLD(kSideThis, 1103, QZDatabaseInfo::LD_TREE_R), 1487);
+    EXPECT_EQ(Read()->ReadLD(kSideThis, 1103, QZDatabaseInfo::LD_TREE_S), 1535);
     EXPECT_EQ(Console()->GetLength(), 1568);
 }
 
@@ -303,7 +303,7 @@ TEST_F(DataLogTest, LogRecordsAreNotLogged)
 {
     ASSERT_EQ(Data()->NewRD(1055, 0, 1, 2), 1103);
     EXPECT_TRUE(Log().empty());
-    ExpectSound(1055, {1103});
+    ExpectConsistent(1055, {1103});
 }
 
 TEST_F(DataLogTest, HeadUnderAPlaceRecordLogsOneChange)
@@ -319,14 +319,14 @@ TEST_F(DataLogTest, ReplacingContentLogsTheNewRecordAndThePointer)
     ASSERT_EQ(Data()->NewCD(1055, "", 0), 1103);
     ASSERT_EQ(Console()->GetLength(), 1392);
     EXPECT_EQ(Data()->PutTextCD(1103, "new", 3), 1);
-    // HD at 1407 under the slot at 1128, CD at 1455 with its content at 1496, then the pointer.
+    // An HD at 1407 owned by the slot at 1128, a CD at 1455 with its content at 1496, then the pointer.
     const Entries expected = {{1215, 1064, 0, 1103},
                               {1311, 1072, 1088, 1200},
                               {1567, 1416, 0, 1455},
                               {1663, 1424, 1440, 1552},
                               {1759, 1128, 1144, 1496}};
     EXPECT_EQ(Log(), expected);
-    EXPECT_EQ(Read()->ReadHD(SideThis, 1407, QZDatabaseInfo::HD_PREV), 1128);
+    EXPECT_EQ(Read()->ReadHD(kSideThis, 1407, QZDatabaseInfo::HD_PREV), 1128);
 }
 
 // ---------------------------------------------------------------------------------------------------------------------
@@ -334,7 +334,7 @@ TEST_F(DataLogTest, ReplacingContentLogsTheNewRecordAndThePointer)
 
 TEST_F(DataTest, ReplacedContentIsReadThroughTheSlot)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     const QZInt64 hd = Data()->NewHD(0);
     const QZInt64 cd = Data()->NewCD(hd, "0123456789", 10);
     const QZInt64 before = Console()->GetLength();
@@ -345,24 +345,24 @@ TEST_F(DataTest, ReplacedContentIsReadThroughTheSlot)
     char text[4] = {};
     Chars()->Read(cd + 25, text);
     EXPECT_STREQ(text, "abc");
-    // Again, and to nothing.
+    // A second replacement, by empty content.
     EXPECT_EQ(Data()->PutTextCD(cd, "", 0), 1);
     EXPECT_GT(Console()->GetLength(), between);
     EXPECT_EQ(Chars()->Length(cd + 25), 0);
-    EXPECT_NE(File().find("0123456789"), std::string::npos) << "the old bytes stay";
-    ExpectSound(hd, {cd});
+    EXPECT_NE(File().find("0123456789"), std::string::npos) << "the old bytes must stay in the file";
+    ExpectConsistent(hd, {cd});
 }
 
-TEST_F(DataTest, ReplacementOfAPlaceRecordHangsUnderTheRecordItself)
+TEST_F(DataTest, ReplacedContentOfAPlaceRecordIsOwnedByTheRecord)
 {
-    FreshNoting(2);
+    FreshWithCopy(2);
     const QZInt64 hd = Data()->NewHD(0);
     const QZInt64 pd = Data()->NewPD(hd, 0, "old", 3);
     const QZInt64 length = Console()->GetLength();
     EXPECT_EQ(Data()->PutTextPD(pd, "other", 5), 1);
     const QZInt64 replacement = (length + 17) / 16 * 16 - 1;
-    EXPECT_EQ(Read()->ReadHD(SideThis, replacement, QZDatabaseInfo::HD_PREV), pd);
-    const QZInt64 cd = Read()->ReadHD(SideThis, replacement, QZDatabaseInfo::HD_FIRSTDATA);
+    EXPECT_EQ(Read()->ReadHD(kSideThis, replacement, QZDatabaseInfo::HD_PREV), pd);
+    const QZInt64 cd = Read()->ReadHD(kSideThis, replacement, QZDatabaseInfo::HD_FIRSTDATA);
     EXPECT_EQ(Address()->Get(pd + 21), cd + 21);
     char text[6] = {};
     Chars()->Read(pd + 21, text);
@@ -372,9 +372,9 @@ TEST_F(DataTest, ReplacementOfAPlaceRecordHangsUnderTheRecordItself)
 // ---------------------------------------------------------------------------------------------------------------------
 // Fields
 
-TEST_F(DataTest, FieldsAreWrittenAtTheirPlaces)
+TEST_F(DataTest, FieldsAreWrittenAtTheirPositions)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     const QZInt64 hd = Data()->NewHD(0);
     const QZInt64 ld = Data()->NewLD(hd);
     ASSERT_EQ(ld, 767);
@@ -396,7 +396,7 @@ TEST_F(DataTest, FieldsAreWrittenAtTheirPlaces)
 
 TEST_F(DataTest, OtherSelectorsWriteNothing)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     const QZInt64 hd = Data()->NewHD(0);
     const QZInt64 ld = Data()->NewLD(hd);
     const std::string before = File();
@@ -415,7 +415,7 @@ TEST_F(DataTest, OtherSelectorsWriteNothing)
 
 TEST_F(DataTest, FramedBytes)
 {
-    FreshNoting(2);
+    FreshWithCopy(2);
     EXPECT_EQ(Chars()->Write(500, "hello", 5), 516);
     Image image(517, 4);
     image.Addresses(500, 508, 5).Text(508, "hello").Addresses(513, 5);
@@ -428,9 +428,9 @@ TEST_F(DataTest, FramedBytes)
     EXPECT_EQ(Console()->GetContentRead(), 5);
 }
 
-TEST_F(DataTest, ErasedContentLosesItsLeadingLengthAndKeepsTheTrailingOne)
+TEST_F(DataTest, EraseClearsTheLeadingLengthAndKeepsTheTrailingOne)
 {
-    FreshNoting(2);
+    FreshWithCopy(2);
     const QZInt64 hd = Data()->NewHD(0);
     const QZInt64 cd = Data()->NewCD(hd, "hello", 5);
     const QZInt64 slot = cd + 13;
@@ -439,13 +439,13 @@ TEST_F(DataTest, ErasedContentLosesItsLeadingLengthAndKeepsTheTrailingOne)
     EXPECT_EQ(qztest::Hex(File().substr(static_cast<std::size_t>(slot) + 4, 13)),
               "00 00 00 00 00 00 00 00 00 05 00 00 00");
     EXPECT_EQ(Console()->GetContentWritten(), 5 + 9);
-    // A second time only the length itself is left.
+    // The second erase clears only the length field.
     EXPECT_EQ(Chars()->Erase(slot), 4);
 }
 
-TEST_F(DataTest, ErasedContentOfMadeUpLengthEndsWithTheFile)
+TEST_F(DataTest, EraseWithADamagedLengthStopsAtTheEndOfTheFile)
 {
-    FreshNoting(3);
+    FreshWithCopy(3);
     const QZInt64 hd = Data()->NewHD(0);
     const QZInt64 cd = Data()->NewCD(hd, "hello", 5);
     Address()->PutRaw(cd + 33, 0x4000000000000000);

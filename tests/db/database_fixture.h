@@ -1,7 +1,7 @@
 #ifndef QZLIB_TESTS_DB_DATABASE_FIXTURE_H
 #define QZLIB_TESTS_DB_DATABASE_FIXTURE_H
 
-/// A database as a host has it: a file in a folder of its own, reached through a channel.
+/// A database as a host uses it: a file in its own folder, accessed through a channel.
 
 #include <gtest/gtest.h>
 
@@ -55,20 +55,20 @@ protected:
 
     Text Path() const { return m_dir.Name("test.db"); }
 
-    /// The file as it is on the disk once everything was written.
+    /// The content of the file on disk, after a sync.
     std::string File()
     {
         if (m_channel != nullptr) m_channel->SYNC();
         return m_dir.Read("test.db");
     }
 
-    /// Bytes of the file.
+    /// Bytes of the file on disk, after a sync.
     std::string Bytes(QZInt64 position, QZInt64 size)
     {
         return File().substr(static_cast<std::size_t>(position), static_cast<std::size_t>(size));
     }
 
-    /// Changes bytes of the file behind the library's back and opens it again.
+    /// Closes the database, overwrites bytes of the file and opens it again.
     void Damage(QZInt64 position, std::string_view bytes)
     {
         Close();
@@ -78,7 +78,7 @@ protected:
         Open();
     }
 
-    /// The same with an address, in the length that the file has.
+    /// Overwrites an address as Damage does, in the address length of the file.
     void DamageAddress(QZInt64 position, QZInt64 value)
     {
         std::string bytes;
@@ -89,7 +89,7 @@ protected:
         Damage(position, bytes);
     }
 
-    /// An address of the file, with the database's own buffer written first.
+    /// An address in the file on disk, after a sync.
     QZInt64 AddressAt(QZInt64 position)
     {
         const std::string bytes = Bytes(position, m_channel->G_AS());
@@ -103,7 +103,7 @@ protected:
 
     QZInt64 A(QZInt64 address, QZInt64 selector) { return m_channel->G_A(address, selector); }
 
-    /// A PD with an LD at the end of a list.
+    /// Appends a PD with a new LD to a list.
     QZInt64 MakePD(QZInt64 hd)
     {
         const QZInt64 ld = m_channel->P_D(m_channel->G_TA(Info::TREELSN), Info::DATA_LD);
@@ -114,7 +114,7 @@ protected:
 
     QZInt64 MakePD() { return MakePD(m_channel->G_TA(Info::TREESSN)); }
 
-    /// A child list under a PD, with one PD in it.
+    /// Adds a child list with one PD to a PD and returns the new PD.
     QZInt64 MakeChild(QZInt64 pd) { return MakePD(m_channel->P_HD(pd)); }
 
     QZInt64 Put(QZInt64 address, QZInt64 field, std::string_view text)
@@ -148,7 +148,7 @@ protected:
         return words;
     }
 
-    /// Forgets nothing: the count only grows. Answers how many errors the call recorded.
+    /// Returns how many errors the call recorded.
     template <typename Call>
     QZInt64 Errors(Call call)
     {
@@ -161,7 +161,7 @@ protected:
     QZChannel* m_channel = nullptr;
 };
 
-/// The statement records one error, with this code.
+/// Expects that the statement records one error, with this code.
 #define EXPECT_RECORDS(code, ...)                   \
     {                                               \
         EXPECT_EQ(Errors([&] { __VA_ARGS__; }), 1); \

@@ -16,10 +16,10 @@ namespace
 class Database : public DatabaseTest
 {
 protected:
-    /// True when another thread gets through an operation of the channel within a while. When it does not,
-    /// `release` lets it through before the answer.
+    /// Returns whether another thread finishes an operation of the channel within 200 ms. If not, `release`
+    /// must free the lock that it waits for.
     template <typename Release>
-    bool OtherThreadGetsThrough(Release release)
+    bool OtherThreadCanEnter(Release release)
     {
         std::atomic<bool> through{false};
         std::thread other([&] {
@@ -27,13 +27,13 @@ protected:
             through = true;
         });
         for (int i = 0; i < 40 && !through; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        const bool answer = through;
-        if (!answer) release();
+        const bool inTime = through;
+        if (!inTime) release();
         other.join();
-        return answer;
+        return inTime;
     }
 
-    /// Reads from the disk fail while it lives.
+    /// While it lives, reads from the disk fail.
     class ReadFault
     {
     public:
@@ -53,7 +53,7 @@ protected:
     };
 };
 
-TEST_F(Database, CreateLeavesAnExistingFileAsItWas)
+TEST_F(Database, CreateKeepsAnExistingFile)
 {
     m_dir.Write("test.db", "something else");
     EXPECT_FALSE(Create(3, 1));
@@ -71,7 +71,7 @@ TEST_F(Database, CreateRefusesOtherVersionsAndModesWithoutAFile)
     EXPECT_FALSE(m_dir.Exists("test.db"));
 }
 
-TEST_F(Database, CreateByPathAloneMakesVersion5With64BitAddressesAndRollback)
+TEST_F(Database, CreateByPathUsesVersion5With64BitAddressesAndRollback)
 {
     QZString path(Path().c_str());
     EXPECT_TRUE(QZDatabase::Create(&path));
@@ -94,7 +94,7 @@ TEST_F(Database, CreateInMode1WritesModes1And2AndNoRollbackStructure)
     EXPECT_FALSE(m_channel->RB_ON());
 }
 
-TEST_F(Database, OpenOfAForeignFirstByteRaisesBadStructAndLeavesNothingOpen)
+TEST_F(Database, OpenOfAnUnknownVersionThrowsBadStructAndClosesTheFile)
 {
     ASSERT_TRUE(Create(3, 0));
     std::string file = m_dir.Read("test.db");
@@ -105,7 +105,7 @@ TEST_F(Database, OpenOfAForeignFirstByteRaisesBadStructAndLeavesNothingOpen)
     EXPECT_TRUE(std::filesystem::remove(m_dir.Path("test.db")));
 }
 
-TEST_F(Database, OpenOfAForeignAddressModeRaisesBadStruct)
+TEST_F(Database, OpenOfAnUnknownAddressModeThrowsBadStruct)
 {
     ASSERT_TRUE(Create(3, 0));
     std::string file = m_dir.Read("test.db");
@@ -114,13 +114,13 @@ TEST_F(Database, OpenOfAForeignAddressModeRaisesBadStruct)
     EXPECT_QZ_THROW(Open(), Info::BAD_STRUCT);
 }
 
-TEST_F(Database, OpenOfAMissingFileRaisesAndMakesNone)
+TEST_F(Database, OpenOfAMissingFileThrowsAndCreatesNone)
 {
     EXPECT_TRUE(Catch([&] { Open(); }).thrown);
     EXPECT_FALSE(m_dir.Exists("test.db"));
 }
 
-TEST_F(Database, ADamagedMainHeadOpensWithBadStructAsLastError)
+TEST_F(Database, DamagedMainHeadOpensWithBadStructAsLastError)
 {
     Fresh(3, 1);
     Damage(31, "x");
@@ -128,7 +128,7 @@ TEST_F(Database, ADamagedMainHeadOpensWithBadStructAsLastError)
     EXPECT_EQ(m_channel->G_EN(), 1);
 }
 
-TEST_F(Database, ABadFileModeByteOpensWithBadStructAndWithoutRollback)
+TEST_F(Database, BadFileModeByteOpensWithBadStructAndWithoutRollback)
 {
     Fresh(3, 1);
     Damage(2, std::string_view("\x09", 1));
@@ -171,7 +171,7 @@ TEST_F(Database, SysInfoCopiesAndMoves)
     EXPECT_EQ(other.Rollback, 1);
 }
 
-TEST_F(Database, TreeNumbersBelow1AnswerTheFirstRootAndPastTheLastNone)
+TEST_F(Database, TreeNumberBelow1IsTheFirstRootAndAbove5IsNone)
 {
     Fresh();
     EXPECT_EQ(m_channel->G_TA(1), 79);
@@ -181,7 +181,7 @@ TEST_F(Database, TreeNumbersBelow1AnswerTheFirstRootAndPastTheLastNone)
     EXPECT_EQ(m_channel->G_TA(6), 0);
 }
 
-TEST_F(Database, CheckParamIsOnAtFirstAndTakesAnyOtherValueThan0AsOn)
+TEST_F(Database, CheckParamIsOnByDefaultAndForAllValuesExcept0)
 {
     Fresh();
     EXPECT_TRUE(m_channel->CheckParam());
@@ -193,7 +193,7 @@ TEST_F(Database, CheckParamIsOnAtFirstAndTakesAnyOtherValueThan0AsOn)
 
 // ---- G_A
 
-TEST_F(Database, GetAddressRaisesBadStructForARecordOfAnotherKindAndRecordsNothing)
+TEST_F(Database, GetAddressOfAnotherKindThrowsBadStructAndRecordsNothing)
 {
     Fresh();
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
@@ -205,17 +205,17 @@ TEST_F(Database, GetAddressRaisesBadStructForARecordOfAnotherKindAndRecordsNothi
     m_channel->ConsoleUnlock();
 }
 
-TEST_F(Database, GetAddressRaisesWithTheLockHeld)
+TEST_F(Database, GetAddressThrowsWithTheLockHeld)
 {
     Fresh();
     EXPECT_QZ_THROW(A(0, Info::DATA_NEXT), Info::BAD_STRUCT);
-    // The thread itself goes on.
+    // The throwing thread can still enter the lock.
     EXPECT_EQ(m_channel->G_TA(1), 79);
-    EXPECT_FALSE(OtherThreadGetsThrough([&] { m_channel->ConsoleUnlock(); }));
-    EXPECT_TRUE(OtherThreadGetsThrough([] {}));
+    EXPECT_FALSE(OtherThreadCanEnter([&] { m_channel->ConsoleUnlock(); }));
+    EXPECT_TRUE(OtherThreadCanEnter([] {}));
 }
 
-TEST_F(Database, GetAddressTakesGenericSelectorsOnEveryDataRecord)
+TEST_F(Database, GetAddressAcceptsGenericSelectorsOnEveryDataRecord)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -234,7 +234,7 @@ TEST_F(Database, GetAddressTakesGenericSelectorsOnEveryDataRecord)
     EXPECT_EQ(A(hd, Info::HD_LASTDATA_THIS), pd);
 }
 
-TEST_F(Database, GetAddressWithTestsOffReadsWhateverLiesThere)
+TEST_F(Database, GetAddressWithoutChecksReadsAnyBytes)
 {
     Fresh();
     const QZInt64 ad = m_channel->P_D(m_channel->P_HD(), Info::DATA_AD);
@@ -243,7 +243,7 @@ TEST_F(Database, GetAddressWithTestsOffReadsWhateverLiesThere)
     EXPECT_EQ(A(ad, Info::PD_LD_A), 4711);
 }
 
-TEST_F(Database, GetAddressRecordsWhatIsNoSelector)
+TEST_F(Database, GetAddressRecordsUnknownSelectors)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -253,21 +253,21 @@ TEST_F(Database, GetAddressRecordsWhatIsNoSelector)
     {
         EXPECT_RECORDS(Info::BAD_STRUCT, EXPECT_EQ(A(cd, selector), -1));
     }
-    // The table class alone is no HD.
+    // The table class without the HD kind is no valid selector.
     EXPECT_RECORDS(Info::BAD_STRUCT, EXPECT_EQ(A(hd, 0x7010001), -1));
     EXPECT_RECORDS(Info::BAD_PARAMETER, EXPECT_EQ(A(cd, Info::CD_DATA), -1));
     EXPECT_RECORDS(Info::BAD_PARAMETER, EXPECT_EQ(A(cd, Info::PD_DATA), -1));
-    // The bare code of the HD reader.
+    // The HD reader records the code 256.
     EXPECT_RECORDS(256, EXPECT_EQ(A(hd, Info::TABLE_HD + 0x20), 0));
 }
 
-TEST_F(Database, TheTableClassPassesTheTestOfAnHeadAndIsThenRefused)
+TEST_F(Database, TableClassWithoutTheHDKindIsRefused)
 {
     Fresh();
     EXPECT_RECORDS(Info::BAD_STRUCT, EXPECT_EQ(A(31, 0x7010001), -1));
 }
 
-TEST_F(Database, GetHeadAddressTestsNothing)
+TEST_F(Database, GetHeadAddressDoesNotCheckTheRecord)
 {
     Fresh();
     EXPECT_EQ(m_channel->G_HD_A(1, 31, Info::HD_FIRSTDATA), 319);
@@ -277,7 +277,7 @@ TEST_F(Database, GetHeadAddressTestsNothing)
 
 // ---- Counts and lists
 
-TEST_F(Database, NthRecordPastTheEndAnswers0AndLeavesBadStruct)
+TEST_F(Database, NthRecordPastTheEndReturns0AndRecordsBadStruct)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -291,7 +291,7 @@ TEST_F(Database, NthRecordPastTheEndAnswers0AndLeavesBadStruct)
     EXPECT_RECORDS(Info::BAD_STRUCT, EXPECT_EQ(m_channel->G_CN(hd, Info::SN_GET_DATA_FROM_HD, 3), 0));
 }
 
-TEST_F(Database, CountsTestTheirRecords)
+TEST_F(Database, CountsCheckTheirRecords)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -310,17 +310,17 @@ TEST_F(Database, CountsTestTheirRecords)
     EXPECT_RECORDS_NOTHING(EXPECT_EQ(m_channel->G_CN(hd, 12345, 0), -1));
 }
 
-TEST_F(Database, CountingAllOfAListThatIsNotEmptyRaisesWithTheLockHeld)
+TEST_F(Database, CountAllOfANonEmptyListThrowsWithTheLockHeld)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
     EXPECT_EQ(m_channel->G_CN(hd, Info::HD_NODE_COUNT_ALL, 0), 0);
     MakePD(hd);
     EXPECT_QZ_THROW(m_channel->G_CN(hd, Info::HD_NODE_COUNT_ALL, 0), 0x400);
-    EXPECT_FALSE(OtherThreadGetsThrough([&] { m_channel->ConsoleUnlock(); }));
+    EXPECT_FALSE(OtherThreadCanEnter([&] { m_channel->ConsoleUnlock(); }));
 }
 
-TEST_F(Database, ListsAnswerMinus1AndFillTheCollection)
+TEST_F(Database, ListsReturnMinus1AndFillTheCollection)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -333,7 +333,7 @@ TEST_F(Database, ListsAnswerMinus1AndFillTheCollection)
     EXPECT_EQ(Words(collection), (Addresses{first, second}));
 }
 
-TEST_F(Database, ListsOfWhatIsNoHead)
+TEST_F(Database, ListsOfARecordThatIsNoHead)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -350,13 +350,13 @@ TEST_F(Database, ListsOfWhatIsNoHead)
     EXPECT_EQ(collection.Count(), 0);
 }
 
-TEST_F(Database, ListsIntoNothingAnswer0AndRecordNothing)
+TEST_F(Database, ListsWithoutACollectionReturn0AndRecordNothing)
 {
     Fresh();
     EXPECT_RECORDS_NOTHING(EXPECT_EQ(m_channel->G_AL(77, 0, nullptr), 0));
 }
 
-TEST_F(Database, GatheringAllOfAListThatIsNotEmptyRaisesAndGathersNothing)
+TEST_F(Database, CollectAllOfANonEmptyListThrowsAndCollectsNothing)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -369,7 +369,7 @@ TEST_F(Database, GatheringAllOfAListThatIsNotEmptyRaisesAndGathersNothing)
     EXPECT_EQ(collection.Count(), 0);
 }
 
-TEST_F(Database, TheSearchByValueFindsNothing)
+TEST_F(Database, SearchByValueFindsNothing)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -395,7 +395,7 @@ TEST_F(Database, PutDataOfAnUnknownKindIsABadParameter)
     EXPECT_TRUE(List(hd).empty());
 }
 
-TEST_F(Database, APDWithoutLDReadsAsCDUntilItGetsOne)
+TEST_F(Database, PDWithoutLDHasTheTypeOfACD)
 {
     Fresh();
     const QZInt64 pd = m_channel->P_D(m_channel->P_HD(), Info::DATA_PD);
@@ -408,7 +408,7 @@ TEST_F(Database, APDWithoutLDReadsAsCDUntilItGetsOne)
     EXPECT_EQ(A(hd, Info::HD_PREV), pd);
 }
 
-TEST_F(Database, PutAddressAnswers0ForSelectorsWithoutAPlace)
+TEST_F(Database, PutAddressReturns0ForReadOnlySelectors)
 {
     Fresh();
     const QZInt64 pd = MakePD();
@@ -418,7 +418,7 @@ TEST_F(Database, PutAddressAnswers0ForSelectorsWithoutAPlace)
     EXPECT_RECORDS(Info::BAD_STRUCT, EXPECT_EQ(m_channel->P_A(0, Info::PD_LD_A, 99), -1));
 }
 
-TEST_F(Database, ContentOfFieldsGrowsTheListAndLeavesThoseBeforeEmpty)
+TEST_F(Database, PutContentOfAFieldAddsEmptyFieldsBeforeIt)
 {
     Fresh();
     const QZInt64 ld = m_channel->P_D(m_channel->G_TA(4), Info::DATA_LD);
@@ -433,7 +433,7 @@ TEST_F(Database, ContentOfFieldsGrowsTheListAndLeavesThoseBeforeEmpty)
     EXPECT_RECORDS_NOTHING(EXPECT_EQ(Put(ld, -1, "none"), 0));
 }
 
-TEST_F(Database, ContentOfAnLDWithoutAFieldListIsNotWritten)
+TEST_F(Database, PutContentWithoutAFieldListWritesNothing)
 {
     Fresh();
     const QZInt64 ld = m_channel->P_D(m_channel->G_TA(4), Info::DATA_LD);
@@ -443,7 +443,7 @@ TEST_F(Database, ContentOfAnLDWithoutAFieldListIsNotWritten)
     EXPECT_EQ(m_channel->G_CN(ld, Info::LD_LDS_COUNT, 0), 0);
 }
 
-TEST_F(Database, ReplacedContentStaysInTheFileAndTheFileGrowsTwice)
+TEST_F(Database, ReplacedContentStaysInTheFile)
 {
     Fresh();
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
@@ -458,7 +458,7 @@ TEST_F(Database, ReplacedContentStaysInTheFileAndTheFileGrowsTwice)
     EXPECT_NE(File().find("0123456789"), std::string::npos);
 }
 
-TEST_F(Database, ContentAnswersWhereItsLastByteStands)
+TEST_F(Database, GetContentReturnsThePositionOfTheLastByte)
 {
     Fresh();
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
@@ -481,7 +481,7 @@ TEST_F(Database, ErasedContentHasLength0AndKeepsItsTrailingLength)
     EXPECT_EQ(AddressAt(last + 1), 4);
 }
 
-TEST_F(Database, ContentSelectorsThatDoNotFit)
+TEST_F(Database, WrongContentSelectorsAreRefused)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -505,7 +505,7 @@ TEST_F(Database, ContentSelectorsThatDoNotFit)
     }
 }
 
-TEST_F(Database, EraseZeroesAnyBytesAndAnswersTheCount)
+TEST_F(Database, EraseClearsAnyBytesAndReturnsTheCount)
 {
     Fresh();
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
@@ -518,7 +518,7 @@ TEST_F(Database, EraseZeroesAnyBytesAndAnswersTheCount)
     EXPECT_EQ(Get(cd, Info::CD_DATA), std::string("ab\0\0", 4));
 }
 
-TEST_F(Database, LengthAndErasureThatCannotReadRecordAnAbort)
+TEST_F(Database, FailedReadInLengthAndEraseRecordsAnAbort)
 {
     Fresh();
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
@@ -533,12 +533,12 @@ TEST_F(Database, LengthAndErasureThatCannotReadRecordAnAbort)
     EXPECT_RECORDS(Info::ERROR_ABORT,
                    EXPECT_EQ(failing([&] { return m_channel->E_C(cd, Info::CD_DATA); }), -1));
     EXPECT_RECORDS(Info::ERROR_ABORT, EXPECT_EQ(failing([&] { return m_channel->ERASE(cd, 3); }), 3));
-    // These gave the lock back.
-    EXPECT_TRUE(OtherThreadGetsThrough([] {}));
+    // These operations released the lock.
+    EXPECT_TRUE(OtherThreadCanEnter([] {}));
     EXPECT_EQ(Get(cd, Info::CD_DATA), "abcd");
 }
 
-TEST_F(Database, OtherOperationsThatCannotReadRaiseWithTheLockHeldAndRecordNothing)
+TEST_F(Database, FailedReadInOtherOperationsThrowsWithTheLockHeld)
 {
     Fresh();
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
@@ -549,12 +549,12 @@ TEST_F(Database, OtherOperationsThatCannotReadRaiseWithTheLockHeldAndRecordNothi
         const ReadFault fault;
         EXPECT_EQ(Catch([&] { m_channel->G_C(cd, Info::CD_DATA, buffer); }).type, QZIOException::Type);
     }
-    EXPECT_FALSE(OtherThreadGetsThrough([&] { m_channel->ConsoleUnlock(); }));
+    EXPECT_FALSE(OtherThreadCanEnter([&] { m_channel->ConsoleUnlock(); }));
     EXPECT_EQ(m_channel->G_EN(), 0);
     EXPECT_EQ(Get(cd, Info::CD_DATA), "abcd");
 }
 
-TEST_F(Database, AContentWhoseLengthDidNotArriveShowsAsWriteFailed)
+TEST_F(Database, ContentWithoutRoomRecordsWriteFailed)
 {
     Fresh(2);
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
@@ -605,7 +605,7 @@ TEST_F(Database, MoveToAListPutsARecordLast)
     EXPECT_RECORDS(Info::BAD_STRUCT, EXPECT_EQ(m_channel->MT(0, to), -1));
 }
 
-TEST_F(Database, DeleteCodesThatAreNotListedDoNothing)
+TEST_F(Database, UnknownDeleteCodesDoNothing)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -619,7 +619,7 @@ TEST_F(Database, DeleteCodesThatAreNotListedDoNothing)
     EXPECT_RECORDS(Info::BAD_STRUCT, EXPECT_FALSE(m_channel->D_DATA(0, Info::DELETE_DATA)));
 }
 
-TEST_F(Database, DeleteDataTakesTheOnlyRecordOut)
+TEST_F(Database, DeleteDataRemovesTheOnlyRecord)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -655,7 +655,7 @@ TEST_F(Database, DeleteHeadClearsTheChildOfItsPD)
     EXPECT_EQ(A(hd, Info::HD_PREV), pd);
 }
 
-TEST_F(Database, DeleteWithAllBelowRemovesPDAndLDAndRaisesAtTheChildList)
+TEST_F(Database, DeletePDAllRemovesPDAndLDAndThrowsAtTheChildList)
 {
     Fresh();
     const QZInt64 root = m_channel->G_TA(3);
@@ -665,14 +665,14 @@ TEST_F(Database, DeleteWithAllBelowRemovesPDAndLDAndRaisesAtTheChildList)
     const QZInt64 childList = A(parent, Info::PD_HD_A);
     const QZInt64 parentLD = A(parent, Info::PD_LD_A);
     EXPECT_QZ_THROW(m_channel->D_DATA(parent, Info::DELETE_PD_ALL), 0x400);
-    EXPECT_FALSE(OtherThreadGetsThrough([&] { m_channel->ConsoleUnlock(); }));
+    EXPECT_FALSE(OtherThreadCanEnter([&] { m_channel->ConsoleUnlock(); }));
     EXPECT_EQ(List(root), (Addresses{other}));
     EXPECT_EQ(List(m_channel->G_TA(4)), (Addresses{A(other, Info::PD_LD_A), A(child, Info::PD_LD_A)}));
     EXPECT_NE(parentLD, 0);
     EXPECT_EQ(List(childList), (Addresses{child}));
 }
 
-TEST_F(Database, DeleteWithAllBelowOfALeafRemovesPDAndLD)
+TEST_F(Database, DeletePDAllOfALeafRemovesPDAndLD)
 {
     Fresh();
     const QZInt64 pd = MakePD();
@@ -682,7 +682,7 @@ TEST_F(Database, DeleteWithAllBelowOfALeafRemovesPDAndLD)
     EXPECT_TRUE(List(m_channel->G_TA(4)).empty());
 }
 
-TEST_F(Database, DeleteWithAllBelowOfAPDWithoutLDRecordsTheBareCode256)
+TEST_F(Database, DeletePDAllOfAPDWithoutLDRecordsTheCode256)
 {
     Fresh();
     const QZInt64 pd = m_channel->P_D(m_channel->G_TA(3), Info::DATA_PD);
@@ -692,16 +692,16 @@ TEST_F(Database, DeleteWithAllBelowOfAPDWithoutLDRecordsTheBareCode256)
 
 // ---- Locking
 
-TEST_F(Database, ConsoleLockHoldsOtherThreadsOffAndIsRecursive)
+TEST_F(Database, ConsoleLockExcludesOtherThreadsAndIsRecursive)
 {
     Fresh();
     m_channel->ConsoleLock();
     EXPECT_EQ(m_channel->G_TA(1), 79);
-    EXPECT_FALSE(OtherThreadGetsThrough([&] { m_channel->ConsoleUnlock(); }));
-    EXPECT_TRUE(OtherThreadGetsThrough([] {}));
+    EXPECT_FALSE(OtherThreadCanEnter([&] { m_channel->ConsoleUnlock(); }));
+    EXPECT_TRUE(OtherThreadCanEnter([] {}));
 }
 
-TEST_F(Database, RollbackOperationsRunBesideTheLock)
+TEST_F(Database, RollbackOperationsDoNotTakeTheLock)
 {
     Fresh(3, 1);
     m_channel->ConsoleLock();
@@ -723,7 +723,7 @@ TEST_F(Database, RollbackOperationsRunBesideTheLock)
     EXPECT_EQ(state, Info::ROLLBACK_WRITEPOSITION_STATE_NOTEMPTY);
 }
 
-TEST_F(Database, ThreadsThatAppendAtOnceLoseNothing)
+TEST_F(Database, ConcurrentAppendsLoseNoRecord)
 {
     Fresh();
     const QZInt64 hd = m_channel->P_HD();
@@ -741,7 +741,7 @@ TEST_F(Database, ThreadsThatAppendAtOnceLoseNothing)
 
 // ---- Write protection
 
-TEST_F(Database, AnExhaustedAddressSpaceRefusesAllWritesForGood)
+TEST_F(Database, ExhaustedAddressSpaceRefusesAllWrites)
 {
     Fresh(2);
     DamageAddress(16, 0xFFFFFFE0);
@@ -758,49 +758,51 @@ TEST_F(Database, AnExhaustedAddressSpaceRefusesAllWritesForGood)
     EXPECT_EQ(m_channel->G_WS(), 0);
 }
 
-TEST_F(Database, EachRefusedWriteOfAReplacementCounts)
+TEST_F(Database, EachRefusedWriteOfAReplacementRecordsAnError)
 {
     Fresh(2);
     const QZInt64 cd = m_channel->P_D(m_channel->G_TA(3), Info::DATA_CD);
     DamageAddress(16, 0xFFFFFFE0);
-    // Two for the head, four for the framed bytes, two for the record, one for the pointer; then the length
-    // that did not arrive.
+    // Two errors for the head, four for the framed bytes, two for the record, one for the pointer, and one
+    // because the length read back is not the length written.
     EXPECT_EQ(Errors([&] { EXPECT_EQ(Put(cd, Info::CD_DATA, "abc"), 0); }), 10);
     EXPECT_EQ(m_channel->G_LE(), Info::WRITE_FAILED);
     EXPECT_EQ(m_channel->G_C_L(cd, Info::CD_DATA), 0);
     EXPECT_EQ(m_channel->G_EN(), 10);
 }
 
-TEST_F(Database, AFieldThatFindsNoRoomIsNotMade)
+TEST_F(Database, FieldWithoutRoomIsNotAdded)
 {
     Fresh(2);
     const QZInt64 ld = m_channel->P_D(m_channel->G_TA(4), Info::DATA_LD);
     DamageAddress(16, 0xFFFFFFE0);
-    // The first write protects the database and does not count; three further framed bytes, the length field
-    // and the mark do, and so does the length that did not arrive.
+    // The first refused write turns write protection on and records no error. Errors come from three more
+    // writes of the framed bytes, the file length, the mark, and from the length read back that is not the
+    // length written.
     EXPECT_EQ(Errors([&] { EXPECT_EQ(Put(ld, 2, "abc"), 0); }), 6);
     EXPECT_EQ(m_channel->G_LE(), Info::WRITE_FAILED);
     EXPECT_EQ(m_channel->G_CN(ld, Info::LD_LDS_COUNT, 0), 0);
 }
 
-TEST_F(Database, AFieldWhoseLogFindsNoRoomIsNotInTheList)
+TEST_F(Database, FieldWithoutRoomForItsLogIsNotInTheList)
 {
     Fresh(2, 1);
     const QZInt64 ld = m_channel->P_D(m_channel->G_TA(4), Info::DATA_LD);
     DamageAddress(16, 0xFFFFFF90);
-    // The record still fits, the log of its first link does not: 15 writes of the log record and the link,
-    // twice, with the head field and the mark between them. Then a second record is refused with 6, and the
-    // length that did not arrive is the last.
+    // The record still fits, but the log record of its first link does not. That gives two times 15 errors
+    // for the log record and one for the link, with one for the head field and one for the mark between them.
+    // A second record is refused with 6 errors, and the length read back that is not the length written is
+    // the last.
     EXPECT_EQ(Errors([&] { EXPECT_EQ(Put(ld, 1, "abc"), 0); }), 2 * 16 + 2 + 6 + 1);
     EXPECT_EQ(m_channel->G_LE(), Info::WRITE_FAILED);
     EXPECT_EQ(m_channel->G_CN(ld, Info::LD_LDS_COUNT, 0), 0);
 }
 
-TEST_F(Database, AFieldThatItsOwnWritingPutsOutOfReachCountsAsFailed)
+TEST_F(Database, FieldThatMakesItsLDInvalidRecordsWriteFailed)
 {
     Fresh();
     const QZInt64 ld = m_channel->P_D(m_channel->G_TA(4), Info::DATA_LD);
-    // The selector of another record: taken, and it breaks this one as soon as there is a field.
+    // The selector belongs to another kind of record. It is accepted and damages this LD once a field exists.
     EXPECT_EQ(m_channel->P_A(ld, Info::PD_LD_A, ld), 1);
     EXPECT_EQ(m_channel->G_T(Info::ADDRESS_MARK_THIS, ld), Info::DATA_LD);
     EXPECT_EQ(Errors([&] { EXPECT_EQ(Put(ld, 6, "abc"), 1); }), 2);
@@ -808,7 +810,7 @@ TEST_F(Database, AFieldThatItsOwnWritingPutsOutOfReachCountsAsFailed)
     EXPECT_EQ(m_channel->G_C_L(ld, 6), -1);
 }
 
-TEST_F(Database, WritesThatSucceedAreThereAfterReopening)
+TEST_F(Database, WritesAreKeptAfterReopening)
 {
     Fresh();
     const QZInt64 pd = MakePD();

@@ -1,8 +1,8 @@
 #ifndef QZLIB_TESTS_DB_ENGINE_FIXTURE_H
 #define QZLIB_TESTS_DB_ENGINE_FIXTURE_H
 
-/// An engine without the database door: the container and its components over a fresh file, and file images
-/// written down field by field.
+/// The engine without the class QZDatabase: the container and its components over a new file, and expected
+/// file contents written field by field.
 
 #include <gtest/gtest.h>
 
@@ -26,10 +26,10 @@
 namespace qztest
 {
 
-constexpr QZInt64 SideThis = 1;
-constexpr QZInt64 SideEnd = 2;
+constexpr QZInt64 kSideThis = 1;
+constexpr QZInt64 kSideEnd = 2;
 
-/// Bytes of a file as a test writes them down.
+/// The expected bytes of a file.
 class Image
 {
 public:
@@ -41,7 +41,7 @@ public:
         return *this;
     }
 
-    /// Addresses one behind the other, from `position` on.
+    /// Consecutive addresses, beginning at `position`.
     template <typename... Values>
     Image& Addresses(QZInt64 position, Values... values)
     {
@@ -70,7 +70,7 @@ private:
     QZInt64 m_length;
 };
 
-/// "at 719: 5E, not 00" for the first places where two files differ; empty for equal ones.
+/// Lists the first differences of two files, such as "at 719: 5E, not 00". Empty when the files are equal.
 inline std::string Difference(const std::string& actual, const std::string& expected)
 {
     std::string text;
@@ -92,7 +92,7 @@ inline std::string Difference(const std::string& actual, const std::string& expe
 class EngineTest : public ::testing::Test
 {
 protected:
-    /// Makes a file; nothing stays open.
+    /// Creates a file and leaves it closed.
     bool Create(QZInt64 mode, QZInt64 rollback = 0, QZInt64 version = 5, std::string_view name = "test.db")
     {
         OBJECTS objects;
@@ -101,7 +101,7 @@ protected:
         return objects.Console()->CreateFile(version, mode, &path, rollback);
     }
 
-    /// Opens the file as the database does. False when the opener refuses it.
+    /// Opens the file as the database does. False when the file is refused.
     bool Open(std::string_view name = "test.db")
     {
         m_objects = std::make_unique<OBJECTS>();
@@ -125,37 +125,37 @@ protected:
         m_objects.reset();
     }
 
-    /// What stands on the disk after everything was written.
+    /// The content of the file on disk, after a sync.
     std::string File(std::string_view name = "test.db")
     {
         if (m_objects != nullptr) Console()->Buffer()->Sync();
         return m_dir.Read(name);
     }
 
-    /// Addresses of the records of a list, by their links.
+    /// The addresses of the records of a list, in the order of their links.
     std::vector<QZInt64> List(QZInt64 hd)
     {
         std::vector<QZInt64> records;
-        QZInt64 record = Read()->ReadHD(SideThis, hd, QZDatabaseInfo::HD_FIRSTDATA);
+        QZInt64 record = Read()->ReadHD(kSideThis, hd, QZDatabaseInfo::HD_FIRSTDATA);
         for (; record != 0 && records.size() < 100; record = Read()->Next(record)) records.push_back(record);
         return records;
     }
 
-    /// The list is sound: forward and backward links, heads and the end agree.
-    void ExpectSound(QZInt64 hd, const std::vector<QZInt64>& records)
+    /// Expects that the list has these records and that its links, heads and end agree.
+    void ExpectConsistent(QZInt64 hd, const std::vector<QZInt64>& records)
     {
         EXPECT_EQ(List(hd), records);
         const QZInt64 a = Address()->Length();
         QZInt64 previous = hd;
         for (const QZInt64 record : records)
         {
-            EXPECT_EQ(Read()->ReadData(SideThis, record, QZDatabaseInfo::DATA_PREV), previous);
+            EXPECT_EQ(Read()->ReadData(kSideThis, record, QZDatabaseInfo::DATA_PREV), previous);
             EXPECT_EQ(Read()->HeadOf(record), hd);
-            previous = Read()->ReadData(SideThis, record, QZDatabaseInfo::DATA_END);
+            previous = Read()->ReadData(kSideThis, record, QZDatabaseInfo::DATA_END);
         }
-        const QZInt64 end = Read()->ReadHD(SideThis, hd, QZDatabaseInfo::HD_END);
+        const QZInt64 end = Read()->ReadHD(kSideThis, hd, QZDatabaseInfo::HD_END);
         EXPECT_EQ(end, records.empty() ? hd + 4 * a + 1 : previous + 2 * a);
-        EXPECT_EQ(Read()->ReadHD(SideEnd, end, QZDatabaseInfo::HD_THIS), hd);
+        EXPECT_EQ(Read()->ReadHD(kSideEnd, end, QZDatabaseInfo::HD_THIS), hd);
     }
 
     CONSOLE* Console() { return m_objects->Console(); }

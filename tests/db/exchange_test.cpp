@@ -6,16 +6,16 @@
 #include "db/database_fixture.h"
 #include "db/engine_fixture.h"
 
-// Database files that go from one platform to the other. tests/data/db holds the file of one and the same
-// piece of work, written on each platform with addresses of each length; they are opened, checked, read and
-// taken back to their snapshots everywhere, and the work, done again, gives the same bytes everywhere.
+// Database files that are exchanged between platforms. tests/data/db has the files that the same operations
+// wrote on each platform with each address length. Every platform must open, check and read them, restore
+// their snapshots, and write the same bytes when it repeats the operations.
 
 namespace qztest
 {
 namespace
 {
 
-/// Text as hosts store it: UTF-16, the low byte first.
+/// Text as hosts store it: UTF-16, little endian.
 std::string Utf16(std::string_view utf8)
 {
     std::string bytes;
@@ -27,13 +27,13 @@ std::string Utf16(std::string_view utf8)
     return bytes;
 }
 
-const std::string Title = Utf16("Übersicht 概览");
-const std::string LongText(700, 't');
+const std::string kTitle = Utf16("Übersicht 概览");
+const std::string kLongText(700, 't');
 
 class Exchange : public DatabaseTest
 {
 protected:
-    /// A little of everything that goes into a file, with two snapshots on one line and one on a branch.
+    /// Writes all kinds of records, two snapshots, and a third one on a branch after a restore of the first.
     void Work(QZInt64 addressMode)
     {
         Fresh(addressMode, 1);
@@ -44,7 +44,7 @@ protected:
         const QZInt64 fields = A(first, Info::PD_LD_A);
         Put(fields, 1, "to be replaced");
         Put(fields, 3, std::string("\x03\x00\x00\x00\xFF", 5));
-        Put(fields, 1, Title);
+        Put(fields, 1, kTitle);
         Put(fields, 4, "erased");
         m_channel->E_C(fields, 4);
         Put(second, Info::PD_DATA, "mark of the second");
@@ -63,13 +63,13 @@ protected:
         m_channel->AD_TS();
 
         m_channel->AB_CB(Point(0));
-        Put(A(second, Info::PD_LD_A), 1, LongText);
+        Put(A(second, Info::PD_LD_A), 1, kLongText);
         m_channel->MT(third, A(first, Info::PD_HD_A));
         m_channel->AD_TS();
         Close();
     }
 
-    /// The log record that a snapshot names.
+    /// The log record that a snapshot refers to.
     QZInt64 Point(std::size_t snapshot)
     {
         QZCollection marks;
@@ -85,8 +85,9 @@ protected:
         Open();
     }
 
-    /// Every record below a list passes the structure check; log records are those that answer UNKNOWN.
-    void ExpectSound(QZInt64 hd)
+    /// Expects that every record below a list passes the structure check; for log records the check returns
+    /// UNKNOWN.
+    void ExpectValidRecords(QZInt64 hd)
     {
         EXPECT_EQ(m_channel->CK(1, hd), Info::NORMAL) << hd;
         for (const QZInt64 record : List(hd))
@@ -94,9 +95,10 @@ protected:
             const QZInt64 type = m_channel->G_T(1, record);
             EXPECT_EQ(m_channel->CK(1, record), type == Info::DATA_RD ? Info::UNKNOWN : Info::NORMAL)
                 << record;
-            if (type == Info::DATA_AD) ExpectSound(A(record, Info::AD_FREE));
-            if (type == Info::DATA_LD) ExpectSound(A(record, Info::LD_LDS));
-            if (type == Info::DATA_PD && A(record, Info::PD_HD_A) != 0) ExpectSound(A(record, Info::PD_HD_A));
+            if (type == Info::DATA_AD) ExpectValidRecords(A(record, Info::AD_FREE));
+            if (type == Info::DATA_LD) ExpectValidRecords(A(record, Info::LD_LDS));
+            if (type == Info::DATA_PD && A(record, Info::PD_HD_A) != 0)
+                ExpectValidRecords(A(record, Info::PD_HD_A));
         }
     }
 
@@ -122,13 +124,13 @@ struct Image
     friend std::ostream& operator<<(std::ostream& out, const Image& image) { return out << image.Name; }
 };
 
-/// One run of the tests for each file.
+/// Runs the tests for each file.
 class ExchangeImage : public Exchange, public ::testing::WithParamInterface<Image>
 {
 protected:
     void SetUp() override { ASSERT_NO_FATAL_FAILURE(OpenImage(GetParam().Name)); }
 
-    /// Copies the written file to the folder in QZ_KEEP_IMAGES, for images of a changed Work.
+    /// Copies the new file to the folder in QZ_KEEP_IMAGES, to replace the images after a change of Work.
     void Keep()
     {
         const char* folder = std::getenv("QZ_KEEP_IMAGES");
@@ -138,7 +140,7 @@ protected:
     }
 };
 
-const Image Images[] = {{"linux-32.db", 2}, {"linux-64.db", 3}, {"windows-32.db", 2}, {"windows-64.db", 3}};
+const Image kImages[] = {{"linux-32.db", 2}, {"linux-64.db", 3}, {"windows-32.db", 2}, {"windows-64.db", 3}};
 
 std::string TestName(const ::testing::TestParamInfo<Image>& image)
 {
@@ -147,7 +149,7 @@ std::string TestName(const ::testing::TestParamInfo<Image>& image)
     return name.substr(0, dash) + name.substr(dash + 1, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, ExchangeImage, ::testing::ValuesIn(Images), TestName);
+INSTANTIATE_TEST_SUITE_P(Files, ExchangeImage, ::testing::ValuesIn(kImages), TestName);
 
 TEST_P(ExchangeImage, OpensAndPassesEveryCheck)
 {
@@ -156,7 +158,7 @@ TEST_P(ExchangeImage, OpensAndPassesEveryCheck)
     EXPECT_EQ(info->AddrMode, GetParam().AddressMode);
     EXPECT_EQ(info->Rollback, 1);
     m_channel->Recycle(&info);
-    ExpectSound(31);
+    ExpectValidRecords(31);
     EXPECT_EQ(m_channel->G_EN(), 0);
 }
 
@@ -165,17 +167,17 @@ TEST_P(ExchangeImage, ReadsAsItWasWritten)
     ASSERT_EQ(Roots().size(), 2u);
     const QZInt64 fields = A(Roots()[0], Info::PD_LD_A);
     EXPECT_EQ(m_channel->G_CN(fields, Info::LD_LDS_COUNT, 0), 4);
-    EXPECT_EQ(Get(fields, 1), Title);
+    EXPECT_EQ(Get(fields, 1), kTitle);
     EXPECT_EQ(Get(fields, 2), "");
     EXPECT_EQ(Get(fields, 3), std::string("\x03\x00\x00\x00\xFF", 5));
     EXPECT_EQ(Get(fields, 4), "");
     EXPECT_EQ(Get(Roots()[1], Info::PD_DATA), "mark of the second");
-    EXPECT_EQ(SecondText(), LongText);
-    // The first child was moved behind the second; the third root came last, with no field yet.
+    EXPECT_EQ(SecondText(), kLongText);
+    // The first child was moved after the second; the third root was moved to the end and has no field.
     EXPECT_EQ(ChildTexts(), "[ccccccc][][cccccccccccccc][]");
 }
 
-TEST_P(ExchangeImage, GoesBackToItsSnapshots)
+TEST_P(ExchangeImage, RestoresItsSnapshots)
 {
     ASSERT_TRUE(m_channel->AB_CB(Point(0)));
     EXPECT_EQ(Roots().size(), 3u);
@@ -188,18 +190,18 @@ TEST_P(ExchangeImage, GoesBackToItsSnapshots)
     EXPECT_EQ(m_channel->G_EN(), 0);
 }
 
-TEST_P(ExchangeImage, TakesFurtherWork)
+TEST_P(ExchangeImage, AcceptsFurtherWrites)
 {
     const QZInt64 pd = MakePD();
     Put(pd, Info::PD_DATA, "added elsewhere");
     Reopen();
     EXPECT_EQ(Get(Roots().at(2), Info::PD_DATA), "added elsewhere");
-    EXPECT_EQ(SecondText(), LongText);
-    ExpectSound(31);
+    EXPECT_EQ(SecondText(), kLongText);
+    ExpectValidRecords(31);
     EXPECT_EQ(m_channel->G_EN(), 0);
 }
 
-TEST_P(ExchangeImage, TheSameWorkGivesTheSameBytes)
+TEST_P(ExchangeImage, SameOperationsWriteTheSameBytes)
 {
     const std::string kept = File();
     Close();

@@ -14,8 +14,8 @@ struct Row
     QZInt64 value;
 };
 
-// By address, so that every constant is proved to exist as an object that hosts can link.
-const Row rows[] = {
+// Pointers, so that the test fails to link when a constant does not exist as an object.
+const Row kRows[] = {
     {"DBV_ADDR", &QZDatabaseInfo::DBV_ADDR, 0},
     {"DBV_POSITION", &QZDatabaseInfo::DBV_POSITION, 0},
     {"DBAM_ADDR", &QZDatabaseInfo::DBAM_ADDR, 1},
@@ -208,7 +208,7 @@ const Row rows[] = {
 
 TEST(DatabaseFormat, EveryConstantHasItsValue)
 {
-    for (const Row& row : rows) EXPECT_EQ(*row.constant, row.value) << row.name;
+    for (const Row& row : kRows) EXPECT_EQ(*row.constant, row.value) << row.name;
 }
 
 TEST(DatabaseFormat, MarksAreSingleBytes)
@@ -219,7 +219,7 @@ TEST(DatabaseFormat, MarksAreSingleBytes)
     EXPECT_EQ(QZDatabaseInfo::MARK_DATA, '&');
 }
 
-TEST(DatabaseFormat, NamesThatShareAValueAreBothThere)
+TEST(DatabaseFormat, NamesThatShareAValueBothExist)
 {
     EXPECT_EQ(QZDatabaseInfo::ERROR_FILE_ACCESS, QZDatabaseInfo::BAD_PARAMETER);
     EXPECT_EQ(QZDatabaseInfo::CHAR_ERROR, QZDatabaseInfo::GET_INFO_FROM_HD_FILED);

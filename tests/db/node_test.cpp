@@ -16,7 +16,7 @@ protected:
 
     QZInt64 MakeLD() { return QZNodeLD::Create(m_channel); }
 
-    /// A PD with an LD that knows of it, as SetLD leaves it.
+    /// Creates a PD with this LD, and the AD of the LD that refers to the PD, as SetLD does.
     QZInt64 MakeKnownPD(QZInt64 ld)
     {
         const QZInt64 pd = m_channel->P_D(m_channel->G_TA(3), Info::DATA_PD);
@@ -43,9 +43,10 @@ protected:
         return words;
     }
 
-    /// A call that raises leaves the lock entered; a test gives it back.
+    /// Returns the code of the exception that the call throws, 0 for none. Such a call leaves the lock held,
+    /// so it is released.
     template <typename Call>
-    QZInt64 Raised(Call call)
+    QZInt64 CodeThrown(Call call)
     {
         const Thrown thrown = Catch(call);
         if (thrown.thrown) m_channel->ConsoleUnlock();
@@ -66,7 +67,7 @@ TEST_F(Node, Types)
     EXPECT_EQ(QZNodeHD::Type, 0x8200005);
 }
 
-TEST_F(Node, MakingOneTestsNothingAndChangesNothing)
+TEST_F(Node, ConstructorChecksAndChangesNothing)
 {
     const std::string before = File();
     {
@@ -99,18 +100,18 @@ TEST_F(Node, NeighboursHeadAndPlace)
     EXPECT_EQ(QZNode::GetNodeType(m_channel, hd), Info::TABLE_HD);
 }
 
-TEST_F(Node, NextOfAnyRecordSuitsPDsOnly)
+TEST_F(Node, GetNextOfANodeWorksForPDsOnly)
 {
     const QZInt64 first = MakeLD();
     const QZInt64 second = MakeLD();
-    EXPECT_EQ(Raised([&] { QZNode::GetNext(m_channel, first); }), Info::BAD_STRUCT);
+    EXPECT_EQ(CodeThrown([&] { QZNode::GetNext(m_channel, first); }), Info::BAD_STRUCT);
     EXPECT_EQ(QZNodeLD::GetNext(m_channel, first), second);
     EXPECT_EQ(QZNodeLD(m_channel, second).GetPrev(), first);
     m_channel->CheckParam(0);
     EXPECT_EQ(QZNode::GetNext(m_channel, first), second);
 }
 
-TEST_F(Node, UpAndDownAreOneOperationWithTheDirectionInTheSign)
+TEST_F(Node, MoveUpAndMoveDownAreTheSameSignedMove)
 {
     const QZInt64 hd = m_channel->P_HD();
     const QZInt64 a = m_channel->P_D(hd, Info::DATA_CD);
@@ -155,14 +156,14 @@ TEST_F(Node, MoveToAnotherList)
 
 // ---- AD, CD, RD
 
-TEST_F(Node, AnADTellsItsAddress)
+TEST_F(Node, ADReturnsItsAddress)
 {
     EXPECT_EQ(QZNodeAD(m_channel, 319).GetADF(), 79);
     EXPECT_EQ(QZNodeAD::GetADF(m_channel, 399), 127);
-    EXPECT_EQ(Raised([&] { QZNodeAD::GetADF(m_channel, 31); }), Info::BAD_STRUCT);
+    EXPECT_EQ(CodeThrown([&] { QZNodeAD::GetADF(m_channel, 31); }), Info::BAD_STRUCT);
 }
 
-TEST_F(Node, ACDGivesItsContentAsNewData)
+TEST_F(Node, CDReturnsItsContentAsNewData)
 {
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
     Put(cd, Info::CD_DATA, "content");
@@ -173,7 +174,7 @@ TEST_F(Node, ACDGivesItsContentAsNewData)
     EXPECT_EQ(Take(QZNodeCD::GetData(m_channel, cd)), "content");
 }
 
-TEST_F(Node, AnRDTellsItsThreeAddresses)
+TEST_F(Node, RDReturnsItsThreeAddresses)
 {
     const QZInt64 rd = m_channel->P_D(m_channel->P_HD(), Info::DATA_RD);
     m_channel->P_A(rd, Info::RD_P, 1);
@@ -188,7 +189,7 @@ TEST_F(Node, AnRDTellsItsThreeAddresses)
 
 // ---- LD
 
-TEST_F(Node, AnLDIsMadeAtTheEndOfTreeL)
+TEST_F(Node, NewLDIsTheLastOfTreeL)
 {
     const QZInt64 first = QZNodeLD::Create(m_channel);
     const QZInt64 second = QZNodeLD::Create(m_channel);
@@ -233,7 +234,7 @@ TEST_F(Node, FieldsOfAnLD)
     EXPECT_EQ(node.GetData(9, static_cast<void*>(buffer)), 0);
 }
 
-TEST_F(Node, AFieldIsNeverDeleted)
+TEST_F(Node, FieldDeleteDeletesNothing)
 {
     QZNodeLD node(m_channel, MakeLD());
     node.PutData(2, "ab", 2);
@@ -243,7 +244,7 @@ TEST_F(Node, AFieldIsNeverDeleted)
     EXPECT_EQ(Take(node.GetData(2)), "ab");
 }
 
-TEST_F(Node, AFieldMovesTowardsTheEndWhateverTheSign)
+TEST_F(Node, FieldMoveMovesTowardsTheEndForEitherSign)
 {
     for (const QZInt64 steps : {1, -1})
     {
@@ -258,7 +259,7 @@ TEST_F(Node, AFieldMovesTowardsTheEndWhateverTheSign)
     }
 }
 
-TEST_F(Node, AnLDIsNeverRemoved)
+TEST_F(Node, RemoveOfAnLDRemovesNothing)
 {
     const QZInt64 ld = MakeLD();
     EXPECT_RECORDS_NOTHING(EXPECT_FALSE(QZNodeLD::Remove(m_channel, ld)));
@@ -266,7 +267,7 @@ TEST_F(Node, AnLDIsNeverRemoved)
     EXPECT_EQ(List(m_channel->G_TA(4)), (Addresses{ld}));
 }
 
-TEST_F(Node, ErasingFieldsZeroesTheirLengthAndAnswersTheBytes)
+TEST_F(Node, EraseOfFieldsClearsTheLengthAndReturnsTheBytes)
 {
     QZNodeLD node(m_channel, MakeLD());
     node.PutData(1, "ab", 2);
@@ -274,19 +275,19 @@ TEST_F(Node, ErasingFieldsZeroesTheirLengthAndAnswersTheBytes)
     EXPECT_EQ(node.Erase(1), 10);
     EXPECT_EQ(node.GetSize(1), 0);
     EXPECT_EQ(QZNodeLD::Erase(m_channel, node.GetAddress(), 9), 0);
-    // Three lengths of 8 bytes and what is left of the contents.
+    // Three lengths of 8 bytes, and the 4 bytes of field 3.
     EXPECT_EQ(node.EraseAll(), 28);
     EXPECT_EQ(QZNodeLD::EraseAll(m_channel, node.GetAddress()), 24);
     EXPECT_EQ(node.FieldCount(), 3);
 }
 
-TEST_F(Node, ArraysOf32BitValuesInAField)
+TEST_F(Node, ArrayOf32BitValuesInAField)
 {
     QZNodeLD node(m_channel, MakeLD());
     EXPECT_EQ(node.NEW_ARRAYINT32(2), 1);
     EXPECT_EQ(Take(node.GetData(2)), std::string(4, '\0'));
     EXPECT_EQ(node.GET_ARRAYINT32(2, 0), 0);
-    EXPECT_EQ(Raised([&] { node.GET_ARRAYINT32(2, 1); }), 0x400);
+    EXPECT_EQ(CodeThrown([&] { node.GET_ARRAYINT32(2, 1); }), 0x400);
     m_channel->ConsoleLock();
 
     QZData data(4);
@@ -301,7 +302,7 @@ TEST_F(Node, ArraysOf32BitValuesInAField)
     EXPECT_EQ(node.GetSize(2), 4);
 }
 
-TEST_F(Node, AnArrayIndexUpToTheCountNeedsTheData)
+TEST_F(Node, ArrayIndexUpToTheCountNeedsTheBytes)
 {
     QZData data(8);
     data.SetValueInt32(0, 5);
@@ -310,7 +311,7 @@ TEST_F(Node, AnArrayIndexUpToTheCountNeedsTheData)
     // Element 0 is the count itself.
     QZNodeLD::PUT_ARRAYINT32(&data, 0, 1);
     EXPECT_EQ(data.GetValueInt32(0), 1);
-    // A new index sets the size, also of data that was longer.
+    // A new index sets the size, even when the data was longer.
     data.NewSize(100);
     QZNodeLD::PUT_ARRAYINT32(&data, 2, 7);
     EXPECT_EQ(data.GetSize(), 12);
@@ -319,7 +320,7 @@ TEST_F(Node, AnArrayIndexUpToTheCountNeedsTheData)
 
 // ---- PD
 
-TEST_F(Node, APDIsMadeWithoutItsContentAndLeavesBadParameter)
+TEST_F(Node, CreatePDWritesNoContentAndRecordsBadParameter)
 {
     const QZInt64 ld = MakeLD();
     QZInt64 pd = 0;
@@ -352,7 +353,7 @@ TEST_F(Node, ChildrenOfAPD)
     EXPECT_EQ(QZNodeHD::Create(m_channel, hd), -1);
 }
 
-TEST_F(Node, SetLDTurnsThePDsThatTheOldLDKnows)
+TEST_F(Node, SetLDChangesThePDsInTheListOfTheOldLD)
 {
     const QZInt64 old = MakeLD();
     const QZInt64 fresh = MakeLD();
@@ -362,8 +363,8 @@ TEST_F(Node, SetLDTurnsThePDsThatTheOldLDKnows)
     m_channel->P_HD(first);
     QZNodePD node(m_channel, unknown);
     EXPECT_EQ(node.SetLD(fresh), 0);
-    // Turned are those in the list; the one that was asked is not among them, and the object stands for the
-    // last.
+    // SetLD changes the PDs in the list of the old LD. The node's own PD is not in the list and keeps its LD;
+    // the node then refers to the last PD of the list.
     EXPECT_EQ(node.GetAddress(), second);
     EXPECT_EQ(QZNodePD::GetLD(m_channel, first), fresh);
     EXPECT_EQ(QZNodePD::GetLD(m_channel, second), fresh);
@@ -377,7 +378,7 @@ TEST_F(Node, SetLDTurnsThePDsThatTheOldLDKnows)
     EXPECT_EQ(List(m_channel->G_TA(4)), (Addresses{old, fresh}));
 }
 
-TEST_F(Node, SetLDToTheSameLDGoesOverTheListAsItWas)
+TEST_F(Node, SetLDToTheSameLDVisitsOnlyTheOldEntries)
 {
     const QZInt64 ld = MakeLD();
     const QZInt64 pd = MakeKnownPD(ld);
@@ -385,7 +386,7 @@ TEST_F(Node, SetLDToTheSameLDGoesOverTheListAsItWas)
     EXPECT_EQ(List(A(ld, Info::LD_TREE_S)).size(), 2u);
 }
 
-TEST_F(Node, SetLDWithoutKnownPDsChangesNothing)
+TEST_F(Node, SetLDWithAnEmptyListChangesNothing)
 {
     const QZInt64 old = MakeLD();
     const QZInt64 pd = QZNodePD::Create(m_channel, m_channel->G_TA(3), old);
@@ -395,7 +396,7 @@ TEST_F(Node, SetLDWithoutKnownPDsChangesNothing)
     EXPECT_EQ(QZNodePD::SetLD(m_channel, pd, 0), -1);
 }
 
-TEST_F(Node, RemovingAnLDRemovesThePDsThatItKnows)
+TEST_F(Node, RemoveLDRemovesThePDsInItsList)
 {
     const QZInt64 ld = MakeLD();
     const QZInt64 known = MakeKnownPD(ld);
@@ -406,7 +407,7 @@ TEST_F(Node, RemovingAnLDRemovesThePDsThatItKnows)
     EXPECT_FALSE(QZNodePD::Check(m_channel, unknown));
 }
 
-TEST_F(Node, RemovingAPDLeavesItsLD)
+TEST_F(Node, RemovePDKeepsItsLD)
 {
     const QZInt64 ld = MakeLD();
     QZNodePD node(m_channel, MakeKnownPD(ld));
@@ -416,7 +417,7 @@ TEST_F(Node, RemovingAPDLeavesItsLD)
     EXPECT_EQ(List(m_channel->G_TA(4)), (Addresses{ld}));
 }
 
-TEST_F(Node, TheMarkOfAPD)
+TEST_F(Node, MarkOfAPD)
 {
     QZNodePD node(m_channel, MakePD());
     EXPECT_EQ(Take(node.GetMark()), "");
@@ -432,7 +433,7 @@ TEST_F(Node, TheMarkOfAPD)
     EXPECT_EQ(m_channel->G_LE(), Info::BAD_STRUCT);
 }
 
-TEST_F(Node, TheTypeGoesIntoTheHeadRoomInFrontOfTheMark)
+TEST_F(Node, MarkTypeIsStoredBeforeTheMark)
 {
     QZNodePD node(m_channel, MakePD());
     QZData data("mark", 4);
@@ -452,14 +453,14 @@ TEST_F(Node, TheTypeGoesIntoTheHeadRoomInFrontOfTheMark)
     EXPECT_EQ(node.GetMarkType(), 0);
 }
 
-TEST_F(Node, TheTypeOfAMarkThatIsTooShort)
+TEST_F(Node, MarkTypeOfAShortMarkThrows)
 {
     QZNodePD node(m_channel, MakePD());
     EXPECT_QZ_THROW(node.GetMarkType(), 0x400);
     EXPECT_QZ_THROW(node.PutMarkType(1), 0x400);
 }
 
-TEST_F(Node, RemoveHeadLeavesTheTypeCodeAsChildAddress)
+TEST_F(Node, RemoveHDStoresTheTypeCodeAsChildAddress)
 {
     QZNodePD node(m_channel, MakePD());
     const QZInt64 child = MakeChild(node.GetAddress());
@@ -487,21 +488,21 @@ TEST_F(Node, RemoveAllOfALeaf)
     EXPECT_TRUE(List(m_channel->G_TA(3)).empty());
 }
 
-TEST_F(Node, CutOffEndsTheListBeforeThePDAndThenRaises)
+TEST_F(Node, CutOffEndsTheListBeforeThePDAndThrows)
 {
     const QZInt64 hd = m_channel->P_HD();
     const QZInt64 first = MakePD(hd);
     const QZInt64 second = MakePD(hd);
     MakePD(hd);
-    EXPECT_EQ(Raised([&] { QZNodePD(m_channel, second).CutOff(); }), Info::BAD_STRUCT);
+    EXPECT_EQ(CodeThrown([&] { QZNodePD(m_channel, second).CutOff(); }), Info::BAD_STRUCT);
     EXPECT_EQ(A(hd, Info::HD_END), A(first, Info::PD_END) + 16);
     EXPECT_EQ(A(hd, Info::HD_LASTDATA_THIS), first);
-    // The link of the record before stays.
+    // The link of the previous record does not change.
     EXPECT_EQ(A(first, Info::PD_NEXT), second);
     EXPECT_EQ(QZNodePD::CutOff(m_channel, 0), 0);
 }
 
-TEST_F(Node, CutOffOfTheFirstPDWithTestsOff)
+TEST_F(Node, CutOffOfTheFirstPDWithoutChecks)
 {
     const QZInt64 hd = m_channel->P_HD();
     const QZInt64 pd = MakePD(hd);
@@ -510,7 +511,7 @@ TEST_F(Node, CutOffOfTheFirstPDWithTestsOff)
     EXPECT_EQ(A(hd, Info::HD_END), hd + 16);
 }
 
-TEST_F(Node, TheLayerAbove)
+TEST_F(Node, GetPrevLayerReturnsTheParent)
 {
     const QZInt64 parent = MakePD();
     const QZInt64 child = MakeChild(parent);
@@ -545,15 +546,15 @@ TEST_F(Node, RecordsOfAHead)
               (Addresses{first, second}));
 }
 
-TEST_F(Node, CountingAndCollectingAllRaisesUnlessTheListIsEmpty)
+TEST_F(Node, CountAllAndCollectAllThrowUnlessTheListIsEmpty)
 {
     QZNodeHD node(m_channel, m_channel->P_HD());
     EXPECT_EQ(node.Count(true), 0);
     EXPECT_TRUE(Take(node.GetAddrCollection(true)).empty());
     MakePD(node.GetAddress());
-    EXPECT_EQ(Raised([&] { node.Count(true); }), 0x400);
-    EXPECT_EQ(Raised([&] { node.GetAddrCollection(true); }), 0x400);
-    EXPECT_EQ(Raised([&] { QZNodeHD::Count(m_channel, node.GetAddress(), true); }), 0x400);
+    EXPECT_EQ(CodeThrown([&] { node.Count(true); }), 0x400);
+    EXPECT_EQ(CodeThrown([&] { node.GetAddrCollection(true); }), 0x400);
+    EXPECT_EQ(CodeThrown([&] { QZNodeHD::Count(m_channel, node.GetAddress(), true); }), 0x400);
 }
 
 TEST_F(Node, ClearChangesNothing)
@@ -581,13 +582,13 @@ TEST_F(Node, ClearAllRemovesThePDsAndTheirLDs)
     EXPECT_EQ(m_channel->G_EN(), 0);
 }
 
-TEST_F(Node, ClearAllRaisesAtAPDWithChildren)
+TEST_F(Node, ClearAllThrowsAtAPDWithChildren)
 {
     QZNodeHD node(m_channel, m_channel->P_HD(MakePD()));
     MakePD(node.GetAddress());
     MakeChild(MakePD(node.GetAddress()));
     const QZInt64 last = MakePD(node.GetAddress());
-    EXPECT_EQ(Raised([&] { node.ClearAll(); }), 0x400);
+    EXPECT_EQ(CodeThrown([&] { node.ClearAll(); }), 0x400);
     EXPECT_EQ(List(node.GetAddress()), (Addresses{last}));
 }
 
@@ -602,7 +603,7 @@ TEST_F(Node, ResetEmptiesAList)
     EXPECT_EQ(node.GetFirst(), 0);
 }
 
-TEST_F(Node, SearchingByValueGivesAnEmptyCollection)
+TEST_F(Node, SearchByValueReturnsAnEmptyCollection)
 {
     QZNodeHD node(m_channel, m_channel->P_HD());
     QZData data("text", 4);
@@ -613,7 +614,7 @@ TEST_F(Node, SearchingByValueGivesAnEmptyCollection)
         Take(QZNodeHD::GetTargetsAddrCollection(m_channel, node.GetAddress(), Info::CD_DATA, &data)).empty());
 }
 
-TEST_F(Node, NullsGoToTheAssertHook)
+TEST_F(Node, NullArgumentsCallTheAssertHook)
 {
     static int asserts;
     asserts = 0;

@@ -1,8 +1,8 @@
 #include "db/engine_fixture.h"
 
 using qztest::EngineTest;
-using qztest::SideEnd;
-using qztest::SideThis;
+using qztest::kSideEnd;
+using qztest::kSideThis;
 using Info = QZDatabaseInfo;
 
 namespace
@@ -29,8 +29,8 @@ TEST_F(ReadTest, FieldsOfAnEmptyHead)
                                  {Info::HD_LASTDATA, 0}, {Info::HD_LASTDATA_THIS, 0}};
     for (const auto& field : fields)
     {
-        EXPECT_EQ(Read()->ReadHD(SideThis, 719, field[0]), field[1]) << std::hex << field[0];
-        EXPECT_EQ(Read()->ReadHD(SideEnd, 752, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadHD(kSideThis, 719, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadHD(kSideEnd, 752, field[0]), field[1]) << std::hex << field[0];
     }
 }
 
@@ -43,22 +43,22 @@ TEST_F(ReadTest, FieldsOfAHeadWithRecords)
                                  {Info::HD_LASTDATA, 688}, {Info::HD_LASTDATA_THIS, 639}};
     for (const auto& field : fields)
     {
-        EXPECT_EQ(Read()->ReadHD(SideThis, 31, field[0]), field[1]) << std::hex << field[0];
-        EXPECT_EQ(Read()->ReadHD(SideEnd, 704, field[0]), field[1]) << std::hex << field[0];
-        // The frames that earlier records left behind lead to the HD as well.
-        EXPECT_EQ(Read()->ReadHD(SideEnd, 384, field[0]), field[1]) << std::hex << field[0];
-        EXPECT_EQ(Read()->ReadHD(SideEnd, 64, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadHD(kSideThis, 31, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadHD(kSideEnd, 704, field[0]), field[1]) << std::hex << field[0];
+        // The closing frames of the shorter list, still in the file, refer to the HD as well.
+        EXPECT_EQ(Read()->ReadHD(kSideEnd, 384, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadHD(kSideEnd, 64, field[0]), field[1]) << std::hex << field[0];
     }
 }
 
-TEST_F(ReadTest, HeadReaderAnswersZeroForABadSideOrSelector)
+TEST_F(ReadTest, ReadHDReturns0ForABadSideOrSelector)
 {
     Fresh(3);
     EXPECT_EQ(Read()->ReadHD(3, 31, Info::HD_END), 0);
     ExpectRefused(Info::BAD_PARAMETER, 1);
-    EXPECT_EQ(Read()->ReadHD(SideThis, 31, Info::DATA_END), 0);
+    EXPECT_EQ(Read()->ReadHD(kSideThis, 31, Info::DATA_END), 0);
     ExpectRefused(256, 2);
-    EXPECT_EQ(Read()->ReadHD(SideThis, 31, Info::TABLE_HD), 0);
+    EXPECT_EQ(Read()->ReadHD(kSideThis, 31, Info::TABLE_HD), 0);
     ExpectRefused(256, 3);
 }
 
@@ -75,43 +75,43 @@ TEST_F(ReadTest, FrameOfARecordFromBothEnds)
         // The kind in the selector does not matter.
         for (const QZInt64 kind : {0x000, 0x100, 0x200, 0x300, 0x400, 0x500, 0xFF00})
         {
-            EXPECT_EQ(Read()->ReadData(SideThis, 399, field[0] | kind), field[1]) << std::hex << field[0];
-            EXPECT_EQ(Read()->ReadData(SideEnd, 448, field[0] | kind), field[1]) << std::hex << field[0];
+            EXPECT_EQ(Read()->ReadData(kSideThis, 399, field[0] | kind), field[1]) << std::hex << field[0];
+            EXPECT_EQ(Read()->ReadData(kSideEnd, 448, field[0] | kind), field[1]) << std::hex << field[0];
         }
     }
     EXPECT_EQ(Console()->GetErrorCount(), 0);
 }
 
-TEST_F(ReadTest, FirstRecordHasTheHeadBeforeItAndNoRecord)
+TEST_F(ReadTest, FirstRecordHasNoPreviousRecord)
 {
     Fresh(3);
-    EXPECT_EQ(Read()->ReadData(SideThis, 319, Info::DATA_PREV), 31);
-    EXPECT_EQ(Read()->ReadData(SideThis, 319, Info::DATA_PREV_THIS), 0);
-    EXPECT_EQ(Read()->ReadData(SideEnd, 368, Info::DATA_PREV_END), 0);
+    EXPECT_EQ(Read()->ReadData(kSideThis, 319, Info::DATA_PREV), 31);
+    EXPECT_EQ(Read()->ReadData(kSideThis, 319, Info::DATA_PREV_THIS), 0);
+    EXPECT_EQ(Read()->ReadData(kSideEnd, 368, Info::DATA_PREV_END), 0);
 }
 
-TEST_F(ReadTest, RecordReaderAnswersMinus1ForABadSideOrSelector)
+TEST_F(ReadTest, ReadDataReturnsMinus1ForABadSideOrSelector)
 {
     Fresh(3);
     EXPECT_EQ(Read()->ReadData(0, 399, Info::DATA_END), -1);
     ExpectRefused(Info::BAD_PARAMETER, 1);
     for (const QZInt64 selector :
          {Info::DATA_UNKNOWN, Info::AD_FREE, Info::CD_DATA, Info::HD_END, Info::PD_LN1})
-        EXPECT_EQ(Read()->ReadData(SideThis, 399, selector), -1) << std::hex << selector;
+        EXPECT_EQ(Read()->ReadData(kSideThis, 399, selector), -1) << std::hex << selector;
     ExpectRefused(Info::BAD_PARAMETER, 6);
 }
 
-TEST_F(ReadTest, ReadersReadTheStoredCopyEvenOfWhatTheCallerHolds)
+TEST_F(ReadTest, ReadersReturnTheStoredValueEvenOfTheGivenAddress)
 {
     Fresh(3);
     Address()->PutRaw(399 + 9, 1234);
-    EXPECT_EQ(Read()->ReadData(SideThis, 399, Info::DATA_THIS), 1234);
-    EXPECT_EQ(Read()->ReadData(SideEnd, 448, Info::DATA_THIS), 399);
+    EXPECT_EQ(Read()->ReadData(kSideThis, 399, Info::DATA_THIS), 1234);
+    EXPECT_EQ(Read()->ReadData(kSideEnd, 448, Info::DATA_THIS), 399);
     Address()->PutRaw(399 + 17, 4321);
-    EXPECT_EQ(Read()->ReadData(SideEnd, 448, Info::DATA_END), 4321);
+    EXPECT_EQ(Read()->ReadData(kSideEnd, 448, Info::DATA_END), 4321);
     Address()->PutRaw(31 + 25, 99);
-    EXPECT_EQ(Read()->ReadHD(SideThis, 31, Info::HD_THIS), 99);
-    EXPECT_EQ(Read()->ReadHD(SideEnd, 704, Info::HD_THIS), 31);
+    EXPECT_EQ(Read()->ReadHD(kSideThis, 31, Info::HD_THIS), 99);
+    EXPECT_EQ(Read()->ReadHD(kSideEnd, 704, Info::HD_THIS), 31);
 }
 
 TEST_F(ReadTest, FieldsOfAListRecord)
@@ -124,12 +124,12 @@ TEST_F(ReadTest, FieldsOfAListRecord)
                                  {Info::LD_TREE_A, 911}, {Info::LD_TREE_R, 959}, {Info::LD_TREE_S, 1007}};
     for (const auto& field : fields)
     {
-        EXPECT_EQ(Read()->ReadLD(SideThis, 767, field[0]), field[1]) << std::hex << field[0];
-        EXPECT_EQ(Read()->ReadLD(SideEnd, 840, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadLD(kSideThis, 767, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadLD(kSideEnd, 840, field[0]), field[1]) << std::hex << field[0];
     }
     EXPECT_EQ(Console()->GetErrorCount(), 0);
-    EXPECT_EQ(Read()->ReadLD(SideThis, 767, Info::LD_PREV_THIS), -1);
-    EXPECT_EQ(Read()->ReadLD(SideThis, 767, Info::PD_LD_A), -1);
+    EXPECT_EQ(Read()->ReadLD(kSideThis, 767, Info::LD_PREV_THIS), -1);
+    EXPECT_EQ(Read()->ReadLD(kSideThis, 767, Info::PD_LD_A), -1);
     EXPECT_EQ(Read()->ReadLD(7, 767, Info::LD_LDS), -1);
     ExpectRefused(Info::BAD_PARAMETER, 3);
 }
@@ -145,11 +145,11 @@ TEST_F(ReadTest, FieldsOfAPlaceRecord)
                                  {Info::PD_LD_A, 319}, {Info::PD_HD_A, 79}, {Info::DATA_PREV_END, 0}};
     for (const auto& field : fields)
     {
-        EXPECT_EQ(Read()->ReadPD(SideThis, 767, field[0]), field[1]) << std::hex << field[0];
-        EXPECT_EQ(Read()->ReadPD(SideEnd, 864, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadPD(kSideThis, 767, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadPD(kSideEnd, 864, field[0]), field[1]) << std::hex << field[0];
     }
     EXPECT_EQ(Console()->GetErrorCount(), 0);
-    EXPECT_EQ(Read()->ReadPD(SideThis, 767, Info::PD_DATA), -1);
+    EXPECT_EQ(Read()->ReadPD(kSideThis, 767, Info::PD_DATA), -1);
     EXPECT_EQ(Read()->ReadPD(0, 767, Info::PD_LD_A), -1);
     ExpectRefused(Info::BAD_PARAMETER, 2);
 }
@@ -161,10 +161,10 @@ TEST_F(ReadTest, FieldsOfAnAddressRecord)
                                  {Info::AD_NEXT, 479}, {Info::AD_HDA, 31},  {Info::AD_FREE, 127}};
     for (const auto& field : fields)
     {
-        EXPECT_EQ(Read()->ReadAD(SideThis, 399, field[0]), field[1]) << std::hex << field[0];
-        EXPECT_EQ(Read()->ReadAD(SideEnd, 448, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadAD(kSideThis, 399, field[0]), field[1]) << std::hex << field[0];
+        EXPECT_EQ(Read()->ReadAD(kSideEnd, 448, field[0]), field[1]) << std::hex << field[0];
     }
-    EXPECT_EQ(Read()->ReadAD(SideThis, 399, Info::AD_PREV_THIS), -1);
+    EXPECT_EQ(Read()->ReadAD(kSideThis, 399, Info::AD_PREV_THIS), -1);
     ExpectRefused(Info::BAD_PARAMETER, 1);
 }
 
@@ -173,15 +173,15 @@ TEST_F(ReadTest, LogRecordHasOnlyItsThreeFields)
     Fresh(2);
     const QZInt64 hd = Data()->NewHD(0);
     ASSERT_EQ(Data()->NewRD(hd, 11, 22, 33), 495);
-    for (const auto& [side, address] : {std::pair{SideThis, 495LL}, std::pair{SideEnd, 528LL}})
+    for (const auto& [side, address] : {std::pair{kSideThis, 495LL}, std::pair{kSideEnd, 528LL}})
     {
         EXPECT_EQ(Read()->ReadRD(side, address, Info::RD_P), 11);
         EXPECT_EQ(Read()->ReadRD(side, address, Info::RD_O), 22);
         EXPECT_EQ(Read()->ReadRD(side, address, Info::RD_N), 33);
     }
-    EXPECT_EQ(Read()->ReadRD(SideThis, 495, Info::RD_THIS), -1);
-    EXPECT_EQ(Read()->ReadRD(SideThis, 495, Info::RD_NEXT), -1);
-    EXPECT_EQ(Read()->ReadRD(SideThis, 495, Info::RD_PREV_THIS), -1);
+    EXPECT_EQ(Read()->ReadRD(kSideThis, 495, Info::RD_THIS), -1);
+    EXPECT_EQ(Read()->ReadRD(kSideThis, 495, Info::RD_NEXT), -1);
+    EXPECT_EQ(Read()->ReadRD(kSideThis, 495, Info::RD_PREV_THIS), -1);
     ExpectRefused(Info::BAD_PARAMETER, 3);
 }
 
@@ -195,13 +195,13 @@ TEST_F(ReadTest, CountPositionAndNth)
     EXPECT_EQ(Read()->Nth(31, 2, Info::DATA_THIS), 399);
     EXPECT_EQ(Read()->Nth(31, 5, Info::DATA_END), 688);
     EXPECT_EQ(Read()->Nth(31, 6, Info::DATA_THIS), 0);
-    EXPECT_EQ(Read()->Nth(31, 0, Info::DATA_THIS), 319) << "below 2 is the first";
+    EXPECT_EQ(Read()->Nth(31, 0, Info::DATA_THIS), 319) << "numbers below 2 mean the first record";
     EXPECT_EQ(Read()->Nth(31, -5, Info::DATA_THIS), 319);
     EXPECT_EQ(Read()->Nth(79, 1, Info::DATA_THIS), 0);
     EXPECT_EQ(Read()->HeadOf(479), 31);
 }
 
-TEST_F(ReadTest, PositionOfARecordOutsideItsListIs0)
+TEST_F(ReadTest, PositionOfAnUnlinkedRecordIs0)
 {
     Fresh(3);
     const QZInt64 hd = Data()->NewHD(0);
@@ -217,7 +217,7 @@ TEST_F(ReadTest, TreeRoots)
     Fresh(3);
     const QZInt64 roots[] = {79, 127, 175, 223, 271};
     for (QZInt64 n = 1; n <= 5; ++n) EXPECT_EQ(Read()->TreeRoot(31, n), roots[n - 1]);
-    EXPECT_EQ(Read()->TreeRoot(31, 0), 79) << "no step for 0";
+    EXPECT_EQ(Read()->TreeRoot(31, 0), 79) << "tree 0 means the first tree";
     EXPECT_EQ(Read()->TreeRoot(31, 6), 0);
     EXPECT_EQ(Read()->TreeRoot(79, 1), 0);
 }
@@ -242,15 +242,15 @@ TEST_F(ReadTest, TreeOfUnderAFreeHeadIs0)
     EXPECT_EQ(Read()->TreeOf(pd), 0);
 }
 
-TEST_F(ReadTest, TreeOfVersion1KnowsTheRootsByTheirPlace)
+TEST_F(ReadTest, TreeOfVersion1IsFoundByTheRootAddress)
 {
     Fresh(2);
     Console()->AddressInfo()->Version = Info::DBV_CODE_V1;
-    // A record that says its HD is 43; the chain above it leads from an HD at 463 to it.
+    // The HD field of a PD is overwritten with the address of a root of version 1, which decides the tree.
     const QZInt64 hd = Data()->NewHD(0);
     const QZInt64 pd = Data()->NewPD(hd, 0, "", 0);
     const QZInt64 below = Data()->NewPD(Data()->NewHDForPD(pd), 0, "", 0);
-    const QZInt64 end = Read()->ReadData(SideThis, pd, Info::DATA_END);
+    const QZInt64 end = Read()->ReadData(kSideThis, pd, Info::DATA_END);
     const QZInt64 roots[][2] = {{25, 1}, {43, 2}, {61, 3}};
     for (const auto& root : roots)
     {
@@ -265,18 +265,18 @@ TEST_F(ReadTest, TreeOfVersion1KnowsTheRootsByTheirPlace)
 // ---------------------------------------------------------------------------------------------------------------------
 // Damaged files
 
-TEST_F(ReadTest, WalksAlongACircleEnd)
+TEST_F(ReadTest, WalksInACircularListEnd)
 {
     Fresh(3);
     const QZInt64 hd = Data()->NewHD(0);
     std::vector<QZInt64> records;
     for (int i = 0; i < 40; ++i) records.push_back(Data()->NewCD(hd, "", 0));
-    // The last leads back to the 30th, later to itself.
+    // The last record is linked to the 30th, later to itself.
     Data()->PutField(records[39], Info::DATA_NEXT, records[29]);
     EXPECT_GE(Read()->Count(hd), 40);
     EXPECT_EQ(Read()->Position(Data()->NewAD(31, 0)), 6);
     EXPECT_EQ(Read()->Nth(hd, 35, Info::DATA_THIS), records[34]);
-    // 11 records go round, from the 30th on: the steps decide where the walk ends, however many they are.
+    // From the 30th on, 11 records form a circle; Nth counts every step, however many there are.
     for (QZInt64 n = 1; n < 90; ++n)
     {
         const QZInt64 place = n <= 40 ? n - 1 : 29 + (n - 30) % 11;
@@ -288,7 +288,7 @@ TEST_F(ReadTest, WalksAlongACircleEnd)
     EXPECT_EQ(Read()->Nth(hd, 1LL << 60, Info::DATA_THIS), records[39]);
 }
 
-TEST_F(ReadTest, ClimbAlongACircleEnds)
+TEST_F(ReadTest, TreeOfInACircularChainEnds)
 {
     Fresh(3);
     const QZInt64 pd = Data()->NewPD(Data()->NewHD(0), 0, "", 0);
@@ -309,11 +309,11 @@ TEST_F(ReadTest, FieldsMayHoldAnyValue)
         for (const QZInt64 selector : {Info::DATA_THIS, Info::DATA_END, Info::DATA_PREV, Info::DATA_NEXT,
                                        Info::DATA_HDA, Info::DATA_PREV_THIS, Info::DATA_PREV_END})
         {
-            Read()->ReadData(SideThis, 399, selector);
-            Read()->ReadData(SideEnd, 448, selector);
+            Read()->ReadData(kSideThis, 399, selector);
+            Read()->ReadData(kSideEnd, 448, selector);
         }
         EXPECT_LE(Read()->Count(31), 5);
-        EXPECT_EQ(Read()->ReadData(SideThis, 399, Info::DATA_PREV), value);
+        EXPECT_EQ(Read()->ReadData(kSideThis, 399, Info::DATA_PREV), value);
         Read()->TreeOf(399);
         Read()->Position(399);
     }

@@ -6,9 +6,9 @@ namespace qztest
 {
 namespace
 {
-/// Addresses of 8 bytes: a PD's fields stand at 1 (previous), 9 (own place), 17 (END), 25 (LD), 33 (child),
-/// 41 (pointer), 49 (length), 57 (content) behind its mark; a CD's at 25 (pointer), 33 (length), 41
-/// (content).
+/// With 8-byte addresses the fields of a PD have these offsets from its mark: 1 previous, 9 own address, 17
+/// END, 25 LD, 33 child, 41 pointer, 49 length, 57 content. Those of a CD are 25 pointer, 33 length, 41
+/// content.
 class Repair : public DatabaseTest
 {
 protected:
@@ -18,7 +18,8 @@ protected:
     QZInt64 TypeAt(QZInt64 address) { return m_channel->G_T(1, address); }
     QZInt64 MakeLD() { return m_channel->P_D(m_channel->G_TA(4), Info::DATA_LD); }
 
-    /// An LD with an AD in one of its tree lists that names a PD. The AD's previous link is broken.
+    /// Creates an LD with an AD in one of its tree lists that refers to a PD, and damages the previous link
+    /// of the AD.
     QZInt64 WithBrokenReference(QZInt64 tree)
     {
         const QZInt64 ld = MakeLD();
@@ -57,15 +58,15 @@ TEST_F(Repair, TypesOfEveryKindFromBothEnds)
     EXPECT_EQ(m_channel->G_T(2, A(pd, Info::PD_END)), Info::DATA_PD);
 }
 
-TEST_F(Repair, ABadSideIsRecordedAndUnknown)
+TEST_F(Repair, BadSideRecordsAnErrorAndIsUnknown)
 {
     EXPECT_RECORDS(Info::BAD_PARAMETER, EXPECT_EQ(m_channel->G_T(3, 319), Info::UNKNOWN));
     EXPECT_RECORDS(Info::BAD_PARAMETER, EXPECT_EQ(m_channel->G_T(0, 31), Info::UNKNOWN));
-    // No mark, no reader, no record.
+    // Without a mark at the address the side is not checked.
     EXPECT_RECORDS_NOTHING(EXPECT_EQ(m_channel->G_T(3, 320), Info::UNKNOWN));
 }
 
-TEST_F(Repair, APDWithoutLDReadsAsCD)
+TEST_F(Repair, PDWithoutLDHasTheTypeOfACD)
 {
     EXPECT_EQ(TypeAt(m_channel->P_D(m_channel->G_TA(3), Info::DATA_PD)), Info::DATA_CD);
 }
@@ -79,7 +80,7 @@ TEST_F(Repair, AddressesPastTheLengthFieldAreNoRecords)
     EXPECT_EQ(TypeAt(ad), Info::UNKNOWN);
 }
 
-TEST_F(Repair, SoundRecordsAreNormalAndLogRecordsUnknown)
+TEST_F(Repair, IntactRecordsAreNormalAndLogRecordsUnknown)
 {
     const QZInt64 hd = m_channel->P_HD();
     const QZInt64 pd = MakePD(hd);
@@ -97,7 +98,7 @@ TEST_F(Repair, SoundRecordsAreNormalAndLogRecordsUnknown)
     EXPECT_EQ(m_channel->CK(2, A(pd, Info::PD_END)), Info::NORMAL);
 }
 
-TEST_F(Repair, ChecksRecordNothing)
+TEST_F(Repair, ChecksRecordNoErrors)
 {
     const QZInt64 ld = MakeLD();
     DamageAddress(ld + 1 + 3 * 8, 5);
@@ -106,7 +107,7 @@ TEST_F(Repair, ChecksRecordNothing)
 
 // ---- AD
 
-TEST_F(Repair, AnADWithABrokenPreviousLinkAnswersTheBare2)
+TEST_F(Repair, ADWithABrokenPreviousLinkReturnsTheCode2)
 {
     const QZInt64 hd = m_channel->P_HD();
     const QZInt64 ad = m_channel->P_D(hd, Info::DATA_AD);
@@ -114,7 +115,7 @@ TEST_F(Repair, AnADWithABrokenPreviousLinkAnswersTheBare2)
     EXPECT_EQ(Check(ad), 2);
 }
 
-TEST_F(Repair, AnADWithABrokenNextLink)
+TEST_F(Repair, ADWithABrokenNextLink)
 {
     const QZInt64 ad = m_channel->P_D(m_channel->P_HD(), Info::DATA_AD);
     DamageAddress(ad + 41, 16);
@@ -123,7 +124,7 @@ TEST_F(Repair, AnADWithABrokenNextLink)
 
 // ---- CD
 
-TEST_F(Repair, ACDWithBrokenLinks)
+TEST_F(Repair, CDWithBrokenLinks)
 {
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
     const QZInt64 end = A(cd, Info::CD_END);
@@ -133,19 +134,19 @@ TEST_F(Repair, ACDWithBrokenLinks)
     EXPECT_EQ(Check(cd), Info::PREV_ERROR);
 }
 
-TEST_F(Repair, ACDWithReplacedContentIsNormal)
+TEST_F(Repair, CDWithReplacedContentIsNormal)
 {
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
     Put(cd, Info::CD_DATA, "elsewhere");
     EXPECT_EQ(Check(cd), Info::NORMAL);
 }
 
-TEST_F(Repair, ACDWhosePointerLeadsToNoCD)
+TEST_F(Repair, CDWhosePointerLeadsToNoCD)
 {
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
     DamageAddress(cd + 25, 64);
     EXPECT_EQ(Check(cd), Info::CHAR_ERROR);
-    // One address behind its own content counts as sound.
+    // A pointer to the address one further than its own content is accepted.
     DamageAddress(cd + 25, cd + 49);
     EXPECT_EQ(Check(cd), Info::NORMAL);
 }
@@ -154,7 +155,7 @@ TEST_F(Repair, LengthsAreComparedWithPositions)
 {
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
     const QZInt64 end = A(cd, Info::CD_END);
-    // length + 41 does not exceed the closing position: far more than the record holds passes.
+    // The check is: length + 41 is at most the closing position. So lengths far above the record's size pass.
     DamageAddress(cd + 33, end + 16 - 41);
     EXPECT_EQ(TypeAt(cd), Info::DATA_CD);
     DamageAddress(cd + 33, end + 16 - 40);
@@ -164,7 +165,7 @@ TEST_F(Repair, LengthsAreComparedWithPositions)
 
 // ---- PD
 
-TEST_F(Repair, APDWithBrokenLinks)
+TEST_F(Repair, PDWithBrokenLinks)
 {
     const QZInt64 pd = MakePD();
     const QZInt64 end = A(pd, Info::PD_END);
@@ -176,17 +177,17 @@ TEST_F(Repair, APDWithBrokenLinks)
     EXPECT_EQ(Check(pd), Info::PREV_ERROR);
 }
 
-TEST_F(Repair, APDWhoseLDNamesNoRecord)
+TEST_F(Repair, PDWhoseLDIsDamaged)
 {
     const QZInt64 pd = MakePD();
     const QZInt64 ld = A(pd, Info::PD_LD_A);
-    // The mark stands, so it is still a PD; its LD's END leads nowhere.
+    // The LD keeps its mark, so the record is still a PD; the END of the LD is invalid.
     DamageAddress(ld + 17, 16);
     EXPECT_EQ(TypeAt(pd), Info::DATA_PD);
     EXPECT_EQ(Check(pd), Info::PD_LD_ERROR);
 }
 
-TEST_F(Repair, APDWhoseLDWasUnlinked)
+TEST_F(Repair, PDWhoseLDWasUnlinked)
 {
     const QZInt64 first = MakePD();
     const QZInt64 second = MakePD();
@@ -197,7 +198,7 @@ TEST_F(Repair, APDWhoseLDWasUnlinked)
     EXPECT_EQ(Check(first), Info::PD_LD_DELETED);
 }
 
-TEST_F(Repair, APDWithADamagedChild)
+TEST_F(Repair, PDWithADamagedChild)
 {
     const QZInt64 pd = MakePD();
     const QZInt64 hd = m_channel->P_HD(pd);
@@ -206,7 +207,7 @@ TEST_F(Repair, APDWithADamagedChild)
     EXPECT_EQ(Check(pd), Info::PD_HD_ERROR);
 }
 
-TEST_F(Repair, APDWhosePointerLeadsToNoCD)
+TEST_F(Repair, PDWhosePointerLeadsToNoCD)
 {
     const QZInt64 pd = MakePD();
     Put(pd, Info::PD_DATA, "elsewhere");
@@ -217,7 +218,7 @@ TEST_F(Repair, APDWhosePointerLeadsToNoCD)
 
 // ---- LD
 
-TEST_F(Repair, AnLDWithBrokenLinks)
+TEST_F(Repair, LDWithBrokenLinks)
 {
     const QZInt64 ld = MakeLD();
     DamageAddress(ld + 65, 16);
@@ -226,9 +227,9 @@ TEST_F(Repair, AnLDWithBrokenLinks)
     EXPECT_EQ(Check(ld), Info::PREV_ERROR);
 }
 
-TEST_F(Repair, AnLDWithDamagedLists)
+TEST_F(Repair, LDWithDamagedLists)
 {
-    // From the last to the first, so that each is met before those behind it.
+    // From the last to the first, because the check reports the first damaged list.
     const QZInt64 ld = MakeLD();
     const QZInt64 codes[] = {Info::LDS_ERROR, Info::TREEA_ERROR, Info::TREER_ERROR, Info::TREES_ERROR};
     for (int list = 3; list >= 0; --list)
@@ -239,7 +240,7 @@ TEST_F(Repair, AnLDWithDamagedLists)
     }
 }
 
-TEST_F(Repair, AnLDWithABrokenField)
+TEST_F(Repair, LDWithABrokenField)
 {
     const QZInt64 ld = MakeLD();
     Put(ld, 2, "x");
@@ -249,14 +250,14 @@ TEST_F(Repair, AnLDWithABrokenField)
     EXPECT_EQ(Check(ld), Info::LDS_ERROR);
 }
 
-TEST_F(Repair, AnLDWithABrokenReferenceInTreeR_AnswersTreeA)
+TEST_F(Repair, LDWithABrokenReferenceInTreeRReturnsTreeA)
 {
     EXPECT_EQ(Check(WithBrokenReference(Info::LD_TREE_A)), Info::TREEA_ERROR);
     EXPECT_EQ(Check(WithBrokenReference(Info::LD_TREE_R)), Info::TREEA_ERROR);
     EXPECT_EQ(Check(WithBrokenReference(Info::LD_TREE_S)), Info::TREES_ERROR);
 }
 
-TEST_F(Repair, ABrokenReferenceThatNamesNoPDPasses)
+TEST_F(Repair, BrokenReferenceToNoPDIsAccepted)
 {
     const QZInt64 ld = WithBrokenReference(Info::LD_TREE_A);
     const QZInt64 ad = A(A(ld, Info::LD_TREE_A), Info::HD_FIRSTDATA);
@@ -267,7 +268,7 @@ TEST_F(Repair, ABrokenReferenceThatNamesNoPDPasses)
 
 // ---- HD
 
-TEST_F(Repair, AHeadIsCheckedByItsFirstRecordOnly)
+TEST_F(Repair, HeadIsCheckedByItsFirstRecordOnly)
 {
     const QZInt64 hd = m_channel->P_HD();
     EXPECT_EQ(Check(hd), Info::NORMAL);
@@ -280,9 +281,9 @@ TEST_F(Repair, AHeadIsCheckedByItsFirstRecordOnly)
     EXPECT_EQ(Check(hd), Info::UNKNOWN);
 }
 
-// ---- Version 9 looks at the frame of the bytes
+// ---- Version 9 checks the frame of the bytes
 
-TEST_F(Repair, Version9TestsTheLengthAtBothEnds)
+TEST_F(Repair, Version9ChecksTheLengthAtBothEnds)
 {
     const QZInt64 hd = m_channel->P_HD();
     const QZInt64 cd = m_channel->P_D(hd, Info::DATA_CD);
@@ -292,7 +293,7 @@ TEST_F(Repair, Version9TestsTheLengthAtBothEnds)
     EXPECT_EQ(TypeAt(pd), Info::DATA_PD);
     EXPECT_EQ(Check(cd), Info::NORMAL);
     EXPECT_EQ(Check(pd), Info::NORMAL);
-    // A small length that version 5 takes: the trailing one no longer agrees.
+    // Version 5 accepts this smaller length; in version 9 the trailing length must agree.
     DamageAddress(cd + 33, 3);
     EXPECT_EQ(TypeAt(cd), Info::DATA_UNKNOWN);
     DamageAddress(pd + 49, 3);
@@ -302,7 +303,7 @@ TEST_F(Repair, Version9TestsTheLengthAtBothEnds)
     EXPECT_EQ(TypeAt(pd), Info::DATA_PD);
 }
 
-TEST_F(Repair, HostileBytesNeverBreakATypeTest)
+TEST_F(Repair, TypeChecksSurviveRandomBytes)
 {
     MakePD();
     const std::string before = (Close(), m_dir.Read("test.db"));
@@ -328,7 +329,7 @@ TEST_F(Repair, HostileBytesNeverBreakATypeTest)
             {
                 const QZInt64 type = m_channel->G_T(side, address + 15);
                 types += type != Info::UNKNOWN;
-                // The checks of an LD keep no bound on their walks.
+                // The check of an LD does not limit its walks, so it might not end on a damaged file.
                 if (type != Info::DATA_LD) m_channel->CK(side, address + 15);
             }
         }

@@ -9,14 +9,12 @@ namespace qztest
 {
 namespace
 {
-/// Random work on a database with snapshots and restores, against what the state was at each snapshot.
-///
-/// The marks are kept in a model of the log: a tree of branches, each with the records that it holds, in
-/// their order. By it the test knows beforehand whether a mark can be reached.
+/// Random operations with snapshots and restores. A successful restore must give the state that was recorded
+/// at the snapshot; a refused one must change nothing.
 class RollbackModel : public DatabaseTest
 {
 protected:
-    /// Everything that a host sees below a list: addresses, contents, fields, children.
+    /// All that a host sees below a list: addresses, contents, fields, children.
     std::string State(QZInt64 hd)
     {
         std::string text = "(" + std::to_string(hd);
@@ -85,7 +83,7 @@ protected:
             case 7: m_channel->D_DATA(pd, Info::DELETE_DATA); break;
             default:
             {
-                // Into another list of the same level of nesting, so that no list comes to lie below itself.
+                // Only PDs without children are moved, so that no list becomes its own descendant.
                 const QZInt64 root = m_channel->G_TA(Info::TREESSN);
                 if (A(pd, Info::PD_HD_A) == 0) m_channel->MT(pd, root);
                 break;
@@ -149,7 +147,7 @@ protected:
     int m_refused = 0;
 };
 
-TEST_F(RollbackModel, EveryMarkThatIsReachedBringsItsStateBack)
+TEST_F(RollbackModel, EverySuccessfulRestoreGivesTheStateOfItsSnapshot)
 {
     for (unsigned seed = 1; seed <= 12; ++seed)
     {
@@ -162,11 +160,11 @@ TEST_F(RollbackModel, EveryMarkThatIsReachedBringsItsStateBack)
     EXPECT_GT(m_reached, 100);
 }
 
-/// One address that is written, against a model of the log.
+/// Writes of one address, with snapshots and restores, compared with a model of the log.
 class RollbackTree : public DatabaseTest
 {
 protected:
-    /// A branch of the log: the AD by which it hangs and the places that the records of its list have.
+    /// The position of a record in its list, counted from 1; 0 when it is not in the list.
     QZInt64 PositionOf(QZInt64 record)
     {
         QZInt64 place = 0;
@@ -178,7 +176,7 @@ protected:
         return 0;
     }
 
-    /// The lists from a record's own one up to the root of the log.
+    /// The lists from the record's own list up to the root of the log.
     Addresses Levels(QZInt64 record)
     {
         Addresses levels;
@@ -191,26 +189,26 @@ protected:
         return levels;
     }
 
-    /// The records that lie on the way from a record to the beginning of the log.
-    Addresses Way(QZInt64 record)
+    /// The records on the path from a record to the beginning of the log.
+    Addresses PathOf(QZInt64 record)
     {
-        Addresses way;
+        Addresses path;
         for (const QZInt64 level : Levels(record))
         {
             const Addresses list = List(level);
             std::size_t i = 0;
             while (list[i] != record) ++i;
-            for (std::size_t j = i + 1; j-- > 0;) way.push_back(list[j]);
+            for (std::size_t j = i + 1; j-- > 0;) path.push_back(list[j]);
             record = A(level, Info::HD_PREV);
         }
-        way.push_back(record);
-        return way;
+        path.push_back(record);
+        return path;
     }
 
-    /// Whether a mark can be reached from the present line, by the rule that a host can work out: the deeper
-    /// side is stood for by the hook of the nearest common list, the earlier place of the two decides, and
-    /// both ways pass it.
-    bool InReach(QZInt64 target, QZInt64 present)
+    /// Whether a restore from the present record to the target succeeds. The fork is the earlier of the two
+    /// records in their nearest common list, where a record of a deeper list is represented by the hook of
+    /// the common list. The restore succeeds when the fork is on both paths.
+    bool CanRestore(QZInt64 target, QZInt64 present)
     {
         const Addresses targetLevels = Levels(target);
         const Addresses presentLevels = Levels(present);
@@ -234,10 +232,10 @@ protected:
             const QZInt64 presentSide = presentLevels[0] == common ? present : hook;
             fork = PositionOf(targetSide) >= PositionOf(presentSide) ? presentSide : targetSide;
         }
-        const Addresses targetWay = Way(target);
-        const Addresses presentWay = Way(present);
-        return std::find(targetWay.begin(), targetWay.end(), fork) != targetWay.end() &&
-               std::find(presentWay.begin(), presentWay.end(), fork) != presentWay.end();
+        const Addresses targetPath = PathOf(target);
+        const Addresses presentPath = PathOf(present);
+        return std::find(targetPath.begin(), targetPath.end(), fork) != targetPath.end() &&
+               std::find(presentPath.begin(), presentPath.end(), fork) != presentPath.end();
     }
 
     QZInt64 Present()
@@ -248,7 +246,7 @@ protected:
     }
 };
 
-TEST_F(RollbackTree, MarksAreReachedExactlyWhereTheForkLiesOnBothWays)
+TEST_F(RollbackTree, RestoreSucceedsExactlyWhenTheForkIsOnBothPaths)
 {
     int reached = 0;
     int refused = 0;
@@ -271,7 +269,7 @@ TEST_F(RollbackTree, MarksAreReachedExactlyWhereTheForkLiesOnBothWays)
                     if (marks.empty()) break;
                     auto mark = marks.begin();
                     std::advance(mark, random() % marks.size());
-                    const bool expected = InReach(mark->first, Present());
+                    const bool expected = CanRestore(mark->first, Present());
                     ASSERT_EQ(m_channel->AB_CB(mark->first) != 0, expected) << seed << " " << step;
                     if (expected) value = mark->second;
                     ++(expected ? reached : refused);
@@ -288,11 +286,11 @@ TEST_F(RollbackTree, MarksAreReachedExactlyWhereTheForkLiesOnBothWays)
     EXPECT_GT(refused, 5);
 }
 
-/// Log files with links that lead astray, as after a fault of a disk.
+/// Logs with wrong links, as after a disk fault.
 class RollbackDamage : public DatabaseTest
 {};
 
-TEST_F(RollbackDamage, RestoresOnTwistedLogsEnd)
+TEST_F(RollbackDamage, RestoresOnDamagedLogsEnd)
 {
     ASSERT_TRUE(Create(2, 1));
     Open();
@@ -307,11 +305,11 @@ TEST_F(RollbackDamage, RestoresOnTwistedLogsEnd)
     Addresses points;
     for (const QZInt64 mark : marks) points.push_back(A(mark, Info::RD_P));
     Close();
-    const std::string sound = m_dir.Read("test.db");
+    const std::string intact = m_dir.Read("test.db");
     Addresses records;
-    for (QZInt64 at = 31; at < static_cast<QZInt64>(sound.size()); at += 16)
+    for (QZInt64 at = 31; at < static_cast<QZInt64>(intact.size()); at += 16)
     {
-        const char mark = sound[static_cast<std::size_t>(at)];
+        const char mark = intact[static_cast<std::size_t>(at)];
         if (mark == '^' || mark == '&') records.push_back(at);
     }
 
@@ -321,10 +319,10 @@ TEST_F(RollbackDamage, RestoresOnTwistedLogsEnd)
     int refused = 0;
     for (int round = 0; round < 300; ++round)
     {
-        std::string file = sound;
+        std::string file = intact;
         for (int i = 0; i < 3; ++i)
         {
-            // A field of some record takes the address of another one.
+            // A field of one record is overwritten with the address of another.
             const QZInt64 record = pick(records);
             const auto field = static_cast<std::size_t>(record + 1 + 4 * static_cast<QZInt64>(random() % 8));
             QZInt64 value = pick(records);

@@ -7,7 +7,7 @@ namespace qztest
 {
 namespace
 {
-/// A database with a rollback log and one address that is written: each write is one log record.
+/// A database with a rollback log and one address field; each write of the field appends one log record.
 class Rollback : public DatabaseTest
 {
 protected:
@@ -22,7 +22,7 @@ protected:
     void Set(QZInt64 value) { ASSERT_EQ(m_channel->P_A(m_register, Info::AD_FREE, value), 1); }
     QZInt64 Value() { return A(m_register, Info::AD_FREE); }
 
-    /// A snapshot's log record.
+    /// Takes a snapshot and returns the log record that it refers to.
     QZInt64 Snapshot() { return A(m_channel->AD_TS(), Info::RD_P); }
 
     QZInt64 Base() { return 719; }
@@ -32,7 +32,7 @@ protected:
     QZInt64 m_register = 0;
 };
 
-TEST_F(Rollback, WithoutTheStructureThereIsNoRollback)
+TEST_F(Rollback, DatabaseWithoutRollbackRefusesItsOperations)
 {
     Close();
     std::filesystem::remove(m_dir.Path("test.db"));
@@ -79,7 +79,7 @@ TEST_F(Rollback, EachLoggedWriteAppendsPositionOldAndNewValue)
               (Addresses{place, 0, 5}));
     EXPECT_EQ((Addresses{A(second, Info::RD_P), A(second, Info::RD_O), A(second, Info::RD_N)}),
               (Addresses{place, 5, 9}));
-    // 10 addresses and 2 marks, on the 16-byte grid.
+    // 10 addresses and 2 marks, rounded up to a multiple of 16.
     EXPECT_EQ(second - first, 96);
 }
 
@@ -88,14 +88,14 @@ TEST_F(Rollback, ContentAndErasureAreNotLogged)
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
     const std::size_t before = List(Base()).size();
     Put(cd, Info::CD_DATA, "abcd");
-    // The link and the end of the new list and the one pointer that turns.
+    // The link and the end of the new list, and the pointer to the content.
     EXPECT_EQ(List(Base()).size(), before + 3);
     m_channel->E_C(cd, Info::CD_DATA);
     m_channel->ERASE(cd + 2000, 4);
     EXPECT_EQ(List(Base()).size(), before + 3);
 }
 
-TEST_F(Rollback, ErasedBytesDoNotComeBack)
+TEST_F(Rollback, RestoreDoesNotBringErasedBytesBack)
 {
     const QZInt64 cd = m_channel->P_D(m_channel->P_HD(), Info::DATA_CD);
     Put(cd, Info::CD_DATA, "abcd");
@@ -105,7 +105,7 @@ TEST_F(Rollback, ErasedBytesDoNotComeBack)
     EXPECT_EQ(m_channel->G_C_L(cd, Info::CD_DATA), 0);
 }
 
-TEST_F(Rollback, RestoreBringsBackTheStateOfTheMark)
+TEST_F(Rollback, RestoreBringsBackTheStateOfTheSnapshot)
 {
     const QZInt64 pd = MakePD();
     Put(pd, Info::PD_DATA, "before");
@@ -119,7 +119,7 @@ TEST_F(Rollback, RestoreBringsBackTheStateOfTheMark)
     EXPECT_EQ(Get(pd, Info::PD_DATA), "before");
 }
 
-TEST_F(Rollback, ASnapshotOfAnEmptyWritePositionAppendsARecordThatReplaysAsNothing)
+TEST_F(Rollback, SnapshotOfAnEmptyWritePositionAppendsAnEmptyChange)
 {
     Close();
     std::filesystem::remove(m_dir.Path("test.db"));
@@ -134,7 +134,7 @@ TEST_F(Rollback, ASnapshotOfAnEmptyWritePositionAppendsARecordThatReplaysAsNothi
               (Addresses{record + 9, record, record}));
 }
 
-TEST_F(Rollback, TwoSnapshotsInARowNameTheSameRecord)
+TEST_F(Rollback, TwoSnapshotsInARowReferToTheSameRecord)
 {
     Set(1);
     const QZInt64 first = m_channel->AD_TS();
@@ -146,7 +146,7 @@ TEST_F(Rollback, TwoSnapshotsInARowNameTheSameRecord)
     EXPECT_EQ(Words(marks), (Addresses{first, second}));
 }
 
-TEST_F(Rollback, AMarkBringsAHeadWithAnLDForTheSnapshotsOwnFields)
+TEST_F(Rollback, SnapshotHasAnLDForItsOwnFields)
 {
     Set(1);
     const QZInt64 mark = m_channel->AD_TS();
@@ -159,7 +159,7 @@ TEST_F(Rollback, AMarkBringsAHeadWithAnLDForTheSnapshotsOwnFields)
     EXPECT_EQ(A(mark, Info::DATA_HDA), Marks());
 }
 
-TEST_F(Rollback, RestoringTheLastRecordLeavesTheFieldsAndOpensABranch)
+TEST_F(Rollback, RestoreToTheLastRecordKeepsTheFieldsAndOpensABranch)
 {
     Set(7);
     const QZInt64 length = Length();
@@ -175,7 +175,7 @@ TEST_F(Rollback, RestoringTheLastRecordLeavesTheFieldsAndOpensABranch)
     EXPECT_EQ(A(WritePosition(), Info::HD_PREV), branch);
 }
 
-TEST_F(Rollback, ABranchHangsJustBehindItsTarget)
+TEST_F(Rollback, BranchIsInsertedDirectlyAfterItsTarget)
 {
     Set(1);
     const QZInt64 point = Snapshot();
@@ -189,7 +189,7 @@ TEST_F(Rollback, ABranchHangsJustBehindItsTarget)
     EXPECT_EQ(A(later, Info::DATA_PREV_THIS), branch);
 }
 
-TEST_F(Rollback, WritesAfterARestoreLandInTheNewBranchAndOldMarksStayInReach)
+TEST_F(Rollback, WritesAfterARestoreGoToANewBranch)
 {
     Set(1);
     const QZInt64 one = Snapshot();
@@ -202,7 +202,7 @@ TEST_F(Rollback, WritesAfterARestoreLandInTheNewBranchAndOldMarksStayInReach)
     EXPECT_EQ(List(WritePosition()).size(), 1u);
     const QZInt64 ten = Snapshot();
     Set(11);
-    // Over to the old branch, back to the new one, and to the common beginning.
+    // Restore to the old branch, to the new one, and to their common beginning.
     ASSERT_TRUE(m_channel->AB_CB(two));
     EXPECT_EQ(Value(), 2);
     Set(20);
@@ -215,7 +215,7 @@ TEST_F(Rollback, WritesAfterARestoreLandInTheNewBranchAndOldMarksStayInReach)
     EXPECT_EQ(m_channel->G_EN(), 0);
 }
 
-TEST_F(Rollback, BranchesAreThereAfterReopening)
+TEST_F(Rollback, BranchesAreKeptAfterReopening)
 {
     Set(1);
     const QZInt64 one = Snapshot();
@@ -232,9 +232,9 @@ TEST_F(Rollback, BranchesAreThereAfterReopening)
     EXPECT_EQ(Value(), 2);
 }
 
-TEST_F(Rollback, AMarkLaterInABranchThanWhereThePresentLineLeftItIsOutOfReach)
+TEST_F(Rollback, LaterSnapshotOfABranchThatWasLeftCannotBeRestored)
 {
-    // The base is long, so that the branch hangs at a later place than its own records have.
+    // The base is long, so the branch has a later position in the base than its records have in the branch.
     for (QZInt64 i = 1; i <= 10; ++i) Set(i);
     ASSERT_TRUE(m_channel->AB_CB(Snapshot()));
     Set(20);
@@ -247,12 +247,12 @@ TEST_F(Rollback, AMarkLaterInABranchThanWhereThePresentLineLeftItIsOutOfReach)
     EXPECT_RECORDS(Info::ROLLBACK_ERROR_INVALIDADDR, EXPECT_FALSE(m_channel->AB_CB(late)));
     EXPECT_EQ(File(), before);
     EXPECT_EQ(Value(), 30);
-    // The mark before it is in reach.
+    // The earlier snapshot can be restored.
     EXPECT_TRUE(m_channel->AB_CB(early));
     EXPECT_EQ(Value(), 20);
 }
 
-TEST_F(Rollback, TargetsThatAreNoLogRecordsChangeNothing)
+TEST_F(Rollback, RestoreToOtherRecordsChangesNothing)
 {
     Set(1);
     const QZInt64 pd = MakePD();
@@ -267,7 +267,7 @@ TEST_F(Rollback, TargetsThatAreNoLogRecordsChangeNothing)
     EXPECT_EQ(File(), before);
 }
 
-TEST_F(Rollback, MarksOfTheUserCountTheSnapshots)
+TEST_F(Rollback, RollbackMarksReturn8BytesPlus8PerSnapshot)
 {
     QZCollection collection;
     EXPECT_EQ(m_channel->G_AL(Info::ADDRESSARRAYCOPY_ROLLBACKMARKS, 0, &collection), 8);
@@ -277,7 +277,7 @@ TEST_F(Rollback, MarksOfTheUserCountTheSnapshots)
     EXPECT_EQ(collection.Count(), 0);
 }
 
-TEST_F(Rollback, AMissingPartOfTheStructureTurnsRollbackOffWithBadStruct)
+TEST_F(Rollback, MissingRollbackStructureTurnsRollbackOffWithBadStruct)
 {
     DamageAddress(895 + 25, 0);
     EXPECT_EQ(m_channel->G_EN(), 1);
@@ -286,7 +286,7 @@ TEST_F(Rollback, AMissingPartOfTheStructureTurnsRollbackOffWithBadStruct)
     EXPECT_FALSE(m_channel->RB_ON());
 }
 
-TEST_F(Rollback, ALongLogIsGatheredAndReplayedWhole)
+TEST_F(Rollback, LongLogIsReplayedCompletely)
 {
     Set(1);
     const QZInt64 point = Snapshot();
@@ -298,7 +298,7 @@ TEST_F(Rollback, ALongLogIsGatheredAndReplayedWhole)
     EXPECT_EQ(Value(), 2999);
 }
 
-TEST_F(Rollback, With32BitAddressesToo)
+TEST_F(Rollback, RestoreWith32BitAddresses)
 {
     Close();
     std::filesystem::remove(m_dir.Path("test.db"));
@@ -315,7 +315,7 @@ TEST_F(Rollback, With32BitAddressesToo)
 
 // ---- Bytes
 
-TEST_F(Rollback, BytesOfAFreshFileWith64BitAddresses)
+TEST_F(Rollback, BytesOfANewFileWith64BitAddresses)
 {
     Close();
     std::filesystem::remove(m_dir.Path("test.db"));
@@ -347,7 +347,7 @@ TEST_F(Rollback, BytesOfAFreshFileWith64BitAddresses)
     EXPECT_FILE(m_dir.Read("test.db"), image);
 }
 
-TEST_F(Rollback, BytesOfAFreshFileWith32BitAddresses)
+TEST_F(Rollback, BytesOfANewFileWith32BitAddresses)
 {
     Close();
     std::filesystem::remove(m_dir.Path("test.db"));
@@ -379,10 +379,10 @@ TEST_F(Rollback, BytesOfAFreshFileWith32BitAddresses)
     EXPECT_FILE(m_dir.Read("test.db"), image);
 }
 
-/// Draws what a snapshot of an empty base appends to the fresh 64-bit file: 1055 to 1568.
-void DrawSnapshot(Image& image)
+/// Adds the bytes from 1055 to 1568 that a snapshot of an empty base appends to a new 64-bit file.
+void AddSnapshot(Image& image)
 {
-    // The record that replays as nothing, the head, its LD with four heads, the mark.
+    // The log record of an empty change, the head, its LD with four heads, the mark.
     image.DataMark(1055).Addresses(1056, 719, 1055, 1120, 1064, 1055, 1055, 1055, 0).DataMark(1120);
     image.Addresses(1128, 719).HeadMark(1136);
     image.HeadMark(1151).Addresses(1152, 1487, 1199, 1288, 1151).HeadMark(1184);
@@ -406,25 +406,26 @@ TEST_F(Rollback, BytesOfASnapshotAndOfARestore)
     ASSERT_EQ(m_channel->AD_TS(), 1487);
     Image image(1569, 8);
     for (std::size_t i = 0; i < fresh.size(); ++i) image.Byte(static_cast<QZInt64>(i), fresh[i]);
-    DrawSnapshot(image);
+    AddSnapshot(image);
     EXPECT_FILE(File(), image);
 
-    // Restored to the record that replays as nothing, the last of the base. The branch goes behind it, and
-    // the three writes that hang it up are logged in the base, which is the old write position: 1583 the
-    // branch's head, 1631 its AD, then the records of the writes.
+    // Restores to the record of the empty change, the last of the base. The branch is inserted after it: its
+    // head is at 1583, its AD at 1631. The three writes that link the branch are logged after that in the
+    // base, which is still the write position.
     ASSERT_TRUE(m_channel->AB_CB(1055));
     Image after(2017, 8);
     for (QZInt64 i = 0; i < 1569; ++i) after.Byte(i, image.Bytes()[static_cast<std::size_t>(i)]);
     after.HeadMark(1583).Addresses(1584, 1631, 0, 1616, 1583).HeadMark(1616);
     after.DataMark(1631).Addresses(1632, 1120, 1631, 1680, 1583, 1631, 1903).DataMark(1680);
     after.Addresses(1688, 719).HeadMark(1696);
-    // The link from 1055: logged before it is written, it is linked itself and then written over.
+    // The link from 1055. Its log record is appended to the base through that same link, which is then
+    // overwritten.
     after.DataMark(1711).Addresses(1712, 1120, 1711, 1776, 1112, 0, 1631, 1711, 1807).DataMark(1776);
     after.Addresses(1784, 719).HeadMark(1792);
-    // The end of the base.
+    // The end field of the base.
     after.DataMark(1807).Addresses(1808, 1776, 1807, 1872, 736, 1792, 1696, 1807, 0).DataMark(1872);
     after.Addresses(1880, 719).HeadMark(1888);
-    // The owner of the new head: this one stays in the list, behind the AD.
+    // The owner field of the new head. This log record stays in the list, after the AD.
     after.DataMark(1903).Addresses(1904, 1680, 1903, 1968, 1584, 0, 1631, 1903, 0).DataMark(1968);
     after.Addresses(1976, 719).HeadMark(1984);
     after.Addresses(16, 1984).Addresses(1112, 1631).Addresses(736, 1984).Addresses(1000, 1583);
@@ -434,7 +435,7 @@ TEST_F(Rollback, BytesOfASnapshotAndOfARestore)
     EXPECT_FILE(file, after);
 }
 
-// ---- The component, as those see it who build on it
+// ---- The component ROLLBACK
 
 class RollbackComponent : public EngineTest
 {
@@ -456,7 +457,7 @@ protected:
     QZInt64 Last()
     {
         const QZInt64 position = Read()->TreeRoot(271, 3);
-        return Read()->ReadHD(SideThis, position, QZDatabaseInfo::HD_LASTDATA_THIS);
+        return Read()->ReadHD(kSideThis, position, QZDatabaseInfo::HD_LASTDATA_THIS);
     }
     static std::vector<QZInt64> Words(QZCollection& collection)
     {
@@ -470,7 +471,7 @@ protected:
     ROLLBACK* m_rollback = nullptr;
 };
 
-TEST_F(RollbackComponent, KindsOfLogRecordsAreToldByLength)
+TEST_F(RollbackComponent, KindOfALogRecordFollowsFromItsLength)
 {
     const QZInt64 record = Write(1);
     EXPECT_EQ(m_rollback->KindOf(record), QZDatabaseInfo::DATA_RD);
@@ -478,15 +479,15 @@ TEST_F(RollbackComponent, KindsOfLogRecordsAreToldByLength)
     EXPECT_EQ(m_rollback->KindOf(Data()->NewCD(Data()->NewHD(0), "", 0)), QZDatabaseInfo::UNKNOWN);
 }
 
-TEST_F(RollbackComponent, UserMarksAreRecordsWithoutAPlace)
+TEST_F(RollbackComponent, UserMarksAreLogRecordsWithPosition0)
 {
     Write(1);
     const QZInt64 first = m_rollback->AddUserMark(11, 12);
     Write(2);
     const QZInt64 second = m_rollback->AddUserMark(21, 22);
-    EXPECT_EQ(Read()->ReadRD(SideThis, first, QZDatabaseInfo::RD_P), 0);
-    EXPECT_EQ(Read()->ReadRD(SideThis, first, QZDatabaseInfo::RD_O), 11);
-    EXPECT_EQ(Read()->ReadRD(SideThis, first, QZDatabaseInfo::RD_N), 12);
+    EXPECT_EQ(Read()->ReadRD(kSideThis, first, QZDatabaseInfo::RD_P), 0);
+    EXPECT_EQ(Read()->ReadRD(kSideThis, first, QZDatabaseInfo::RD_O), 11);
+    EXPECT_EQ(Read()->ReadRD(kSideThis, first, QZDatabaseInfo::RD_N), 12);
     QZCollection all;
     m_rollback->CollectMarks(&all, 0);
     EXPECT_EQ(Words(all), (std::vector<QZInt64>{second, first}));
@@ -494,7 +495,7 @@ TEST_F(RollbackComponent, UserMarksAreRecordsWithoutAPlace)
     m_rollback->CollectMarks(&one, 1);
     EXPECT_EQ(Words(one), (std::vector<QZInt64>{second}));
 
-    // Past a restore, with an empty write position too.
+    // After a restore the write position is empty, and no mark is found.
     ASSERT_TRUE(m_rollback->Restore(first));
     QZCollection past;
     m_rollback->CollectMarks(&past, 0);
@@ -504,7 +505,7 @@ TEST_F(RollbackComponent, UserMarksAreRecordsWithoutAPlace)
     EXPECT_EQ(Console()->GetLastError(), QZDatabaseInfo::ROLLBACK_ERROR_ROLLBACKOFF);
 }
 
-TEST_F(RollbackComponent, ABranchAtAUserMarkHangsBeforeIt)
+TEST_F(RollbackComponent, BranchAtAUserMarkIsInsertedBeforeIt)
 {
     const QZInt64 before = Write(1);
     const QZInt64 mark = m_rollback->AddUserMark(11, 12);
@@ -513,10 +514,10 @@ TEST_F(RollbackComponent, ABranchAtAUserMarkHangsBeforeIt)
     const QZInt64 branch = Read()->Next(before);
     EXPECT_EQ(m_rollback->KindOf(branch), QZDatabaseInfo::DATA_AD);
     EXPECT_EQ(Read()->Next(branch), mark);
-    EXPECT_EQ(Read()->ReadAD(SideThis, m_register, QZDatabaseInfo::AD_FREE), 1);
+    EXPECT_EQ(Read()->ReadAD(kSideThis, m_register, QZDatabaseInfo::AD_FREE), 1);
 }
 
-TEST_F(RollbackComponent, ABranchAtABranchHangsBeforeItWhenNothingIsRedone)
+TEST_F(RollbackComponent, BranchAtABranchIsInsertedBeforeItWhenNothingIsRedone)
 {
     const QZInt64 one = Write(1);
     ASSERT_TRUE(m_rollback->Restore(one));
@@ -529,7 +530,7 @@ TEST_F(RollbackComponent, ABranchAtABranchHangsBeforeItWhenNothingIsRedone)
     EXPECT_EQ(Read()->Next(second), first);
 }
 
-TEST_F(RollbackComponent, OtherRecordsInTheLogAreRecordedAndPassed)
+TEST_F(RollbackComponent, OtherRecordsInTheLogRecordAnErrorAndAreSkipped)
 {
     const QZInt64 mark = m_rollback->AddUserMark(11, 12);
     m_rollback->TurnOff();
@@ -543,16 +544,16 @@ TEST_F(RollbackComponent, OtherRecordsInTheLogAreRecordedAndPassed)
     EXPECT_EQ(Console()->GetLastError(), 0x7020000);
 }
 
-TEST_F(RollbackComponent, ARawAddressGoesPastTheLog)
+TEST_F(RollbackComponent, PutRawAddressIsNotLogged)
 {
     const QZInt64 record = Write(1);
     const QZInt64 length = Console()->GetLength();
     m_rollback->PutRawAddress(record, 4711);
-    EXPECT_EQ(Read()->ReadRD(SideThis, record, QZDatabaseInfo::RD_N), 4711);
+    EXPECT_EQ(Read()->ReadRD(kSideThis, record, QZDatabaseInfo::RD_N), 4711);
     EXPECT_EQ(Console()->GetLength(), length);
 }
 
-TEST_F(RollbackComponent, ForkOfTwoRecordsOfOneListIsTheEarlier)
+TEST_F(RollbackComponent, ForkOfTwoRecordsOfAListIsTheEarlier)
 {
     const QZInt64 one = Write(1);
     const QZInt64 two = Write(2);
@@ -568,8 +569,8 @@ TEST_F(RollbackComponent, ForkOfARecordAndABranchOfItsListIsTheHookOfTheList)
     const QZInt64 two = Write(2);
     ASSERT_TRUE(m_rollback->Restore(one));
     const QZInt64 ten = Write(10);
-    // Both sides reach the base: the AD by which the base hangs, not the AD of the branch, stands for the
-    // deeper one.
+    // The base is the nearest common list. Its own AD at 767, not the AD of the branch, represents the record
+    // in the branch.
     EXPECT_EQ(m_rollback->ForkPoint(two, ten), 767);
     EXPECT_EQ(m_rollback->ForkPoint(ten, two), 767);
 }
@@ -584,7 +585,7 @@ TEST_F(RollbackComponent, ForkOfTwoBranchesOfOneListIsTheHookOfTheList)
     EXPECT_EQ(m_rollback->ForkPoint(ten, twenty), 767);
 }
 
-TEST_F(RollbackComponent, ListsHoldTheForkInBothWhenItIsARecord)
+TEST_F(RollbackComponent, UndoAndRedoListsBothContainTheFork)
 {
     const QZInt64 one = Write(1);
     const QZInt64 two = Write(2);
@@ -599,13 +600,13 @@ TEST_F(RollbackComponent, ListsHoldTheForkInBothWhenItIsARecord)
 
 TEST_F(RollbackComponent, StateOfTheWritePosition)
 {
-    // Making the register has written already.
+    // Creating the register was logged already.
     EXPECT_EQ(m_rollback->WritePositionState(), QZDatabaseInfo::ROLLBACK_WRITEPOSITION_STATE_NOTEMPTY);
     ASSERT_TRUE(m_rollback->Restore(Last()));
     EXPECT_EQ(m_rollback->WritePositionState(), QZDatabaseInfo::ROLLBACK_WRITEPOSITION_STATE_EMPTY);
 }
 
-TEST_F(RollbackComponent, PrepareDoesNothingTwice)
+TEST_F(RollbackComponent, SecondPrepareDoesNothing)
 {
     const QZInt64 length = Console()->GetLength();
     m_rollback->Prepare();

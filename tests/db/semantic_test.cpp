@@ -52,7 +52,7 @@ protected:
     }
 
     template <typename Call>
-    Thrown Raised(Call call)
+    Thrown CatchAndUnlock(Call call)
     {
         const Thrown thrown = Catch(call);
         if (thrown.thrown) m_channel->ConsoleUnlock();
@@ -60,10 +60,10 @@ protected:
     }
 };
 
-const QZInt32 Utf16 = 0x2010200;
-const QZInt32 Array = 0x2040100;
-const QZInt32 Any = 0x2000000;
-const QZInt32 Package = 0x2060100;
+const QZInt32 kUtf16 = 0x2010200;
+const QZInt32 kArray = 0x2040100;
+const QZInt32 kAny = 0x2000000;
+const QZInt32 kPackage = 0x2060100;
 
 TEST_F(Semantic, KindsTypesAndFixedLengths)
 {
@@ -96,23 +96,23 @@ TEST_F(Semantic, KindsTypesAndFixedLengths)
     EXPECT_EQ(QZSNode::GetNodeTypeByLD(m_channel, QZNodePD::GetLD(m_channel, bld)), LDTYPE::BLDTYPE);
 }
 
-TEST_F(Semantic, PlansOfTheKinds)
+TEST_F(Semantic, NewNodesHaveTheFieldsOfTheirKind)
 {
     const QZInt64 tld = QZSNode::Create(m_channel, LDTYPE::TLDTYPE, Root());
-    EXPECT_EQ(FormatOf(tld), Words({7, 0x1000100, 5, Utf16, Utf16, Array, Array, Array}));
+    EXPECT_EQ(FormatOf(tld), Words({7, 0x1000100, 5, kUtf16, kUtf16, kArray, kArray, kArray}));
     EXPECT_EQ(Field(tld, 1), "");
     EXPECT_EQ(Field(tld, TLDTYPE::STATE), "");
     EXPECT_EQ(Field(tld, TLDTYPE::CREATEDATE).size(), 32u);
     EXPECT_EQ(Field(tld, TLDTYPE::CHANGEDATE), "");
 
     const QZInt64 fld = QZSNode::Create(m_channel, LDTYPE::FLDTYPE, Root());
-    EXPECT_EQ(FormatOf(fld), Words({7, 0x1000300, 5, Utf16, Utf16, Array, Array, Array}));
+    EXPECT_EQ(FormatOf(fld), Words({7, 0x1000300, 5, kUtf16, kUtf16, kArray, kArray, kArray}));
     EXPECT_EQ(Hex(Field(fld, FLDTYPE::STATE)), Words({1, 0}));
     EXPECT_EQ(Field(fld, FLDTYPE::CREATEDATE).size(), 32u);
 
     const QZInt64 bld = QZSNode::Create(m_channel, LDTYPE::BLDTYPE, Root());
-    EXPECT_EQ(FormatOf(bld),
-              Words({12, 0x1000200, 10, Any, Array, Any, Array, Utf16, Utf16, Array, Package, Array, Array}));
+    EXPECT_EQ(FormatOf(bld), Words({12, 0x1000200, 10, kAny, kArray, kAny, kArray, kUtf16, kUtf16, kArray,
+                                    kPackage, kArray, kArray}));
     EXPECT_EQ(Hex(Field(bld, BLDTYPE::BMPDATALEN)), Words({2, 0, 0}));
     EXPECT_EQ(Hex(Field(bld, BLDTYPE::TBMPDATALEN)), Words({2, 0, 0}));
     EXPECT_EQ(Hex(Field(bld, BLDTYPE::INFO)), Words({0}));
@@ -121,7 +121,7 @@ TEST_F(Semantic, PlansOfTheKinds)
     EXPECT_EQ(Field(bld, BLDTYPE::CHANGEDATE), "");
 }
 
-TEST_F(Semantic, UnknownKindIsNotMade)
+TEST_F(Semantic, CreateOfAnUnknownKindThrows)
 {
     const std::size_t before = DatabaseTest::List(Root()).size();
     const Thrown thrown = Catch([&] { QZSNode::Create(m_channel, 0, Root()); });
@@ -132,12 +132,13 @@ TEST_F(Semantic, UnknownKindIsNotMade)
     EXPECT_EQ(DatabaseTest::List(Root()).size(), before);
 }
 
-TEST_F(Semantic, MakingAWaveRaisesOnceTheRecordIsMade)
+TEST_F(Semantic, CreateOfAWaveThrowsAfterAddingTheRecord)
 {
-    EXPECT_EQ(Raised([&] { QZSNode::Create(m_channel, LDTYPE::WLDTYPE, Root()); }).code, Code::BadStruct);
+    EXPECT_EQ(CatchAndUnlock([&] { QZSNode::Create(m_channel, LDTYPE::WLDTYPE, Root()); }).code,
+              Code::BadStruct);
     ASSERT_EQ(DatabaseTest::List(Root()).size(), 1u);
     const QZInt64 wave = DatabaseTest::List(Root())[0];
-    EXPECT_EQ(FormatOf(wave), Words({8, 0x1000400, 6, 0, Utf16, Utf16, Array, Array, Array}));
+    EXPECT_EQ(FormatOf(wave), Words({8, 0x1000400, 6, 0, kUtf16, kUtf16, kArray, kArray, kArray}));
     EXPECT_EQ(Field(wave, WLDTYPE::CREATEDATE), "");
     QZString name("whale");
     QZSNode::PutName(m_channel, wave, &name);
@@ -145,7 +146,7 @@ TEST_F(Semantic, MakingAWaveRaisesOnceTheRecordIsMade)
     EXPECT_EQ(QZSNode(m_channel, wave).GetStringLength(4), 5);
 }
 
-TEST_F(Semantic, NameAndTextAreHeldByTheNode)
+TEST_F(Semantic, NodeCachesNameAndText)
 {
     for (const QZInt64 kind : {LDTYPE::TLDTYPE, LDTYPE::FLDTYPE, LDTYPE::BLDTYPE})
     {
@@ -169,7 +170,7 @@ TEST_F(Semantic, NameAndTextAreHeldByTheNode)
         QZSNode::GetNameByLD(m_channel, QZNodePD::GetLD(m_channel, pd), &other);
         EXPECT_QZ_TEXT(other, "\xE5\x90\x8D");
 
-        // Another writer's name is seen by the next object only.
+        // A name that was written through the static function is seen only by a new object.
         QZSNode::PutName(m_channel, pd, &text);
         EXPECT_QZ_TEXT(node.GetName(), "\xE5\x90\x8D");
         EXPECT_QZ_TEXT(QZSNode(m_channel, pd).GetName(), "some text");
@@ -177,7 +178,7 @@ TEST_F(Semantic, NameAndTextAreHeldByTheNode)
     }
 }
 
-TEST_F(Semantic, NameOfANodeWithoutAKindRaises)
+TEST_F(Semantic, NameOfANodeWithoutAKindThrows)
 {
     const QZInt64 pd = QZNodeTLD::Create(m_channel, Root());
     QZSNode::SetDataType(m_channel, pd, 1, 0);
@@ -188,15 +189,15 @@ TEST_F(Semantic, NameOfANodeWithoutAKindRaises)
     EXPECT_QZ_THROW(QZSNode::PutName(m_channel, pd, &text), Code::UnknownNodeType);
     EXPECT_QZ_THROW(QZSNode::PutText(m_channel, pd, &text), Code::UnknownNodeType);
     EXPECT_QZ_THROW(QZSNode(m_channel, pd), Code::UnknownNodeType);
-    EXPECT_EQ(QZSNode::GetDataType(m_channel, pd, 3), Utf16);
+    EXPECT_EQ(QZSNode::GetDataType(m_channel, pd, 3), kUtf16);
 }
 
 TEST_F(Semantic, TypesOfFields)
 {
     const QZInt64 pd = QZNodeTLD::Create(m_channel, Root());
     QZSNode node(m_channel, pd);
-    node.SetDataType(10, Array);
-    EXPECT_EQ(node.GetDataType(10), Array);
+    node.SetDataType(10, kArray);
+    EXPECT_EQ(node.GetDataType(10), kArray);
     EXPECT_EQ(node.GetDataType(9), 0);
     EXPECT_EQ(node.GetDataType(0), 10);
     EXPECT_EQ(Field(pd, 2).size(), 44u);
@@ -206,21 +207,21 @@ TEST_F(Semantic, TypesOfFields)
     EXPECT_QZ_THROW(QZSNode::SetDataType(m_channel, pd, -2, 0), Code::ArgumentOutOfRange);
 }
 
-TEST_F(Semantic, TextIsAlwaysMarkedAsUtf16)
+TEST_F(Semantic, TextTypeIsAlwaysUtf16)
 {
     const QZInt64 pd = QZNodeTLD::Create(m_channel, Root());
     QZSNode node(m_channel, pd);
     QZString text("AB");
     node.PutString(9, &text, QZDataType::TEXTUTF16LE);
     EXPECT_EQ(Hex(Field(pd, 9)), "41 00 42 00");
-    EXPECT_EQ(node.GetDataType(9), Utf16);
+    EXPECT_EQ(node.GetDataType(9), kUtf16);
     EXPECT_EQ(node.GetDataType(2), 7);
     EXPECT_EQ(Take(node.GetString(9)), "AB");
     EXPECT_EQ(node.GetStringLength(9), 2);
 
     node.PutString(9, &text, QZDataType::TEXTGB2312);
     EXPECT_EQ(Field(pd, 9), "AB");
-    EXPECT_EQ(node.GetDataType(9), Utf16);
+    EXPECT_EQ(node.GetDataType(9), kUtf16);
     EXPECT_EQ(Take(QZSNode::GetString(m_channel, pd, 9)), "\xE4\x89\x81");  // U+4241
     node.SetDataType(9, QZDataType::TEXTGB2312);
     QZString read;
@@ -230,11 +231,11 @@ TEST_F(Semantic, TextIsAlwaysMarkedAsUtf16)
     EXPECT_QZ_TEXT(read, "AB");
 
     EXPECT_QZ_THROW(node.PutString(9, &text, QZDataType::TEXTUTF8), Code::UnknownStringEncoding);
-    node.SetDataType(9, Any);
+    node.SetDataType(9, kAny);
     EXPECT_QZ_THROW(node.GetString(9), Code::UnknownStringEncoding);
 }
 
-TEST_F(Semantic, PutDataLeavesTypeAndLengthAlone)
+TEST_F(Semantic, PutDataDoesNotChangeTypesAndCount)
 {
     const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
     QZSNode node(m_channel, pd);
@@ -261,7 +262,7 @@ TEST_F(Semantic, States)
     EXPECT_QZ_THROW(node.GetState(4), 1024);
 
     QZSNode::NewState(m_channel, pd, 9, 5);
-    EXPECT_EQ(QZSNode::GetDataType(m_channel, pd, 9), Array);
+    EXPECT_EQ(QZSNode::GetDataType(m_channel, pd, 9), kArray);
     EXPECT_EQ(QZSNode::GetState(m_channel, pd, 9), 5);
     const Thrown thrown = Catch([&] { QZSNode::GetState(m_channel, pd, FLDTYPE::TEXT); });
     EXPECT_EQ(thrown.code, Code::DataTypeException);
@@ -269,7 +270,7 @@ TEST_F(Semantic, States)
     EXPECT_QZ_THROW(QZSNode::SetState(m_channel, pd, FLDTYPE::TEXT, 1), Code::DataTypeException);
 }
 
-TEST_F(Semantic, StateInPackagesIsWrittenNarrowAndReadWide)
+TEST_F(Semantic, StateInPackagesIsWrittenWith32BitsAndReadWith64)
 {
     const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
     QZSNode node(m_channel, pd);
@@ -279,7 +280,7 @@ TEST_F(Semantic, StateInPackagesIsWrittenNarrowAndReadWide)
     node.SetDataType(FLDTYPE::STATE, QZDataType::ARRAYDATA);
 
     QZPackage32 narrow;
-    narrow.Add(1, &array, Array);
+    narrow.Add(1, &array, kArray);
     QZData bytes;
     QZPackage32::Serialize(&narrow, &bytes);
     node.PutData(FLDTYPE::STATE, &bytes);
@@ -296,7 +297,7 @@ TEST_F(Semantic, StateInPackagesIsWrittenNarrowAndReadWide)
     EXPECT_QZ_THROW(node.GetState(FLDTYPE::STATE, 2), 512);
 
     QZPackage wide;
-    wide.Add(1, &array, Array);
+    wide.Add(1, &array, kArray);
     QZPackage::Serialize(&wide, &bytes);
     node.PutData(FLDTYPE::STATE, &bytes);
     EXPECT_EQ(node.GetState(FLDTYPE::STATE), 42);
@@ -324,7 +325,7 @@ TEST_F(Semantic, Dates)
 
 // ---- Text lists
 
-TEST_F(Semantic, TextListAnswersItemNumbers)
+TEST_F(Semantic, TextListReturnsItemNumbers)
 {
     const QZInt64 pd = QZNodeTLD::Create(m_channel, Root());
     QZNodeTLD node(m_channel, pd);
@@ -337,7 +338,7 @@ TEST_F(Semantic, TextListAnswersItemNumbers)
     EXPECT_EQ(node.Count(), 2);
     EXPECT_EQ(Take(node.GetString(1)), "one");
     EXPECT_EQ(Take(QZNodeTLD::GetString(m_channel, pd, 2)), "two");
-    EXPECT_EQ(FormatOf(pd), Words({9, 0x1000100, 7, Utf16, Utf16, Array, Array, Array, Utf16, Utf16}));
+    EXPECT_EQ(FormatOf(pd), Words({9, 0x1000100, 7, kUtf16, kUtf16, kArray, kArray, kArray, kUtf16, kUtf16}));
 
     node.PutString(4, &one);
     EXPECT_EQ(node.Count(), 4);
@@ -353,7 +354,7 @@ TEST_F(Semantic, TextListAnswersItemNumbers)
     EXPECT_QZ_THROW(node.PutString(1, nullptr), 256);
 }
 
-TEST_F(Semantic, TextListHasNoStateUntilOneIsMade)
+TEST_F(Semantic, TextListHasNoStateByDefault)
 {
     const QZInt64 pd = QZNodeTLD::Create(m_channel, Root());
     QZNodeTLD node(m_channel, pd);
@@ -365,7 +366,7 @@ TEST_F(Semantic, TextListHasNoStateUntilOneIsMade)
     EXPECT_EQ(QZNodeTLD::GetState(m_channel, pd), 4);
 }
 
-TEST_F(Semantic, MovedTextsGoToTheEndWhateverTheSign)
+TEST_F(Semantic, MoveStringMovesTowardsTheEndForEitherSign)
 {
     const QZInt64 pd = QZNodeTLD::Create(m_channel, Root());
     QZNodeTLD node(m_channel, pd);
@@ -386,7 +387,7 @@ TEST_F(Semantic, MovedTextsGoToTheEndWhateverTheSign)
     EXPECT_QZ_THROW(node.DeleteString(4), 256);
 }
 
-TEST_F(Semantic, DeletedTextStaysAndTheLastOneFallsOut)
+TEST_F(Semantic, DeleteStringDropsTheLastText)
 {
     const QZInt64 pd = QZNodeTLD::Create(m_channel, Root());
     QZNodeTLD node(m_channel, pd);
@@ -399,12 +400,12 @@ TEST_F(Semantic, DeletedTextStaysAndTheLastOneFallsOut)
     EXPECT_EQ(node.Count(), 2);
     EXPECT_EQ(Take(node.GetString(1)), "a");
     EXPECT_EQ(Take(node.GetString(2)), "b");
-    EXPECT_EQ(FormatOf(pd), Words({9, 0x1000100, 7, Utf16, Utf16, Array, Array, Array, Utf16, Utf16}));
+    EXPECT_EQ(FormatOf(pd), Words({9, 0x1000100, 7, kUtf16, kUtf16, kArray, kArray, kArray, kUtf16, kUtf16}));
 }
 
 // ---- Data lists
 
-TEST_F(Semantic, DataListAnswersItsLength)
+TEST_F(Semantic, DataListReturnsItsLength)
 {
     const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
     QZNodeFLD node(m_channel, pd);
@@ -416,22 +417,23 @@ TEST_F(Semantic, DataListAnswersItsLength)
     EXPECT_EQ(node.AddData(QZDataType::INT64), 7);
     EXPECT_EQ(node.GetDataSize(2), 8);
     EXPECT_EQ(Take(node.GetData(2)), std::string(8, '\0'));
-    EXPECT_EQ(node.GetDataType(1), Any);
+    EXPECT_EQ(node.GetDataType(1), kAny);
     EXPECT_EQ(QZNodeFLD::GetDataType(m_channel, pd, 2), QZDataType::INT64);
-    EXPECT_EQ(FormatOf(pd), Words({9, 0x1000300, 7, Utf16, Utf16, Array, Array, Array, Any, 0x2080500}));
+    EXPECT_EQ(FormatOf(pd),
+              Words({9, 0x1000300, 7, kUtf16, kUtf16, kArray, kArray, kArray, kAny, 0x2080500}));
 
-    node.PutData(4, &data, Array);
+    node.PutData(4, &data, kArray);
     EXPECT_EQ(node.DataCount(), 4);
     EXPECT_EQ(node.GetDataType(3), 0);
-    EXPECT_EQ(node.GetDataType(4), Array);
+    EXPECT_EQ(node.GetDataType(4), kArray);
     node.PutData(5, &data);
     EXPECT_EQ(node.DataCount(), 5);
     EXPECT_QZ_THROW(node.GetDataType(5), 1024);
     EXPECT_QZ_THROW(node.PutData(-1, &data), Code::ArgumentOutOfRange);
-    EXPECT_QZ_THROW(node.PutData(-8, &data, Any), Code::ArgumentOutOfRange);
+    EXPECT_QZ_THROW(node.PutData(-8, &data, kAny), Code::ArgumentOutOfRange);
 }
 
-TEST_F(Semantic, DataListTakesAnyNumberOfItems)
+TEST_F(Semantic, DataListHoldsManyItems)
 {
     const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
     QZNodeFLD node(m_channel, pd);
@@ -449,17 +451,17 @@ TEST_F(Semantic, DataListTakesAnyNumberOfItems)
         EXPECT_EQ(Take(node.GetData(item)).size(), 4u);
     }
 
-    // Far past the end at once.
+    // One item far past the end.
     const QZInt64 other = QZNodeFLD::Create(m_channel, Root());
     QZData data("x", 1);
-    QZNodeFLD::PutData(m_channel, other, 150, &data, Any);
+    QZNodeFLD::PutData(m_channel, other, 150, &data, kAny);
     EXPECT_EQ(QZNodeFLD::DataCount(m_channel, other), 150);
-    EXPECT_EQ(QZNodeFLD::GetDataType(m_channel, other, 150), Any);
+    EXPECT_EQ(QZNodeFLD::GetDataType(m_channel, other, 150), kAny);
     EXPECT_EQ(QZNodeFLD::GetDataType(m_channel, other, 149), 0);
     EXPECT_EQ(Field(other, 2).size(), 158u * 4);
 }
 
-TEST_F(Semantic, ItemsThatNoListHas)
+TEST_F(Semantic, ItemNumbersOutOfRange)
 {
     const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
     QZNodeFLD node(m_channel, pd);
@@ -470,9 +472,9 @@ TEST_F(Semantic, ItemsThatNoListHas)
     EXPECT_EQ(node.GetDataSize(last), 0);
     EXPECT_EQ(Take(node.GetData(last)), "");
     EXPECT_QZ_THROW(node.GetDataType(last), Code::ArgumentOutOfRange);
-    EXPECT_QZ_THROW(node.PutData(last, &data, Any), Code::ArgumentOutOfRange);
+    EXPECT_QZ_THROW(node.PutData(last, &data, kAny), Code::ArgumentOutOfRange);
     node.PutData(last, &data);
-    EXPECT_QZ_THROW(node.SetDataType(last, Any), 1024);
+    EXPECT_QZ_THROW(node.SetDataType(last, kAny), 1024);
     const QZInt64 list = QZNodeTLD::Create(m_channel, Root());
     EXPECT_QZ_THROW(QZNodeTLD::GetString(m_channel, list, last), Code::ArgumentOutOfRange);
     EXPECT_QZ_THROW(QZNodeTLD::PutString(m_channel, list, last, &text), Code::ArgumentOutOfRange);
@@ -481,12 +483,13 @@ TEST_F(Semantic, ItemsThatNoListHas)
     EXPECT_EQ(FormatOf(pd), format);
 }
 
-TEST_F(Semantic, TypeOfFieldZeroIsTheCount)
+TEST_F(Semantic, TypeOfField0IsTheCount)
 {
     const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
     QZSNode::SetDataType(m_channel, pd, 0, -5);
-    EXPECT_EQ(FormatOf(pd), Words({-5, 0x1000300, 5, Utf16, Utf16, Array, Array, Array}));
-    // Past a negative count: the array ends with element 0, and that takes the index.
+    EXPECT_EQ(FormatOf(pd), Words({-5, 0x1000300, 5, kUtf16, kUtf16, kArray, kArray, kArray}));
+    // The index 0 is above a negative count. So the array is cut after element 0, and the new count 0
+    // overwrites the 9.
     QZSNode::SetDataType(m_channel, pd, 0, 9);
     EXPECT_EQ(FormatOf(pd), Words({0}));
 }
@@ -506,7 +509,7 @@ TEST_F(Semantic, ItemsAsText)
     EXPECT_EQ(Hex(Take(node.ValuesConvert(1, &text))), "4D 00 00 00 00 00 00 00");
 }
 
-TEST_F(Semantic, TextPutIntoADataListLandsOnTheFixedField)
+TEST_F(Semantic, PutStringOfADataListWritesTheFieldOfThatNumber)
 {
     const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
     QZNodeFLD node(m_channel, pd);
@@ -517,7 +520,7 @@ TEST_F(Semantic, TextPutIntoADataListLandsOnTheFixedField)
     EXPECT_EQ(Hex(Field(pd, 3)), "05 00 00 00 00 00 00 00");
 }
 
-TEST_F(Semantic, MoveToTheFrontPartsTypesAndData)
+TEST_F(Semantic, MoveDataToTheFrontMovesTypesButNotData)
 {
     const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
     QZNodeFLD node(m_channel, pd);
@@ -540,7 +543,7 @@ TEST_F(Semantic, MoveToTheFrontPartsTypesAndData)
     EXPECT_QZ_THROW(node.MoveData(4, -1), 256);
 }
 
-TEST_F(Semantic, DeletedDataStaysAgainstShiftedTypes)
+TEST_F(Semantic, DeleteDataShiftsTheTypesButNotTheData)
 {
     const QZInt64 pd = QZNodeFLD::Create(m_channel, Root());
     QZNodeFLD node(m_channel, pd);
@@ -552,7 +555,7 @@ TEST_F(Semantic, DeletedDataStaysAgainstShiftedTypes)
     EXPECT_EQ(node.DataCount(), 1);
     EXPECT_EQ(Take(node.GetData(1)), "a");
     EXPECT_EQ(node.GetDataType(1), 0x2000002);
-    EXPECT_EQ(FormatOf(pd), Words({8, 0x1000300, 6, Utf16, Utf16, Array, Array, Array, 0x2000002}));
+    EXPECT_EQ(FormatOf(pd), Words({8, 0x1000300, 6, kUtf16, kUtf16, kArray, kArray, kArray, 0x2000002}));
     EXPECT_QZ_THROW(node.DeleteData(2), 256);
 }
 
@@ -563,7 +566,7 @@ TEST_F(Semantic, Bitmap)
     const QZInt64 pd = QZNodeBLD::Create(m_channel, Root());
     QZNodeBLD node(m_channel, pd);
     EXPECT_EQ(node.GetBitmapDataSize(), 0);
-    EXPECT_EQ(node.GetBitmapDataType(), Any);
+    EXPECT_EQ(node.GetBitmapDataType(), kAny);
     EXPECT_EQ(node.GetWidth(), 0);
     QZData extent(12);
     extent.SetValueInt32(0, 2);
@@ -579,10 +582,10 @@ TEST_F(Semantic, Bitmap)
     EXPECT_EQ(Hex(Take(node.GetInfo())), "00 00 00 00");
     node.PutInfo(&bytes);
     EXPECT_EQ(Take(node.GetInfo()), "pixels");
-    node.SetDataType(BLDTYPE::INFO, Any);
+    node.SetDataType(BLDTYPE::INFO, kAny);
     EXPECT_EQ(Hex(Take(node.GetInfo())), "00 00 00 00");
     node.PutInfo(&bytes);
-    EXPECT_EQ(node.GetDataType(BLDTYPE::INFO), Package);
+    EXPECT_EQ(node.GetDataType(BLDTYPE::INFO), kPackage);
 
     node.SetState(static_cast<QZInt32>(BLDSTATE::EMPTY));
     EXPECT_EQ(node.GetState(), 1);

@@ -27,7 +27,7 @@ protected:
         if (m_table != nullptr) QZDbTable::Close(&m_table);
     }
 
-    /// An open table with a number, a text and an array field.
+    /// Opens a table with a number, a text and an array field.
     void Open3()
     {
         m_table = QZDbTable::Open(m_channel, QZDbTable::Create(m_channel, "people"));
@@ -107,7 +107,7 @@ protected:
 };
 
 // An exception with a text has no code.
-#define EXPECT_RAISES(statement, text) EXPECT_QZ_THROW_MESSAGE(statement, 0, text)
+#define EXPECT_THROWS_TEXT(statement, text) EXPECT_QZ_THROW_MESSAGE(statement, 0, text)
 
 TEST_F(DbTable, NewTableIsEmpty)
 {
@@ -150,7 +150,7 @@ TEST_F(DbTable, OpensByHandleAndPath)
     EXPECT_FALSE(QZDbTable::IsDatatable(m_channel, 0));
 }
 
-TEST_F(DbTable, MakingByPathFailsWhenAPartExists)
+TEST_F(DbTable, CreateByPathThrowsWhenAPartExists)
 {
     QZDbTable::Create(m_channel, "a");
     EXPECT_QZ_THROW(QZDbTable::Create(m_channel, "a"), Code::CreateFailedTableAlreadyExists);
@@ -158,7 +158,7 @@ TEST_F(DbTable, MakingByPathFailsWhenAPartExists)
     EXPECT_QZ_THROW(QZDbTable::Create(m_channel, ""), Code::OperationFailed);
 }
 
-TEST_F(DbTable, MakingInADirectory)
+TEST_F(DbTable, CreateInADirectory)
 {
     QZString path("dir");
     const QZInt64 directory = QZTable::Create(m_channel, &path, LDTYPE::FLDTYPE);
@@ -166,7 +166,7 @@ TEST_F(DbTable, MakingInADirectory)
     const QZInt64 handle = QZDbTable::Create(m_channel, directory, &name);
     EXPECT_TRUE(QZDbTable::IsDatatable(m_channel, handle));
     EXPECT_EQ(NameOf(handle), "people");
-    EXPECT_RAISES(QZDbTable::Create(m_channel, directory, &name), "名为的表已经存在");
+    EXPECT_THROWS_TEXT(QZDbTable::Create(m_channel, directory, &name), "名为的表已经存在");
     EXPECT_EQ(Take(QZDbTable::GetDatatableNamesFromDir(m_channel, &path)), "people;");
     EXPECT_EQ(Take(QZDbTable::GetDatatableNamesFromRoot(m_channel)), "");
     QZString nowhere("nowhere");
@@ -190,14 +190,14 @@ TEST_F(DbTable, TablesOfTheStandardDirectory)
     tables = QZDbTable::GetDataTables(m_channel);
     ASSERT_EQ(tables->Count(), 1);
     QZDbTable* table = static_cast<QZDbTable*>(tables->GetElement(0));
-    // The collection goes without the tables.
+    // Recycling the collection does not close its tables.
     QZDbTable::Recycle(&tables);
     EXPECT_EQ(tables, nullptr);
     EXPECT_EQ(table->GetHandle(), handle);
     QZDbTable::Close(&table);
 }
 
-TEST_F(DbTable, NullsGoToTheAssertHook)
+TEST_F(DbTable, NullArgumentsCallTheAssertHook)
 {
     static int asserts;
     asserts = 0;
@@ -224,7 +224,7 @@ TEST_F(DbTable, NullsGoToTheAssertHook)
     QZSNode::Recycle(&text);
     QZSNode::Recycle(&data);
     EXPECT_EQ(asserts, 12);
-    QZLibSetFunctionAssert(FailOnBrokenAssertion);
+    QZLibSetFunctionAssert(FailOnFailedAssertion);
 }
 
 TEST_F(DbTable, TracesShowTheArguments)
@@ -255,19 +255,19 @@ TEST_F(DbTable, Fields)
     EXPECT_EQ(m_table->FieldCount(), 3);
     EXPECT_EQ(Take(m_table->GetFieldsName()), "id;name;marks;");
     EXPECT_EQ(Take(m_table->GetFieldName(2)), "name");
-    EXPECT_RAISES(m_table->GetFieldName(0), "错误的参数");
+    EXPECT_THROWS_TEXT(m_table->GetFieldName(0), "错误的参数");
     EXPECT_EQ(m_table->GetFieldType(3), QZDataType::ARRAYINT32);
     QZString upper("NAME");
     EXPECT_EQ(m_table->GetFieldType(&upper), QZDataType::TEXTUTF16LE);
     QZString unknown("x");
-    EXPECT_RAISES(m_table->GetFieldType(&unknown), "找不到字段");
-    EXPECT_RAISES(m_table->SetFieldName(1, &upper), "字段已经存在");
+    EXPECT_THROWS_TEXT(m_table->GetFieldType(&unknown), "找不到字段");
+    EXPECT_THROWS_TEXT(m_table->SetFieldName(1, &upper), "字段已经存在");
     EXPECT_TRUE(m_table->SetFieldName(2, &unknown));
     EXPECT_EQ(Take(m_table->GetFieldsName()), "id;x;marks;");
     EXPECT_TRUE(m_table->SetFieldName(4, &upper));
     EXPECT_EQ(m_table->FieldCount(), 4);
     EXPECT_QZ_THROW(m_table->GetFieldType(4), 1024);
-    EXPECT_RAISES(m_table->FieldAdd(&upper, QZDataType::INT64), "字段已经存在");
+    EXPECT_THROWS_TEXT(m_table->FieldAdd(&upper, QZDataType::INT64), "字段已经存在");
 }
 
 TEST_F(DbTable, ValuesAsText)
@@ -280,8 +280,8 @@ TEST_F(DbTable, ValuesAsText)
     EXPECT_EQ(data->GetSize(), 8);
     EXPECT_EQ(data->GetValueInt64(0), 12);
     EXPECT_EQ(Take(m_table->ValuesConvert(&id, data.get())), "12");
-    EXPECT_RAISES(m_table->ValuesConvert(&unknown, &text), "找不到字段!");
-    EXPECT_RAISES(m_table->ValuesConvert(&unknown, data.get()), "找不到字段!");
+    EXPECT_THROWS_TEXT(m_table->ValuesConvert(&unknown, &text), "找不到字段!");
+    EXPECT_THROWS_TEXT(m_table->ValuesConvert(&unknown, data.get()), "找不到字段!");
 }
 
 TEST_F(DbTable, Keys)
@@ -289,8 +289,8 @@ TEST_F(DbTable, Keys)
     Open3();
     QZString name("name");
     QZString unknown("x");
-    EXPECT_RAISES(m_table->SetKeyToName(), "未设置m_key");
-    EXPECT_RAISES(m_table->SetKey(&unknown), "字段不存在");
+    EXPECT_THROWS_TEXT(m_table->SetKeyToName(), "未设置m_key");
+    EXPECT_THROWS_TEXT(m_table->SetKey(&unknown), "字段不存在");
     EXPECT_TRUE(m_table->SetKey(&name));
     EXPECT_EQ(m_table->GetKeyIndex(), 2);
     EXPECT_EQ(Take(m_table->GetKey()), "name");
@@ -303,16 +303,16 @@ TEST_F(DbTable, Keys)
     EXPECT_EQ(m_table->GetKey(), nullptr);
 }
 
-TEST_F(DbTable, RowsWithAKeyMayRepeatIt)
+TEST_F(DbTable, RowsMayHaveEqualKeys)
 {
     Open3();
     QZString id("id");
     QZString value("7");
     const std::unique_ptr<QZData> data(m_table->ValuesConvert(1, &value));
-    EXPECT_RAISES(m_table->DataAdd(data.get()), "此表未设置主键，请使用其他重载方法！");
-    EXPECT_RAISES(m_table->DataAdd(&value), "此表未设置主键，请使用其他重载方法！");
+    EXPECT_THROWS_TEXT(m_table->DataAdd(data.get()), "此表未设置主键，请使用其他重载方法！");
+    EXPECT_THROWS_TEXT(m_table->DataAdd(&value), "此表未设置主键，请使用其他重载方法！");
     m_table->SetKey(&id);
-    EXPECT_RAISES(m_table->DataAdd(), "此表已设置主键，请使用其他重载方法！");
+    EXPECT_THROWS_TEXT(m_table->DataAdd(), "此表已设置主键，请使用其他重载方法！");
     const QZInt64 first = m_table->DataAdd(data.get());
     const QZInt64 second = m_table->DataAdd(&value);
     EXPECT_EQ(m_table->DataCount(), 2);
@@ -325,14 +325,14 @@ TEST_F(DbTable, RowsWithAKeyMayRepeatIt)
     EXPECT_EQ(NameOf(second), "7");
 }
 
-TEST_F(DbTable, FieldMoveTakesTheKeyAlong)
+TEST_F(DbTable, FieldMoveMovesTheKey)
 {
     Open3();
     QZString id("id");
     QZString unknown("x");
     const QZInt64 row = Row("1", "n");
     m_table->SetKey(&id);
-    EXPECT_RAISES(m_table->FieldMove(&unknown, 1), "字段不存在");
+    EXPECT_THROWS_TEXT(m_table->FieldMove(&unknown, 1), "字段不存在");
     EXPECT_TRUE(m_table->FieldMove(&id, 1));
     EXPECT_EQ(Take(m_table->GetFieldsName()), "name;id;marks;");
     EXPECT_EQ(m_table->GetFieldType(1), QZDataType::TEXTUTF16LE);
@@ -341,14 +341,14 @@ TEST_F(DbTable, FieldMoveTakesTheKeyAlong)
     EXPECT_EQ(Value(row, 2), "1");
 }
 
-TEST_F(DbTable, FieldDeleteLeavesTheDataInPlace)
+TEST_F(DbTable, FieldDeleteKeepsTheDataInPlace)
 {
     Open3();
     QZString id("id");
     QZString unknown("x");
     const QZInt64 row = Row("1", "n");
     m_table->SetKey(&id);
-    EXPECT_RAISES(m_table->FieldDelete(&unknown), "字段不存在");
+    EXPECT_THROWS_TEXT(m_table->FieldDelete(&unknown), "字段不存在");
     EXPECT_TRUE(m_table->FieldDelete(&id));
     EXPECT_EQ(m_table->GetKeyIndex(), 0);
     EXPECT_EQ(Take(m_table->GetFieldsName()), "id;name;");
@@ -359,7 +359,7 @@ TEST_F(DbTable, FieldDeleteLeavesTheDataInPlace)
 
 // ---- Table
 
-TEST_F(DbTable, NameHeldFromOpening)
+TEST_F(DbTable, NameIsCachedWhenTheTableIsOpened)
 {
     Open3();
     QZString other("other");
@@ -429,10 +429,10 @@ TEST_F(DbTable, RowsInOrder)
     EXPECT_TRUE(m_table->SetValueToName(&name));
     EXPECT_EQ(NameOf(a) + NameOf(b) + NameOf(c), "abc");
     QZString unknown("x");
-    EXPECT_RAISES(m_table->SetValueToName(&unknown), "字段不存在");
+    EXPECT_THROWS_TEXT(m_table->SetValueToName(&unknown), "字段不存在");
 }
 
-TEST_F(DbTable, RowsMoveTowardsTheEndOnly)
+TEST_F(DbTable, DataMoveMovesTowardsTheEndForEitherSign)
 {
     Open3();
     const QZInt64 a = Row("1", "a");
@@ -455,9 +455,9 @@ TEST_F(DbTable, Values)
     Open3();
     const QZInt64 row = m_table->DataAdd();
     QZString text("x");
-    EXPECT_RAISES(m_table->DataSetValue(row, 0, &text), "错误的字段索引");
+    EXPECT_THROWS_TEXT(m_table->DataSetValue(row, 0, &text), "错误的字段索引");
     QZData data("x", 1);
-    EXPECT_RAISES(m_table->DataSetValue(row, 0, &data), "错误的字段索引");
+    EXPECT_THROWS_TEXT(m_table->DataSetValue(row, 0, &data), "错误的字段索引");
     EXPECT_EQ(QZNodeFLD::GetDataType(m_channel, row, 1), QZDataType::INT64);
     Set(row, 1, "-5");
     EXPECT_EQ(Value(row, 1), "-5");
@@ -490,14 +490,14 @@ TEST_F(DbTable, SearchFindsNothing)
     EXPECT_TRUE(Take(m_table->GetTargetsAddrCollection(&id, &seven)).empty());
     EXPECT_TRUE(Take(m_table->GetTargetsAddrCollection(&id, 7)).empty());
     EXPECT_TRUE(Take(m_table->GetTargetsAddrCollection(&id, &data)).empty());
-    EXPECT_RAISES(m_table->GetTargetsAddrCollection(&unknown, 7), "错误的字段索引");
-    EXPECT_RAISES(m_table->GetTargetsAddrCollection(&unknown, &seven), "错误的字段索引");
-    EXPECT_RAISES(m_table->GetTargetsAddrCollection(&unknown, &data), "错误的字段索引");
+    EXPECT_THROWS_TEXT(m_table->GetTargetsAddrCollection(&unknown, 7), "错误的字段索引");
+    EXPECT_THROWS_TEXT(m_table->GetTargetsAddrCollection(&unknown, &seven), "错误的字段索引");
+    EXPECT_THROWS_TEXT(m_table->GetTargetsAddrCollection(&unknown, &data), "错误的字段索引");
     for (const int field : {0, -1, 4})
     {
-        EXPECT_RAISES(m_table->GetTargetsAddrCollection(field, 7), "错误的字段索引");
-        EXPECT_RAISES(m_table->GetTargetsAddrCollection(field, &seven), "错误的字段索引");
-        EXPECT_RAISES(m_table->GetTargetsAddrCollection(field, &data), "错误的字段索引");
+        EXPECT_THROWS_TEXT(m_table->GetTargetsAddrCollection(field, 7), "错误的字段索引");
+        EXPECT_THROWS_TEXT(m_table->GetTargetsAddrCollection(field, &seven), "错误的字段索引");
+        EXPECT_THROWS_TEXT(m_table->GetTargetsAddrCollection(field, &data), "错误的字段索引");
     }
 }
 
@@ -522,7 +522,7 @@ TEST_F(DbTable, Sums)
     EXPECT_EQ(m_table->Sum(&marks), 4294967288);
     EXPECT_EQ(m_table->Sum(&wideName), 9999999998);
     EXPECT_EQ(m_table->Sum(&id), 0);
-    EXPECT_RAISES(m_table->Sum(&unknown), "找不到字段");
+    EXPECT_THROWS_TEXT(m_table->Sum(&unknown), "找不到字段");
 }
 
 TEST_F(DbTable, ByteOrder)
@@ -538,30 +538,30 @@ TEST_F(DbTable, ByteOrder)
     EXPECT_EQ(QZDbTable::com_biger(&a, &a), 0);
 }
 
-TEST_F(DbTable, ArrangementByLettersMovesWhatItFindsTowardsTheEnd)
+TEST_F(DbTable, ArrangementByLettersMovesSmallerRowsTowardsTheEnd)
 {
     Open3();
     const QZInt64 b = Row("1", "b");
     const QZInt64 a = Row("2", "a");
     QZString name("name");
     QZString unknown("x");
-    EXPECT_RAISES(m_table->ArrangementByLetters(&unknown), "错误的字段索引");
-    // The smaller row stands at the end already, and the end is where it is moved to.
+    EXPECT_THROWS_TEXT(m_table->ArrangementByLetters(&unknown), "错误的字段索引");
+    // The smaller row is moved to the end, where it is already.
     EXPECT_TRUE(m_table->ArrangementByLetters(&name));
     EXPECT_EQ(Take(m_table->GetHandles()), (Addresses{b, a}));
-    // c goes in behind; a, met second, goes one towards the end.
+    // c is the last row; a, the second one, is moved one position towards the end.
     const QZInt64 c = Row("3", "c");
     EXPECT_TRUE(m_table->ArrangementByLetters(&name));
     EXPECT_EQ(Take(m_table->GetHandles()), (Addresses{b, c, a}));
 }
 
-TEST_F(DbTable, ArrangementByTimeIsForOneRow)
+TEST_F(DbTable, ArrangementByTimeWorksForOneRowOnly)
 {
     Open3();
     QZString name("name");
     QZString marks("marks");
     QZString unknown("x");
-    EXPECT_RAISES(m_table->ArrangementByTime(&unknown), "找不到字段");
+    EXPECT_THROWS_TEXT(m_table->ArrangementByTime(&unknown), "找不到字段");
     EXPECT_FALSE(m_table->ArrangementByTime(&name));
     const QZInt64 before = QZNodePD::GetHD(m_channel, m_table->GetHandle());
     const QZInt64 row = Row("1", "a");
@@ -634,17 +634,17 @@ TEST_F(DbTable, InsertAndUpdate)
     QZDataTable wrong;
     wrong.Columns->Add("id", QZDataType::INT32);
     wrong.Rows->NewRow();
-    EXPECT_RAISES(m_table->Insert(&wrong), "列 id 的数据类型不同");
+    EXPECT_THROWS_TEXT(m_table->Insert(&wrong), "列 id 的数据类型不同");
     QZDataTable missing;
     missing.Columns->Add("x", QZDataType::INT32);
     missing.Rows->NewRow();
-    EXPECT_RAISES(m_table->Update(&missing), "不存在的列 x");
-    // The row was added before its columns were looked at.
+    EXPECT_THROWS_TEXT(m_table->Update(&missing), "不存在的列 x");
+    // The row was added before its columns were checked.
     EXPECT_EQ(m_table->DataCount(), 4);
     EXPECT_EQ(missing.Rows->GetRow(0)->Handle, m_table->DataGetLast());
     QZString key("id");
     m_table->SetKey(&key);
-    EXPECT_RAISES(m_table->Insert(&memory), "此表已设置主键，请使用其他重载方法！");
+    EXPECT_THROWS_TEXT(m_table->Insert(&memory), "此表已设置主键，请使用其他重载方法！");
     EXPECT_EQ(m_table->Update(&memory), 2);
 }
 

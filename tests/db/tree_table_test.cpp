@@ -66,7 +66,7 @@ TEST_F(TreeTable, NothingIsFoundInAnEmptyDatabase)
     EXPECT_TRUE(List(Root()).empty());
 }
 
-TEST_F(TreeTable, PathsAreMadeAndWalked)
+TEST_F(TreeTable, CreateByPathCreatesEveryNode)
 {
     const QZInt64 c = Make("a/b\\c", LDTYPE::TLDTYPE);
     ASSERT_EQ(List(Root()).size(), 1u);
@@ -84,7 +84,7 @@ TEST_F(TreeTable, PathsAreMadeAndWalked)
     EXPECT_EQ(QZNodePD::GetHD(m_channel, c), 0);
 }
 
-TEST_F(TreeTable, APathThatExistsInPartAnswersItsLastNode)
+TEST_F(TreeTable, AccessReturnsTheLastNodeThatExists)
 {
     const QZInt64 a = Make("a");
     EXPECT_EQ(Access("a/b"), a);
@@ -98,7 +98,7 @@ TEST_F(TreeTable, APathThatExistsInPartAnswersItsLastNode)
     EXPECT_EQ(List(Root()), (Addresses{a}));
 }
 
-TEST_F(TreeTable, PathsOfAnUnknownKindAreNotMade)
+TEST_F(TreeTable, CreateOfAnUnknownKindThrows)
 {
     const Thrown thrown = Catch([&] { Make("a", 5); });
     EXPECT_EQ(thrown.code, Code::UnknownNodeType);
@@ -129,7 +129,7 @@ TEST_F(TreeTable, ChildrenOfEveryKind)
     EXPECT_EQ(table.Count(), 4);
 }
 
-TEST_F(TreeTable, FindAnswersTheFirstOfEqualNames)
+TEST_F(TreeTable, FindReturnsTheFirstOfEqualNames)
 {
     QZTable table(m_channel, Make("dir"));
     QZString x("x");
@@ -143,7 +143,7 @@ TEST_F(TreeTable, FindAnswersTheFirstOfEqualNames)
     EXPECT_EQ(table.Find(&upper), 0);
 }
 
-TEST_F(TreeTable, NeighboursAreThisTablesWhateverIsAsked)
+TEST_F(TreeTable, GetPrevAndGetNextIgnoreTheirArgument)
 {
     const QZInt64 a = Make("a");
     const QZInt64 b = Make("b");
@@ -156,7 +156,7 @@ TEST_F(TreeTable, NeighboursAreThisTablesWhateverIsAsked)
     }
 }
 
-TEST_F(TreeTable, AListMadeAtOpeningIsSeenAfterRefersh)
+TEST_F(TreeTable, ChildListCreatedByTheConstructorIsSeenAfterRefersh)
 {
     const QZInt64 handle = Make("a");
     ASSERT_EQ(QZNodePD::GetHD(m_channel, handle), 0);
@@ -170,7 +170,7 @@ TEST_F(TreeTable, AListMadeAtOpeningIsSeenAfterRefersh)
     EXPECT_EQ(table.GetHandle(), handle);
 }
 
-TEST_F(TreeTable, ClearChangesNothingAndClearAllEmpties)
+TEST_F(TreeTable, ClearChangesNothingAndClearAllRemovesAllChildren)
 {
     QZTable table(m_channel, Make("dir"));
     QZString name("x");
@@ -182,7 +182,7 @@ TEST_F(TreeTable, ClearChangesNothingAndClearAllEmpties)
     EXPECT_EQ(table.Count(), 0);
 }
 
-TEST_F(TreeTable, ReadingTheDirectoryMakesChildLists)
+TEST_F(TreeTable, GetTablesCreatesChildLists)
 {
     const QZInt64 a = Make("a");
     const QZInt64 b = Make("b");

@@ -1,5 +1,5 @@
-// The codec on any bytes. What a stage wrote, its reader takes back; what Check accepts decodes within its
-// stated length; damaged containers touch nothing outside the buffer.
+// Any bytes as input of the codec: each stage round-trips, a stream that Check accepts decodes within its
+// stated length, and damaged containers cause no access outside the buffer.
 
 #include <algorithm>
 #include <cstdint>
@@ -37,8 +37,8 @@ std::int32_t WordAt(const Bytes& bytes, std::size_t offset)
     return word;
 }
 
-/// A stream of strangers: with room for what it states and not a byte more.
-void CheckForeignStream(Bytes bytes)
+/// Decodes a stream from an unknown source with exactly the room that it states.
+void CheckUnknownStream(Bytes bytes)
 {
     QZCompression codec;
     if (!QZCompression::Check(bytes.data(), Size(bytes))) return;
@@ -56,7 +56,7 @@ void CheckDamaged(const Bytes& input)
     Mark(&divided, 0x5010200);
     Require(codec.UnDivide(divided.data(), Size(divided)) < divided.size());
 
-    // A whole stream with lost columns is larger than itself: such images only with room for them.
+    // An image that lost columns is larger than its stream: such images are only tried with room for them.
     Bytes tiled = input;
     Mark(&tiled, 0x5010100);
     Mark(&tiled, 0x5010400);
@@ -64,7 +64,7 @@ void CheckDamaged(const Bytes& input)
     const long long height = WordAt(tiled, 4);
     const QZULong length = Size(tiled);
     const bool fits = width <= 0 || height <= 0 || (width <= 0x200 && height <= 0x200);
-    // Sides beyond that are damage, as no row could be whole; but columns alone may all be lost.
+    // Larger sides count as damage, because no row is complete; but all columns may be lost.
     const std::uint32_t tile = static_cast<std::uint32_t>(WordAt(tiled, 8));
     if (!fits && tile != 0 && height % tile == 0) return;
     if (fits && width > 0 && height > 0)
@@ -112,10 +112,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Bytes input(data + 1, data + size);
     CheckOwnStages(input, data[0]);
     CheckDamaged(input);
-    CheckForeignStream(input);
+    CheckUnknownStream(input);
     Bytes stream = input;
     stream.insert(stream.end(), {0, data[0], 1, 0, 0, 0, 0, 0, 0});
     Mark(&stream, 0x5010300);
-    CheckForeignStream(stream);
+    CheckUnknownStream(stream);
     return 0;
 }

@@ -1,9 +1,9 @@
-// Damaged database files: every record is looked at, checked, walked and changed. Whatever the bytes say, no
-// memory is touched that is not the engine's, and every operation ends.
+// Damaged database files: the records are read, checked, traversed and changed. For any bytes, the engine
+// accesses only its own memory, and every operation ends.
 //
-// Input: byte 0 chooses the file. 0 to 3: a database with records of every kind (addresses of 4 or 8 bytes,
-// without or with rollback); byte 1 is a count of patches of 4 bytes each (place as 16 bits, value, kind of
-// change), and what follows are operations of 3 bytes each. Anything else: the rest of the input is the file.
+// Input: byte 0 selects the file. 0 to 3: a database with records of every kind (addresses of 4 or 8 bytes,
+// without or with rollback); byte 1 is the number of patches of 4 bytes each (offset as 16 bits, value, kind
+// of change), and operations of 3 bytes each follow. Any other value: the rest of the input is the file.
 
 #include <unistd.h>
 #include <cstdint>
@@ -27,9 +27,9 @@ namespace
 using Info = QZDatabaseInfo;
 using Addresses = std::vector<QZInt64>;
 
-constexpr QZInt64 SideThis = 1;
-constexpr QZInt64 SideEnd = 2;
-constexpr std::size_t LargestInput = 16384;
+constexpr QZInt64 kSideThis = 1;
+constexpr QZInt64 kSideEnd = 2;
+constexpr std::size_t kLargestInput = 16384;
 
 std::string Folder()
 {
@@ -48,7 +48,7 @@ std::string ReadFile(const std::string& path)
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-/// Runs a call that may fail in the ways that the library has.
+/// Runs a call that may throw an exception of the library.
 template <typename Call>
 void Try(Call call)
 {
@@ -62,7 +62,7 @@ void Try(Call call)
     }
 }
 
-/// Records of every kind in lists of several trees, replaced content, a snapshot and a branch.
+/// Makes a database with records of every kind in several trees, replaced content, a snapshot and a branch.
 std::string MakeBase(QZInt64 mode, QZInt64 rollback)
 {
     const std::string path = Folder() + "/base.db";
@@ -117,7 +117,7 @@ public:
 
     QZInt64 MarkOf(unsigned int index) const { return m_marks.empty() ? 0 : m_marks[index % m_marks.size()]; }
 
-    /// Every step-th mark, so that a run stays short; patches and operations bring the others forward.
+    /// Reads every step-th mark, so that a run stays short; patches and operations reach the others.
     void Look(std::size_t step)
     {
         for (std::size_t i = m_marks.size() % step; i < m_marks.size(); i += step) LookAt(m_marks[i]);
@@ -165,25 +165,25 @@ public:
     }
 
 private:
-    /// On an LD a selector is a field number, and so many fields would be made.
+    /// Skips an LD, for which the selector is a field number: P_C would create that many fields.
     void PutContent(QZInt64 address, QZInt64 selector, const void* content, QZInt64 length)
     {
-        if (m_channel->G_T(SideThis, address) == Info::DATA_LD) return;
+        if (m_channel->G_T(kSideThis, address) == Info::DATA_LD) return;
         Try([&] { m_channel->P_C(address, selector, content, length); });
     }
 
-    /// THIS of the next record by the bytes alone: the two fields are read as an HD's, which asks for no
-    /// type.
+    /// Returns THIS of the next record from the bytes alone: the two fields are read as those of an HD, for
+    /// which the type is not checked.
     QZInt64 Next(QZInt64 record)
     {
-        const QZInt64 end = m_channel->G_HD_A(SideThis, record, Info::HD_END);
-        return m_channel->G_HD_A(SideEnd, end, Info::HD_THIS);
+        const QZInt64 end = m_channel->G_HD_A(kSideThis, record, Info::HD_END);
+        return m_channel->G_HD_A(kSideEnd, end, Info::HD_THIS);
     }
 
-    /// True when a list comes to its end within the number of records that the file can hold.
+    /// Returns true if a list ends within the number of records that the file can hold.
     bool Ends(QZInt64 hd)
     {
-        QZInt64 record = m_channel->G_HD_A(SideThis, hd, Info::HD_FIRSTDATA);
+        QZInt64 record = m_channel->G_HD_A(kSideThis, hd, Info::HD_FIRSTDATA);
         for (QZInt64 i = 0; i <= m_size; ++i)
         {
             if (record == 0) return true;
@@ -192,18 +192,18 @@ private:
         return false;
     }
 
-    /// The check of an LD keeps no bound on its four lists: it is left out where one of them goes round.
+    /// Returns false for an LD with a cyclic list: the check of an LD does not limit its four lists.
     bool MayCheck(QZInt64 side, QZInt64 address)
     {
         if (m_channel->G_T(side, address) != Info::DATA_LD) return true;
-        const QZInt64 ld = side == SideThis ? address : 0;
+        const QZInt64 ld = side == kSideThis ? address : 0;
         if (ld == 0) return false;
         for (const QZInt64 selector : {Info::LD_LDS, Info::LD_TREE_A, Info::LD_TREE_R, Info::LD_TREE_S})
             if (!Ends(Field(ld, selector))) return false;
         return true;
     }
 
-    /// A field of a record that the caller has just seen.
+    /// Reads a field of a record that exists.
     QZInt64 Field(QZInt64 address, QZInt64 selector)
     {
         QZInt64 value = 0;
@@ -213,7 +213,7 @@ private:
 
     void LookAt(QZInt64 address)
     {
-        for (const QZInt64 side : {SideThis, SideEnd})
+        for (const QZInt64 side : {kSideThis, kSideEnd})
         {
             m_channel->G_T(side, address);
             Try([&] {
@@ -221,14 +221,13 @@ private:
             });
             for (QZInt64 low = 1; low < 8; ++low) m_channel->G_HD_A(side, address, Info::TABLE_HD + low);
         }
-        // Without the tests every field is read from whatever lies there, and nothing is thrown for most of
-        // them.
-        const QZBool tests = m_channel->CheckParam();
+        // Without the parameter checks, every field is read from any bytes, and most calls throw nothing.
+        const QZBool checks = m_channel->CheckParam();
         m_channel->CheckParam(0);
         for (QZInt64 kind = 0; kind < 6; ++kind)
             for (QZInt64 low = 1; low < 0x14; low = low == 7 ? 0x10 : low + 1)
                 Try([&] { m_channel->G_A(address, Info::TYPE_DATA + kind * 0x100 + low); });
-        m_channel->CheckParam(tests);
+        m_channel->CheckParam(checks);
         Try([&] { m_channel->G_A(address, Info::DATA_NEXT); });
         for (const QZInt64 code :
              {Info::HD_NODE_COUNT, Info::HD_NODE_COUNT_ALL, Info::HD_NODE_SN, Info::LD_LDS_COUNT})
@@ -243,7 +242,7 @@ private:
     void LookAtContent(QZInt64 address, QZInt64 field)
     {
         const QZInt64 length = m_channel->G_C_L(address, field);
-        // A host that trusts a length of any size has no room for it.
+        // Lengths that a host could not allocate are skipped.
         if (length < 0 || length > 1 << 20) return;
         std::vector<char> buffer(static_cast<std::size_t>(length) + 1);
         m_channel->G_C(address, field, buffer.data());
@@ -254,7 +253,7 @@ private:
     Addresses m_marks;
 };
 
-/// The patched base file; `data` and `size` move on to what follows the patches.
+/// Returns the patched base file and moves `data` and `size` past the patches.
 std::string Damaged(const std::uint8_t** data, std::size_t* size)
 {
     std::string file = Base((*data)[0] % 4);
@@ -269,15 +268,15 @@ std::string Damaged(const std::uint8_t** data, std::size_t* size)
     for (; patches > 0 && *size >= 4; --patches, *data += 4, *size -= 4)
     {
         const std::uint8_t* patch = *data;
-        const std::size_t place = (patch[0] + 256u * patch[1]) % file.size();
+        const std::size_t offset = (patch[0] + 256u * patch[1]) % file.size();
         switch (patch[3] % 4)
         {
-            case 0: file[place] = static_cast<char>(patch[2]); break;
-            case 1: file[place] = static_cast<char>(file[place] ^ patch[2]); break;
-            // An address field of someone else: links go astray, but to records.
+            case 0: file[offset] = static_cast<char>(patch[2]); break;
+            case 1: file[offset] = static_cast<char>(file[offset] ^ patch[2]); break;
+            // Copies an address field of another record, so that links lead to wrong records.
             case 2:
-                for (std::size_t i = 0; i < 8 && place + i < file.size(); ++i)
-                    file[place + i] = file[(place + i + patch[2] * 16u) % file.size()];
+                for (std::size_t i = 0; i < 8 && offset + i < file.size(); ++i)
+                    file[offset + i] = file[(offset + i + patch[2] * 16u) % file.size()];
                 break;
             default:
                 file.resize(file.size() - patch[2] % 64 > 32 ? file.size() - patch[2] % 64 : file.size());
@@ -292,14 +291,14 @@ std::string Damaged(const std::uint8_t** data, std::size_t* size)
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
     QZLibInit();
-    // Failing is what most calls do here; their traces are not looked at.
+    // Most calls fail here, and their traces are not used.
     QZException::IsStackTrace = 0;
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    if (size == 0 || size > LargestInput) return 0;
+    if (size == 0 || size > kLargestInput) return 0;
     std::string file;
     if (data[0] < 4)
     {
@@ -320,7 +319,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         Subject subject(channel, file);
         subject.Look(3);
-        // Bytes become costly only where damage sends a write far away; few operations show as much as many.
+        // Few operations find as much as many, and damage can make each of them slow.
         for (int operations = 0; size >= 3 && operations < 32; ++operations, data += 3, size -= 3)
             subject.Operate(data[0], data[1], data[2]);
         subject.Look(7);

@@ -1,5 +1,5 @@
-// Every conversion on any bytes: sizing and writing agree, a short target holds the head of the whole result,
-// legal UTF-8 survives the way through UTF-16 and UTF-32, and strings of any text can be taken apart again.
+// Every conversion of any bytes: the size query matches the result, a short target holds the start of the
+// complete result, legal UTF-8 round-trips through UTF-16 and UTF-32, and strings of any text can be split.
 
 #include <algorithm>
 #include <cstdint>
@@ -36,7 +36,7 @@ Bytes Convert(QZInt64 from, const Bytes& source, QZInt64 to)
     }
     Require(needed >= 0);
     Bytes target(static_cast<std::size_t>(needed));
-    // An empty vector may have no address, and a null target asks for the size.
+    // The data of an empty vector may be null, and a null target queries the size.
     unsigned char nothing;
     void* to_ = target.empty() ? &nothing : target.data();
     Require(QZEncoding::Convert(from, source.data(), size, to, to_, needed) == needed);
@@ -83,7 +83,7 @@ void CheckString(QZInt64 type, const Bytes& source)
     }
     catch (QZException* exception)
     {
-        // What holds no whole character is refused.
+        // Input without a complete character is rejected.
         QZExceptionFactory::Recycle(&exception);
     }
 }
@@ -101,7 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (QZInt64 to : kTypes)
         {
             Bytes whole = Convert(from, source, to);
-            // Only the same encoding copies in units that a character may be larger than.
+            // A conversion to the same encoding may split a character at the end of the target.
             CheckLimited(from, source, to, whole, room);
         }
         CheckString(from, source);

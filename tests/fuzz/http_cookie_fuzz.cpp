@@ -1,5 +1,5 @@
-// Any text: a cookie and a header line are taken apart without a failure, all their parts are trimmed, and a
-// cookie list has one cookie for each piece; taking the same text apart again changes nothing.
+// Any text as a cookie and as header lines: parsing never fails, all parts are trimmed, lists have the
+// expected number of entries, and parsing the same text again gives the same result.
 
 #include <cstdint>
 #include <cstdlib>
@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     catch (QZException* exception)
     {
-        // No whole character of UTF-8.
+        // The input has no complete UTF-8 character.
         QZExceptionFactory::Recycle(&exception);
     }
     ReadCookie(text);

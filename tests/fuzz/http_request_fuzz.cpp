@@ -1,6 +1,6 @@
-// Any bytes: a request is read or refused with an exception of the family, and read a second time it is the
-// same; headers and cookies have names; a message that was read can be written, and what was written is read
-// or refused.
+// Any bytes as a request: it is parsed or rejected with a QZException, and parsing it again gives the same
+// result; headers and cookies have names; a parsed request can be written, and the written request is parsed
+// or rejected.
 
 #include <cstdint>
 #include <cstdlib>
@@ -30,8 +30,8 @@ void RequireSameParts(QZHttpRequest* a, QZHttpRequest* b)
     Require(a->GetCookies()->GetCookiesSize() == b->GetCookies()->GetCookiesSize());
 }
 
-/// What is read of a written message need not be the message that was written: names and values that hold
-/// line ends or separators fall apart in other places. It is a message all the same.
+/// Writes a request and parses the result. It may differ from the original, because names and values that
+/// contain line ends or separators are split at other places.
 void WriteAndRead(QZHttpRequest* request)
 {
     QZData* bytes = request->ToData();
@@ -73,6 +73,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     {
         QZExceptionFactory::Recycle(&exception);
     }
-    if (request) QZHttpFactory::Recycle(&request);
+    if (request != nullptr) QZHttpFactory::Recycle(&request);
     return 0;
 }

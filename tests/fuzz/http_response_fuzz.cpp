@@ -1,5 +1,5 @@
-// Any bytes: a response is read or refused with an exception of the family, keeps no source, and can be
-// written; as chunks they are taken apart without a byte lost, in whatever pieces they come.
+// Any bytes as a response: it is parsed or rejected with a QZException, keeps no source, and can be written.
+// Any bytes as chunks: they are joined within their sizes, complete or in pieces of any length.
 
 #include <algorithm>
 #include <cstdint>
@@ -41,7 +41,7 @@ void ReadResponse(QZData* bytes)
     QZHttpFactory::Recycle(&response);
 }
 
-/// All whole chunks at the front of the data.
+/// Moves all complete chunks from the front of the data to the target.
 QZInt64 Join(QZData* data, QZData* target)
 {
     for (;;)
@@ -50,7 +50,7 @@ QZInt64 Join(QZData* data, QZData* target)
         const QZInt64 size = http::ChunkMove(data, target);
         Require(size >= -1 && size <= http::kChunkLimit);
         if (size < 1) return size;
-        // The size line, its end, the chunk and a line end are gone, and a byte behind them is left.
+        // The size line, the chunk and both line ends are removed, and at least one byte after them remains.
         Require(data->GetSize() <= before - size - 4 && data->GetSize() > 0);
     }
 }

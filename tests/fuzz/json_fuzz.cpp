@@ -1,5 +1,5 @@
-// Any text: reading either throws an exception of the family or gives a tree whose text is sound; a tree can
-// be cloned as far as its text can be read again, and Format and Minify take everything.
+// Any text as JSON: parsing throws a QZException or returns a tree with valid text, a tree can be cloned if
+// its text can be parsed again, and Format and Minify accept everything.
 
 #include <cstdint>
 #include <cstdlib>
@@ -52,7 +52,7 @@ void Read(QZString* text)
 {
     QZJsonValue* value = nullptr;
     Try([&] { value = QZJsonFactory::DeserializeObject(text); });
-    if (!value) return;
+    if (value == nullptr) return;
     Require(value->GetType() == QZJsonObject::Type || value->GetType() == QZJsonValueCollection::Type);
     QZString* written = QZJsonFactory::SerializeObject(value);
     Require(written->Check() && written->GetLength() >= 2);
@@ -61,7 +61,7 @@ void Read(QZString* text)
     Require(value->GetMemorySize() > 0);
     Try([&] {
         QZJsonValue* copy = QZJsonFactory::Clone(value);
-        if (copy) QZJsonFactory::Recycle(&copy);
+        if (copy != nullptr) QZJsonFactory::Recycle(&copy);
     });
     Tables(value);
     QZStringFactory::Recycle(&again);

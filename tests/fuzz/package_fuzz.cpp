@@ -1,5 +1,5 @@
-// Any bytes as a package of either width, and as text and typed data: what a reader takes can be read element
-// by element and written again, what it refuses is 512, and no conversion does more than throw.
+// Any bytes as a package of either width and as typed data: an accepted package can be read element by
+// element and written again, a rejected one throws code 512, and conversions either return or throw.
 
 #include <cstdint>
 #include <cstdlib>
@@ -21,7 +21,7 @@ void Require(bool condition)
     if (!condition) std::abort();
 }
 
-/// Runs the call; the code of what it throws, or 0.
+/// Runs the call and returns the code of the exception that it throws, or 0.
 template <typename Call>
 QZInt64 CodeOf(Call call)
 {
@@ -42,7 +42,7 @@ template <typename Package>
 void Rewrite(Package* package)
 {
     QZData wire;
-    // Ids that are there twice leave the package out of step.
+    // Duplicate ids make the package inconsistent.
     const QZInt64 code = CodeOf([&] { Package::Serialize(package, &wire); });
     Require(code == 0 || code == 1024);
     if (code != 0) return;
@@ -67,12 +67,12 @@ void Read(QZData* data)
     const QZInt64 code = CodeOf([&] { package = Package::Deserialize(data); });
     Require((code == 0) == (package != nullptr));
     Require(code == 0 || code == 512);
-    if (!package) return;
+    if (package == nullptr) return;
     for (QZUInt64 id = 0; id < 4; ++id)
     {
-        // An id that lost its element to its neighbour may stand behind the last one.
+        // With duplicate ids, an id may point past the last element; the result is then null.
         QZData* element = package->GetElementByID(id);
-        if (element) Package::Recycle(&element);
+        if (element != nullptr) Package::Recycle(&element);
         package->GetElementTypeByID(id);
     }
     Rewrite(package);

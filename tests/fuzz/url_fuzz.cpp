@@ -1,5 +1,5 @@
-// Any text: a URL is taken apart or refused with an exception of the family, and taking the same text apart
-// again changes nothing; query text that Encode wrote of legal text comes back from Decode.
+// Any text as a URL: it is parsed or rejected with a QZException, and parsing it again gives the same result;
+// Decode restores legal text that Encode has encoded.
 
 #include <cstdint>
 #include <cstdlib>
@@ -32,7 +32,7 @@ void Try(Call call)
     }
 }
 
-void TakeApart(QZString* text)
+void Parse(QZString* text)
 {
     Try([&] {
         QZUrl url(text);
@@ -49,7 +49,7 @@ void TakeApart(QZString* text)
     });
 }
 
-/// True where every byte that Encode escapes has two digits.
+/// Returns true if every byte that Encode escapes has two hex digits.
 bool RoundTrips(QZString* text)
 {
     for (QZInt64 i = 0; i < text->GetLength(); ++i)
@@ -64,11 +64,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(started);
     Try([&] {
         QZString* text = QZEncoding::GetString(QZEncodingType::UTF8, data, static_cast<QZInt64>(size));
-        TakeApart(text);
+        Parse(text);
         QZString* encoded = QZUrl::Encode(text);
         Try([&] {
             QZString* decoded = QZUrl::Decode(encoded);
-            // Strings of legal UTF-8 hold no lone surrogate that would be replaced.
+            // Text from legal UTF-8 has no lone surrogates, which Encode would replace.
             if (RoundTrips(text) && QZEncoding::IsLegalUTF8(data, static_cast<QZInt64>(size)))
                 Require(decoded->Equals(text));
             QZUrl::Recycle(&decoded);

@@ -7,7 +7,7 @@
 namespace qztest
 {
 
-/// Counts the broken assertions that the library reports while it lives; afterwards they fail the test again.
+/// Counts the failed assertions of the library instead of failing the test, until it is destroyed.
 class AssertWatch
 {
 public:
@@ -18,7 +18,7 @@ public:
             if (!condition) ++Failed();
         });
     }
-    ~AssertWatch() { QZLibSetFunctionAssert(&FailOnBrokenAssertion); }
+    ~AssertWatch() { QZLibSetFunctionAssert(&FailOnFailedAssertion); }
     AssertWatch(const AssertWatch&) = delete;
     AssertWatch& operator=(const AssertWatch&) = delete;
 

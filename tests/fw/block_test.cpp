@@ -8,7 +8,7 @@ namespace
 
 QZInt64 Word(const void* b, QZInt64 position) { return QZLoad<QZInt64>(QZAt(b, position)); }
 
-/// A block that goes back at the end of the test.
+/// Frees its block at the end of the test.
 struct Held
 {
     void* b;
@@ -17,7 +17,7 @@ struct Held
 
 }  // namespace
 
-TEST(Block, HeaderAndGuardStandWhereTheLayoutSays)
+TEST(Block, HeaderAndGuardFollowTheLayout)
 {
     Held held{block::Make(0x12345, 64, 10, 0)};
     EXPECT_EQ(Word(held.b, 0), 65535);
@@ -49,7 +49,7 @@ TEST(Block, FreshStorageIsZero)
     for (int i = 0; i < 364; ++i) ASSERT_EQ(p[i], 0) << i;
 }
 
-TEST(Block, CapacityIsTheWholeLengthInStepsOf512)
+TEST(Block, CapacityIsTheLengthRoundedUpTo512)
 {
     // 40 + 64 + 400 + 8 = 512.
     Held fits{block::Make(1, 64, 400, 0)};
@@ -58,14 +58,14 @@ TEST(Block, CapacityIsTheWholeLengthInStepsOf512)
     EXPECT_EQ(block::Capacity(over.b), 1024);
 }
 
-TEST(Block, NegativeSizeMakesNoBlockAndLeavesTheLastErrorAlone)
+TEST(Block, NegativeSizeReturnsNullAndKeepsTheLastError)
 {
     QZLastError = 0;
     EXPECT_EQ(block::Make(1, 64, -1, 0), nullptr);
     EXPECT_EQ(QZLastError, 0);
 }
 
-TEST(Block, ImpossibleSizesAreOutOfMemory)
+TEST(Block, TooLargeSizesSetOutOfMemory)
 {
     QZLastError = 0;
     EXPECT_EQ(block::Make(1, 64, 0x7FFFFFFFFFFFFFFF, 0), nullptr);
@@ -79,7 +79,7 @@ TEST(Block, ImpossibleSizesAreOutOfMemory)
     QZLastError = 0;
 }
 
-TEST(Block, CopyTakesTypeStructureAreaAndHeadRoomAlong)
+TEST(Block, CopyKeepsTypeStructureAreaAndHeadRoom)
 {
     Held source{block::Make(77, 16, 4, 8)};
     QZStore<QZUInt64>(QZAt(source.b, 40), 0x1122334455667788ull);
@@ -91,7 +91,7 @@ TEST(Block, CopyTakesTypeStructureAreaAndHeadRoomAlong)
     EXPECT_EQ(std::memcmp(copy.b, source.b, static_cast<std::size_t>(block::Length(source.b))), 0);
 }
 
-TEST(Block, ShrinkingChangesTheSizeFieldAndTheGuardOnly)
+TEST(Block, ShrinkingChangesOnlySizeAndGuard)
 {
     Held held{block::Make(1, 64, 1000, 0)};
     const void* before = held.b;
@@ -103,7 +103,7 @@ TEST(Block, ShrinkingChangesTheSizeFieldAndTheGuardOnly)
     EXPECT_TRUE(block::Check(held.b));
 }
 
-TEST(Block, GrowingAsksForWholeStepsOnly)
+TEST(Block, GrowingAllocatesMultiplesOf512)
 {
     Held held{block::Make(1, 64, 0, 0)};
     EXPECT_TRUE(block::Resize(&held.b, 400));
@@ -115,18 +115,18 @@ TEST(Block, GrowingAsksForWholeStepsOnly)
     EXPECT_TRUE(block::Check(held.b));
 }
 
-TEST(Block, GrownStorageShowsWhatWasThereBefore)
+TEST(Block, GrowingDoesNotClearOldBytes)
 {
     Held held{block::Make(1, 64, 16, 0)};
     for (int i = 0; i < 16; ++i) block::Data(held.b)[i] = static_cast<unsigned char>(i + 1);
     EXPECT_TRUE(block::Resize(&held.b, 4));
     EXPECT_TRUE(block::Resize(&held.b, 20));
-    // The guard of the short time stood behind the fourth byte, at the next multiple of 8; that of the first
-    // time behind the sixteenth.
+    // The guard lies at the next multiple of 8 after the data: at 16 for 16 bytes, at 8 for 4 bytes. Both old
+    // guards are inside the 20 bytes now.
     EXPECT_BYTES(block::Data(held.b), 20, "01 02 03 04 05 06 07 08 00 00 00 00 00 00 FF FF 00 00 00 00");
 }
 
-TEST(Block, ResetPutsTheHeadRoomBackAndKeepsTheCapacity)
+TEST(Block, ResetRestoresTheHeadRoomAndKeepsTheCapacity)
 {
     Held held{block::Make(1, 64, 2000, 0)};
     EXPECT_TRUE(block::SetOffset(&held.b, 700));
@@ -158,7 +158,7 @@ TEST(Block, DamagedBlockIsNotFreed)
     EXPECT_TRUE(block::Free(b));
 }
 
-TEST(Block, CheckOfAHeaderThatPointsOutsideIsFalseAndReadsNothing)
+TEST(Block, CheckRejectsASizeOutsideTheBlock)
 {
     void* b = block::Make(1, 64, 8, 0);
     QZStore<QZInt64>(QZAt(b, 16), QZInt64{1} << 40);
@@ -172,7 +172,7 @@ TEST(Block, CheckOfAHeaderThatPointsOutsideIsFalseAndReadsNothing)
     EXPECT_FALSE(block::Check(nullptr));
 }
 
-TEST(Block, AFarOffsetLeavesTheCapacityAsItWas)
+TEST(Block, OffsetPastTheEndStopsAtTheCapacity)
 {
     Held held{block::Make(1, 64, 3, 0)};
     EXPECT_TRUE(block::SetOffset(&held.b, 1000000));
@@ -183,12 +183,12 @@ TEST(Block, AFarOffsetLeavesTheCapacityAsItWas)
     EXPECT_EQ(block::Offset(held.b), 512);
     EXPECT_EQ(block::Size(held.b), 0);
     EXPECT_TRUE(block::Check(held.b));
-    // 40 + 512 + 1 + 7 + 8 passes 512: growing asks for whole steps again.
+    // 40 + 512 + 1 + 7 + 8 is more than 512, so the capacity becomes 1024.
     EXPECT_TRUE(block::Resize(&held.b, 1));
     EXPECT_EQ(block::Capacity(held.b), 1024);
 }
 
-TEST(Block, CheckLooksAtTheBlockAloneAndLeavesTheLastErrorAlone)
+TEST(Block, CheckIgnoresTheBufferGuardAndKeepsTheLastError)
 {
     Held held{block::Make(1, 64, 3, 0)};
     unsigned char* guardOfTheBuffer = QZAt(held.b, 512 + 6);

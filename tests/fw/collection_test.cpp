@@ -26,14 +26,14 @@ void Fill(QZCollection& collection, std::initializer_list<QZUInt64> values)
     for (const QZUInt64 value : values) collection.Push(value);
 }
 
-/// A collection that refuses duplicates, as a derived class makes one.
+/// A collection that refuses duplicates, by overriding Push.
 class Set : public QZCollection
 {
 public:
     Set() { m_duplicatesAllowed = 0; }
 };
 
-/// Notes the room that is asked for.
+/// Records the lengths that the collection requests room for.
 class Watched : public QZCollection
 {
 public:
@@ -53,7 +53,7 @@ protected:
 
 // ---- Stack
 
-TEST(Stack, NewStackHoldsTheCountWordOnly)
+TEST(Stack, NewStackHoldsOnlyTheCount)
 {
     QZStack stack;
     EXPECT_EQ(stack.GetType(), 0x8111000);
@@ -124,7 +124,7 @@ TEST(Stack, CopiesAreDeep)
     EXPECT_EQ(assigned.Pop(), 5u);
 }
 
-TEST(Stack, WordsAreFoundAgainWhenTheBlockMovedBehindItsBack)
+TEST(Stack, FollowsABlockThatItsBaseClassMoved)
 {
     QZStack stack;
     stack.Push(5);
@@ -137,7 +137,7 @@ TEST(Stack, WordsAreFoundAgainWhenTheBlockMovedBehindItsBack)
     EXPECT_EQ(static_cast<void*>(stack.GetPointer()), data.GetPointer());
 }
 
-TEST(Stack, ClearGivesAStackWithoutStorageItsCountWordBack)
+TEST(Stack, ClearRestoresTheCountAfterNewSizeZero)
 {
     QZStack stack;
     stack.Push(5);
@@ -162,7 +162,7 @@ TEST(Collection, TypeAndCopyConstructor)
     EXPECT_TRUE(copy.Push(2));
 }
 
-TEST(Collection, PushAsksForExactlyTheRoomItNeedsThroughTheVirtualOperation)
+TEST(Collection, PushRequestsRoomFromTheVirtualLengthMax)
 {
     Watched collection;
     collection.Push(5);
@@ -173,7 +173,7 @@ TEST(Collection, PushAsksForExactlyTheRoomItNeedsThroughTheVirtualOperation)
     EXPECT_EQ(collection.GetSize(), 24);
 }
 
-TEST(Collection, SetRefusesWhatIsThere)
+TEST(Collection, SetRefusesDuplicates)
 {
     Set set;
     EXPECT_TRUE(set.Push(1));
@@ -184,7 +184,7 @@ TEST(Collection, SetRefusesWhatIsThere)
     EXPECT_FALSE(copy.Push(2));
 }
 
-TEST(Collection, AppendTakesTheArrayForm)
+TEST(Collection, AppendTakesAnArrayWithItsCount)
 {
     QZCollection collection;
     Fill(collection, {1});
@@ -196,7 +196,7 @@ TEST(Collection, AppendTakesTheArrayForm)
     EXPECT_EQ(collection.Count(), 4);
 }
 
-TEST(Collection, AppendAsksForRoomOnce)
+TEST(Collection, AppendRequestsRoomOnce)
 {
     Watched collection;
     const QZUInt64 words[] = {3, 7, 8, 9};
@@ -204,7 +204,7 @@ TEST(Collection, AppendAsksForRoomOnce)
     EXPECT_EQ(collection.asked, (std::vector<QZInt64>{3}));
 }
 
-TEST(Collection, AppendToASetSaysWhetherAllWentIn)
+TEST(Collection, AppendToASetReturnsWhetherAllWereAdded)
 {
     Set set;
     const QZUInt64 fresh[] = {2, 7, 8};
@@ -245,7 +245,7 @@ TEST(Collection, RemoveElementMovesTheOthersUp)
     EXPECT_QZ_THROW(collection.RemoveElement(-1), 1024);
 }
 
-TEST(Collection, RemoveByValueTakesEveryOccurrence)
+TEST(Collection, RemoveByValueRemovesEveryOccurrence)
 {
     QZCollection collection;
     Fill(collection, {5, 1, 5, 5, 2, 5});
@@ -277,7 +277,7 @@ TEST(Collection, SetElementReplaces)
     EXPECT_EQ(ElementsOf(collection), (Words{1, 9}));
 }
 
-TEST(Collection, EqualsLooksAtCountAndWords)
+TEST(Collection, EqualsComparesCountAndElements)
 {
     QZCollection a;
     QZCollection b;
@@ -294,7 +294,7 @@ TEST(Collection, EqualsLooksAtCountAndWords)
 
 // ---- Collection: finding
 
-TEST(Collection, FindElementRemembersForFindNextElement)
+TEST(Collection, FindNextElementContinuesAfterFindElement)
 {
     QZCollection collection;
     Fill(collection, {4, 7, 4, 4});
@@ -308,12 +308,12 @@ TEST(Collection, FindElementRemembersForFindNextElement)
     EXPECT_EQ(collection.FindNextElement(4), 2);
 }
 
-TEST(Collection, RememberedPlaceIsThatOfTheByteSearch)
+TEST(Collection, ElementAndByteSearchShareTheirPosition)
 {
     QZCollection collection;
     Fill(collection, {4, 4, 4, 4});
     EXPECT_EQ(collection.FindElement(4), 0);
-    // The low byte of the count word stands at byte 0, that of the first element at byte 8.
+    // The count is at byte 0, the first element at byte 8.
     QZData pattern("\x04\x00", 2);
     EXPECT_EQ(collection.QZData::FindNext(&pattern), 8);
     EXPECT_EQ(collection.FindNextElement(4), -1);
@@ -341,7 +341,7 @@ TEST(Collection, LargestIsUnsignedThoughTheSortIsSigned)
     EXPECT_EQ(collection.GetMin(), 0);
 }
 
-TEST(Collection, LargestOfNothingThrows)
+TEST(Collection, LargestOfEmptyThrows)
 {
     QZCollection collection;
     EXPECT_QZ_THROW(collection.GetMax(), 6400);
@@ -369,7 +369,7 @@ TEST(Collection, SortsLongLists)
     EXPECT_EQ(ElementsOf(collection), expected);
 }
 
-TEST(Collection, KeyedSortCarriesThePayloadAlong)
+TEST(Collection, KeyedSortMovesThePayloadWithTheKeys)
 {
     QZCollection keys;
     QZCollection payload;
@@ -383,16 +383,16 @@ TEST(Collection, KeyedSortCarriesThePayloadAlong)
     EXPECT_EQ(ElementsOf(payload), (Words{300, 200, 100}));
 }
 
-TEST(Collection, KeyedSortLeavesEqualKeysWhereTheExchangesPutThem)
+TEST(Collection, KeyedSortIsNotStable)
 {
     QZCollection keys;
     QZCollection payload;
-    // 2a 2b 1c: 2a changes with 1c and comes to stand behind 2b.
+    // 2a 2b 1c: 2a is swapped with 1c, so it follows 2b.
     Fill(keys, {2, 2, 1});
     Fill(payload, {0xA, 0xB, 0xC});
     keys.MinToMax(&payload);
     EXPECT_EQ(ElementsOf(payload), (Words{0xC, 0xB, 0xA}));
-    // 3a 2b 3c 1d: a-b, b-d (1d 3a 3c 2b), then a-b at the second place (1d 2b 3c 3a), 3c and 3a stay.
+    // 3a 2b 3c 1d: swap a and b, then b and d (1d 3a 3c 2b), then a and b (1d 2b 3c 3a); 3c and 3a stay.
     Fill(keys, {3, 2, 3, 1});
     Fill(payload, {0xA, 0xB, 0xC, 0xD});
     keys.MinToMax(&payload);
@@ -426,7 +426,7 @@ TEST(Collection, KeyedSortFillsAShortPayloadWithZeros)
     EXPECT_EQ(ElementsOf(payload), (Words{10, 20, 5}));
 }
 
-TEST(Collection, KeyedSortByItselfChangesEverythingTwice)
+TEST(Collection, KeyedSortWithItselfAsPayloadKeepsTheOrder)
 {
     QZCollection keys;
     Fill(keys, {3, 1, 2});
@@ -435,7 +435,7 @@ TEST(Collection, KeyedSortByItselfChangesEverythingTwice)
 }
 
 #if GTEST_HAS_DEATH_TEST
-TEST(CollectionDeathTest, KeyedSortFromTheTopAssertsThatThereIsAPayload)
+TEST(CollectionDeathTest, KeyedMaxToMinAssertsThatThePayloadIsNotNull)
 {
 #ifdef QZ_TEST_EMULATED
     ::testing::FLAGS_gtest_death_test_style = "fast";
@@ -450,7 +450,7 @@ TEST(CollectionDeathTest, KeyedSortFromTheTopAssertsThatThereIsAPayload)
 }
 #endif
 
-TEST(Collection, KeyedSortFromTheBottomHasNoAssertion)
+TEST(Collection, KeyedMinToMaxThrowsForANullPayload)
 {
     QZCollection keys;
     Fill(keys, {3, 1});
@@ -486,7 +486,7 @@ TEST(Collection, MoveElementWithOneBadIndexDoesNotThrow)
 
 // ---- Collection: length
 
-TEST(Collection, NewLengthFillsWhatIsAddedAndNeverShrinksTheStorage)
+TEST(Collection, NewLengthFillsNewElementsAndNeverShrinksTheStorage)
 {
     QZCollection collection;
     Fill(collection, {1, 2, 3});
@@ -503,7 +503,7 @@ TEST(Collection, NewLengthFillsWhatIsAddedAndNeverShrinksTheStorage)
     EXPECT_TRUE(collection.Check());
 }
 
-TEST(Collection, NegativeLengthIsTheCountAndReachesNothing)
+TEST(Collection, NegativeLengthIsStoredAndNoElementIsAccessible)
 {
     QZCollection collection;
     Fill(collection, {1, 2, 3});
@@ -521,7 +521,7 @@ TEST(Collection, NegativeLengthIsTheCountAndReachesNothing)
     EXPECT_EQ(ElementsOf(collection), (Words{8}));
 }
 
-TEST(Collection, ImpossibleLengthsAreOutOfMemoryAndLeaveTheElements)
+TEST(Collection, TooLargeLengthsThrowOutOfMemoryAndKeepTheElements)
 {
     QZLastError = 0;
     QZCollection collection;
@@ -533,7 +533,7 @@ TEST(Collection, ImpossibleLengthsAreOutOfMemoryAndLeaveTheElements)
     QZLastError = 0;
 }
 
-TEST(Collection, PushWithoutMemoryLeavesTheElementsAndTheCount)
+TEST(Collection, PushWithoutMemoryKeepsElementsAndCount)
 {
     QZCollection collection;
     for (QZUInt64 i = 0; i < 100; ++i) collection.Push(i);

@@ -6,17 +6,17 @@
 namespace
 {
 
-/// Three objects and a container that is empty again at the end.
+/// Three objects and a container that each test leaves empty.
 class Container : public ::testing::Test
 {
 protected:
     void TearDown() override
     {
-        while (list.Pop()) continue;
-        while (other.Pop()) continue;
+        while (list.Pop() != nullptr) continue;
+        while (other.Pop() != nullptr) continue;
     }
 
-    /// The objects from the first to the last, and back.
+    /// Expects these objects in this order, forward and backward.
     void ExpectOrder(std::initializer_list<QZObject*> expected)
     {
         ASSERT_EQ(list.Count(), static_cast<QZInt64>(expected.size()));
@@ -89,7 +89,7 @@ TEST_F(Container, DeQueueTakesTheFirstAndPopTheLast)
     ExpectOrder({});
 }
 
-TEST_F(Container, ObjectStandsInOneContainerOnly)
+TEST_F(Container, ObjectBelongsToOneContainerOnly)
 {
     list.Push(&a);
     EXPECT_QZ_THROW(other.Push(&a), 1280);
@@ -109,7 +109,7 @@ TEST_F(Container, NullIsRefused)
     EXPECT_FALSE(list.RemoveElement(static_cast<QZObject*>(nullptr)));
 }
 
-TEST_F(Container, RemoveElementFromEveryPlace)
+TEST_F(Container, RemoveElementAtEveryPosition)
 {
     list.Push(&a);
     list.Push(&b);
@@ -129,7 +129,7 @@ TEST_F(Container, RemoveElementFromEveryPlace)
     ExpectOrder({&a});
 }
 
-TEST_F(Container, RemoveElementOfAStrangerIsFalse)
+TEST_F(Container, RemoveElementOfAnotherContainerIsFalse)
 {
     list.Push(&a);
     EXPECT_FALSE(list.RemoveElement(&b));
@@ -175,7 +175,7 @@ TEST_F(Container, GetElementIndexCountsPreviousLinksInAnyContainer)
     EXPECT_EQ(list.GetElementIndex(&c), 0);
 }
 
-TEST_F(Container, ElementsStayLockedWhenTheContainerGoes)
+TEST_F(Container, ElementsStayLockedWhenTheContainerIsDestroyed)
 {
     QZUInt64 id = 0;
     {
@@ -187,7 +187,7 @@ TEST_F(Container, ElementsStayLockedWhenTheContainerGoes)
     EXPECT_TRUE(a.SetDisposable(id, 1));
 }
 
-TEST(List, IsATypedFace)
+TEST(List, ReturnsTypedElements)
 {
     QZList<QZString> list;
     EXPECT_EQ(list.GetType(), 0x81F7000);

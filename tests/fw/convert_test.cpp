@@ -12,7 +12,7 @@
 namespace
 {
 
-/// The text of a new string, which is given back.
+/// Returns the text of a string and recycles the string.
 std::string Take(QZString* text)
 {
     std::string shown = qztest::Utf8(text);
@@ -21,7 +21,7 @@ std::string Take(QZString* text)
     return shown;
 }
 
-/// The bytes of a new buffer, which is given back.
+/// Returns the bytes of a buffer as hex and recycles the buffer.
 std::string TakeHex(QZData* data)
 {
     std::string shown = qztest::Hex(data->GetPointer(), static_cast<std::size_t>(data->GetSize()));
@@ -40,7 +40,7 @@ std::string TakeTime(QZDateTime* time)
 
 QZString Text(std::string_view utf8) { return QZString(qztest::Wide(utf8).c_str()); }
 
-/// The bytes as text of the type, and back.
+/// Expects that the bytes convert to the text, and the text back to the bytes.
 void ExpectRoundTrip(QZInt64 type, std::string_view hex, std::string_view text)
 {
     const std::string bytes = qztest::Bytes(hex);
@@ -88,7 +88,7 @@ TEST(Convert, RealNumbersToText)
     EXPECT_EQ(Take(QZConvert::FloatToString(-1.5f, 2)), "-1.50");
 }
 
-TEST(Convert, HexDigitsIntoABufferLeaveTheRestAlone)
+TEST(Convert, HexDigitsIntoABufferKeepTheRest)
 {
     QZWChar buffer[4] = {'a', 'b', 'c', 'd'};
     EXPECT_EQ(QZConvert::UInt64ToStringHex(0x2F, buffer), 4);
@@ -113,7 +113,7 @@ TEST(Convert, TextToIntegers)
     EXPECT_EQ(QZConvert::StringToInt32(QZ_W("7")), 7);
 }
 
-TEST(Convert, TextThatIsNoNumberGivesNonsenseAndNoFailure)
+TEST(Convert, NonDigitsCountByTheirDistanceFromZero)
 {
     EXPECT_EQ(QZConvert::StringToInt64("1a"), 10 + ('a' - '0'));
     EXPECT_EQ(QZConvert::StringToInt64(" 1"), (' ' - '0') * 10 + 1);
@@ -126,7 +126,7 @@ TEST(Convert, HexTextToIntegers)
     EXPECT_EQ(QZConvert::StringToInt64Hex("FFFFFFFFFFFFFFFF"), -1);
     EXPECT_EQ(QZConvert::StringToInt64Hex(QZ_W("-1F")), 31) << "the sign is skipped";
     EXPECT_EQ(QZConvert::StringToUInt64Hex(&text), 255u);
-    EXPECT_EQ(QZConvert::StringToUInt64Hex("0x1 0g"), 16u) << "what is no digit is skipped";
+    EXPECT_EQ(QZConvert::StringToUInt64Hex("0x1 0g"), 16u) << "non-digits are skipped";
     EXPECT_EQ(QZConvert::StringToUInt64Hex(QZ_W("10")), 16u);
     EXPECT_EQ(QZConvert::StringToUInt64Hex("1234", 2), 18u);
     EXPECT_EQ(QZConvert::StringToUInt64Hex(QZ_W("1234"), 3), 0x123u);
@@ -144,7 +144,7 @@ TEST(Convert, TextToRealNumbers)
     EXPECT_EQ(QZConvert::StringToFloat(QZ_W("-1.5")), -1.5f);
 }
 
-TEST(Convert, NullAndEmptyTextIsNoNumber)
+TEST(Convert, NullAndEmptyTextThrow)
 {
     QZString empty;
     EXPECT_QZ_THROW_MESSAGE(QZConvert::StringToInt64(&empty), 256, " ArgumentOutOfRange");
@@ -174,7 +174,7 @@ TEST(Convert, TextToBool)
     EXPECT_EQ(thrown.argumentTrace, "QZConvert::StringToBool(no)");
 }
 
-TEST(Convert, GuardedFormsAnswerFalseAndLeaveTheValue)
+TEST(Convert, TryFormsReturnFalseAndKeepTheValue)
 {
     QZInt64 wide = 5;
     QZUInt64 unsignedWide = 5;
@@ -200,7 +200,7 @@ TEST(Convert, GuardedFormsAnswerFalseAndLeaveTheValue)
     EXPECT_EQ(truth, 5);
 }
 
-TEST(Convert, GuardedFormsReadLikeThePlainOnes)
+TEST(Convert, TryFormsReadLikeThePlainOnes)
 {
     QZInt64 wide = 0;
     QZUInt64 unsignedWide = 0;
@@ -213,7 +213,7 @@ TEST(Convert, GuardedFormsReadLikeThePlainOnes)
     EXPECT_EQ(wide, -17);
     EXPECT_EQ(QZConvert::TryStringToInt64("18", &wide), 1);
     EXPECT_EQ(wide, 18);
-    EXPECT_EQ(QZConvert::TryStringToInt64(QZ_W("x"), &wide), 1) << "nonsense is no failure";
+    EXPECT_EQ(QZConvert::TryStringToInt64(QZ_W("x"), &wide), 1) << "non-digits are no failure";
     EXPECT_EQ(wide, 'x' - '0');
     EXPECT_EQ(QZConvert::TryStringToInt64Hex(QZ_W("1F"), &wide), 1);
     EXPECT_EQ(wide, 31);
@@ -257,7 +257,7 @@ TEST(Convert, TextToDates)
         << "milliseconds are a number, not a fraction";
 }
 
-TEST(Convert, TextThatIsNoDateIsAnInvalidDatetime)
+TEST(Convert, MalformedDateThrowsInvalidDatetime)
 {
     const char* const kWrong[] = {"",
                                   "2024-03",
@@ -287,7 +287,7 @@ TEST(Convert, TextThatIsNoDateIsAnInvalidDatetime)
     EXPECT_QZ_THROW(QZConvert::StringToDateTime(static_cast<const char*>(nullptr)), 256);
 }
 
-TEST(Convert, AFailedDateGivesItsPartsBack)
+TEST(Convert, MalformedDateRecyclesItsParts)
 {
     QZStringFactory::Collect(0);
     EXPECT_QZ_THROW(QZConvert::StringToDateTime("2024-03-05 01:02:03.4.5"), 256);
@@ -316,12 +316,12 @@ TEST(HexText, Layouts)
     EXPECT_QZ_THROW(QZConvert::DataToText(0, nullptr, 1, 0, 0, 0), 256);
 }
 
-TEST(HexText, BytesComeBackFromEveryLayout)
+TEST(HexText, HexTextIsReadInEveryLayout)
 {
     QZString text = Text("[0x10]  00 0f \r\n[0x12]  F0 1");
-    EXPECT_EQ(TakeHex(QZConvert::TextToData(&text)), "00 0F F0") << "the last digit has no partner";
+    EXPECT_EQ(TakeHex(QZConvert::TextToData(&text)), "00 0F F0") << "an odd last digit is ignored";
     EXPECT_EQ(TakeHex(QZConvert::TextToData(QZ_W("zz1-2"))), "12");
-    EXPECT_EQ(TakeHex(QZConvert::TextToData(QZ_W("12[34"))), "12") << "a label that does not end";
+    EXPECT_EQ(TakeHex(QZConvert::TextToData(QZ_W("12[34"))), "12") << "an unclosed label is skipped";
     EXPECT_EQ(TakeHex(QZConvert::TextToData(QZ_W(""))), "");
     EXPECT_QZ_THROW(QZConvert::TextToData(static_cast<QZString*>(nullptr)), 256);
     EXPECT_QZ_THROW(QZConvert::TextToData(static_cast<const QZWChar*>(nullptr)), 256);
@@ -344,7 +344,7 @@ TEST(TypedText, ScalarsThereAndBack)
                     "2024-03-05 06:07:08.009");
 }
 
-TEST(TypedText, ValuesHaveTheirOwnClass)
+TEST(TypedText, ValuesHaveTheClassOfTheirType)
 {
     QZString text = Text("1");
     QZData* data = QZConvert::TextToData(&text, QZDataType::INT16);
@@ -354,7 +354,7 @@ TEST(TypedText, ValuesHaveTheirOwnClass)
     EXPECT_EQ(TakeHex(data), "00") << "only \"true\" is true";
 }
 
-TEST(TypedText, TooFewBytesForTheType)
+TEST(TypedText, TooFewBytesThrow)
 {
     QZData data("\x01\x02\x03", 3);
     EXPECT_QZ_THROW(QZConvert::DataToText(&data, QZDataType::INT32), 1024);
@@ -368,7 +368,7 @@ TEST(TypedText, TooFewBytesForTheType)
     EXPECT_QZ_THROW(QZConvert::DataToText(&data, QZDataType::BOOL), 1024);
 }
 
-TEST(TypedText, BytesBehindAValueAreLeftOut)
+TEST(TypedText, BytesAfterAValueAreIgnored)
 {
     QZData data("\x07\x00\x00\x00\x01\x02\x00\x00\x09", 9);
     EXPECT_EQ(Take(QZConvert::DataToText(&data, QZDataType::BOOL)), "True");
@@ -386,7 +386,7 @@ TEST(TypedText, TextsInTheirEncodings)
     ExpectRoundTrip(QZDataType::TEXTUTF16LE, "", "");
 }
 
-TEST(TypedText, OtherTypesAreHexText)
+TEST(TypedText, OtherTypesUseHexText)
 {
     ExpectRoundTrip(QZDataType::BINARY, "00 FF", "00FF");
     ExpectRoundTrip(QZDataType::FILEPNG, "89 50", "8950");
@@ -401,7 +401,7 @@ TEST(TypedText, ArraysThereAndBack)
     ExpectRoundTrip(QZDataType::ARRAYDOUBLE, "0000000000000040 000000000000E0BF 0000000000000840", "-0.5,3");
 }
 
-TEST(TypedText, ArraysAskForAllTheirElements)
+TEST(TypedText, ArraysNeedTheBytesOfAllElements)
 {
     QZData data;
     data.NewSize(8);
@@ -414,7 +414,8 @@ TEST(TypedText, ArraysAskForAllTheirElements)
     EXPECT_EQ(Take(QZConvert::DataToText(&data, QZDataType::ARRAYINT32)), "");
     data.NewSize(16);
     data.SetValueInt32(0, 1);
-    EXPECT_EQ(Take(QZConvert::DataToText(&data, QZDataType::ARRAYINT32)), "7") << "what follows is left out";
+    EXPECT_EQ(Take(QZConvert::DataToText(&data, QZDataType::ARRAYINT32)), "7")
+        << "bytes after the last element are ignored";
 }
 
 TEST(TypedText, ArrayTextIsReadLeniently)
@@ -427,9 +428,10 @@ TEST(TypedText, ArrayTextIsReadLeniently)
               qztest::Hex(qztest::Bytes("0000000000000040 000000000000F8BF 000000000000D03F")));
 }
 
-TEST(TypedText, HalfAFullWidthCommaTakesTheNextCharacterAlong)
+TEST(TypedText, ArraySeparatorA3SkipsTheNextCharacter)
 {
-    // The second half reads as a digit here and must not count.
+    // U+00A3, half of a wrongly decoded full-width comma, separates elements; the digit after it is its other
+    // half.
     QZString text = Text(
         "1\xC2\xA3"
         "92");
@@ -440,7 +442,7 @@ TEST(TypedText, HalfAFullWidthCommaTakesTheNextCharacterAlong)
               qztest::Hex(qztest::Bytes("02000000 01000000 00000000")));
 }
 
-TEST(TypedText, NumbersAndDatesOfNoTextAreRefused)
+TEST(TypedText, EmptyTextIsRefusedForNumbersAndDates)
 {
     QZString empty;
     EXPECT_QZ_THROW(QZConvert::TextToData(&empty, QZDataType::INT32), 256);

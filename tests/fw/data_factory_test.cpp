@@ -6,7 +6,7 @@
 #include "fw/fw_keyed.h"
 #include "support/qz_test.h"
 
-TEST(DataFactory, RecycledBufferComesBackEmptyWithItsStorage)
+TEST(DataFactory, RecycledBufferIsReusedEmptyWithItsStorage)
 {
     QZData* data = QZDataFactory::CreateData();
     data->NewSize(100);
@@ -41,7 +41,7 @@ TEST(DataFactory, CollectionTakenForDataGoesToItsOwnCache)
     EXPECT_EQ(again, nullptr);
 }
 
-TEST(DataFactory, ForeignTypesAreRefusedWithoutACode)
+TEST(DataFactory, UnknownTypesThrowWithoutACode)
 {
     QZStack stack;
     QZData* data = &stack;
@@ -49,7 +49,7 @@ TEST(DataFactory, ForeignTypesAreRefusedWithoutACode)
     EXPECT_EQ(data, &stack);
 }
 
-TEST(DataFactory, LockedObjectsAreRefusedAndTheVariableStays)
+TEST(DataFactory, LockedObjectsAreRefusedAndTheVariableIsKept)
 {
     QZData* data = QZDataFactory::CreateData();
     data->SetDisposable(1, 0);
@@ -59,7 +59,7 @@ TEST(DataFactory, LockedObjectsAreRefusedAndTheVariableStays)
     QZDataFactory::Recycle(&data);
 }
 
-TEST(DataFactory, DataCollectionForgetsItsElements)
+TEST(DataFactory, RecycledDataCollectionDoesNotRecycleItsElements)
 {
     QZData* data = QZDataFactory::CreateData();
     QZDataCollection* collection = QZDataFactory::CreateDataCollection();
@@ -73,7 +73,7 @@ TEST(DataFactory, DataCollectionForgetsItsElements)
     QZDataFactory::Recycle(&collection);
 }
 
-TEST(DataFactory, NullInTheVariableIsABrokenAssertion)
+TEST(DataFactory, RecycleOfNullFailsAnAssertion)
 {
     qztest::AssertWatch watch;
     QZData* data = nullptr;
@@ -86,7 +86,7 @@ TEST(DataFactory, NullInTheVariableIsABrokenAssertion)
     EXPECT_EQ(watch.Count(), 4);
 }
 
-TEST(DataFactory, MemorySizeIsThatOfTheIdleObjects)
+TEST(DataFactory, MemorySizeCountsIdleObjects)
 {
     QZDataFactory::Collect(0);
     const QZInt64 none = QZDataFactory::GetMemorySize();

@@ -18,7 +18,7 @@ std::string Text(const QZData& data)
     return std::string(static_cast<const char*>(data.GetPointer()), static_cast<std::size_t>(data.GetSize()));
 }
 
-/// Replaces and gives the text of the new object, which goes back.
+/// Calls Replace, returns the text of the result and recycles the result.
 std::string Replaced(QZData& source, std::string_view find, std::string_view with)
 {
     QZData pattern = Of(find);
@@ -46,7 +46,7 @@ std::string Pieces(std::string_view text, std::string_view separator)
 
 // ---- Find
 
-TEST(Data, FindGivesTheFirstPosition)
+TEST(Data, FindReturnsTheFirstPosition)
 {
     QZData data("abcabcabd", 9);
     QZData pattern("abd", 3);
@@ -67,7 +67,7 @@ TEST(Data, FindOfANullPatternIsZero)
     EXPECT_EQ(data.Find(static_cast<QZData*>(nullptr)), 0);
 }
 
-TEST(Data, FindNextGoesOnBehindTheRememberedPlace)
+TEST(Data, FindNextContinuesAfterTheLastMatch)
 {
     QZData data("aaaaa", 5);
     QZData pattern("aa", 2);
@@ -76,7 +76,7 @@ TEST(Data, FindNextGoesOnBehindTheRememberedPlace)
     EXPECT_EQ(data.FindNext(&pattern), -1);
 }
 
-TEST(Data, FindNextWithNothingFoundBeforeStartsAtThePatternsSizeLessOne)
+TEST(Data, FindNextWithoutAMatchBeforeStartsAtPatternSizeMinusOne)
 {
     QZData data("abab", 4);
     QZData pattern("ab", 2);
@@ -88,7 +88,7 @@ TEST(Data, FindNextWithNothingFoundBeforeStartsAtThePatternsSizeLessOne)
     EXPECT_EQ(other.FindNext(&single), 0);
 }
 
-TEST(Data, FindNextSkipsByTheSizeOfThePatternGivenNow)
+TEST(Data, FindNextSkipsByTheSizeOfItsOwnPattern)
 {
     QZData data("abcdeabcde", 10);
     EXPECT_EQ(data.Find("a", 1), 0);
@@ -96,7 +96,7 @@ TEST(Data, FindNextSkipsByTheSizeOfThePatternGivenNow)
     EXPECT_EQ(data.FindNext(&pattern), 6);
 }
 
-TEST(Data, SetForgetsTheRememberedPosition)
+TEST(Data, SetResetsTheSearchPosition)
 {
     QZData data("aaaa", 4);
     QZData pattern("a", 1);
@@ -109,7 +109,7 @@ TEST(Data, SetForgetsTheRememberedPosition)
 
 // ---- Replace and split
 
-TEST(Data, ReplaceGivesANewBufferAndKeepsTheSource)
+TEST(Data, ReplaceReturnsANewBufferAndKeepsTheSource)
 {
     QZData data("one two one", 11);
     EXPECT_EQ(Replaced(data, "one", "three"), "three two three");
@@ -119,7 +119,7 @@ TEST(Data, ReplaceGivesANewBufferAndKeepsTheSource)
     EXPECT_EQ(Text(data), "one two one");
 }
 
-TEST(Data, ReplaceOfAnAbsentPatternGivesACopy)
+TEST(Data, ReplaceWithoutAMatchReturnsACopy)
 {
     QZData data("abc", 3);
     EXPECT_EQ(Replaced(data, "x", "yyyy"), "abc");
@@ -133,7 +133,7 @@ TEST(Data, ReplacedMatchesDoNotOverlap)
     EXPECT_EQ(Replaced(data, "aa", "aaa"), "aaaaaaa");
 }
 
-TEST(Data, ReplaceInNothingGivesNothing)
+TEST(Data, ReplaceInEmptyDataIsEmpty)
 {
     QZData data;
     EXPECT_EQ(Replaced(data, "a", "b"), "");
@@ -151,7 +151,7 @@ TEST(Data, ReplaceWithRawBytes)
     EXPECT_EQ(result, nullptr);
 }
 
-TEST(Data, ReplaceWithANullSubstituteOfSomeLengthIsEmptyAndSetsTheLastError)
+TEST(Data, ReplaceWithNullPointersReturnsEmptyAndSetsTheLastError)
 {
     QZData data("a-b", 3);
     QZLastError = 0;
@@ -167,7 +167,7 @@ TEST(Data, ReplaceWithANullSubstituteOfSomeLengthIsEmptyAndSetsTheLastError)
     QZLastError = 0;
 }
 
-TEST(Data, ReplaceForgetsTheRememberedPosition)
+TEST(Data, ReplaceResetsTheSearchPosition)
 {
     QZData data("abab", 4);
     QZData pattern("b", 1);
@@ -176,7 +176,7 @@ TEST(Data, ReplaceForgetsTheRememberedPosition)
     EXPECT_EQ(data.FindNext(&pattern), 1);
 }
 
-TEST(Data, ReplaceThatFailsTellsClassMethodTypesAndBytes)
+TEST(Data, FailedReplaceNamesClassMethodAndTypes)
 {
     QZData data("abc", 3);
     QZData empty;
@@ -186,7 +186,7 @@ TEST(Data, ReplaceThatFailsTellsClassMethodTypesAndBytes)
     EXPECT_EQ(thrown.stackTrace, "QZData::Replace(QZData*, QZData*)");
 }
 
-TEST(Data, SplitAlwaysAddsTheRest)
+TEST(Data, SplitAlwaysAddsTheLastPiece)
 {
     EXPECT_EQ(Pieces("a,b,", ","), "a|b|");
     EXPECT_EQ(Pieces(",", ","), "|");
@@ -197,7 +197,7 @@ TEST(Data, SplitAlwaysAddsTheRest)
     EXPECT_EQ(Pieces("abc", ""), "abc");
 }
 
-TEST(Data, SplitOfNothingIsOneEmptyPiece)
+TEST(Data, SplitOfEmptyDataIsOneEmptyPiece)
 {
     QZData source;
     QZData mark(",", 1);
@@ -208,7 +208,7 @@ TEST(Data, SplitOfNothingIsOneEmptyPiece)
     source.Recycle(&pieces);
 }
 
-TEST(Data, ReplaceWithoutMemoryTellsBothByteStrings)
+TEST(Data, ReplaceWithoutMemoryNamesBothByteStrings)
 {
     QZData data(8000);
     data.Fill(static_cast<QZByte>(0x01));
@@ -226,13 +226,13 @@ TEST(Data, ReplaceWithoutMemoryTellsBothByteStrings)
     QZLastError = 0;
 }
 
-TEST(Data, SplitWithoutMemoryAddsItsFrameAndGivesThePiecesBack)
+TEST(Data, SplitWithoutMemoryAddsItsFrameAndRecyclesThePieces)
 {
     QZData data(20000);
     QZData mark(",", 1);
     QZDataFactory::Collect(0);
     QZLastError = 0;
-    // The collection and the piece are at hand; the room for the piece's bytes is not.
+    // The caches hold a collection and a piece, so that only the bytes of the piece need memory.
     QZDataCollection* pieces = QZDataFactory::CreateDataCollection();
     QZDataFactory::Recycle(&pieces);
     QZData* idle = QZDataFactory::CreateData();
@@ -246,32 +246,32 @@ TEST(Data, SplitWithoutMemoryAddsItsFrameAndGivesThePiecesBack)
     QZLastError = 0;
 }
 
-TEST(Data, FindIsRememberedEvenWhenItFails)
+TEST(Data, FailedFindResetsTheSearchPosition)
 {
     QZData data("abab", 4);
     QZData pattern("b", 1);
     EXPECT_EQ(data.Find("b", 1), 1);
     EXPECT_EQ(data.Find("x", 1), -1);
     EXPECT_EQ(data.FindNext(&pattern), 1);
-    // A search for nothing remembers the start.
+    // A search for a null pattern finds it at 0.
     EXPECT_EQ(data.Find(static_cast<void*>(nullptr), 1), 0);
     EXPECT_EQ(data.FindNext(&pattern), 1);
     EXPECT_EQ(data.Find("ab", -1), -1);
 }
 
-TEST(Data, ReplaceWithNegativeLengthsFollowsTheSizing)
+TEST(Data, ReplaceWithNegativeLengthsIsEmptyOrOutOfMemory)
 {
     QZData data("abcdefghij", 10);
     QZLastError = 0;
-    // 10 + 10 / 1 * |-1 - 1| bytes of room, and nothing in them.
+    // The buffer is sized as 10 + 10 / 1 * |-1 - 1|, and nothing is written into it.
     QZData* result = data.Replace("a", 1, "x", -1);
     EXPECT_EQ(result->GetSize(), 0);
     EXPECT_EQ(QZLastError, 256);
     QZData::Recycle(&result);
     QZLastError = 0;
-    // 10 + 10 / -2 * |1 + 2| is below zero: no room.
+    // 10 + 10 / -2 * |1 + 2| is negative, which no buffer can have as its size.
     EXPECT_QZ_THROW(data.Replace("a", -2, "x", 1), 4352);
-    // 10 / -20 is nothing: room for the source, and nothing in it.
+    // 10 / -20 is 0: the buffer has the size of the source, and nothing is written into it.
     result = data.Replace("a", -20, "x", 1);
     EXPECT_EQ(result->GetSize(), 0);
     EXPECT_EQ(QZLastError, 256);

@@ -29,7 +29,7 @@ TEST(Data, FreshObjectIsEmptyWithHeadRoom)
     EXPECT_EQ(data.GetMemorySize(), 4096 + 8);
 }
 
-TEST(Data, BlockIsExposedByteForByte)
+TEST(Data, BlockHasTheDocumentedBytes)
 {
     QZData data("\x11\x22\x33", 3);
     EXPECT_BYTES(data.GetStructPointer(), 40,
@@ -43,7 +43,7 @@ TEST(Data, BlockIsExposedByteForByte)
     EXPECT_EQ(data.GetStructSize(), 120);
 }
 
-TEST(Data, SizesOfEveryIntegerTypeMakeABufferOfThatSize)
+TEST(Data, ConstructorTakesASizeOfEveryIntegerType)
 {
     EXPECT_EQ(QZData(10).GetSize(), 10);
     EXPECT_EQ(QZData(0).GetSize(), 0);
@@ -73,7 +73,7 @@ TEST(Data, NegativeSizeThrowsTheLastErrorOrOutOfMemory)
     EXPECT_EQ(data.GetSize(), 4);
 }
 
-TEST(Data, GrowthThatCannotBeMetThrowsAndLeavesTheObjectSound)
+TEST(Data, ImpossibleGrowthThrowsAndKeepsTheData)
 {
     QZLastError = 0;
     QZData data("abc", 3);
@@ -123,7 +123,7 @@ TEST(Data, CopiesAreDeep)
     EXPECT_EQ(Text(assigned), "bcdef");
 }
 
-TEST(Data, ValueCopyHasTheIdOfItsSource)
+TEST(Data, ValueCopyKeepsTheObjectId)
 {
     QZData source("a", 1);
     QZData byValue(source);
@@ -134,7 +134,7 @@ TEST(Data, ValueCopyHasTheIdOfItsSource)
 
 // ---- Damage
 
-TEST(Data, BytesUpToTheNextMultipleOfEightAreNobodys)
+TEST(Data, PaddingBeforeTheGuardIsNotChecked)
 {
     QZData data("abc", 3);
     auto* p = static_cast<unsigned char*>(data.GetPointer());
@@ -157,7 +157,7 @@ TEST(Data, OverwrittenGuardFailsTheCheckAndIsReportedAtDestruction)
         EXPECT_EQ(watch.Count(), 1);
         EXPECT_EQ(QZLastError, 512);
     }
-    // The damaged block was left alone.
+    // The damaged block was not freed: once repaired, it can be.
     block::WriteGuard(raw);
     QZLastError = 0;
     EXPECT_TRUE(block::Free(raw));
@@ -183,7 +183,7 @@ TEST(Data, OverwrittenMarkerIsReportedAtDestruction)
     EXPECT_TRUE(block::Free(raw));
 }
 
-TEST(Data, OverwrittenGuardOfTheBufferIsReportedAtDestruction)
+TEST(Data, OverwrittenBufferGuardIsReportedAtDestruction)
 {
     unsigned char* raw = nullptr;
     {
@@ -205,7 +205,7 @@ TEST(Data, OverwrittenGuardOfTheBufferIsReportedAtDestruction)
 
 // ---- Size and offset
 
-TEST(Data, NewSizeKeepsTheFrontAndTheBlockNeverShrinks)
+TEST(Data, NewSizeKeepsLeadingBytesAndNeverShrinksTheBlock)
 {
     QZData data("abcdef", 6);
     data.NewSize(3);
@@ -221,7 +221,7 @@ TEST(Data, NewSizeKeepsTheFrontAndTheBlockNeverShrinks)
     EXPECT_TRUE(data.Check());
 }
 
-TEST(Data, NewSizeWithAByteFillsWhatIsAdded)
+TEST(Data, NewSizeWithAByteFillsNewBytes)
 {
     QZData data("ab", 2);
     data.NewSize(12, '.');
@@ -243,7 +243,7 @@ TEST(Data, LargerOffsetDropsBytesFromTheFront)
     EXPECT_TRUE(data.Check());
 }
 
-TEST(Data, OffsetZeroTakesTheWholeHeadRoomIn)
+TEST(Data, OffsetZeroAddsTheWholeHeadRoomToTheData)
 {
     QZData data("ab", 2);
     data.SetOffset(0);
@@ -260,7 +260,7 @@ TEST(Data, NegativeOffsetIsIgnored)
     EXPECT_EQ(data.GetSize(), 2);
 }
 
-TEST(Data, OffsetFarPastTheEndIsTheCapacityAndTheObjectStaysSound)
+TEST(Data, OffsetFarPastTheEndStopsAtTheCapacity)
 {
     QZData data("abc", 3);
     data.SetOffset(1000000);
@@ -278,7 +278,7 @@ TEST(Data, OffsetFarPastTheEndIsTheCapacityAndTheObjectStaysSound)
     EXPECT_TRUE(data.Check());
 }
 
-TEST(Data, OffsetJustPastTheEndLeavesNothing)
+TEST(Data, OffsetAtOrPastTheEndLeavesNoData)
 {
     QZData data("abc", 3);
     data.SetOffset(67);
@@ -289,7 +289,7 @@ TEST(Data, OffsetJustPastTheEndLeavesNothing)
     EXPECT_TRUE(data.Check());
 }
 
-TEST(Data, ClearGivesAnEmptyBlockWithFullHeadRoom)
+TEST(Data, ClearLeavesAnEmptyBlockWithFullHeadRoom)
 {
     QZData longer("abcdef", 6);
     longer.SetOffset(3);
@@ -313,7 +313,7 @@ TEST(Data, ClearGivesAnEmptyBlockWithFullHeadRoom)
 
 // ---- Comparing and filling
 
-TEST(Data, EqualsLooksAtTypeSizeAndBytes)
+TEST(Data, EqualsComparesTypeSizeAndBytes)
 {
     QZData a("abc", 3);
     QZData b("abc", 3);
@@ -328,7 +328,7 @@ TEST(Data, EqualsLooksAtTypeSizeAndBytes)
     EXPECT_TRUE(empty.Equals("", 0));
 }
 
-TEST(Data, FillRepeatsTheFourBytesAndTheTailGetsTheLowOnes)
+TEST(Data, FillRepeatsFourBytesAndEndsWithTheLowOnes)
 {
     QZData data(11);
     data.Fill(0x44332211);
@@ -344,7 +344,7 @@ TEST(Data, FillRepeatsTheFourBytesAndTheTailGetsTheLowOnes)
 
 // ---- Append and prepend
 
-TEST(Data, AppendAddsBehindTheData)
+TEST(Data, AppendAddsAfterTheData)
 {
     QZData data("abc", 3);
     QZData more("def", 3);
@@ -407,7 +407,7 @@ TEST(Data, PrependOf64BytesMovesTheDataAndKeepsTheOffset)
     EXPECT_TRUE(data.Check());
 }
 
-TEST(Data, PrependAddsInFrontAndMayBeItself)
+TEST(Data, PrependAddsBeforeTheDataAndTakesItself)
 {
     QZData data("abc", 3);
     QZData more("def", 3);
@@ -457,7 +457,7 @@ TEST(Data, SetFromItselfChangesNothing)
     EXPECT_EQ(data.FindNext(&pattern), 3);
 }
 
-TEST(Data, SetFromAPartOfItself)
+TEST(Data, SetTakesAPartOfItself)
 {
     QZData data("0123456789ABCDEFGHIJ", 20);
     data.Set(QZAt(data.GetPointer(), 8), 8);
@@ -467,7 +467,7 @@ TEST(Data, SetFromAPartOfItself)
 
 // ---- Elements
 
-TEST(Data, ElementsCountInTheirOwnWidthLowByteFirst)
+TEST(Data, ElementIndicesCountInElementWidthsLittleEndian)
 {
     QZData data(16);
     data.SetValueInt64(1, 0x1122334455667788);
@@ -538,7 +538,7 @@ TEST(Data, IndexMinusOneWithoutHeadRoomStaysInsideTheBlock)
     EXPECT_BYTES(data.GetPointer(), 4, "FF FF FF 00");
 }
 
-TEST(Data, IndicesThatWrapInThirtyTwoBitsNeverReachForeignMemory)
+TEST(Data, IndicesThatWrapIn32BitsThrow)
 {
     QZData data(64);
     EXPECT_QZ_THROW(data.GetValueByte(0xFFFFFFFF), 1024);
@@ -549,7 +549,7 @@ TEST(Data, IndicesThatWrapInThirtyTwoBitsNeverReachForeignMemory)
     EXPECT_QZ_THROW(data.SetValueByte(std::numeric_limits<QZInt64>::min(), 1), 1024);
 }
 
-TEST(Data, ElementFailureNamesMethodAndIndex)
+TEST(Data, FailedElementReadNamesMethodAndIndex)
 {
     QZData data(4);
     const qztest::Thrown thrown = qztest::Catch([&] { data.GetValueInt32(7); });
@@ -558,7 +558,7 @@ TEST(Data, ElementFailureNamesMethodAndIndex)
     EXPECT_EQ(thrown.argumentTrace, "QZData::GetValueInt32(7)");
 }
 
-TEST(Data, ElementFailureOfSettingNamesTheValueToo)
+TEST(Data, FailedElementWriteNamesTheValueToo)
 {
     QZData data(4);
     qztest::Thrown thrown = qztest::Catch([&] { data.SetValueInt16(7, -3); });
@@ -592,7 +592,7 @@ TEST(Data, GrowthWithoutMemoryThrowsAndKeepsTheData)
     QZLastError = 0;
 }
 
-TEST(Data, GrowthWithoutMemoryThrowsTheLastErrorThatStands)
+TEST(Data, NegativeSizeThrowsAnEarlierLastError)
 {
     QZLastError = 256;
     EXPECT_QZ_THROW(QZData(-1), 256);
@@ -619,7 +619,7 @@ TEST(Data, CopiesGoThroughTheCopyHook)
 
 // ---- Arguments at the edges
 
-TEST(Data, FarOffsetsOneAfterAnotherEndAtTheSamePlace)
+TEST(Data, RepeatedFarOffsetsStopAtTheSamePosition)
 {
     QZData data("abc", 3);
     data.SetOffset(1000000);
@@ -635,7 +635,7 @@ TEST(Data, FarOffsetsOneAfterAnotherEndAtTheSamePlace)
     EXPECT_TRUE(data.Check());
 }
 
-TEST(Data, SizesThatNoSumCanHoldAreOutOfMemory)
+TEST(Data, OverflowingSizesThrowOutOfMemory)
 {
     QZData data("abc", 3);
     QZLastError = 0;
@@ -649,7 +649,7 @@ TEST(Data, SizesThatNoSumCanHoldAreOutOfMemory)
     QZLastError = 0;
 }
 
-TEST(Data, FailuresNameTheirMethodAndArguments)
+TEST(Data, FailuresNameMethodAndArguments)
 {
     QZLastError = 0;
     qztest::Thrown thrown = qztest::Catch([] { QZData data(-1); });
@@ -675,7 +675,7 @@ TEST(Data, FailuresNameTheirMethodAndArguments)
     EXPECT_EQ(thrown.argumentTrace, "QZData::NewSize(-7)");
 }
 
-TEST(Data, APrependAsLongAsTheHeadRoomMovesTheData)
+TEST(Data, PrependAsLongAsTheHeadRoomMovesTheData)
 {
     QZData data("abc", 3);
     data.SetOffset(10);
@@ -693,7 +693,7 @@ TEST(Data, APrependAsLongAsTheHeadRoomMovesTheData)
     EXPECT_TRUE(data.Check());
 }
 
-TEST(Data, EqualsWithNullIsFalseAndSetsTheErrorWord)
+TEST(Data, EqualsWithNullIsFalseAndSetsTheLastError)
 {
     QZData empty;
     QZLastError = 0;
@@ -702,7 +702,7 @@ TEST(Data, EqualsWithNullIsFalseAndSetsTheErrorWord)
     QZLastError = 0;
 }
 
-TEST(Data, MovesAndClearingGoThroughTheirHooks)
+TEST(Data, MovesAndClearsGoThroughTheirHooks)
 {
     static QZInt64 moved;
     static QZInt64 cleaned;

@@ -13,7 +13,8 @@ constexpr QZInt64 kU8 = QZEncodingType::UTF8;
 constexpr QZInt64 kU32 = QZEncodingType::UTF32LE;
 constexpr QZInt64 kU32Be = QZEncodingType::UTF32BE;
 
-/// The conversion as hex. The sizing pass must name the very size that is written.
+/// Returns the converted bytes as hex. Expects that the call without a target returns the number of bytes
+/// written.
 std::string Converted(QZInt64 from, QZInt64 to, std::string_view hex)
 {
     std::string source = qztest::Bytes(hex);
@@ -31,7 +32,7 @@ std::string Converted(QZInt64 from, QZInt64 to, std::string_view hex)
     return qztest::Hex(target.data(), static_cast<std::size_t>(needed));
 }
 
-/// The conversion into a target of so many bytes, as hex.
+/// Returns the bytes converted into a target of `room` bytes, as hex.
 std::string Limited(QZInt64 from, QZInt64 to, std::string_view hex, QZInt64 room)
 {
     std::string source = qztest::Bytes(hex);
@@ -62,7 +63,7 @@ TEST(EncodingConvert, NamesOfTheEncodings)
     EXPECT_EQ(kU32Be, 0x2010600);
 }
 
-TEST(EncodingConvert, EveryUnicodePair)
+TEST(EncodingConvert, ConvertsBetweenAllUnicodeEncodings)
 {
     const std::pair<QZInt64, const char*> forms[] = {
         {kU8, kUtf8}, {kLe, kUtf16Le}, {kBe, kUtf16Be}, {kU32, kUtf32}};
@@ -71,7 +72,7 @@ TEST(EncodingConvert, EveryUnicodePair)
             EXPECT_EQ(Converted(from, to, source), Bytes(target)) << from << " to " << to;
 }
 
-TEST(EncodingConvert, PlainTextToAndFromTheNarrowPage)
+TEST(EncodingConvert, AsciiToAndFromTheAnsiCodePage)
 {
     EXPECT_EQ(Converted(kAnsi, kAnsi, "61 62"), "61 62");
     EXPECT_EQ(Converted(kAnsi, kLe, "61 62"), "61 00 62 00");
@@ -84,9 +85,10 @@ TEST(EncodingConvert, PlainTextToAndFromTheNarrowPage)
     EXPECT_EQ(Converted(kU32, kAnsi, "61000000 62000000"), "61 62");
 }
 
-TEST(EncodingConvert, NarrowTextGoesThereAndBack)
+TEST(EncodingConvert, AnsiTextRoundTrips)
 {
-    // e acute stands in the narrow pages that tests run with; how many bytes it takes is the page's affair.
+    // e acute exists in every ANSI code page that the tests run with; its number of bytes depends on the
+    // page.
     std::string narrow = Converted(kLe, kAnsi, "6100 E900 6200");
     EXPECT_EQ(Converted(kAnsi, kLe, narrow), "61 00 E9 00 62 00");
     EXPECT_EQ(Converted(kAnsi, kBe, narrow), "00 61 00 E9 00 62");
@@ -97,7 +99,7 @@ TEST(EncodingConvert, NarrowTextGoesThereAndBack)
     EXPECT_EQ(Converted(kBe, kAnsi, "0061 00E9 0062"), narrow);
 }
 
-TEST(EncodingConvert, LeadingMarkIsDroppedBeforeTheNarrowPage)
+TEST(EncodingConvert, ByteOrderMarkIsDroppedForTheAnsiCodePage)
 {
     EXPECT_EQ(Converted(kLe, kAnsi, "FFFE 6100"), "61");
     EXPECT_EQ(Converted(kBe, kAnsi, "FEFF 0061"), "61");
@@ -106,7 +108,7 @@ TEST(EncodingConvert, LeadingMarkIsDroppedBeforeTheNarrowPage)
     EXPECT_EQ(Converted(kLe, kAnsi, "FFFE"), "");
 }
 
-TEST(EncodingConvert, LeadingMarkIsKeptElsewhere)
+TEST(EncodingConvert, ByteOrderMarkIsKeptElsewhere)
 {
     EXPECT_EQ(Converted(kLe, kU8, "FFFE 6100"), "EF BB BF 61");
     EXPECT_EQ(Converted(kU8, kLe, "EFBBBF 61"), "FF FE 61 00");
@@ -122,7 +124,7 @@ TEST(EncodingConvert, Utf32BeHasNoConversion)
     }
 }
 
-TEST(EncodingConvert, UnknownEncodingGivesMinusOne)
+TEST(EncodingConvert, UnknownEncodingReturnsMinusOne)
 {
     EXPECT_EQ(QZEncoding::Convert(kU8, "a", 1, 0, nullptr, 0), -1);
     EXPECT_EQ(QZEncoding::Convert(0xFF000000, "a", 1, kU8, nullptr, 0), -1);
@@ -162,7 +164,7 @@ TEST(EncodingConvert, Utf8FourByteRange)
     EXPECT_EQ(Converted(kU32, kLe, "00000100 FFFF1000"), Bytes("00D8 00DC FFDB FFDF"));
 }
 
-TEST(EncodingConvert, ValuesThatAreNoCharactersBecomeTheReplacement)
+TEST(EncodingConvert, InvalidCodePointsBecomeTheReplacementCharacter)
 {
     // U+110000, then sequences of five and six bytes.
     EXPECT_EQ(Converted(kU8, kLe, "F4908080"), "FD FF");
@@ -174,7 +176,7 @@ TEST(EncodingConvert, ValuesThatAreNoCharactersBecomeTheReplacement)
     EXPECT_EQ(Converted(kU32, kU8, "00D80000 00001100"), Bytes("EFBFBD EFBFBD"));
 }
 
-TEST(EncodingConvert, FiveByteFormOfASmallValueIsItsValue)
+TEST(EncodingConvert, OverlongFiveByteFormIsDecoded)
 {
     EXPECT_EQ(Converted(kU8, kLe, "F880808081"), "01 00");
     EXPECT_EQ(Converted(kU8, kLe, "FC8080808081"), "01 00");
@@ -192,13 +194,13 @@ TEST(EncodingConvert, TrailingBytesAreNotChecked)
     EXPECT_EQ(Converted(kU8, kLe, "C0 00"), "FD FF");
 }
 
-TEST(EncodingConvert, LoneTrailingByteIsItsValue)
+TEST(EncodingConvert, LoneTrailingByteIsDecodedAsItsValue)
 {
     EXPECT_EQ(Converted(kU8, kLe, "80 BF 61"), "80 00 BF 00 61 00");
     EXPECT_EQ(Converted(kU8, kU32, "9F"), "9F 00 00 00");
 }
 
-TEST(EncodingConvert, Utf8CutOffAtItsEndStopsBeforeTheBrokenCharacter)
+TEST(EncodingConvert, TruncatedUtf8StopsBeforeTheIncompleteCharacter)
 {
     EXPECT_EQ(Converted(kU8, kLe, "61 C3"), "61 00");
     EXPECT_EQ(Converted(kU8, kLe, "61 E282"), "61 00");
@@ -207,7 +209,7 @@ TEST(EncodingConvert, Utf8CutOffAtItsEndStopsBeforeTheBrokenCharacter)
     EXPECT_EQ(Converted(kU8, kBe, "E2"), "");
 }
 
-TEST(EncodingConvert, RestBehindTheLastWholeUnitIsLeftOut)
+TEST(EncodingConvert, IncompleteLastUnitIsIgnored)
 {
     EXPECT_EQ(Converted(kLe, kU8, "6100 62"), "61");
     EXPECT_EQ(Converted(kLe, kBe, "6100 62"), "00 61");
@@ -216,7 +218,7 @@ TEST(EncodingConvert, RestBehindTheLastWholeUnitIsLeftOut)
     EXPECT_EQ(Converted(kLe, kU32, "3DD8 00"), Bytes("FDFF0000"));
 }
 
-TEST(EncodingConvert, LoneSurrogatesOfUtf16GoOutAsThreeBytes)
+TEST(EncodingConvert, LoneSurrogatesBecomeThreeBytesInUtf8)
 {
     EXPECT_EQ(Converted(kLe, kU8, "3DD8 6100"), Bytes("EDA0BD 61"));
     EXPECT_EQ(Converted(kLe, kU8, "00DE 6100"), Bytes("EDB880 61"));
@@ -224,20 +226,20 @@ TEST(EncodingConvert, LoneSurrogatesOfUtf16GoOutAsThreeBytes)
     EXPECT_EQ(Converted(kLe, kU8, "3DD8 3DD8 00DE"), Bytes("EDA0BD F09F9880"));
 }
 
-TEST(EncodingConvert, PairOfTheFirstHighSurrogateGoesOutAsTwoThreeByteForms)
+TEST(EncodingConvert, PairWithHighSurrogateD800BecomesSixBytesInUtf8)
 {
     EXPECT_EQ(Converted(kLe, kU8, "00D8 00DC"), Bytes("EDA080 EDB080"));
     EXPECT_EQ(Converted(kBe, kU8, "D800 DC00"), Bytes("EDA080 EDB080"));
     EXPECT_EQ(Converted(kLe, kU8, "01D8 00DC"), Bytes("F0909080"));
 }
 
-TEST(EncodingConvert, LoneSurrogatesBecomeTheReplacementInUtf32)
+TEST(EncodingConvert, LoneSurrogatesBecomeTheReplacementCharacterInUtf32)
 {
     EXPECT_EQ(Converted(kLe, kU32, "3DD8 6100 00DE"), Bytes("FDFF0000 61000000 FDFF0000"));
     EXPECT_EQ(Converted(kLe, kU32, "00D8 00DC"), Bytes("00000100"));
 }
 
-TEST(EncodingConvert, LongTextsPassThroughTheFastRunsUnchanged)
+TEST(EncodingConvert, LongAsciiRunsConvertUnchanged)
 {
     std::string utf8;
     std::string utf16;
@@ -267,7 +269,7 @@ TEST(EncodingConvert, FullTargetEndsTheConversion)
     EXPECT_EQ(Limited(kLe, kU8, "6100 6200 6300 6400", 3), "61 62 63");
 }
 
-TEST(EncodingConvert, CharactersAreNotWrittenInPart)
+TEST(EncodingConvert, CharactersAreNotSplitAtTheEndOfTheTarget)
 {
     EXPECT_EQ(Limited(kLe, kU8, "6100 AC20 6200", 3), "61");
     EXPECT_EQ(Limited(kLe, kU8, "6100 AC20 6200", 4), "61 E2 82 AC");
@@ -284,7 +286,7 @@ TEST(EncodingConvert, HighSurrogateIsWrittenWhenTheLowOneDoesNotFit)
     EXPECT_EQ(Limited(kU8, kBe, "F09F9880", 2), "D8 3D");
 }
 
-TEST(EncodingConvert, NarrowPageIntoAFullTarget)
+TEST(EncodingConvert, AnsiConversionStopsAtAFullTarget)
 {
     EXPECT_EQ(Limited(kAnsi, kLe, "61 62 63", 4), "61 00 62 00");
     EXPECT_EQ(Limited(kLe, kAnsi, "6100 6200 6300", 2), "61 62");
@@ -294,7 +296,7 @@ TEST(EncodingConvert, NarrowPageIntoAFullTarget)
     EXPECT_EQ(Limited(kAnsi, kLe, narrow, 0), "");
 }
 
-TEST(EncodingConvert, AnyAlignmentWillDo)
+TEST(EncodingConvert, UnalignedBuffersConvert)
 {
     alignas(8) unsigned char source[9] = {0, 0xE9, 0, 0x62, 0};
     alignas(8) unsigned char target[16] = {};

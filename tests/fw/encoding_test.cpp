@@ -10,7 +10,7 @@
 
 namespace
 {
-/// Takes a new QZData over as hex.
+/// Returns the bytes as hex and recycles the object.
 std::string Taken(QZData* data)
 {
     std::string result = qztest::Hex(data->GetPointer(), static_cast<std::size_t>(data->GetSize()));
@@ -49,7 +49,7 @@ struct Block
 };
 }  // namespace
 
-TEST(Encoding, GetDataGivesTheTextWithoutATerminator)
+TEST(Encoding, GetDataReturnsTheTextWithoutATerminator)
 {
     QZString text(QZ_W("a\u20AC"));
     EXPECT_EQ(Taken(QZEncoding::GetData(QZEncodingType::UTF8, &text)), "61 E2 82 AC");
@@ -80,7 +80,7 @@ TEST(Encoding, GetDataReadsARawStringBlock)
     EXPECT_BYTES(data.GetPointer(), data.GetSize(), "6100 AC20");
 }
 
-TEST(Encoding, TypeWordOfARawBlockNamesItsEncoding)
+TEST(Encoding, RawBlockIsReadInTheEncodingOfItsType)
 {
     Block utf8(QZEncodingType::UTF8, "61 E282AC 00");
     EXPECT_EQ(Taken(QZEncoding::GetData(QZEncodingType::UTF16LE, utf8.p)), "61 00 AC 20");
@@ -163,7 +163,7 @@ TEST(Encoding, GetStringFillsTheGivenObject)
     EXPECT_EQ(text.GetPointer()[0], 0x7A00);
 }
 
-TEST(Encoding, GetStringFailsWhenNothingComesOfTheBytes)
+TEST(Encoding, GetStringThrowsWhenTheConversionIsEmptyOrUnknown)
 {
     QZLastError = 0;
     EXPECT_QZ_THROW(QZEncoding::GetString(QZEncodingType::UTF8, "\xE2\x82", 2), 4352);
@@ -182,7 +182,7 @@ TEST(EncodingIsLegalUtf8, WellFormedText)
     EXPECT_TRUE(QZEncoding::IsLegalUTF8(nullptr, 0));
 }
 
-TEST(EncodingIsLegalUtf8, LeadingMarkIsSkipped)
+TEST(EncodingIsLegalUtf8, ByteOrderMarkIsSkipped)
 {
     EXPECT_TRUE(IsLegal("EFBBBF"));
     EXPECT_TRUE(IsLegal("EFBBBF 61"));
@@ -212,7 +212,7 @@ TEST(EncodingIsLegalUtf8, BadTrailingBytes)
     EXPECT_FALSE(IsLegal("F1418080"));
 }
 
-TEST(EncodingIsLegalUtf8, SecondByteLimits)
+TEST(EncodingIsLegalUtf8, SecondByteRange)
 {
     EXPECT_FALSE(IsLegal("E09FBF"));
     EXPECT_FALSE(IsLegal("EDA080"));
@@ -220,7 +220,7 @@ TEST(EncodingIsLegalUtf8, SecondByteLimits)
     EXPECT_FALSE(IsLegal("F4908080"));
 }
 
-TEST(EncodingIsLegalUtf8, CutOffTextIsNotLegal)
+TEST(EncodingIsLegalUtf8, TruncatedTextIsNotLegal)
 {
     EXPECT_FALSE(IsLegal("C2"));
     EXPECT_FALSE(IsLegal("61 E180"));

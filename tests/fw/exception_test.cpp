@@ -13,7 +13,7 @@
 
 namespace
 {
-/// Gives an exception back at the end of a test.
+/// Recycles its exception at the end of a test.
 template <typename E>
 class Held
 {
@@ -44,7 +44,7 @@ std::string MessageOf(QZException* exception)
 
 using F = QZExceptionFactory;
 
-TEST(Exception, ACodeAloneLeavesALeadingBlank)
+TEST(Exception, MessageOfACodeAloneStartsWithABlank)
 {
     Held e(F::CreateException(256));
     EXPECT_EQ(e->GetCode(), 256);
@@ -58,7 +58,7 @@ TEST(Exception, TextAndCode)
     EXPECT_QZ_TEXT(e->GetMsg(), "Bad NullPointer");
 }
 
-TEST(Exception, EveryFormOfTheFactory)
+TEST(Exception, EveryCreateFunctionOfTheFactory)
 {
     QZString text(QZ_W("Told"));
     EXPECT_EQ(MessageOf(F::CreateException()), "");
@@ -82,9 +82,9 @@ TEST(Exception, EveryFormOfTheFactory)
     EXPECT_EQ(MessageOf(F::CreateJsonException(0x300)), " UnknwonDataType");
 }
 
-TEST(Exception, TheSystemsTextStandsBehindABlank)
+TEST(Exception, SystemErrorTextFollowsAfterABlank)
 {
-    // Error 2 is the missing file on both platforms.
+    // System error 2 is "file not found" on both platforms.
     std::string message = MessageOf(F::CreateException(0x10, 2));
     EXPECT_EQ(message.rfind(" SystemError ", 0), 0u) << message;
     EXPECT_GT(message.size(), 20u);
@@ -96,7 +96,7 @@ TEST(Exception, TheSystemsTextStandsBehindABlank)
     EXPECT_EQ(http.rfind(" Time out ", 0), 0u) << http;
 }
 
-TEST(Exception, AnUnknownSystemNumberReadsFormatMessageError)
+TEST(Exception, UnknownSystemErrorReadsFormatMessageError)
 {
     std::string message = MessageOf(F::CreateException(0x10, 0x7FFF1234));
     EXPECT_EQ(message.rfind(" SystemError FormatMessage Error: ", 0), 0u) << message;
@@ -121,7 +121,7 @@ TEST(Exception, GenericTexts)
     EXPECT_QZ_TEXT(QZException::ErrorCodeToMessage(0), "unknown error");
 }
 
-TEST(Exception, IoTextsFallBackOnTheGenericOnes)
+TEST(Exception, IoTextsFallBackToTheGenericOnes)
 {
     EXPECT_EQ(MessageOf(F::CreateIOException(4608)), " unknown error");
     EXPECT_EQ(MessageOf(F::CreateIOException(4352)), " OutOfMemory");
@@ -186,7 +186,7 @@ TEST(Exception, Types)
     EXPECT_EQ(typeOf(new QZSerialException(210)), 0x931003B);
 }
 
-TEST(Exception, SetWithCodeZeroLeavesTheCodeThatWasThere)
+TEST(Exception, SetWithCodeZeroKeepsTheOldCode)
 {
     Held e(F::CreateException(QZ_W("first"), 256));
     e->Set(QZ_W("second"), 0, 0);
@@ -211,7 +211,7 @@ TEST(Exception, SetOfADomainClassKeepsTheTraces)
     EXPECT_QZ_TEXT(domain->GetMsg(), " File Not Found");
 }
 
-TEST(Exception, AnEmptyTraceReadsAsAClosingParenthesis)
+TEST(Exception, EmptyTraceIsAClosingParenthesis)
 {
     Held e(F::CreateException());
     EXPECT_QZ_TEXT(e->GetStackTrace(), ")");
@@ -219,7 +219,7 @@ TEST(Exception, AnEmptyTraceReadsAsAClosingParenthesis)
     EXPECT_QZ_TEXT(e->GetArgumentTrace(), ")");
 }
 
-TEST(Exception, TracesReadClassMethodParameters)
+TEST(Exception, TracesNameClassMethodAndParameters)
 {
     const unsigned char find[] = {1, 2};
     const unsigned char with[] = {255};
@@ -231,7 +231,7 @@ TEST(Exception, TracesReadClassMethodParameters)
     EXPECT_QZ_TEXT(e->GetArgumentTrace(), "QZData::Replace(<HEX>0102, <HEX>FF)");
 }
 
-TEST(Exception, FramesFollowEachOtherOnLinesOfTheirOwn)
+TEST(Exception, EachFrameHasItsOwnLine)
 {
     Held e(QZTrace(F::CreateException(256), QZ_W("A"), QZ_W("Inner"))
                .Argument(QZ_W("QZInt64"), QZInt64{-5})
@@ -259,7 +259,7 @@ TEST(Exception, ArgumentValuesOfEveryKind)
                    "K::F(narrow, wide, object, object, 1234567890123, -7, 0.25, <HEX>0ABC)");
 }
 
-TEST(Exception, BytesOfAnyLengthAreShownWhole)
+TEST(Exception, BytesAreShownInFullLength)
 {
     const std::string bytes(1000, '\xA5');
     for (const QZInt64 size : {0, 1, 127, 128, 129, 256, 1000, -1})
@@ -273,7 +273,7 @@ TEST(Exception, BytesOfAnyLengthAreShownWhole)
     }
 }
 
-TEST(Exception, NullTextsAreShownWithASeparatorAndNullBytesWithout)
+TEST(Exception, NullTextsHaveASeparatorAndNullBytesHaveNone)
 {
     Held e(F::CreateException());
     e->StackTraceBegin(QZ_W("K"), QZ_W("F"));
@@ -285,7 +285,7 @@ TEST(Exception, NullTextsAreShownWithASeparatorAndNullBytesWithout)
     EXPECT_QZ_TEXT(e->GetArgumentTrace(), "K::F(<NULL>, <NULL>, <NULL>, <NULL><NULL>)");
 }
 
-TEST(Exception, WithTracingOffBothTracesStayEmpty)
+TEST(Exception, DisabledTracingLeavesBothTracesEmpty)
 {
     QZException::IsStackTrace = 0;
     Held e(QZTrace(F::CreateException(256), QZ_W("A"), QZ_W("B")).Argument(QZ_W("int"), 1).Exception());
@@ -294,7 +294,7 @@ TEST(Exception, WithTracingOffBothTracesStayEmpty)
     EXPECT_QZ_TEXT(e->GetArgumentTrace(), ")");
 }
 
-TEST(Exception, TheThrownPointerHasItsOwnClass)
+TEST(Exception, ThrownPointerIsCaughtAsItsOwnClass)
 {
     bool caught = false;
     try
@@ -310,7 +310,7 @@ TEST(Exception, TheThrownPointerHasItsOwnClass)
     EXPECT_TRUE(caught);
 }
 
-TEST(Exception, RecycleClearsTheVariableAndAssertsOnNull)
+TEST(Exception, RecycleClearsTheVariableAndAssertsNotNull)
 {
     static int asserts;
     asserts = 0;
@@ -325,7 +325,7 @@ TEST(Exception, RecycleClearsTheVariableAndAssertsOnNull)
     EXPECT_EQ(json, nullptr);
 }
 
-class Stranger : public QZJsonException
+class UnregisteredException : public QZJsonException
 {
 public:
     QZInt64 GetType() override { return 0x7654321; }
@@ -333,10 +333,10 @@ public:
 
 TEST(Exception, RecycleOfAnUnregisteredTypeThrowsUnknownType)
 {
-    QZException* stranger = new Stranger();
-    QZException* kept = stranger;
+    QZException* unregistered = new UnregisteredException();
+    QZException* kept = unregistered;
     EXPECT_QZ_THROW(F::Recycle(&kept), 5888);
-    EXPECT_EQ(kept, stranger);
+    EXPECT_EQ(kept, unregistered);
     static int recycled;
     recycled = 0;
     auto count = [](QZObject* object) {
@@ -351,7 +351,7 @@ TEST(Exception, RecycleOfAnUnregisteredTypeThrowsUnknownType)
     EXPECT_EQ(kept, nullptr);
 }
 
-TEST(Exception, RecycledExceptionsAreDeletedNotCached)
+TEST(Exception, RecycledExceptionsAreDeletedAndNotCached)
 {
     QZException* e = F::CreateException(256);
     QZUInt64 id = e->GetObjectID();
@@ -361,7 +361,7 @@ TEST(Exception, RecycledExceptionsAreDeletedNotCached)
     F::Recycle(&e);
 }
 
-TEST(Exception, ItsStringsAreLockedForItsLife)
+TEST(Exception, StringsOfAnExceptionAreLocked)
 {
     Held e(F::CreateException(QZ_W("mine"), 0));
     EXPECT_EQ(e->GetMsg()->IsDisposable(), 0);
@@ -395,7 +395,7 @@ TEST(Exception, SerialStatusTexts)
     }
 }
 
-TEST(Exception, JsonExceptionsMadeByHandHaveNoLeadingBlank)
+TEST(Exception, JsonExceptionsFromTheConstructorHaveNoLeadingBlank)
 {
     QZJsonException byCode(0x400);
     EXPECT_QZ_TEXT(byCode.GetMsg(), "UnexpectedSymbols");
@@ -404,7 +404,7 @@ TEST(Exception, JsonExceptionsMadeByHandHaveNoLeadingBlank)
     EXPECT_QZ_TEXT(empty.GetMsg(), "");
 }
 
-TEST(Exception, FormsWithWideTextAndCodeAndWithSystemNumbers)
+TEST(Exception, CreateWithTextCodeAndSystemError)
 {
     QZString text(QZ_W("Told"));
     EXPECT_EQ(MessageOf(F::CreateException(static_cast<const char*>(nullptr), 0x600)), " CodingError");
@@ -414,7 +414,7 @@ TEST(Exception, FormsWithWideTextAndCodeAndWithSystemNumbers)
     EXPECT_EQ(MessageOf(F::CreateException(QZInt64{0})), "");
     EXPECT_EQ(MessageOf(F::CreateException(9)), " unknown error");
     EXPECT_EQ(MessageOf(F::CreateException("narrow", -1)), "narrow unknown error");
-    // Without a code only the system's text follows.
+    // Without a code the message is only the system's text.
     std::string system = MessageOf(F::CreateException(QZInt64{0}, 2));
     ASSERT_FALSE(system.empty());
     EXPECT_EQ(MessageOf(F::CreateException(0x10, 2)), " SystemError" + system);
@@ -422,20 +422,20 @@ TEST(Exception, FormsWithWideTextAndCodeAndWithSystemNumbers)
     EXPECT_EQ(MessageOf(F::CreateIOException(nullptr, 0x300, 2)), " Can Not Open File" + system);
 }
 
-TEST(Exception, CodesWithoutATextOfTheirOwn)
+TEST(Exception, CodesWithoutTextKeepTheirValues)
 {
     EXPECT_EQ(QZIOExceptionCode::WriteFailed, 0x1100);
     EXPECT_EQ(QZIOExceptionCode::ReadFailed, 0x1200);
     EXPECT_EQ(QZSocketExceptionCode::SystemError, 0x1100);
 }
 
-TEST(Exception, TheLastErrorIsTheSystems)
+TEST(Exception, GetLastErrorReturnsTheSystemsLastError)
 {
     os::SetLastError(5);
     EXPECT_EQ(QZException::GetLastError(), 5);
 }
 
-TEST(Exception, RecycleOfAnUnregisteredTypeNamesItself)
+TEST(Exception, RecycleOfAnUnregisteredTypeAddsItsFrame)
 {
     class Other : public QZJsonException
     {
@@ -451,7 +451,7 @@ TEST(Exception, RecycleOfAnUnregisteredTypeNamesItself)
     delete other;
 }
 
-TEST(Exception, ATextThatCannotBeConvertedLeavesNoExceptionBehind)
+TEST(Exception, FailedTextConversionLeaksNoException)
 {
     const QZInt64 idle = [] {
         QZStringFactory::Collect(0);
@@ -475,14 +475,14 @@ TEST(Exception, ClearEmptiesAllThreeTexts)
     EXPECT_QZ_TEXT(e->GetArgumentTrace(), ")");
 }
 
-TEST(Exception, AFrameBehindAReadTraceStartsALineOfItsOwn)
+TEST(Exception, FrameAfterAReadTraceStartsANewLine)
 {
     Held e(F::CreateException(256));
     EXPECT_QZ_TEXT(e->GetStackTrace(), ")");
     QZTrace(e.Get(), QZ_W("A"), QZ_W("B"));
     EXPECT_QZ_TEXT(e->GetStackTrace(), ")\r\nA::B()");
     EXPECT_QZ_TEXT(e->GetArgumentTrace(), "A::B()");
-    // A value that ends like an open frame takes no separator behind it.
+    // A value that ends with an opening parenthesis gets no separator after it.
     Held open(F::CreateException());
     open->StackTraceBegin(QZ_W("A"), QZ_W("B"));
     open->ArgumentTraceAppend("(");

@@ -42,7 +42,7 @@ TEST(ObjectCollection, BadIndicesThrow)
     EXPECT_QZ_THROW(collection.RemoveElement(1), 1024);
 }
 
-TEST(ObjectCollection, RemoveElementTakesEveryOccurrence)
+TEST(ObjectCollection, RemoveElementRemovesEveryOccurrence)
 {
     QZObject a, b;
     QZObjectCollection collection;
@@ -69,7 +69,7 @@ TEST(ObjectCollection, AppendToItselfCopiesFirst)
     EXPECT_EQ(other.Count(), 4);
 }
 
-TEST(ObjectCollection, CopyFromAPointerIsAListOfItsOwn)
+TEST(ObjectCollection, CopyFromAPointerIsADeepCopy)
 {
     QZObject a;
     QZObjectCollection collection;
@@ -91,7 +91,7 @@ TEST(ObjectCollection, CopyByValueSharesTheList)
     EXPECT_EQ(collection.Count(), 1);
 }
 
-TEST(ObjectCollection, MemorySizeIsTheSumOfTheElementsAndEight)
+TEST(ObjectCollection, MemorySizeIsEightPlusTheSumOfTheElements)
 {
     QZObject a;
     QZData b;
@@ -102,7 +102,7 @@ TEST(ObjectCollection, MemorySizeIsTheSumOfTheElementsAndEight)
     EXPECT_EQ(collection.GetMemorySize(), 8 + 8 + 4104);
 }
 
-TEST(DataCollection, IsATypedFace)
+TEST(DataCollection, ReturnsTypedElements)
 {
     QZData a("a", 1), b("b", 1);
     QZDataCollection collection;
@@ -117,7 +117,7 @@ TEST(DataCollection, IsATypedFace)
     EXPECT_EQ(copy.GetElement(3), &b);
 }
 
-TEST(StringCollection, IsATypedFace)
+TEST(StringCollection, ReturnsTypedElements)
 {
     QZString a("a"), b("b");
     QZStringCollection collection;
@@ -155,7 +155,7 @@ TEST(KeyValue, HoldsTwoStringsLockedWithItsOwnId)
     EXPECT_FALSE(pair.GetValue()->IsDisposable());
 }
 
-TEST(KeyValue, SetToItsOwnKeyEmptiesIt)
+TEST(KeyValue, SetKeyToItsOwnKeyEmptiesIt)
 {
     QZKeyValue pair;
     pair.SetKey("name");
@@ -207,7 +207,7 @@ protected:
         map.Add("three", &c);
     }
 
-    /// Keys in order, and each key's object.
+    /// Returns the keys in order, each with the name of its object.
     std::string Order()
     {
         std::string all;
@@ -262,7 +262,7 @@ TEST_F(KeyValueCollection, OnlyAsciiLettersFold)
 
 TEST_F(KeyValueCollection, NarrowKeysOutsideAsciiAreConverted)
 {
-    // Whatever the machine's narrow page makes of the bytes, it makes the same of them both times.
+    // Both conversions of the bytes use the same ANSI code page and give the same text.
     QZString key("k\xC3\xA4se");
     map.Add(&key, &a);
     EXPECT_EQ(map.GetIndex("K\xC3\xA4SE"), 0);
@@ -292,7 +292,7 @@ TEST_F(KeyValueCollection, EmptyAndNullKeysAreBad)
     EXPECT_EQ(map.Count(), 0);
 }
 
-TEST_F(KeyValueCollection, NullKeysOfLookUpsThrow)
+TEST_F(KeyValueCollection, LookUpOfANullKeyThrows)
 {
     EXPECT_QZ_THROW(map.GetIndex(static_cast<char*>(nullptr)), 1792);
     EXPECT_QZ_THROW(map.GetIndex(static_cast<QZWChar*>(nullptr)), 1792);
@@ -310,7 +310,7 @@ TEST_F(KeyValueCollection, FailuresNameTheKey)
     EXPECT_EQ(thrown.argumentTrace, "QZKeyValueCollection::AddToCollection(KEY)");
 }
 
-TEST_F(KeyValueCollection, NullKeyIsRefusedAsTheEmptyCopyThatItMakes)
+TEST_F(KeyValueCollection, NullKeyIsRefusedAsAnEmptyKey)
 {
     const qztest::Thrown thrown = qztest::Catch([&] { map.Add(static_cast<char*>(nullptr), &a); });
     EXPECT_EQ(thrown.message, " KeyIsBad");
@@ -318,15 +318,15 @@ TEST_F(KeyValueCollection, NullKeyIsRefusedAsTheEmptyCopyThatItMakes)
     EXPECT_EQ(thrown.argumentTrace, "QZKeyValueCollection::AddToCollection()");
 }
 
-TEST_F(KeyValueCollection, AddWithoutMemoryLeavesTheListsInStepAndTheObjectFree)
+TEST_F(KeyValueCollection, AddWithoutMemoryAddsNothingAndUnlocksTheObject)
 {
     constexpr QZInt64 kMany = 1000;
     for (const bool keysFail : {false, true})
     {
         QZKeyValueCollection full;
         std::vector<QZObject> objects(kMany);
-        // Strings wait in the cache, so that only the lists ask for memory. With room made for the objects
-        // beforehand it is the keys' list that finds none.
+        // The string cache is filled, so that only the two lists allocate. When the list of objects has room,
+        // the list of keys is the one that fails.
         QZStringCollection* waiting = QZStringFactory::CreateStringCollection();
         for (QZInt64 i = 0; i < kMany; ++i) waiting->Push(QZStringFactory::CreateString());
         QZStringFactory::Recycle(&waiting);
@@ -359,7 +359,7 @@ TEST_F(KeyValueCollection, AddWithoutMemoryLeavesTheListsInStepAndTheObjectFree)
     }
 }
 
-TEST_F(KeyValueCollection, ObjectStandsInOneKeyedCollectionOnly)
+TEST_F(KeyValueCollection, ObjectBelongsToOneKeyedCollectionOnly)
 {
     map.Add("one", &a);
     QZKeyValueCollection other;
@@ -413,7 +413,7 @@ TEST_F(KeyValueCollection, ElementTypeByKeyAndByIndex)
     map.Clear();
 }
 
-TEST_F(KeyValueCollection, SetElementUnlocksTheOldAndLeavesTheNewFree)
+TEST_F(KeyValueCollection, SetElementUnlocksTheOldAndDoesNotLockTheNew)
 {
     map.Add("one", &a);
     EXPECT_TRUE(map.SetElement("ONE", &b));
@@ -431,7 +431,7 @@ TEST_F(KeyValueCollection, SetElementUnlocksTheOldAndLeavesTheNewFree)
     EXPECT_QZ_NO_THROW(map.Clear());
 }
 
-TEST_F(KeyValueCollection, ClearLeavesAnObjectAloneThatSomebodyElseLockedAfterSetElement)
+TEST_F(KeyValueCollection, ClearSkipsAnObjectLockedElsewhereAfterSetElement)
 {
     map.Add("one", &a);
     map.SetElement(0, &b);
@@ -441,7 +441,7 @@ TEST_F(KeyValueCollection, ClearLeavesAnObjectAloneThatSomebodyElseLockedAfterSe
     b.SetDisposable(5, 1);
 }
 
-TEST_F(KeyValueCollection, SetElementKeyReplacesWithoutLookingForDuplicates)
+TEST_F(KeyValueCollection, SetElementKeyAllowsDuplicates)
 {
     AddThree();
     QZString* old = map.ToKey(1);
@@ -450,14 +450,14 @@ TEST_F(KeyValueCollection, SetElementKeyReplacesWithoutLookingForDuplicates)
     EXPECT_EQ(Order(), "one:a ONE:b three:c");
     EXPECT_EQ(map.GetIndex("one"), 0);
     EXPECT_NE(map.ToKey(1), &key);
-    // The old key is whoever's that fetched it.
+    // The old key is not recycled: the caller of ToKey owns it now.
     EXPECT_QZ_TEXT(old, "two");
     QZStringFactory::Recycle(&old);
     EXPECT_FALSE(map.SetElementKey(3, &key));
     EXPECT_FALSE(map.SetElementKey(-1, &key));
 }
 
-TEST_F(KeyValueCollection, RemoveElementGivesTheObjectBackToItsOwner)
+TEST_F(KeyValueCollection, RemoveElementUnlocksTheObject)
 {
     AddThree();
     EXPECT_TRUE(map.RemoveElement("TWO"));
@@ -477,7 +477,7 @@ TEST_F(KeyValueCollection, RemoveElementGivesTheObjectBackToItsOwner)
     EXPECT_FALSE(map.RemoveElement(QZ_W("one")));
 }
 
-TEST_F(KeyValueCollection, MoveElementGoesAsFarAsThereArePlaces)
+TEST_F(KeyValueCollection, MoveElementStopsAtTheEnds)
 {
     AddThree();
     EXPECT_TRUE(map.MoveElement(1, 100));
@@ -530,7 +530,7 @@ TEST_F(KeyValueCollection, DestructionUnlocksTheObjects)
     EXPECT_TRUE(a.IsDisposable());
 }
 
-TEST_F(KeyValueCollection, KeysGoBackToTheirFactory)
+TEST_F(KeyValueCollection, KeysAreRecycled)
 {
     map.Add("text that is given back", &a);
     QZString* key = map.ToKey(0);
@@ -540,7 +540,7 @@ TEST_F(KeyValueCollection, KeysGoBackToTheirFactory)
     QZStringFactory::Recycle(&next);
 }
 
-TEST_F(KeyValueCollection, KeyComparerLooksAtOrderAndCase)
+TEST_F(KeyValueCollection, KeyComparerComparesOrderAndCase)
 {
     QZObject d, e;
     QZKeyValueCollection other;
@@ -567,7 +567,7 @@ TEST_F(KeyValueCollection, CopiesByValueShareTheLists)
         EXPECT_EQ(copy.GetIndex("two"), 1);
         EXPECT_EQ(copy.GetKeyCollection(), map.GetKeyCollection());
     }
-    // The copy has the id of its source, so its end unlocked and forgot the entries of both.
+    // The copy has the id of its source, so its destructor unlocked and removed the entries of both.
     EXPECT_TRUE(a.IsDisposable());
     EXPECT_EQ(map.GetIndex("two"), -1);
     EXPECT_QZ_NO_THROW(map.Clear());

@@ -17,7 +17,7 @@ namespace
 {
 unsigned char* Raw(void* buffer) { return static_cast<unsigned char*>(buffer) - 32; }
 
-/// Lets allocations fail from the n-th on.
+/// Lets `good` allocations succeed and all later ones fail.
 class FailingHeap
 {
 public:
@@ -39,7 +39,7 @@ private:
     int m_good;
 };
 
-TEST(Memory, HeaderAndGuardStandWhereTheyAreTold)
+TEST(Memory, HeaderAndGuardFollowTheLayout)
 {
     void* buffer = MemoryAllocate(13);
     unsigned char* raw = Raw(buffer);
@@ -51,7 +51,7 @@ TEST(Memory, HeaderAndGuardStandWhereTheyAreTold)
     EXPECT_TRUE(MemoryFree(buffer));
 }
 
-TEST(Memory, ARequestOfNothingGivesAWholePage)
+TEST(Memory, RequestOfZeroBytesReturnsAWholePage)
 {
     void* buffer = MemoryAllocateClean(0);
     ASSERT_NE(buffer, nullptr);
@@ -60,7 +60,7 @@ TEST(Memory, ARequestOfNothingGivesAWholePage)
     EXPECT_TRUE(MemoryFree(buffer));
 }
 
-TEST(Memory, BlocksGrowInPagesAt4032)
+TEST(Memory, BlocksUpTo4032BytesFitOnePage)
 {
     void* fits = MemoryAllocate(4032);
     void* spills = MemoryAllocate(4033);
@@ -70,7 +70,7 @@ TEST(Memory, BlocksGrowInPagesAt4032)
     MemoryFree(spills);
 }
 
-TEST(Memory, ADamagedGuardIsToldAndTheBlockIsNotFreed)
+TEST(Memory, DamagedGuardIsReportedAndTheBlockIsNotFreed)
 {
     void* buffer = MemoryAllocate(16);
     QZUInt64 guard = QZLoad<QZUInt64>(Raw(buffer) + 48);
@@ -81,14 +81,14 @@ TEST(Memory, ADamagedGuardIsToldAndTheBlockIsNotFreed)
     QZLastError = 0;
     EXPECT_FALSE(MemoryFree(buffer));
     EXPECT_EQ(QZLastError, 512);
-    // The block size asks for the marker alone.
+    // The block size needs only an intact marker.
     EXPECT_EQ(MemoryGetBlockSize(buffer), 4096);
     QZStore<QZUInt64>(Raw(buffer) + 48, guard);
     EXPECT_TRUE(MemoryFree(buffer));
     QZLastError = 0;
 }
 
-TEST(Memory, ADamagedMarkerIsTold)
+TEST(Memory, DamagedMarkerIsReported)
 {
     void* buffer = MemoryAllocate(16);
     QZStore<QZUInt64>(Raw(buffer) + 8, 7);
@@ -101,7 +101,7 @@ TEST(Memory, ADamagedMarkerIsTold)
     QZLastError = 0;
 }
 
-TEST(Memory, NullAndNegativeArgumentsSetTheErrorWord)
+TEST(Memory, NullAndNegativeArgumentsSetTheLastError)
 {
     QZLastError = 0;
     EXPECT_EQ(MemoryAllocate(-1), nullptr);
@@ -129,7 +129,7 @@ TEST(Memory, NullAndNegativeArgumentsSetTheErrorWord)
     QZLastError = 0;
 }
 
-TEST(Memory, ShrinkingKeepsThePlaceAndMovesTheGuard)
+TEST(Memory, ShrinkingKeepsTheAddressAndMovesTheGuard)
 {
     unsigned char* buffer = static_cast<unsigned char*>(MemoryAllocateClean(5000));
     EXPECT_EQ(MemoryGetBlockSize(buffer), 8192);
@@ -146,7 +146,7 @@ TEST(Memory, ShrinkingKeepsThePlaceAndMovesTheGuard)
 TEST(Memory, GrowingInsideTheBlockClearsNothing)
 {
     unsigned char* buffer = static_cast<unsigned char*>(MemoryAllocateClean(100));
-    // Beyond the guard at 136 the block still holds what was written there.
+    // After the guard at 136 the block keeps what was written there.
     std::memset(buffer + 200, 0xAB, 10);
     unsigned char* grown = static_cast<unsigned char*>(MemoryResize(buffer, 4000));
     EXPECT_EQ(grown, buffer);
@@ -166,7 +166,7 @@ TEST(Memory, GrowingPastTheBlockClearsTheNewPart)
     MemoryFree(grown);
 }
 
-TEST(Memory, NoMemoryIsToldAndAFailedResizeKeepsTheBuffer)
+TEST(Memory, OutOfMemoryIsReportedAndAFailedResizeKeepsTheBuffer)
 {
     void* buffer = MemoryAllocate(10);
     {
@@ -183,7 +183,7 @@ TEST(Memory, NoMemoryIsToldAndAFailedResizeKeepsTheBuffer)
     QZLastError = 0;
 }
 
-TEST(Memory, AResizeCannotPassTwoGigabytes)
+TEST(Memory, ResizeFailsAtTwoGigabytes)
 {
     void* buffer = MemoryAllocate(10);
     QZLastError = 0;
@@ -195,7 +195,7 @@ TEST(Memory, AResizeCannotPassTwoGigabytes)
     QZLastError = 0;
 }
 
-TEST(Memory, FiguresFollowAllocationsAndFrees)
+TEST(Memory, AllocInfoCountsAllocationsAndFrees)
 {
     QZInt64 count = 0;
     QZInt64 bytes = 0;
@@ -206,8 +206,7 @@ TEST(Memory, FiguresFollowAllocationsAndFrees)
     QZMemory::AllocInfo(&countAfter, &bytesAfter);
     EXPECT_EQ(countAfter, count + 1);
     EXPECT_EQ(bytesAfter, bytes + 8192);
-    // A shrunk block is accounted by its smaller figure when it goes, so the total drifts up by the
-    // difference.
+    // Freeing a shrunk block subtracts its smaller size, so the total is too large by the difference.
     buffer = MemoryResize(buffer, 1);
     MemoryFree(buffer);
     QZMemory::AllocInfo(&countAfter, &bytesAfter);
@@ -221,12 +220,12 @@ TEST(Memory, TheTotalIsResynchronisedWithTheWorkingSet)
     QZInt64 count = 0;
     QZInt64 bytes = 0;
     QZMemory::AllocInfo(&count, &bytes);
-    // Thousands of operations lie behind: the figure is the process's resident memory now, megabytes at
+    // After thousands of operations the total is set to the resident memory of the process, megabytes at
     // least.
     EXPECT_GT(bytes, 1 << 20);
 }
 
-TEST(Memory, EqualsTestsForNullBeforeTheSize)
+TEST(Memory, EqualsChecksForNullBeforeTheSize)
 {
     QZLastError = 0;
     EXPECT_FALSE(QZMemory::Equals(nullptr, "a", 0));
@@ -237,7 +236,7 @@ TEST(Memory, EqualsTestsForNullBeforeTheSize)
     EXPECT_EQ(QZLastError, 0);
 }
 
-TEST(Memory, EqualsFindsADifferenceAtEveryPlace)
+TEST(Memory, EqualsFindsADifferenceAtEveryPosition)
 {
     for (int size : {1, 7, 8, 33, 64, 176, 177, 1000})
     {
@@ -271,7 +270,7 @@ TEST(Memory, ProtectRefusesBadArguments)
     EXPECT_QZ_NO_THROW(QZMemory::Protect(1, &byte, 0));
 }
 
-TEST(Memory, ProtectSetsTheAccess)
+TEST(Memory, ProtectSetsTheAccessRights)
 {
     char* region = static_cast<char*>(os::MemoryReserve(0x10000));
     ASSERT_NE(region, nullptr);
@@ -286,7 +285,7 @@ TEST(Memory, ProtectSetsTheAccess)
     os::MemoryRelease(region, 0x10000);
 }
 
-TEST(Memory, RecyclingNullAsserts)
+TEST(Memory, RecycleBufferOfNullAsserts)
 {
     static int asserts;
     asserts = 0;
@@ -295,14 +294,14 @@ TEST(Memory, RecyclingNullAsserts)
     EXPECT_EQ(asserts, 1);
 }
 
-TEST(PatternTest, AcceptsGoodMemoryOfEverySize)
+TEST(PatternTest, PassesForGoodMemoryOfEverySize)
 {
     alignas(8) unsigned char block[128];
     for (QZInt64 size : {0, 1, 32, 33, 34, 64, 127}) EXPECT_TRUE(MemoryPatternTest(block, size)) << size;
     EXPECT_TRUE(MemoryPatternTest(block + 1, 100));
 }
 
-TEST(PatternTest, LeavesItsLastPatternBehind)
+TEST(PatternTest, LeavesItsLastPatternInTheMemory)
 {
     alignas(8) unsigned char block[41];
     ASSERT_TRUE(MemoryPatternTest(block, 41));
@@ -345,7 +344,7 @@ protected:
     }
 };
 
-TEST_F(PoolOn, AFreedBufferWaitsInItsLayerAndComesBack)
+TEST_F(PoolOn, FreedBufferStaysInItsLayerAndIsReused)
 {
     void* buffer = MemoryAllocate(1000);
     EXPECT_EQ(MemoryGetBlockSize(buffer), 4096);
@@ -357,7 +356,7 @@ TEST_F(PoolOn, AFreedBufferWaitsInItsLayerAndComesBack)
     MemoryFree(buffer);
 }
 
-TEST_F(PoolOn, GrowingInsideThePooledBlockKeepsThePlace)
+TEST_F(PoolOn, GrowingInsideThePooledBlockKeepsTheAddress)
 {
     unsigned char* buffer = static_cast<unsigned char*>(MemoryAllocateClean(100));
     buffer[7] = 42;
@@ -379,7 +378,7 @@ TEST_F(PoolOn, BlocksAboveTheLargestLayerAreNeverPooled)
     EXPECT_EQ(MemoryPoolCount(3), 0);
 }
 
-TEST_F(PoolOn, AMaximumOfOnePoolsNothing)
+TEST_F(PoolOn, MaximumOfOnePoolsNothing)
 {
     QZMemManager::SetMemPoolCacheLayer2ArrSizeMax(1);
     MemoryFree(MemoryAllocate(10));
@@ -407,14 +406,14 @@ TEST_F(PoolOn, SettingAnyMaximumEmptiesAllLayers)
     EXPECT_EQ(QZMemManager::GetMemPoolCacheLayer1ArrSizeMax(), 300);
 }
 
-TEST_F(PoolOn, ThePoolMayBeSwitchedWhileBuffersLive)
+TEST_F(PoolOn, PoolCanBeSwitchedWhileBuffersExist)
 {
     void* pooled = MemoryAllocate(10);
     QZEnvironment::UseMemPoolCache = 0;
     void* plain = MemoryAllocate(10);
     EXPECT_TRUE(MemoryFree(pooled));
     QZEnvironment::UseMemPoolCache = 1;
-    // A block of one page is too small for any layer it could be taken for.
+    // A block of one page is smaller than the blocks of layer 2, so it is not pooled.
     EXPECT_TRUE(MemoryFree(plain));
     EXPECT_EQ(MemoryPoolCount(2), 0);
     plain = MemoryAllocate(10);
@@ -422,7 +421,7 @@ TEST_F(PoolOn, ThePoolMayBeSwitchedWhileBuffersLive)
     MemoryFree(plain);
 }
 
-TEST(Hooks, ACustomCopyServesEveryCopy)
+TEST(Hooks, CustomCopyHookReplacesEveryCopy)
 {
     static int calls;
     calls = 0;
@@ -436,7 +435,7 @@ TEST(Hooks, ACustomCopyServesEveryCopy)
     EXPECT_EQ(calls, 1);
 }
 
-TEST(Memory, ACreatedBufferHasItsWholeBlockCleared)
+TEST(Memory, CreateBufferClearsTheWholeBlock)
 {
     static QZInt64 cleaned;
     cleaned = 0;
@@ -454,12 +453,12 @@ TEST(Memory, ACreatedBufferHasItsWholeBlockCleared)
     QZInt64 after = 0;
     QZMemory::AllocInfo(&after, &bytes);
     EXPECT_EQ(after, live - 1);
-    // Uncleared buffers do not touch the hook.
+    // MemoryAllocate does not clear and does not call the hook.
     MemoryFree(MemoryAllocate(100));
     EXPECT_EQ(cleaned, 8192);
 }
 
-TEST(Memory, AnImpossibleSizeIsOutOfMemory)
+TEST(Memory, TooLargeSizeSetsOutOfMemory)
 {
     QZLastError = 0;
     EXPECT_EQ(QZMemory::CreateBuffer(0x7FFFFFFFFFFFFFFF), nullptr);
@@ -467,7 +466,7 @@ TEST(Memory, AnImpossibleSizeIsOutOfMemory)
     QZLastError = 0;
 }
 
-TEST(Memory, ProtectFailuresNameTheirArguments)
+TEST(Memory, FailedProtectNamesItsArguments)
 {
     const qztest::Thrown thrown = QZ_TEST_CATCH(QZMemory::Protect(2, nullptr, 10));
     EXPECT_EQ(thrown.message, " ArgumentOutOfRange");

@@ -90,7 +90,7 @@ TEST(NumberText, DoubleFractionUpToTenToTheMinusTwelveIsDropped)
     EXPECT_EQ(Double(2e-12), "0.000000000002");
 }
 
-TEST(NumberText, DoubleTakesAsManyDigitsAsItsFractionNeeds)
+TEST(NumberText, DoubleHasAsManyDigitsAsItsFractionNeeds)
 {
     EXPECT_EQ(Double(0.5), "0.5");
     EXPECT_EQ(Double(0.25), "0.25");
@@ -108,23 +108,23 @@ TEST(NumberText, DoubleStopsAtTwelveDigitsAndRoundsHalfUp)
 {
     EXPECT_EQ(Double(1.0 / 3), "0.333333333333");
     EXPECT_EQ(Double(2.0 / 3), "0.666666666667");
-    // 2 to the -13 has thirteen digits, 0.0001220703125: the last of them rounds.
+    // 2 to the power of -13 has thirteen digits, 0.0001220703125: the last one is rounded.
     EXPECT_EQ(Double(1.0 / 8192), "0.000122070313");
 }
 
-TEST(NumberText, DoubleKeepsTheZerosThatItsDigitCountAsksFor)
+TEST(NumberText, DoubleKeepsTrailingZerosAfterRounding)
 {
-    // The binary value of 3.14159 lies below it: thirteen digits are asked for, and the rounding fills them
-    // with zeros.
+    // The binary value of 3.14159 is slightly smaller, so it needs thirteen digits; rounding turns the last
+    // ones into zeros, which stay.
     EXPECT_EQ(Double(3.14159), "3.141590000000");
     EXPECT_EQ(Double(99.99), "99.990000000000");
 }
 
-TEST(NumberText, DoubleAtTheEdgesOfItsDigits)
+TEST(NumberText, DoubleAtTheLimitsOfItsDigits)
 {
     EXPECT_EQ(Double(1e-5), "0.00001");
     EXPECT_EQ(Double(1.005), "1.005000000000");
-    EXPECT_EQ(Double(123456.789), "123456.789000000004");  // 0.7890000000043 is what the binary value holds
+    EXPECT_EQ(Double(123456.789), "123456.789000000004");  // the binary fraction is 0.7890000000043
     EXPECT_EQ(Double(0.999999999999), "0.999999999999");
     EXPECT_EQ(Double(9.9999999999996), "10.000000000000");
     EXPECT_EQ(Double(-9.9999999999996), "-10.000000000000");
@@ -157,7 +157,7 @@ TEST(NumberText, DoubleWithPrecisionZeroHasNoPoint)
     EXPECT_EQ(Double(-2.5, 0), "-3");
 }
 
-TEST(NumberText, DoubleWithoutA64BitIntegerPartReadsAsTheLowestInteger)
+TEST(NumberText, DoubleOutside64BitsReadsAsTheLowestInteger)
 {
     EXPECT_EQ(Double(1e300), "-9223372036854775808");
     EXPECT_EQ(Double(-1e300, 3), "-9223372036854775808");
@@ -180,7 +180,7 @@ TEST(NumberText, ReadsDecimalIntegers)
 TEST(NumberText, NonDigitsCountByTheirDistanceFromZero)
 {
     EXPECT_EQ(Read("A"), 17);               // 65 - 48
-    EXPECT_EQ(Read("1 2"), 100 - 160 + 2);  // the blank is 32 - 48 tens
+    EXPECT_EQ(Read("1 2"), 100 - 160 + 2);  // the blank counts as 32 - 48 = -16
     EXPECT_EQ(Read("1.5"), 100 - 20 + 5);
     EXPECT_EQ(Read("+7"), -50 + 7);
 }
@@ -193,7 +193,7 @@ TEST(NumberText, PrefixSelectsHexadecimalInBothCases)
     EXPECT_EQ(Read("0x"), 0);
 }
 
-TEST(NumberText, HexadecimalSkipsOtherCharactersWithoutShifting)
+TEST(NumberText, HexadecimalSkipsOtherCharacters)
 {
     EXPECT_EQ(Read("0x1G-F"), 0x1F);
     EXPECT_EQ(ReadHex("12 34"), 0x1234u);
@@ -212,7 +212,7 @@ TEST(NumberText, ReadsDoubles)
     EXPECT_EQ(ReadReal(""), 0.0);
 }
 
-TEST(NumberText, TheLastPointParts)
+TEST(NumberText, LastPointSeparatesTheFraction)
 {
     // "1.2" as an integer is 1 * 100 + ('.' - '0') * 10 + 2.
     EXPECT_EQ(ReadReal("1.2.5"), 82 + 0.5);
@@ -226,7 +226,7 @@ TEST(NumberText, OnlyTwelveFractionDigitsAreRead)
     EXPECT_EQ(ReadReal("0.123456789012"), 123456789012 * 1e-12);
 }
 
-TEST(NumberFormat, FirstPlaceholderTakesTheNumber)
+TEST(NumberFormat, FormatFirstReplacesTheFirstPlaceholder)
 {
     QZString text(QZ_W("a%b%c"));
     EXPECT_TRUE(QZFormatFirst(&text, 12345));
@@ -237,7 +237,7 @@ TEST(NumberFormat, FirstPlaceholderTakesTheNumber)
     EXPECT_QZ_TEXT(text, "a12345b-6c");
 }
 
-TEST(NumberFormat, LastPlaceholderTakesTheNumber)
+TEST(NumberFormat, FormatLastReplacesTheLastPlaceholder)
 {
     QZString text(QZ_W("%-%"));
     EXPECT_TRUE(QZFormatLast(&text, 7));
@@ -247,7 +247,7 @@ TEST(NumberFormat, LastPlaceholderTakesTheNumber)
     EXPECT_FALSE(QZFormatLast(&text, 1));
 }
 
-TEST(NumberFormat, FixedFormWritesTheZerosFirst)
+TEST(NumberFormat, FormatWithWidthAddsLeadingZeros)
 {
     QZString text(QZ_W("%:%:%"));
     EXPECT_TRUE(QZFormatFirst(&text, 5, 2));

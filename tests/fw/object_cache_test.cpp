@@ -12,7 +12,7 @@
 
 namespace
 {
-/// An object whose size a test sets; counts what lives.
+/// An object with a settable size; counts the live objects.
 class Probe : public QZObject
 {
 public:
@@ -34,7 +34,7 @@ void In(Cache* cache, Probe* probe)
     EXPECT_EQ(object, nullptr);
 }
 
-TEST(ObjectCache, OutOfAnEmptyCacheMakesAnObject)
+TEST(ObjectCache, OutOfAnEmptyCacheCreatesAnObject)
 {
     Cache cache(-1, -1);
     Probe* probe = Out(&cache);
@@ -46,7 +46,7 @@ TEST(ObjectCache, OutOfAnEmptyCacheMakesAnObject)
     EXPECT_EQ(cache.Created(), 1);
 }
 
-TEST(ObjectCache, TheLastObjectInIsTheFirstOut)
+TEST(ObjectCache, LastObjectInIsTheFirstOut)
 {
     Cache cache(-1, -1);
     Probe* a = Out(&cache);
@@ -59,7 +59,7 @@ TEST(ObjectCache, TheLastObjectInIsTheFirstOut)
     In(&cache, b);
 }
 
-TEST(ObjectCache, IdleObjectsAreLockedByTheList)
+TEST(ObjectCache, IdleObjectsAreLocked)
 {
     Cache cache(-1, -1);
     Probe* probe = Out(&cache);
@@ -83,7 +83,7 @@ TEST(ObjectCache, TypesAndSizes)
     EXPECT_EQ(cache.GetTimeout(), -1);
 }
 
-TEST(ObjectCache, AtTheCreatedLimitOutTimesOut)
+TEST(ObjectCache, OutAtTheCreatedLimitTimesOut)
 {
     Cache cache(1, -1);
     Probe* probe = Out(&cache);
@@ -95,7 +95,7 @@ TEST(ObjectCache, AtTheCreatedLimitOutTimesOut)
     In(&cache, probe);
 }
 
-TEST(ObjectCache, WithoutTimeoutOutBlocksUntilIn)
+TEST(ObjectCache, OutWithoutTimeoutBlocksUntilIn)
 {
     Cache cache(1, -1);
     Probe* probe = Out(&cache);
@@ -135,7 +135,7 @@ TEST(ObjectCache, InOfNullAsserts)
     EXPECT_EQ(asserts, 1);
 }
 
-TEST(ObjectCache, BeyondTheIdleLimitObjectsAreDeletedButStayCounted)
+TEST(ObjectCache, ObjectsAboveTheIdleLimitAreDeletedButStayCounted)
 {
     Cache cache(2, 1);
     Probe* a = Out(&cache);
@@ -145,14 +145,14 @@ TEST(ObjectCache, BeyondTheIdleLimitObjectsAreDeletedButStayCounted)
     EXPECT_EQ(cache.Count(), 1);
     EXPECT_EQ(Probe::live, 1);
     EXPECT_EQ(cache.Created(), 2);
-    // Both limits set: the cache has run out of objects after the discard.
+    // The deleted object still counts as created, so only one object is left to take.
     cache.SetTimeout(0);
     Probe* only = Out(&cache);
     EXPECT_EQ(cache.Out(), nullptr);
     In(&cache, only);
 }
 
-TEST(ObjectCache, APartialCollectionAtTheStartDoesNothing)
+TEST(ObjectCache, FirstPartialCollectionDeletesNothing)
 {
     Cache cache(-1, -1);
     In(&cache, Out(&cache));
@@ -160,25 +160,25 @@ TEST(ObjectCache, APartialCollectionAtTheStartDoesNothing)
     EXPECT_EQ(cache.Count(), 1);
 }
 
-TEST(ObjectCache, WhatStayedIdleForAWholePeriodGoes)
+TEST(ObjectCache, ObjectsIdleForAWholePeriodAreDeleted)
 {
     Cache cache(-1, -1);
     Probe* probes[10];
     for (Probe*& probe : probes) probe = Out(&cache);
     for (Probe* probe : probes) In(&cache, probe);
-    cache.Collect(1);  // Ends the first period: the low mark becomes 10.
+    cache.Collect(1);  // ends the first period: the low mark becomes 10
     EXPECT_EQ(cache.Count(), 10);
     cache.Collect(1);
     EXPECT_EQ(cache.Count(), 0);
     EXPECT_EQ(cache.Created(), 0);
     EXPECT_EQ(Probe::live, 0);
-    // The low mark is 0 now: what comes next survives one collection.
+    // The low mark is 0 now, so a new object survives one collection.
     In(&cache, Out(&cache));
     cache.Collect(1);
     EXPECT_EQ(cache.Count(), 1);
 }
 
-TEST(ObjectCache, APartialCollectionKeepsWhatThePeriodNeeded)
+TEST(ObjectCache, PartialCollectionKeepsObjectsUsedInThePeriod)
 {
     Cache cache(-1, -1);
     Probe* probes[5];
@@ -189,12 +189,12 @@ TEST(ObjectCache, APartialCollectionKeepsWhatThePeriodNeeded)
     Probe* b = Out(&cache);
     In(&cache, a);
     In(&cache, b);
-    // Two were in use at the height of the period, three never.
+    // At most two of the five were in use at a time, so three are deleted.
     cache.Collect(1);
     EXPECT_EQ(cache.Count(), 2);
 }
 
-TEST(ObjectCache, GrownObjectsGoFirstAndStayInTheCreatedCount)
+TEST(ObjectCache, GrownObjectsAreDeletedFirstAndStayInTheCreatedCount)
 {
     Cache cache(-1, -1);
     Probe* probes[4];
@@ -209,14 +209,14 @@ TEST(ObjectCache, GrownObjectsGoFirstAndStayInTheCreatedCount)
     In(&cache, second);
     In(&cache, big);
     In(&cache, last);
-    // The low mark is 1: one object goes, the big one, though it is not the oldest.
+    // The low mark is 1, so one object is deleted: the large one, though it is not the oldest.
     cache.Collect(1);
     EXPECT_EQ(cache.Count(), 3);
     EXPECT_EQ(cache.GetMemorySize(), 308);
     EXPECT_EQ(cache.Created(), 4);
 }
 
-TEST(ObjectCache, APartialCollectionThatStopsEarlyLeavesTheListTurned)
+TEST(ObjectCache, PartialCollectionThatStopsEarlyLeavesTheListRotated)
 {
     Cache cache(-1, -1);
     Probe* probes[4];
@@ -227,7 +227,7 @@ TEST(ObjectCache, APartialCollectionThatStopsEarlyLeavesTheListTurned)
     Probe* taken[3];
     for (Probe*& probe : taken) probe = Out(&cache);
     for (int i = 2; i >= 0; --i) In(&cache, taken[i]);
-    // Order 0 1 2 3, low mark 1: 0 is turned to the end, 1 is deleted, and there the walk stops: 2 3 0.
+    // Order 0 1 2 3, low mark 1: 0 moves to the end, 1 is deleted and the walk stops, which leaves 2 3 0.
     cache.Collect(1);
     EXPECT_EQ(cache.Count(), 3);
     EXPECT_EQ(Out(&cache), probes[0]);
@@ -236,7 +236,7 @@ TEST(ObjectCache, APartialCollectionThatStopsEarlyLeavesTheListTurned)
     for (int i : {0, 2, 3}) In(&cache, probes[i]);
 }
 
-TEST(ObjectCache, AFullCollectionEmptiesTheCache)
+TEST(ObjectCache, FullCollectionEmptiesTheCache)
 {
     Cache cache(-1, -1);
     Probe* a = Out(&cache);
@@ -249,7 +249,7 @@ TEST(ObjectCache, AFullCollectionEmptiesTheCache)
     EXPECT_EQ(Probe::live, 0);
 }
 
-TEST(ObjectCache, TheDestructorDeletesWhatIsIdle)
+TEST(ObjectCache, DestructorDeletesIdleObjects)
 {
     {
         Cache cache(-1, -1);
@@ -259,7 +259,7 @@ TEST(ObjectCache, TheDestructorDeletesWhatIsIdle)
     EXPECT_EQ(Probe::live, 0);
 }
 
-TEST(ObjectCache, ObjectsMayReturnOnAnotherThread)
+TEST(ObjectCache, ObjectsMayBeReturnedByAnotherThread)
 {
     Cache cache(-1, -1);
     std::thread threads[4];
@@ -281,7 +281,7 @@ TEST(ObjectCache, ObjectsMayReturnOnAnotherThread)
     EXPECT_EQ(Probe::live, 0);
 }
 
-TEST(ObjectCache, ATimeoutBeyondTheClockNeverComes)
+TEST(ObjectCache, LargestTimeoutNeverExpires)
 {
     Cache cache(1, -1);
     Probe* probe = Out(&cache);
@@ -290,7 +290,7 @@ TEST(ObjectCache, ATimeoutBeyondTheClockNeverComes)
     std::thread waiter([&] {
         QZObject* object = cache.Out();
         got = object != nullptr;
-        if (object) cache.In(&object);
+        if (object != nullptr) cache.In(&object);
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     EXPECT_FALSE(got);
@@ -299,7 +299,7 @@ TEST(ObjectCache, ATimeoutBeyondTheClockNeverComes)
     EXPECT_TRUE(got);
 }
 
-TEST(ObjectCache, TheCreatedLimitCountsNoIdleObjects)
+TEST(ObjectCache, OutAtTheCreatedLimitReusesIdleObjects)
 {
     Cache cache(2, -1);
     cache.SetTimeout(0);
@@ -308,7 +308,7 @@ TEST(ObjectCache, TheCreatedLimitCountsNoIdleObjects)
     In(&cache, a);
     EXPECT_EQ(Out(&cache), a);
     EXPECT_EQ(cache.Out(), nullptr);
-    // A full collection counts down what it deletes, so there is room for new ones.
+    // A full collection subtracts the objects that it deletes, so new ones can be created.
     In(&cache, a);
     In(&cache, b);
     cache.Collect(0);
@@ -316,7 +316,7 @@ TEST(ObjectCache, TheCreatedLimitCountsNoIdleObjects)
     In(&cache, Out(&cache));
 }
 
-TEST(ObjectCache, AnIdleLimitOfNoneKeepsNothing)
+TEST(ObjectCache, IdleLimitOfZeroKeepsNothing)
 {
     Cache cache(-1, 0);
     In(&cache, Out(&cache));
@@ -325,7 +325,7 @@ TEST(ObjectCache, AnIdleLimitOfNoneKeepsNothing)
     EXPECT_EQ(cache.Created(), 1);
 }
 
-TEST(ObjectCache, ARefusedObjectIsNamedInTheTrace)
+TEST(ObjectCache, RefusedObjectAddsAFrameToTheTrace)
 {
     Cache cache(-1, -1);
     Probe* probe = Out(&cache);

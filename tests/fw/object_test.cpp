@@ -24,7 +24,7 @@ TEST(Object, IdsStepBy256)
     EXPECT_EQ(a.GetObjectID() % 256, 0u);
 }
 
-TEST(Object, TypeAndMemorySizeOfTheRoot)
+TEST(Object, HasTypeAndMemorySize)
 {
     QZObject object;
     EXPECT_EQ(object.GetType(), 0x8100000);
@@ -33,18 +33,18 @@ TEST(Object, TypeAndMemorySizeOfTheRoot)
     EXPECT_EQ(object.IsDisposable(), 1);
 }
 
-TEST(Object, UnlockingAFreeObjectLeavesItFree)
+TEST(Object, UnlockingAnUnlockedObjectDoesNothing)
 {
     QZObject object;
     EXPECT_EQ(object.SetDisposable(77, 1), 1);
     EXPECT_EQ(object.IsDisposable(), 1);
-    // The key of that call was not stored: the next lock sets its own.
+    // The key of that call was not stored; the next lock sets its own.
     EXPECT_EQ(object.SetDisposable(5, 0), 1);
     EXPECT_EQ(object.SetDisposable(77, 1), 0);
     EXPECT_EQ(object.SetDisposable(5, 1), 1);
 }
 
-TEST(Object, UnlockingAsksForTheKeyOfTheLock)
+TEST(Object, UnlockingNeedsTheKeyOfTheLock)
 {
     QZObject object;
     EXPECT_EQ(object.SetDisposable(1000, 0), 1);
@@ -64,7 +64,7 @@ TEST(Object, LockingTwiceThrowsEvenWithTheSameKey)
     EXPECT_EQ(object.SetDisposable(9, 1), 1);
 }
 
-TEST(Object, DeletingALockedObjectSetsTheErrorWordAndAsserts)
+TEST(Object, DeletingALockedObjectSetsTheLastErrorAndAsserts)
 {
     QZLibSetFunctionAssert(&CountAsserts);
     g_falseAsserts = 0;
@@ -77,7 +77,7 @@ TEST(Object, DeletingALockedObjectSetsTheErrorWordAndAsserts)
     QZLastError = 0;
 }
 
-TEST(Object, ACopyHasTheIdAndTheLockOfItsSource)
+TEST(Object, CopyHasIdAndLockOfItsSource)
 {
     QZObject source;
     source.SetDisposable(3, 0);
@@ -92,9 +92,10 @@ TEST(Object, ACopyHasTheIdAndTheLockOfItsSource)
     EXPECT_EQ(assigned.GetObjectID(), source.GetObjectID());
 }
 
-/// The place of a virtual operation in the table of its class; the two destructors stand at 0 and 1.
+/// Returns the index of a virtual operation in the table of its class, -1 for others. The two destructors are
+/// 0 and 1.
 template <typename Method>
-std::ptrdiff_t Place(Method method)
+std::ptrdiff_t TableIndex(Method method)
 {
     struct
     {
@@ -111,21 +112,21 @@ std::ptrdiff_t Place(Method method)
 #endif
 }
 
-TEST(Object, VirtualOperationsStandInTheirOrder)
+TEST(Object, VirtualOperationsKeepTheirOrder)
 {
-    EXPECT_EQ(Place(&QZObject::IsDisposable), 2);
-    EXPECT_EQ(Place(&QZObject::SetDisposable), 3);
-    EXPECT_EQ(Place(&QZObject::GetObjectID), 4);
-    EXPECT_EQ(Place(&QZObject::GetMemorySize), 5);
-    EXPECT_EQ(Place(&QZObject::GetType), 6);
-    EXPECT_EQ(Place(&QZData::Clear), 7);
-    EXPECT_EQ(Place(static_cast<void (QZReport::*)(const QZWChar*)>(&QZReport::Report)), 7);
-    EXPECT_EQ(Place(static_cast<void (QZReport::*)(const char*)>(&QZReport::Report)), 8);
-    EXPECT_EQ(Place(static_cast<void (QZReport::*)(QZString*)>(&QZReport::Report)), 9);
-    EXPECT_EQ(Place(static_cast<void (QZErrorReport::*)(QZException*)>(&QZErrorReport::Report)), 10);
+    EXPECT_EQ(TableIndex(&QZObject::IsDisposable), 2);
+    EXPECT_EQ(TableIndex(&QZObject::SetDisposable), 3);
+    EXPECT_EQ(TableIndex(&QZObject::GetObjectID), 4);
+    EXPECT_EQ(TableIndex(&QZObject::GetMemorySize), 5);
+    EXPECT_EQ(TableIndex(&QZObject::GetType), 6);
+    EXPECT_EQ(TableIndex(&QZData::Clear), 7);
+    EXPECT_EQ(TableIndex(static_cast<void (QZReport::*)(const QZWChar*)>(&QZReport::Report)), 7);
+    EXPECT_EQ(TableIndex(static_cast<void (QZReport::*)(const char*)>(&QZReport::Report)), 8);
+    EXPECT_EQ(TableIndex(static_cast<void (QZReport::*)(QZString*)>(&QZReport::Report)), 9);
+    EXPECT_EQ(TableIndex(static_cast<void (QZErrorReport::*)(QZException*)>(&QZErrorReport::Report)), 10);
 }
 
-TEST(Object, ACopyHasTheLinksOfItsSource)
+TEST(Object, CopyHasLinksOfItsSource)
 {
     QZContainer container;
     QZObject first;
@@ -143,7 +144,7 @@ TEST(Object, ACopyHasTheLinksOfItsSource)
     EXPECT_EQ(container.Pop(), &first);
 }
 
-TEST(Object, LockingTwiceTellsKeyAndWish)
+TEST(Object, LockingTwiceNamesTheArguments)
 {
     QZObject object;
     object.SetDisposable(9, 0);

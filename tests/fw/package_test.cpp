@@ -15,10 +15,10 @@ QZData DataOf(std::string_view hex)
     return QZData(bytes.data(), static_cast<QZInt64>(bytes.size()));
 }
 
-/// The bytes of a new buffer, which is given back; "null" for none.
+/// Returns the bytes of a buffer as hex, "null" for no buffer, and recycles the buffer.
 std::string Take(QZData* data)
 {
-    if (!data) return "null";
+    if (data == nullptr) return "null";
     std::string shown = qztest::Hex(data->GetPointer(), static_cast<std::size_t>(data->GetSize()));
     QZPackage::Recycle(&data);
     EXPECT_EQ(data, nullptr);
@@ -42,7 +42,7 @@ std::string Wire(Package* package)
 
 std::string Plain(std::string_view hex) { return qztest::Hex(qztest::Bytes(hex)); }
 
-/// Both packages keep and answer alike.
+/// Tests that hold for both widths of packages.
 template <typename Package>
 class PackageOf : public ::testing::Test
 {};
@@ -70,7 +70,7 @@ TYPED_TEST(PackageOf, ElementsByIdAndByIndex)
     EXPECT_QZ_THROW(package.GetElement(-1), 1024);
 }
 
-TYPED_TEST(PackageOf, AnIdThatIsThereIsRefused)
+TYPED_TEST(PackageOf, DuplicateIdIsRefused)
 {
     TypeParam package;
     Add(&package, 7, "01", 1);
@@ -113,7 +113,7 @@ TYPED_TEST(PackageOf, SetElementKeepsTheType)
     EXPECT_EQ(Take(package.GetElement(0)), "0A 0B");
 }
 
-TYPED_TEST(PackageOf, RoomIsAskedForInAdvance)
+TYPED_TEST(PackageOf, ConstructorTakesAPositiveCapacity)
 {
     EXPECT_QZ_THROW(TypeParam(0), 256);
     EXPECT_QZ_THROW(TypeParam(-1), 256);
@@ -123,14 +123,14 @@ TYPED_TEST(PackageOf, RoomIsAskedForInAdvance)
     EXPECT_EQ(package.Count(), 5);
 }
 
-TEST(Package, TheTraceNamesTheWidthOfTheNumber)
+TEST(Package, TraceNamesTheWidthOfTheCapacity)
 {
     EXPECT_EQ(QZ_TEST_CATCH(QZPackage(0)).stackTrace, "QZPackage::QZPackage(QZInt64)");
     EXPECT_EQ(QZ_TEST_CATCH(QZPackage32(-4)).stackTrace, "QZPackage32::QZPackage32(QZInt32)");
     EXPECT_EQ(QZ_TEST_CATCH(QZPackage32(-4)).argumentTrace, "QZPackage32::QZPackage32(-4)");
 }
 
-TYPED_TEST(PackageOf, ThereAndBack)
+TYPED_TEST(PackageOf, RoundTrip)
 {
     TypeParam package;
     Add(&package, 7, "01 02 03", 0x2000000);
@@ -149,7 +149,7 @@ TYPED_TEST(PackageOf, ThereAndBack)
     EXPECT_EQ(back, nullptr);
 }
 
-TYPED_TEST(PackageOf, ACopySharesTheElements)
+TYPED_TEST(PackageOf, CopySharesTheElements)
 {
     TypeParam copy;
     {
@@ -162,7 +162,7 @@ TYPED_TEST(PackageOf, ACopySharesTheElements)
     EXPECT_EQ(Take(copy.GetElementByID(2)), "02");
 }
 
-TYPED_TEST(PackageOf, RecycleOfALockedBufferOnlyForgetsIt)
+TYPED_TEST(PackageOf, RecycleOfALockedBufferOnlyClearsTheVariable)
 {
     QZData data;
     data.SetDisposable(3, 0);
@@ -173,7 +173,7 @@ TYPED_TEST(PackageOf, RecycleOfALockedBufferOnlyForgetsIt)
     data.SetDisposable(3, 1);
 }
 
-TYPED_TEST(PackageOf, RecycleOfNullIsABrokenAssertion)
+TYPED_TEST(PackageOf, RecycleOfNullFailsAnAssertion)
 {
     qztest::AssertWatch watch;
     TypeParam* package = nullptr;
@@ -183,7 +183,7 @@ TYPED_TEST(PackageOf, RecycleOfNullIsABrokenAssertion)
     EXPECT_EQ(watch.Count(), 2);
 }
 
-TYPED_TEST(PackageOf, ManyElementsWithTheSameIdAreReadInTime)
+TYPED_TEST(PackageOf, ManyElementsWithTheSameIdAreReadQuickly)
 {
     TypeParam package;
     Add(&package, 1, "", 0);
@@ -245,7 +245,7 @@ TEST(Package, TwoElementsByteByByte)
                                     "00 AA 00 BBCC"));
 }
 
-TEST(Package, ReservedAndFillerBytesStayAsTheTargetHadThem)
+TEST(Package, ReservedAndFillerBytesKeepTheTargetsBytes)
 {
     QZPackage package;
     Add(&package, 7, "01 02 03", 0x2000000);
@@ -262,7 +262,7 @@ TEST(Package, ReservedAndFillerBytesStayAsTheTargetHadThem)
     QZPackage::Recycle(&back);
 }
 
-/// The 76 bytes of one element with one word changed.
+/// Returns the 76 bytes of one element with one word changed.
 QZData Changed(QZInt64 word, QZUInt64 value)
 {
     QZData data = DataOf(kOneElement);
@@ -270,7 +270,7 @@ QZData Changed(QZInt64 word, QZUInt64 value)
     return data;
 }
 
-TEST(Package, HostileStringsAreRefused)
+TEST(Package, MalformedBytesAreRefused)
 {
     QZData wrong[] = {
         DataOf(""),
@@ -294,7 +294,7 @@ TEST(Package, HostileStringsAreRefused)
     EXPECT_QZ_THROW(QZPackage::Deserialize(nullptr), 256);
 }
 
-TEST(Package, ARefusedStringIsInTheTrace)
+TEST(Package, TraceShowsTheRefusedBytes)
 {
     QZData data = DataOf("01 02");
     const qztest::Thrown thrown = QZ_TEST_CATCH(QZPackage::Deserialize(&data));
@@ -304,7 +304,7 @@ TEST(Package, ARefusedStringIsInTheTrace)
     EXPECT_EQ(other.stackTrace, "QZPackage32::Deserialize(QZData*)");
 }
 
-TEST(Package, AnElementMayBeginInTheSecondHalfOfTheDirectory)
+TEST(Package, ElementMayBeginInsideTheDirectory)
 {
     QZData data = Changed(7, 32);
     data.SetValueUInt64(8, 40);
@@ -313,7 +313,7 @@ TEST(Package, AnElementMayBeginInTheSecondHalfOfTheDirectory)
     QZPackage::Recycle(&package);
 }
 
-TEST(Package, ElementsMustStandInOrderAndApart)
+TEST(Package, ElementsMustBeInOrderAndDisjoint)
 {
     QZPackage package;
     Add(&package, 1, "AA", 1);
@@ -324,13 +324,13 @@ TEST(Package, ElementsMustStandInOrderAndApart)
     QZData touching(data);
     touching.SetValueUInt64(15, 138);
     QZPackage* back = QZPackage::Deserialize(&touching);
-    EXPECT_EQ(Take(back->GetElement(1)), "00 BB") << "no filler byte is asked for";
+    EXPECT_EQ(Take(back->GetElement(1)), "00 BB") << "the filler byte is optional";
     QZPackage::Recycle(&back);
     data.SetValueUInt64(15, 137);
     EXPECT_QZ_THROW(QZPackage::Deserialize(&data), 512);
 }
 
-TEST(Package, ASecondElementWithTheSameIdShiftsTheIds)
+TEST(Package, DuplicateIdShiftsTheFollowingIds)
 {
     QZPackage package;
     Add(&package, 1, "AA", 11);
@@ -372,7 +372,7 @@ TEST(Package32, TwoElementsByteByByte)
                                     "00 010203 00 04"));
 }
 
-TEST(Package32, WideIdsAreCutWhenTheyAreWritten)
+TEST(Package32, WideIdsAreTruncatedWhenWritten)
 {
     QZPackage32 package;
     Add(&package, 0x100000001ull, "01", 0x200000003ull);
@@ -386,7 +386,7 @@ TEST(Package32, WideIdsAreCutWhenTheyAreWritten)
     QZPackage32::Recycle(&back);
 }
 
-TEST(Package32, HostileStringsAreRefused)
+TEST(Package32, MalformedBytesAreRefused)
 {
     const char* const kWrong[] = {
         "",
@@ -412,9 +412,9 @@ TEST(Package32, HostileStringsAreRefused)
     QZPackage32::Recycle(&package);
 }
 
-TEST(Package32, AStringOfTheOtherWidthIsAnotherPackageOrNone)
+TEST(Package32, EmptyPackageOf32BitsIsTooShortFor64Bits)
 {
-    // Four cleared bytes are an empty package here and too short there.
+    // Four zero bytes are an empty package with 32-bit fields, but too short for one with 64-bit fields.
     QZData data = DataOf("00 00 00 00");
     EXPECT_QZ_THROW(QZPackage::Deserialize(&data), 512);
 }

@@ -2,7 +2,7 @@
 
 #include "support/qz_test.h"
 
-TEST(Queue, TakesItsCapacityAndGivesTheWordsInOrder)
+TEST(Queue, HoldsItsCapacityAndReturnsTheWordsInOrder)
 {
     QZQueue queue(3);
     EXPECT_EQ(queue.GetType(), 0x8120000);
@@ -22,7 +22,7 @@ TEST(Queue, TakesItsCapacityAndGivesTheWordsInOrder)
     EXPECT_EQ(queue.Count(), 0);
 }
 
-TEST(Queue, EmptyQueueGivesFalseAndLeavesTheVariable)
+TEST(Queue, DeQueueOfEmptyIsFalseAndKeepsTheVariable)
 {
     QZQueue queue(1);
     QZUInt64 value = 77;
@@ -30,7 +30,7 @@ TEST(Queue, EmptyQueueGivesFalseAndLeavesTheVariable)
     EXPECT_EQ(value, 77u);
 }
 
-TEST(Queue, GoesRoundTheRing)
+TEST(Queue, WrapsAroundTheRing)
 {
     QZQueue queue(3);
     QZUInt64 next = 0;

@@ -3,7 +3,7 @@
 #include "fw/internal/fw_data_find.h"
 #include "support/qz_test.h"
 
-TEST(Search, FindsOneMatchAfterTheOther)
+TEST(Search, FindsEveryMatchInOrder)
 {
     QZSearch search("ab-ab-ab", 8, "ab", 2);
     EXPECT_EQ(search.GetType(), 0x81E0000);
@@ -22,7 +22,7 @@ TEST(Search, MatchesDoNotOverlap)
     EXPECT_EQ(search.Continue(), -1);
 }
 
-TEST(Search, AfterAMissItGoesOnAtThePatternsSizeLessOne)
+TEST(Search, ContinueAfterAMissStartsAtPatternSizeMinusOne)
 {
     QZSearch search("xab", 3, "ab", 2);
     EXPECT_EQ(search.New(), 1);
@@ -47,19 +47,19 @@ TEST(Search, NullIsFoundAtZero)
 
 TEST(Search, EndOfTheDataIsRespected)
 {
-    // The match at 4 begins inside and ends outside.
+    // The match at 4 begins inside the data and ends outside.
     EXPECT_EQ(QZSearch::New("xxxxab", 5, "ab", 2), -1);
     EXPECT_EQ(QZSearch::New("xxxxab", 6, "ab", 2), 4);
 }
 
-TEST(BytesFind, WithAUnitOfTwoOnlyEvenPositionsCount)
+TEST(BytesFind, UnitOfTwoMatchesEvenPositionsOnly)
 {
     EXPECT_EQ(QZBytesFind("xabxab", 6, "ab", 2, 1), 1);
     EXPECT_EQ(QZBytesFind("xabxab", 6, "ab", 2, 2), 4);
     EXPECT_EQ(QZBytesFind("xab", 3, "ab", 2, 2), -1);
 }
 
-TEST(BytesReplace, WithAUnitOfTwoOnlyEvenPositionsCount)
+TEST(BytesReplace, UnitOfTwoMatchesEvenPositionsOnly)
 {
     char target[16] = {};
     EXPECT_EQ(QZBytesReplace(target, "xabxab", 6, "ab", 2, "--", 2, 2), 6);

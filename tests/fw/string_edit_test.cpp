@@ -6,7 +6,7 @@
 
 namespace
 {
-/// Takes a new string over as UTF-8.
+/// Returns the text as UTF-8 and recycles the string.
 std::string Taken(QZString* text)
 {
     std::string result = qztest::Utf8(text);
@@ -98,7 +98,7 @@ TEST(StringAppend, NumbersAreDecimal)
     EXPECT_EQ(Appended(0), "=0");
 }
 
-TEST(StringAppend, OfASingleUnitIsItsNumber)
+TEST(StringAppend, OfASingleUnitAppendsItsNumber)
 {
     QZString text;
     text.Append('a');
@@ -129,14 +129,14 @@ TEST(StringPrepend, NumbersAreDecimal)
     EXPECT_EQ(Prepended(0.5f), "0.5=");
 }
 
-TEST(StringPrepend, UsesTheHeadRoomWhileSomeOfItIsLeft)
+TEST(StringPrepend, UsesTheHeadRoomUntilTwoBytesAreLeft)
 {
     QZString text(QZ_W("end"));
     const QZWChar* before = text.GetPointer();
     text.Prepend(QZ_W("0123456789012345678901234567890"));  // 31 units, 62 bytes
     EXPECT_EQ(Offset(text), 2);
     EXPECT_EQ(text.GetPointer() + 31, before);
-    text.Prepend(QZ_W("x"));  // 2 bytes are not less than the 2 that are left
+    text.Prepend(QZ_W("x"));  // needs 2 bytes, and more than 2 must be left
     EXPECT_EQ(Offset(text), 2);
     EXPECT_QZ_TEXT(text, "x0123456789012345678901234567890end");
     EXPECT_TRUE(text.Check());
@@ -154,7 +154,7 @@ TEST(StringPrepend, OfAStringToItselfDoublesIt)
     EXPECT_QZ_TEXT(text, "abab");
 }
 
-TEST(StringInsert, PutsTextBeforeTheUnit)
+TEST(StringInsert, InsertsBeforeTheUnit)
 {
     QZString text(QZ_W("ad"));
     QZString other(QZ_W("b"));
@@ -182,13 +182,13 @@ TEST(StringInsert, OfAStringIntoItself)
     EXPECT_QZ_TEXT(text, "aabcbc");
 }
 
-TEST(StringInsert, IndexIsNotTested)
+TEST(StringInsert, IndexOutOfRangeIsNotRefused)
 {
-    QZString behind(QZ_W("abc"));
-    behind.Insert(4, QZ_W("xyz"));
-    EXPECT_EQ(behind.GetLength(), 6);
-    EXPECT_BYTES(behind.GetPointer(), 14, "6100 6200 6300 0000 7800 7900 0000");
-    EXPECT_TRUE(behind.Check());
+    QZString pastEnd(QZ_W("abc"));
+    pastEnd.Insert(4, QZ_W("xyz"));
+    EXPECT_EQ(pastEnd.GetLength(), 6);
+    EXPECT_BYTES(pastEnd.GetPointer(), 14, "6100 6200 6300 0000 7800 7900 0000");
+    EXPECT_TRUE(pastEnd.Check());
 
     QZString before(QZ_W("abc"));
     before.Insert(-1, QZ_W("xy"));
@@ -222,7 +222,7 @@ TEST(StringReplace, MatchesDoNotOverlap)
 
 TEST(StringReplace, MatchesWholeUnitsOnly)
 {
-    // Bytes 00 61 stand across the two units 6100 6200 and are no match for the unit 6100.
+    // The bytes 61 00 lie across the units 6100 and 6200 and must not match the unit 0061.
     const QZWChar units[] = {0x6100, 0x6200, 0};
     QZString text(units);
     const QZWChar find[] = {0x0061, 0};
@@ -231,7 +231,7 @@ TEST(StringReplace, MatchesWholeUnitsOnly)
     QZString::Recycle(&copy);
 }
 
-TEST(StringReplace, NullOrEmptyFindGivesACopy)
+TEST(StringReplace, NullOrEmptyFindReturnsACopy)
 {
     QZString text(QZ_W("abc"));
     EXPECT_EQ(Taken(text.Replace(kNoWide, QZ_W("x"))), "abc");
@@ -242,7 +242,7 @@ TEST(StringReplace, NullOrEmptyFindGivesACopy)
     EXPECT_QZ_TEXT(text, "abc");
 }
 
-TEST(StringReplace, NullOrEmptyWithTakesOut)
+TEST(StringReplace, NullOrEmptyWithRemovesTheMatches)
 {
     QZString text(QZ_W("a-b-c"));
     EXPECT_EQ(Taken(text.Replace(QZ_W("-"), kNoWide)), "abc");
@@ -259,7 +259,7 @@ TEST(StringReplace, EmptyStringStaysEmpty)
     EXPECT_EQ(text.GetLength(), 0);
 }
 
-TEST(StringReplace, InPlaceWithoutAMatchLeavesTheTextWhereItIs)
+TEST(StringReplace, InPlaceWithoutAMatchKeepsTheAddress)
 {
     QZString text(QZ_W("abc"));
     const QZWChar* before = text.GetPointer();
@@ -313,7 +313,7 @@ TEST(StringSubString, OutsideTheTextThrows256)
     EXPECT_EQ(thrown.argumentTrace, "QZString::SubString(2, 1)");
 }
 
-TEST(StringCase, ShiftsAsciiLettersOnly)
+TEST(StringCase, ConvertsAsciiLettersOnly)
 {
     QZString text("aZ[`{@\xC3\xA9\xC3\x89", 6);
     text.Append(QZ_W("\u00E9\u00C9"));
@@ -326,7 +326,7 @@ TEST(StringCase, ShiftsAsciiLettersOnly)
     EXPECT_QZ_TEXT(text, "az[`{@\xC3\xA9\xC3\x89");
 }
 
-TEST(StringTrim, TakesOffTheSevenKindsOfWhiteSpace)
+TEST(StringTrim, RemovesSevenKindsOfWhiteSpace)
 {
     const QZWChar units[] = {0, ' ', '\t', '\n', '\r', '\v', '\f', 'a', ' ', 'b', '\f', 0, ' '};
     QZString text(units, sizeof units);
@@ -336,7 +336,7 @@ TEST(StringTrim, TakesOffTheSevenKindsOfWhiteSpace)
     EXPECT_QZ_TEXT(text, "a b");
 }
 
-TEST(StringTrim, LeavesOtherSpacesAlone)
+TEST(StringTrim, KeepsOtherSpaces)
 {
     QZString text(QZ_W("\u00A0a\u3000"));
     text.TrimThis();

@@ -37,7 +37,7 @@ TEST(StringFactory, CreatesFromEveryKindOfText)
     EXPECT_EQ(Taken(QZStringFactory::CreateString(static_cast<QZString*>(nullptr))), "");
 }
 
-TEST(StringFactory, RecycledStringComesOutAgainEmptyWithItsStorage)
+TEST(StringFactory, RecycledStringIsReusedEmptyWithItsStorage)
 {
     QZString* text = QZStringFactory::CreateString();
     for (int i = 0; i < 3000; ++i) text->Append(QZ_W("x"));
@@ -52,11 +52,11 @@ TEST(StringFactory, RecycledStringComesOutAgainEmptyWithItsStorage)
     QZStringFactory::Recycle(&again);
 }
 
-TEST(StringFactory, FailedCreationGivesTheStringBack)
+TEST(StringFactory, FailedCreationRecyclesTheString)
 {
     QZStringFactory::Collect(0);
     EXPECT_EQ(QZStringFactory::GetMemorySize(), 16);
-    // The string fails and goes back; the three strings of the exception follow when it is recycled.
+    // The string is recycled at once, the three strings of the exception together with the exception.
     EXPECT_QZ_THROW(QZStringFactory::CreateString(static_cast<const QZWChar*>(nullptr), 2), 256);
     EXPECT_GE(QZStringFactory::GetMemorySize(), 16 + 4 * (4096 + 8));
 }
@@ -70,7 +70,7 @@ TEST(StringFactory, FailedCreationAddsItsFrame)
     EXPECT_EQ(thrown.argumentTrace, "QZString::Set(<NULL>, 2)\r\nQZStringFactory::CreateString(<NULL>, 2)");
 }
 
-TEST(StringFactory, RecycledCollectionGivesItsStringsBack)
+TEST(StringFactory, RecycledCollectionRecyclesItsStrings)
 {
     QZStringCollection* pieces = QZStringFactory::CreateStringCollection();
     pieces->Push(QZStringFactory::CreateString("a"));
@@ -84,7 +84,7 @@ TEST(StringFactory, RecycledCollectionGivesItsStringsBack)
     QZStringFactory::Recycle(&again);
 }
 
-TEST(StringFactory, LockedStringIsNotTakenBack)
+TEST(StringFactory, LockedStringIsRefused)
 {
     QZString* text = QZStringFactory::CreateString("x");
     text->SetDisposable(7, 0);
@@ -94,7 +94,7 @@ TEST(StringFactory, LockedStringIsNotTakenBack)
     QZStringFactory::Recycle(&text);
 }
 
-TEST(StringFactory, NullVariableIsAnAssertion)
+TEST(StringFactory, RecycleOfNullFailsAnAssertion)
 {
     QZString* noText = nullptr;
     QZStringCollection* noCollection = nullptr;
@@ -114,7 +114,7 @@ TEST(Environment, NewLineIsCarriageReturnLineFeed)
     EXPECT_EQ(QZEnvironment::UseMemPoolCache, 0);
 }
 
-TEST(Environment, NamesItsEncodings)
+TEST(Environment, HasTheEncodingsOfTheCharacterTypes)
 {
     EXPECT_EQ(QZEnvironment::CurrentCharacterEncodingType, 0x2010100);
     EXPECT_EQ(QZEnvironment::CurrentWideCharacterEncodingType, 0x2010200);

@@ -17,7 +17,7 @@ constexpr QZWChar U(char c) { return static_cast<QZWChar>(c); }
 
 using Texts = std::vector<std::string>;
 
-/// Takes the pieces over as UTF-8.
+/// Returns the pieces as UTF-8 and recycles them.
 Texts Taken(QZStringCollection* pieces)
 {
     Texts texts;
@@ -76,7 +76,7 @@ TEST(StringEquals, FoldsAsciiLettersOnly)
     EXPECT_TRUE(text.Equals(QZ_W("AZ9"), 1));
     QZString lower(QZ_W("az9"));
     EXPECT_TRUE(text.Equals(&lower, 1));
-    // "@" and "`", "[" and "{" are 32 apart and no letters.
+    // "@" and "`", "[" and "{" differ by 32 as letters do, but are no letters.
     EXPECT_FALSE(QZString(QZ_W("@")).Equals(QZ_W("`"), 1));
     EXPECT_FALSE(QZString(QZ_W("[")).Equals("{", 1));
     EXPECT_FALSE(QZString(QZ_W("\u00E9")).Equals(QZ_W("\u00C9"), 1));
@@ -84,7 +84,7 @@ TEST(StringEquals, FoldsAsciiLettersOnly)
 
 TEST(StringEquals, NarrowTextIsConverted)
 {
-    // What the narrow page makes of these bytes is what the string holds.
+    // Both sides are converted from the same ANSI code page.
     const char* narrow = "a\xC3\xA9";
     QZString text(narrow);
     EXPECT_TRUE(text.Equals(narrow));
@@ -106,7 +106,7 @@ TEST(StringIndexOf, FindsTheFirstOccurrence)
     EXPECT_EQ(text.IndexOf("abcabcd"), -1);
 }
 
-TEST(StringIndexOf, GoesOnFromAStart)
+TEST(StringIndexOf, StartsAtAnIndex)
 {
     QZString text(QZ_W("abcabc"));
     QZString bc(QZ_W("bc"));
@@ -154,13 +154,13 @@ TEST(StringIndexOf, BadStartThrows256)
     EXPECT_EQ(thrown.argumentTrace, "QZString::IndexOf(4, a)");
 }
 
-TEST(StringIndexOf, PatternsCompareOnUnitsNotOnBytes)
+TEST(StringIndexOf, PatternsMatchWholeUnitsOnly)
 {
     const QZWChar units[] = {0x6100, 0x6200, 0};
     EXPECT_EQ(QZString(units).IndexOf(static_cast<QZWChar>(0x0061)), -1);
 }
 
-TEST(StringContains, IsAnIndexOfAtLeastZero)
+TEST(StringContains, IsTrueWhenIndexOfFinds)
 {
     QZString text(QZ_W("abc"));
     QZString b(QZ_W("b"));
@@ -212,7 +212,7 @@ TEST(StringEndWith, ComparesTheEnd)
     EXPECT_FALSE(text.EndWith(kNoString));
 }
 
-TEST(StringSplit, GivesWhatLiesBetweenTheSeparators)
+TEST(StringSplit, ReturnsTheTextBetweenTheSeparators)
 {
     QZString text(QZ_W("a,b"));
     QZString comma(QZ_W(","));
@@ -231,7 +231,7 @@ TEST(StringSplit, KeepsEmptyPieces)
     EXPECT_EQ(Taken(QZString().Split(kNoString)), (Texts{""}));
 }
 
-TEST(StringSplit, WithoutASeparatorGivesOneCopy)
+TEST(StringSplit, WithoutASeparatorReturnsOneCopy)
 {
     QZString text(QZ_W("a,b"));
     EXPECT_EQ(Taken(text.Split(static_cast<QZWChar>(0))), (Texts{"a,b"}));
@@ -242,13 +242,13 @@ TEST(StringSplit, WithoutASeparatorGivesOneCopy)
     EXPECT_EQ(Taken(text.Split("abcdef")), (Texts{"a,b"}));
 }
 
-TEST(StringSplit, ByItselfGivesTwoEmptyPieces)
+TEST(StringSplit, ByItselfReturnsTwoEmptyPieces)
 {
     QZString text(QZ_W("a,b"));
     EXPECT_EQ(Taken(text.Split(&text)), (Texts{"", ""}));
 }
 
-TEST(StringSplit, OverlappingSeparatorsCountAgainWithAnEmptyPiece)
+TEST(StringSplit, OverlappingSeparatorsGiveAnEmptyPiece)
 {
     EXPECT_EQ(Taken(QZString(QZ_W("aaa")).Split(QZ_W("aa"))), (Texts{"", "", ""}));
     EXPECT_EQ(Taken(QZString(QZ_W("x---y")).Split(QZ_W("--"))), (Texts{"x", "", "y"}));
@@ -279,7 +279,7 @@ TEST(StringIsNumberic, DigitsWithPointsAndALeadingSign)
     EXPECT_TRUE(IsNumberic(QZ_W("-1.5")));
     EXPECT_TRUE(IsNumberic(QZ_W("1.2.3")));
     EXPECT_TRUE(IsNumberic(QZ_W("...")));
-    EXPECT_TRUE(IsNumberic(QZ_W("-")));  // nothing behind the sign is nothing wrong
+    EXPECT_TRUE(IsNumberic(QZ_W("-")));  // a sign alone is accepted
     EXPECT_TRUE(IsNumberic(QZ_W("-.")));
     EXPECT_FALSE(IsNumberic(QZ_W("abc")));
     EXPECT_FALSE(IsNumberic(QZ_W("1-2")));
@@ -289,7 +289,7 @@ TEST(StringIsNumberic, DigitsWithPointsAndALeadingSign)
     EXPECT_FALSE(IsNumberic(QZ_W("1e5")));
 }
 
-TEST(StringIsNumberic, HexadecimalLeavesTheFirstDigitUnchecked)
+TEST(StringIsNumberic, FirstHexadecimalDigitIsNotChecked)
 {
     EXPECT_TRUE(IsNumberic(QZ_W("0x1F")));
     EXPECT_TRUE(IsNumberic(QZ_W("0xabcdef")));
@@ -301,7 +301,7 @@ TEST(StringIsNumberic, HexadecimalLeavesTheFirstDigitUnchecked)
     EXPECT_FALSE(IsNumberic(QZ_W("-0x1F")));
 }
 
-TEST(StringIsNumberic, NullAndEmptySetTheErrorWord)
+TEST(StringIsNumberic, NullAndEmptySetTheLastError)
 {
     QZString empty;
     QZLastError = 0;

@@ -14,7 +14,7 @@ namespace
 {
 QZInt64 Word(void* block, QZInt64 position) { return QZLoad<QZInt64>(QZAt(block, position)); }
 
-/// Makes the next allocations of the process heap fail for the time of a scope.
+/// While it lives, makes the next allocation from the process heap fail.
 class NoMemory
 {
 public:
@@ -61,7 +61,7 @@ TEST(String, EmptyStringHoldsATerminator)
     EXPECT_EQ(text.GetMemorySize(), 4096 + 8);
 }
 
-TEST(String, BlockNamesTheEncodingAndCountsTheTerminator)
+TEST(String, BlockHasTheEncodingAndCountsTheTerminator)
 {
     QZString text(QZ_W("ab"));
     void* block = text.GetStructPointer();
@@ -155,7 +155,7 @@ TEST(String, BlockCopyKeepsItsHeadRoom)
     EXPECT_EQ(Word(copy.GetStructPointer(), 24), 62);
 }
 
-TEST(String, ClearKeepsTheStorageAndPutsTheHeadRoomBack)
+TEST(String, ClearKeepsTheStorageAndRestoresTheHeadRoom)
 {
     QZString text;
     for (int i = 0; i < 4000; ++i) text.Append(QZ_W("x"));
@@ -228,13 +228,13 @@ TEST(String, CharAtReadsUnitsAndTheTerminator)
     EXPECT_EQ(text.CharAt(2), 0);
 }
 
-TEST(String, CharAtHasNoBounds)
+TEST(String, CharAtOutsideTheTextDoesNotThrow)
 {
     QZString text(QZ_W("bc"));
     EXPECT_EQ(text.CharAt(-1), 0);
     text.Prepend(QZ_W("a"));
     text.SubStringThis(0, 1);
-    EXPECT_EQ(text.CharAt(2), 'c');  // what was there before
+    EXPECT_EQ(text.CharAt(2), 'c');  // the old unit after the shortened text
     EXPECT_EQ(text.CharAt(1000000000), 0);
     EXPECT_EQ(text.CharAt(-1000000000), 0);
     EXPECT_EQ(text.CharAt(0x7FFFFFFFFFFFFFFF), 0);
@@ -255,7 +255,7 @@ TEST(String, CopiesGoThroughTheHook)
     EXPECT_QZ_TEXT(text, "x-yabc");
 }
 
-TEST(String, GrowthWithoutMemoryThrowsAndLeavesTheText)
+TEST(String, GrowthWithoutMemoryThrowsAndKeepsTheText)
 {
     QZString text(QZ_W("ab"));
     qztest::Text longer(5000, 'x');
@@ -274,9 +274,9 @@ TEST(String, GrowthWithoutMemoryThrowsAndLeavesTheText)
     EXPECT_TRUE(text.Check());
 }
 
-TEST(String, GrowthWithoutMemoryNamesTheNumberByItsBytes)
+TEST(String, GrowthWithoutMemoryShowsTheBytesOfTheNumber)
 {
-    // The largest text that fits a block of 4096 bytes: 4032 less header, head room, terminator and guard.
+    // The longest text that fits a block of 4096 bytes: 4032 less header, head room, terminator and guard.
     QZString text;
     while (text.GetMemorySize() == 4096 + 8) text.Append(QZ_W("x"));
     QZInt64 length = text.GetLength() - 1;
@@ -295,12 +295,12 @@ TEST(String, GrowthWithoutMemoryNamesTheNumberByItsBytes)
     EXPECT_EQ(full.GetLength(), length);
 }
 
-TEST(String, DamagedStringIsReportedAtItsEnd)
+TEST(String, DamagedStringIsReportedAtDestruction)
 {
     QZLibSetFunctionAssert(CountAssert);
     g_asserts = 0;
     QZString* text = new QZString(QZ_W("abc"));
-    // The text ends at 40 + 64 + 8 bytes of the block, where the guard stands.
+    // The text ends after 40 + 64 + 8 bytes of the block; the guard follows.
     unsigned char* guard = QZAt(text->GetStructPointer(), 112);
     QZUInt64 kept = QZLoad<QZUInt64>(guard);
     EXPECT_EQ(kept, 0xFFFF000000000000ull);
@@ -312,14 +312,14 @@ TEST(String, DamagedStringIsReportedAtItsEnd)
     EXPECT_EQ(g_asserts, 1);
     EXPECT_EQ(QZLastError, 512);
     QZLibSetFunctionAssert(AbortOnFalse);
-    // The damaged block was left alone: mended, it can still be given back.
+    // The damaged block was not freed: once repaired, it can be.
     QZStore<QZUInt64>(QZAt(block, 112), kept);
     QZString heir(block);
     EXPECT_QZ_TEXT(heir, "abc");
     QZMemory::RecycleBuffer(block);
 }
 
-TEST(String, RecycleGivesBackThroughTheFactory)
+TEST(String, RecycleReturnsTheStringToTheFactory)
 {
     QZString* text = QZStringFactory::CreateString(QZ_W("x"));
     QZString* sameText = text;

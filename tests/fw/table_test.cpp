@@ -31,10 +31,11 @@ protected:
 
 std::string Bytes(QZData* data)
 {
-    return data ? qztest::Hex(data->GetPointer(), static_cast<std::size_t>(data->GetSize())) : "null";
+    return data != nullptr ? qztest::Hex(data->GetPointer(), static_cast<std::size_t>(data->GetSize()))
+                           : "null";
 }
 
-TEST(EmptyTable, HasNothing)
+TEST(EmptyTable, HasNoColumnsRowsOrName)
 {
     QZDataTable table;
     EXPECT_EQ(table.Columns->Count(), 0);
@@ -97,7 +98,7 @@ TEST_F(Table, ColumnNamesAreUniqueAndNotEmpty)
     EXPECT_EQ(m_table.Columns->GetElementType(3), QZDataType::INT8);
 }
 
-TEST_F(Table, ANewRowIsEmptyAndLocked)
+TEST_F(Table, NewRowIsEmptyAndLocked)
 {
     QZDataRow* row = m_table.Rows->NewRow();
     EXPECT_EQ(m_table.Rows->Count(), 1);
@@ -131,25 +132,25 @@ TEST_F(Table, ValuesByName)
     EXPECT_QZ_THROW(row->SetElement(&name, &name), 1024);
 }
 
-TEST_F(Table, AnEmptyValueBecomesAnObjectOfTheColumnsType)
+TEST_F(Table, FirstValueGetsTheClassOfItsColumn)
 {
     QZDataRow* row = m_table.Rows->NewRow();
     QZData source("\x01\x02", 2);
     EXPECT_EQ(row->SetElement(0, &source), 1);
     QZData* value = row->GetElement(0);
     EXPECT_EQ(value->GetType(), QZDataInt32::Type);
-    EXPECT_EQ(Bytes(value), "01 02") << "the bytes are the source's";
+    EXPECT_EQ(Bytes(value), "01 02") << "the bytes are copied from the source";
     source.NewSize(1);
     EXPECT_EQ(Bytes(value), "01 02");
     row->SetElement(0, &source);
-    EXPECT_EQ(row->GetElement(0), value) << "the object stays";
+    EXPECT_EQ(row->GetElement(0), value) << "the object is reused";
     EXPECT_EQ(Bytes(value), "01");
     EXPECT_QZ_THROW(row->SetElement(1, static_cast<QZData*>(nullptr)), 256);
     EXPECT_EQ(row->GetElement(1), nullptr);
     EXPECT_QZ_THROW(row->SetElement(3, &source), 1024);
 }
 
-TEST_F(Table, AValueSetToItselfComesOutEmpty)
+TEST_F(Table, ValueSetToItselfBecomesEmpty)
 {
     QZDataRow* row = m_table.Rows->NewRow();
     QZData source("\x01\x02", 2);
@@ -178,7 +179,7 @@ TEST_F(Table, ValuesFromText)
     EXPECT_QZ_THROW(row->SetElement(-1, &text), 1024);
 }
 
-TEST_F(Table, AddAppendsAValueThatNoColumnKnows)
+TEST_F(Table, AddAppendsAValueWithoutAColumn)
 {
     QZDataRow* row = m_table.Rows->NewRow();
     row->Add();
@@ -187,7 +188,7 @@ TEST_F(Table, AddAppendsAValueThatNoColumnKnows)
     EXPECT_QZ_THROW(row->SetElement(3, &source), 1024);
 }
 
-TEST_F(Table, ARecycledRowBelongsToNobody)
+TEST_F(Table, RecycledRowIsRemovedButNotDeleted)
 {
     QZDataRow* first = m_table.Rows->NewRow();
     QZDataRow* second = m_table.Rows->NewRow();
@@ -196,8 +197,8 @@ TEST_F(Table, ARecycledRowBelongsToNobody)
     EXPECT_EQ(variable, nullptr);
     EXPECT_EQ(m_table.Rows->Count(), 1);
     EXPECT_EQ(m_table.Rows->GetRow(0), second);
-    EXPECT_EQ(first->IsDisposable(), 0) << "it is still locked";
-    EXPECT_EQ(first->GetElement(0), nullptr) << "and still there";
+    EXPECT_EQ(first->IsDisposable(), 0) << "the row is still locked";
+    EXPECT_EQ(first->GetElement(0), nullptr) << "the row still exists";
     variable = first;
     EXPECT_QZ_THROW_MESSAGE(m_table.Rows->Recycle(&variable), 6144, " OperationFailed");
     EXPECT_EQ(variable, first);
@@ -205,7 +206,7 @@ TEST_F(Table, ARecycledRowBelongsToNobody)
     delete first;
 }
 
-TEST_F(Table, RowsEndWhenTheirTableGainsAColumn)
+TEST_F(Table, RowsAreDeletedWhenAColumnIsAdded)
 {
     QZDataRow* first = m_table.Rows->NewRow();
     m_table.Rows->NewRow();
@@ -215,16 +216,16 @@ TEST_F(Table, RowsEndWhenTheirTableGainsAColumn)
     {
         qztest::AssertWatch watch;
         EXPECT_EQ(m_table.Columns->Add("late", QZDataType::INT8), 1);
-        EXPECT_EQ(watch.Count(), 2) << "one for each row";
+        EXPECT_EQ(watch.Count(), 2) << "one failed assertion for each row";
     }
     EXPECT_EQ(QZLastError, 1280);
-    EXPECT_EQ(m_table.Rows->Count(), 2) << "the collection goes on naming them";
+    EXPECT_EQ(m_table.Rows->Count(), 2) << "the collection still counts the deleted rows";
     EXPECT_EQ(m_table.Columns->Count(), 4);
     QZDataRow* late = m_table.Rows->NewRow();
     EXPECT_EQ(late->GetElement(3), nullptr);
 }
 
-TEST_F(Table, RowsEndBeforeTheNameOfTheNewColumnIsLookedAt)
+TEST_F(Table, RowsAreDeletedBeforeTheNewColumnNameIsChecked)
 {
     m_table.Rows->NewRow();
     qztest::AssertWatch watch;
@@ -233,7 +234,7 @@ TEST_F(Table, RowsEndBeforeTheNameOfTheNewColumnIsLookedAt)
     EXPECT_EQ(m_table.Columns->Count(), 3);
 }
 
-TEST_F(Table, RecycleOfNoRowIsABrokenAssertion)
+TEST_F(Table, RecycleOfNullFailsAnAssertion)
 {
     qztest::AssertWatch watch;
     QZDataRow* row = nullptr;
@@ -241,7 +242,7 @@ TEST_F(Table, RecycleOfNoRowIsABrokenAssertion)
     EXPECT_EQ(watch.Count(), 1);
 }
 
-TEST_F(Table, ValuesGoBackToTheirCachesWithTheTable)
+TEST_F(Table, ValuesAreRecycledWithTheTable)
 {
     QZDataFactory::Collect(0);
     const QZInt64 before = QZDataFactory::GetMemorySize();
@@ -259,7 +260,7 @@ TEST_F(Table, ValuesGoBackToTheirCachesWithTheTable)
     EXPECT_EQ(QZDataFactory::GetMemorySize(), before + 2 * one.GetMemorySize());
 }
 
-TEST_F(Table, ACopySharesColumnsAndRows)
+TEST_F(Table, CopySharesColumnsAndRows)
 {
     auto table = std::make_unique<QZDataTable>();
     table->Columns->Add("a", QZDataType::INT8);
@@ -276,7 +277,7 @@ QZInt64 g_moved;
 void (*g_copy)(void*, void*, QZInt64);
 void (*g_move)(void*, void*, QZInt64);
 
-TEST_F(Table, BytesMovedGrowInProportionToTheRows)
+TEST_F(Table, BytesMovedAreProportionalToTheRows)
 {
     g_moved = 0;
     g_copy = g_qzMemCopy;
@@ -297,7 +298,7 @@ TEST_F(Table, BytesMovedGrowInProportionToTheRows)
     }
     QZLibSetFunctionMemCopy(g_copy);
     QZLibSetFunctionMemMove(g_move);
-    // Taking rows out at the front of the list would move 10000 words for each.
+    // Removing each row at the front of the list would move 10000 words per row on average.
     EXPECT_LT(g_moved, kRows * 8 * 4);
 }
 

@@ -39,14 +39,14 @@ TEST(Time, PartsAndText)
     EXPECT_EQ(time.GetType(), 0x81F3000);
 }
 
-TEST(Time, HoursGoRoundADay)
+TEST(Time, HoursWrapAtADay)
 {
     EXPECT_EQ(QZTime(25, 0, 0, 0).GetHours(), 1);
     EXPECT_EQ(QZTime(0, 61, 0, 0).GetHours(), 1);
     EXPECT_EQ(QZTime(0, 61, 0, 0).GetMinutes(), 1);
 }
 
-TEST(Time, NegativeTimesReadBackwardFromMidnight)
+TEST(Time, NegativeTimesCountBackFromMidnight)
 {
     QZTime time(0, 0, 0, -1);
     EXPECT_EQ(time.GetHours(), 0);
@@ -58,9 +58,10 @@ TEST(Time, NegativeTimesReadBackwardFromMidnight)
     EXPECT_EQ(QZTime(0, 0, -1, 0).GetSeconds(), 59);
 }
 
-TEST(Time, EachPartOfANegativeTimeReadsBackwardByItself)
+TEST(Time, EachPartOfANegativeTimeCountsBackByItself)
 {
-    // One millisecond before midnight has no hour, minute or second of its own to read back from.
+    // One millisecond before midnight has zero hours, minutes and seconds, so only the milliseconds count
+    // back.
     EXPECT_EQ(Shown(QZTime(-1)), "00:00:00:999");
     EXPECT_EQ(Shown(QZTime(-1, -1, -1, -1)), "23:59:59:999");
     EXPECT_EQ(Shown(QZTime(-24, 0, 0, 0)), "00:00:00:0");
@@ -132,9 +133,9 @@ TEST(Date, MillisecondsOfADate)
     EXPECT_EQ(QZDate::DateToMilliseconds(-1, 12, 31), -367 * kDay);
 }
 
-TEST(DateTime, EveryDayOfManyYearsComesBack)
+TEST(DateTime, EveryDayOf3300YearsRoundTrips)
 {
-    // A calendar that counts day by day, apart from the library's formulas; one weekday follows the other.
+    // The expected dates come from counting day by day, independent of the library's formulas.
     static const int kLengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     QZInt64 day = 0;
     int weekday = 1;
@@ -163,17 +164,18 @@ TEST(DateTime, EveryDayOfManyYearsComesBack)
     EXPECT_EQ(day, 3300 * 365 + 825 - 33 + 8);
 }
 
-/// Whether a moment reads as the date.
-bool ReadsAs(QZInt64 timestamp, QZInt64 year, QZInt64 month, QZInt64 day)
+/// Whether year, month and day of the timestamp are these.
+bool HasDate(QZInt64 timestamp, QZInt64 year, QZInt64 month, QZInt64 day)
 {
     return QZDateTime::GetYear(timestamp) == year && QZDateTime::GetMonth(timestamp) == month &&
            QZDateTime::GetDay(timestamp) == day;
 }
 
-TEST(DateTime, EveryDayOfTheYearsBeforeTheFirstReadsByTheNegativeFormulas)
+TEST(DateTime, EveryDayBeforeYear1ReadsByTheFormulasForNegativeYears)
 {
-    // Counting back from year 1, at the start of each day and inside of it. The last day before year 0 still
-    // reads as year 0, a day before its first, and the start of a negative year as the year before it.
+    // Counts back from year 1 and checks the start of each day and a moment inside it. Two kinds of days
+    // differ from the calendar: inside its last day year -1 reads as day 0 of January of year 0, and the
+    // start of a negative year reads as 32 December of the year before.
     static const int kLengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     QZInt64 day = 0;
     for (int year = 0; year >= -3000; --year)
@@ -186,11 +188,11 @@ TEST(DateTime, EveryDayOfTheYearsBeforeTheFirstReadsByTheNegativeFormulas)
             {
                 --day;
                 const QZInt64 timestamp = day * kDay;
-                const bool start = year < 0 && month == 1 && d == 1 ? ReadsAs(timestamp, year - 1, 12, 32)
-                                                                    : ReadsAs(timestamp, year, month, d);
+                const bool start = year < 0 && month == 1 && d == 1 ? HasDate(timestamp, year - 1, 12, 32)
+                                                                    : HasDate(timestamp, year, month, d);
                 const bool inside = year == -1 && month == 12 && d == 31
-                                        ? ReadsAs(timestamp + 1, 0, 1, 0)
-                                        : ReadsAs(timestamp + 1, year, month, d);
+                                        ? HasDate(timestamp + 1, 0, 1, 0)
+                                        : HasDate(timestamp + 1, year, month, d);
                 ASSERT_TRUE(start && inside)
                     << year << "-" << month << "-" << d << " read as " << QZDateTime::GetYear(timestamp)
                     << "-" << QZDateTime::GetMonth(timestamp) << "-" << QZDateTime::GetDay(timestamp);
@@ -201,7 +203,7 @@ TEST(DateTime, EveryDayOfTheYearsBeforeTheFirstReadsByTheNegativeFormulas)
     }
 }
 
-TEST(DateTime, StepsFromTheFirstOfAMonthReachTheNextFirst)
+TEST(DateTime, AddMonthsFromTheFirstReachesTheNextFirst)
 {
     for (int year = 1; year <= 3000; ++year)
     {
@@ -239,15 +241,15 @@ TEST(DateTime, JulianDayNumberBeginsAtNoon)
     EXPECT_EQ(QZDateTime(2000, 1, 1, 11, 59, 59, 999).GetJDN(), 2451544);
 }
 
-TEST(DateTime, CountsOfDaysBeforeTheFirstYear)
+TEST(DateTime, DayCountsBeforeYear1)
 {
-    EXPECT_EQ(QZDateTime(-1).DayOfWeek(), 1) << "a part of a day is none";
+    EXPECT_EQ(QZDateTime(-1).DayOfWeek(), 1) << "a part of a day counts as no day";
     EXPECT_EQ(QZDateTime(-kDay).DayOfWeek(), 0);
     EXPECT_EQ(QZDateTime(-2 * kDay).DayOfWeek(), -1) << "the remainder has the sign of the day";
     EXPECT_EQ(QZDateTime(-9 * kDay).DayOfWeek(), -1);
     EXPECT_EQ(QZDateTime(-1).TotalDay(), 0);
     EXPECT_EQ(QZDateTime(-367 * kDay).TotalDay(), 367);
-    EXPECT_EQ(QZDateTime(0).GetJDN(), 1721426) << "half a day back is no day back";
+    EXPECT_EQ(QZDateTime(0).GetJDN(), 1721426) << "half a day before day 0 still counts as day 0";
     EXPECT_EQ(QZDateTime(-kDay).GetJDN(), 1721425);
     EXPECT_EQ(QZDateTime(-kDay - kDay / 2).GetJDN(), 1721424);
     EXPECT_EQ(QZDateTime(-1).IsLeapYear(), 1);
@@ -261,14 +263,14 @@ TEST(DateTime, Text)
     EXPECT_EQ(Shown(QZDateTime(12345, 1, 1, 0, 0, 0, 0)), "12345-01-01 00:00:00");
     EXPECT_EQ(Shown(QZDateTime(-5, 6, 7, 0, 0, 0, 0)), "BC. 0005-06-07 00:00:00");
     EXPECT_EQ(Shown(QZDateTime(-366 * kDay + 1)), "0000-01-01 01:01:01.001")
-        << "year 0 has no sign, and each part reads backward by itself";
+        << "year 0 has no sign, and each part of the time counts back by itself";
     QZString* text = QZStringFactory::CreateString(QZ_W("old"));
     QZDateTime(2024, 3, 5, 6, 7, 8, 0).ToString(text);
     EXPECT_QZ_TEXT(text, "2024-03-05 06:07:08");
     QZStringFactory::Recycle(&text);
 }
 
-TEST(DateTime, YearZeroIsTheYearBeforeTheFirst)
+TEST(DateTime, YearBeforeYear1IsYear0)
 {
     EXPECT_EQ(QZDateTime::GetYear(-1), 0);
     EXPECT_EQ(QZDateTime::GetMonth(-1), 12);
@@ -281,7 +283,7 @@ TEST(DateTime, YearZeroIsTheYearBeforeTheFirst)
     EXPECT_EQ(QZDateTime::GetDay(-367 * kDay), 31);
 }
 
-TEST(DateTime, FirstMomentOfANegativeYearReadsAsTheYearBefore)
+TEST(DateTime, StartOfANegativeYearReadsAsTheYearBefore)
 {
     EXPECT_EQ(QZDateTime(-1, 1, 1, 0, 0, 0, 0).GetYear(), -2);
     EXPECT_EQ(QZDateTime(-1, 1, 2, 0, 0, 0, 0).GetYear(), -1);
@@ -310,9 +312,9 @@ TEST(DateTime, DataIsEightWords)
     EXPECT_EQ(data, nullptr);
 }
 
-TEST(DateTime, YearsAreAddedByTheirLengths)
+TEST(DateTime, AddYearsAddsTheLengthOfTheYearAfter)
 {
-    // The year after the one reached is looked at, so a step out of 2023 is a leap year's length.
+    // A step adds the length of the year after the current one, so a step from 2023 adds 366 days.
     QZDateTime time(2023, 1, 1, 0, 0, 0, 0);
     time.AddYears(1);
     EXPECT_EQ(Shown(time), "2024-01-02 00:00:00");
@@ -325,11 +327,11 @@ TEST(DateTime, YearsAreAddedByTheirLengths)
     EXPECT_EQ(Shown(time), "2024-05-31 00:00:00");
 }
 
-TEST(DateTime, MonthsAreAddedByTheirLengths)
+TEST(DateTime, AddMonthsAddsTheLengthsOfTheMonths)
 {
     QZDateTime time(2024, 1, 31, 0, 0, 0, 0);
     time.AddMonths(1);
-    EXPECT_EQ(Shown(time), "2024-03-02 00:00:00") << "31 days on";
+    EXPECT_EQ(Shown(time), "2024-03-02 00:00:00") << "31 days later";
     time.Set(2024, 1, 15, 0, 0, 0, 0);
     time.AddMonths(2);
     EXPECT_EQ(Shown(time), "2024-03-15 00:00:00");
@@ -347,13 +349,13 @@ TEST(DateTime, StepsOfManyYearsAndMonths)
     EXPECT_EQ(QZDateTime::AddYears(start, -399), start - (146097 - 365) * kDay);
     EXPECT_EQ(QZDateTime::AddMonths(start, 4800), start + 146097 * kDay);
     EXPECT_EQ(QZDateTime::AddMonths(start, -9601), start - (2 * 146097 + 30) * kDay);
-    // Any count ends at once.
+    // A huge count returns at once.
     EXPECT_EQ(QZDateTime::AddYears(start, 4000000000000000), QZDateTime::AddMonths(start, 48000000000000000));
 }
 
-TEST(DateTime, YearStepsCountTheYearsReachedAndNotTheDate)
+TEST(DateTime, AddYearsCountsYearsIndependentOfTheDateReached)
 {
-    // 2024-01-01 and a year of 365 days is 2024-12-31; the next step looks at 2026 all the same.
+    // 2024-01-01 plus 365 days is 2024-12-31; the next step adds the length of 2026 all the same.
     const QZInt64 start = QZDateTime(2024, 1, 1, 0, 0, 0, 0).ToTimestamp();
     EXPECT_EQ(QZDateTime::AddYears(start, 4), start + (3 * 365 + 366) * kDay);
 }

@@ -15,7 +15,7 @@ namespace
 
 constexpr QZInt64 kDay = 86400000;
 
-/// Makes a value, looks at it and gives it back through its own Recycle.
+/// Checks type, value and bytes of a new value and recycles it.
 template <typename T, typename V>
 void ExpectValue(T* made, QZInt64 type, V value, std::string_view bytes)
 {
@@ -29,7 +29,7 @@ void ExpectValue(T* made, QZInt64 type, V value, std::string_view bytes)
 }
 
 template <typename T, typename V>
-void ExpectWholeAgain(V value, QZInt64 size)
+void ExpectSetValueRestoresTheSize(V value, QZInt64 size)
 {
     T data;
     EXPECT_EQ(data.GetSize(), size);
@@ -58,18 +58,18 @@ std::string Shown(QZDataDatetime* time)
     return shown;
 }
 
-TEST(DataType, TheRangeAloneDecides)
+TEST(DataType, IsDataTypeChecksTheRangeOnly)
 {
     EXPECT_EQ(QZDataType::IsDataType(0x2000000), 1);
     EXPECT_EQ(QZDataType::IsDataType(0x20FFFFF), 1);
-    EXPECT_EQ(QZDataType::IsDataType(0x2081234), 1) << "no such type has a name";
+    EXPECT_EQ(QZDataType::IsDataType(0x2081234), 1) << "inside the range, though no type has this number";
     EXPECT_EQ(QZDataType::IsDataType(0x2100000), 0);
     EXPECT_EQ(QZDataType::IsDataType(0x1FFFFFF), 0);
     EXPECT_EQ(QZDataType::IsDataType(0), 0);
     EXPECT_EQ(QZDataType::IsDataType(-0x2000000), 0);
 }
 
-TEST(DataType, TextUtf8HasTheNumberOfBigEndianUtf16)
+TEST(DataType, TextTypesHaveTheirNumbers)
 {
     EXPECT_EQ(QZDataType::TEXTGB2312, 0x2010100);
     EXPECT_EQ(QZDataType::TEXTUTF16LE, 0x2010200);
@@ -79,20 +79,20 @@ TEST(DataType, TextUtf8HasTheNumberOfBigEndianUtf16)
     EXPECT_EQ(QZDataType::DATATYPEVALUE, 0x2000000);
 }
 
-TEST(TypedValue, SetValueSetsTheSizeBack)
+TEST(TypedValue, SetValueRestoresTheSize)
 {
-    ExpectWholeAgain<QZDataBool>(QZBool{1}, 1);
-    ExpectWholeAgain<QZDataInt8>(static_cast<char>(-5), 1);
-    ExpectWholeAgain<QZDataByte>(QZByte{250}, 1);
-    ExpectWholeAgain<QZDataInt16>(QZInt16{-300}, 2);
-    ExpectWholeAgain<QZDataInt32>(QZInt32{-70000}, 4);
-    ExpectWholeAgain<QZDataFloat>(1.5f, 4);
-    ExpectWholeAgain<QZDataInt64>(QZInt64{-5000000000}, 8);
-    ExpectWholeAgain<QZDataDouble>(-0.25, 8);
-    ExpectWholeAgain<QZDataTimestamp>(QZInt64{63000000000000}, 8);
+    ExpectSetValueRestoresTheSize<QZDataBool>(QZBool{1}, 1);
+    ExpectSetValueRestoresTheSize<QZDataInt8>(static_cast<char>(-5), 1);
+    ExpectSetValueRestoresTheSize<QZDataByte>(QZByte{250}, 1);
+    ExpectSetValueRestoresTheSize<QZDataInt16>(QZInt16{-300}, 2);
+    ExpectSetValueRestoresTheSize<QZDataInt32>(QZInt32{-70000}, 4);
+    ExpectSetValueRestoresTheSize<QZDataFloat>(1.5f, 4);
+    ExpectSetValueRestoresTheSize<QZDataInt64>(QZInt64{-5000000000}, 8);
+    ExpectSetValueRestoresTheSize<QZDataDouble>(-0.25, 8);
+    ExpectSetValueRestoresTheSize<QZDataTimestamp>(QZInt64{63000000000000}, 8);
 }
 
-TEST(TypedValue, CreateFormsAndBytes)
+TEST(TypedValue, CreateSetsTypeValueAndBytes)
 {
     ExpectValue(QZDataFactory::CreateBool(1), QZDataType::BOOL, 1, "01");
     ExpectValue(QZDataFactory::CreateInt8(static_cast<char>(-2)), QZDataType::INT8, static_cast<char>(-2),
@@ -120,7 +120,7 @@ TEST(TypedValue, TypeNumbers)
     EXPECT_EQ(QZDataFloat::Type, 0x2081000);
 }
 
-TEST(TypedValue, ACopyOfABufferKeepsItsSize)
+TEST(TypedValue, CopyOfABufferKeepsItsSize)
 {
     QZData source("\x07\x00\x00\x00\x01\x02", 6);
     QZDataInt32 copy(&source);
@@ -128,7 +128,7 @@ TEST(TypedValue, ACopyOfABufferKeepsItsSize)
     EXPECT_EQ(copy.GetValue(), 7);
 }
 
-TEST(DatetimeValue, ANewOneHoldsSevenAndZeros)
+TEST(DatetimeValue, NewValueIsSevenAndZeros)
 {
     QZDataDatetime time;
     EXPECT_BYTES(time.GetPointer(), time.GetSize(),
@@ -161,7 +161,7 @@ TEST(DatetimeValue, Text)
     EXPECT_EQ(Shown(&time), "0001-01-01 00:00:00");
     time.SetValueInt32(7, 5);
     time.NewSize(28);
-    EXPECT_EQ(Shown(&time), "0001-01-01 00:00:00") << "no word for milliseconds";
+    EXPECT_EQ(Shown(&time), "0001-01-01 00:00:00") << "28 bytes hold no milliseconds";
     time.NewSize(27);
     EXPECT_QZ_THROW(time.ToString(), 1024);
 }
@@ -176,16 +176,16 @@ TEST(DatetimeValue, ToStringIntoAStringAppends)
     QZStringFactory::Recycle(&text);
 }
 
-TEST(DatetimeValue, GetValueReadsBytesAndNotTheStoredTime)
+TEST(DatetimeValue, GetValueReadsSixBytesAndNotTheStoredTime)
 {
     QZDataDatetime time;
-    // 07 00 00 00 E8 07: year 7, no month, no day, hour 0, no minute 232, second 7.
+    // 07 00 00 00 E8 07: year 7, month 0, day 0, hour 0, minute 232 (invalid), second 7.
     time.SetValue(QZDateTime(2024, 3, 5, 1, 2, 3, 7).ToTimestamp());
     EXPECT_EQ(time.GetValue(), 2190 * kDay + 7000);
-    // 2053 is 05 08: minute 5, second 8.
+    // The year 2053 is 05 08: minute 5, second 8.
     time.SetValue(QZDateTime(2053, 3, 5, 1, 2, 3, 7).ToTimestamp());
     EXPECT_EQ(time.GetValue(), 2190 * kDay + 5 * 60000 + 8000);
-    // All six bytes possible: 2 January of year 1, 03:04:05.
+    // Six valid bytes: 2 January of year 1, 03:04:05.
     for (int i = 0; i < 6; ++i) time.SetValueByte(i, static_cast<QZByte>("\x01\x01\x02\x03\x04\x05"[i]));
     EXPECT_EQ(time.GetValue(), kDay + 3 * 3600000 + 4 * 60000 + 5000);
     time.NewSize(5);
@@ -207,7 +207,7 @@ TEST(DataFactory, DateTimesByObjectAndByTimestamp)
     EXPECT_EQ(first, nullptr);
 }
 
-TEST(DataFactory, CreateDataTakesTheClassOfTheType)
+TEST(DataFactory, CreateDataReturnsTheClassOfTheType)
 {
     QZData source("\x01\x02\x03", 3);
     const QZInt64 kOwnClass[] = {QZDataType::BOOL,     QZDataType::INT8,      QZDataType::INT16,
@@ -237,7 +237,7 @@ TEST(DataFactory, CreateDataOfATypeWithoutClassIsPlain)
     EXPECT_QZ_THROW(QZDataFactory::CreateData(QZDataType::INT32, nullptr), 256);
 }
 
-TEST(DataFactory, RecycledValuesComeOutAgain)
+TEST(DataFactory, RecycledValuesAreReused)
 {
     QZDataInt32* value = QZDataFactory::CreateInt32(7);
     QZDataInt32* const same = value;
@@ -251,7 +251,7 @@ TEST(DataFactory, RecycledValuesComeOutAgain)
     QZDataFactory::Recycle(&value);
 }
 
-TEST(DataFactory, RecycleSortsByTheClass)
+TEST(DataFactory, RecycleReturnsTheObjectToTheCacheOfItsClass)
 {
     QZCollection* collection = QZDataFactory::CreateCollection();
     collection->Push(5);
@@ -265,7 +265,7 @@ TEST(DataFactory, RecycleSortsByTheClass)
     EXPECT_EQ(collection, nullptr);
 }
 
-TEST(DataFactory, AClassWithoutCacheIsRefusedWithoutACode)
+TEST(DataFactory, RecycleOfAClassWithoutCacheThrowsWithoutACode)
 {
     QZStack stack;
     QZData* data = &stack;
@@ -283,7 +283,7 @@ TEST(DataFactory, LockedValuesAreRefused)
     QZDataFactory::Recycle(&value);
 }
 
-TEST(DataFactory, ANullInTheVariableIsABrokenAssertion)
+TEST(DataFactory, RecycleOfNullValuesFailsAnAssertion)
 {
     qztest::AssertWatch watch;
     QZData* data = nullptr;
@@ -298,7 +298,7 @@ TEST(DataFactory, ANullInTheVariableIsABrokenAssertion)
     EXPECT_EQ(watch.Count(), 4);
 }
 
-TEST(DataFactory, MemorySizeIsThatOfTheIdleObjects)
+TEST(DataFactory, MemorySizeCountsIdleValues)
 {
     QZDataFactory::Collect(0);
     const QZInt64 kEmpty = 13 * 8;

@@ -7,7 +7,7 @@
 namespace qztest
 {
 
-/// Runs the call with a system that refuses the first request for memory, and gives what it threw.
+/// Runs the call, lets its first allocation fail, and returns the exception that it threw.
 template <typename Call>
 Thrown WithoutMemory(Call&& call)
 {

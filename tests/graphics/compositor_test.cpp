@@ -33,7 +33,7 @@ void FillBox(QZGraphics* layer, int x, int y, int width, int height, unsigned in
     layer->Fill(&box, color);
 }
 
-/// Sets every pixel of the picture to a word that no update paints.
+/// Sets every pixel of the picture to a value that no update paints.
 constexpr unsigned int kUntouched = 0x00ABCDEF;
 void Poison(QZGraphicsCollection& stack)
 {
@@ -41,7 +41,7 @@ void Poison(QZGraphicsCollection& stack)
     std::fill_n(WordsOf(picture), picture->GetDataSize() / 4, kUntouched);
 }
 
-/// Pixels that were painted since.
+/// The number of pixels painted since Poison.
 QZInt64 Painted(QZGraphicsCollection& stack)
 {
     QZGraphics* picture = stack.GetBackground();
@@ -188,7 +188,7 @@ TEST(Compositor, FindsLayersByEveryKindOfKey)
     EXPECT_EQ(stack.Count(), 2);
 }
 
-TEST(Compositor, ARemovedLayerIsTheCallers)
+TEST(Compositor, RemovedLayerBelongsToTheCaller)
 {
     QZGraphicsCollection stack(4, 3);
     QZString key(QZ_W("c"));
@@ -212,7 +212,7 @@ TEST(Compositor, ARemovedLayerIsTheCallers)
     EXPECT_EQ(watch.Count(), 1);
 }
 
-TEST(Compositor, SetElementPutsALayerOnTopInThePlaceOfOneWithItsKey)
+TEST(Compositor, SetElementReplacesALayerOfTheSameKeyOnTop)
 {
     QZGraphicsCollection stack(4, 3);
     std::unique_ptr<QZGraphics> old(stack.Add("a"));
@@ -247,7 +247,7 @@ protected:
     QZGraphicsCollection m_stack{2, 2};
 };
 
-TEST_F(StackOrder, MoveElementMovesByPlaces)
+TEST_F(StackOrder, MoveElementMovesByPositions)
 {
     QZString c(QZ_W("c"));
     m_stack.MoveElement("a", 2);
@@ -263,7 +263,7 @@ TEST_F(StackOrder, MoveElementMovesByPlaces)
     EXPECT_EQ(Order(), "eacdb");
 }
 
-TEST_F(StackOrder, ToTheTopIsTheFirstPlaceBehindAllOthers)
+TEST_F(StackOrder, MoveElementToTheTopMovesToTheFirstPosition)
 {
     QZString c(QZ_W("c"));
     m_stack.MoveElementToTheTop(&c);
@@ -277,7 +277,7 @@ TEST_F(StackOrder, ToTheTopIsTheFirstPlaceBehindAllOthers)
     EXPECT_EQ(Order(), "decab");
 }
 
-TEST_F(StackOrder, ToTheBottomIsTheLastPlaceInFrontOfAllOthers)
+TEST_F(StackOrder, MoveElementToTheBottomMovesToTheLastPosition)
 {
     QZString c(QZ_W("c"));
     m_stack.MoveElementToTheBottom(&c);
@@ -300,8 +300,8 @@ TEST(Compositor, BlendsLayersInStackOrderOverTheBackColour)
     FillBox(low, 0, 0, 2, 1, 0xFFFF0000);
     FillBox(high, 1, 0, 2, 1, 0x80FFFFFF);
     stack.Update();
-    // Red at alpha 255 over black is 255 * 255 >> 8 = 254. White at 128 over it: 254, and 128 * 255 >> 8 =
-    // 127 for green and blue. The alpha loses one with every layer that does not cover.
+    // Red with alpha 255 gives 255 * 255 >> 8 = 254. White with alpha 128 over that gives 254 for red and
+    // 128 * 255 >> 8 = 127 for green and blue. Every transparent layer reduces the alpha by one.
     EXPECT_EQ(PixelsOf(*stack.GetBackground()), (Rows{{0xFEFE0000, 0xFEFE7F7F, 0xFE7F7FFF}}));
     stack.MoveElementToTheTop("high");
     stack.Refersh();
@@ -309,7 +309,7 @@ TEST(Compositor, BlendsLayersInStackOrderOverTheBackColour)
     EXPECT_EQ(PixelsOf(*stack.GetBackground()), (Rows{{0xFFFE0000, 0xFFFE0000, 0xFD7F7FFF}}));
 }
 
-TEST(Compositor, AlphaOfThePictureTellsWhichLayersHavePaintedThere)
+TEST(Compositor, TransparentPartsOfADrawnAreaReduceTheAlpha)
 {
     QZGraphicsCollection stack(40, 1);
     QZString key(QZ_W("near"));
@@ -318,17 +318,18 @@ TEST(Compositor, AlphaOfThePictureTellsWhichLayersHavePaintedThere)
     stack.Update();
     EXPECT_EQ(stack.GetBackground()->GetPixel(0, 0), 0xFF000000u);
     FillBox(layer, 30, 0, 2, 1, 0xFFFFFFFF);
-    // The layer has drawn something in this area, so all of it is blended, the transparent part too.
+    // The layer has drawn something in this area, so the whole area is blended, including its transparent
+    // part.
     const QZRectangle area(20, 0, 20, 1);
     stack.Refersh(&area);
     stack.Update();
     EXPECT_EQ(stack.GetBackground()->GetPixel(19, 0), 0xFF000000u);
     EXPECT_EQ(stack.GetBackground()->GetPixel(20, 0), 0xFE000000u);
-    // 255 at alpha 255 over 0: 255 * 255 >> 8.
+    // 255 with alpha 255 over 0 gives 255 * 255 >> 8.
     EXPECT_EQ(stack.GetBackground()->GetPixel(30, 0), 0xFFFEFEFEu);
 }
 
-TEST(Compositor, AHiddenLayersChangesRepaintTheAreaWithoutTheLayer)
+TEST(Compositor, ChangesOfAHiddenLayerRepaintTheAreaWithoutIt)
 {
     QZGraphicsCollection stack(8, 2);
     QZGraphics* layer = stack.Add("ink");
@@ -361,14 +362,14 @@ TEST(Compositor, UpdateOnAnUnchangedStackPaintsNothing)
     EXPECT_EQ(Painted(stack), 0);
 }
 
-TEST(Compositor, ALayerThatWasClearedIsNotBlendedElsewhere)
+TEST(Compositor, ClearedLayerIsBlendedOnlyWhereItWasDrawn)
 {
     QZGraphicsCollection stack(20, 1);
     QZGraphics* layer = stack.Add("ink");
     layer->SetClearColor(0xFFFFFFFF);
     layer->Clear();
     stack.Update();
-    // Nothing was drawn on it since, so its white does not count.
+    // Nothing was drawn on the layer after Clear, so its white is not blended.
     EXPECT_EQ(stack.GetBackground()->GetPixel(5, 0), kBack);
     layer->Fill(10, 0, 1, 1, kRed);
     layer->UpdateAreaInclude(10, 0, 1, 1);
@@ -377,7 +378,7 @@ TEST(Compositor, ALayerThatWasClearedIsNotBlendedElsewhere)
     EXPECT_EQ(stack.GetBackground()->GetPixel(5, 0), kBack);
 }
 
-TEST(Compositor, RefershMarksEverythingOrTheGivenAreas)
+TEST(Compositor, RefershMarksTheWholePictureOrTheGivenAreas)
 {
     QZGraphicsCollection stack(10, 10);
     Poison(stack);
@@ -401,7 +402,7 @@ TEST(Compositor, RefershMarksEverythingOrTheGivenAreas)
     EXPECT_EQ(Painted(stack), 100);
 }
 
-TEST(Compositor, AreasBesideThePictureDoNoHarm)
+TEST(Compositor, AreasOutsideThePictureAreIgnored)
 {
     QZGraphicsCollection stack(10, 10);
     stack.Add("ink");
@@ -456,7 +457,7 @@ TEST(Compositor, NewSizeResizesTheBackgroundAndAllLayers)
     EXPECT_EQ(stack.GetWidth(), 6);
 }
 
-TEST(Compositor, EditsTheBackgroundAtFirstThenTheNamedLayer)
+TEST(Compositor, MarkEditUsesTheBackgroundUntilLayerEdit)
 {
     QZGraphicsCollection stack(10, 10);
     QZGraphics* layer = stack.Add("ink");
@@ -479,7 +480,7 @@ TEST(Compositor, EditsTheBackgroundAtFirstThenTheNamedLayer)
 }
 
 // ------------------------------------------------------------------------------------------------------------------
-// The picture after an update against one that is painted anew.
+// Random drawings: the picture after an update must equal a picture that is painted completely.
 
 class RandomStack
 {
@@ -520,7 +521,7 @@ public:
         return shape;
     }
 
-    /// One drawing on one layer. With `clear` it may also be its Clear.
+    /// Makes one random drawing on one layer. With `clear` it may also call Clear.
     void Draw(bool clear)
     {
         QZGraphics* layer = Layer();
@@ -534,7 +535,7 @@ public:
             case 4: layer->DrawCross(X(), Y(), 45.0F * static_cast<float>(Pick(0, 1))); break;
             case 5:
             {
-                // An outline would also draw on the top row, outside the area that it notes.
+                // An outline also draws on the top row, outside the area that it marks as changed.
                 QZCircle circle(X(), Y(), Pick(1, 9));
                 circle.Fill = 1;
                 layer->Draw(&circle);
@@ -563,18 +564,18 @@ public:
         }
     }
 
-    /// Along a row, a column or a diagonal: other slopes are rounded, and may end one pixel outside the area
-    /// that they note.
+    /// Draws along a row, a column or a diagonal. Other slopes are rounded and may end one pixel outside the
+    /// area that they mark as changed.
     void DrawLine(QZGraphics* layer)
     {
         const int x = Pick(0, 90);
         const int y = Pick(0, 70);
         const int length = Pick(0, 40);
-        const int way = Pick(0, 2);
-        layer->DrawLine(x, y, way == 0 ? x : x + length, way == 1 ? y : y + length);
+        const int direction = Pick(0, 2);
+        layer->DrawLine(x, y, direction == 0 ? x : x + length, direction == 1 ? y : y + length);
     }
 
-    /// What no layer notes by itself, so the host tells the stack.
+    /// Makes a change that no layer records, so the host has to call Refersh.
     void Rearrange()
     {
         QZGraphics* layer = Layer();
@@ -588,8 +589,8 @@ public:
         m_stack.Refersh();
     }
 
-    /// Back colour and all visible layers, pixel by pixel.
-    std::vector<unsigned int> PaintedAnew()
+    /// Blends all visible layers over the back colour, pixel by pixel.
+    std::vector<unsigned int> PaintedCompletely()
     {
         std::vector<unsigned int> picture(
             static_cast<std::size_t>(m_stack.GetBackground()->GetDataSize() / 4), m_stack.GetBackColor());
@@ -616,7 +617,7 @@ private:
     std::vector<QZGraphics*> m_layers;
 };
 
-TEST(Compositor, AnUpdateGivesThePictureThatPaintingAllAnewGives)
+TEST(Compositor, UpdateEqualsACompletelyPaintedPicture)
 {
     for (unsigned int seed = 1; seed <= 60; ++seed)
     {
@@ -625,14 +626,15 @@ TEST(Compositor, AnUpdateGivesThePictureThatPaintingAllAnewGives)
         {
             for (int i = random.Pick(0, 4); i > 0; --i) random.Draw(false);
             random.Stack().Update();
-            ASSERT_EQ(random.Picture(), random.PaintedAnew()) << "stack " << seed << ", frame " << frame;
+            ASSERT_EQ(random.Picture(), random.PaintedCompletely())
+                << "stack " << seed << ", frame " << frame;
         }
     }
 }
 
-TEST(Compositor, AnUpdateGivesTheSameColoursAlsoWhereLayersAreCleared)
+TEST(Compositor, UpdateWithClearedLayersHasTheColoursOfAPaintedPicture)
 {
-    // The alpha of the picture is left out: it tells which layers were blended, not what is seen.
+    // The alpha is ignored: it shows which layers were blended, not what is visible.
     auto colors = [](std::vector<unsigned int> words) {
         for (unsigned int& word : words) word &= 0xFFFFFF;
         return words;
@@ -644,13 +646,13 @@ TEST(Compositor, AnUpdateGivesTheSameColoursAlsoWhereLayersAreCleared)
         {
             for (int i = random.Pick(0, 4); i > 0; --i) random.Draw(true);
             random.Stack().Update();
-            ASSERT_EQ(colors(random.Picture()), colors(random.PaintedAnew()))
+            ASSERT_EQ(colors(random.Picture()), colors(random.PaintedCompletely()))
                 << "stack " << seed << ", frame " << frame;
         }
     }
 }
 
-TEST(Compositor, AFrameWithOneHundredthChangedPaintsOneHundredth)
+TEST(Compositor, UpdatePaintsOnlyTheChangedHundredth)
 {
     QZGraphicsCollection stack(500, 400);
     QZGraphics* layer = stack.Add("low");
@@ -671,14 +673,13 @@ TEST(Compositor, AFrameWithOneHundredthChangedPaintsOneHundredth)
 
 QZUInt64 Second() { return QZEnvironment::GetTickCount() / 1000; }
 
-/// Waits for a second to begin, so that what follows has one before it.
+/// Waits for the start of a second, so that the following code has a full second.
 void WaitForASecond()
 {
     for (const QZUInt64 now = Second(); Second() == now;) QZThread::Sleep(1);
 }
 
-/// The pixels of the picture that differ from `plain` are exactly the dots of this text at (10, 10), in the
-/// colour of the number.
+/// Expects that the picture equals `plain` except for the dots of the number of frames at (10, 10).
 void ExpectNumber(QZGraphicsCollection& stack, const std::vector<unsigned int>& plain)
 {
     const int width = stack.GetWidth();
@@ -709,7 +710,7 @@ TEST(Compositor, CountsFramesOfAFullSecond)
         stack.Update();
         if (Second() - begin != elapsed) continue;
         EXPECT_EQ(stack.GetFPS(), 50 / elapsed);
-        // One frame since: no more than one a second counts as none.
+        // One frame per second or less is reported as 0.
         WaitForASecond();
         stack.Update(0);
         EXPECT_EQ(stack.GetFPS(), 0u);
@@ -717,7 +718,7 @@ TEST(Compositor, CountsFramesOfAFullSecond)
     }
 }
 
-TEST(Compositor, TheNumberOfFramesIsDrawnAndTakenAwayByTheNextUpdate)
+TEST(Compositor, FrameRateIsDrawnAndRemovedByTheNextUpdate)
 {
     QZGraphicsCollection stack(60, 30);
     QZGraphics* layer = stack.Add("ink");
@@ -733,16 +734,16 @@ TEST(Compositor, TheNumberOfFramesIsDrawnAndTakenAwayByTheNextUpdate)
     WaitForASecond();
     stack.Update();
     ExpectNumber(stack, plain);
-    // Changes below the number are seen once it has gone.
+    // Changes below the number are visible once the number moves.
     FillBox(layer, 5, 5, 20, 20, kGreen);
     stack.Update();
     for (int y = 5; y < 25; ++y)
         for (int x = 5; x < 25; ++x) plain[static_cast<std::size_t>(y * 60 + x)] = 0xFF00FE00;
-    // Green at alpha 255 leaves 1/256 of what was there, which was black.
+    // Green with alpha 255 leaves 1/256 of the black below.
     ExpectNumber(stack, plain);
 }
 
-TEST(Compositor, ANumberThatIsSwitchedOffStaysUntilItsPlaceIsRepainted)
+TEST(Compositor, FrameRateTurnedOffStaysUntilItsAreaIsRepainted)
 {
     QZGraphicsCollection stack(60, 30);
     stack.Refersh();
@@ -757,7 +758,7 @@ TEST(Compositor, ANumberThatIsSwitchedOffStaysUntilItsPlaceIsRepainted)
     EXPECT_EQ(std::count(words, words + 60 * 30, 0x00FFAD19u), 0);
 }
 
-TEST(Compositor, ShowAreasOutlinesWhatIsRepaintedInTurnsOfColour)
+TEST(Compositor, ShowAreasOutlinesRepaintedAreasInChangingColours)
 {
     QZGraphicsCollection stack(12, 5);
     stack.Refersh();
@@ -777,7 +778,7 @@ TEST(Compositor, ShowAreasOutlinesWhatIsRepaintedInTurnsOfColour)
                            {o, o, o, o, o, o, o, o, o, o, o, o},
                            {o, o, o, o, o, o, o, o, o, o, o, o}};
     EXPECT_EQ(PixelsOf(*stack.GetBackground()), outlined);
-    // Nothing new: the same outlines.
+    // Without changes the outlines stay the same.
     stack.Update();
     EXPECT_EQ(PixelsOf(*stack.GetBackground()), outlined);
     const QZRectangle corner(11, 4, 1, 1);
@@ -807,7 +808,7 @@ TEST(Compositor, ShowEditedOutlinesTheEditedLayerAndMark)
     for (const auto& row : PixelsOf(*stack.GetBackground())) EXPECT_EQ(row, Rows::value_type(6, kBack));
     stack.ShowAreas(1);
     stack.Update();
-    // The outline of the layer lies outside; what is left of 0 is drawn at 0.
+    // The outline of the layer lies outside the picture; its left and top parts are drawn at 0.
     const unsigned int o = kBack;
     const unsigned int w = 0xFFFFFFFF;
     const unsigned int g = kGreen;
@@ -826,7 +827,7 @@ TEST(Compositor, ShowEditedOutlinesTheEditedLayerAndMark)
     for (const auto& row : PixelsOf(*stack.GetBackground())) EXPECT_EQ(row, Rows::value_type(6, kBack));
 }
 
-TEST(Compositor, SetOverwritePutsLayersInThePlaceOfWhatLiesBelow)
+TEST(Compositor, SetOverwriteReplacesThePixelsBelow)
 {
     QZGraphicsCollection stack(3, 1);
     QZGraphics* layer = stack.Add("ink");

@@ -25,7 +25,7 @@ std::unique_ptr<QZData> BytesOf(const std::vector<unsigned char>& bytes)
                                     static_cast<QZInt64>(bytes.size()));
 }
 
-/// The picture with one letter for each colour that matters, '.' for everything else.
+/// The picture as text: '#' for pixels of this colour, '.' for all others.
 std::vector<std::string> Picture(QZPixelBlock& block, unsigned int color)
 {
     std::vector<std::string> rows;
@@ -47,20 +47,20 @@ int CountOf(QZPixelBlock& block, unsigned int color)
 
 using Rows = std::vector<std::string>;
 
-TEST(WaveDrawMode, NamesThreeModes)
+TEST(WaveDrawMode, HasThreeModes)
 {
     EXPECT_EQ(WAVEDRAWMODE::WaveIn, 1);
     EXPECT_EQ(WAVEDRAWMODE::WaveOut, 2);
     EXPECT_EQ(WAVEDRAWMODE::WaveStatic, 3);
 }
 
-TEST(Histogram, BarsStandRightOfTheOriginAndTheLastTwoBytesHaveNone)
+TEST(Histogram, BarsStartRightOfTheOriginAndTheLastTwoBytesHaveNone)
 {
     QZGraphics layer(8, 6);
     QZHistogram histogram(&layer, 1, 4);
     EXPECT_EQ(histogram.GetType(), 0x81FFFF8);
     histogram.DrawData(BytesOf({0, 1, 3, 2, 9, 9}).get(), 0);
-    // Columns 2 to 5 for the bytes 0 to 3; a bar has a pixel on the base line, too.
+    // Columns 2 to 5 show the bytes 0 to 3. Each bar includes a pixel on the base line.
     EXPECT_EQ(Picture(layer, kBar),
               (Rows{"........", "....#...", "....##..", "...###..", "..####..", "........"}));
 }
@@ -80,7 +80,7 @@ TEST(Histogram, ThreeBytesDrawOneColumn)
     EXPECT_EQ(CountOf(other, kBar), 0);
 }
 
-TEST(Histogram, BarsThatReachOutOfTheLayerEndAtItsTop)
+TEST(Histogram, BarsAreClippedAtTheTopOfTheLayer)
 {
     QZGraphics layer(4, 3);
     QZHistogram histogram(&layer, 0, 2);
@@ -88,7 +88,7 @@ TEST(Histogram, BarsThatReachOutOfTheLayerEndAtItsTop)
     EXPECT_EQ(Picture(layer, kBar), (Rows{".#..", ".##.", ".###"}));
 }
 
-TEST(Histogram, BarsRightOfTheLayerCountAsChangedToo)
+TEST(Histogram, BarsRightOfTheLayerAreMarkedAsChanged)
 {
     QZGraphics layer(4, 10);
     QZHistogram histogram(&layer, 0, 8);
@@ -108,13 +108,13 @@ TEST(Histogram, BarsRightOfTheLayerCountAsChangedToo)
     EXPECT_EQ(CountOf(small, kBar), 0);
 }
 
-TEST(Histogram, TheTableLiesBelowTheBars)
+TEST(Histogram, TableIsDrawnBelowTheBars)
 {
     QZGraphics layer(40, 40);
     QZHistogram histogram(&layer, 4, 36);
     histogram.DrawData(BytesOf({10, 10, 10, 10}).get());
     EXPECT_EQ(layer.GetPixel(5, 30), kBar);
-    // Grid lines at 4 + 16 k and 36 - 16 k, but where the scale's axes, ticks and square are.
+    // Grid lines are at 4 + 16 k and 36 - 16 k, except where the axes, ticks and square of the scale are.
     EXPECT_EQ(layer.GetPixel(20, 10), kGrid);
     EXPECT_EQ(layer.GetPixel(36, 10), kGrid);
     EXPECT_EQ(layer.GetPixel(30, 20), kGrid);
@@ -129,7 +129,7 @@ TEST(Histogram, TheTableLiesBelowTheBars)
     EXPECT_EQ(layer.GetPixel(30, 10), 0u);
 }
 
-TEST(Histogram, DrawTableBlackensTheLayerFirst)
+TEST(Histogram, DrawTableFillsTheLayerWithBlackFirst)
 {
     QZGraphics layer(40, 40);
     layer.Fill(0xFFFFFFFF);
@@ -141,7 +141,7 @@ TEST(Histogram, DrawTableBlackensTheLayerFirst)
     EXPECT_EQ(layer.GetColor(), kPenGreen);
 }
 
-TEST(Histogram, APaletteShadesBarsByHeight)
+TEST(Histogram, PaletteShadesBarsByHeight)
 {
     QZCollection colors;
     colors.Push(0x00000000);
@@ -160,7 +160,7 @@ TEST(Histogram, APaletteShadesBarsByHeight)
                                        }));
 }
 
-TEST(Histogram, GridLinesRunThroughTheOriginAndEveryStep)
+TEST(Histogram, GridLinesPassThroughTheOriginAndEveryStep)
 {
     QZGraphics layer(7, 5);
     QZHistogram histogram(&layer, 2, 3);
@@ -175,7 +175,7 @@ TEST(Histogram, GridLinesRunThroughTheOriginAndEveryStep)
     EXPECT_EQ(plain.GetPixel(7, 10), kPlain);
 }
 
-TEST(Histogram, AStepBelow1HasTheOriginsLinesOnly)
+TEST(Histogram, StepBelow1DrawsOnlyTheLinesThroughTheOrigin)
 {
     QZGraphics layer(5, 3);
     QZHistogram histogram(&layer, 1, 1);
@@ -185,16 +185,17 @@ TEST(Histogram, AStepBelow1HasTheOriginsLinesOnly)
     EXPECT_EQ(layer.GetPixel(4, 1), kPlain);
 }
 
-TEST(Histogram, AnOriginOutsideStillRulesTheLayer)
+TEST(Histogram, GridOfAnOriginOutsideTheLayerIsDrawn)
 {
     QZGraphics layer(7, 5);
     QZHistogram histogram(&layer, -4, 9);
     histogram.Grid(5, kGrid);
-    // Columns 1 and 6, row 4; the lines through the origin are drawn at column 0 and nowhere.
+    // Columns 1 and 6 and row 4 are grid lines. Of the lines through the origin the vertical one is drawn at
+    // column 0.
     EXPECT_EQ(Picture(layer, kGrid), (Rows{"##....#", "##....#", "##....#", "##....#", "#######"}));
 }
 
-TEST(Histogram, AScaleIsASquareTwoAxesAndTicks)
+TEST(Histogram, ScaleDrawsASquareTwoAxesAndTicks)
 {
     QZGraphics layer(11, 9);
     QZHistogram histogram(&layer, 4, 4);
@@ -212,7 +213,7 @@ TEST(Histogram, AScaleIsASquareTwoAxesAndTicks)
                                       }));
 }
 
-TEST(Histogram, OnlyTheLongFormOfScaleLooksAtItsPoint)
+TEST(Histogram, OnlyScaleWithAColourUsesItsPoint)
 {
     QZGraphics layer(80, 60);
     QZHistogram histogram(&layer, 40, 30);
@@ -221,7 +222,7 @@ TEST(Histogram, OnlyTheLongFormOfScaleLooksAtItsPoint)
     histogram.Scale(&elsewhere, 7, 1, 1);
     EXPECT_EQ(layer.GetPixel(10, 20), 0u);
     EXPECT_EQ(layer.GetPixel(40, 20), kPlain);
-    // Ticks of step 7 and no number anywhere.
+    // There are ticks at step 7 and no numbers.
     EXPECT_EQ(layer.GetPixel(47, 31), kPlain);
     for (int y = 33; y < 37; ++y)
         for (int x = 42; x < 80; ++x) EXPECT_EQ(layer.GetPixel(x, y), 0u) << x << ", " << y;
@@ -230,7 +231,7 @@ TEST(Histogram, OnlyTheLongFormOfScaleLooksAtItsPoint)
     EXPECT_EQ(layer.GetPixel(17, 11), 0xFF123456u);
 }
 
-/// The pixels of a text at a place, on a layer of that size.
+/// The picture of a text at a position, on a layer of this size.
 std::vector<std::string> TextPicture(int width, int height, int x, int y, const char* text)
 {
     QZGraphics layer(width, height);
@@ -241,7 +242,7 @@ std::vector<std::string> TextPicture(int width, int height, int x, int y, const 
     return Picture(layer, kHair);
 }
 
-/// Whether every '#' of a part is in the whole.
+/// Whether every '#' of `part` is also in `whole`.
 bool Includes(const Rows& whole, const Rows& part)
 {
     for (size_t y = 0; y < part.size(); ++y)
@@ -250,7 +251,7 @@ bool Includes(const Rows& whole, const Rows& part)
     return true;
 }
 
-TEST(Histogram, AScalesNumbersCarryAMinusLeftAndBelow)
+TEST(Histogram, ScaleNumbersAreNegativeLeftAndBelow)
 {
     QZGraphics layer(90, 90);
     QZHistogram histogram(&layer, 0, 0);
@@ -265,7 +266,7 @@ TEST(Histogram, AScalesNumbersCarryAMinusLeftAndBelow)
     EXPECT_TRUE(Includes(picture, TextPicture(90, 90, 30, 1, "2")));
 }
 
-TEST(Histogram, ACrossHairTellsItsCoordinates)
+TEST(Histogram, CrossHairShowsItsCoordinates)
 {
     QZGraphics layer(140, 100);
     QZHistogram histogram(&layer, 10, 90);
@@ -277,12 +278,12 @@ TEST(Histogram, ACrossHairTellsItsCoordinates)
     EXPECT_TRUE(Includes(picture, TextPicture(140, 100, 70, 52, "50")));
     QZGraphics zoomed(140, 100);
     histogram.GetPoint(&zoomed, 60, 94, 2.5F);
-    // (90 - 94) / 2.5 = -1.6 and (60 - 10) / 2.5 = 20, cut.
+    // (90 - 94) / 2.5 = -1.6, truncated to -1, and (60 - 10) / 2.5 = 20.
     EXPECT_TRUE(Includes(Picture(zoomed, kHair), TextPicture(140, 100, 82, 104, "-1")));
     EXPECT_TRUE(Includes(Picture(zoomed, kHair), TextPicture(140, 100, 70, 52, "20")));
 }
 
-TEST(Histogram, AValueIsReadFromTheKeptCopy)
+TEST(Histogram, ValueIsReadFromACopyOfTheData)
 {
     QZGraphics layer(140, 100);
     QZHistogram histogram(&layer, 10, 90);
@@ -293,7 +294,7 @@ TEST(Histogram, AValueIsReadFromTheKeptCopy)
     }
     QZPoint place(13, 20);
     histogram.GetValue(&place);
-    // Byte 3 of column 13: the line at row 90 - 60, and the cross-hair over it.
+    // Column 13 shows byte 3, which is 60: a line at row 90 - 60 with the cross-hair over it.
     EXPECT_EQ(layer.GetPixel(10, 30), kPenGreen);
     EXPECT_EQ(layer.GetPixel(16, 30), kPenGreen);
     EXPECT_EQ(layer.GetPixel(9, 30), 0u);
@@ -307,7 +308,7 @@ TEST(Histogram, AValueIsReadFromTheKeptCopy)
     EXPECT_EQ(layer.GetColor(), kPenGreen);
 }
 
-TEST(Histogram, LeftOfTheOriginThereIsTheCrossHairOnly)
+TEST(Histogram, OutsideTheDataOnlyTheCrossHairIsDrawn)
 {
     QZGraphics layer(140, 100);
     QZHistogram histogram(&layer, 10, 90);
@@ -327,7 +328,7 @@ TEST(Histogram, LeftOfTheOriginThereIsTheCrossHairOnly)
 
 // -----------------------------------------------------------------------------------------------------------
 
-/// 160 by 100: the ruler is 120 by 20 at (20, 40).
+/// A picture of 160 by 100 pixels; the ruler has 120 by 20 pixels at (20, 40).
 class LinearGraph : public ::testing::Test
 {
 protected:
@@ -339,7 +340,7 @@ protected:
     std::vector<int> AreaOf(const QZWChar* key)
     {
         const QZRectangle* area = MarkOf(key)->GetArea();
-        if (!area) return {};
+        if (area == nullptr) return {};
         return {area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight()};
     }
 
@@ -354,7 +355,7 @@ protected:
 
 using Area = std::vector<int>;
 
-TEST_F(LinearGraph, MakesTwoLayersWithFourMarks)
+TEST_F(LinearGraph, CreatesTwoLayersAndFourMarks)
 {
     EXPECT_EQ(m_graph.GetType(), 0x81FFFF9);
     EXPECT_EQ(m_collection.Count(), 2);
@@ -368,15 +369,15 @@ TEST_F(LinearGraph, MakesTwoLayersWithFourMarks)
     EXPECT_EQ(m_graph.GetMouseAddress(), 0u);
 }
 
-TEST_F(LinearGraph, StandsAnEighthFromTheLeftAndTwoFifthsFromTheTop)
+TEST_F(LinearGraph, RulerIsAtOneEighthOfTheWidthAndTwoFifthsOfTheHeight)
 {
-    // The outline in the pen of the reset, opaque black.
+    // The outline is drawn with the pen that Reset sets, opaque black.
     EXPECT_EQ(Drawing()->GetPixel(20, 40), 0xFF000000u);
     EXPECT_EQ(Drawing()->GetPixel(139, 59), 0xFF000000u);
     EXPECT_EQ(Drawing()->GetPixel(139, 40), 0xFF000000u);
     EXPECT_EQ(Drawing()->GetPixel(21, 41), 0u);
     EXPECT_EQ(Drawing()->GetPixel(140, 40), 0u);
-    // Below it the addresses, 1000 and 1240 in hexadecimal.
+    // The addresses 1000 and 1240 are shown below it in hexadecimal.
     QZString begin("0x3E8");
     QZString end("0x4D8");
     QZShape expected;
@@ -390,7 +391,7 @@ TEST_F(LinearGraph, StandsAnEighthFromTheLeftAndTwoFifthsFromTheTop)
     }
 }
 
-TEST_F(LinearGraph, AResetHidesTheMarks)
+TEST_F(LinearGraph, ResetHidesTheMarks)
 {
     EXPECT_EQ(ColorOf(QZ_W("Begin")), 0u);
     EXPECT_EQ(ColorOf(QZ_W("End")), 0u);
@@ -398,7 +399,7 @@ TEST_F(LinearGraph, AResetHidesTheMarks)
     EXPECT_EQ(MarkOf(QZ_W("SelectedAddr"))->GetArea(), nullptr);
 }
 
-TEST_F(LinearGraph, PixelsAndAddressesConvertOverTheSelectedLength)
+TEST_F(LinearGraph, PixelsAndAddressesConvertByTheSelectedLength)
 {
     EXPECT_EQ(m_graph.PixelToLength(0), 0u);
     EXPECT_EQ(m_graph.PixelToLength(7), 14u);
@@ -417,7 +418,7 @@ TEST_F(LinearGraph, SetBeginMovesItsMarkAndSelectsItsColumn)
 {
     m_graph.SetBegin(1100);
     EXPECT_EQ(m_graph.GetBegin(), 1100u);
-    // 120 * 100 / 240 = 50 columns into the bar, which begins behind the outline.
+    // Column 120 * 100 / 240 = 50 of the bar, which begins after the outline.
     EXPECT_EQ(AreaOf(QZ_W("Begin")), (Area{71, 41, 1, 18}));
     EXPECT_EQ(ColorOf(QZ_W("Begin")), 0xCFFFFFFFu);
     EXPECT_EQ(AreaOf(QZ_W("SelectedAddr")), (Area{71, 41, 1, 18}));
@@ -425,7 +426,7 @@ TEST_F(LinearGraph, SetBeginMovesItsMarkAndSelectsItsColumn)
     EXPECT_EQ(MarkOf(QZ_W("SelectedAddr"))->GetPoints()->Count(), 18);
 }
 
-TEST_F(LinearGraph, OutsideTheViewTheMarkFadesAndTheValueIsStored)
+TEST_F(LinearGraph, AddressOutsideTheRulerIsStoredAndItsMarkFades)
 {
     m_graph.SetBegin(999);
     EXPECT_EQ(ColorOf(QZ_W("Begin")), 0x0FFFFFFFu);
@@ -446,7 +447,7 @@ TEST_F(LinearGraph, SetLengthSelectsUpToTheEndMark)
     m_graph.SetBegin(1100);
     m_graph.SetLength(80);
     EXPECT_EQ(m_graph.GetLength(), 80u);
-    // 180 of 240: column 90.
+    // 180 of 240 is column 90.
     EXPECT_EQ(AreaOf(QZ_W("End")), (Area{111, 41, 1, 18}));
     EXPECT_EQ(ColorOf(QZ_W("End")), 0xCFFFFFFFu);
     EXPECT_EQ(AreaOf(QZ_W("SelectedAddr")), (Area{71, 41, 41, 18}));
@@ -454,7 +455,7 @@ TEST_F(LinearGraph, SetLengthSelectsUpToTheEndMark)
     EXPECT_EQ(ColorOf(QZ_W("End")), 0x0FFFFFFFu);
 }
 
-TEST_F(LinearGraph, ALengthPastTheLastAddressIsNotStored)
+TEST_F(LinearGraph, LengthPastTheLastAddressIsRefused)
 {
     m_graph.SetLength(0xFF000000u - 1000u);
     EXPECT_EQ(m_graph.GetLength(), 0xFF000000u - 1000u);
@@ -462,10 +463,10 @@ TEST_F(LinearGraph, ALengthPastTheLastAddressIsNotStored)
     EXPECT_EQ(m_graph.GetLength(), 0xFF000000u - 1000u);
 }
 
-TEST_F(LinearGraph, TheMouseTellsTheAddressBelowIt)
+TEST_F(LinearGraph, MousePointSelectsTheAddressBelowIt)
 {
     m_graph.SetMousePoint(80);
-    // 60 of 120 columns: half of 240.
+    // 60 of 120 columns is half of 240.
     EXPECT_EQ(m_graph.GetMouseAddress(), 1120u);
     EXPECT_EQ(AreaOf(QZ_W("Mouse")), (Area{81, 41, 1, 18}));
     EXPECT_EQ(ColorOf(QZ_W("Mouse")), 0xCFFFFFFFu);
@@ -484,7 +485,7 @@ TEST_F(LinearGraph, TheMouseTellsTheAddressBelowIt)
     EXPECT_EQ(m_collection.GetElement("Marks")->MarkCount(), 5);
 }
 
-TEST_F(LinearGraph, TheMouseStaysOnTheRuler)
+TEST_F(LinearGraph, MousePointIsClampedToTheRuler)
 {
     m_graph.SetMousePoint(-50);
     EXPECT_EQ(m_graph.GetMouseAddress(), 1000u);
@@ -494,7 +495,7 @@ TEST_F(LinearGraph, TheMouseStaysOnTheRuler)
     EXPECT_EQ(AreaOf(QZ_W("Mouse")), (Area{141, 41, 1, 18}));
 }
 
-TEST_F(LinearGraph, TheInfoTextStandsBelowTheRuler)
+TEST_F(LinearGraph, InfoTextIsDrawnBelowTheRuler)
 {
     m_graph.GetInfo()->Set("i");
     m_graph.SetMousePoint(20);
@@ -508,11 +509,11 @@ TEST_F(LinearGraph, TheInfoTextStandsBelowTheRuler)
     EXPECT_EQ(info->GetColors()->GetElement(last), 0xFF000000u);
 }
 
-TEST_F(LinearGraph, AMarkIsABarWithALabelBehindIt)
+TEST_F(LinearGraph, MarkIsABarWithALabelAfterIt)
 {
     QZString text("boot");
     m_graph.Mark(20, 40, 0xFF0000FF, &text);
-    // x = 20 + 120 * 20 / 240 + 1, width 120 * 40 / 240, height 100 / 5 - 3.
+    // x is 20 + 120 * 20 / 240 + 1, the width 120 * 40 / 240, the height 100 / 5 - 3.
     EXPECT_EQ(CountOf(*Drawing(), 0xFF0000FF), 20 * 17);
     EXPECT_EQ(Drawing()->GetPixel(31, 41), 0xFF0000FFu);
     EXPECT_EQ(Drawing()->GetPixel(50, 57), 0xFF0000FFu);
@@ -526,27 +527,27 @@ TEST_F(LinearGraph, AMarkIsABarWithALabelBehindIt)
     EXPECT_EQ(ColorOf(QZ_W("boot")), 0xFF0000FFu);
 }
 
-TEST_F(LinearGraph, AMarkUnderTheSameTextReplacesTheLabel)
+TEST_F(LinearGraph, MarkWithTheSameTextReplacesTheLabel)
 {
     QZString text("boot");
     m_graph.Mark(20, 40, 0xFF0000FF, &text);
     m_graph.Mark(60, 40, 0xFFFF0000, &text);
     EXPECT_EQ(m_collection.GetElement("Marks")->MarkCount(), 5);
     EXPECT_EQ(ColorOf(QZ_W("boot")), 0xFFFF0000u);
-    // Both bars stay.
+    // Both bars are kept.
     EXPECT_EQ(CountOf(*Drawing(), 0xFF0000FF), 20 * 17);
     EXPECT_EQ(CountOf(*Drawing(), 0xFFFF0000), 20 * 17);
 }
 
-TEST_F(LinearGraph, AMarkWithoutTextHasNoLabel)
+TEST_F(LinearGraph, MarkWithoutTextHasNoLabel)
 {
     m_graph.Mark(20, 1, 0xFF0000FF);
-    // Half a pixel is one.
+    // A width of half a pixel is drawn as one pixel.
     EXPECT_EQ(CountOf(*Drawing(), 0xFF0000FF), 17);
     EXPECT_EQ(m_collection.GetElement("Marks")->MarkCount(), 4);
 }
 
-TEST_F(LinearGraph, AMarkOfOnePixelTellsItsTextTwice)
+TEST_F(LinearGraph, MarkOfOneAddressShowsItsTextTwice)
 {
     QZString text("p");
     m_graph.Mark(24, 0xFF0000FF, &text);
@@ -559,7 +560,7 @@ TEST_F(LinearGraph, AMarkOfOnePixelTellsItsTextTwice)
     EXPECT_EQ(MarkOf(QZ_W("p"))->GetPoints()->GetElementUInt64(0), expected.GetPoints()->GetElementUInt64(0));
 }
 
-TEST_F(LinearGraph, AMarkMayTakeTheNameOfAnEndMark)
+TEST_F(LinearGraph, MarkMayHaveTheNameOfAnEndMark)
 {
     QZString text("Begin");
     m_graph.Mark(24, 0xFF0000FF, &text);
@@ -568,7 +569,7 @@ TEST_F(LinearGraph, AMarkMayTakeTheNameOfAnEndMark)
     EXPECT_EQ(m_graph.GetBegin(), 1100u);
 }
 
-TEST_F(LinearGraph, AHugeMarkEndsAtTheLayersEdge)
+TEST_F(LinearGraph, HugeMarkIsClippedAtTheLayer)
 {
     m_graph.Mark(0, 0xFFFFFFFF, 0xFF0000FF);
     m_graph.SetLength(1);
@@ -578,14 +579,14 @@ TEST_F(LinearGraph, AHugeMarkEndsAtTheLayersEdge)
     EXPECT_EQ(CountOf(*Drawing(), 0xFF00FF01), 0);
 }
 
-TEST_F(LinearGraph, UpdateShowsTheMarksAndTakesTheOldOnesAway)
+TEST_F(LinearGraph, UpdateDrawsTheMarksAndRemovesTheOldOnes)
 {
     m_collection.SetBackColor(0xFFFFFFFF);
     m_graph.SetMousePoint(80);
     m_graph.Update();
     m_collection.Update();
     QZGraphics* shown = m_collection.GetBackground();
-    // The clear layer above takes one off the alpha.
+    // The transparent layer above reduces the alpha by one.
     EXPECT_EQ(shown->GetPixel(20, 40), 0xFE000000u);
     m_graph.Mark(20, 40, 0xFF0000FF);
     m_graph.SetBegin(1060);
@@ -599,7 +600,7 @@ TEST_F(LinearGraph, UpdateShowsTheMarksAndTakesTheOldOnesAway)
     EXPECT_EQ(marks->GetPixel(51, 50), 0xCFFFFFFFu);
 }
 
-TEST(LinearGraphWithoutRoom, HasNothingToDivideBy)
+TEST(LinearGraphWithoutRoom, ZeroLengthsAreNotDividedBy)
 {
     QZGraphicsCollection collection(4, 4);
     QZLinearGraph graph(&collection, 5, 0);

@@ -13,7 +13,7 @@ std::string Show(const QZRectangle& r)
            "x" + std::to_string(r.GetHeight());
 }
 
-TEST(Point, IsOneWordWithXLow)
+TEST(Point, IsOneWordWithXInTheLowHalf)
 {
     QZPoint point(3, 5);
     EXPECT_EQ(point.GetUInt64(), 0x0000000500000003ull);
@@ -27,7 +27,7 @@ TEST(Point, IsOneWordWithXLow)
     EXPECT_EQ(QZPoint(0).GetUInt64(), 0u);
 }
 
-TEST(Size, IsOneWordWithTheWidthLow)
+TEST(Size, IsOneWordWithTheWidthInTheLowHalf)
 {
     QZSize size(-1, 2);
     EXPECT_EQ(size.GetUInt64(), 0x00000002FFFFFFFFull);
@@ -139,14 +139,14 @@ TEST(CrossMark, JoinsLeftWithRightAndTopWithBottom)
     EXPECT_EQ(Ends(QZCrossMark(&center, 1)), "0,2 2,2 1,1 1,3");
 }
 
-TEST(CrossMark, TurnedItJoinsTheFirstEndWithTheThird)
+TEST(CrossMark, LinesOfATurnedMarkJoinOppositeEnds)
 {
     const QZCrossMark mark(10, 10, 5, 0.0F);
     EXPECT_EQ(Ends(mark), "10,5 15,10 10,15 5,10");
     EXPECT_EQ(Show(mark.GetLine1()), "10,5 10,15");
     EXPECT_EQ(Show(mark.GetLine2()), "15,10 5,10");
-    // 100 * sin 30 degrees is 50 and 100 * cos 30 degrees 86.6; a tenth of a degree more keeps clear of the
-    // table's edges.
+    // 100 * sin 30 degrees is 50 and 100 * cos 30 degrees is 86.6. The angle is the middle of a step of the
+    // table, so that rounding does not matter.
     const QZCrossMark turned(0, 0, 100, 30.05F);
     EXPECT_EQ(Ends(turned), "-50,-86 86,-50 50,86 -86,50");
     const QZCrossMark back(0, 0, 100, -30.05F);
@@ -155,7 +155,7 @@ TEST(CrossMark, TurnedItJoinsTheFirstEndWithTheThird)
     EXPECT_EQ(copy.GetLeft(), turned.GetLeft());
 }
 
-TEST(Rectangle, KeepsTwoWords)
+TEST(Rectangle, IsTwoWords)
 {
     QZRectangle r(1, 2, 3, 4);
     EXPECT_EQ(r.GetLocationUInt64(), 0x0000000200000001ull);
@@ -195,7 +195,7 @@ TEST(Rectangle, EqualsComparesLocationAndSizeOnly)
     EXPECT_FALSE(a.Equals(&b));
 }
 
-TEST(Rectangle, ContainsItsLastPixelAndNotTheNext)
+TEST(Rectangle, ContainsItsLastPixelButNotTheNext)
 {
     QZRectangle r(0, 0, 10, 10);
     EXPECT_TRUE(r.Intersects(9, 9));
@@ -237,14 +237,14 @@ TEST(Rectangle, IncludeGrowsToThePoint)
     EXPECT_EQ(Show(r), "-3,-1 8x7");
 }
 
-TEST(Rectangle, IncludingItsOwnCornerGivesAnEmptyRectangleOnePixel)
+TEST(Rectangle, IncludeOfItsCornerGivesAnEmptyRectangleOnePixel)
 {
     QZRectangle r(6, 7, 0, 0);
     r.Include(6, 7);
     EXPECT_EQ(Show(r), "6,7 1x1");
 }
 
-TEST(Rectangle, IncludeOfARectangleTakesBothCorners)
+TEST(Rectangle, IncludeOfARectangleIncludesBothCorners)
 {
     QZRectangle r(5, 5, 1, 1);
     r.Include(2, 8, 3, 4);
@@ -252,7 +252,7 @@ TEST(Rectangle, IncludeOfARectangleTakesBothCorners)
     QZRectangle other(0, 0, 10, 1);
     r.Include(&other);
     EXPECT_EQ(Show(r), "0,0 10x12");
-    // A size of 0 puts the far corner before the near one.
+    // With a size of 0 the far corner is one pixel before the near one.
     QZRectangle empty(5, 5, 1, 1);
     empty.Include(9, 9, 0, 0);
     EXPECT_EQ(Show(empty), "5,5 5x5");

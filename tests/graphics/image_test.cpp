@@ -15,7 +15,7 @@ namespace
 using Bytes = std::vector<unsigned char>;
 using Conversion = QZInt64 (*)(void*, const void*, QZInt64);
 
-/// Runs a conversion from one exact buffer into another.
+/// Runs a conversion between buffers of exactly the needed sizes.
 Bytes Convert(Conversion conversion, const Bytes& source, size_t targetSize, QZInt64 size)
 {
     Bytes target(targetSize, 0xEE);
@@ -28,7 +28,7 @@ Bytes Convert(Conversion conversion, const Bytes& source, size_t targetSize)
     return Convert(conversion, source, targetSize, static_cast<QZInt64>(source.size()));
 }
 
-/// Bytes that do not repeat.
+/// Bytes without a short repeating pattern.
 Bytes Noise(size_t size)
 {
     Bytes bytes(size);
@@ -56,7 +56,7 @@ TEST(Image, WordsChangeTheirByteOrder)
     EXPECT_EQ(Convert(kArgbToAbgr, word, 4), (Bytes{0x22, 0x33, 0x44, 0x11}));
     EXPECT_EQ(Convert(&QZImage::ABGR2ARGB, word, 4), (Bytes{0x22, 0x33, 0x44, 0x11}));
     EXPECT_EQ(Convert(&QZImage::ABGR2RGBA, word, 4), (Bytes{0x11, 0x22, 0x33, 0x44}));
-    // 0x22334411
+    // The result is 0x22334411.
     EXPECT_EQ(Convert(&QZImage::ABGR2BGRA, word, 4), (Bytes{0x11, 0x44, 0x33, 0x22}));
     EXPECT_EQ(QZImage::ARGB2ABGR(0x11223344u), 0x11443322u);
 }
@@ -123,9 +123,9 @@ TEST(Image, BitmapPixelsChangeTheirWidthInPlace)
     }
 }
 
-TEST(Image, SixteenBitPixelsTakeTheUpperBits)
+TEST(Image, SixteenBitPixelsKeepTheUpperBits)
 {
-    // Red 0xFF, green 0x84, blue 0x10: 31, 16 and 2 of 5 bits, green 33 of 6.
+    // Red 0xFF, green 0x84, blue 0x10 are 31, 16 and 2 in 5 bits; green is 33 in 6 bits.
     EXPECT_EQ(QZImage::ARGBToRGB555(0x00FF8410u), 0x7C00 | 16 << 5 | 2);
     EXPECT_EQ(QZImage::ARGBToRGB565(0x00FF8410u), 0xF800 | 33 << 5 | 2);
     EXPECT_EQ(QZImage::ARGBToRGB555(0xFF070707u), 0);
@@ -134,11 +134,11 @@ TEST(Image, SixteenBitPixelsTakeTheUpperBits)
     EXPECT_EQ(QZImage::ARGBToRGB565(0xFFFFFFFFu), 0xFFFF);
 }
 
-TEST(Image, SixteenBitPixelsComeBackWithTheirLowBitsClear)
+TEST(Image, SixteenBitPixelsExpandWithZeroLowBits)
 {
     EXPECT_EQ(QZImage::RGB565ToARGB(0xFFFF), 0xFFF8FCF8u);
     EXPECT_EQ(QZImage::RGB555ToARGB(0x7FFF), 0xFFF8F8F8u);
-    // The top bit has no place.
+    // The top bit is ignored.
     EXPECT_EQ(QZImage::RGB555ToARGB(0x8000), 0xFF000000u);
     EXPECT_EQ(QZImage::RGB555ToARGB(1 << 10 | 2 << 5 | 3), 0xFF081018u);
     EXPECT_EQ(QZImage::RGB565ToARGB(1 << 11 | 2 << 5 | 3), 0xFF080818u);
@@ -166,20 +166,21 @@ TEST(Image, SixteenBitBuffersConvertPixelByPixel)
     }
 }
 
-TEST(Image, BlackAndWhiteOfACamera)
+TEST(Image, YuyvBlackAndWhite)
 {
     EXPECT_EQ(Convert(&QZImage::YUYV2ARGB, Bytes{16, 128, 235, 128}, 8),
               (Bytes{0, 0, 0, 0xFF, 254, 254, 254, 0xFF}));
-    // 219 * 1192 = 261048, below 261121, shifted right by 10 is 254; one more luma is 255.
+    // 219 * 1192 = 261048 is below the limit 261121 and gives 254 when shifted right by 10. One more luma
+    // step gives 255.
     EXPECT_EQ(Convert(&QZImage::YUYV2ARGB, Bytes{236, 128, 0, 128}, 8),
               (Bytes{255, 255, 255, 0xFF, 0, 0, 0, 0xFF}));
 }
 
-TEST(Image, ACamerasColoursWorkedOutByHand)
+TEST(Image, YuyvColoursCalculatedByHand)
 {
-    // Y 81, U 90, V 240: a = 77480. Blue 77480 - 38 * 2066 = -1028: 0. Green 77480 - 112 * 833 + 38 * 403
-    // = -502: 0. Red 77480 + 112 * 1634 = 260488: 254. The second luma 145: a = 153768; blue 75260: 73,
-    // green 75786: 74, red 336776: 255.
+    // Y 81, U 90, V 240 give a = 77480. Blue is 77480 - 38 * 2066 = -1028, so 0. Green is
+    // 77480 - 112 * 833 + 38 * 403 = -502, so 0. Red is 77480 + 112 * 1634 = 260488, so 254. The second luma
+    // 145 gives a = 153768, blue 75260, so 73, green 75786, so 74, and red 336776, so 255.
     EXPECT_EQ(Convert(&QZImage::YUYV2ARGB, Bytes{81, 90, 145, 240}, 8),
               (Bytes{0, 0, 254, 0xFF, 73, 74, 255, 0xFF}));
 }
@@ -191,9 +192,10 @@ unsigned char Saturated(int value)
     return static_cast<unsigned char>(value >> 10);
 }
 
-TEST(Image, EveryCameraColourIsExact)
+TEST(Image, EveryYuyvColourIsExact)
 {
-    // All chroma pairs with 16 lumas each, through the wide loop and what it leaves over.
+    // Chroma pairs with 16 lumas each. The size is no multiple of a vector, so the scalar rest of the loop
+    // runs as well.
     const int lumas[] = {0, 1, 15, 16, 17, 64, 100, 128, 150, 200, 234, 235, 236, 240, 254, 255};
     for (int u = 0; u < 256; u += 3)
     {
@@ -222,7 +224,7 @@ TEST(Image, EveryCameraColourIsExact)
     }
 }
 
-TEST(Image, ACamerasNullPointers)
+TEST(Image, YuyvNullPointers)
 {
     Bytes buffer(16);
     EXPECT_EQ(QZImage::YUYV2ARGB(buffer.data(), nullptr, 8), 0);
@@ -230,7 +232,7 @@ TEST(Image, ACamerasNullPointers)
     EXPECT_EQ(QZImage::YUYV2ARGB(nullptr, buffer.data(), 8), 16);
 }
 
-TEST(Image, CameraToGrayConvertsNothing)
+TEST(Image, YuyvToGrayConvertsNothing)
 {
     const Bytes source = Noise(16);
     Bytes target(8, 0xEE);
@@ -240,7 +242,7 @@ TEST(Image, CameraToGrayConvertsNothing)
     EXPECT_EQ(target, Bytes(8, 0xEE));
 }
 
-TEST(Image, GrayIsAQuarterOfRedTwiceGreenAndBlue)
+TEST(Image, GrayIsAQuarterOfRedPlusTwiceGreenPlusBlue)
 {
     EXPECT_EQ(Convert(&QZImage::ARGB2GRAY, Bytes{0x30, 0x20, 0x10, 0xFF}, 1),
               (Bytes{(0x10 + 2 * 0x20 + 0x30) >> 2}));
@@ -250,7 +252,7 @@ TEST(Image, GrayIsAQuarterOfRedTwiceGreenAndBlue)
         EXPECT_EQ(gray[i], (source[i * 4 + 2] + 2 * source[i * 4 + 1] + source[i * 4]) / 4);
 }
 
-TEST(Image, GrayCountsPixels)
+TEST(Image, SizeOfGrayIsInPixels)
 {
     const Bytes source = Noise(35);
     const Bytes target = Convert(&QZImage::GRAY2ARGB, source, 140, 35);
@@ -263,7 +265,7 @@ TEST(Image, GrayHasAChromaOf128)
     EXPECT_EQ(Convert(&QZImage::GRAY2YUYV, Bytes{0, 7, 255}, 6), (Bytes{0, 128, 7, 128, 255, 128}));
 }
 
-TEST(Image, ANullTargetIsToldTheSize)
+TEST(Image, NullTargetReturnsTheSize)
 {
     EXPECT_EQ(kArgbToAbgr(nullptr, nullptr, 10), 10);
     EXPECT_EQ(QZImage::ABGR2ARGB(nullptr, nullptr, 10), 10);
@@ -284,7 +286,7 @@ TEST(Image, ANullTargetIsToldTheSize)
     EXPECT_EQ(QZImage::GRAY2YUYV(nullptr, nullptr, 10), 20);
 }
 
-TEST(Image, PixelsOfOneSizeConvertInPlace)
+TEST(Image, SameOrSmallerPixelsConvertInPlace)
 {
     const Bytes source = Noise(4 * 19);
     Bytes place = source;
@@ -296,7 +298,7 @@ TEST(Image, PixelsOfOneSizeConvertInPlace)
     EXPECT_EQ(packed, Convert(kTo565, source, 38));
 }
 
-TEST(Image, RotateAnswersATurnedBlock)
+TEST(Image, RotateReturnsATurnedBlock)
 {
     auto block = qztest::BlockOf({{1, 2, 3}, {4, 5, 6}});
     QZPixelBlock* turned = QZImage::Rotate(block.get(), 90.7F);

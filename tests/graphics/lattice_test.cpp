@@ -20,7 +20,7 @@ using Glyph = std::unique_ptr<QZData>;
 
 constexpr QZInt64 kFileSize = 8388608;
 
-/// A font that begins with the test and ends with it.
+/// Each test starts with a new font.
 class Lattice : public ::testing::Test
 {
 protected:
@@ -28,7 +28,7 @@ protected:
     void TearDown() override { QZLatticeDispose(); }
 };
 
-/// width, height, one byte a dot.
+/// A glyph as Save takes it: width, height, one byte per dot.
 Glyph Draw(const Picture& rows)
 {
     Glyph glyph = std::make_unique<QZData>(2 + static_cast<QZInt64>(rows.size() * rows[0].size()));
@@ -58,7 +58,7 @@ unsigned char* BytesOf(const Glyph& glyph) { return static_cast<unsigned char*>(
 
 const Picture kA = {".###.", "#...#", "#...#", "#####", "#...#", "#...#", "#...#", "....."};
 
-TEST_F(Lattice, ALetterHasTheSizeOfItsGlyph)
+TEST_F(Lattice, LetterHasTheSizeOfItsGlyph)
 {
     QZLattice letter(3, -4, 65);
     EXPECT_EQ(letter.GetSize()->GetWidth(), 5);
@@ -72,14 +72,14 @@ TEST_F(Lattice, ALetterHasTheSizeOfItsGlyph)
     EXPECT_EQ(PictureOf(65), kA);
 }
 
-TEST_F(Lattice, DotsLieEightToAByteFirstDotHighest)
+TEST_F(Lattice, EightDotsArePackedInAByteFirstDotHighest)
 {
     QZLattice letter(0, 0, 65);
-    // .###.#...##...########...##...##...#.....: 40 dots
+    // The 40 dots are .###. #...# #...# ##### #...# #...# #...# .....
     EXPECT_BYTES(letter.GetGlyph(), 8, "74 63 F8 C6 20 00 00 00");
 }
 
-TEST_F(Lattice, SetChangesPlaceAndGlyphAndKeepsTheBaseline)
+TEST_F(Lattice, SetChangesLocationAndGlyphAndKeepsTheBaseline)
 {
     QZLattice letter(1, 2, 65);
     letter.SetBaseline(20);
@@ -111,7 +111,7 @@ TEST_F(Lattice, BuiltInCodesRunFromBlankToBar)
     }
 }
 
-TEST_F(Lattice, EveryBuiltInGlyphIsDrawnAndNoTwoAreAlike)
+TEST_F(Lattice, BuiltInGlyphsAreAllDifferent)
 {
     std::vector<unsigned short> codes = {9472, 9474, 9484, 9488, 9492, 9496,
                                          9500, 9508, 9516, 9524, 9532, 41253};
@@ -141,7 +141,7 @@ TEST_F(Lattice, CodeZeroAndUndefinedCodesShowTheFallbackGlyph)
     }
 }
 
-// Four sides of a cell, as the strokes of a glyph touch them.
+// The sides of the cell that the strokes of a glyph touch: l, r, u, d.
 std::string SidesOf(unsigned short code)
 {
     const Picture rows = PictureOf(code);
@@ -153,7 +153,7 @@ std::string SidesOf(unsigned short code)
     return sides;
 }
 
-TEST_F(Lattice, LinesReachTheEdgesOfTheirCellsAtTheSamePlaces)
+TEST_F(Lattice, BoxLinesJoinAcrossCells)
 {
     EXPECT_EQ(SidesOf(9472), "lr");
     EXPECT_EQ(SidesOf(9474), "ud");
@@ -170,26 +170,26 @@ TEST_F(Lattice, LinesReachTheEdgesOfTheirCellsAtTheSamePlaces)
               (Picture{"..#..", "..#..", "..#..", "..###", "..#..", "..#..", "..#..", "..#.."}));
 }
 
-TEST_F(Lattice, LoadGivesABufferOf1026Bytes)
+TEST_F(Lattice, LoadReturns1026Bytes)
 {
     Glyph glyph(QZLattice::Load(65));
     EXPECT_EQ(glyph->GetSize(), 1026);
     EXPECT_EQ(QZLattice::Load(nullptr, 65), 1026);
     std::vector<unsigned char> buffer(1026, 7);
     EXPECT_EQ(QZLattice::Load(buffer.data(), 65), 1026);
-    // 5 * 8 dots are five bytes, and one byte more is expanded.
+    // The 5 * 8 dots take five bytes; Load expands one byte more.
     EXPECT_EQ(std::memcmp(buffer.data(), glyph->GetPointer(), 2 + 48), 0);
     EXPECT_EQ(buffer[2 + 48], 7);
 }
 
-TEST_F(Lattice, AnEmptySlotLoadsAsNothingByNothing)
+TEST_F(Lattice, EmptySlotLoadsWithSizeZero)
 {
     std::vector<unsigned char> buffer(1026, 7);
     EXPECT_EQ(QZLattice::Load(buffer.data(), 0x4E2D), 1026);
     EXPECT_BYTES(buffer.data(), 11, "00 00 00 00 00 00 00 00 00 00 07");
 }
 
-TEST_F(Lattice, ASavedGlyphIsShown)
+TEST_F(Lattice, SavedGlyphIsUsed)
 {
     const Picture middle = {"....#....", "#########", "#...#...#", "#########", "....#....", "....#...."};
     QZLattice::Save(0x4E2D, Draw(middle).get());
@@ -200,7 +200,7 @@ TEST_F(Lattice, ASavedGlyphIsShown)
     EXPECT_EQ(PictureOf(0x4E2D), middle);
 }
 
-TEST_F(Lattice, ABuiltInGlyphMayBeReplaced)
+TEST_F(Lattice, BuiltInGlyphMayBeReplaced)
 {
     QZLattice::Save(65, Draw({"##", "##"}).get(), 0);
     EXPECT_EQ(PictureOf(65), (Picture{"##", "##"}));
@@ -208,7 +208,7 @@ TEST_F(Lattice, ABuiltInGlyphMayBeReplaced)
     EXPECT_EQ(PictureOf(65), kA);
 }
 
-TEST_F(Lattice, AGlyphOfFortyByFortyIsStoredAs31By31AndLeans)
+TEST_F(Lattice, GlyphOf40By40IsStoredAs31By31AndSlanted)
 {
     Picture rows(40, "#" + std::string(39, '.'));
     Glyph glyph = Draw(rows);
@@ -219,7 +219,7 @@ TEST_F(Lattice, AGlyphOfFortyByFortyIsStoredAs31By31AndLeans)
     QZLattice letter(0, 0, 0x4E00);
     EXPECT_EQ(letter.GetSize()->GetWidth(), 31);
     EXPECT_EQ(letter.GetSize()->GetHeight(), 31);
-    // The left edge of the glyph has a dot every 40 places; in rows of 31 each one stands 9 further right.
+    // The left edge of the glyph is a dot in every 40. In rows of 31 dots each one is 9 dots further right.
     const Picture stored = PictureOf(0x4E00);
     EXPECT_EQ(stored[0], "#" + std::string(30, '.'));
     EXPECT_EQ(stored[1], ".........#.....................");
@@ -229,16 +229,16 @@ TEST_F(Lattice, AGlyphOfFortyByFortyIsStoredAs31By31AndLeans)
     EXPECT_EQ(stored[5], ".....#.........................");
 }
 
-TEST_F(Lattice, DotsBehindTheLastOneAreStoredTooAsFarAsTheSlotBytesGo)
+TEST_F(Lattice, DotsAfterTheLastOneFillTheBytesOfTheSlot)
 {
-    // 1 by 1, so (1 >> 3) + 3 bytes of dots: 24.
+    // A glyph of 1 by 1 stores (1 >> 3) + 3 = 3 bytes, which is 24 dots.
     Glyph glyph = std::make_unique<QZData>(2 + 32);
     std::memset(glyph->GetPointer(), 1, 34);
     QZLattice::Save(0x4E01, glyph.get());
     EXPECT_BYTES(QZLattice(0, 0, 0x4E01).GetGlyph(), 4, "FF FF FF 00");
 }
 
-TEST_F(Lattice, ASmallerGlyphLeavesTheEndOfALargerOneInItsSlot)
+TEST_F(Lattice, SmallerGlyphKeepsTheLastBytesOfALargerOne)
 {
     QZLattice::Save(0x4E01, Draw(Picture(16, std::string(16, '#'))).get());
     QZLattice::Save(0x4E01, Draw({"."}).get());
@@ -247,7 +247,7 @@ TEST_F(Lattice, ASmallerGlyphLeavesTheEndOfALargerOneInItsSlot)
     EXPECT_EQ(PictureOf(0x4E01), Picture{"."});
 }
 
-TEST_F(Lattice, MissingDotsAreClear)
+TEST_F(Lattice, MissingDotsAreNotSet)
 {
     const unsigned char bytes[] = {4, 4, 1, 1, 1};
     QZData glyph(bytes, 5);
@@ -258,7 +258,7 @@ TEST_F(Lattice, MissingDotsAreClear)
     EXPECT_EQ(QZLattice(0, 0, 0x4E02).GetCode(), 41253u);
 }
 
-TEST_F(Lattice, AnyByteButZeroIsADot)
+TEST_F(Lattice, AnyNonZeroByteIsADot)
 {
     const unsigned char bytes[] = {4, 1, 255, 0, 2, 128};
     QZData glyph(bytes, 6);
@@ -266,7 +266,7 @@ TEST_F(Lattice, AnyByteButZeroIsADot)
     EXPECT_EQ(PictureOf(0x4E02), Picture{"#.##"});
 }
 
-TEST_F(Lattice, ASlotWithOneSideZeroIsEmpty)
+TEST_F(Lattice, SlotWithAZeroSideIsEmpty)
 {
     for (const char* sides : {"00 08", "08 00"})
     {
@@ -277,9 +277,9 @@ TEST_F(Lattice, ASlotWithOneSideZeroIsEmpty)
     }
 }
 
-TEST_F(Lattice, SavingNothingThrows) { EXPECT_QZ_THROW(QZLattice::Save(65, nullptr), 1792); }
+TEST_F(Lattice, SaveOfNullThrows) { EXPECT_QZ_THROW(QZLattice::Save(65, nullptr), 1792); }
 
-TEST_F(Lattice, RecycleDeletesAndTellsOfNull)
+TEST_F(Lattice, RecycleDeletesAndAssertsNotNull)
 {
     QZData* glyph = QZLattice::Load(65);
     QZLattice::Recycle(&glyph);
@@ -289,7 +289,7 @@ TEST_F(Lattice, RecycleDeletesAndTellsOfNull)
     EXPECT_EQ(watch.Count(), 1);
 }
 
-TEST_F(Lattice, WithoutAPathNothingGoesToDisk)
+TEST_F(Lattice, WithoutAPathNoFileIsWritten)
 {
     qztest::Hooks hooks;
     QZLatticeInit(nullptr);
@@ -299,7 +299,7 @@ TEST_F(Lattice, WithoutAPathNothingGoesToDisk)
     EXPECT_QZ_NO_THROW(QZLattice::Save(0x4E02, Draw({"#"}).get()));
 }
 
-TEST_F(Lattice, TheFirstStartWritesTheTableToItsFile)
+TEST_F(Lattice, FirstInitWritesTheTableToItsFile)
 {
     qztest::TempDir dir;
     const qztest::Text path = dir.Name("font.bin");
@@ -319,7 +319,7 @@ const Picture kBig = {"....#....", "....#....", "#########", "....#....",
                       "...#.#...", "..#...#..", "##.....##"};
 const Picture kMountain = {"....#....", "....#....", "#...#...#", "#...#...#", "#########"};
 
-TEST_F(Lattice, ChineseCharactersThatAHostDrewAreThereInTheNextRun)
+TEST_F(Lattice, GlyphsSavedByAHostAreLoadedAtTheNextInit)
 {
     qztest::TempDir dir;
     {
@@ -341,7 +341,7 @@ TEST_F(Lattice, ChineseCharactersThatAHostDrewAreThereInTheNextRun)
     EXPECT_EQ(PictureOf(65), kA);
 }
 
-TEST_F(Lattice, SyncWritesGlyphsThatWereSavedWithoutItAndMakesAFileThatIsGone)
+TEST_F(Lattice, SyncWritesUnsavedGlyphsAndCreatesAMissingFile)
 {
     qztest::TempDir dir;
     const qztest::Text path = dir.Name("font.bin");
@@ -354,7 +354,7 @@ TEST_F(Lattice, SyncWritesGlyphsThatWereSavedWithoutItAndMakesAFileThatIsGone)
     EXPECT_BYTES(table.data() + 0x5C71 * 128, 2, "09 05");
 }
 
-TEST_F(Lattice, AShortFileIsReadAsFarAsItGoes)
+TEST_F(Lattice, ShortFileIsReadToItsEnd)
 {
     qztest::TempDir dir;
     std::string table(66 * 128, '\0');
@@ -365,7 +365,7 @@ TEST_F(Lattice, AShortFileIsReadAsFarAsItGoes)
     const qztest::Text path = dir.Name("font.bin");
     QZLatticeInit(path.c_str());
     EXPECT_EQ(PictureOf(65), Picture{"#."});
-    // No glyph came from anywhere else, not even the fallback.
+    // All glyphs after the end of the file are empty, even the fallback.
     QZLattice missing(0, 0, 66);
     EXPECT_EQ(missing.GetCode(), 41253u);
     EXPECT_EQ(missing.GetSize()->GetWidth(), 0);
@@ -374,7 +374,7 @@ TEST_F(Lattice, AShortFileIsReadAsFarAsItGoes)
     EXPECT_EQ(dir.Read("font.bin").size(), 8388608u);
 }
 
-TEST_F(Lattice, ALongFileIsReadUpToTheTable)
+TEST_F(Lattice, LongFileIsReadToTheSizeOfTheTable)
 {
     qztest::TempDir dir;
     dir.Write("font.bin", std::string(kFileSize + 100, '\1'));
@@ -384,12 +384,12 @@ TEST_F(Lattice, ALongFileIsReadUpToTheTable)
     EXPECT_EQ(dir.Read("font.bin").size(), static_cast<std::size_t>(kFileSize + 100));
 }
 
-TEST_F(Lattice, ASlotThatPromisesMoreThanAnyGlyphHasIsNotUnpacked)
+TEST_F(Lattice, SlotWithATooLargeSizeIsNotExpanded)
 {
     qztest::TempDir dir;
     std::string table(kFileSize, '\xFF');
-    // 32 by 32 asks for 129 bytes of dots, of which the slot has 126; 101 by 101 for 1276, and 102 by 101 for
-    // 1288.
+    // A size of 32 by 32 needs 129 bytes of dots, of which the slot has 126; 101 by 101 needs 1276, and 102
+    // by 101 needs 1288.
     table[65 * 128] = table[65 * 128 + 1] = 32;
     table[66 * 128] = table[66 * 128 + 1] = 101;
     table[67 * 128] = 102;
@@ -409,7 +409,7 @@ TEST_F(Lattice, ASlotThatPromisesMoreThanAnyGlyphHasIsNotUnpacked)
     EXPECT_EQ(QZLattice(0, 0, 65535).GetSize()->GetWidth(), 255);
 }
 
-TEST_F(Lattice, AnotherPathPointerStartsAnewAndTheSameOneDoesNot)
+TEST_F(Lattice, InitWithAnotherPathPointerReloadsTheFont)
 {
     qztest::TempDir dir;
     const qztest::Text path = dir.Name("font.bin");
@@ -425,7 +425,7 @@ TEST_F(Lattice, AnotherPathPointerStartsAnewAndTheSameOneDoesNot)
     EXPECT_EQ(PictureOf(0x5C71), Picture());
 }
 
-TEST_F(Lattice, AnObjectOutlivesItsFont)
+TEST_F(Lattice, ObjectMayOutliveItsFont)
 {
     QZLattice letter(1, 2, 65);
     QZLatticeDispose();
@@ -436,7 +436,7 @@ TEST_F(Lattice, AnObjectOutlivesItsFont)
     EXPECT_BYTES(letter.GetGlyph(), 5, "74 63 F8 C6 20");
 }
 
-TEST_F(Lattice, CopiesShareThePlace)
+TEST_F(Lattice, CopiesShareTheLocation)
 {
     QZLattice letter(1, 2, 65);
     QZLattice copy = letter;
@@ -445,7 +445,7 @@ TEST_F(Lattice, CopiesShareThePlace)
     EXPECT_EQ(copy.GetCode(), 65u);
 }
 
-TEST_F(Lattice, AFileThatCannotBeWrittenThrowsAndTheFontStartsWithoutIt)
+TEST_F(Lattice, UnwritableFileThrowsAndTheFontWorksWithoutIt)
 {
     qztest::TempDir dir;
     const qztest::Text path = dir.Name("no/such/font.bin");
@@ -455,7 +455,7 @@ TEST_F(Lattice, AFileThatCannotBeWrittenThrowsAndTheFontStartsWithoutIt)
     EXPECT_EQ(PictureOf(0x5C71), kMountain);
 }
 
-TEST_F(Lattice, AFailingWriteOfTheTableThrows)
+TEST_F(Lattice, FailedWriteOfTheTableThrows)
 {
     qztest::TempDir dir;
     const qztest::Text path = dir.Name("font.bin");
@@ -467,7 +467,7 @@ TEST_F(Lattice, AFailingWriteOfTheTableThrows)
     EXPECT_EQ(PictureOf(0x5C71), kMountain);
 }
 
-TEST_F(Lattice, WithoutMemoryForTheTableTheStartThrows)
+TEST_F(Lattice, InitWithoutMemoryThrows)
 {
     qztest::Hooks hooks;
     QZLastError = 0;

@@ -30,7 +30,7 @@ Areas AreasOf(QZRectangleCollection* list)
     return areas;
 }
 
-/// Both lists hold the same.
+/// Expects that both lists of changes hold these areas.
 void ExpectAreas(const QZGraphics& layer, const Areas& areas)
 {
     EXPECT_EQ(AreasOf(layer.GetUpdatedAreas()), areas);
@@ -43,7 +43,8 @@ void ForgetChanges(const QZGraphics& layer)
     layer.GetClearedAreas()->Clear();
 }
 
-/// One row of text per row of pixels: "." for 0, "W" for the pen, "R", "G", "B" for these, "?" for others.
+/// One line of text per row of pixels: "." for 0, "W" for the pen, "R", "G", "B" for these colours, "?" for
+/// others.
 std::vector<std::string> Show(const QZGraphics& layer)
 {
     std::vector<std::string> rows;
@@ -91,7 +92,7 @@ std::vector<std::string> KeysOf(QZGraphics& layer)
     return keys;
 }
 
-TEST(Layer, BeginsTransparentVisibleAndWithAWhitePen)
+TEST(Layer, NewLayerIsTransparentVisibleAndHasAWhitePen)
 {
     QZGraphics layer(3, 2);
     EXPECT_EQ(layer.GetType(), 0x81FFFF5);
@@ -105,7 +106,7 @@ TEST(Layer, BeginsTransparentVisibleAndWithAWhitePen)
     ExpectAreas(layer, {});
 }
 
-TEST(Layer, OwnsItsListsLocked)
+TEST(Layer, ListsAreLocked)
 {
     QZGraphics layer(3, 2);
     EXPECT_FALSE(layer.GetUpdatedAreas()->IsDisposable());
@@ -128,7 +129,7 @@ TEST(Layer, KeepsACopyOfItsKey)
     EXPECT_EQ(layer.GetVisable(), 0);
 }
 
-TEST(Layer, ItsSizeObjectIsTheCallers)
+TEST(Layer, SizeObjectBelongsToTheCaller)
 {
     QZGraphics layer(3, 2);
     std::unique_ptr<QZSize> size(layer.GetSize());
@@ -139,7 +140,7 @@ TEST(Layer, ItsSizeObjectIsTheCallers)
     EXPECT_EQ(size->GetHeight(), 2);
 }
 
-TEST(Layer, PointersAsNumbersAreAddressesAndOneIsThePixel)
+TEST(Layer, GetPointerInt64IsAnAddressAndGetPointerQZInt32APixel)
 {
     QZGraphics layer(3, 2);
     layer.Fill(0x12345678);
@@ -151,7 +152,7 @@ TEST(Layer, PointersAsNumbersAreAddressesAndOneIsThePixel)
     EXPECT_EQ(nothing.GetPointerQZInt32(), 0);
 }
 
-TEST(Layer, SetPixelInTheFirstRowIsNotedAndNotWritten)
+TEST(Layer, SetPixelInTheFirstRowMarksAChangeAndWritesNothing)
 {
     QZGraphics layer(4, 3);
     layer.SetPixel(0, 0);
@@ -159,7 +160,7 @@ TEST(Layer, SetPixelInTheFirstRowIsNotedAndNotWritten)
     ExpectAreas(layer, {"0,0 1x1"});
 }
 
-TEST(Layer, SetPixelWritesInAColourOrInThePen)
+TEST(Layer, SetPixelWritesAColourOrThePen)
 {
     QZGraphics layer(6, 3);
     layer.SetPixel(1, 1, 0xFFFF0000);
@@ -188,16 +189,16 @@ TEST(Layer, ChangesAreClippedToTheLayer)
     layer.UpdateAreaInclude(15, 8, 10, 10);
     ExpectAreas(layer, {"15,8 5x2"});
     ForgetChanges(layer);
-    // A negative place moves to 0 and keeps its width; a row below the last wraps around.
+    // A negative x becomes 0 and keeps its width; a row below the last wraps around.
     layer.UpdateAreaInclude(-5, 13, 2, 3);
     ExpectAreas(layer, {"0,3 2x3"});
     ForgetChanges(layer);
-    // Right of the layer nothing is left of the width, and it is noted all the same.
+    // Right of the layer the width becomes 0, but the area is marked all the same.
     layer.UpdateAreaInclude(30, 1, 2, 3);
     ExpectAreas(layer, {"30,1 0x3"});
 }
 
-TEST(Layer, AChangeOfNegativeSizeThrowsAndOneOfNoSizeIsIgnored)
+TEST(Layer, NegativeChangeThrowsAndEmptyChangeIsIgnored)
 {
     QZGraphics layer(20, 10);
     EXPECT_QZ_THROW(layer.UpdateAreaInclude(1, 1, -1, 5), 256);
@@ -208,7 +209,7 @@ TEST(Layer, AChangeOfNegativeSizeThrowsAndOneOfNoSizeIsIgnored)
     ExpectAreas(layer, {});
 }
 
-TEST(Layer, FillNotesTheWholeLayer)
+TEST(Layer, FillMarksTheWholeLayer)
 {
     QZGraphics layer(3, 2);
     layer.Fill(0xFFFF0000U);
@@ -220,7 +221,7 @@ TEST(Layer, FillNotesTheWholeLayer)
     EXPECT_EQ(layer.GetPixel(0, 0), 0xFF010203u);
 }
 
-TEST(Layer, FillOfARectangleNotesIt)
+TEST(Layer, FillOfARectangleMarksIt)
 {
     QZGraphics layer(5, 4);
     const QZRectangle area(1, 0, 2, 3);
@@ -233,7 +234,7 @@ TEST(Layer, FillOfARectangleNotesIt)
     ExpectAreas(layer, {"1,0 2x3"});
 }
 
-TEST(Layer, FillOfARectangleOfNegativeWidthThrowsAndOfWidthZeroDoesNot)
+TEST(Layer, FillOfNegativeWidthThrowsAndOfZeroWidthDoesNothing)
 {
     QZGraphics layer(5, 4);
     const QZRectangle negative(1, 1, -1, 5);
@@ -255,7 +256,7 @@ TEST(Layer, FillOfRectanglesFillsEach)
     ExpectAreas(layer, {"0,0 2x1", "4,1 1x1"});
 }
 
-TEST(Layer, TheFillOfTheBlockBelowIsThereAndNotesNothing)
+TEST(Layer, FillOfTheBaseClassMarksNothing)
 {
     QZGraphics layer(3, 2);
     layer.Fill(1, 1, 1, 1, 0xFFFF0000);
@@ -263,7 +264,7 @@ TEST(Layer, TheFillOfTheBlockBelowIsThereAndNotesNothing)
     ExpectAreas(layer, {});
 }
 
-TEST(Layer, SetColorRoundGoesThroughRedGreenAndBlue)
+TEST(Layer, SetColorRoundCyclesThroughRedGreenAndBlue)
 {
     QZGraphics layer(3, 2);
     EXPECT_EQ(layer.SetColorRound(), 0xFFFF0000u);
@@ -273,10 +274,10 @@ TEST(Layer, SetColorRoundGoesThroughRedGreenAndBlue)
     EXPECT_EQ(layer.SetColorRound(), 0xFFFF0000u);
 }
 
-TEST(Layer, ClearPaintsBackWhatWasDrawnAndNotesIt)
+TEST(Layer, ClearFillsTheDrawnAreasAndMarksThem)
 {
     QZGraphics layer(6, 3);
-    // What came in behind the lists' back stays.
+    // Pixels that were written directly are not cleared.
     static_cast<QZUInt32*>(layer.GetPointer())[5] = 0xFFFF0000;
     const QZRectangle area(1, 1, 2, 2);
     layer.Fill(&area, kPen);
@@ -288,7 +289,7 @@ TEST(Layer, ClearPaintsBackWhatWasDrawnAndNotesIt)
     EXPECT_EQ(AreasOf(layer.GetClearedAreas()), Areas{});
 }
 
-TEST(Layer, ASecondClearPaintsNothing)
+TEST(Layer, SecondClearDoesNothing)
 {
     QZGraphics layer(6, 3);
     layer.SetPixel(2, 2);
@@ -300,7 +301,7 @@ TEST(Layer, ASecondClearPaintsNothing)
     EXPECT_EQ(AreasOf(layer.GetUpdatedAreas()), Areas{});
 }
 
-TEST(Layer, ClearThroughTheBaseIsTheLayers)
+TEST(Layer, ClearThroughTheBaseClearsTheLayer)
 {
     QZGraphics layer(6, 3);
     layer.SetPixel(2, 2);
@@ -310,7 +311,7 @@ TEST(Layer, ClearThroughTheBaseIsTheLayers)
     EXPECT_EQ(layer.GetWidth(), 6);
 }
 
-TEST(Layer, DrawNotesTheAreaOfTheShape)
+TEST(Layer, DrawMarksTheAreaOfTheShape)
 {
     QZGraphics layer(6, 4);
     std::unique_ptr<QZShape> box(NewBox(1, 0, 3, 2));
@@ -319,7 +320,7 @@ TEST(Layer, DrawNotesTheAreaOfTheShape)
     ExpectAreas(layer, {"1,0 3x2"});
 }
 
-TEST(Layer, TwoOverlappingDrawsLeaveOneMergedRectangle)
+TEST(Layer, OverlappingDrawsMarkOneMergedArea)
 {
     QZGraphics layer(10, 10);
     std::unique_ptr<QZShape> first(NewBox(1, 1, 3, 3));
@@ -329,7 +330,7 @@ TEST(Layer, TwoOverlappingDrawsLeaveOneMergedRectangle)
     ExpectAreas(layer, {"1,1 6x5"});
 }
 
-TEST(Layer, AShapeMadeByUnionIsNeitherNotedNorPainted)
+TEST(Layer, ShapeFromUnionIsNotDrawn)
 {
     QZGraphics layer(10, 10);
     std::unique_ptr<QZShape> first(NewBox(1, 1, 3, 3));
@@ -340,7 +341,7 @@ TEST(Layer, AShapeMadeByUnionIsNeitherNotedNorPainted)
     EXPECT_EQ(CountOf(layer, 0), 100);
 }
 
-TEST(Layer, DrawsFiguresInThePen)
+TEST(Layer, DrawsFiguresWithThePen)
 {
     QZGraphics layer(7, 5);
     layer.SetColor(0xFF00FF00);
@@ -353,7 +354,7 @@ TEST(Layer, DrawsFiguresInThePen)
     ExpectAreas(layer, {"0,0 7x5"});
 }
 
-TEST(Layer, AFilledRectangleIsDrawnFilled)
+TEST(Layer, FilledRectangleIsDrawnFilled)
 {
     QZGraphics layer(4, 3);
     QZRectangle box(1, 1, 2, 2);
@@ -372,23 +373,23 @@ TEST(Layer, DrawsACircle)
     EXPECT_EQ(layer.GetPixel(5, 5), 0u);
 }
 
-TEST(Layer, ACircleIsDrawnOnTheTopRowTooWhichItDoesNotNote)
+TEST(Layer, CircleAlsoDrawsOnTheTopRowOutsideItsMarkedArea)
 {
     QZGraphics layer(12, 12);
     const QZCircle circle(5, 6, 3);
     layer.Draw(&circle);
     ExpectAreas(layer, {"1,2 9x9"});
-    // The rows of the figure, 6 to 9 and 6 to 3, as columns of row 0.
+    // The rows of the circle, 6 to 9 and 6 to 3, appear as columns of row 0.
     EXPECT_EQ(Show(layer).at(0), "...WWWWWWW..");
     EXPECT_EQ(Show(layer).at(1), "............");
 }
 
-TEST(Layer, ASlopedLineMayEndOnePixelOutsideTheAreaThatItNotes)
+TEST(Layer, SlopedLineMayEndOnePixelOutsideItsMarkedArea)
 {
     QZGraphics layer(30, 10);
     layer.DrawLine(0, 7, 21, 4);
     ExpectAreas(layer, {"0,4 22x4"});
-    // 21 * -0.14285715 + 7 is 3.9999998 in single precision.
+    // In single precision 21 * -0.14285715 + 7 is 3.9999998.
     EXPECT_EQ(layer.GetPixel(21, 3), kPen);
     EXPECT_EQ(layer.GetPixel(21, 4), 0u);
 }
@@ -402,7 +403,7 @@ TEST(Layer, DrawsAGridCellByCell)
     ExpectAreas(layer, {"1,1 6x3"});
 }
 
-TEST(Layer, DrawsACopyOfAShapeElsewhere)
+TEST(Layer, DrawsAShapeAtAPosition)
 {
     QZGraphics layer(8, 5);
     std::unique_ptr<QZShape> box(NewBox(0, 0, 2, 2));
@@ -470,7 +471,7 @@ TEST(Layer, CrossesHaveColoursAndAngles)
     EXPECT_EQ(CountOf(upright, kPen), 21);
     QZGraphics turned(13, 13);
     turned.DrawCross(6, 6, 45.0);
-    // Three pixels to each side on both diagonals: 5 * sin 45 is 3.5.
+    // Three pixels in each direction on both diagonals, because 5 * sin 45 degrees is 3.5.
     EXPECT_EQ(turned.GetPixel(3, 3), kPen);
     EXPECT_EQ(turned.GetPixel(9, 9), kPen);
     EXPECT_EQ(turned.GetPixel(9, 3), kPen);
@@ -478,7 +479,7 @@ TEST(Layer, CrossesHaveColoursAndAngles)
     EXPECT_EQ(turned.GetPixel(6, 1), 0u);
 }
 
-TEST(Layer, PasteNotesTheAreaAndBlends)
+TEST(Layer, PasteMarksTheAreaAndBlends)
 {
     QZGraphics layer(6, 4);
     layer.Fill(0xFF000000U);
@@ -486,7 +487,7 @@ TEST(Layer, PasteNotesTheAreaAndBlends)
     QZPixelBlock source(2, 2);
     source.Fill(0x80FFFFFFU);
     EXPECT_EQ(layer.Paste(1, 1, &source, 0), 1);
-    // 128 * 255 >> 8 is 127; the alpha is 128 + (127 * 255 >> 8) = 254.
+    // 128 * 255 >> 8 is 127. The alpha is 128 + (127 * 255 >> 8) = 254.
     EXPECT_EQ(layer.GetPixel(1, 1), 0xFE7F7F7Fu);
     EXPECT_EQ(layer.GetPixel(2, 2), 0xFE7F7F7Fu);
     EXPECT_EQ(layer.GetPixel(3, 3), 0xFF000000u);
@@ -503,7 +504,7 @@ TEST(Layer, PasteNotesTheAreaAndBlends)
     EXPECT_EQ(layer.Paste(9, 0, &source, 1), 0);
 }
 
-TEST(Layer, OperationsOfTheBlockGoThroughTheLayer)
+TEST(Layer, OperationsOfTheBaseClassWork)
 {
     QZGraphics layer(6, 4);
     QZPixelBlock* block = &layer;
@@ -518,7 +519,7 @@ TEST(Layer, OperationsOfTheBlockGoThroughTheLayer)
     ExpectAreas(layer, {"1,1 1x1"});
 }
 
-TEST(Layer, NewSizeLetsTheBytesFallIntoTheNewRows)
+TEST(Layer, NewSizeRearrangesThePixelsIntoTheNewRows)
 {
     QZGraphics layer(4, 2);
     auto* pixels = static_cast<QZUInt32*>(layer.GetPointer());
@@ -531,7 +532,7 @@ TEST(Layer, NewSizeLetsTheBytesFallIntoTheNewRows)
     ExpectAreas(layer, {});
     const QZData& data = layer;
     EXPECT_EQ(data.GetSize(), 8 * 3 + 4 * 4 * 3);
-    // One row more: its entry in the row table lies over the first two pixels.
+    // With one more row, its entry in the row table takes the space of the first two pixels.
     layer.NewSize(3, 3);
     EXPECT_EQ(PixelsOf(layer).at(0), (Rows::value_type{3, 4, 5}));
     EXPECT_EQ(PixelsOf(layer).at(1), (Rows::value_type{6, 7, 8}));
@@ -539,7 +540,7 @@ TEST(Layer, NewSizeLetsTheBytesFallIntoTheNewRows)
     EXPECT_EQ(layer.GetPixel(2, 2), 9u);
 }
 
-TEST(Layer, NewSizeLeavesTheSizeObjectOfTheBlockAsItWas)
+TEST(Layer, NewSizeKeepsTheSizeObjectOfTheBaseClass)
 {
     QZGraphics layer(4, 2);
     layer.NewSize(7, 8);
@@ -550,7 +551,7 @@ TEST(Layer, NewSizeLeavesTheSizeObjectOfTheBlockAsItWas)
     EXPECT_EQ(size->GetHeight(), 8);
 }
 
-TEST(Layer, ANegativeNewSizeThrows)
+TEST(Layer, NegativeNewSizeThrows)
 {
     QZGraphics layer(4, 2);
     QZLastError = 0;
@@ -562,7 +563,7 @@ TEST(Layer, ANegativeNewSizeThrows)
     QZLastError = 0;
 }
 
-TEST(Layer, MarksAreDrawnInTheirOrderWhenSomethingHasChanged)
+TEST(Layer, MarksAreDrawnInOrderWhenSomethingChanged)
 {
     QZGraphics layer(5, 3);
     QZShape* first = NewBox(1, 1, 2, 1);
@@ -603,7 +604,7 @@ TEST(Layer, MarksBelongToTheLayerAndAreLocked)
     EXPECT_QZ_THROW(layer.MarkAdd(QZ_W(""), other.get()), 2048);
 }
 
-TEST(Layer, ARemovedMarkIsNotDeleted)
+TEST(Layer, RemovedMarkIsNotDeleted)
 {
     QZString key(QZ_W("box"));
     QZGraphics layer(5, 3);
@@ -618,7 +619,7 @@ TEST(Layer, ARemovedMarkIsNotDeleted)
     EXPECT_EQ(layer.MarkRemove(QZ_W("Box")), 1);
 }
 
-TEST(Layer, MarkSetReplacesAtTheEndAndLeavesTheOldShapeToTheCaller)
+TEST(Layer, MarkSetAppendsTheNewMarkAndUnlocksTheOldOne)
 {
     QZGraphics layer(5, 3);
     std::unique_ptr<QZShape> old(NewBox(1, 1, 2, 1));
@@ -635,7 +636,7 @@ TEST(Layer, MarkSetReplacesAtTheEndAndLeavesTheOldShapeToTheCaller)
     EXPECT_EQ(layer.MarkGet(&key), fresh);
 }
 
-TEST(Layer, MarkGetByPlaceFindsTheFirstWhoseAreaHasThePoint)
+TEST(Layer, MarkGetByPointFindsTheFirstMarkWithThePoint)
 {
     QZGraphics layer(20, 20);
     QZShape* low = NewBox(2, 2, 4, 4);
@@ -669,7 +670,7 @@ protected:
     QZGraphics m_layer{2, 2};
 };
 
-TEST_F(MarkOrder, UpAndDownAreOnePlace)
+TEST_F(MarkOrder, MarkMoveUpAndDownMoveOnePosition)
 {
     QZString b(QZ_W("b"));
     EXPECT_EQ(m_layer.MarkMoveUp(&b), 1);
@@ -682,7 +683,7 @@ TEST_F(MarkOrder, UpAndDownAreOnePlace)
     EXPECT_EQ(Keys(), "bacde");
 }
 
-TEST_F(MarkOrder, MoveFirstMovesByTheMarksOwnIndexTowardTheEnd)
+TEST_F(MarkOrder, MarkMoveFirstMovesByTheMarksIndexTowardsTheEnd)
 {
     QZString b(QZ_W("b"));
     EXPECT_EQ(m_layer.MarkMoveFirst(&b), 1);
@@ -693,7 +694,7 @@ TEST_F(MarkOrder, MoveFirstMovesByTheMarksOwnIndexTowardTheEnd)
     EXPECT_EQ(Keys(), "acdeb");
 }
 
-TEST_F(MarkOrder, MoveLastMovesToTheEnd)
+TEST_F(MarkOrder, MarkMoveLastMovesToTheEnd)
 {
     QZString b(QZ_W("b"));
     EXPECT_EQ(m_layer.MarkMoveLast(&b), 1);
@@ -702,7 +703,7 @@ TEST_F(MarkOrder, MoveLastMovesToTheEnd)
     EXPECT_EQ(Keys(), "cdeba");
 }
 
-TEST_F(MarkOrder, AnAbsentMarkIsNotMoved)
+TEST_F(MarkOrder, MissingMarkIsNotMoved)
 {
     QZString none(QZ_W("none"));
     EXPECT_EQ(m_layer.MarkMoveUp(&none), 0);

@@ -14,7 +14,7 @@ using Row = std::vector<unsigned int>;
 
 constexpr unsigned int kBlack = 0xFF000000;
 
-/// Anchors, as a list that the palette copies.
+/// A list of anchor colours.
 class Anchors : public QZCollection
 {
 public:
@@ -24,14 +24,14 @@ public:
     }
 };
 
-TEST(ColorPalette, RunsStraightFromAnchorToAnchor)
+TEST(ColorPalette, InterpolatesBetweenAnchors)
 {
     Anchors anchors({0x00000000, 0x0064C832, 0x00640000});
     QZPoint place(0, 0);
     QZSize size(21, 5);
     QZColorPalette palette(&anchors, &place, &size);
     EXPECT_EQ(palette.GetType(), 0x81FFFF7);
-    // 21 / 2 = 10 places between two anchors.
+    // 21 / 2 = 10 positions between two anchors.
     EXPECT_EQ(palette.GetColor(0), 0xFF000000u);
     EXPECT_EQ(palette.GetColor(1), 0xFF0A1405u);
     EXPECT_EQ(palette.GetColor(5), 0xFF326419u);
@@ -41,7 +41,7 @@ TEST(ColorPalette, RunsStraightFromAnchorToAnchor)
     EXPECT_EQ(palette.GetColor(19), 0xFF641405u);
 }
 
-TEST(ColorPalette, PastTheEndIsTheLastAnchorAndNegativeIsTheFirst)
+TEST(ColorPalette, PositionsOutsideAreTheFirstOrLastAnchor)
 {
     Anchors anchors({0x00112233, 0x0064C832});
     QZPoint place(0, 0);
@@ -52,18 +52,18 @@ TEST(ColorPalette, PastTheEndIsTheLastAnchorAndNegativeIsTheFirst)
     EXPECT_EQ(palette.GetColor(-7), 0xFF112233u);
 }
 
-TEST(ColorPalette, ValuesBetweenAreCut)
+TEST(ColorPalette, InterpolatedValuesAreTruncated)
 {
     Anchors anchors({0x000000FF, 0x00FF0000});
     QZPoint place(0, 0);
     QZSize size(7, 1);
     QZColorPalette palette(&anchors, &place, &size);
-    // 255 / 7 = 36.4, and downward 255 - 36.4 = 218.6.
+    // 255 / 7 = 36.4, and descending 255 - 36.4 = 218.6.
     EXPECT_EQ(palette.GetColor(1), 0xFF2400DAu);
     EXPECT_EQ(palette.GetColor(6), 0xFFDA0024u);
 }
 
-TEST(ColorPalette, TheHeightCountsWhereItIsNotTheShorterSide)
+TEST(ColorPalette, LongerSideIsTheLengthOfTheGradient)
 {
     Anchors anchors({0x00000000, 0x00000064});
     QZPoint place(0, 0);
@@ -73,10 +73,10 @@ TEST(ColorPalette, TheHeightCountsWhereItIsNotTheShorterSide)
     EXPECT_EQ(QZColorPalette(&anchors, &place, &square).GetColor(3), 0xFF00003Cu);
 }
 
-TEST(ColorPalette, TheFormWithNumbersTakesTheHeightFirst)
+TEST(ColorPalette, ConstructorWithNumbersTakesTheHeightBeforeTheWidth)
 {
     Anchors anchors({0x00000000, 0x00000064});
-    // Third number 5: the height; fourth 20: the width, and the longer side.
+    // The third number, 5, is the height; the fourth, 20, is the width and the longer side.
     QZColorPalette palette(&anchors, 0, 0, 5, 20);
     EXPECT_EQ(palette.GetColor(10), 0xFF000032u);
     QZGraphics layer(30, 10);
@@ -86,7 +86,7 @@ TEST(ColorPalette, TheFormWithNumbersTakesTheHeightFirst)
     EXPECT_EQ(layer.GetPixel(19, 5), 0u);
 }
 
-TEST(ColorPalette, FewAnchorsAndManyStillHaveColours)
+TEST(ColorPalette, AnyNumberOfAnchorsHasColours)
 {
     Anchors none({});
     Anchors one({0x00123456});
@@ -95,7 +95,7 @@ TEST(ColorPalette, FewAnchorsAndManyStillHaveColours)
     QZSize size(3, 2);
     EXPECT_EQ(QZColorPalette(&none, &place, &size).GetColor(0), kBlack);
     EXPECT_EQ(QZColorPalette(&one, &place, &size).GetColor(1), 0xFF123456u);
-    // No room between the anchors: the end of the gradient.
+    // More anchors than pixels: every position is the end of the gradient.
     EXPECT_EQ(QZColorPalette(&many, &place, &size).GetColor(0), 0xFF000005u);
 }
 
@@ -111,7 +111,7 @@ TEST(ColorPalette, KeepsACopyOfTheAnchors)
     EXPECT_EQ(shared.GetColor(99), 0xFF445566u);
 }
 
-TEST(ColorPalette, StandsAtItsPointWithXAndYExchanged)
+TEST(ColorPalette, IsDrawnAtItsPointWithXAndYSwapped)
 {
     Anchors anchors({0x00000000, 0x0000001E});
     QZPoint place(1, 2);
@@ -128,7 +128,7 @@ TEST(ColorPalette, StandsAtItsPointWithXAndYExchanged)
     EXPECT_EQ(PixelsOf(other), PixelsOf(layer));
 }
 
-TEST(ColorPalette, ATallOneRunsDownward)
+TEST(ColorPalette, TallPaletteIsDrawnDownwards)
 {
     Anchors anchors({0x00000000, 0x0000001E});
     QZPoint place(0, 0);
@@ -140,13 +140,13 @@ TEST(ColorPalette, ATallOneRunsDownward)
                   {kBlack, kBlack, 0}, {0xFF00000A, 0xFF00000A, 0}, {0xFF000014, 0xFF000014, 0}, {0, 0, 0}}));
 }
 
-TEST(ColorPalette, PartsOutsideTheLayerAreCut)
+TEST(ColorPalette, PartsOutsideTheLayerAreClipped)
 {
     Anchors anchors({0x00000000, 0x0000001E});
     QZPoint place(0, -1);
     QZSize size(3, 2);
     QZGraphics layer(3, 1);
-    // At (-1, 0): the first colour is left of the layer.
+    // The palette is drawn at (-1, 0), so its first colour is left of the layer.
     QZColorPalette(&anchors, &place, &size).Draw(&layer);
     EXPECT_EQ(PixelsOf(layer), (qztest::Rows{{0xFF00000A, 0xFF000014, 0}}));
 }

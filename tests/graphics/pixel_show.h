@@ -13,7 +13,7 @@ namespace qztest
 
 using Rows = std::vector<std::vector<unsigned int>>;
 
-/// The pixels as rows, read behind the block's back.
+/// The pixels as rows, read directly from the buffer of the block.
 inline Rows PixelsOf(const QZPixelBlock& block)
 {
     const auto* pixel = static_cast<const unsigned int*>(block.GetPointer());

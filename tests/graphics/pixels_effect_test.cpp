@@ -26,7 +26,7 @@ TEST(PixelRotate, QuarterTurnsAreExact)
     EXPECT_EQ(PixelsOf(block), kSmall);
 }
 
-TEST(PixelRotate, WholeDegreesChooseTheQuarterTurn)
+TEST(PixelRotate, AngleIsTruncatedToWholeDegreesForQuarterTurns)
 {
     auto block = BlockOf(kSmall);
     EXPECT_EQ(PixelsOf(Own(block->Rotate(360.0F))), kSmall);
@@ -40,12 +40,12 @@ const Rows kSquare{{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}, {13, 14, 15, 16}
 const Rows kSquareAt45{
     {0, 0, 4, 0, 0}, {0, 2, 7, 8, 0}, {1, 6, 0, 11, 16}, {0, 9, 10, 15, 0}, {0, 0, 13, 0, 0}};
 
-TEST(PixelRotate, OtherAnglesLeaveCornersAndCentreUnwritten)
+TEST(PixelRotate, OtherAnglesDoNotWriteCornersAndCentre)
 {
     EXPECT_EQ(PixelsOf(Own(BlockOf(kSquare)->Rotate(45.0F))), kSquareAt45);
 }
 
-TEST(PixelRotate, OtherAnglesHoldTheTurnedCorners)
+TEST(PixelRotate, OtherAnglesEnlargeTheBlock)
 {
     QZPixelBlock block(100, 50);
     auto turned = Own(block.Rotate(30.0F));
@@ -82,7 +82,7 @@ TEST(PixelRotate, EmptyBlocksStayEmpty)
     EXPECT_EQ(block.GetWidth(), 0);
 }
 
-TEST(PixelFrosted, TransparentStaysZeroAndAPlainColourStays)
+TEST(PixelFrosted, TransparentPixelsBecomeZeroAndPlainColourIsKept)
 {
     auto clear = BlockOf({{0x00123456, 0x00FFFFFF}, {1, 2}});
     EXPECT_EQ(PixelsOf(Own(clear->FrostedEffect(1, 4, 5))), (Rows{{0, 0}, {0, 0}}));
@@ -90,18 +90,18 @@ TEST(PixelFrosted, TransparentStaysZeroAndAPlainColourStays)
     EXPECT_EQ(PixelsOf(Own(plain->FrostedEffect(0, 9, 3))), (Rows{{0x80123456, 0x80123456}}));
 }
 
-TEST(PixelFrosted, OnlyBothFaultsTogetherThrow)
+TEST(PixelFrosted, OnlyBothInvalidArgumentsTogetherThrow)
 {
     auto block = BlockOf({{0xFF000001}});
     EXPECT_QZ_THROW(block->FrostedEffect(5, 4, 0), 256);
     EXPECT_QZ_THROW(block->FrostedEffect(5, 4, -1), 256);
     EXPECT_EQ(PixelsOf(Own(block->FrostedEffect(4, 5, 0))), (Rows{{0}}));
     EXPECT_EQ(PixelsOf(Own(block->FrostedEffect(5, 4, 1))), (Rows{{0xFF000001}}));
-    // Between equal radii there is no number to draw.
+    // With equal radii the range of random numbers is empty.
     EXPECT_QZ_THROW(block->FrostedEffect(4, 4, 1), 256);
 }
 
-TEST(PixelFrosted, SamplesAreWeightedByAlphaInTheOrderOfTheDraws)
+TEST(PixelFrosted, SamplesAreWeightedByAlpha)
 {
     const Rows rows{{0xFF102030, 0x80FF00FF, 0x00FFFFFF}, {0x40010203, 0xFFA0B0C0, 0x7F7F7F7F}};
     constexpr int kSamples = 4;

@@ -25,7 +25,7 @@ const char* const kBitmap =
     "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"
     "88 77 66 55 44 33 22 11";
 
-TEST(PixelFile, BinIsAHeadOfSevenWordsAndThePixels)
+TEST(PixelFile, BinFileIsSevenWordsAndThePixels)
 {
     const TempDir dir;
     QZString path(dir.Name("a.bin").c_str());
@@ -36,7 +36,7 @@ TEST(PixelFile, BinIsAHeadOfSevenWordsAndThePixels)
     EXPECT_QZ_THROW(block->ToFileBin(&path), 6400);
 }
 
-TEST(PixelFile, BitmapIsBottomRowFirst)
+TEST(PixelFile, BitmapStartsWithTheBottomRow)
 {
     auto block = BlockOf({{0x11223344}, {0x55667788}});
     QZData* data = block->ToFileBitmap();
@@ -49,7 +49,7 @@ TEST(PixelFile, BitmapIsBottomRowFirst)
     EXPECT_QZ_THROW(block->ToFileBitmap(&path), 6400);
 }
 
-TEST(PixelFile, ABitmapReadBackIsUpsideDown)
+TEST(PixelFile, BitmapReadBackIsUpsideDown)
 {
     const TempDir dir;
     QZString path(dir.Name("a.bmp").c_str());
@@ -61,7 +61,7 @@ TEST(PixelFile, ABitmapReadBackIsUpsideDown)
     EXPECT_EQ(PixelsOf(Own(QZPixelBlock::FromFileBitmap32(&again))), (Rows{{1, 2}, {3, 4}}));
 }
 
-TEST(PixelFile, BitmapsAreReadFromTheOffsetThatTheirHeadNames)
+TEST(PixelFile, BitmapPixelsAreReadAtTheOffsetInTheHeader)
 {
     const TempDir dir;
     std::string bytes = qztest::Bytes(kBitmap);
@@ -81,7 +81,7 @@ TEST(PixelFile, MissingFilesThrow)
     EXPECT_QZ_THROW(QZPixelBlock::FromFileBin(&path), 4096);
 }
 
-TEST(PixelFile, DamagedHeadsStayInsideTheBlock)
+TEST(PixelFile, DamagedHeadersReadOnlyTheBytesOfTheFile)
 {
     const TempDir dir;
     std::string bytes = qztest::Bytes(kBin);
@@ -110,12 +110,12 @@ TEST(PixelFile, DamagedHeadsStayInsideTheBlock)
 
 std::string Show(const QZRectangle* r)
 {
-    if (!r) return "none";
+    if (r == nullptr) return "none";
     return std::to_string(r->GetX()) + "," + std::to_string(r->GetY()) + " " + std::to_string(r->GetWidth()) +
            "x" + std::to_string(r->GetHeight());
 }
 
-TEST(Rectangles, AreFiledByColumnAndRow)
+TEST(Rectangles, CellsAreFoundByColumnAndRow)
 {
     QZRectangles grid(5, 6, 3, 2, 10);
     EXPECT_EQ(grid.GetType(), 0x81FFFF4);
@@ -130,7 +130,7 @@ TEST(Rectangles, AreFiledByColumnAndRow)
     QZStringFactory::Recycle(&key);
 }
 
-TEST(Rectangles, APointFindsTheMirroredCell)
+TEST(Rectangles, PointFindsTheMirroredCell)
 {
     QZRectangles grid(0, 0, 3, 3, 10);
     const QZPoint point(25, 5);
@@ -159,7 +159,7 @@ TEST(Rectangles, PointsBelowOneFindNothing)
     EXPECT_EQ(QZRectangles(0, 0, 2, 2, 0).GetRect(&point), nullptr);
 }
 
-TEST(Rectangles, SelectKeepsTheSelectionWhereThereIsNoCell)
+TEST(Rectangles, SelectOfAMissingCellKeepsTheSelection)
 {
     QZRectangles grid(0, 0, 3, 2, 10);
     EXPECT_EQ(grid.GetSelected(), nullptr);

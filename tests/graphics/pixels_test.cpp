@@ -13,7 +13,7 @@ using qztest::Own;
 using qztest::PixelsOf;
 using qztest::Rows;
 
-TEST(PixelBlock, RowTableThenPixelsFillTheBuffer)
+TEST(PixelBlock, BufferIsARowTableAndThePixels)
 {
     QZPixelBlock block(3, 2);
     const QZData& data = block;
@@ -28,7 +28,7 @@ TEST(PixelBlock, RowTableThenPixelsFillTheBuffer)
     EXPECT_EQ(QZPixelBlock::Type, 0x81FFFF3);
 }
 
-TEST(PixelBlock, WithoutASizeItHasRoomFor128By128)
+TEST(PixelBlock, DefaultBlockIsEmptyWithRoomFor128By128)
 {
     QZPixelBlock block;
     const QZData& data = block;
@@ -49,7 +49,7 @@ TEST(PixelBlock, OwnsALockedSizeObject)
     EXPECT_EQ(block.GetSize(), block.GetSize());
 }
 
-TEST(PixelBlock, ANegativeSizeThrows)
+TEST(PixelBlock, NegativeSizeThrows)
 {
     QZLastError = 0;
     EXPECT_QZ_THROW(QZPixelBlock(-1, 5), 4352);
@@ -107,7 +107,7 @@ TEST(PixelBlock, ClearSetsAllPixelsToZero)
     EXPECT_EQ(block->GetWidth(), 2);
 }
 
-TEST(PixelBlock, FillReachesTheFirstRowAndColumn)
+TEST(PixelBlock, FillWritesTheFirstRowAndColumn)
 {
     QZPixelBlock block(3, 3);
     block.Fill(9);
@@ -131,12 +131,12 @@ TEST(PixelBlock, FillPastTheBottomWrapsToTheTop)
     Rows expected(10, {0, 0, 0});
     expected[3] = expected[4] = {7, 7, 0};
     EXPECT_EQ(PixelsOf(block), expected);
-    // At the bottom edge itself nothing wraps and no row is left.
+    // At the bottom edge nothing wraps and no row is filled.
     block.Fill(0, 10, 3, 3, 8);
     EXPECT_EQ(PixelsOf(block), expected);
 }
 
-TEST(PixelBlock, FillFromTheLeftKeepsItsWidth)
+TEST(PixelBlock, FillWithNegativeXKeepsItsWidth)
 {
     QZPixelBlock block(4, 2);
     block.Fill(-2, 0, 2, 1, 7);
@@ -149,14 +149,14 @@ TEST(PixelBlock, FillFromTheLeftKeepsItsWidth)
     EXPECT_EQ(PixelsOf(block), (Rows{{9, 9, 9, 9}, {9, 9, 9, 9}}));
 }
 
-TEST(PixelBlock, SetAlphaTouchesAlphaOnly)
+TEST(PixelBlock, SetAlphaChangesOnlyAlpha)
 {
     auto block = BlockOf({{0x11223344, 0xFF000000}});
     block->SetAlpha(0x80);
     EXPECT_EQ(PixelsOf(block), (Rows{{0x80223344, 0x80000000}}));
 }
 
-TEST(PixelBlock, SetColorToAlphaBeginsAtTheFourthPixel)
+TEST(PixelBlock, SetColorToAlphaSkipsThreePixels)
 {
     auto block = BlockOf({{0xFF0000FF, 0xFF0000FF, 0xFF0000FF}, {0xFF0000FF, 0x12345610, 0}});
     block->SetColorToAlpha(0xFF);
@@ -168,7 +168,7 @@ TEST(PixelBlock, SetColorToAlphaBeginsAtTheFourthPixel)
     EXPECT_EQ(PixelsOf(small), (Rows{{0}, {0}}));
 }
 
-TEST(PixelBlock, SetColorToAlphaOfOtherMasksPicksUpACarry)
+TEST(PixelBlock, SetColorToAlphaOfOtherMasksHasACarry)
 {
     auto block = BlockOf({{0, 0, 0, 0x00001200}});
     block->SetColorToAlpha(0xFF00);
@@ -181,7 +181,7 @@ TEST(PixelBlock, SetColorToAlphaOfOtherMasksPicksUpACarry)
     EXPECT_EQ(block->GetPixel(3, 0), 0x00345777u);
 }
 
-TEST(PixelBlock, CopiesTakeThePixels)
+TEST(PixelBlock, CopiesCopyThePixels)
 {
     auto block = BlockOf({{1, 2}, {3, 4}});
     block->SetColor(5u);
@@ -204,7 +204,7 @@ TEST(PixelBlock, CopiesTakeThePixels)
     EXPECT_EQ(assigned.GetPixel(1, 1), 6u);
 }
 
-TEST(PixelBlock, SetTakesSizeAndPixels)
+TEST(PixelBlock, SetCopiesSizeAndPixels)
 {
     auto source = BlockOf({{1, 2, 3}});
     QZPixelBlock block(1, 5);
@@ -219,7 +219,7 @@ TEST(PixelBlock, SetTakesSizeAndPixels)
     EXPECT_EQ(PixelsOf(block), (Rows{{1, 2, 3}}));
 }
 
-TEST(PixelBlock, RecycleDeletesAndClears)
+TEST(PixelBlock, RecycleDeletesAndClearsTheVariable)
 {
     auto* block = new QZPixelBlock(2, 2);
     QZPixelBlock::Recycle(&block);
@@ -233,32 +233,33 @@ TEST(PixelBlock, RecycleDeletesAndClears)
     EXPECT_EQ(watch.Count(), 2);
 }
 
-TEST(PixelBlock, BrightWrapsAndLeavesTheFirstRowAndColumn)
+TEST(PixelBlock, BrightWrapsAndSkipsTheFirstRowAndColumn)
 {
     auto block = BlockOf({{0x80F0A09B, 0x80F0A09B}, {0x80F0A09B, 0x80F0A09B}});
     block->Bright();
     EXPECT_EQ(PixelsOf(block), (Rows{{0x80F0A09B, 0x80F0A09B}, {0x80F0A09B, 0x805404FF}}));
 }
 
-TEST(PixelBlock, SmoothMovesTheNeighboursAndCountsTheNextRowAsRight)
+TEST(PixelBlock, SmoothTreatsTheNextRowAsTheRightNeighbour)
 {
     auto block = BlockOf({{0, 200, 0}, {50, 100, 95}, {150, 255, 7}});
     block->Smooth(10, 5);
     EXPECT_EQ(PixelsOf(block), (Rows{{0, 195, 5}, {55, 100, 95}, {145, 250, 12}}));
 }
 
-TEST(PixelBlock, SmoothKeepsBytesNearTheEndsOfTheirRange)
+TEST(PixelBlock, SmoothDoesNotOverflowBytes)
 {
     auto block = BlockOf({{9, 252, 9}, {249, 255, 255}, {255, 255, 9}});
     block->Smooth(0, 5);
-    // 252 may not rise, 249 may; the last column's centre draws its neighbours too.
+    // 252 is too large to be increased, 249 is not. Pixels of the last column change their neighbours as
+    // well.
     EXPECT_EQ(PixelsOf(block), (Rows{{9, 252, 14}, {254, 255, 255}, {255, 255, 14}}));
     auto dark = BlockOf({{0, 4, 0}, {0, 0, 0}, {0, 6, 0}});
     dark->Smooth(0, 5);
     EXPECT_EQ(PixelsOf(dark), (Rows{{0, 4, 0}, {0, 0, 0}, {0, 1, 0}}));
 }
 
-TEST(PixelBlock, SmoothWorksOnEachColourAndNotOnAlpha)
+TEST(PixelBlock, SmoothChangesEachColourButNotAlpha)
 {
     auto block = BlockOf({{0, 0xFF643200, 0}, {0, 0x00000064, 0}, {0, 0x10000064, 0}});
     block->Smooth(49, 10);
@@ -266,14 +267,14 @@ TEST(PixelBlock, SmoothWorksOnEachColourAndNotOnAlpha)
     EXPECT_EQ(block->GetPixel(1, 2), 0x10000064u);
 }
 
-TEST(PixelBlock, MosaicTakesTheMeanOfEachCell)
+TEST(PixelBlock, MosaicFillsEachCellWithItsMean)
 {
     auto block = BlockOf({{0x01020304, 0x03040506, 0x10}, {0x05060708, 0x0708090B, 0x13}});
     block->Mosaic(2);
     EXPECT_EQ(PixelsOf(block), (Rows{{0x04050607, 0x04050607, 0x11}, {0x04050607, 0x04050607, 0x11}}));
 }
 
-TEST(PixelBlock, MosaicWithABadCellDoesNothing)
+TEST(PixelBlock, MosaicWithAnInvalidCellDoesNothing)
 {
     const Rows rows{{1, 2, 3}, {4, 5, 6}};
     auto block = BlockOf(rows);
@@ -290,7 +291,7 @@ TEST(PixelBlock, MosaicWithABadCellDoesNothing)
     EXPECT_EQ(PixelsOf(block), rows);
 }
 
-TEST(PixelBlock, MosaicEndsWhereTheAreasWidthAndHeightAreEdges)
+TEST(PixelBlock, MosaicUsesWidthAndHeightAsTheEnd)
 {
     Rows rows(30, std::vector<unsigned int>(30));
     for (unsigned int y = 0; y < 30; ++y)
@@ -298,13 +299,13 @@ TEST(PixelBlock, MosaicEndsWhereTheAreasWidthAndHeightAreEdges)
     auto block = BlockOf(rows);
     const QZRectangle area(10, 10, 20, 20);
     block->Mosaic(&area, 10);
-    // 10 to 19 has the mean 14; what lies from 20 on is in the area and stays all the same.
+    // The cell from 10 to 19 has the mean 14. Pixels from 20 on are in the area, but do not change.
     for (unsigned int y = 10; y < 20; ++y)
         for (unsigned int x = 10; x < 20; ++x) rows[y][x] = 14;
     EXPECT_EQ(PixelsOf(block), rows);
 }
 
-TEST(PixelBlock, MosaicCellsAreNotCutByTheArea)
+TEST(PixelBlock, MosaicCellsAreNotClippedByTheArea)
 {
     auto block = BlockOf({{9, 9, 9, 9, 9}, {9, 0, 0, 6, 9}, {9, 0, 0, 6, 9}, {9, 6, 6, 12, 9}});
     const QZRectangle area(1, 1, 3, 3);

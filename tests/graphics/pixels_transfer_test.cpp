@@ -15,7 +15,7 @@ using qztest::Own;
 using qztest::PixelsOf;
 using qztest::Rows;
 
-TEST(PixelTransfer, CopyIsAsLargeAsAskedWhereTheSourceEnds)
+TEST(PixelTransfer, CopyHasTheRequestedSizePastTheEndOfTheSource)
 {
     auto block = BlockOf({{1, 2, 3}, {4, 5, 6}});
     EXPECT_EQ(PixelsOf(Own(block->Copy(1, 0, 2, 2))), (Rows{{2, 3}, {5, 6}}));
@@ -24,7 +24,7 @@ TEST(PixelTransfer, CopyIsAsLargeAsAskedWhereTheSourceEnds)
     EXPECT_EQ(PixelsOf(Own(block->Copy(&area))), (Rows{{4}}));
 }
 
-TEST(PixelTransfer, CopyFromTheLeftShiftsAndFromBelowWraps)
+TEST(PixelTransfer, CopyWithNegativeXShiftsAndBelowTheBottomWraps)
 {
     auto block = BlockOf({{1, 2, 3}, {4, 5, 6}});
     EXPECT_EQ(PixelsOf(Own(block->Copy(-1, 0, 2, 1))), (Rows{{1, 2}}));
@@ -48,7 +48,7 @@ TEST(PixelTransfer, PasteOverwritesWhereItFits)
     EXPECT_EQ(PixelsOf(block), (Rows{{0, 0, 0, 0}, {1, 2, 0, 0}, {3, 4, 0, 1}}));
 }
 
-TEST(PixelTransfer, PasteFromTheLeftShiftsTheSourceWithoutCuttingIt)
+TEST(PixelTransfer, PasteWithNegativeXShiftsTheWholeSource)
 {
     QZPixelBlock block(5, 2);
     auto source = BlockOf({{1, 2, 3}});
@@ -59,7 +59,7 @@ TEST(PixelTransfer, PasteFromTheLeftShiftsTheSourceWithoutCuttingIt)
     EXPECT_EQ(PixelsOf(block), (Rows{{1, 2, 3, 4, 5}, {0, 0, 0, 0, 0}}));
 }
 
-TEST(PixelTransfer, PasteOfForeignPixelsUsesTheAreaOnBothSides)
+TEST(PixelTransfer, PasteOfRawPixelsUsesTheAreaForSourceAndTarget)
 {
     QZPixelBlock block(4, 4);
     const unsigned int pixels[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
@@ -71,16 +71,17 @@ TEST(PixelTransfer, PasteOfForeignPixelsUsesTheAreaOnBothSides)
     EXPECT_FALSE(block.Paste(&outside, &size, pixels, 1));
 }
 
-TEST(PixelTransfer, BlendWeighsByTheSourcesAlpha)
+TEST(PixelTransfer, BlendUsesTheAlphaOfTheSource)
 {
     auto block = BlockOf({{0x4000FF80, 0x4000FF80, 0x40123456, 0x00FF00FF, 0xFFFFFFFF}});
     auto source = BlockOf({{0x80FF0040, 0xFF010203, 0x00ABCDEF, 0xFF00FF00, 0x01000000}});
     EXPECT_TRUE(block->Paste(0, 0, source.get(), 0));
-    // Even full alpha comes out one short where a byte rises, and no alpha at all takes one off the target's.
+    // With full alpha an increased byte is one too small. With alpha 0 the alpha of the target is reduced by
+    // one.
     EXPECT_EQ(PixelsOf(block), (Rows{{0x9F7F7F60, 0xFF000203, 0x3F123456, 0xFF00FE00, 0xFEFEFEFE}}));
 }
 
-/// One pixel over another, byte by byte.
+/// Blends one pixel over another, byte by byte.
 unsigned int BlendByBytes(unsigned int target, unsigned int source)
 {
     const int alpha = static_cast<int>(source >> 24);
@@ -95,7 +96,7 @@ unsigned int BlendByBytes(unsigned int target, unsigned int source)
     return result | static_cast<unsigned int>(alpha + (255 - alpha) * below / 256) << 24;
 }
 
-TEST(PixelTransfer, BlendIsTheSameForEveryAlphaAndPair)
+TEST(PixelTransfer, BlendOfEveryAlphaEqualsTheReference)
 {
     for (unsigned int alpha = 0; alpha < 256; ++alpha)
     {
@@ -117,7 +118,7 @@ TEST(PixelTransfer, BlendIsTheSameForEveryAlphaAndPair)
     }
 }
 
-TEST(PixelTransfer, RowsOfAnyLengthAreBlendedToTheirEnds)
+TEST(PixelTransfer, RowsOfAnyLengthAreBlendedCompletely)
 {
     for (int width = 1; width <= 35; ++width)
     {
@@ -134,32 +135,32 @@ TEST(PixelTransfer, RowsOfAnyLengthAreBlendedToTheirEnds)
     }
 }
 
-TEST(PixelTransfer, ABlockBlendedIntoItselfReadsWhatIsBlendedAlready)
+TEST(PixelTransfer, BlockBlendedIntoItselfReadsBlendedPixels)
 {
     Rows rows{{}};
     for (unsigned int x = 0; x < 20; ++x) rows[0].push_back(0x80000000U | x * 12);
     auto block = BlockOf(rows);
     auto& row = rows[0];
-    // From right to left: a place further left takes what its right neighbour has become.
+    // The blend goes from right to left, so each pixel uses the blended pixel to its right.
     for (int x = 18; x >= 0; --x) row[x] = BlendByBytes(row[x], row[x + 1]);
     const QZRectangle area(0, 0, 19, 1);
     const QZSize size(20, 1);
     const auto* pixels = static_cast<const unsigned int*>(block->GetPointer());
-    // The same pixels seen from one place further on.
+    // The source are the pixels of the block itself, beginning at the second one.
     EXPECT_TRUE(block->Paste(&area, &size, pixels + 1, 0));
     EXPECT_EQ(PixelsOf(block), rows);
 }
 
-TEST(PixelTransfer, ABlockPastedIntoItselfMoves)
+TEST(PixelTransfer, BlockPastedIntoItselfMovesItsPixels)
 {
     auto block = BlockOf({{1, 2, 3, 4}});
     EXPECT_TRUE(block->Paste(1, 0, block.get(), 1));
     EXPECT_EQ(PixelsOf(block), (Rows{{1, 1, 2, 3}}));
 }
 
-TEST(PixelTransfer, ABlockPastedIntoItselfAlineLowerRepeatsItsFirstRow)
+TEST(PixelTransfer, BlockPastedIntoItselfOneRowLowerRepeatsItsFirstRow)
 {
-    // Rows go from top to bottom, and each is read after the one above was written.
+    // Rows are pasted from top to bottom, so each row is read after the row above was written.
     for (unsigned char overwrite : {0, 1})
     {
         auto block = BlockOf({{0xFF000001, 0xFF000002}, {0xFF000003, 0xFF000004}, {0xFF000005, 0xFF000006}});
@@ -169,7 +170,7 @@ TEST(PixelTransfer, ABlockPastedIntoItselfAlineLowerRepeatsItsFirstRow)
     }
 }
 
-TEST(PixelTransfer, WholeLinesAreCutAtTheBottom)
+TEST(PixelTransfer, WholeRowsAreClippedAtTheBottom)
 {
     for (unsigned char overwrite : {0, 1})
     {
@@ -181,7 +182,7 @@ TEST(PixelTransfer, WholeLinesAreCutAtTheBottom)
     }
 }
 
-TEST(PixelTransfer, LinesThatBeginAboveTheBlockEndWithIt)
+TEST(PixelTransfer, RowsThatBeginAboveTheBlockAreClippedAtItsEnd)
 {
     QZPixelBlock block(2, 2);
     const unsigned int pixels[6] = {1, 2, 3, 4, 5, 6};
@@ -194,7 +195,7 @@ TEST(PixelTransfer, LinesThatBeginAboveTheBlockEndWithIt)
 int g_copies = 0;
 void (*g_copy)(void*, void*, QZInt64);
 
-TEST(PixelTransfer, AHostsCopyHookSeesEveryRowOfWholeLines)
+TEST(PixelTransfer, CopyHookIsCalledForEveryRow)
 {
     QZPixelBlock block(2, 3);
     auto source = BlockOf({{1, 2}, {3, 4}, {5, 6}});
@@ -217,7 +218,7 @@ TEST(PixelTransfer, HugeAreasStayInsideTheBlocks)
     const QZSize size(2, 2);
     const QZRectangle area(-2147483647, -2147483647, 2147483647, 2147483647);
     EXPECT_TRUE(block.Paste(&area, &size, pixels, 1));
-    // Rows of both sides run on as far as there are pixels.
+    // Rows of source and target continue to the last pixel.
     EXPECT_EQ(PixelsOf(block), (Rows{{1, 2, 3}, {3, 4, 0}}));
     const QZSize none(0, 0);
     block.Paste(&area, &none, pixels, 0);
@@ -251,7 +252,7 @@ TEST(PixelResample, SkippedRowsAreAveragedAlongTheRow)
     EXPECT_EQ(PixelsOf(block), rows);
 }
 
-TEST(PixelResample, NarrowBlocksAreReadInsideOnly)
+TEST(PixelResample, NarrowBlocksAreNotReadOutside)
 {
     auto block = BlockOf({{1}, {2}, {3}, {4}, {5}, {6}});
     EXPECT_EQ(PixelsOf(Own(block->Thumbnail(1, 3))), (Rows{{1}, {3}, {5}}));
@@ -259,7 +260,7 @@ TEST(PixelResample, NarrowBlocksAreReadInsideOnly)
     EXPECT_EQ(PixelsOf(Own(empty.Thumbnail(2, 1))), (Rows{{0, 0}}));
 }
 
-TEST(PixelResample, NewSizeTakesTheResampledPixels)
+TEST(PixelResample, NewSizeResamplesThePixels)
 {
     auto block = BlockOf({{1, 2}, {3, 4}});
     const QZSize* size = block->GetSize();

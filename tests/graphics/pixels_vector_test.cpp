@@ -28,7 +28,7 @@ TEST(PixelForms, OnePixelOverAnother)
     EXPECT_EQ(pixels::Blend(0x40123456, 0x00ABCDEF), 0x3F123456U);
 }
 
-TEST(PixelForms, EveryAlphaOverEveryPairOfBytesBlendsToTheSameBits)
+TEST(PixelForms, VectorFormsBlendEveryPairOfBytesLikeTheScalarForm)
 {
     std::vector<QZUInt32> source(65536);
     std::vector<QZUInt32> target(65536);
@@ -36,7 +36,7 @@ TEST(PixelForms, EveryAlphaOverEveryPairOfBytesBlendsToTheSameBits)
     {
         const QZUInt32 s = i >> 8;
         const QZUInt32 d = i & 0xFF;
-        // All pairs in each colour, in another order, and each alpha below.
+        // Every pair of bytes occurs in each colour, and every alpha in the target.
         source[i] = s | (255 - s) << 8 | (s ^ 0x55) << 16;
         target[i] = d | (d ^ 0xAA) << 8 | (255 - d) << 16 | d << 24;
     }
@@ -55,7 +55,7 @@ TEST(PixelForms, EveryAlphaOverEveryPairOfBytesBlendsToTheSameBits)
     }
 }
 
-TEST(PixelForms, RunsOfEveryLengthAtEveryPlaceBlendToTheSameBits)
+TEST(PixelForms, VectorFormsBlendRunsOfEveryLengthAndAlignment)
 {
     const std::vector<QZUInt32> source = Noise(96, 1);
     const std::vector<QZUInt32> target = Noise(96, 2);
@@ -77,7 +77,7 @@ TEST(PixelForms, RunsOfEveryLengthAtEveryPlaceBlendToTheSameBits)
     }
 }
 
-TEST(PixelForms, ARunBlendedIntoItselfGoesFromRightToLeft)
+TEST(PixelForms, RunBlendedIntoItselfGoesFromRightToLeft)
 {
     const std::vector<QZUInt32> noise = Noise(200, 3);
     for (const Form form : {Form::Plain, Form::Sse2, Form::Avx2})
@@ -95,7 +95,7 @@ TEST(PixelForms, ARunBlendedIntoItselfGoesFromRightToLeft)
     }
 }
 
-TEST(PixelForms, CopiedRunsEndWhereTheyShall)
+TEST(PixelForms, CopyRunWritesExactlyItsPixels)
 {
     const std::vector<QZUInt32> source = Noise(200, 4);
     for (const Form form : {Form::Plain, Form::Sse2, Form::Avx2})
@@ -114,7 +114,7 @@ TEST(PixelForms, CopiedRunsEndWhereTheyShall)
     }
 }
 
-TEST(PixelForms, RunsOfOneColorEndWhereTheyShall)
+TEST(PixelForms, ColorRunWritesExactlyItsPixels)
 {
     constexpr QZInt64 kCounts[] = {0, 1, 3, 4, 7, 8, 9, 31, 33, 511, 512, 513, 1000, 4097};
     for (const Form form : {Form::Plain, Form::Sse2, Form::Avx2})

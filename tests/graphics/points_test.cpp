@@ -25,7 +25,7 @@ void Fill(QZPointCollection& points, const Points& source)
     for (const auto& [x, y] : source) points.Add(x, y);
 }
 
-TEST(PointCollection, APointIsOneWordWithXInTheLowHalf)
+TEST(PointCollection, PointIsOneWordWithXInTheLowHalf)
 {
     QZPointCollection points;
     EXPECT_TRUE(points.Add(3, 5));
@@ -40,7 +40,7 @@ TEST(PointCollection, APointIsOneWordWithXInTheLowHalf)
     EXPECT_EQ(QZPointCollection::Type, 0x81FFFF0);
 }
 
-TEST(PointCollection, EveryFormOfAddAndSetStoresTheSameWord)
+TEST(PointCollection, EveryOverloadOfAddAndSetElementStoresTheSameWord)
 {
     QZPointCollection points;
     QZPoint point(7, 8);
@@ -56,7 +56,7 @@ TEST(PointCollection, EveryFormOfAddAndSetStoresTheSameWord)
     EXPECT_EQ(PointsOf(points), (Points{{1, 2}, {3, 4}, {7, 8}, {9, 0}}));
 }
 
-TEST(PointCollection, ABadIndexThrows)
+TEST(PointCollection, BadIndexThrows)
 {
     QZPointCollection points;
     points.Add(1, 1);
@@ -68,7 +68,7 @@ TEST(PointCollection, ABadIndexThrows)
     EXPECT_QZ_THROW(points.SetElement(1, 0, 0), 1024);
 }
 
-TEST(PointCollection, AppendTakesTheArrayFormOrAnotherList)
+TEST(PointCollection, AppendTakesAnArrayOrAnotherList)
 {
     QZPointCollection points;
     const unsigned long long words[] = {2, 0x0000000200000001ULL, 0x0000000400000003ULL, 99};
@@ -80,7 +80,7 @@ TEST(PointCollection, AppendTakesTheArrayFormOrAnotherList)
     EXPECT_EQ(PointsOf(points), (Points{{1, 2}, {3, 4}, {5, 6}, {1, 2}, {3, 4}, {5, 6}}));
 }
 
-TEST(PointCollection, FindGoesOnFromTheRememberedPlace)
+TEST(PointCollection, FindNextElementContinuesAfterTheLastMatch)
 {
     QZPointCollection points;
     Fill(points, {{1, 1}, {2, 2}, {1, 1}, {2, 2}});
@@ -96,7 +96,7 @@ TEST(PointCollection, FindGoesOnFromTheRememberedPlace)
     EXPECT_EQ(points.FindElement(0), -1);
 }
 
-TEST(PointCollection, RemovalTakesEveryOccurrenceAndCountsThem)
+TEST(PointCollection, RemoveElementByValueRemovesAndCountsEveryOccurrence)
 {
     QZPointCollection points;
     Fill(points, {{1, 1}, {2, 2}, {1, 1}, {3, 3}, {2, 2}, {4, 4}});
@@ -108,7 +108,7 @@ TEST(PointCollection, RemovalTakesEveryOccurrenceAndCountsThem)
     EXPECT_EQ(PointsOf(points), (Points{{3, 3}}));
 }
 
-TEST(PointCollection, AListTakenOutOfItselfIsEmpty)
+TEST(PointCollection, ListRemovedFromItselfIsEmpty)
 {
     QZPointCollection points;
     Fill(points, {{1, 1}, {1, 1}, {2, 2}});
@@ -116,11 +116,11 @@ TEST(PointCollection, AListTakenOutOfItselfIsEmpty)
     EXPECT_EQ(points.Count(), 0);
 }
 
-TEST(PointCollection, MinDistanceAnswersTheOneAddedLastOfEquals)
+TEST(PointCollection, MinDistanceReturnsTheLastOfEquallyNearPoints)
 {
     QZPointCollection points;
     Fill(points, {{0, 0}, {10, 0}, {5, 5}, {0, 10}});
-    // (5, 0) is 5 away from the first three.
+    // Without (5, 5), the points (0, 0) and (10, 0) are equally near to (5, 0).
     points.RemoveElementByValue(5, 5);
     EXPECT_EQ(points.MinDistance(0x0000000000000005ULL), 0x000000000000000AULL);
     points.Add(5, 5);
@@ -140,7 +140,7 @@ TEST(PointCollection, MinDistanceOfAnEmptyListIsTheOrigin)
     EXPECT_EQ(nearest->GetUInt64(), 0u);
 }
 
-TEST(PointCollection, UnionIsTheFirstListAndThenTheSecond)
+TEST(PointCollection, UnionIsTheFirstListFollowedByTheSecond)
 {
     QZPointCollection a;
     QZPointCollection b;
@@ -154,7 +154,7 @@ TEST(PointCollection, UnionIsTheFirstListAndThenTheSecond)
     EXPECT_EQ(both, nullptr);
 }
 
-TEST(PointCollection, IntersectionKeepsTheOrderAndTheRepeatsOfTheFirst)
+TEST(PointCollection, IntersectionKeepsOrderAndDuplicatesOfTheFirstList)
 {
     QZPointCollection a;
     QZPointCollection b;
@@ -166,7 +166,7 @@ TEST(PointCollection, IntersectionKeepsTheOrderAndTheRepeatsOfTheFirst)
     EXPECT_EQ(PointsOf(b), (Points{{2, 2}, {3, 3}, {2, 2}, {3, 3}}));
 }
 
-TEST(PointCollection, TheNearestPairIsTheLastOneOfEquals)
+TEST(PointCollection, MinDistanceOfListsReturnsTheLastOfEquallyNearPairs)
 {
     QZPointCollection a;
     QZPointCollection b;
@@ -182,7 +182,7 @@ TEST(PointCollection, TheNearestPairIsTheLastOneOfEquals)
     EXPECT_EQ(PointsOf(*pair), (Points{{10, 0}, {10, 3}, {10, 3}, {10, 0}}));
 }
 
-TEST(PointCollection, RecyclingNullIsABrokenAssertion)
+TEST(PointCollection, RecycleOfNullFailsAnAssertion)
 {
     qztest::AssertWatch watch;
     QZPointCollection* points = nullptr;
@@ -203,7 +203,7 @@ Rectangles RectanglesOf(QZRectangleCollection& list)
     return result;
 }
 
-TEST(RectangleCollection, ARectangleTakesTwoWords)
+TEST(RectangleCollection, RectangleIsTwoWords)
 {
     QZRectangleCollection list;
     QZRectangle rectangle(5, 6, 7, 8);
@@ -233,7 +233,7 @@ TEST(RectangleCollection, NegativeSizesAreRefused)
     EXPECT_EQ(list.GetLength(), 1);
 }
 
-TEST(RectangleCollection, BadIndicesReadAsZeroAndAreNotWritten)
+TEST(RectangleCollection, BadIndicesReadZeroAndRefuseWrites)
 {
     QZRectangleCollection list;
     list.Add(1, 2, 3, 4);
@@ -253,7 +253,7 @@ TEST(RectangleCollection, BadIndicesReadAsZeroAndAreNotWritten)
     EXPECT_EQ(RectanglesOf(list), (Rectangles{{1, 2, 3, 4}}));
 }
 
-TEST(RectangleCollection, RectanglesThatMeetStayApartByDefault)
+TEST(RectangleCollection, IntersectingRectanglesAreNotMergedByDefault)
 {
     QZRectangleCollection list;
     list.Add(0, 0, 10, 10);
@@ -261,7 +261,7 @@ TEST(RectangleCollection, RectanglesThatMeetStayApartByDefault)
     EXPECT_EQ(list.GetLength(), 2);
 }
 
-TEST(RectangleCollection, TouchingIsIntersecting)
+TEST(RectangleCollection, TouchingRectanglesIntersect)
 {
     QZRectangleCollection list;
     list.Add(0, 0, 10, 10);
@@ -273,7 +273,7 @@ TEST(RectangleCollection, TouchingIsIntersecting)
     EXPECT_FALSE(QZRectangleCollection().Intersects(0, 0, 1, 1));
 }
 
-TEST(RectangleCollection, ACopyReportsOneAndAHalfTimesTheLength)
+TEST(RectangleCollection, LengthOfACopyIsOneAndAHalfTimesTheOriginal)
 {
     QZRectangleCollection list;
     for (int i = 1; i <= 4; ++i) list.Add(i, i, i, i);
@@ -286,7 +286,7 @@ TEST(RectangleCollection, ACopyReportsOneAndAHalfTimesTheLength)
     EXPECT_FALSE(copy.Intersects(40, 40, 1, 1));
 }
 
-TEST(RectangleCollection, TheSurplusOfACopyCanBeWritten)
+TEST(RectangleCollection, ExtraElementsOfACopyCanBeWritten)
 {
     QZRectangleCollection list;
     for (int i = 1; i <= 4; ++i) list.Add(i, i, i, i);
@@ -298,7 +298,7 @@ TEST(RectangleCollection, TheSurplusOfACopyCanBeWritten)
         (Rectangles{{1, 1, 1, 1}, {2, 2, 2, 2}, {3, 3, 3, 3}, {4, 4, 4, 4}, {0, 0, 0, 0}, {50, 60, 7, 8}}));
     EXPECT_TRUE(copy.Intersects(52, 62, 1, 1));
     EXPECT_EQ(copy.Count(), 8);
-    // What is added stands behind what was added, and counts.
+    // Add writes after the added rectangles, over the extra ones, and increases the length.
     EXPECT_TRUE(copy.Add(9, 9, 9, 9));
     EXPECT_EQ(copy.GetLength(), 7);
     EXPECT_EQ(copy.GetElementX(4), 9);
@@ -306,7 +306,7 @@ TEST(RectangleCollection, TheSurplusOfACopyCanBeWritten)
     EXPECT_EQ(copy.GetElementX(6), 0);
 }
 
-TEST(RectangleCollection, AddingAListCountsHalfOfIt)
+TEST(RectangleCollection, AddOfAListIncreasesTheLengthByHalf)
 {
     QZRectangleCollection list;
     for (int i = 1; i <= 4; ++i) list.Add(i, i, i, i);
@@ -317,29 +317,29 @@ TEST(RectangleCollection, AddingAListCountsHalfOfIt)
     EXPECT_EQ(RectanglesOf(target), (Rectangles{{1, 1, 1, 1}, {2, 2, 2, 2}}));
 }
 
-/// A list as layers keep it for their changed areas.
+/// A list that merges rectangles, as layers use it for their changed areas.
 class MergingList : public QZRectangleCollection
 {
 public:
     MergingList() { m_overlap = 0; }
 };
 
-TEST(RectangleCollection, AMergingListEnlargesTheLastOneThatIsMet)
+TEST(RectangleCollection, MergingListEnlargesTheLastRectangleThatIntersects)
 {
     MergingList list;
     EXPECT_TRUE(list.Add(0, 0, 10, 10));
     EXPECT_TRUE(list.Add(20, 0, 10, 10));
-    // Meets both: the second grows, the first stays.
+    // The new rectangle intersects both: the second one grows, the first stays.
     EXPECT_TRUE(list.Add(5, 5, 20, 10));
     EXPECT_EQ(RectanglesOf(list), (Rectangles{{0, 0, 10, 10}, {5, 0, 25, 15}}));
     EXPECT_TRUE(list.Add(100, 100, 5, 5));
-    // Touching is meeting.
+    // Touching rectangles intersect.
     EXPECT_TRUE(list.Add(105, 100, 5, 5));
     EXPECT_EQ(RectanglesOf(list), (Rectangles{{0, 0, 10, 10}, {5, 0, 25, 15}, {100, 100, 10, 5}}));
     EXPECT_FALSE(list.Add(0, 0, -1, 1));
 }
 
-TEST(RectangleCollection, AddingAListToAMergingOneAnswersFalse)
+TEST(RectangleCollection, AddOfAListToAMergingListReturnsFalse)
 {
     QZRectangleCollection source;
     source.Add(0, 0, 10, 10);

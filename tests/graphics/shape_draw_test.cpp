@@ -32,11 +32,11 @@ Points PointsOf(const QZShape& shape)
 Area AreaOf(const QZShape& shape)
 {
     const QZRectangle* area = shape.GetArea();
-    if (!area) return {};
+    if (area == nullptr) return {};
     return {area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight()};
 }
 
-/// Gives a unit a glyph of its own, drawn with '#'. The units are ones that the built-in font leaves empty.
+/// Saves a glyph, with '#' for each dot, for a code that the built-in font does not define.
 void SaveGlyph(unsigned short code, int width, int height, std::string_view dots)
 {
     QZData glyph(2 + width * height);
@@ -70,7 +70,7 @@ protected:
     }
 };
 
-TEST_F(ShapeText, DotsComeFromTheLastToTheFirstOneRightOfAndBelowTheLocation)
+TEST_F(ShapeText, DotsAreAddedInReverseOrderWithAnOffsetOfOne)
 {
     QZShape shape;
     QZLattice low(10, 20, kLow);
@@ -79,21 +79,21 @@ TEST_F(ShapeText, DotsComeFromTheLastToTheFirstOneRightOfAndBelowTheLocation)
     EXPECT_EQ(AreaOf(shape), (Area{10, 20, 4, 3}));
 }
 
-TEST_F(ShapeText, ABaselineMovesTheDotsAndNotTheArea)
+TEST_F(ShapeText, BaselineMovesTheDotsButNotTheArea)
 {
     QZShape shape;
     QZLattice tall(10, 20, kTall);
     tall.SetBaseline(40);
     shape.Add(&tall, 0xFF00FF00);
-    // Centre row 40: the glyph begins at 40 - 4 / 2.
+    // The centre row is 40, so the glyph begins at 40 - 4 / 2.
     EXPECT_EQ(PointsOf(shape), (Points{{12, 42}, {11, 39}}));
     EXPECT_EQ(AreaOf(shape), (Area{10, 20, 3, 5}));
     EXPECT_EQ(shape.GetColors()->Count(), 2);
 }
 
-TEST_F(ShapeText, AGlyphWiderThan32AddsNothing)
+TEST_F(ShapeText, GlyphLargerThan32AddsNothing)
 {
-    // The table holds what its file held: sides of up to 255.
+    // A font file may hold sizes of up to 255.
     struct WideLattice : QZLattice
     {
         WideLattice(int width, int height) : QZLattice(1, 1, kLow) { GetSize()->Set(width, height); }
@@ -114,12 +114,13 @@ TEST_F(ShapeText, AGlyphWiderThan32AddsNothing)
 
 TEST_F(ShapeText, GlyphsOfALineShareTheirCentre)
 {
-    // Tallest 4: centre row 10 + 2. The low glyph begins at 12 - 1, the tall one at 12 - 2, the dot at 12.
+    // The tallest glyph has 4 rows, so the centre row is 10 + 2. The low glyph begins at 12 - 1, the tall one
+    // at 12 - 2, the dot at 12.
     EXPECT_EQ(TextPoints(5, 10, {kLow, kTall, kDot}),
               (Points{{6, 13}, {7, 12}, {6, 12}, {11, 14}, {10, 11}, {13, 13}}));
 }
 
-TEST_F(ShapeText, TheAreaGoesByTheLinesTop)
+TEST_F(ShapeText, AreaStartsAtTheTopOfTheLine)
 {
     QZString text(qztest::Text{kLow, kTall}.c_str());
     QZShape shape;
@@ -127,14 +128,14 @@ TEST_F(ShapeText, TheAreaGoesByTheLinesTop)
     EXPECT_EQ(AreaOf(shape), (Area{5, 10, 7, 5}));
 }
 
-TEST_F(ShapeText, ALineEndGoesDownByTheLinesHeightAnd3)
+TEST_F(ShapeText, LineEndMovesDownByTheHeightOfTheLinePlus3)
 {
-    // First line: tallest 4, centre 2. Second: y = 7; the units CR and LF count as fallback glyphs of 8
-    // there, so its centre is 11.
+    // In the first line the tallest glyph has 4 rows, so the centre is 2. The second line begins at y = 7. CR
+    // and LF count as fallback glyphs of 8 rows there, so its centre is 11.
     EXPECT_EQ(TextPoints(0, 0, {kTall, '\r', '\n', kDot}), (Points{{2, 4}, {1, 1}, {1, 12}}));
 }
 
-TEST_F(ShapeText, OfTheBuiltInFontTheSecondLineIs11RowsLower)
+TEST_F(ShapeText, SecondLineOfTheBuiltInFontIs11RowsLower)
 {
     QZString both("A\r\nB");
     QZString second("B");
@@ -151,20 +152,21 @@ TEST_F(ShapeText, OfTheBuiltInFontTheSecondLineIs11RowsLower)
     EXPECT_EQ(PointsOf(shape), points);
 }
 
-TEST_F(ShapeText, EveryLineBehindCountsForTheHeight)
+TEST_F(ShapeText, HeightOfALineIncludesTheLineEndsAfterIt)
 {
-    // y of the second line: 1 + 3 = 4, of the third 4 + 8 + 3 = 15: its own dot stands at centre 15 + 4.
+    // The second line begins at 1 + 3 = 4, the third at 4 + 8 + 3 = 15. The dot of the third line is at its
+    // centre, 15 + 4.
     EXPECT_EQ(TextPoints(0, 0, {kDot, '\r', '\n', kDot, '\r', '\n', kDot}),
               (Points{{1, 1}, {1, 9}, {1, 20}}));
 }
 
-TEST_F(ShapeText, ALoneCarriageReturnIsACharacter)
+TEST_F(ShapeText, SingleCarriageReturnIsACharacter)
 {
     QZLattice fallback(0, 0, '\r');
     ASSERT_EQ(fallback.GetCode(), 41253u);
     const Points points = TextPoints(0, 0, {kDot, '\r'});
     EXPECT_GT(points.size(), 1u);
-    // The fallback's height of 8 puts the dot at row 4 + 1.
+    // The fallback glyph has 8 rows, so the dot is at row 4 + 1.
     EXPECT_EQ(points[0], (std::pair<int, int>{1, 5}));
 }
 
@@ -180,7 +182,7 @@ TEST_F(ShapeText, EmptyTextAddsNothing)
     EXPECT_EQ(shape.GetPoints()->Count(), 1);
 }
 
-TEST_F(ShapeText, TextAllowsDuplicatesFromThenOn)
+TEST_F(ShapeText, AddOfTextAllowsDuplicatesAfterwards)
 {
     QZString text(qztest::Text{kDot}.c_str());
     QZShape shape(static_cast<unsigned char>(0));
@@ -189,7 +191,7 @@ TEST_F(ShapeText, TextAllowsDuplicatesFromThenOn)
     EXPECT_EQ(PointsOf(shape), (Points{{1, 1}, {1, 1}}));
 }
 
-TEST_F(ShapeText, TheShorterFormsBeginAtTheOrigin)
+TEST_F(ShapeText, OverloadsWithoutALocationStartAtTheOrigin)
 {
     QZString text(qztest::Text{kDot}.c_str());
     QZShape made(&text);
@@ -204,7 +206,7 @@ TEST_F(ShapeText, TheShorterFormsBeginAtTheOrigin)
 
 // -----------------------------------------------------------------------------------------------------------
 
-/// A block of zeros with a pen.
+/// A transparent block with the pen kPen.
 std::unique_ptr<QZPixelBlock> Block(int width, int height)
 {
     auto block = std::make_unique<QZPixelBlock>(width, height);
@@ -219,7 +221,7 @@ public:
     HiddenShape() { m_draw = 0; }
 };
 
-TEST(ShapeDraw, UncolouredPointsTakeThePenAndReachRowAndColumn0)
+TEST(ShapeDraw, PointsWithoutColourUseThePenAndReachRowAndColumn0)
 {
     auto block = Block(3, 2);
     QZShape shape;
@@ -231,7 +233,7 @@ TEST(ShapeDraw, UncolouredPointsTakeThePenAndReachRowAndColumn0)
     EXPECT_EQ(shape.GetColors()->Count(), 0);
 }
 
-TEST(ShapeDraw, TheFirstOfSeveralColoursOnAPixelWins)
+TEST(ShapeDraw, FirstColourOfAPixelWins)
 {
     auto block = Block(2, 1);
     QZShape shape;
@@ -242,7 +244,7 @@ TEST(ShapeDraw, TheFirstOfSeveralColoursOnAPixelWins)
     EXPECT_EQ(PixelsOf(block), (Rows{{0, 0xFF000001}}));
 }
 
-TEST(ShapeDraw, ItOverwritesAndDoesNotBlend)
+TEST(ShapeDraw, DrawOverwritesAndDoesNotBlend)
 {
     auto block = Block(1, 1);
     block->Fill(0xFFFFFFFF);
@@ -253,7 +255,7 @@ TEST(ShapeDraw, ItOverwritesAndDoesNotBlend)
     EXPECT_EQ(PixelsOf(block), (Rows{{0x01020304}}));
 }
 
-TEST(ShapeDraw, InAMixedShapeWhiteWithoutAlphaIsThePen)
+TEST(ShapeDraw, WhiteWithoutAlphaIsThePenInAMixedShape)
 {
     auto block = Block(3, 1);
     QZShape shape;
@@ -265,7 +267,7 @@ TEST(ShapeDraw, InAMixedShapeWhiteWithoutAlphaIsThePen)
     EXPECT_EQ(PixelsOf(block), (Rows{{kPen, kPen, 0xFFFFFFFF}}));
 }
 
-TEST(ShapeDraw, InAColouredShapeItIsWhite)
+TEST(ShapeDraw, WhiteWithoutAlphaIsWhiteInAColouredShape)
 {
     auto block = Block(1, 1);
     QZShape shape;
@@ -275,7 +277,7 @@ TEST(ShapeDraw, InAColouredShapeItIsWhite)
     EXPECT_EQ(PixelsOf(block), (Rows{{0xFFFFFF}}));
 }
 
-TEST(ShapeDraw, MissingColoursAreFilledUpInTheShape)
+TEST(ShapeDraw, MissingColoursAreAddedToTheShape)
 {
     auto block = Block(3, 1);
     QZShape shape;
@@ -286,11 +288,11 @@ TEST(ShapeDraw, MissingColoursAreFilledUpInTheShape)
     block->Draw(&shape);
     ASSERT_EQ(shape.GetColors()->Count(), 3);
     EXPECT_EQ(shape.GetColors()->GetElement(2), 0xFFFFFFu);
-    // The shape is mixed from now on, its white first point too.
+    // The shape is mixed now, so its white first point is drawn with the pen as well.
     EXPECT_EQ(PixelsOf(block), (Rows{{kPen, 7, kPen}}));
 }
 
-TEST(ShapeDraw, SurplusColoursAreCutInTheShape)
+TEST(ShapeDraw, ExtraColoursAreRemovedFromTheShape)
 {
     auto block = Block(2, 1);
     QZShape shape;
@@ -303,7 +305,7 @@ TEST(ShapeDraw, SurplusColoursAreCutInTheShape)
     EXPECT_EQ(PixelsOf(block), (Rows{{0, 5}}));
 }
 
-TEST(ShapeDraw, ShapesWithoutAreaPointsOrDrawFlagPaintNothing)
+TEST(ShapeDraw, ShapesWithoutAreaPointsOrDrawFlagDrawNothing)
 {
     auto block = Block(2, 2);
     QZShape a;
@@ -319,13 +321,13 @@ TEST(ShapeDraw, ShapesWithoutAreaPointsOrDrawFlagPaintNothing)
     EXPECT_EQ(PixelsOf(block), (Rows{{0, 0}, {0, 0}}));
     QZShape copy(static_cast<QZShape*>(&hidden));
     EXPECT_FALSE(copy.IsDrawn());
-    // Something with an area makes the union visible.
+    // After adding a point, the union has an area and is drawn.
     both->Add(0);
     block->Draw(both.get());
     EXPECT_EQ(PixelsOf(block), (Rows{{kPen, 0}, {0, kPen}}));
 }
 
-TEST(ShapeDraw, AShapeThatSticksOutIsCutAtEveryEdge)
+TEST(ShapeDraw, ShapeIsClippedAtEveryEdge)
 {
     auto block = Block(3, 2);
     QZShape shape;
@@ -343,9 +345,9 @@ TEST(ShapeDraw, AShapeThatSticksOutIsCutAtEveryEdge)
     EXPECT_EQ(PixelsOf(corner), (Rows{{0, 0, 0}, {0, 0, kPen}}));
 }
 
-TEST(ShapeDraw, PointsOutsideAnAreaThatFitsShowInTheRowsBelow)
+TEST(ShapeDraw, PointsOutsideAFittingAreaAppearInLaterRows)
 {
-    // The stray points of the circle stand at (5, 0). In a block of 4 columns that is (1, 1).
+    // The circle has points at (5, 0), outside its area. In a block of 4 columns that is the pixel (1, 1).
     QZShape circle;
     QZCircle figure(1, 5, 0);
     circle.Add(&figure);
@@ -361,9 +363,9 @@ TEST(ShapeDraw, PointsOutsideAnAreaThatFitsShowInTheRowsBelow)
     EXPECT_EQ(PixelsOf(block), expected);
 }
 
-TEST(ShapeDraw, PointsFarOutsideAnAreaThatFitsAreNotWritten)
+TEST(ShapeDraw, PointsFarOutsideAFittingAreaAreNotWritten)
 {
-    // After its points were moved away, only the area lies in the block.
+    // Only the area and the first point lie in the block; the other points are far outside.
     auto block = Block(4, 4);
     QZShape shape;
     shape.Add(0x0000000100000001ULL);
@@ -372,15 +374,15 @@ TEST(ShapeDraw, PointsFarOutsideAnAreaThatFitsAreNotWritten)
         shape.GetPoints()->Add(&point);
     block->Draw(&shape);
     EXPECT_EQ(PixelsOf(block), (Rows{{0, 0, 0, 0}, {0, kPen, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}}));
-    // Left of the block is the end of the row above.
+    // A point left of the block is the end of the row above.
     shape.GetPoints()->Add(-1, 1);
     block->Draw(&shape);
     EXPECT_EQ(PixelsOf(block)[0], (std::vector<unsigned int>{0, 0, 0, kPen}));
 }
 
-TEST(ShapeDraw, WhatIsCutDoesNotShowInTheNextRow)
+TEST(ShapeDraw, ClippedPointsDoNotAppearInLaterRows)
 {
-    // The same circle in a block that is a row too low for its area.
+    // The same circle in a block that is one row too small for its area.
     auto block = Block(4, 6);
     QZShape circle;
     QZCircle figure(1, 5, 0);
@@ -392,7 +394,7 @@ TEST(ShapeDraw, WhatIsCutDoesNotShowInTheNextRow)
     EXPECT_EQ(PixelsOf(block), expected);
 }
 
-TEST(ShapeDraw, ABlockWithoutPixelsTakesNothing)
+TEST(ShapeDraw, DrawOnAnEmptyBlockDoesNothing)
 {
     auto block = Block(0, 0);
     QZShape shape;

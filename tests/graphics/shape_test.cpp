@@ -35,7 +35,7 @@ Colors ColorsOf(const QZShape& shape)
 Area AreaOf(const QZShape& shape)
 {
     const QZRectangle* area = shape.GetArea();
-    if (!area) return {};
+    if (area == nullptr) return {};
     return {area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight()};
 }
 
@@ -47,7 +47,7 @@ Points LinePoints(int x1, int y1, int x2, int y2)
     return PointsOf(shape);
 }
 
-/// Gives tests what only derived classes reach.
+/// Exposes the protected members.
 class OpenShape : public QZShape
 {
 public:
@@ -57,7 +57,7 @@ public:
     using QZShape::Ray;
 };
 
-TEST(Shape, ANewShapeIsEmpty)
+TEST(Shape, NewShapeIsEmpty)
 {
     QZShape shape;
     EXPECT_EQ(shape.GetType(), 0x81FFFF1);
@@ -71,7 +71,7 @@ TEST(Shape, ANewShapeIsEmpty)
     EXPECT_EQ(shape.GetHeight(), 0);
 }
 
-TEST(Shape, ItsPartsAreLocked)
+TEST(Shape, PartsAreLocked)
 {
     QZShape shape;
     shape.Add(0x0000000500000003ULL);
@@ -82,7 +82,7 @@ TEST(Shape, ItsPartsAreLocked)
     EXPECT_FALSE(shape.GetArea()->SetDisposable(shape.GetObjectID() + 256, 1));
 }
 
-TEST(Shape, PointsKeepTheArea)
+TEST(Shape, PointsEnlargeTheArea)
 {
     QZShape shape;
     QZPoint point(3, 5);
@@ -95,7 +95,7 @@ TEST(Shape, PointsKeepTheArea)
     EXPECT_EQ(AreaOf(shape), (Area{0, -2, 8, 8}));
 }
 
-TEST(Shape, WithoutDuplicatesAPointEntersOnce)
+TEST(Shape, WithoutDuplicatesAPointIsAddedOnce)
 {
     QZShape shape(static_cast<unsigned char>(0));
     QZLine line(1, 1, 3, 1);
@@ -111,7 +111,7 @@ TEST(Shape, WithoutDuplicatesAPointEntersOnce)
     EXPECT_EQ(PointsOf(other).size(), 6u);
 }
 
-TEST(Shape, LinesRunInRisingXWhateverTheirDirection)
+TEST(Shape, LinesRunInIncreasingXForEitherDirection)
 {
     EXPECT_EQ(LinePoints(7, 1, 2, 1), (Points{{2, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 1}, {7, 1}}));
     EXPECT_EQ(LinePoints(2, 1, 7, 1), LinePoints(7, 1, 2, 1));
@@ -119,26 +119,26 @@ TEST(Shape, LinesRunInRisingXWhateverTheirDirection)
               (Points{{2, 8}, {3, 7}, {4, 6}, {5, 5}, {6, 4}, {7, 3}, {8, 2}, {9, 1}}));
 }
 
-TEST(Shape, SteepLinesRunInRisingY)
+TEST(Shape, SteepLinesRunInIncreasingY)
 {
     EXPECT_EQ(LinePoints(4, 6, 4, 3), (Points{{4, 3}, {4, 4}, {4, 5}, {4, 6}}));
     EXPECT_EQ(LinePoints(3, 9, 1, 2),
               (Points{{1, 2}, {1, 3}, {1, 4}, {1, 5}, {2, 6}, {2, 7}, {2, 8}, {3, 9}}));
 }
 
-TEST(Shape, ALineOfOnePointHasOnePoint) { EXPECT_EQ(LinePoints(4, 4, 4, 4), (Points{{4, 4}})); }
+TEST(Shape, LineOfOnePointHasOnePoint) { EXPECT_EQ(LinePoints(4, 4, 4, 4), (Points{{4, 4}})); }
 
-TEST(Shape, ALinesPixelsAreCutNotRounded)
+TEST(Shape, LinePixelsAreTruncatedNotRounded)
 {
     EXPECT_EQ(LinePoints(0, 0, 6, 2), (Points{{0, 0}, {1, 0}, {2, 0}, {3, 1}, {4, 1}, {5, 1}, {6, 2}}));
-    // b = -0.4 + ...: y = 1.4 x + 2 by rows, cut.
+    // By rows: y = 7/3 x + b, solved for x and truncated.
     EXPECT_EQ(LinePoints(1, 2, 4, 9),
               (Points{{0, 2}, {1, 3}, {1, 4}, {2, 5}, {2, 6}, {3, 7}, {3, 8}, {4, 9}}));
 }
 
-TEST(Shape, SinglePrecisionDecidesALinesPixels)
+TEST(Shape, LinePixelsAreCalculatedInSinglePrecision)
 {
-    // 1/7 in single precision, times 7, is still 1; times 7 with the slope 3/21 it is a little less.
+    // In single precision (1/7) * 7 is 1, but the slope 3/21 times 7 is slightly less than 1.
     const Points points = LinePoints(0, 0, 21, 3);
     ASSERT_EQ(points.size(), 22u);
     EXPECT_EQ(points[6], (std::pair<int, int>{6, 0}));
@@ -152,7 +152,7 @@ TEST(Shape, SinglePrecisionDecidesALinesPixels)
 TEST(Shape, LinesStayInTheFirstQuadrant)
 {
     EXPECT_EQ(LinePoints(-5, 2, 4, 2), (Points{{0, 2}, {1, 2}, {2, 2}, {3, 2}, {4, 2}}));
-    // The clamped ends give another slope.
+    // Moving the end to the first quadrant changes the slope.
     EXPECT_EQ(LinePoints(-3, -9, 2, 2), (Points{{0, 0}, {1, 1}, {2, 2}}));
     QZShape shape;
     QZLine line(-5, -2, 4, 2);
@@ -160,7 +160,7 @@ TEST(Shape, LinesStayInTheFirstQuadrant)
     EXPECT_EQ(AreaOf(shape), (Area{0, 0, 5, 3}));
 }
 
-TEST(Shape, ALineWithASizeIsTheSameLine)
+TEST(Shape, SizeOfALineIsIgnored)
 {
     QZShape shape;
     QZLine line(1, 1, 3, 1);
@@ -168,12 +168,12 @@ TEST(Shape, ALineWithASizeIsTheSameLine)
     shape.Add(&line, &size);
     EXPECT_EQ(PointsOf(shape), (Points{{1, 1}, {2, 1}, {3, 1}}));
     EXPECT_EQ(ColorsOf(shape), Colors{});
-    // A literal 0 is a colour and no size.
+    // A literal 0 is taken as a colour, not as a size.
     shape.Add(&line, 0);
     EXPECT_EQ(ColorsOf(shape), (Colors{0xFFFFFF, 0xFFFFFF, 0xFFFFFF, 0, 0, 0}));
 }
 
-TEST(Shape, AFilledRectangleRunsRowByRow)
+TEST(Shape, FilledRectangleIsAddedRowByRow)
 {
     QZShape shape;
     QZRectangle rectangle(4, 7, 3, 2);
@@ -181,14 +181,14 @@ TEST(Shape, AFilledRectangleRunsRowByRow)
     shape.Add(&rectangle);
     EXPECT_EQ(PointsOf(shape), (Points{{4, 7}, {5, 7}, {6, 7}, {4, 8}, {5, 8}, {6, 8}}));
     EXPECT_EQ(AreaOf(shape), (Area{4, 7, 3, 2}));
-    // It is no line: what is left of 0 stays there.
+    // Unlike a line, a filled rectangle may have negative coordinates.
     QZShape left;
     QZRectangle outside(-2, -1, 3, 1);
     left.Add(&outside, 0xFF00FF00, 1);
     EXPECT_EQ(PointsOf(left), (Points{{-2, -1}, {-1, -1}, {0, -1}}));
 }
 
-TEST(Shape, TheFillArgumentStandsAboveTheFlag)
+TEST(Shape, FillArgumentOverridesTheFlag)
 {
     QZRectangle rectangle(0, 0, 3, 3);
     rectangle.Fill = 1;
@@ -201,7 +201,7 @@ TEST(Shape, TheFillArgumentStandsAboveTheFlag)
     EXPECT_EQ(rectangle.Fill, 1);
 }
 
-TEST(Shape, AnOutlineIsTopRightBottomLeftWithItsCornersTwice)
+TEST(Shape, OutlineIsTopRightBottomLeftWithDuplicateCorners)
 {
     QZShape shape;
     QZRectangle rectangle(2, 3, 3, 4);
@@ -223,7 +223,7 @@ TEST(Shape, AnOutlineIsTopRightBottomLeftWithItsCornersTwice)
     EXPECT_EQ(AreaOf(shape), (Area{2, 3, 3, 4}));
 }
 
-TEST(Shape, AnOutlineOfWidthOneIsAVerticalLineTwice)
+TEST(Shape, OutlineOfWidthOneIsAVerticalLineTwice)
 {
     QZShape shape;
     QZRectangle rectangle(5, 1, 1, 3);
@@ -231,44 +231,44 @@ TEST(Shape, AnOutlineOfWidthOneIsAVerticalLineTwice)
     EXPECT_EQ(PointsOf(shape), (Points{{5, 1}, {5, 1}, {5, 2}, {5, 3}, {5, 3}, {5, 1}, {5, 2}, {5, 3}}));
 }
 
-TEST(Shape, AnEmptyFilledRectangleHasNoPoints)
+TEST(Shape, EmptyFilledRectangleHasNoPoints)
 {
     QZShape shape;
     QZRectangle rectangle(5, 5, 0, 4);
     rectangle.Fill = 1;
     shape.Add(&rectangle);
     EXPECT_EQ(PointsOf(shape), Points{});
-    // Its corners are (5, 5) and (4, 8).
+    // The corners of the rectangle are (5, 5) and (4, 8).
     EXPECT_EQ(AreaOf(shape), (Area{4, 5, 2, 4}));
 }
 
-TEST(Shape, ACircleIsDrawnFromItsCentreOutwardWithTwoStrayPointsAStep)
+TEST(Shape, CircleHasTwoExtraPointsOnRow0PerStep)
 {
     QZShape shape;
     QZCircle circle(8, 6, 2);
     shape.Add(&circle);
-    // The roots are of 4 - d * d + 8 (rows) and 4 - d * d + 6 (columns), d from 0 to 2.
+    // The roots are those of 4 - d * d + 8 for rows and 4 - d * d + 6 for columns, with d from 0 to 2.
     EXPECT_EQ(PointsOf(shape), (Points{{11, 6}, {11, 6}, {6, 0}, {6, 0}, {11, 5}, {11, 7}, {7, 0}, {5, 0},
                                        {10, 4}, {10, 8}, {8, 0}, {4, 0}, {8, 9},  {8, 2},  {8, 2}, {8, 9},
                                        {9, 9},  {9, 2},  {7, 2}, {7, 9}, {10, 8}, {10, 3}, {6, 3}, {6, 8}}));
-    // The stray points on row 0 are outside.
+    // The extra points on row 0 are outside the area.
     EXPECT_EQ(AreaOf(shape), (Area{5, 3, 7, 7}));
 }
 
-TEST(Shape, ACircleWidensWithTheDistanceOfItsCentre)
+TEST(Shape, CircleWidensWithTheDistanceOfItsCentre)
 {
     QZShape shape;
     QZCircle circle(100, 50, 2);
     shape.Add(&circle);
     const Points points = PointsOf(shape);
-    // The root of 4 + 100 and not of 4.
+    // The radius is the root of 4 + 100, not of 4.
     EXPECT_EQ(points[0], (std::pair<int, int>{110, 50}));
     EXPECT_EQ(points[2], (std::pair<int, int>{50, 0}));
     EXPECT_EQ(points[12], (std::pair<int, int>{100, 57}));
     EXPECT_EQ(AreaOf(shape), (Area{97, 47, 7, 7}));
 }
 
-TEST(Shape, ACircleLeftOfTheOriginShrinks)
+TEST(Shape, CircleLeftOfTheOriginShrinks)
 {
     QZShape shape;
     QZCircle circle(-5, 3, 1);
@@ -291,7 +291,7 @@ TEST(Shape, ACircleLeftOfTheOriginShrinks)
                                        {-6, 4}}));
 }
 
-TEST(Shape, TheStrayPointOfANegativeRowHasAllBitsInY)
+TEST(Shape, ExtraPointOfANegativeRowHasYMinusOne)
 {
     QZShape shape;
     QZCircle circle(0, 0, 1);
@@ -314,7 +314,7 @@ TEST(Shape, TheStrayPointOfANegativeRowHasAllBitsInY)
                                        {-1, 0}}));
 }
 
-TEST(Shape, AFilledCircleIsFourLinesAStep)
+TEST(Shape, FilledCircleIsFourLinesPerStep)
 {
     QZShape shape;
     QZCircle circle(6, 5, 1);
@@ -327,7 +327,7 @@ TEST(Shape, AFilledCircleIsFourLinesAStep)
     EXPECT_EQ(AreaOf(shape), (Area{3, 2, 6, 6}));
 }
 
-TEST(Shape, ACircleOfNegativeRadiusHasAnAreaOnly)
+TEST(Shape, CircleOfNegativeRadiusHasOnlyAnArea)
 {
     QZShape shape;
     QZCircle circle(10, 10, -4);
@@ -336,16 +336,16 @@ TEST(Shape, ACircleOfNegativeRadiusHasAnAreaOnly)
     EXPECT_EQ(AreaOf(shape), (Area{7, 7, 7, 7}));
 }
 
-TEST(Shape, ACircleFarOutEnds)
+TEST(Shape, CircleAtLargeCoordinatesEnds)
 {
     QZShape shape;
     QZCircle circle(20000000, 20000000, 30);
     shape.Add(&circle);
-    // One step of four and four points: the next whole number is none in single precision.
+    // One step with four and four points; in single precision the next step would not change the coordinate.
     EXPECT_EQ(PointsOf(shape).size(), 8u);
 }
 
-TEST(Shape, ACrossMarkIsItsTwoLines)
+TEST(Shape, CrossMarkIsItsTwoLines)
 {
     QZShape shape;
     QZCrossMark mark(3, 3, 1);
@@ -355,7 +355,7 @@ TEST(Shape, ACrossMarkIsItsTwoLines)
     EXPECT_EQ(AreaOf(shape), (Area{2, 2, 3, 3}));
 }
 
-TEST(Shape, AColouredPointFillsTheColoursBeforeItWithTheDefault)
+TEST(Shape, ColouredPointAddsDefaultColoursForEarlierPoints)
 {
     OpenShape shape;
     QZPoint point(1, 1);
@@ -367,7 +367,7 @@ TEST(Shape, AColouredPointFillsTheColoursBeforeItWithTheDefault)
     EXPECT_EQ(shape.m_mixedColors, 1);
 }
 
-TEST(Shape, ColouredFiguresOnlyAreNotMixed)
+TEST(Shape, ShapeOfColouredFiguresIsNotMixed)
 {
     OpenShape shape;
     QZLine line(0, 0, 2, 0);
@@ -384,7 +384,7 @@ TEST(Shape, ColouredFiguresOnlyAreNotMixed)
     EXPECT_EQ(ColorsOf(shape).size(), 16u);
 }
 
-TEST(Shape, AColouredFigureCutsSurplusColours)
+TEST(Shape, ColouredFigureRemovesExtraColours)
 {
     QZShape shape;
     QZLine line(0, 0, 3, 0);
@@ -393,11 +393,12 @@ TEST(Shape, AColouredFigureCutsSurplusColours)
     for (int i = 0; i < 3; ++i) shape.RemovePoint(0);
     EXPECT_EQ(ColorsOf(shape).size(), 4u);
     shape.Add(&point, 7);
-    // Two points: the list is cut to them, and the second keeps the colour that stood there.
+    // The shape has two points, so the list is cut to two colours. The second point keeps the old colour of
+    // that position.
     EXPECT_EQ(ColorsOf(shape), (Colors{1, 1}));
 }
 
-TEST(Shape, AShapeBringsPointsColoursAndArea)
+TEST(Shape, AddOfAShapeAddsPointsColoursAndArea)
 {
     QZPoint near(1, 1);
     QZPoint far(9, 8);
@@ -413,7 +414,7 @@ TEST(Shape, AShapeBringsPointsColoursAndArea)
     EXPECT_EQ(shape.GetLocation()->GetUInt64(), 0u);
 }
 
-TEST(Shape, AddingAShapeLeavesTheMixedFlagAlone)
+TEST(Shape, AddOfAShapeKeepsTheMixedFlag)
 {
     OpenShape shape;
     QZShape other;
@@ -429,7 +430,7 @@ TEST(Shape, AddingAShapeLeavesTheMixedFlagAlone)
     EXPECT_EQ(mixed.m_mixedColors, 1);
 }
 
-TEST(Shape, AShapeWithoutColoursBringsNone)
+TEST(Shape, AddOfAShapeWithoutColoursAddsNone)
 {
     QZShape shape;
     QZShape other;
@@ -441,7 +442,7 @@ TEST(Shape, AShapeWithoutColoursBringsNone)
     EXPECT_EQ(PointsOf(shape).size(), 2u);
 }
 
-TEST(Shape, AShapeAddedToItselfDoublesItsPoints)
+TEST(Shape, ShapeAddedToItselfDoublesItsPoints)
 {
     QZShape shape;
     QZLine line(0, 0, 1, 0);
@@ -452,7 +453,7 @@ TEST(Shape, AShapeAddedToItselfDoublesItsPoints)
     EXPECT_EQ(AreaOf(shape), (Area{0, 0, 2, 1}));
 }
 
-TEST(Shape, MoveToMovesPointsAndAreaByTheWayFromTheLocation)
+TEST(Shape, MoveToMovesPointsAndAreaByTheDistanceFromTheLocation)
 {
     QZShape shape;
     QZLine line(2, 3, 3, 3);
@@ -479,14 +480,14 @@ TEST(Shape, SetLocationMovesNothing)
     EXPECT_EQ(shape.GetLocation()->GetX(), 50);
 }
 
-TEST(Shape, CenterMovesByTheAreasSizeAlone)
+TEST(Shape, CenterUsesOnlyTheSizeOfTheArea)
 {
     QZShape shape;
     QZRectangle figure(10, 10, 4, 2);
     QZRectangle room(100, 50, 21, 10);
     shape.Add(&figure);
     shape.Center(&room);
-    // Location (0, 0) went to (100 + 17 / 2, 50 + 8 / 2), and the area with it.
+    // The location (0, 0) moved to (100 + 17 / 2, 50 + 8 / 2), and the area moved by the same distance.
     EXPECT_EQ(AreaOf(shape), (Area{118, 64, 4, 2}));
     QZRectangle small(0, 0, 1, 1);
     shape.Center(&small);
@@ -494,7 +495,7 @@ TEST(Shape, CenterMovesByTheAreasSizeAlone)
     EXPECT_EQ(shape.GetLocation()->GetY(), -1);
 }
 
-TEST(Shape, MoveToCenterOfIsExactWhenTheLocationIsTheAreasCorner)
+TEST(Shape, MoveToCenterOfIsExactWhenTheLocationIsTheCornerOfTheArea)
 {
     QZRectangle figure(10, 10, 4, 2);
     QZRectangle room(100, 50, 20, 10);
@@ -506,7 +507,7 @@ TEST(Shape, MoveToCenterOfIsExactWhenTheLocationIsTheAreasCorner)
     QZShape off;
     off.Add(&figure);
     off.MoveToCenterOf(&room);
-    // Measured against the location (0, 0), it lands further on.
+    // With the location (0, 0), the area is moved too far by its own offset.
     EXPECT_EQ(AreaOf(off), (Area{118, 64, 4, 2}));
     QZShape none;
     none.MoveToCenterOf(&room);
@@ -515,7 +516,7 @@ TEST(Shape, MoveToCenterOfIsExactWhenTheLocationIsTheAreasCorner)
     EXPECT_EQ(AreaOf(shape), (Area{108, 54, 4, 2}));
 }
 
-TEST(Shape, ClearTakesTheLocationBackToTheOrigin)
+TEST(Shape, ClearResetsTheLocation)
 {
     QZShape shape;
     QZPoint point(3, 3);
@@ -530,7 +531,7 @@ TEST(Shape, ClearTakesTheLocationBackToTheOrigin)
     EXPECT_EQ(AreaOf(shape), (Area{3, 3, 1, 1}));
 }
 
-TEST(Shape, FillGivesEveryPointThatIsThereOneColour)
+TEST(Shape, FillSetsTheColourOfEveryPoint)
 {
     QZShape shape;
     QZLine line(0, 0, 2, 0);
@@ -542,7 +543,7 @@ TEST(Shape, FillGivesEveryPointThatIsThereOneColour)
     EXPECT_EQ(ColorsOf(shape), Colors(2, 0));
 }
 
-TEST(Shape, RemovePointLeavesTheColours)
+TEST(Shape, RemovePointKeepsTheColours)
 {
     QZShape shape;
     QZPoint point(1, 1);
@@ -591,7 +592,7 @@ TEST(Shape, UnionAndIntersectionHaveNoArea)
     EXPECT_EQ(both, nullptr);
 }
 
-TEST(Shape, MinDistancePointAnswersTheOneAddedFirstOfEquals)
+TEST(Shape, MinDistancePointReturnsTheFirstOfEquallyNearPoints)
 {
     QZShape shape;
     QZPoint place(5, 0);
@@ -616,7 +617,7 @@ TEST(Shape, RecycleOfAnAreaClearsTheVariableOnly)
     EXPECT_EQ(AreaOf(shape), (Area{1, 0, 1, 1}));
 }
 
-TEST(Shape, RecyclingNullIsABrokenAssertion)
+TEST(Shape, RecycleOfNullFailsAnAssertion)
 {
     qztest::AssertWatch watch;
     QZShape* shape = nullptr;
@@ -624,7 +625,7 @@ TEST(Shape, RecyclingNullIsABrokenAssertion)
     EXPECT_EQ(watch.Count(), 1);
 }
 
-TEST(Shape, ARealCopyTakesEverythingAlongAndSharesNothing)
+TEST(Shape, CopyFromAPointerIsDeep)
 {
     OpenShape shape;
     QZPoint point(1, 1);
@@ -642,7 +643,7 @@ TEST(Shape, ARealCopyTakesEverythingAlongAndSharesNothing)
     EXPECT_EQ(AreaOf(shape), (Area{1, 1, 1, 1}));
 }
 
-TEST(Shape, AnAssignedShapeSharesItsParts)
+TEST(Shape, AssignedShapeSharesItsParts)
 {
     QZShape shape;
     shape.Add(1);
@@ -657,7 +658,7 @@ TEST(Shape, AnAssignedShapeSharesItsParts)
     EXPECT_EQ(AreaOf(assigned), (Area{1, 0, 2, 1}));
 }
 
-TEST(Shape, WithoutMemoryAFigureThrowsAndTheShapeStays)
+TEST(Shape, AddWithoutMemoryThrowsAndKeepsTheShape)
 {
     QZShape shape;
     shape.Add(0x0000000100000001ULL);
@@ -677,7 +678,7 @@ TEST(Shape, WithoutMemoryAFigureThrowsAndTheShapeStays)
     EXPECT_EQ(shape.GetPoints()->Count(), 90001);
 }
 
-TEST(Shape, ALongLineRunsFromTheAxisOn)
+TEST(Shape, LongLineRunsFromTheAxis)
 {
     OpenShape flat;
     flat.LongLine(2, 1, 4, 2, 6, 5);
@@ -694,7 +695,7 @@ TEST(Shape, ALongLineRunsFromTheAxisOn)
     EXPECT_EQ(PointsOf(upright), (Points{{1, 0}, {1, 1}, {1, 2}}));
 }
 
-TEST(Shape, ARayRunsFromItsStartToTheEdge)
+TEST(Shape, RayRunsFromItsStartToTheEdge)
 {
     QZSize size(6, 5);
     OpenShape right;

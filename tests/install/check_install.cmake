@@ -1,4 +1,4 @@
-# See CMakeLists.txt beside this file. HOW is package or pkgconfig.
+# See CMakeLists.txt in this folder. HOW is package or pkgconfig.
 
 set(work ${WORK_DIR}-${HOW})
 set(prefix ${work}/prefix)
@@ -8,7 +8,7 @@ function(run)
     execute_process(COMMAND ${ARGV} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
     if(NOT result EQUAL 0)
         string(JOIN " " command ${ARGV})
-        message(FATAL_ERROR "${command}\n${output}\nended with ${result}")
+        message(FATAL_ERROR "${command}\n${output}\nexit code ${result}")
     endif()
     set(output "${output}" PARENT_SCOPE)
 endfunction()

@@ -1,7 +1,8 @@
-// A process that writes a database with whole syncs and is killed at any moment leaves what a sync left.
+// A process that writes a database with atomic syncs can be killed at any moment: the file then opens in the
+// state of a completed sync.
 //
-// The program is its own writer: called with --writer it changes a database and tells each sync that came
-// back. QZ_KILL_POINTS sets how many times it is killed in the middle.
+// The program is also the writer: started with --writer, it changes a database and reports each sync that has
+// returned. QZ_KILL_POINTS is the number of times that the writer is killed while it writes.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -34,7 +35,7 @@ using Info = QZDatabaseInfo;
 constexpr int kSyncs = 4;
 constexpr const char* kFile = "killed.db";
 
-/// What the writer does before its n-th sync: new records, and the contents of all changed in place.
+/// The changes before the n-th sync: adds records and replaces the content of all records.
 void Change(QZChannel* channel, int n, std::vector<QZInt64>* records)
 {
     for (int i = 0; i < (n == 1 ? 80 : 3); ++i)
@@ -53,22 +54,22 @@ void Change(QZChannel* channel, int n, std::vector<QZInt64>* records)
     }
 }
 
-int Writer(const char* path, bool lasting)
+int Writer(const char* path, bool stepping)
 {
     QZLibInit();
     QZFileBuffer::AtomicSync = 1;
     QZChannel* channel = QZChannel::Open(QZChannel::MODE_FILE, path);
-    if (!channel) return 1;
+    if (channel == nullptr) return 1;
     std::vector<QZInt64> records;
     for (int n = 1; n <= kSyncs; ++n)
     {
         Change(channel, n, &records);
         channel->SYNC();
-        const char told = static_cast<char>(n);
-        if (write(STDOUT_FILENO, &told, 1) != 1) return 1;
-        // To be looked at between the syncs: until somebody has.
-        char seen = 0;
-        if (lasting && read(STDIN_FILENO, &seen, 1) != 1) return 1;
+        const char reported = static_cast<char>(n);
+        if (write(STDOUT_FILENO, &reported, 1) != 1) return 1;
+        // Waits until the test has read the file.
+        char go = 0;
+        if (stepping && read(STDIN_FILENO, &go, 1) != 1) return 1;
     }
     QZChannel::Close(&channel);
     QZLibDispose();
@@ -78,7 +79,7 @@ int Writer(const char* path, bool lasting)
 class SyncKill : public ::testing::Test
 {
 protected:
-    /// The file before the writer begins.
+    /// Creates the database that the writer starts with.
     void SetUp() override
     {
         ASSERT_TRUE(QZChannel::Create(m_dir.Name(kFile).c_str(), 5, Info::ADDR_MODE_64, 0));
@@ -87,11 +88,11 @@ protected:
 
     pid_t Spawn(const char* mode)
     {
-        EXPECT_EQ(pipe2(m_told, O_CLOEXEC), 0);
+        EXPECT_EQ(pipe2(m_reports, O_CLOEXEC), 0);
         EXPECT_EQ(pipe2(m_go, O_CLOEXEC), 0);
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, m_told[1], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, m_reports[1], STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&actions, m_go[0], STDIN_FILENO);
         std::string self = "/proc/self/exe";
         std::array<char, 4096> program{};
@@ -102,31 +103,31 @@ protected:
         pid_t child = 0;
         EXPECT_EQ(posix_spawn(&child, program.data(), &actions, nullptr, arguments.data(), environ), 0);
         posix_spawn_file_actions_destroy(&actions);
-        close(m_told[1]);
+        close(m_reports[1]);
         close(m_go[0]);
         return child;
     }
 
-    /// Waits for the end of the child; the syncs that it told of and nobody has read yet.
+    /// Waits for the end of the child. Returns the last sync that it reported and that was not read before.
     int Collect(pid_t child)
     {
-        int told = 0;
+        int reported = 0;
         char n = 0;
-        while (read(m_told[0], &n, 1) == 1) told = n;
+        while (read(m_reports[0], &n, 1) == 1) reported = n;
         int status = 0;
         waitpid(child, &status, 0);
-        close(m_told[0]);
+        close(m_reports[0]);
         close(m_go[1]);
-        return told;
+        return reported;
     }
 
-    /// The file after each sync, the first before any.
+    /// Returns the contents of the file before the first sync and after each sync.
     std::vector<std::string> Images()
     {
         std::vector<std::string> images{m_fresh};
-        const pid_t child = Spawn("--lasting-writer");
+        const pid_t child = Spawn("--stepping-writer");
         char n = 0;
-        while (read(m_told[0], &n, 1) == 1)
+        while (read(m_reports[0], &n, 1) == 1)
         {
             images.push_back(m_dir.Read(kFile));
             if (write(m_go[1], "g", 1) != 1) break;
@@ -135,23 +136,23 @@ protected:
         return images;
     }
 
-    /// What the next process finds.
+    /// Opens and closes the database, as the next process does, and returns the contents of the file.
     std::string Reopened()
     {
         QZFileBuffer::AtomicSync = 1;
         QZChannel* channel = QZChannel::Open(QZChannel::MODE_FILE, m_dir.Name(kFile).c_str());
-        if (channel) QZChannel::Close(&channel);
+        if (channel != nullptr) QZChannel::Close(&channel);
         QZFileBuffer::AtomicSync = 0;
         return m_dir.Read(kFile);
     }
 
     qztest::TempDir m_dir;
     std::string m_fresh;
-    int m_told[2] = {-1, -1};
+    int m_reports[2] = {-1, -1};
     int m_go[2] = {-1, -1};
 };
 
-/// Writes the image and lets the tool check every record of it.
+/// Writes the image to a file and checks every record with the qzdb tool.
 bool ChecksClean(const qztest::TempDir& dir, const std::string& image)
 {
     dir.Write("image.db", image);
@@ -160,10 +161,10 @@ bool ChecksClean(const qztest::TempDir& dir, const std::string& image)
     return std::system(command.c_str()) == 0;
 }
 
-TEST_F(SyncKill, TheFileOpensAsASyncLeftItWheneverTheWriterIsKilled)
+TEST_F(SyncKill, FileOpensInTheStateOfACompletedSyncAfterAKill)
 {
     const char* wanted = std::getenv("QZ_KILL_POINTS");
-    const int points = wanted ? std::atoi(wanted) : 40;
+    const int points = wanted != nullptr ? std::atoi(wanted) : 40;
     const std::vector<std::string> images = Images();
     ASSERT_EQ(images.size(), static_cast<std::size_t>(kSyncs + 1));
     for (const std::string& image : images) EXPECT_TRUE(ChecksClean(m_dir, image));
@@ -172,46 +173,46 @@ TEST_F(SyncKill, TheFileOpensAsASyncLeftItWheneverTheWriterIsKilled)
     m_dir.Write(kFile, m_fresh);
     const auto begin = Clock::now();
     EXPECT_EQ(Collect(Spawn("--writer")), kSyncs);
-    const auto whole = std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
+    const auto duration = std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
 
-    // A kill counts when it met the writer between its first change and its end, which is when a sidecar is
-    // left. How long the writer takes moves with what else the machine does, and the time that it is given
-    // follows.
+    // A kill counts only if it hits the writer between its first change and its end; it then leaves a sidecar
+    // file. The run time of the writer depends on the load of the machine, so the span of the delays is
+    // adjusted.
     std::mt19937 random(20);
     std::uniform_real_distribution<double> share(0, 1);
     std::array<int, kSyncs + 1> foundAt{};
-    double span = whole;
-    int met = 0;
+    double span = duration;
+    int hits = 0;
     int kills = 0;
     int wrong = 0;
-    for (; met < points && kills < 20 * points && wrong == 0; ++kills)
+    for (; hits < points && kills < 20 * points && wrong == 0; ++kills)
     {
         m_dir.Write(kFile, m_fresh);
         const pid_t child = Spawn("--writer");
         usleep(static_cast<useconds_t>(share(random) * span));
         kill(child, SIGKILL);
-        const int told = Collect(child);
+        const int reported = Collect(child);
         const bool left = m_dir.Exists(std::string(kFile) + ".sync");
         const std::string file = Reopened();
         int found = kSyncs;
         while (found >= 0 && images[static_cast<std::size_t>(found)] != file) --found;
-        wrong += found < told;
-        EXPECT_GE(found, told) << "kill " << kills << ", told " << told;
+        wrong += found < reported;
+        EXPECT_GE(found, reported) << "kill " << kills << ", reported sync " << reported;
         if (found >= 0) ++foundAt[static_cast<std::size_t>(found)];
-        met += left ? 1 : 0;
-        if (!left) span *= told == kSyncs ? 0.95 : 1.05;
+        hits += left ? 1 : 0;
+        if (!left) span *= reported == kSyncs ? 0.95 : 1.05;
     }
-    std::printf("killed %d times, %d of them in the middle of the writing; found as sync", kills, met);
+    std::printf("killed %d times, %d of them while it wrote; state after sync", kills, hits);
     for (int n = 0; n <= kSyncs; ++n) std::printf(" %d: %d,", n, foundAt[static_cast<std::size_t>(n)]);
     std::printf("\n");
-    EXPECT_EQ(met, points);
+    EXPECT_EQ(hits, points);
 }
 }  // namespace
 
 int main(int argc, char** argv)
 {
     const std::string mode = argc == 3 ? argv[1] : "";
-    if (mode == "--writer" || mode == "--lasting-writer") return Writer(argv[2], mode != "--writer");
+    if (mode == "--writer" || mode == "--stepping-writer") return Writer(argv[2], mode != "--writer");
     ::testing::InitGoogleTest(&argc, argv);
     QZLibInit();
     qztest::SetStandardHooks();

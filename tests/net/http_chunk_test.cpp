@@ -28,7 +28,7 @@ Size SizeOf(std::string_view bytes)
     return result;
 }
 
-/// The result of one move, what was moved, and what is left.
+/// Returns the result of one ChunkMove, the bytes moved after "<", and the bytes left.
 std::string Move(std::string_view bytes)
 {
     QZData data(bytes.data(), static_cast<QZInt64>(bytes.size()));
@@ -44,7 +44,7 @@ TEST(HttpChunk, SizeIsReadFromTheFirstLine)
     EXPECT_EQ(SizeOf("000F\r\n"), (Size{15, 4, "000F\r\n"}));
 }
 
-TEST(HttpChunk, TheLineEndBeforeIsDropped)
+TEST(HttpChunk, LineEndBeforeTheSizeIsDropped)
 {
     EXPECT_EQ(SizeOf("\r\n5\r\n"), (Size{5, 1, "5\r\n"}));
     EXPECT_EQ(SizeOf("\n5\r\n"), (Size{5, 1, "5\r\n"}));
@@ -62,7 +62,7 @@ TEST(HttpChunk, NeedsAHexadecimalDigitAndALineEnd)
     EXPECT_EQ(SizeOf("5\n"), (Size{-1, -1, "5\n"}));
 }
 
-TEST(HttpChunk, SixteenMegabytesAreTheLimit)
+TEST(HttpChunk, LimitIsSixteenMegabytes)
 {
     EXPECT_EQ(SizeOf("FFFFFF\r\n").size, 16777215);
     EXPECT_EQ(SizeOf("1000000\r\n").size, 16777216);
@@ -71,17 +71,17 @@ TEST(HttpChunk, SixteenMegabytesAreTheLimit)
     EXPECT_EQ(SizeOf("8000000000000000\r\n").size, -1);
 }
 
-TEST(HttpChunk, ALineOf256BytesIsTooLong)
+TEST(HttpChunk, LineOf256BytesIsTooLong)
 {
     const std::string zeros(255, '0');
     EXPECT_EQ(SizeOf(zeros + "\r\n").size, 0);
     EXPECT_EQ(SizeOf("0" + zeros + "\r\n"), (Size{-1, 256, "0" + zeros + "\r\n"}));
 }
 
-TEST(HttpChunk, DigitsOfAnExtensionCount)
+TEST(HttpChunk, HexadecimalDigitsInAnExtensionCount)
 {
     EXPECT_EQ(SizeOf("5;xyz\r\n").size, 5);
-    // 5, then a, b and c.
+    // The size is read as 5, a, b, c.
     EXPECT_EQ(SizeOf("5;abc\r\n").size, 0x5abc);
 }
 
@@ -91,14 +91,14 @@ TEST(HttpChunk, MovesAWholeChunk)
     EXPECT_EQ(Move("\r\n3\r\nabc\r\n4"), "3 <abc 4");
 }
 
-TEST(HttpChunk, AChunkCountsOnlyWithAByteBehindIt)
+TEST(HttpChunk, ChunkIsCompleteOnlyWhenAByteFollows)
 {
     EXPECT_EQ(Move("3\r\nabc\r\n"), "-1 < 3\r\nabc\r\n");
     EXPECT_EQ(Move("3\r\nabc"), "-1 < 3\r\nabc");
     EXPECT_EQ(Move("3\r\nabc\r\n0"), "3 <abc 0");
 }
 
-TEST(HttpChunk, TheLastChunkStays)
+TEST(HttpChunk, LastAndInvalidChunksStay)
 {
     EXPECT_EQ(Move("0\r\n\r\n"), "0 < 0\r\n\r\n");
     EXPECT_EQ(Move("x"), "-1 < x");

@@ -34,7 +34,7 @@ std::string Ask(QZHttpClientPool* pool, const std::string& url)
     return BytesOf(response->GetContent());
 }
 
-/// Answers as many requests as it is asked for.
+/// A server script that answers `times` requests with this content.
 Script Answering(std::string content, int times)
 {
     return [=](Peer& peer) {
@@ -43,7 +43,7 @@ Script Answering(std::string content, int times)
     };
 }
 
-/// Keeps account of its clients.
+/// Counts the clients that it creates and recycles.
 class CountingPool : public QZHttpClientPool
 {
 public:
@@ -64,14 +64,14 @@ protected:
     }
 };
 
-/// Asks on a thread of its own and waits in the server until it may be answered.
-class Busy
+/// Sends a request on its own thread.
+class RequestThread
 {
 public:
-    Busy(QZHttpClientPool* pool, const std::string& url)
+    RequestThread(QZHttpClientPool* pool, const std::string& url)
         : m_thread([this, pool, url] { m_content = Ask(pool, url); })
     {}
-    /// Waits for the answer.
+    /// Waits for the response and returns its content.
     std::string Content()
     {
         m_thread.join();
@@ -83,7 +83,7 @@ private:
     std::thread m_thread;
 };
 
-/// A server side that holds its answers back.
+/// A server script that holds its responses back until `open` is set.
 struct Gate
 {
     std::atomic<int> asked = 0;
@@ -105,7 +105,7 @@ struct Gate
     }
 };
 
-TEST(HttpClientPool, UsesAConnectionAgain)
+TEST(HttpClientPool, ReusesAConnection)
 {
     ScriptedServer server({Answering("a", 3)});
     CountingPool pool;
@@ -117,12 +117,12 @@ TEST(HttpClientPool, UsesAConnectionAgain)
     EXPECT_EQ(pool.GetFailCount(), 0);
 }
 
-TEST(HttpClientPool, OpensASecondClientWhileTheFirstWorks)
+TEST(HttpClientPool, OpensASecondClientWhileTheFirstIsWorking)
 {
     Gate gate;
     ScriptedServer server({gate.Holding("a"), Answering("b", 2)});
     CountingPool pool;
-    Busy busy(&pool, server.Url("/"));
+    RequestThread busy(&pool, server.Url("/"));
     ASSERT_TRUE(gate.Asked(1));
     EXPECT_EQ(Ask(&pool, server.Url("/")), "b");
     EXPECT_EQ(pool.Count(), 2);
@@ -133,7 +133,7 @@ TEST(HttpClientPool, OpensASecondClientWhileTheFirstWorks)
     EXPECT_EQ(server.Connections(), 2);
 }
 
-TEST(HttpClientPool, KeepsServersApart)
+TEST(HttpClientPool, UsesADifferentClientForEachServer)
 {
     ScriptedServer first({Answering("a", 2)});
     ScriptedServer second({Answering("b", 2)});
@@ -146,7 +146,7 @@ TEST(HttpClientPool, KeepsServersApart)
     EXPECT_EQ(pool.Count(), 2);
 }
 
-TEST(HttpClientPool, ABareAddressGoesToTheHostHeader)
+TEST(HttpClientPool, UrlWithoutAHostIsSentToTheHostHeader)
 {
     std::string seen;
     ScriptedServer server({[&](Peer& peer) {
@@ -167,7 +167,7 @@ TEST(HttpClientPool, ABareAddressGoesToTheHostHeader)
     EXPECT_EQ(seen, "GET /path HTTP/1.1\r\nContent-Length: 0\r\nhost: " + host + "\r\n\r\n");
 }
 
-TEST(HttpClientPool, ARequestToNobodyIsNotResolved)
+TEST(HttpClientPool, RequestWithoutAHostIsNotResolved)
 {
     CountingPool pool;
     EXPECT_QZ_THROW(Ask(&pool, "/path"), QZHttpExceptionCode::NameNotResolved);
@@ -177,7 +177,7 @@ TEST(HttpClientPool, ARequestToNobodyIsNotResolved)
     EXPECT_EQ(pool.created, 0);
 }
 
-TEST(HttpClientPool, AClientThatCannotConnectIsGivenUp)
+TEST(HttpClientPool, ClientThatCannotConnectIsRecycled)
 {
     std::string url;
     {
@@ -192,7 +192,7 @@ TEST(HttpClientPool, AClientThatCannotConnectIsGivenUp)
     EXPECT_EQ(pool.GetFailCount(), 1);
 }
 
-TEST(HttpClientPool, AClientThatFailsIsClosed)
+TEST(HttpClientPool, ClientThatFailsIsRecycled)
 {
     const Pauses pauses;
     const Script silent = [](Peer& peer) { peer.Read(); };
@@ -220,7 +220,7 @@ TEST(HttpClientPool, CollectClosesIdleClientsOnly)
     Gate gate;
     ScriptedServer server({gate.Holding("a"), Answering("b", 1)});
     CountingPool pool;
-    Busy busy(&pool, server.Url("/"));
+    RequestThread busy(&pool, server.Url("/"));
     ASSERT_TRUE(gate.Asked(1));
     EXPECT_EQ(Ask(&pool, server.Url("/")), "b");
     pool.Collect();
@@ -233,12 +233,12 @@ TEST(HttpClientPool, CollectClosesIdleClientsOnly)
     EXPECT_EQ(pool.recycled, 2);
 }
 
-TEST(HttpClientPool, CloseAllLetsARequestEnd)
+TEST(HttpClientPool, CloseAllLetsAPendingRequestFinish)
 {
     Gate gate;
     ScriptedServer server({gate.Holding("a"), Answering("b", 1), Answering("c", 1)});
     CountingPool pool;
-    Busy busy(&pool, server.Url("/"));
+    RequestThread busy(&pool, server.Url("/"));
     ASSERT_TRUE(gate.Asked(1));
     EXPECT_EQ(Ask(&pool, server.Url("/")), "b");
     pool.CloseAll();
@@ -251,7 +251,7 @@ TEST(HttpClientPool, CloseAllLetsARequestEnd)
     EXPECT_EQ(pool.created, 3);
 }
 
-TEST(HttpClientPool, TimeOutHoldsForPresentAndLaterClients)
+TEST(HttpClientPool, TimeoutAppliesToExistingAndLaterClients)
 {
     const Pauses pauses;
     const Script silent = [](Peer& peer) { peer.WaitForEnd(); };
@@ -290,7 +290,7 @@ TEST(HttpClientPool, ServesManyThreads)
     EXPECT_EQ(pool.GetFailCount(), 0);
 }
 
-/// A client whose requests need no server.
+/// A client that returns the path of its request as content, without a server.
 class EchoClient : public QZHttpClient
 {
 public:
@@ -311,12 +311,12 @@ protected:
     QZHttpClient* CreateClient() override { return new EchoClient(); }
 };
 
-TEST(HttpClientPool, OnlyTheEndOfARequestMakesAClientIdleAgain)
+TEST(HttpClientPool, ClientIsIdleOnlyAfterItsOwnRequestEnds)
 {
     EchoPool pool;
     EXPECT_EQ(Ask(&pool, "http://127.0.0.1/x"), "/x");
     EXPECT_EQ(pool.Count(), 1);
-    // Taken from the list it is marked as working, and this client's Request does not take the mark off.
+    // The pool marks the client as working when it takes it. This client's Request does not clear the mark.
     EXPECT_EQ(Ask(&pool, "http://127.0.0.1/y"), "/y");
     EXPECT_EQ(pool.Count(), 1);
     EXPECT_EQ(Ask(&pool, "http://127.0.0.1/z"), "/z");

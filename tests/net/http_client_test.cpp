@@ -30,8 +30,8 @@ void Connect(QZHttpClient* client, const ScriptedServer& server)
     client->Connect(&address, server.Port());
 }
 
-/// Status, headers and content.
-std::string Told(QZHttpResponse* response)
+/// Status, headers and content, with "/" between them.
+std::string Summary(QZHttpResponse* response)
 {
     return Utf8(response->GetStatus()) + "/" + HeadersOf(response->GetHeaders()) + "/" +
            BytesOf(response->GetContent());
@@ -41,14 +41,15 @@ std::string Ask(QZHttpClient* client)
 {
     const auto request = NewRequest();
     QZHttpResponse* response = client->Request(request.Get());
-    std::string told = Told(response);
+    std::string result = Summary(response);
     client->Recycle(&response);
     EXPECT_EQ(response, nullptr);
-    return told;
+    return result;
 }
 
-/// What a client makes of the answer of a server that then waits for the client to close.
-std::string Answered(std::string_view bytes, std::size_t pieces = std::string::npos)
+/// Sends these bytes as a response, in pieces, and returns what the client reads. The server keeps the
+/// connection open.
+std::string ReadResponse(std::string_view bytes, std::size_t pieces = std::string::npos)
 {
     const Pauses pauses;
     ScriptedServer server({[=](Peer& peer) {
@@ -56,15 +57,15 @@ std::string Answered(std::string_view bytes, std::size_t pieces = std::string::n
         peer.SendPieces(bytes, pieces);
         peer.WaitForEnd();
     }});
-    std::string told;
+    std::string result;
     {
         QZHttpClient client;
         Connect(&client, server);
-        told = Ask(&client);
+        result = Ask(&client);
         EXPECT_EQ(client.GetFailCount(), 0);
     }
     EXPECT_EQ(server.Connections(), 1);
-    return told;
+    return result;
 }
 
 Script Answering(std::string response)
@@ -72,7 +73,7 @@ Script Answering(std::string response)
     return [=](Peer& peer) { peer.Answer(response); };
 }
 
-TEST(HttpClient, IsUnconnectedBeforeConnect)
+TEST(HttpClient, RequestBeforeConnectThrowsUnconnected)
 {
     QZHttpClient client;
     const auto request = NewRequest();
@@ -84,7 +85,7 @@ TEST(HttpClient, IsUnconnectedBeforeConnect)
     EXPECT_EQ(client.GetFailCount(), 0);
 }
 
-TEST(HttpClient, StatusBitsAreTheSameOnTheWire)
+TEST(HttpClient, StatusBitsHaveTheirValues)
 {
     EXPECT_EQ(QZHttpClientStatus::InitializationCompleted, 1);
     EXPECT_EQ(QZHttpClientStatus::Connected, 2);
@@ -110,7 +111,7 @@ TEST(HttpClient, SendsTheRequestAndReceivesByLength)
         request->SetUrl(Str("/p?q=1"));
         request->SetContent("abc", 3);
         const Held<QZHttpResponse> response(client.Request(request.Get()));
-        EXPECT_EQ(Told(response.Get()), "404 Not Found /X: y|Content-Length: 4/body");
+        EXPECT_EQ(Summary(response.Get()), "404 Not Found /X: y|Content-Length: 4/body");
         EXPECT_EQ(CookiesOf(response->GetCookies()), "a=b path= domain= expires=");
         EXPECT_FALSE(client.IsWorking());
     }
@@ -118,41 +119,42 @@ TEST(HttpClient, SendsTheRequestAndReceivesByLength)
     EXPECT_EQ(seen, "POST /p?q=1 HTTP/1.1\r\nContent-Length: 3\r\n\r\nabc");
 }
 
-TEST(HttpClient, HeadAndContentMayComeInAnyPieces)
+TEST(HttpClient, HeadAndContentMayArriveInAnyPieces)
 {
     const std::string answer = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n0123456789";
     for (std::size_t size : {1u, 3u, 41u, 1000u})
-        EXPECT_EQ(Answered(answer, size), "200 OK /Content-Length: 10/0123456789") << size;
+        EXPECT_EQ(ReadResponse(answer, size), "200 OK /Content-Length: 10/0123456789") << size;
 }
 
 TEST(HttpClient, ReceivesLargeContent)
 {
     std::string content(3000000, 'x');
     for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>('a' + i % 23);
-    const std::string told = Answered("HTTP/1.1 200 OK\r\nContent-Length: 3000000\r\n\r\n" + content);
-    EXPECT_TRUE(told == "200 OK /Content-Length: 3000000/" + content) << told.size();
+    const std::string result = ReadResponse("HTTP/1.1 200 OK\r\nContent-Length: 3000000\r\n\r\n" + content);
+    EXPECT_TRUE(result == "200 OK /Content-Length: 3000000/" + content) << result.size();
 }
 
-TEST(HttpClient, ALengthOfZeroEndsAtTheHead)
+TEST(HttpClient, ContentLengthZeroEndsAfterTheHead)
 {
-    EXPECT_EQ(Answered("HTTP/1.1 204 No Content\r\nContent-Length: 0\r\n\r\n"),
+    EXPECT_EQ(ReadResponse("HTTP/1.1 204 No Content\r\nContent-Length: 0\r\n\r\n"),
               "204 No Content /Content-Length: 0/");
 }
 
-TEST(HttpClient, WithoutLengthAndChunksTheHeadIsTheEnd)
+TEST(HttpClient, ResponseWithoutLengthOrChunksEndsAfterTheHead)
 {
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nX: y\r\n\r\n"), "200 OK /X: y/");
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\n\r\nwhat came along"), "200 OK //what came along");
-    // A name in another case is not looked at, and neither is one that is no header.
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\ncontent-length: 9\r\n\r\nab"), "200 OK /content-length: 9/ab");
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\n\r\nContent-Length: 9"), "200 OK //Content-Length: 9");
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nX: y\r\n\r\n"), "200 OK /X: y/");
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\n\r\nwhat came along"), "200 OK //what came along");
+    // The name is compared with case, and only in the head.
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\ncontent-length: 9\r\n\r\nab"), "200 OK /content-length: 9/ab");
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\n\r\nContent-Length: 9"), "200 OK //Content-Length: 9");
 }
 
-TEST(HttpClient, BytesBehindTheTotalLandInTheContent)
+TEST(HttpClient, BytesAfterTheLengthAreAddedToTheContent)
 {
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nokHTTP/1.1"),
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nokHTTP/1.1"),
               "200 OK /Content-Length: 2/okHTTP/1.1");
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nContent-Length: -7\r\n\r\nok"), "200 OK /Content-Length: -7/ok");
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nContent-Length: -7\r\n\r\nok"),
+              "200 OK /Content-Length: -7/ok");
 }
 
 TEST(HttpClient, ChunksAreJoined)
@@ -161,14 +163,14 @@ TEST(HttpClient, ChunksAreJoined)
         "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
         "3\r\nabc\r\nA\r\n0123456789\r\n1\r\n!\r\n0\r\n\r\n";
     for (std::size_t size : {1u, 2u, 5u, 50u, 1000u})
-        EXPECT_EQ(Answered(answer, size),
+        EXPECT_EQ(ReadResponse(answer, size),
                   "200 OK /Transfer-Encoding: chunked|Content-Length: 14/abc0123456789!")
             << size;
 }
 
-TEST(HttpClient, TheLastChunkEndsWithoutItsEmptyLine)
+TEST(HttpClient, LastChunkNeedsNoEmptyLine)
 {
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nTransfer-Encoding: Chunked\r\n\r\n0\r\n"),
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nTransfer-Encoding: Chunked\r\n\r\n0\r\n"),
               "200 OK /Transfer-Encoding: Chunked|Content-Length: 0/");
 }
 
@@ -182,20 +184,20 @@ TEST(HttpClient, ReceivesManyChunks)
         answer += "10000\r\n" + chunk + "\r\n";
         content += chunk;
     }
-    const std::string told = Answered(answer + "0\r\n\r\n");
-    EXPECT_TRUE(told == "200 OK /Transfer-Encoding: chunked|Content-Length: 3932160/" + content)
-        << told.size();
+    const std::string result = ReadResponse(answer + "0\r\n\r\n");
+    EXPECT_TRUE(result == "200 OK /Transfer-Encoding: chunked|Content-Length: 3932160/" + content)
+        << result.size();
 }
 
-TEST(HttpClient, OtherTransferEncodingsAreNotChunks)
+TEST(HttpClient, OtherTransferEncodingsAreNotDecoded)
 {
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\nContent-Length: 3\r\n\r\nabc"),
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\nContent-Length: 3\r\n\r\nabc"),
               "200 OK /Transfer-Encoding: gzip|Content-Length: 3/abc");
-    EXPECT_EQ(Answered("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\n\r\nabc"),
+    EXPECT_EQ(ReadResponse("HTTP/1.1 200 OK\r\nTransfer-Encoding: gzip\r\n\r\nabc"),
               "200 OK /Transfer-Encoding: gzip/abc");
 }
 
-TEST(HttpClient, AMisplacedTransferEncodingIsAFailure)
+TEST(HttpClient, TransferEncodingInsideAnotherHeaderThrows)
 {
     const Pauses pauses;
     const Script script = Answering("HTTP/1.1 200 OK\r\nX: Transfer-Encoding\r\nContent-Length: 0\r\n\r\n");
@@ -219,7 +221,7 @@ TEST(HttpClient, ServesManyRequestsOverOneConnection)
     EXPECT_EQ(server.Connections(), 1);
 }
 
-TEST(HttpClient, TriesAgainOverANewConnection)
+TEST(HttpClient, RetriesOverANewConnection)
 {
     const Pauses pauses;
     std::string first;
@@ -242,7 +244,7 @@ TEST(HttpClient, TriesAgainOverANewConnection)
     EXPECT_EQ(second, "GET / HTTP/1.1\r\nContent-Length: 0\r\n\r\n");
 }
 
-TEST(HttpClient, AStreamThatEndsEarlyIsTriedAgain)
+TEST(HttpClient, TruncatedResponseIsRetried)
 {
     const Pauses pauses;
     for (const char* part :
@@ -259,7 +261,7 @@ TEST(HttpClient, AStreamThatEndsEarlyIsTriedAgain)
     }
 }
 
-TEST(HttpClient, GivesUpAfterFourTries)
+TEST(HttpClient, ThrowsAfterFourAttempts)
 {
     const Pauses pauses(11, 13, 17);
     const Script silent = [](Peer& peer) { peer.Read(); };
@@ -278,19 +280,19 @@ TEST(HttpClient, GivesUpAfterFourTries)
     EXPECT_EQ(client.GetFailCount(), 4);
     EXPECT_EQ(server.Connections(), 4);
     EXPECT_FALSE(client.IsWorking());
-    // The next request opens a connection by itself.
+    // The next request opens a new connection.
     EXPECT_EQ(Ask(&client), "200 OK /Content-Length: 2/ok");
     EXPECT_EQ(server.Connections(), 5);
 }
 
-TEST(HttpClient, PausesAreOneThreeAndFiveSeconds)
+TEST(HttpClient, RetryPausesAreOneThreeAndFiveSeconds)
 {
     EXPECT_EQ(http::g_retryPauses[0], 1000);
     EXPECT_EQ(http::g_retryPauses[1], 3000);
     EXPECT_EQ(http::g_retryPauses[2], 5000);
 }
 
-TEST(HttpClient, TellsTheRoadOfAFailure)
+TEST(HttpClient, FailureNamesItsFrames)
 {
     const Pauses pauses;
     ScriptedServer server({});
@@ -304,21 +306,21 @@ TEST(HttpClient, TellsTheRoadOfAFailure)
     EXPECT_NE(thrown.stackTrace.find("QZHttpClient::Request(QZHttpRequest*)"), std::string::npos);
 }
 
-TEST(HttpClient, ASilentServerIsATimeOut)
+TEST(HttpClient, SilentServerTimesOut)
 {
     const Pauses pauses;
     const Script silent = [](Peer& peer) { peer.WaitForEnd(); };
     ScriptedServer server({silent, silent, silent, silent});
     QZHttpClient client;
     Connect(&client, server);
-    // Holds for the open connection and for those of the retries.
+    // The timeout applies to the open connection and to those of the retries.
     client.SetTimeout(50);
     const auto request = NewRequest();
     EXPECT_QZ_THROW(client.Request(request.Get()), QZSocketExceptionCode::SocketErrorTimeout);
     EXPECT_EQ(client.GetFailCount(), 4);
 }
 
-TEST(HttpClient, ConnectFailsWhereNobodyListens)
+TEST(HttpClient, ConnectToAClosedPortThrows)
 {
     const Pauses pauses;
     QZUInt16 port = 0;
@@ -335,7 +337,7 @@ TEST(HttpClient, ConnectFailsWhereNobodyListens)
     EXPECT_EQ(client.GetFailCount(), 0);
 }
 
-TEST(HttpClient, AFailedReconnectBeforeTheFirstTryIsNoTry)
+TEST(HttpClient, FailedReconnectBeforeTheFirstAttemptIsNotCounted)
 {
     const Pauses pauses;
     QZHttpClient client;
@@ -345,15 +347,15 @@ TEST(HttpClient, AFailedReconnectBeforeTheFirstTryIsNoTry)
         server.Stop();
     }
     const auto request = NewRequest();
-    // The open connection fails, and so do all that are to replace it.
+    // The open connection fails, and so do the three reconnects.
     EXPECT_QZ_THROW(client.Request(request.Get()), QZSocketExceptionCode::SocketConnectFailed);
     EXPECT_EQ(client.GetFailCount(), 4);
-    // From here on there is none, and its absence is no try.
+    // Now the client has no connection. The reconnect before the first attempt fails and is not counted.
     EXPECT_QZ_THROW(client.Request(request.Get()), QZSocketExceptionCode::SocketConnectFailed);
     EXPECT_EQ(client.GetFailCount(), 4);
 }
 
-TEST(HttpClient, ConnectTakesAnotherServer)
+TEST(HttpClient, ConnectReplacesTheServer)
 {
     ScriptedServer first({Answering(kOk)});
     ScriptedServer second({Answering("HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n2")});
@@ -364,7 +366,7 @@ TEST(HttpClient, ConnectTakesAnotherServer)
     EXPECT_EQ(Ask(&client), "200 OK /Content-Length: 1/2");
 }
 
-TEST(HttpClient, IsWorkingWhileARequestIsUnderWay)
+TEST(HttpClient, IsWorkingDuringARequest)
 {
     std::atomic<bool> asked = false;
     std::atomic<bool> answer = false;
@@ -379,7 +381,7 @@ TEST(HttpClient, IsWorkingWhileARequestIsUnderWay)
     std::thread asking([&] { EXPECT_EQ(Ask(&client), "200 OK /Content-Length: 2/ok"); });
     EXPECT_TRUE(qztest::Eventually([&] { return asked.load(); }));
     EXPECT_TRUE(client.IsWorking());
-    // A time limit does not wait for the request.
+    // SetTimeout does not wait for the request.
     client.SetTimeout(20000);
     answer = true;
     asking.join();
@@ -388,7 +390,7 @@ TEST(HttpClient, IsWorkingWhileARequestIsUnderWay)
     EXPECT_TRUE(client.IsWorking());
 }
 
-/// Counts what a derived client may take over.
+/// Counts the calls that a derived client may override.
 class CountingClient : public QZHttpClient
 {
 public:
@@ -409,7 +411,7 @@ protected:
     }
 };
 
-TEST(HttpClient, DerivedClientsMakeAndTakeTheSockets)
+TEST(HttpClient, DerivedClientCreatesAndRecyclesTheSockets)
 {
     const Pauses pauses;
     ScriptedServer server({Answering(""), Answering(kOk)});
@@ -420,7 +422,7 @@ TEST(HttpClient, DerivedClientsMakeAndTakeTheSockets)
     EXPECT_EQ(client.recycled, 1);
 }
 
-// ---- The plain front
+// ---- QZHttp
 
 std::string AddressOf(std::string_view name)
 {
@@ -437,13 +439,13 @@ TEST(Http, ResolvesNames)
 {
     EXPECT_EQ(AddressOf("127.0.0.1"), "127.0.0.1 0");
     EXPECT_EQ(AddressOf("127.1.2.3"), "127.1.2.3 0");
-    // Without a look-up.
+    // "localhost" needs no look-up, which would fail here.
     Hooks hooks;
     hooks.Fail(os::Op::System, 11001, 1, true);
     EXPECT_EQ(AddressOf("LocalHost"), "127.0.0.1 0");
 }
 
-TEST(Http, NamesThatAreNotResolvedAreFailures)
+TEST(Http, UnresolvedNamesThrow)
 {
     {
         Hooks hooks;
@@ -460,7 +462,7 @@ TEST(Http, NamesThatAreNotResolvedAreFailures)
     EXPECT_QZ_THROW(QZHttp::GetHostByName(nullptr), 545);
 }
 
-TEST(Http, RequestsOverAConnectionOfItsOwn)
+TEST(Http, RequestUsesItsOwnConnection)
 {
     std::string seen;
     std::string end = "not yet";
@@ -474,19 +476,19 @@ TEST(Http, RequestsOverAConnectionOfItsOwn)
     request->SetUrl(Str(server.Url("/a?b=c")));
     {
         const Held<QZHttpResponse> response(QZHttp::Request(request.Get(), 30000));
-        EXPECT_EQ(Told(response.Get()), "200 OK /Content-Length: 2/ok");
+        EXPECT_EQ(Summary(response.Get()), "200 OK /Content-Length: 2/ok");
     }
     request->SetUrl(Str("http://localhost:" + std::to_string(server.Port())));
     {
         const Held<QZHttpResponse> response(QZHttp::Request(request.Get()));
-        EXPECT_EQ(Told(response.Get()), "200 OK /Content-Length: 2/ok");
+        EXPECT_EQ(Summary(response.Get()), "200 OK /Content-Length: 2/ok");
     }
     server.Stop();
     EXPECT_EQ(seen, "GET /a?b=c HTTP/1.1\r\nContent-Length: 0\r\n\r\n");
     EXPECT_EQ(end, "");
 }
 
-TEST(Http, ARequestThatFailsTellsItsRoad)
+TEST(Http, FailedRequestNamesItsFrames)
 {
     const Pauses pauses;
     ScriptedServer server({});
@@ -499,7 +501,7 @@ TEST(Http, ARequestThatFailsTellsItsRoad)
     EXPECT_EQ(server.Connections(), 4);
 }
 
-TEST(Http, SendsAndReceivesOnABareHandle)
+TEST(Http, SendsAndReceivesOnASocketHandle)
 {
     std::string seen;
     ScriptedServer server({[&](Peer& peer) {

@@ -1,4 +1,4 @@
-// A server's connections: how pieces become requests, and which connections are free to go.
+// Connections of a server: how received pieces become requests, and which connections may be closed.
 
 #include <atomic>
 #include <limits>
@@ -22,7 +22,7 @@ namespace
 
 using qztest::Hooks;
 
-/// A connection out of the factory, given back at the end.
+/// A connection from the factory, recycled at the end of its scope.
 class Connection
 {
 public:
@@ -43,7 +43,7 @@ public:
         return m_connect->AppendRequestData(bytes.data(), offset, static_cast<long long>(bytes.size()),
                                             &m_request);
     }
-    /// Behind all that was appended with this form.
+    /// Appends after the bytes that this overload has appended so far.
     long long Append(std::string_view bytes)
     {
         const long long offset = m_end;
@@ -52,7 +52,7 @@ public:
     }
 
     QZHttpRequest* Request() const { return m_request; }
-    void Answered()
+    void RecycleRequest()
     {
         m_connect->Recycle(&m_request);
         m_end = 0;
@@ -78,7 +78,7 @@ std::string Head(std::size_t size)
     return head;
 }
 
-TEST(HttpConnection, TypesAndLimitsAreThoseOfTheInterface)
+TEST(HttpConnection, TypesAndLimitsHaveTheirValues)
 {
     Connection connect;
     EXPECT_EQ(connect->GetType(), 0x831001A);
@@ -89,7 +89,7 @@ TEST(HttpConnection, TypesAndLimitsAreThoseOfTheInterface)
     EXPECT_EQ(QZHttpConnectCollection::DefaultFreeConnectKeepAliveTime, 60000);
 }
 
-TEST(HttpConnection, AWholeRequestIsHandedOut)
+TEST(HttpConnection, CompleteRequestIsReturned)
 {
     Connection connect;
     EXPECT_EQ(connect.Append("GET /a?b=c HTTP/1.1\r\nHost: h\r\n\r\n"), 0);
@@ -98,7 +98,7 @@ TEST(HttpConnection, AWholeRequestIsHandedOut)
     EXPECT_EQ(connect->GetCache()->GetSize(), 0);
 }
 
-TEST(HttpConnection, ARequestByteByByteIsHandedOutWithItsLast)
+TEST(HttpConnection, RequestInSingleBytesIsReturnedWithTheLastByte)
 {
     const std::string_view text = "POST /p HTTP/1.1\r\nContent-Length: 3\r\n\r\nxyz";
     Connection connect;
@@ -112,7 +112,7 @@ TEST(HttpConnection, ARequestByteByByteIsHandedOutWithItsLast)
     EXPECT_EQ(connect.Content(), "xyz");
 }
 
-TEST(HttpConnection, PiecesThatComeOutOfOrderWaitForThoseBefore)
+TEST(HttpConnection, PiecesOutOfOrderAreJoined)
 {
     Connection connect;
     EXPECT_EQ(connect.Append("GET / HTTP/1.1\r\n", 0), 0);
@@ -124,7 +124,7 @@ TEST(HttpConnection, PiecesThatComeOutOfOrderWaitForThoseBefore)
     EXPECT_EQ(connect.Request()->GetHeaders()->Count(), 1);
 }
 
-TEST(HttpConnection, APlaceThatHasNotComeYetHoldsZeros)
+TEST(HttpConnection, MissingPiecesAreZeros)
 {
     Connection connect;
     EXPECT_EQ(connect.Append("GET ", 0), 0);
@@ -133,7 +133,7 @@ TEST(HttpConnection, APlaceThatHasNotComeYetHoldsZeros)
                  "47 45 54 20 00 00 7A 7A");
 }
 
-TEST(HttpConnection, PiecesOutsideOfAllPlacesAreRefused)
+TEST(HttpConnection, PiecesWithInvalidOffsetsThrow)
 {
     Connection connect;
     EXPECT_QZ_THROW(connect.Append("GET", -1), 256);
@@ -141,7 +141,7 @@ TEST(HttpConnection, PiecesOutsideOfAllPlacesAreRefused)
     EXPECT_EQ(connect->GetCacheSize(), 0);
 }
 
-TEST(HttpConnection, AFirstByteThatIsNoLetterGives512AndNothingIsParsed)
+TEST(HttpConnection, FirstByteThatIsNoLetterReturns512)
 {
     for (std::string_view first : {"0", "@", "[", "`", "{", " ", "\r\n", "\x16\x03\x01"})
     {
@@ -157,7 +157,7 @@ TEST(HttpConnection, AFirstByteThatIsNoLetterGives512AndNothingIsParsed)
     }
 }
 
-TEST(HttpConnection, ThePieceThatComesFirstMustBeginWithALetterWhereverItGoes)
+TEST(HttpConnection, FirstPieceReceivedMustBeginWithALetterAtAnyOffset)
 {
     Connection connect;
     EXPECT_EQ(connect.Append("1.1\r\n\r\n", 11), 512);
@@ -167,7 +167,7 @@ TEST(HttpConnection, ThePieceThatComesFirstMustBeginWithALetterWhereverItGoes)
     EXPECT_NE(letter.Request(), nullptr);
 }
 
-TEST(HttpConnection, AHeadOf4096BytesPassesAndOneMoreIsTooLarge)
+TEST(HttpConnection, HeadOf4096BytesIsAcceptedAnd4097IsTooLarge)
 {
     Connection fits;
     EXPECT_EQ(fits.Append(Head(4096) + "\r\n\r\n"), 0);
@@ -177,7 +177,7 @@ TEST(HttpConnection, AHeadOf4096BytesPassesAndOneMoreIsTooLarge)
     EXPECT_EQ(large.Request(), nullptr);
 }
 
-TEST(HttpConnection, AHeadWithoutAnEndIsTooLargeAsSoonAsTheLimitIsPassed)
+TEST(HttpConnection, UnfinishedHeadAboveTheLimitIsTooLarge)
 {
     Connection connect;
     EXPECT_EQ(connect.Append(Head(4096)), 0);
@@ -185,7 +185,7 @@ TEST(HttpConnection, AHeadWithoutAnEndIsTooLargeAsSoonAsTheLimitIsPassed)
     EXPECT_EQ(connect.Append("f"), 547);
 }
 
-TEST(HttpConnection, TheBodyIsWaitedFor)
+TEST(HttpConnection, RequestIsCompleteOnlyWithItsBody)
 {
     Connection connect;
     EXPECT_EQ(connect.Append("POST / HTTP/1.1\r\nContent-Length: 12\r\n\r\nhello world"), 0);
@@ -195,7 +195,7 @@ TEST(HttpConnection, TheBodyIsWaitedFor)
     EXPECT_EQ(connect.Content(), "hello world!");
 }
 
-TEST(HttpConnection, BytesBehindTheBodyGoWithIt)
+TEST(HttpConnection, BytesAfterTheBodyBelongToIt)
 {
     Connection connect;
     EXPECT_EQ(connect.Append("POST / HTTP/1.1\r\nContent-Length: 2\r\n\r\nabGET / HTTP/1.1\r\n\r\n"), 0);
@@ -203,7 +203,7 @@ TEST(HttpConnection, BytesBehindTheBodyGoWithIt)
     EXPECT_EQ(connect.Content(), "abGET / HTTP/1.1\r\n\r\n");
 }
 
-TEST(HttpConnection, TheWordsContentLengthInABodyAreTakenForTheHeader)
+TEST(HttpConnection, ContentLengthInABodyIsReadAsTheHeader)
 {
     Connection connect;
     EXPECT_EQ(connect.Append("POST / HTTP/1.1\r\n\r\nContent-Length: 99\r\n"), 0);
@@ -212,14 +212,14 @@ TEST(HttpConnection, TheWordsContentLengthInABodyAreTakenForTheHeader)
     EXPECT_NE(connect.Request(), nullptr);
 }
 
-TEST(HttpConnection, TheWordsCountInTheirOwnCaseOnly)
+TEST(HttpConnection, ContentLengthIsMatchedWithCase)
 {
     Connection connect;
     EXPECT_EQ(connect.Append("POST / HTTP/1.1\r\ncontent-length: 50\r\n\r\n"), 0);
     EXPECT_NE(connect.Request(), nullptr);
 }
 
-TEST(HttpConnection, BlanksInFrontOfTheLengthArePassedOver)
+TEST(HttpConnection, BlanksBeforeTheLengthAreSkipped)
 {
     Connection connect;
     EXPECT_EQ(connect.Append("POST / HTTP/1.1\r\nContent-Length   :  \t 4\r\n\r\nabc"), 0);
@@ -228,18 +228,18 @@ TEST(HttpConnection, BlanksInFrontOfTheLengthArePassedOver)
     EXPECT_NE(connect.Request(), nullptr);
 }
 
-TEST(HttpConnection, ALengthWithoutDigitsRaisesAndFreesTheConnection)
+TEST(HttpConnection, LengthWithoutDigitsThrowsAndUnlocksTheConnection)
 {
     Connection connect;
     EXPECT_QZ_THROW(connect.Append("POST / HTTP/1.1\r\nContent-Length: x\r\n\r\n"), 256);
-    // Another thread can have the connection now.
+    // Another thread can use the connection now.
     std::atomic<bool> free{false};
     std::thread other([&] { free = connect->GetCacheSize() > 0; });
     other.join();
     EXPECT_TRUE(free);
 }
 
-TEST(HttpConnection, ARequestThatCannotBeReadRaisesAndFreesTheConnection)
+TEST(HttpConnection, MalformedRequestThrowsAndUnlocksTheConnection)
 {
     Connection connect;
     EXPECT_QZ_THROW(connect.Append("GET\r\n\r\n"), 800);
@@ -248,7 +248,7 @@ TEST(HttpConnection, ARequestThatCannotBeReadRaisesAndFreesTheConnection)
     other.join();
 }
 
-TEST(HttpConnection, TheCacheStaysLockedUntilTheRequestIsBack)
+TEST(HttpConnection, ConnectionStaysLockedUntilTheRequestIsRecycled)
 {
     Connection connect;
     ASSERT_EQ(connect.Append("GET / HTTP/1.1\r\n\r\n"), 0);
@@ -260,13 +260,13 @@ TEST(HttpConnection, TheCacheStaysLockedUntilTheRequestIsBack)
     });
     os::Sleep(30);
     EXPECT_FALSE(through);
-    connect.Answered();
+    connect.RecycleRequest();
     EXPECT_EQ(connect.Request(), nullptr);
     other.join();
     EXPECT_TRUE(through);
 }
 
-TEST(HttpConnection, AForeignRequestIsLeftAlone)
+TEST(HttpConnection, RecycleIgnoresObjectsOfOthers)
 {
     Connection connect;
     QZHttpRequest* foreign = QZHttpFactory::CreateRequest();
@@ -286,18 +286,18 @@ TEST(HttpConnection, AForeignRequestIsLeftAlone)
     EXPECT_EQ(cache, nullptr);
 }
 
-TEST(HttpConnection, OneRequestObjectServesEveryMessage)
+TEST(HttpConnection, RequestObjectIsReused)
 {
     Connection connect;
     ASSERT_EQ(connect.Append("GET /1 HTTP/1.1\r\n\r\n"), 0);
     QZHttpRequest* first = connect.Request();
-    connect.Answered();
+    connect.RecycleRequest();
     ASSERT_EQ(connect.Append("GET /2 HTTP/1.1\r\n\r\n"), 0);
     EXPECT_EQ(connect.Request(), first);
     EXPECT_QZ_TEXT(connect.Request()->GetUrl()->GetPath(), "/2");
 }
 
-TEST(HttpConnection, ALargeBodyComesTogetherFromItsPieces)
+TEST(HttpConnection, LargeBodyIsJoinedFromItsPieces)
 {
     constexpr std::size_t kSize = 30 << 20;
     constexpr std::size_t kPiece = 131072;
@@ -314,7 +314,7 @@ TEST(HttpConnection, ALargeBodyComesTogetherFromItsPieces)
     EXPECT_TRUE(connect.Content() == body);
 }
 
-TEST(HttpConnection, TheReceiveBlockHasThePlatformsLayout)
+TEST(HttpConnection, ReceiveBlockHasThePlatformsLayout)
 {
     Connection connect;
     auto* block = static_cast<os::PortBlock*>(connect->GetHandle());
@@ -330,7 +330,7 @@ TEST(HttpConnection, TheReceiveBlockHasThePlatformsLayout)
     EXPECT_EQ(block->Buffer, block->Data);
 }
 
-TEST(HttpConnection, ACompleteRequestStartsTheBlocksPlacesAnew)
+TEST(HttpConnection, CompleteRequestResetsTheOffsetsOfTheBlock)
 {
     Connection connect;
     auto* block = static_cast<os::PortBlock*>(connect->GetHandle());
@@ -341,7 +341,7 @@ TEST(HttpConnection, ACompleteRequestStartsTheBlocksPlacesAnew)
     EXPECT_EQ(block->Offset, 0u);
 }
 
-TEST(HttpConnection, ClientIdAndAddressGoToTheRequestToo)
+TEST(HttpConnection, RequestHasTheClientIdAndAddress)
 {
     Connection connect;
     connect->SetClientID(4711);
@@ -355,7 +355,7 @@ TEST(HttpConnection, ClientIdAndAddressGoToTheRequestToo)
     EXPECT_EQ(connect.Request()->GetClientIP()->GetThePort(), 0x5000);
 }
 
-TEST(HttpConnection, UsesAreCountedAndNeverBelowZero)
+TEST(HttpConnection, UseCountNeverDropsBelowZero)
 {
     Connection connect;
     EXPECT_TRUE(connect->IsUseComplete());
@@ -369,7 +369,7 @@ TEST(HttpConnection, UsesAreCountedAndNeverBelowZero)
     EXPECT_TRUE(connect->IsUseComplete());
 }
 
-TEST(HttpConnection, PlacesInTheCacheAreFound)
+TEST(HttpConnection, FindFromRequestReturnsThePosition)
 {
     Connection connect;
     ASSERT_EQ(connect.Append("GET /needle"), 0);
@@ -377,7 +377,7 @@ TEST(HttpConnection, PlacesInTheCacheAreFound)
     EXPECT_EQ(connect->FindFromRequest("thread", 6), -1);
 }
 
-TEST(HttpConnection, ALockedConnectionIsNotTakenBack)
+TEST(HttpConnection, LockedConnectionIsRefused)
 {
     QZHttpConnect* connect = QZHttpFactory::CreateConnect();
     connect->SetDisposable(1, 0);
@@ -388,7 +388,7 @@ TEST(HttpConnection, ALockedConnectionIsNotTakenBack)
     EXPECT_EQ(connect, nullptr);
 }
 
-TEST(HttpConnection, AConnectionThatCameBackIsEmpty)
+TEST(HttpConnection, RecycledConnectionIsReusedEmpty)
 {
     QZHttpConnect* connect = QZHttpFactory::CreateConnect();
     QZHttpConnect* first = connect;
@@ -407,7 +407,7 @@ TEST(HttpConnection, AConnectionThatCameBackIsEmpty)
 
 // ---- The collection
 
-/// A list with connections of the ids 1, 2, 3 ...
+/// A list of connections, with the clock under control of the test.
 class ConnectionList : public testing::Test
 {
 protected:
@@ -433,7 +433,7 @@ protected:
 
     void Later(QZInt64 milliseconds) { m_hooks.SetClock(kStart + milliseconds); }
 
-    /// The id of what PopFreeConnect takes, 0 for none.
+    /// Returns the id of the connection that PopFreeConnect removes, 0 for none, and recycles the connection.
     long long Pop(unsigned char checkTime = 1)
     {
         QZHttpConnect* connect = m_list.PopFreeConnect(checkTime);
@@ -455,7 +455,7 @@ protected:
     QZHttpConnectCollection m_list;
 };
 
-TEST_F(ConnectionList, TakesInAtTheTailAndOutAtTheHead)
+TEST_F(ConnectionList, EnQueueAppendsAndDeQueueTakesTheFirst)
 {
     QZHttpConnect* first = Add(1);
     QZHttpConnect* second = Add(2);
@@ -469,7 +469,7 @@ TEST_F(ConnectionList, TakesInAtTheTailAndOutAtTheHead)
     EXPECT_EQ(m_list.Count(), 1);
 }
 
-TEST_F(ConnectionList, AnEmptyListGivesNull)
+TEST_F(ConnectionList, EmptyListReturnsNull)
 {
     EXPECT_EQ(m_list.DeQueue(), nullptr);
     EXPECT_EQ(m_list.PopFreeConnect(0), nullptr);
@@ -477,7 +477,7 @@ TEST_F(ConnectionList, AnEmptyListGivesNull)
     EXPECT_EQ(m_list.RemoveByClientID(1), nullptr);
 }
 
-TEST_F(ConnectionList, AnIdThatIsListedIsRefused)
+TEST_F(ConnectionList, DuplicateIdIsRefused)
 {
     Add(1);
     QZHttpConnect* twin = QZHttpFactory::CreateConnect();
@@ -485,12 +485,12 @@ TEST_F(ConnectionList, AnIdThatIsListedIsRefused)
     EXPECT_EQ(m_list.EnQueue(twin), 0);
     EXPECT_EQ(m_list.Count(), 1);
     QZHttpFactory::Recycle(&twin);
-    // The list can still be had by others.
+    // The list is not left locked.
     std::thread other([&] { EXPECT_EQ(m_list.IsExists(1), 1); });
     other.join();
 }
 
-TEST_F(ConnectionList, FindsEachOfManyByItsId)
+TEST_F(ConnectionList, FindsEachOfManyById)
 {
     for (long long id = 64; id <= 64000; id += 64) Add(id);
     for (long long id = 16; id <= 64000; id += 16) ASSERT_EQ(m_list.IsExists(id), id % 64 == 0) << id;
@@ -503,7 +503,7 @@ TEST_F(ConnectionList, FindsEachOfManyByItsId)
     for (long long id = 64; id <= 64000; id += 64) ASSERT_EQ(m_list.IsExists(id), id % 128 != 0) << id;
 }
 
-TEST_F(ConnectionList, AnIdThatChangesInTheListIsTheOneThatCounts)
+TEST_F(ConnectionList, ConnectionIsFoundByAnIdChangedInTheList)
 {
     QZHttpConnect* connect = Add(1);
     connect->SetClientID(5);
@@ -514,7 +514,7 @@ TEST_F(ConnectionList, AnIdThatChangesInTheListIsTheOneThatCounts)
     QZHttpFactory::Recycle(&connect);
 }
 
-TEST_F(ConnectionList, FindsByIdAndMarksTheUse)
+TEST_F(ConnectionList, GetByClientIDMarksTheConnectionInUse)
 {
     Add(1);
     QZHttpConnect* connect = Add(2);
@@ -528,7 +528,7 @@ TEST_F(ConnectionList, FindsByIdAndMarksTheUse)
     EXPECT_TRUE(connect->IsUseComplete());
 }
 
-TEST_F(ConnectionList, TakesOutByIdAndByObject)
+TEST_F(ConnectionList, RemovesByIdAndByObject)
 {
     QZHttpConnect* first = Add(1);
     QZHttpConnect* second = Add(2);
@@ -541,7 +541,7 @@ TEST_F(ConnectionList, TakesOutByIdAndByObject)
     QZHttpFactory::Recycle(&second);
 }
 
-TEST_F(ConnectionList, AnIdleConnectionMayGoAfterItsTime)
+TEST_F(ConnectionList, IdleConnectionIsFreeAfter60Seconds)
 {
     QZHttpConnect* connect = Add(1);
     Send(connect, "GET / HTTP/1.1\r\n\r\n");
@@ -552,7 +552,7 @@ TEST_F(ConnectionList, AnIdleConnectionMayGoAfterItsTime)
     EXPECT_EQ(m_list.Count(), 0);
 }
 
-TEST_F(ConnectionList, WithoutTheTimeAnyIdleConnectionMayGo)
+TEST_F(ConnectionList, EveryIdleConnectionIsFreeWithoutTheTimeCheck)
 {
     Add(1);
     QZHttpConnect* busy = Add(2);
@@ -561,7 +561,7 @@ TEST_F(ConnectionList, WithoutTheTimeAnyIdleConnectionMayGo)
     EXPECT_EQ(Pop(0), 0);
 }
 
-TEST_F(ConnectionList, TheOneNearestTheTailGoesFirst)
+TEST_F(ConnectionList, LastFreeConnectionIsReturnedFirst)
 {
     Add(1);
     Add(2);
@@ -569,7 +569,7 @@ TEST_F(ConnectionList, TheOneNearestTheTailGoesFirst)
     EXPECT_EQ(Pop(0), 1);
 }
 
-TEST_F(ConnectionList, AUsedConnectionStays)
+TEST_F(ConnectionList, ConnectionInUseIsNotFree)
 {
     QZHttpConnect* connect = Add(1);
     Send(connect, "GET / HTTP/1.1\r\n\r\n");
@@ -578,7 +578,7 @@ TEST_F(ConnectionList, AUsedConnectionStays)
     EXPECT_EQ(Pop(), 0);
 }
 
-TEST_F(ConnectionList, AHeadThatIsNeverFinishedEndsItsConnectionInUseOrNot)
+TEST_F(ConnectionList, UnfinishedHeadFreesTheConnectionEvenInUse)
 {
     QZHttpConnect* connect = Add(1);
     Later(1000);
@@ -590,7 +590,7 @@ TEST_F(ConnectionList, AHeadThatIsNeverFinishedEndsItsConnectionInUseOrNot)
     EXPECT_EQ(Pop(), 1);
 }
 
-TEST_F(ConnectionList, ABodyThatIsSlowDoesNot)
+TEST_F(ConnectionList, UnfinishedBodyDoesNotFreeAConnectionInUse)
 {
     QZHttpConnect* connect = Add(1);
     Send(connect, "POST / HTTP/1.1\r\nContent-Length: 10\r\n\r\nabc");
@@ -599,7 +599,7 @@ TEST_F(ConnectionList, ABodyThatIsSlowDoesNot)
     EXPECT_EQ(Pop(), 0);
 }
 
-TEST_F(ConnectionList, AClientThatNeverSentAnythingGoesInUseOrNot)
+TEST_F(ConnectionList, SilentClientFreesTheConnectionEvenInUse)
 {
     QZHttpConnect* connect = Add(1);
     connect->InUse();
@@ -609,7 +609,7 @@ TEST_F(ConnectionList, AClientThatNeverSentAnythingGoesInUseOrNot)
     EXPECT_EQ(Pop(), 1);
 }
 
-TEST_F(ConnectionList, EachSignOfLifeStartsTheTimeAnew)
+TEST_F(ConnectionList, EachUseRestartsTheTime)
 {
     QZHttpConnect* connect = Add(1);
     Send(connect, "GET / HTTP/1.1\r\n\r\n");

@@ -1,4 +1,4 @@
-// A server when the platform fails it.
+// A server whose system calls fail.
 
 #include "net/http_engine_fixture.h"
 
@@ -13,7 +13,7 @@ using qztest::RawClient;
 using qztest::Reports;
 using qztest::TestServer;
 
-/// Fails the n-th operation of a kind on this thread, or on any but this one.
+/// Fails the n-th operation of a kind, counted on this thread or on all other threads.
 class FailAnywhere
 {
 public:
@@ -48,28 +48,28 @@ private:
     std::thread::id m_thread = std::this_thread::get_id();
 };
 
-std::string FailureOfMaking(os::Op operation, int n)
+std::string FailureOfConstruction(os::Op operation, int n)
 {
     Reports reports;
     FailAnywhere fail(operation, 10024, n, false);
     return qztest::Catch([&] { TestServer server(&reports); }).message;
 }
 
-TEST_F(HttpEngine, AnEngineThatCannotBeMadeSaysWhyAndLeavesNothing)
+TEST_F(HttpEngine, FailedConstructionThrowsItsReason)
 {
-    EXPECT_EQ(FailureOfMaking(os::Op::Socket, 1).substr(0, 30), "Create of listen socket failed");
-    EXPECT_EQ(FailureOfMaking(os::Op::Socket, 2).substr(0, 15), "WSAIoctl failed");
-    EXPECT_EQ(FailureOfMaking(os::Op::Port, 1).substr(0, 29), "CreateIoCompletionPort failed");
-    EXPECT_EQ(FailureOfMaking(os::Op::ThreadCreate, 1).substr(0, 28), "Create of work thread failed");
-    EXPECT_EQ(FailureOfMaking(os::Op::ThreadCreate, 2).substr(0, 28), "Create of work thread failed");
+    EXPECT_EQ(FailureOfConstruction(os::Op::Socket, 1).substr(0, 30), "Create of listen socket failed");
+    EXPECT_EQ(FailureOfConstruction(os::Op::Socket, 2).substr(0, 15), "WSAIoctl failed");
+    EXPECT_EQ(FailureOfConstruction(os::Op::Port, 1).substr(0, 29), "CreateIoCompletionPort failed");
+    EXPECT_EQ(FailureOfConstruction(os::Op::ThreadCreate, 1).substr(0, 28), "Create of work thread failed");
+    EXPECT_EQ(FailureOfConstruction(os::Op::ThreadCreate, 2).substr(0, 28), "Create of work thread failed");
 }
 
-TEST_F(HttpEngine, AnAcceptThatFailsIsReportedAndTheServerGoesOn)
+TEST_F(HttpEngine, FailedAcceptIsReportedAndTheServerContinues)
 {
     TestServer& server = Run();
     auto first = std::make_unique<RawClient>(PortNumber());
     ASSERT_EQ(BodyOf(first->Ask(Get("/1"))), "GET /1 0");
-    // The accept that waits has passed the gate already, the one after it fails.
+    // The waiting accept has passed the gate already, so the next one fails.
     FailAnywhere fail(os::Op::Socket, 10024, 1);
     RawClient second(server.GetPort());
     RawClient third(server.GetPort());
@@ -78,7 +78,7 @@ TEST_F(HttpEngine, AnAcceptThatFailsIsReportedAndTheServerGoesOn)
     EXPECT_TRUE(Eventually([&] { return m_reports.Has("QZHttpServerEngine accept failed"); }));
 }
 
-TEST_F(HttpEngine, ASocketThatThePortRefusesIsClosedAndReported)
+TEST_F(HttpEngine, SocketRefusedByThePortIsClosedAndReported)
 {
     TestServer& server = Run();
     FailAnywhere fail(os::Op::Port, 10055, 1);
@@ -90,7 +90,7 @@ TEST_F(HttpEngine, ASocketThatThePortRefusesIsClosedAndReported)
     EXPECT_EQ(BodyOf(next.Ask(Get("/"))), "GET / 0");
 }
 
-TEST_F(HttpEngine, AReceiveThatFailsEndsItsConnection)
+TEST_F(HttpEngine, ClosedClientEndsItsConnectionOnly)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());

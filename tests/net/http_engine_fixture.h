@@ -1,7 +1,7 @@
 #ifndef QZLIB_TESTS_NET_HTTP_ENGINE_FIXTURE_H
 #define QZLIB_TESTS_NET_HTTP_ENGINE_FIXTURE_H
 
-/// A running server on the loopback, and requests for it.
+/// A running server on the loopback interface, and requests for it.
 
 #include <filesystem>
 #include <fstream>
@@ -36,14 +36,14 @@ inline std::string Head(std::size_t size)
     return head;
 }
 
-/// More than the system keeps for a client that does not read.
+/// A page whose content at /endless is larger than the system's send buffers for a client that does not read.
 inline QZHttpResponse* EndlessOrSmall(QZHttpRequest* request)
 {
     static const std::string endless(48 << 20, 'x');
     return TestServer::Text(request->GetUrl()->GetPath()->Equals(QZ_W("/endless")) ? endless : "small");
 }
 
-/// A server at work.
+/// A running server.
 class HttpEngine : public testing::Test
 {
 protected:
@@ -61,7 +61,7 @@ protected:
     }
     unsigned short PortNumber() { return m_server->GetPort(); }
 
-    /// The only active connection's id.
+    /// The id of the only active connection.
     long long OnlyClient()
     {
         QZJsonValueCollection* info = m_server->GetConnectInfo();
@@ -72,8 +72,8 @@ protected:
         return 0;
     }
 
-    // What holds by workers and in place.
-    void SeeVanishingClientsOut()
+    // The following checks hold with worker threads and with completion threads that answer in place.
+    void ExpectVanishingClientsAreRemoved()
     {
         std::string large(4 << 20, 'x');
         TestServer& server = Run([&](QZHttpRequest*) { return TestServer::Text(large); });
@@ -84,7 +84,7 @@ protected:
             if (i % 4 == 2) client.Send(Get("/"));
             if (i % 4 == 3) client.Send(Post("/", "abc").substr(0, 40));
         }
-        // Clients are accepted in their order.
+        // Clients are accepted in order, so all earlier ones have been accepted once this one is answered.
         {
             RawClient last(PortNumber());
             EXPECT_EQ(BodyOf(last.Ask(Get("/"))).size(), large.size());
@@ -92,7 +92,7 @@ protected:
         EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
     }
 
-    void GoFromAClientThatDoesNotRead()
+    void ExpectShutdownDoesNotWaitForAStuckClient()
     {
         TestServer& server = Run(EndlessOrSmall);
         RawClient stuck(PortNumber());
@@ -103,7 +103,7 @@ protected:
         EXPECT_LT(stuck.Receive().size(), std::size_t{48} << 20);
     }
 
-    void GoWhileAPageIsMade()
+    void ExpectShutdownWaitsForAPage()
     {
         std::atomic<int> step{0};
         Run([&](QZHttpRequest*) {

@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(HttpEngine, WorkersAnswerUnlessTheHostAsksOtherwise)
+TEST_F(HttpEngine, WorkersAnswerByDefault)
 {
     EXPECT_EQ(QZHttpServerEngine::AnswerInPlace, 0);
     TestServer& server = Run();
@@ -49,7 +49,7 @@ TEST_F(HttpEngineInPlace, RequestsAreAnsweredWithoutWorkers)
     EXPECT_TRUE(Eventually([&] { return server.finished == 51; }));
 }
 
-TEST_F(HttpEngineInPlace, ARequestMayComeInAnyPieces)
+TEST_F(HttpEngineInPlace, RequestMayArriveInAnyPieces)
 {
     QZHttpServerEngine::CompletionPause = 0;
     TestServer& server = Run();
@@ -63,7 +63,7 @@ TEST_F(HttpEngineInPlace, ARequestMayComeInAnyPieces)
     EXPECT_TRUE(Eventually([&] { return server.finished == 2; }));
 }
 
-TEST_F(HttpEngineInPlace, LargeBodiesComeAndGo)
+TEST_F(HttpEngineInPlace, LargeBodiesAreReceivedAndSent)
 {
     Run([](QZHttpRequest* request) {
         return TestServer::Text({static_cast<const char*>(request->GetContent()->GetPointer()),
@@ -76,7 +76,7 @@ TEST_F(HttpEngineInPlace, LargeBodiesComeAndGo)
     EXPECT_EQ(BodyOf(client.Ask(Post("/", "small"))), "small");
 }
 
-TEST_F(HttpEngineInPlace, FailuresAreAnsweredAsByWorkers)
+TEST_F(HttpEngineInPlace, FailuresAreAnsweredAsWithWorkers)
 {
     Run([](QZHttpRequest* request) -> QZHttpResponse* {
         if (request->GetUrl()->GetPath()->Equals(QZ_W("/throw")))
@@ -86,7 +86,7 @@ TEST_F(HttpEngineInPlace, FailuresAreAnsweredAsByWorkers)
     RawClient client(PortNumber());
     EXPECT_EQ(StatusOf(client.Ask(Get("/throw"))), "HTTP/1.1 500 Internal Server Error");
     EXPECT_TRUE(m_reports.Has("no such thing"));
-    EXPECT_EQ(BodyOf(client.Ask(Get("/"))), "fine") << "the connection stays";
+    EXPECT_EQ(BodyOf(client.Ask(Get("/"))), "fine") << "the connection stays open";
     EXPECT_EQ(StatusOf(client.Ask(Head(4097))), "HTTP/1.1 431 Request Header Fields Too Large");
     RawClient rude(PortNumber());
     ASSERT_TRUE(rude.Send("\x16\x03\x01"));
@@ -94,7 +94,7 @@ TEST_F(HttpEngineInPlace, FailuresAreAnsweredAsByWorkers)
     EXPECT_TRUE(Eventually([&] { return m_server->cutOff == 1; }));
 }
 
-TEST_F(HttpEngineInPlace, AClientThatAsksToCloseIsClosedAfterItsAnswer)
+TEST_F(HttpEngineInPlace, ConnectionCloseEndsTheConnectionAfterTheResponse)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -105,9 +105,9 @@ TEST_F(HttpEngineInPlace, AClientThatAsksToCloseIsClosedAfterItsAnswer)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST_F(HttpEngineInPlace, ClientsThatVanishLeaveNothingBehind) { SeeVanishingClientsOut(); }
+TEST_F(HttpEngineInPlace, VanishingClientsAreRemoved) { ExpectVanishingClientsAreRemoved(); }
 
-/// Receives fail from a moment on.
+/// Makes receives fail while `broken` is set.
 class BrokenReceives
 {
 public:
@@ -129,7 +129,7 @@ private:
     os::TestHooks m_table{this, nullptr, &OnGate, nullptr};
 };
 
-TEST_F(HttpEngineInPlace, AConnectionThatBreaksWhileItsAnswerIsMadeIsNoticedBehindIt)
+TEST_F(HttpEngineInPlace, ConnectionThatBreaksDuringAPageIsRemovedAfterTheResponse)
 {
     BrokenReceives receives;
     TestServer& server = Run([&](QZHttpRequest*) {
@@ -143,14 +143,14 @@ TEST_F(HttpEngineInPlace, AConnectionThatBreaksWhileItsAnswerIsMadeIsNoticedBehi
     m_server.reset();
 }
 
-TEST_F(HttpEngineInPlace, AServerThatGoesDoesNotWaitForAClientThatDoesNotRead)
+TEST_F(HttpEngineInPlace, ShutdownDoesNotWaitForAClientThatDoesNotRead)
 {
-    GoFromAClientThatDoesNotRead();
+    ExpectShutdownDoesNotWaitForAStuckClient();
 }
 
-TEST_F(HttpEngineInPlace, AServerThatGoesWaitsForThePageThatIsBeingMade) { GoWhileAPageIsMade(); }
+TEST_F(HttpEngineInPlace, ShutdownWaitsForAPage) { ExpectShutdownWaitsForAPage(); }
 
-TEST_F(HttpEngineInPlace, ManyClientsAtATimeGetTheirOwnAnswers)
+TEST_F(HttpEngineInPlace, ConcurrentClientsGetTheirOwnResponses)
 {
     QZHttpServerEngine::CompletionPause = 0;
     TestServer& server = Run();

@@ -1,4 +1,4 @@
-// A running server and its clients on the loopback.
+// A running server and its clients on the loopback interface.
 
 #include "net/http_engine_fixture.h"
 
@@ -16,7 +16,7 @@ using qztest::RawClient;
 using qztest::StatusOf;
 using qztest::TestServer;
 
-TEST_F(HttpEngine, ConstantsAreThoseOfTheInterface)
+TEST_F(HttpEngine, ConstantsHaveTheirValues)
 {
     EXPECT_EQ(QZHttpServerEngineStatus::HttpServerInitialized, 0);
     EXPECT_EQ(QZHttpServerEngineStatus::HttpServerWorking, 1);
@@ -37,7 +37,7 @@ TEST_F(HttpEngine, ConstantsAreThoseOfTheInterface)
     EXPECT_EQ(QZHttpServerEngine::Type, 0x8310025);
 }
 
-TEST_F(HttpEngine, AnEngineThatWasNeverStartedGoesDownCleanly)
+TEST_F(HttpEngine, EngineThatWasNeverStartedShutsDown)
 {
     for (long long efficiency : {0, 1, 2, 3})
     {
@@ -51,7 +51,7 @@ TEST_F(HttpEngine, AnEngineThatWasNeverStartedGoesDownCleanly)
     EXPECT_TRUE(m_reports.All().empty());
 }
 
-TEST_F(HttpEngine, AServerIsStartedOnce)
+TEST_F(HttpEngine, SecondStartThrows)
 {
     TestServer& server = Run();
     EXPECT_EQ(server.GetStatus(), QZHttpServerEngineStatus::HttpServerWorking);
@@ -62,7 +62,7 @@ TEST_F(HttpEngine, AServerIsStartedOnce)
     EXPECT_EQ(server.GetStatus(), QZHttpServerEngineStatus::HttpServerWorking);
 }
 
-TEST_F(HttpEngine, APortThatIsTakenRaisesTheSystemsFailure)
+TEST_F(HttpEngine, StartOnAPortInUseThrows)
 {
     TestServer& first = Run();
     class Second : public QZHttpServerEngine
@@ -80,7 +80,7 @@ TEST_F(HttpEngine, APortThatIsTakenRaisesTheSystemsFailure)
     EXPECT_EQ(second.GetStatus(), QZHttpServerEngineStatus::HttpServerInitialized);
 }
 
-TEST_F(HttpEngine, ARequestIsAnswered)
+TEST_F(HttpEngine, RequestIsAnswered)
 {
     Run();
     RawClient client(PortNumber());
@@ -88,7 +88,7 @@ TEST_F(HttpEngine, ARequestIsAnswered)
               "HTTP/1.1 200 OK\r\nContent-Length: 12\r\nConnection: keep-alive\r\n\r\nGET /hello 0");
 }
 
-TEST_F(HttpEngine, TheEnginesOwnPageIsEmpty)
+TEST_F(HttpEngine, DefaultPageIsEmpty)
 {
     class Plain : public QZHttpServerEngine
     {
@@ -106,7 +106,7 @@ TEST_F(HttpEngine, TheEnginesOwnPageIsEmpty)
               "<!DOCTYPE html><html><head><title></title></head><body></body></html>");
 }
 
-TEST_F(HttpEngine, RequestsOfOneConnectionAreAnsweredOneAfterAnother)
+TEST_F(HttpEngine, RequestsOfOneConnectionAreAnsweredInOrder)
 {
     Run();
     RawClient client(PortNumber());
@@ -115,7 +115,7 @@ TEST_F(HttpEngine, RequestsOfOneConnectionAreAnsweredOneAfterAnother)
     EXPECT_EQ(m_server->ConnectCount(), 1);
 }
 
-TEST_F(HttpEngine, ARequestInTwoSegmentsIsAnsweredOnce)
+TEST_F(HttpEngine, RequestInTwoSegmentsIsAnsweredOnce)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -125,7 +125,7 @@ TEST_F(HttpEngine, ARequestInTwoSegmentsIsAnsweredOnce)
     EXPECT_TRUE(Eventually([&] { return server.finished == 1; }));
 }
 
-TEST_F(HttpEngine, ARequestThatComesByteByByteIsAnswered)
+TEST_F(HttpEngine, RequestInSingleBytesIsAnswered)
 {
     Run();
     RawClient client(PortNumber());
@@ -134,7 +134,7 @@ TEST_F(HttpEngine, ARequestThatComesByteByByteIsAnswered)
     EXPECT_EQ(BodyOf(client.Receive()), "POST /slow 4");
 }
 
-TEST_F(HttpEngine, TwoRequestsInOneSegmentAreOneWithContent)
+TEST_F(HttpEngine, SecondRequestInASegmentIsContentOfTheFirst)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -144,7 +144,7 @@ TEST_F(HttpEngine, TwoRequestsInOneSegmentAreOneWithContent)
     EXPECT_TRUE(Eventually([&] { return server.finished == 2; }));
 }
 
-TEST_F(HttpEngine, AFirstByteThatIsNoLetterEndsTheConnectionWithoutAPage)
+TEST_F(HttpEngine, FirstByteThatIsNoLetterClosesTheConnection)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -153,7 +153,7 @@ TEST_F(HttpEngine, AFirstByteThatIsNoLetterEndsTheConnectionWithoutAPage)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST_F(HttpEngine, AHeadOf4096BytesPassesAndOneMoreGetsA431)
+TEST_F(HttpEngine, HeadOf4096BytesIsAcceptedAnd4097IsA431)
 {
     Run();
     RawClient fits(PortNumber());
@@ -166,7 +166,7 @@ TEST_F(HttpEngine, AHeadOf4096BytesPassesAndOneMoreGetsA431)
     EXPECT_TRUE(large.AtEnd());
 }
 
-TEST_F(HttpEngine, AHeadWithoutAnEndGetsA431)
+TEST_F(HttpEngine, UnfinishedHeadAboveTheLimitIsA431)
 {
     Run();
     RawClient client(PortNumber());
@@ -174,7 +174,7 @@ TEST_F(HttpEngine, AHeadWithoutAnEndGetsA431)
     EXPECT_TRUE(client.AtEnd());
 }
 
-TEST_F(HttpEngine, ADerivedServerSetsTheHeadLimit)
+TEST_F(HttpEngine, DerivedServerSetsTheHeadLimit)
 {
     Make().SetHeadLimit(100);
     m_server->Start();
@@ -184,7 +184,7 @@ TEST_F(HttpEngine, ADerivedServerSetsTheHeadLimit)
     EXPECT_EQ(StatusOf(large.Ask(Head(101) + "\r\n\r\n")), "HTTP/1.1 431 Request Header Fields Too Large");
 }
 
-TEST_F(HttpEngine, AClientThatAsksToCloseIsClosedAfterItsAnswer)
+TEST_F(HttpEngine, ConnectionCloseEndsTheConnectionAfterTheResponse)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -196,7 +196,7 @@ TEST_F(HttpEngine, AClientThatAsksToCloseIsClosedAfterItsAnswer)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST_F(HttpEngine, AClientOfHttp10StaysConnectedToo)
+TEST_F(HttpEngine, Http10ConnectionStaysOpen)
 {
     Run();
     RawClient client(PortNumber());
@@ -204,7 +204,7 @@ TEST_F(HttpEngine, AClientOfHttp10StaysConnectedToo)
     EXPECT_EQ(BodyOf(client.Ask("GET /2 HTTP/1.0\r\n\r\n")), "GET /2 0");
 }
 
-TEST_F(HttpEngine, APageThatThrowsGivesA500AndTheConnectionStays)
+TEST_F(HttpEngine, PageThatThrowsIsA500AndTheConnectionStays)
 {
     Run([](QZHttpRequest* request) -> QZHttpResponse* {
         if (request->GetUrl()->GetPath()->Equals(QZ_W("/bad")))
@@ -222,23 +222,23 @@ TEST_F(HttpEngine, APageThatThrowsGivesA500AndTheConnectionStays)
     EXPECT_TRUE(m_reports.Has("page is broken"));
 }
 
-TEST_F(HttpEngine, APageThatIsMissingIsA500)
+TEST_F(HttpEngine, NullPageIsA500)
 {
     Run([](QZHttpRequest*) -> QZHttpResponse* { return nullptr; });
     RawClient client(PortNumber());
     EXPECT_EQ(StatusOf(client.Ask(Get("/"))), "HTTP/1.1 500 Internal Server Error");
 }
 
-TEST_F(HttpEngine, ARequestThatCannotBeReadIsA500AndSpoilsItsConnection)
+TEST_F(HttpEngine, MalformedRequestIsA500AndStaysInTheConnection)
 {
     Run();
     RawClient client(PortNumber());
     EXPECT_EQ(StatusOf(client.Ask("GET\r\n\r\n")), "HTTP/1.1 500 Internal Server Error");
-    // What was received stays, so the next request stands behind it.
+    // The received bytes stay in the connection, so the next request is appended to them.
     EXPECT_EQ(StatusOf(client.Ask(Get("/"))), "HTTP/1.1 500 Internal Server Error");
 }
 
-TEST_F(HttpEngine, AProxyLineTellsTheClientsAddress)
+TEST_F(HttpEngine, ProxyLineGivesTheClientsAddress)
 {
     Run([](QZHttpRequest* request) { return TestServer::Text(qztest::HeadersOf(request->GetHeaders())); });
     RawClient client(PortNumber());
@@ -246,7 +246,7 @@ TEST_F(HttpEngine, AProxyLineTellsTheClientsAddress)
               "Host: h|X-Forwarded-For: 1.2.3.4");
 }
 
-TEST_F(HttpEngine, TheRequestKnowsItsClient)
+TEST_F(HttpEngine, RequestHasAddressAndIdOfItsClient)
 {
     std::atomic<unsigned> address{0};
     std::atomic<long long> handle{0};
@@ -261,7 +261,7 @@ TEST_F(HttpEngine, TheRequestKnowsItsClient)
     EXPECT_TRUE(server.IsConnectAlive(handle));
 }
 
-TEST_F(HttpEngine, CookiesGoOutWithoutTheirDomains)
+TEST_F(HttpEngine, CookiesAreSentWithoutTheirDomains)
 {
     Run([](QZHttpRequest*) {
         QZHttpResponse* response = TestServer::Text("");
@@ -275,7 +275,7 @@ TEST_F(HttpEngine, CookiesGoOutWithoutTheirDomains)
               std::string::npos);
 }
 
-TEST_F(HttpEngine, NothingGoesOutInChunks)
+TEST_F(HttpEngine, ChunkedHeaderIsRemovedFromResponses)
 {
     Run([](QZHttpRequest*) {
         QZHttpResponse* response = TestServer::Text("abc");
@@ -291,7 +291,7 @@ TEST_F(HttpEngine, NothingGoesOutInChunks)
     EXPECT_EQ(BodyOf(response), "abc");
 }
 
-TEST_F(HttpEngine, LargeBodiesComeAndGo)
+TEST_F(HttpEngine, LargeBodiesAreReceivedAndSent)
 {
     Run([](QZHttpRequest* request) {
         QZHttpResponse* response = QZHttpFactory::CreateResponse();
@@ -305,7 +305,7 @@ TEST_F(HttpEngine, LargeBodiesComeAndGo)
     EXPECT_EQ(BodyOf(client.Ask(Post("/", "small"))), "small");
 }
 
-TEST_F(HttpEngine, AClientThatEndsItsStreamStillGetsItsAnswer)
+TEST_F(HttpEngine, ClientThatShutsDownItsSendsGetsItsResponse)
 {
     TestServer& server = Run([](QZHttpRequest*) {
         os::Sleep(50);
@@ -319,9 +319,9 @@ TEST_F(HttpEngine, AClientThatEndsItsStreamStillGetsItsAnswer)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST_F(HttpEngine, ClientsThatVanishLeaveNothingBehind) { SeeVanishingClientsOut(); }
+TEST_F(HttpEngine, VanishingClientsAreRemoved) { ExpectVanishingClientsAreRemoved(); }
 
-TEST_F(HttpEngine, AClientThatDoesNotReadHoldsUpNobodyElse)
+TEST_F(HttpEngine, ClientThatDoesNotReadDoesNotBlockOthers)
 {
     TestServer& server = Run(EndlessOrSmall);
     RawClient stuck(PortNumber());
@@ -336,9 +336,12 @@ TEST_F(HttpEngine, AClientThatDoesNotReadHoldsUpNobodyElse)
         Eventually([&] { return server.ConnectCount() == 1 && server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST_F(HttpEngine, AServerThatGoesDoesNotWaitForAClientThatDoesNotRead) { GoFromAClientThatDoesNotRead(); }
+TEST_F(HttpEngine, ShutdownDoesNotWaitForAClientThatDoesNotRead)
+{
+    ExpectShutdownDoesNotWaitForAStuckClient();
+}
 
-TEST_F(HttpEngine, WithOnePlaceTheSecondClientWaitsForTheFirstToGo)
+TEST_F(HttpEngine, ClientAboveTheMaximumWaitsUntilAnotherCloses)
 {
     TestServer& server = Make();
     server.SetMaxClient(1);
@@ -355,7 +358,7 @@ TEST_F(HttpEngine, WithOnePlaceTheSecondClientWaitsForTheFirstToGo)
     EXPECT_EQ(BodyOf(second.Receive()), "GET /2 0");
 }
 
-TEST_F(HttpEngine, HundredsOfClientsComeAndGo)
+TEST_F(HttpEngine, HundredsOfClientsConnectAndClose)
 {
     TestServer& server = Run();
     std::atomic<int> good{0};
@@ -375,7 +378,7 @@ TEST_F(HttpEngine, HundredsOfClientsComeAndGo)
     EXPECT_TRUE(m_reports.All().empty()) << m_reports.All().front();
 }
 
-TEST_F(HttpEngine, ManyConnectionsStayOpenAtATime)
+TEST_F(HttpEngine, ManyConnectionsStayOpen)
 {
     TestServer& server = Run();
     std::vector<std::unique_ptr<RawClient>> clients;
@@ -388,7 +391,7 @@ TEST_F(HttpEngine, ManyConnectionsStayOpenAtATime)
     EXPECT_EQ(server.ConnectCount(), 200);
 }
 
-TEST_F(HttpEngine, AServerThatGoesEndsItsConnections)
+TEST_F(HttpEngine, ShutdownClosesItsConnections)
 {
     Run();
     RawClient idle(PortNumber());
@@ -401,9 +404,9 @@ TEST_F(HttpEngine, AServerThatGoesEndsItsConnections)
     EXPECT_TRUE(half.AtEnd());
 }
 
-TEST_F(HttpEngine, AServerThatGoesWaitsForThePageThatIsBeingMade) { GoWhileAPageIsMade(); }
+TEST_F(HttpEngine, ShutdownWaitsForAPage) { ExpectShutdownWaitsForAPage(); }
 
-TEST_F(HttpEngine, ClosingOneConnectionEndsItsStream)
+TEST_F(HttpEngine, ConnectCloseShutsDownTheConnection)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -421,7 +424,7 @@ TEST_F(HttpEngine, ClosingOneConnectionEndsItsStream)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST_F(HttpEngine, ClosingAllByMinusOneLeavesTheSocketsOpen)
+TEST_F(HttpEngine, ConnectCloseOfMinusOneLeavesTheSocketsOpen)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -429,14 +432,14 @@ TEST_F(HttpEngine, ClosingAllByMinusOneLeavesTheSocketsOpen)
     server.ConnectClose(-1);
     EXPECT_EQ(server.ConnectCount(), 0);
     EXPECT_EQ(server.ConnectCloseWaitCount(), 1);
-    // Nobody has told the client: it can still send, and its connection comes back for that, though no answer
-    // goes out on a connection that is closing.
+    // The client's socket is still open. A request makes the connection active again, but no response is sent
+    // on a connection that is closing.
     ASSERT_TRUE(client.Send(Get("/again")));
     EXPECT_TRUE(Eventually([&] { return server.finished == 2; }));
     EXPECT_EQ(server.ConnectCount(), 1);
 }
 
-TEST_F(HttpEngine, DroppingAllClosesEverything)
+TEST_F(HttpEngine, CloseAllClosesEveryConnection)
 {
     TestServer& server = Run();
     RawClient first(PortNumber());
@@ -450,7 +453,7 @@ TEST_F(HttpEngine, DroppingAllClosesEverything)
     EXPECT_TRUE(second.AtEnd());
 }
 
-TEST_F(HttpEngine, APageMayDropAllConnections)
+TEST_F(HttpEngine, PageMayCallCloseAll)
 {
     TestServer& server = Run([&](QZHttpRequest*) {
         m_server->CloseAll();
@@ -462,7 +465,7 @@ TEST_F(HttpEngine, APageMayDropAllConnections)
     EXPECT_EQ(server.ConnectCount(), 0);
 }
 
-TEST_F(HttpEngine, AConnectionInUseIsFoundById)
+TEST_F(HttpEngine, GetConnectByIDMarksTheConnectionInUse)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -478,7 +481,7 @@ TEST_F(HttpEngine, AConnectionInUseIsFoundById)
     EXPECT_EQ(server.GetConnectByID(id + 100000), nullptr);
 }
 
-TEST_F(HttpEngine, AConnectionOnItsWayOutIsRevivedWhileItIsYoung)
+TEST_F(HttpEngine, GetConnectByIDRevivesAClosingConnection)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -493,7 +496,7 @@ TEST_F(HttpEngine, AConnectionOnItsWayOutIsRevivedWhileItIsYoung)
     engine.Recycle(&connect);
 }
 
-TEST_F(HttpEngine, SilentConnectionsEndAfterTheirTimes)
+TEST_F(HttpEngine, IdleConnectionsCloseAfter60Seconds)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -515,7 +518,7 @@ TEST_F(HttpEngine, SilentConnectionsEndAfterTheirTimes)
     EXPECT_TRUE(client.AtEnd());
 }
 
-TEST_F(HttpEngine, ConnectionsThatStayInUseAreEndedByTheCheck)
+TEST_F(HttpEngine, ConnectCheckClosesConnectionsInUseAfter180Seconds)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -536,7 +539,7 @@ TEST_F(HttpEngine, ConnectionsThatStayInUseAreEndedByTheCheck)
     engine.Recycle(&connect);
 }
 
-TEST_F(HttpEngine, ConnectInfoTellsOfEachActiveConnection)
+TEST_F(HttpEngine, ConnectInfoDescribesEachActiveConnection)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -574,7 +577,7 @@ TEST_F(HttpEngine, BytesOfAnUnknownClientAreReportedAndDropped)
     EXPECT_EQ(server.finished, 0);
 }
 
-TEST_F(HttpEngine, WorkersAndTasksAreCollected)
+TEST_F(HttpEngine, CollectDeletesIdleWorkers)
 {
     TestServer& server = Run();
     RawClient client(PortNumber());
@@ -586,7 +589,7 @@ TEST_F(HttpEngine, WorkersAndTasksAreCollected)
     EXPECT_EQ(BodyOf(client.Ask(Get("/after"))), "GET /after 0");
 }
 
-TEST_F(HttpEngine, TheSchedulerCanBeStartedAnew)
+TEST_F(HttpEngine, SchedulerCanBeRestarted)
 {
     TestServer& server = Run();
     server.TaskReset();
@@ -596,7 +599,7 @@ TEST_F(HttpEngine, TheSchedulerCanBeStartedAnew)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST_F(HttpEngine, WithoutAPauseTheCompletionThreadsGoOn)
+TEST_F(HttpEngine, CompletionThreadsWorkWithoutAPause)
 {
     QZHttpServerEngine::CompletionPause = 0;
     Run();

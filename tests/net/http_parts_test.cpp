@@ -28,7 +28,7 @@ std::string CookieOf(std::string_view text)
     return CookieText(cookie.Get());
 }
 
-TEST(HttpConstant, HoldsTheTextsAsBytesAndAsText)
+TEST(HttpConstant, ConstantsAreHeldAsBytesAndAsText)
 {
     EXPECT_BYTES(QZHttpConstant::NewLine->GetPointer(), QZHttpConstant::NewLine->GetSize(), "0D 0A");
     EXPECT_QZ_TEXT(QZHttpConstant::NewLineString, "\r\n");
@@ -53,7 +53,7 @@ TEST(HttpConstant, HoldsTheTextsAsBytesAndAsText)
     }
 }
 
-TEST(HttpConstant, IsLockedWithItsFixedKey)
+TEST(HttpConstant, ConstantsAreLockedWithTheirKey)
 {
     EXPECT_FALSE(QZHttpConstant::NewLine->IsDisposable());
     EXPECT_FALSE(QZHttpConstant::NewLineString->IsDisposable());
@@ -93,7 +93,7 @@ TEST(HttpHeader, SplitsALineAtItsFirstColon)
     EXPECT_EQ(HeaderOf(" : x"), "|x");
 }
 
-TEST(HttpHeader, StaysAsItWasForALineWithoutAName)
+TEST(HttpHeader, LineWithoutANameChangesNothing)
 {
     Held<QZHttpHeader> header(QZHttpFactory::CreateHeader());
     header->Set(Str("A: 1"));
@@ -108,7 +108,7 @@ TEST(HttpHeader, StaysAsItWasForALineWithoutAName)
     EXPECT_EQ(header->GetType(), 0x8310015);
 }
 
-TEST(HttpHeader, MayBeSetToItsOwnText)
+TEST(HttpHeader, SetTakesItsOwnText)
 {
     Held<QZHttpHeader> header(QZHttpFactory::CreateHeader());
     header->GetName()->Set("B: long enough to move");
@@ -117,7 +117,7 @@ TEST(HttpHeader, MayBeSetToItsOwnText)
     EXPECT_QZ_TEXT(header->GetValue(), "long enough to move");
 }
 
-TEST(HttpHeader, GivesBackForeignStringsOnly)
+TEST(HttpHeader, RecycleKeepsItsOwnStrings)
 {
     Held<QZHttpHeader> header(QZHttpFactory::CreateHeader());
     header->Set(Str("A: 1"));
@@ -135,7 +135,7 @@ TEST(HttpHeader, GivesBackForeignStringsOnly)
     QZStringFactory::Recycle(&again);
 }
 
-TEST(HttpCookie, IsReadFromItsPieces)
+TEST(HttpCookie, IsParsedFromPairAndAttributes)
 {
     EXPECT_EQ(CookieOf("a=b=c; Path=/x"), "a=b=c path=/x domain= expires=");
     EXPECT_EQ(CookieOf(" a = b ;DOMAIN= d.e ; Expires=Wed, 21 Oct 2015 07:28:00 GMT;HttpOnly"),
@@ -145,25 +145,25 @@ TEST(HttpCookie, IsReadFromItsPieces)
     EXPECT_EQ(CookieOf(""), "= path= domain= expires=");
 }
 
-TEST(HttpCookie, PassesOverPiecesWithoutAnEqualsSign)
+TEST(HttpCookie, SkipsPiecesWithoutAnEqualsSign)
 {
     EXPECT_EQ(CookieOf("lonely"), "= path= domain= expires=");
-    // The pair is the first piece or none.
+    // Only the first piece can be the pair of name and value.
     EXPECT_EQ(CookieOf("lonely; b=c; path=/p"), "= path=/p domain= expires=");
     EXPECT_EQ(CookieOf("a=b; Secure; path=/p"), "a=b path=/p domain= expires=");
 }
 
-TEST(HttpCookie, AttributesAreToldByWhatTheirNamesContain)
+TEST(HttpCookie, AttributesAreRecognisedByAPartOfTheirName)
 {
     EXPECT_EQ(CookieOf("a=b; x-Domain-path=1"), "a=b path= domain=1 expires=");
     EXPECT_EQ(CookieOf("a=b; my-path-expires=1"), "a=b path=1 domain= expires=");
     EXPECT_EQ(CookieOf("a=b; expires2=1"), "a=b path= domain= expires=1");
     EXPECT_EQ(CookieOf("a=b; max-age=1"), "a=b path= domain= expires=");
-    // An attribute's value ends at the second equals sign, the last of a kind counts.
+    // The value of an attribute ends at the second equals sign. The last attribute of a kind wins.
     EXPECT_EQ(CookieOf("a=b; path=/x=y; path= /z =1"), "a=b path=/z domain= expires=");
 }
 
-TEST(HttpCookie, ForgetsItsPartsBeforeItReadsAText)
+TEST(HttpCookie, SetClearsTheOldParts)
 {
     Held<QZHttpCookie> cookie(QZHttpFactory::CreateCookie());
     cookie->Set(Str("n"), Str("v"), Str("p"), Str("d"), Str("e"));
@@ -180,7 +180,7 @@ TEST(HttpCookie, ForgetsItsPartsBeforeItReadsAText)
     EXPECT_EQ(cookie->GetType(), 0x8310013);
 }
 
-TEST(HttpCookie, GivesBackForeignStringsOnly)
+TEST(HttpCookie, RecycleKeepsItsOwnStrings)
 {
     Held<QZHttpCookie> cookie(QZHttpFactory::CreateCookie(Str("a=b; path=/")));
     for (QZString* own : {cookie->GetDomain(), cookie->GetName(), cookie->GetPath(), cookie->GetValue(),
@@ -195,17 +195,17 @@ TEST(HttpCookie, GivesBackForeignStringsOnly)
     EXPECT_EQ(foreign, nullptr);
 }
 
-TEST(HttpFactory, MakesOneHeaderForEachLine)
+TEST(HttpFactory, CreatesOneHeaderForEachLine)
 {
     Held<QZHttpHeaderCollection> headers(
         QZHttpFactory::CreateHeaderCollection(Str("A: 1\r\nnothing\r\nB:2\n3\r\n")));
     EXPECT_EQ(HeadersOf(headers.Get()), "A: 1|: |B: 2\n3|: ");
     EXPECT_EQ(headers->GetType(), 0x8310016);
-    // Two letters of names, and values of 1 and 3 units.
+    // Names of 1 unit each, values of 1 and 3 units: 6 units are 12 bytes.
     EXPECT_EQ(headers->GetHeadersSize(), 12);
 }
 
-TEST(HttpFactory, MakesOneCookieForEachPiece)
+TEST(HttpFactory, CreatesOneCookieForEachPiece)
 {
     QZHttpFactory factory;
     Held<QZHttpCookieCollection> cookies(factory.CreateCookieCollection(Str("Cookie: a=1; b=22;lonely")));
@@ -243,11 +243,11 @@ TEST(HttpFactory, MergesCookiesByNameIgnoringCase)
     from->GetElement(1)->Set(Str("B"), Str(" w "), Str("/p"), Str("d"), Str("e"));
     Held<QZHttpCookieCollection> to(factory.CreateCookieCollection(Str("a=1")));
     EXPECT_EQ(QZHttpFactory::CopyTo(from.Get(), to.Get()), 1);
-    // A value that is replaced is trimmed, a copy is not.
+    // A replaced value is trimmed, an added one is not.
     EXPECT_EQ(CookiesOf(to.Get()), "a=v path= domain= expires=|B= w  path=/p domain=d expires=e");
 }
 
-TEST(HttpFactory, RecyclesNullAsABrokenAssertion)
+TEST(HttpFactory, RecycleOfNullFailsAnAssertion)
 {
     QZHttpHeader* header = nullptr;
     QZHttpCookie* cookie = nullptr;
@@ -255,9 +255,9 @@ TEST(HttpFactory, RecyclesNullAsABrokenAssertion)
     QZHttpCookieCollection* cookies = nullptr;
     QZHttpRequest* request = nullptr;
     QZHttpResponse* response = nullptr;
-    static int broken;
-    broken = 0;
-    QZLibSetFunctionAssert([](QZBool condition) { broken += condition ? 0 : 1; });
+    static int failed;
+    failed = 0;
+    QZLibSetFunctionAssert([](QZBool condition) { failed += condition ? 0 : 1; });
     QZHttpFactory::Recycle(&header);
     QZHttpFactory::Recycle(&cookie);
     QZHttpFactory::Recycle(&headers);
@@ -265,7 +265,7 @@ TEST(HttpFactory, RecyclesNullAsABrokenAssertion)
     QZHttpFactory::Recycle(&request);
     QZHttpFactory::Recycle(&response);
     qztest::SetStandardHooks();
-    EXPECT_EQ(broken, 6);
+    EXPECT_EQ(failed, 6);
 }
 
 template <typename T>
@@ -290,7 +290,7 @@ TEST(HttpFactory, RefusesLockedObjects)
     ExpectLockedIsRefused(QZHttpFactory::CreateResponse());
 }
 
-TEST(HttpFactory, RefusesALockedResponseAsItIsAndALockedRequestEmptied)
+TEST(HttpFactory, RecycleClearsALockedRequestButNotALockedResponse)
 {
     Held<QZHttpResponse> response(QZHttpFactory::CreateResponse());
     response->SetStatus(404);
@@ -320,7 +320,7 @@ std::string StatusText()
     return utf8;
 }
 
-TEST(HttpFactory, TellsHowManyObjectsAreIdle)
+TEST(HttpFactory, GetStatusCountsIdleObjects)
 {
     QZHttpFactory::Collect(0);
     EXPECT_EQ(StatusText(),
@@ -342,7 +342,7 @@ TEST(HttpFactory, TellsHowManyObjectsAreIdle)
               R"("CookieCollectionCache":0,"ConnectCache":0})");
 }
 
-TEST(HttpCache, AHostMayKeepItsOwn)
+TEST(HttpCache, HostMayUseItsOwnCache)
 {
     QZHttpResponseCache cache(1, -1);
     cache.SetTimeout(1);
@@ -354,7 +354,7 @@ TEST(HttpCache, AHostMayKeepItsOwn)
     EXPECT_EQ(cache.GetType(), QZObjectCache::Type);
 }
 
-TEST(HttpHeaderCollection, UnlocksWhatLeavesIt)
+TEST(HttpHeaderCollection, RemovedHeadersAreUnlocked)
 {
     Held<QZHttpHeaderCollection> headers(QZHttpFactory::CreateHeaderCollection());
     http::SetHeaderValue(headers.Get(), QZ_W("A"), QZ_W("1"));
@@ -375,12 +375,12 @@ TEST(HttpHeaderCollection, UnlocksWhatLeavesIt)
     EXPECT_QZ_THROW(headers->RemoveElement(0), QZExceptionCode::MemoryInaccessible);
 }
 
-TEST(HttpHeaderCollection, AHeaderThatFindsNoMemoryDoesNotEnter)
+TEST(HttpHeaderCollection, HeaderWithoutMemoryIsNotAdded)
 {
     Held<QZHttpHeaderCollection> headers(QZHttpFactory::CreateHeaderCollection());
     const qztest::Text large = qztest::Wide(std::string(100000, 'x'));
     {
-        // One that is idle needs memory for its value alone.
+        // With an idle header in the cache, only the value needs memory.
         const Held<QZHttpHeader> idle(QZHttpFactory::CreateHeader());
     }
     {

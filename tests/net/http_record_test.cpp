@@ -1,4 +1,4 @@
-// The record of a request that is being answered.
+// The record file that a server keeps while it answers a request.
 
 #include "net/http_engine_fixture.h"
 
@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(HttpRecord, ARequestIsOnRecordWhileItIsAnswered)
+TEST_F(HttpRecord, RequestIsRecordedWhileItIsAnswered)
 {
     std::string seen;
     TestServer& server = Make([&](QZHttpRequest*) {
@@ -56,7 +56,7 @@ TEST_F(HttpRecord, ARequestIsOnRecordWhileItIsAnswered)
     EXPECT_TRUE(Records().empty());
 }
 
-TEST_F(HttpRecord, AServerThatIsNotToldKeepsNone)
+TEST_F(HttpRecord, NothingIsRecordedByDefault)
 {
     bool any = true;
     Run([&](QZHttpRequest*) {
@@ -69,7 +69,7 @@ TEST_F(HttpRecord, AServerThatIsNotToldKeepsNone)
     EXPECT_FALSE(std::filesystem::exists("LastRecord"));
 }
 
-TEST_F(HttpRecord, ARecordThatCannotBeRemovedIsA500)
+TEST_F(HttpRecord, RecordThatCannotBeRemovedIsA500)
 {
     TestServer& server = Make([&](QZHttpRequest*) {
         for (const std::string& path : Records()) std::filesystem::remove(path);
@@ -83,9 +83,9 @@ TEST_F(HttpRecord, ARecordThatCannotBeRemovedIsA500)
     EXPECT_NE(response.find("Can not remove record file."), std::string::npos);
 }
 
-TEST_F(HttpRecord, ARecordThatCannotBeMadeIsReportedAndTheRequestGoesOn)
+TEST_F(HttpRecord, RecordThatCannotBeWrittenIsReported)
 {
-    // A file where the folder should be.
+    // A file with the name of the folder.
     std::ofstream("LastRecord") << "x";
     TestServer& server = Make();
     server.SetLastRecord();
@@ -96,7 +96,7 @@ TEST_F(HttpRecord, ARecordThatCannotBeMadeIsReportedAndTheRequestGoesOn)
     EXPECT_TRUE(Eventually([&] { return server.finished == 1; }));
 }
 
-TEST_F(HttpRecord, ThePageThatThrowsLeavesItsRecord)
+TEST_F(HttpRecord, PageThatThrowsLeavesItsRecord)
 {
     TestServer& server = Make(
         [](QZHttpRequest*) -> QZHttpResponse* { throw QZExceptionFactory::CreateException(QZ_W("broken")); });

@@ -19,7 +19,7 @@ using qztest::WireOf;
 
 void SetHead(QZHttpRequest* request, std::string_view head) { request->SetHead(Str(head)); }
 
-/// The headers of a request whose first line is a good one.
+/// The headers of a request with a valid request line and these header lines.
 std::string HeadersFor(std::string_view lines)
 {
     const auto request = NewRequest();
@@ -27,7 +27,7 @@ std::string HeadersFor(std::string_view lines)
     return HeadersOf(request->GetHeaders());
 }
 
-TEST(HttpRequest, IsAGetOfTheRootWhenItIsNew)
+TEST(HttpRequest, NewRequestIsAGetOfTheRoot)
 {
     QZHttpFactory::Collect(0);
     const auto request = NewRequest();
@@ -57,7 +57,7 @@ TEST(HttpRequest, OwnsItsParts)
     EXPECT_FALSE(request->GetSource()->IsDisposable());
 }
 
-TEST(HttpRequest, IsReadFromBytes)
+TEST(HttpRequest, IsParsedFromBytes)
 {
     const auto request = NewRequest();
     const std::string bytes =
@@ -82,7 +82,7 @@ TEST(HttpRequest, ContentIsAllThatFollowsTheEmptyLine)
     EXPECT_EQ(request->GetHeaders()->Count(), 0);
 }
 
-TEST(HttpRequest, VersionStaysWhateverTheLineSays)
+TEST(HttpRequest, VersionInTheRequestLineIsIgnored)
 {
     const auto request = NewRequest();
     SetHead(request.Get(), "GET /a HTTP/1.0");
@@ -100,7 +100,7 @@ TEST(HttpRequest, RefusesABadRequestLine)
         EXPECT_QZ_THROW(SetHead(request.Get(), head), QZHttpExceptionCode::BadRequestData) << head;
     EXPECT_QZ_THROW(request->SetHead(nullptr), QZHttpExceptionCode::BadRequestData);
     EXPECT_QZ_THROW_MESSAGE(SetHead(request.Get(), "GET"), 800, " Bad request data");
-    // Words stand between single blanks, so this one asks for an empty address.
+    // The line is split at each blank, so the URL is empty here.
     SetHead(request.Get(), "GET  /a HTTP/1.1");
     EXPECT_QZ_TEXT(request->GetUrl()->GetPath(), "/");
     EXPECT_QZ_THROW(SetHead(request.Get(), "GET http://a:/ HTTP/1.1"), QZExceptionCode::ArgumentOutOfRange);
@@ -114,7 +114,7 @@ TEST(HttpRequest, RefusesBytesWithoutAHead)
     EXPECT_EQ(BytesOf(request->GetSource()), "GET / \n\n");
 }
 
-TEST(HttpRequest, TellsTheTextThatItRefused)
+TEST(HttpRequest, RefusedTextIsInTheTrace)
 {
     const auto request = NewRequest();
     const Thrown thrown = Catch([&] { Read(request.Get(), "A\r\n\r\n"); });
@@ -125,7 +125,7 @@ TEST(HttpRequest, TellsTheTextThatItRefused)
     EXPECT_NE(thrown.argumentTrace.find("<HEX>"), std::string::npos) << thrown.argumentTrace;
 }
 
-TEST(HttpRequest, AProxyLineBecomesAForwardedHeader)
+TEST(HttpRequest, ProxyLineBecomesAForwardedHeader)
 {
     const auto request = NewRequest();
     SetHead(request.Get(), "PROXY TCP4 1.2.3.4 5.6.7.8 100 80\r\nGET /a HTTP/1.1\r\nHost: h");
@@ -159,7 +159,7 @@ TEST(HttpRequest, KeepsCookiesWithAName)
     EXPECT_EQ(HeadOf(request.Get()), "GET / HTTP/1.1\r\nCookie: a=b=c; d=e; f=g\r\n\r\n");
 }
 
-TEST(HttpRequest, ReadsUtf8)
+TEST(HttpRequest, ParsesUtf8)
 {
     const auto request = NewRequest();
     Read(request.Get(), "GET /\xC3\xA9 HTTP/1.1\r\nX: \xE4\xB8\xAD\xF0\x9F\x98\x80\r\n\r\n");
@@ -181,7 +181,7 @@ TEST(HttpRequest, IsWrittenAsHeadAndContent)
     EXPECT_EQ(HeadOf(request.Get()),
               "POST /p/q?k=v&l=w HTTP/1.1\r\nContent-Length: 0\r\nHost: a.b\r\n"
               "Cookie: s=1; t=x y\r\n\r\n");
-    // Upper case in place.
+    // The method object itself is changed to upper case.
     EXPECT_QZ_TEXT(request->GetMethod(), "POST");
     EXPECT_EQ(WireOf(request.Get()),
               "POST /p/q?k=v&l=w HTTP/1.1\r\nContent-Length: 3\r\nHost: a.b\r\n"
@@ -189,7 +189,7 @@ TEST(HttpRequest, IsWrittenAsHeadAndContent)
     EXPECT_EQ(HeadersOf(request->GetHeaders()), "Content-Length: 3|Host: a.b");
 }
 
-TEST(HttpRequest, ALongHeadIsWrittenWhole)
+TEST(HttpRequest, LongHeadIsWrittenCompletely)
 {
     const auto request = NewRequest();
     const std::string value(5000, 'v');
@@ -197,7 +197,7 @@ TEST(HttpRequest, ALongHeadIsWrittenWhole)
     EXPECT_EQ(WireOf(request.Get()), "GET / HTTP/1.1\r\nContent-Length: 0\r\nX: " + value + "\r\n\r\n");
 }
 
-TEST(HttpRequest, ItsContentLeavesTheHeadersAlone)
+TEST(HttpRequest, SetContentOfDataKeepsTheHeaders)
 {
     const auto request = NewRequest();
     QZData data("abcd", 4);
@@ -213,7 +213,7 @@ TEST(HttpRequest, ItsContentLeavesTheHeadersAlone)
     EXPECT_EQ(HeadersOf(request->GetHeaders()), "Content-Length: 4|Content-Type: text/html; charset=utf-8");
 }
 
-TEST(HttpRequest, ClearLeavesMethodAndAddress)
+TEST(HttpRequest, ClearKeepsMethodAndUrl)
 {
     const auto request = NewRequest();
     Read(request.Get(), "PUT /x HTTP/1.1\r\nA: b\r\nCookie: c=d\r\n\r\nbody");
@@ -229,7 +229,7 @@ TEST(HttpRequest, ClearLeavesMethodAndAddress)
     EXPECT_QZ_TEXT(request->GetUrl()->GetPath(), "/x");
 }
 
-TEST(HttpRequest, ComesOutOfTheCacheAsNew)
+TEST(HttpRequest, RecycledRequestIsReusedAsNew)
 {
     QZHttpRequest* first = QZHttpFactory::CreateRequest();
     QZHttpRequest* address = first;
@@ -246,7 +246,7 @@ TEST(HttpRequest, ComesOutOfTheCacheAsNew)
     EXPECT_EQ(again->GetClientIP()->GetThePort(), 0);
 }
 
-TEST(HttpRequest, FactoryReadsTheData)
+TEST(HttpRequest, FactoryParsesTheData)
 {
     QZData data("GET /z HTTP/1.1\r\n\r\nc", 20);
     const Held<QZHttpRequest> request(QZHttpFactory::CreateRequest(&data));
@@ -256,7 +256,7 @@ TEST(HttpRequest, FactoryReadsTheData)
     EXPECT_QZ_THROW(QZHttpFactory::CreateRequest(&bad), QZHttpExceptionCode::BadRequestData);
 }
 
-TEST(HttpRequest, AFailureTellsItsRoadAndTheBytes)
+TEST(HttpRequest, FailureNamesItsFramesAndBytes)
 {
     QZData bad("GET\r\n\r\n", 7);
     const qztest::Thrown thrown = qztest::Catch([&] { QZHttpFactory::CreateRequest(&bad); });
@@ -268,7 +268,7 @@ TEST(HttpRequest, AFailureTellsItsRoadAndTheBytes)
               "QZHttpRequest::Set(<HEX>4745540D0A0D0A)\r\nQZHttpFactory::CreateRequest(<HEX>4745540D0A0D0A)");
 }
 
-TEST(HttpRequest, GivesBackForeignPartsOnly)
+TEST(HttpRequest, RecycleKeepsItsOwnParts)
 {
     const auto request = NewRequest();
     QZHttpRequest* r = request.Get();
@@ -290,8 +290,9 @@ TEST(HttpRequest, GivesBackForeignPartsOnly)
     r->Recycle(&header);
     r->Recycle(&headers);
     r->Recycle(&cookies);
-    EXPECT_TRUE(!content && !source && !method && !version && !url && !address && !header && !headers &&
-                !cookies);
+    EXPECT_TRUE(content == nullptr && source == nullptr && method == nullptr && version == nullptr &&
+                url == nullptr && address == nullptr && header == nullptr && headers == nullptr &&
+                cookies == nullptr);
     EXPECT_EQ(WireOf(r), "GET / HTTP/1.1\r\nContent-Length: 0\r\n\r\n");
 
     QZHttpFactory::Collect(0);
@@ -313,7 +314,7 @@ TEST(HttpRequest, GivesBackForeignPartsOnly)
     EXPECT_EQ(again.Get(), cached);
 }
 
-TEST(HttpRequest, ReadsAHeadThatIsOneOfItsOwnTexts)
+TEST(HttpRequest, SetHeadTakesItsOwnTexts)
 {
     const auto request = NewRequest();
     request->SetMethod(Str("PUT /a?b=c HTTP/1.1\r\nHost: h\r\nCookie: k=v"));
@@ -325,7 +326,7 @@ TEST(HttpRequest, ReadsAHeadThatIsOneOfItsOwnTexts)
     EXPECT_EQ(HeadOf(request.Get()), "GET /of/a/header HTTP/1.1\r\nX-First: 1\r\nX-Second: 2\r\n\r\n");
 }
 
-TEST(HttpRequest, ReadsItsOwnContent)
+TEST(HttpRequest, SetTakesItsOwnContent)
 {
     const auto request = NewRequest();
     const std::string inner = "POST /inner HTTP/1.1\r\nContent-Length: 4\r\n\r\nbody";
@@ -335,7 +336,7 @@ TEST(HttpRequest, ReadsItsOwnContent)
     EXPECT_EQ(BytesOf(request->GetSource()), inner);
 }
 
-TEST(HttpRequest, TakesHeadersOver)
+TEST(HttpRequest, SetHeaderMergesHeaders)
 {
     const auto request = NewRequest();
     const Held<QZHttpHeaderCollection> headers(
@@ -345,7 +346,7 @@ TEST(HttpRequest, TakesHeadersOver)
     EXPECT_EQ(headers->Count(), 2);
 }
 
-TEST(HttpRequest, MethodsAreTakenAsTheyAre)
+TEST(HttpRequest, AnyMethodIsAccepted)
 {
     const auto request = NewRequest();
     request->SetMethod(QZ_W("delete"));

@@ -31,7 +31,7 @@ std::string CookiesFor(std::string_view lines)
     return CookiesOf(response->GetCookies());
 }
 
-TEST(HttpResponse, IsAnEmptyOkWhenItIsNew)
+TEST(HttpResponse, NewResponseIsAnEmptyOk)
 {
     QZHttpFactory::Collect(0);
     const auto response = NewResponse();
@@ -42,7 +42,7 @@ TEST(HttpResponse, IsAnEmptyOkWhenItIsNew)
     EXPECT_EQ(WireOf(response.Get()), "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
 }
 
-TEST(HttpResponse, IsReadFromBytes)
+TEST(HttpResponse, IsParsedFromBytes)
 {
     const auto response = NewResponse();
     Read(response.Get(), "HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\nX: y\r\n\r\nbody\r\n\r\n");
@@ -58,7 +58,7 @@ TEST(HttpResponse, KeepsNoSource)
     EXPECT_EQ(response->GetSource()->GetSize(), 0);
 }
 
-TEST(HttpResponse, WithoutAnEmptyLineIsAnEmptyOk)
+TEST(HttpResponse, BytesWithoutAnEmptyLineAreAnEmptyOk)
 {
     for (const char* bytes : {"HTTP/1.1 404 Not Found\r\nX: y\r\n", "\r\n\r\nbody", "x"})
     {
@@ -92,7 +92,7 @@ TEST(HttpResponse, RefusesAFirstLineOfTwoWords)
     EXPECT_NE(thrown.argumentTrace.find("<HEX>"), std::string::npos) << thrown.argumentTrace;
 }
 
-TEST(HttpResponse, AStatusThatWasReadEndsWithABlank)
+TEST(HttpResponse, ParsedStatusEndsWithABlank)
 {
     const auto response = NewResponse();
     SetHead(response.Get(), "HTTP/1.1 404 Not Found");
@@ -104,7 +104,7 @@ TEST(HttpResponse, AStatusThatWasReadEndsWithABlank)
     EXPECT_QZ_TEXT(response->GetStatus(), " y ");
 }
 
-TEST(HttpResponse, KeepsHeadersWithColonAndBlank)
+TEST(HttpResponse, KeepsHeaderLinesWithColonAndBlank)
 {
     EXPECT_EQ(HeadersFor("X-A:1\r\nB: 2\r\nC: \r\n: 3\r\n D :x: y\r\nA: 1"), "B: 2|D: x: y|A: 1");
     EXPECT_EQ(HeadersFor("A: 1\r\n \r\nB: 2"), "A: 1");
@@ -115,11 +115,11 @@ TEST(HttpResponse, LinesWithSetCookieAreCookies)
 {
     EXPECT_EQ(CookiesFor("Set-Cookie: a=b=c; Path=/x\r\nSet-Cookie: d=e; domain=f; expires=g h"),
               "a=b=c path=/x domain= expires=|d=e path= domain=f expires=g h");
-    // Wherever the word stands, and every "Set-Cookie:" in the line is left out.
+    // "Set-Cookie:" may be anywhere in the line, and every occurrence is removed.
     EXPECT_EQ(CookiesFor("X-Set-Cookie: a=b"), "X- a=b path= domain= expires=");
     EXPECT_EQ(CookiesFor("Set-Cookie: a=Set-Cookie:b"), "a=b path= domain= expires=");
     EXPECT_EQ(CookiesFor("Set-Cookie:a=b"), "");
-    // Cookies without a name stay.
+    // Cookies without a name are kept.
     EXPECT_EQ(CookiesFor("Set-Cookie: lonely\r\nSet-Cookie: a=b"),
               "= path= domain= expires=|a=b path= domain= expires=");
 }
@@ -140,7 +140,7 @@ TEST(HttpResponse, IsWrittenAsHeadAndContent)
     EXPECT_EQ(WireOf(response.Get()), head + "abc");
 }
 
-TEST(HttpResponse, ItsContentSetsTheLength)
+TEST(HttpResponse, SetContentSetsTheLength)
 {
     const auto response = NewResponse();
     QZData data("abcd", 4);
@@ -174,7 +174,7 @@ TEST(HttpResponse, StatusMayBeANumberOrAnyText)
     EXPECT_EQ(HeadOf(response.Get()), "HTTP/1.1 c\r\nContent-Length: 0\r\n\r\n");
 }
 
-TEST(HttpResponse, ClearMakesItAnEmptyOk)
+TEST(HttpResponse, ClearedResponseIsAnEmptyOk)
 {
     const auto response = NewResponse();
     Read(response.Get(), "HTTP/1.1 404 Not Found\r\nX: y\r\nSet-Cookie: a=b\r\n\r\nbody");
@@ -184,7 +184,7 @@ TEST(HttpResponse, ClearMakesItAnEmptyOk)
     EXPECT_EQ(http::StampsOf(response.Get()).end, 0);
 }
 
-TEST(HttpResponse, ComesOutOfTheCacheAsNew)
+TEST(HttpResponse, RecycledResponseIsReusedAsNew)
 {
     QZHttpResponse* first = QZHttpFactory::CreateResponse();
     QZHttpResponse* address = first;
@@ -197,7 +197,7 @@ TEST(HttpResponse, ComesOutOfTheCacheAsNew)
     EXPECT_EQ(WireOf(again.Get()), "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
 }
 
-TEST(HttpResponse, ReadsAHeadThatIsItsOwnStatus)
+TEST(HttpResponse, SetHeadTakesItsOwnStatus)
 {
     const auto response = NewResponse();
     response->SetStatus(Str("HTTP/1.1 404 Not Found\r\nHost: h\r\nSet-Cookie: k=v"));
@@ -206,7 +206,7 @@ TEST(HttpResponse, ReadsAHeadThatIsItsOwnStatus)
               "HTTP/1.1 404 Not Found \r\nHost: h\r\nSet-Cookie: k=v; domain=; expires=; path=\r\n\r\n");
 }
 
-TEST(HttpResponse, ItsOwnContentIsEmptyBeforeItIsRead)
+TEST(HttpResponse, SetOfItsOwnContentThrowsBecauseItIsCleared)
 {
     const auto response = NewResponse();
     response->SetContent("HTTP/1.1 404 Not Found\r\n\r\n", 26);
@@ -214,7 +214,7 @@ TEST(HttpResponse, ItsOwnContentIsEmptyBeforeItIsRead)
     EXPECT_QZ_TEXT(response->GetStatus(), "200 OK");
 }
 
-TEST(HttpResponse, FactoryReadsTheData)
+TEST(HttpResponse, FactoryParsesTheData)
 {
     QZData data("HTTP/1.1 204 No Content\r\n\r\n", 27);
     const Held<QZHttpResponse> response(QZHttpFactory::CreateResponse(&data));
@@ -223,7 +223,7 @@ TEST(HttpResponse, FactoryReadsTheData)
     EXPECT_QZ_THROW(QZHttpFactory::CreateResponse(&empty), QZHttpExceptionCode::BadResponseData);
 }
 
-TEST(HttpResponse, GivesBackForeignPartsOnly)
+TEST(HttpResponse, RecycleKeepsItsOwnParts)
 {
     const auto response = NewResponse();
     QZString* status = response->GetStatus();
@@ -233,7 +233,7 @@ TEST(HttpResponse, GivesBackForeignPartsOnly)
     EXPECT_EQ(status, nullptr);
     EXPECT_EQ(content, nullptr);
     EXPECT_QZ_TEXT(response->GetStatus(), "200 OK");
-    // What somebody else has locked stays his.
+    // A string with another lock is not recycled.
     QZString locked("x");
     locked.SetDisposable(1, 0);
     QZString* variable = &locked;

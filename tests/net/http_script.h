@@ -31,7 +31,7 @@ public:
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
-    /// One request, head and content; empty when the client has closed.
+    /// Returns one request, head and content; empty when the client has closed.
     std::string Read()
     {
         std::string all;
@@ -55,7 +55,7 @@ public:
         }
     }
 
-    /// The bytes in pieces of that size, each on its own way.
+    /// Sends the bytes in pieces of `size` bytes, with a pause after each.
     void SendPieces(std::string_view bytes, std::size_t size)
     {
         for (; !bytes.empty(); bytes.remove_prefix(std::min(size, bytes.size())))
@@ -65,7 +65,7 @@ public:
         }
     }
 
-    /// Reads a request and answers it.
+    /// Reads a request and sends the response.
     void Answer(std::string_view response)
     {
         if (!Read().empty()) Send(response);
@@ -91,8 +91,8 @@ private:
     QZInt64 m_socket;
 };
 
-/// A server on the loopback that plays one script for each connection, in the order in which they come; later
-/// ones are closed at once. A connection ends with its script.
+/// A server on the loopback interface. The n-th connection runs the n-th script and is closed at its end;
+/// connections without a script are closed at once.
 class ScriptedServer
 {
 public:
@@ -112,12 +112,12 @@ public:
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
 
-    /// No more connections; waits for the scripts.
+    /// Accepts no more connections and waits for the scripts.
     void Stop()
     {
         if (!m_thread.joinable()) return;
         m_stopping = true;
-        // A connection of its own ends the accept that waits, on every platform.
+        // A last connection ends the waiting accept on every platform.
         const QZInt64 last = os::SocketOpen(os::SocketKind::Stream);
         os::SocketConnect(last, kLoopback, m_port);
         m_thread.join();
@@ -169,7 +169,7 @@ private:
     std::vector<std::thread> m_threads;
 };
 
-/// Other pauses before the retries of clients, for the time of a scope.
+/// While it lives, sets the pauses before the retries of clients, in milliseconds.
 class Pauses
 {
 public:

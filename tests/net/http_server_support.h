@@ -22,14 +22,14 @@ namespace qztest
 
 constexpr QZUInt32 kLoopback = 0x0100007F;
 
-/// Keeps the texts of what an engine reports.
+/// Collects the texts that an engine reports.
 class Reports : public QZErrorReport
 {
 public:
-    void Report(const QZWChar* text) override { Note(Utf8(text)); }
-    void Report(const char* text) override { Note(text); }
-    void Report(QZString* text) override { Note(Utf8(text)); }
-    void Report(QZException* exception) override { Note(Utf8(exception->GetMsg())); }
+    void Report(const QZWChar* text) override { Add(Utf8(text)); }
+    void Report(const char* text) override { Add(text); }
+    void Report(QZString* text) override { Add(Utf8(text)); }
+    void Report(QZException* exception) override { Add(Utf8(exception->GetMsg())); }
 
     std::vector<std::string> All()
     {
@@ -44,7 +44,7 @@ public:
     }
 
 private:
-    void Note(std::string text)
+    void Add(std::string text)
     {
         std::lock_guard<std::mutex> guard(m_lock);
         m_texts.push_back(std::move(text));
@@ -54,8 +54,9 @@ private:
     std::vector<std::string> m_texts;
 };
 
-/// A server on the loopback whose pages are a function of the test. Without one it answers
-/// "<method> <path> <bytes of content>".
+/// A server on the loopback interface whose pages come from a function. Without a function the content of a
+/// page is
+/// "<method> <path> <number of bytes of the request's content>".
 class TestServer : public QZHttpServerEngine
 {
 public:
@@ -112,7 +113,7 @@ private:
     Page m_page;
 };
 
-/// A client that speaks bytes.
+/// A client that sends and receives raw bytes.
 class RawClient
 {
 public:
@@ -144,7 +145,7 @@ public:
         return true;
     }
 
-    /// The next whole response; what there is when the stream ends before.
+    /// Returns the next complete response, or the bytes received when the server ends the stream before.
     std::string Receive()
     {
         for (;;)
@@ -159,7 +160,7 @@ public:
         }
     }
 
-    /// The server has ended its stream, and nothing is left to be read.
+    /// Waits until the server ends its stream; false when bytes are left to read.
     bool AtEnd() { return m_input.empty() && !More(); }
 
     std::string Ask(std::string_view request) { return Send(request) ? Receive() : std::string(); }

@@ -20,7 +20,7 @@ using qztest::TempDir;
 
 std::string ContentOf(QZHttpResponse* response) { return qztest::BytesOf(response->GetContent()); }
 
-/// The page of the template, written out by hand.
+/// The expected page, written independently of the library's template.
 std::string PageText(const std::string& big, const std::string& message, const std::string& detail,
                      const std::string& server, const std::string& bigStyle = "font-size:10vw",
                      const std::string& messageStyle = "font-size:3vw")
@@ -79,7 +79,7 @@ TEST(HttpServerPages, EachStatusHasItsPage)
     }
 }
 
-TEST(HttpServerPages, ThePathOfA404AndTheMessageOfA500StandInTheDetailLine)
+TEST(HttpServerPages, DetailLineHasThePathOfA404AndTheMessageOfA500)
 {
     Str path("/x");
     Held<QZHttpResponse> missing(QZHttpServer::Page404(QZ_W("srv"), path));
@@ -98,7 +98,7 @@ TEST(HttpServerPages, NullTextsAddNothing)
     EXPECT_EQ(ContentOf(broken.Get()), PageText("500", "Internal Server Error", "", ""));
 }
 
-TEST(HttpServerPages, TheDefaultIndexWelcomes)
+TEST(HttpServerPages, DefaultIndexIsAWelcomePage)
 {
     Held<QZHttpResponse> response(QZHttpServer::DefaultIndex(QZ_W("srv")));
     EXPECT_QZ_TEXT(response->GetStatus(), "200 OK");
@@ -119,15 +119,15 @@ TEST(HttpServerPages, RedirectsHaveALocationAndNoBody)
 
 // ---- Files
 
-struct Served
+struct FileType
 {
     const char* name;
     const char* type;
 };
 
-TEST(HttpServerFiles, TheExtensionDecidesTheType)
+TEST(HttpServerFiles, ExtensionDecidesTheType)
 {
-    const Served files[] = {
+    const FileType files[] = {
         {"a.png", "image/png"},
         {"a.PNG", "image/png"},
         {"a.gif", "image/gif"},
@@ -152,7 +152,7 @@ TEST(HttpServerFiles, TheExtensionDecidesTheType)
         {"a.ttf", "application/x-font-ttf"},
     };
     TempDir folder;
-    for (const Served& file : files)
+    for (const FileType& file : files)
     {
         folder.Write(file.name, "abc");
         QZString path(folder.Name(file.name).c_str());
@@ -165,7 +165,7 @@ TEST(HttpServerFiles, TheExtensionDecidesTheType)
     }
 }
 
-TEST(HttpServerFiles, AnObjFileHasABodyAndNoType)
+TEST(HttpServerFiles, ObjFileHasABodyAndNoType)
 {
     TempDir folder;
     folder.Write("m.obj", "v 0 0 0");
@@ -175,7 +175,7 @@ TEST(HttpServerFiles, AnObjFileHasABodyAndNoType)
     EXPECT_EQ(qztest::HeadersOf(response->GetHeaders()), "Content-Length: 7|Cache-Control: max-age=3600");
 }
 
-TEST(HttpServerFiles, OtherExtensionsGiveAnEmptyAnswer)
+TEST(HttpServerFiles, OtherExtensionsGiveAnEmptyResponse)
 {
     TempDir folder;
     for (const char* name : {"a.exe", "a", "a.pngx", "a.pn", "a.html.bak"})
@@ -190,7 +190,7 @@ TEST(HttpServerFiles, OtherExtensionsGiveAnEmptyAnswer)
     }
 }
 
-TEST(HttpServerFiles, AnEmptyFileIsServed)
+TEST(HttpServerFiles, EmptyFileIsServed)
 {
     TempDir folder;
     folder.Write("e.txt", "");
@@ -200,7 +200,7 @@ TEST(HttpServerFiles, AnEmptyFileIsServed)
               "Content-Length: 0|Content-Type: text/plain|Cache-Control: max-age=3600");
 }
 
-TEST(HttpServerFiles, WhatCannotBeReadIsNull)
+TEST(HttpServerFiles, UnreadableFileReturnsNull)
 {
     TempDir folder;
     QZString missing(folder.Name("none.txt").c_str());
@@ -234,7 +234,7 @@ private:
     std::string m_text;
 };
 
-/// The content of the answer to a request for a path, "<null>" without one.
+/// Status and content of the response to a request for a path, "<null>" for no response.
 std::string Answer(QZHttpPageContainer& pages, const char* url)
 {
     Held<QZHttpRequest> request = qztest::NewRequest();
@@ -246,7 +246,7 @@ std::string Answer(QZHttpPageContainer& pages, const char* url)
     return text;
 }
 
-TEST(HttpPages, APageIsFoundByItsPathWhateverTheCase)
+TEST(HttpPages, PageIsFoundByItsPathIgnoringCase)
 {
     TextPage page(QZ_W("/index"), "here");
     QZHttpPageContainer pages;
@@ -257,7 +257,7 @@ TEST(HttpPages, APageIsFoundByItsPathWhateverTheCase)
     EXPECT_EQ(Answer(pages, "/"), "<null>");
 }
 
-TEST(HttpPages, TheFirstPageOfAPathDecides)
+TEST(HttpPages, FirstPageOfAPathIsUsed)
 {
     TextPage first(QZ_W("/p"), "first");
     TextPage second(QZ_W("/P"), "second");
@@ -269,7 +269,7 @@ TEST(HttpPages, TheFirstPageOfAPathDecides)
     EXPECT_EQ(Answer(pages, "/p"), "200 second");
 }
 
-TEST(HttpPages, TheVerificationTakesTheAnswersPlace)
+TEST(HttpPages, VerificationReplacesTheResponse)
 {
     TextPage page(QZ_W("/p"), "inside");
     page.closed = true;
@@ -280,7 +280,7 @@ TEST(HttpPages, TheVerificationTakesTheAnswersPlace)
     EXPECT_EQ(Answer(pages, "/p"), "200 inside");
 }
 
-TEST(HttpPages, AContainerLeavesItsPagesToTheApplication)
+TEST(HttpPages, ContainerUnlocksItsPagesAndDoesNotDeleteThem)
 {
     TextPage page(QZ_W("/p"), "text");
     {
@@ -293,7 +293,7 @@ TEST(HttpPages, AContainerLeavesItsPagesToTheApplication)
     EXPECT_QZ_TEXT(page.GetPath(), "/p");
 }
 
-TEST(HttpPages, APlainPageAnswersNothing)
+TEST(HttpPages, BasePageReturnsNoResponse)
 {
     QZHttpPage page(Str("/p"));
     EXPECT_EQ(page.GetType(), 0x831001F);
@@ -308,7 +308,7 @@ TEST(HttpPages, APlainPageAnswersNothing)
 
 // ---- Sites
 
-/// A site out of JSON text, recycled at the end.
+/// A site parsed from JSON text, recycled at the end of its scope.
 class ParsedSite
 {
 public:
@@ -336,7 +336,7 @@ private:
     QZSite* m_site = nullptr;
 };
 
-TEST(HttpSites, ASiteIsReadFromItsConfiguration)
+TEST(HttpSites, SiteIsParsedFromItsConfiguration)
 {
     ParsedSite site(R"({"host":" a.example ","SITESTATUS":"redirect302","PhyLocation":"/srv/a",)"
                     R"("Location":"http://b ","IndexPage":" index.html"})");
@@ -348,7 +348,7 @@ TEST(HttpSites, ASiteIsReadFromItsConfiguration)
     EXPECT_EQ(site->GetType(), 0x8310021);
 }
 
-TEST(HttpSites, WhatAConfigurationLeavesOutIsEmptyAndLocal)
+TEST(HttpSites, MissingKeysAreEmptyAndTheStatusIsLocal)
 {
     ParsedSite site(R"({"Other":"x"})");
     EXPECT_QZ_TEXT(site->GetHost(), "");
@@ -365,7 +365,7 @@ TEST(HttpSites, EachStatusHasItsName)
     EXPECT_EQ(ParsedSite(R"({"SiteStatus":"else"})")->GetStatus(), 1);
 }
 
-TEST(HttpSites, AValueThatIsNoStringRaisesUnderAnyKey)
+TEST(HttpSites, ValueThatIsNoStringThrowsForEveryKey)
 {
     const char* message =
         "\xE4\xBC\xA0\xE5\x85\xA5\xE7\x9A\x84Json\xE5\xAD\x98\xE5\x9C\xA8\xE9\x9D\x9E\xE7\xBA\xAF\xE5\xAD\x97"
@@ -387,7 +387,7 @@ TEST(HttpSites, StringObjectsAreTrimmedAndRawTextIsNot)
     EXPECT_QZ_TEXT(raw.GetIndex(), " i ");
 }
 
-TEST(HttpSites, AHostIsListedOnceCaseIncluded)
+TEST(HttpSites, HostsAreUniqueWithCase)
 {
     QZSite first(QZ_W("a"), nullptr, nullptr, 1, nullptr);
     QZSite twin(QZ_W("a"), nullptr, nullptr, 1, nullptr);

@@ -16,7 +16,7 @@
 namespace qztest
 {
 
-/// A message or part of one for the time of a scope.
+/// Holds a message, or a part of one, and recycles it at the end of its scope.
 template <typename T>
 class Held
 {
@@ -24,7 +24,7 @@ public:
     explicit Held(T* object) : m_object(object) {}
     ~Held()
     {
-        if (m_object) QZHttpFactory::Recycle(&m_object);
+        if (m_object != nullptr) QZHttpFactory::Recycle(&m_object);
     }
     Held(const Held&) = delete;
     Held& operator=(const Held&) = delete;
@@ -36,7 +36,7 @@ private:
     T* m_object;
 };
 
-/// A string object of UTF-8 text.
+/// A QZString made from UTF-8 text.
 class Str
 {
 public:
@@ -51,7 +51,7 @@ private:
 inline Held<QZHttpRequest> NewRequest() { return Held<QZHttpRequest>(QZHttpFactory::CreateRequest()); }
 inline Held<QZHttpResponse> NewResponse() { return Held<QZHttpResponse>(QZHttpFactory::CreateResponse()); }
 
-/// What a message gave out, as UTF-8; it goes back to the message.
+/// Returns a text from a message as UTF-8 and recycles it through the message.
 template <typename Message>
 std::string TakenFrom(Message* message, QZString* text)
 {
@@ -80,7 +80,7 @@ std::string WireOf(Message* message)
     return bytes;
 }
 
-/// "Name: value" of each header, with "|" between them.
+/// The headers as "Name: value", with "|" between them.
 inline std::string HeadersOf(QZHttpHeaderCollection* headers)
 {
     std::string all;
@@ -98,7 +98,7 @@ inline std::string CookieText(QZHttpCookie* cookie)
            " domain=" + Utf8(cookie->GetDomain()) + " expires=" + Utf8(cookie->GetExpries());
 }
 
-/// All parts of each cookie, with "|" between them.
+/// The cookies with all their parts, with "|" between them.
 inline std::string CookiesOf(QZHttpCookieCollection* cookies)
 {
     std::string all;

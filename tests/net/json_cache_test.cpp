@@ -2,8 +2,8 @@
 
 #include "net/net_json_cache.h"
 
-// A host's own cache of JSON values, beside the factory's.
-TEST(JsonCache, GivesTheValueThatCameBackOutAgain)
+// A cache of JSON values that a host creates itself.
+TEST(JsonCache, ReturnedValueIsReused)
 {
     QZJsonDecimalCache cache(-1, -1);
     EXPECT_EQ(cache.GetType(), QZObjectCache::Type);

@@ -1,4 +1,4 @@
-// What DeserializeObject reads, and what it refuses.
+// What DeserializeObject accepts, and what it refuses.
 
 #include <string>
 
@@ -10,7 +10,7 @@ using qztest::Reread;
 
 namespace
 {
-TEST(JsonParse, BlankTextAndNullGiveNoValue)
+TEST(JsonParse, BlankTextAndNullReturnNull)
 {
     EXPECT_EQ(QZJsonFactory::DeserializeObject(nullptr), nullptr);
     EXPECT_EQ(Parse(""), nullptr);
@@ -53,7 +53,7 @@ TEST(JsonParse, EveryKindOfValue)
 
 TEST(JsonParse, WordsAreReadInAnyCase) { EXPECT_EQ(Reread("[TRUE,False,nULL]"), "[true,false,null]"); }
 
-TEST(JsonParse, TheLastOfEqualNamesWinsInTheFirstOnesPlace)
+TEST(JsonParse, LastOfEqualNamesWinsAtThePositionOfTheFirst)
 {
     auto* object = ParseAs<QZJsonObject>(R"({"a":1,"a":2})");
     EXPECT_EQ(object->AttrCount(), 1);
@@ -73,16 +73,16 @@ TEST(JsonParse, ManyNamesKeepOrderAndCase)
     EXPECT_EQ(Reread(again), json + "\"\xC3\x84\":1,\"\xC3\xA4\":2}");
 }
 
-TEST(JsonParse, NumbersAreWhatTheLibraryReadsInAnyText)
+TEST(JsonParse, NumbersAreReadByTheRulesOfTheLibrary)
 {
     EXPECT_EQ(Reread("[0,-1,007,2.50,-0.5,1234567890123]"), "[0,-1,7,2.5,0.5,1234567890123]");
-    // A unit that is no digit counts by its distance from "0".
+    // A character that is no digit counts by its distance from "0".
     EXPECT_EQ(Reread("[1e5]"), "[635]");
     EXPECT_EQ(Reread("[0x1F]"), "[31]");
     EXPECT_EQ(Reread("[ 5 ]"), "[5]");
 }
 
-TEST(JsonParse, NothingInAStringIsUnescaped)
+TEST(JsonParse, EscapesInStringsAreNotDecoded)
 {
     EXPECT_EQ(Reread(R"({"a":"b\nc\\"})"), R"({"a":"b\nc\\"})");
     auto* object = ParseAs<QZJsonObject>(R"({"a\t":"\u0041"})");
@@ -91,9 +91,10 @@ TEST(JsonParse, NothingInAStringIsUnescaped)
     QZJsonFactory::Recycle(&object);
 }
 
-TEST(JsonParse, AStringThatEndsTheStretchMayHoldQuotationMarks)
+TEST(JsonParse, LastStringMayContainQuotationMarks)
 {
-    // Up to the last unit where that is a quotation mark, up to the next one elsewhere.
+    // A string ends at the last character when that is a quotation mark, otherwise at the next quotation
+    // mark.
     EXPECT_EQ(Reread(R"([1,"a"x"b"])"), R"x([1,"a"x"b"])x");
     EXPECT_EQ(Reread(R"({"k":1,"a":"x"y"z" })"), R"({"k":1,"a":"x"})");
     EXPECT_EQ(Reread(R"({"k":1,"a":"x"y"z"})"), R"({"k":1,"a":"x"y"z"})");
@@ -101,60 +102,60 @@ TEST(JsonParse, AStringThatEndsTheStretchMayHoldQuotationMarks)
     EXPECT_EQ(Reread("[\"\"]"), "[\"\"]");
 }
 
-TEST(JsonParse, ACommaInAStringOfAnArraySplitsTheString)
+TEST(JsonParse, CommaInAStringOfAnArraySplitsTheString)
 {
     EXPECT_JSON_THROW(R"(["a,b"])", 512, " JsonFormatException");
 }
 
-TEST(JsonParse, ACommaOrColonInAStringOfAnObjectStaysInIt)
+TEST(JsonParse, CommaAndColonInAStringOfAnObjectAreText)
 {
     EXPECT_EQ(Reread(R"({"a,b":"c,d:e","f":1})"), R"({"a,b":"c,d:e","f":1})");
 }
 
-TEST(JsonParse, BracketsInStringsCountAsStructure)
+TEST(JsonParse, BracketsInStringsCountAsBrackets)
 {
     EXPECT_JSON_THROW(R"({"a":"}"})", 1024, " UnexpectedSymbols at index 8");
     EXPECT_JSON_THROW(R"({"a":"["})", 512, " JsonFormatException");
-    // Balanced ones do no harm.
+    // Balanced brackets in strings cause no error.
     EXPECT_EQ(Reread(R"({"a":"[x]","b":"{}"})"), R"({"a":"[x]","b":"{}"})");
     EXPECT_EQ(Reread(R"({"a":"[","b":"]"})"), R"({"a":"[","b":"]"})");
     EXPECT_EQ(Reread(R"(["[", "]"])"), R"x(["[", "]"])x");
 }
 
-TEST(JsonParse, ABraceMayCloseASquareBracket)
+TEST(JsonParse, BraceMayCloseASquareBracket)
 {
     EXPECT_EQ(Reread("[1,2}"), "[1,2]");
     EXPECT_EQ(Reread(R"({"a":[1}])"), R"({"a":[1]})");
 }
 
-TEST(JsonParse, OnlyTheLastPairOfTheTextIsRead)
+TEST(JsonParse, OnlyTheLastBracketPairIsRead)
 {
     EXPECT_EQ(Reread("junk {\"a\":1} junk"), "{\"a\":1}");
     EXPECT_EQ(Reread("{\"a\":1}{\"b\":2}"), "{\"b\":2}");
     EXPECT_EQ(Reread("[1] [2] 3"), "[2]");
 }
 
-TEST(JsonParse, ANestedValueEndsAtItsOwnBracket)
+TEST(JsonParse, NestedValueEndsAtItsBracket)
 {
     EXPECT_EQ(Reread(R"({"a":[1] x,"b":{"c":2} y})"), R"({"a":[1],"b":{"c":2}})");
     EXPECT_EQ(Reread("[[1] 2,3]"), "[[1],3]");
 }
 
-TEST(JsonParse, EveryColonOfAStretchMakesAPair)
+TEST(JsonParse, EveryColonBetweenCommasMakesAPair)
 {
     EXPECT_EQ(Reread(R"({"a":1:2})"), R"({"a":2})");
     EXPECT_EQ(Reread(R"({"a":[1]:{"b":2}})"), R"({"a":{"b":2}})");
     EXPECT_EQ(Reread(R"({"a":"x":true,"b":1})"), R"({"a":true,"b":1})");
 }
 
-TEST(JsonParse, AStretchWithoutAColonIsPassedOver)
+TEST(JsonParse, TextWithoutAColonIsSkipped)
 {
     EXPECT_EQ(Reread(R"({"a"})"), "{}");
     EXPECT_EQ(Reread(R"({x})"), "{}");
     EXPECT_EQ(Reread(R"({,,"a":1,,"b",})"), R"({"a":1})");
 }
 
-TEST(JsonParse, TheNameStandsBetweenTheFirstTwoQuotationMarks)
+TEST(JsonParse, NameIsTheTextBetweenTheFirstTwoQuotationMarks)
 {
     EXPECT_EQ(Reread(R"({x " a " y:1})"), R"({" a ":1})");
     EXPECT_EQ(Reread(R"({"c":2,"a""b":1})"), R"({"c":2,"a":1})");
@@ -171,51 +172,51 @@ TEST(JsonParse, BadValuesAreOfUnknownType)
     EXPECT_JSON_THROW("[- 1]", 768, " UnknwonDataType");
     EXPECT_JSON_THROW("[+1]", 768, " UnknwonDataType");
     EXPECT_JSON_THROW("[.5]", 768, " UnknwonDataType");
-    // White space beyond blanks, tabs and line ends makes no empty array.
+    // White space other than blanks, tabs and line ends is no empty array.
     EXPECT_JSON_THROW("[\v]", 768, " UnknwonDataType");
 }
 
-TEST(JsonParse, NamesWithoutQuotationMarksAreAFormatFailure)
+TEST(JsonParse, NamesWithoutQuotationMarksAreFormatErrors)
 {
     EXPECT_JSON_THROW("{1:2}", 512, " JsonFormatException");
     EXPECT_JSON_THROW("{a:2}", 512, " JsonFormatException");
     EXPECT_JSON_THROW("{:2}", 512, " JsonFormatException");
 }
 
-TEST(JsonParse, AStringWithoutAnEndIsAFormatFailure)
+TEST(JsonParse, UnclosedStringIsAFormatError)
 {
     EXPECT_JSON_THROW(R"({"a":"})", 512, " JsonFormatException");
     EXPECT_JSON_THROW(R"(["abc])", 512, " JsonFormatException");
 }
 
-TEST(JsonParse, AnEmptyNameIsABadKey) { EXPECT_QZ_THROW_MESSAGE(Reread(R"({"":1})"), 2048, " KeyIsBad"); }
+TEST(JsonParse, EmptyNameIsABadKey) { EXPECT_QZ_THROW_MESSAGE(Reread(R"({"":1})"), 2048, " KeyIsBad"); }
 
-TEST(JsonParse, AStringBehindAStringIsUnexpectedUntilTheFirstComma)
+TEST(JsonParse, StringAfterAStringIsRefusedUntilTheFirstComma)
 {
     EXPECT_JSON_THROW(R"(["a" "b"])", 1024, " UnexpectedSymbols at index 5");
     EXPECT_JSON_THROW(R"({"a":"b" "c":1})", 1024, " UnexpectedSymbols at index 9");
     EXPECT_JSON_THROW(R"("a" "b")", 1024, " UnexpectedSymbols at index 4");
-    // A comma switches the test off for good.
+    // The first comma turns this check off for the rest of the text.
     EXPECT_EQ(Reread(R"([1,"a" "b"])"), R"x([1,"a" "b"])x");
-    // A brace between two strings is enough.
+    // A brace between the strings avoids the check, too.
     EXPECT_EQ(Reread(R"(["a"{"b":1}])"), R"(["a"])");
 }
 
-TEST(JsonParse, AClosingBracketWithoutAnOpeningOneIsUnexpected)
+TEST(JsonParse, ClosingBracketWithoutAnOpeningOneIsRefused)
 {
     EXPECT_JSON_THROW("]", 1024, " UnexpectedSymbols at index 0");
     EXPECT_JSON_THROW("[1]}", 1024, " UnexpectedSymbols at index 3");
 }
 
-TEST(JsonParse, AnOpenBracketIsReportedBehindTheReading)
+TEST(JsonParse, UnclosedBracketIsReportedAfterParsing)
 {
     EXPECT_JSON_THROW("[1,[2]", 1024, " UnexpectedSymbols at index 0");
     EXPECT_JSON_THROW("x[{[1]", 1024, " UnexpectedSymbols at index 1");
-    // What is wrong inside the last pair comes first.
+    // An error inside the last pair is reported first.
     EXPECT_JSON_THROW("[1,[x]", 768, " UnknwonDataType");
 }
 
-TEST(JsonParse, TextWithoutAPairFindsNothingToTakeOut)
+TEST(JsonParse, TextWithoutABracketPairThrowsMemoryInaccessible)
 {
     for (const char* json : {"5", "\"a\"", "true", " null ", "[", "{\"a\":1"})
     {
@@ -226,7 +227,7 @@ TEST(JsonParse, TextWithoutAPairFindsNothingToTakeOut)
     }
 }
 
-TEST(JsonParse, DeepNestingIsReadWrittenAndGivenBack)
+TEST(JsonParse, DeepNestingIsParsedWrittenAndRecycled)
 {
     const int depth = 30000;
     std::string json;
@@ -237,13 +238,13 @@ TEST(JsonParse, DeepNestingIsReadWrittenAndGivenBack)
     EXPECT_EQ(qztest::Taken(value->ToString()), json);
     EXPECT_GT(value->GetMemorySize(), depth);
     QZJsonFactory::Recycle(&value);
-    // A failure deep inside destroys what was made.
+    // An error deep inside deletes the values parsed so far.
     json[json.find('1')] = 'x';
     EXPECT_QZ_THROW(Parse(json), 768);
     QZJsonFactory::Collect(0);
 }
 
-TEST(JsonParse, ValuesOfATextThatFailsDoNotComeBackToTheCaches)
+TEST(JsonParse, ValuesOfARefusedTextAreNotRecycled)
 {
     QZJsonFactory::Collect(0);
     auto* ten = ParseAs<QZJsonValueCollection>("[1,2,3,4,5,6,7,8,9,10]");
@@ -251,13 +252,13 @@ TEST(JsonParse, ValuesOfATextThatFailsDoNotComeBackToTheCaches)
     EXPECT_QZ_THROW(Parse("[1,2,3,x]"), 768);
     QZJsonObject* status = QZJsonFactory::GetStatus();
     EXPECT_QZ_TEXT(status->GetAttrName(1), "JsonDecimalCache");
-    // Seven idle, one of which went into the record for the count before.
+    // Seven were idle; one of them is used in the status object for the previous count.
     EXPECT_QZ_TEXT(status->GetAttrValue(1)->Val(), "6");
     EXPECT_QZ_TEXT(status->GetAttrValue(6)->Val(), "0");
     QZJsonFactory::Recycle(&status);
 }
 
-TEST(JsonParse, AThrownExceptionTracesTheOperation)
+TEST(JsonParse, ExceptionNamesTheOperation)
 {
     const qztest::Thrown thrown = qztest::Catch([] { Reread("[x]"); });
     EXPECT_EQ(thrown.stackTrace, "QZJsonFactory::DeserializeObject()");

@@ -11,7 +11,7 @@
 namespace qztest
 {
 
-/// The value of a JSON text; the caller recycles it.
+/// Parses a JSON text; the caller recycles the value.
 inline QZJsonValue* Parse(std::string_view json)
 {
     const Text wide = Wide(json);
@@ -28,7 +28,7 @@ T* ParseAs(std::string_view json)
     return static_cast<T*>(value);
 }
 
-/// A string that the call gave, as UTF-8; it goes back to the factory.
+/// Returns the text as UTF-8 and recycles the string.
 inline std::string Taken(QZString* text)
 {
     std::string utf8 = Utf8(text);
@@ -36,11 +36,11 @@ inline std::string Taken(QZString* text)
     return utf8;
 }
 
-/// What is written of a value that was read from this text.
+/// Parses the text and returns the value as text again.
 inline std::string Reread(std::string_view json)
 {
     QZJsonValue* value = Parse(json);
-    if (!value) return "<nothing>";
+    if (value == nullptr) return "<nothing>";
     std::string text = Taken(QZJsonFactory::SerializeObject(value));
     QZJsonFactory::Recycle(&value);
     return text;
@@ -48,7 +48,7 @@ inline std::string Reread(std::string_view json)
 
 }  // namespace qztest
 
-/// Reading the text throws a QZJsonException with this code and message.
+/// Expects that parsing the text throws a QZJsonException with this code and message.
 #define EXPECT_JSON_THROW(json, codeExpected, messageExpected)                           \
     do {                                                                                 \
         const ::qztest::Thrown thrown = ::qztest::Catch([] { ::qztest::Reread(json); }); \

@@ -14,10 +14,11 @@ namespace
 std::string Cell(QZDataTable* table, QZInt64 row, QZInt64 column)
 {
     QZData* data = table->Rows->GetRow(row)->GetElement(column);
-    return data ? Taken(QZConvert::DataToText(data, table->Columns->GetElementType(column))) : "<null>";
+    return data != nullptr ? Taken(QZConvert::DataToText(data, table->Columns->GetElementType(column)))
+                           : "<null>";
 }
 
-TEST(JsonTable, ColumnsComeInOrderOfFirstAppearanceWithTypesOfTheirValues)
+TEST(JsonTable, ColumnsAreInOrderOfFirstAppearance)
 {
     auto* list = ParseAs<QZJsonValueCollection>(
         R"([{"b":true,"n":7,"none":null},{"d":1.5,"t":"x y","B":false,"sub":{},"arr":[]},{"none":"late"}])");
@@ -42,10 +43,10 @@ TEST(JsonTable, ColumnsComeInOrderOfFirstAppearanceWithTypesOfTheirValues)
     EXPECT_EQ(table, nullptr);
 }
 
-TEST(JsonTable, AnythingButAnArrayOfObjectsIsAFormatFailure)
+TEST(JsonTable, AnythingButAnArrayOfObjectsIsAFormatError)
 {
     auto* object = ParseAs<QZJsonObject>("{}");
-    // A caller who only thinks that it has an array.
+    // A caller passes a pointer to an object as a pointer to an array.
     void* any = object;
     EXPECT_QZ_THROW_MESSAGE(QZJsonFactory::Json2DataTable(static_cast<QZJsonValueCollection*>(any)), 512,
                             " JsonFormatException Argument is not QZJsonValueCollection");
@@ -58,7 +59,7 @@ TEST(JsonTable, AnythingButAnArrayOfObjectsIsAFormatFailure)
     QZJsonFactory::Recycle(&list);
 }
 
-TEST(JsonTable, ATableWithColumnsIsFilledByTheirTypes)
+TEST(JsonTable, TableWithColumnsIsFilledByTheirTypes)
 {
     QZDataTable table;
     table.Columns->Add("Count", QZDataType::INT32);
@@ -75,7 +76,7 @@ TEST(JsonTable, ATableWithColumnsIsFilledByTheirTypes)
         for (int column : {0, 1}) EXPECT_EQ(Cell(&table, row, column), "<null>");
 }
 
-TEST(JsonTable, ATableBecomesAnArrayOfObjects)
+TEST(JsonTable, TableBecomesAnArrayOfObjects)
 {
     QZDataTable table;
     const struct
@@ -116,7 +117,7 @@ TEST(JsonTable, ATableBecomesAnArrayOfObjects)
     QZJsonFactory::Recycle(&list);
 }
 
-TEST(JsonTable, AnEmptyTextInANumberColumnFails)
+TEST(JsonTable, EmptyTextInANumberColumnThrows)
 {
     auto* list = ParseAs<QZJsonValueCollection>(R"([{"a":1},{"a":""}])");
     EXPECT_QZ_THROW(QZJsonFactory::Json2DataTable(list), 256);

@@ -18,12 +18,12 @@ std::string Minify(const char* json)
     return Taken(QZJsonFactory::Minify(&text));
 }
 
-TEST(JsonFormat, EveryValueOfAnObjectOnItsOwnLine)
+TEST(JsonFormat, EachValueOfAnObjectHasItsOwnLine)
 {
     EXPECT_EQ(Format(R"({"a":1,"b":{"c":2}})"), "{\r\n\t\"a\":1,\r\n\t\"b\":{\r\n\t\t\"c\":2\r\n\t}\r\n}");
 }
 
-TEST(JsonFormat, NumbersOfAnArrayEachOnTheirOwnLine)
+TEST(JsonFormat, EachNumberOfAnArrayHasItsOwnLine)
 {
     EXPECT_EQ(Format(R"({"a":[1,2]})"), "{\r\n\t\"a\":[\r\n\t\t1,\r\n\t\t2\r\n\t]\r\n}");
 }
@@ -40,32 +40,32 @@ TEST(JsonFormat, EmptyArraysStayTogetherAndEmptyObjectsDoNot)
     EXPECT_EQ(Format(R"({"a":[],"b":{}})"), "{\r\n\t\"a\":[],\r\n\t\"b\":{\r\n\t\t\r\n\t}\r\n}");
 }
 
-TEST(JsonFormat, SymbolsInStringsCountAsWell)
+TEST(JsonFormat, SymbolsInStringsCountToo)
 {
     EXPECT_EQ(Format("[\"a,b\"]"), "[\r\n\t\"a,\r\n\tb\"\r\n]");
     EXPECT_EQ(Format("x}"), "x\r\n}");
     EXPECT_EQ(Format("}}\n,"), "\r\n}\r\n}\n,\r\n");
 }
 
-TEST(JsonFormat, TextWithoutSymbolsStaysAsItIs)
+TEST(JsonFormat, TextWithoutSymbolsIsNotChanged)
 {
     EXPECT_EQ(Format(""), "");
     EXPECT_EQ(Format("12 "), "12 ");
     EXPECT_QZ_THROW(QZJsonFactory::Format(nullptr), 1792);
 }
 
-TEST(JsonMinify, BlanksGoInsideStringsToo)
+TEST(JsonMinify, BlanksInStringsAreRemovedToo)
 {
     EXPECT_EQ(Minify(R"({"a": "b c"})"), R"({"a":"bc"})");
     EXPECT_EQ(Minify("{\r\n\t\"a\" : [ 1 ,\t2 ]\r\n}"), "{\"a\":[1,2]}");
 }
 
-TEST(JsonMinify, BlanksBeforeTheFirstSymbolStay)
+TEST(JsonMinify, BlanksBeforeTheFirstSymbolAreKept)
 {
     EXPECT_EQ(Minify(" \"a b\" : 1 , 2"), " \"a b\" : 1 ,2");
     EXPECT_EQ(Minify(" a\nb c"), " abc");
     EXPECT_EQ(Minify(" a] b"), " a]b");
-    // A colon is not among the symbols.
+    // A colon is not one of the symbols.
     EXPECT_EQ(Minify("a : b"), "a : b");
     EXPECT_EQ(Minify(""), "");
     EXPECT_QZ_THROW(QZJsonFactory::Minify(nullptr), 1792);

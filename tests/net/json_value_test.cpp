@@ -1,4 +1,4 @@
-// The value classes and what the factory does with them.
+// The value classes, and the factory.
 
 #include <limits>
 
@@ -16,7 +16,7 @@ namespace
 {
 int g_asserts = 0;
 
-/// Counts broken promises instead of ending the process.
+/// While it lives, counts failed assertions instead of ending the process.
 class AssertCount
 {
 public:
@@ -75,7 +75,7 @@ TEST(JsonValue, StringsFromAStringAreCopies)
     QZJsonFactory::Recycle(&value);
 }
 
-TEST(JsonValue, ABoolTakesANewValue)
+TEST(JsonValue, BoolTakesANewValue)
 {
     QZJsonBool* value = QZJsonFactory::CreateBool(0);
     value->Val(static_cast<QZBool>(7));
@@ -85,14 +85,14 @@ TEST(JsonValue, ABoolTakesANewValue)
     QZJsonFactory::Recycle(&value);
 }
 
-TEST(JsonValue, AQuotationMarkInAStringIsWrittenAsItStands)
+TEST(JsonValue, QuotationMarkInAStringIsNotEscaped)
 {
     QZJsonString* value = QZJsonFactory::CreateString("a\"b\\");
     EXPECT_EQ(Taken(value->ToString()), "\"a\"b\\\"");
     QZJsonFactory::Recycle(&value);
 }
 
-TEST(JsonValue, BlankValuesAreLeftOutOfObjectsAndKeptInArrays)
+TEST(JsonValue, BlankValuesAreOmittedInObjectsAndKeptInArrays)
 {
     QZString blank(QZ_W(" \t"));
     QZJsonObject* object = QZJsonFactory::CreateObject();
@@ -113,7 +113,7 @@ TEST(JsonValue, BlankValuesAreLeftOutOfObjectsAndKeptInArrays)
     QZJsonFactory::Recycle(&list);
 }
 
-TEST(JsonValue, CollectionsForwardToTheirList)
+TEST(JsonValue, CollectionsHaveTheOperationsOfAList)
 {
     QZJsonValueCollection* list = QZJsonFactory::CreateValueCollection();
     EXPECT_EQ(list->Pop(), nullptr);
@@ -141,7 +141,7 @@ TEST(JsonValue, CollectionsForwardToTheirList)
     QZJsonFactory::Recycle(&list);
 }
 
-TEST(JsonValue, ObjectsTellAndGiveUpTheirAttributes)
+TEST(JsonValue, ObjectsReturnAndRemoveTheirAttributes)
 {
     auto* object = ParseAs<QZJsonObject>(R"({"a":1,"b":2,"c":3,"d":4})");
     EXPECT_QZ_TEXT(object->GetAttrName(0), "a");
@@ -166,7 +166,7 @@ TEST(JsonValue, ObjectsTellAndGiveUpTheirAttributes)
     QZJsonFactory::Recycle(&object);
 }
 
-TEST(JsonValue, AStringThatToStringGaveGoesBackThroughTheValue)
+TEST(JsonValue, RecycleOfAValueTakesTheStringOfToString)
 {
     QZJsonString* text = QZJsonFactory::CreateString("x");
     QZString* own = text->Val();
@@ -197,7 +197,7 @@ TEST(JsonValue, AStringThatToStringGaveGoesBackThroughTheValue)
     QZJsonFactory::Recycle(&null);
 }
 
-TEST(JsonValue, CopiesShareTheirPartsWithTheirSource)
+TEST(JsonValue, CopiesShareTheirParts)
 {
     auto* object = ParseAs<QZJsonObject>(R"({"a":[1]})");
     {
@@ -209,7 +209,7 @@ TEST(JsonValue, CopiesShareTheirPartsWithTheirSource)
     QZJsonFactory::Recycle(&object);
 }
 
-TEST(JsonValue, AnAssignedValueKeepsItsOwnStringLocked)
+TEST(JsonValue, AssignedValueKeepsItsStringLocked)
 {
     AssertCount asserts;
     QZJsonString* source = QZJsonFactory::CreateString("new");
@@ -227,7 +227,7 @@ TEST(JsonValue, AnAssignedValueKeepsItsOwnStringLocked)
     QZJsonFactory::Recycle(&target);
 }
 
-TEST(JsonFactory, RecyclingTheRootGivesBackTheWholeTree)
+TEST(JsonFactory, RecycleOfTheRootRecyclesTheWholeTree)
 {
     QZJsonFactory::Collect(0);
     auto* root = ParseAs<QZJsonObject>(R"({"a":[1,2,{"b":"x","c":null}],"d":true,"e":{}})");
@@ -235,7 +235,7 @@ TEST(JsonFactory, RecyclingTheRootGivesBackTheWholeTree)
     QZJsonFactory::Recycle(&value);
     EXPECT_EQ(value, nullptr);
     QZJsonObject* status = QZJsonFactory::GetStatus();
-    // The record itself is one of the three objects and holds decimals, counted as they leave their cache.
+    // The status object itself is taken from the caches, one object and its decimals, while they are counted.
     EXPECT_EQ(Taken(status->ToString()),
               "{\"JsonValueCache\":0,\"JsonDecimalCache\":1,\"JsonBoolCache\":1,\"JsonStringCache\":1,"
               "\"JsonObjectCache\":2,\"JsonNullCache\":1,\"JsonValueCollectionCache\":1}");
@@ -244,7 +244,7 @@ TEST(JsonFactory, RecyclingTheRootGivesBackTheWholeTree)
     EXPECT_EQ(QZJsonFactory::GetMemorySize(), 7 * 8);
 }
 
-TEST(JsonFactory, ARecycledValueComesOutEmpty)
+TEST(JsonFactory, RecycledValueIsReusedEmpty)
 {
     QZJsonString* text = QZJsonFactory::CreateString("old");
     QZJsonString* same = text;
@@ -255,7 +255,7 @@ TEST(JsonFactory, ARecycledValueComesOutEmpty)
     QZJsonFactory::Recycle(&text);
 }
 
-TEST(JsonFactory, ALockedValueIsNotTakenBack)
+TEST(JsonFactory, LockedValueIsRefused)
 {
     QZJsonValueCollection* list = QZJsonFactory::CreateValueCollection();
     QZJsonDecimal* inside = QZJsonFactory::CreateDecimal(1);
@@ -266,7 +266,7 @@ TEST(JsonFactory, ALockedValueIsNotTakenBack)
     QZJsonFactory::Recycle(&list);
 }
 
-TEST(JsonFactory, ANullInTheVariableIsABrokenPromise)
+TEST(JsonFactory, RecycleOfNullFailsAnAssertion)
 {
     AssertCount asserts;
     QZJsonValue* value = nullptr;
@@ -289,7 +289,7 @@ public:
     const char* m_text = "host";
 };
 
-TEST(JsonFactory, AValueOfAnUnknownTypeIsRefused)
+TEST(JsonFactory, ValueOfAnUnknownTypeIsRefused)
 {
     HostValue host;
     QZJsonValue* value = &host;
@@ -297,7 +297,7 @@ TEST(JsonFactory, AValueOfAnUnknownTypeIsRefused)
     EXPECT_EQ(value, &host);
 }
 
-TEST(JsonFactory, AHostsOwnValueWritesItself)
+TEST(JsonFactory, ValueOfAHostsClassWritesItself)
 {
     QZJsonObject* object = QZJsonFactory::CreateObject();
     HostValue host;
@@ -311,7 +311,7 @@ TEST(JsonFactory, AHostsOwnValueWritesItself)
     QZJsonFactory::Recycle(&object);
 }
 
-TEST(JsonFactory, CloneWritesAndReadsAgain)
+TEST(JsonFactory, CloneSerializesAndParses)
 {
     auto* object = ParseAs<QZJsonObject>(R"({"a":[1,{"b":"c"}]})");
     QZJsonValue* copy = QZJsonFactory::Clone(object);
@@ -322,14 +322,14 @@ TEST(JsonFactory, CloneWritesAndReadsAgain)
     QZJsonNull* null = QZJsonFactory::CreateNull();
     EXPECT_EQ(QZJsonFactory::Clone(null), nullptr);
     QZJsonFactory::Recycle(&null);
-    // A bare number has no pair to read.
+    // A number alone has no bracket pair, so it cannot be parsed.
     QZJsonDecimal* decimal = QZJsonFactory::CreateDecimal(1);
     EXPECT_QZ_THROW(QZJsonFactory::Clone(decimal), 1024);
     QZJsonFactory::Recycle(&decimal);
     EXPECT_QZ_THROW(QZJsonFactory::Clone(nullptr), 1792);
 }
 
-TEST(JsonFactory, AReplacedAttributeIsRecycledAndItsSuccessorStaysFree)
+TEST(JsonFactory, ReplacedAttributeIsRecycledAndTheNewOneIsNotLocked)
 {
     QZJsonObject* object = QZJsonFactory::CreateObject();
     QZJsonAccess::SetAttr(object, QZ_W("a"), QZJsonFactory::CreateDecimal(1));

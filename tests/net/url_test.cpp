@@ -46,7 +46,7 @@ void ExpectUrl(const Expected& e)
     EXPECT_EQ(Taken(url.GetParamString()), e.params) << e.url;
 }
 
-TEST(Url, IsTakenApart)
+TEST(Url, IsParsedIntoItsParts)
 {
     const Expected cases[] = {
         {"http://a.b:8080/x/y?k=v&k=w#f", "http", "a.b", 8080, "/x/y", "k=v"},
@@ -71,28 +71,28 @@ TEST(Url, IsTakenApart)
     for (const Expected& e : cases) ExpectUrl(e);
 }
 
-TEST(Url, AnUnknownProtocolReadsAsAHostWithoutAPort)
+TEST(Url, UnknownProtocolIsReadAsAHostWithoutAPort)
 {
     EXPECT_QZ_THROW(QZUrl("ftp://a/b"), 256);
     EXPECT_QZ_THROW(QZUrl("http://a:/b"), 256);
 }
 
-TEST(Url, ABadPortIsWhateverTheNumberReads)
+TEST(Url, BadPortIsReadByTheRulesOfNumbers)
 {
     EXPECT_EQ(QZUrl("http://a:65537/").GetPort(), 1);
     EXPECT_EQ(QZUrl("http://a:-1/").GetPort(), 65535);
     EXPECT_EQ(QZUrl("http://a:0x50/").GetPort(), 80);
-    // "a" stands 49 behind "0".
+    // "a" is 49 characters after "0": 10 + 49.
     EXPECT_EQ(QZUrl("http://a:1a/").GetPort(), 59);
 }
 
-TEST(Url, APortOfItsOwnWinsOverHttps)
+TEST(Url, PortInTheUrlOverridesTheDefaultOfHttps)
 {
     EXPECT_EQ(QZUrl("https://a:80/").GetPort(), 80);
     EXPECT_EQ(QZUrl("//a").GetPort(), 80);
 }
 
-TEST(Url, ThreeFacesOfTheConstructor)
+TEST(Url, ConstructorsTakeThreeKindsOfText)
 {
     QZString text("http://h/p");
     QZUrl fromString(&text);
@@ -106,7 +106,7 @@ TEST(Url, ThreeFacesOfTheConstructor)
     EXPECT_FALSE(fromString.GetHost()->IsDisposable());
 }
 
-TEST(Url, ParametersAreTrimmedAndTheFirstOfEqualKeysWins)
+TEST(Url, ParametersAreTrimmedAndTheFirstOfEqualKeysIsKept)
 {
     QZUrl url("/p? a = 1 &b=x=y&c=&=d&e&A=2&f=%20+&&");
     EXPECT_QZ_TEXT(url.GetParam("a"), "1");
@@ -114,13 +114,13 @@ TEST(Url, ParametersAreTrimmedAndTheFirstOfEqualKeysWins)
     QZString key("c");
     EXPECT_QZ_TEXT(url.GetParam(&key), "");
     EXPECT_EQ(url.GetParam("e"), nullptr);
-    // Values stay as they came.
+    // Values are not decoded.
     EXPECT_QZ_TEXT(url.GetParam("f"), "%20+");
     EXPECT_EQ(Taken(url.GetParamString()), "a=1&b=x&c=&f=%20+");
     EXPECT_QZ_THROW(url.GetParam(static_cast<QZString*>(nullptr)), 1792);
 }
 
-TEST(Url, SetTakesAnotherTextApartAndKeepsAProtocolThatItDoesNotName)
+TEST(Url, SetKeepsTheProtocolWhenTheTextHasNone)
 {
     QZUrl url("https://a.b:8443/x?k=v");
     QZString bare("/y?m=n");
@@ -140,7 +140,7 @@ TEST(Url, SetTakesAnotherTextApartAndKeepsAProtocolThatItDoesNotName)
     EXPECT_EQ(Taken(url.GetParamString()), "");
 }
 
-TEST(Url, ThePathEndsAtANul)
+TEST(Url, PathEndsAtANul)
 {
     QZString text(QZ_W("/a\0b?c=d"), 16);
     QZUrl url(&text);
@@ -148,7 +148,7 @@ TEST(Url, ThePathEndsAtANul)
     EXPECT_EQ(url.GetParam("c"), nullptr);
 }
 
-TEST(Url, CopiesShareTheirPartsWithTheirSource)
+TEST(Url, CopiesShareTheirParts)
 {
     QZUrl url("http://a/b?c=d");
     QZUrl copy(url);
@@ -156,7 +156,7 @@ TEST(Url, CopiesShareTheirPartsWithTheirSource)
     EXPECT_QZ_TEXT(copy.GetParam("c"), "d");
 }
 
-TEST(UrlEncode, KeepsWhatQueriesMayHold)
+TEST(UrlEncode, KeepsCharactersAllowedInQueries)
 {
     EXPECT_EQ(Encode("a b"), "a+b");
     EXPECT_EQ(Encode("AZaz09!()*-._"), "AZaz09!()*-._");
@@ -166,16 +166,16 @@ TEST(UrlEncode, KeepsWhatQueriesMayHold)
     EXPECT_EQ(Taken(QZUrl::Encode(nullptr)), "");
 }
 
-TEST(UrlEncode, ASmallByteShowsTheSecondDigitOfTheEscapeBefore)
+TEST(UrlEncode, ByteBelow16RepeatsADigitOfTheEscapeBefore)
 {
     EXPECT_EQ(Encode("\n"), "%A");
     EXPECT_EQ(Encode("\xE4\xB8\xAD\n"), "%E4%B8%AD%AD");
     EXPECT_EQ(Encode("/\t\n"), "%2F%9F%AF");
-    // Each text begins anew.
+    // The next text starts without an old digit.
     EXPECT_EQ(Encode("\t"), "%9");
 }
 
-TEST(UrlDecode, GivesTextBack)
+TEST(UrlDecode, DecodesEscapesAndPlus)
 {
     EXPECT_EQ(Decode("a%20b+c"), "a b c");
     EXPECT_EQ(Decode("%E4%b8%aD"), "\xE4\xB8\xAD");
@@ -183,7 +183,7 @@ TEST(UrlDecode, GivesTextBack)
     EXPECT_EQ(Decode("%41%2B"), "A+");
 }
 
-TEST(UrlDecode, LeavesOutWhatIsNoEscape)
+TEST(UrlDecode, DropsInvalidEscapes)
 {
     EXPECT_EQ(Decode("a%"), "a");
     EXPECT_EQ(Decode("a%4"), "a");
@@ -191,7 +191,7 @@ TEST(UrlDecode, LeavesOutWhatIsNoEscape)
     EXPECT_EQ(Decode("a%4gb"), "ab");
 }
 
-TEST(UrlDecode, TakesTheLowByteOfEveryOtherUnit)
+TEST(UrlDecode, UsesTheLowByteOfNonAsciiCharacters)
 {
     QZString text(QZ_W("\u0141\u4E42"));
     EXPECT_EQ(Taken(QZUrl::Decode(&text)), "AB");

@@ -1,4 +1,5 @@
-// Whole syncs: whatever file operation fails or comes back short, the file opens as a sync left it.
+// Atomic sync: whichever file operation fails or is short, the file reopens with the content of a completed
+// sync.
 
 #include <gtest/gtest.h>
 
@@ -14,13 +15,13 @@
 
 namespace
 {
-/// What happens to one file operation, counted from 1 over all kinds.
+/// What happens to the n-th file operation. Operations of all kinds are counted together, from 1.
 enum class Fault
 {
     None,
     Fails,
-    ComesBackShort,
-    /// It fails and so does every one behind it: what is left is what a process leaves that dies there.
+    IsShort,
+    /// It and every later one fail, so the files are left as by a process that dies at this operation.
     Dies
 };
 
@@ -40,16 +41,17 @@ public:
 private:
     static bool Gate(void* context, os::Op operation, QZInt64* size, QZUInt32* error)
     {
-        static const std::set<os::Op> kOfFiles = {os::Op::FileOpen, os::Op::FileRead, os::Op::FileWrite,
-                                                  os::Op::FileSize, os::Op::FileSync, os::Op::FileName};
+        static const std::set<os::Op> kFileOperations = {os::Op::FileOpen,  os::Op::FileRead,
+                                                         os::Op::FileWrite, os::Op::FileSize,
+                                                         os::Op::FileSync,  os::Op::FileName};
         auto* self = static_cast<FaultyFiles*>(context);
-        if (!kOfFiles.contains(operation)) return true;
+        if (!kFileOperations.contains(operation)) return true;
         const int count = ++self->m_count;
         const bool hit = count == self->m_at || (count > self->m_at && self->m_fault == Fault::Dies);
         if (!hit || self->m_fault == Fault::None) return true;
-        if (self->m_fault == Fault::ComesBackShort)
+        if (self->m_fault == Fault::IsShort)
         {
-            if (size && *size > 1) *size /= 2;
+            if (size != nullptr && *size > 1) *size /= 2;
             return true;
         }
         *error = 5;
@@ -69,7 +71,7 @@ public:
     ~AtomicSyncOn() { QZFileBuffer::AtomicSync = 0; }
 };
 
-/// A file, the buffer over it, and what a reader must find in it after whatever happened.
+/// A file, its buffer, and the contents that the file may have after a fault.
 class Session
 {
 public:
@@ -84,10 +86,10 @@ public:
 
     void Write(QZInt64 offset, const std::string& bytes)
     {
-        if (!m_buffer) return;
+        if (m_buffer == nullptr) return;
         const auto at = static_cast<std::size_t>(offset);
-        // A block that has to leave makes a sync before the bytes are in, and one that fails may have done
-        // it.
+        // The write may evict a block, which syncs before the new bytes are in the buffer; a write that fails
+        // may have done so too.
         m_allowed.insert(HashOf(m_now));
         if (!Try([&] { m_buffer->Write(offset, bytes.data(), static_cast<QZInt64>(bytes.size())); })) return;
         if (m_now.size() < at + bytes.size()) m_now.resize(at + bytes.size(), '\0');
@@ -96,27 +98,27 @@ public:
 
     void Sync()
     {
-        if (!m_buffer) return;
+        if (m_buffer == nullptr) return;
         m_allowed.insert(HashOf(m_now));
         if (Try([&] { m_buffer->Sync(); })) m_allowed = {HashOf(m_now)};
     }
 
     void Close()
     {
-        if (!m_buffer) return;
+        if (m_buffer == nullptr) return;
         m_allowed.insert(HashOf(m_now));
         if (Try([&] { QZFileBuffer::Close(&m_buffer); })) m_allowed = {HashOf(m_now)};
         m_buffer = nullptr;
     }
 
-    /// The buffer of a process that died.
+    /// Closes the buffer and ignores failures, as if the process had died.
     void Forget()
     {
-        if (m_buffer) Try([&] { QZFileBuffer::Close(&m_buffer); });
+        if (m_buffer != nullptr) Try([&] { QZFileBuffer::Close(&m_buffer); });
         m_buffer = nullptr;
     }
 
-    /// Opens as the next process does; the content.
+    /// Opens and closes the file as the next process would; returns its content.
     std::string Reopened()
     {
         QZFileBuffer* buffer = QZFileBuffer::Open(&m_path, 0, 0);
@@ -173,7 +175,7 @@ void FewChanges(Session* session)
     session->Close();
 }
 
-/// Touches more blocks than may stay in memory.
+/// Writes to more blocks than the memory limit allows.
 void ManyBlocks(Session* session)
 {
     if (!session->Open(0)) return;
@@ -182,7 +184,7 @@ void ManyBlocks(Session* session)
     session->Close();
 }
 
-void ExpectWholeAtEveryFault(void (*work)(Session*), Fault fault, const std::string& start)
+void ExpectCompleteSyncAtEveryFault(void (*work)(Session*), Fault fault, const std::string& start)
 {
     const AtomicSyncOn on;
     int operations = 0;
@@ -211,28 +213,28 @@ void ExpectWholeAtEveryFault(void (*work)(Session*), Fault fault, const std::str
     }
 }
 
-TEST(AtomicSync, AFailingOperationLeavesAWholeSync)
+TEST(AtomicSync, FailedOperationLeavesACompleteSync)
 {
-    ExpectWholeAtEveryFault(&FewChanges, Fault::Fails, Filled(30000, 'a'));
+    ExpectCompleteSyncAtEveryFault(&FewChanges, Fault::Fails, Filled(30000, 'a'));
 }
 
-TEST(AtomicSync, AnOperationThatComesBackShortIsGoneOnWith)
+TEST(AtomicSync, ShortOperationLeavesACompleteSync)
 {
-    ExpectWholeAtEveryFault(&FewChanges, Fault::ComesBackShort, Filled(30000, 'a'));
+    ExpectCompleteSyncAtEveryFault(&FewChanges, Fault::IsShort, Filled(30000, 'a'));
 }
 
-TEST(AtomicSync, DyingAtAnyOperationLeavesAWholeSync)
+TEST(AtomicSync, DyingAtAnyOperationLeavesACompleteSync)
 {
-    ExpectWholeAtEveryFault(&FewChanges, Fault::Dies, Filled(30000, 'a'));
-    ExpectWholeAtEveryFault(&FewChanges, Fault::Dies, "");
+    ExpectCompleteSyncAtEveryFault(&FewChanges, Fault::Dies, Filled(30000, 'a'));
+    ExpectCompleteSyncAtEveryFault(&FewChanges, Fault::Dies, "");
 }
 
-TEST(AtomicSync, ABlockThatHasToLeaveMakesASync)
+TEST(AtomicSync, EvictionLeavesACompleteSync)
 {
-    ExpectWholeAtEveryFault(&ManyBlocks, Fault::Dies, "start");
+    ExpectCompleteSyncAtEveryFault(&ManyBlocks, Fault::Dies, "start");
 }
 
-/// The bytes of the file beside, as docs/database-file.md has them.
+/// The second file of an atomic sync, data.sync, byte by byte as in docs/database-file.md.
 class Sidecar : public ::testing::Test
 {
 protected:
@@ -243,7 +245,7 @@ protected:
         return bytes;
     }
 
-    static std::string Summed(const std::string& bytes)
+    static std::string WithChecksum(const std::string& bytes)
     {
         std::uint64_t sum = 0xCBF29CE484222325u;
         for (std::size_t i = 0; i < bytes.size(); i += 8)
@@ -256,10 +258,11 @@ protected:
         return bytes + Word(sum);
     }
 
-    static std::string Whole()
+    static std::string Complete()
     {
-        return Summed("QZSYNC1\n" + Word(2) + Word(88) + Word(0) + Word(10) + Word(4) +
-                      std::string("WXYZ\0\0\0\0", 8) + Word(2) + Word(1) + std::string("!\0\0\0\0\0\0\0", 8));
+        return WithChecksum("QZSYNC1\n" + Word(2) + Word(88) + Word(0) + Word(10) + Word(4) +
+                            std::string("WXYZ\0\0\0\0", 8) + Word(2) + Word(1) +
+                            std::string("!\0\0\0\0\0\0\0", 8));
     }
 
     std::string OpenedWith(const std::string& sidecar)
@@ -278,51 +281,51 @@ protected:
     std::string m_content = "0123456789abcdef";
 };
 
-TEST_F(Sidecar, ACompleteOneIsApplied) { EXPECT_EQ(OpenedWith(Whole()), "01!3456789WXYZef"); }
+TEST_F(Sidecar, CompleteSidecarIsApplied) { EXPECT_EQ(OpenedWith(Complete()), "01!3456789WXYZef"); }
 
-TEST_F(Sidecar, WhatStandsBehindItDoesNotCount)
+TEST_F(Sidecar, BytesAfterTheChecksumAreIgnored)
 {
-    EXPECT_EQ(OpenedWith(Whole() + "rest of a longer one"), "01!3456789WXYZef");
+    EXPECT_EQ(OpenedWith(Complete() + "rest of a longer one"), "01!3456789WXYZef");
 }
 
-TEST_F(Sidecar, OneCutShortAnywhereIsDropped)
+TEST_F(Sidecar, TruncatedSidecarIsDiscarded)
 {
-    const std::string whole = Whole();
-    for (std::size_t size = 0; size < whole.size(); ++size)
-        EXPECT_EQ(OpenedWith(whole.substr(0, size)), m_content) << size;
+    const std::string complete = Complete();
+    for (std::size_t size = 0; size < complete.size(); ++size)
+        EXPECT_EQ(OpenedWith(complete.substr(0, size)), m_content) << size;
 }
 
-TEST_F(Sidecar, OneWithAnyByteChangedIsDropped)
+TEST_F(Sidecar, SidecarWithAChangedByteIsDiscarded)
 {
-    const std::string whole = Whole();
-    for (std::size_t at = 0; at < whole.size(); ++at)
+    const std::string complete = Complete();
+    for (std::size_t at = 0; at < complete.size(); ++at)
     {
-        std::string changed = whole;
+        std::string changed = complete;
         changed[at] = static_cast<char>(changed[at] ^ 0x10);
         EXPECT_EQ(OpenedWith(changed), m_content) << at;
     }
 }
 
-TEST_F(Sidecar, BesideAnEmptyFileItIsDropped)
+TEST_F(Sidecar, SidecarOfAnEmptyFileIsDiscarded)
 {
     m_content = "";
-    EXPECT_EQ(OpenedWith(Whole()), "");
+    EXPECT_EQ(OpenedWith(Complete()), "");
 }
 
-TEST_F(Sidecar, IsNotLookedAtByDefault)
+TEST_F(Sidecar, SidecarIsIgnoredByDefault)
 {
     m_dir.Write("data", m_content);
-    m_dir.Write("data.sync", Whole());
+    m_dir.Write("data.sync", Complete());
     QZString path(m_dir.Name("data").c_str());
     QZFileBuffer* buffer = QZFileBuffer::Open(&path, 0, 0);
     buffer->Write(0, "#", 1);
     buffer->Sync();
     QZFileBuffer::Close(&buffer);
     EXPECT_EQ(m_dir.Read("data"), "#123456789abcdef");
-    EXPECT_EQ(m_dir.Read("data.sync"), Whole());
+    EXPECT_EQ(m_dir.Read("data.sync"), Complete());
 }
 
-TEST_F(Sidecar, StandsBesideWhileTheFileIsOpenAndIsEmptiedByASync)
+TEST_F(Sidecar, SidecarExistsWhileTheFileIsOpenAndIsClearedBySync)
 {
     m_dir.Write("data", m_content);
     const AtomicSyncOn on;

@@ -17,7 +17,7 @@ using qztest::Wide;
 namespace
 {
 
-constexpr QZInt64 K512 = 524288;
+constexpr QZInt64 k512K = 524288;
 
 std::string Take(QZBuffer& buffer, QZInt64 offset, QZInt64 size)
 {
@@ -31,7 +31,7 @@ QZInt64 Put(QZBuffer& buffer, QZInt64 offset, const std::string& bytes)
     return buffer.Write(offset, bytes.data(), static_cast<QZInt64>(bytes.size()));
 }
 
-/// An open file buffer over a file of a test's own folder.
+/// An open file buffer over a file in the folder of the test.
 class OpenBuffer
 {
 public:
@@ -42,7 +42,7 @@ public:
     }
     ~OpenBuffer()
     {
-        if (m_buffer) QZFileBuffer::Close(&m_buffer);
+        if (m_buffer != nullptr) QZFileBuffer::Close(&m_buffer);
     }
     OpenBuffer(const OpenBuffer&) = delete;
     OpenBuffer& operator=(const OpenBuffer&) = delete;
@@ -63,7 +63,7 @@ void FailOnAssert(QZBool condition)
     if (!condition) ADD_FAILURE() << "an assertion of the library failed";
 }
 
-/// Lets operations of one kind fail or come back short, from the n-th on and so many times.
+/// Makes `times` operations of one kind fail or transfer too little, beginning with operation number `first`.
 class FileFault
 {
 public:
@@ -106,7 +106,7 @@ private:
     os::TestHooks m_hooks;
 };
 
-/// Counts what the buffer makes and deletes.
+/// Counts the blocks that the buffer creates and deletes.
 class CountingBuffer : public QZBuffer
 {
 public:
@@ -142,10 +142,10 @@ TEST(Buffer, Identity)
     EXPECT_EQ(QZFileBuffer::FREEDESKSPACE_MIN, 1048576);
 }
 
-TEST(Buffer, NothingAskedForGivesSmallBlocksAndTwoOfThem)
+TEST(Buffer, DefaultsAreTwoSmallBlocks)
 {
     QZBuffer buffer(0, 0);
-    EXPECT_EQ(buffer.GetBlockByOffset(0)->GetSize(), K512);
+    EXPECT_EQ(buffer.GetBlockByOffset(0)->GetSize(), k512K);
     EXPECT_EQ(buffer.GetMemorySizeUseMax(), 1048576);
 }
 
@@ -169,30 +169,30 @@ TEST(Buffer, BlockSizeIsRoundedUpToTheNextConstant)
 
 TEST(Buffer, MemoryLimitIsRaisedToTwoBlocksAndOtherwiseKept)
 {
-    EXPECT_EQ(QZBuffer(1048575, K512).GetMemorySizeUseMax(), 1048576);
-    EXPECT_EQ(QZBuffer(1048577, K512).GetMemorySizeUseMax(), 1048577);
-    EXPECT_EQ(QZBuffer(-5, K512).GetMemorySizeUseMax(), 1048576);
+    EXPECT_EQ(QZBuffer(1048575, k512K).GetMemorySizeUseMax(), 1048576);
+    EXPECT_EQ(QZBuffer(1048577, k512K).GetMemorySizeUseMax(), 1048577);
+    EXPECT_EQ(QZBuffer(-5, k512K).GetMemorySizeUseMax(), 1048576);
 }
 
-TEST(Buffer, BlocksAreNumberedFromTheStartAndKnowTheirOffset)
+TEST(Buffer, BlocksHaveIndexAndOffset)
 {
-    QZBuffer buffer(4 * K512, K512);
-    QZBlock* third = buffer.GetBlockByOffset(2 * K512 + 17);
+    QZBuffer buffer(4 * k512K, k512K);
+    QZBlock* third = buffer.GetBlockByOffset(2 * k512K + 17);
     EXPECT_EQ(third->GetSpaceID(), 2);
-    EXPECT_EQ(third->GetOffset(), 2 * K512);
-    EXPECT_EQ(buffer.GetBlockByOffset(3 * K512 - 1), third);
-    EXPECT_NE(buffer.GetBlockByOffset(3 * K512), third);
-    EXPECT_EQ(buffer.GetMemorySizeUsed(), 2 * K512);
+    EXPECT_EQ(third->GetOffset(), 2 * k512K);
+    EXPECT_EQ(buffer.GetBlockByOffset(3 * k512K - 1), third);
+    EXPECT_NE(buffer.GetBlockByOffset(3 * k512K), third);
+    EXPECT_EQ(buffer.GetMemorySizeUsed(), 2 * k512K);
 }
 
 TEST(Buffer, FreshMemoryReadsAsZeros)
 {
     QZBuffer buffer(0, 0);
     EXPECT_EQ(Take(buffer, 1000, 5), std::string(5, '\0'));
-    EXPECT_EQ(Take(buffer, K512 - 2, 4), std::string(4, '\0'));
+    EXPECT_EQ(Take(buffer, k512K - 2, 4), std::string(4, '\0'));
 }
 
-TEST(Buffer, WhatIsWrittenIsReadAgainInEverySize)
+TEST(Buffer, ReadReturnsWhatWasWrittenInEverySize)
 {
     QZBuffer buffer(0, 0);
     const std::string bytes = "0123456789abcdefghijklmnopqrstuvwxyz";
@@ -224,7 +224,7 @@ TEST(Buffer, NegativeOffsetAndSizeCountAsZero)
     EXPECT_EQ(nothing, nullptr);
 }
 
-TEST(Buffer, NothingIsTouchedForASizeOfZero)
+TEST(Buffer, SizeZeroLoadsNoBlock)
 {
     QZBuffer buffer(0, 0);
     char byte = '?';
@@ -233,13 +233,13 @@ TEST(Buffer, NothingIsTouchedForASizeOfZero)
     EXPECT_EQ(buffer.GetMemorySizeUsed(), 0);
 }
 
-TEST(Buffer, DataFormsReadAndWriteWhole)
+TEST(Buffer, ReadAndWriteOfDataObjects)
 {
     QZBuffer buffer(0, 0);
     char text[] = "five!";
     QZData data(text, 5);
-    EXPECT_EQ(buffer.Write(K512 - 3, &data), 5);
-    QZData* back = buffer.Read(K512 - 3, 5);
+    EXPECT_EQ(buffer.Write(k512K - 3, &data), 5);
+    QZData* back = buffer.Read(k512K - 3, 5);
     EXPECT_BYTES(back->GetPointer(), back->GetSize(), "66 69 76 65 21");
     buffer.Recycle(&back);
 }
@@ -250,14 +250,14 @@ TEST(Buffer, NullPointersAreRefused)
     EXPECT_QZ_THROW(buffer.Read(0, nullptr, 1), QZExceptionCode::NullPointer);
     EXPECT_QZ_THROW(buffer.Write(0, nullptr, 1), QZExceptionCode::NullPointer);
     EXPECT_QZ_THROW(buffer.Write(0, static_cast<QZData*>(nullptr)), QZExceptionCode::NullPointer);
-    // No less where the bytes are at hand.
+    // The same holds when the block is already loaded.
     buffer.Write(0, "12345678", 8);
     EXPECT_QZ_THROW(buffer.Read(0, nullptr, 8), QZExceptionCode::NullPointer);
     EXPECT_QZ_THROW(buffer.Write(0, static_cast<const void*>(nullptr), 8), QZExceptionCode::NullPointer);
     EXPECT_EQ(buffer.Read(0, nullptr, 0), 0);
 }
 
-TEST(Buffer, AReadAtTheEndOfTheAddressSpaceStopsThere)
+TEST(Buffer, TransfersStopAtTheLargestOffset)
 {
     QZBuffer buffer(0, 0);
     const QZInt64 last = INT64_MAX;
@@ -267,40 +267,40 @@ TEST(Buffer, AReadAtTheEndOfTheAddressSpaceStopsThere)
     EXPECT_EQ(bytes[0], 'x');
 }
 
-TEST(Buffer, MemoryWithoutAFileIsNeverDropped)
+TEST(Buffer, BlocksWithoutAFileAreNeverReleased)
 {
     QZBuffer buffer(0, 0);
-    for (QZInt64 i = 0; i < 5; ++i) Put(buffer, i * K512 + 7, std::string(9, static_cast<char>('a' + i)));
-    EXPECT_EQ(buffer.GetMemorySizeUsed(), 5 * K512);
+    for (QZInt64 i = 0; i < 5; ++i) Put(buffer, i * k512K + 7, std::string(9, static_cast<char>('a' + i)));
+    EXPECT_EQ(buffer.GetMemorySizeUsed(), 5 * k512K);
     buffer.RemoveBlock();
-    EXPECT_EQ(buffer.GetMemorySizeUsed(), 5 * K512);
+    EXPECT_EQ(buffer.GetMemorySizeUsed(), 5 * k512K);
     EXPECT_EQ(buffer.Collect(), 0);
-    EXPECT_EQ(buffer.GetMemorySizeUsed(), 5 * K512);
+    EXPECT_EQ(buffer.GetMemorySizeUsed(), 5 * k512K);
     EXPECT_EQ(buffer.Sync(), 1);
     for (QZInt64 i = 0; i < 5; ++i)
-        EXPECT_EQ(Take(buffer, i * K512 + 7, 9), std::string(9, static_cast<char>('a' + i)));
+        EXPECT_EQ(Take(buffer, i * k512K + 7, 9), std::string(9, static_cast<char>('a' + i)));
 }
 
-TEST(Buffer, CollectOfAnUntouchedBufferReleasesAll)
+TEST(Buffer, CollectOfAnUnusedBufferSucceeds)
 {
     QZBuffer buffer(0, 0);
     EXPECT_EQ(buffer.Collect(), 1);
 }
 
-TEST(Buffer, BlocksAreMadeAndDeletedThroughTheVirtualOperations)
+TEST(Buffer, BlocksAreCreatedThroughTheVirtualOperations)
 {
     CountingBuffer buffer(0, 0);
-    Put(buffer, K512 - 1, "ab");
+    Put(buffer, k512K - 1, "ab");
     EXPECT_EQ(buffer.made, 2);
     buffer.GetBlockByOffset(3);
     EXPECT_EQ(buffer.made, 2);
     EXPECT_EQ(buffer.deleted, 0);
 }
 
-TEST(Block, APlainBlockIsNeverReleasable)
+TEST(Block, PlainBlockIsNeverReleasable)
 {
     QZBlock block;
-    block.Set(3, 3 * K512, K512);
+    block.Set(3, 3 * k512K, k512K);
     EXPECT_EQ(block.IsReleasable(), 0);
     block.Write(10, "abc", 3);
     EXPECT_EQ(block.IsChanged(), 1);
@@ -309,22 +309,22 @@ TEST(Block, APlainBlockIsNeverReleasable)
     EXPECT_EQ(block.IsReleasable(), 0);
     const char* bytes = static_cast<const char*>(block.GetPointer());
     EXPECT_EQ(std::string(bytes + 9, 5), std::string("\0abc\0", 5));
-    EXPECT_EQ(bytes[K512 - 1], 0);
+    EXPECT_EQ(bytes[k512K - 1], 0);
 }
 
-TEST(Block, ANewIdentityStartsFromZeros)
+TEST(Block, SetClearsTheContent)
 {
     QZBlock block;
-    block.Set(0, 0, K512);
-    block.Write(K512 - 3, "abc", 3);
-    block.Set(1, K512, K512);
+    block.Set(0, 0, k512K);
+    block.Write(k512K - 3, "abc", 3);
+    block.Set(1, k512K, k512K);
     EXPECT_EQ(block.IsChanged(), 0);
     char bytes[3] = {'?', '?', '?'};
-    block.Read(K512 - 3, bytes, 3);
+    block.Read(k512K - 3, bytes, 3);
     EXPECT_BYTES(bytes, 3, "00 00 00");
 }
 
-TEST(FileBuffer, OpenOfAMissingFileRaisesWhatTheFileRaises)
+TEST(FileBuffer, OpenOfAMissingFileThrowsTheExceptionOfTheFile)
 {
     TempDir dir;
     QZString path(dir.Name("none").c_str());
@@ -332,7 +332,7 @@ TEST(FileBuffer, OpenOfAMissingFileRaisesWhatTheFileRaises)
     EXPECT_FALSE(dir.Exists("none"));
 }
 
-TEST(FileBuffer, TellsItsTypePathAndSize)
+TEST(FileBuffer, HasTypePathAndSize)
 {
     TempDir dir;
     dir.Write("f", "0123456789");
@@ -346,7 +346,7 @@ TEST(FileBuffer, TellsItsTypePathAndSize)
     buffer->Recycle(&all);
 }
 
-TEST(FileBuffer, SizeCountsWhatIsStillInMemory)
+TEST(FileBuffer, SizeIncludesUnsyncedBytes)
 {
     TempDir dir;
     dir.Write("f", "0123456789");
@@ -368,23 +368,23 @@ TEST(FileBuffer, WritesReachTheFileAtSync)
     EXPECT_EQ(dir.Read("f"), "");
     EXPECT_EQ(buffer->Sync(), 1);
     EXPECT_EQ(dir.Read("f"), "hello");
-    EXPECT_EQ(buffer->GetMemorySizeUsed(), K512);
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), k512K);
     Put(*buffer, 1, "a");
     EXPECT_EQ(dir.Read("f"), "hello");
     buffer->Sync();
     EXPECT_EQ(dir.Read("f"), "hallo");
 }
 
-TEST(FileBuffer, WritesReachTheFileAtCollectAndAllBlocksGo)
+TEST(FileBuffer, WritesReachTheFileAtCollectWhichReleasesAllBlocks)
 {
     TempDir dir;
     dir.Write("f", "");
     OpenBuffer buffer(dir, "f", 0, 0);
-    Put(*buffer, K512 - 2, "abcd");
+    Put(*buffer, k512K - 2, "abcd");
     EXPECT_EQ(buffer->Collect(), 1);
     EXPECT_EQ(buffer->GetMemorySizeUsed(), 0);
-    EXPECT_EQ(dir.Read("f"), std::string(K512 - 2, '\0') + "abcd");
-    EXPECT_EQ(Take(*buffer, K512 - 3, 6), std::string("\0abcd\0", 6));
+    EXPECT_EQ(dir.Read("f"), std::string(k512K - 2, '\0') + "abcd");
+    EXPECT_EQ(Take(*buffer, k512K - 3, 6), std::string("\0abcd\0", 6));
 }
 
 TEST(FileBuffer, WritesReachTheFileAtClose)
@@ -398,7 +398,7 @@ TEST(FileBuffer, WritesReachTheFileAtClose)
     EXPECT_EQ(dir.Read("f"), "0123WXYZ89");
 }
 
-TEST(FileBuffer, CloseOfNothingIsAFailedAssertion)
+TEST(FileBuffer, CloseOfNullFailsAnAssertion)
 {
     g_asserted = 0;
     QZLibSetFunctionAssert(CountFailedAssert);
@@ -415,14 +415,14 @@ TEST(FileBuffer, ReadingNeverChangesTheFile)
     {
         OpenBuffer buffer(dir, "f", 0, 0);
         EXPECT_EQ(Take(*buffer, 2, 4), std::string("c\0\0\0", 4));
-        EXPECT_EQ(Take(*buffer, 10 * K512, 2), std::string(2, '\0'));
+        EXPECT_EQ(Take(*buffer, 10 * k512K, 2), std::string(2, '\0'));
         EXPECT_EQ(Take(*buffer, INT64_MAX - 1, 1), std::string(1, '\0'));
         buffer->Sync();
     }
     EXPECT_EQ(dir.Read("f"), "abc");
 }
 
-TEST(FileBuffer, TheFileEndsWithTheHighestByteWritten)
+TEST(FileBuffer, FileEndsAfterTheLastByteWritten)
 {
     TempDir dir;
     dir.Write("f", "abc");
@@ -438,106 +438,106 @@ TEST(FileBuffer, TheFileEndsWithTheHighestByteWritten)
     EXPECT_EQ(dir.Read("f"), expected);
 }
 
-TEST(FileBuffer, TheLeastRecentlyUsedBlockLeavesFirst)
+TEST(FileBuffer, LeastRecentlyUsedBlockIsEvictedFirst)
 {
     TempDir dir;
-    dir.Write("f", std::string(3 * K512, '.'));
-    OpenBuffer buffer(dir, "f", 2 * K512, K512);
+    dir.Write("f", std::string(3 * k512K, '.'));
+    OpenBuffer buffer(dir, "f", 2 * k512K, k512K);
     Put(*buffer, 0, "A");
-    Put(*buffer, K512, "B");
-    Put(*buffer, 1, "A");  // block 0 is in front again
-    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * K512);
-    Put(*buffer, 2 * K512, "C");  // pushes block 1 out
-    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * K512);
+    Put(*buffer, k512K, "B");
+    Put(*buffer, 1, "A");  // block 0 is the most recently used again
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * k512K);
+    Put(*buffer, 2 * k512K, "C");  // evicts block 1
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * k512K);
     std::string file = dir.Read("f");
     EXPECT_EQ(file.substr(0, 2), "..");
-    EXPECT_EQ(file.substr(K512, 2), "B.");
-    EXPECT_EQ(file.substr(2 * K512, 2), "..");
+    EXPECT_EQ(file.substr(k512K, 2), "B.");
+    EXPECT_EQ(file.substr(2 * k512K, 2), "..");
     buffer.Close();
     file = dir.Read("f");
     EXPECT_EQ(file.substr(0, 2), "AA");
-    EXPECT_EQ(file.substr(2 * K512, 2), "C.");
+    EXPECT_EQ(file.substr(2 * k512K, 2), "C.");
 }
 
-TEST(FileBuffer, AReadAcrossABorderLeavesTheSecondBlockInFront)
+TEST(FileBuffer, ReadAcrossTwoBlocksUsesTheSecondLast)
 {
     TempDir dir;
-    dir.Write("f", std::string(3 * K512, '.'));
-    OpenBuffer buffer(dir, "f", 2 * K512, K512);
-    Put(*buffer, K512, "B");
+    dir.Write("f", std::string(3 * k512K, '.'));
+    OpenBuffer buffer(dir, "f", 2 * k512K, k512K);
+    Put(*buffer, k512K, "B");
     Put(*buffer, 0, "A");
-    EXPECT_EQ(Take(*buffer, K512 - 1, 2), ".B");
-    Take(*buffer, 2 * K512, 1);  // pushes block 0 out, which was in front before the read
+    EXPECT_EQ(Take(*buffer, k512K - 1, 2), ".B");
+    Take(*buffer, 2 * k512K, 1);  // evicts block 0, which was the most recently used before the read
     const std::string file = dir.Read("f");
     EXPECT_EQ(file[0], 'A');
-    EXPECT_EQ(file[K512], '.');
+    EXPECT_EQ(file[k512K], '.');
 }
 
-TEST(FileBuffer, TheOrderOfUseCountsWhenTrafficGoesToAndFroBetweenTwoBlocks)
+TEST(FileBuffer, OrderOfUseHoldsForAlternatingBlocks)
 {
     TempDir dir;
-    dir.Write("f", std::string(4 * K512, '.'));
-    OpenBuffer buffer(dir, "f", 3 * K512, K512);
+    dir.Write("f", std::string(4 * k512K, '.'));
+    OpenBuffer buffer(dir, "f", 3 * k512K, k512K);
     Put(*buffer, 0, "A");
-    Put(*buffer, K512, "B");
-    Put(*buffer, 2 * K512, "C");
+    Put(*buffer, k512K, "B");
+    Put(*buffer, 2 * k512K, "C");
     for (int i = 0; i < 5; ++i)
     {
-        Put(*buffer, K512 + 1, "b");
-        EXPECT_EQ(Take(*buffer, 2 * K512, 1), "C");
+        Put(*buffer, k512K + 1, "b");
+        EXPECT_EQ(Take(*buffer, 2 * k512K, 1), "C");
     }
-    EXPECT_EQ(Take(*buffer, K512 + 1, 1), "b");
+    EXPECT_EQ(Take(*buffer, k512K + 1, 1), "b");
     EXPECT_EQ(Take(*buffer, 0, 1), "A");  // the order is now 0, 1, 2
-    Take(*buffer, 3 * K512, 1);           // pushes block 2 out
+    Take(*buffer, 3 * k512K, 1);          // evicts block 2
     std::string file = dir.Read("f");
     EXPECT_EQ(file[0], '.');
-    EXPECT_EQ(file[K512], '.');
-    EXPECT_EQ(file[2 * K512], 'C');
+    EXPECT_EQ(file[k512K], '.');
+    EXPECT_EQ(file[2 * k512K], 'C');
     EXPECT_EQ(Take(*buffer, 0, 1), "A");
-    Take(*buffer, 2 * K512, 1);  // pushes block 1 out
+    Take(*buffer, 2 * k512K, 1);  // evicts block 1
     file = dir.Read("f");
     EXPECT_EQ(file[0], '.');
-    EXPECT_EQ(file.substr(K512, 2), "Bb");
+    EXPECT_EQ(file.substr(k512K, 2), "Bb");
 }
 
-TEST(FileBuffer, ABlockWithLimitOneMoreThanTwoBlocksStillHoldsOnlyTwo)
+TEST(FileBuffer, LimitOfTwoBlocksAndOneByteHoldsTwoBlocks)
 {
     TempDir dir;
     dir.Write("f", "");
-    OpenBuffer buffer(dir, "f", 2 * K512 + 1, K512);
-    for (QZInt64 i = 0; i < 4; ++i) Put(*buffer, i * K512, "x");
-    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * K512);
-    EXPECT_EQ(buffer->GetMemorySizeUseMax(), 2 * K512 + 1);
+    OpenBuffer buffer(dir, "f", 2 * k512K + 1, k512K);
+    for (QZInt64 i = 0; i < 4; ++i) Put(*buffer, i * k512K, "x");
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * k512K);
+    EXPECT_EQ(buffer->GetMemorySizeUseMax(), 2 * k512K + 1);
 }
 
-TEST(FileBuffer, AReusedBlockIsZeroPastTheEndOfTheFile)
+TEST(FileBuffer, ReusedBlockIsZeroPastTheEndOfTheFile)
 {
     TempDir dir;
-    dir.Write("f", std::string(2 * K512, 'x') + "tail");
-    OpenBuffer buffer(dir, "f", 2 * K512, K512);
+    dir.Write("f", std::string(2 * k512K, 'x') + "tail");
+    OpenBuffer buffer(dir, "f", 2 * k512K, k512K);
     Take(*buffer, 0, 1);
-    Take(*buffer, K512, 1);
-    Take(*buffer, 5 * K512, 1);  // from here on blocks are reused
-    EXPECT_EQ(Take(*buffer, 2 * K512 + 2, 4), std::string("il\0\0", 4));
-    EXPECT_EQ(Take(*buffer, 6 * K512 + 100, 3), std::string(3, '\0'));
-    Put(*buffer, 7 * K512 + 3, "q");
-    EXPECT_EQ(Take(*buffer, 7 * K512, 6), std::string("\0\0\0q\0\0", 6));
+    Take(*buffer, k512K, 1);
+    Take(*buffer, 5 * k512K, 1);  // from here on, blocks are reused
+    EXPECT_EQ(Take(*buffer, 2 * k512K + 2, 4), std::string("il\0\0", 4));
+    EXPECT_EQ(Take(*buffer, 6 * k512K + 100, 3), std::string(3, '\0'));
+    Put(*buffer, 7 * k512K + 3, "q");
+    EXPECT_EQ(Take(*buffer, 7 * k512K, 6), std::string("\0\0\0q\0\0", 6));
     buffer.Close();
     const std::string file = dir.Read("f");
-    ASSERT_EQ(file.size(), static_cast<std::size_t>(7 * K512 + 4));
-    EXPECT_EQ(file.substr(2 * K512, 8), std::string("tail\0\0\0\0", 8));
-    EXPECT_EQ(file.substr(7 * K512), std::string("\0\0\0q", 4));
+    ASSERT_EQ(file.size(), static_cast<std::size_t>(7 * k512K + 4));
+    EXPECT_EQ(file.substr(2 * k512K, 8), std::string("tail\0\0\0\0", 8));
+    EXPECT_EQ(file.substr(7 * k512K), std::string("\0\0\0q", 4));
 }
 
 TEST(FileBuffer, OnlyChangedPagesAreWritten)
 {
     TempDir dir;
-    dir.Write("f", std::string(K512, 'a'));
+    dir.Write("f", std::string(k512K, 'a'));
     OpenBuffer buffer(dir, "f", 0, 0);
     Put(*buffer, 10, "X");
     Put(*buffer, 400000, "Y");
-    // Meanwhile somebody else writes a part of the block that this buffer did not touch.
-    dir.Write("f", std::string(K512, 'b'));
+    // Another writer changes a part of the block that this buffer did not change.
+    dir.Write("f", std::string(k512K, 'b'));
     buffer->Sync();
     const std::string file = dir.Read("f");
     EXPECT_EQ(file[10], 'X');
@@ -545,16 +545,16 @@ TEST(FileBuffer, OnlyChangedPagesAreWritten)
     EXPECT_EQ(file[200000], 'b');
 }
 
-TEST(FileBuffer, AgreesWithAPlainArrayWhateverTheOrderOfReadsAndWrites)
+TEST(FileBuffer, RandomReadsAndWritesAgreeWithAPlainArray)
 {
     TempDir dir;
-    const std::size_t size = 5 * K512 + 12345;
+    const std::size_t size = 5 * k512K + 12345;
     std::string model(size, '\0');
     std::mt19937 random(20240613);
-    for (std::size_t i = 0; i < 3 * K512 / 2; ++i) model[i] = static_cast<char>(random());
-    dir.Write("f", model.substr(0, 3 * K512 / 2));
+    for (std::size_t i = 0; i < 3 * k512K / 2; ++i) model[i] = static_cast<char>(random());
+    dir.Write("f", model.substr(0, 3 * k512K / 2));
     {
-        OpenBuffer buffer(dir, "f", 2 * K512, K512);
+        OpenBuffer buffer(dir, "f", 2 * k512K, k512K);
         for (int round = 0; round < 3000; ++round)
         {
             const std::size_t widths[] = {1, 4, 8, 3, 100, 5000, 70000};
@@ -574,7 +574,7 @@ TEST(FileBuffer, AgreesWithAPlainArrayWhateverTheOrderOfReadsAndWrites)
             }
             if (round % 700 == 0) buffer->Sync();
             if (round % 1100 == 0) buffer->Collect();
-            ASSERT_LE(buffer->GetMemorySizeUsed(), 2 * K512);
+            ASSERT_LE(buffer->GetMemorySizeUsed(), 2 * k512K);
         }
         Put(*buffer, static_cast<QZInt64>(size) - 1, "e");
         model[size - 1] = 'e';
@@ -582,7 +582,7 @@ TEST(FileBuffer, AgreesWithAPlainArrayWhateverTheOrderOfReadsAndWrites)
     EXPECT_TRUE(dir.Read("f") == model);
 }
 
-TEST(FileBufferFaults, AFailedSyncKeepsTheChangesForTheNextOne)
+TEST(FileBufferFaults, FailedSyncKeepsTheChangesForTheNextSync)
 {
     TempDir dir;
     dir.Write("f", "");
@@ -597,23 +597,23 @@ TEST(FileBufferFaults, AFailedSyncKeepsTheChangesForTheNextOne)
     EXPECT_EQ(dir.Read("f"), "abc");
 }
 
-TEST(FileBufferFaults, AFailedCollectReleasesNothing)
+TEST(FileBufferFaults, FailedCollectReleasesNothing)
 {
     TempDir dir;
     dir.Write("f", "");
     OpenBuffer buffer(dir, "f", 0, 0);
-    Put(*buffer, K512 - 1, "ab");
+    Put(*buffer, k512K - 1, "ab");
     {
         FileFault fault(os::Op::FileWrite, 1, 1);
         EXPECT_QZ_THROW(buffer->Collect(), QZIOExceptionCode::WriteFailed);
     }
-    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * K512);
-    EXPECT_EQ(Take(*buffer, K512 - 1, 2), "ab");
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * k512K);
+    EXPECT_EQ(Take(*buffer, k512K - 1, 2), "ab");
     buffer.Close();
-    EXPECT_EQ(dir.Read("f"), std::string(K512 - 1, '\0') + "ab");
+    EXPECT_EQ(dir.Read("f"), std::string(k512K - 1, '\0') + "ab");
 }
 
-TEST(FileBufferFaults, AFailedCloseTellsAndClosesAllTheSame)
+TEST(FileBufferFaults, FailedCloseThrowsAndClosesAnyway)
 {
     TempDir dir;
     dir.Write("f", "old");
@@ -629,46 +629,46 @@ TEST(FileBufferFaults, AFailedCloseTellsAndClosesAllTheSame)
     EXPECT_EQ(dir.Read("f"), "old");
 }
 
-TEST(FileBufferFaults, AnEvictionThatCannotBeWrittenLosesNothing)
+TEST(FileBufferFaults, FailedEvictionKeepsTheBytes)
 {
     TempDir dir;
     dir.Write("f", "");
-    OpenBuffer buffer(dir, "f", 2 * K512, K512);
+    OpenBuffer buffer(dir, "f", 2 * k512K, k512K);
     Put(*buffer, 0, "A");
-    Put(*buffer, K512, "B");
+    Put(*buffer, k512K, "B");
     {
         FileFault fault(os::Op::FileWrite, 0, 1000);
         char byte = 0;
-        EXPECT_QZ_THROW(buffer->Read(2 * K512, &byte, 1), QZIOExceptionCode::WriteFailed);
+        EXPECT_QZ_THROW(buffer->Read(2 * k512K, &byte, 1), QZIOExceptionCode::WriteFailed);
     }
-    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * K512);
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), 2 * k512K);
     EXPECT_EQ(Take(*buffer, 0, 1), "A");
-    Put(*buffer, 2 * K512, "C");
+    Put(*buffer, 2 * k512K, "C");
     buffer.Close();
-    std::string expected(2 * K512 + 1, '\0');
+    std::string expected(2 * k512K + 1, '\0');
     expected[0] = 'A';
-    expected[K512] = 'B';
-    expected[2 * K512] = 'C';
+    expected[k512K] = 'B';
+    expected[2 * k512K] = 'C';
     EXPECT_TRUE(dir.Read("f") == expected);
 }
 
-TEST(FileBufferFaults, AFailedLoadLeavesTheBufferAsItWas)
+TEST(FileBufferFaults, FailedLoadDoesNotChangeTheBuffer)
 {
     TempDir dir;
-    dir.Write("f", std::string(K512, 'a') + "b");
+    dir.Write("f", std::string(k512K, 'a') + "b");
     OpenBuffer buffer(dir, "f", 0, 0);
     Take(*buffer, 0, 1);
     {
         FileFault fault(os::Op::FileRead, 0, 1000);
         char byte = 0;
-        EXPECT_QZ_THROW(buffer->Read(K512, &byte, 1), QZIOExceptionCode::ReadFailed);
+        EXPECT_QZ_THROW(buffer->Read(k512K, &byte, 1), QZIOExceptionCode::ReadFailed);
         EXPECT_EQ(Take(*buffer, 0, 1), "a");
     }
-    EXPECT_EQ(buffer->GetMemorySizeUsed(), K512);
-    EXPECT_EQ(Take(*buffer, K512, 1), "b");
+    EXPECT_EQ(buffer->GetMemorySizeUsed(), k512K);
+    EXPECT_EQ(Take(*buffer, k512K, 1), "b");
 }
 
-TEST(FileBufferFaults, ShortTransfersAreGoneOnWith)
+TEST(FileBufferFaults, ShortTransfersAreContinued)
 {
     TempDir dir;
     std::string content(20000, '\0');
@@ -688,7 +688,7 @@ TEST(FileBufferFaults, ShortTransfersAreGoneOnWith)
     EXPECT_TRUE(dir.Read("f") == content);
 }
 
-TEST(FileBufferFaults, NoMemoryForABlockIsAnException)
+TEST(FileBufferFaults, OutOfMemoryForABlockThrows)
 {
     TempDir dir;
     dir.Write("f", "abc");
@@ -702,7 +702,7 @@ TEST(FileBufferFaults, NoMemoryForABlockIsAnException)
     EXPECT_EQ(Take(*buffer, 0, 3), "abc");
 }
 
-TEST(FileBufferFaults, TheTraceNamesTheWayOfAFailedRead)
+TEST(FileBufferFaults, TraceOfAFailedReadNamesGetBlockByOffset)
 {
     TempDir dir;
     dir.Write("f", "abc");

@@ -13,8 +13,8 @@
 
 namespace
 {
-/// What the body writes on the standard output, with plain line ends: the capture reads it back as a text
-/// file, which takes the CR away on Windows.
+/// Returns what the body writes to standard output, without CR: on Windows the capture reads a text file,
+/// which drops the CR.
 template <typename Body>
 std::string Written(Body body)
 {
@@ -54,7 +54,7 @@ TEST_F(ConsoleOutput, NullWritesNothing)
               "");
 }
 
-TEST_F(ConsoleOutput, TheSharedConsoleWritesTheSame)
+TEST_F(ConsoleOutput, SharedConsoleWritesTheSame)
 {
     QZConsoleT console;
     EXPECT_EQ(console.GetType(), 0x81FFC00);
@@ -68,7 +68,7 @@ TEST_F(ConsoleOutput, TheSharedConsoleWritesTheSame)
               "abt7");
 }
 
-TEST(ConsoleTable, DrawsABoxWithTheWidestCellOfEachColumn)
+TEST(ConsoleTable, ColumnsAreAsWideAsTheirWidestCell)
 {
     QZDataTable table;
     table.Columns->Add(QZ_W("id"), QZDataType::INT32);
@@ -81,7 +81,7 @@ TEST(ConsoleTable, DrawsABoxWithTheWidestCellOfEachColumn)
     table.Rows->NewRow();
     QZString out;
     QZConsoleTableText(&table, &out);
-    // Three wide characters take six places, so the column is six wide; empty values leave empty cells.
+    // Three wide characters take six columns of the terminal. Empty values are empty cells.
     EXPECT_QZ_TEXT(
         out,
         "\u250c\u2500\u2500\u2500\u2500\u2500\u252c\u2500\u2500\u2500\u2500\u2500\u2500\u2510\r\n"
@@ -111,7 +111,7 @@ TEST(ConsoleTable, WidthsOfCharacters)
     EXPECT_EQ(QZConsoleWidth(0xFF61), 1);
 }
 
-TEST(ConsoleTable, AnEmptyValueOfAnyTypeIsABlankCell)
+TEST(ConsoleTable, EmptyValueOfAnyTypeIsABlankCell)
 {
     QZDataTable table;
     table.Columns->Add(QZ_W("n"), QZDataType::INT64);

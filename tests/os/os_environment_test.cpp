@@ -33,7 +33,7 @@ TEST(Environment, TimestampIsTheLocalWallClock)
     EXPECT_LT(now.ToTimestamp(), local(after) + 1050);
 }
 
-TEST(Environment, TimestampGoesOn)
+TEST(Environment, TimestampAdvances)
 {
     QZInt64 first = QZEnvironment::GetCurrentTimestamp();
     os::Sleep(20);
@@ -42,7 +42,7 @@ TEST(Environment, TimestampGoesOn)
     EXPECT_LT(time, 5000);
 }
 
-TEST(Environment, ClockCanBeHeld)
+TEST(Environment, TestHooksSetTheClock)
 {
     Hooks hooks;
     hooks.SetClock(12345);
@@ -63,7 +63,7 @@ TEST(Environment, SetCurrentTimestampSplitsTheValue)
     EXPECT_EQ(time.Millisecond, 123);
 }
 
-TEST(Environment, SetCurrentTimestampBelowOneReadsBackward)
+TEST(Environment, SetCurrentTimestampBelowZeroCountsBack)
 {
     Hooks hooks;
     QZEnvironment::SetCurrentTimestamp(-1);
@@ -75,7 +75,7 @@ TEST(Environment, SetCurrentTimestampBelowOneReadsBackward)
     EXPECT_EQ(time.Millisecond, 999);
 }
 
-TEST(Environment, SetCurrentTimestampThatTheSystemRefusesFails)
+TEST(Environment, RefusedSetCurrentTimestampThrows)
 {
     Hooks hooks;
     hooks.Fail(os::Op::System, kSystemNumber);
@@ -86,7 +86,7 @@ TEST(Environment, SetCurrentTimestampThatTheSystemRefusesFails)
     EXPECT_EQ(thrown.argumentTrace, "QZEnvironment::SetCurrentTimestamp(1000)");
 }
 
-TEST(Environment, TickCountGoesOn)
+TEST(Environment, TickCountAdvances)
 {
     QZUInt64 first = QZEnvironment::GetTickCount();
     os::Sleep(50);
@@ -146,7 +146,7 @@ TEST(Environment, WorkingDirectoryIsSetAndRead)
 
 TEST(Environment, WorkingDirectoryOfMoreThan1024CharactersIsRefused)
 {
-    // Blocks of "./" make any length lead to the folder that is there.
+    // A path of repeated "./" has any length and names the current folder.
     qztest::Text long1025(1025, QZWChar('.'));
     for (std::size_t i = 1; i < long1025.size(); i += 2) long1025[i] = '/';
     QZString* path = QZStringFactory::CreateString(long1025.c_str());

@@ -20,9 +20,9 @@ using qztest::Hooks;
 using qztest::TempDir;
 using qztest::Text;
 
-constexpr QZUInt32 kSystemNumber = 5;  // known to both systems
+constexpr QZUInt32 kSystemNumber = 5;  // has a text on both platforms
 
-/// A QZString of a path for the time of a test.
+/// A QZString with a path, recycled at the end of its scope.
 struct Path
 {
     explicit Path(const Text& text) : string(QZStringFactory::CreateString(text.c_str())) {}
@@ -33,7 +33,7 @@ struct Path
     QZString* string;
 };
 
-/// An open file of a folder, closed at the end.
+/// An open file of a folder, closed at the end of its scope.
 struct Opened
 {
     Opened(const TempDir& dir, std::string_view name) : file(QZFile::Open(dir.Name(name).c_str())) {}
@@ -90,7 +90,7 @@ TEST(File, OpenTakesThreeKindsOfPath)
     QZFile::Close(&file);
 }
 
-TEST(File, NamesBeyondAsciiAreOneFileInAllForms)
+TEST(File, NonAsciiNamesMeanTheSameFileInAllForms)
 {
     TempDir dir;
     Text name = dir.Name() + qztest::Wide("/\xE6\x96\x87\xE4\xBB\xB6-\xF0\x9F\x98\x80");
@@ -102,7 +102,7 @@ TEST(File, NamesBeyondAsciiAreOneFileInAllForms)
     EXPECT_EQ(QZFile::Exists(name.c_str()), 0);
 }
 
-TEST(File, OpenOfAMissingFileTellsTheSystemsNumber)
+TEST(File, OpenOfAMissingFileShowsTheSystemError)
 {
     TempDir dir;
     auto thrown = QZ_TEST_CATCH(QZFile::Open(dir.Name("none").c_str()));
@@ -120,7 +120,7 @@ TEST(File, OpenTracesItsArguments)
     EXPECT_EQ(thrown.argumentTrace, "QZFile::Open(no such file, 1)");
 }
 
-TEST(File, FileThatExistsIsAFailureOfItsOwn)
+TEST(File, ExistingFileHasItsOwnError)
 {
     TempDir dir;
     dir.Write("a", "x");
@@ -151,7 +151,7 @@ TEST(File, CreateMakesAnEmptyFileAndClosesIt)
 TEST(File, PathOf256CharactersFailsBeforeAnyPlatformCall)
 {
     Hooks hooks;
-    // Were the platform asked, this is what would be told.
+    // A call of the platform would fail with this error instead.
     hooks.Fail(os::Op::FileOpen, kSystemNumber, 1, true);
     hooks.Fail(os::Op::FileName, kSystemNumber, 1, true);
     Text path = LongPath(256);
@@ -166,7 +166,7 @@ TEST(File, PathOf256CharactersFailsBeforeAnyPlatformCall)
     EXPECT_QZ_THROW(QZFile::Rename(Path(path), Path(QZ_W("b"))), 4864);
 }
 
-TEST(File, PathOf255CharactersGoesToThePlatform)
+TEST(File, PathOf255CharactersIsPassedToThePlatform)
 {
     Hooks hooks;
     hooks.Fail(os::Op::FileOpen, kSystemNumber, 1, true);
@@ -179,7 +179,7 @@ TEST(File, PathOf255CharactersGoesToThePlatform)
     EXPECT_QZ_THROW(QZFile::Rename(path.c_str(), path.c_str()), 5888);
 }
 
-TEST(File, ExistsAnswersForFilesOnly)
+TEST(File, ExistsIsTrueForFilesOnly)
 {
     TempDir dir;
     dir.Write("a", "x");
@@ -190,13 +190,13 @@ TEST(File, ExistsAnswersForFilesOnly)
     EXPECT_EQ(QZFile::Exists(dir.Name("").c_str()), 0);
 }
 
-TEST(File, DirectoryDoesNotOpen)
+TEST(File, OpenOfADirectoryThrows)
 {
     TempDir dir;
     EXPECT_QZ_THROW(QZFile::Open(dir.Name("").c_str(), QZFileOptions::Read), 5888);
 }
 
-TEST(File, DeleteTakesTheFileAway)
+TEST(File, DeleteRemovesTheFile)
 {
     TempDir dir;
     dir.Write("a", "x");
@@ -239,7 +239,7 @@ TEST(File, ReadsAndWritesAtOffsets)
     EXPECT_EQ(dir.Read("a"), "012xyz6789");
 }
 
-TEST(File, ReadAtTheEndGivesWhatThereIs)
+TEST(File, ReadAtTheEndReturnsTheBytesLeft)
 {
     TempDir dir;
     dir.Write("a", "0123456789");
@@ -267,7 +267,7 @@ TEST(File, WriteOfADataObject)
     EXPECT_EQ(dir.Read("a"), std::string("\0\0hello", 7));
 }
 
-TEST(File, AppendWritesBehindTheLastByte)
+TEST(File, AppendWritesAfterTheLastByte)
 {
     TempDir dir;
     dir.Write("a", "abc");
@@ -277,7 +277,7 @@ TEST(File, AppendWritesBehindTheLastByte)
     EXPECT_EQ(Taken(file->ReadToEnd()), "abcdef");
 }
 
-TEST(File, NewSizeCutsAndLengthens)
+TEST(File, NewSizeTruncatesAndExtends)
 {
     TempDir dir;
     dir.Write("a", "abcdef");
@@ -291,7 +291,7 @@ TEST(File, NewSizeCutsAndLengthens)
     EXPECT_EQ(file->GetSize(), 4);
 }
 
-TEST(File, SizesGoToThePlatformAs32Bits)
+TEST(File, SizesAreCutTo32Bits)
 {
     TempDir dir;
     dir.Write("a", "0123456789");
@@ -301,7 +301,7 @@ TEST(File, SizesGoToThePlatformAs32Bits)
     EXPECT_STREQ(buffer, "012");
     EXPECT_EQ(file->Write(0, "ab", 0x100000002LL), 2);
     EXPECT_EQ(dir.Read("a"), "ab23456789");
-    // Of a negative size too only the low half is seen.
+    // Only the low 32 bits count in a negative size, too.
     EXPECT_EQ(file->Read(2, buffer, INT64_MIN + 2), 2);
     EXPECT_STREQ(buffer, "232");
     EXPECT_EQ(file->Write(0, "xyz", -0xFFFFFFFDLL), 3);
@@ -322,7 +322,7 @@ TEST(File, NegativeSizesAndOffsetsFail)
     EXPECT_EQ(dir.Read("a"), "0123456789");
 }
 
-TEST(File, OptionsLimitWhatTheFileDoes)
+TEST(File, OptionsLimitTheOperations)
 {
     TempDir dir;
     dir.Write("a", "abc");
@@ -345,7 +345,7 @@ TEST(File, OptionsLimitWhatTheFileDoes)
     EXPECT_EQ(dir.Read("a"), "xbc");
 }
 
-TEST(File, FailuresOfThePlatformHaveTheirCodes)
+TEST(File, PlatformFailuresHaveTheirCodes)
 {
     TempDir dir;
     dir.Write("a", "abc");
@@ -422,7 +422,7 @@ TEST(File, EveryOperationAddsItsNameToTheTrace)
     EXPECT_EQ(dir.Read("a"), "abc");
 }
 
-TEST(File, FailuresOfNamesTellTheSystemsNumber)
+TEST(File, DeleteAndRenameShowTheSystemError)
 {
     TempDir dir;
     dir.Write("a", "abc");
@@ -434,7 +434,7 @@ TEST(File, FailuresOfNamesTellTheSystemsNumber)
     std::string message = thrown.message;
     hooks.Fail(os::Op::FileName, kSystemNumber);
     thrown = QZ_TEST_CATCH(QZFile::Rename("a", "b"));
-    EXPECT_EQ(thrown.message, message) << "same code, same number";
+    EXPECT_EQ(thrown.message, message) << "same code and same system error";
     EXPECT_EQ(thrown.argumentTrace, "QZFile::Rename(a, b)");
     EXPECT_EQ(dir.Read("a"), "abc");
 }
@@ -450,7 +450,7 @@ TEST(File, NullDataIsRefused)
     EXPECT_EQ(dir.Read("a"), "abc");
 }
 
-TEST(File, ShortTransfersAreAnsweredAsTheyAre)
+TEST(File, ShortTransfersReturnTheirSize)
 {
     TempDir dir;
     dir.Write("a", "abcdef");
@@ -489,7 +489,7 @@ TEST(File, LinesEndWithCrLf)
     EXPECT_EQ(Opened(dir, "more")->LineCount(), 4);
 }
 
-TEST(File, ReadLineFillsTheBuffersThatAreThere)
+TEST(File, ReadLineSkipsNullBuffers)
 {
     TempDir dir;
     dir.Write("a", "first\r\nsecond\r\n\r\nlast");
@@ -517,7 +517,8 @@ std::string WideBytes(std::string_view text)
 TEST(File, GetVersionReadsTheVersionResource)
 {
     TempDir dir;
-    // The word, its terminator and padding, the value with its terminator, and the next entry 30 places on.
+    // The key, its terminator and padding, the value with its terminator, and zeros in place of the next
+    // entry.
     std::string text = "head" + WideBytes("FileVersion") + std::string(4, '\0') + WideBytes("1,2, 34/5-b6");
     text += std::string(200, '\0');
     dir.Write("a", text);
@@ -529,10 +530,10 @@ TEST(File, GetVersionReadsTheVersionResource)
     EXPECT_EQ(result[32], '~');
 }
 
-TEST(File, GetVersionStopsThirtyPlacesBeforeAOne)
+TEST(File, GetVersionStops30BytesBeforeAByteOf1)
 {
     TempDir dir;
-    // Byte 25 behind the match is the first looked at; the 1 stands 30 places behind the fourth.
+    // Reading starts 25 bytes after the match; the byte 1 lies 30 bytes after the fourth digit.
     std::string text =
         WideBytes("FileVersion") + std::string(3, '\0') + "12345678" + std::string(25, '\0') + '\1';
     dir.Write("a", text);
@@ -541,7 +542,7 @@ TEST(File, GetVersionStopsThirtyPlacesBeforeAOne)
     EXPECT_STREQ(result, "123");
 }
 
-TEST(File, GetVersionLooksAt256BytesAndKeepsAtMost32)
+TEST(File, GetVersionReads256BytesAndReturnsAtMost32)
 {
     TempDir dir;
     dir.Write("far", WideBytes("FileVersion") + std::string(3 + 255, '\0') + "12" + std::string(40, '\0'));
@@ -554,7 +555,7 @@ TEST(File, GetVersionLooksAt256BytesAndKeepsAtMost32)
     EXPECT_EQ(std::string(result, 33), std::string(32, '7') + "~");
 }
 
-TEST(File, GetVersionEndsWithTheFile)
+TEST(File, GetVersionStopsAtTheEndOfTheFile)
 {
     TempDir dir;
     dir.Write("a", WideBytes("FileVersion") + std::string(3, '\0') + "42");
@@ -566,7 +567,7 @@ TEST(File, GetVersionEndsWithTheFile)
     EXPECT_STREQ(result, "");
 }
 
-TEST(File, GetVersionWithoutThePatternLeavesTheResult)
+TEST(File, GetVersionWithoutThePatternKeepsTheResult)
 {
     TempDir dir;
     dir.Write("a", "FileVersion 1.2");
@@ -575,7 +576,7 @@ TEST(File, GetVersionWithoutThePatternLeavesTheResult)
     EXPECT_STREQ(result, "untouched");
 }
 
-TEST(File, EncodingByMarkOrByContent)
+TEST(File, EncodingIsFoundByMarkOrByContent)
 {
     TempDir dir;
     auto encoding = [&](std::string_view bytes) {
@@ -593,7 +594,7 @@ TEST(File, EncodingByMarkOrByContent)
     EXPECT_EQ(encoding("\xB0\xA1"), QZEncodingType::ANSI);
 }
 
-TEST(File, Utf32LittleEndianReportsUtf16)
+TEST(File, Utf32LittleEndianIsReportedAsUtf16)
 {
     TempDir dir;
     dir.Write("a", std::string_view("\xFF\xFE\0\0h\0\0\0", 8));
@@ -617,7 +618,7 @@ TEST(File, EqualsComparesTheBytes)
     EXPECT_EQ(a->Equals(nullptr), 0);
 }
 
-TEST(File, CopyMovesPiecesAndCountsThem)
+TEST(File, CopyWritesPiecesAndCountsTheirBytes)
 {
     TempDir dir;
     dir.Write("a", "0123456789");
@@ -635,7 +636,7 @@ TEST(File, CopyMovesPiecesAndCountsThem)
     EXPECT_EQ(progress, 107);
 }
 
-TEST(File, CopyThatComesOutShortFails)
+TEST(File, ShortCopyThrows)
 {
     TempDir dir;
     dir.Write("a", "0123456789");

@@ -14,7 +14,7 @@ namespace
 {
 using qztest::TempDir;
 
-/// Works in a folder of its own; the log lives below the working directory.
+/// Runs in its own folder: the log is written below the working directory.
 class LogTest : public ::testing::Test
 {
 protected:
@@ -47,7 +47,7 @@ std::string Entry(const std::string& time, const std::string& text)
     return kBegin + time + kTail + text + "\r\n" + kEnd + time + kTail;
 }
 
-TEST_F(LogTest, AnEntryStandsBetweenBeginAndEnd)
+TEST_F(LogTest, EntryHasBeginAndEndLines)
 {
     m_hooks.SetClock(Time(3, 10, 20, 30, 0));
     QZLog* log = QZLog::Open(QZ_W("server"));
@@ -58,7 +58,7 @@ TEST_F(LogTest, AnEntryStandsBetweenBeginAndEnd)
     EXPECT_EQ(log, nullptr);
 }
 
-TEST_F(LogTest, GoesOnAtTheEndOfAnExistingFile)
+TEST_F(LogTest, AppendsToAnExistingFile)
 {
     m_hooks.SetClock(Time(3, 10, 0, 0, 0));
     QZLog* log = QZLog::Open(QZ_W("a"));
@@ -83,7 +83,7 @@ TEST_F(LogTest, EachDayHasItsFile)
     EXPECT_EQ(m_dir.Read("Log/2024-02-29/d.txt"), Entry("2024-02-29 00:00:00.001", "after"));
 }
 
-TEST_F(LogTest, TheFirstMomentOfADayStillBelongsToTheDayBefore)
+TEST_F(LogTest, MidnightBelongsToTheDayBefore)
 {
     m_hooks.SetClock(Time(28, 12, 0, 0, 0));
     QZLog* log = QZLog::Open(QZ_W("m"));
@@ -102,7 +102,7 @@ TEST_F(LogTest, TextIsUtf8)
     EXPECT_EQ(m_dir.Read("Log/2024-02-03/u.txt"), Entry("2024-02-03 01:02:03", "\xE6\xB5\x8B\xE9\x87\x8F"));
 }
 
-TEST_F(LogTest, AFailedOpeningLeavesNothingBehind)
+TEST_F(LogTest, FailedOpenReturnsNoLog)
 {
     m_dir.Write("Log", "a file where the folder should be");
     QZLog* log = nullptr;
@@ -110,7 +110,7 @@ TEST_F(LogTest, AFailedOpeningLeavesNothingBehind)
     EXPECT_EQ(log, nullptr);
 }
 
-TEST_F(LogTest, ClosingNothingAsserts)
+TEST_F(LogTest, CloseOfNullAsserts)
 {
     static int asserts;
     asserts = 0;

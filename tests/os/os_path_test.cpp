@@ -15,17 +15,17 @@ using qztest::Hooks;
 using qztest::TempDir;
 using qztest::Text;
 
-/// Runs an operation on a text and answers its new string as UTF-8.
+/// Runs an operation on a path and returns the new string as UTF-8.
 template <typename Operation>
 std::string On(std::string_view path, Operation operation)
 {
     QZString* text = QZStringFactory::CreateString(qztest::Wide(path).c_str());
     QZString* result = operation(text);
-    std::string answer = qztest::Utf8(result);
+    std::string shown = qztest::Utf8(result);
     QZPath::Recycle(&result);
     EXPECT_EQ(result, nullptr);
     QZStringFactory::Recycle(&text);
-    return answer;
+    return shown;
 }
 
 std::string Drive(std::string_view path)
@@ -44,7 +44,7 @@ std::string Name(std::string_view path)
 {
     return On(path, [](QZString* p) { return QZPath::GetName(p); });
 }
-std::string Bare(std::string_view path)
+std::string BareName(std::string_view path)
 {
     return On(path, [](QZString* p) { return QZPath::GetNameNoExtension(p); });
 }
@@ -55,9 +55,9 @@ std::string Extension(std::string_view path)
 std::string Combined(std::string_view first, std::string_view second)
 {
     QZString* tail = QZStringFactory::CreateString(qztest::Wide(second).c_str());
-    std::string answer = On(first, [tail](QZString* p) { return QZPath::Combine(p, tail); });
+    std::string shown = On(first, [tail](QZString* p) { return QZPath::Combine(p, tail); });
     QZStringFactory::Recycle(&tail);
-    return answer;
+    return shown;
 }
 
 TEST(Path, DriveIsALetterWithAColon)
@@ -79,7 +79,7 @@ TEST(Path, BothSeparatorsSeparate)
     EXPECT_EQ(Name("a\\b/c.d"), "c.d");
 }
 
-TEST(Path, DirectoryIsWhatStandsBeforeTheLastSeparator)
+TEST(Path, DirectoryIsThePartBeforeTheLastSeparator)
 {
     EXPECT_EQ(Directory("a"), "");
     EXPECT_EQ(Directory(""), "");
@@ -87,7 +87,7 @@ TEST(Path, DirectoryIsWhatStandsBeforeTheLastSeparator)
     EXPECT_EQ(Directory("/a"), "");
 }
 
-TEST(Path, LevelsGoUpAndEndEmpty)
+TEST(Path, LevelsGoUpUntilEmpty)
 {
     EXPECT_EQ(Directory("a/b/c/d", 0), "a/b/c");
     EXPECT_EQ(Directory("a/b/c/d", 1), "a/b");
@@ -102,16 +102,16 @@ TEST(Path, LevelsGoUpAndEndEmpty)
 TEST(Path, NameAndExtension)
 {
     EXPECT_EQ(Name("file.tar.gz"), "file.tar.gz");
-    EXPECT_EQ(Bare("a/file.tar.gz"), "file.tar");
+    EXPECT_EQ(BareName("a/file.tar.gz"), "file.tar");
     EXPECT_EQ(Extension("a/file.tar.gz"), "gz");
     EXPECT_EQ(Name("a/"), "");
-    EXPECT_EQ(Bare("a/"), "");
-    EXPECT_EQ(Bare("a.b/c"), "c");
+    EXPECT_EQ(BareName("a/"), "");
+    EXPECT_EQ(BareName("a.b/c"), "c");
     EXPECT_EQ(Extension("a.b/c"), "");
     EXPECT_EQ(Extension("c."), "");
-    EXPECT_EQ(Bare("c."), "c");
+    EXPECT_EQ(BareName("c."), "c");
     EXPECT_EQ(Extension(".hidden"), "hidden");
-    EXPECT_EQ(Bare(".hidden"), "");
+    EXPECT_EQ(BareName(".hidden"), "");
 }
 
 TEST(Path, CombineWritesOneSeparator)
@@ -155,7 +155,7 @@ TEST(FileDirectory, CreateMakesTheMissingParents)
     QZStringFactory::Recycle(&path);
 }
 
-TEST(FileDirectory, CreateOfWhatExistsIsNoFailure)
+TEST(FileDirectory, CreateOfAnExistingDirectorySucceeds)
 {
     TempDir dir;
     EXPECT_QZ_NO_THROW(QZFileDirectory::Create(dir.Name("").c_str()));
@@ -175,7 +175,7 @@ TEST(FileDirectory, CreateUnderAFileFails)
     QZStringFactory::Recycle(&path);
 }
 
-TEST(FileDirectory, CreateThatThePlatformRefusesFails)
+TEST(FileDirectory, FailedCreateKeepsTheParentsCreated)
 {
     TempDir dir;
     Hooks hooks;
@@ -187,7 +187,7 @@ TEST(FileDirectory, CreateThatThePlatformRefusesFails)
     EXPECT_FALSE(dir.Exists("a/b"));
 }
 
-TEST(FileDirectory, DeleteTakesAnEmptyDirectory)
+TEST(FileDirectory, DeleteRemovesAnEmptyDirectory)
 {
     TempDir dir;
     QZFileDirectory::Create(dir.Name("a/b").c_str());
@@ -200,7 +200,7 @@ TEST(FileDirectory, DeleteTakesAnEmptyDirectory)
     EXPECT_QZ_THROW(QZFileDirectory::Delete(dir.Name("a").c_str()), 5888);
 }
 
-TEST(FileDirectory, ExistsAnswersForDirectoriesOnly)
+TEST(FileDirectory, ExistsIsTrueForDirectoriesOnly)
 {
     TempDir dir;
     dir.Write("a", "x");
@@ -274,7 +274,7 @@ TEST_F(DirectoryList, FilesOfATree)
               Under("a.txt") + Under("b") + Under("m/deep/y") + Under("m/x") + Under("z"));
 }
 
-TEST_F(DirectoryList, DirectoriesToo)
+TEST_F(DirectoryList, DirectoriesAreListedToo)
 {
     EXPECT_EQ(Listed(QZFileDirectory::GetFilesAll(path, 0, 0)), "a.txt|b|m|z|");
     EXPECT_EQ(Listed(QZFileDirectory::GetFilesAll(path, 1, 0)), "a.txt|b|m|deep|y|x|z|");
@@ -288,14 +288,14 @@ TEST_F(DirectoryList, MissingDirectoryFails)
     EXPECT_EQ(thrown.stackTrace, "QZFileDirectory::GetFilesAll(QZString*, QZBool, QZBool)");
 }
 
-TEST_F(DirectoryList, DirectoryBelowThatCannotBeReadFails)
+TEST_F(DirectoryList, UnreadableSubdirectoryFails)
 {
     Hooks hooks;
     hooks.Fail(os::Op::FileName, 5, 2);
     EXPECT_QZ_THROW(QZFileDirectory::GetFiles(path, 1, 0), 5888);
 }
 
-TEST(FileDirectory, EmptyDirectoryGivesAnEmptyCollection)
+TEST(FileDirectory, EmptyDirectoryHasAnEmptyCollection)
 {
     TempDir dir;
     QZString* path = QZStringFactory::CreateString(dir.Name("").c_str());

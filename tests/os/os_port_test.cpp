@@ -1,4 +1,4 @@
-// The completion port at the platform seam: what a server may count on, on either platform.
+// The completion port of the platform seam: the behaviour that a server relies on, on both platforms.
 
 #include <atomic>
 #include <memory>
@@ -20,7 +20,7 @@ namespace
 
 constexpr QZUInt32 kLong = 20000;
 
-/// Two ends of one connection on the loopback.
+/// Both ends of one loopback connection.
 class Line
 {
 public:
@@ -67,7 +67,7 @@ public:
     QZInt64 far;
 };
 
-/// A port with one block for each socket.
+/// A port, and one block for each socket.
 class Port : public testing::Test
 {
 protected:
@@ -120,7 +120,7 @@ TEST_F(Port, ReceivedBytesArriveWithTheirKey)
     EXPECT_EQ(TextOf(block, 5), "hello");
 }
 
-TEST_F(Port, BytesThatWereThereBeforeTheReceiveComplete)
+TEST_F(Port, BytesSentBeforeTheReceiveComplete)
 {
     Line line;
     ASSERT_TRUE(os::PortAssociate(m_port, line.near, 1));
@@ -139,7 +139,7 @@ TEST_F(Port, NothingCompletesWithoutAReceive)
     EXPECT_EQ(m_completion.Key, 0);
 }
 
-TEST_F(Port, OneReceiveGivesOneCompletion)
+TEST_F(Port, OneReceiveHasOneCompletion)
 {
     Line line;
     ASSERT_TRUE(os::PortAssociate(m_port, line.near, 1));
@@ -153,7 +153,7 @@ TEST_F(Port, OneReceiveGivesOneCompletion)
     EXPECT_EQ(TextOf(block, m_completion.Bytes), "efgh");
 }
 
-TEST_F(Port, AClosedPeerIsACompletionOfNoBytes)
+TEST_F(Port, ClosedPeerCompletesWithZeroBytes)
 {
     Line line;
     ASSERT_TRUE(os::PortAssociate(m_port, line.near, 9));
@@ -167,7 +167,7 @@ TEST_F(Port, AClosedPeerIsACompletionOfNoBytes)
     EXPECT_EQ(m_completion.Bytes, 0u);
 }
 
-TEST_F(Port, APeerThatEndedOnlyItsStreamIsOneToo)
+TEST_F(Port, PeerThatShutsDownItsSendsCompletesWithZeroBytes)
 {
     Line line;
     ASSERT_TRUE(os::PortAssociate(m_port, line.near, 9));
@@ -180,7 +180,7 @@ TEST_F(Port, APeerThatEndedOnlyItsStreamIsOneToo)
     EXPECT_EQ(os::SocketReceive(line.far, &byte, 1), 1);
 }
 
-TEST_F(Port, SocketsOfOnePortAreToldApartByTheirKeys)
+TEST_F(Port, KeyIdentifiesTheSocket)
 {
     Line first;
     Line second;
@@ -196,7 +196,7 @@ TEST_F(Port, SocketsOfOnePortAreToldApartByTheirKeys)
     EXPECT_EQ(m_completion.Key, 1);
 }
 
-TEST_F(Port, AWaitEndsWithItsTime)
+TEST_F(Port, WaitEndsAtItsTimeout)
 {
     QZInt64 before = os::MonotonicMicros();
     m_completion = {5, 5};
@@ -206,7 +206,7 @@ TEST_F(Port, AWaitEndsWithItsTime)
     EXPECT_EQ(m_completion.Bytes, 5u);
 }
 
-TEST_F(Port, APostWakesOneWaiterWithNothing)
+TEST_F(Port, PostWakesOneWaiterWithoutACompletion)
 {
     std::atomic<int> woken{0};
     std::vector<std::thread> waiters;
@@ -236,7 +236,7 @@ TEST_F(Port, PostsAreCounted)
     EXPECT_FALSE(Wait(20));
 }
 
-TEST_F(Port, ClosingEndsEveryWaitAndFailsThoseToCome)
+TEST_F(Port, CloseEndsEveryWaitAndFailsLaterCalls)
 {
     std::atomic<int> entered{0};
     std::vector<std::thread> waiters;
@@ -258,7 +258,7 @@ TEST_F(Port, ClosingEndsEveryWaitAndFailsThoseToCome)
     m_port = 0;
 }
 
-TEST_F(Port, EveryCompletionReachesExactlyOneOfManyWaiters)
+TEST_F(Port, EveryCompletionReachesExactlyOneWaiter)
 {
     constexpr int kLines = 8;
     constexpr int kRounds = 50;
@@ -292,7 +292,7 @@ TEST_F(Port, EveryCompletionReachesExactlyOneOfManyWaiters)
     for (std::thread& waiter : waiters) waiter.join();
 }
 
-TEST_F(Port, ASocketThatTakesTheHandleOfAClosedOneStartsFresh)
+TEST_F(Port, ReusedSocketHandleStartsFresh)
 {
     for (int i = 0; i < 20; ++i)
     {
@@ -306,7 +306,7 @@ TEST_F(Port, ASocketThatTakesTheHandleOfAClosedOneStartsFresh)
     }
 }
 
-TEST_F(Port, ASocketClosedUnderItsReceiveTellsNothingMore)
+TEST_F(Port, SocketClosedDuringAReceiveDoesNotComplete)
 {
     Line line;
     ASSERT_TRUE(os::PortAssociate(m_port, line.near, 3));
@@ -317,7 +317,7 @@ TEST_F(Port, ASocketClosedUnderItsReceiveTellsNothingMore)
     EXPECT_EQ(block->Data[0], 0);
 }
 
-TEST_F(Port, AReceiveOnASocketWithoutAPortFails)
+TEST_F(Port, ReceiveOnAClosedSocketFails)
 {
     Line line;
     ASSERT_TRUE(os::PortAssociate(m_port, line.near, 3));
@@ -330,7 +330,7 @@ TEST_F(Port, AReceiveOnASocketWithoutAPortFails)
     EXPECT_FALSE(os::PortReceive(socket, block.get()));
 }
 
-TEST_F(Port, OpeningAssociatingAndPostingFailOnPurpose)
+TEST_F(Port, FaultsFailOpenAssociateAndPost)
 {
     Line line;
     qztest::Hooks hooks;
@@ -344,7 +344,7 @@ TEST_F(Port, OpeningAssociatingAndPostingFailOnPurpose)
     EXPECT_FALSE(os::PortPost(m_port));
 }
 
-TEST_F(Port, AnAssociationWithAPortThatIsGoneFails)
+TEST_F(Port, AssociateWithAClosedPortFails)
 {
     Line line;
     QZInt64 gone = os::PortOpen(1);
@@ -352,7 +352,7 @@ TEST_F(Port, AnAssociationWithAPortThatIsGoneFails)
     EXPECT_FALSE(os::PortAssociate(gone, line.near, 1));
 }
 
-TEST(SocketBinding, AnAddressOfItsOwnIsTheOnlyOneThatAnswers)
+TEST(SocketBinding, SocketIsBoundToTheGivenAddress)
 {
     QZInt64 socket = os::SocketOpen(os::SocketKind::Stream);
     ASSERT_TRUE(os::SocketBind(socket, 0, Line::kLoopback));

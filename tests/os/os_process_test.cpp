@@ -28,14 +28,15 @@ using qztest::Text;
 constexpr QZUInt32 kSystemNumber = 5;
 constexpr const char* kWaitVariable = "QZLIB_TEST_PROGRAM_WAITS";
 
-/// A copy of this program that finds the variable set tests nothing: it waits to be ended, and not for ever.
+/// A copy of this program that is started with the variable set runs no tests: it waits until it is killed,
+/// at most 20 s.
 const bool g_waited = [] {
     if (std::getenv(kWaitVariable) == nullptr) return false;
     std::this_thread::sleep_for(std::chrono::seconds(20));
     std::_Exit(0);
 }();
 
-/// A QZString for the time of a test.
+/// A QZString, recycled at the end of its scope.
 struct Name
 {
     explicit Name(std::string_view text) : string(QZStringFactory::CreateString(qztest::Wide(text).c_str()))
@@ -57,7 +58,7 @@ std::set<long long> Taken(QZCollection* pids)
     return result;
 }
 
-/// The file of this program, and the name it has to carry to be a program.
+/// The path of this program's file.
 std::filesystem::path ThisProgram()
 {
     QZString* path = QZProcess::GetCurrentExeFilePath();
@@ -66,7 +67,7 @@ std::filesystem::path ThisProgram()
     return file;
 }
 
-/// A copy of this program under a name of its own, ready to be started and to wait.
+/// A copy of this program with its own name; once started, it waits to be killed.
 class WaitingProgram
 {
 public:
@@ -79,7 +80,7 @@ public:
     }
     ~WaitingProgram() { qztest::SetVariable(kWaitVariable, nullptr); }
 
-    /// Without the ending.
+    /// The name without the extension.
     const std::string& ProgramName() const { return m_name; }
     const std::string& FileName() const { return m_file; }
     QZProcess* Start() const { return QZProcess::Create(Name(m_dir.Name(m_file))); }
@@ -90,7 +91,7 @@ private:
     std::string m_file;
 };
 
-TEST(Process, ThisProcessIsThere)
+TEST(Process, ThisProcessIsFoundByIdAndByName)
 {
     long long self = QZProcess::GetCurrentPID();
     EXPECT_GT(self, 0);
@@ -111,7 +112,7 @@ TEST(Process, PathOfThisProgramNamesItsFile)
     EXPECT_TRUE(std::filesystem::is_regular_file(ThisProgram()));
     QZWChar path[8] = {'~', '~', '~', '~', '~', '~', '~', '~'};
     EXPECT_TRUE(os::ProcessImagePath(path, 4));
-    EXPECT_EQ(path[3], 0) << "cut off where the room ends";
+    EXPECT_EQ(path[3], 0) << "the path is cut at the end of the buffer";
     EXPECT_EQ(path[4], QZWChar('~'));
     Hooks hooks;
     hooks.Fail(os::Op::System, kSystemNumber);
@@ -122,7 +123,7 @@ TEST(Process, PathOfThisProgramNamesItsFile)
     EXPECT_EQ(thrown.stackTrace, "QZProcess::GetCurrentExeFilePath()");
 }
 
-TEST(Process, StartedProgramIsFoundAndEnded)
+TEST(Process, StartedProgramIsFoundAndKilled)
 {
     WaitingProgram program;
     QZProcess* process = program.Start();
@@ -149,7 +150,7 @@ TEST(Process, StartedProgramIsFoundAndEnded)
     EXPECT_EQ(process, nullptr);
 }
 
-TEST(Process, KillThatTheSystemRefusesFails)
+TEST(Process, RefusedKillThrows)
 {
     auto thrown = QZ_TEST_CATCH(QZProcess::Kill(0x7FFFFFFF));
     EXPECT_EQ(thrown.code, 5888);
@@ -162,7 +163,7 @@ TEST(Process, KillThatTheSystemRefusesFails)
     EXPECT_QZ_THROW(QZProcess::Kill(QZProcess::GetCurrentPID()), 5888);
 }
 
-TEST(Process, ObjectNeitherWaitsForTheProcessNorEndsIt)
+TEST(Process, RecycleNeitherWaitsForTheProcessNorKillsIt)
 {
     WaitingProgram program;
     QZProcess* process = program.Start();
@@ -175,7 +176,7 @@ TEST(Process, ObjectNeitherWaitsForTheProcessNorEndsIt)
     EXPECT_TRUE(Eventually([pid] { return !QZProcess::Exists(pid); }));
 }
 
-TEST(Process, CreateOfAMissingFileGivesNull)
+TEST(Process, CreateOfAMissingFileReturnsNull)
 {
     TempDir dir;
     QZProcess* process = nullptr;
@@ -185,7 +186,7 @@ TEST(Process, CreateOfAMissingFileGivesNull)
     EXPECT_QZ_THROW(QZProcess::Create(Name(std::string(256, 'a'))), 4864);
 }
 
-TEST(Process, CreateOfWhatIsNoProgramGivesNull)
+TEST(Process, CreateOfANonProgramReturnsNull)
 {
     TempDir dir;
     dir.Write("text.exe", "no program");
@@ -196,7 +197,7 @@ TEST(Process, CreateOfWhatIsNoProgramGivesNull)
     EXPECT_EQ(QZProcess::Create(program), nullptr);
 }
 
-TEST(Process, NameWithItsEndingFindsNothing)
+TEST(Process, NameWithItsExtensionFindsNothing)
 {
     std::filesystem::path program = ThisProgram();
     std::string withEnding = program.stem().string() + ".exe";
@@ -204,7 +205,7 @@ TEST(Process, NameWithItsEndingFindsNothing)
     EXPECT_TRUE(Taken(QZProcess::GetIDByExeName(Name(withEnding))).empty());
 }
 
-TEST(Process, MissingProgramGivesAnEmptyCollection)
+TEST(Process, MissingProgramHasAnEmptyCollection)
 {
     QZCollection* pids = QZProcess::GetIDByExeName(Name("qzlib-no-such-program"));
     ASSERT_NE(pids, nullptr);
@@ -214,7 +215,7 @@ TEST(Process, MissingProgramGivesAnEmptyCollection)
     EXPECT_TRUE(Taken(QZProcess::GetIDByExeName(nullptr)).empty());
 }
 
-TEST(Process, NumbersThatNoProcessHas)
+TEST(Process, InvalidIdsAreNoProcess)
 {
     for (QZInt64 pid : std::initializer_list<QZInt64>{-1, 0x7FFFFFFF, 0x100000000, INT64_MAX, INT64_MIN})
     {
@@ -225,11 +226,11 @@ TEST(Process, NumbersThatNoProcessHas)
         QZProcess process(pid);
         EXPECT_EQ(process.GetPID(), pid);
     }
-    // A number does not wrap round to a process that is there.
+    // An id above 32 bits does not wrap around to an existing process.
     EXPECT_EQ(QZProcess::GetMemoryUsage(QZProcess::GetCurrentPID() + 0x100000000LL), -1);
 }
 
-TEST(Process, ListsThatCannotBeHadAreEmpty)
+TEST(Process, FailedSystemCallsGiveEmptyLists)
 {
     Hooks hooks;
     hooks.Fail(os::Op::System, kSystemNumber, 1, true);
@@ -259,7 +260,7 @@ TEST(Process, MemoryOfThisProcessIsPlausible)
     EXPECT_GE(QZProcess::GetSwapUsage(self), 0);
 }
 
-TEST(Process, ReadAndWriteMoveNothing)
+TEST(Process, ReadAndWriteTransferNothing)
 {
     QZProcess process(QZProcess::GetCurrentPID());
     char buffer[] = "untouched";
@@ -271,7 +272,7 @@ TEST(Process, ReadAndWriteMoveNothing)
     EXPECT_EQ(QZProcess::Type, 0x831003A);
 }
 
-TEST(Process, HandleIsGivenBackOnce)
+TEST(Process, HandleIsClosedOnce)
 {
     Hooks hooks;
     {
@@ -288,7 +289,7 @@ TEST(Process, HandleIsGivenBackOnce)
 
 int g_asserts = 0;
 
-TEST(Process, RecycleOfNothingIsAFailedAssertion)
+TEST(Process, RecycleOfNullFailsAnAssertion)
 {
     g_asserts = 0;
     QZLibSetFunctionAssert([](QZBool condition) { g_asserts += !condition; });

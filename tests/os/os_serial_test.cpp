@@ -1,4 +1,4 @@
-// The serial port over a real line where the platform has one (see support/qz_line.h).
+// The serial port, over a pseudo-terminal where the platform has one (see support/qz_line.h).
 
 #include "os/os_serial.h"
 
@@ -27,7 +27,7 @@ constexpr QZInt64 kBadSpeed = 8192;
 constexpr QZInt64 kIOType = 0x81B1000;
 constexpr QZInt64 kGenericType = 0x81B0000;
 
-/// Long enough for a slow machine; no test waits it out.
+/// Long enough for a slow machine; no test waits that long.
 constexpr int kPatience = 60000;
 
 std::string Connected(QZSerial& port, const LinePeer& peer, QZInt64 baud = 115200)
@@ -46,7 +46,7 @@ std::string ReadText(QZSerial& port, int length)
 
 }  // namespace
 
-TEST(Serial, APortBeginsClosedWithTwoSecondsAndNoPath)
+TEST(Serial, NewPortIsClosedWithDefaultTimeoutAndNoPath)
 {
     QZSerial port;
     EXPECT_EQ(port.GetTimeout(), 2000);
@@ -58,7 +58,7 @@ TEST(Serial, APortBeginsClosedWithTwoSecondsAndNoPath)
     EXPECT_EQ(port.GetTimeout(), -5);
 }
 
-TEST(Serial, TheStoredPathCarriesThePrefixOnceHoweverItWasGiven)
+TEST(Serial, StoredPathHasThePrefixOnce)
 {
     LinePeer peer;
     const std::string prefixed = "\\\\.\\" + peer.Path();
@@ -77,7 +77,7 @@ TEST(Serial, TheStoredPathCarriesThePrefixOnceHoweverItWasGiven)
     EXPECT_QZ_TEXT(port.GetPath(), prefixed);
 }
 
-TEST(Serial, TheNineSpeedsAreSet)
+TEST(Serial, ConnectSetsEachOfTheNineSpeeds)
 {
     LinePeer peer;
     for (const QZInt64 speed : {2400, 4800, 9600, 19200, 115200, 230400, 460800, 921600, 2000000})
@@ -88,7 +88,7 @@ TEST(Serial, TheNineSpeedsAreSet)
     }
 }
 
-TEST(Serial, OtherSpeedsAreRefusedAfterThePortWasOpenedAndClosed)
+TEST(Serial, OtherSpeedsAreRefusedAfterOpeningThePort)
 {
     LinePeer peer;
     for (const QZInt64 speed : {QZInt64{38400}, QZInt64{57600}, QZInt64{0}, QZInt64{-9600}, QZInt64{115201},
@@ -102,12 +102,12 @@ TEST(Serial, OtherSpeedsAreRefusedAfterThePortWasOpenedAndClosed)
         char byte = 0;
         EXPECT_QZ_THROW(port.Read(&byte, 1), kClosed);
     }
-    // A port that is not there is found out before the speed is.
+    // A missing port is reported before a wrong speed.
     QZSerial port;
     EXPECT_QZ_THROW(port.Connect("no-such-port", 38400), kOpenFailed);
 }
 
-TEST(Serial, AWrongSpeedClosesThePortAndKeepsTheStoredOne)
+TEST(Serial, WrongSpeedClosesThePortAndKeepsTheStoredSpeed)
 {
     LinePeer peer;
     QZSerial port;
@@ -119,7 +119,7 @@ TEST(Serial, AWrongSpeedClosesThePortAndKeepsTheStoredOne)
     EXPECT_EQ(port.WriteByte(1), 1);
 }
 
-TEST(Serial, APortThatCannotBeOpenedIsAnIOFailureWithTheSystemsText)
+TEST(Serial, OpenFailureIsAnIOExceptionWithTheSystemsText)
 {
     QZSerial port;
     qztest::Thrown thrown = QZ_TEST_CATCH(port.Connect("no-such-port", 115200));
@@ -136,10 +136,10 @@ TEST(Serial, APortThatCannotBeOpenedIsAnIOFailureWithTheSystemsText)
     port.Connect(peer.Path().c_str(), 115200);
 }
 
-TEST(Serial, APortThatRefusesItsSettingsIsClosedAndKeepsTheOldPathButTheNewSpeed)
+TEST(Serial, RefusedSettingsCloseThePortAndKeepTheOldPath)
 {
     LinePeer peer;
-    for (const int operation : {2, 3})  // 1 opens, 2 sets the line up, 3 asks to be told of input
+    for (const int operation : {2, 3})  // 1 opens the line, 2 sets it up, 3 requests input events
     {
         QZSerial port;
         peer.Faults().Fail(os::Op::Line, 5, operation);
@@ -151,7 +151,7 @@ TEST(Serial, APortThatRefusesItsSettingsIsClosedAndKeepsTheOldPathButTheNewSpeed
     }
 }
 
-TEST(Serial, AFileIsNoSerialLine)
+TEST(Serial, FileIsNoSerialLine)
 {
     const qztest::TempDir folder;
     folder.Write("file", "text");
@@ -159,7 +159,7 @@ TEST(Serial, AFileIsNoSerialLine)
     EXPECT_QZ_THROW(port.Connect(folder.Name("file").c_str(), 115200), kOperationFailed);
 }
 
-TEST(Serial, BytesGoBothWaysUnchanged)
+TEST(Serial, BytesPassUnchangedInBothDirections)
 {
     LinePeer peer;
     QZSerial port;
@@ -181,7 +181,7 @@ TEST(Serial, BytesGoBothWaysUnchanged)
     EXPECT_EQ(peer.Received().back(), '\x1A');
 }
 
-TEST(Serial, AReadWaitsForBytesThatComeLater)
+TEST(Serial, ReadWaitsForLaterBytes)
 {
     LinePeer peer;
     QZSerial port;
@@ -196,7 +196,7 @@ TEST(Serial, AReadWaitsForBytesThatComeLater)
     late.join();
 }
 
-TEST(Serial, AReadAnswersWhatHasComeWhenTheTimeIsOver)
+TEST(Serial, ReadReturnsTheBytesReceivedBeforeTheTimeout)
 {
     LinePeer peer;
     QZSerial port;
@@ -206,7 +206,7 @@ TEST(Serial, AReadAnswersWhatHasComeWhenTheTimeIsOver)
     EXPECT_EQ(ReadText(port, 10), "four");
 }
 
-TEST(Serial, AReadThatGotNothingTimesOutAndTakesNothingThatComesLater)
+TEST(Serial, ReadWithoutBytesTimesOutAndLosesNoLaterBytes)
 {
     LinePeer peer;
     QZSerial port;
@@ -222,7 +222,7 @@ TEST(Serial, AReadThatGotNothingTimesOutAndTakesNothingThatComesLater)
     EXPECT_EQ(ReadText(port, 5), "later");
 }
 
-TEST(Serial, ATimeoutOfZeroTakesOnlyWhatIsThere)
+TEST(Serial, TimeoutOfZeroReturnsOnlyQueuedBytes)
 {
     LinePeer peer;
     QZSerial port;
@@ -235,7 +235,7 @@ TEST(Serial, ATimeoutOfZeroTakesOnlyWhatIsThere)
     EXPECT_EQ(byte, 'x');
 }
 
-TEST(Serial, RecvBufferCleanDropsWhatCame)
+TEST(Serial, RecvBufferCleanDropsQueuedBytes)
 {
     LinePeer peer;
     QZSerial port;
@@ -248,7 +248,7 @@ TEST(Serial, RecvBufferCleanDropsWhatCame)
     EXPECT_QZ_THROW(port.Read(&byte, 1), kTimeout);
 }
 
-TEST(Serial, AFailedTransferIsADeviceFailure)
+TEST(Serial, FailedTransferThrowsOperationFailed)
 {
     LinePeer peer;
     QZSerial port;
@@ -264,7 +264,7 @@ TEST(Serial, AFailedTransferIsADeviceFailure)
     EXPECT_EQ(thrown.type, kIOType);
 }
 
-TEST(Serial, APeerThatIsGoneIsADeviceFailure)
+TEST(Serial, ClosedPeerThrowsOperationFailed)
 {
     LinePeer peer;
     QZSerial port;
@@ -277,7 +277,7 @@ TEST(Serial, APeerThatIsGoneIsADeviceFailure)
     EXPECT_EQ(port.TryWrite(&byte, 1), 0);
 }
 
-TEST(Serial, AShortWriteIsAFailureOfItsOwn)
+TEST(Serial, ShortWriteHasItsOwnError)
 {
     LinePeer peer;
     QZSerial port;
@@ -289,7 +289,7 @@ TEST(Serial, AShortWriteIsAFailureOfItsOwn)
     EXPECT_TRUE(qztest::Eventually([&] { return peer.Received() == "123"; }));
 }
 
-TEST(Serial, AWriteThatFindsNoRoomTimesOut)
+TEST(Serial, WriteWithoutRoomTimesOut)
 {
     LinePeer peer;
     QZSerial port;
@@ -303,7 +303,7 @@ TEST(Serial, AWriteThatFindsNoRoomTimesOut)
     EXPECT_EQ(port.TryWrite(much.data(), 1 << 20), 0);
 }
 
-TEST(Serial, AClosedPortRefusesTransfersAndTheTryFormsAnswerZero)
+TEST(Serial, ClosedPortRefusesTransfersAndTryFormsReturnZero)
 {
     QZSerial port;
     unsigned char byte = 0;
@@ -319,7 +319,7 @@ TEST(Serial, AClosedPortRefusesTransfersAndTheTryFormsAnswerZero)
     EXPECT_QZ_THROW(port.Reconnect(), kOpenFailed);
 }
 
-TEST(Serial, TryReadTakesWhatIsQueuedUpToTheLength)
+TEST(Serial, TryReadReturnsQueuedBytesUpToTheLength)
 {
     LinePeer peer;
     QZSerial port;
@@ -328,7 +328,7 @@ TEST(Serial, TryReadTakesWhatIsQueuedUpToTheLength)
     EXPECT_EQ(port.TryRead(bytes, 8), 0);
     peer.Send("abcde");
     EXPECT_TRUE(qztest::Eventually([&] { return port.TryRead(bytes, 1) == 1; }));
-    // All five came at once: they are a single write of the far end.
+    // All five bytes arrive together, because the peer sent them with one write.
     EXPECT_TRUE(qztest::Eventually([&] { return port.TryRead(bytes + 1, 2) == 2; }));
     EXPECT_EQ(port.TryRead(bytes + 3, 5), 2);
     EXPECT_EQ(std::string(bytes), "abcde");
@@ -341,7 +341,7 @@ TEST(Serial, TryReadWithNothingQueuedReadsZeroBytes)
     QZSerial port;
     Connected(port, peer);
     char byte = 0;
-    // The failing read is met: the read of nothing is asked of the line.
+    // The armed failure is used up here, which shows that a read of zero bytes reached the line.
     peer.Faults().Fail(os::Op::LineRead, 5);
     EXPECT_EQ(port.TryRead(&byte, 1), 0);
     EXPECT_QZ_NO_THROW(port.SetTimeout(0));
@@ -349,7 +349,7 @@ TEST(Serial, TryReadWithNothingQueuedReadsZeroBytes)
     EXPECT_EQ(port.Read(&byte, 0), 0);
 }
 
-TEST(Serial, TryReadAnswersTheAmountThatItAskedFor)
+TEST(Serial, TryReadReturnsTheRequestedLengthAfterAShortRead)
 {
     LinePeer peer;
     QZSerial port;
@@ -364,7 +364,7 @@ TEST(Serial, TryReadAnswersTheAmountThatItAskedFor)
     EXPECT_EQ(port.TryRead(bytes, 1), 0);
 }
 
-TEST(Serial, TryWriteAnswersTheLengthOrZero)
+TEST(Serial, TryWriteReturnsTheLengthOrZero)
 {
     LinePeer peer;
     QZSerial port;
@@ -375,7 +375,7 @@ TEST(Serial, TryWriteAnswersTheLengthOrZero)
     EXPECT_EQ(port.TryWrite("abc", 3), 0);
 }
 
-TEST(Serial, SetBaudWorksWithTheNextConnectionOnly)
+TEST(Serial, SetBaudTakesEffectAtTheNextConnection)
 {
     LinePeer peer;
     QZSerial port;
@@ -386,7 +386,7 @@ TEST(Serial, SetBaudWorksWithTheNextConnectionOnly)
     EXPECT_EQ(peer.Speed(), 9600);
 }
 
-TEST(Serial, SetBaudSetsTheLineToTheSpeedBefore)
+TEST(Serial, SetBaudSetsTheLineToThePreviousSpeed)
 {
     LinePeer peer;
     QZSerial port;
@@ -396,7 +396,7 @@ TEST(Serial, SetBaudSetsTheLineToTheSpeedBefore)
     EXPECT_EQ(peer.Speed(), 9600);
 }
 
-TEST(Serial, SetBaudThatThePortRefusesKeepsTheSpeed)
+TEST(Serial, RefusedSetBaudKeepsTheSpeed)
 {
     LinePeer peer;
     QZSerial port;
@@ -407,7 +407,7 @@ TEST(Serial, SetBaudThatThePortRefusesKeepsTheSpeed)
     EXPECT_EQ(peer.Speed(), 19200);
 }
 
-TEST(Serial, SetBaudTakesAnySpeedAndReconnectRefusesIt)
+TEST(Serial, SetBaudAcceptsAnySpeedAndReconnectRefusesIt)
 {
     LinePeer peer;
     QZSerial port;
@@ -416,7 +416,7 @@ TEST(Serial, SetBaudTakesAnySpeedAndReconnectRefusesIt)
     EXPECT_QZ_THROW(port.Reconnect(), kBadSpeed);
 }
 
-TEST(Serial, ConnectingAnOpenPortGoesOverToTheNewOne)
+TEST(Serial, ConnectOfAnOpenPortClosesTheOldLine)
 {
     LinePeer first;
     QZSerial port;
@@ -444,7 +444,7 @@ TEST(Serial, CopiesShareThePort)
         EXPECT_TRUE(qztest::Eventually([&] { return peer.Received() == "abc"; }));
         EXPECT_QZ_TEXT(copy.GetPath(), "\\\\.\\" + peer.Path());
     }
-    // The first to go has closed it for all.
+    // The first destructor closed the port for all copies.
     EXPECT_QZ_THROW(port.Write("d", 1), kClosed);
     EXPECT_QZ_THROW(assigned.Write("e", 1), kClosed);
     assigned.Close();
@@ -460,7 +460,7 @@ TEST(Serial, PortsAreListedWithThePrefix)
     EXPECT_EQ(ports, nullptr);
 }
 
-TEST(Serial, AMachineWithoutAListOfPortsHasNone)
+TEST(Serial, MissingPortListIsAnEmptyList)
 {
     qztest::Hooks hooks;
     hooks.Fail(os::Op::Line, os::ErrorNotFound());
@@ -475,7 +475,7 @@ TEST(Serial, AMachineWithoutAListOfPortsHasNone)
     EXPECT_EQ(thrown.type, kGenericType);
 }
 
-TEST(Serial, TheListByTextIsAlwaysEmpty)
+TEST(Serial, DeviceListByTextIsAlwaysEmpty)
 {
     QZString text("COM1");
     QZStringCollection* ports = QZSerial::GetDeviceList(&text);
@@ -485,14 +485,14 @@ TEST(Serial, TheListByTextIsAlwaysEmpty)
     EXPECT_EQ(ports, nullptr);
 }
 
-TEST(Serial, ACopyOfAClosedPortStaysClosedWhenTheOtherConnects)
+TEST(Serial, CopyOfAClosedPortStaysClosedWhenTheOriginalConnects)
 {
     LinePeer peer;
     QZSerial port;
     QZSerial copy(port);
     Connected(port, peer, 9600);
     EXPECT_QZ_THROW(copy.Write("x", 1), kClosed);
-    // The path is one for both, the speed is each one's own.
+    // Both share the path; each has its own speed.
     EXPECT_QZ_TEXT(copy.GetPath(), "\\\\.\\" + peer.Path());
     copy.Reconnect();
     EXPECT_EQ(peer.Speed(), 115200);
@@ -501,7 +501,7 @@ TEST(Serial, ACopyOfAClosedPortStaysClosedWhenTheOtherConnects)
     EXPECT_EQ(port.Write("y", 1), 1);
 }
 
-TEST(Serial, ACopyKeepsThePortThatTheOtherWentOver)
+TEST(Serial, CopyKeepsThePortThatTheOriginalReplaced)
 {
     LinePeer peer;
     QZSerial port;
@@ -526,7 +526,7 @@ TEST(Serial, TracesNameTheOperationAndItsArguments)
     EXPECT_EQ(thrown.stackTrace, "QZSerial::Read(QZPVoid, QZInt32)");
 }
 
-TEST(Serial, TheFacesOfConnectAddThemselvesToTheTraces)
+TEST(Serial, ConnectOverloadsAddTheirFrameToTheTraces)
 {
     QZSerial port;
     qztest::Thrown thrown = QZ_TEST_CATCH(port.Connect("no-such-port", 9600));

@@ -8,7 +8,7 @@ namespace
 {
 using qztest::TempDir;
 
-/// Opens the protected operations, as a host's own settings class does.
+/// Exposes the protected operations, as a settings class of a host does.
 class Settings : public QZSettingsAdapter
 {
 public:
@@ -55,7 +55,7 @@ Settings FromText(const std::string& text)
     return Settings(text.data(), static_cast<QZInt64>(text.size()));
 }
 
-TEST(Settings, AValueRunsToCrOrSemicolonOrTheEnd)
+TEST(Settings, ValueEndsAtCrSemicolonOrTheEnd)
 {
     Settings settings = FromText("a=1\r\nb=two;comment\r\nc=last");
     EXPECT_EQ(settings.GetType(), 0x81FFB00);
@@ -66,7 +66,7 @@ TEST(Settings, AValueRunsToCrOrSemicolonOrTheEnd)
     EXPECT_TRUE(settings.Has("b="));
 }
 
-TEST(Settings, AMissingKeyGivesAnEmptyText)
+TEST(Settings, MissingKeyHasAnEmptyValue)
 {
     Settings settings = FromText("a=1");
     EXPECT_EQ(settings.Get("z="), "");
@@ -77,14 +77,14 @@ TEST(Settings, AMissingKeyGivesAnEmptyText)
     EXPECT_EQ(none.GetSettingsSize(), 0);
 }
 
-TEST(Settings, TheKeyIsFoundWhereItsBytesStandFirst)
+TEST(Settings, KeyIsFoundAtItsFirstOccurrence)
 {
-    // A plain byte search: "rate=" is found inside "baudrate=" as well.
+    // The key is searched as plain text, so "rate=" is found inside "baudrate=".
     Settings settings = FromText("baudrate=9600\r\nrate=5\r\n");
     EXPECT_EQ(settings.Get("rate="), "9600");
 }
 
-TEST(Settings, ChangingAValueKeepsWhatFollowsTheSemicolon)
+TEST(Settings, ChangingAValueKeepsTheComment)
 {
     Settings settings = FromText("# head\r\na=1;the comment\r\nb=2\r\n");
     settings.Put("a=", "12345");
@@ -95,7 +95,7 @@ TEST(Settings, ChangingAValueKeepsWhatFollowsTheSemicolon)
     EXPECT_EQ(settings.All(), "# head\r\na=;the comment\r\nb=long enough to move the rest\r\n");
 }
 
-TEST(Settings, ANewKeyBecomesALineAtTheEnd)
+TEST(Settings, NewKeyBecomesALineAtTheEnd)
 {
     Settings settings = FromText("a=1\r\n");
     settings.Put("b=", "2");
@@ -125,7 +125,7 @@ TEST(Settings, ValuesAreInTheTextsEncoding)
     EXPECT_EQ(wide.Get("k="), "v");
 }
 
-TEST(Settings, ASettingsFileIsSavedOnEveryChangeAndCutToItsLength)
+TEST(Settings, FileIsSavedOnEveryChangeAndTruncated)
 {
     TempDir dir;
     dir.Write("s.txt", "a=a long value;keep\r\n");
@@ -159,7 +159,7 @@ TEST(Settings, EveryFormOfPathLoads)
     EXPECT_EQ(loaded.All(), "a=1\r\n");
 }
 
-TEST(Settings, ATextInMemoryHasNoFileToSaveTo)
+TEST(Settings, SaveOfATextInMemoryDoesNothing)
 {
     Settings settings = FromText("a=1");
     EXPECT_QZ_NO_THROW(settings.Save());
@@ -177,7 +177,7 @@ TEST(Settings, BadPathsAndTextsAreRefused)
     EXPECT_QZ_THROW(Settings(static_cast<const void*>(nullptr), QZInt64{5}), 256);
 }
 
-TEST(Settings, AFailedLoadKeepsTheTextThatWasThere)
+TEST(Settings, FailedLoadKeepsTheOldText)
 {
     TempDir dir;
     Settings settings = FromText("a=1");
@@ -185,7 +185,7 @@ TEST(Settings, AFailedLoadKeepsTheTextThatWasThere)
     EXPECT_EQ(settings.Get("a="), "1");
 }
 
-TEST(Settings, ACopyHasItsOwnText)
+TEST(Settings, CopyHasItsOwnText)
 {
     Settings settings = FromText("a=1");
     Settings copy(settings);

@@ -45,7 +45,7 @@ std::string HexOf(QZIPAddress& address)
     return result;
 }
 
-TEST(IPAddress, NewOneIsAllZero)
+TEST(IPAddress, NewAddressIsAllZero)
 {
     QZIPAddress address;
     EXPECT_EQ(address.GetValue(), 0u);
@@ -101,7 +101,7 @@ TEST(IPAddress, TextOfEveryKindIsTaken)
     narrow.Set(QZ_W("5.6.7.8"));
     wide.SetValue(0);
     wide.Set(text);
-    // Without a port in the text the port stays.
+    // A text without a port keeps the port.
     EXPECT_EQ(TextOf(string), "1.2.3.4:8080");
     EXPECT_EQ(TextOf(narrow), "5.6.7.8:8080");
     EXPECT_EQ(TextOf(wide), "10.0.0.1:8080");
@@ -109,7 +109,7 @@ TEST(IPAddress, TextOfEveryKindIsTaken)
     QZStringFactory::Recycle(&text);
 }
 
-TEST(IPAddress, PortsZeroAndEightyAreSilentInText)
+TEST(IPAddress, TextOmitsPorts0And80)
 {
     QZIPAddress address("10.0.0.1:80");
     EXPECT_EQ(address.GetThePort(), 80);
@@ -129,13 +129,13 @@ TEST(IPAddress, NumbersAreCutToTheirLowBits)
     EXPECT_EQ(address.GetThePort(), 1);
 }
 
-TEST(IPAddress, PiecesBehindASecondColonAreLeftOut)
+TEST(IPAddress, PartsAfterASecondColonAreIgnored)
 {
     QZIPAddress address("1.2.3.4:5:6");
     EXPECT_EQ(TextOf(address), "1.2.3.4:5");
 }
 
-TEST(IPAddress, OtherThanFourNumbersThrowsAndLeavesNothing)
+TEST(IPAddress, OtherThanFourNumbersThrowsAndClearsTheAddress)
 {
     for (const char* text : {"1.2.3", "1.2.3.4.5", "", "localhost", "1.2.3:90"})
     {
@@ -156,7 +156,7 @@ TEST(IPAddress, EmptyNumberIsRefusedByTheConversion)
     EXPECT_QZ_THROW(address.Set("1.2.3.4:"), QZExceptionCode::ArgumentOutOfRange);
 }
 
-TEST(IPAddress, DataHoldThePortUnlessItIsEighty)
+TEST(IPAddress, DataHoldThePortUnlessItIs80)
 {
     QZIPAddress address("1.2.3.4:80");
     EXPECT_EQ(HexOf(address), qztest::Hex(qztest::Bytes("04000000 01000000 02000000 03000000 04000000")));
@@ -168,7 +168,7 @@ TEST(IPAddress, DataHoldThePortUnlessItIsEighty)
               qztest::Hex(qztest::Bytes("05000000 01000000 02000000 03000000 04000000 901F0000")));
 }
 
-TEST(IPAddress, PortEightyComesBackFromDataAsZero)
+TEST(IPAddress, Port80IsReadFromDataAs0)
 {
     QZIPAddress address("1.2.3.4:80");
     QZData* data = address.ToData();
@@ -185,7 +185,7 @@ TEST(IPAddress, PortEightyComesBackFromDataAsZero)
     QZIPAddress::Recycle(&data);
 }
 
-TEST(IPAddress, DataOfAnotherSizeGiveZeroAndTheCountIsNotLookedAt)
+TEST(IPAddress, DataOfAnotherSizeGiveZeroAndTheCountIsIgnored)
 {
     QZData shorter("\x04\0\0\0\x01\0\0\0\x02\0\0\0\x03\0\0\0", 16);
     QZIPAddress zero(&shorter);
@@ -235,14 +235,14 @@ struct Pair
     QZSocket peer;
 };
 
-/// A port on which nobody listens.
+/// A port on which no socket listens.
 QZUInt16 FreePort()
 {
     QZSocketServer server(0, 100, 100, 1, 1);
     return PortOf(server.GetHandle());
 }
 
-/// The fields that only derived classes see.
+/// Exposes the protected members.
 struct OpenSocket : QZSocket
 {
     static QZInt64 CodeOf(int number, std::string* message)
@@ -268,7 +268,7 @@ TEST(Socket, ConstantsAndTypes)
     EXPECT_EQ(server.GetType(), 0x8310008);
 }
 
-TEST(Socket, NewOneIsClosedWithALockedZeroAddress)
+TEST(Socket, NewSocketIsClosedWithALockedZeroAddress)
 {
     QZSocket socket;
     EXPECT_EQ(socket.GetHandle(), 0);
@@ -279,7 +279,7 @@ TEST(Socket, NewOneIsClosedWithALockedZeroAddress)
     EXPECT_EQ(socket.GetHandle(), 0);
 }
 
-TEST(Socket, ClosedSocketAnswersMinusOne)
+TEST(Socket, TransfersOfAClosedSocketReturnMinusOne)
 {
     QZSocket socket;
     QZSocketClient client;
@@ -315,7 +315,7 @@ TEST(Socket, SizeZeroNeverTouchesTheSocket)
     EXPECT_EQ(QZSocket::Recv(12345678, &byte, 0), 0);
 }
 
-TEST(Socket, BytesGoBothWays)
+TEST(Socket, BytesPassInBothDirections)
 {
     Pair pair;
     EXPECT_EQ(pair.client.Send("hello", 5), 5);
@@ -326,7 +326,7 @@ TEST(Socket, BytesGoBothWays)
     EXPECT_STREQ(buffer, "back");
 }
 
-/// Notes the sizes that Send asks the platform for.
+/// Records the sizes that Send passes to the platform.
 struct Sizes
 {
     std::vector<QZInt64> asked;
@@ -340,7 +340,7 @@ struct Sizes
     }
 };
 
-TEST(Socket, SendGoesOutInPiecesOf4096)
+TEST(Socket, SendUsesPiecesOf4096)
 {
     Pair pair;
     std::string bytes(5000, 'a');
@@ -401,14 +401,14 @@ TEST(Socket, ReceiveWithoutDataOnANonBlockingSocket)
 {
     Pair pair(5000, 0);
     char byte = 0;
-    // Windows has a number of its own for it, which is one of the others there.
+    // Windows reports this with an error of its own, which is not one of the special ones.
     if (os::PathSeparator() == '\\')
         EXPECT_QZ_THROW(pair.client.Recv(&byte, 1), Code::SystemError);
     else
         EXPECT_EQ(pair.client.Recv(&byte, 1), 0);
 }
 
-TEST(Socket, TryAgainIsNoDataForReceive)
+TEST(Socket, ReceiveReturnsZeroForTryAgain)
 {
     Hooks hooks;
     hooks.Fail(os::Op::SocketReceive, 11002);
@@ -418,7 +418,7 @@ TEST(Socket, TryAgainIsNoDataForReceive)
     EXPECT_QZ_THROW(QZSocket::Recv(12345678, &byte, 1), Code::SystemError);
 }
 
-TEST(Socket, SendTriesAgainWithoutRoom)
+TEST(Socket, SendRetriesWhenThereIsNoRoom)
 {
     for (QZUInt32 error : {10055u, 11002u})
     {
@@ -430,7 +430,7 @@ TEST(Socket, SendTriesAgainWithoutRoom)
     }
 }
 
-/// A system that never has room, and a clock that steps one second each time it is asked.
+/// A system that never has room to send, and a clock that advances one second at each call.
 struct NoRoom
 {
     int attempts = 0;
@@ -448,10 +448,11 @@ struct NoRoom
     }
 };
 
-TEST(Socket, SendLooksAtTheClockEvery255AttemptsAndGivesUpPastTheTimeout)
+TEST(Socket, SendChecksItsTimeoutEvery255Attempts)
 {
     NoRoom system;
-    // Asked after 255 attempts each: 1000, 2000 (not more than Timeout) and 3000 ms after the start.
+    // The clock is read after every 255 attempts: 1000, 2000 (not more than Timeout) and 3000 ms after the
+    // start.
     EXPECT_QZ_THROW(QZSocket::Send(12345678, "x", 1), Code::SocketErrorTimeout);
     EXPECT_EQ(system.attempts, 3 * 255);
     system.attempts = 0;
@@ -461,7 +462,7 @@ TEST(Socket, SendLooksAtTheClockEvery255AttemptsAndGivesUpPastTheTimeout)
     QZSocket::Timeout = 2000;
 }
 
-TEST(Socket, SendOfNothingMeansThatTheConnectionIsClosed)
+TEST(Socket, SendOfZeroBytesMeansConnectionClosed)
 {
     Pair pair;
     Hooks hooks;
@@ -469,7 +470,7 @@ TEST(Socket, SendOfNothingMeansThatTheConnectionIsClosed)
     EXPECT_QZ_THROW(pair.client.Send("x", 1), Code::SocketErrorConnectionClose);
 }
 
-TEST(Socket, SystemNumbersHaveTheirCodes)
+TEST(Socket, SystemErrorsHaveTheirCodes)
 {
     const std::pair<int, QZInt64> table[] = {
         {10038, 1296}, {10057, 1296}, {10052, 1568}, {10054, 1568}, {10053, 1584}, {10058, 4096},
@@ -480,7 +481,7 @@ TEST(Socket, SystemNumbersHaveTheirCodes)
     std::string other;
     OpenSocket::CodeOf(10048, &message);
     OpenSocket::CodeOf(10013, &other);
-    EXPECT_NE(message, other) << "the system's number is lost";
+    EXPECT_NE(message, other) << "the message must show the system error";
 
     Hooks hooks;
     char byte = 0;
@@ -574,7 +575,7 @@ TEST(SocketClient, ConnectFormsReachTheServer)
     });
 }
 
-TEST(SocketClient, RefusedConnectIsAFailedOneAndKeepsTheClosedHandle)
+TEST(SocketClient, RefusedConnectThrowsAndKeepsTheClosedHandle)
 {
     QZIPAddress address(127, 0, 0, 1);
     QZSocketClient client;
@@ -585,11 +586,11 @@ TEST(SocketClient, RefusedConnectIsAFailedOneAndKeepsTheClosedHandle)
     EXPECT_QZ_THROW(client.Send(&byte, 1), Code::SocketErrorNotConnect);
     client.Close();
     EXPECT_EQ(client.GetHandle(), 0);
-    // The port's server, and the client once.
+    // One close by the server in FreePort, one by the client.
     EXPECT_EQ(hooks.Count(os::Event::HandleClose), 2);
 }
 
-TEST(SocketClient, ConnectAfterAFailureStartsAnew)
+TEST(SocketClient, ConnectSucceedsAfterAFailure)
 {
     QZIPAddress address(127, 0, 0, 1);
     QZSocketClient client;
@@ -604,7 +605,7 @@ TEST(SocketClient, ConnectAfterAFailureStartsAnew)
     peer.Close();
 }
 
-TEST(SocketClient, ConnectClosesWhatIsOpen)
+TEST(SocketClient, ConnectClosesTheOldConnection)
 {
     Pair pair;
     pair.client.Connect(&pair.address);
@@ -645,7 +646,7 @@ TEST(SocketClient, UnknownProtocolIsAnInvalidSocket)
     EXPECT_EQ(client.GetHandle(), 0);
 }
 
-TEST(SocketClient, DatagramSocketIsMadeAndNotConnected)
+TEST(SocketClient, DatagramSocketIsCreatedAndNotConnected)
 {
     QZIPAddress address(127, 0, 0, 1);
     QZSocketClient client;
@@ -655,7 +656,7 @@ TEST(SocketClient, DatagramSocketIsMadeAndNotConnected)
     EXPECT_QZ_THROW(client.Send("x", 1), Code::SocketErrorNotConnect);
 }
 
-TEST(SocketClient, FailuresOfTheSystemHaveTheirCodes)
+TEST(SocketClient, SystemFailuresHaveTheirCodes)
 {
     QZIPAddress address(127, 0, 0, 1);
     QZSocketClient client;
@@ -673,14 +674,14 @@ TEST(SocketClient, FailuresOfTheSystemHaveTheirCodes)
 
 // ---- Server
 
-TEST(SocketServer, AcceptTellsThePeerWithItsPortBytesSwapped)
+TEST(SocketServer, AcceptReturnsThePeerWithSwappedPortBytes)
 {
     Pair pair;
     EXPECT_EQ(pair.peer.GetIPAddress()->GetValue(), kLoopback);
     EXPECT_EQ(pair.peer.GetIPAddress()->GetThePort(), Swapped(PortOf(pair.client.GetHandle())));
 }
 
-TEST(SocketServer, FailedAcceptTouchesNothing)
+TEST(SocketServer, FailedAcceptDoesNotChangeTheTarget)
 {
     QZSocketServer server(0, 500, 500, 0, 5);
     QZSocket target(77);
@@ -690,7 +691,7 @@ TEST(SocketServer, FailedAcceptTouchesNothing)
     EXPECT_EQ(target.GetIPAddress()->GetThePort(), 5);
 }
 
-TEST(SocketServer, ReceiveLimitIsNotForTheWaitForAConnection)
+TEST(SocketServer, ReceiveTimeoutDoesNotLimitAccept)
 {
     QZSocketServer server(0, 50, 50, 1, 5);
     QZIPAddress address(127, 0, 0, 1);
@@ -707,14 +708,14 @@ TEST(SocketServer, ReceiveLimitIsNotForTheWaitForAConnection)
     peer.Close();
 }
 
-TEST(SocketServer, PortThatIsTakenCannotBeBound)
+TEST(SocketServer, PortInUseCannotBeBound)
 {
     QZSocketServer server(0, 500, 500, 1, 5);
     const QZUInt16 port = PortOf(server.GetHandle());
     qztest::Thrown thrown = QZ_TEST_CATCH(QZSocketServer(port, 500, 500, 1, 5));
     EXPECT_EQ(thrown.code, Code::SocketBindFailed);
     EXPECT_EQ(thrown.type, QZSocketException::Type);
-    // The system's text stands behind the code's.
+    // The text of the system error follows the text of the code.
     EXPECT_GT(thrown.message.size(), std::strlen(" socket bind failed "));
     EXPECT_QZ_THROW(QZSocketServer{port}, Code::SocketBindFailed);
 }
@@ -764,7 +765,7 @@ TEST(SocketServer, DatagramServerBindsOnly)
     EXPECT_EQ(target.GetHandle(), 0);
 }
 
-TEST(SocketServer, FailuresOfTheSystemHaveTheirCodes)
+TEST(SocketServer, SystemFailuresHaveTheirCodes)
 {
     EXPECT_QZ_THROW(QZSocketServer(0, 500, 500, 1, 5, 3), Code::SocketErrorInvalidSocket);
     Hooks hooks;

@@ -16,21 +16,21 @@ using qztest::TempDir;
 
 constexpr QZUInt32 kSystemNumber = 5;
 
-TEST(SystemInfo, LoadIsWhatWasNotIdle)
+TEST(SystemInfo, LoadIsTheShareOfTimeNotIdle)
 {
-    // 100 ticks passed, 80 in the kernel of which 75 were idle, 20 in programs.
+    // 100 ticks passed: 80 in the kernel, 75 of them idle, and 20 in programs.
     EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1075, 2080, 520}), 25);
     EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1000, 2001, 502}), 100);
     EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1100, 2100, 500}), 0);
-    EXPECT_EQ(QZSystemLoad({0, 0, 0}, {2, 2, 1}), 33) << "cut, not rounded";
+    EXPECT_EQ(QZSystemLoad({0, 0, 0}, {2, 2, 1}), 33) << "truncated, not rounded";
 }
 
-TEST(SystemInfo, LoadWithoutTimeIsNought)
+TEST(SystemInfo, LoadWithoutElapsedTimeIsZero)
 {
     EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1000, 2000, 500}), 0);
     Hooks hooks;
     hooks.Fail(os::Op::System, kSystemNumber, 1, true);
-    // Without a look there are only the two of the last time.
+    // When the times cannot be read, the last two readings are used again.
     int load = QZSystem::GetCPUInUse();
     EXPECT_EQ(QZSystem::GetCPUInUse(), load);
 }
@@ -48,7 +48,7 @@ TEST(SystemInfo, LoadIsAPercentage)
     ASSERT_TRUE(os::SystemTimesGet(&first));
     os::Sleep(50);
     ASSERT_TRUE(os::SystemTimesGet(&second));
-    EXPECT_GT(second.Kernel + second.User, first.Kernel + first.User) << "time goes on";
+    EXPECT_GT(second.Kernel + second.User, first.Kernel + first.User) << "time advances";
 }
 
 TEST(SystemInfo, MemoryIsInBytes)
@@ -63,7 +63,7 @@ TEST(SystemInfo, MemoryIsInBytes)
     EXPECT_LE(QZSystem::GetMemoryInUse(), 100);
 }
 
-TEST(SystemInfo, MemoryThatTheSystemDoesNotTellIsNought)
+TEST(SystemInfo, MemoryIsZeroWhenTheSystemCallFails)
 {
     Hooks hooks;
     hooks.Fail(os::Op::System, kSystemNumber, 1, true);
@@ -81,11 +81,12 @@ TEST(SystemInfo, FreeBytesOfADisk)
     std::filesystem::space_info space = std::filesystem::space(dir.Path());
     EXPECT_GT(bytes, 0u);
     EXPECT_LT(bytes, static_cast<QZUInt64>(space.capacity));
-    EXPECT_NEAR(static_cast<double>(bytes), static_cast<double>(space.free), 1e9) << "others write meanwhile";
+    EXPECT_NEAR(static_cast<double>(bytes), static_cast<double>(space.free), 1e9)
+        << "other programs write to the disk meanwhile";
     EXPECT_GT(QZSystem::GetDiskFreeBytes(nullptr, -1), 0u);
 }
 
-TEST(SystemInfo, FreeBytesOfAMissingDiskFail)
+TEST(SystemInfo, FreeBytesOfAMissingDiskThrow)
 {
     TempDir dir;
     auto thrown = QZ_TEST_CATCH(QZSystem::GetDiskFreeBytes(dir.Name("none").c_str(), 3));

@@ -32,11 +32,11 @@ TEST(System, ErrorNumbersHaveTheSystemsText)
 {
     EXPECT_NE(ErrorText(2), "");
     EXPECT_NE(ErrorText(2), ErrorText(5));
-    EXPECT_NE(ErrorText(10061), "") << "socket failures are known by their numbers";
+    EXPECT_NE(ErrorText(10061), "") << "socket errors have texts on both platforms";
     EXPECT_NE(ErrorText(10061), ErrorText(10054));
 }
 
-TEST(System, UnknownErrorNumberHasNoTextAndAnErrorOfItsOwn)
+TEST(System, UnknownErrorNumberHasNoTextAndSetsAnError)
 {
     QZWChar* text = nullptr;
     os::SetLastError(0);
@@ -62,7 +62,7 @@ TEST(System, LastErrorBelongsToTheThread)
     EXPECT_EQ(error, 3u);
 }
 
-TEST(System, NarrowTextGoesThereAndBack)
+TEST(System, NarrowTextRoundTrips)
 {
     QZWChar wide[16];
     EXPECT_EQ(os::NarrowToWide("hello", 5, nullptr, 0), 5);
@@ -108,7 +108,7 @@ TEST(System, ReservedMemoryIsCommittedAndProtected)
     os::MemoryRelease(nullptr, kSize);
 }
 
-TEST(System, HeapFailsOnPurpose)
+TEST(System, FaultsFailHeapAndReserve)
 {
     Hooks hooks;
     hooks.Fail(os::Op::Allocate, os::ErrorNoMemory(), 2);
@@ -137,7 +137,7 @@ TEST(System, WorkingSetIsPlausible)
     EXPECT_FALSE(os::ProcessWorkingSet(&bytes));
 }
 
-TEST(System, GateIsOpenWithoutHooksAndNeverLengthens)
+TEST(System, GateIsOpenWithoutHooksAndNeverExtends)
 {
     QZInt64 size = 10;
     EXPECT_TRUE(os::Gate(os::Op::FileRead, &size));
@@ -151,9 +151,9 @@ TEST(System, GateIsOpenWithoutHooksAndNeverLengthens)
     EXPECT_EQ(size, 4);
 }
 
-TEST(System, AtLeastOneProcessor) { EXPECT_GE(os::ProcessorCount(), 1); }
+TEST(System, HasAtLeastOneProcessor) { EXPECT_GE(os::ProcessorCount(), 1); }
 
-TEST(System, MonotonicClockGoesOn)
+TEST(System, MonotonicClockAdvances)
 {
     QZInt64 first = os::MonotonicMicros();
     os::Sleep(10);

@@ -18,7 +18,7 @@ namespace
 using qztest::Eventually;
 using Status = QZTaskSchedulerStatus;
 
-/// Counts its runs; may throw, may wait to be let go.
+/// Counts its runs; throws when `throws` is set, and waits while `held` is set.
 class Probe : public QZTask
 {
 public:
@@ -63,7 +63,7 @@ TEST(TaskScheduler, ConstantsAndTypes)
     EXPECT_EQ(pool.GetType(), 0x81FFF50);
 }
 
-TEST(TaskScheduler, ARepeatingTaskFromThePastKeepsItsPhase)
+TEST(TaskScheduler, RepeatingTaskFromThePastKeepsItsPhase)
 {
     qztest::Hooks hooks;
     hooks.SetClock(10500);
@@ -81,7 +81,7 @@ TEST(TaskScheduler, ARepeatingTaskFromThePastKeepsItsPhase)
     onMultiple.SetExecTime(8500LL);
     onMultiple.SetInterval(1000);
     scheduler.AddTask(&onMultiple);
-    // Two whole intervals have passed: the first multiple after now is the third.
+    // Exactly two intervals have passed; the next due time is the third.
     EXPECT_EQ(onMultiple.GetExecTime()->ToTimestamp(), 11500);
     Probe once;
     scheduler.AddTask(&once);
@@ -91,7 +91,7 @@ TEST(TaskScheduler, ARepeatingTaskFromThePastKeepsItsPhase)
         scheduler.RemoveTask(added);
 }
 
-TEST(TaskScheduler, AnIntervalOfAnyLengthIsTaken)
+TEST(TaskScheduler, LargestIntervalIsAccepted)
 {
     qztest::Hooks hooks;
     hooks.SetClock(10500);
@@ -104,7 +104,7 @@ TEST(TaskScheduler, AnIntervalOfAnyLengthIsTaken)
     scheduler.RemoveTask(&task);
 }
 
-TEST(TaskScheduler, ATaskStandsInOneListOnly)
+TEST(TaskScheduler, TaskBelongsToOneListOnly)
 {
     QZTaskScheduler first;
     QZTaskScheduler second;
@@ -115,7 +115,7 @@ TEST(TaskScheduler, ATaskStandsInOneListOnly)
     EXPECT_EQ(task.IsDisposable(), 1);
 }
 
-TEST(TaskScheduler, ATaskWithoutIntervalRunsOnceAtTheFirstPass)
+TEST(TaskScheduler, TaskWithoutIntervalRunsOnceAtTheFirstPass)
 {
     QZTaskScheduler scheduler;
     Probe task;
@@ -130,7 +130,7 @@ TEST(TaskScheduler, ATaskWithoutIntervalRunsOnceAtTheFirstPass)
     scheduler.RemoveTask(&task);
 }
 
-TEST(TaskScheduler, ARepeatingTaskRunsAgainAndStaysNotExecuted)
+TEST(TaskScheduler, RepeatingTaskRunsAgainAndStaysNotExecuted)
 {
     QZTaskScheduler scheduler;
     Probe task;
@@ -144,7 +144,7 @@ TEST(TaskScheduler, ARepeatingTaskRunsAgainAndStaysNotExecuted)
     scheduler.RemoveTask(&task);
 }
 
-TEST(TaskScheduler, ATaskThatIsDueLaterWaits)
+TEST(TaskScheduler, TaskDueLaterWaits)
 {
     QZTaskScheduler scheduler;
     Probe later;
@@ -158,9 +158,9 @@ TEST(TaskScheduler, ATaskThatIsDueLaterWaits)
     scheduler.RemoveTask(&later);
 }
 
-TEST(TaskScheduler, PauseHoldsTheTasksAndResumeLetsThemGo)
+TEST(TaskScheduler, PauseHoldsTheTasksUntilResume)
 {
-    // The scheduler is inside the first task when the pause comes, with the second still to do.
+    // The scheduler runs the first task when it is paused; the second is still to run.
     Probe first;
     Probe task;
     first.held = true;
@@ -188,7 +188,7 @@ TEST(TaskScheduler, PauseHoldsTheTasksAndResumeLetsThemGo)
     scheduler.RemoveTask(&task);
 }
 
-TEST(TaskScheduler, TransitionsThatAreNotListedThrow)
+TEST(TaskScheduler, InvalidTransitionsThrow)
 {
     const char* message = " TaskSchedulerUnexpectedStatus";
     QZTaskScheduler scheduler;
@@ -231,7 +231,7 @@ TEST(TaskScheduler, StopOfAWaitingSchedulerEndsItUntilReset)
     EXPECT_EQ(scheduler.GetStatus(), 2);
 }
 
-TEST(TaskScheduler, ResetStopsARunningSchedulerAndLeavesFinishedTasksDone)
+TEST(TaskScheduler, ResetStopsARunningSchedulerAndKeepsFinishedTasksExecuted)
 {
     QZTaskScheduler scheduler;
     Probe task;
@@ -249,7 +249,7 @@ TEST(TaskScheduler, ResetStopsARunningSchedulerAndLeavesFinishedTasksDone)
     scheduler.RemoveTask(&task);
 }
 
-TEST(TaskScheduler, AnExceptionEndsThePassIsReportedAndTheSchedulerGoesOn)
+TEST(TaskScheduler, ExceptionIsReportedAndTheSchedulerContinues)
 {
     Reporter reporter;
     QZTaskScheduler scheduler(&reporter);
@@ -262,7 +262,7 @@ TEST(TaskScheduler, AnExceptionEndsThePassIsReportedAndTheSchedulerGoesOn)
     ASSERT_TRUE(Eventually([&] { return good.runs == 1; }));
     scheduler.Stop();
     ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
-    // The task had been marked before it threw, so it threw once.
+    // The task was marked as executed before it threw, so it ran and threw once.
     EXPECT_EQ(reporter.count, 1);
     EXPECT_EQ(reporter.message, "task ArgumentOutOfRange");
     EXPECT_EQ(reporter.stackTrace, "QZTaskScheduler::Thread(QZPVoid)");
@@ -270,7 +270,7 @@ TEST(TaskScheduler, AnExceptionEndsThePassIsReportedAndTheSchedulerGoesOn)
     scheduler.RemoveTask(&good);
 }
 
-/// Takes another task out of the scheduler that runs it.
+/// Removes another task from the scheduler while the scheduler runs this one.
 class Remover : public QZTask
 {
 public:
@@ -282,7 +282,7 @@ private:
     QZTask* m_other;
 };
 
-TEST(TaskScheduler, ALastTaskRemovedDuringThePassIsMissedAtItsIndex)
+TEST(TaskScheduler, RemovingTheLastTaskDuringAPassReportsABadIndex)
 {
     Reporter reporter;
     QZTaskScheduler scheduler(&reporter);
@@ -291,7 +291,7 @@ TEST(TaskScheduler, ALastTaskRemovedDuringThePassIsMissedAtItsIndex)
     scheduler.AddTask(&remover);
     scheduler.AddTask(&last);
     scheduler.Start();
-    // The pass had counted two.
+    // The pass counted two tasks at its start, so it reads a missing index.
     ASSERT_TRUE(Eventually([&] { return reporter.count == 1; }));
     scheduler.Stop();
     ASSERT_TRUE(Eventually([&] { return scheduler.GetStatus() == 32; }));
@@ -300,7 +300,7 @@ TEST(TaskScheduler, ALastTaskRemovedDuringThePassIsMissedAtItsIndex)
     scheduler.RemoveTask(&remover);
 }
 
-TEST(TaskScheduler, ExceptionsWithoutAReportAreDropped)
+TEST(TaskScheduler, ExceptionsWithoutAReporterAreDropped)
 {
     QZTaskScheduler scheduler;
     Probe bad;
@@ -334,7 +334,7 @@ TEST(TaskScheduler, DestructionWaitsForTheRunningTask)
     EXPECT_FALSE(task.held);
 }
 
-TEST(ThreadPool, GrowsWithTheTasksThatRunAtATime)
+TEST(ThreadPool, GrowsWithTheTasksThatRunAtTheSameTime)
 {
     QZThreadPool pool;
     EXPECT_EQ(pool.Count(), 0);
@@ -347,7 +347,7 @@ TEST(ThreadPool, GrowsWithTheTasksThatRunAtATime)
     ASSERT_TRUE(Eventually([&] { return tasks[0].runs + tasks[1].runs + tasks[2].runs == 3; }));
     EXPECT_EQ(pool.Count(), 3);
     EXPECT_EQ(pool.WorkingCount(), 3);
-    // With all workers busy a collection changes nothing.
+    // While all workers are busy, a collection changes nothing.
     pool.Collect();
     EXPECT_EQ(pool.Count(), 3);
     tasks[1].held = false;
@@ -361,7 +361,7 @@ TEST(ThreadPool, GrowsWithTheTasksThatRunAtATime)
     EXPECT_EQ(pool.Count(), 0);
 }
 
-TEST(ThreadPool, CountsWhileItWaitsForATask)
+TEST(ThreadPool, CanBeCountedWhileItWaitsForATask)
 {
     QZThreadPool pool;
     Probe busy;
@@ -387,7 +387,7 @@ TEST(ThreadPool, CountsWhileItWaitsForATask)
     ASSERT_TRUE(Eventually([&] { return pool.WorkingCount() == 0; }));
 }
 
-TEST(ThreadPool, AFinishedTaskCanBeHandedOverAgain)
+TEST(ThreadPool, FinishedTaskCanRunAgain)
 {
     QZThreadPool pool;
     Probe task;
@@ -395,14 +395,13 @@ TEST(ThreadPool, AFinishedTaskCanBeHandedOverAgain)
     {
         pool.ExecOnceASync(&task);
         ASSERT_TRUE(Eventually([&] { return task.runs == run && pool.WorkingCount() == 0; }));
-        // A worker that is just about to suspend itself would keep the next task until it is resumed once
-        // more.
+        // A worker that gets a task just before it suspends itself runs it only after the next resume.
         QZThread::Sleep(10);
     }
     EXPECT_LE(pool.Count(), 5);
 }
 
-TEST(ThreadPool, TakesAListAndNothingOfAnEmptyOne)
+TEST(ThreadPool, RunsAllTasksOfAList)
 {
     QZThreadPool pool;
     QZList<QZTask> list;
@@ -418,7 +417,7 @@ TEST(ThreadPool, TakesAListAndNothingOfAnEmptyOne)
     list.Pop();
 }
 
-TEST(ThreadPool, AnExceptionOfATaskIsDroppedAndTheTaskCountsAsRun)
+TEST(ThreadPool, ExceptionOfATaskIsDroppedAndTheTaskCountsAsExecuted)
 {
     QZThreadPool pool;
     Probe task;

@@ -6,7 +6,7 @@
 namespace
 {
 
-TEST(Task, FreshTaskIsDueAtOnceAndRunsOnce)
+TEST(Task, NewTaskIsDueAtOnceAndRunsOnce)
 {
     QZTask task;
     EXPECT_EQ(task.GetExecTime()->ToTimestamp(), 0);
@@ -18,7 +18,7 @@ TEST(Task, FreshTaskIsDueAtOnceAndRunsOnce)
     task.Execute();
 }
 
-TEST(Task, ExecTimeIsLockedWithTheTask)
+TEST(Task, ExecTimeIsLockedWithTheTasksId)
 {
     QZTask task;
     EXPECT_EQ(task.GetExecTime()->IsDisposable(), 0);
@@ -38,7 +38,7 @@ TEST(Task, ExecTimeIsCopiedIntoTheTasksOwnObject)
     EXPECT_EQ(own->ToTimestamp(), 1234);
 }
 
-TEST(Task, StatusAndIntervalAreWhatWasSet)
+TEST(Task, StatusAndIntervalAreStored)
 {
     QZTask task;
     task.SetStatus(QZTask::StatusHaveExecuted);

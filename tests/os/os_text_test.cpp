@@ -9,7 +9,7 @@ namespace
 
 using qztest::Text;
 
-/// A dump as text; measured first, so that both passes are looked at.
+/// Returns a dump as text. Expects that the measuring pass and the writing pass agree.
 std::string Dump(long long firstOffset, std::string_view bytes, long long perLine, int offsets, int spaced)
 {
     long long size = static_cast<long long>(bytes.size());
@@ -37,7 +37,7 @@ TEST(Text, DumpWritesTwoUpperCaseDigitsForEachByte)
     EXPECT_EQ(Dump(0, qztest::Bytes("00 0F AB"), 0, 0, 0), "000FAB");
 }
 
-TEST(Text, DumpPutsABlankBehindEachByte) { EXPECT_EQ(Dump(0, qztest::Bytes("01 02"), 0, 0, 1), "01 02 "); }
+TEST(Text, DumpWritesABlankAfterEachByte) { EXPECT_EQ(Dump(0, qztest::Bytes("01 02"), 0, 0, 1), "01 02 "); }
 
 TEST(Text, DumpOnOneLineHasNoLabels)
 {
@@ -53,25 +53,25 @@ TEST(Text, DumpBreaksLinesAndLabelsThem)
     EXPECT_EQ(Dump(-1, qztest::Bytes("01"), 2, 1, 0), "[0xFFFFFFFFFFFFFFFF]  01");
 }
 
-TEST(Text, DumpOfNothingIsEmpty) { EXPECT_EQ(Dump(0, "", 16, 1, 1), ""); }
+TEST(Text, DumpOfZeroBytesIsEmpty) { EXPECT_EQ(Dump(0, "", 16, 1, 1), ""); }
 
-TEST(Text, MeasuringTextAnswersTheSizeItself) { EXPECT_EQ(QZText::TextToQZData(nullptr, QZ_W("0A"), 7), 7); }
+TEST(Text, MeasuringTextReturnsTheSizeItself) { EXPECT_EQ(QZText::TextToQZData(nullptr, QZ_W("0A"), 7), 7); }
 
-TEST(Text, LabelsAreNoBytes) { EXPECT_EQ(Parse(QZ_W("[0x10]  0A0b")), "0A 0B"); }
+TEST(Text, LabelsAreSkipped) { EXPECT_EQ(Parse(QZ_W("[0x10]  0A0b")), "0A 0B"); }
 
-TEST(Text, CharactersThatAreNoDigitsArePassedOver) { EXPECT_EQ(Parse(QZ_W("f g-F\r\n0x1")), "FF 01"); }
+TEST(Text, NonDigitsAreSkipped) { EXPECT_EQ(Parse(QZ_W("f g-F\r\n0x1")), "FF 01"); }
 
-TEST(Text, LastDigitWithoutPartnerIsDropped) { EXPECT_EQ(Parse(QZ_W("123")), "12"); }
+TEST(Text, OddLastDigitIsDropped) { EXPECT_EQ(Parse(QZ_W("123")), "12"); }
 
-TEST(Text, BracketThatNeverClosesSwallowsTheRest) { EXPECT_EQ(Parse(QZ_W("01[02 03")), "01"); }
+TEST(Text, UnclosedBracketSkipsTheRest) { EXPECT_EQ(Parse(QZ_W("01[02 03")), "01"); }
 
-TEST(Text, OddByteOfTheTextIsNotLookedAt)
+TEST(Text, OddLastByteOfTheTextIsIgnored)
 {
     char out[4] = {};
     EXPECT_EQ(QZText::TextToQZData(out, QZ_W("0102"), 5), 1);
 }
 
-TEST(Text, DumpComesBackToTheSameBytes)
+TEST(Text, DumpRoundTrips)
 {
     std::string bytes;
     for (int i = 0; i < 256; ++i) bytes.push_back(static_cast<char>(i));
@@ -79,7 +79,7 @@ TEST(Text, DumpComesBackToTheSameBytes)
     EXPECT_EQ(Parse(qztest::Wide(dump)), qztest::Hex(bytes));
 }
 
-TEST(Text, TypeIsItsOwn)
+TEST(Text, HasItsType)
 {
     QZText text;
     EXPECT_EQ(text.GetType(), 0x81FFF00);

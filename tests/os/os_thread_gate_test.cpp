@@ -1,4 +1,4 @@
-// Suspending: what a thread does to itself, and the worker whose task comes between two steps.
+// Threads that suspend themselves, and workers that get a task just before they are suspended.
 
 #include <atomic>
 #include <chrono>
@@ -33,12 +33,12 @@ void SuspendSelf(void* argument)
     g_step = 3;
 }
 
-TEST(ThreadGate, ThreadThatSuspendsItselfGoesOnOnlyWhenAnotherResumesIt)
+TEST(ThreadGate, SelfSuspendedThreadContinuesOnlyAfterAResume)
 {
     g_step = 0;
     std::atomic<long long> handle{0};
     long long thread = QZThread::Create(SuspendSelf, &handle);
-    // Resumes that come first are not saved up.
+    // Resumes before the suspend do not count.
     EXPECT_TRUE(os::ThreadResume(thread));
     EXPECT_TRUE(os::ThreadResume(thread));
     handle = thread;
@@ -60,7 +60,7 @@ TEST(ThreadGate, SuspendAndResumeOfAClosedHandleFail)
     EXPECT_NE(os::LastError(), 0u);
 }
 
-/// Holds every thread but the test's own at the platform's door when it asks for a suspend.
+/// While closed, blocks every thread except the test's own when it calls suspend or resume.
 class SuspendDoor
 {
 public:
@@ -100,7 +100,7 @@ public:
     std::atomic<int> done{0};
 };
 
-TEST(ThreadGate, TaskThatComesBetweenIdleAndSuspendStaysPending)
+TEST(ThreadGate, TaskGivenBetweenIdleAndSuspendStaysPending)
 {
     CountingTask first;
     CountingTask second;
@@ -111,24 +111,24 @@ TEST(ThreadGate, TaskThatComesBetweenIdleAndSuspendStaysPending)
         EXPECT_EQ(thread->ExecOrNot(&first), 1);
         ASSERT_TRUE(Eventually([&] { return door.Reached(); }));
         EXPECT_EQ(first.done, 1);
-        EXPECT_EQ(thread->IsWorking(), 0) << "idle for callers, not yet suspended";
+        EXPECT_EQ(thread->IsWorking(), 0) << "the worker is idle, but not suspended yet";
         EXPECT_EQ(thread->ExecOrNot(&second), 1);
         door.Open();
         os::Sleep(60);
-        // The resume came before the suspend and is lost; hosts know that the task waits for the next one.
+        // The resume came before the suspend and is lost, so the task waits for the next resume.
         EXPECT_EQ(second.done, 0);
         EXPECT_EQ(thread->IsWorking(), 1);
         EXPECT_EQ(second.GetStstus(), QZTask::StatusNotExecuted);
-        EXPECT_EQ(second.Lock(1), 0) << "the worker still has it";
+        EXPECT_EQ(second.Lock(1), 0) << "the worker still owns the task";
         EXPECT_EQ(thread->ExecOrNot(&first), 0);
     }
-    // Destruction resumes the worker, which finds that it is to leave.
+    // The destructor resumes the worker, which then ends without running the task.
     thread.reset();
     EXPECT_EQ(second.done, 0);
     QZThread::WaitForThreadsEnd();
 }
 
-TEST(ThreadGate, IdleWorkerEndsLongBeforeItsTimeout)
+TEST(ThreadGate, DestructorEndsAnIdleWorkerAtOnce)
 {
     CountingTask task;
     auto thread = std::make_unique<QZThread>();
@@ -141,10 +141,10 @@ TEST(ThreadGate, IdleWorkerEndsLongBeforeItsTimeout)
     EXPECT_EQ(task.done, 1);
 }
 
-TEST(ThreadGate, WorkerIsNeverStoppedInsideALock)
+TEST(ThreadGate, WorkerIsNeverSuspendedInsideALock)
 {
-    // The constructor suspends a thread that is just starting: were it stopped with the lock of its object or
-    // with the one of all threads, the hand-over or the next worker's start would wait for good.
+    // The constructor suspends a thread that is just starting. If the thread held its own lock or the global
+    // one then, the next task or the start of the next worker would block for ever.
     for (int round = 0; round < 300; ++round)
     {
         CountingTask task;

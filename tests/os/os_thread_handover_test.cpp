@@ -1,4 +1,4 @@
-// Tasks handed to workers in the very moment in which these come to rest.
+// Tasks given to workers at the moment when they are about to be suspended.
 
 #include <atomic>
 #include <memory>
@@ -23,7 +23,7 @@ public:
     std::atomic<int> runs{0};
 };
 
-TEST(HandOver, APoolReachesItsWorkersWheneverTheyComeToRest)
+TEST(HandOver, PoolReachesWorkersThatAreAboutToRest)
 {
     constexpr int kRounds = 3000;
     QZThreadPool pool;
@@ -43,7 +43,7 @@ TEST(HandOver, APoolReachesItsWorkersWheneverTheyComeToRest)
     EXPECT_EQ(late, 0);
 }
 
-TEST(HandOver, AWorkerThatSleepsOnItsTaskIsWoken)
+TEST(HandOver, WorkerSuspendedWithAPendingTaskIsWoken)
 {
     QZThread worker;
     CountTask task;
@@ -61,7 +61,7 @@ TEST(HandOver, AWorkerThatSleepsOnItsTaskIsWoken)
     EXPECT_EQ(task.runs, 3000);
 }
 
-TEST(HandOver, WakingLeavesRestingAndBusyWorkersAlone)
+TEST(HandOver, WakeStalledIgnoresRestingAndBusyWorkers)
 {
     class LongTask : public QZTask
     {
@@ -89,7 +89,7 @@ TEST(HandOver, WakingLeavesRestingAndBusyWorkersAlone)
     EXPECT_EQ(quick.runs, 1);
 }
 
-TEST(HandOver, AWorkerIsAtRestOnlyWhenItIsSuspended)
+TEST(HandOver, WorkerRestsOnceItIsSuspended)
 {
     QZThread worker;
     EXPECT_TRUE(Eventually([&] { return worker.IsResting(); }));

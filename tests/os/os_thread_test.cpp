@@ -50,13 +50,13 @@ void Two(void* first, void* second)
     ++g_calls;
 }
 
-void UntilReleased()
+void RunUntilReleased()
 {
     ++g_calls;
     while (!g_release) QZThread::Sleep(1);
 }
 
-void ForEver()
+void RunForever()
 {
     ++g_calls;
     for (;;) QZThread::Sleep(1);
@@ -111,7 +111,7 @@ TEST_F(ThreadTest, CreateRunsARoutineWithNoOneAndTwoArguments)
     EXPECT_EQ(g_calls, 3);
 }
 
-TEST_F(ThreadTest, CreateAnswersZeroWhenThePlatformRefuses)
+TEST_F(ThreadTest, CreateReturnsZeroWhenThePlatformFails)
 {
     Hooks hooks;
     hooks.Fail(os::Op::ThreadCreate, 11);
@@ -123,9 +123,9 @@ TEST_F(ThreadTest, CreateAnswersZeroWhenThePlatformRefuses)
     EXPECT_EQ(g_calls, 0);
 }
 
-TEST_F(ThreadTest, ClosedThreadGoesOnRunning)
+TEST_F(ThreadTest, ThreadKeepsRunningAfterClose)
 {
-    long long thread = QZThread::Create(UntilReleased);
+    long long thread = QZThread::Create(RunUntilReleased);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
     QZThread::Close(thread);
     g_release = true;
@@ -144,7 +144,7 @@ TEST_F(ThreadTest, WaitForThreadsEndReturnsAtOnceWithoutThreads)
 TEST_F(ThreadTest, WaitForThreadsEndWaitsForTheLastThread)
 {
     long long threads[3];
-    for (long long& thread : threads) thread = QZThread::Create(UntilReleased);
+    for (long long& thread : threads) thread = QZThread::Create(RunUntilReleased);
     ASSERT_TRUE(Eventually([] { return g_calls == 3; }));
     std::atomic<bool> back{false};
     std::thread waiter([&] {
@@ -159,20 +159,20 @@ TEST_F(ThreadTest, WaitForThreadsEndWaitsForTheLastThread)
     for (long long thread : threads) QZThread::Close(thread);
 }
 
-TEST_F(ThreadTest, ManyThreadsAreCountedInAndOut)
+TEST_F(ThreadTest, ManyThreadsAreCounted)
 {
     constexpr int kMany = 100;
     std::vector<long long> threads;
-    for (int i = 0; i < kMany; ++i) threads.push_back(QZThread::Create(UntilReleased));
+    for (int i = 0; i < kMany; ++i) threads.push_back(QZThread::Create(RunUntilReleased));
     ASSERT_TRUE(Eventually([] { return g_calls == kMany; }));
     g_release = true;
     QZThread::WaitForThreadsEnd();
     for (long long thread : threads) QZThread::Close(thread);
 }
 
-TEST_F(ThreadTest, TerminatedThreadIsTakenOffTheRunningCount)
+TEST_F(ThreadTest, TerminatedThreadIsNotCountedAsRunning)
 {
-    long long thread = QZThread::Create(ForEver);
+    long long thread = QZThread::Create(RunForever);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
     EXPECT_EQ(QZThread::Terminate(thread), 1);
     EXPECT_TRUE(os::ThreadWait(thread, 0));
@@ -189,7 +189,7 @@ struct Witness
 void HoldWitness()
 {
     Witness witness;
-    ForEver();
+    RunForever();
 }
 
 TEST_F(ThreadTest, TerminatedThreadRunsNoDestructors)
@@ -205,10 +205,10 @@ TEST_F(ThreadTest, TerminatedThreadRunsNoDestructors)
 void HoldGlobalMutex()
 {
     QZThread::Lock();
-    ForEver();
+    RunForever();
 }
 
-TEST_F(ThreadTest, GlobalMutexOfATerminatedThreadPassesOn)
+TEST_F(ThreadTest, GlobalMutexOfATerminatedThreadIsReleased)
 {
     long long thread = QZThread::Create(HoldGlobalMutex);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
@@ -226,7 +226,7 @@ void TerminateSelf(void* handle)
     ++g_calls;
 }
 
-TEST_F(ThreadTest, ThreadThatTerminatesItselfDoesNotComeBack)
+TEST_F(ThreadTest, TerminateOfTheOwnThreadDoesNotReturn)
 {
     std::atomic<long long> handle{0};
     long long thread = QZThread::Create(TerminateSelf, &handle);
@@ -237,10 +237,10 @@ TEST_F(ThreadTest, ThreadThatTerminatesItselfDoesNotComeBack)
     EXPECT_EQ(g_calls, 0);
 }
 
-TEST_F(ThreadTest, TerminateReportsFailureByItsResult)
+TEST_F(ThreadTest, TerminateReturnsZeroOnFailure)
 {
     EXPECT_EQ(QZThread::Terminate(0), 0);
-    long long thread = QZThread::Create(UntilReleased);
+    long long thread = QZThread::Create(RunUntilReleased);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
     {
         Hooks hooks;
@@ -273,7 +273,7 @@ TEST_F(ThreadTest, SuspendsAreCounted)
         }
     });
     ASSERT_TRUE(Eventually([] { return rounds > 0; }));
-    // A resume at 0 does nothing: it does not make up for a later suspend.
+    // A resume of a thread that is not suspended does nothing and does not cancel a later suspend.
     EXPECT_TRUE(os::ThreadResume(thread));
     EXPECT_TRUE(os::ThreadSuspend(thread));
     EXPECT_TRUE(os::ThreadSuspend(thread));
@@ -283,7 +283,7 @@ TEST_F(ThreadTest, SuspendsAreCounted)
     EXPECT_EQ(rounds, stopped);
     EXPECT_TRUE(os::ThreadResume(thread));
     os::Sleep(30);
-    EXPECT_EQ(rounds, stopped) << "one of two suspends is left";
+    EXPECT_EQ(rounds, stopped) << "one of the two suspends remains";
     EXPECT_TRUE(os::ThreadResume(thread));
     EXPECT_TRUE(Eventually([stopped] { return rounds > stopped; }));
     g_release = true;
@@ -293,7 +293,7 @@ TEST_F(ThreadTest, SuspendsAreCounted)
 
 TEST_F(ThreadTest, SuspendBeyondTheLimitFails)
 {
-    long long thread = QZThread::Create(UntilReleased);
+    long long thread = QZThread::Create(RunUntilReleased);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
     int suspends = 0;
     while (suspends < 1000 && os::ThreadSuspend(thread)) ++suspends;
@@ -306,7 +306,7 @@ TEST_F(ThreadTest, SuspendBeyondTheLimitFails)
 
 TEST_F(ThreadTest, SuspendedThreadCanBeTerminated)
 {
-    long long thread = QZThread::Create(ForEver);
+    long long thread = QZThread::Create(RunForever);
     ASSERT_TRUE(Eventually([] { return g_calls == 1; }));
     EXPECT_TRUE(os::ThreadSuspend(thread));
     os::Sleep(10);
@@ -315,19 +315,19 @@ TEST_F(ThreadTest, SuspendedThreadCanBeTerminated)
     QZThread::Close(thread);
 }
 
-TEST_F(ThreadTest, WaitEndsWithItsTime)
+TEST_F(ThreadTest, WaitEndsAtItsTimeout)
 {
-    long long thread = QZThread::Create(UntilReleased);
+    long long thread = QZThread::Create(RunUntilReleased);
     auto start = Clock::now();
     EXPECT_FALSE(os::ThreadWait(thread, 50));
     EXPECT_GE(MillisecondsSince(start), 45);
     g_release = true;
     EXPECT_TRUE(os::ThreadWait(thread, -1));
-    EXPECT_TRUE(os::ThreadWait(thread, 0)) << "the end stays known";
+    EXPECT_TRUE(os::ThreadWait(thread, 0)) << "a wait for an ended thread succeeds again";
     QZThread::Close(thread);
 }
 
-TEST_F(ThreadTest, HandleIsGivenBackOnce)
+TEST_F(ThreadTest, HandleIsClosedOnce)
 {
     long long thread = QZThread::Create(Plain);
     ASSERT_TRUE(os::ThreadWait(thread, 10000));
@@ -348,7 +348,7 @@ Events EventsOfSleep(int milliseconds)
     return hooks.Events();
 }
 
-TEST_F(ThreadTest, SleepRaisesTheTimerByItsThresholds)
+TEST_F(ThreadTest, SleepSetsTheTimerResolutionByItsLength)
 {
     using os::Event;
     EXPECT_EQ(EventsOfSleep(0), (Events{{Event::TimerBegin, 1}, {Event::Sleep, 0}, {Event::TimerEnd, 1}}));
@@ -366,7 +366,7 @@ TEST_F(ThreadTest, NegativeSleepReturnsAtOnce)
     EXPECT_EQ(EventsOfSleep(-2147483647 - 1), Events{});
 }
 
-TEST_F(ThreadTest, SleepOfOneMillisecondIsReal)
+TEST_F(ThreadTest, SleepOfOneMillisecondTakesTime)
 {
     auto start = Clock::now();
     for (int i = 0; i < 50; ++i) QZThread::Sleep(1);
@@ -375,7 +375,7 @@ TEST_F(ThreadTest, SleepOfOneMillisecondIsReal)
     EXPECT_LT(time, 2000);
 }
 
-TEST_F(ThreadTest, SleepUsWaitsItsTime)
+TEST_F(ThreadTest, SleepUsWaitsTheGivenTime)
 {
     Hooks hooks;
     auto start = Clock::now();
@@ -408,21 +408,21 @@ void ExpectExcludes(Lock* lock)
     EXPECT_FALSE(inside);
     lock->Unlock();
     os::Sleep(20);
-    EXPECT_FALSE(inside) << "taken twice, given back once";
+    EXPECT_FALSE(inside) << "locked twice, unlocked once";
     lock->Unlock();
     other.join();
     EXPECT_TRUE(inside);
 }
 
 template <typename Lock>
-void ExpectSurplusUnlockDoesNothing(Lock* lock)
+void ExpectExtraUnlockDoesNothing(Lock* lock)
 {
     lock->Unlock();
     lock->Lock();
     lock->Unlock();
     lock->Unlock();
     ExpectExcludes(lock);
-    // A stranger's unlock does not free what another holds.
+    // An unlock by a thread that does not hold the lock does nothing.
     lock->Lock();
     std::thread([&] { lock->Unlock(); }).join();
     std::atomic<bool> inside{false};
@@ -441,7 +441,7 @@ TEST_F(ThreadTest, MutexIsRecursiveAndExcludes)
 {
     QZMutex mutex;
     ExpectExcludes(&mutex);
-    ExpectSurplusUnlockDoesNothing(&mutex);
+    ExpectExtraUnlockDoesNothing(&mutex);
     EXPECT_EQ(mutex.GetType(), QZMutex::Type);
     EXPECT_EQ(QZMutex::Type, 0x81FFD00);
 }
@@ -450,7 +450,7 @@ TEST_F(ThreadTest, CriticalSectionIsRecursiveAndExcludes)
 {
     QZCriticalSection section;
     ExpectExcludes(&section);
-    ExpectSurplusUnlockDoesNothing(&section);
+    ExpectExtraUnlockDoesNothing(&section);
     EXPECT_EQ(section.GetType(), QZCriticalSection::Type);
     EXPECT_EQ(QZCriticalSection::Type, 0x81FFE00);
 }
@@ -474,7 +474,7 @@ TEST_F(ThreadTest, MutexDestructionWaitsForTheHolder)
     holder.join();
 }
 
-TEST_F(ThreadTest, MutexLockComesBackNormallyWhenTheWaitFails)
+TEST_F(ThreadTest, MutexLockReturnsWhenTheWaitFails)
 {
     QZMutex mutex;
     Hooks hooks;
@@ -521,15 +521,15 @@ public:
     void Execute() override { throw QZExceptionFactory::CreateException(QZExceptionCode::OperationFailed); }
 };
 
-/// Hands the task over and sees it through until the worker rests: it is idle for callers before it is
-/// suspended, and what it is given in between waits for another resume.
+/// Gives the task to the worker and waits until the worker is suspended. A worker is idle shortly before it
+/// is suspended, and a task that it gets in between waits for another resume.
 void RunOn(QZThread* thread, QZTask* task)
 {
     ASSERT_TRUE(Eventually([&] { return thread->ExecOrNot(task) != 0; }));
     ASSERT_TRUE(Eventually([&] { return thread->IsResting(); }));
 }
 
-TEST_F(ThreadTest, NewWorkerIsIdleAndEndsSoon)
+TEST_F(ThreadTest, NewWorkerIsIdleAndEndsQuickly)
 {
     auto start = Clock::now();
     {
@@ -541,7 +541,7 @@ TEST_F(ThreadTest, NewWorkerIsIdleAndEndsSoon)
     EXPECT_LT(MillisecondsSince(start), 2000);
 }
 
-TEST_F(ThreadTest, WorkerRunsATaskAndMarksIt)
+TEST_F(ThreadTest, WorkerRunsATaskAndMarksItExecuted)
 {
     CountTask task;
     QZThread thread;
@@ -552,10 +552,10 @@ TEST_F(ThreadTest, WorkerRunsATaskAndMarksIt)
     EXPECT_EQ(task.done, 1);
     EXPECT_EQ(task.GetStstus(), QZTask::StatusHaveExecuted);
     EXPECT_GE(task.GetExecTime()->ToTimestamp(), before);
-    EXPECT_EQ(task.Lock(1), 1) << "the worker gave the task back";
+    EXPECT_EQ(task.Lock(1), 1) << "the worker unlocked the task";
 }
 
-TEST_F(ThreadTest, WorkerRunsTaskAfterTask)
+TEST_F(ThreadTest, WorkerRunsManyTasks)
 {
     CountTask task;
     QZThread thread;
@@ -598,7 +598,7 @@ TEST_F(ThreadTest, ExecOrNotOnABusyWorkerBlocksUntilTheTaskEnded)
     EXPECT_EQ(first.done, 1);
 }
 
-TEST_F(ThreadTest, TaskWithAnotherOwnerIsWaitedFor)
+TEST_F(ThreadTest, ExecOrNotWaitsForATaskWithAnotherOwner)
 {
     CountTask task;
     QZThread thread;
@@ -642,7 +642,7 @@ TEST_F(ThreadTest, TaskMayCallItsOwnWorker)
     QZThread thread;
     SelfCallingTask task(&thread);
     RunOn(&thread, &task);
-    EXPECT_EQ(task.result, 0) << "it is working, says the worker";
+    EXPECT_EQ(task.result, 0) << "the worker is busy with this task";
 }
 
 TEST_F(ThreadTest, TaskLongerThanTheTimeoutIsKilled)
@@ -663,11 +663,11 @@ TEST_F(ThreadTest, TaskLongerThanTheTimeoutIsKilled)
     task->hold = false;
     os::Sleep(20);
     EXPECT_EQ(task->done, 0);
-    EXPECT_EQ(task->Lock(5), 0) << "what the thread held stays held";
+    EXPECT_EQ(task->Lock(5), 0) << "the killed thread does not unlock its task";
     QZThread::WaitForThreadsEnd();
 }
 
-TEST_F(ThreadTest, DestructionSeesARunningTaskThrough)
+TEST_F(ThreadTest, DestructionWaitsForTheRunningTask)
 {
     CountTask task;
     task.hold = true;
@@ -683,7 +683,7 @@ TEST_F(ThreadTest, DestructionSeesARunningTaskThrough)
         });
         start = Clock::now();
     }
-    EXPECT_LT(MillisecondsSince(start), 4000) << "ends with the task, not with the timeout";
+    EXPECT_LT(MillisecondsSince(start), 4000) << "the wait ends with the task, not at the timeout";
     EXPECT_EQ(task.done, 1);
     releaser.join();
 }
@@ -711,7 +711,7 @@ TEST_F(ThreadTest, FailedSuspendAndResumeGoToTheAssertHook)
     QZThread::WaitForThreadsEnd();
 }
 
-TEST_F(ThreadTest, WorkerWithoutAThreadIsAnAssertionAndGoesAway)
+TEST_F(ThreadTest, WorkerWithoutAThreadFailsAnAssertion)
 {
     QZLibSetFunctionAssert(CountAssert);
     {

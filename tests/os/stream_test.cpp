@@ -13,7 +13,7 @@ using qztest::Utf8;
 namespace
 {
 
-/// An open stream over a file of a test's own folder.
+/// An open stream over a file in the folder of the test.
 class OpenStream
 {
 public:
@@ -24,7 +24,7 @@ public:
     }
     ~OpenStream()
     {
-        if (m_stream) QZFileStream::Close(&m_stream);
+        if (m_stream != nullptr) QZFileStream::Close(&m_stream);
     }
     OpenStream(const OpenStream&) = delete;
     OpenStream& operator=(const OpenStream&) = delete;
@@ -76,7 +76,7 @@ TEST(Stream, HasTheTypeOfABuffer)
     EXPECT_EQ(stream.GetType(), 0x81FF700);
 }
 
-TEST(Stream, WritesAppendAndReadsGoOn)
+TEST(Stream, WritesAppendAndReadsContinue)
 {
     QZStream stream;
     char bytes[16] = {};
@@ -105,7 +105,7 @@ TEST(Stream, SeekMovesTheReadPositionOnly)
     EXPECT_EQ(stream.ReadByte(&byte), 0);
 }
 
-TEST(Stream, APositionBeforeTheStartReadsFromTheStart)
+TEST(Stream, NegativePositionReadsFromTheStart)
 {
     QZStream stream;
     stream.Write("abcdef", 6);
@@ -119,7 +119,7 @@ TEST(Stream, APositionBeforeTheStartReadsFromTheStart)
     EXPECT_EQ(stream.GetPosition(), INT64_MIN);
 }
 
-TEST(Stream, ANegativeSizeMovesNothing)
+TEST(Stream, NegativeSizeTransfersNothing)
 {
     QZStream stream;
     stream.Write("abc", 3);
@@ -141,14 +141,14 @@ TEST(Stream, HoldsMoreThanItsMemoryLimit)
     EXPECT_EQ(back, std::string(3000000, 'x') + "!");
 }
 
-TEST(FileStream, OpenOfAMissingFileRaisesWhatTheFileRaises)
+TEST(FileStream, OpenOfAMissingFileThrowsTheExceptionOfTheFile)
 {
     TempDir dir;
     QZString path(dir.Name("none").c_str());
     EXPECT_QZ_THROW(QZFileStream::Open(&path), QZIOExceptionCode::OperationFailed);
 }
 
-TEST(FileStream, HasATypeOfItsOwn)
+TEST(FileStream, HasItsOwnType)
 {
     TempDir dir;
     dir.Write("f", "");
@@ -168,7 +168,7 @@ TEST(FileStream, LinesEndAtCrLf)
     EXPECT_EQ(stream.Line(), "<end>");
 }
 
-TEST(FileStream, ALastLineWithoutCrLfIsALineToo)
+TEST(FileStream, LastLineWithoutCrLfIsALine)
 {
     TempDir dir;
     dir.Write("f", "one\r\ntwo");
@@ -179,7 +179,7 @@ TEST(FileStream, ALastLineWithoutCrLfIsALineToo)
     EXPECT_EQ(stream.Line(), "<end>");
 }
 
-TEST(FileStream, TheEndOfTheFileClearsTheText)
+TEST(FileStream, EndOfTheFileClearsTheText)
 {
     TempDir dir;
     dir.Write("f", "");
@@ -189,7 +189,7 @@ TEST(FileStream, TheEndOfTheFileClearsTheText)
     EXPECT_EQ(text.GetLength(), 0);
 }
 
-TEST(FileStream, AnEmptyLineAnswersSizeZero)
+TEST(FileStream, EmptyLineHasSizeZero)
 {
     TempDir dir;
     dir.Write("f", "\r\n");
@@ -200,7 +200,7 @@ TEST(FileStream, AnEmptyLineAnswersSizeZero)
     EXPECT_EQ(stream->ReadLine(&text), -1);
 }
 
-TEST(FileStream, TheSizeOfALineIsInBytesOfItsText)
+TEST(FileStream, ReadLineReturnsTheBytesOfTheText)
 {
     TempDir dir;
     dir.Write("f", "abc\r\n");
@@ -209,7 +209,7 @@ TEST(FileStream, TheSizeOfALineIsInBytesOfItsText)
     EXPECT_EQ(stream->ReadLine(&text), 6);
 }
 
-TEST(FileStream, LongLinesAreReadInWindows)
+TEST(FileStream, LinesLongerThanAWindowAreReadWhole)
 {
     TempDir dir;
     const std::string line(1000, 'q');
@@ -219,7 +219,7 @@ TEST(FileStream, LongLinesAreReadInWindows)
     EXPECT_EQ(stream.Line(), "next");
 }
 
-TEST(FileStream, ALineEndThatFillsTheWindowIsSeen)
+TEST(FileStream, LineEndAtTheEndOfAWindowIsFound)
 {
     TempDir dir;
     const std::string line(254, 'q');
@@ -229,7 +229,7 @@ TEST(FileStream, ALineEndThatFillsTheWindowIsSeen)
     EXPECT_EQ(stream.Line(), "next");
 }
 
-TEST(FileStream, ALineEndAcrossTwoWindowsIsNotSeen)
+TEST(FileStream, LineEndAcrossTwoWindowsIsMissed)
 {
     TempDir dir;
     const std::string line(255, 'q');
@@ -239,7 +239,7 @@ TEST(FileStream, ALineEndAcrossTwoWindowsIsNotSeen)
     EXPECT_EQ(stream.Line(), "last");
 }
 
-TEST(FileStream, AByteOrderMarkIsPartOfTheFirstLine)
+TEST(FileStream, ByteOrderMarkIsPartOfTheFirstLine)
 {
     TempDir dir;
     dir.Write("f", "\xEF\xBB\xBFone\r\ntwo");
@@ -248,17 +248,17 @@ TEST(FileStream, AByteOrderMarkIsPartOfTheFirstLine)
     EXPECT_EQ(stream.Line(), "\xEF\xBB\xBFone");
 }
 
-TEST(FileStream, TheEncodingIsSniffedOrGiven)
+TEST(FileStream, EncodingIsDetectedOrGiven)
 {
     TempDir dir;
     dir.Write("wide", qztest::Bytes("FF FE 61 00 0D 00 0A 00 62 00"));
-    OpenStream sniffed(dir, "wide");
-    EXPECT_EQ(sniffed->GetEncoding(), QZEncodingType::UTF16LE);
-    EXPECT_EQ(sniffed.Line(),
+    OpenStream detected(dir, "wide");
+    EXPECT_EQ(detected->GetEncoding(), QZEncodingType::UTF16LE);
+    EXPECT_EQ(detected.Line(),
               "\xEF\xBB\xBF"
               "a");
-    EXPECT_EQ(sniffed.Line(), "b");
-    sniffed.Close();
+    EXPECT_EQ(detected.Line(), "b");
+    detected.Close();
 
     dir.Write("big", qztest::Bytes("00 61 00 0D 00 0A 4E 2D"));
     OpenStream given(dir, "big", QZEncodingType::UTF16BE);
@@ -266,17 +266,17 @@ TEST(FileStream, TheEncodingIsSniffedOrGiven)
     EXPECT_EQ(given.Line(), "\xE4\xB8\xAD");
 }
 
-TEST(FileStream, ALineEndIsSoughtInWholeUnits)
+TEST(FileStream, LineEndMatchesWholeUnitsOnly)
 {
     TempDir dir;
-    // U+0D00 U+0A00 U+0061: the bytes 0D 00 0A 00 stand across the units and are no line end.
+    // U+0D00 U+0A00 U+6100: the bytes 0D 00 0A 00 lie across these units and are no line end.
     dir.Write("f", qztest::Bytes("00 0D 00 0A 00 61 0D 00 0A 00 62 00"));
     OpenStream stream(dir, "f", QZEncodingType::UTF16LE);
     EXPECT_EQ(stream.Line(), Utf8(Text{0x0D00, 0x0A00, 0x6100}));
     EXPECT_EQ(stream.Line(), "b");
 }
 
-TEST(FileStream, ReadToEndGivesTheRest)
+TEST(FileStream, ReadToEndReturnsTheRest)
 {
     TempDir dir;
     dir.Write("f",
@@ -305,7 +305,7 @@ TEST(FileStream, BytesAreReadOneByOneUntilTheEnd)
     EXPECT_EQ(byte, 255);
 }
 
-TEST(FileStream, WritingAppendsToWhatIsThere)
+TEST(FileStream, WritesAppendToTheOldContent)
 {
     TempDir dir;
     dir.Write("f", "old\r\n");
@@ -338,7 +338,7 @@ TEST(FileStream, LinesAreWrittenInTheStreamsEncoding)
     EXPECT_EQ(dir.Read("f"), qztest::Bytes("61 00 62 00 0D 00 0A 00 0D 00 0A 00"));
 }
 
-TEST(FileStream, TheFileGetsNoPaddedTail)
+TEST(FileStream, FileIsNotPaddedToTheBlockSize)
 {
     TempDir dir;
     dir.Write("f", std::string(524287, 'a'));

@@ -1,9 +1,9 @@
-// A host for foreign clients and proxies to talk to.
+// A server that peers_test.py runs for other clients and proxies.
 //
 //     qz_peer_host NAME
 //
-// GET /who tells NAME and the client's address as a proxy told it, POST /echo gives the body back, GET /page
-// is a page whose script asks for both. Tells its port and ends when its input does.
+// GET /who returns NAME and the client address that a proxy sent, POST /echo returns the body, and GET /page
+// returns a page with a script that requests both. The program prints its port and ends when its input ends.
 
 #include <qzlib.h>
 
@@ -12,8 +12,8 @@
 namespace
 {
 
-// What a browser makes of it is in the element with the id "out": the name, and how much of 200000 bytes came
-// back.
+// The script writes its result into the element with the id "out": the name, and how many of the four bodies
+// came back unchanged.
 const QZWChar* const kPage = QZ_W(
     "<!DOCTYPE html><html><head><title>peer</title><link rel=\"icon\" href=\"data:,\"></head><body>"
     "<p id=\"out\">nothing yet</p><script>"

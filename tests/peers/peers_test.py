@@ -1,8 +1,8 @@
-"""HTTP servers of this library with the clients and the proxy that the world uses: curl, Chromium, haproxy.
+"""Tests HTTP servers of this library with widely used clients and a proxy: curl, Chromium and haproxy.
 
     peers_test.py HTTP_FILES PEER_HOST SCALING.MD RESULTS.XML
 
-A program that is not installed leaves its tests out, with a message. The proxy runs the configuration that stands in
+The tests of a program that is not installed are skipped with a message. The proxy runs the configuration from
 docs/scaling.md, with other ports.
 """
 
@@ -46,14 +46,14 @@ def listens(port):
 
 
 class Host:
-    """A program that tells its port and ends with its input."""
+    """A program that prints its port and runs until its input ends."""
 
     def __init__(self, *command):
         self._process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         self.port = int(self._process.stdout.readline())
 
     def end(self):
-        """The exit code; may be called again."""
+        """Ends the program and returns its exit code; may be called again."""
         self._process.stdin.close()
         self._process.stdout.close()
         return self._process.wait(60)
@@ -88,7 +88,7 @@ class CurlTest(PeerTest):
     def curl(self, *arguments):
         return run("curl", "-sS", "--max-time", "100", "--noproxy", "*", *arguments)
 
-    def test_gets_a_file_of_the_file_server_byte_for_byte(self):
+    def test_gets_a_file_from_the_file_server_unchanged(self):
         folder = self.folder()
         os.mkdir(f"{folder}/site")
         content = bytes(range(256)) * 4096
@@ -104,35 +104,35 @@ class CurlTest(PeerTest):
         missing = self.curl("-H", "Host: here", "-o", "/dev/null", "-w", "%{http_code}", url + "b.png")
         self.assertEqual(missing.stdout, b"404")
 
-    def test_keeps_one_connection_for_all_requests(self):
+    def test_uses_one_connection_for_all_requests(self):
         host = self.start(PEER_HOST, "a")
         url = f"http://127.0.0.1:{host.port}/who"
         got = self.curl("-w", "%{num_connects}\n", *[url] * 5)
         self.assertEqual(got.stdout, b"a\n1\n" + b"a\n0\n" * 4)
 
-    def test_closes_where_the_client_asks_for_it(self):
+    def test_closes_the_connection_when_the_client_asks(self):
         host = self.start(PEER_HOST, "a")
         url = f"http://127.0.0.1:{host.port}/who"
         got = self.curl("-w", "%{num_connects}\n", "-H", "Connection: close", url, url)
         self.assertEqual(got.stdout, b"a\n1\n" * 2)
 
-    def test_sends_bodies_and_gets_them_back(self):
+    def test_sends_bodies_and_receives_them_unchanged(self):
         host = self.start(PEER_HOST, "a")
         file = f"{self.folder()}/body"
         for size in (0, 1, 4096, 131072, 131073, 3000000):
             with open(file, "wb") as body:
                 body.write((b"0123456789abcdef" * (size // 16 + 1))[:size])
-            # Large bodies are announced with "Expect", which the server does not answer: curl goes on by itself.
+            # curl announces large bodies with "Expect". The server does not answer it; curl continues anyway.
             got = self.curl("--data-binary", f"@{file}", f"http://127.0.0.1:{host.port}/echo")
             with open(file, "rb") as body:
                 self.assertEqual(got.stdout, body.read(), f"{size} bytes")
 
-    def test_speaks_http_1_0(self):
+    def test_supports_http_1_0(self):
         host = self.start(PEER_HOST, "a")
         got = self.curl("--http1.0", f"http://127.0.0.1:{host.port}/who")
         self.assertEqual(got.stdout, b"a\n")
 
-    def test_gets_many_pages_at_a_time(self):
+    def test_gets_many_pages_in_parallel(self):
         host = self.start(PEER_HOST, "a")
         got = self.curl("--parallel", "--parallel-max", "40", f"http://127.0.0.1:{host.port}/who?[1-200]")
         self.assertEqual(got.stdout, b"a\n" * 200)
@@ -141,7 +141,7 @@ class CurlTest(PeerTest):
 class ChromiumTest(PeerTest):
     program = "chromium"
 
-    def test_runs_a_page_whose_script_asks_the_server(self):
+    def test_runs_a_page_whose_script_sends_requests(self):
         host = self.start(PEER_HOST, "a")
         page = run("chromium", "--headless=new", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
                    "--disable-background-networking", "--disable-component-update", "--disable-sync",
@@ -160,10 +160,10 @@ class HaproxyTest(PeerTest):
         self.port = free_port()
         with open(SCALING, encoding="utf-8") as page:
             config = re.search(r"^```haproxy\n(.*?)^```", page.read(), re.M | re.S).group(1)
-        for told, here in ((":80\n", f"127.0.0.1:{self.port}\n"), (":8081 ", f":{self.hosts[0].port} "),
+        for old, new in ((":80\n", f"127.0.0.1:{self.port}\n"), (":8081 ", f":{self.hosts[0].port} "),
                            (":8082 ", f":{self.hosts[1].port} ")):
-            self.assertEqual(config.count(told), 1, told)
-            config = config.replace(told, here)
+            self.assertEqual(config.count(old), 1, old)
+            config = config.replace(old, new)
         file = f"{self.folder()}/haproxy.cfg"
         with open(file, "w", encoding="ascii") as out:
             out.write(config)
@@ -187,20 +187,20 @@ class HaproxyTest(PeerTest):
         response = connection.getresponse()
         return response.status, response.read()
 
-    def test_requests_go_to_both_hosts_in_turn_and_tell_the_clients_address(self):
+    def test_proxy_uses_both_hosts_and_sends_the_client_address(self):
         for source in ("127.0.0.1", "127.0.0.9"):
             connection = self.connect(source)
             answers = [self.ask(connection) for _ in range(8)]
-            told = {(200, f"{name} for {source}\n".encode()) for name in "ab"}
-            self.assertEqual(set(answers), told)
+            expected = {(200, f"{name} for {source}\n".encode()) for name in "ab"}
+            self.assertEqual(set(answers), expected)
 
-    def test_bodies_come_through_both_ways(self):
+    def test_bodies_pass_unchanged_in_both_directions(self):
         connection = self.connect()
         body = b"0123456789abcdef" * 20000
         for _ in range(4):
             self.assertEqual(self.ask(connection, "/echo", body), (200, body))
 
-    def test_a_host_that_ends_is_not_missed(self):
+    def test_requests_continue_when_one_host_ends(self):
         connection = self.connect()
         self.assertEqual(self.hosts[0].end(), 0)
         for _ in range(8):
@@ -208,14 +208,14 @@ class HaproxyTest(PeerTest):
 
 
 class Results(unittest.TextTestResult):
-    """Notes every test as the other test programs do, for scripts/test-summary."""
+    """Records every test in the format of the other test programs, for scripts/test-summary."""
 
     def __init__(self, *arguments, **more):
         super().__init__(*arguments, **more)
         self.lines = []
 
     def note(self, test, inside="", result="completed"):
-        # A class that is left out as a whole comes as "setUpClass (__main__.ClassName)".
+        # A skipped class has the id "setUpClass (__main__.ClassName)".
         name = test.id().split(".")[-1].rstrip(")")
         self.lines.append(f'<testcase name={quoteattr(name)} status="run" result="{result}" classname="peers">\n'
                           f"{inside}</testcase>\n")

@@ -23,14 +23,14 @@ TEST(BlockAllocator, StartsWithOneReadyBlockOfEightMegabytes)
     EXPECT_EQ(ba::TableCount(), 0);
 }
 
-TEST(BlockAllocator, ASmallAllocationKeepsOneMegabyteAndSplitsOffTheRest)
+TEST(BlockAllocator, SmallAllocationTakesOneMegabyteAndSplitsOffTheRest)
 {
     ba::Start();
     QZInt64 region = ba::Ready(1).begin;
     void* p = ba::Allocate("first", &p, 1000);
     ASSERT_NE(p, nullptr);
     std::memset(p, 7, 1000);
-    // ((1000 >> 16) + 1) << 16, plus 0x30000, is 0x40000; the entry keeps the larger 0x100000.
+    // ((1000 >> 16) + 1) << 16, plus 0x30000, is 0x40000; the entry takes the minimum of 0x100000.
     ASSERT_EQ(ba::UsedCountOfTable0(), 1);
     EXPECT_EQ(ba::Used(1).size, 0x100000);
     EXPECT_EQ(ba::Used(1).begin, region);
@@ -42,13 +42,13 @@ TEST(BlockAllocator, ASmallAllocationKeepsOneMegabyteAndSplitsOffTheRest)
     EXPECT_EQ(ba::Ready(1).begin, region + 0x100000);
     ba::Free(&p);
     EXPECT_EQ(ba::UsedCountOfTable0(), 0);
-    // The list is sorted by size after the release.
+    // The list is sorted by size after a release.
     ASSERT_EQ(ba::ReadyCountOfTable0(), 2);
     EXPECT_EQ(ba::Ready(1).size, 0x100000);
     EXPECT_EQ(ba::Ready(2).size, 0x700000);
 }
 
-TEST(BlockAllocator, TheBestFitIsTaken)
+TEST(BlockAllocator, AllocateTakesTheBestFit)
 {
     ba::Start();
     void* small = ba::Allocate("small", &small, 1);
@@ -61,7 +61,7 @@ TEST(BlockAllocator, TheBestFitIsTaken)
     ba::Free(&again);
 }
 
-TEST(BlockAllocator, ARequestBeyondEightMegabytesMakesARegionOfItsOwn)
+TEST(BlockAllocator, RequestAboveEightMegabytesGetsItsOwnRegion)
 {
     ba::Start();
     void* p = ba::AllocateClean("big", &p, 0x1000000);
@@ -71,7 +71,7 @@ TEST(BlockAllocator, ARequestBeyondEightMegabytesMakesARegionOfItsOwn)
     ba::Free(&p);
 }
 
-TEST(BlockAllocator, FreeZeroesEveryWatcherOfTheBlock)
+TEST(BlockAllocator, FreeSetsEveryWatcherOfTheBlockToNull)
 {
     ba::Start();
     void* p = ba::Allocate("watched", &p, 10);
@@ -90,7 +90,7 @@ TEST(BlockAllocator, FreeZeroesEveryWatcherOfTheBlock)
     EXPECT_EQ(ba::WatchCountOfTable0(), 2);
 }
 
-TEST(BlockAllocator, ResizeStaysWhileItFitsAndElseTurnsTheWatchers)
+TEST(BlockAllocator, ResizeKeepsTheBlockOrMovesItAndUpdatesTheWatchers)
 {
     ba::Start();
     void* p = ba::Allocate("grow", &p, 10);
@@ -106,7 +106,7 @@ TEST(BlockAllocator, ResizeStaysWhileItFitsAndElseTurnsTheWatchers)
     EXPECT_EQ(ba::UsedCountOfTable0(), 1);
 }
 
-TEST(BlockAllocator, ListsArePrintedEntryByEntry)
+TEST(BlockAllocator, PrintsListsEntryByEntry)
 {
     ba::Start();
     void* p = ba::Allocate("named", &p, 10);
@@ -136,7 +136,7 @@ TEST(BlockAllocator, ListsArePrintedEntryByEntry)
     EXPECT_NE(watch.find(",MB:ABCDEF01\n"), std::string::npos) << watch;
 }
 
-TEST(BlockAllocator, APointerThatIsNotItsOwnIsReported)
+TEST(BlockAllocator, UnknownPointerIsReported)
 {
     ba::Start();
     void* stranger = &stranger;
@@ -146,7 +146,7 @@ TEST(BlockAllocator, APointerThatIsNotItsOwnIsReported)
               "Can not find pointer!\nPrint memory used list.\nCount:0\nsize count: 0G,0M,0KB,0B\n");
 }
 
-TEST(BlockAllocator, CountersGoThroughTheCallingThreadsTable)
+TEST(BlockAllocator, CountersUseTheTableOfTheCallingThread)
 {
     ba::Start();
     EXPECT_EQ(ba::ReadyCount(), 1);
@@ -155,7 +155,7 @@ TEST(BlockAllocator, CountersGoThroughTheCallingThreadsTable)
     EXPECT_EQ(ba::TableCount(), 2);
     std::thread([] { ba::UsedCount(); }).join();
     EXPECT_EQ(ba::TableCount(), 3);
-    // Allocations go to table 0 whatever the thread.
+    // Allocations go to table 0 on every thread.
     void* p = ba::Allocate("main", &p, 10);
     EXPECT_EQ(ba::UsedCount(), 0);
     EXPECT_EQ(ba::UsedCountOfTable0(), 1);

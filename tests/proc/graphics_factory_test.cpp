@@ -1,4 +1,4 @@
-// The graphics factory's caches, and its place at start, end and collection.
+// The caches of the graphics factory, and its part in start, end and collection of the library.
 
 #include "graphics/gr_graphics_factory.h"
 
@@ -16,7 +16,7 @@
 
 namespace
 {
-/// "Shape 1 PixelBlock 0"
+/// Returns the status as text, such as "Shape 1 PixelBlock 0".
 std::string Status()
 {
     QZJsonObject* status = QZGraphicsFactory::GetStatus();
@@ -69,7 +69,7 @@ TEST_F(GraphicsFactory, StatusCountsIdleShapesAndBlocks)
     QZGraphicsFactory::Recycle(&shape);
 }
 
-/// Gives an object back and takes one: it is the same one.
+/// Recycles an object and creates the next one, which is the same object.
 template <typename T>
 T* Again(T* object, T* (*create)())
 {
@@ -81,7 +81,7 @@ T* Again(T* object, T* (*create)())
     return again;
 }
 
-TEST_F(GraphicsFactory, ARecycledShapeComesOutAgainEmpty)
+TEST_F(GraphicsFactory, RecycledShapeIsReusedEmpty)
 {
     QZShape* shape = QZGraphicsFactory::CreateShape();
     const QZRectangle box(1, 1, 3, 3);
@@ -95,7 +95,7 @@ TEST_F(GraphicsFactory, ARecycledShapeComesOutAgainEmpty)
     QZGraphicsFactory::Recycle(&shape);
 }
 
-TEST_F(GraphicsFactory, RecycledObjectsComeOutAgainNeutral)
+TEST_F(GraphicsFactory, RecycledObjectsAreReusedWithDefaultValues)
 {
     QZRectangle* rectangle = QZGraphicsFactory::CreateRectangle();
     rectangle->Set(1, 2, 3, 4);
@@ -143,7 +143,7 @@ TEST_F(GraphicsFactory, RecycledObjectsComeOutAgainNeutral)
     QZGraphicsFactory::Recycle(&block);
 }
 
-TEST_F(GraphicsFactory, CreateShapeFromAShapeIsARealCopy)
+TEST_F(GraphicsFactory, CreateShapeFromAShapeMakesADeepCopy)
 {
     QZShape source;
     const QZPoint point(3, 5);
@@ -165,7 +165,7 @@ TEST_F(GraphicsFactory, CreateShapeFromAShapeIsARealCopy)
     QZGraphicsFactory::Recycle(&copy);
 }
 
-TEST_F(GraphicsFactory, RecycleTellsOfNull)
+TEST_F(GraphicsFactory, RecycleOfNullFailsAnAssertion)
 {
     qztest::AssertWatch watch;
     QZShape* shape = nullptr;
@@ -177,7 +177,7 @@ TEST_F(GraphicsFactory, RecycleTellsOfNull)
     EXPECT_EQ(watch.Count(), 3);
 }
 
-TEST_F(GraphicsFactory, RecycleOfALockedObjectThrowsAndLeavesItAsItIs)
+TEST_F(GraphicsFactory, RecycleOfALockedObjectThrowsAndChangesNothing)
 {
     QZRectangle* rectangle = QZGraphicsFactory::CreateRectangle();
     rectangle->Set(1, 2, 3, 4);
@@ -189,7 +189,7 @@ TEST_F(GraphicsFactory, RecycleOfALockedObjectThrowsAndLeavesItAsItIs)
     QZGraphicsFactory::Recycle(&rectangle);
 }
 
-TEST_F(GraphicsFactory, CollectIsForShapesAndBlocksOnly)
+TEST_F(GraphicsFactory, CollectFreesOnlyShapesAndBlocks)
 {
     LeaveIdleObjects();
     QZRectangle* kept = QZGraphicsFactory::CreateRectangle();
@@ -204,7 +204,7 @@ TEST_F(GraphicsFactory, CollectIsForShapesAndBlocksOnly)
     QZGraphicsFactory::Recycle(&again);
 }
 
-TEST_F(GraphicsFactory, APartialCollectionTakesWhatStayedIdle)
+TEST_F(GraphicsFactory, PartialCollectFreesObjectsThatStayedIdle)
 {
     LeaveIdleObjects();
     QZGraphicsFactory::Collect(1);
@@ -213,7 +213,7 @@ TEST_F(GraphicsFactory, APartialCollectionTakesWhatStayedIdle)
     EXPECT_EQ(Status(), "Shape 0 PixelBlock 0");
 }
 
-TEST_F(GraphicsFactory, TheLibrarysCollectionsLeaveItAlone)
+TEST_F(GraphicsFactory, LibraryCollectDoesNotFreeGraphicsObjects)
 {
     LeaveIdleObjects();
     QZLibCollect(0);

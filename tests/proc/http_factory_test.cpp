@@ -1,4 +1,4 @@
-// Where the shared HTTP texts and the message factory stand among the others at start and end.
+// The part of the shared HTTP texts and the message factory in start and end of the library.
 
 #include "fw/fw_data.h"
 #include "fw/fw_library.h"
@@ -12,7 +12,7 @@
 
 namespace
 {
-int g_broken = 0;
+int g_failed = 0;
 
 void Use()
 {
@@ -50,17 +50,17 @@ TEST(HttpFactoryProcess, StartsAndEndsWithTheLibraryMoreThanOnce)
     QZHttpConstantEnd();
 }
 
-TEST(HttpFactoryProcess, AConstantThatAHostDeletesIsABrokenAssertion)
+TEST(HttpFactoryProcess, DeletingAConstantFailsAnAssertion)
 {
     QZLibInit();
-    QZLibSetFunctionAssert([](QZBool condition) { g_broken += condition ? 0 : 1; });
+    QZLibSetFunctionAssert([](QZBool condition) { g_failed += condition ? 0 : 1; });
     QZLastError = 0;
     delete QZHttpConstant::HeaderNameCacheControl;
     EXPECT_EQ(QZLastError, 1280);
-    EXPECT_EQ(g_broken, 1);
-    // In the place of the one that is gone.
+    EXPECT_EQ(g_failed, 1);
+    // Replaces the deleted one.
     QZHttpConstant::HeaderNameCacheControl = new QZData("Cache-Control", 13);
     QZLibDispose();
-    EXPECT_EQ(g_broken, 1);
+    EXPECT_EQ(g_failed, 1);
 }
 }  // namespace

@@ -1,4 +1,4 @@
-// A server's whole life in a process of its own: nothing stays behind.
+// The complete life of a server in its own process: all its resources are released.
 
 #include <filesystem>
 #include <string>
@@ -19,7 +19,7 @@ using qztest::RawClient;
 using qztest::Reports;
 using qztest::TestServer;
 
-/// Entries of a folder of the system's, 0 where it has none. What Wine keeps open for itself is its own.
+/// Counts the entries of a system folder; 0 where there is none, and on Wine, which keeps entries of its own.
 long Entries(const char* folder)
 {
     std::error_code error;
@@ -44,7 +44,7 @@ std::string Idle(int cache)
 
 constexpr int kConnects = 6;
 
-/// Clients of every kind, then the server goes under those that are still there.
+/// Runs a server with clients of every kind and destroys it while some are still connected.
 void Live(QZErrorReport* report)
 {
     TestServer server(report);
@@ -62,13 +62,13 @@ void Live(QZErrorReport* report)
         RawClient large(server.GetPort());
         large.Ask("GET / HTTP/1.1\r\nX: " + std::string(5000, 'x') + "\r\n\r\n");
     }
-    // In close wait, with its socket still open.
+    // This connection waits to be closed, with its socket still open.
     RawClient ended(server.GetPort());
     ended.Ask("GET / HTTP/1.1\r\n\r\n");
     server.ConnectClose(-1);
 }
 
-TEST(HttpServerLife, LeavesNoDescriptorThreadOrConnectionBehind)
+TEST(HttpServerLife, ReleasesDescriptorsThreadsAndConnections)
 {
     QZLibInit();
     Reports reports;
@@ -79,12 +79,12 @@ TEST(HttpServerLife, LeavesNoDescriptorThreadOrConnectionBehind)
     for (int round = 0; round < 3; ++round) Live(&reports);
     EXPECT_EQ(Descriptors(), descriptors);
     EXPECT_TRUE(Eventually([] { return Threads() <= 1; }));
-    // The connections of the first life served the others.
+    // The later runs reuse the connection objects of the first.
     EXPECT_LE(std::stoi(Idle(kConnects)), std::stoi(connects) + 3);
     QZLibDispose();
 }
 
-TEST(HttpServerLife, AnEngineThatWasNotStartedLeavesNothingEither)
+TEST(HttpServerLife, EngineThatWasNotStartedReleasesEverything)
 {
     QZLibInit();
     Reports reports;
@@ -98,7 +98,7 @@ TEST(HttpServerLife, AnEngineThatWasNotStartedLeavesNothingEither)
     QZLibDispose();
 }
 
-TEST(HttpServerLife, AServerOutlivesTheCallToEndAllThreads)
+TEST(HttpServerLife, ServerCanBeDestroyedAfterThreadsAbort)
 {
     QZLibInit();
     {
@@ -112,7 +112,7 @@ TEST(HttpServerLife, AServerOutlivesTheCallToEndAllThreads)
     QZLibDispose();
 }
 
-TEST(HttpServerLife, ConnectionsComeFromTheCacheAgain)
+TEST(HttpServerLife, ConnectionObjectsAreReused)
 {
     QZLibInit();
     {

@@ -1,4 +1,4 @@
-// Where the JSON factory stands among the others at start, end and collection.
+// The part of the JSON factory in start, end and collection of the library.
 
 #include <string>
 
@@ -20,7 +20,7 @@ QZInt64 IdleStringCollections()
     return std::stoll(count);
 }
 
-/// Leaves objects idle in the JSON factory. Each one holds a list of names out of the string factory.
+/// Leaves idle objects in the JSON factory. Each holds a list of names from the string factory.
 void LeaveIdleObjects()
 {
     QZString text("[{},{},{}]");
@@ -28,7 +28,7 @@ void LeaveIdleObjects()
     QZJsonFactory::Recycle(&value);
 }
 
-TEST(JsonFactoryProcess, QZLibCollectEmptiesJsonBeforeStrings)
+TEST(JsonFactoryProcess, LibraryCollectFreesJsonBeforeStrings)
 {
     QZLibInit();
     LeaveIdleObjects();
@@ -37,12 +37,12 @@ TEST(JsonFactoryProcess, QZLibCollectEmptiesJsonBeforeStrings)
     QZLibDispose();
 }
 
-TEST(JsonFactoryProcess, TheMemoryManagerEmptiesJsonBehindStrings)
+TEST(JsonFactoryProcess, MemoryManagerCollectFreesJsonAfterStrings)
 {
     QZLibInit();
     LeaveIdleObjects();
     QZMemManager::Collect();
-    // The three lists came back after the strings had been collected; the status record uses one of them.
+    // The three lists are released after the strings are collected; the status object uses one of them.
     EXPECT_EQ(IdleStringCollections(), 2);
     QZLibDispose();
 }

@@ -20,7 +20,7 @@
 
 namespace
 {
-TEST(Library, TheFirstObjectOfAProcessHasId256)
+TEST(Library, FirstObjectOfAProcessHasId256)
 {
     QZObject first;
     QZObject second;
@@ -34,7 +34,7 @@ TEST(Library, DisposeBeforeInitDoesNothing)
     EXPECT_FALSE(QZThread::IsThreadsAbort());
 }
 
-TEST(Library, InitTwiceAndDisposeOnceLeavesItEnded)
+TEST(Library, OneDisposeEndsTheLibraryAfterTwoInits)
 {
     EXPECT_EQ(QZLibInit(), 1);
     EXPECT_EQ(QZLibInit(), 1);
@@ -43,7 +43,7 @@ TEST(Library, InitTwiceAndDisposeOnceLeavesItEnded)
     EXPECT_EQ(QZEnvironment::NewLine, nullptr);
 }
 
-TEST(Library, InitMakesTheLineEndAndSwitchesThePoolOff)
+TEST(Library, InitCreatesNewLineAndTurnsThePoolOff)
 {
     QZEnvironment::UseMemPoolCache = 1;
     QZLibInit();
@@ -61,12 +61,12 @@ TEST(Library, InitMayRunAgainAfterDispose)
         QZString text(QZ_W("again"));
         EXPECT_EQ(text.GetLength(), 5);
     }
-    // The abort flag stays for the life of the process.
+    // The abort flag stays set for the life of the process.
     EXPECT_TRUE(QZThread::IsThreadsAbort());
     QZLibDispose();
 }
 
-TEST(Library, AHookSetBeforeInitIsReplacedByTheDefault)
+TEST(Library, InitReplacesAHookThatWasSetBefore)
 {
     static int calls;
     calls = 0;
@@ -82,26 +82,26 @@ TEST(Library, AHookSetBeforeInitIsReplacedByTheDefault)
     QZLibSetFunctionMemCopy(counting);
     QZMemory::Copy(target, "x", 2);
     EXPECT_EQ(calls, 1);
-    // Dispose does not touch the slots; what it moves itself goes through them too.
+    // Dispose does not change the slots and itself uses the hooks in them.
     QZLibDispose();
     calls = 0;
     QZMemory::Copy(target, "x", 2);
     EXPECT_EQ(calls, 1);
 }
 
-TEST(Library, TheDefaultCopySmearsForwardWhenTheTargetLiesInsideTheSource)
+TEST(Library, DefaultCopyRepeatsBytesWhenTheTargetOverlapsTheSource)
 {
     char bytes[] = "abcdefgh";
     QZMemory::Copy(bytes + 1, bytes, 7);
     EXPECT_STREQ(bytes, "aaaaaaaa");
-    // Aligned and 33 bytes or more: words, so the first word repeats.
+    // Aligned blocks of 33 bytes or more are copied by words, so the first word repeats.
     alignas(8) unsigned char words[48];
     for (int i = 0; i < 48; ++i) words[i] = static_cast<unsigned char>(i);
     QZMemory::Copy(words + 8, words, 40);
     for (int i = 0; i < 48; ++i) EXPECT_EQ(words[i], i % 8) << i;
 }
 
-TEST(Library, TheDefaultMoveIsSafeForOverlap)
+TEST(Library, DefaultMoveHandlesOverlap)
 {
     char bytes[] = "abcdefgh";
     QZLibInit();
@@ -124,9 +124,9 @@ TEST(Library, AssertPassesEveryConditionToTheHook)
     EXPECT_EQ(falseCalls, 1);
 }
 
-TEST(Library, TheDefaultAssertReportsVal)
+TEST(Library, DefaultAssertReportsVal)
 {
-    QZ_SKIP_ON_WINE("the report of the runtime is a message box there");
+    QZ_SKIP_ON_WINE("the runtime reports failed assertions in a message box");
     QZLibInit();
     QZLibAssert(1);
     EXPECT_DEATH(QZLibAssert(0), "code/qzlib:510.*val");
@@ -142,7 +142,7 @@ TEST(Library, FormFlagIsSetAndClearedWithTrue)
     EXPECT_EQ(QZFormDispose(), 1);
 }
 
-TEST(Library, AFailedSocketStartReachesTheHostAsAnException)
+TEST(Library, FailedSocketStartThrowsFromInit)
 {
     os::TestHooks hooks{};
     hooks.Gate = [](void*, os::Op operation, QZInt64*, QZUInt32* error) {
@@ -168,12 +168,12 @@ TEST(Library, AFailedSocketStartReachesTheHostAsAnException)
     os::SetTestHooks(nullptr);
     EXPECT_EQ(code, 1024);
     EXPECT_EQ(type, 0x8310005);
-    // The library flag is still clear, and the start can be tried again.
+    // The library flag is still clear, so QZLibInit can be called again.
     EXPECT_EQ(QZLibInit(), 1);
     EXPECT_EQ(QZLibDispose(), 1);
 }
 
-TEST(Library, WithTheMemoryTestOnBadBlocksArePutAsideUntilTheTableIsFull)
+TEST(Library, MemoryTestSetsBadBlocksAsideUntilTheTableIsFull)
 {
     static int tested;
     tested = 0;
@@ -185,7 +185,7 @@ TEST(Library, WithTheMemoryTestOnBadBlocksArePutAsideUntilTheTableIsFull)
     void* block = MemoryRawAllocate(512);
     QZMemory::MemoryTest = 0;
     MemorySetPatternTest(nullptr);
-    // 500 bad blocks wait in the table; the 501st is handed out all the same.
+    // The table holds 500 bad blocks; the 501st is returned to the caller although it is bad.
     EXPECT_EQ(tested, 501);
     ASSERT_NE(block, nullptr);
     QZInt64 count = 0;
@@ -196,7 +196,7 @@ TEST(Library, WithTheMemoryTestOnBadBlocksArePutAsideUntilTheTableIsFull)
     MemoryRawFree(block, 512);
 }
 
-TEST(Library, TheTableOfBadMemoryStaysBelowFiftyMillionBytes)
+TEST(Library, BadMemoryTableStaysBelowFiftyMillionBytes)
 {
     char block;
     EXPECT_TRUE(MemoryOccupy(&block, 49999999));
@@ -208,7 +208,7 @@ TEST(Library, TheTableOfBadMemoryStaysBelowFiftyMillionBytes)
     EXPECT_EQ(bytes, 49999999);
 }
 
-TEST(Library, WithTheMemoryTestOnGoodBlocksServe)
+TEST(Library, MemoryTestReturnsGoodBlocks)
 {
     QZMemory::MemoryTest = 1;
     void* buffer = MemoryAllocateClean(100);
@@ -222,10 +222,10 @@ TEST(Library, WithTheMemoryTestOnGoodBlocksServe)
     EXPECT_TRUE(MemoryFree(buffer));
 }
 
-/// What waited in the data factory when a damaged idle string was destroyed.
+/// Memory size of the data factory at the moment when the damaged idle string is destroyed.
 QZInt64 g_idleData;
 
-/// Collects with one idle buffer and one idle, damaged string about, and mends the string's block after that.
+/// Collects while one buffer and one damaged string are idle, then repairs and frees the block of the string.
 template <typename Collection>
 void CollectWithADamagedString(Collection collect)
 {
@@ -247,25 +247,25 @@ void CollectWithADamagedString(Collection collect)
     QZLibDispose();
 }
 
-TEST(Library, CollectTakesTheStringsBeforeTheData)
+TEST(Library, LibraryCollectFreesStringsBeforeData)
 {
     CollectWithADamagedString([] { QZLibCollect(0); });
     EXPECT_GE(g_idleData, 4096);
 }
 
-TEST(Library, TheMemoryManagersCollectTakesTheDataBeforeTheStrings)
+TEST(Library, MemoryManagerCollectFreesDataBeforeStrings)
 {
     CollectWithADamagedString([] { QZMemManager::Collect(0); });
     EXPECT_EQ(g_idleData, 0);
 }
 
-TEST(Library, TheMemoryManagersCollectIsAFullOneByDefault)
+TEST(Library, MemoryManagerCollectIsFullByDefault)
 {
     CollectWithADamagedString([] { QZMemManager::Collect(); });
     EXPECT_EQ(g_idleData, 0);
 }
 
-TEST(Library, TheDefaultHooksTouchTheirBytesOnly)
+TEST(Library, DefaultHooksChangeOnlyTheirBytes)
 {
     alignas(8) unsigned char source[96];
     alignas(8) unsigned char target[96];
@@ -286,7 +286,7 @@ TEST(Library, TheDefaultHooksTouchTheirBytesOnly)
     EXPECT_EQ(target[0], 0xEE);
 }
 
-TEST(Library, InitPutsTheDefaultsIntoAllFourSlots)
+TEST(Library, InitSetsAllFourSlotsToTheDefaults)
 {
     static int calls;
     calls = 0;

@@ -1,4 +1,4 @@
-// Start and stop of the thread layer, each in a process of its own.
+// Start and stop of the thread layer, each test in its own process.
 
 #include <atomic>
 #include <thread>
@@ -17,14 +17,14 @@ namespace
 std::atomic<int> g_calls{0};
 std::atomic<bool> g_release{false};
 
-void UntilReleased()
+void RunUntilReleased()
 {
     ++g_calls;
     while (!g_release) QZThread::Sleep(1);
     ++g_calls;
 }
 
-void UntilAborted()
+void RunUntilAborted()
 {
     ++g_calls;
     while (!QZThread::IsThreadsAbort()) QZThread::Sleep(1);
@@ -34,7 +34,7 @@ void UntilAborted()
 TEST(ThreadRuntime, DisposeWaitsForEveryThread)
 {
     QZLibInit();
-    QZThread::Close(QZThread::Create(UntilReleased));
+    QZThread::Close(QZThread::Create(RunUntilReleased));
     ASSERT_TRUE(qztest::Eventually([] { return g_calls == 1; }));
     std::thread releaser([] {
         os::Sleep(60);
@@ -46,11 +46,11 @@ TEST(ThreadRuntime, DisposeWaitsForEveryThread)
     releaser.join();
 }
 
-TEST(ThreadRuntime, DisposeRaisesTheAbortFlagForGood)
+TEST(ThreadRuntime, DisposeSetsTheAbortFlagPermanently)
 {
     QZLibInit();
     EXPECT_EQ(QZThread::IsThreadsAbort(), 0);
-    QZThread::Close(QZThread::Create(UntilAborted));
+    QZThread::Close(QZThread::Create(RunUntilAborted));
     ASSERT_TRUE(qztest::Eventually([] { return g_calls == 1; }));
     QZLibDispose();
     EXPECT_EQ(g_calls, 2);
@@ -63,7 +63,7 @@ TEST(ThreadRuntime, DisposeRaisesTheAbortFlagForGood)
 TEST(ThreadRuntime, DisposeDoesNotWaitForATerminatedThread)
 {
     QZLibInit();
-    long long thread = QZThread::Create(UntilReleased);
+    long long thread = QZThread::Create(RunUntilReleased);
     ASSERT_TRUE(qztest::Eventually([] { return g_calls == 1; }));
     EXPECT_EQ(QZThread::Terminate(thread), 1);
     QZThread::Close(thread);
@@ -71,7 +71,7 @@ TEST(ThreadRuntime, DisposeDoesNotWaitForATerminatedThread)
     EXPECT_EQ(g_calls, 1);
 }
 
-TEST(ThreadRuntime, DisposeGetsThroughWhileAnotherWaitsForTheGlobalMutex)
+TEST(ThreadRuntime, DisposeEndsWhileAThreadUsesTheGlobalMutex)
 {
     QZLibInit();
     QZThread::Close(QZThread::Create([] {
@@ -84,15 +84,15 @@ TEST(ThreadRuntime, DisposeGetsThroughWhileAnotherWaitsForTheGlobalMutex)
     }));
     ASSERT_TRUE(qztest::Eventually([] { return g_calls == 1; }));
     QZLibDispose();
-    // The mutex is gone: taking it fails at once and comes back.
+    // The mutex no longer exists: Lock fails and returns at once.
     QZThread::Lock();
     QZThread::Unlock();
 }
 
-TEST(ThreadRuntime, GlobalMutexHeldByTheDisposingThreadIsNoObstacle)
+TEST(ThreadRuntime, DisposeEndsWhileItsThreadHoldsTheGlobalMutex)
 {
     QZLibInit();
-    QZThread::Close(QZThread::Create(UntilAborted));
+    QZThread::Close(QZThread::Create(RunUntilAborted));
     ASSERT_TRUE(qztest::Eventually([] { return g_calls == 1; }));
     QZThread::Lock();
     QZLibDispose();
@@ -109,14 +109,14 @@ TEST(ThreadRuntime, ThreadsRunBeforeInit)
     QZThread::WaitForThreadsEnd();
 }
 
-TEST(ThreadRuntime, WorkersLeaveAtTheAbortFlag)
+TEST(ThreadRuntime, WorkersEndWhenTheAbortFlagIsSet)
 {
     QZLibInit();
     {
         QZThread thread;
         QZThread::ThreadsAbort();
         EXPECT_EQ(QZThread::IsThreadsAbort(), 1);
-        // An idle worker is suspended and sees the flag when it is woken.
+        // An idle worker is suspended and reads the flag when it is resumed.
         QZTask task;
         EXPECT_EQ(thread.ExecOrNot(&task), 1);
         QZThread::WaitForThreadsEnd();

@@ -1,5 +1,5 @@
-// The parts of the frame that any thread may call, called by several at once. Short enough for every run of
-// the tests; under ThreadSanitizer it is the proof that their locks are complete.
+// The parts of the framework that any thread may call, called by several threads at once. The tests are short
+// enough for every run; under ThreadSanitizer they show data races.
 
 #include <atomic>
 #include <barrier>
@@ -40,8 +40,8 @@ void OnAllThreads(Work work)
     for (std::thread& thread : threads) thread.join();
 }
 
-/// Blocks of many sizes, each filled, kept for a while and checked before it is given back.
-int SpoiledBlocks(int thread)
+/// Fills blocks of many sizes, keeps them for a while and counts those that changed before their release.
+int CountChangedBlocks(int thread)
 {
     struct Block
     {
@@ -49,14 +49,14 @@ int SpoiledBlocks(int thread)
         std::size_t size = 0;
     };
     Block kept[16];
-    int spoiled = 0;
+    int changed = 0;
     const int fill = 0x41 + thread;
-    auto release = [&spoiled, fill](Block& block) {
-        if (!block.bytes) return;
+    auto release = [&changed, fill](Block& block) {
+        if (block.bytes == nullptr) return;
         for (std::size_t i = 0; i < block.size; ++i)
         {
             if (block.bytes[i] == fill) continue;
-            ++spoiled;
+            ++changed;
             break;
         }
         QZMemory::RecycleBuffer(block.bytes);
@@ -71,26 +71,26 @@ int SpoiledBlocks(int thread)
         std::memset(block.bytes, fill, block.size);
     }
     for (Block& block : kept) release(block);
-    return spoiled;
+    return changed;
 }
 
-TEST(FrameStress, BuffersOfManyThreadsDoNotMeet)
+TEST(FrameStress, BuffersOfDifferentThreadsDoNotOverlap)
 {
-    std::atomic<int> spoiled = 0;
-    OnAllThreads([&spoiled](int thread) { spoiled += SpoiledBlocks(thread); });
-    EXPECT_EQ(spoiled, 0);
+    std::atomic<int> changed = 0;
+    OnAllThreads([&changed](int thread) { changed += CountChangedBlocks(thread); });
+    EXPECT_EQ(changed, 0);
 }
 
-TEST(FrameStress, BuffersOfManyThreadsDoNotMeetInThePool)
+TEST(FrameStress, PooledBuffersOfDifferentThreadsDoNotOverlap)
 {
     QZEnvironment::UseMemPoolCache = 1;
-    std::atomic<int> spoiled = 0;
-    OnAllThreads([&spoiled](int thread) { spoiled += SpoiledBlocks(thread); });
+    std::atomic<int> changed = 0;
+    OnAllThreads([&changed](int thread) { changed += CountChangedBlocks(thread); });
     QZEnvironment::UseMemPoolCache = 0;
-    EXPECT_EQ(spoiled, 0);
+    EXPECT_EQ(changed, 0);
 }
 
-TEST(FrameStress, AFactoryNeverHandsAnObjectToTwoThreads)
+TEST(FrameStress, FactoryNeverGivesAnObjectToTwoThreads)
 {
     std::atomic<int> wrong = 0;
     std::atomic<bool> ended = false;
@@ -121,7 +121,7 @@ TEST(FrameStress, AFactoryNeverHandsAnObjectToTwoThreads)
     EXPECT_EQ(wrong, 0);
 }
 
-TEST(FrameStress, AnObjectMayBeRecycledOnAnotherThread)
+TEST(FrameStress, ObjectMayBeRecycledOnAnotherThread)
 {
     std::mutex lock;
     std::vector<QZString*> passed;
@@ -158,7 +158,7 @@ TEST(FrameStress, AnObjectMayBeRecycledOnAnotherThread)
     EXPECT_EQ(taken + left, kThreads / 2 * 300);
 }
 
-TEST(FrameStress, ExceptionsAreMadeAndGivenBackOnEveryThread)
+TEST(FrameStress, ExceptionsAreCreatedAndRecycledOnEveryThread)
 {
     std::atomic<int> right = 0;
     OnAllThreads([&right](int) {
@@ -172,7 +172,7 @@ TEST(FrameStress, ExceptionsAreMadeAndGivenBackOnEveryThread)
     EXPECT_EQ(right, kThreads * 100);
 }
 
-TEST(FrameStress, AMutexAndACriticalSectionLetOneThreadIn)
+TEST(FrameStress, MutexAndCriticalSectionAdmitOneThread)
 {
     QZMutex mutex;
     QZCriticalSection section;
@@ -195,7 +195,7 @@ TEST(FrameStress, AMutexAndACriticalSectionLetOneThreadIn)
     EXPECT_EQ(underSection, kThreads * 500);
 }
 
-TEST(FrameStress, ReadersOfOneJsonValueGetOneStringEach)
+TEST(FrameStress, ReadersOfOneJsonValueGetTheSameString)
 {
     for (int round = 0; round < 20; ++round)
     {
@@ -216,7 +216,7 @@ TEST(FrameStress, ReadersOfOneJsonValueGetOneStringEach)
 
 std::atomic<int> g_ran = 0;
 
-TEST(FrameStress, ThreadsMadeOnManyThreadsAllRun)
+TEST(FrameStress, ThreadsCreatedOnManyThreadsAllRun)
 {
     g_ran = 0;
     OnAllThreads([](int) {
@@ -227,7 +227,7 @@ TEST(FrameStress, ThreadsMadeOnManyThreadsAllRun)
             QZThread::Close(handle);
         }
     });
-    // A thread counts from its own first step on, so that the wait alone may come too early.
+    // A thread is counted only when it has begun to run, so waiting for the end of all threads is not enough.
     for (int wait = 0; wait < 10000 && g_ran < kThreads * 10; ++wait) QZThread::Sleep(1);
     EXPECT_EQ(g_ran, kThreads * 10);
     QZThread::WaitForThreadsEnd();

@@ -1,5 +1,5 @@
-// A server under clients that come, ask, stall and vanish at the same time; under ThreadSanitizer it is the
-// proof that its locks are complete.
+// A server with clients that connect, send requests, stall and disconnect at the same time; under
+// ThreadSanitizer the tests show data races.
 
 #include <atomic>
 #include <memory>
@@ -29,9 +29,9 @@ std::string Post(const std::string& path, std::size_t size)
            std::string(size, 'b');
 }
 
-/// One client's life: requests of several sizes, in pieces, with and without keep-alive, and ends of all
-/// kinds.
-int Live(unsigned short port, int client)
+/// Runs one client: requests of several sizes, in pieces, with and without keep-alive, and every way to end a
+/// connection. Returns the number of wrong answers.
+int RunClient(unsigned short port, int client)
 {
     int wrong = 0;
     for (int round = 0; round < kRounds; ++round)
@@ -57,7 +57,7 @@ int Live(unsigned short port, int client)
     return wrong;
 }
 
-/// What a host does meanwhile.
+/// Calls the status and maintenance functions of the server, as a host does, until done is set.
 void Watch(TestServer& server, const std::atomic<bool>& done)
 {
     while (!done)
@@ -72,7 +72,7 @@ void Watch(TestServer& server, const std::atomic<bool>& done)
     }
 }
 
-TEST(HttpStress, ClientsOfAllKindsAtATime)
+TEST(HttpStress, ServesClientsOfAllKindsAtTheSameTime)
 {
     Reports reports;
     TestServer server(&reports, nullptr, QZHttpServerEfficiencyOptions::QZHttpServerEfficiencyHigh);
@@ -81,7 +81,8 @@ TEST(HttpStress, ClientsOfAllKindsAtATime)
     std::atomic<bool> done{false};
     std::thread watcher([&] { Watch(server, done); });
     std::vector<std::thread> clients;
-    for (int i = 0; i < kClients; ++i) clients.emplace_back([&, i] { wrong += Live(server.GetPort(), i); });
+    for (int i = 0; i < kClients; ++i)
+        clients.emplace_back([&, i] { wrong += RunClient(server.GetPort(), i); });
     for (std::thread& client : clients) client.join();
     done = true;
     watcher.join();
@@ -89,7 +90,7 @@ TEST(HttpStress, ClientsOfAllKindsAtATime)
     EXPECT_TRUE(Eventually([&] { return server.ConnectCount() + server.ConnectCloseWaitCount() == 0; }));
 }
 
-TEST(HttpStress, AServerThatGoesUnderItsClients)
+TEST(HttpStress, ServerCanBeDestroyedWhileClientsSendRequests)
 {
     for (int round = 0; round < 3; ++round)
     {

@@ -1,8 +1,8 @@
 #ifndef QZLIB_TESTS_SUPPORT_QZ_HOOKS_H
 #define QZLIB_TESTS_SUPPORT_QZ_HOOKS_H
 
-/// A table of platform hooks for the time of a scope: failures on purpose, short transfers, a held clock, and
-/// a record of what went to the platform.
+/// A table of platform hooks that is active within a scope. It injects failures, shortens transfers, stops
+/// the clock and records the calls to the platform.
 
 #include <functional>
 #include <map>
@@ -30,15 +30,15 @@ public:
     Hooks(const Hooks&) = delete;
     Hooks& operator=(const Hooks&) = delete;
 
-    /// From now on the n-th operation (1 is the next) of this thread of that kind fails with the number; the
-    /// ones after it too when `ever`.
-    void Fail(os::Op operation, QZUInt32 error, int n = 1, bool ever = false)
+    /// Makes the n-th operation of this kind on this thread fail with the error number (1 is the next one);
+    /// with `always`, also all operations after it.
+    void Fail(os::Op operation, QZUInt32 error, int n = 1, bool always = false)
     {
         std::lock_guard<std::mutex> guard(m_lock);
-        m_rules[operation] = {n, error, -1, ever};
+        m_rules[operation] = {n, error, -1, always};
     }
 
-    /// From now on the n-th operation of that kind moves at most so many bytes.
+    /// Makes the n-th operation of this kind on this thread transfer at most this many bytes.
     void Shorten(os::Op operation, QZInt64 size, int n = 1)
     {
         std::lock_guard<std::mutex> guard(m_lock);
@@ -51,24 +51,24 @@ public:
         m_rules.erase(operation);
     }
 
-    /// The clock stands at this time until it is set again.
+    /// Stops the clock at this time until the next call.
     void SetClock(QZInt64 timestamp)
     {
         m_clock = timestamp;
         m_table.Clock = &Hooks::OnClock;
     }
 
-    /// Serial lines of the test's own, by path; null lets the system open one.
+    /// Sets the function that opens serial lines by path. If it returns null, the system opens the line.
     void SetOpenLine(std::function<os::Line*(const QZWChar*)> open)
     {
         m_openLine = std::move(open);
         m_table.OpenLine = &Hooks::OnOpenLine;
     }
 
-    /// What the system's clock would have been set to; the clock itself is never touched under hooks.
+    /// Returns the time that the system clock was last asked to take; hooks never change the clock itself.
     os::DateTime TimeSet() const { return m_timeSet; }
 
-    /// What this thread gave to the platform, in order.
+    /// Returns the events that this thread passed to the platform, in order.
     std::vector<std::pair<os::Event, QZInt64>> Events()
     {
         std::lock_guard<std::mutex> guard(m_lock);
@@ -88,7 +88,7 @@ private:
         int left;
         QZUInt32 error;
         QZInt64 size;
-        bool ever;
+        bool always;
     };
 
     static bool OnGate(void* context, os::Op operation, QZInt64* size, QZUInt32* error)
@@ -105,7 +105,7 @@ private:
             return true;
         }
         Rule now = rule;
-        if (!rule.ever) self->m_rules.erase(found);
+        if (!rule.always) self->m_rules.erase(found);
         if (now.size >= 0)
         {
             if (size != nullptr && *size > now.size) *size = now.size;
@@ -146,7 +146,7 @@ private:
     std::atomic<QZInt64> m_clock{0};
 };
 
-/// Waits (at most ten seconds) until the condition holds; whether it does.
+/// Waits at most ten seconds until the condition is true, and returns whether it is.
 template <typename Condition>
 bool Eventually(Condition condition)
 {

@@ -1,8 +1,8 @@
 #ifndef QZLIB_TESTS_SUPPORT_QZ_LINE_H
 #define QZLIB_TESTS_SUPPORT_QZ_LINE_H
 
-/// The far end of a serial line: a pseudo-terminal where the platform has one, else a line in this process
-/// that stands behind the platform's hooks. What a test does with it is the same.
+/// The remote end of a serial line: a pseudo-terminal where the platform has one, otherwise a line within
+/// this process that the platform hooks open. Tests use both in the same way.
 
 #include <functional>
 #include <memory>
@@ -17,44 +17,45 @@ namespace qztest
 class LinePeer
 {
 public:
-    /// What goes back for a byte; nothing for "".
+    /// Returns the reply to a received byte; empty means no reply.
     using Answer = std::function<std::string(unsigned char byte)>;
 
-    /// Without an answer the peer only takes what comes; Send is then the way back.
+    /// Without an answer function the peer only receives; Send then sends to the port.
     explicit LinePeer(Answer answer = {});
     ~LinePeer();
     LinePeer(const LinePeer&) = delete;
     LinePeer& operator=(const LinePeer&) = delete;
 
-    /// The name of the near end.
+    /// Returns the name with which the library opens the port.
     std::string Path() const;
 
     void Send(const std::string& bytes);
 
-    /// What came so far.
+    /// Returns the bytes received so far.
     std::string Received();
 
-    /// What came and what went back: "51>00 34>00", an unanswered byte as "34>". Sent bytes are not in it.
+    /// Returns the received bytes and their replies: "51>00 34>00", or "34>" for a byte without reply.
+    /// Bytes from Send are not included.
     std::string Log();
     void ClearLog();
 
-    /// The speed that the near end is set to.
+    /// Returns the speed that is set on the port.
     QZInt64 Speed() const;
 
-    /// From now on nothing is taken off the line, until it is full.
+    /// Stops receiving, so that the line fills up.
     void Hold();
 
-    /// Goes away: the near end fails from now on.
+    /// Closes the line: the port fails from now on.
     void HangUp();
 
-    /// Failures on purpose on this thread; the table is the peer's as long as it lives.
+    /// Injects failures on this thread; the hooks stay set as long as the peer exists.
     Hooks& Faults() { return m_hooks; }
 
 private:
     struct Platform;
     friend struct Platform;
 
-    /// A byte came; what goes back.
+    /// Records a received byte and returns the reply.
     std::string Take(unsigned char byte);
 
     Hooks m_hooks;

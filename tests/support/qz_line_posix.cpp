@@ -12,7 +12,7 @@
 namespace qztest
 {
 
-/// A pseudo-terminal and the thread that serves its far end.
+/// A pseudo-terminal and the thread that serves its remote end.
 struct LinePeer::Platform
 {
     explicit Platform(LinePeer* peer) : owner(peer)
@@ -20,7 +20,7 @@ struct LinePeer::Platform
         master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
         if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0) abort();
         path = ptsname(master);
-        // One near end stays open, so that the line outlives the connections of a test.
+        // The slave side stays open, so that the terminal remains when a test closes its port.
         slave = open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
         termios state{};
         tcgetattr(slave, &state);

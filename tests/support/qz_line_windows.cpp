@@ -9,21 +9,21 @@
 namespace qztest
 {
 
-/// The two ends of a line in this process. It outlives peer and port, whichever goes first.
+/// The state that both ends of a line in this process share. It lives until peer and port are both destroyed.
 struct Wire
 {
-    /// Room for bytes that nobody takes off the line.
-    static constexpr QZInt64 Capacity = 4096;
+    /// Number of bytes that the line takes while the peer does not receive.
+    static constexpr QZInt64 kCapacity = 4096;
 
     std::mutex lock;
     std::function<std::string(unsigned char)> take;
     std::deque<char> input;
     QZInt64 speed = 0;
     QZInt64 held = -1;
-    bool gone = false;
+    bool closed = false;
 };
 
-/// The near end.
+/// The end of the line that the library opens as a port.
 class WireLine : public os::Line
 {
 public:
@@ -35,7 +35,7 @@ public:
     {
         const std::lock_guard<std::mutex> guard(m_wire->lock);
         m_wire->speed = speed;
-        return !Gone();
+        return !Closed();
     }
 
     bool WatchInput() override { return true; }
@@ -55,7 +55,7 @@ public:
                     m_wire->input.pop_front();
                 }
                 if (*count == size) return os::LineResult::Done;
-                if (Gone()) return *count > 0 ? os::LineResult::Done : os::LineResult::Failed;
+                if (Closed()) return *count > 0 ? os::LineResult::Done : os::LineResult::Failed;
             }
             if (milliseconds >= 0 && os::MonotonicMicros() >= end)
                 return *count > 0 ? os::LineResult::Done : os::LineResult::Timeout;
@@ -70,7 +70,7 @@ public:
         {
             {
                 const std::lock_guard<std::mutex> guard(m_wire->lock);
-                if (Gone()) return os::LineResult::Failed;
+                if (Closed()) return os::LineResult::Failed;
                 if (m_wire->held < 0)
                 {
                     const std::string back = m_wire->take(static_cast<const unsigned char*>(buffer)[i]);
@@ -78,7 +78,7 @@ public:
                     ++*count;
                     continue;
                 }
-                if (++m_wire->held <= Wire::Capacity)
+                if (++m_wire->held <= Wire::kCapacity)
                 {
                     ++*count;
                     continue;
@@ -94,7 +94,7 @@ public:
     {
         const std::lock_guard<std::mutex> guard(m_wire->lock);
         *count = static_cast<QZInt64>(m_wire->input.size());
-        return !Gone();
+        return !Closed();
     }
 
     void CleanInput() override
@@ -104,10 +104,10 @@ public:
     }
 
 private:
-    bool Gone() const
+    bool Closed() const
     {
-        if (m_wire->gone) os::SetLastError(ERROR_GEN_FAILURE);
-        return m_wire->gone;
+        if (m_wire->closed) os::SetLastError(ERROR_GEN_FAILURE);
+        return m_wire->closed;
     }
 
     std::shared_ptr<Wire> m_wire;
@@ -126,7 +126,7 @@ LinePeer::LinePeer(Answer answer) : m_answer(std::move(answer)), m_platform(std:
     m_platform->wire->take = [this](unsigned char byte) { return Take(byte); };
     const Text device = Wide("\\\\.\\" + m_platform->path);
     m_hooks.SetOpenLine([device, wire = m_platform->wire](const QZWChar* path) -> os::Line* {
-        return device == path && !wire->gone ? new WireLine(wire) : nullptr;
+        return device == path && !wire->closed ? new WireLine(wire) : nullptr;
     });
 }
 
@@ -152,7 +152,7 @@ void LinePeer::Hold()
 void LinePeer::HangUp()
 {
     const std::lock_guard<std::mutex> guard(m_platform->wire->lock);
-    m_platform->wire->gone = true;
+    m_platform->wire->closed = true;
 }
 
 }  // namespace qztest

@@ -41,7 +41,7 @@ void AppendUtf8(std::string& out, char32_t c)
     }
 }
 
-std::atomic<int> g_brokenAssertions{0};
+std::atomic<int> g_failedAssertions{0};
 
 int HexDigit(char c)
 {
@@ -76,11 +76,11 @@ std::string Utf8(TextView text)
     return out;
 }
 
-std::string Utf8(const QZWChar* text) { return text ? Utf8(TextView(text)) : "<null>"; }
+std::string Utf8(const QZWChar* text) { return text != nullptr ? Utf8(TextView(text)) : "<null>"; }
 
 std::string Utf8(QZString* text)
 {
-    if (!text) return "<null>";
+    if (text == nullptr) return "<null>";
     const auto* units = static_cast<const QZWChar*>(static_cast<const void*>(text->GetPointer()));
     return Utf8(TextView(units, static_cast<std::size_t>(text->GetLength())));
 }
@@ -190,19 +190,19 @@ std::string TempDir::Read(std::string_view name) const
 
 bool TempDir::Exists(std::string_view name) const { return std::filesystem::exists(Path(name)); }
 
-void FailOnBrokenAssertion(QZBool condition)
+void FailOnFailedAssertion(QZBool condition)
 {
     if (condition) return;
-    ++g_brokenAssertions;
-    ADD_FAILURE() << "the library reported a broken assertion";
+    ++g_failedAssertions;
+    ADD_FAILURE() << "an assertion of the library failed";
 }
 
-int BrokenAssertions() { return g_brokenAssertions; }
+int FailedAssertionCount() { return g_failedAssertions; }
 
 void SetStandardHooks()
 {
     SetStandardMemoryHooks();
-    QZLibSetFunctionAssert(&FailOnBrokenAssertion);
+    QZLibSetFunctionAssert(&FailOnFailedAssertion);
 }
 
 Thrown TakeException(QZException* exception)

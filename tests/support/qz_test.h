@@ -1,7 +1,7 @@
 #ifndef QZLIB_TESTS_SUPPORT_QZ_TEST_H
 #define QZLIB_TESTS_SUPPORT_QZ_TEST_H
 
-/// What the tests share: text of every kind as UTF-8, bytes as hex, exceptions by code, folders that vanish.
+/// Helpers for all tests: text as UTF-8, bytes as hex digits, exceptions by code, temporary folders.
 
 #include <gtest/gtest.h>
 
@@ -18,55 +18,55 @@
 namespace qztest
 {
 
-/// Text in the library's own units.
+/// Text in the character type of the library.
 using Text = std::basic_string<QZWChar>;
 using TextView = std::basic_string_view<QZWChar>;
 
-/// UTF-16 to UTF-8, written apart from the library's own conversion. A lone surrogate becomes U+FFFD.
+/// Converts UTF-16 to UTF-8, independently of the library. A lone surrogate becomes U+FFFD.
 std::string Utf8(TextView text);
 std::string Utf8(const QZWChar* text);
 
-/// The text of a string object; "<null>" for a null pointer. The object stays with whoever owns it.
+/// Returns the text of a string object, or "<null>" for a null pointer. Does not recycle the object.
 std::string Utf8(QZString* text);
 inline std::string Utf8(QZString& text) { return Utf8(&text); }
 
-/// UTF-8 to UTF-16, for literals that a test writes as narrow text.
+/// Converts UTF-8 to UTF-16, for literals that a test writes as narrow text.
 Text Wide(std::string_view utf8);
 
-/// "48 65 6C" for the bytes at data.
+/// Returns the bytes as hex digits, such as "48 65 6C".
 std::string Hex(const void* data, std::size_t size);
 inline std::string Hex(std::string_view bytes) { return Hex(bytes.data(), bytes.size()); }
 
-/// "48 65 6C", "48656C" or any mix of blanks and digit pairs, as bytes.
+/// Returns the bytes for hex digits, such as "48 65 6C" or "48656C". Other characters are ignored.
 std::string Bytes(std::string_view hex);
 
-/// True when the program runs on Wine and not on Windows itself. False on other systems.
+/// Returns true if the program runs on Wine; false on Windows and all other systems.
 bool OnWine();
 
-/// Sets a variable of this process's environment; programs that it starts see it. Null takes it away.
+/// Sets an environment variable of this process and of the programs that it starts. Null removes it.
 void SetVariable(const char* name, const char* value);
 
-/// A program of its own that runs until its input ends.
+/// A separate program that runs until its input ends.
 class Program
 {
 public:
-    /// The line goes to the system's command interpreter.
+    /// Starts the program with a line for the command interpreter of the system.
     explicit Program(const std::string& line);
     ~Program() { End(); }
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    /// Ends its input and waits for it; its exit code.
+    /// Closes the input of the program, waits for its end and returns its exit code.
     int End();
 
 private:
     void* m_input;
 };
 
-/// The files that tests read, by path under tests/.
+/// Returns the full path of a file that tests read; the argument is relative to tests/.
 std::filesystem::path DataFile(std::string_view relative);
 
-/// A folder of the test's own, empty at the start, removed with everything in it at the end.
+/// A temporary folder, empty at first. The destructor removes it with its contents.
 class TempDir
 {
 public:
@@ -78,13 +78,13 @@ public:
     const std::filesystem::path& Path() const { return m_path; }
     std::filesystem::path Path(std::string_view name) const { return m_path / name; }
 
-    /// The path of a file in the folder, in the library's units. Empty name: the folder itself.
+    /// Returns the path of a file in the folder as UTF-16. An empty name means the folder itself.
     Text Name(std::string_view name = {}) const;
 
-    /// The same in the narrow page (plain ASCII paths only).
+    /// Returns the same path as narrow text (ASCII paths only).
     std::string NarrowName(std::string_view name = {}) const;
 
-    /// Writes and reads whole files without the library.
+    /// Write and read complete files without the library.
     void Write(std::string_view name, std::string_view bytes) const;
     std::string Read(std::string_view name) const;
     bool Exists(std::string_view name) const;
@@ -93,20 +93,20 @@ private:
     std::filesystem::path m_path;
 };
 
-/// The standard assert hook of a test program: a broken assertion fails the running test.
-void FailOnBrokenAssertion(QZBool condition);
+/// The standard assert hook of a test program: a failed assertion of the library fails the running test.
+void FailOnFailedAssertion(QZBool condition);
 
-/// How many broken assertions the standard hook has seen since the program started.
-int BrokenAssertions();
+/// Returns the number of failed assertions that the standard hook has counted since the program started.
+int FailedAssertionCount();
 
-/// Puts the library's own copy, move and clean into the hook slots. The first call must come before any test
-/// has set a hook of its own.
+/// Sets the hooks for copy, move and clean to those of the library. The first call must come before any test
+/// sets another hook.
 void SetStandardMemoryHooks();
 
-/// The same, and the standard assert hook.
+/// Sets the standard memory hooks and the standard assert hook.
 void SetStandardHooks();
 
-/// What a call threw.
+/// The exception that a call threw, if any.
 struct Thrown
 {
     bool thrown = false;
@@ -117,10 +117,10 @@ struct Thrown
     std::string argumentTrace;  ///< UTF-8
 };
 
-/// Notes what the exception says and gives it back to the factory.
+/// Copies the contents of the exception and recycles it.
 Thrown TakeException(QZException* exception);
 
-/// Runs the call; what it throws is noted and recycled.
+/// Runs the call. Copies the contents of an exception and recycles it.
 template <typename Call>
 Thrown Catch(Call&& call)
 {
@@ -135,7 +135,7 @@ Thrown Catch(Call&& call)
     return {};
 }
 
-/// For EXPECT_QZ_THROW and its like: success, or what came instead.
+/// Compare the exception for EXPECT_QZ_THROW and similar macros; the result describes a difference.
 ::testing::AssertionResult ThrewCode(const char* expression, const Thrown& thrown, QZInt64 code);
 ::testing::AssertionResult ThrewMessage(const char* expression, const Thrown& thrown, QZInt64 code,
                                         std::string_view message);
@@ -145,31 +145,31 @@ Thrown Catch(Call&& call)
 
 #define QZ_TEST_CATCH(statement) ::qztest::Catch([&]() { statement; })
 
-/// The statement throws a QZException (or a class of its family) with this code. The exception is recycled.
+/// Expects that the statement throws a QZException (or a derived class) with this code, and recycles it.
 #define EXPECT_QZ_THROW(statement, code) \
     EXPECT_TRUE(::qztest::ThrewCode(#statement, QZ_TEST_CATCH(statement), code))
 #define ASSERT_QZ_THROW(statement, code) \
     ASSERT_TRUE(::qztest::ThrewCode(#statement, QZ_TEST_CATCH(statement), code))
 
-/// ... and its message, as UTF-8, is this.
+/// Expects an exception with this code and this message (in UTF-8).
 #define EXPECT_QZ_THROW_MESSAGE(statement, code, message) \
     EXPECT_TRUE(::qztest::ThrewMessage(#statement, QZ_TEST_CATCH(statement), code, message))
 
-/// The statement throws no QZException. What it throws all the same is told and recycled.
+/// Expects that the statement throws no QZException. Reports and recycles an exception.
 #define EXPECT_QZ_NO_THROW(statement) \
     EXPECT_TRUE(::qztest::ThrewNothing(#statement, QZ_TEST_CATCH(statement)))
 #define ASSERT_QZ_NO_THROW(statement) \
     ASSERT_TRUE(::qztest::ThrewNothing(#statement, QZ_TEST_CATCH(statement)))
 
-/// Texts of any kind that Utf8 takes, against UTF-8 or ASCII.
+/// Compares text of any kind that Utf8 accepts with UTF-8 or ASCII text.
 #define EXPECT_QZ_TEXT(text, utf8) EXPECT_EQ(::qztest::Utf8(text), std::string(utf8))
 #define ASSERT_QZ_TEXT(text, utf8) ASSERT_EQ(::qztest::Utf8(text), std::string(utf8))
 
-/// Bytes in memory against hex digits: EXPECT_BYTES(p, 4, "01 02 03 04").
+/// Compares bytes in memory with hex digits: EXPECT_BYTES(p, 4, "01 02 03 04").
 #define EXPECT_BYTES(data, size, hex) \
     EXPECT_EQ(::qztest::Hex(data, static_cast<std::size_t>(size)), ::qztest::Hex(::qztest::Bytes(hex)))
 
-/// Leaves the test out on Wine, with the reason in the results. Only for what Wine itself lacks.
+/// Skips the test on Wine and records the reason. Only for functions that Wine does not support.
 #define QZ_SKIP_ON_WINE(reason) \
     if (::qztest::OnWine()) GTEST_SKIP() << "on Wine: " << reason
 

@@ -1,8 +1,8 @@
-// The main of a test program: the library runs from before the first test until after the last.
+// The main function of a test program: starts the library before the first test, ends it after the last.
 //
-// Tests may put hooks of their own into the library's slots. After each test the slots hold the standard ones
-// again: the library's own copy, move and clean, and an assert hook with which a broken assertion fails the
-// test in which it happens. A test that breaks one on purpose counts it (see AssertWatch).
+// Tests may replace the hooks of the library. After each test the standard hooks are set again: copy, move
+// and clean of the library, and an assert hook that fails the current test when an assertion of the library
+// fails. A test that expects a failed assertion counts it with AssertWatch.
 
 #include <gtest/gtest.h>
 
@@ -29,8 +29,8 @@ int main(int argc, char** argv)
     qztest::SetStandardHooks();
     ::testing::UnitTest::GetInstance()->listeners().Append(new StandardHooks());
     const int result = RUN_ALL_TESTS();
-    // What lives in the caches goes now, and must be as sound as in a test.
+    // This destroys the cached objects; a failed assertion here fails the program.
     QZLibDispose();
-    if (result == 0 && qztest::BrokenAssertions() > 0) return 1;
+    if (result == 0 && qztest::FailedAssertionCount() > 0) return 1;
     return result;
 }

@@ -1,4 +1,4 @@
-// The main of a program whose tests start and stop the library themselves.
+// The main function of a program whose tests start and end the library themselves.
 
 #include <gtest/gtest.h>
 

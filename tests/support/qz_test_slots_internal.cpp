@@ -7,7 +7,7 @@ namespace qztest
 
 void SetStandardMemoryHooks()
 {
-    // What stood in the slots when the library had just been started.
+    // The hooks that the library itself set at its start.
     static const auto copy = g_qzMemCopy;
     static const auto move = g_qzMemMove;
     static const auto clean = g_qzMemClean;

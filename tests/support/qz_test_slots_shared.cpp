@@ -8,7 +8,7 @@ namespace qztest
 
 void SetStandardMemoryHooks()
 {
-    // A host cannot read the slots, so it puts plain ones in.
+    // A host cannot read the slots, so these hooks do the same work.
     QZLibSetFunctionMemCopy([](void* destination, void* source, QZInt64 size) {
         std::memmove(destination, source, static_cast<std::size_t>(size));
     });
