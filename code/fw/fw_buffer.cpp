@@ -2,6 +2,7 @@
 
 #include "fw/fw_exception_code.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_memory_pool.h"
 #include "fw/internal/fw_memory_raw.h"
 #include "sys/internal/sys_memory.h"
 #include "sys/sys_bytes.h"

@@ -2,7 +2,7 @@
 
 #include "fw/fw_memory.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "sys/internal/sys_error.h"
 
 const QZInt64 QZCollection::Type;
@@ -58,10 +58,9 @@ QZBool QZCollection::Append(QZCollection* other) { return Append(other->GetPoint
 void QZCollection::CheckIndex(QZInt64 index, const QZWChar* method)
 {
     if (!IsIndex(index))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible),
-                      QZ_W("QZCollection"), method)
+        QZRaise(QZExceptionCode::MemoryInaccessible, QZ_W("QZCollection"), method)
             .Argument(QZ_W("QZInt64"), index)
-            .Exception();
+            .Throw();
 }
 
 QZBool QZCollection::RemoveElement(QZInt64 index)
@@ -103,11 +102,10 @@ QZUInt64 QZCollection::GetElement(QZInt64 index)
 QZBool QZCollection::SetElement(QZInt64 index, QZUInt64 value)
 {
     if (!IsIndex(index))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible),
-                      QZ_W("QZCollection"), QZ_W("SetElement"))
+        QZRaise(QZExceptionCode::MemoryInaccessible, QZ_W("QZCollection"), QZ_W("SetElement"))
             .Argument(QZ_W("QZInt64"), index)
             .Argument(QZ_W("QZUInt64"), static_cast<QZInt64>(value))
-            .Exception();
+            .Throw();
     Words()[index + 1] = value;
     return 1;
 }
@@ -195,10 +193,9 @@ void QZCollection::MinToMax(QZCollection* other)
 {
     // This direction raises no assertion report for a null: only its sister does.
     if (!other)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZCollection"),
-                      QZ_W("MinToMax"))
+        QZRaise(QZExceptionCode::NullPointer, QZ_W("QZCollection"), QZ_W("MinToMax"))
             .Argument(QZ_W("QZCollection*"), other, 0)
-            .Exception();
+            .Throw();
     KeyedSort(other, SignedGreater);
 }
 
@@ -207,10 +204,7 @@ void QZCollection::MinToMax() { ShellSort(SignedGreater); }
 QZInt64 QZCollection::GetMax()
 {
     const QZInt64 count = CountOf();
-    if (count < 1)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectWasNotFound),
-                      QZ_W("QZCollection"), QZ_W("GetMax"))
-            .Exception();
+    if (count < 1) QZRaise(QZExceptionCode::ObjectWasNotFound, QZ_W("QZCollection"), QZ_W("GetMax")).Throw();
     const QZUInt64* elements = Words() + 1;
     QZUInt64 best = elements[0];
     for (QZInt64 i = 1; i < count; ++i)
@@ -221,10 +215,7 @@ QZInt64 QZCollection::GetMax()
 QZInt64 QZCollection::GetMin()
 {
     const QZInt64 count = CountOf();
-    if (count < 1)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectWasNotFound),
-                      QZ_W("QZCollection"), QZ_W("GetMin"))
-            .Exception();
+    if (count < 1) QZRaise(QZExceptionCode::ObjectWasNotFound, QZ_W("QZCollection"), QZ_W("GetMin")).Throw();
     const QZUInt64* elements = Words() + 1;
     QZUInt64 best = elements[0];
     for (QZInt64 i = 1; i < count; ++i)
@@ -238,11 +229,10 @@ void QZCollection::MoveElement(QZInt64 from, QZInt64 to)
     const bool goodTo = IsIndex(to);
     // A single bad index is let pass without a word; callers move "as far as it goes" with it.
     if (!goodFrom && !goodTo)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZCollection"), QZ_W("MoveElement"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZCollection"), QZ_W("MoveElement"))
             .Argument(QZ_W("QZInt64"), from)
             .Argument(QZ_W("QZInt64"), to)
-            .Exception();
+            .Throw();
     if (!goodFrom || !goodTo || from == to) return;
     QZUInt64* elements = Words() + 1;
     const QZUInt64 moved = elements[from];

@@ -1,6 +1,6 @@
 #include "fw/fw_container.h"
 
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 const QZInt64 QZContainer::Type;
 
@@ -11,16 +11,14 @@ QZInt64 QZContainer::Count() { return m_count; }
 void QZContainer::Lock(QZObject* object, const QZWChar* method)
 {
     if (!object)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZContainer"),
-                      method)
+        QZRaise(QZExceptionCode::NullPointer, QZ_W("QZContainer"), method)
             .Argument(QZ_W("QZObject*"), object, 0)
-            .Exception();
+            .Throw();
     // A locked object stands in a container or belongs to somebody: SetDisposable throws then.
     if (!object->SetDisposable(GetObjectID(), 0))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked),
-                      QZ_W("QZContainer"), method)
+        QZRaise(QZExceptionCode::ObjectIsLocked, QZ_W("QZContainer"), method)
             .Argument(QZ_W("QZObject*"), static_cast<QZInt64>(object->GetObjectID()))
-            .Exception();
+            .Throw();
 }
 
 void QZContainer::Append(QZObject* object)
@@ -114,10 +112,9 @@ QZBool QZContainer::RemoveElement(QZInt64 index) { return RemoveElement(GetEleme
 QZObject* QZContainer::GetElement(QZInt64 index)
 {
     if (index < 0 || index >= m_count)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZContainer"), QZ_W("GetElement"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZContainer"), QZ_W("GetElement"))
             .Argument(QZ_W("QZInt64"), index)
-            .Exception();
+            .Throw();
     QZObject* object = m_first;
     for (QZInt64 i = 0; object && i < index; ++i) object = object->m_next;
     return object;

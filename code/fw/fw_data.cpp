@@ -3,14 +3,12 @@
 #include <limits>
 #include <type_traits>
 
-#include "fw/fw_data_factory.h"
-#include "fw/fw_keyed.h"
 #include "fw/fw_library.h"
 #include "fw/fw_memory.h"
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_data_find.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 const QZInt64 QZData::Type;
 
@@ -21,30 +19,27 @@ const QZWChar* const kClass = QZ_W("QZData");
 
 [[noreturn]] void ThrowNoStorage(const QZWChar* method, QZInt64 size)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), kClass,
-                  method)
+    QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), kClass, method)
         .Argument(QZ_W("QZInt64"), size)
-        .Exception();
+        .Throw();
 }
 
 /// Bytes that are put into a buffer must be there and of a countable number.
 void CheckBytes(const void* p, QZInt64 size, const QZWChar* method)
 {
     if (size < 0 || (!p && size > 0))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
-                      method)
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, method)
             .Argument(QZ_W("QZPVoid"), p, 0)
             .Argument(QZ_W("QZInt64"), size)
-            .Exception();
+            .Throw();
 }
 
 void CheckObject(const QZData* data, const QZWChar* method)
 {
     if (!data)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
-                      method)
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, method)
             .Argument(QZ_W("QZData*"), static_cast<const void*>(nullptr), 0)
-            .Exception();
+            .Throw();
 }
 
 /// A private copy of bytes, for sources that lie in the very buffer that is about to change.
@@ -83,21 +78,17 @@ QZData::QZData(const void* p, QZInt64 size)
     {
         // No bytes to copy is the caller's failure, no room for them is not.
         if (size >= 0) CheckBytes(p, size, kClass);
-        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                      kClass, kClass)
+        QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), kClass, kClass)
             .Argument(QZ_W("QZPVoid"), p, 0)
             .Argument(QZ_W("QZInt64"), size)
-            .Exception();
+            .Throw();
     }
     if (size > 0) QZMemCopy(GetPointer(), p, size);
 }
 
 QZData::QZData(const void* raw) : m_block(nullptr)
 {
-    if (!raw)
-        throw QZTrace(QZExceptionFactory::CreateException(), kClass, kClass)
-            .Argument(QZ_W("QZPVoid"), raw, 0)
-            .Exception();
+    if (!raw) QZRaise(0, kClass, kClass).Argument(QZ_W("QZPVoid"), raw, 0).Throw();
     m_block = block::Copy(raw);
     if (!m_block) ThrowNoStorage(kClass, block::Size(raw));
 }
@@ -279,106 +270,6 @@ void QZData::Prepend(const void* p, QZInt64 size)
     PrependBytes(copy.Pointer(), size);
 }
 
-/// @return null, or the exception to throw; then there is no result
-QZException* QZData::ReplaceInto(QZData** result, const void* find, QZInt64 findSize, const void* with,
-                                 QZInt64 withSize)
-{
-    m_findPosition = -1;
-    if (findSize == 0) return QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
-    *result = QZDataFactory::CreateData();
-    void** target = &(*result)->m_block;
-    const QZInt64 bound = QZBytesReplaceBound(GetSize(), findSize, withSize);
-    if (bound < 0 || !block::Resize(target, bound))
-    {
-        QZDataFactory::Recycle(result);
-        return QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory));
-    }
-    const QZInt64 size =
-        QZBytesReplace(block::Data(*target), GetPointer(), GetSize(), find, findSize, with, withSize);
-    block::Resize(target, size);
-    return nullptr;
-}
-
-QZData* QZData::Replace(const QZData* find, const QZData* with)
-{
-    CheckObject(find, QZ_W("Replace"));
-    CheckObject(with, QZ_W("Replace"));
-    QZData* result = nullptr;
-    QZException* failure =
-        ReplaceInto(&result, find->GetPointer(), find->GetSize(), with->GetPointer(), with->GetSize());
-    if (failure)
-        throw QZTrace(failure, kClass, QZ_W("Replace"))
-            .Argument(QZ_W("QZData*"), find->GetPointer(), find->GetSize())
-            .Argument(QZ_W("QZData*"), with->GetPointer(), with->GetSize())
-            .Exception();
-    return result;
-}
-
-QZData* QZData::Replace(const void* find, QZInt64 findSize, const void* with, QZInt64 withSize)
-{
-    QZData* result = nullptr;
-    QZException* failure = ReplaceInto(&result, find, findSize, with, withSize);
-    // Bytes of a length that nobody can have are not shown.
-    const auto shown = [](QZInt64 size) { return size < 0 || size >> 40 != 0 ? 0 : size; };
-    if (failure)
-        throw QZTrace(failure, kClass, QZ_W("Replace"))
-            .Argument(QZ_W("QZPVoid"), find, shown(findSize))
-            .Argument(QZ_W("QZInt64"), findSize)
-            .Argument(QZ_W("QZPVoid"), with, shown(withSize))
-            .Argument(QZ_W("QZInt64"), withSize)
-            .Exception();
-    return result;
-}
-
-QZDataCollection* QZData::Split(const QZData* separator)
-{
-    const void* pattern = separator ? separator->GetPointer() : nullptr;
-    const QZInt64 patternSize = separator ? separator->GetSize() : 0;
-    QZDataCollection* pieces = QZDataFactory::CreateDataCollection();
-    QZData* piece = nullptr;
-    try
-    {
-        QZInt64 start = 0;
-        for (bool last = false; !last;)
-        {
-            const unsigned char* from = block::Data(m_block) + start;
-            const QZInt64 rest = GetSize() - start;
-            const QZInt64 found = patternSize > 0 ? QZBytesFind(from, rest, pattern, patternSize) : -1;
-            last = found < 0;
-            piece = QZDataFactory::CreateData();
-            piece->Set(from, last ? rest : found);
-            pieces->Push(piece);
-            piece = nullptr;
-            start += found + patternSize;
-        }
-    }
-    catch (QZException* e)
-    {
-        if (piece) QZDataFactory::Recycle(&piece);
-        Recycle(&pieces);
-        QZTrace(e, kClass, QZ_W("Split")).Argument(QZ_W("QZData*"), pattern, patternSize);
-        throw;
-    }
-    return pieces;
-}
-
-void QZData::Recycle(QZDataCollection** collection)
-{
-    if (!*collection)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    while ((*collection)->Count() > 0)
-    {
-        QZData* data = (*collection)->Pop();
-        QZDataFactory::Recycle(&data);
-    }
-    QZDataFactory::Recycle(collection);
-}
-
-void QZData::Recycle(QZData** data) { QZDataFactory::Recycle(data); }
-
 QZBool QZData::Check() const { return block::Check(m_block); }
 
 void QZData::Set(const QZData* source)
@@ -430,10 +321,7 @@ T QZData::Load(QZInt64 index, const QZWChar* method) const
 {
     const unsigned char* place = Element(index, sizeof(T));
     if (!place)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), kClass,
-                      method)
-            .Argument(QZ_W("QZInt64"), index)
-            .Exception();
+        QZRaise(QZExceptionCode::MemoryInaccessible, kClass, method).Argument(QZ_W("QZInt64"), index).Throw();
     return QZLoad<T>(place);
 }
 
@@ -443,11 +331,10 @@ void QZData::Store(QZInt64 index, T value, const QZWChar* method, const QZWChar*
     using Shown = std::conditional_t<std::is_floating_point_v<T>, double, QZInt64>;
     unsigned char* place = Element(index, sizeof(T));
     if (!place)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), kClass,
-                      method)
+        QZRaise(QZExceptionCode::MemoryInaccessible, kClass, method)
             .Argument(QZ_W("QZInt64"), index)
             .Argument(type, static_cast<Shown>(value))
-            .Exception();
+            .Throw();
     const unsigned char* first = QZAt(m_block, block::kHeaderSize);
     if (place >= first) return QZStore(place, value);
     // In front of data without enough head room lie the block's own words; those bytes are left out.

@@ -9,8 +9,9 @@
 #include "fw/fw_time.h"
 #include "fw/fw_value.h"
 #include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_start.h"
 #include "fw/internal/fw_status.h"
-#include "fw/internal/fw_trace.h"
 
 namespace
 {
@@ -52,7 +53,7 @@ T* QZDataFactory::TakeValue(Cache cache, V value)
     {
         data->SetValue(value);
     }
-    catch (QZException*)
+    catch (...)
     {
         GiveBack(cache, &data);
         throw;
@@ -85,10 +86,10 @@ QZData* QZDataFactory::CreateData(QZInt64 type, QZData* source)
     {
         data->Set(source);
     }
-    catch (QZException* e)
+    catch (...)
     {
         GiveBack(cache, &data);
-        QZTrace trace(e, QZ_W("QZDataFactory"), QZ_W("CreateData"));
+        QZPassOn trace(QZ_W("QZDataFactory"), QZ_W("CreateData"));
         trace.Argument(QZ_W("QZInt64"), type);
         if (source)
             trace.Argument(QZ_W("QZData*"), source->GetPointer(), source->GetSize());
@@ -139,9 +140,7 @@ void QZDataFactory::Recycle(QZData** data)
     if (type == QZCollection::Type) return GiveBack(kCollection, data);
     const Cache cache = CacheOf(type);
     if (cache != kData || type == QZData::Type) return GiveBack(cache, data);
-    throw QZTrace(QZExceptionFactory::CreateException(), QZ_W("QZDataFactory"), QZ_W("Recycle"))
-        .Argument(QZ_W("QZData**"), type)
-        .Exception();
+    QZRaise(0, QZ_W("QZDataFactory"), QZ_W("Recycle")).Argument(QZ_W("QZData**"), type).Throw();
 }
 
 void QZDataFactory::Recycle(QZDataDatetime** data) { GiveBack(kDatetime, data); }
@@ -170,7 +169,13 @@ QZInt64 QZDataFactory::GetMemorySize()
     return size;
 }
 
-void QZDataFactoryInit()
+struct QZDataFactoryStart
+{
+    static void Init();
+    static void End();
+};
+
+void QZDataFactoryStart::Init()
 {
     using Factory = QZDataFactory;
     if (Factory::m_caches[Factory::kData]) return;
@@ -189,7 +194,9 @@ void QZDataFactoryInit()
     Factory::m_caches[Factory::kCollection] = new QZCache<QZCollection>(-1, -1);
 }
 
-void QZDataFactoryEnd()
+void QZDataFactoryInit() { QZDataFactoryStart::Init(); }
+
+void QZDataFactoryStart::End()
 {
     for (QZObjectCache*& cache : QZDataFactory::m_caches)
     {
@@ -199,6 +206,8 @@ void QZDataFactoryEnd()
         cache = nullptr;
     }
 }
+
+void QZDataFactoryEnd() { QZDataFactoryStart::End(); }
 
 QZJsonObject* QZDataFactory::GetStatus()
 {

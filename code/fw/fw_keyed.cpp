@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "fw/fw_string_factory.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 const QZInt64 QZObjectCollection::Type;
 const QZInt64 QZDataCollection::Type;
@@ -274,9 +274,7 @@ private:
 template <typename Key>
 [[noreturn]] void ThrowKey(QZInt64 code, const QZWChar* method, const QZWChar* type, Key key)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(code), QZ_W("QZKeyValueCollection"), method)
-        .Argument(type, key)
-        .Exception();
+    QZRaise(code, QZ_W("QZKeyValueCollection"), method).Argument(type, key).Throw();
 }
 
 const QZWChar* TypeName(const char*) { return QZ_W("QZChar*"); }
@@ -321,7 +319,7 @@ QZBool QZKeyValueCollection::AddToCollection(QZString* key, QZObject* object)
         if (!object) ThrowKey(QZExceptionCode::NullPointer, method, type, key);
         object->SetDisposable(GetObjectID(), 0);
     }
-    catch (QZException*)
+    catch (...)
     {
         if (key) QZStringFactory::Recycle(&key);
         throw;
@@ -337,7 +335,7 @@ void QZKeyValueCollection::AddEntry(QZString* key, QZObject* object)
     {
         object->SetDisposable(GetObjectID(), 0);
     }
-    catch (QZException*)
+    catch (...)
     {
         QZStringFactory::Recycle(&key);
         throw;
@@ -354,7 +352,7 @@ void QZKeyValueCollection::PushEntry(QZString* key, QZObject* object)
         m_lists->objects->Push(object);
         m_lists->keys->Push(key);
     }
-    catch (QZException*)
+    catch (...)
     {
         // The lists stay in step, and object and key are as free as they came.
         if (m_lists->objects->Count() > count) m_lists->objects->Pop();

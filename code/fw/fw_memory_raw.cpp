@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "fw/fw_exception_code.h"
-#include "fw/fw_memory.h"
 #include "fw/internal/fw_hooks.h"
 #include "sys/internal/sys_memory.h"
 #include "sys/internal/sys_process.h"
@@ -90,7 +89,7 @@ bool MemoryOccupy(void* block, QZInt64 size)
 
 void* MemoryRawAllocate(QZInt64 size)
 {
-    void* block = QZMemory::MemoryTest ? TestedHeapBlock(size) : os::HeapAllocate(size);
+    void* block = *g_memoryTestSwitch != 0 ? TestedHeapBlock(size) : os::HeapAllocate(size);
     if (!block) return nullptr;
     Add(&g_totalBytes, size);
     Add(&g_liveBlocks, 1);
@@ -103,7 +102,7 @@ void* MemoryRawResize(void* block, QZInt64 newSize, QZInt64 oldSize, QZInt64* tr
     Add(&g_operations, 1);
     if (newSize != static_cast<QZInt32>(newSize)) return nullptr;
     void* moved;
-    if (QZMemory::MemoryTest)
+    if (*g_memoryTestSwitch != 0)
     {
         moved = TestedHeapBlock(newSize);
         if (moved)
@@ -130,7 +129,7 @@ void MemoryRawFree(void* block, QZInt64 size)
     os::HeapFree(block);
 }
 
-void QZMemory::AllocInfo(QZInt64* count, QZInt64* bytes)
+void MemoryRawInfo(QZInt64* count, QZInt64* bytes)
 {
     QZUInt64 workingSet = 0;
     if (g_operations.load(std::memory_order_relaxed) > 10000 && os::ProcessWorkingSet(&workingSet))
@@ -142,7 +141,7 @@ void QZMemory::AllocInfo(QZInt64* count, QZInt64* bytes)
     *bytes = g_totalBytes.load(std::memory_order_relaxed);
 }
 
-void QZMemory::OccupiedInfo(QZInt64* count, QZInt64* bytes)
+void MemoryOccupiedInfo(QZInt64* count, QZInt64* bytes)
 {
     *count = g_occupiedCount;
     *bytes = g_occupiedBytes;
