@@ -344,6 +344,22 @@ void QZData::Store(QZInt64 index, T value, const QZWChar* method, const QZWChar*
         if (place + i >= first) place[i] = bytes[i];
 }
 
+// The forms are exported symbols of the library, whether the compiler inlines them or not.
+template void QZData::Store<QZInt64>(QZInt64 index, QZInt64 value, const QZWChar* method,
+                                     const QZWChar* type);
+template void QZData::Store<QZUInt64>(QZInt64 index, QZUInt64 value, const QZWChar* method,
+                                      const QZWChar* type);
+template void QZData::Store<double>(QZInt64 index, double value, const QZWChar* method, const QZWChar* type);
+template void QZData::Store<QZInt32>(QZInt64 index, QZInt32 value, const QZWChar* method,
+                                     const QZWChar* type);
+template void QZData::Store<QZUInt32>(QZInt64 index, QZUInt32 value, const QZWChar* method,
+                                      const QZWChar* type);
+template void QZData::Store<QZInt16>(QZInt64 index, QZInt16 value, const QZWChar* method,
+                                     const QZWChar* type);
+template void QZData::Store<QZUInt16>(QZInt64 index, QZUInt16 value, const QZWChar* method,
+                                      const QZWChar* type);
+template void QZData::Store<QZByte>(QZInt64 index, QZByte value, const QZWChar* method, const QZWChar* type);
+
 QZInt64 QZData::GetValueInt64(QZInt64 index) const { return Load<QZInt64>(index, QZ_W("GetValueInt64")); }
 
 QZUInt64 QZData::GetValueUInt64(QZInt64 index) const { return Load<QZUInt64>(index, QZ_W("GetValueUInt64")); }
