@@ -87,7 +87,7 @@ QZInt64 QZCollection::RemoveByValue(QZUInt64 value)
 
 QZBool QZCollection::Equals(QZCollection* other)
 {
-    if (!other) return 0;
+    if (other == nullptr) return 0;
     const QZInt64 count = Count();
     if (other->Count() != count) return 0;
     return QZMemory::Equals(GetPointer() + 1, other->GetPointer() + 1, count * 8);
@@ -178,8 +178,8 @@ void QZCollection::KeyedSort(QZCollection* other, Wrong wrong)
 void QZCollection::MaxToMin(QZCollection* other)
 {
     const QZUInt64* pointer = GetPointer();
-    const QZUInt64* pointerOfOther = other ? other->GetPointer() : nullptr;
-    if (!pointer || !pointerOfOther)
+    const QZUInt64* pointerOfOther = other != nullptr ? other->GetPointer() : nullptr;
+    if (pointer == nullptr || pointerOfOther == nullptr)
     {
         os::AssertReport("POINTER != QZNull && POINTER_TAR != QZNull", "code/fw/fw_collection", 152);
         return;
@@ -192,7 +192,7 @@ void QZCollection::MaxToMin() { ShellSort(SignedLess); }
 void QZCollection::MinToMax(QZCollection* other)
 {
     // This direction raises no assertion report for a null: only its sister does.
-    if (!other)
+    if (other == nullptr)
         QZRaise(QZExceptionCode::NullPointer, QZ_W("QZCollection"), QZ_W("MinToMax"))
             .Argument(QZ_W("QZCollection*"), other, 0)
             .Throw();

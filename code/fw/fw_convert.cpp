@@ -93,7 +93,7 @@ QZBool Try(Text text, Value* value, Reader read)
 /// 1, 0, or -1 for a text that is neither "true" nor "false" in any case.
 int Truth(QZString* text)
 {
-    if (!text) return -1;
+    if (text == nullptr) return -1;
     if (text->Equals(QZ_W("true"), 1)) return 1;
     return text->Equals(QZ_W("false"), 1) ? 0 : -1;
 }
@@ -101,7 +101,7 @@ int Truth(QZString* text)
 template <typename Text>
 int Truth(Text text)
 {
-    if (!text) return -1;
+    if (text == nullptr) return -1;
     const QZScopedString copy(QZStringFactory::CreateString(text));
     return Truth(copy.Get());
 }
@@ -248,7 +248,7 @@ QZInt64 QZConvert::UInt64ToStringHex(QZUInt64 value, QZWChar* buffer)
     QZWChar units[number::kBufferUnits];
     const int count = number::WriteUInt64Hex(units, value);
     const QZInt64 size = count * static_cast<QZInt64>(sizeof(QZWChar));
-    if (buffer) QZMemCopy(buffer, units, size);
+    if (buffer != nullptr) QZMemCopy(buffer, units, size);
     return size;
 }
 
@@ -479,7 +479,7 @@ QZDateTime* QZConvert::StringToDateTime(QZString* text)
 {
     try
     {
-        if (text) return ReadDateTime(text);
+        if (text != nullptr) return ReadDateTime(text);
     }
     catch (QZException* e)
     {
@@ -498,7 +498,7 @@ void QZConvert::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
 
 void QZConvert::Recycle(QZDateTime** time)
 {
-    if (!*time)
+    if (*time == nullptr)
     {
         QZLibAssert(0);
         return;

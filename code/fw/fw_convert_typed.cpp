@@ -29,12 +29,12 @@ constexpr QZInt64 kUnit = sizeof(QZWChar);
 
 void CheckData(const QZData* data)
 {
-    if (!data) ThrowNull(QZ_W("DataToText"), QZ_W("QZData*"));
+    if (data == nullptr) ThrowNull(QZ_W("DataToText"), QZ_W("QZData*"));
 }
 
 void CheckText(const void* text, const QZWChar* type)
 {
-    if (!text) ThrowNull(QZ_W("TextToData"), type);
+    if (text == nullptr) ThrowNull(QZ_W("TextToData"), type);
 }
 
 QZString* HexText(const void* bytes, QZInt64 size, const hex::Layout& layout)
@@ -242,7 +242,7 @@ QZString* QZConvert::DataToText(QZInt64 offset, QZData* data, QZInt64 width, QZB
 QZString* QZConvert::DataToText(QZInt64 offset, const void* bytes, QZInt64 size, QZInt64 width,
                                 QZBool showOffset, QZBool spaced)
 {
-    if (!bytes && size > 0) ThrowNull(QZ_W("DataToText"), QZ_W("QZPVoid"));
+    if (bytes == nullptr && size > 0) ThrowNull(QZ_W("DataToText"), QZ_W("QZPVoid"));
     return HexText(bytes, size, {offset, width, showOffset != 0, spaced != 0});
 }
 

@@ -27,7 +27,7 @@ const QZWChar* const kClass = QZ_W("QZData");
 /// Bytes that are put into a buffer must be there and of a countable number.
 void CheckBytes(const void* p, QZInt64 size, const QZWChar* method)
 {
-    if (size < 0 || (!p && size > 0))
+    if (size < 0 || (p == nullptr && size > 0))
         QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, method)
             .Argument(QZ_W("QZPVoid"), p, 0)
             .Argument(QZ_W("QZInt64"), size)
@@ -36,7 +36,7 @@ void CheckBytes(const void* p, QZInt64 size, const QZWChar* method)
 
 void CheckObject(const QZData* data, const QZWChar* method)
 {
-    if (!data)
+    if (data == nullptr)
         QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, method)
             .Argument(QZ_W("QZData*"), static_cast<const void*>(nullptr), 0)
             .Throw();
@@ -49,7 +49,7 @@ public:
     ByteCopy(const void* p, QZInt64 size, const QZWChar* method)
         : m_block(block::Make(block::kPlainType, 0, size, 0))
     {
-        if (!m_block) ThrowNoStorage(method, size);
+        if (m_block == nullptr) ThrowNoStorage(method, size);
         QZMemCopy(block::Data(m_block), p, size);
     }
     ~ByteCopy() { block::Free(m_block); }
@@ -68,13 +68,14 @@ QZData::QZData() : QZData(QZInt64{0}) {}
 
 QZData::QZData(QZInt64 size) : m_block(block::Make(block::kPlainType, block::kDefaultOffset, size, 0))
 {
-    if (!m_block) ThrowNoStorage(kClass, size);
+    if (m_block == nullptr) ThrowNoStorage(kClass, size);
 }
 
 QZData::QZData(const void* p, QZInt64 size)
-    : m_block(!p && size > 0 ? nullptr : block::Make(block::kPlainType, block::kDefaultOffset, size, 0))
+    : m_block(p == nullptr && size > 0 ? nullptr
+                                       : block::Make(block::kPlainType, block::kDefaultOffset, size, 0))
 {
-    if (!m_block)
+    if (m_block == nullptr)
     {
         // No bytes to copy is the caller's failure, no room for them is not.
         if (size >= 0) CheckBytes(p, size, kClass);
@@ -88,24 +89,26 @@ QZData::QZData(const void* p, QZInt64 size)
 
 QZData::QZData(const void* raw) : m_block(nullptr)
 {
-    if (!raw) QZRaise(0, kClass, kClass).Argument(QZ_W("QZPVoid"), raw, 0).Throw();
+    if (raw == nullptr) QZRaise(0, kClass, kClass).Argument(QZ_W("QZPVoid"), raw, 0).Throw();
     m_block = block::Copy(raw);
-    if (!m_block) ThrowNoStorage(kClass, block::Size(raw));
+    if (m_block == nullptr) ThrowNoStorage(kClass, block::Size(raw));
 }
 
-QZData::QZData(const QZData* other) : QZData(other ? static_cast<const void*>(other->m_block) : nullptr) {}
+QZData::QZData(const QZData* other)
+    : QZData(other != nullptr ? static_cast<const void*>(other->m_block) : nullptr)
+{}
 
 QZData::QZData(const QZData& other)
     : QZObject(other), m_block(block::Copy(other.m_block)), m_findPosition(other.m_findPosition)
 {
-    if (!m_block) ThrowNoStorage(kClass, other.GetSize());
+    if (m_block == nullptr) ThrowNoStorage(kClass, other.GetSize());
 }
 
 QZData& QZData::operator=(const QZData& other)
 {
     if (this == &other) return *this;
     void* copy = block::Copy(other.m_block);
-    if (!copy) ThrowNoStorage(QZ_W("operator="), other.GetSize());
+    if (copy == nullptr) ThrowNoStorage(QZ_W("operator="), other.GetSize());
     QZObject::operator=(other);
     ReleaseBlock();
     m_block = copy;
@@ -117,7 +120,7 @@ QZData::~QZData() { ReleaseBlock(); }
 
 void QZData::ReleaseBlock()
 {
-    if (!m_block)
+    if (m_block == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -159,7 +162,7 @@ void QZData::NewSize(QZInt64 size, QZByte fill)
 
 QZBool QZData::Equals(const QZData* other) const
 {
-    return other && block::Type(m_block) == block::Type(other->m_block) &&
+    return other != nullptr && block::Type(m_block) == block::Type(other->m_block) &&
            Equals(other->GetPointer(), other->GetSize());
 }
 
@@ -182,7 +185,7 @@ void QZData::Fill(QZByte value) { std::memset(GetPointer(), value, static_cast<s
 
 QZInt64 QZData::Find(const QZData* pattern)
 {
-    return pattern ? Find(pattern->GetPointer(), pattern->GetSize()) : Find(nullptr, 0);
+    return pattern != nullptr ? Find(pattern->GetPointer(), pattern->GetSize()) : Find(nullptr, 0);
 }
 
 QZInt64 QZData::Find(const void* pattern, QZInt64 size)
@@ -193,7 +196,7 @@ QZInt64 QZData::Find(const void* pattern, QZInt64 size)
 
 QZInt64 QZData::FindNext(const QZData* pattern)
 {
-    if (!pattern) return Find(nullptr, 0);
+    if (pattern == nullptr) return Find(nullptr, 0);
     const QZInt64 size = GetSize();
     const QZInt64 start = m_findPosition + pattern->GetSize();
     m_findPosition = -1;
@@ -320,7 +323,7 @@ template <typename T>
 T QZData::Load(QZInt64 index, const QZWChar* method) const
 {
     const unsigned char* place = Element(index, sizeof(T));
-    if (!place)
+    if (place == nullptr)
         QZRaise(QZExceptionCode::MemoryInaccessible, kClass, method).Argument(QZ_W("QZInt64"), index).Throw();
     return QZLoad<T>(place);
 }
@@ -330,7 +333,7 @@ void QZData::Store(QZInt64 index, T value, const QZWChar* method, const QZWChar*
 {
     using Shown = std::conditional_t<std::is_floating_point_v<T>, double, QZInt64>;
     unsigned char* place = Element(index, sizeof(T));
-    if (!place)
+    if (place == nullptr)
         QZRaise(QZExceptionCode::MemoryInaccessible, kClass, method)
             .Argument(QZ_W("QZInt64"), index)
             .Argument(type, static_cast<Shown>(value))

@@ -65,7 +65,7 @@ T* QZDataFactory::TakeValue(Cache cache, V value)
 template <typename T>
 void QZDataFactory::GiveBack(Cache cache, T** variable)
 {
-    if (!*variable)
+    if (*variable == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -91,7 +91,7 @@ QZData* QZDataFactory::CreateData(QZInt64 type, QZData* source)
         GiveBack(cache, &data);
         QZPassOn trace(QZ_W("QZDataFactory"), QZ_W("CreateData"));
         trace.Argument(QZ_W("QZInt64"), type);
-        if (source)
+        if (source != nullptr)
             trace.Argument(QZ_W("QZData*"), source->GetPointer(), source->GetSize());
         else
             trace.Argument(QZ_W("QZData*"), static_cast<const QZWChar*>(nullptr));
@@ -129,7 +129,7 @@ QZDataByte* QZDataFactory::CreateByte(QZByte value) { return TakeValue<QZDataByt
 
 void QZDataFactory::Recycle(QZData** data)
 {
-    if (!*data)
+    if (*data == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -158,7 +158,7 @@ void QZDataFactory::Recycle(QZCollection** collection) { GiveBack(kCollection, c
 
 void QZDataFactory::Collect(QZBool partial)
 {
-    if (!m_caches[kData]) return;
+    if (m_caches[kData] == nullptr) return;
     for (QZObjectCache* cache : m_caches) cache->Collect(partial);
 }
 
@@ -178,7 +178,7 @@ struct QZDataFactoryStart
 void QZDataFactoryStart::Init()
 {
     using Factory = QZDataFactory;
-    if (Factory::m_caches[Factory::kData]) return;
+    if (Factory::m_caches[Factory::kData] != nullptr) return;
     Factory::m_caches[Factory::kData] = new QZCache<QZData>(-1, -1);
     Factory::m_caches[Factory::kDatetime] = new QZCache<QZDataDatetime>(-1, -1);
     Factory::m_caches[Factory::kTimestamp] = new QZCache<QZDataTimestamp>(-1, -1);
@@ -200,7 +200,7 @@ void QZDataFactoryStart::End()
 {
     for (QZObjectCache*& cache : QZDataFactory::m_caches)
     {
-        if (!cache) continue;
+        if (cache == nullptr) continue;
         cache->Collect(0);
         delete cache;
         cache = nullptr;

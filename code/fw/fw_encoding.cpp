@@ -75,7 +75,7 @@ void FillData(QZInt64 type, const Text& text, QZData* target, const QZWChar* sou
 
 QZData* QZEncoding::GetData(QZInt64 type, QZString* text)
 {
-    if (!text) ThrowNull(QZ_W("GetData"), type, QZ_W("QZString*"));
+    if (text == nullptr) ThrowNull(QZ_W("GetData"), type, QZ_W("QZString*"));
     QZScopedData data(QZDataFactory::CreateData());
     FillData(type, TextOf(text), data.Get(), QZ_W("QZString*"));
     return data.Release();
@@ -83,13 +83,13 @@ QZData* QZEncoding::GetData(QZInt64 type, QZString* text)
 
 void QZEncoding::GetData(QZInt64 type, QZString* text, QZData* target)
 {
-    if (!text) ThrowNull(QZ_W("GetData"), type, QZ_W("QZString*"));
+    if (text == nullptr) ThrowNull(QZ_W("GetData"), type, QZ_W("QZString*"));
     FillData(type, TextOf(text), target, QZ_W("QZString*"));
 }
 
 QZData* QZEncoding::GetData(QZInt64 type, void* block)
 {
-    if (!block) ThrowNull(QZ_W("GetData"), type, QZ_W("QZPString"));
+    if (block == nullptr) ThrowNull(QZ_W("GetData"), type, QZ_W("QZPString"));
     QZScopedData data(QZDataFactory::CreateData());
     FillData(type, TextOf(block), data.Get(), QZ_W("QZPString"));
     return data.Release();
@@ -97,7 +97,7 @@ QZData* QZEncoding::GetData(QZInt64 type, void* block)
 
 void QZEncoding::GetData(QZInt64 type, void* block, QZData* target)
 {
-    if (!block) ThrowNull(QZ_W("GetData"), type, QZ_W("QZPString"));
+    if (block == nullptr) ThrowNull(QZ_W("GetData"), type, QZ_W("QZPString"));
     if (block != target->GetStructPointer())
     {
         FillData(type, TextOf(block), target, QZ_W("QZPString"));
@@ -111,14 +111,14 @@ void QZEncoding::GetData(QZInt64 type, void* block, QZData* target)
 
 QZInt64 QZEncoding::GetBytes(QZInt64 type, QZString* text, void* buffer, QZInt64 size)
 {
-    if (!text) ThrowNull(QZ_W("GetBytes"), type, QZ_W("QZString*"));
+    if (text == nullptr) ThrowNull(QZ_W("GetBytes"), type, QZ_W("QZString*"));
     Text source = TextOf(text);
     return encoding::Convert(source.type, source.bytes, source.size, type, buffer, size);
 }
 
 QZInt64 QZEncoding::GetBytes(QZInt64 type, void* block, void* buffer, QZInt64 size)
 {
-    if (!block) ThrowNull(QZ_W("GetBytes"), type, QZ_W("QZPString"));
+    if (block == nullptr) ThrowNull(QZ_W("GetBytes"), type, QZ_W("QZPString"));
     Text source = TextOf(static_cast<const void*>(block));
     return encoding::Convert(source.type, source.bytes, source.size, type, buffer, size);
 }
@@ -141,20 +141,20 @@ void QZEncoding::GetString(QZInt64 type, const void* text, QZInt64 size, QZStrin
 
 QZString* QZEncoding::GetString(QZInt64 type, QZData* text)
 {
-    if (!text) ThrowNull(QZ_W("GetString"), type, QZ_W("QZData*"));
+    if (text == nullptr) ThrowNull(QZ_W("GetString"), type, QZ_W("QZData*"));
     return GetString(type, text->GetPointer(), text->GetSize());
 }
 
 void QZEncoding::GetString(QZInt64 type, QZData* text, QZString* target)
 {
-    if (!text) ThrowNull(QZ_W("GetString"), type, QZ_W("QZData*"));
+    if (text == nullptr) ThrowNull(QZ_W("GetString"), type, QZ_W("QZData*"));
     GetString(type, text->GetPointer(), text->GetSize(), target);
 }
 
 QZBool QZEncoding::IsLegalUTF8(const void* text, QZInt64 size)
 {
     if (size < 1) return 1;
-    if (!text)
+    if (text == nullptr)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return 0;

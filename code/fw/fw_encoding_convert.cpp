@@ -304,44 +304,44 @@ int TrailingCount(unsigned char lead) { return kTrailing[lead]; }
 
 QZInt64 Utf8ToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf8ToUtf16(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf8ToUtf16(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf8ToUtf16(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf8ToUtf16(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 Utf8ToUtf32(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf8ToUtf32(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf8ToUtf32(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf8ToUtf32(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf8ToUtf32(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 Utf16ToUtf8(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf16ToUtf8(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf16ToUtf8(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf16ToUtf8(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf16ToUtf8(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 Utf16ToUtf32(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf16ToUtf32(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf16ToUtf32(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf16ToUtf32(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf16ToUtf32(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 Utf32ToUtf8(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf32ToUtf8(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf32ToUtf8(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf32ToUtf8(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf32ToUtf8(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 Utf32ToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf32ToUtf16(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf32ToUtf16(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf32ToUtf16(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf32ToUtf16(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 SwapUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
     QZInt64 size = fromSize - fromSize % 2;
-    if (!to) return size;
+    if (to == nullptr) return size;
     size = std::min(size, toSize - toSize % 2);
     for (QZInt64 i = 0; i < size; i += 2)
     {
@@ -353,13 +353,14 @@ QZInt64 SwapUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 
 QZInt64 AnsiToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    if (IsAscii(from, fromSize)) return to ? Utf8ToUtf16(from, fromSize, to, toSize) : fromSize * 2;
+    if (IsAscii(from, fromSize))
+        return to != nullptr ? Utf8ToUtf16(from, fromSize, to, toSize) : fromSize * 2;
     const char* text = static_cast<const char*>(from);
     // Every byte is at most one unit: with room for that many the text goes straight into the target.
-    if (to && toSize / 2 >= fromSize && IsAligned(to))
+    if (to != nullptr && toSize / 2 >= fromSize && IsAligned(to))
         return os::NarrowToWide(text, fromSize, static_cast<QZWChar*>(to), toSize / 2) * 2;
     QZInt64 units = os::NarrowToWide(text, fromSize, nullptr, 0);
-    if (!to) return units * 2;
+    if (to == nullptr) return units * 2;
     if (toSize / 2 >= units && IsAligned(to))
         return os::NarrowToWide(text, fromSize, static_cast<QZWChar*>(to), units) * 2;
     QZScopedBuffer whole(MemoryAllocate(units * 2));
@@ -377,14 +378,14 @@ QZInt64 Utf16ToAnsi(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize
         from = QZAt(from, 2);
         --units;
     }
-    if (IsAsciiUtf16(from, units)) return to ? Utf16ToUtf8(from, units * 2, to, toSize) : units;
+    if (IsAsciiUtf16(from, units)) return to != nullptr ? Utf16ToUtf8(from, units * 2, to, toSize) : units;
     char* bytes = static_cast<char*>(to);
     if (IsAligned(from))
-        return os::WideToNarrow(static_cast<const QZWChar*>(from), units, bytes, to ? toSize : 0);
+        return os::WideToNarrow(static_cast<const QZWChar*>(from), units, bytes, to != nullptr ? toSize : 0);
     QZScopedBuffer aligned(MemoryAllocate(units * 2));
     if (aligned.Get() == nullptr) return -1;
     QZMemCopy(Units(aligned), from, units * 2);
-    return os::WideToNarrow(Units(aligned), units, bytes, to ? toSize : 0);
+    return os::WideToNarrow(Units(aligned), units, bytes, to != nullptr ? toSize : 0);
 }
 QZInt64 UnitSize(QZInt64 type)
 {
@@ -435,7 +436,7 @@ Converter Direct(QZInt64 fromType, QZInt64 toType)
 
 QZInt64 CopyText(const void* from, QZInt64 fromSize, QZInt64 unit, void* to, QZInt64 toSize)
 {
-    if (!to) return fromSize;
+    if (to == nullptr) return fromSize;
     QZInt64 size = fromSize <= toSize ? fromSize : toSize - toSize % unit;
     QZMemCopy(to, from, size);
     return size;
@@ -447,7 +448,7 @@ QZInt64 ThroughUtf16(Converter in, Converter out, const void* from, QZInt64 from
     QZInt64 size = in(from, fromSize, nullptr, 0);
     if (size < 0) return -1;
     void* between = MemoryAllocate(size);
-    if (!between) return -1;
+    if (between == nullptr) return -1;
     size = in(from, fromSize, between, size);
     QZInt64 result = size < 0 ? -1 : out(between, size, to, toSize);
     MemoryFree(between);
@@ -459,7 +460,7 @@ QZInt64 Convert(QZInt64 fromType, const void* from, QZInt64 fromSize, QZInt64 to
                 QZInt64 toSize)
 {
     if (UnitSize(fromType) == 0 || UnitSize(toType) == 0) return -1;
-    if (fromSize < 0 || (!from && fromSize > 0))
+    if (fromSize < 0 || (from == nullptr && fromSize > 0))
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return -1;

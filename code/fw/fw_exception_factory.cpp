@@ -203,12 +203,12 @@ QZJsonException* QZExceptionFactory::CreateJsonException(QZInt64 code)
 
 void QZExceptionFactory::Recycle(QZException** exception)
 {
-    if (!*exception)
+    if (*exception == nullptr)
     {
         QZLibAssert(0);
         return;
     }
-    if (!m_types)
+    if (m_types == nullptr)
     {
         // The report of a start that failed before the registry stood.
         delete *exception;
@@ -240,7 +240,7 @@ void QZExceptionFactory::Recycle(QZJsonException** exception) { RecycleAs(except
 
 void QZExceptionFactory::RegisterRecycleFunction(QZInt64 type, void (*function)(QZObject* exception))
 {
-    if (!m_types || m_types->FindElement(static_cast<QZUInt64>(type)) >= 0) return;
+    if (m_types == nullptr || m_types->FindElement(static_cast<QZUInt64>(type)) >= 0) return;
     // The function goes in first: a reader never meets a type without one.
     m_functions->Push(static_cast<QZUInt64>(reinterpret_cast<std::uintptr_t>(function)));
     m_types->Push(static_cast<QZUInt64>(type));

@@ -24,7 +24,7 @@ void QZMemory::Clean(void* destination, QZInt64 size) { QZMemClean(destination, 
 
 QZBool QZMemory::Equals(const void* a, const void* b, QZInt64 size)
 {
-    if (!a || !b)
+    if (a == nullptr || b == nullptr)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return 0;
@@ -41,7 +41,7 @@ void* QZMemory::CreateBuffer(QZInt64 size) { return MemoryAllocateClean(size); }
 
 void QZMemory::RecycleBuffer(void* buffer)
 {
-    if (!buffer)
+    if (buffer == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -51,8 +51,8 @@ void QZMemory::RecycleBuffer(void* buffer)
 
 void QZMemory::Protect(QZInt64 option, void* p, QZInt64 size)
 {
-    if (p && size == 0) return;
-    if (!p || size < 0 || option < 1 || option > 3)
+    if (p != nullptr && size == 0) return;
+    if (p == nullptr || size < 0 || option < 1 || option > 3)
     {
         QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZMemory"), QZ_W("Protect"))
             .Argument(QZ_W("QZInt64"), option)

@@ -59,7 +59,7 @@ void* Move(void* block, QZInt64 oldSize, QZInt64 newSize, QZInt64* trueSize)
 {
     QZInt64 newTrueSize = 0;
     void* moved = MemoryPoolAllocate(newSize, &newTrueSize);
-    if (!moved) return nullptr;
+    if (moved == nullptr) return nullptr;
     QZMemCopy(moved, block, oldSize);
     MemoryPoolFree(block, oldSize, *trueSize);
     *trueSize = newTrueSize;
@@ -77,12 +77,12 @@ void Drain()
 
 void MemoryPoolInit()
 {
-    if (!g_mutex) g_mutex = os::MutexCreate();
+    if (g_mutex == nullptr) g_mutex = os::MutexCreate();
 }
 
 void MemoryPoolEnd()
 {
-    if (!g_mutex) return;
+    if (g_mutex == nullptr) return;
     os::MutexLock(g_mutex);
     os::MutexClose(g_mutex);
     g_mutex = nullptr;
@@ -110,22 +110,22 @@ void* MemoryPoolAllocate(QZInt64 size, QZInt64* trueSize)
 {
     PoolLock lock;
     Layer* layer = LayerFor(size);
-    *trueSize = layer ? layer->blockSize : size;
-    if (layer && layer->count > 0) return Pop(layer);
+    *trueSize = layer != nullptr ? layer->blockSize : size;
+    if (layer != nullptr && layer->count > 0) return Pop(layer);
     return MemoryRawAllocate(*trueSize);
 }
 
 void MemoryPoolFree(void* block, QZInt64 size)
 {
     Layer* layer = LayerFor(size);
-    MemoryPoolFree(block, size, layer ? layer->blockSize : size);
+    MemoryPoolFree(block, size, layer != nullptr ? layer->blockSize : size);
 }
 
 void MemoryPoolFree(void* block, QZInt64 size, QZInt64 trueSize)
 {
     PoolLock lock;
     Layer* layer = LayerFor(trueSize);
-    if (layer && layer->blockSize == trueSize && Push(layer, block)) return;
+    if (layer != nullptr && layer->blockSize == trueSize && Push(layer, block)) return;
     MemoryRawFree(block, size);
 }
 

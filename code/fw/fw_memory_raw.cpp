@@ -47,8 +47,8 @@ void* TestedHeapBlock(QZInt64 size)
     for (;;)
     {
         void* block = os::HeapAllocate(size);
-        if (!block) return nullptr;
-        bool good = g_patternTest ? g_patternTest(block, size) : MemoryPatternTest(block, size);
+        if (block == nullptr) return nullptr;
+        bool good = g_patternTest != nullptr ? g_patternTest(block, size) : MemoryPatternTest(block, size);
         if (good || !MemoryOccupy(block, size)) return block;
     }
 }
@@ -58,7 +58,7 @@ void MemorySetPatternTest(bool (*test)(void* block, QZInt64 size)) { g_patternTe
 
 bool MemoryPatternTest(void* block, QZInt64 size)
 {
-    if (!block)
+    if (block == nullptr)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return false;
@@ -90,7 +90,7 @@ bool MemoryOccupy(void* block, QZInt64 size)
 void* MemoryRawAllocate(QZInt64 size)
 {
     void* block = *g_memoryTestSwitch != 0 ? TestedHeapBlock(size) : os::HeapAllocate(size);
-    if (!block) return nullptr;
+    if (block == nullptr) return nullptr;
     Add(&g_totalBytes, size);
     Add(&g_liveBlocks, 1);
     Add(&g_operations, 1);
@@ -105,7 +105,7 @@ void* MemoryRawResize(void* block, QZInt64 newSize, QZInt64 oldSize, QZInt64* tr
     if (*g_memoryTestSwitch != 0)
     {
         moved = TestedHeapBlock(newSize);
-        if (moved)
+        if (moved != nullptr)
         {
             QZMemCopy(moved, block, oldSize);
             os::HeapFree(block);
@@ -115,7 +115,7 @@ void* MemoryRawResize(void* block, QZInt64 newSize, QZInt64 oldSize, QZInt64* tr
     {
         moved = os::HeapResize(block, newSize);
     }
-    if (!moved) return nullptr;
+    if (moved == nullptr) return nullptr;
     Add(&g_totalBytes, newSize - oldSize);
     *trueSize = newSize;
     return moved;

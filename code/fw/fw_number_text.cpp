@@ -92,7 +92,7 @@ QZUInt64 ReadHex(const Unit* text, QZInt64 count)
 template <typename Unit>
 QZInt64 ReadInteger(const Unit* text, QZInt64 count)
 {
-    if (!text || count < 1) return 0;
+    if (text == nullptr || count < 1) return 0;
     if (count >= 2 && UnitOf(text[0]) == '0' && UnitOf(text[1]) == 'x')
         return static_cast<QZInt64>(ReadHex(text + 2, count - 2));
     bool negative = UnitOf(text[0]) == '-';
@@ -106,7 +106,7 @@ QZInt64 ReadInteger(const Unit* text, QZInt64 count)
 template <typename Unit>
 double ReadReal(const Unit* text, QZInt64 count)
 {
-    if (!text || count < 1) return 0;
+    if (text == nullptr || count < 1) return 0;
     QZInt64 point = count - 1;
     while (point >= 0 && UnitOf(text[point]) != '.') --point;
     if (point < 0) return static_cast<double>(ReadInteger(text, count));

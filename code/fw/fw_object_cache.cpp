@@ -31,7 +31,7 @@ QZInt64 QZObjectCache::GetMemorySize()
 {
     QZCriticalGuard guard(m_section);
     QZInt64 sum = 8;
-    for (QZObject* object = m_idle->GetFirst(); object; object = object->LinkNext())
+    for (QZObject* object = m_idle->GetFirst(); object != nullptr; object = object->LinkNext())
         sum += object->GetMemorySize();
     return sum;
 }
@@ -84,7 +84,7 @@ QZObject* QZObjectCache::Out()
 
 void QZObjectCache::In(QZObject** object)
 {
-    if (!*object)
+    if (*object == nullptr)
     {
         QZLibAssert(0);
         return;

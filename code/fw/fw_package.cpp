@@ -146,12 +146,12 @@ struct QZPackage::Elements
     /// A private copy of a buffer's block.
     static void* CopyOf(QZData* data, const QZWChar* className, const QZWChar* method)
     {
-        if (!data)
+        if (data == nullptr)
             QZRaise(QZExceptionCode::ArgumentOutOfRange, className, method)
                 .Argument(QZ_W("QZData*"), static_cast<const QZWChar*>(nullptr))
                 .Throw();
         void* copy = block::Copy(data->GetStructPointer());
-        if (!copy) ThrowNoMemory(className, method);
+        if (copy == nullptr) ThrowNoMemory(className, method);
         return copy;
     }
 
@@ -277,7 +277,7 @@ struct QZPackage::Elements
             const auto start = static_cast<QZInt64>(entry.Get(Entry<Wire>::kStart));
             const auto length = static_cast<QZInt64>(entry.Get(Entry<Wire>::kEnd)) - start;
             void* element = block::Make(0, block::kDefaultOffset, length, 0);
-            if (!element) ThrowNoMemory(Wire::kClass, Wire::kClass);
+            if (element == nullptr) ThrowNoMemory(Wire::kClass, Wire::kClass);
             QZMemCopy(block::Data(element), QZAt(package, start), length);
             PushBlock(element, entry.Get(Entry<Wire>::kType));
             // An id that is there already is left out of the ids alone: the elements behind it answer to
@@ -296,7 +296,7 @@ template <typename Wire, typename Maker>
 auto ReadPackage(QZData* data, Maker make)
 {
     const QZWChar* const method = QZ_W("Deserialize");
-    if (!data)
+    if (data == nullptr)
         QZRaise(QZExceptionCode::ArgumentOutOfRange, Wire::kClass, method)
             .Argument(QZ_W("QZData*"), static_cast<const QZWChar*>(nullptr))
             .Throw();
@@ -315,7 +315,7 @@ auto ReadPackage(QZData* data, Maker make)
 template <typename Package>
 void Delete(Package** package)
 {
-    if (!*package)
+    if (*package == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -326,7 +326,7 @@ void Delete(Package** package)
 
 void GiveBack(QZData** data)
 {
-    if (!*data)
+    if (*data == nullptr)
     {
         QZLibAssert(0);
         return;

@@ -33,7 +33,7 @@ QZQueue::QZQueue(int capacity)
         QZRaise(0, QZ_W("QZQueue"), QZ_W("QZQueue")).Argument(QZ_W("QZInt32"), capacity).Throw();
     m_block = block::Make(kQueueType, 0, QZInt64{capacity} * 8 + kStateSize, 0);
     // With the start behind the state words the data pointer stands on the ring itself.
-    if (!m_block || !block::SetOffset(&m_block, kStateSize))
+    if (m_block == nullptr || !block::SetOffset(&m_block, kStateSize))
         QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZQueue"), QZ_W("QZQueue"))
             .Argument(QZ_W("QZInt32"), capacity)
             .Throw();
@@ -42,7 +42,7 @@ QZQueue::QZQueue(int capacity)
 
 QZQueue::QZQueue(const QZQueue& other) : QZObject(other), m_block(block::Copy(other.m_block))
 {
-    if (!m_block)
+    if (m_block == nullptr)
         QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZQueue"), QZ_W("QZQueue")).Throw();
 }
 
@@ -50,7 +50,7 @@ QZQueue& QZQueue::operator=(const QZQueue& other)
 {
     if (this == &other) return *this;
     void* copy = block::Copy(other.m_block);
-    if (!copy)
+    if (copy == nullptr)
         QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZQueue"), QZ_W("operator=")).Throw();
     QZObject::operator=(other);
     ReleaseBlock();

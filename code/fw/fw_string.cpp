@@ -33,7 +33,7 @@ QZInt64 TextSizeOf(const void* b)
 /// Size arguments of texts: a negative one is bad, and a null text has none but 0.
 bool IsTextSize(const void* text, QZInt64 size)
 {
-    if (size >= 0 && (text || size == 0)) return true;
+    if (size >= 0 && (text != nullptr || size == 0)) return true;
     QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
     return false;
 }
@@ -62,17 +62,18 @@ constexpr const QZWChar* kString = QZ_W("QZString*");
 
 QZString::QZString() : m_block(MakeBlock())
 {
-    if (!m_block) text::NoMemory(QZ_W("QZString")).Throw();
+    if (m_block == nullptr) text::NoMemory(QZ_W("QZString")).Throw();
 }
 
 QZString::QZString(const QZString& other) : QZObject(other), m_block(block::Copy(other.m_block))
 {
-    if (!m_block) ThrowText(QZ_W("QZString"), QZ_W("QZString&"), other.GetPointer(), other.GetSize());
+    if (m_block == nullptr)
+        ThrowText(QZ_W("QZString"), QZ_W("QZString&"), other.GetPointer(), other.GetSize());
 }
 
 QZString::QZString(QZString* text) : QZString()
 {
-    if (text && !Assign(text->GetPointer(), text->GetSize()))
+    if (text != nullptr && !Assign(text->GetPointer(), text->GetSize()))
         ThrowText(QZ_W("QZString"), kString, text->GetPointer(), text->GetSize());
 }
 
@@ -98,12 +99,13 @@ QZString::QZString(const QZWChar* text, QZInt64 size) : QZString()
     if (!AssignEncoded(QZEncodingType::UTF16LE, text, size)) ThrowSized(QZ_W("QZString"), kWide, text, size);
 }
 
-QZString::QZString(void* block) : m_block(block ? block::Copy(block) : MakeBlock())
+QZString::QZString(void* block) : m_block(block != nullptr ? block::Copy(block) : MakeBlock())
 {
     // A block of other hands may lack the terminator that every reader of a string counts on.
-    bool sound = m_block && (!block || TextSizeOf(block) < block::Size(block) || Resize(block::Size(block)));
+    bool sound = m_block != nullptr &&
+                 (block == nullptr || TextSizeOf(block) < block::Size(block) || Resize(block::Size(block)));
     if (sound) return;
-    if (m_block) block::Free(m_block);
+    if (m_block != nullptr) block::Free(m_block);
     text::NoMemory(QZ_W("QZString")).Argument(QZ_W("QZPString"), block).Throw();
 }
 
@@ -118,7 +120,7 @@ QZString& QZString::operator=(const QZString& other)
 
 QZString::~QZString()
 {
-    if (!m_block)
+    if (m_block == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -173,7 +175,7 @@ bool QZString::Owns(const void* position) const
 bool QZString::Assign(const void* text, QZInt64 size)
 {
     size -= size % 2;
-    if (!text || !Owns(text))
+    if (text == nullptr || !Owns(text))
     {
         if (!Resize(size)) return false;
         if (size > 0) QZMemCopy(block::Data(m_block), text, size);
@@ -239,7 +241,7 @@ void QZString::Set(QZString* text)
 void QZString::Set(void* block)
 {
     if (block == m_block) return;
-    bool done = block ? Assign(block::Data(block), TextSizeOf(block)) : Resize(0);
+    bool done = block != nullptr ? Assign(block::Data(block), TextSizeOf(block)) : Resize(0);
     if (!done) text::NoMemory(QZ_W("Set")).Argument(QZ_W("QZPString"), block).Throw();
 }
 

@@ -38,7 +38,7 @@ QZString* Filled(QZString* text, Fill fill, Describe describe)
 QZString* QZStringFactory::CreateString()
 {
     // Before the cache stands, and after it has gone, an exception still needs its texts.
-    return m_stringCache ? static_cast<QZString*>(m_stringCache->Out()) : new QZString();
+    return m_stringCache != nullptr ? static_cast<QZString*>(m_stringCache->Out()) : new QZString();
 }
 
 QZString* QZStringFactory::CreateString(const char* text)
@@ -87,14 +87,14 @@ QZStringCollection* QZStringFactory::CreateStringCollection()
 
 void QZStringFactory::Recycle(QZString** text)
 {
-    if (!*text)
+    if (*text == nullptr)
     {
         QZLibAssert(0);
         return;
     }
     (*text)->Clear();
     QZObject* object = *text;
-    if (m_stringCache)
+    if (m_stringCache != nullptr)
         m_stringCache->In(&object);
     else
         delete object;
@@ -103,7 +103,7 @@ void QZStringFactory::Recycle(QZString** text)
 
 void QZStringFactory::Recycle(QZStringCollection** collection)
 {
-    if (!*collection)
+    if (*collection == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -111,7 +111,7 @@ void QZStringFactory::Recycle(QZStringCollection** collection)
     while ((*collection)->Count() > 0)
     {
         QZString* text = (*collection)->Pop();
-        if (text) Recycle(&text);
+        if (text != nullptr) Recycle(&text);
     }
     QZObject* object = *collection;
     m_stringCollectionCache->In(&object);
@@ -120,7 +120,7 @@ void QZStringFactory::Recycle(QZStringCollection** collection)
 
 void QZStringFactory::Collect(QZBool partial)
 {
-    if (!m_stringCache) return;
+    if (m_stringCache == nullptr) return;
     m_stringCache->Collect(partial);
     m_stringCollectionCache->Collect(partial);
 }
@@ -138,7 +138,7 @@ struct QZStringFactoryStart
 
 void QZStringFactoryStart::Init()
 {
-    if (QZStringFactory::m_stringCache) return;
+    if (QZStringFactory::m_stringCache != nullptr) return;
     QZStringFactory::m_stringCache = new QZCache<QZString>(-1, -1);
     QZStringFactory::m_stringCollectionCache = new QZCache<QZStringCollection>(-1, -1);
 }
@@ -147,7 +147,7 @@ void QZStringFactoryInit() { QZStringFactoryStart::Init(); }
 
 void QZStringFactoryStart::End()
 {
-    if (!QZStringFactory::m_stringCache) return;
+    if (QZStringFactory::m_stringCache == nullptr) return;
     QZStringFactory::Collect(0);
     delete QZStringFactory::m_stringCache;
     delete QZStringFactory::m_stringCollectionCache;

@@ -33,7 +33,7 @@ bool EqualUnits(const QZWChar* a, const QZWChar* b, QZInt64 count, bool ignoreCa
 
 bool EqualViews(View own, View other, bool ignoreCase)
 {
-    return other.units && own.count == other.count &&
+    return other.units != nullptr && own.count == other.count &&
            EqualUnits(own.units, other.units, own.count, ignoreCase);
 }
 
@@ -41,7 +41,7 @@ bool EqualViews(View own, View other, bool ignoreCase)
 /// place; only from another byte on it has to be converted.
 bool EqualNarrow(View own, const char* other, bool ignoreCase)
 {
-    if (!other) return false;
+    if (other == nullptr) return false;
     for (QZInt64 i = 0; static_cast<signed char>(other[i]) >= 0; ++i)
     {
         if (other[i] == 0) return i == own.count;
@@ -60,7 +60,7 @@ QZInt64 Find(View own, QZInt64 start, View pattern)
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return kBadStart;
     }
-    if (!pattern.units) return kNotFound;
+    if (pattern.units == nullptr) return kNotFound;
     if (pattern.count == 0) return start;
     QZWChar first = pattern.units[0];
     for (QZInt64 i = start; i <= own.count - pattern.count; ++i)
@@ -83,13 +83,13 @@ QZInt64 FoundOrThrow(QZInt64 position, QZInt64 start, const QZWChar* type, T pat
 
 bool Starts(View own, View other, bool ignoreCase)
 {
-    return other.units && other.count <= own.count &&
+    return other.units != nullptr && other.count <= own.count &&
            EqualUnits(own.units, other.units, other.count, ignoreCase);
 }
 
 bool Ends(View own, View other, bool ignoreCase)
 {
-    return other.units && other.count <= own.count &&
+    return other.units != nullptr && other.count <= own.count &&
            EqualUnits(own.units + own.count - other.count, other.units, other.count, ignoreCase);
 }
 

@@ -115,11 +115,11 @@ void QZString::TrimThis()
 // ---- Tests
 // ---------------------------------------------------------------------------------------------------------------
 
-QZBool QZString::IsNullOrEmpty(QZString* text) { return !text || text->GetSize() == 0; }
+QZBool QZString::IsNullOrEmpty(QZString* text) { return text == nullptr || text->GetSize() == 0; }
 
 QZBool QZString::IsNullOrWhiteSpace(QZString* text)
 {
-    return !text || LeadingWhiteSpace(ViewOf(text)) == text->GetLength();
+    return text == nullptr || LeadingWhiteSpace(ViewOf(text)) == text->GetLength();
 }
 
 QZBool QZString::IsNumberic(QZString* text)

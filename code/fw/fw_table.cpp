@@ -278,7 +278,7 @@ QZDataRow* QZRowCollection::NewRow()
 
 void QZRowCollection::Recycle(QZDataRow** row)
 {
-    if (!*row)
+    if (*row == nullptr)
     {
         QZLibAssert(0);
         return;

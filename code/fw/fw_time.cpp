@@ -122,11 +122,11 @@ QZDateTime::QZDateTime(QZData* data) : m_value(0)
 {
     constexpr QZInt64 kWithoutMilliseconds = 28;
     constexpr QZInt64 kWhole = 32;
-    const QZInt64 size = data ? data->GetSize() : -1;
+    const QZInt64 size = data != nullptr ? data->GetSize() : -1;
     if (size != kWithoutMilliseconds && size != kWhole)
     {
         QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZDateTime"), QZ_W("QZDateTime"))
-            .Argument(QZ_W("QZData*"), data ? data->GetPointer() : nullptr, size)
+            .Argument(QZ_W("QZData*"), data != nullptr ? data->GetPointer() : nullptr, size)
             .Throw();
     }
     const void* bytes = data->GetPointer();
