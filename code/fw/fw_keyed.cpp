@@ -226,8 +226,8 @@ namespace
 
 /// A key as it was given, ready for comparing with many strings.
 ///
-/// A comparison says what QZString::Equals with the ignore-case argument says, but looks at length and first
-/// unit before it walks the text.
+/// A comparison gives the result of QZString::Equals with the ignore-case argument, but compares length and
+/// first unit before it reads the text.
 class KeyText
 {
 public:
@@ -244,7 +244,7 @@ public:
 
     bool IsKeyOf(QZString* key) const
     {
-        // Text outside ASCII has another length in the narrow page; the string's own comparison converts it.
+        // Text outside ASCII has another length in the narrow page; QZString::Equals converts it.
         if (!m_plain) return key->Equals(m_narrow, 1) != 0;
         if (key->GetLength() != m_length) return false;
         return m_wide != nullptr ? Same(key->GetPointer(), m_wide) : Same(key->GetPointer(), m_narrow);
@@ -293,14 +293,14 @@ QZInt64 QZKeyValueCollection::GetType() { return 0x81F8000; }
 
 void QZKeyValueCollection::Unlock(QZObject* object)
 {
-    // An object that SetElement put in was never locked: the answer does not matter.
+    // SetElement does not lock the objects that it stores, so unlocking may fail here; that is no error.
     if (object != nullptr) object->SetDisposable(GetObjectID(), 1);
 }
 
 template <typename Key>
 QZBool QZKeyValueCollection::AddCopy(Key key, QZObject* object)
 {
-    // Of a null key the copy is empty, and refused like one.
+    // A null key is copied to an empty string and refused as such.
     return AddToCollection(QZStringFactory::CreateString(key), object);
 }
 
@@ -354,7 +354,7 @@ void QZKeyValueCollection::PushEntry(QZString* key, QZObject* object)
     }
     catch (...)
     {
-        // The lists stay in step, and object and key are as free as they came.
+        // Both lists keep the same count; object and key are free again.
         if (m_lists->objects->Count() > count) m_lists->objects->Pop();
         Unlock(object);
         QZStringFactory::Recycle(&key);
@@ -367,7 +367,7 @@ QZInt64 QZKeyValueCollection::IndexOf(Key key)
 {
     if (key == nullptr) ThrowKey(QZExceptionCode::NullPointer, QZ_W("GetIndex"), TypeName(key), key);
     const KeyText text(key);
-    // Straight through the words: this walk is what every look-up costs.
+    // Reads the words directly: every look-up runs this loop.
     const QZUInt64* words = m_lists->keys->m_elements->GetPointer();
     const QZInt64 count = std::min(m_count, static_cast<QZInt64>(words[0]));
     for (QZInt64 index = 0; index < count; ++index)
@@ -405,7 +405,7 @@ QZInt64 QZKeyValueCollection::GetElementType(QZString* key)
 
 QZInt64 QZKeyValueCollection::GetElementType(QZInt64 index)
 {
-    // The range is the object list's business: a bad index is its exception, not a 0.
+    // The object list checks the index: a bad one throws and does not give 0.
     QZObject* object = m_lists->objects->GetElement(index);
     return object != nullptr ? object->GetType() : 0;
 }
@@ -429,14 +429,14 @@ QZBool QZKeyValueCollection::SetElement(QZInt64 index, QZObject* object)
 {
     if (!IsIndex(index)) return 0;
     Unlock(m_lists->objects->GetElement(index));
-    // Unlike Add this does not lock the new object; callers go on to free or share it.
+    // Unlike Add this does not lock the new object; callers may free or share it.
     return m_lists->objects->SetElement(index, object);
 }
 
 QZBool QZKeyValueCollection::SetElementKey(QZInt64 index, QZString* key)
 {
     if (!IsIndex(index)) return 0;
-    // The old key is not given back: callers may still hold it from ToKey.
+    // The old key is not recycled: callers may still hold it from ToKey.
     return m_lists->keys->SetElement(index, QZStringFactory::CreateString(key));
 }
 
@@ -497,7 +497,7 @@ void QZKeyValueCollection::Clear()
 {
     for (; m_count > 0; --m_count)
     {
-        // A host may have taken something out of the inner lists itself.
+        // A host may have removed elements from the inner lists.
         if (m_lists->keys->Count() > 0)
         {
             QZString* key = m_lists->keys->Pop();

@@ -24,7 +24,7 @@ T* FromWord(QZUInt64 word)
     return reinterpret_cast<T*>(static_cast<std::uintptr_t>(word));
 }
 
-/// A list that doubles its room when it is full: a table of many rows is filled in linear time.
+/// A list that doubles its capacity when it is full, so that a table of many rows is filled in linear time.
 class GrowingList : public QZCollection
 {
 protected:
@@ -117,8 +117,8 @@ QZBool QZColumnCollection::Add(const QZWChar* name, QZInt64 type)
 
 QZBool QZColumnCollection::Add(QZString* name, QZInt64 type)
 {
-    // Rows that are there come to an end while their collection goes on naming them; that hosts add columns
-    // first is all that keeps tables whole, and the assert hook tells those that do not.
+    // A new column ends the existing rows, which their collection still holds. Hosts have to add columns
+    // before rows; the assert hook reports those that do not.
     const QZInt64 rows = m_table->Rows->Count();
     for (QZInt64 i = 0; i < rows; ++i)
     {
@@ -192,7 +192,7 @@ QZBool QZDataRow::SetElement(QZInt64 index, QZData* source)
     QZCollection& list = m_values->list;
     if (auto* value = FromWord<QZData>(list.GetElement(index)))
     {
-        // A value that is set to itself comes out empty, for it is emptied first.
+        // The target is emptied first, so a value that is set to itself becomes empty.
         value->NewSize(0);
         value->Append(source);
         return 1;

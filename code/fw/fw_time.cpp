@@ -19,7 +19,7 @@ const QZInt64 QZDateTime::Type;
 namespace
 {
 
-// Hosts add what they like: sums wrap like the machine's own.
+// Sums wrap: hosts add any number.
 void AddTo(QZInt64* value, QZInt64 count, QZInt64 unit)
 {
     *value = static_cast<QZInt64>(static_cast<QZUInt64>(*value) +
@@ -86,7 +86,7 @@ QZString* QZTime::ToString() const
     AppendNumber(&text, GetMinutes(), 2);
     text += ':';
     AppendNumber(&text, GetSeconds(), 2);
-    // A colon and no fixed width here, unlike the date-time's text.
+    // With a colon and without a fixed width, unlike the text of a date and time.
     text += ':';
     AppendNumber(&text, GetMilliSeconds(), 1);
     return QZStringFactory::CreateString(text.c_str());

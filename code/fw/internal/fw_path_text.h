@@ -1,7 +1,8 @@
 #ifndef QZLIB_FW_PATH_TEXT_H
 #define QZLIB_FW_PATH_TEXT_H
 
-/// The three kinds of path argument as one. Internal to the classes that work on files and names.
+/// A path argument, narrow, wide or a QZString, as wide text. Internal to the classes that work on files and
+/// names.
 
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
