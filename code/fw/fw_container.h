@@ -21,7 +21,7 @@ public:
     QZInt64 GetType() override;
     virtual QZInt64 Count();
 
-    /// Push adds at the end, AddFirst at the front. True.
+    /// AddFirst adds at the front, the others add at the end. True.
     /// @throws QZException 1792 for null, 1280 for an object that is locked
     QZBool EnQueue(QZObject* object);
     QZBool Push(QZObject* object);

@@ -449,12 +449,10 @@ QZInt64 ThroughUtf16(Converter in, Converter out, const void* from, QZInt64 from
 {
     QZInt64 size = in(from, fromSize, nullptr, 0);
     if (size < 0) return -1;
-    void* between = MemoryAllocate(size);
-    if (between == nullptr) return -1;
-    size = in(from, fromSize, between, size);
-    QZInt64 result = size < 0 ? -1 : out(between, size, to, toSize);
-    MemoryFree(between);
-    return result;
+    const QZScopedBuffer between(MemoryAllocate(size));
+    if (between.Get() == nullptr) return -1;
+    size = in(from, fromSize, between.Get(), size);
+    return size < 0 ? -1 : out(between.Get(), size, to, toSize);
 }
 }  // namespace
 

@@ -4,6 +4,7 @@
 
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 
 const QZInt64 QZObjectCollection::Type;
 const QZInt64 QZDataCollection::Type;
@@ -312,35 +313,21 @@ QZBool QZKeyValueCollection::AddToCollection(QZString* key, QZObject* object)
 {
     const QZWChar* const method = QZ_W("AddToCollection");
     const QZWChar* const type = QZ_W("QZString*");
-    try
-    {
-        if (key == nullptr || key->GetSize() == 0) ThrowKey(QZExceptionCode::KeyIsBad, method, type, key);
-        if (IndexOf(key) >= 0) ThrowKey(QZExceptionCode::KeyIsExists, method, type, key);
-        if (object == nullptr) ThrowKey(QZExceptionCode::NullPointer, method, type, key);
-        object->SetDisposable(GetObjectID(), 0);
-    }
-    catch (...)
-    {
-        if (key != nullptr) QZStringFactory::Recycle(&key);
-        throw;
-    }
-    PushEntry(key, object);
+    QZScopedString held(key);
+    if (key == nullptr || key->GetSize() == 0) ThrowKey(QZExceptionCode::KeyIsBad, method, type, key);
+    if (IndexOf(key) >= 0) ThrowKey(QZExceptionCode::KeyIsExists, method, type, key);
+    if (object == nullptr) ThrowKey(QZExceptionCode::NullPointer, method, type, key);
+    object->SetDisposable(GetObjectID(), 0);
+    PushEntry(held.Release(), object);
     ++m_count;
     return 1;
 }
 
 void QZKeyValueCollection::AddEntry(QZString* key, QZObject* object)
 {
-    try
-    {
-        object->SetDisposable(GetObjectID(), 0);
-    }
-    catch (...)
-    {
-        QZStringFactory::Recycle(&key);
-        throw;
-    }
-    PushEntry(key, object);
+    QZScopedString held(key);
+    object->SetDisposable(GetObjectID(), 0);
+    PushEntry(held.Release(), object);
     ++m_count;
 }
 

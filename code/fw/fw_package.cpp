@@ -8,6 +8,7 @@
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 #include "sys/sys_bytes.h"
 
 const QZInt64 QZPackage::Type;
@@ -198,17 +199,9 @@ struct QZPackage::Elements
     QZData* Get(QZInt64 index)
     {
         const void* element = ToBlock(blocks.GetElement(index));
-        QZData* data = QZDataFactory::CreateData();
-        try
-        {
-            data->Set(block::Data(element), block::Size(element));
-        }
-        catch (...)
-        {
-            QZDataFactory::Recycle(&data);
-            throw;
-        }
-        return data;
+        QZScopedData data(QZDataFactory::CreateData());
+        data->Set(block::Data(element), block::Size(element));
+        return data.Release();
     }
 
     QZData* GetById(QZUInt64 id)

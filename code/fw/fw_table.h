@@ -118,8 +118,8 @@ private:
     friend class QZColumnCollection;
     struct Values;
 
-    /// Ends the row as if it were destroyed while it is locked, although the object stays: its values are
-    /// deleted, QZLastError becomes 1280 and the assert hook is called with false.
+    /// Deletes the values as the destructor does, although the row stays. A locked row sets QZLastError to
+    /// 1280 and calls the assert hook with false.
     void Forsake();
 
     QZColumnCollection* m_columns;

@@ -4,12 +4,12 @@
 
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
-#include "fw/fw_exception.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_calendar.h"
 #include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 #include "sys/sys_bytes.h"
 
 const QZInt64 QZTime::Type;
@@ -146,18 +146,17 @@ QZInt64 QZDateTime::GetType() { return 0x81F5000; }
 
 QZData* QZDateTime::ToData() const
 {
-    QZData* data = QZDataFactory::CreateData();
+    QZScopedData data(QZDataFactory::CreateData());
     try
     {
-        ToData(data);
+        ToData(data.Get());
     }
     catch (...)
     {
-        QZDataFactory::Recycle(&data);
         QZPassOn(QZ_W("QZDateTime"), QZ_W("ToData"));
         throw;
     }
-    return data;
+    return data.Release();
 }
 
 void QZDateTime::ToData(QZData* target) const

@@ -3,11 +3,11 @@
 #include <bit>
 
 #include "fw/fw_data_type.h"
-#include "fw/fw_exception.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_time.h"
 #include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_scoped.h"
 
 const QZInt64 QZDataType::ANY;
 const QZInt64 QZDataType::BINARY;
@@ -271,17 +271,9 @@ void QZDataDatetime::ToString(QZString* target) { QZDatetimeText(this, target); 
 
 QZString* QZDataDatetime::ToString()
 {
-    QZString* text = QZStringFactory::CreateString();
-    try
-    {
-        ToString(text);
-    }
-    catch (...)
-    {
-        QZStringFactory::Recycle(&text);
-        throw;
-    }
-    return text;
+    QZScopedString text(QZStringFactory::CreateString());
+    ToString(text.Get());
+    return text.Release();
 }
 
 void QZDataDatetime::Recycle(QZString** text) { QZStringFactory::Recycle(text); }

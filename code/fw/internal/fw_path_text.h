@@ -9,7 +9,7 @@
 #include "sys/sys_types.h"
 
 /// Paths of files and directories have at most this many characters.
-inline constexpr QZInt64 QZPathLengthMax = 255;
+inline constexpr QZInt64 kPathLengthMax = 255;
 
 /// A path argument in wide form for the time of a call. Null counts as the empty path.
 class QZPathText
@@ -29,7 +29,7 @@ public:
 
     const QZWChar* Wide() const { return m_text->GetPointer(); }
     QZInt64 Length() const { return m_text->GetLength(); }
-    bool TooLong() const { return Length() > QZPathLengthMax; }
+    bool TooLong() const { return Length() > kPathLengthMax; }
     QZString* Text() const { return m_text; }
 
 private:
