@@ -26,7 +26,7 @@ T* FromWord(QZUInt64 word)
 
 }  // namespace
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZObjectCollection
 
 QZObjectCollection::QZObjectCollection() : m_elements(std::make_shared<QZCollection>()) {}
 
@@ -90,7 +90,7 @@ void QZObjectCollection::Swap(QZInt64 a, QZInt64 b)
     m_elements->SetElement(b, first);
 }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZDataCollection
 
 QZDataCollection::QZDataCollection() = default;
 
@@ -111,7 +111,7 @@ QZBool QZDataCollection::Push(QZData* data) { return QZObjectCollection::Push(da
 
 QZBool QZDataCollection::Append(QZDataCollection* other) { return QZObjectCollection::Append(other); }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZStringCollection
 
 QZStringCollection::QZStringCollection() = default;
 
@@ -132,7 +132,7 @@ QZBool QZStringCollection::Push(QZString* text) { return QZObjectCollection::Pus
 
 QZBool QZStringCollection::Append(QZStringCollection* other) { return QZObjectCollection::Append(other); }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZKeyValue
 
 /// The strings of a pair. Pairs copied by value share them, and the last one unlocks and deletes them.
 struct QZKeyValue::Texts
@@ -186,7 +186,7 @@ void QZKeyValue::SetValue(QZString* value) { ClearAndAppend(m_texts->value, valu
 void QZKeyValue::SetValue(const char* value) { ClearAndAppend(m_texts->value, value); }
 void QZKeyValue::SetValue(const QZWChar* value) { ClearAndAppend(m_texts->value, value); }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZCallbackCollection
 
 QZCallbackCollection::QZCallbackCollection() : m_functions(std::make_shared<QZCollection>()) {}
 QZCallbackCollection::QZCallbackCollection(const QZCallbackCollection& other) = default;
@@ -204,7 +204,7 @@ void* QZCallbackCollection::GetElement(QZInt64 index)
 
 QZInt64 QZCallbackCollection::Count() { return m_functions->Count(); }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZKeyValueCollection
 
 /// The parallel lists. Collections copied by value share them.
 struct QZKeyValueCollection::Lists

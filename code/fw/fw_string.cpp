@@ -58,7 +58,6 @@ constexpr const QZWChar* kString = QZ_W("QZString*");
 }  // namespace
 
 // ---- Making and storage
-// ------------------------------------------------------------------------------------------------
 
 QZString::QZString() : m_block(MakeBlock())
 {
@@ -207,7 +206,6 @@ bool QZString::AssignEncoded(QZInt64 encoding, const void* text, QZInt64 size)
 }
 
 // ---- Set
-// -----------------------------------------------------------------------------------------------------------------
 
 void QZString::Set(const char* text)
 {
@@ -246,7 +244,6 @@ void QZString::Set(void* block)
 }
 
 // ---- Append and Prepend
-// ----------------------------------------------------------------------------------------------------
 
 bool QZString::AppendBytes(const void* text, QZInt64 size)
 {
@@ -410,7 +407,6 @@ void QZString::Prepend(float value) { PrependNumber(value); }
 void QZString::Prepend(double value) { PrependNumber(value); }
 
 // ---- Insert and single units
-// ---------------------------------------------------------------------------------------------
 
 /// No index is refused, and callers rely on it. After the end of the text it still grows by `count` units,
 /// and only the units that fall inside the text are stored; before the start the head room's units enter at

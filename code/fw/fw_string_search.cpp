@@ -97,7 +97,6 @@ QZWChar UnitOf(char unit) { return static_cast<QZWChar>(static_cast<unsigned cha
 }  // namespace
 
 // ---- Equals
-// ------------------------------------------------------------------------------------------------------------
 
 QZBool QZString::Equals(const char* text) { return EqualNarrow(ViewOf(this), text, false); }
 QZBool QZString::Equals(const QZWChar* text) { return EqualViews(ViewOf(this), ViewOf(text), false); }
@@ -119,7 +118,6 @@ QZBool QZString::Equals(QZString* text, QZBool ignoreCase)
 }
 
 // ---- IndexOf, Contains, StartsWith, EndWith
-// --------------------------------------------------------------------------------
 
 QZInt64 QZString::IndexOf(const char* text) { return IndexOf(0, text); }
 QZInt64 QZString::IndexOf(const QZWChar* text) { return IndexOf(0, text); }
@@ -199,7 +197,6 @@ QZBool QZString::EndWith(QZString* text, QZBool ignoreCase)
 }
 
 // ---- Replace
-// -------------------------------------------------------------------------------------------------------------
 
 namespace
 {
@@ -299,7 +296,6 @@ void QZString::ReplaceThis(QZString* find, QZString* with)
 }
 
 // ---- Split
-// ---------------------------------------------------------------------------------------------------------------
 
 namespace
 {

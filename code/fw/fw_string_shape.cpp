@@ -52,7 +52,6 @@ bool IsHexadecimal(QZWChar unit)
 }  // namespace
 
 // ---- SubString
-// -----------------------------------------------------------------------------------------------------------
 
 namespace
 {
@@ -80,7 +79,6 @@ void QZString::SubStringThis(QZInt64 start, QZInt64 length)
 }
 
 // ---- Case and white space
-// ------------------------------------------------------------------------------------------------
 
 QZString* QZString::ToUpper()
 {
@@ -113,7 +111,6 @@ void QZString::TrimThis()
 }
 
 // ---- Tests
-// ---------------------------------------------------------------------------------------------------------------
 
 QZBool QZString::IsNullOrEmpty(QZString* text) { return text == nullptr || text->GetSize() == 0; }
 
