@@ -20,51 +20,27 @@ namespace
 const QZWChar* const kClass = QZ_W("QZConvert");
 constexpr QZInt64 kUnit = sizeof(QZWChar);
 
-/// A buffer out of the factory that goes back unless it is handed over.
-class NewData
-{
-public:
-    NewData() : m_data(QZDataFactory::CreateData()) {}
-    ~NewData()
-    {
-        if (m_data) QZDataFactory::Recycle(&m_data);
-    }
-    NewData(const NewData&) = delete;
-    NewData& operator=(const NewData&) = delete;
-
-    QZData* operator->() const { return m_data; }
-    QZData* Release()
-    {
-        QZData* data = m_data;
-        m_data = nullptr;
-        return data;
-    }
-
-private:
-    QZData* m_data;
-};
-
 [[noreturn]] void ThrowNull(const QZWChar* method, const QZWChar* type)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass, method)
+    QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, method)
         .Argument(type, static_cast<const QZWChar*>(nullptr))
-        .Exception();
+        .Throw();
 }
 
 void CheckData(const QZData* data)
 {
-    if (!data) ThrowNull(QZ_W("DataToText"), QZ_W("QZData*"));
+    if (data == nullptr) ThrowNull(QZ_W("DataToText"), QZ_W("QZData*"));
 }
 
 void CheckText(const void* text, const QZWChar* type)
 {
-    if (!text) ThrowNull(QZ_W("TextToData"), type);
+    if (text == nullptr) ThrowNull(QZ_W("TextToData"), type);
 }
 
 QZString* HexText(const void* bytes, QZInt64 size, const hex::Layout& layout)
 {
     const QZInt64 units = hex::Write(nullptr, bytes, size, layout);
-    NewData text;
+    QZScopedData text(QZDataFactory::CreateData());
     text->NewSize(units * kUnit);
     hex::Write(static_cast<QZWChar*>(text->GetPointer()), bytes, size, layout);
     return QZStringFactory::CreateString(static_cast<const QZWChar*>(text->GetPointer()), units * kUnit);
@@ -72,7 +48,7 @@ QZString* HexText(const void* bytes, QZInt64 size, const hex::Layout& layout)
 
 QZData* HexBytes(const QZWChar* text, QZInt64 count)
 {
-    NewData data;
+    QZScopedData data(QZDataFactory::CreateData());
     data->NewSize(count / 2);
     data->NewSize(hex::Read(data->GetPointer(), text, count));
     return data.Release();
@@ -80,7 +56,7 @@ QZData* HexBytes(const QZWChar* text, QZInt64 count)
 
 // ---- Arrays
 
-/// How the elements of an array type are read, written and told in text.
+/// How the elements of an array type are read and written, as values and as text.
 struct Int32Element
 {
     using Value = QZInt32;
@@ -125,7 +101,7 @@ QZString* ArrayText(const QZData* data)
 {
     const auto count = Element::Get(data, 0);
     std::basic_string<QZWChar> text;
-    // The count is no promise: the first element that is not there ends it with an exception.
+    // The count may be too large: the first missing element throws.
     for (QZInt64 i = 1; static_cast<typename Element::Value>(i) <= count; ++i)
     {
         QZWChar units[number::kBufferUnits];
@@ -145,7 +121,7 @@ class Elements
 public:
     Elements(const QZWChar* units, QZInt64 count) : m_next(units), m_end(units + count), m_done(count < 1) {}
 
-    /// Takes the next element: its digits, points too where `point`, and whether a "-" stood in it.
+    /// Reads the next element: its digits, also points if `point` is set, and whether it contained a "-".
     bool Next(bool point)
     {
         if (m_done) return false;
@@ -187,14 +163,15 @@ QZData* ArrayData(QZString* text)
     for (Elements elements(text->GetPointer(), text->GetLength()); elements.Next(Element::kPoint);)
         values.push_back(Element::Read(elements.Digits(), elements.Count(), elements.IsNegative()));
     values[0] = static_cast<Value>(values.size() - 1);
-    NewData data;
+    QZScopedData data(QZDataFactory::CreateData());
     data->Set(values.data(), static_cast<QZInt64>(values.size()) * kWidth);
     return data.Release();
 }
 
 // ---- Texts
 
-/// The encoding of a text type; 0 for all other types. TEXTUTF8 is UTF-8 for real here, whatever its number.
+/// The encoding of a text type; 0 for all other types. TEXTUTF8 means UTF-8 here, although its number is that
+/// of UTF16BE.
 QZInt64 EncodingOf(QZInt64 type)
 {
     switch (type)
@@ -208,7 +185,7 @@ QZInt64 EncodingOf(QZInt64 type)
 
 QZString* DatetimeText(const QZData* data)
 {
-    text::Temporary text(QZStringFactory::CreateString());
+    QZScopedString text(QZStringFactory::CreateString());
     QZDatetimeText(data, text.Get());
     return text.Release();
 }
@@ -266,7 +243,7 @@ QZString* QZConvert::DataToText(QZInt64 offset, QZData* data, QZInt64 width, QZB
 QZString* QZConvert::DataToText(QZInt64 offset, const void* bytes, QZInt64 size, QZInt64 width,
                                 QZBool showOffset, QZBool spaced)
 {
-    if (!bytes && size > 0) ThrowNull(QZ_W("DataToText"), QZ_W("QZPVoid"));
+    if (bytes == nullptr && size > 0) ThrowNull(QZ_W("DataToText"), QZ_W("QZPVoid"));
     return HexText(bytes, size, {offset, width, showOffset != 0, spaced != 0});
 }
 

@@ -2,13 +2,12 @@
 #define QZLIB_FW_EXCEPTION_FACTORY_H
 
 #include "fw/fw_exception.h"
+#include "fw/fw_object_cache.h"
 
-class QZObjectCache;
 class QZCollection;
 
-/// Makes and takes back exceptions. Every Create... hands the exception to its caller, who throws it; whoever
-/// catches it gives it back with Recycle. Recycled exceptions are deleted, so a fresh one carries no stale
-/// trace.
+/// Makes and takes back exceptions. The caller of Create... owns the exception and throws it; whoever catches
+/// it gives it back with Recycle. Recycled exceptions are deleted, so a new one has no old trace.
 class QZ_API QZExceptionFactory
 {
 public:
@@ -66,8 +65,7 @@ public:
     static QZInt64 GetMemorySize();
 
 private:
-    friend void QZExceptionFactoryInit();
-    friend void QZExceptionFactoryEnd();
+    friend struct QZExceptionFactoryStart;
     static void RegisterAll();
 
     static QZCollection* m_types;
@@ -81,8 +79,15 @@ private:
     static QZObjectCache* m_jsonExceptionCache;
 };
 
-/// Start and end, called by QZLibInit and QZLibDispose. Not exported.
-void QZExceptionFactoryInit();
-void QZExceptionFactoryEnd();
+// The caches of exceptions. They never get an object back: a recycled exception is deleted, and the created
+// count keeps rising.
+
+QZLIB_NAMED_CACHE(QZExceptionCache, QZException);
+QZLIB_NAMED_CACHE(QZIOExceptionCache, QZIOException);
+QZLIB_NAMED_CACHE(QZTaskExceptionCache, QZTaskException);
+QZLIB_NAMED_CACHE(QZDatabaseExceptionCache, QZDatabaseException);
+QZLIB_NAMED_CACHE(QZSocketExceptionCache, QZSocketException);
+QZLIB_NAMED_CACHE(QZHttpExceptionCache, QZHttpException);
+QZLIB_NAMED_CACHE(QZJsonExceptionCache, QZJsonException);
 
 #endif

@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <iterator>
 
-#include "fw/fw_string.h"
-
 namespace number
 {
 namespace
 {
 constexpr double kNoFraction = 1e-12;
 constexpr int kMostDigits = 12;
-/// The doubles from here on have no signed 64-bit integer part.
+/// Doubles from here on have no signed 64-bit integer part.
 constexpr double kIntegerLimit = 9223372036854775808.0;
 
 constexpr double kScale[] = {1.0,    0.1,    0.01,   0.001,   0.0001,  0.00001, 0.000001,
@@ -50,8 +48,8 @@ int WriteSigned(QZWChar* to, QZInt64 value)
     return sign + WriteUnsigned<Base>(to + sign, Magnitude(value));
 }
 
-/// How many decimal digits the fraction asks for, at most one more than are written. The point moves through
-/// the whole fraction, with the digits that it has passed left in front of it.
+/// The number of decimal digits that the fraction needs, at most one more than are written. Each step
+/// multiplies the whole fraction by ten and keeps the digits before the point.
 int CountDigits(double fraction)
 {
     int count = 0;
@@ -64,7 +62,7 @@ int CountDigits(double fraction)
     return count;
 }
 
-/// Text as units without sign: narrow bytes above 127 must not turn negative.
+/// Units without sign: narrow bytes above 127 must not become negative.
 template <typename Unit>
 QZUInt64 UnitOf(Unit unit)
 {
@@ -94,13 +92,12 @@ QZUInt64 ReadHex(const Unit* text, QZInt64 count)
 template <typename Unit>
 QZInt64 ReadInteger(const Unit* text, QZInt64 count)
 {
-    if (!text || count < 1) return 0;
+    if (text == nullptr || count < 1) return 0;
     if (count >= 2 && UnitOf(text[0]) == '0' && UnitOf(text[1]) == 'x')
         return static_cast<QZInt64>(ReadHex(text + 2, count - 2));
     bool negative = UnitOf(text[0]) == '-';
     QZUInt64 value = 0;
-    // Units that are no digits are counted all the same: callers get a number from any text, and never a
-    // failure.
+    // Units that are not digits count too: callers get a number for any text, and never a failure.
     for (QZInt64 i = negative ? 1 : 0; i < count; ++i) value = value * 10 + (UnitOf(text[i]) - '0');
     return static_cast<QZInt64>(negative ? 0ull - value : value);
 }
@@ -108,7 +105,7 @@ QZInt64 ReadInteger(const Unit* text, QZInt64 count)
 template <typename Unit>
 double ReadReal(const Unit* text, QZInt64 count)
 {
-    if (!text || count < 1) return 0;
+    if (text == nullptr || count < 1) return 0;
     QZInt64 point = count - 1;
     while (point >= 0 && UnitOf(text[point]) != '.') --point;
     if (point < 0) return static_cast<double>(ReadInteger(text, count));
@@ -118,18 +115,6 @@ double ReadReal(const Unit* text, QZInt64 count)
     // The sign is that of the integer part, which "-0" does not have: "-0.5" reads 0.5.
     if (whole < 0) return -(static_cast<double>(Magnitude(whole)) + fraction);
     return static_cast<double>(whole) + fraction;
-}
-
-/// The decimal text of a number with leading zeros up to the width.
-int WritePadded(QZWChar* to, QZInt64 value, int width)
-{
-    QZWChar digits[kBufferUnits];
-    int count = WriteUInt64(digits, Magnitude(value));
-    int written = 0;
-    if (value < 0) to[written++] = '-';
-    for (int zeros = std::min(width, 20) - count; zeros > 0; --zeros) to[written++] = '0';
-    std::copy(digits, digits + count, to + written);
-    return written + count;
 }
 }  // namespace
 
@@ -141,8 +126,8 @@ int WriteUInt64Hex(QZWChar* to, QZUInt64 value) { return WriteUnsigned<16>(to, v
 int WriteDouble(QZWChar* to, double value, QZInt64 precision)
 {
     double magnitude = value < 0 ? -value : value;
-    // What has no 64-bit integer part (huge values, infinities, no number at all) reads as the processor's
-    // answer to it.
+    // A value without a 64-bit integer part (huge, infinite, not a number) is written as the smallest
+    // integer, the processor's result of the conversion.
     if (!(magnitude < kIntegerLimit)) return WriteInt64(to, -0x7FFFFFFFFFFFFFFF - 1);
     QZUInt64 whole = static_cast<QZUInt64>(magnitude);
     double fraction = magnitude - static_cast<double>(whole);
@@ -150,7 +135,7 @@ int WriteDouble(QZWChar* to, double value, QZInt64 precision)
     int digits = precision < 0 ? std::min(CountDigits(fraction), kMostDigits)
                                : static_cast<int>(std::min<QZInt64>(precision, kMostDigits));
 
-    // One digit more than is written: it rounds half up, with an ordinary carry.
+    // One digit more than is written: it rounds half up, with carry.
     QZUInt64 scaled = static_cast<QZUInt64>(fraction * static_cast<double>(kPower[digits + 1]));
     scaled = scaled / 10 + (scaled % 10 >= 5 ? 1 : 0);
     if (scaled >= kPower[digits])
@@ -174,34 +159,3 @@ QZUInt64 ReadUInt64Hex(const char* text, QZInt64 count) { return ReadHex(text, c
 double ReadDouble(const QZWChar* text, QZInt64 count) { return ReadReal(text, count); }
 double ReadDouble(const char* text, QZInt64 count) { return ReadReal(text, count); }
 }  // namespace number
-
-namespace
-{
-void PutNumber(QZString* text, QZInt64 position, QZInt64 value, int width)
-{
-    QZWChar digits[number::kBufferUnits];
-    int count = number::WritePadded(digits, value, width);
-    digits[count] = 0;
-    // The first digit takes the place of the "%", so that no unit in front of it moves.
-    text->GetPointer()[position] = digits[0];
-    if (count > 1) text->Insert(position + 1, digits + 1);
-}
-}  // namespace
-
-bool QZFormatFirst(QZString* text, QZInt64 value, int width)
-{
-    QZInt64 position = text->IndexOf(static_cast<QZWChar>('%'));
-    if (position < 0) return false;
-    PutNumber(text, position, value, width);
-    return true;
-}
-
-bool QZFormatLast(QZString* text, QZInt64 value, int width)
-{
-    const QZWChar* units = text->GetPointer();
-    QZInt64 position = text->GetLength() - 1;
-    while (position >= 0 && units[position] != '%') --position;
-    if (position < 0) return false;
-    PutNumber(text, position, value, width);
-    return true;
-}

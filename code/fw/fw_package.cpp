@@ -7,7 +7,8 @@
 #include "fw/fw_data_factory.h"
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 #include "sys/sys_bytes.h"
 
 const QZInt64 QZPackage::Type;
@@ -22,9 +23,7 @@ void* ToBlock(QZUInt64 word) { return reinterpret_cast<void*>(static_cast<std::u
 
 [[noreturn]] void ThrowNoMemory(const QZWChar* className, const QZWChar* method)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), className,
-                  method)
-        .Exception();
+    QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), className, method).Throw();
 }
 
 /// Unique ids.
@@ -36,7 +35,7 @@ public:
     void PushNew(QZUInt64 id) { PushWord(id); }
 };
 
-/// Where the wire formats differ. A directory entry ends with type, id, start and end, one word each.
+/// The differences of the wire formats. A directory entry ends with type, id, start and end, one word each.
 template <typename WordType>
 struct WireFormat;
 
@@ -45,9 +44,9 @@ struct WireFormat<QZUInt64>
 {
     using Word = QZUInt64;
     static constexpr QZInt64 kEntry = 64;
-    /// Reserved bytes in front of the entry's words.
+    /// Reserved bytes in front of an entry's words.
     static constexpr QZInt64 kReserved = 32;
-    /// What a string must hold for each element to be looked at, half of an entry.
+    /// The bytes that a string must hold for each element before it is read: half of an entry.
     static constexpr QZInt64 kTested = 32;
     static constexpr const QZWChar* kClass = QZ_W("QZPackage");
 };
@@ -92,14 +91,14 @@ private:
     unsigned char* m_words;
 };
 
-/// The tests of a byte string that is to be read.
+/// The tests of a byte string before it is read.
 template <typename Wire>
 bool IsPackage(QZData* data)
 {
     const auto size = static_cast<QZUInt64>(data->GetSize());
     if (size < kWord<Wire>) return false;
     const QZUInt64 count = QZLoad<typename Wire::Word>(data->GetPointer());
-    // The whole directory must be there to be read, though the elements may begin inside of it.
+    // The whole directory must be in the string, although the elements may begin inside it.
     if (count > (size - kWord<Wire>) / Wire::kEntry) return false;
     QZUInt64 limit = count * Wire::kTested;
     for (QZUInt64 i = 0; i < count; ++i)
@@ -136,10 +135,7 @@ struct QZPackage::Elements
     void MakeRoom(QZInt64 n, const QZWChar* className, const QZWChar* type)
     {
         if (n < 1)
-            throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), className,
-                          className)
-                .Argument(type, n)
-                .Exception();
+            QZRaise(QZExceptionCode::ArgumentOutOfRange, className, className).Argument(type, n).Throw();
         capacityHint = n;
         for (QZCollection* collection : {&blocks, static_cast<QZCollection*>(&ids), &types})
         {
@@ -151,24 +147,23 @@ struct QZPackage::Elements
     /// A private copy of a buffer's block.
     static void* CopyOf(QZData* data, const QZWChar* className, const QZWChar* method)
     {
-        if (!data)
-            throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), className,
-                          method)
+        if (data == nullptr)
+            QZRaise(QZExceptionCode::ArgumentOutOfRange, className, method)
                 .Argument(QZ_W("QZData*"), static_cast<const QZWChar*>(nullptr))
-                .Exception();
+                .Throw();
         void* copy = block::Copy(data->GetStructPointer());
-        if (!copy) ThrowNoMemory(className, method);
+        if (copy == nullptr) ThrowNoMemory(className, method);
         return copy;
     }
 
-    /// The block is the package's from here on, also when there is no memory to add it.
+    /// The package owns the block from here on, also when there is no memory to add it.
     void PushBlock(void* element, QZUInt64 type)
     {
         try
         {
             blocks.Push(ToWord(element));
         }
-        catch (QZException*)
+        catch (...)
         {
             block::Free(element);
             throw;
@@ -177,7 +172,7 @@ struct QZPackage::Elements
         {
             types.Push(type);
         }
-        catch (QZException*)
+        catch (...)
         {
             block::Free(ToBlock(blocks.Pop()));
             throw;
@@ -192,7 +187,7 @@ struct QZPackage::Elements
         {
             ids.PushNew(id);
         }
-        catch (QZException*)
+        catch (...)
         {
             block::Free(ToBlock(blocks.Pop()));
             types.Pop();
@@ -204,17 +199,9 @@ struct QZPackage::Elements
     QZData* Get(QZInt64 index)
     {
         const void* element = ToBlock(blocks.GetElement(index));
-        QZData* data = QZDataFactory::CreateData();
-        try
-        {
-            data->Set(block::Data(element), block::Size(element));
-        }
-        catch (QZException*)
-        {
-            QZDataFactory::Recycle(&data);
-            throw;
-        }
-        return data;
+        QZScopedData data(QZDataFactory::CreateData());
+        data->Set(block::Data(element), block::Size(element));
+        return data.Release();
     }
 
     QZData* GetById(QZUInt64 id)
@@ -234,10 +221,9 @@ struct QZPackage::Elements
     {
         const QZInt64 index = ids.FindElement(id);
         if (index < 0)
-            throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), className,
-                          QZ_W("SetElementByID"))
+            QZRaise(QZExceptionCode::ArgumentOutOfRange, className, QZ_W("SetElementByID"))
                 .Argument(QZ_W("QZUInt64"), static_cast<QZInt64>(id))
-                .Exception();
+                .Throw();
         Set(index, data, className, QZ_W("SetElementByID"));
     }
 
@@ -284,11 +270,11 @@ struct QZPackage::Elements
             const auto start = static_cast<QZInt64>(entry.Get(Entry<Wire>::kStart));
             const auto length = static_cast<QZInt64>(entry.Get(Entry<Wire>::kEnd)) - start;
             void* element = block::Make(0, block::kDefaultOffset, length, 0);
-            if (!element) ThrowNoMemory(Wire::kClass, Wire::kClass);
+            if (element == nullptr) ThrowNoMemory(Wire::kClass, Wire::kClass);
             QZMemCopy(block::Data(element), QZAt(package, start), length);
             PushBlock(element, entry.Get(Entry<Wire>::kType));
-            // An id that is there already is left out of the ids alone: the elements behind it answer to
-            // their neighbours' ids, and a string that says so must go on meaning that.
+            // A second element with the same id gets no entry in the list of ids, so the elements after it
+            // have the ids of their neighbours. Stored strings rely on it.
             const QZUInt64 id = entry.Get(Entry<Wire>::kId);
             if (seen.insert(id).second) ids.PushNew(id);
         }
@@ -303,20 +289,18 @@ template <typename Wire, typename Maker>
 auto ReadPackage(QZData* data, Maker make)
 {
     const QZWChar* const method = QZ_W("Deserialize");
-    if (!data)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), Wire::kClass,
-                      method)
+    if (data == nullptr)
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, Wire::kClass, method)
             .Argument(QZ_W("QZData*"), static_cast<const QZWChar*>(nullptr))
-            .Exception();
+            .Throw();
     try
     {
-        if (!IsPackage<Wire>(data))
-            throw QZExceptionFactory::CreateException(QZExceptionCode::StructuralFailure);
+        if (!IsPackage<Wire>(data)) QZRaise(QZGeneralFailure(QZExceptionCode::StructuralFailure)).Throw();
         return make();
     }
-    catch (QZException* e)
+    catch (...)
     {
-        QZTrace(e, Wire::kClass, method).Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize());
+        QZPassOn(Wire::kClass, method).Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize());
         throw;
     }
 }
@@ -324,7 +308,7 @@ auto ReadPackage(QZData* data, Maker make)
 template <typename Package>
 void Delete(Package** package)
 {
-    if (!*package)
+    if (*package == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -335,7 +319,7 @@ void Delete(Package** package)
 
 void GiveBack(QZData** data)
 {
-    if (!*data)
+    if (*data == nullptr)
     {
         QZLibAssert(0);
         return;

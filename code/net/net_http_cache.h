@@ -1,7 +1,7 @@
 #ifndef QZLIB_NET_NET_HTTP_CACHE_H
 #define QZLIB_NET_NET_HTTP_CACHE_H
 
-#include "fw/fw_named_cache.h"
+#include "fw/fw_object_cache.h"
 #include "net/net_http_cookie.h"
 #include "net/net_http_header.h"
 #include "net/net_http_request.h"

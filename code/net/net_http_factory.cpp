@@ -3,7 +3,7 @@
 #include "fw/fw_library.h"
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_collect.h"
-#include "fw/internal/fw_factory_cache.h"
+#include "fw/internal/fw_start.h"
 #include "net/internal/net_http_internal.h"
 #include "net/net_http_cache.h"
 #include "net/net_http_request.h"

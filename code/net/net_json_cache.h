@@ -1,7 +1,7 @@
 #ifndef QZLIB_NET_JSON_CACHE_H
 #define QZLIB_NET_JSON_CACHE_H
 
-#include "fw/fw_named_cache.h"
+#include "fw/fw_object_cache.h"
 #include "net/net_json.h"
 
 // The caches of JSON values: the factory keeps one of each, a host may keep its own.

@@ -235,7 +235,7 @@ struct NarrowPath
     explicit NarrowPath(const char* path) : text(path != nullptr ? path : ""), length(text.size()) {}
     explicit NarrowPath(const QZWChar* path) { Convert(QZPathText(path)); }
     explicit NarrowPath(QZString* path) { Convert(QZPathText(path)); }
-    bool TooLong() const { return static_cast<QZInt64>(length) > QZPathLengthMax; }
+    bool TooLong() const { return static_cast<QZInt64>(length) > kPathLengthMax; }
 
     std::string text;
     std::size_t length = 0;

@@ -5,6 +5,7 @@
 
 #include "fw/fw_library.h"
 #include "fw/internal/fw_string_internal.h"
+#include "fw/internal/fw_trace.h"
 #include "net/internal/net_json_internal.h"
 #include "net/net_http_context.h"
 #include "net/net_http_factory.h"
