@@ -3,6 +3,8 @@
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_memory_raw.h"
 #include "fw/internal/fw_trace.h"
+#include "graphics/internal/gr_start.h"
+#include "os/internal/os_start.h"
 #include "sys/internal/sys_socket.h"
 
 namespace

@@ -2,7 +2,7 @@
 
 #include "codec/internal/cod_compression_format.h"
 #include "codec/internal/cod_compression_planes.h"
-#include "codec/internal/cod_compression_sound.h"
+#include "codec/internal/cod_compression_decode.h"
 #include "fw/internal/fw_hooks.h"
 
 using namespace compression;
@@ -137,9 +137,9 @@ QZULong QZCompression::DivideAndCompress(unsigned char* buffer, QZULong length)
 QZULong QZCompression::DecompressAndUnDivide(unsigned char* buffer, QZULong length)
 {
     if (Check(buffer, length) == 0) return Decompress(buffer, length);
-    const QZInt64 room = QZInt64{DecompressGetSourceLength(buffer, length)} + SoundSlack;
+    const QZInt64 room = QZInt64{DecompressGetSourceLength(buffer, length)} + kDecodeSlack;
     const Temporary decoded(room, false, QZ_W("Decompress"));
-    const QZInt64 count = DecodeSound(buffer, length, decoded.Bytes());
+    const QZInt64 count = DecodeChecked(buffer, length, decoded.Bytes());
     if (!IsWholeOfFour(decoded.Bytes(), count))
     {
         QZMemCopy(buffer, decoded.Bytes(), count);

@@ -8,7 +8,7 @@
 #include "codec/cod_math.h"
 #include "codec/internal/cod_compression_format.h"
 #include "codec/internal/cod_compression_group.h"
-#include "codec/internal/cod_compression_sound.h"
+#include "codec/internal/cod_compression_decode.h"
 #include "fw/internal/fw_hooks.h"
 
 using namespace compression;
@@ -248,7 +248,7 @@ QZULong QZCompression::Decompress(unsigned char* buffer, QZULong length)
     const Temporary decoded(room, false, QZ_W("Decompress"));
     if (Check(buffer, length) != 0)
     {
-        const QZInt64 count = DecodeSound(buffer, length, decoded.Bytes());
+        const QZInt64 count = DecodeChecked(buffer, length, decoded.Bytes());
         QZMemCopy(buffer, decoded.Bytes(), count);
         return static_cast<QZULong>(count);
     }

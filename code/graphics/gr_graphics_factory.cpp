@@ -7,6 +7,7 @@
 #include "graphics/gr_pixels.h"
 #include "graphics/gr_points.h"
 #include "graphics/gr_shape.h"
+#include "graphics/internal/gr_start.h"
 
 QZObjectCache* QZGraphicsFactory::m_shapeCache = nullptr;
 QZObjectCache* QZGraphicsFactory::m_pixelBlockCache = nullptr;

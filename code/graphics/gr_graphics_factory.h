@@ -74,9 +74,4 @@ private:
     static QZObjectCache* m_rayCache;
 };
 
-/// Start and end, called by QZLibInit and QZLibDispose; each may be called twice without effect. Not
-/// exported.
-void QZGraphicsFactoryInit();
-void QZGraphicsFactoryEnd();
-
 #endif

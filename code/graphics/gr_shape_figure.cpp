@@ -1,10 +1,10 @@
-#include "graphics/internal/gr_shape_figure.h"
+#include "graphics/gr_shape.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "codec/cod_math.h"
-#include "graphics/gr_shape.h"
+#include "graphics/internal/gr_figure.h"
 
 namespace
 {

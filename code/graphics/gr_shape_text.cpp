@@ -5,7 +5,7 @@
 #include "fw/fw_encoding.h"
 #include "graphics/gr_lattice.h"
 #include "graphics/gr_shape.h"
-#include "graphics/internal/gr_shape_figure.h"
+#include "graphics/internal/gr_figure.h"
 #include "sys/sys_bytes.h"
 
 namespace

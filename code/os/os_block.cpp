@@ -1,3 +1,5 @@
+#include "os/os_block.h"
+
 #include <bit>
 #include <cstdint>
 
@@ -5,7 +7,6 @@
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
-#include "os/internal/os_buffer_walk.h"
 #include "os/os_file.h"
 
 const QZInt64 QZBlock::Type;

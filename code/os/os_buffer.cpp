@@ -11,7 +11,6 @@
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
-#include "os/internal/os_buffer_walk.h"
 
 const QZInt64 QZBuffer::Type;
 const QZInt64 QZBuffer::BlockSize512K;

@@ -11,6 +11,7 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
+#include "os/internal/os_console_table.h"
 #include "os/os_thread.h"
 #include "sys/internal/sys_console.h"
 

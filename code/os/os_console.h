@@ -65,11 +65,4 @@ public:
     void Write(QZInt64 value) override;
 };
 
-/// Columns of a terminal that a character takes: 2 for the wide ones of East Asian text, 0 for combining
-/// marks, else 1. Not exported.
-int QZConsoleWidth(QZUInt32 codePoint);
-
-/// Appends the box of a table to the text. Not exported.
-void QZConsoleTableText(QZDataTable* table, QZString* text);
-
 #endif

@@ -1,3 +1,5 @@
+#include "os/internal/os_console_table.h"
+
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -8,7 +10,6 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
-#include "os/os_console.h"
 
 namespace
 {

@@ -1,3 +1,5 @@
+#include "os/os_file_buffer.h"
+
 #include <vector>
 
 #include "fw/fw_exception.h"
@@ -5,7 +7,6 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_trace.h"
-#include "os/internal/os_buffer_walk.h"
 #include "os/internal/os_sync_file.h"
 #include "os/os_file.h"
 

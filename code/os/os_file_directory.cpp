@@ -1,3 +1,5 @@
+#include "os/os_file_directory.h"
+
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -7,7 +9,6 @@
 #include "fw/fw_keyed.h"
 #include "fw/internal/fw_path_text.h"
 #include "fw/internal/fw_trace.h"
-#include "os/os_path.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_file.h"
 

@@ -10,7 +10,7 @@
 #include "fw/fw_time.h"
 #include "fw/internal/fw_trace.h"
 #include "os/os_file.h"
-#include "os/os_path.h"
+#include "os/os_file_directory.h"
 #include "os/os_stream.h"
 
 const QZInt64 QZLog::Type;

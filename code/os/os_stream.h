@@ -3,6 +3,9 @@
 
 #include "os/os_buffer.h"
 
+class QZFile;
+class QZString;
+
 /// A stream over paged memory: reads go on from the read position, writes go to the end.
 ///
 /// Reading and writing do not disturb each other. One thread at a time.

@@ -5,11 +5,6 @@
 
 class QZString;
 
-namespace os
-{
-struct SystemTimes;
-}
-
 /// Load and memory figures of this machine. All static, any thread.
 class QZ_API QZSystem
 {
@@ -34,8 +29,5 @@ public:
 
     static void Recycle(QZString** text);
 };
-
-/// The load between two looks in percent, cut to a whole number; 0 when no time passed. Internal.
-int QZSystemLoad(const os::SystemTimes& first, const os::SystemTimes& second);
 
 #endif

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "fw/internal/fw_memory_raw.h"
+#include "os/internal/os_start.h"
 #include "sys/internal/sys_clock.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_memory.h"

@@ -101,9 +101,4 @@ private:
     std::atomic<bool> m_stalled{false};
 };
 
-/// Start and stop of the thread layer, for QZLibInit and QZLibDispose. The end takes the global mutex away,
-/// sets the abort flag and returns when the last thread made by QZThread::Create has returned.
-void QZThreadRuntimeInit();
-void QZThreadRuntimeEnd();
-
 #endif

@@ -2,7 +2,7 @@
 
 #include "codec/cod_encryption.h"
 #include "fw/fw_data.h"
-#include "os/os_buffer.h"
+#include "os/os_file_buffer.h"
 #include "os/os_file.h"
 
 using qztest::EngineTest;

@@ -1,3 +1,4 @@
+#include "os/internal/os_console_table.h"
 #include "os/os_console.h"
 
 #include <string>

@@ -1,3 +1,4 @@
+#include "os/os_file_directory.h"
 #include "os/os_path.h"
 
 #include "fw/fw_exception_code.h"

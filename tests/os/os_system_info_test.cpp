@@ -19,15 +19,15 @@ constexpr QZUInt32 kSystemNumber = 5;
 TEST(SystemInfo, LoadIsWhatWasNotIdle)
 {
     // 100 ticks passed, 80 in the kernel of which 75 were idle, 20 in programs.
-    EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1075, 2080, 520}), 25);
-    EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1000, 2001, 502}), 100);
-    EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1100, 2100, 500}), 0);
-    EXPECT_EQ(QZSystemLoad({0, 0, 0}, {2, 2, 1}), 33) << "cut, not rounded";
+    EXPECT_EQ(os::SystemLoad({1000, 2000, 500}, {1075, 2080, 520}), 25);
+    EXPECT_EQ(os::SystemLoad({1000, 2000, 500}, {1000, 2001, 502}), 100);
+    EXPECT_EQ(os::SystemLoad({1000, 2000, 500}, {1100, 2100, 500}), 0);
+    EXPECT_EQ(os::SystemLoad({0, 0, 0}, {2, 2, 1}), 33) << "cut, not rounded";
 }
 
 TEST(SystemInfo, LoadWithoutTimeIsNought)
 {
-    EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1000, 2000, 500}), 0);
+    EXPECT_EQ(os::SystemLoad({1000, 2000, 500}, {1000, 2000, 500}), 0);
     Hooks hooks;
     hooks.Fail(os::Op::System, kSystemNumber, 1, true);
     // Without a look there are only the two of the last time.

@@ -1,6 +1,7 @@
 // The graphics factory's caches, and its place at start, end and collection.
 
 #include "graphics/gr_graphics_factory.h"
+#include "graphics/internal/gr_start.h"
 
 #include <string>
 

@@ -81,6 +81,9 @@ struct SystemTimes
 };
 bool SystemTimesGet(SystemTimes* times);
 
+/// The load of the processors between two moments, in percent, cut to a whole number; 0 when no time passed.
+int SystemLoad(const SystemTimes& first, const SystemTimes& second);
+
 }  // namespace os
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef QZLIB_OS_TEXT_H
-#define QZLIB_OS_TEXT_H
+#ifndef QZLIB_OS_HEX_TEXT_H
+#define QZLIB_OS_HEX_TEXT_H
 
 #include "fw/fw_object.h"
 

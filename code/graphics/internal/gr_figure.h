@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_SHAPE_FIGURE_H
-#define QZLIB_GR_SHAPE_FIGURE_H
+#ifndef QZLIB_GRAPHICS_FIGURE_H
+#define QZLIB_GRAPHICS_FIGURE_H
 
 #include "fw/fw_exception_factory.h"
 #include "fw/internal/fw_buffer.h"

@@ -1,4 +1,4 @@
-#include "codec/internal/cod_compression_sound.h"
+#include "codec/internal/cod_compression_decode.h"
 
 #include <emmintrin.h>
 
@@ -81,7 +81,7 @@ QZInt64 DecodeBlock(const QZByte* stream, QZInt64 position, QZByte* target, QZIn
 
 }  // namespace
 
-QZInt64 DecodeSound(const QZByte* stream, QZInt64 length, QZByte* target)
+QZInt64 DecodeChecked(const QZByte* stream, QZInt64 length, QZByte* target)
 {
     const QZInt64 limit = length - StreamTrailer;
     QZInt64 decoded = 0;
