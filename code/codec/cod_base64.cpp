@@ -8,7 +8,6 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_trace.h"
-#include "sys/sys_bytes.h"
 
 namespace
 {

@@ -1,8 +1,8 @@
 #include "codec/cod_compression.h"
 
+#include "codec/internal/cod_compression_decode.h"
 #include "codec/internal/cod_compression_format.h"
 #include "codec/internal/cod_compression_planes.h"
-#include "codec/internal/cod_compression_decode.h"
 #include "fw/internal/fw_hooks.h"
 
 using namespace compression;

@@ -6,9 +6,9 @@
 
 #include "codec/cod_compression.h"
 #include "codec/cod_math.h"
+#include "codec/internal/cod_compression_decode.h"
 #include "codec/internal/cod_compression_format.h"
 #include "codec/internal/cod_compression_group.h"
-#include "codec/internal/cod_compression_decode.h"
 #include "fw/internal/fw_hooks.h"
 
 using namespace compression;

@@ -9,7 +9,7 @@
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
 #include "graphics/internal/gr_lattice_table.h"
-#include "os/os_file.h"
+#include "os/internal/os_opened_file.h"
 
 const QZInt64 QZLattice::Type;
 const QZInt64 QZLattice::GlyphSize;
@@ -23,33 +23,9 @@ const QZWChar* g_path = nullptr;
 bool g_initialised = false;
 QZCriticalSection* g_section = nullptr;
 
-/// An open file, closed with the scope.
-class OpenFile
-{
-public:
-    explicit OpenFile(unsigned int options) : m_file(QZFile::Open(g_path, options)) {}
-    ~OpenFile() { QZFile::Close(&m_file); }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-
-    QZFile* operator->() const { return m_file; }
-
-private:
-    QZFile* m_file;
-};
-
-class SectionLock
-{
-public:
-    SectionLock() { g_section->Lock(); }
-    ~SectionLock() { g_section->Unlock(); }
-    SectionLock(const SectionLock&) = delete;
-    SectionLock& operator=(const SectionLock&) = delete;
-};
-
 void WriteTable()
 {
-    OpenFile file(QZFileOptions::ShareReadWrite);
+    QZOpenedFile file(QZFile::Open(g_path, QZFileOptions::ShareReadWrite));
     file->Write(0, g_table, lattice::kTableSize);
 }
 
@@ -61,7 +37,7 @@ void LoadTable(const QZWChar* path)
     {
         // Read only, so that a host may install its font where it cannot write. A short file fills what it
         // has.
-        OpenFile file(QZFileOptions::Read | QZFileOptions::ShareRead);
+        QZOpenedFile file(QZFile::Open(g_path, QZFileOptions::Read | QZFileOptions::ShareRead));
         file->Read(0, g_table, lattice::kTableSize);
         return;
     }
@@ -187,7 +163,7 @@ void QZLattice::Sync()
     if (!g_path) return;
     try
     {
-        SectionLock lock;
+        const QZCriticalGuard lock(g_section);
         if (!QZFile::Exists(g_path)) QZFile::Create(g_path);
         WriteTable();
     }

@@ -3,6 +3,7 @@
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
+#include "fw/internal/fw_scoped.h"
 #include "graphics/gr_lattice.h"
 #include "graphics/gr_shape.h"
 #include "graphics/internal/gr_figure.h"
@@ -16,9 +17,6 @@ class Units
 {
 public:
     explicit Units(QZString* text) : m_data(QZEncoding::GetData(QZEncodingType::UTF16LE, text)) {}
-    ~Units() { QZDataFactory::Recycle(&m_data); }
-    Units(const Units&) = delete;
-    Units& operator=(const Units&) = delete;
 
     QZInt64 Count() const { return m_data->GetSize() / 2; }
     QZUInt16 At(QZInt64 index) const { return QZLoad<QZUInt16>(QZAt(m_data->GetPointer(), index * 2)); }
@@ -28,7 +26,7 @@ public:
     }
 
 private:
-    QZData* m_data;
+    QZScopedData m_data;
 };
 
 /// The height of the tallest glyph from each unit to the end of the text.

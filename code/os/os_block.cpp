@@ -7,7 +7,7 @@
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
-#include "os/os_file.h"
+#include "os/internal/os_opened_file.h"
 
 const QZInt64 QZBlock::Type;
 
@@ -16,7 +16,7 @@ namespace
 
 /// Up to here a block's part of a file is read at once: small files are taken in as they are when they are
 /// opened.
-constexpr QZInt64 LoadedAtOnce = 262144;
+constexpr QZInt64 kLoadedAtOnce = 262144;
 
 [[noreturn]] void ThrowOutOfMemory(QZInt64 size)
 {
@@ -204,18 +204,13 @@ void QZFileBlock::Load()
     if (count <= 0) return;
     if (count > GetSize()) count = GetSize();
     SetLoaded(count);
-    if (count <= LoadedAtOnce) Require(0, count);
+    if (count <= kLoadedAtOnce) Require(0, count);
 }
 
 void QZFileBlock::Fetch(QZInt64 from, QZInt64 to)
 {
-    while (from < to)
-    {
-        const QZInt64 more = m_file->Read(GetOffset() + from, Bytes() + from, to - from);
-        if (more <= 0) break;
-        from += more;
-    }
-    // Somebody made the file shorter meanwhile.
+    from += QZReadWhole(m_file, GetOffset() + from, Bytes() + from, to - from);
+    // Another program made the file shorter in the meantime.
     if (from < to) QZMemClean(Bytes() + from, to - from);
 }
 
@@ -223,17 +218,13 @@ void QZFileBlock::WriteBack()
 {
     if (!IsChanged()) return;
     ForEachChange([this](QZInt64 from, QZInt64 to) {
-        while (from < to)
-        {
-            const QZInt64 count = m_file->Write(GetOffset() + from, Bytes() + from, to - from);
-            if (count <= 0)
-                throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::WriteFailed),
-                              QZ_W("QZFileBlock"), QZ_W("WriteBack"))
-                    .Argument(QZ_W("QZInt64"), GetOffset() + from)
-                    .Argument(QZ_W("QZInt64"), to - from)
-                    .Exception();
-            from += count;
-        }
+        from += QZWriteWhole(m_file, GetOffset() + from, Bytes() + from, to - from);
+        if (from == to) return;
+        throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::WriteFailed),
+                      QZ_W("QZFileBlock"), QZ_W("WriteBack"))
+            .Argument(QZ_W("QZInt64"), GetOffset() + from)
+            .Argument(QZ_W("QZInt64"), to - from)
+            .Exception();
     });
     ClearChanges();
 }

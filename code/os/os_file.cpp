@@ -11,9 +11,9 @@
 #include "fw/fw_exception_code.h"
 #include "fw/fw_memory.h"
 #include "fw/fw_search.h"
-#include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_file.h"
@@ -81,29 +81,6 @@ bool PlatformSize(QZInt64 size, QZUInt32* asked)
 }
 
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
-
-/// Gives a QZData back unless it was released to the caller.
-class DataGuard
-{
-public:
-    explicit DataGuard(QZData* data) : m_data(data) {}
-    ~DataGuard()
-    {
-        if (m_data != nullptr) QZDataFactory::Recycle(&m_data);
-    }
-    DataGuard(const DataGuard&) = delete;
-    DataGuard& operator=(const DataGuard&) = delete;
-    QZData* operator->() const { return m_data; }
-    QZData* Release()
-    {
-        QZData* data = m_data;
-        m_data = nullptr;
-        return data;
-    }
-
-private:
-    QZData* m_data;
-};
 
 /// Calls action(start, length) for every line: what stands before each CR LF, and the rest.
 template <typename Action>
@@ -330,7 +307,7 @@ QZInt64 QZFile::Read(QZInt64 offset, void* buffer, QZInt64 size)
 
 QZData* QZFile::Read(QZInt64 offset, QZInt64 size)
 {
-    DataGuard data(QZDataFactory::CreateData());
+    QZScopedData data(QZDataFactory::CreateData());
     try
     {
         data->NewSize(size);
@@ -383,37 +360,20 @@ void QZFile::Sync()
 namespace
 {
 
-/// A buffer of the memory manager for the time of a call.
-class BufferGuard
-{
-public:
-    explicit BufferGuard(QZInt64 size) : m_buffer(MemoryAllocate(size)) {}
-    ~BufferGuard()
-    {
-        if (m_buffer != nullptr) MemoryFree(m_buffer);
-    }
-    BufferGuard(const BufferGuard&) = delete;
-    BufferGuard& operator=(const BufferGuard&) = delete;
-    void* Pointer() const { return m_buffer; }
-
-private:
-    void* m_buffer;
-};
-
 QZInt64 CopyPieces(QZFile* source, QZInt64 sourceOffset, QZFile* target, QZInt64 targetOffset, QZInt64 length,
                    QZInt64 chunk, QZInt64* progress)
 {
     if (length <= 0) return 0;
-    BufferGuard buffer(chunk < length ? chunk : length);
-    if (buffer.Pointer() == nullptr) throw QZExceptionFactory::CreateException(QZExceptionCode::OutOfMemory);
+    QZScopedBuffer buffer(MemoryAllocate(chunk < length ? chunk : length));
+    if (buffer.Get() == nullptr) throw QZExceptionFactory::CreateException(QZExceptionCode::OutOfMemory);
     QZInt64 copied = 0;
     while (copied < length)
     {
         QZInt64 piece = length - copied < chunk ? length - copied : chunk;
         // A piece of nothing would go on for ever: it counts as short.
-        if (piece == 0 || source->Read(sourceOffset + copied, buffer.Pointer(), piece) != piece)
+        if (piece == 0 || source->Read(sourceOffset + copied, buffer.Get(), piece) != piece)
             throw Failed(QZIOExceptionCode::OperationFailed);
-        if (target->Write(targetOffset + copied, buffer.Pointer(), piece) != piece)
+        if (target->Write(targetOffset + copied, buffer.Get(), piece) != piece)
             throw Failed(QZIOExceptionCode::OperationFailed);
         copied += piece;
         if (progress != nullptr) *progress += piece;
@@ -452,8 +412,8 @@ bool SameBytes(QZFile* one, QZFile* other)
     QZInt64 size = one->GetSize();
     if (other->GetSize() != size) return false;
     constexpr QZInt64 kPiece = 65536;
-    DataGuard mine(QZDataFactory::CreateData());
-    DataGuard theirs(QZDataFactory::CreateData());
+    QZScopedData mine(QZDataFactory::CreateData());
+    QZScopedData theirs(QZDataFactory::CreateData());
     mine->NewSize(kPiece);
     theirs->NewSize(kPiece);
     for (QZInt64 offset = 0; offset < size; offset += kPiece)
@@ -480,7 +440,7 @@ QZBool QZFile::Equals(QZFile* other)
 
 QZInt64 QZFile::LineCount()
 {
-    DataGuard all(Framed(QZ_W("LineCount"), [&] { return ReadToEnd(); }));
+    QZScopedData all(Framed(QZ_W("LineCount"), [&] { return ReadToEnd(); }));
     QZInt64 count = 0;
     ForEachLine(static_cast<const char*>(all->GetPointer()), all->GetSize(),
                 [&](QZInt64, QZInt64) { ++count; });
@@ -489,7 +449,7 @@ QZInt64 QZFile::LineCount()
 
 QZInt64 QZFile::ReadLine(char** lines)
 {
-    DataGuard all(Framed(
+    QZScopedData all(Framed(
         QZ_W("ReadLine"), [&] { return ReadToEnd(); }, Named(QZ_W("QZChar**"), AddressOf(lines))));
     const char* text = static_cast<const char*>(all->GetPointer());
     QZInt64 index = 0;
@@ -508,7 +468,7 @@ QZInt64 QZFile::GetVersion(char* result)
     static const char kPattern[] =
         "F\0i\0l\0e\0V\0e\0r\0s\0i\0o\0n";  // the literal's end makes the 22nd byte
     constexpr QZInt64 kResultSize = 32;
-    DataGuard all(Framed(
+    QZScopedData all(Framed(
         QZ_W("GetVersion"), [&] { return ReadToEnd(); }, Named(QZ_W("QZChar*"), AddressOf(result))));
     const unsigned char* bytes = static_cast<const unsigned char*>(all->GetPointer());
     QZInt64 size = all->GetSize();
@@ -541,7 +501,7 @@ QZInt64 EncodingOf(QZFile* file)
     if (begins("\xFE\xFF", 2)) return QZEncodingType::UTF16BE;
     if (begins("\xFF\xFE\x00\x00", 4)) return QZEncodingType::UTF32LE;
     if (begins("\x00\x00\xFE\xFF", 4)) return QZEncodingType::UTF32BE;
-    DataGuard all(file->ReadToEnd());
+    QZScopedData all(file->ReadToEnd());
     return QZEncoding::IsLegalUTF8(all->GetPointer(), all->GetSize()) ? QZEncodingType::UTF8
                                                                       : QZEncodingType::ANSI;
 }

@@ -9,6 +9,7 @@
 #include "fw/fw_keyed.h"
 #include "fw/internal/fw_path_text.h"
 #include "fw/internal/fw_trace.h"
+#include "os/os_path.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_file.h"
 

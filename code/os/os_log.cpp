@@ -8,6 +8,7 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_time.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "os/os_file.h"
 #include "os/os_file_directory.h"
@@ -19,24 +20,9 @@ namespace
 {
 const QZWChar* const kClass = QZ_W("QZLog");
 
-/// A text out of the cache, given back at the end of the scope.
-class Held
-{
-public:
-    explicit Held(QZString* text) : m_text(text) {}
-    ~Held() { QZStringFactory::Recycle(&m_text); }
-    Held(const Held&) = delete;
-    Held& operator=(const Held&) = delete;
-    QZString* operator->() const { return m_text; }
-    QZString* Get() const { return m_text; }
-
-private:
-    QZString* m_text;
-};
-
 void WriteMark(QZFileStream* stream, const QZWChar* mark, QZString* time)
 {
-    Held line(QZStringFactory::CreateString(mark));
+    QZScopedString line(QZStringFactory::CreateString(mark));
     line->Append(time);
     line->Append(QZ_W(" -------------------------------"));
     stream->WriteLine(line.Get());
@@ -96,9 +82,9 @@ void QZLog::Close(QZLog** log)
 void QZLog::Init()
 {
     QZDateTime now(QZEnvironment::GetCurrentTimestamp());
-    Held path(QZStringFactory::CreateString(m_directory));
+    QZScopedString path(QZStringFactory::CreateString(m_directory));
     {
-        Held date(QZConvert::DateTimeToStringYMD(&now));
+        QZScopedString date(QZConvert::DateTimeToStringYMD(&now));
         path->Append(QZ_W("/"));
         path->Append(date.Get());
     }
@@ -120,7 +106,7 @@ void QZLog::WriteEntry(QZString* text)
     // A rollover that failed left no file open: the next entry tries again.
     if (!m_stream || QZEnvironment::GetCurrentTimestamp() > m_nextRollover) Init();
     QZDateTime now(QZEnvironment::GetCurrentTimestamp());
-    Held time(QZConvert::DateTimeToString(&now));
+    QZScopedString time(QZConvert::DateTimeToString(&now));
     if (m_wrap) WriteMark(m_stream, QZ_W("------------------------------- BEGIN "), time.Get());
     m_stream->WriteLine(text);
     if (m_wrap) WriteMark(m_stream, QZ_W("-------------------------------  END  "), time.Get());

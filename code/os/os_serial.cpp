@@ -9,6 +9,7 @@
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_line.h"
@@ -20,20 +21,6 @@ constexpr const QZWChar* kClass = QZ_W("QZSerial");
 constexpr const QZWChar* kPrefix = QZ_W("\\\\.\\");
 /// 38400 and 57600 are not among them, and devices in use are set to one of these.
 constexpr QZInt64 kSpeeds[] = {2400, 4800, 9600, 19200, 115200, 230400, 460800, 921600, 2000000};
-
-/// A string of the factory for the time of a scope.
-class Text
-{
-public:
-    explicit Text(QZString* text) : m_text(text) {}
-    ~Text() { QZStringFactory::Recycle(&m_text); }
-    Text(const Text&) = delete;
-    Text& operator=(const Text&) = delete;
-    QZString* Get() const { return m_text; }
-
-private:
-    QZString* m_text;
-};
 
 /// What the port record holds.
 struct PortRecord
@@ -116,7 +103,7 @@ QZSerial::~QZSerial() { Close(); }
 
 void QZSerial::Connect(QZString* path, QZInt64 baud)
 {
-    const Text device(WithPrefix(path));
+    const QZScopedString device(WithPrefix(path));
     // The old record leaves the field before the system is asked, so that a refusal leaves the port closed.
     if (OpenLine() != nullptr) m_left.push_back(m_port);
     m_port.reset();

@@ -8,10 +8,10 @@
 #include "fw/fw_encoding.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
-#include "os/os_file.h"
+#include "os/internal/os_opened_file.h"
 
 const QZInt64 QZSettingsAdapter::Type;
 
@@ -32,47 +32,28 @@ void* Allocate(QZInt64 size, const QZWChar* method)
         .Exception();
 }
 
-/// The bytes of a text in an encoding, from the cache and back to it.
+/// The bytes of a text in an encoding.
 class Encoded
 {
 public:
     Encoded(QZInt64 encoding, QZString* text) : m_data(QZDataFactory::CreateData())
     {
-        try
-        {
-            if (text && text->GetLength() > 0) QZEncoding::GetData(encoding, text, m_data);
-        }
-        catch (QZException*)
-        {
-            QZDataFactory::Recycle(&m_data);
-            throw;
-        }
+        if (text != nullptr && text->GetLength() > 0) QZEncoding::GetData(encoding, text, m_data.Get());
     }
-    ~Encoded() { QZDataFactory::Recycle(&m_data); }
-    Encoded(const Encoded&) = delete;
-    Encoded& operator=(const Encoded&) = delete;
 
     const void* Pointer() const { return m_data->GetPointer(); }
     QZInt64 Size() const { return m_data->GetSize(); }
 
 private:
-    QZData* m_data;
+    QZScopedData m_data;
 };
 
-/// A path of any form as an object, for the time of a call.
+/// A path in any form as a string, for the time of a call.
 template <typename Path>
-class PathText
+QZScopedString TextOf(Path path)
 {
-public:
-    explicit PathText(Path path) : m_text(QZStringFactory::CreateString(path)) {}
-    ~PathText() { QZStringFactory::Recycle(&m_text); }
-    PathText(const PathText&) = delete;
-    PathText& operator=(const PathText&) = delete;
-    QZString* Get() const { return m_text; }
-
-private:
-    QZString* m_text;
-};
+    return QZScopedString(QZStringFactory::CreateString(path));
+}
 }  // namespace
 
 QZSettingsAdapter::QZSettingsAdapter() : m_encoding(QZEncodingType::UTF8) {}
@@ -130,33 +111,29 @@ void QZSettingsAdapter::LoadFile(QZString* path)
             .Argument(QZ_W("QZString*"), path)
             .Exception();
     }
-    QZFile* file = QZFile::Open(path, QZFileOptions::Read | QZFileOptions::ShareReadWrite);
-    void* text = nullptr;
-    QZInt64 length = 0;
+    QZOpenedFile file(QZFile::Open(path, QZFileOptions::Read | QZFileOptions::ShareReadWrite));
     try
     {
         const QZInt64 size = file->GetSize();
-        text = Allocate(size + 1, QZ_W("Load"));
-        length = file->Read(0, text, size);
+        QZScopedBuffer text(Allocate(size + 1, QZ_W("Load")));
+        const QZInt64 length = file->Read(0, text.Get(), size);
+        Take(text.Release(), length);
     }
     catch (QZException* e)
     {
-        if (text) MemoryFree(text);
-        QZFile::Close(&file);
         QZTrace(e, kClass, QZ_W("Load")).Argument(QZ_W("QZString*"), path);
         throw;
     }
-    QZFile::Close(&file);
-    Take(text, length);
+    file.Reset();
     if (!m_path) m_path = static_cast<char*>(Allocate(kPathBytes, QZ_W("Load")));
     std::memset(m_path, 0, kPathBytes);
     std::memcpy(m_path, narrow.Pointer(), static_cast<std::size_t>(narrow.Size()));
     m_fromFile = 1;
 }
 
-void QZSettingsAdapter::Load(const char* path) { LoadFile(PathText(path).Get()); }
-void QZSettingsAdapter::Load(const QZWChar* path) { LoadFile(PathText(path).Get()); }
-void QZSettingsAdapter::Load(QZString* path) { LoadFile(PathText(path).Get()); }
+void QZSettingsAdapter::Load(const char* path) { LoadFile(TextOf(path).Get()); }
+void QZSettingsAdapter::Load(const QZWChar* path) { LoadFile(TextOf(path).Get()); }
+void QZSettingsAdapter::Load(QZString* path) { LoadFile(TextOf(path).Get()); }
 void QZSettingsAdapter::Load(const void* path) { Load(static_cast<const char*>(path)); }
 
 void QZSettingsAdapter::Load(const void* text, QZInt64 size)
@@ -178,7 +155,7 @@ void QZSettingsAdapter::Load(const void* text, QZInt64 size)
 void QZSettingsAdapter::Save()
 {
     if (!m_fromFile) return;
-    QZFile* file = QZFile::Open(m_path);
+    QZOpenedFile file(QZFile::Open(m_path));
     try
     {
         if (m_length > 0) file->Write(0, m_text, m_length);
@@ -186,11 +163,9 @@ void QZSettingsAdapter::Save()
     }
     catch (QZException* e)
     {
-        QZFile::Close(&file);
         QZTrace(e, kClass, QZ_W("Save"));
         throw;
     }
-    QZFile::Close(&file);
 }
 
 QZInt64 QZSettingsAdapter::CopySettingsToBuf(void* target)
@@ -233,21 +208,17 @@ QZString* QZSettingsAdapter::GetValue(QZString* key)
     const QZInt64 begin = FindValue(key);
     const QZInt64 length = begin < 0 ? 0 : ValueEnd(begin) - begin;
     if (length == 0) return QZStringFactory::CreateString();
-    QZData* bytes = QZDataFactory::CreateData();
-    QZString* value = nullptr;
+    QZScopedData bytes(QZDataFactory::CreateData());
     try
     {
         bytes->Set(static_cast<const char*>(m_text) + begin, length);
-        value = QZEncoding::GetString(m_encoding, bytes);
+        return QZEncoding::GetString(m_encoding, bytes.Get());
     }
     catch (QZException* e)
     {
-        QZDataFactory::Recycle(&bytes);
         QZTrace(e, kClass, QZ_W("GetValue")).Argument(QZ_W("QZString*"), key);
         throw;
     }
-    QZDataFactory::Recycle(&bytes);
-    return value;
 }
 
 void QZSettingsAdapter::ReplaceBytes(QZInt64 begin, QZInt64 end, const void* bytes, QZInt64 size)
@@ -262,24 +233,15 @@ void QZSettingsAdapter::ReplaceBytes(QZInt64 begin, QZInt64 end, const void* byt
 
 void QZSettingsAdapter::AddLine(QZString* key, QZString* value)
 {
-    QZString* line = QZStringFactory::CreateString();
-    try
-    {
-        const char* text = static_cast<const char*>(m_text);
-        // The line stands by itself, also behind a last line without an end.
-        if (m_length > 0 && text[m_length - 1] != '\n') line->Append(QZ_W("\r\n"));
-        line->Append(key);
-        line->Append(value);
-        line->Append(QZ_W("\r\n"));
-        Encoded bytes(m_encoding, line);
-        ReplaceBytes(m_length, m_length, bytes.Pointer(), bytes.Size());
-    }
-    catch (QZException*)
-    {
-        QZStringFactory::Recycle(&line);
-        throw;
-    }
-    QZStringFactory::Recycle(&line);
+    QZScopedString line(QZStringFactory::CreateString());
+    const char* text = static_cast<const char*>(m_text);
+    // A last line without a line end gets one first, so that the new entry is a line of its own.
+    if (m_length > 0 && text[m_length - 1] != '\n') line->Append(QZ_W("\r\n"));
+    line->Append(key);
+    line->Append(value);
+    line->Append(QZ_W("\r\n"));
+    Encoded bytes(m_encoding, line.Get());
+    ReplaceBytes(m_length, m_length, bytes.Pointer(), bytes.Size());
 }
 
 void QZSettingsAdapter::SetValue(QZString* key, QZString* value)

@@ -8,7 +8,7 @@
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
-#include "os/os_file.h"
+#include "os/internal/os_opened_file.h"
 #include "sys/sys_bytes.h"
 
 // Layout, little-endian words of 8 bytes: the mark, the number of runs, the length of the whole, 0; for each
@@ -52,27 +52,15 @@ QZInt64 RoundUp(QZInt64 size) { return (size + 7) / 8 * 8; }
 
 void WriteAll(QZFile* file, QZInt64 offset, const unsigned char* bytes, QZInt64 size)
 {
-    while (size > 0)
-    {
-        const QZInt64 count = file->Write(offset, bytes, size);
-        if (count <= 0) Throw(QZIOExceptionCode::WriteFailed, QZ_W("Sync"), offset, size);
-        offset += count;
-        bytes += count;
-        size -= count;
-    }
+    const QZInt64 done = QZWriteWhole(file, offset, bytes, size);
+    if (done < size) Throw(QZIOExceptionCode::WriteFailed, QZ_W("Sync"), offset + done, size - done);
 }
 
-/// Bytes that are there: fewer than asked for are a failure, not an end.
+/// Reads bytes that the file is known to hold: fewer are a failure.
 void ReadAll(QZFile* file, QZInt64 offset, unsigned char* bytes, QZInt64 size)
 {
-    while (size > 0)
-    {
-        const QZInt64 count = file->Read(offset, bytes, size);
-        if (count <= 0) Throw(QZIOExceptionCode::ReadFailed, QZ_W("Open"), offset, size);
-        offset += count;
-        bytes += count;
-        size -= count;
-    }
+    const QZInt64 done = QZReadWhole(file, offset, bytes, size);
+    if (done < size) Throw(QZIOExceptionCode::ReadFailed, QZ_W("Open"), offset + done, size - done);
 }
 
 /// Words on their way into the file, summed up as they go.

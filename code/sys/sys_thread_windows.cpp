@@ -6,8 +6,8 @@
 
 #include <atomic>
 #include <climits>
-#include <new>
 
+#include "sys/internal/sys_chunk_table.h"
 #include "sys/internal/sys_hooks.h"
 #include "sys/internal/sys_thread.h"
 
@@ -38,15 +38,12 @@ struct ThreadRecord
     void* argument;
 };
 
-/// Records are never given back, only used again, and found without a lock: a thread may be terminated
-/// anywhere.
-struct RecordChunk
-{
-    ThreadRecord records[32];
-    std::atomic<RecordChunk*> next;
-};
+void* AllocateChunk(QZInt64 size) { return ::HeapAlloc(GetProcessHeap(), 0, static_cast<SIZE_T>(size)); }
 
-constinit RecordChunk g_records{};
+void FreeChunk(void* chunk) { ::HeapFree(GetProcessHeap(), 0, chunk); }
+
+/// Records are never freed, only used again.
+constinit ChunkTable<ThreadRecord, 32, AllocateChunk, FreeChunk> g_records{};
 constinit std::atomic<DWORD> g_slot{TLS_OUT_OF_INDEXES};
 
 bool MakeSlot()
@@ -73,38 +70,21 @@ ThreadRecord* CurrentRecord()
 ThreadRecord* FindRecord(QZInt64 thread)
 {
     if (thread == 0) return nullptr;
-    for (RecordChunk* chunk = &g_records; chunk != nullptr; chunk = chunk->next.load())
-        for (ThreadRecord& record : chunk->records)
-            if (record.handle.load() == ToHandle(thread)) return &record;
-    return nullptr;
+    return g_records.Find(
+        [thread](ThreadRecord& record) { return record.handle.load() == ToHandle(thread); });
 }
 
-RecordChunk* NextChunk(RecordChunk* chunk)
-{
-    RecordChunk* next = chunk->next.load();
-    if (next != nullptr) return next;
-    void* block = ::HeapAlloc(GetProcessHeap(), 0, sizeof(RecordChunk));
-    if (block == nullptr) return nullptr;
-    RecordChunk* made = new (block) RecordChunk{};
-    if (chunk->next.compare_exchange_strong(next, made)) return made;
-    ::HeapFree(GetProcessHeap(), 0, block);
-    return next;
-}
-
+/// A record that is held twice, null without memory for one.
 ThreadRecord* TakeRecord()
 {
-    for (RecordChunk* chunk = &g_records; chunk != nullptr; chunk = NextChunk(chunk))
-    {
-        for (ThreadRecord& record : chunk->records)
-        {
-            int free = 0;
-            if (!record.holders.compare_exchange_strong(free, 2)) continue;
-            if (record.gate == nullptr) record.gate = CreateSemaphoreW(nullptr, 0, LONG_MAX, nullptr);
-            if (record.gate != nullptr) return &record;
-            record.holders.store(0);
-            return nullptr;
-        }
-    }
+    ThreadRecord* record = g_records.Take([](ThreadRecord& free) {
+        int holders = 0;
+        return free.holders.compare_exchange_strong(holders, 2);
+    });
+    if (record == nullptr) return nullptr;
+    if (record->gate == nullptr) record->gate = CreateSemaphoreW(nullptr, 0, LONG_MAX, nullptr);
+    if (record->gate != nullptr) return record;
+    record->holders.store(0);
     return nullptr;
 }
 

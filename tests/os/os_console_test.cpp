@@ -1,5 +1,5 @@
-#include "os/internal/os_console_table.h"
 #include "os/os_console.h"
+#include "os/internal/os_console_table.h"
 
 #include <string>
 

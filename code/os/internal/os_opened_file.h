@@ -15,8 +15,8 @@ struct QZFileCloser
 /// Owns an open file.
 using QZOpenedFile = QZScoped<QZFile, QZFileCloser>;
 
-/// Reads until `size` bytes have come or a read returns none, which is the end of the file. Returns the number
-/// of bytes that came.
+/// Reads until `size` bytes have come or a read returns none, which is the end of the file. Returns the
+/// number of bytes that came.
 /// @throws QZIOException  what QZFile::Read throws
 inline QZInt64 QZReadWhole(QZFile* file, QZInt64 offset, unsigned char* bytes, QZInt64 size)
 {
