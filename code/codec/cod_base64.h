@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_BASE64_H
-#define QZLIB_COD_BASE64_H
+#ifndef QZLIB_CODEC_BASE64_H
+#define QZLIB_CODEC_BASE64_H
 
 #include "sys/sys_types.h"
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_COMPRESSION_H
-#define QZLIB_COD_COMPRESSION_H
+#ifndef QZLIB_CODEC_COMPRESSION_H
+#define QZLIB_CODEC_COMPRESSION_H
 
 #include "sys/sys_types.h"
 

@@ -16,7 +16,7 @@ using namespace compression;
 namespace
 {
 
-constexpr QZInt64 CoderSlack = 64;
+constexpr QZInt64 kCoderSlack = 64;
 
 /// Bytes that follow base and count in a block.
 QZInt64 PackedSize(QZByte tag, QZInt64 count)
@@ -121,21 +121,21 @@ void Subtract(QZByte* bytes, QZUInt32 count, QZByte base)
 template <int Width>
 QZUInt32 Pack(const QZByte* differences, QZUInt32 count, QZByte* target)
 {
-    constexpr QZUInt32 InByte = 8 / Width;
+    constexpr QZUInt32 kInByte = 8 / Width;
     const QZByte* const start = target;
-    for (QZUInt32 i = 0; i < count; i += InByte)
+    for (QZUInt32 i = 0; i < count; i += kInByte)
     {
         unsigned sum = 0;
-        for (QZUInt32 j = 0; j + 1 < InByte; ++j) sum += differences[i + j];
-        *target++ = static_cast<QZByte>((sum << Width) + differences[i + InByte - 1]);
+        for (QZUInt32 j = 0; j + 1 < kInByte; ++j) sum += differences[i + j];
+        *target++ = static_cast<QZByte>((sum << Width) + differences[i + kInByte - 1]);
     }
     return static_cast<QZUInt32>(target - start);
 }
 
 bool IsStream(const void* buffer, QZULong length)
 {
-    return length >= static_cast<QZULong>(StreamTrailer) &&
-           EndsWith(buffer, static_cast<QZUInt32>(length), CompressedMarker);
+    return length >= static_cast<QZULong>(kStreamTrailer) &&
+           EndsWith(buffer, static_cast<QZUInt32>(length), kCompressedMarker);
 }
 
 }  // namespace
@@ -216,14 +216,14 @@ QZUInt32 QZCompression::EncodeTo(QZByte* target, const QZByte* source, QZULong l
     m_source = nullptr;
     m_destination = nullptr;
     QZStore(target + written, QZUInt64{length});
-    QZStore(target + written + sizeof(QZUInt64), CompressedMarker);
-    return written + static_cast<QZUInt32>(StreamTrailer);
+    QZStore(target + written + sizeof(QZUInt64), kCompressedMarker);
+    return written + static_cast<QZUInt32>(kStreamTrailer);
 }
 
 QZULong QZCompression::Compress(unsigned char* buffer, QZULong length)
 {
     const QZInt64 size = length;
-    const Temporary stream(2 * size + CoderSlack, false, QZ_W("Compress"));
+    const Temporary stream(2 * size + kCoderSlack, false, QZ_W("Compress"));
     const QZInt64 written = EncodeTo(stream.Bytes(), buffer, length);
     QZMemCopy(buffer, stream.Bytes(), written);
     return static_cast<QZULong>(written);
@@ -232,7 +232,7 @@ QZULong QZCompression::Compress(unsigned char* buffer, QZULong length)
 QZULong QZCompression::DecompressGetSourceLength(const void* buffer, QZULong length)
 {
     if (!IsStream(buffer, length)) return 0xFFFFFFFF;
-    return QZLoad<QZUInt32>(QZAt(buffer, QZInt64{length} - StreamTrailer));
+    return QZLoad<QZUInt32>(QZAt(buffer, QZInt64{length} - kStreamTrailer));
 }
 
 QZULong QZCompression::Decompress(unsigned char* buffer, QZULong length)
@@ -242,7 +242,7 @@ QZULong QZCompression::Decompress(unsigned char* buffer, QZULong length)
         std::fputs("It's not Compressed data!\n", stdout);
         return 0;
     }
-    const QZInt64 limit = QZInt64{length} - StreamTrailer;
+    const QZInt64 limit = QZInt64{length} - kStreamTrailer;
     const QZInt64 room =
         static_cast<QZInt64>(QZMath::RoundUp(DecompressGetSourceLength(buffer, length), 0x10000)) + 0x10000;
     const Temporary decoded(room, false, QZ_W("Decompress"));
@@ -268,7 +268,7 @@ QZULong QZCompression::Decompress(unsigned char* buffer, QZULong length)
 QZBool QZCompression::Check(const void* buffer, QZULong length)
 {
     if (!IsStream(buffer, length)) return 0;
-    const QZInt64 limit = QZInt64{length} - StreamTrailer;
+    const QZInt64 limit = QZInt64{length} - kStreamTrailer;
     const QZInt64 stated = QZLoad<QZUInt32>(QZAt(buffer, limit));
     const QZByte* bytes = static_cast<const QZByte*>(buffer);
     const StreamBytes stream(buffer, length);

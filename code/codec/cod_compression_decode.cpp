@@ -83,7 +83,7 @@ QZInt64 DecodeBlock(const QZByte* stream, QZInt64 position, QZByte* target, QZIn
 
 QZInt64 DecodeChecked(const QZByte* stream, QZInt64 length, QZByte* target)
 {
-    const QZInt64 limit = length - StreamTrailer;
+    const QZInt64 limit = length - kStreamTrailer;
     QZInt64 decoded = 0;
     QZInt64 position = 0;
     while (position + LargestBlock <= length && stream[position] != EndTag)

@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_MATH_H
-#define QZLIB_COD_MATH_H
+#ifndef QZLIB_CODEC_MATH_H
+#define QZLIB_CODEC_MATH_H
 
 #include "sys/sys_types.h"
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_RANDOM_H
-#define QZLIB_COD_RANDOM_H
+#ifndef QZLIB_CODEC_RANDOM_H
+#define QZLIB_CODEC_RANDOM_H
 
 #include "fw/fw_object.h"
 

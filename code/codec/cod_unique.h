@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_UNIQUE_H
-#define QZLIB_COD_UNIQUE_H
+#ifndef QZLIB_CODEC_UNIQUE_H
+#define QZLIB_CODEC_UNIQUE_H
 
 #include <concepts>
 

@@ -92,12 +92,12 @@ void QZGraphicsCollection::Refersh() { m_background->m_updated->Add(0, 0, m_widt
 
 void QZGraphicsCollection::Refersh(const QZRectangle* area)
 {
-    if (area) m_background->m_updated->Add(area);
+    if (area != nullptr) m_background->m_updated->Add(area);
 }
 
 void QZGraphicsCollection::Refersh(QZRectangleCollection* areas)
 {
-    if (areas) m_background->m_updated->Add(areas);
+    if (areas != nullptr) m_background->m_updated->Add(areas);
 }
 
 void QZGraphicsCollection::NewSize(int width, int height)
@@ -232,14 +232,14 @@ QZBool QZGraphicsCollection::LayerEdit(QZString* key)
 QZBool QZGraphicsCollection::MarkEdit(QZString* key)
 {
     QZGraphics* layer = EditedLayer();
-    if (!layer) return 0;
+    if (layer == nullptr) return 0;
     m_editedMark = layer->MarkGet(key);
     return m_editedMark != nullptr;
 }
 
 void QZGraphicsCollection::Recycle(QZGraphics** layer)
 {
-    if (!*layer)
+    if (*layer == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -342,11 +342,11 @@ void QZGraphicsCollection::AddNumber()
 void QZGraphicsCollection::AddEdited()
 {
     QZGraphics* layer = EditedLayer();
-    if (!m_showEdited || !HasOverlay() || !layer) return;
+    if (!m_showEdited || !HasOverlay() || layer == nullptr) return;
     AddOutline(m_pending, 0, 0, layer->GetWidth(), layer->GetHeight(), kLayerColor);
     // A mark that was taken out may be gone.
-    const QZRectangle* area = layer->MarkToKey(m_editedMark) ? m_editedMark->GetArea() : nullptr;
-    if (area)
+    const QZRectangle* area = layer->MarkToKey(m_editedMark) != nullptr ? m_editedMark->GetArea() : nullptr;
+    if (area != nullptr)
         AddOutline(m_pending, area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight(), kMarkColor);
 }
 

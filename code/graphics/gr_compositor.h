@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_COMPOSITOR_H
-#define QZLIB_GR_COMPOSITOR_H
+#ifndef QZLIB_GRAPHICS_COMPOSITOR_H
+#define QZLIB_GRAPHICS_COMPOSITOR_H
 
 #include "graphics/gr_layer.h"
 
@@ -134,7 +134,7 @@ private:
     void AddNumber();
     void AddEdited();
     void DrawOverlay();
-    bool HasOverlay() const { return m_showAreas || m_showFps; }
+    bool HasOverlay() const { return m_showAreas != 0 || m_showFps != 0; }
     QZGraphics* Layer(QZInt64 index);
     QZGraphics* EditedLayer();
 

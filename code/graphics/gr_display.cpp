@@ -204,7 +204,7 @@ void QZHistogram::GetValue(const QZPoint* point) { GetValue(point->GetX(), point
 void QZHistogram::GetValue(int x, int y)
 {
     GetPoint(x, y);
-    if (!m_data) return;
+    if (m_data == nullptr) return;
     m_layer->SetColor(0, 96, 0);
     const QZInt64 index = QZInt64{x} - m_origin->GetX();
     if (index >= 0 && index < m_data->GetSize())

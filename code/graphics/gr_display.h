@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_DISPLAY_H
-#define QZLIB_GR_DISPLAY_H
+#ifndef QZLIB_GRAPHICS_DISPLAY_H
+#define QZLIB_GRAPHICS_DISPLAY_H
 
 #include <concepts>
 

@@ -109,7 +109,7 @@ int QZLinearGraph::ViewToPixel(QZInt64 distance) const
 void QZLinearGraph::Place(const QZWChar* key, QZInt64 address)
 {
     QZShape* mark = MarkOf(key);
-    if (!mark) return;
+    if (mark == nullptr) return;
     const QZInt64 distance = address - m_viewBegin;
     if (distance < 0 || distance > m_viewLength)
     {
@@ -123,9 +123,9 @@ void QZLinearGraph::Place(const QZWChar* key, QZInt64 address)
 void QZLinearGraph::Select(const QZRectangle* area)
 {
     QZShape* selected = MarkOf(kSelected);
-    if (!selected) return;
+    if (selected == nullptr) return;
     selected->Clear();
-    if (area) selected->Add(area, m_selectionColor, 1);
+    if (area != nullptr) selected->Add(area, m_selectionColor, 1);
 }
 
 void QZLinearGraph::SetBegin(unsigned int begin)
@@ -143,7 +143,8 @@ void QZLinearGraph::SetLength(unsigned int length)
     m_marks->m_changed = 1;
     const QZShape* first = MarkOf(kBegin);
     const QZShape* last = MarkOf(kEnd);
-    if (!first || !last || !first->GetArea() || !last->GetArea()) return;
+    if (first == nullptr || last == nullptr || first->GetArea() == nullptr || (last->GetArea() == nullptr))
+        return;
     QZRectangle range(first->GetArea());
     range.Include(last->GetArea());
     Select(&range);

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_GEOMETRY_H
-#define QZLIB_GR_GEOMETRY_H
+#ifndef QZLIB_GRAPHICS_GEOMETRY_H
+#define QZLIB_GRAPHICS_GEOMETRY_H
 
 #include <concepts>
 #include <memory>

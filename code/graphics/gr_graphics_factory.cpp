@@ -118,20 +118,20 @@ void QZGraphicsFactory::Recycle(QZRay** ray)
 
 void QZGraphicsFactory::Collect(unsigned char partial)
 {
-    if (!m_shapeCache) return;
+    if (m_shapeCache == nullptr) return;
     m_shapeCache->Collect(partial);
     m_pixelBlockCache->Collect(partial);
 }
 
 QZInt64 QZGraphicsFactory::GetMemorySize()
 {
-    return m_shapeCache ? m_shapeCache->GetMemorySize() + m_pixelBlockCache->GetMemorySize() : 0;
+    return m_shapeCache != nullptr ? m_shapeCache->GetMemorySize() + m_pixelBlockCache->GetMemorySize() : 0;
 }
 
 void QZGraphicsFactoryInit()
 {
     using F = QZGraphicsFactory;
-    if (F::m_shapeCache) return;
+    if (F::m_shapeCache != nullptr) return;
     F::m_shapeCache = new QZCache<QZShape>(-1, -1);
     F::m_pixelBlockCache = new QZCache<QZPixelBlock>(-1, -1);
     F::m_rectangleCache = new QZCache<QZRectangle>(-1, -1);
@@ -146,7 +146,7 @@ void QZGraphicsFactoryInit()
 void QZGraphicsFactoryEnd()
 {
     using F = QZGraphicsFactory;
-    if (!F::m_shapeCache) return;
+    if (F::m_shapeCache == nullptr) return;
     // The other seven caches are collected by their destructors.
     F::Collect(0);
     for (QZObjectCache** cache :

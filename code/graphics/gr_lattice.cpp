@@ -33,7 +33,7 @@ void LoadTable(const QZWChar* path)
 {
     g_path = path;
     QZMemClean(g_table, lattice::kTableSize);
-    if (path && QZFile::Exists(path))
+    if (path != nullptr && QZFile::Exists(path))
     {
         // Read only, so that a host may install its font where it cannot write. A short file fills what it
         // has.
@@ -41,9 +41,9 @@ void LoadTable(const QZWChar* path)
         file->Read(0, g_table, lattice::kTableSize);
         return;
     }
-    if (path) QZFile::Create(path);
+    if (path != nullptr) QZFile::Create(path);
     lattice::PackBuiltIn(g_table);
-    if (path) WriteTable();
+    if (path != nullptr) WriteTable();
 }
 
 void EnsureInitialised()
@@ -60,13 +60,13 @@ void QZLatticeInit(const QZWChar* path)
 {
     if (g_initialised && g_path != path) QZLatticeDispose();
     if (g_initialised) return;
-    if (!g_table) g_table = static_cast<unsigned char*>(MemoryAllocateClean(lattice::kTableSize));
-    if (!g_table)
+    if (g_table == nullptr) g_table = static_cast<unsigned char*>(MemoryAllocateClean(lattice::kTableSize));
+    if (g_table == nullptr)
         throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
                       kClass, QZ_W("Init"))
             .Argument(QZ_W("QZWChar*"), path)
             .Exception();
-    if (!g_section) g_section = new QZCriticalSection();
+    if (g_section == nullptr) g_section = new QZCriticalSection();
     try
     {
         LoadTable(path);
@@ -109,14 +109,14 @@ void QZLattice::Set(int x, int y, unsigned short code)
 
 const unsigned char* QZLattice::GetGlyph() const
 {
-    return g_table ? SlotOf(static_cast<unsigned short>(m_code)) + lattice::kDotsOffset : nullptr;
+    return g_table != nullptr ? SlotOf(static_cast<unsigned short>(m_code)) + lattice::kDotsOffset : nullptr;
 }
 
 void QZLattice::Save(unsigned short code, QZData* glyph) { Save(code, glyph, 1); }
 
 void QZLattice::Save(unsigned short code, QZData* glyph, unsigned char sync)
 {
-    if (!glyph)
+    if (glyph == nullptr)
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), kClass, QZ_W("Save"))
             .Argument(QZ_W("QZUInt16"), QZInt64{code})
             .Exception();
@@ -140,7 +140,7 @@ QZData* QZLattice::Load(unsigned short code)
 
 QZInt64 QZLattice::Load(unsigned char* buffer, unsigned short code)
 {
-    if (!buffer) return GlyphSize;
+    if (buffer == nullptr) return GlyphSize;
     EnsureInitialised();
     lattice::Unpack(buffer, SlotOf(code));
     return GlyphSize;
@@ -148,7 +148,7 @@ QZInt64 QZLattice::Load(unsigned char* buffer, unsigned short code)
 
 void QZLattice::Recycle(QZData** data)
 {
-    if (!*data)
+    if (*data == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -160,7 +160,7 @@ void QZLattice::Recycle(QZData** data)
 void QZLattice::Sync()
 {
     EnsureInitialised();
-    if (!g_path) return;
+    if (g_path == nullptr) return;
     try
     {
         const QZCriticalGuard lock(g_section);

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_LATTICE_H
-#define QZLIB_GR_LATTICE_H
+#ifndef QZLIB_GRAPHICS_LATTICE_H
+#define QZLIB_GRAPHICS_LATTICE_H
 
 #include <memory>
 

@@ -124,7 +124,8 @@ public:
         unsigned char* dot = glyph + kDotsOffset;
         for (const char* row : m_strip.rows)
             for (int x = 0; x < width; ++x) *dot++ = row[m_column + x] == '#';
-        *code = m_strip.codes ? m_strip.codes[m_index] : static_cast<unsigned short>(m_strip.first + m_index);
+        *code = m_strip.codes != nullptr ? m_strip.codes[m_index]
+                                         : static_cast<unsigned short>(m_strip.first + m_index);
         ++m_index;
         m_column += width + (top[width] == ' ' ? 1 : 0);
         return true;

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_LAYER_H
-#define QZLIB_GR_LAYER_H
+#ifndef QZLIB_GRAPHICS_LAYER_H
+#define QZLIB_GRAPHICS_LAYER_H
 
 #include <concepts>
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_PALETTE_H
-#define QZLIB_GR_PALETTE_H
+#ifndef QZLIB_GRAPHICS_PALETTE_H
+#define QZLIB_GRAPHICS_PALETTE_H
 
 #include <memory>
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_PIXELS_H
-#define QZLIB_GR_PIXELS_H
+#ifndef QZLIB_GRAPHICS_PIXELS_H
+#define QZLIB_GRAPHICS_PIXELS_H
 
 #include "fw/fw_data.h"
 #include "graphics/gr_geometry.h"

@@ -46,7 +46,7 @@ void QZPixelBlock::Draw(QZShape* shape)
     constexpr QZUInt32 kPen = 0xFFFFFF;
     const QZInt64 count = shape->m_points->Count();
     const QZRectangle* area = shape->GetArea();
-    if (!shape->m_draw || count <= 0 || !area) return;
+    if (!shape->m_draw || count <= 0 || area == nullptr) return;
     pixels::Area clipped{area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight()};
     const bool cut = pixels::Clip(&clipped, m_width, m_height);
     QZCollection* list = shape->GetColors();

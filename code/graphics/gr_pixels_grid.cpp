@@ -93,7 +93,7 @@ QZRectangle* QZRectangles::GetRect(const QZPoint* point)
 
 QZBool QZRectangles::SelectRect(QZRectangle* rectangle)
 {
-    if (!rectangle) return 0;
+    if (rectangle == nullptr) return 0;
     m_selected = rectangle;
     return 1;
 }

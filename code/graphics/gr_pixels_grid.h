@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_PIXELS_GRID_H
-#define QZLIB_GR_PIXELS_GRID_H
+#ifndef QZLIB_GRAPHICS_PIXELS_GRID_H
+#define QZLIB_GRAPHICS_PIXELS_GRID_H
 
 #include <memory>
 

@@ -282,13 +282,13 @@ void QZRectangleCollection::MakeRoom(QZInt64 index)
 QZUInt64 QZRectangleCollection::GetElementLocation(QZInt64 index)
 {
     const QZUInt64* element = Element(index);
-    return element ? element[0] : 0;
+    return element != nullptr ? element[0] : 0;
 }
 
 QZUInt64 QZRectangleCollection::GetElementSize(QZInt64 index)
 {
     const QZUInt64* element = Element(index);
-    return element ? element[1] : 0;
+    return element != nullptr ? element[1] : 0;
 }
 
 int QZRectangleCollection::GetElementX(QZInt64 index) { return word::Low(GetElementLocation(index)); }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_POINTS_H
-#define QZLIB_GR_POINTS_H
+#ifndef QZLIB_GRAPHICS_POINTS_H
+#define QZLIB_GRAPHICS_POINTS_H
 
 #include <concepts>
 

@@ -221,7 +221,7 @@ void QZShape::MoveTo(const QZPoint* location) { MoveTo(location->GetX(), locatio
 
 void QZShape::MoveToCenterOf(const QZRectangle* rectangle)
 {
-    if (!rectangle || !m_area) return;
+    if (rectangle == nullptr || !m_area) return;
     const int cx = word::Add(rectangle->GetX(), Half(rectangle->GetWidth()));
     const int cy = word::Add(rectangle->GetY(), Half(rectangle->GetHeight()));
     const int ax = word::Add(m_area->GetX(), Half(m_area->GetWidth()));
@@ -282,7 +282,7 @@ void QZShape::Recycle(QZRectangle** area)
 
 void QZShape::Recycle(QZShape** shape)
 {
-    if (!*shape)
+    if (*shape == nullptr)
     {
         QZLibAssert(0);
         return;

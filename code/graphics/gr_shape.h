@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_SHAPE_H
-#define QZLIB_GR_SHAPE_H
+#ifndef QZLIB_GRAPHICS_SHAPE_H
+#define QZLIB_GRAPHICS_SHAPE_H
 
 #include <concepts>
 #include <memory>

@@ -68,7 +68,7 @@ void QZShape::Add(const QZLattice* lattice)
     // The area stays at the location; only the dots follow the baseline.
     if (lattice->GetBaseline() != 0) y = word::Subtract(lattice->GetBaseline(), height >> 1);
     const unsigned char* dots = lattice->GetGlyph();
-    if (!dots) return;
+    if (dots == nullptr) return;
     const int count = std::min(width * height, kGlyphBytes * 8);
     figure::Scratch points(count);
     for (int dot = count - 1; dot >= 0; --dot)

@@ -56,14 +56,15 @@ QZBool QZBlock::IsReleasable() { return 0; }
 
 void QZBlock::Set(QZInt64 spaceId, QZInt64 offset, QZInt64 size)
 {
-    if (size != m_size || !m_bytes)
+    if (size != m_size || m_bytes == nullptr)
     {
         Release();
         m_size = size;
         m_bytes = static_cast<unsigned char*>(MemoryAllocate(size));
-        m_pages =
-            m_bytes ? static_cast<QZUInt64*>(MemoryAllocate((PageWords() + StretchWords()) * 8)) : nullptr;
-        if (!m_pages)
+        m_pages = m_bytes != nullptr
+                      ? static_cast<QZUInt64*>(MemoryAllocate((PageWords() + StretchWords()) * 8))
+                      : nullptr;
+        if (m_pages == nullptr)
         {
             Release();
             ThrowOutOfMemory(size);
@@ -102,9 +103,9 @@ void QZBlock::Write(QZInt64 at, const void* source, QZInt64 size)
 
 void QZBlock::RequireStretches(QZInt64 from, QZInt64 to)
 {
-    const QZInt64 all = m_size >> StretchShift;
-    const QZInt64 behind = (to + (1LL << StretchShift) - 1) >> StretchShift;
-    for (QZInt64 stretch = from >> StretchShift; stretch < behind;)
+    const QZInt64 all = m_size >> kStretchShift;
+    const QZInt64 behind = (to + (1LL << kStretchShift) - 1) >> kStretchShift;
+    for (QZInt64 stretch = from >> kStretchShift; stretch < behind;)
     {
         if (IsPresent(stretch))
         {
@@ -113,8 +114,8 @@ void QZBlock::RequireStretches(QZInt64 from, QZInt64 to)
         }
         // What follows on something that is there is asked for in order, and more of it comes at once.
         QZInt64 wanted = behind;
-        if (stretch > 0 && IsPresent(stretch - 1) && wanted < stretch + StretchesAhead)
-            wanted = stretch + StretchesAhead;
+        if (stretch > 0 && IsPresent(stretch - 1) && wanted < stretch + kStretchesAhead)
+            wanted = stretch + kStretchesAhead;
         if (wanted > all) wanted = all;
         QZInt64 end = stretch + 1;
         while (end < wanted && !IsPresent(end)) ++end;
@@ -125,8 +126,8 @@ void QZBlock::RequireStretches(QZInt64 from, QZInt64 to)
 
 void QZBlock::BringStretches(QZInt64 first, QZInt64 behind)
 {
-    const QZInt64 from = first << StretchShift;
-    const QZInt64 to = behind << StretchShift;
+    const QZInt64 from = first << kStretchShift;
+    const QZInt64 to = behind << kStretchShift;
     QZInt64 empty = from;
     if (m_behind > from)
     {
@@ -143,20 +144,20 @@ void QZBlock::PresentAround(QZInt64 at, QZInt64* from, QZInt64* to) const
 {
     *from = 0;
     *to = m_size;
-    const QZInt64 all = m_size >> StretchShift;
+    const QZInt64 all = m_size >> kStretchShift;
     if (m_presentStretches == all) return;
-    const QZInt64 stretch = at >> StretchShift;
+    const QZInt64 stretch = at >> kStretchShift;
     const QZInt64 words = StretchWords();
     // The nearest gaps to both sides, looked for a word at a time.
     QZInt64 word = stretch >> 6;
     QZUInt64 gaps = ~m_present[word] & (~0ULL >> (63 - (stretch & 63)));
     while (gaps == 0 && word > 0) gaps = ~m_present[--word];
-    *from = gaps == 0 ? 0 : (word * 64 + 64 - std::countl_zero(gaps)) << StretchShift;
+    *from = gaps == 0 ? 0 : (word * 64 + 64 - std::countl_zero(gaps)) << kStretchShift;
     word = stretch >> 6;
     gaps = ~m_present[word] & (~0ULL << (stretch & 63));
     while (gaps == 0 && word + 1 < words) gaps = ~m_present[++word];
     const QZInt64 behind = gaps == 0 ? all : word * 64 + std::countr_zero(gaps);
-    *to = (behind < all ? behind : all) << StretchShift;
+    *to = (behind < all ? behind : all) << kStretchShift;
 }
 
 void QZBlock::NoteRun(QZUInt64 first, QZUInt64 last)
@@ -166,7 +167,7 @@ void QZBlock::NoteRun(QZUInt64 first, QZUInt64 last)
 
 void QZBlock::ClearChanges()
 {
-    if (m_pages) QZMemClean(m_pages, PageWords() * 8);
+    if (m_pages != nullptr) QZMemClean(m_pages, PageWords() * 8);
     m_changed = 0;
 }
 
@@ -178,8 +179,8 @@ void QZBlock::SetLoaded(QZInt64 count)
 
 void QZBlock::Release()
 {
-    if (m_bytes) MemoryFree(m_bytes);
-    if (m_pages) MemoryFree(m_pages);
+    if (m_bytes != nullptr) MemoryFree(m_bytes);
+    if (m_pages != nullptr) MemoryFree(m_pages);
     m_bytes = nullptr;
     m_pages = nullptr;
     m_present = nullptr;
@@ -229,4 +230,4 @@ void QZFileBlock::WriteBack()
     ClearChanges();
 }
 
-QZBool QZFileBlock::IsReleasable() { return !IsChanged(); }
+QZBool QZFileBlock::IsReleasable() { return IsChanged() == 0; }

@@ -56,7 +56,7 @@ public:
 
 protected:
     /// Changes are noted in pages of this many bytes.
-    static constexpr int PageShift = 12;
+    static constexpr int kPageShift = 12;
 
     /// Calls action(from, to) for each run of changed pages, the last one first, cut at the end of the
     /// content.
@@ -76,7 +76,7 @@ protected:
     /// Makes the bytes of a range usable.
     void Require(QZInt64 from, QZInt64 to)
     {
-        if (m_presentStretches != m_size >> StretchShift) RequireStretches(from, to);
+        if (m_presentStretches != m_size >> kStretchShift) RequireStretches(from, to);
     }
 
     unsigned char* Bytes() const { return m_bytes; }
@@ -86,10 +86,10 @@ private:
     friend class QZFileBuffer;
 
     /// Stretches have this many bytes; every block size is a multiple of it.
-    static constexpr int StretchShift = 12;
+    static constexpr int kStretchShift = 12;
 
     /// How many stretches are fetched at a time when they are asked for in order.
-    static constexpr QZInt64 StretchesAhead = 16;
+    static constexpr QZInt64 kStretchesAhead = 16;
 
     void RequireStretches(QZInt64 from, QZInt64 to);
     void BringStretches(QZInt64 first, QZInt64 behind);
@@ -100,8 +100,8 @@ private:
 
     void Note(QZUInt64 at, QZUInt64 size)
     {
-        const QZUInt64 first = at >> PageShift;
-        const QZUInt64 last = (at + size - 1) >> PageShift;
+        const QZUInt64 first = at >> kPageShift;
+        const QZUInt64 last = (at + size - 1) >> kPageShift;
         m_pages[first >> 6] |= 1ULL << (first & 63);
         if (last != first) NoteRun(first + 1, last);
         if (static_cast<QZInt64>(at + size) > m_contentEnd) m_contentEnd = static_cast<QZInt64>(at + size);
@@ -110,8 +110,8 @@ private:
 
     void NoteRun(QZUInt64 first, QZUInt64 last);
     void Release();
-    QZInt64 PageWords() const { return (m_size + (64LL << PageShift) - 1) >> (PageShift + 6); }
-    QZInt64 StretchWords() const { return (m_size + (64LL << StretchShift) - 1) >> (StretchShift + 6); }
+    QZInt64 PageWords() const { return (m_size + (64LL << kPageShift) - 1) >> (kPageShift + 6); }
+    QZInt64 StretchWords() const { return (m_size + (64LL << kStretchShift) - 1) >> (kStretchShift + 6); }
 
     QZInt64 m_spaceId;
     QZInt64 m_offset;
@@ -160,7 +160,7 @@ template <typename Action>
 void QZBlock::ForEachChange(Action action)
 {
     auto changed = [this](QZInt64 page) { return (m_pages[page >> 6] >> (page & 63) & 1) != 0; };
-    QZInt64 page = (m_contentEnd + (1LL << PageShift) - 1) >> PageShift;
+    QZInt64 page = (m_contentEnd + (1LL << kPageShift) - 1) >> kPageShift;
     while (page > 0)
     {
         if (!changed(page - 1))
@@ -168,9 +168,9 @@ void QZBlock::ForEachChange(Action action)
             --page;
             continue;
         }
-        const QZInt64 to = page << PageShift;
+        const QZInt64 to = page << kPageShift;
         while (page > 0 && changed(page - 1)) --page;
-        action(page << PageShift, to < m_contentEnd ? to : m_contentEnd);
+        action(page << kPageShift, to < m_contentEnd ? to : m_contentEnd);
     }
 }
 

@@ -91,7 +91,7 @@ QZData* QZBuffer::Read(QZInt64 offset, QZInt64 size)
 
 QZInt64 QZBuffer::Write(QZInt64 offset, QZData* data)
 {
-    if (!data) ThrowNullPointer(QZ_W("Write"), offset, 0);
+    if (data == nullptr) ThrowNullPointer(QZ_W("Write"), offset, 0);
     return Write(offset, data->GetPointer(), data->GetSize());
 }
 
@@ -101,7 +101,7 @@ QZInt64 QZBuffer::ReadThrough(QZInt64 offset, void* target, QZInt64 size)
 {
     if (offset < 0) offset = 0;
     if (size <= 0) return 0;
-    if (!target) ThrowNullPointer(QZ_W("Read"), offset, size);
+    if (target == nullptr) ThrowNullPointer(QZ_W("Read"), offset, size);
     QZInt64 done = 0;
     for (;;)
     {
@@ -120,7 +120,7 @@ QZInt64 QZBuffer::WriteThrough(QZInt64 offset, const void* source, QZInt64 size)
 {
     if (offset < 0) offset = 0;
     if (size <= 0) return 0;
-    if (!source) ThrowNullPointer(QZ_W("Write"), offset, size);
+    if (source == nullptr) ThrowNullPointer(QZ_W("Write"), offset, size);
     QZInt64 done = 0;
     for (;;)
     {
@@ -138,7 +138,7 @@ QZBlock* QZBuffer::GetBlockByOffset(QZInt64 offset)
 {
     const QZInt64 number = offset < 0 ? 0 : offset / m_blockSize;
     QZBlock* block = FindBlock(number);
-    if (block)
+    if (block != nullptr)
     {
         if (block != FirstBlock(m_blocks))
         {
@@ -174,14 +174,14 @@ QZBlock* QZBuffer::GetBlockByOffset(QZInt64 offset)
 QZBlock* QZBuffer::FindBlock(QZInt64 number) const
 {
     QZBlock* block = FirstBlock(m_blocks);
-    while (block && block->GetSpaceID() != number) block = NextBlock(block);
+    while (block != nullptr && block->GetSpaceID() != number) block = NextBlock(block);
     return block;
 }
 
 QZBlock* QZBuffer::TakeBlock()
 {
     QZBlock* block = static_cast<QZBlock*>(m_freeBlocks->DeQueue());
-    return block ? block : NewBlock();
+    return block != nullptr ? block : NewBlock();
 }
 
 void QZBuffer::OpenWindow(QZBlock* block, QZInt64 at)
@@ -189,7 +189,7 @@ void QZBuffer::OpenWindow(QZBlock* block, QZInt64 at)
     QZInt64 from = 0;
     QZInt64 to = 0;
     block->PresentAround(at, &from, &to);
-    Window& window = m_windows[static_cast<QZUInt64>(block->m_offset) >> m_blockShift & (Windows - 1)];
+    Window& window = m_windows[static_cast<QZUInt64>(block->m_offset) >> m_blockShift & (kWindows - 1)];
     window.begin = static_cast<QZUInt64>(block->m_offset) + static_cast<QZUInt64>(from);
     window.length = static_cast<QZUInt64>(to - from);
     window.bytes = block->m_bytes + from;
@@ -198,14 +198,14 @@ void QZBuffer::OpenWindow(QZBlock* block, QZInt64 at)
 
 void QZBuffer::CloseWindow(QZBlock* block)
 {
-    Window& window = m_windows[static_cast<QZUInt64>(block->m_offset) >> m_blockShift & (Windows - 1)];
+    Window& window = m_windows[static_cast<QZUInt64>(block->m_offset) >> m_blockShift & (kWindows - 1)];
     if (window.block == block) window = Window();
 }
 
 QZBlock* QZBuffer::LeastUsed() const
 {
     QZBlock* least = FirstBlock(m_blocks);
-    for (QZBlock* block = least; block; block = NextBlock(block))
+    for (QZBlock* block = least; block != nullptr; block = NextBlock(block))
         if (block->m_lastUse < least->m_lastUse) least = block;
     return least;
 }
@@ -215,7 +215,7 @@ void QZBuffer::RemoveBlock()
     while (m_memoryUsed > m_memoryMax)
     {
         QZBlock* block = LeastUsed();
-        if (!block) break;
+        if (block == nullptr) break;
         WriteBackLeaving(block);
         if (!block->IsReleasable()) break;
         CloseWindow(block);
@@ -252,7 +252,7 @@ QZBool QZBuffer::Collect()
         throw;
     }
     QZBlock* block = FirstBlock(m_blocks);
-    while (block)
+    while (block != nullptr)
     {
         QZBlock* next = NextBlock(block);
         if (block->IsReleasable())
@@ -264,7 +264,7 @@ QZBool QZBuffer::Collect()
         }
         block = next;
     }
-    while ((block = static_cast<QZBlock*>(m_freeBlocks->DeQueue()))) DeleteBlock(block);
+    while ((block = static_cast<QZBlock*>(m_freeBlocks->DeQueue())) != nullptr) DeleteBlock(block);
     return m_blocks->Count() == 0;
 }
 
@@ -278,7 +278,7 @@ void QZBuffer::WriteBackLeaving(QZBlock* block) { block->WriteBack(); }
 QZInt64 QZBuffer::GetContentEnd() const
 {
     QZInt64 end = 0;
-    for (QZBlock* block = FirstBlock(m_blocks); block; block = NextBlock(block))
+    for (QZBlock* block = FirstBlock(m_blocks); block != nullptr; block = NextBlock(block))
     {
         if (block->GetContentEnd() == 0) continue;
         const QZInt64 blockEnd = block->GetOffset() + block->GetContentEnd();
@@ -297,8 +297,8 @@ void QZBuffer::DeleteBlocks()
 {
     QZBlock* block = nullptr;
     for (Window& window : m_windows) window = Window();
-    while ((block = static_cast<QZBlock*>(m_blocks->DeQueue()))) DeleteBlock(block);
-    while ((block = static_cast<QZBlock*>(m_freeBlocks->DeQueue()))) DeleteBlock(block);
+    while ((block = static_cast<QZBlock*>(m_blocks->DeQueue())) != nullptr) DeleteBlock(block);
+    while ((block = static_cast<QZBlock*>(m_freeBlocks->DeQueue())) != nullptr) DeleteBlock(block);
     m_memoryUsed = 0;
 }
 

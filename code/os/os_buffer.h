@@ -40,7 +40,7 @@ public:
     {
         const Window& window = WindowAt(offset);
         const QZUInt64 at = static_cast<QZUInt64>(offset) - window.begin;
-        if (target && window.Holds(at, size))
+        if (target != nullptr && window.Holds(at, size))
         {
             Use(window.block);
             CopyRun(target, window.bytes + at, size);
@@ -57,7 +57,7 @@ public:
     {
         const Window& window = WindowAt(offset);
         const QZUInt64 at = static_cast<QZUInt64>(offset) - window.begin;
-        if (source && window.Holds(at, size))
+        if (source != nullptr && window.Holds(at, size))
         {
             Use(window.block);
             CopyRun(window.bytes + at, source, size);
@@ -135,11 +135,11 @@ private:
     };
 
     /// Blocks share the windows by the low bits of their number; a power of two.
-    static constexpr QZUInt64 Windows = 64;
+    static constexpr QZUInt64 kWindows = 64;
 
     const Window& WindowAt(QZInt64 offset) const
     {
-        return m_windows[static_cast<QZUInt64>(offset) >> m_blockShift & (Windows - 1)];
+        return m_windows[static_cast<QZUInt64>(offset) >> m_blockShift & (kWindows - 1)];
     }
 
     /// Makes a block the most recently used one.
@@ -178,7 +178,7 @@ private:
 
     int m_blockShift;
     QZUInt64 m_uses;
-    Window m_windows[Windows];
+    Window m_windows[kWindows];
 };
 
 template <typename Action>

@@ -53,7 +53,7 @@ Row Cells(QZDataTable* table, QZDataRow* row)
     {
         QZData* value = row->GetElement(i);
         // An empty value has no text, whatever its type: new rows of the database hold such values.
-        if (!value || value->GetSize() == 0)
+        if (value == nullptr || value->GetSize() == 0)
         {
             cells.emplace_back();
             continue;

@@ -53,9 +53,9 @@ QZFileBuffer* QZFileBuffer::Open(QZString* path, QZInt64 memoryLimit, QZInt64 bl
     }
     catch (QZException* e)
     {
-        if (buffer)
+        if (buffer != nullptr)
             delete buffer;
-        else if (file)
+        else if (file != nullptr)
             QZFile::Close(&file);
         QZTrace(e, QZ_W("QZFileBuffer"), QZ_W("Open"))
             .Argument(QZ_W("QZString*"), path)
@@ -67,7 +67,7 @@ QZFileBuffer* QZFileBuffer::Open(QZString* path, QZInt64 memoryLimit, QZInt64 bl
 
 void QZFileBuffer::Close(QZFileBuffer** buffer)
 {
-    if (!buffer || !*buffer)
+    if (buffer == nullptr || *buffer == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -102,12 +102,12 @@ QZBlock* QZFileBuffer::NewBlock() { return new QZFileBlock(m_file); }
 void QZFileBuffer::Flush()
 {
     // A whole sync is flushed as it is written.
-    if (!m_sync) m_file->Sync();
+    if (m_sync == nullptr) m_file->Sync();
 }
 
 void QZFileBuffer::WriteBackLeaving(QZBlock* block)
 {
-    if (!m_sync)
+    if (m_sync == nullptr)
         block->WriteBack();
     else if (block->IsChanged())
         WriteBackAll();
@@ -115,7 +115,7 @@ void QZFileBuffer::WriteBackLeaving(QZBlock* block)
 
 void QZFileBuffer::WriteBackAll()
 {
-    if (!m_sync) return QZBuffer::WriteBackAll();
+    if (m_sync == nullptr) return QZBuffer::WriteBackAll();
     // What an earlier sync could not finish comes first: the file beside is still its only whole copy.
     if (m_sync->IsHolding()) m_sync->Apply();
     std::vector<SyncFile::Run> runs;

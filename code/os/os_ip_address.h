@@ -1,5 +1,5 @@
-#ifndef QZLIB_OS_OS_IP_ADDRESS_H
-#define QZLIB_OS_OS_IP_ADDRESS_H
+#ifndef QZLIB_OS_IP_ADDRESS_H
+#define QZLIB_OS_IP_ADDRESS_H
 
 #include <concepts>
 

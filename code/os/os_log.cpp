@@ -60,7 +60,7 @@ QZLog* QZLog::Open(const QZWChar* name)
 
 void QZLog::Close(QZLog** log)
 {
-    if (!*log)
+    if (*log == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -69,7 +69,7 @@ void QZLog::Close(QZLog** log)
     *log = nullptr;
     try
     {
-        if (closing->m_stream) QZFileStream::Close(&closing->m_stream);
+        if (closing->m_stream != nullptr) QZFileStream::Close(&closing->m_stream);
     }
     catch (QZException*)
     {
@@ -93,7 +93,7 @@ void QZLog::Init()
     path->Append(m_name);
     path->Append(QZ_W(".txt"));
     if (!QZFile::Exists(path.Get())) QZFile::Create(path.Get());
-    if (m_stream) QZFileStream::Close(&m_stream);
+    if (m_stream != nullptr) QZFileStream::Close(&m_stream);
     m_stream = QZFileStream::Open(path.Get(), QZEncodingType::UTF8);
     m_stream->Seek(m_stream->GetEnd());
     QZDateTime midnight(now.GetYear(), now.GetMonth(), now.GetDay(), 0, 0, 0, 0);
@@ -104,7 +104,7 @@ void QZLog::Init()
 void QZLog::WriteEntry(QZString* text)
 {
     // A rollover that failed left no file open: the next entry tries again.
-    if (!m_stream || QZEnvironment::GetCurrentTimestamp() > m_nextRollover) Init();
+    if (m_stream == nullptr || QZEnvironment::GetCurrentTimestamp() > m_nextRollover) Init();
     QZDateTime now(QZEnvironment::GetCurrentTimestamp());
     QZScopedString time(QZConvert::DateTimeToString(&now));
     if (m_wrap) WriteMark(m_stream, QZ_W("------------------------------- BEGIN "), time.Get());
@@ -130,5 +130,5 @@ void QZLog::Write(QZString* text)
 void QZLog::Sync()
 {
     QZCriticalGuard guard(m_lock);
-    if (m_stream) m_stream->Sync();
+    if (m_stream != nullptr) m_stream->Sync();
 }

@@ -25,7 +25,7 @@ constexpr QZInt64 kSpare = 2048;
 void* Allocate(QZInt64 size, const QZWChar* method)
 {
     void* buffer = MemoryAllocateClean(size);
-    if (buffer) return buffer;
+    if (buffer != nullptr) return buffer;
     throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), kClass,
                   method)
         .Argument(QZ_W("QZInt64"), size)
@@ -78,9 +78,9 @@ QZSettingsAdapter& QZSettingsAdapter::operator=(const QZSettingsAdapter& other)
     m_saveOnChange = other.m_saveOnChange;
     m_encoding = other.m_encoding;
     m_fromFile = other.m_fromFile;
-    if (other.m_path)
+    if (other.m_path != nullptr)
     {
-        if (!m_path) m_path = static_cast<char*>(Allocate(kPathBytes, QZ_W("operator=")));
+        if (m_path == nullptr) m_path = static_cast<char*>(Allocate(kPathBytes, QZ_W("operator=")));
         std::memcpy(m_path, other.m_path, kPathBytes);
     }
     return *this;
@@ -88,15 +88,15 @@ QZSettingsAdapter& QZSettingsAdapter::operator=(const QZSettingsAdapter& other)
 
 QZSettingsAdapter::~QZSettingsAdapter()
 {
-    if (m_path) MemoryFree(m_path);
-    if (m_text) MemoryFree(m_text);
+    if (m_path != nullptr) MemoryFree(m_path);
+    if (m_text != nullptr) MemoryFree(m_text);
 }
 
 QZInt64 QZSettingsAdapter::GetType() { return 0x81FFB00; }
 
 void QZSettingsAdapter::Take(void* text, QZInt64 length)
 {
-    if (m_text) MemoryFree(m_text);
+    if (m_text != nullptr) MemoryFree(m_text);
     m_text = text;
     m_length = length;
 }
@@ -125,7 +125,7 @@ void QZSettingsAdapter::LoadFile(QZString* path)
         throw;
     }
     file.Reset();
-    if (!m_path) m_path = static_cast<char*>(Allocate(kPathBytes, QZ_W("Load")));
+    if (m_path == nullptr) m_path = static_cast<char*>(Allocate(kPathBytes, QZ_W("Load")));
     std::memset(m_path, 0, kPathBytes);
     std::memcpy(m_path, narrow.Pointer(), static_cast<std::size_t>(narrow.Size()));
     m_fromFile = 1;
@@ -138,7 +138,7 @@ void QZSettingsAdapter::Load(const void* path) { Load(static_cast<const char*>(p
 
 void QZSettingsAdapter::Load(const void* text, QZInt64 size)
 {
-    if (size < 0 || (!text && size > 0))
+    if (size < 0 || ((text == nullptr) && size > 0))
     {
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
                       QZ_W("Load"))

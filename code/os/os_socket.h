@@ -1,5 +1,5 @@
-#ifndef QZLIB_OS_OS_SOCKET_H
-#define QZLIB_OS_OS_SOCKET_H
+#ifndef QZLIB_OS_SOCKET_H
+#define QZLIB_OS_SOCKET_H
 
 #include <memory>
 

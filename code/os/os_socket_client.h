@@ -1,5 +1,5 @@
-#ifndef QZLIB_OS_OS_SOCKET_CLIENT_H
-#define QZLIB_OS_OS_SOCKET_CLIENT_H
+#ifndef QZLIB_OS_SOCKET_CLIENT_H
+#define QZLIB_OS_SOCKET_CLIENT_H
 
 #include "os/os_socket.h"
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_OS_OS_SOCKET_SERVER_H
-#define QZLIB_OS_OS_SOCKET_SERVER_H
+#ifndef QZLIB_OS_SOCKET_SERVER_H
+#define QZLIB_OS_SOCKET_SERVER_H
 
 #include <atomic>
 #include <memory>

@@ -151,7 +151,7 @@ QZFileStream* QZFileStream::Open(QZString* path, QZInt64 encoding)
 
 void QZFileStream::Close(QZFileStream** stream)
 {
-    if (!stream || !*stream)
+    if (stream == nullptr || *stream == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -225,7 +225,7 @@ QZString* QZFileStream::ReadToEnd()
 
 QZInt64 QZFileStream::Write(QZString* text)
 {
-    if (!text || text->GetSize() == 0) return 0;
+    if (text == nullptr || text->GetSize() == 0) return 0;
     QZScopedData data(QZDataFactory::CreateData());
     try
     {

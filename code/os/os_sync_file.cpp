@@ -132,7 +132,7 @@ SyncFile::SyncFile(QZString* path, QZFile* file)
     }
     catch (QZException*)
     {
-        if (m_file) QZFile::Close(&m_file);
+        if (m_file != nullptr) QZFile::Close(&m_file);
         QZStringFactory::Recycle(&m_path);
         throw;
     }

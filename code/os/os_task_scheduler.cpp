@@ -193,7 +193,7 @@ void QZTaskScheduler::Run()
                     .Argument(
                         QZ_W("QZPVoid"),
                         static_cast<QZInt64>(reinterpret_cast<std::intptr_t>(static_cast<void*>(this))));
-                if (m_report) m_report->Report(exception);
+                if (m_report != nullptr) m_report->Report(exception);
                 QZExceptionFactory::Recycle(&exception);
             }
         }
@@ -211,7 +211,7 @@ void QZTaskScheduler::Pass()
         const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
         QZTask* task = m_tasks->GetElement(i);
         // Taken out by another thread while the walk stood on it.
-        if (!task) continue;
+        if (task == nullptr) continue;
         if (task->GetExecTime()->ToTimestamp() > now || task->GetStstus() != QZTask::StatusNotExecuted)
             continue;
         // Both before the run: the period counts from its start, and a task that throws has been advanced

@@ -43,13 +43,13 @@ void AwaitRest(QZThread* worker)
 void QZThreadPool::ExecOnceASyncPrivate(QZTask* task)
 {
     QZThread* worker = m_threads->GetFirst();
-    for (; worker; worker = static_cast<QZThread*>(worker->LinkNext()))
+    for (; worker != nullptr; worker = static_cast<QZThread*>(worker->LinkNext()))
     {
         if (worker->IsWorking()) continue;
         AwaitRest(worker);
         if (worker->ExecOrNot(task)) break;
     }
-    if (worker)
+    if (worker != nullptr)
     {
         // Busy workers gather at the tail, so that the walk meets an idle one first.
         QZCriticalGuard guard(m_list);
@@ -72,7 +72,7 @@ void QZThreadPool::ExecOnceASync(QZTask* task)
 void QZThreadPool::ExecOnceASync(QZList<QZTask>* tasks)
 {
     QZCriticalGuard guard(m_lock);
-    for (QZTask* task = tasks->GetFirst(); task; task = static_cast<QZTask*>(task->LinkNext()))
+    for (QZTask* task = tasks->GetFirst(); task != nullptr; task = static_cast<QZTask*>(task->LinkNext()))
         ExecOnceASyncPrivate(task);
 }
 
@@ -87,7 +87,7 @@ QZInt64 QZThreadPool::WorkingCount()
     // Not the pool's own lock: that one is held for as long as a task is not to be had.
     QZCriticalGuard guard(m_list);
     QZInt64 working = 0;
-    for (QZThread* worker = m_threads->GetFirst(); worker;
+    for (QZThread* worker = m_threads->GetFirst(); worker != nullptr;
          worker = static_cast<QZThread*>(worker->LinkNext()))
         if (worker->IsWorking()) ++working;
     return working;
@@ -105,7 +105,7 @@ QZThread* QZThreadPool::Take()
 void QZThreadPool::WakeStalled()
 {
     QZCriticalGuard guard(m_lock);
-    for (QZThread* worker = m_threads->GetFirst(); worker;
+    for (QZThread* worker = m_threads->GetFirst(); worker != nullptr;
          worker = static_cast<QZThread*>(worker->LinkNext()))
         worker->WakeStalled();
 }

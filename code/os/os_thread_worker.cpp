@@ -85,7 +85,7 @@ QZByte QZThread::ExecOrNot(QZTask* task)
 
 bool QZThread::IsResting()
 {
-    return !m_working.load(std::memory_order_acquire) && os::ThreadIsSuspended(m_handle);
+    return (m_working.load(std::memory_order_acquire) == 0) && os::ThreadIsSuspended(m_handle);
 }
 
 void QZThread::WakeStalled()
@@ -116,7 +116,7 @@ void QZThread::Resume()
     if (!os::ThreadResume(m_handle)) QZLibAssert(0);
 }
 
-bool QZThread::MustLeave() { return m_ending.load() || IsThreadsAbort(); }
+bool QZThread::MustLeave() { return m_ending.load() != 0 || IsThreadsAbort() != 0; }
 
 void QZThread::RunTask()
 {

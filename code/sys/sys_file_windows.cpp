@@ -1,7 +1,3 @@
-#include <winsock2.h>
-
-#include <ws2tcpip.h>
-
 #include <windows.h>
 
 #include <climits>

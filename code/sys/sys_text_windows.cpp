@@ -1,6 +1,6 @@
-#include <winsock2.h>
-
 #include <windows.h>
+
+#include <climits>
 
 #include "sys/internal/sys_text.h"
 

@@ -1,8 +1,4 @@
-#include <winsock2.h>
-
 #include <windows.h>
-
-#include <timeapi.h>
 
 #include <atomic>
 #include <climits>

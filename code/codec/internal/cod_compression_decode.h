@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_COMPRESSION_DECODE_H
-#define QZLIB_COD_COMPRESSION_DECODE_H
+#ifndef QZLIB_CODEC_COMPRESSION_DECODE_H
+#define QZLIB_CODEC_COMPRESSION_DECODE_H
 
 /// The fast decoder, for streams that QZCompression::Check has accepted. Internal.
 

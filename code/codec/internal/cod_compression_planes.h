@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_COMPRESSION_PLANES_H
-#define QZLIB_COD_COMPRESSION_PLANES_H
+#ifndef QZLIB_CODEC_COMPRESSION_PLANES_H
+#define QZLIB_CODEC_COMPRESSION_PLANES_H
 
 /// The bytes of a buffer sorted into planes, and back. Internal.
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_DEVICE_DEV_CALL_H
-#define QZLIB_DEVICE_DEV_CALL_H
+#ifndef QZLIB_DEVICE_CALL_H
+#define QZLIB_DEVICE_CALL_H
 
 /// The trace and the lock around the operations of QZSerialDevice. Internal.
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_DEVICE_DEV_PROTOCOL_H
-#define QZLIB_DEVICE_DEV_PROTOCOL_H
+#ifndef QZLIB_DEVICE_PROTOCOL_H
+#define QZLIB_DEVICE_PROTOCOL_H
 
 /// The bytes of the controller's protocol. docs/serial-protocol.md documents them. Internal.
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_LATTICE_TABLE_H
-#define QZLIB_GR_LATTICE_TABLE_H
+#ifndef QZLIB_GRAPHICS_LATTICE_TABLE_H
+#define QZLIB_GRAPHICS_LATTICE_TABLE_H
 
 #include "sys/sys_types.h"
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_PIXELS_ROTATE_H
-#define QZLIB_GR_PIXELS_ROTATE_H
+#ifndef QZLIB_GRAPHICS_PIXELS_ROTATE_H
+#define QZLIB_GRAPHICS_PIXELS_ROTATE_H
 
 #include "graphics/internal/gr_pixels_transfer.h"
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_OS_OS_SYNC_FILE_H
-#define QZLIB_OS_OS_SYNC_FILE_H
+#ifndef QZLIB_OS_SYNC_FILE_H
+#define QZLIB_OS_SYNC_FILE_H
 
 #include <vector>
 
