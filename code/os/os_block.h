@@ -8,10 +8,9 @@ class QZFile;
 /// One block of a paged buffer: a space identifier (its number), the offset of its first byte, its size and
 /// its bytes.
 ///
-/// The block owns its bytes and keeps note of what was changed, page by page, and of what is there at all,
-/// stretch by stretch: a stretch is fetched, or filled with zeros, when it is first needed. A plain block has
-/// nothing behind it: it starts as zeros, there is no place to write it back to, and it never answers true to
-/// the release test. One thread at a time, like the buffer that holds it.
+/// The block owns its bytes. It records which pages were changed and which stretches are loaded: a stretch is
+/// fetched, or filled with zeros, when it is first used. A plain block has no file: it starts as zeros,
+/// cannot be written back and is never releasable. One thread at a time, like the buffer that holds it.
 class QZ_API QZBlock : public QZObject
 {
 public:
@@ -22,16 +21,16 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Readies the block for what belongs into it. A plain block holds zeros.
+    /// Prepares the content after Set. A plain block holds zeros.
     virtual void Load();
 
-    /// Puts what was changed where the block came from. A plain block has no such place and does nothing.
+    /// Writes the changes to the place that the block was loaded from. Does nothing in a plain block.
     virtual void WriteBack();
 
-    /// The release test: true when nothing is lost by giving the block up.
+    /// True when the block can be dropped without losing changes.
     virtual QZBool IsReleasable();
 
-    /// Gives the block a new identity and loads it. What it held before is gone; write it back first.
+    /// Gives the block a new identity and loads it. The old content is lost; write it back first.
     /// @throws QZException  OutOfMemory; what Load throws
     void Set(QZInt64 spaceId, QZInt64 offset, QZInt64 size);
 
@@ -39,41 +38,41 @@ public:
     QZInt64 GetOffset() const { return m_offset; }
     QZInt64 GetSize() const { return m_size; }
 
-    /// All bytes of the block, for reading. Changes go through Write, so that they are noted.
+    /// All bytes of the block, for reading. Change them with Write, which records the change.
     const void* GetPointer();
 
-    /// Copies size bytes at position `at` of the block; the range lies inside the block.
+    /// Copies `size` bytes from position `at` of the block to the target. The range lies inside the block.
     void Read(QZInt64 at, void* target, QZInt64 size);
 
-    /// The mirror of Read; notes the range as changed.
+    /// Copies `size` bytes to position `at` of the block and records the range as changed.
     void Write(QZInt64 at, const void* source, QZInt64 size);
 
     /// True when something was written since the last load or write-back.
     QZBool IsChanged() const { return m_changed; }
 
-    /// One byte past the last that the block knows of: what was loaded, or written if that is further on.
+    /// The end of the content: one past the last byte that was loaded or written.
     QZInt64 GetContentEnd() const { return m_contentEnd; }
 
 protected:
-    /// Changes are noted in pages of this many bytes.
+    /// Changes are recorded in pages of 2^kPageShift bytes.
     static constexpr int kPageShift = 12;
 
-    /// Calls action(from, to) for each run of changed pages, the last one first, cut at the end of the
-    /// content.
+    /// Calls action(from, to) for each run of changed pages, from the last to the first, cut at the end of
+    /// the content.
     template <typename Action>
     void ForEachChange(Action action);
 
-    /// Forgets the notes: the block agrees with what is behind it.
+    /// Forgets the changes: the block has the same content as its file.
     void ClearChanges();
 
-    /// Notes how many bytes at the front of the block have something behind them; the others start as zeros.
+    /// Sets the number of bytes at the front of the block that the file holds; the others start as zeros.
     void SetLoaded(QZInt64 count);
 
-    /// Brings the bytes of a range, which lie among those of SetLoaded, from behind the block. Nothing in a
-    /// plain block.
+    /// Reads the bytes of a range from the file. The range lies within the count given to SetLoaded. Does
+    /// nothing in a plain block.
     virtual void Fetch(QZInt64 from, QZInt64 to);
 
-    /// Makes the bytes of a range usable.
+    /// Loads the bytes of a range where they are not loaded.
     void Require(QZInt64 from, QZInt64 to)
     {
         if (m_presentStretches != m_size >> kStretchShift) RequireStretches(from, to);
@@ -85,17 +84,17 @@ private:
     friend class QZBuffer;
     friend class QZFileBuffer;
 
-    /// Stretches have this many bytes; every block size is a multiple of it.
+    /// Stretches have 2^kStretchShift bytes; every block size is a multiple.
     static constexpr int kStretchShift = 12;
 
-    /// How many stretches are fetched at a time when they are asked for in order.
+    /// Stretches that are fetched together when they are used in order.
     static constexpr QZInt64 kStretchesAhead = 16;
 
     void RequireStretches(QZInt64 from, QZInt64 to);
     void BringStretches(QZInt64 first, QZInt64 behind);
     bool IsPresent(QZInt64 stretch) const { return (m_present[stretch >> 6] >> (stretch & 63) & 1) != 0; }
 
-    /// The usable bytes around a position that is usable.
+    /// Stores the range of loaded bytes around a position that is loaded.
     void PresentAround(QZInt64 at, QZInt64* from, QZInt64* to) const;
 
     void Note(QZUInt64 at, QZUInt64 size)
@@ -117,22 +116,22 @@ private:
     QZInt64 m_offset;
     QZInt64 m_size;
     unsigned char* m_bytes;
-    /// One bit for each page that was changed.
+    /// One bit for each changed page.
     QZUInt64* m_pages;
-    /// One bit for each stretch that is there; behind the page bits in one piece of memory.
+    /// One bit for each loaded stretch; in the same buffer as the page bits, after them.
     QZUInt64* m_present;
     QZInt64 m_presentStretches;
-    /// Bytes below this have something behind them.
+    /// The number of bytes that the file holds, as set by SetLoaded.
     QZInt64 m_behind;
     QZInt64 m_contentEnd;
-    /// The buffer's count of uses when the block was used last.
+    /// The buffer's count of uses at the last use of this block.
     QZUInt64 m_lastUse;
     QZBool m_changed;
 };
 
-/// A block with a file behind it: the file's bytes, zeros past its end. A small file is read at once, of a
-/// large one what is used; the write-back writes the changed pages and never more than what was loaded or
-/// written, so a file gets no padded tail. The file belongs to the buffer.
+/// A block of a file: the file's bytes, and zeros after its end. A small file is read at once, of a large
+/// file only what is used. WriteBack writes the changed pages, but not past the end of the content, so it
+/// does not pad the file. The buffer owns the file.
 class QZ_API QZFileBlock : public QZBlock
 {
 public:
@@ -142,10 +141,10 @@ public:
     /// @throws QZIOException  ReadFailed
     void Load() override;
 
-    /// @throws QZIOException  WriteFailed; the block then stays changed
+    /// @throws QZIOException  WriteFailed; the block then keeps its changes
     void WriteBack() override;
 
-    /// True when nothing waits to be written.
+    /// True when the block has no changes.
     QZBool IsReleasable() override;
 
 protected:

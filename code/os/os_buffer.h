@@ -9,11 +9,11 @@
 
 class QZData;
 
-/// A paged memory: an address space of bytes in blocks of one size.
+/// Paged memory: an address space of bytes in blocks of one size.
 ///
-/// Blocks are made when they are first touched. When memory goes above the limit, those that were used
-/// longest ago are written back and put aside for reuse. A plain QZBuffer has nowhere to write to, so it
-/// keeps every block. The buffer owns its blocks. One thread at a time.
+/// A block is made when it is first used. When the blocks take more memory than the limit, the least recently
+/// used ones are written back and kept for reuse. A plain QZBuffer has no file, so it keeps every block in
+/// use. The buffer owns its blocks. One thread at a time.
 class QZ_API QZBuffer : public QZObject
 {
 public:
@@ -34,8 +34,9 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Copies size bytes at offset into target and answers the count. Negative values count as 0. What was
-    /// never written reads as zeros.
+    /// Copies `size` bytes at the offset to the target and returns the count. Negative values count as 0.
+    /// Bytes that were never written are zeros.
+    /// @throws QZException 1792 for a null target; what the blocks throw
     QZInt64 Read(QZInt64 offset, void* target, QZInt64 size)
     {
         const Window& window = WindowAt(offset);
@@ -49,10 +50,11 @@ public:
         return ReadThrough(offset, target, size);
     }
 
-    /// The same into a new QZData, given back with Recycle.
+    /// The same into a new QZData; give it back with Recycle.
     QZData* Read(QZInt64 offset, QZInt64 size);
 
-    /// Copies size bytes from source to offset and answers the count. Negative values count as 0.
+    /// Copies `size` bytes from the source to the offset and returns the count. Negative values count as 0.
+    /// @throws QZException 1792 for a null source; what the blocks throw
     QZInt64 Write(QZInt64 offset, const void* source, QZInt64 size)
     {
         const Window& window = WindowAt(offset);
@@ -68,58 +70,59 @@ public:
         return WriteThrough(offset, source, size);
     }
 
-    /// All bytes of data.
+    /// Writes all bytes of the data object.
+    /// @throws QZException 1792 for null
     QZInt64 Write(QZInt64 offset, QZData* data);
 
-    /// The block that holds the offset, which becomes the most recently used one. It stays the buffer's.
+    /// The block that holds the offset; it becomes the most recently used one. The buffer owns it.
     QZBlock* GetBlockByOffset(QZInt64 offset);
 
-    /// While memory in use is above the limit: the least recently used block is written back and put aside.
-    /// Stops at a block that cannot be given up.
+    /// While the blocks in use take more memory than the limit, writes back the least recently used block and
+    /// keeps it for reuse. Stops at a block that is not releasable.
     void RemoveBlock();
 
-    /// Writes back all that was changed, as far as there is a file, and flushes the file. Answers true.
+    /// Writes back all changes and flushes the file, if there is one. Always returns true.
     QZBool Sync();
 
-    /// Writes back, then gives up every block in use that can be released and all that were put aside.
-    /// Answers whether all could be released.
+    /// Writes back all changes, then deletes every releasable block in use and all blocks kept for reuse.
+    /// True when no block is left.
     QZBool Collect();
 
-    /// Bytes of the blocks in use.
+    /// The bytes of the blocks in use.
     QZInt64 GetMemorySizeUsed() const { return m_memoryUsed; }
 
-    /// The limit.
+    /// The memory limit in bytes.
     QZInt64 GetMemorySizeUseMax() const { return m_memoryMax; }
 
-    /// Gives back what Read made.
+    /// Gives back a QZData of Read.
     static void Recycle(QZData** data);
 
 protected:
-    /// Makes an empty block of the kind that the buffer works with.
+    /// Makes an empty block of the buffer's kind.
     virtual QZBlock* NewBlock();
     virtual void DeleteBlock(QZBlock* block);
 
-    /// Called by Sync when all blocks are written.
+    /// Called by Sync after all blocks are written.
     virtual void Flush();
 
-    /// Writes back every changed block in use, highest offset first.
+    /// Writes back every changed block in use, from the highest offset to the lowest.
     virtual void WriteBackAll();
 
-    /// Writes back a block that has to leave.
+    /// Writes back a block that leaves memory.
     virtual void WriteBackLeaving(QZBlock* block);
 
-    /// Calls action(block) for each changed block in use, highest offset first.
+    /// Calls action(block) for each changed block in use, from the highest offset to the lowest.
     template <typename Action>
     void ForEachChangedBlock(Action action);
 
     /// Deletes all blocks, written or not.
     void DeleteBlocks();
 
-    /// The end of the highest content that any block in use knows of.
+    /// The highest end of content of all blocks in use.
     QZInt64 GetContentEnd() const;
 
 private:
-    /// A run of usable bytes of one block: what the quick way needs to know. A length of 0 closes that way.
+    /// A range of loaded bytes of one block, for reads and writes without a search. Length 0: no range.
     struct Window
     {
         QZUInt64 begin = 0;
@@ -129,12 +132,12 @@ private:
 
         bool Holds(QZUInt64 at, QZInt64 size) const
         {
-            // A size of 0 and negative ones wrap around to more than any window holds.
+            // Size 0 and negative sizes wrap around to a value larger than any window.
             return at < length && static_cast<QZUInt64>(size) - 1 < length - at;
         }
     };
 
-    /// Blocks share the windows by the low bits of their number; a power of two.
+    /// The number of windows, a power of two. A block uses the window of its number modulo kWindows.
     static constexpr QZUInt64 kWindows = 64;
 
     const Window& WindowAt(QZInt64 offset) const
@@ -145,7 +148,7 @@ private:
     /// Makes a block the most recently used one.
     void Use(QZBlock* block) { block->m_lastUse = ++m_uses; }
 
-    /// Single addresses, marks and small fields make up nearly all traffic; they are moved without a call.
+    /// Nearly all transfers are single addresses, marks and small fields; these are copied inline.
     static void CopyRun(void* target, const void* source, QZInt64 size)
     {
         switch (size)
@@ -162,18 +165,18 @@ private:
     QZInt64 WriteThrough(QZInt64 offset, const void* source, QZInt64 size);
     QZBlock* TakeBlock();
     QZBlock* FindBlock(QZInt64 number) const;
-    /// Opens the window of a block around a position in it.
+    /// Opens the window of a block around a position.
     void OpenWindow(QZBlock* block, QZInt64 at);
-    /// To be called before a block leaves.
+    /// Called before a block leaves memory.
     void CloseWindow(QZBlock* block);
     QZBlock* LeastUsed() const;
 
     QZInt64 m_memoryUsed;
     QZInt64 m_memoryMax;
     QZInt64 m_blockSize;
-    /// In use. Which was used when stands in the blocks, so that a use moves nothing.
+    /// The blocks in use. Each block records its last use, so a use does not change the list.
     QZContainer* m_blocks;
-    /// Put aside for reuse.
+    /// The blocks kept for reuse.
     QZContainer* m_freeBlocks;
 
     int m_blockShift;
@@ -184,8 +187,8 @@ private:
 template <typename Action>
 void QZBuffer::ForEachChangedBlock(Action action)
 {
-    // Downwards through the file: a process that dies half-way has written what was appended, and not yet the
-    // fields further up that make it count.
+    // From the end of the file to its start: a process that dies half-way has written appended records, but
+    // not yet the fields before them that make them reachable.
     QZInt64 done = INT64_MAX;
     for (;;)
     {

@@ -8,42 +8,42 @@ class SyncFile;
 
 /// A file that is read and written through a bounded number of blocks in memory.
 ///
-/// Writes stay in memory until their block is pushed out, or until Sync, Collect or Close. Made by Open,
-/// given back by Close; owns its file. One thread at a time.
+/// Writes stay in memory until their block leaves memory, or until Sync, Collect or Close. Open makes a
+/// buffer, Close deletes it. The buffer owns its file. One thread at a time.
 class QZ_API QZFileBuffer : public QZBuffer
 {
 public:
     static const QZInt64 Type = 0x81FF800;
 
-    /// The least free disk space, in bytes, that a host should leave.
+    /// The free disk space, in bytes, that a host should leave at least.
     static const QZInt64 FREEDESKSPACE_MIN = 1048576;
 
-    /// With 1, a file that is opened from then on never holds a part of a sync: Sync first writes what was
-    /// changed to a file beside it, named like it with ".sync" behind, and flushes that; then it writes in
-    /// place, flushes and empties the file beside. Open finishes what it finds complete there. No changed
-    /// byte reaches the file but by a sync: a block that has to leave, Collect and Close make one first.
-    /// With 0, the default, changes are written in place whenever their block leaves.
+    /// 1: a file that is opened from then on never holds a part of a sync. Sync first writes the changes to a
+    /// second file, whose name is the file's name with ".sync" appended, and flushes it. Then it writes the
+    /// changes in place, flushes, and empties the second file. Open completes a sync that it finds there
+    /// whole. Only a sync changes the file: a block that leaves memory, Collect and Close make one first. 0,
+    /// the default: changes are written in place when their block leaves memory.
     static QZByte AtomicSync;
 
     /// Opens an existing file for reading and writing.
     /// @throws QZIOException  what QZFile::Open throws
     static QZFileBuffer* Open(QZString* path, QZInt64 memoryLimit, QZInt64 blockSize);
 
-    /// Writes back what was changed, closes the file, deletes the buffer and clears the variable.
-    /// @throws QZIOException  WriteFailed, after everything was released all the same
+    /// Writes back all changes, closes the file, deletes the buffer and clears the variable.
+    /// @throws QZIOException  WriteFailed; the buffer is deleted in any case
     static void Close(QZFileBuffer** buffer);
 
     ~QZFileBuffer() override;
 
     QZInt64 GetType() override;
 
-    /// The path given to Open; it stays the buffer's.
+    /// The path that Open got. The buffer owns it.
     QZString* GetPath() const { return m_path; }
 
-    /// Size in bytes, with what was written and is still in memory only.
+    /// The size in bytes, including appended bytes that are still only in memory.
     QZInt64 GetFileSize();
 
-    /// The whole content in a new QZData, given back with Recycle.
+    /// The whole content in a new QZData; give it back with Recycle.
     QZData* ReadAll();
 
 protected:
@@ -57,7 +57,7 @@ protected:
 private:
     QZFile* m_file;
     QZString* m_path;
-    /// Null unless syncs are to be whole.
+    /// Null without AtomicSync.
     SyncFile* m_sync;
 };
 

@@ -14,26 +14,26 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Makes the directory and the parents that are missing; one that exists is no failure.
+    /// Makes the directory and its missing parents. Succeeds when it exists.
     /// @throws QZIOException 4864 for a path of more than 255 characters, 5888 with the system's number
     static void Create(const char* path);
     static void Create(const QZWChar* path);
     static void Create(QZString* path);
-    /// Only an empty directory can go. Throws like Create.
+    /// Deletes an empty directory. Throws like Create.
     static void Delete(const char* path);
     static void Delete(const QZWChar* path);
     static void Delete(QZString* path);
-    /// False for what is missing and for a file. @throws QZIOException 4864
+    /// True for a directory, false for a file and a missing path. @throws QZIOException 4864
     static QZBool Exists(const char* path);
     static QZBool Exists(const QZWChar* path);
     static QZBool Exists(QZString* path);
 
-    /// The files of a directory, of those below it too when `recursive`, each directory's names in ascending
-    /// order; with their path when `withPath`, else the bare names. Links to directories are not followed. A
-    /// new collection.
+    /// The files of a directory in a new collection, each directory's names in ascending order. `recursive`:
+    /// the files of its subdirectories too; links to directories are not followed. `withPath`: names with
+    /// their path.
     /// @throws QZIOException 4864, 5888 with the system's number
     static QZStringCollection* GetFiles(QZString* path, unsigned char recursive, unsigned char withPath);
-    /// The same with the directories, each before what it holds.
+    /// The same with the directories, each before its content.
     static QZStringCollection* GetFilesAll(QZString* path, unsigned char recursive, unsigned char withPath);
     /// Gives the collection back with its strings.
     static void Recycle(QZStringCollection** collection);

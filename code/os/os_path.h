@@ -5,9 +5,8 @@
 
 class QZString;
 
-/// Names taken apart and put together. All static; "/" and "\" separate on both platforms, and the platform's
-/// own one is written. What is answered is a new string, given back with Recycle. A null path counts as
-/// empty.
+/// The parts of a path. All static. Both "/" and "\" are separators on both platforms; the platform's own one
+/// is written. Results are new strings; give them back with Recycle. A null path counts as empty.
 class QZ_API QZPath
 {
 public:
@@ -15,20 +14,20 @@ public:
 
     /// "C:" of "C:\a"; empty for a path without a drive.
     static QZString* GetDrive(QZString* path);
-    /// What stands before the last separator; empty without one.
+    /// The part before the last separator; empty without one.
     static QZString* GetDirectory(QZString* path);
-    /// The directory of the path at level 0, its parent at level 1 and so on; empty past the top.
+    /// GetDirectory applied level + 1 times: the directory for level 0, its parent for level 1; empty above
+    /// the top.
     static QZString* GetDirectory(QZString* path, QZInt64 level);
-    /// What follows the last dot of the name; empty without a dot.
+    /// The part of the name after its last dot; empty without a dot.
     static QZString* GetExtension(QZString* path);
-    /// What follows the last separator.
+    /// The part after the last separator.
     static QZString* GetName(QZString* path);
-    /// The name up to its last dot.
+    /// The name without its last dot and the extension.
     static QZString* GetNameNoExtension(QZString* path);
-    /// Both parts with one separator between them, whatever they end and begin with; an empty part leaves the
-    /// other.
+    /// Both parts with exactly one separator between them; when one part is empty, the other part.
     static QZString* Combine(QZString* first, QZString* second);
-    /// Makes the directory and the parents that are missing. Throws like QZFileDirectory::Create.
+    /// Makes the directory and its missing parents. Throws like QZFileDirectory::Create.
     static void Create(QZString* path);
     static void Recycle(QZString** text);
 };
