@@ -14,8 +14,7 @@ const QZInt64 QZBlock::Type;
 namespace
 {
 
-/// Up to here a block's part of a file is read at once: small files are taken in as they are when they are
-/// opened.
+/// Up to this size a block's part of a file is read at once, so a small file is read whole when it is opened.
 constexpr QZInt64 kLoadedAtOnce = 262144;
 
 [[noreturn]] void ThrowOutOfMemory(QZInt64 size)
@@ -112,7 +111,7 @@ void QZBlock::RequireStretches(QZInt64 from, QZInt64 to)
             ++stretch;
             continue;
         }
-        // What follows on something that is there is asked for in order, and more of it comes at once.
+        // A stretch after a loaded one is read in order, so the following stretches are fetched with it.
         QZInt64 wanted = behind;
         if (stretch > 0 && IsPresent(stretch - 1) && wanted < stretch + kStretchesAhead)
             wanted = stretch + kStretchesAhead;
@@ -148,7 +147,7 @@ void QZBlock::PresentAround(QZInt64 at, QZInt64* from, QZInt64* to) const
     if (m_presentStretches == all) return;
     const QZInt64 stretch = at >> kStretchShift;
     const QZInt64 words = StretchWords();
-    // The nearest gaps to both sides, looked for a word at a time.
+    // Searches the nearest stretch that is not loaded on both sides, a word at a time.
     QZInt64 word = stretch >> 6;
     QZUInt64 gaps = ~m_present[word] & (~0ULL >> (63 - (stretch & 63)));
     while (gaps == 0 && word > 0) gaps = ~m_present[--word];
@@ -198,8 +197,8 @@ QZFileBlock::~QZFileBlock() = default;
 void QZFileBlock::Load()
 {
     SetLoaded(0);
-    // A block past the end has nothing of the file in it, and not every system reads as far out as an offset
-    // may point.
+    // A block after the end of the file has no bytes of it, and not every system can read at so large an
+    // offset.
     if (GetOffset() > INT64_MAX - GetSize()) return;
     QZInt64 count = m_file->GetSize() - GetOffset();
     if (count <= 0) return;

@@ -111,7 +111,7 @@ QZInt64 QZBuffer::ReadThrough(QZInt64 offset, void* target, QZInt64 size)
         block->Read(at, QZAt(target, done), run);
         OpenWindow(block, at);
         done += run;
-        // The address space ends with the largest offset.
+        // The address space ends at the largest offset.
         if (done == size || offset > INT64_MAX - done) return done;
     }
 }
@@ -154,7 +154,7 @@ QZBlock* QZBuffer::GetBlockByOffset(QZInt64 offset)
     try
     {
         block->Set(number, number * m_blockSize, m_blockSize);
-        // The new block counts when the limit is enforced, and it is not yet in the list, so it never leaves.
+        // The new block counts against the limit, but is not yet in the list, so it is not removed.
         m_memoryUsed += m_blockSize;
         counted = m_blockSize;
         RemoveBlock();

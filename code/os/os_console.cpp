@@ -22,7 +22,7 @@ namespace
 {
 void Out(QZString* text) { os::ConsoleWrite(text->GetPointer(), text->GetLength()); }
 
-/// Writes a text made for it and gives it back.
+/// Writes a text and recycles it.
 void OutAndRecycle(QZString* text)
 {
     Out(text);
@@ -42,7 +42,7 @@ QZString* TextOf(QZObject* value)
     return type;
 }
 
-/// Holds the output for one thread at a time.
+/// Lets one thread at a time write.
 class OutputLock
 {
 public:

@@ -29,7 +29,7 @@ std::size_t WidthOf(const Text& text)
     return width;
 }
 
-/// Characters that would break the grid show as blanks.
+/// Control characters, which would break the grid, become blanks.
 Text CellText(QZString* source)
 {
     Text text(source->GetPointer(), static_cast<std::size_t>(source->GetLength()));
@@ -52,7 +52,7 @@ Row Cells(QZDataTable* table, QZDataRow* row)
     for (QZInt64 i = 0; i < table->Columns->Count(); ++i)
     {
         QZData* value = row->GetElement(i);
-        // An empty value has no text, whatever its type: new rows of the database hold such values.
+        // An empty value is shown without text for every type: new rows of the database hold such values.
         if (value == nullptr || value->GetSize() == 0)
         {
             cells.emplace_back();

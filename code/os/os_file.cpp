@@ -34,7 +34,7 @@ QZInt64 SystemNumber() { return static_cast<QZInt64>(os::LastError()); }
 
 QZIOException* Failed(QZInt64 code) { return QZExceptionFactory::CreateIOException(code, SystemNumber()); }
 
-/// The exception of a failed open or creation: presence of the file has a code of its own.
+/// The exception of a failed open or creation. A file that exists has a code of its own.
 QZIOException* OpenFailed()
 {
     if (os::LastError() == os::ErrorFileExists())
@@ -53,7 +53,7 @@ template <typename Text>
     throw QZTrace(exception, QZ_W("QZFile"), method).Argument(QZTextTypeName(path), path).Exception();
 }
 
-/// Runs the body of an operation; what it throws gets the operation's own frame with these arguments.
+/// Runs the body of an operation. An exception gets a trace frame of the operation with these arguments.
 template <typename Body, typename... Arguments>
 auto Framed(const QZWChar* method, Body body, Arguments... arguments)
 {
@@ -71,7 +71,8 @@ auto Framed(const QZWChar* method, Body body, Arguments... arguments)
 
 std::pair<const QZWChar*, QZInt64> Named(const QZWChar* type, QZInt64 value) { return {type, value}; }
 
-/// Sizes go to the platform as 32 bits. No buffer reaches as far as the rest of a small negative size means.
+/// Sizes are passed to the platform as 32 bits. A small negative size would become nearly 4 GiB, more than
+/// any buffer has, and is refused.
 bool PlatformSize(QZInt64 size, QZUInt32* asked)
 {
     *asked = static_cast<QZUInt32>(size);
@@ -82,7 +83,7 @@ bool PlatformSize(QZInt64 size, QZUInt32* asked)
 
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
-/// Calls action(start, length) for every line: what stands before each CR LF, and the rest.
+/// Calls action(start, length) for every line: the text before each CR LF, and the rest.
 template <typename Action>
 void ForEachLine(const char* text, QZInt64 size, Action action)
 {
@@ -137,7 +138,7 @@ QZFile* QZFile::OpenAs(Text path, QZUInt32 options, bool named)
     else
     {
         bool shareRead = (options & QZFileOptions::ShareRead) > 3;
-        // Sharing for writing needs both bits of ShareWrite; hosts that set one of them get none.
+        // Sharing for writing needs both bits of ShareWrite; one of them alone does not share.
         bool shareWrite = (options & QZFileOptions::ShareWrite) > 9;
         handle = os::FileOpen(text.Wide(), (options & QZFileOptions::Read) != 0,
                               (options & QZFileOptions::Write) != 0, shareRead, shareWrite);
@@ -206,7 +207,7 @@ QZBool ExistsAs(Text path)
     return os::FileKindOf(text.Wide()) == os::FileKind::File;
 }
 
-/// A path as Rename takes it: narrow paths as they are, wide ones in the narrow page.
+/// A path for Rename: narrow paths unchanged, wide ones converted to the narrow page.
 struct NarrowPath
 {
     explicit NarrowPath(const char* path) : text(path != nullptr ? path : ""), length(text.size()) {}
@@ -370,7 +371,7 @@ QZInt64 CopyPieces(QZFile* source, QZInt64 sourceOffset, QZFile* target, QZInt64
     while (copied < length)
     {
         QZInt64 piece = length - copied < chunk ? length - copied : chunk;
-        // A piece of nothing would go on for ever: it counts as short.
+        // With pieces of 0 bytes the loop would not end, so such a piece counts as incomplete.
         if (piece == 0 || source->Read(sourceOffset + copied, buffer.Get(), piece) != piece)
             throw Failed(QZIOExceptionCode::OperationFailed);
         if (target->Write(targetOffset + copied, buffer.Get(), piece) != piece)
@@ -496,7 +497,7 @@ QZInt64 EncodingOf(QZFile* file)
         return size >= count && std::memcmp(mark, bytes, static_cast<std::size_t>(count)) == 0;
     };
     if (begins("\xEF\xBB\xBF", 3)) return QZEncodingType::UTF8;
-    // The two-byte mark is looked at first: callers know a UTF-32 little-endian file as UTF16LE.
+    // The two-byte mark is tested first: callers get UTF16LE for a UTF-32 little-endian file.
     if (begins("\xFF\xFE", 2)) return QZEncodingType::UTF16LE;
     if (begins("\xFE\xFF", 2)) return QZEncodingType::UTF16BE;
     if (begins("\xFF\xFE\x00\x00", 4)) return QZEncodingType::UTF32LE;

@@ -29,7 +29,7 @@ QZFileBuffer::~QZFileBuffer()
     }
     catch (QZException* e)
     {
-        // Close has reported by now; an owner who deletes the buffer outright has no way to hear of it.
+        // Close has reported the failure; deleting the buffer directly cannot report one.
         QZExceptionFactory::Recycle(&e);
     }
     DeleteBlocks();
@@ -101,7 +101,7 @@ QZBlock* QZFileBuffer::NewBlock() { return new QZFileBlock(m_file); }
 
 void QZFileBuffer::Flush()
 {
-    // A whole sync is flushed as it is written.
+    // With AtomicSync, WriteBackAll has flushed the file.
     if (m_sync == nullptr) m_file->Sync();
 }
 
@@ -116,7 +116,7 @@ void QZFileBuffer::WriteBackLeaving(QZBlock* block)
 void QZFileBuffer::WriteBackAll()
 {
     if (m_sync == nullptr) return QZBuffer::WriteBackAll();
-    // What an earlier sync could not finish comes first: the file beside is still its only whole copy.
+    // First completes a sync that could not be written in place: the second file holds its only whole copy.
     if (m_sync->IsHolding()) m_sync->Apply();
     std::vector<SyncFile::Run> runs;
     ForEachChangedBlock([&runs](QZBlock* block) {

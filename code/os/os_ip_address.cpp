@@ -34,7 +34,7 @@ QZIPAddress::QZIPAddress(QZString* text) { Set(text); }
 
 QZIPAddress::QZIPAddress(QZData* data)
 {
-    // Only the size tells the form; the count in front is not looked at.
+    // Only the size determines the form; the count in the first word is not tested.
     const QZInt64 size = data != nullptr ? data->GetSize() : 0;
     if (size != kSizeWithoutPort && size != kSizeWithPort) return;
     for (int i = 0; i < kNumbers; ++i) SetNumber(i, static_cast<QZUInt32>(data->GetValueInt32(1 + i)));
@@ -110,7 +110,7 @@ void QZIPAddress::Set(QZString* text)
             .Argument(QZ_W("QZString*"), text)
             .Exception();
     }
-    // No range is tested: callers see 300 become 44.
+    // The range is not tested: callers get 44 for 300.
     for (int i = 0; i < kNumbers; ++i) SetNumber(i, QZConvert::StringToUInt32(numbers->GetElement(i)));
 }
 
@@ -134,7 +134,7 @@ QZString* QZIPAddress::ToString()
 
 QZData* QZIPAddress::ToData()
 {
-    // Port 80 is left out and comes back as 0, while port 0 is written.
+    // Port 80 is not written and is read back as 0; port 0 is written.
     const bool port = m_port != kSilentPort;
     QZScopedData data(QZDataFactory::CreateData());
     data->NewSize(port ? kSizeWithPort : kSizeWithoutPort);

@@ -103,7 +103,7 @@ void QZLog::Init()
 
 void QZLog::WriteEntry(QZString* text)
 {
-    // A rollover that failed left no file open: the next entry tries again.
+    // After a failed rollover no file is open; the next entry tries again.
     if (m_stream == nullptr || QZEnvironment::GetCurrentTimestamp() > m_nextRollover) Init();
     QZDateTime now(QZEnvironment::GetCurrentTimestamp());
     QZScopedString time(QZConvert::DateTimeToString(&now));

@@ -19,7 +19,7 @@ namespace
 {
 const QZWChar* const kClass = QZ_W("QZSettingsAdapter");
 
-/// Room that a text gets beyond its need when a value changes.
+/// Spare bytes that a text gets when a value changes.
 constexpr QZInt64 kSpare = 2048;
 
 void* Allocate(QZInt64 size, const QZWChar* method)
@@ -190,7 +190,7 @@ QZInt64 QZSettingsAdapter::ValueEnd(QZInt64 begin) const
 {
     const char* text = static_cast<const char*>(m_text);
     QZInt64 end = begin;
-    // A semicolon ends a value too, so that a comment may follow it on the line.
+    // A semicolon ends the value, so that a comment can follow on the line.
     while (end < m_length && text[end] != '\r' && text[end] != ';') ++end;
     return end;
 }

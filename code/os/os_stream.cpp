@@ -18,8 +18,8 @@ const QZInt64 QZFileStream::Type;
 namespace
 {
 
-/// Bytes from a position to the end. A host may seek to any position, so far before the start that this
-/// wraps; nothing is read then.
+/// The number of bytes from a position to the end. A position far before the start makes it wrap around;
+/// nothing is read then.
 QZInt64 Left(QZInt64 end, QZInt64 position)
 {
     return static_cast<QZInt64>(static_cast<QZUInt64>(end) - static_cast<QZUInt64>(position));
@@ -64,10 +64,10 @@ void QZStream::Seek(QZInt64 position) { m_position = position; }
 namespace
 {
 
-/// Bytes that ReadLine looks at in one go.
+/// The number of bytes that ReadLine searches together.
 constexpr QZInt64 kWindowSize = 256;
 
-/// CR LF in an encoding.
+/// The bytes of CR LF in an encoding, and the bytes of a character.
 struct LineEnd
 {
     unsigned char bytes[8];
@@ -119,7 +119,7 @@ QZFileStream::~QZFileStream()
     }
     catch (QZException* e)
     {
-        // Close has reported by now; an owner who deletes the stream outright has no way to hear of it.
+        // Close has reported the failure; deleting the stream directly cannot report one.
         QZExceptionFactory::Recycle(&e);
     }
     DeleteBlocks();
@@ -194,7 +194,7 @@ QZInt64 QZFileStream::ReadLine(QZString* text)
         }
         const QZInt64 size = left < kWindowSize ? left : kWindowSize;
         QZBuffer::Read(m_position, window, size);
-        // A pair that lies across two windows is not seen: each window is searched and decoded by itself.
+        // Each window is searched and decoded by itself, so a CR LF across two windows is not found.
         const QZInt64 found = FindLineEnd(lineEnd, window, size);
         AppendDecoded(m_encoding, window, found < 0 ? size : found, text);
         m_position += found < 0 ? size : found + lineEnd.size;

@@ -11,9 +11,9 @@
 #include "os/internal/os_opened_file.h"
 #include "sys/sys_bytes.h"
 
-// Layout, little-endian words of 8 bytes: the mark, the number of runs, the length of the whole, 0; for each
-// run its offset, its size and its bytes, filled up with zeros to a multiple of 8; the checksum of all words
-// before it.
+// Layout in little-endian words of 8 bytes: mark, number of runs, total length, 0; for each run its offset,
+// its size and its bytes, padded with zeros to a multiple of 8; the checksum of all words before it.
+// docs/database-file.md documents it.
 
 namespace
 {
@@ -22,10 +22,10 @@ constexpr QZInt64 kHeadSize = 32;
 constexpr QZInt64 kRunHeadSize = 16;
 constexpr QZInt64 kSumSize = 8;
 
-/// A file that grew beyond this is made short when it is emptied; a shorter one keeps its place on the disk.
+/// A larger file is cut to 0 bytes when it is emptied; a smaller one keeps its disk space.
 constexpr QZInt64 kKept = 1 << 20;
 
-/// Bytes that go to and come from the file in one piece; a multiple of 8.
+/// The bytes of one write or read; a multiple of 8.
 constexpr QZInt64 kPiece = 1 << 16;
 
 constexpr QZUInt64 kSumStart = 0xCBF29CE484222325ull;
@@ -63,7 +63,7 @@ void ReadAll(QZFile* file, QZInt64 offset, unsigned char* bytes, QZInt64 size)
     if (done < size) Throw(QZIOExceptionCode::ReadFailed, QZ_W("Open"), offset + done, size - done);
 }
 
-/// Words on their way into the file, summed up as they go.
+/// Writes words to the file in pieces and adds them to the checksum.
 class Writer
 {
 public:
@@ -147,7 +147,7 @@ SyncFile::~SyncFile()
     }
     catch (QZException* e)
     {
-        // An empty file that stays behind does no harm.
+        // An empty file that is not deleted does no harm.
         QZExceptionFactory::Recycle(&e);
     }
     QZStringFactory::Recycle(&m_path);
@@ -184,7 +184,7 @@ void SyncFile::Empty()
     const QZInt64 size = m_file->GetSize();
     if (size == 0) return;
     if (size > kKept) return m_file->NewSize(0);
-    // Without its mark it holds nothing, and the next sync finds its place on the disk ready.
+    // Without its mark the file holds no sync, and the next sync reuses its disk space.
     const unsigned char nothing[kHeadSize] = {};
     WriteAll(m_file, 0, nothing, kHeadSize);
 }

@@ -12,7 +12,7 @@
 namespace
 {
 
-/// One look at the processors' times. Several threads may look at once and then mix their figures.
+/// One reading of the processors' times. Threads that read at the same time may mix their figures.
 struct Look
 {
     std::atomic<QZUInt64> idle;

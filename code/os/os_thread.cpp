@@ -57,7 +57,7 @@ bool AnyRunning()
 
 void* GlobalMutex()
 {
-    // After the end of the thread layer there is no mutex and every wait for it fails at once.
+    // After the end of the thread runtime there is no mutex, and every wait for it fails at once.
     return g_initialised.load() ? g_mutex.load() : nullptr;
 }
 
@@ -128,8 +128,7 @@ long long CreateWith(void (*entry)(void*), const Start& start)
 void QZThreadRuntimeInit()
 {
     if (g_initialised.load()) return;
-    // The platform's mutex is made once and kept: a thread may still be on its way into it when the layer
-    // ends.
+    // The mutex is made once and never deleted: a thread may still be about to lock it when the runtime ends.
     if (g_mutex.load() == nullptr) g_mutex.store(os::MutexCreate());
     g_sleepSocket.store(os::SleepSocketOpen());
     g_initialised.store(true);
@@ -143,13 +142,12 @@ void QZThreadRuntimeEnd()
         os::MutexLock(mutex);
         QZInt64 socket = g_sleepSocket.exchange(-1);
         g_initialised.store(false);
-        // Whoever still waits for it gets through, so that it can be counted off.
+        // Threads that wait for the mutex get it, so that they can unlist themselves.
         while (os::MutexUnlock(mutex))
         {}
         os::SleepSocketClose(socket);
     }
-    // From here on the mutex is gone and threads count themselves off unguarded; the end waits for them all
-    // the same.
+    // From here on threads unlist themselves without the mutex. The end waits for them in any case.
     QZThread::ThreadsAbort();
     QZThread::WaitForThreadsEnd();
 }
@@ -186,7 +184,7 @@ QZByte QZThread::Terminate(long long handle)
 {
     QZUInt64 id = os::ThreadIdOf(handle);
     bool self = id != 0 && id == os::ThreadCurrentId();
-    // A killed thread cannot count itself off.
+    // A terminated thread cannot unlist itself.
     bool counted = self && Discharge(id);
     if (!os::ThreadTerminate(handle))
     {

@@ -30,8 +30,8 @@ namespace
 constexpr int kRestYields = 100;
 constexpr int kRestSleeps = 20;
 
-/// A worker that has just given its task back is about to suspend. Handed the next one now it might sleep on
-/// it, so it gets the time to come to rest.
+/// A worker that has just finished a task is about to suspend itself and could miss a task given now. This
+/// waits until it is suspended, for a limited time.
 void AwaitRest(QZThread* worker)
 {
     for (int i = 0; i < kRestYields + kRestSleeps && !worker->IsWorking() && !worker->IsResting(); ++i)
@@ -51,7 +51,7 @@ void QZThreadPool::ExecOnceASyncPrivate(QZTask* task)
     }
     if (worker != nullptr)
     {
-        // Busy workers gather at the tail, so that the walk meets an idle one first.
+        // Busy workers move to the tail, so that the walk finds an idle worker early.
         QZCriticalGuard guard(m_list);
         m_threads->RemoveElement(worker);
         m_threads->EnQueue(worker);
@@ -84,7 +84,7 @@ QZInt64 QZThreadPool::Count()
 
 QZInt64 QZThreadPool::WorkingCount()
 {
-    // Not the pool's own lock: that one is held for as long as a task is not to be had.
+    // Not m_lock: that one is held while the pool waits for a task that another worker has.
     QZCriticalGuard guard(m_list);
     QZInt64 working = 0;
     for (QZThread* worker = m_threads->GetFirst(); worker != nullptr;

@@ -16,7 +16,7 @@ bool IsConsole(HANDLE handle)
     return GetConsoleMode(handle, &mode) != 0;
 }
 
-/// The next unit of the input: of a console as it is typed, of a file or pipe as UTF-8 bytes. False at its
+/// The next unit of the input: a UTF-16 unit of a console, a byte of UTF-8 of a file or pipe. False at its
 /// end.
 bool ReadUnit(HANDLE input, bool console, wchar_t* unit)
 {

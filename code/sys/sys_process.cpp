@@ -5,7 +5,7 @@ namespace os
 
 int SystemLoad(const SystemTimes& first, const SystemTimes& second)
 {
-    // Signed: processors' idle times are known to step back by a little.
+    // Signed: idle times can go back a little.
     QZInt64 idle = static_cast<QZInt64>(second.Idle - first.Idle);
     QZInt64 total = static_cast<QZInt64>(second.Kernel - first.Kernel + second.User - first.User);
     if (total == 0) return 0;
