@@ -7,6 +7,7 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_trace.h"
+#include "graphics/internal/gr_parts.h"
 
 const QZInt64 QZGraphicsCollection::Type;
 
@@ -237,16 +238,7 @@ QZBool QZGraphicsCollection::MarkEdit(QZString* key)
     return m_editedMark != nullptr;
 }
 
-void QZGraphicsCollection::Recycle(QZGraphics** layer)
-{
-    if (*layer == nullptr)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    delete *layer;
-    *layer = nullptr;
-}
+void QZGraphicsCollection::Recycle(QZGraphics** layer) { QZDeleteAndClear(layer); }
 
 void QZGraphicsCollection::Update() { Update(1); }
 

@@ -25,7 +25,7 @@ namespace
 template <typename T, typename Reset>
 void GiveBack(QZObjectCache* cache, T** variable, Reset reset)
 {
-    if (!*variable)
+    if (*variable == nullptr)
     {
         QZLibAssert(0);
         return;

@@ -9,6 +9,7 @@
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
 #include "graphics/internal/gr_lattice_table.h"
+#include "graphics/internal/gr_parts.h"
 #include "os/internal/os_opened_file.h"
 
 const QZInt64 QZLattice::Type;
@@ -146,16 +147,7 @@ QZInt64 QZLattice::Load(unsigned char* buffer, unsigned short code)
     return GlyphSize;
 }
 
-void QZLattice::Recycle(QZData** data)
-{
-    if (*data == nullptr)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    delete *data;
-    *data = nullptr;
-}
+void QZLattice::Recycle(QZData** data) { QZDeleteAndClear(data); }
 
 void QZLattice::Sync()
 {

@@ -5,6 +5,7 @@
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
+#include "graphics/internal/gr_parts.h"
 #include "graphics/internal/gr_pixels_rotate.h"
 #include "graphics/internal/gr_pixels_transfer.h"
 
@@ -18,18 +19,6 @@ const QZWChar* const kClass = QZ_W("QZPixelBlock");
 pixels::Surface SurfaceOf(const QZPixelBlock* block)
 {
     return {static_cast<QZUInt32*>(block->GetPointer()), block->GetWidth(), block->GetHeight()};
-}
-
-template <typename Object>
-void DeleteAndClear(Object** object)
-{
-    if (!*object)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    delete *object;
-    *object = nullptr;
 }
 
 }  // namespace
@@ -259,5 +248,5 @@ QZPixelBlock* QZPixelBlock::FlipVertical()
     return result;
 }
 
-void QZPixelBlock::Recycle(QZPixelBlock** block) { DeleteAndClear(block); }
-void QZPixelBlock::Recycle(QZData** data) { DeleteAndClear(data); }
+void QZPixelBlock::Recycle(QZPixelBlock** block) { QZDeleteAndClear(block); }
+void QZPixelBlock::Recycle(QZData** data) { QZDeleteAndClear(data); }

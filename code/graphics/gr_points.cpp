@@ -7,6 +7,7 @@
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
 #include "graphics/internal/gr_geometry_word.h"
+#include "graphics/internal/gr_parts.h"
 #include "sys/sys_bytes.h"
 
 const QZInt64 QZPointCollection::Type;
@@ -18,18 +19,6 @@ namespace
 float Distance(QZUInt64 a, QZUInt64 b)
 {
     return QZMath::GetDistanceFromPointToPoint(word::Low(a), word::High(a), word::Low(b), word::High(b));
-}
-
-template <typename Object>
-void DeleteAndClear(Object** object)
-{
-    if (!*object)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    delete *object;
-    *object = nullptr;
 }
 
 }  // namespace
@@ -192,8 +181,8 @@ void QZPointCollection::MinDistance(QZPointCollection* target, QZPointCollection
     target->Add(nearestB);
 }
 
-void QZPointCollection::Recycle(QZPointCollection** points) { DeleteAndClear(points); }
-void QZPointCollection::Recycle(QZPoint** point) { DeleteAndClear(point); }
+void QZPointCollection::Recycle(QZPointCollection** points) { QZDeleteAndClear(points); }
+void QZPointCollection::Recycle(QZPoint** point) { QZDeleteAndClear(point); }
 
 // The length is taken over first and counted up again by the adding: hosts have long allowed for the surplus.
 QZRectangleCollection::QZRectangleCollection(QZRectangleCollection* other) : m_length(other->m_length)

@@ -6,31 +6,21 @@
 #include "fw/fw_library.h"
 #include "graphics/gr_graphics_factory.h"
 #include "graphics/internal/gr_geometry_word.h"
+#include "graphics/internal/gr_parts.h"
 
 const QZInt64 QZShape::Type;
 
 namespace
 {
 
-/// A part of a shape, locked under the shape's id for as long as a shape holds it.
-template <typename Part>
-std::shared_ptr<Part> Lock(Part* part, QZUInt64 key)
-{
-    part->SetDisposable(key, 0);
-    return std::shared_ptr<Part>(part, [key](Part* held) {
-        held->SetDisposable(key, 1);
-        delete held;
-    });
-}
-
 int Half(int length) { return length >> 1; }
 
 }  // namespace
 
 QZShape::QZShape()
-    : m_points(Lock(new QZPointCollection(), GetObjectID())),
-      m_colors(Lock(new QZCollection(), GetObjectID())),
-      m_location(Lock(new QZPoint(), GetObjectID()))
+    : m_points(QZHoldLocked(new QZPointCollection(), GetObjectID())),
+      m_colors(QZHoldLocked(new QZCollection(), GetObjectID())),
+      m_location(QZHoldLocked(new QZPoint(), GetObjectID()))
 {}
 
 QZShape::QZShape(QZString* text) : QZShape() { Add(text); }
@@ -65,7 +55,7 @@ QZRectangle* QZShape::Area(int x, int y)
 {
     if (!m_area)
     {
-        m_area = Lock(new QZRectangle(), GetObjectID());
+        m_area = QZHoldLocked(new QZRectangle(), GetObjectID());
         m_area->Set(x, y, 0, 0);
     }
     return m_area.get();
@@ -280,13 +270,4 @@ void QZShape::Recycle(QZRectangle** area)
     if (*area == m_area.get()) *area = nullptr;
 }
 
-void QZShape::Recycle(QZShape** shape)
-{
-    if (*shape == nullptr)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    delete *shape;
-    *shape = nullptr;
-}
+void QZShape::Recycle(QZShape** shape) { QZDeleteAndClear(shape); }
