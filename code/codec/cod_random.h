@@ -19,8 +19,8 @@ public:
 
     QZInt64 GetType() override;
 
-    /// The next number, of either sign. A round of four draws comes twice before the place in the tables
-    /// moves on.
+    /// The next number, positive or negative. A round of four numbers repeats once before the position in the
+    /// tables advances.
     int NextQZInt32();
     short NextQZInt16();
 

@@ -15,9 +15,8 @@ class QZRectangleCollection;
 class QZShape;
 class QZSize;
 
-/// Hands out the value objects of the graphics toolkit from caches and takes them back. What Create...
-/// answers belongs to the caller until Recycle. May be called from any thread between QZLibInit and
-/// QZLibDispose.
+/// Caches the value objects of the graphics toolkit. The caller owns an object from Create... until Recycle.
+/// Any thread may call between QZLibInit and QZLibDispose.
 class QZ_API QZGraphicsFactory
 {
 public:
