@@ -14,7 +14,7 @@ namespace
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-/// Stands for a character that is none of the alphabet; no value has this bit.
+/// Marks a character outside the alphabet; no value has this bit.
 constexpr QZByte kStranger = 0x80;
 
 /// The values of the characters up to 127.
@@ -69,12 +69,11 @@ QZString* Encode(const QZByte* bytes, QZInt64 size)
     return QZStringFactory::CreateString(static_cast<const QZWChar*>(units.GetPointer()), units.GetSize());
 }
 
-/// Decodes into `bytes`, which have room for `size`. False for units that are not Base64; what was written
-/// then means nothing.
+/// Decodes into `bytes`, which has room for `size` bytes. False for units that are not Base64; the written
+/// bytes are then meaningless.
 bool Decode(const QZWChar* units, QZInt64 size, QZByte* bytes)
 {
-    // The test of a unit is gathered beside its value, without a way out in the middle: texts that are Base64
-    // are the usual ones.
+    // The test of all units is collected and there is no early exit, since nearly all texts are Base64.
     unsigned strange = 0;
     const auto value = [&strange](QZWChar unit) {
         const unsigned code = static_cast<QZUInt16>(unit);

@@ -14,7 +14,7 @@ constexpr QZInt64 kPlaneHead = 8;
 constexpr QZUInt32 kBitmapPlanes = 4;
 constexpr QZUInt32 kBitmapTile = 8;
 constexpr QZInt64 kPixelSize = 4;
-/// What a buffer of four planes has beside its bytes: the head, and the head with the marker.
+/// The bytes that Divide adds for four planes: the head, and the head with the marker.
 constexpr QZInt64 kFourHead = kPlaneHead * kBitmapPlanes + kMarkerSize;
 constexpr QZInt64 kFourRest = kFourHead + kMarkerSize;
 
@@ -42,7 +42,7 @@ QZInt64 WriteDivided(QZByte* target, const QZByte* source, QZInt64 size, QZInt64
     return at + kMarkerSize;
 }
 
-/// True for a divided buffer of four planes whose head is the one that Divide writes.
+/// True for a buffer of four planes with exactly the head that Divide writes.
 bool IsWholeOfFour(const QZByte* bytes, QZInt64 size)
 {
     if (size < kFourRest || !EndsWith(bytes, static_cast<QZUInt32>(size), kDividedMarker)) return false;
@@ -60,7 +60,7 @@ bool IsWholeOfFour(const QZByte* bytes, QZInt64 size)
 
 }  // namespace
 
-// The scratch is zero at first and then keeps what the last block left, from call to call.
+// m_scratch starts as zeros and keeps the bytes of the last block from call to call.
 QZCompression::QZCompression() = default;
 
 QZCompression::~QZCompression() = default;
@@ -127,13 +127,13 @@ QZULong QZCompression::DivideAndCompress(unsigned char* buffer, QZULong length)
     const Temporary planes(size, false, QZ_W("Divide"));
     WriteDivided(planes.Bytes(), buffer, length, kBitmapPlanes);
     const QZInt64 written = EncodeTo(buffer, planes.Bytes(), static_cast<QZULong>(size));
-    // What lies behind the stream is what the two stages leave there.
+    // The bytes after the stream are those that the two separate stages would leave there.
     if (written < size) QZMemCopy(buffer + written, planes.Bytes() + written, size - written);
     return static_cast<QZULong>(written);
 }
 
-/// Decompress, and UnDivide where a whole buffer of four planes comes out, with one buffer in between.
-/// Streams that are not sound go the long way.
+/// Decompress, then UnDivide if the result is a whole buffer of four planes, with one temporary buffer.
+/// Streams that Check refuses are only decompressed.
 QZULong QZCompression::DecompressAndUnDivide(unsigned char* buffer, QZULong length)
 {
     if (Check(buffer, length) == 0) return Decompress(buffer, length);

@@ -57,7 +57,7 @@ private:
     QZInt64 m_length;
 };
 
-/// Where the decoded bytes go. What does not fit is left out.
+/// The target of decoded bytes. Bytes that do not fit are dropped.
 class Output
 {
 public:
@@ -75,7 +75,7 @@ private:
     QZInt64 m_count = 0;
 };
 
-/// Decodes one block and answers where the next one starts: the same place for an unknown tag.
+/// Decodes one block and returns the position of the next one; the same position for an unknown tag.
 QZInt64 DecodeBlock(const StreamBytes& stream, QZByte tag, QZInt64 position, Output* output)
 {
     if (tag == RawTag)
@@ -104,7 +104,7 @@ QZInt64 DecodeBlock(const StreamBytes& stream, QZByte tag, QZInt64 position, Out
     return first + PackedSize(tag, count);
 }
 
-/// Takes the base off the first bytes; those behind them stay.
+/// Subtracts the base from the first `count` bytes; later bytes do not change.
 void Subtract(QZByte* bytes, QZUInt32 count, QZByte base)
 {
     const __m128i bases = _mm_set1_epi8(static_cast<char>(base));
@@ -162,9 +162,9 @@ void QZCompression::WriteDifferences(QZByte tag, QZByte base, QZUInt32 first, QZ
     m_scratch[count] = 0;
     Subtract(m_scratch, count, base);
 
-    // Pairs and bits are packed as the sum of all differences but the last, and a last group is filled up
-    // with what an earlier block left behind the 0: this is the settled form of the stream, and images in use
-    // have it.
+    // Pairs and bits are packed as the sum of all differences except the last. The last group is filled with
+    // the 0 and with bytes that an earlier block left after it. Existing images have this form, so it is
+    // kept.
     QZByte* target = m_destination + m_written;
     if (tag == NibbleTag)
         m_written += Pack<4>(m_scratch, count, target);

@@ -37,19 +37,19 @@ struct Tiling
         return width > 0 && height > 0 ? std::min(width * height, kPixelLimit) * kPixelSize : 0;
     }
 
-    /// The columns behind the whole tiles go in only where rows are left over as well. Streams in use were
-    /// made so.
+    /// Columns after the whole tiles are coded only when there are rows after the whole tiles too. Existing
+    /// streams have this form.
     bool HasRest() const { return wholeHeight != height; }
 
-    /// Pixels that the stream has.
+    /// The number of pixels in the stream.
     QZInt64 Count() const
     {
         if (ImageSize() == 0) return 0;
         return HasRest() ? width * height : wholeWidth * wholeHeight;
     }
 
-    /// Calls visit(x, y, count) in the order of the stream, for count pixels of a row at a time, until it
-    /// answers false.
+    /// Calls visit(x, y, count) in the order of the stream, for `count` pixels of a row, until it returns
+    /// false.
     template <typename Visit>
     void Walk(Visit visit) const
     {
@@ -143,7 +143,8 @@ QZULong QZCompression::LineToRect(unsigned char* buffer, QZULong length)
     QZInt64 read = kHeadSize;
     tiling.Walk([&](QZInt64 x, QZInt64 y, QZInt64 count) {
         const QZInt64 there = std::min(count, (size - read) / kPixelSize);
-        // A pixel number has to fit before it becomes an offset: sides of a damaged head reach to 2^31.
+        // The pixel number is tested before it becomes an offset: the sides of a damaged head can be up to
+        // 2^31.
         const QZInt64 pixel = y * tiling.width + x;
         const QZInt64 fitting = std::clamp<QZInt64>(room / kPixelSize - pixel, 0, there);
         CopyPixels(image.Bytes() + (fitting > 0 ? pixel : 0) * kPixelSize, buffer + read, fitting);

@@ -8,7 +8,7 @@ namespace
 
 constexpr int kMapSize = 256;
 
-/// Puts that many bytes from the front behind all the others.
+/// Moves that many bytes from the front to the end.
 void RotateLeft(QZByte* map, int places)
 {
     QZByte front[kMapSize];

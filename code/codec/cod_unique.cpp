@@ -116,7 +116,7 @@ void QZUniqueCode::Mix(QZInt64 length, const QZWChar* method, QZData* target)
     constexpr char kDigits[] = "0123456789ABCDEF";
     for (QZInt64 i = 0; i < size; ++i)
     {
-        // A single digit stands in front of its zero: codes in use were made so.
+        // A single digit is written before its zero. Existing codes have this form.
         const bool single = sum[i] < 16;
         *out++ = kDigits[single ? sum[i] : sum[i] >> 4];
         *out++ = kDigits[single ? 0 : sum[i] & 15];

@@ -189,7 +189,7 @@ void QZLinearGraph::ReplaceMark(QZString* key, QZShape* shape)
 void QZLinearGraph::Update()
 {
     const QZRectangle ruler(m_place->GetX(), m_place->GetY(), m_size->GetWidth(), m_size->GetHeight());
-    // The requests stay set: what the mouse left behind goes with the next call, too.
+    // The flags stay set, so that the next call also clears the old mouse mark.
     if (m_drawing->m_changed) m_collection->Refersh(&ruler);
     if (m_marks->m_changed) m_marks->Clear();
 }
@@ -217,7 +217,7 @@ void QZLinearGraph::Reset()
     Select(nullptr);
 }
 
-/// Fills a part of the bar and answers it.
+/// Fills a part of the bar and returns it.
 QZRectangle QZLinearGraph::DrawMark(unsigned int at, int width, unsigned int color)
 {
     const int x = word::Add(word::Add(m_place->GetX(), static_cast<int>(LengthToPixel(at))), 1);

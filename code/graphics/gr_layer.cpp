@@ -129,7 +129,8 @@ void QZGraphics::Update()
 
 void QZGraphics::Clear()
 {
-    // Forward, while filling adds to the list: what was merged meanwhile is painted as it has become.
+    // From the first to the last: Fill adds to the list, and rectangles merged in the meantime are filled in
+    // their new form.
     for (QZInt64 i = 0; i < m_cleared->GetLength(); ++i)
     {
         const QZRectangle area(m_cleared->GetElementX(i), m_cleared->GetElementY(i),

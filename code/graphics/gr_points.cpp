@@ -91,7 +91,7 @@ QZInt64 QZPointCollection::RemoveElementByValue(QZPointCollection* others)
     QZInt64 removed = 0;
     for (QZInt64 i = others->CountOf() - 1; i >= 0; --i)
     {
-        // A list that takes its own points out of itself gets shorter on the way.
+        // A list whose own points are removed from it becomes shorter during the loop.
         if (i < others->CountOf()) removed += RemoveElementByValue(others->Words()[i + 1]);
     }
     return removed;

@@ -190,7 +190,7 @@ void QZShape::Fill(unsigned int color)
     std::fill(colors, colors + count, color);
 }
 
-// The colours stay as they are: hosts that remove points set the colours anew.
+// The colours do not change: hosts that remove points set the colours again.
 void QZShape::RemovePoint(QZInt64 index) { m_points->RemoveElement(index); }
 
 void QZShape::SetLocation(const QZPoint* location) { m_location->Set(location); }

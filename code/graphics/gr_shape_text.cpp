@@ -100,7 +100,8 @@ void QZShape::Add(int x, int y, QZString* text)
         if (units.LineEndsAt(i))
         {
             y = word::Add(y, height + 3);
-            // Everything behind counts for the next line, the line end with its two fallback glyphs too.
+            // The height of the next line is that of all glyphs after this unit, including the two fallback
+            // glyphs of the line end.
             height = tallest.From(i);
             cursor = x;
             ++i;

@@ -8,7 +8,7 @@
 namespace compression
 {
 
-/// Plane j has every count-th byte of the source, beginning with byte j; the planes lie one behind the other.
+/// Plane j has every count-th byte of the source, beginning with byte j. The planes follow one another.
 /// Source and planes must not overlap.
 void SplitPlanes(const QZByte* source, QZInt64 size, QZInt64 count, QZByte* planes);
 

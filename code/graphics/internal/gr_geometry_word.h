@@ -5,7 +5,7 @@
 
 #include "sys/sys_types.h"
 
-/// The arithmetic behind packed points and sizes. Internal.
+/// Arithmetic of packed points and sizes. Internal.
 namespace word
 {
 /// x or width in the low half, y or height in the high half.

@@ -3,13 +3,13 @@
 
 #include "graphics/internal/gr_pixels_transfer.h"
 
-/// Turning pixels. Internal.
+/// Rotation of pixels. Internal.
 namespace pixels
 {
-/// The size, without pixels, that a turn needs.
+/// The size that a rotated surface needs; without pixels.
 Surface RotatedSize(const Surface& source, float degrees);
 
-/// Turns source into a target of that size. Pixels that nothing of the source reaches are not written.
+/// Rotates the source into a target of that size. Pixels without a source are not written.
 void Rotate(const Surface& source, const Surface& target, float degrees);
 }  // namespace pixels
 
