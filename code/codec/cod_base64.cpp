@@ -43,7 +43,7 @@ QZInt64 PaddingOf(const QZWChar* text, QZInt64 units)
 template <typename T>
 void CheckObject(const T* object, const QZWChar* method, const QZWChar* type)
 {
-    if (object) return;
+    if (object != nullptr) return;
     throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), QZ_W("QZBase64"),
                   method)
         .Argument(type, static_cast<const QZWChar*>(nullptr))

@@ -142,7 +142,7 @@ template <typename Painter>
 void QZPixelBlock::Rebuild(const QZWChar* method, int width, int height, Painter paint)
 {
     void* fresh = block::Make(block::kPlainType, block::kDefaultOffset, pixels::BufferSize(width, height), 0);
-    if (!fresh)
+    if (fresh == nullptr)
         throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
                       kClass, method)
             .Argument(QZ_W("QZInt32"), width)

@@ -42,7 +42,7 @@ void QZShape::Copy(QZShape* other)
     m_points->m_duplicatesAllowed = other->m_points->m_duplicatesAllowed;
     m_colors->Append(other->m_colors.get());
     m_location->Set(other->m_location.get());
-    if (!other->m_area) return;
+    if (other->m_area == nullptr) return;
     Area(0, 0)->Set(other->m_area->GetX(), other->m_area->GetY(), other->m_area->GetWidth(),
                     other->m_area->GetHeight());
     m_area->Fill = other->m_area->Fill;
@@ -53,7 +53,7 @@ QZInt64 QZShape::GetType() { return 0x81FFFF1; }
 /// The area; a new one begins at the point, without a size.
 QZRectangle* QZShape::Area(int x, int y)
 {
-    if (!m_area)
+    if (m_area == nullptr)
     {
         m_area = QZHoldLocked(new QZRectangle(), GetObjectID());
         m_area->Set(x, y, 0, 0);
@@ -205,13 +205,13 @@ void QZShape::MoveTo(int x, int y)
     for (QZInt64 i = 1; i <= count; ++i)
         words[i] = word::Pack(word::Add(word::Low(words[i]), dx), word::Add(word::High(words[i]), dy));
     m_location->Set(x, y);
-    if (m_area) m_area->SetLocation(word::Add(m_area->GetX(), dx), word::Add(m_area->GetY(), dy));
+    if (m_area != nullptr) m_area->SetLocation(word::Add(m_area->GetX(), dx), word::Add(m_area->GetY(), dy));
 }
 void QZShape::MoveTo(const QZPoint* location) { MoveTo(location->GetX(), location->GetY()); }
 
 void QZShape::MoveToCenterOf(const QZRectangle* rectangle)
 {
-    if (rectangle == nullptr || !m_area) return;
+    if (rectangle == nullptr || m_area == nullptr) return;
     const int cx = word::Add(rectangle->GetX(), Half(rectangle->GetWidth()));
     const int cy = word::Add(rectangle->GetY(), Half(rectangle->GetHeight()));
     const int ax = word::Add(m_area->GetX(), Half(m_area->GetWidth()));
@@ -226,8 +226,8 @@ void QZShape::Center(const QZRectangle* rectangle)
            word::Add(rectangle->GetY(), Half(word::Subtract(rectangle->GetHeight(), GetHeight()))));
 }
 
-int QZShape::GetWidth() const { return m_area ? m_area->GetWidth() : 0; }
-int QZShape::GetHeight() const { return m_area ? m_area->GetHeight() : 0; }
+int QZShape::GetWidth() const { return m_area != nullptr ? m_area->GetWidth() : 0; }
+int QZShape::GetHeight() const { return m_area != nullptr ? m_area->GetHeight() : 0; }
 
 int QZShape::MinDistancePoint(const QZPoint* point)
 {

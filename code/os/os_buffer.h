@@ -193,13 +193,13 @@ void QZBuffer::ForEachChangedBlock(Action action)
     for (;;)
     {
         QZBlock* highest = nullptr;
-        for (QZObject* object = m_blocks->GetFirst(); object; object = object->LinkNext())
+        for (QZObject* object = m_blocks->GetFirst(); object != nullptr; object = object->LinkNext())
         {
             auto* block = static_cast<QZBlock*>(object);
             if (!block->IsChanged() || block->GetOffset() >= done) continue;
-            if (!highest || block->GetOffset() > highest->GetOffset()) highest = block;
+            if (highest == nullptr || block->GetOffset() > highest->GetOffset()) highest = block;
         }
-        if (!highest) return;
+        if (highest == nullptr) return;
         done = highest->GetOffset();
         action(highest);
     }

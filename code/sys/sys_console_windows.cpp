@@ -71,7 +71,7 @@ QZWChar* ConsoleReadLine()
         if (units > 0) MultiByteToWideChar(CP_UTF8, 0, bytes.data(), size, line.data(), units);
     }
     QZWChar* text = new (std::nothrow) QZWChar[line.size() + 1];
-    if (text) std::char_traits<wchar_t>::copy(text, line.c_str(), line.size() + 1);
+    if (text != nullptr) std::char_traits<wchar_t>::copy(text, line.c_str(), line.size() + 1);
     return text;
 }
 

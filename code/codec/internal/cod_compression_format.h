@@ -3,8 +3,8 @@
 
 /// What the stages of the codec share. Internal.
 
-#include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "sys/sys_bytes.h"
 
@@ -36,27 +36,24 @@ inline bool EndsWith(const void* buffer, QZUInt32 length, QZUInt32 marker)
     return length >= kMarkerSize && QZLoad<QZUInt32>(QZAt(buffer, QZInt64{length} - kMarkerSize)) == marker;
 }
 
-/// A buffer of the memory manager for the time of a stage.
+/// A temporary buffer of a stage. Throws without memory.
 class Temporary
 {
 public:
     Temporary(QZInt64 size, bool clean, const QZWChar* method)
-        : m_bytes(static_cast<QZByte*>(clean ? MemoryAllocateClean(size) : MemoryAllocate(size)))
+        : m_buffer(clean ? MemoryAllocateClean(size) : MemoryAllocate(size))
     {
-        if (m_bytes != nullptr) return;
+        if (m_buffer.Get() != nullptr) return;
         throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
                       QZ_W("QZCompression"), method)
             .Argument(QZ_W("QZInt64"), size)
             .Exception();
     }
-    ~Temporary() { MemoryFree(m_bytes); }
-    Temporary(const Temporary&) = delete;
-    Temporary& operator=(const Temporary&) = delete;
 
-    QZByte* Bytes() const { return m_bytes; }
+    QZByte* Bytes() const { return m_buffer.Bytes(); }
 
 private:
-    QZByte* m_bytes;
+    QZScopedBuffer m_buffer;
 };
 
 }  // namespace compression
