@@ -4,6 +4,8 @@
 #include "fw/internal/fw_memory_pool.h"
 #include "fw/internal/fw_start.h"
 #include "fw/internal/fw_trace.h"
+#include "graphics/internal/gr_start.h"
+#include "os/internal/os_start.h"
 #include "sys/internal/sys_socket.h"
 
 namespace

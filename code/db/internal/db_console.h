@@ -3,7 +3,7 @@
 
 #include "db/internal/db_flag.h"
 #include "db/internal/db_objects.h"
-#include "os/os_buffer.h"
+#include "os/os_file_buffer.h"
 
 class QZData;
 class QZString;
