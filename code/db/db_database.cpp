@@ -4,6 +4,7 @@
 
 #include "db/db_format.h"
 #include "db/internal/db_console.h"
+#include "db/internal/db_objects.h"
 #include "db/internal/db_repair.h"
 #include "db/internal/db_rollback.h"
 #include "fw/fw_library.h"
@@ -190,7 +191,7 @@ void QZDatabase::Record(QZInt64 code) { m_objects->Console()->RecordError(code);
 /// True when the address opens a record of the type. For UNKNOWN: when it opens any record or HD.
 bool QZDatabase::Is(QZInt64 address, QZInt64 type)
 {
-    const QZInt64 found = m_objects->Repair()->TypeOf(QZDatabaseInfo::ADDRESS_MARK_THIS, address);
+    const QZInt64 found = m_objects->Repair()->TypeOf(layout::kSideThis, address);
     return type == QZDatabaseInfo::UNKNOWN ? found != QZDatabaseInfo::UNKNOWN : found == type;
 }
 
@@ -201,18 +202,42 @@ bool QZDatabase::Fits(bool fits)
     return fits;
 }
 
-bool QZDatabase::ISDATAOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_UNKNOWN; }
-bool QZDatabase::ISHDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::TABLE_HD; }
-bool QZDatabase::ISTABLEOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::TABLE_HD; }
-bool QZDatabase::ISLDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_LD; }
-bool QZDatabase::ISPDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_PD; }
-bool QZDatabase::ISADOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_AD; }
-bool QZDatabase::ISCDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_CD; }
-bool QZDatabase::ISRDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_RD; }
+bool QZDatabase::ISDATAOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_UNKNOWN;
+}
+bool QZDatabase::ISHDOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::TABLE_HD;
+}
+bool QZDatabase::ISTABLEOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::TABLE_HD;
+}
+bool QZDatabase::ISLDOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_LD;
+}
+bool QZDatabase::ISPDOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_PD;
+}
+bool QZDatabase::ISADOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_AD;
+}
+bool QZDatabase::ISCDOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_CD;
+}
+bool QZDatabase::ISRDOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_RD;
+}
 
 bool QZDatabase::CheckObject(QZInt64 side, QZInt64 address, QZInt64 selector)
 {
-    const QZInt64 family = selector >> 16;
+    const QZInt64 family = layout::SelectorClass(selector);
     switch (m_objects->Repair()->TypeOf(side, address))
     {
         case QZDatabaseInfo::DATA_LD: return ISLDOBJ(selector) || ISDATAOBJ(selector);
@@ -221,9 +246,9 @@ bool QZDatabase::CheckObject(QZInt64 side, QZInt64 address, QZInt64 selector)
         case QZDatabaseInfo::DATA_CD: return ISCDOBJ(selector) || ISDATAOBJ(selector);
         case QZDatabaseInfo::DATA_RD: return ISRDOBJ(selector) || ISDATAOBJ(selector);
         case QZDatabaseInfo::TABLE_HD:
-            return family == QZDatabaseInfo::TYPE_TABLE >> 16 &&
-                   (ISTABLEOBJ(selector) || (selector & 0xFF00) == 0);
-        case QZDatabaseInfo::DATA_UNKNOWN: return family == QZDatabaseInfo::TYPE_DATA >> 16;
+            return family == QZDatabaseInfo::TYPE_TABLE &&
+                   (ISTABLEOBJ(selector) || (selector & layout::kSelectorKind) == 0);
+        case QZDatabaseInfo::DATA_UNKNOWN: return family == QZDatabaseInfo::TYPE_DATA;
         default: return false;
     }
 }

@@ -3,7 +3,7 @@
 #include "db/db_node.h"
 #include "db/db_channel.h"
 #include "db/db_format.h"
-#include "db/internal/db_binary.h"
+#include "db/internal/db_layout.h"
 #include "db/internal/db_node_content.h"
 #include "fw/fw_data.h"
 
@@ -57,7 +57,7 @@ QZInt64 QZNodeLD::FieldMove(QZInt64 field, QZInt64 steps)
 QZInt64 QZNodeLD::FieldMove(QZChannel* channel, QZInt64 address, QZInt64 field, QZInt64 steps)
 {
     // Always towards the end, whatever the sign; callers give either.
-    return channel->MV(FieldRecord(channel, address, field), steps < 0 ? QZDbAt(~steps, 1) : steps);
+    return channel->MV(FieldRecord(channel, address, field), steps < 0 ? layout::At(~steps, 1) : steps);
 }
 
 QZInt64 QZNodeLD::PutData(QZInt64 field, QZData* data) { return PutData(m_channel, m_address, field, data); }
