@@ -24,7 +24,7 @@ QZDatabase::~QZDatabase() { delete m_section; }
 
 QZInt64 QZDatabase::GetType() { return 0x81FFFFD; }
 
-// ---- Making, opening, closing
+// ---- Creating, opening, closing
 
 QZBool QZDatabase::Create(QZString* path)
 {
@@ -46,8 +46,8 @@ QZDatabase* QZDatabase::Open(QZString* path)
     try
     {
         opened = console->OpenFile(path) && objects->Initialise(console->AddressInfo()->AddressMode);
-        // What the test finds is left as the last error on a database that opens: hosts ask for it and
-        // decide.
+        // A fault that the test finds does not prevent opening. It is the last error of the database, and the
+        // host decides.
         if (opened) console->Verify();
     }
     catch (QZException* e)
@@ -98,8 +98,8 @@ void QZDatabase::ConsoleLock() { m_section->Lock(); }
 
 void QZDatabase::ConsoleUnlock() { m_section->Unlock(); }
 
-/// The begin of every locking operation. There is no guard on purpose: an exception that passes leaves the
-/// section entered, and hosts that catch it go on under the lock.
+/// Every operation that locks begins with this. There is no guard object, because an exception that leaves an
+/// operation must leave the section entered: the header documents it.
 void QZDatabase::Enter()
 {
     m_section->Lock();
@@ -188,14 +188,14 @@ bool QZDatabase::Testing() const { return m_objects->Console()->IsCheckParam(); 
 
 void QZDatabase::Record(QZInt64 code) { m_objects->Console()->RecordError(code); }
 
-/// True when the address opens a record of the type. For UNKNOWN: when it opens any record or HD.
+/// True when a record of the type begins at the address. For UNKNOWN: when any record or HD begins there.
 bool QZDatabase::Is(QZInt64 address, QZInt64 type)
 {
     const QZInt64 found = m_objects->Repair()->TypeOf(layout::kSideThis, address);
     return type == QZDatabaseInfo::UNKNOWN ? found != QZDatabaseInfo::UNKNOWN : found == type;
 }
 
-/// Passes the outcome of a test on; a bad one is recorded as BAD_STRUCT.
+/// Returns its argument, the result of a test, and records BAD_STRUCT when it is false.
 bool QZDatabase::Fits(bool fits)
 {
     if (!fits) Record(QZDatabaseInfo::BAD_STRUCT);
@@ -253,7 +253,7 @@ bool QZDatabase::CheckObject(QZInt64 side, QZInt64 address, QZInt64 selector)
     }
 }
 
-// ---- Rollback: beside the section
+// ---- Rollback: without the section
 
 QZBool QZDatabase::RB_ON() { return m_objects->Rollback()->TurnOn() ? 1 : 0; }
 

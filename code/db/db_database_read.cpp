@@ -1,4 +1,4 @@
-/// The operations of a database that answer and change nothing.
+/// The operations of a database that read and change nothing.
 
 #include "db/db_database.h"
 #include "db/db_format.h"
@@ -25,7 +25,7 @@ QZInt64 QZDatabase::G_A(QZInt64 address, QZInt64 selector)
     Enter();
     if (Testing() && !CheckObject(kSideThis, address, selector))
     {
-        // The one operation that raises, and it raises under the lock; the same thread goes on.
+        // The only operation that throws. It throws with the section entered, and the same thread can go on.
         throw QZTrace(QZExceptionFactory::CreateDatabaseException(QZDatabaseInfo::BAD_STRUCT),
                       QZ_W("QZDatabase"), QZ_W("G_A"))
             .Argument(QZ_W("QZInt64"), address)
@@ -119,8 +119,8 @@ QZInt64 QZDatabase::CountAll(QZInt64 hd)
     return gathered.Count();
 }
 
-/// The n-th record. What it answers is tested whether tests are on or off: a number past the end answers 0
-/// and leaves BAD_STRUCT as the last error.
+/// The n-th record. The result is tested whether argument tests are on or off, so a number past the end
+/// returns 0 and records BAD_STRUCT.
 QZInt64 QZDatabase::NthRecord(QZInt64 hd, QZInt64 n)
 {
     const QZInt64 record = m_objects->Read()->Nth(hd, n, QZDatabaseInfo::DATA_THIS);
@@ -137,7 +137,7 @@ QZInt64 QZDatabase::G_AL(QZInt64 code, QZInt64 address, QZCollection* collection
     return answer;
 }
 
-/// Answers -1 for the lists, filled or not: callers read the collection.
+/// Returns -1 for the lists, whether they were filled or not. The result is in the collection.
 QZInt64 QZDatabase::ListAddresses(QZInt64 code, QZInt64 address, QZCollection* collection)
 {
     ROLLBACK* rollback = m_objects->Rollback();
@@ -176,7 +176,7 @@ QZInt64 QZDatabase::ListAddresses(QZInt64 code, QZInt64 address, QZCollection* c
 QZInt64 QZDatabase::A_G(QZInt64 hd, QZInt64 selector, const void* buffer, QZInt64 length,
                         QZCollection* collection)
 {
-    // No search by value exists in the engine; hosts get an empty result and search by themselves.
+    // The engine has no search by value. The result is always empty.
     (void)selector;
     (void)buffer;
     (void)length;
@@ -205,7 +205,7 @@ QZInt64 QZDatabase::StructCheck(QZInt64 side, QZInt64 address)
         case QZDatabaseInfo::DATA_PD: return repair->CheckPD(side, address);
         case QZDatabaseInfo::DATA_AD: return repair->CheckAD(side, address);
         case QZDatabaseInfo::DATA_CD: return repair->CheckCD(side, address);
-        // A log record answers UNKNOWN with nothing wrong; so callers leave them out of a walk.
+        // An intact log record gives UNKNOWN too.
         default: return QZDatabaseInfo::UNKNOWN;
     }
 }

@@ -1,4 +1,4 @@
-/// The operations of a database that change records, and those on content.
+/// The operations of a database that change records, and all operations on content.
 
 #include "db/internal/db_data.h"
 #include "db/db_database.h"
@@ -16,7 +16,7 @@ using layout::kSideThis;
 
 namespace
 {
-/// Stands for any record or HD in a test.
+/// In a test: any record or HD.
 constexpr QZInt64 kAnyRecord = QZDatabaseInfo::UNKNOWN;
 }  // namespace
 
@@ -49,7 +49,7 @@ QZInt64 QZDatabase::AppendRecord(QZInt64 hd, QZInt64 kind)
 QZInt64 QZDatabase::P_HD(QZInt64 pd)
 {
     Enter();
-    // A bad PD is answered and not recorded.
+    // For a bad PD the result is -1 and no error is recorded.
     const QZInt64 answer =
         Testing() && !Is(pd, QZDatabaseInfo::DATA_PD) ? -1 : m_objects->Data()->NewHDForPD(pd);
     Leave();
@@ -122,8 +122,8 @@ bool QZDatabase::Delete(QZInt64 address, QZInt64 code)
     }
 }
 
-/// The PD, its LD, and everything below. At a child list that is not empty the gathering walk raises, with
-/// the PD and its LD gone; callers catch it there.
+/// Removes the PD, its LD, and everything below. For a child list that is not empty gathering throws, after
+/// the PD and its LD were removed.
 void QZDatabase::DeleteWithBranch(QZInt64 pd)
 {
     READ* read = m_objects->Read();
@@ -179,13 +179,13 @@ QZInt64 QZDatabase::PutContent(QZInt64 address, QZInt64 field, const void* buffe
         Record(QZDatabaseInfo::BAD_PARAMETER);
         return -1;
     }
-    // The answer stays that of the pointer write; a length that did not arrive shows as last error. It is
-    // looked for anew: in a damaged file the write itself may have put the field out of reach.
+    // The result is that of the pointer write. When the content does not have the length, WRITE_FAILED is
+    // recorded. The field is searched again: in a damaged file the write may have made it unreachable.
     if (G_C_L(address, field) != length) Record(QZDatabaseInfo::WRITE_FAILED);
     return answer;
 }
 
-/// Missing fields up to `field` are made first, empty ones. 0 when a write is refused.
+/// Appends empty fields first, when there are fewer than `field`. Returns 0 when a write is refused.
 QZInt64 QZDatabase::PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffer, QZInt64 length)
 {
     const QZInt64 cd =
@@ -193,7 +193,7 @@ QZInt64 QZDatabase::PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffe
     return cd == 0 ? 0 : m_objects->Data()->PutTextCD(cd, buffer, length);
 }
 
-/// The CD of a field, made with those in front of it where there is none. 0 when that is refused.
+/// The CD of a field. When it does not exist, it and those before it are appended. 0 when that is refused.
 QZInt64 QZDatabase::FieldForWriting(QZInt64 fields, QZInt64 field)
 {
     READ* read = m_objects->Read();
@@ -204,7 +204,7 @@ QZInt64 QZDatabase::FieldForWriting(QZInt64 fields, QZInt64 field)
     while (count < field)
     {
         if (m_objects->Data()->NewCD(fields, &nothing, 0) < 0) return 0;
-        // A field whose writing was cut short by the protection is not in the list.
+        // A field that write protection cut short is not in the list.
         count = m_objects->Console()->GetWriteProtect() == 0 ? count + 1 : read->Count(fields);
     }
     return read->Nth(fields, field, QZDatabaseInfo::DATA_THIS);
@@ -287,7 +287,7 @@ bool QZDatabase::FindSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* sl
     QZInt64 cd = read->NthOrCount(fields, field, &before);
     for (QZInt64 i = 0; i < count; ++i)
     {
-        // A list that is shorter may also be one that goes round.
+        // The list is shorter, or it is damaged and goes round.
         if (cd == 0) return false;
         slots[i] = layout::CdSlot(read->ReadData(kSideThis, cd, QZDatabaseInfo::DATA_THIS), a);
         if (i + 1 < count) cd = read->Next(cd);
@@ -337,7 +337,7 @@ QZInt64 QZDatabase::ERASE(QZInt64 address, QZInt64 count)
     Enter();
     try
     {
-        // Past the log, like E_C: erased bytes do not come back with a restore.
+        // Not logged, like E_C: a restore does not bring erased bytes back.
         for (QZInt64 i = 0; i < count; ++i) m_objects->Binary()->PutByte(layout::At(address, i), 0);
     }
     catch (QZException* e)
