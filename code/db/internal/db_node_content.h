@@ -1,5 +1,5 @@
-#ifndef QZLIB_DB_DB_NODE_CONTENT_H
-#define QZLIB_DB_DB_NODE_CONTENT_H
+#ifndef QZLIB_DB_NODE_CONTENT_H
+#define QZLIB_DB_NODE_CONTENT_H
 
 #include <memory>
 
@@ -8,7 +8,7 @@
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
 
-/// What node objects share in handling content. Internal.
+/// Functions on content that the node objects share.
 
 /// The content of a field as new data.
 inline QZData* NodeContent(QZChannel* channel, QZInt64 address, QZInt64 field)
@@ -22,7 +22,7 @@ inline QZData* NodeContent(QZChannel* channel, QZInt64 address, QZInt64 field)
     return data.release();
 }
 
-/// Deletes an object of the caller's and clears the variable; a null in it is a QZLibAssert(false).
+/// Deletes the object in the caller's variable and clears the variable. A null in it is a QZLibAssert(false).
 template <typename T>
 void NodeRecycle(T** reference)
 {
