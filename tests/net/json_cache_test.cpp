@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "net/net_json_cache.h"
+#include "net/net_json.h"
 
 // A host's own cache of JSON values, beside the factory's.
 TEST(JsonCache, GivesTheValueThatCameBackOutAgain)
