@@ -36,28 +36,6 @@ public:
 private:
     T* m_object;
 };
-
-template <typename Element, typename Collection>
-void SetNamed(Collection* collection, Element* (*create)(), Text name, Text value)
-{
-    if (Element* present = FindNamed<Element>(collection, name)) return Assign(present->GetValue(), value);
-    Fresh<Element> element(create());
-    Assign(element->GetName(), name);
-    Assign(element->GetValue(), value);
-    element.Enter(collection);
-}
-
-/// A number as decimal text.
-class Decimal
-{
-public:
-    explicit Decimal(QZInt64 value) : m_count(number::WriteInt64(m_digits, value)) {}
-    Text AsText() const { return {m_digits, m_count}; }
-
-private:
-    QZWChar m_digits[number::kBufferUnits];
-    QZInt64 m_count;
-};
 }  // namespace
 
 void AddHeader(QZHttpHeaderCollection* headers, Text line)
@@ -92,21 +70,17 @@ bool RemoveHeader(QZHttpHeaderCollection* headers, Text name)
 
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, Text value)
 {
-    SetNamed<QZHttpHeader>(headers, &QZHttpFactory::CreateHeader, name, value);
+    if (QZHttpHeader* present = FindHeader(headers, name)) return Assign(present->GetValue(), value);
+    Fresh<QZHttpHeader> header(QZHttpFactory::CreateHeader());
+    Assign(header->GetName(), name);
+    Assign(header->GetValue(), value);
+    header.Enter(headers);
 }
 
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, QZInt64 value)
 {
-    SetHeaderValue(headers, name, Decimal(value).AsText());
-}
-
-void SetCookieValue(QZHttpCookieCollection* cookies, Text name, Text value)
-{
-    SetNamed<QZHttpCookie>(cookies, &QZHttpFactory::CreateCookie, name, value);
-}
-
-void SetCookieValue(QZHttpCookieCollection* cookies, Text name, QZInt64 value)
-{
-    SetCookieValue(cookies, name, Decimal(value).AsText());
+    QZWChar digits[number::kBufferUnits];
+    const QZInt64 count = number::WriteInt64(digits, value);
+    SetHeaderValue(headers, name, Text(digits, count));
 }
 }  // namespace http

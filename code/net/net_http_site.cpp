@@ -85,7 +85,7 @@ QZSite* QZSite::Parse(QZJsonObject* json)
     for (QZInt64 i = 0; i < count; ++i)
     {
         QZJsonValue* value = json->GetAttrValue(i);
-        // Hosts show this text to whoever wrote the configuration.
+        // Hosts show this text to the author of the configuration.
         if (value->GetType() != QZJsonString::Type)
         {
             throw QZTrace(QZExceptionFactory::CreateException(QZ_W("传入的Json存在非纯字符串KeyValue")),

@@ -107,7 +107,7 @@ void QZJsonFactory::Json2DataTable(QZDataTable* table, QZJsonValueCollection* va
 
 QZDataTable* QZJsonFactory::Json2DataTable(QZJsonValueCollection* values)
 {
-    // Hosts pass on values without testing their class, so the type is asked of a plain object.
+    // Hosts pass on values without testing their class, so GetType is called on a plain object.
     auto* object = static_cast<QZObject*>(static_cast<void*>(values));
     if (object == nullptr || object->GetType() != QZJsonValueCollection::Type)
         ThrowFormat(QZ_W(" Argument is not QZJsonValueCollection"), -1);
