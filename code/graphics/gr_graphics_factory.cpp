@@ -2,7 +2,7 @@
 
 #include "fw/fw_exception.h"
 #include "fw/fw_library.h"
-#include "fw/internal/fw_factory_cache.h"
+#include "fw/internal/fw_start.h"
 #include "fw/internal/fw_status.h"
 #include "graphics/gr_pixels.h"
 #include "graphics/gr_points.h"

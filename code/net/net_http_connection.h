@@ -4,8 +4,8 @@
 #include <atomic>
 
 #include "fw/fw_container.h"
-#include "fw/fw_named_cache.h"
 #include "fw/fw_object.h"
+#include "fw/fw_object_cache.h"
 
 class QZCriticalSection;
 class QZData;

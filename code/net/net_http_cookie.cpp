@@ -1,8 +1,8 @@
 #include "net/net_http_cookie.h"
 
 #include "fw/fw_string_factory.h"
+#include "net/internal/net_http_elements.h"
 #include "net/internal/net_http_text.h"
-#include "net/internal/net_ownership.h"
 
 const QZInt64 QZHttpCookie::Type;
 const QZInt64 QZHttpCookieCollection::Type;
@@ -70,30 +70,18 @@ QZHttpCookie* QZHttpCookieCollection::GetElement(QZInt64 index)
 
 QZHttpCookie* QZHttpCookieCollection::Pop()
 {
-    auto* cookie = static_cast<QZHttpCookie*>(QZObjectCollection::Pop());
-    if (cookie != nullptr) http::Disown(cookie, GetObjectID());
-    return cookie;
+    return http::Unlocked(static_cast<QZHttpCookie*>(QZObjectCollection::Pop()), GetObjectID());
 }
 
 QZBool QZHttpCookieCollection::RemoveElement(QZInt64 index)
 {
-    QZHttpCookie* cookie = GetElement(index);
-    if (cookie != nullptr) http::Disown(cookie, GetObjectID());
+    http::Unlocked(GetElement(index), GetObjectID());
     return QZObjectCollection::RemoveElement(index);
 }
 
 QZBool QZHttpCookieCollection::Push(QZHttpCookie* cookie) { return QZObjectCollection::Push(cookie); }
 
-QZInt64 QZHttpCookieCollection::GetCookiesSize()
-{
-    QZInt64 size = 0;
-    for (QZInt64 i = Count() - 1; i >= 0; --i)
-    {
-        QZHttpCookie* cookie = GetElement(i);
-        size += cookie->GetName()->GetSize() + cookie->GetValue()->GetSize();
-    }
-    return size;
-}
+QZInt64 QZHttpCookieCollection::GetCookiesSize() { return http::SizeOfTexts(this); }
 
 QZObject* QZHttpCookieCollection::NewObject() { return new QZHttpCookieCollection(); }
 void QZHttpCookieCollection::DeleteObject(QZObject* collection) { delete collection; }

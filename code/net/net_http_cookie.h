@@ -2,7 +2,7 @@
 #define QZLIB_NET_HTTP_COOKIE_H
 
 #include "fw/fw_keyed.h"
-#include "fw/fw_named_cache.h"
+#include "fw/fw_object_cache.h"
 
 /// One cookie: domain, name, path, value and expiry text.
 ///

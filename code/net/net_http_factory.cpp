@@ -3,10 +3,10 @@
 #include "fw/fw_lock.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_scoped.h"
 #include "net/internal/net_http_find.h"
 #include "net/internal/net_http_give_back.h"
 #include "net/internal/net_json_access.h"
-#include "net/internal/net_scoped.h"
 
 // This source holds the part of the factory for headers and cookies, and what concerns all its caches. The
 // parts for messages and connections stand beside their classes.
@@ -78,7 +78,7 @@ QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection(QZString* text)
 {
     return http::Filled<QZHttpFactory>(CreateCookieCollection(), text, QZ_W("CreateCookieCollection"),
                                        [=](QZHttpCookieCollection* cookies) {
-                                           const net::ScopedString list(QZStringFactory::CreateString(text));
+                                           const QZScopedString list(QZStringFactory::CreateString(text));
                                            if (list->Contains(QZ_W("Cookie")))
                                                list->ReplaceThis(QZ_W("Cookie:"), QZ_W(""));
                                            else

@@ -2,7 +2,7 @@
 #define QZLIB_NET_HTTP_HEADER_H
 
 #include "fw/fw_keyed.h"
-#include "fw/fw_named_cache.h"
+#include "fw/fw_object_cache.h"
 
 /// One header of a message: a name and a value.
 ///

@@ -1,7 +1,7 @@
 #ifndef QZLIB_NET_HTTP_REQUEST_H
 #define QZLIB_NET_HTTP_REQUEST_H
 
-#include "fw/fw_named_cache.h"
+#include "fw/fw_object_cache.h"
 #include "fw/fw_string.h"
 #include "net/net_http_context.h"
 #include "net/net_url.h"

@@ -100,7 +100,7 @@ void QZHttpResponse::ParseLine(const QZWChar* units, QZInt64 count)
     const Text line(units, count);
     if (!line.Contains(": ")) return;
     if (!line.Contains("Set-Cookie")) return http::AddHeader(&m_headers, line);
-    const net::ScopedString text(QZStringFactory::CreateString(units, count * 2));
+    const QZScopedString text(QZStringFactory::CreateString(units, count * 2));
     text->ReplaceThis(QZ_W("Set-Cookie:"), QZ_W(""));
     http::AddCookie(&m_cookies, text.Get(), true);
 }

@@ -1,7 +1,7 @@
 #ifndef QZLIB_NET_HTTP_RESPONSE_H
 #define QZLIB_NET_HTTP_RESPONSE_H
 
-#include "fw/fw_named_cache.h"
+#include "fw/fw_object_cache.h"
 #include "fw/fw_string.h"
 #include "net/net_http_context.h"
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "fw/fw_container.h"
-#include "fw/fw_named_cache.h"
 #include "fw/fw_object.h"
+#include "fw/fw_object_cache.h"
 
 class JsonAttributes;
 class QZCriticalSection;

@@ -7,12 +7,12 @@
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
 #include "fw/internal/fw_collect.h"
-#include "fw/internal/fw_factory_cache.h"
 #include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_scoped.h"
+#include "fw/internal/fw_start.h"
 #include "fw/internal/fw_status.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_json_access.h"
-#include "net/internal/net_scoped.h"
 
 QZCriticalSection* QZJsonFactory::m_section = nullptr;
 QZObjectCache* QZJsonFactory::m_valueCache = nullptr;
@@ -116,7 +116,7 @@ QZJsonValueCollection* QZJsonFactory::CreateValueCollection()
 
 QZJsonValue* QZJsonFactory::Clone(QZJsonValue* value)
 {
-    const net::ScopedString text(SerializeObject(value));
+    const QZScopedString text(SerializeObject(value));
     return DeserializeObject(text.Get());
 }
 

@@ -9,8 +9,8 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_scoped.h"
 #include "net/internal/net_characters.h"
-#include "net/internal/net_scoped.h"
 
 const QZInt64 QZUrl::Type;
 
@@ -188,7 +188,7 @@ void QZUrl::Init()
     ClearParams(GetParam());
     if (queryEnd > query)
     {
-        const net::ScopedString params(QZStringFactory::CreateString(text + query, (queryEnd - query) * 2));
+        const QZScopedString params(QZStringFactory::CreateString(text + query, (queryEnd - query) * 2));
         ParseParam(params.Get(), GetParam());
     }
 }
@@ -199,7 +199,7 @@ void QZUrl::SetHost(const QZWChar* text, QZInt64 count)
     while (colon < count && text[colon] != ':') ++colon;
     m_parts->host.Set(text, colon * 2);
     if (colon == count) return;
-    const net::ScopedString port(QZStringFactory::CreateString(text + colon + 1, (count - colon - 1) * 2));
+    const QZScopedString port(QZStringFactory::CreateString(text + colon + 1, (count - colon - 1) * 2));
     m_port = static_cast<QZUInt16>(QZConvert::StringToInt32(port.Get()));
 }
 
