@@ -19,7 +19,7 @@ QZHttpCookie::~QZHttpCookie()
         http::Disown(text, QZObject::GetObjectID());
 }
 
-QZInt64 QZHttpCookie::GetType() { return 0x8310013; }
+QZInt64 QZHttpCookie::GetType() { return Type; }
 
 QZString* QZHttpCookie::GetDomain() { return &m_domain; }
 QZString* QZHttpCookie::GetName() { return &m_name; }
@@ -61,7 +61,7 @@ void QZHttpCookie::DeleteObject(QZObject* cookie) { delete cookie; }
 QZHttpCookieCollection::QZHttpCookieCollection() = default;
 QZHttpCookieCollection::~QZHttpCookieCollection() = default;
 
-QZInt64 QZHttpCookieCollection::GetType() { return 0x8310014; }
+QZInt64 QZHttpCookieCollection::GetType() { return Type; }
 
 QZHttpCookie* QZHttpCookieCollection::GetElement(QZInt64 index)
 {

@@ -343,11 +343,11 @@ QZString* QZHttpServerEngine::RecordPath(QZHttpConnect* connect)
 
 void QZHttpServerEngine::WriteRecord(QZHttpConnect* connect, const void* data, QZInt64 offset, QZInt64 size)
 {
-    constexpr const QZWChar* method = QZ_W("WriteRecord");
+    constexpr const QZWChar* kMethod = QZ_W("WriteRecord");
     if (!QZFileDirectory::Exists(kRecordFolder)) QZFileDirectory::Create(kRecordFolder);
     const QZScopedString path(RecordPath(connect));
     if (!QZFile::Exists(path.Get()))
-        RecordStep(QZ_W("Can not create last record file."), method, [&] { QZFile::Create(path.Get()); });
+        RecordStep(QZ_W("Can not create last record file."), kMethod, [&] { QZFile::Create(path.Get()); });
     QZFile* file = QZFile::Open(path.Get());
     bool whole = false;
     try
@@ -360,7 +360,7 @@ void QZHttpServerEngine::WriteRecord(QZHttpConnect* connect, const void* data, Q
         throw;
     }
     QZFile::Close(&file);
-    if (!whole) RecordFailure(QZ_W("Can not write last record file."), method);
+    if (!whole) RecordFailure(QZ_W("Can not write last record file."), kMethod);
 }
 
 void QZHttpServerEngine::RemoveRecord(QZHttpConnect* connect)

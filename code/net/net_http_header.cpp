@@ -18,7 +18,7 @@ QZHttpHeader::~QZHttpHeader()
     for (QZString* text : {&m_name, &m_value}) http::Disown(text, QZObject::GetObjectID());
 }
 
-QZInt64 QZHttpHeader::GetType() { return 0x8310015; }
+QZInt64 QZHttpHeader::GetType() { return Type; }
 
 QZString* QZHttpHeader::GetName() { return &m_name; }
 QZString* QZHttpHeader::GetValue() { return &m_value; }
@@ -48,7 +48,7 @@ void QZHttpHeader::DeleteObject(QZObject* header) { delete header; }
 QZHttpHeaderCollection::QZHttpHeaderCollection() = default;
 QZHttpHeaderCollection::~QZHttpHeaderCollection() = default;
 
-QZInt64 QZHttpHeaderCollection::GetType() { return 0x8310016; }
+QZInt64 QZHttpHeaderCollection::GetType() { return Type; }
 
 QZHttpHeader* QZHttpHeaderCollection::GetElement(QZInt64 index)
 {

@@ -11,7 +11,7 @@ namespace
 using http::Pieces;
 using http::Text;
 
-const QZWChar* const kClass = QZ_W("QZHttpRequest");
+constexpr const QZWChar* kClass = QZ_W("QZHttpRequest");
 
 QZHttpException* BadRequest()
 {
@@ -77,7 +77,7 @@ QZHttpRequest::~QZHttpRequest()
     http::Disown(&m_clientIP, id);
 }
 
-QZInt64 QZHttpRequest::GetType() { return 0x8310019; }
+QZInt64 QZHttpRequest::GetType() { return Type; }
 
 /// Makes the request equal to a new one, before it goes back to its cache.
 void QZHttpRequest::Reset()

@@ -12,7 +12,7 @@ namespace
 using http::Pieces;
 using http::Text;
 
-const QZWChar* const kClass = QZ_W("QZHttpResponse");
+constexpr const QZWChar* kClass = QZ_W("QZHttpResponse");
 
 QZHttpException* BadResponse()
 {
@@ -56,7 +56,7 @@ QZHttpResponse::QZHttpResponse()
 
 QZHttpResponse::~QZHttpResponse() { http::Disown(&m_status, QZObject::GetObjectID()); }
 
-QZInt64 QZHttpResponse::GetType() { return 0x8310018; }
+QZInt64 QZHttpResponse::GetType() { return Type; }
 
 void QZHttpResponse::Set(QZData* data)
 {

@@ -124,7 +124,7 @@ QZData* ReadWhole(QZString* path)
 
 }  // namespace
 
-QZInt64 QZHttpServer::GetType() { return 0x831001D; }
+QZInt64 QZHttpServer::GetType() { return Type; }
 
 QZHttpResponse* QZHttpServer::DefaultIndex(const QZWChar* name)
 {

@@ -66,7 +66,7 @@ QZSite::~QZSite()
     delete m_index;
 }
 
-QZInt64 QZSite::GetType() { return 0x8310021; }
+QZInt64 QZSite::GetType() { return Type; }
 
 QZString* QZSite::GetHost() { return m_host; }
 QZString* QZSite::GetLocation() { return m_location; }
@@ -119,7 +119,7 @@ QZSiteList::QZSiteList() : m_lock(new QZCriticalSection()) {}
 
 QZSiteList::~QZSiteList() { delete m_lock; }
 
-QZInt64 QZSiteList::GetType() { return 0x8310022; }
+QZInt64 QZSiteList::GetType() { return Type; }
 
 QZSite* QZSiteList::GetElement(QZInt64 index)
 {
