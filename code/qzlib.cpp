@@ -5,6 +5,7 @@
 #include "fw/internal/fw_start.h"
 #include "fw/internal/fw_trace.h"
 #include "graphics/internal/gr_start.h"
+#include "net/internal/net_start.h"
 #include "os/internal/os_start.h"
 #include "sys/internal/sys_socket.h"
 

@@ -217,7 +217,7 @@ QZJsonObject* QZDataFactory::GetStatus()
         QZ_W("DataInt8"),  QZ_W("DataBool"),     QZ_W("DataByte"),      QZ_W("DataCollection"),
         QZ_W("Collection")};
     QZStatusFigure figures[kCaches];
-    for (int i = 0; i < kCaches; ++i) figures[i] = {kNames[i], m_caches[i]->Count()};
+    for (int i = 0; i < kCaches; ++i) figures[i] = {kNames[i], m_caches[i]};
     return QZStatusMake(figures, kCaches);
 }
 

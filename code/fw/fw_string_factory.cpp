@@ -158,8 +158,8 @@ void QZStringFactoryEnd() { QZStringFactoryStart::End(); }
 
 QZJsonObject* QZStringFactory::GetStatus()
 {
-    const QZStatusFigure figures[] = {{QZ_W("String"), m_stringCache->Count()},
-                                      {QZ_W("StringCollection"), m_stringCollectionCache->Count()}};
+    const QZStatusFigure figures[] = {{QZ_W("String"), m_stringCache},
+                                      {QZ_W("StringCollection"), m_stringCollectionCache}};
     return QZStatusMake(figures, 2);
 }
 

@@ -157,8 +157,7 @@ void QZGraphicsFactoryEnd()
 
 QZJsonObject* QZGraphicsFactory::GetStatus()
 {
-    const QZStatusFigure figures[] = {{QZ_W("Shape"), m_shapeCache->Count()},
-                                      {QZ_W("PixelBlock"), m_pixelBlockCache->Count()}};
+    const QZStatusFigure figures[] = {{QZ_W("Shape"), m_shapeCache}, {QZ_W("PixelBlock"), m_pixelBlockCache}};
     return QZStatusMake(figures, 2);
 }
 

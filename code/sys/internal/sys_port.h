@@ -14,20 +14,27 @@
 namespace os
 {
 
+// The layout of a receive block, in bytes: the platform's part at the front, where the received bytes begin,
+// how many there is room for, and the size of the whole block.
+inline constexpr std::size_t kPortSystemSize = 32;
+inline constexpr std::size_t kPortDataOffset = 60;
+inline constexpr std::size_t kPortDataSize = 131072;
+inline constexpr std::size_t kPortBlockSize = 131136;
+
 /// One receive: the buffer and the platform's state of the receive. The layout is that of the Windows calls.
 /// Clear the block before the first use, then set Length and Buffer.
 struct PortBlock
 {
-    unsigned char System[32];
+    unsigned char System[kPortSystemSize];
     QZUInt32 Length;  ///< size of Buffer in bytes
     void* Buffer;
     QZUInt32 Received;  ///< written by the platform
     QZUInt32 Offset;    ///< for the caller, not used here
     QZUInt32 Flags;
-    unsigned char Data[131072];
+    unsigned char Data[kPortDataSize];
 };
 
-static_assert(sizeof(PortBlock) == 131136 && offsetof(PortBlock, Data) == 60);
+static_assert(sizeof(PortBlock) == kPortBlockSize && offsetof(PortBlock, Data) == kPortDataOffset);
 
 /// A completed receive: the key of its socket and the number of bytes received.
 struct PortCompletion
