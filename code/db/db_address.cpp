@@ -7,9 +7,8 @@ bool ADDRESS::SetMode(QZInt64 mode)
         case QZDatabaseInfo::ADDR_MODE_32I:
         case QZDatabaseInfo::ADDR_MODE_32:
         case QZDatabaseInfo::ADDR_MODE_64: m_length = layout::AddressLength(mode); break;
-        default: m_file->RecordError(QZDatabaseInfo::BAD_PARAMETER); return true;
+        default: m_file->RecordError(QZDatabaseInfo::BAD_PARAMETER); break;
     }
-    m_mode = mode;
     return true;
 }
 

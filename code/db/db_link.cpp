@@ -166,14 +166,9 @@ void LINK::MoveDown(QZInt64 record, QZInt64 steps)
     if (behind == 0 || steps <= 0) return;
     QZDbWalk walk;
     QZInt64 before = record;
-    for (bool round = false; steps > 0 && behind != 0; --steps)
+    for (; steps > 0 && behind != 0; --steps)
     {
-        if (!round && !walk.Enter(behind))
-        {
-            round = true;
-            steps %= walk.Round();
-            if (steps == 0) break;
-        }
+        if (!walk.EnterCounted(behind, &steps)) break;
         before = behind;
         behind = m_read->Next(behind);
     }
@@ -190,14 +185,9 @@ void LINK::MoveUp(QZInt64 record, QZInt64 steps)
     if (m_read->Mark(previous) != layout::kMarkData || steps <= 0) return;
     QZDbWalk walk;
     QZInt64 target = m_read->ReadData(kSideEnd, previous, QZDatabaseInfo::DATA_THIS);
-    for (bool round = false; steps > 0 && m_read->Mark(target) != layout::kMarkHd; --steps)
+    for (; steps > 0 && m_read->Mark(target) != layout::kMarkHd; --steps)
     {
-        if (!round && !walk.Enter(target))
-        {
-            round = true;
-            steps %= walk.Round();
-            if (steps == 0) break;
-        }
+        if (!walk.EnterCounted(target, &steps)) break;
         target = m_read->ReadData(kSideThis, target, QZDatabaseInfo::DATA_PREV);
         if (m_read->Mark(target) == layout::kMarkData)
             target = m_read->ReadData(kSideEnd, target, QZDatabaseInfo::DATA_THIS);

@@ -222,7 +222,8 @@ public:
     static QZInt64 SetHD(QZChannel* channel, QZInt64 address, QZInt64 hd);
 
     /// Turns every PD that the present LD's list of tree S names to another LD and notes it there. The object
-    /// then stands for the last PD turned. 0; -1 when there is no present LD or `ld` is none.
+    /// then has the address of the last PD that was changed. 0; -1 when there is no present LD or `ld` is
+    /// none.
     QZInt64 SetLD(QZInt64 ld);
     static QZInt64 SetLD(QZChannel* channel, QZInt64 address, QZInt64 ld);
 
@@ -250,8 +251,7 @@ public:
     QZBool RemoveLD();
     static QZBool RemoveLD(QZChannel* channel, QZInt64 address);
 
-    /// Removes the children. The child address then reads TABLE_HD, not 0, and callers test for that. Returns
-    /// 0.
+    /// Removes the children. The child address then reads TABLE_HD, not 0. Returns 0.
     QZInt64 RemoveHD();
     static QZInt64 RemoveHD(QZChannel* channel, QZInt64 address);
     QZBool RemoveAll();

@@ -213,15 +213,9 @@ QZInt64 READ::NthRecord(QZInt64 hd, QZInt64 n)
 {
     QZDbWalk walk;
     QZInt64 record = ReadHD(kSideThis, hd, QZDatabaseInfo::HD_FIRSTDATA);
-    bool round = false;
     for (QZInt64 steps = n > 1 ? n - 1 : 0; steps > 0 && record != 0; --steps)
     {
-        if (!round && !walk.Enter(record))
-        {
-            round = true;
-            steps %= walk.Round();
-            if (steps == 0) break;
-        }
+        if (!walk.EnterCounted(record, &steps)) break;
         record = Next(record);
     }
     return record;

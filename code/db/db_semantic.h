@@ -45,7 +45,7 @@ public:
     /// Does nothing: no node keeps its date of change.
     virtual void UpdateChangedDate();
 
-    /// Does nothing either; callers find the date of change empty.
+    /// Does nothing either: the date of change stays empty.
     void Changed();
 
     static void PutText(QZChannel* channel, QZInt64 pd, QZString* text);

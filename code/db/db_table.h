@@ -37,7 +37,7 @@ class QZ_API QZDbTable : public QZObject
 public:
     static const QZInt64 Type = 0x8330002;
 
-    /// Where the key field's number lies in the state of TYPES.
+    /// The position of the key field's number in the state of TYPES.
     static const QZInt64 KeyIndexInState = 2;
     /// Reserved.
     static const QZInt64 GET_TARGET_CONDITION_EQUAL = 0x100;
@@ -255,7 +255,7 @@ public:
     /// towards the end (see DataMove). Throws "错误的字段索引". True.
     QZBool ArrangementByLetters(QZString* name);
     /// By time: false unless the field is an ARRAYINT32; throws 1024 with two rows or more, and makes the
-    /// child list anew with fewer. Throws "找不到字段".
+    /// child list again with fewer. Throws "找不到字段".
     QZBool ArrangementByTime(QZString* name);
 
     /// 1 when the first is greater: by the first differing byte, else by length.

@@ -36,8 +36,8 @@ public:
     /// The value of a field. The next value uses the same buffer.
     QZData* Value(QZInt64 field)
     {
-        QZByte bytes[256];
-        const QZInt64 room = sizeof bytes;
+        QZByte bytes[kSmallContent];
+        const QZInt64 room = kSmallContent;
         const QZInt64 size =
             m_quick ? m_channel->ReadSlot(m_slots[static_cast<std::size_t>(field - 1)], bytes, room)
                     : m_channel->ReadContent(m_ld, field + kFirstItem, bytes, room);

@@ -14,7 +14,7 @@ class QZString;
 
 /// The directory view of tree S: a semantic node together with the list of its children.
 ///
-/// A table's handle is the address of its PD. Tables at the root lie in the list of G_TA(3), others in the
+/// A table's handle is the address of its PD. Tables at the root are in the list of G_TA(3), others in the
 /// child list of their parent; a path is node names separated by "/" or "\". The object owns its node
 /// objects, which a copy made by value shares, and not the channel; making one gives the node a child list
 /// where it has none, so that reading the directory writes to the file. Failures of the node level pass
@@ -42,7 +42,7 @@ public:
     QZInt64 GetFirst();
     QZInt64 GetLast();
 
-    /// The neighbours of this table, whatever the handle says.
+    /// The neighbours of this table; the handle is not used.
     QZInt64 GetPrev(QZInt64 handle);
     QZInt64 GetNext(QZInt64 handle);
 

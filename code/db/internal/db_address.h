@@ -29,9 +29,7 @@ protected:
 class QZ_API ADDRESS : public QZObject
 {
 public:
-    ADDRESS(QZDbFile* file, BINARY* binary)
-        : m_file(file), m_binary(binary), m_log(nullptr), m_length(0), m_mode(0)
-    {}
+    ADDRESS(QZDbFile* file, BINARY* binary) : m_file(file), m_binary(binary), m_log(nullptr), m_length(0) {}
 
     /// Sets the log that Put writes to. Without one nothing is logged.
     void SetLog(QZDbLog* log) { m_log = log; }
@@ -39,8 +37,6 @@ public:
     /// Sets the address length by mode: 4 for 1 and 2, 8 for 3. Anything else is recorded as BAD_PARAMETER.
     /// @return always true
     bool SetMode(QZInt64 mode);
-
-    QZInt64 GetMode() const { return m_mode; }
 
     /// Bytes of a stored address.
     QZInt64 Length() const { return m_length; }
@@ -103,7 +99,6 @@ private:
     BINARY* m_binary;
     QZDbLog* m_log;
     QZInt64 m_length;
-    QZInt64 m_mode;
 };
 
 #endif

@@ -10,15 +10,17 @@
 
 /// Functions on content that the node objects share.
 
+/// A content of at most this many bytes is read in one step, into a buffer on the stack.
+constexpr QZInt64 kSmallContent = 256;
+
 /// The content of a field as new data.
 inline QZData* NodeContent(QZChannel* channel, QZInt64 address, QZInt64 field)
 {
-    // Most contents are small: one step instead of two.
-    QZByte bytes[256];
-    const QZInt64 size = channel->ReadContent(address, field, bytes, sizeof bytes);
+    QZByte bytes[kSmallContent];
+    const QZInt64 size = channel->ReadContent(address, field, bytes, kSmallContent);
     std::unique_ptr<QZData> data(new QZData(size));
-    if (size > static_cast<QZInt64>(sizeof bytes)) channel->G_C(address, field, data->GetPointer());
-    if (size > 0 && size <= static_cast<QZInt64>(sizeof bytes)) QZMemCopy(data->GetPointer(), bytes, size);
+    if (size > kSmallContent) channel->G_C(address, field, data->GetPointer());
+    if (size > 0 && size <= kSmallContent) QZMemCopy(data->GetPointer(), bytes, size);
     return data.release();
 }
 

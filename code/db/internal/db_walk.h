@@ -27,10 +27,21 @@ public:
         return true;
     }
 
+    /// For a walk of a given number of steps: notes the next place and, when the walk comes to one again,
+    /// takes the full rounds off *steps. Returns false when no step is left then.
+    bool EnterCounted(QZInt64 address, QZInt64* steps)
+    {
+        if (m_goesRound || Enter(address)) return true;
+        m_goesRound = true;
+        *steps %= Round();
+        return *steps != 0;
+    }
+
 private:
     QZInt64 m_mark = 0;
     QZUInt64 m_steps = 0;
     QZUInt64 m_turn = 0;
+    bool m_goesRound = false;
 };
 
 #endif
