@@ -3,6 +3,7 @@
 #include "db/db_node.h"
 #include "db/db_channel.h"
 #include "db/db_format.h"
+#include "db/internal/db_layout.h"
 #include "db/internal/db_node_content.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_data.h"
@@ -192,7 +193,7 @@ QZInt64 QZNodePD::CutOff(QZChannel* channel, QZInt64 address)
     if (address == 0) return 0;
     const QZInt64 hd = GetHDA(channel, address);
     const QZInt64 previous = channel->G_A(address, QZDatabaseInfo::PD_PREV);
-    channel->P_A(hd, QZDatabaseInfo::HD_END, previous + 2 * channel->GetAddrLength());
+    channel->P_A(hd, QZDatabaseInfo::HD_END, layout::HdEndFromData(previous, channel->GetAddrLength()));
     // The END of the previous record is used as if it were its THIS. With argument tests on this throws,
     // after the end of the list was set.
     const QZInt64 record = channel->G_A(previous, QZDatabaseInfo::PD_THIS);
