@@ -195,7 +195,7 @@ REQUEST = b"GET /small HTTP/1.1\r\nHost: idle\r\n\r\n"
 
 
 def ask(connection):
-    """1 when the connection still answers."""
+    """1 when the connection still gets a response."""
     connection.settimeout(60)
     try:
         connection.sendall(REQUEST)

@@ -17,7 +17,7 @@ FILE_SIZE = 65536
 
 
 class Soaked:
-    """The server, seen from outside and by its own page."""
+    """The server, as the system and as its own page report it."""
 
     def __init__(self, program, file):
         self.process = subprocess.Popen([program, file, "0"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
@@ -131,7 +131,7 @@ def main():
             print(f"| {what} | " + " | ".join(str(counts[what]) for _, counts in rows) + " |")
         code = server.end()
         print(f"exit code {code}")
-        # What the second half leaves behind beyond the first would be left behind by every half.
+        # What the second half adds to the first would be added by every further half.
         grown = [what for what in ("descriptors", "connections", "close wait") if rows[2][1][what] > rows[1][1][what]]
         if grown:
             print(f"grew: {grown}")

@@ -56,7 +56,7 @@ class Monitor:
         return None
 
     def stop(self, how=signal.SIGTERM):
-        """Ends it and answers its exit code."""
+        """Ends it and returns its exit code."""
         if self.process.poll() is None:
             self.process.send_signal(how)
         code = self.process.wait(60)

@@ -1,4 +1,4 @@
-"""What a user of the monitor sees and does, in a real browser; and what the server answers beside that.
+"""What a user of the monitor sees and does, in a real browser; and the server's responses.
 
     python3 tests/browser/monitor_test.py [--screenshots FOLDER]
 """
@@ -106,7 +106,7 @@ class PageAtDesktopWidth(unittest.TestCase):
         self.monitor.wait_for_samples(then + 5)
         self.assertEqual(browser.errors(), [])
 
-    def test_a_lost_device_is_told_and_found_again(self):
+    def test_a_lost_device_is_shown_and_found_again(self):
         browser = self.browser
         browser.click("#plug")
         wait_for("the loss", lambda: browser.text("#state") == "device lost")
@@ -122,7 +122,7 @@ class PageAtDesktopWidth(unittest.TestCase):
     def test_tables_are_paged(self):
         browser = self.browser
         self.monitor.wait_for_samples(25)
-        wait_for("a page behind this one",
+        wait_for("the next page",
                  lambda: browser.run("return !document.getElementById('table-older').disabled"))
         browser.click("#table-older")
         wait_for("the second page", lambda: browser.run("return !document.getElementById('table-newer').disabled"))
@@ -250,7 +250,7 @@ class Server(unittest.TestCase):
                     wait_for("a sync", lambda: monitor.get("/api/figures")["syncs"] > syncs)
                     rows = monitor.get("/api/table")["count"]
                     syncs = monitor.get("/api/figures")["syncs"]
-                    wait_for("a sync behind it", lambda: monitor.get("/api/figures")["syncs"] > syncs)
+                    wait_for("a later sync", lambda: monitor.get("/api/figures")["syncs"] > syncs)
                     least = rows
                     time.sleep(0.13 * turn)
                     monitor.stop(signal.SIGKILL)

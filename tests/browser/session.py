@@ -1,4 +1,4 @@
-"""A session of the monitor without a browser: what the page asks for, with the answers. Ends with 1 where one is wrong."""
+"""A session of the monitor without a browser: the requests of the page and their responses. Exit code 1 when one is wrong."""
 
 import signal
 import sys

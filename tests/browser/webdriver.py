@@ -46,7 +46,7 @@ class Browser:
         self._session = None
         try:
             wait_for("chromedriver", self._is_up)
-            # A window is never as narrow as a phone: the page is told its size.
+            # A window cannot be as narrow as a phone, so the size of the page is set.
             options = {
                 "args": ["--headless=new", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
                          "--disable-background-networking", "--disable-component-update", "--disable-sync",
@@ -106,7 +106,7 @@ class Browser:
         return self._send("GET", self._session + "/url")
 
     def run(self, script, *arguments):
-        """Runs a function body in the page and answers what it returns."""
+        """Runs a function body in the page and returns its result."""
         return self._send("POST", self._session + "/execute/sync", {"script": script, "args": list(arguments)})
 
     def find(self, selector):
@@ -135,7 +135,7 @@ class Browser:
         return self.run("const e = document.querySelector(arguments[0]); return e ? e.innerText : ''", selector)
 
     def errors(self):
-        """What the page's console complained about since the last call, and answers that were no success."""
+        """Errors in the page's console since the last call, and responses that were no success."""
         entries = self._send("POST", self._session + "/se/log", {"type": "browser"})
         return [entry["message"] for entry in entries if entry["level"] in ("SEVERE", "WARNING")]
 

@@ -429,7 +429,7 @@ void Engine::Run()
     {
         if (!Open()) return;
         const bool file = m_channel->GetAddrLength() != 0;
-        // Erasing where nothing is known is not undone: on the first bytes behind the last record.
+        // Erasing where nothing is known is not undone: on the first bytes after the last record.
         for (QZInt64 steps = m_random.Range(5, 40); file && steps > 0; --steps) Step();
         Close();
         if (m_random.Chance(10))

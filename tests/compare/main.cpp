@@ -40,7 +40,7 @@ std::string Run(const Subject& subject, QZUInt64 seed, bool full)
 {
     Case c(Hash(subject.name, std::strlen(subject.name)) ^ seed * 0x9E3779B97F4A7C15, full);
     g_case = &c;
-    // Every case begins with the caches empty, so that it is the same alone and behind others.
+    // Every case begins with the caches empty, so that it is the same alone and after others.
     QZLibCollect(0);
     QZGraphicsFactory::Collect(0);
     QZLastError = 0;

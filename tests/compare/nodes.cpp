@@ -154,7 +154,7 @@ void Nodes::Records()
     QZInt64 ld = 0;
     if (!m_case.Do("LD of", [&] { return ld = QZNodePD::GetLD(m_channel, Pd()); }) || ld <= 0) return;
     QZNodeLD node(m_channel, ld);
-    // Fields of the plan are kept as they are: only those behind them.
+    // Fields of the plan keep their values: only later ones are written.
     const QZInt64 field = m_random.Range(14, 18);
     const std::string bytes = m_random.Bytes(m_random.Below(40));
     const auto size = static_cast<QZInt64>(bytes.size());

@@ -147,7 +147,7 @@ TEST(ConvertStrict, DoubleRoundsToTheNearest)
 {
     EXPECT_EQ(std::bit_cast<QZUInt64>(DoubleOf("0.1")), 0x3FB999999999999Aull);
     EXPECT_EQ(DoubleOf("9007199254740993"), 9007199254740992.0);
-    // Half way between 1 and the next double, and a digit far behind it: only the whole text tells.
+    // Half way between 1 and the next double, and then a digit far to the right: only the whole text decides.
     EXPECT_EQ(DoubleOf("1.00000000000000011102230246251565404236316680908203125"), 1.0);
     EXPECT_EQ(
         std::bit_cast<QZUInt64>(DoubleOf("1.000000000000000111022302462515654042363166809082031250001")),
@@ -222,7 +222,7 @@ TEST(ConvertStrict, DateTimeTakesTheFormsOfIso8601)
     EXPECT_EQ(TimeOf("1970-01-01T00:00:00.5"), kEpoch + 500);
     EXPECT_EQ(TimeOf("1970-01-01T00:00:00.123456789"), kEpoch + 123);
     EXPECT_EQ(TimeOf("1970-01-01t00:00:00,25z"), kEpoch + 250);
-    // 2024-02-29: 19782 days behind the epoch; 13:14:15.016 is 47655016 ms.
+    // 2024-02-29: 19782 days after the epoch; 13:14:15.016 is 47655016 ms.
     EXPECT_EQ(TimeOf("2024-02-29T13:14:15.016"), kEpoch + 19782 * 86400000ll + 47655016);
     EXPECT_EQ(TimeOf("0001-01-01"), 0);
 }
