@@ -1,7 +1,7 @@
 // Runs the gallery and compares each of its pictures with the one that was looked at.
 //
 // After a change that is meant to be seen: run the program, look at the pictures that differ, and put the sum
-// that the failure tells into the table.
+// that the failure prints into the table.
 
 #include <cstdlib>
 #include <filesystem>
