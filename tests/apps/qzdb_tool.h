@@ -24,12 +24,13 @@ struct Result
 class Tool
 {
 public:
-    /// Runs a command; words that begin with '@' are files of the folder.
+    /// Runs a command; words that begin with '@' and a letter are files of the folder.
     Result Run(std::vector<std::string> words, const std::string& input = {}) const
     {
         for (std::string& word : words)
         {
-            if (!word.empty() && word[0] == '@') word = m_dir.NarrowName(word.substr(1));
+            if (word.size() > 1 && word[0] == '@' && (word[1] < '0' || word[1] > '9'))
+                word = m_dir.NarrowName(word.substr(1));
         }
         m_dir.Write("stdin", input);
         qzdb::Console console{std::fopen(m_dir.NarrowName("stdin").c_str(), "rb"),
