@@ -5,6 +5,7 @@
 #include "qzdb/database.h"
 #include "qzdb/text.h"
 #include "qzdb/text_list.h"
+#include "support/qz_hooks.h"
 #include "sys/internal/sys_hooks.h"
 
 using qztest::TempDir;
@@ -762,4 +763,13 @@ TEST(Qzdb, TheLogShowsItsTimesByTheStandard)
                   std::string::npos);
     }
     EXPECT_NE(tool.Run({"log", "@a.db"}).out.find("\"m\", 2024-05-06T07:08:09.010\n"), std::string::npos);
+}
+
+TEST(Qzdb, TheProgramMakesFilesForItsUserAlone)
+{
+    if (std::filesystem::path::preferred_separator != '/')
+        GTEST_SKIP() << "a file has the rights of its folder here";
+    Tool tool;
+    ASSERT_EQ(tool.Spawn("create @a.db").code, 0);
+    EXPECT_EQ(static_cast<int>(std::filesystem::status(tool.Dir().Path("a.db")).permissions()) & 0777, 0600);
 }
