@@ -748,7 +748,7 @@ TEST(Qzdb, EveryStateOfTheLogIsRestoredByItsAddress)
     for (const std::string& bad :
          {std::string("@0"), std::string("@31"), std::string("@99999999"), "@" + mark})
         ExpectFailure(tool.Run({"restore", "@a.db", bad}), 2, "no state " + bad);
-    ExpectFailure(tool.Run({"restore", "@a.db", "@9x"}), 2, "no mark \"@9x\"");
+    ExpectFailure(tool.Run({"restore", "@a.db", "@"}), 2, "no mark \"@\"");
     ExpectFailure(tool.Run({"log", "@a.db", "--more"}), 2, "--more");
 }
 

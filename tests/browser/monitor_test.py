@@ -85,6 +85,14 @@ class PageAtDesktopWidth(unittest.TestCase):
         wait_for("the notice", lambda: "asked for offset 0.123456789, gain 1, but the device has offset 0.12345679"
                  in self.notice())
 
+    def test_a_second_snapshot_of_one_label_is_refused_with_words(self):
+        browser = self.browser
+        self.monitor.post("/api/snapshots", {"label": "one"})
+        browser.write("#snapshot-label", "one")
+        browser.click("#snapshot-form button")
+        wait_for("the refusal", lambda: 'There is a snapshot "one" already; choose another label.' in self.notice())
+        self.assertEqual(browser.run("return document.getElementById('snapshot-label').value"), "one")
+
     def test_a_label_shows_as_it_is_and_runs_nothing(self):
         browser = self.browser
         label = "]}\"\\<script>window.hit=1</script><img src=x onerror='window.hit=1'>\u0001\r\n\U0001F600"
@@ -106,9 +114,6 @@ class PageAtDesktopWidth(unittest.TestCase):
         browser.write("#snapshot-label", 'before the "change"')
         browser.click("#snapshot-form button")
         wait_for("the snapshot", lambda: 'before the "change"' in browser.text("#snapshot-list"))
-        browser.write("#snapshot-label", 'before the "change"')
-        browser.click("#snapshot-form button")
-        wait_for("the refusal", lambda: 'There is a snapshot "before the "change"" already' in self.notice())
         taken = self.monitor.get("/api/snapshots")["snapshots"][0]
         then = self.monitor.get(f"/api/preview?id={taken['id']}")["samples"]["count"]
 
@@ -236,7 +241,7 @@ class Server(unittest.TestCase):
                                 ('{"channel":1,"offset":1e7,"gain":1}', '"offset" takes a number from -1000000'),
                                 ('{"channel":1,"offset":null,"gain":1}', '"offset" is missing'),
                                 ('{"channel":1.5,"offset":0,"gain":1}', '"channel" takes a whole number'),
-                                ('{"channel":1,"offset":--1,"gain":1}', "at byte 24"),
+                                ('{"channel":1,"offset":--1,"gain":1}', "at byte 23, a digit is missing"),
                                 ('{"channel":1,"offset":0,"gain":"nan"}', '"gain" takes a number')):
                 status, _, answer = monitor.request("POST", "/api/parameters", body, {"X-Qzmon": "test"})
                 self.assertEqual(status, 400, body)
