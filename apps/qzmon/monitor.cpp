@@ -380,7 +380,7 @@ void Monitor::ChangeSetting(const std::string& name, const std::string& value)
     if (name == "sample-ms") m_sampleTask->Begin(m_settings->Number("sample-ms"), false);
     if (name == "snapshot-minutes")
         m_snapshotTask->Begin(m_settings->Number("snapshot-minutes") * kMinute, true);
-    Log("Setting " + name + " is " + value);
+    Log("Setting " + name + " is " + m_settings->Get(name.c_str()));
 }
 
 void Monitor::Log(const std::string& text)

@@ -135,6 +135,8 @@ function showParameters() {
       attempt(async () => {
         const set = await ask("/api/parameters", {channel: index, offset: offset.valueAsNumber, gain: gain.valueAsNumber});
         tell(set.message, set.agrees);
+        // The fields show what the device has, not what was typed.
+        parameterKey = "";
         refresh();
       });
     }}, make("b", {}, channel.name), make("label", {}, "Offset", offset), make("label", {}, "Gain", gain),
@@ -195,6 +197,7 @@ function restore(one) {
       const note = (await ask("/api/restore", {id: one.id})).note;
       tell(`S${one.number} is restored. ${note}`, note === "");
       $("preview").hidden = true;
+      parameterKey = "";
       tablePage = 0;
       refresh();
     });
@@ -278,7 +281,6 @@ async function showSettings() {
 
 async function refresh() {
   await attempt(async () => {
-    parameterKey = "";
     await Promise.all([showSnapshots(), showTable(), showLog(), showFigures(), showRuler()]);
   });
 }
