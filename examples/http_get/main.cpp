@@ -60,14 +60,18 @@ int FailToConnect(const std::string& server, QZInt64 error, QZException* e)
                               {10060, "no answer in time"},
                               {10061, "connection refused"},
                               {10065, "no way to the host"}};
+    const char* words = nullptr;
     for (const Reason& reason : reasons)
     {
-        if (reason.error != error) continue;
-        QZExceptionFactory::Recycle(&e);
-        std::fprintf(stderr, "http_get: cannot connect to %s: %s\n", server.c_str(), reason.words);
-        return 2;
+        if (reason.error == error) words = reason.words;
     }
-    return Fail("cannot connect to " + server, e);
+    // Windows forgets the number when the socket is closed.
+    if (words == nullptr && e->GetCode() == QZSocketExceptionCode::SocketConnectFailed)
+        words = "connection refused, or no way to the host";
+    if (words == nullptr) return Fail("cannot connect to " + server, e);
+    QZExceptionFactory::Recycle(&e);
+    std::fprintf(stderr, "http_get: cannot connect to %s: %s\n", server.c_str(), words);
+    return 2;
 }
 
 int Ask(QZHttpClient& client, QZUrl& url, const char* host)
