@@ -75,7 +75,8 @@ class PageAtDesktopWidth(unittest.TestCase):
 
     def test_a_negative_fraction_reaches_the_device_and_what_it_rounds_is_told(self):
         browser = self.browser
-        browser.write("#offset-0", "-0.5")
+        # The zero at the end goes when the page draws the field anew from what the device has.
+        browser.write("#offset-0", "-0.50")
         browser.click("#parameter-0 button")
         wait_for("the notice", lambda: "TEMP: offset -0.5, gain 1, read back" in self.notice())
         self.assertEqual(self.monitor.get("/api/parameters")["channels"][0]["offset"], -0.5)
