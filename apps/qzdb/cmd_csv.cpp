@@ -100,7 +100,14 @@ struct Column
 {
     std::string name;
     std::optional<QZInt64> type;
+    /// The form of its times: the one that the table's field has, or that of the first value.
+    std::optional<TimeForm> form;
     TypeGuess guess;
+
+    bool ComesBack(const std::string& text) const
+    {
+        return qzdb::ComesBack(text, *type, form.value_or(TimeForm::Iso));
+    }
 };
 
 /// Reads the whole file before the import: it finds every fault, so that none can stop the import half way,
@@ -123,7 +130,9 @@ public:
         while (reader.Next(&record)) TakeRecord(reader, record);
         for (Column& column : m_columns)
         {
-            if (!column.type) column.type = column.guess.Type();
+            if (column.type) continue;
+            column.type = column.guess.Type();
+            column.form = column.guess.Form();
         }
     }
 
@@ -145,7 +154,7 @@ public:
             std::vector<std::string> texts;
             for (std::size_t i = 0; i < record.size(); ++i)
             {
-                if (!header && !ComesBack(record[i].text, *m_columns[i].type))
+                if (!header && !m_columns[i].ComesBack(record[i].text))
                     return Place(record[i]) + "\"" + Excerpt(record[i].text, 40) +
                            "\" will come back in another form, as it is stored as " +
                            TypeName(*m_columns[i].type);
@@ -198,6 +207,7 @@ private:
                 throw Failure{kExitUsage,
                               "import-csv: the field " + shown + " is there as " + TypeName(known->type)};
             column.type = known->type;
+            column.form = known->form;
         }
         m_columns.push_back(column);
     }
@@ -230,11 +240,16 @@ private:
         {
             Column& column = m_columns[i];
             if (!column.type)
+            {
                 column.guess.Take(record[i].text);
-            else if (!IsValue(record[i].text, *column.type))
+                continue;
+            }
+            if (!IsValue(record[i].text, *column.type))
                 reader.Fail(record[i].line, record[i].column,
                             "\"" + Excerpt(record[i].text, 40) + "\" in field \"" + Visible(column.name) +
                                 "\" is no " + TypeName(*column.type));
+            if (!column.form && IsTimeType(*column.type) && !record[i].text.empty())
+                column.form = FormOf(record[i].text);
         }
         ++m_rows;
     }
@@ -261,6 +276,7 @@ public:
         if (create) MakeFields(table);
         for (const Column& column : m_survey.Columns())
             m_fields.push_back(static_cast<QZInt64>(table.Require(column.name)) + 1);
+        KeepStyle(table, create);
         m_key = table->GetKeyIndex();
 
         CsvReader reader(m_text, m_options.csv);
@@ -278,8 +294,26 @@ private:
     void MakeFields(Table& table)
     {
         for (const Column& column : m_survey.Columns()) table.AddField(column.name, *column.type);
-        const OwnedString style = StringFromUtf8(m_survey.Style().ToText());
-        QZSNode::PutText(m_database.Channel(), table.Types().pd, style.get());
+    }
+
+    /// Stores how an export is to write the table: of a new one everything, of another one the forms of times
+    /// that are not known yet.
+    void KeepStyle(Table& table, bool create)
+    {
+        CsvStyle style = create ? m_survey.Style() : StoredStyle(m_database, table.Types());
+        bool news = create;
+        for (std::size_t i = 0; i < m_fields.size(); ++i)
+        {
+            const Column& column = m_survey.Columns()[i];
+            if (!IsTimeType(*column.type) || !column.form || style.FormOfField(m_fields[i], *column.type))
+                continue;
+            style.times[m_fields[i]] = *column.form;
+            news = true;
+        }
+        if (!news) return;
+        m_database.Grown(4096);
+        const OwnedString text = StringFromUtf8(style.ToText());
+        QZSNode::PutText(m_database.Channel(), table.Types().pd, text.get());
     }
 
     void AddRow(Table& table, const std::vector<CsvField>& record)
@@ -339,7 +373,7 @@ void ImportAll(Database& database, Importer& importer, bool create, const std::o
         "; going back failed as well, later try: qzdb restore FILE " + std::to_string(mark->address);
     try
     {
-        GoToMark(database, *mark);
+        GoToPoint(database, mark->point);
     }
     catch (const Failure&)
     {
@@ -414,9 +448,7 @@ int ExportCsvCommand(const Arguments& arguments, const Console& console)
     database.RequireSound();
     Table table(database, words[1]);
 
-    CsvStyle style;
-    const std::string stored = database.Content(table.Types().ld, FLDTYPE::TEXT);
-    style.FromText(Utf8FromUtf16(stored.data(), stored.size()));
+    CsvStyle style = StoredStyle(database, table.Types());
     if (crlf) style.crlf = *crlf;
 
     std::string out;
@@ -435,7 +467,8 @@ int ExportCsvCommand(const Arguments& arguments, const Console& console)
         flush(false);
         record = table.Values(row);
         for (std::size_t i = 0; i < record.size(); ++i)
-            record[i] = TextOfValue(record[i], table.Fields()[i].type);
+            record[i] = TextOfValue(record[i], table.Fields()[i].type,
+                                    table.Fields()[i].form.value_or(TimeForm::Iso));
         AppendRecord(record, style, &out);
         return true;
     });

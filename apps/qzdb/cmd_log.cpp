@@ -1,4 +1,5 @@
 #include <map>
+#include <optional>
 #include <set>
 
 #include "marks.h"
@@ -40,9 +41,9 @@ Log OpenLog(Database& database)
     return log;
 }
 
-/// The mark that the words name by its address or its label. Of several marks with one label it is the
-/// latest.
-Mark FindMark(Database& database, const std::vector<Mark>& marks, const std::string& words)
+/// The mark that the words name by its address or its label, if there is one. Of several marks with one label
+/// it is the latest.
+std::optional<Mark> FindMark(const std::vector<Mark>& marks, const std::string& words)
 {
     QZInt64 address = 0;
     if (ParseNumber(words, &address))
@@ -57,14 +58,61 @@ Mark FindMark(Database& database, const std::vector<Mark>& marks, const std::str
     {
         if (!label.empty() && marks[i - 1].label == label) return marks[i - 1];
     }
-    database.Fail(kExitUsage, "no mark \"" + Visible(words) + "\"; see qzdb log");
+    return std::nullopt;
+}
+
+/// Whether a record of the log is at the address: each of them is a state, the one right after it.
+bool IsState(Database& database, const Log& log, QZInt64 address)
+{
+    std::set<QZInt64> seen;
+    std::vector<QZInt64> positions{log.base};
+    bool found = false;
+    while (!positions.empty() && !found)
+    {
+        const QZInt64 position = positions.back();
+        positions.pop_back();
+        if (!seen.insert(position).second) database.FailDamaged(position, "a branch that leads back");
+        database.Walk(position, [&](QZInt64 record, QZInt64 kind) {
+            if (kind == QZDatabaseInfo::DATA_AD)
+                positions.push_back(database.Field(record, QZDatabaseInfo::AD_FREE));
+            found = record == address;
+            return !found;
+        });
+    }
+    return found;
+}
+
+/// What `restore` goes to.
+struct Target
+{
+    QZInt64 point = 0;
+    std::string text;
+};
+
+Target FindTarget(Database& database, const Log& log, const std::string& words)
+{
+    QZInt64 address = 0;
+    if (words[0] == '@' && ParseNumber(words.substr(1), &address))
+    {
+        if (!IsState(database, log, address))
+            database.Fail(kExitUsage, "no state " + Visible(words) + " in the log; see qzdb log --states");
+        return {address, "state @" + std::to_string(address)};
+    }
+    const std::optional<Mark> mark = FindMark(ReadMarks(database, log.marks), words);
+    if (!mark) database.Fail(kExitUsage, "no mark \"" + Visible(words) + "\"; see qzdb log");
+    const QZInt64 kind = database.Kind(mark->point);
+    if (kind != QZDatabaseInfo::DATA_RD && kind != QZDatabaseInfo::DATA_AD)
+        database.FailDamaged(mark->address, "a mark that names no record of the log");
+    return {mark->point, MarkText(*mark)};
 }
 
 class LogPrinter
 {
 public:
-    LogPrinter(Database& database, const Log& log, const std::vector<Mark>& marks, std::FILE* out)
-        : m_database(database), m_log(log), m_out(out)
+    /// @param states  each change on a line of its own
+    LogPrinter(Database& database, const Log& log, const std::vector<Mark>& marks, bool states,
+               std::FILE* out)
+        : m_database(database), m_log(log), m_states(states), m_out(out)
     {
         for (const Mark& mark : marks) m_marks[mark.point].push_back(&mark);
     }
@@ -74,7 +122,7 @@ public:
         if (!m_seen.insert(position).second) m_database.FailDamaged(position, "a branch that leads back");
         std::fprintf(m_out, "%*swrite position %lld%s%s\n", 2 * depth, "", position,
                      position == m_log.base ? ", base" : "", position == m_log.current ? ", current" : "");
-        QZInt64 changes = 0;
+        Changes changes;
         m_database.Walk(position, [&](QZInt64 record, QZInt64 kind) {
             PrintStep(record, kind, depth + 1, &changes);
             return true;
@@ -83,11 +131,21 @@ public:
     }
 
 private:
-    void PrintStep(QZInt64 record, QZInt64 kind, int depth, QZInt64* changes)
+    /// Changes that follow each other.
+    struct Changes
+    {
+        QZInt64 count = 0;
+        QZInt64 first = 0;
+        QZInt64 last = 0;
+    };
+
+    void PrintStep(QZInt64 record, QZInt64 kind, int depth, Changes* changes)
     {
         if (kind == QZDatabaseInfo::DATA_RD)
         {
-            ++*changes;
+            if (changes->count++ == 0) changes->first = record;
+            changes->last = record;
+            if (m_states) PrintChanges(changes, depth);
         }
         else if (kind == QZDatabaseInfo::DATA_AD)
         {
@@ -108,14 +166,19 @@ private:
             std::fprintf(m_out, "%*s* %s\n", 2 * depth, "", MarkText(*mark).c_str());
     }
 
-    void PrintChanges(QZInt64* changes, int depth)
+    void PrintChanges(Changes* changes, int depth)
     {
-        if (*changes > 0) std::fprintf(m_out, "%*s%lld changes\n", 2 * depth, "", *changes);
-        *changes = 0;
+        const int indent = 2 * depth;
+        if (changes->count == 1) std::fprintf(m_out, "%*s1 change, @%lld\n", indent, "", changes->first);
+        if (changes->count > 1)
+            std::fprintf(m_out, "%*s%lld changes, @%lld to @%lld\n", indent, "", changes->count,
+                         changes->first, changes->last);
+        *changes = Changes();
     }
 
     Database& m_database;
     const Log& m_log;
+    bool m_states;
     std::FILE* m_out;
     std::map<QZInt64, std::vector<const Mark*>> m_marks;
     std::set<QZInt64> m_seen;
@@ -145,11 +208,14 @@ int SnapshotCommand(const Arguments& arguments, const Console& console)
 
 int LogCommand(const Arguments& arguments, const Console& console)
 {
+    const bool states = arguments.size() > 1;
+    if (states && arguments[1] != "--states")
+        throw Failure{kExitUsage, "log: unknown option " + Visible(arguments[1])};
     Database database(arguments[0]);
     database.RequireSound();
     const Log log = OpenLog(database);
     const std::vector<Mark> marks = ReadMarks(database, log.marks);
-    LogPrinter(database, log, marks, console.out).Print(log.base, 0);
+    LogPrinter(database, log, marks, states, console.out).Print(log.base, 0);
     return kExitGood;
 }
 
@@ -158,21 +224,18 @@ int RestoreCommand(const Arguments& arguments, const Console& console)
     Database database(arguments[0]);
     database.RequireSound();
     const Log log = OpenLog(database);
-    const Mark mark = FindMark(database, ReadMarks(database, log.marks), arguments[1]);
-    const QZInt64 kind = database.Kind(mark.point);
-    if (kind != QZDatabaseInfo::DATA_RD && kind != QZDatabaseInfo::DATA_AD)
-        database.FailDamaged(mark.address, "a mark that names no record of the log");
+    const Target target = FindTarget(database, log, arguments[1]);
     const double start = Seconds();
     try
     {
-        GoToMark(database, mark);
+        GoToPoint(database, target.point);
     }
     catch (QZException* e)
     {
         database.Fail(kExitAccess, "cannot write: " + TakeMessage(e));
     }
     database.Close();
-    std::fprintf(console.out, "%s: restored %s, %.3f s\n", arguments[0].c_str(), MarkText(mark).c_str(),
+    std::fprintf(console.out, "%s: restored %s, %.3f s\n", arguments[0].c_str(), target.text.c_str(),
                  Seconds() - start);
     return kExitGood;
 }

@@ -1,6 +1,7 @@
 #include "boxed_table.h"
 #include "table.h"
 #include "text.h"
+#include "text_list.h"
 
 namespace qzdb
 {
@@ -39,16 +40,25 @@ QZInt64 TakeLimit(Arguments* words)
     {
         if ((*words)[i] != "--limit") continue;
         const std::string number = i + 1 < words->size() ? (*words)[i + 1] : std::string();
-        const bool negative = number.compare(0, 1, "-") == 0;
-        if (!ParseNumber(number.substr(negative ? 1 : 0), &limit))
-            throw Failure{kExitUsage, "select: --limit takes a number of rows; below 0 the last ones"};
-        if (negative) limit = -limit;
+        if (!qzapp::ParseInteger(number, &limit) || limit == INT64_MIN)
+            throw Failure{kExitUsage, "select: --limit takes a number of rows, below 0 the last ones; \"" +
+                                          Visible(number) + "\" is no whole number"};
         words->erase(words->begin() + static_cast<std::ptrdiff_t>(i),
                      words->begin() + static_cast<std::ptrdiff_t>(i) + 2);
         break;
     }
     if (words->size() != 2) throw qzapp::WrongCount("select", "qzdb");
     return limit;
+}
+
+/// Deletes a node of the directory and its fields. Its list, if it has one, is no longer reached from the
+/// present state.
+void RemoveNode(Database& database, QZInt64 pd)
+{
+    const QZInt64 ld = database.Field(pd, QZDatabaseInfo::PD_LD_A);
+    if (database.Channel()->D_DATA(pd, QZDatabaseInfo::DELETE_PD) == 0 ||
+        database.Channel()->D_DATA(ld, QZDatabaseInfo::DELETE_LD) == 0)
+        database.FailRefused();
 }
 
 void RemoveTable(Database& database, Table& table)
@@ -61,13 +71,19 @@ void RemoveTable(Database& database, Table& table)
     Apply(database, [&] {
         for (const QZInt64 row : rows) table->DataRemove(row);
         // The library's Remove leaves the nodes of the table in the directory, so they are removed here.
-        for (const QZInt64 node : {table.Types().pd, table.GetNode().pd})
-        {
-            const QZInt64 ld = database.Field(node, QZDatabaseInfo::PD_LD_A);
-            database.Channel()->D_DATA(node, QZDatabaseInfo::DELETE_PD);
-            database.Channel()->D_DATA(ld, QZDatabaseInfo::DELETE_LD);
-        }
+        for (const QZInt64 node : {table.Types().pd, table.GetNode().pd}) RemoveNode(database, node);
     });
+}
+
+/// Removes the list of lines of that name. Returns in words what it was.
+std::string RemoveList(Database& database, const std::string& name)
+{
+    const QZInt64 pd = FindList(database, Utf8FromNarrow(name));
+    if (pd == 0)
+        database.Fail(kExitUsage, "no table and no list of lines \"" + Visible(name) + "\"; see qzdb nodes");
+    const QZInt64 lines = LineCount(database, database.Field(pd, QZDatabaseInfo::PD_HD_A));
+    Apply(database, [&] { RemoveNode(database, pd); });
+    return "list \"" + Visible(name) + "\" of " + std::to_string(lines) + (lines == 1 ? " line" : " lines");
 }
 
 }  // namespace
@@ -179,6 +195,12 @@ int RemoveCommand(const Arguments& arguments, const Console& console)
     Database database(arguments[0]);
     database.RequireSound();
     std::string what = "table \"" + Visible(arguments[1]) + "\"";
+    const bool path = arguments[1].find_first_not_of("/\\") != std::string::npos;
+    if (arguments.size() == 2 && (!path || FindTable(database, arguments[1]).pd == 0))
+    {
+        what = RemoveList(database, arguments[1]);
+    }
+    else
     {
         Table table(database, arguments[1]);
         if (arguments.size() > 2)

@@ -13,6 +13,10 @@ namespace
 
 const char kByteOrderMark[] = "\xEF\xBB\xBF";
 
+constexpr TimeForm kForms[] = {TimeForm::Iso, TimeForm::Blank, TimeForm::Number};
+
+char LetterOf(TimeForm form) { return form == TimeForm::Iso ? 'T' : form == TimeForm::Blank ? 'B' : 'N'; }
+
 bool StartsWithMark(std::string_view text) { return text.substr(0, 3) == kByteOrderMark; }
 
 /// The length of the first UTF-8 character, 0 when it is not well-formed.
@@ -44,6 +48,9 @@ std::string CsvStyle::ToText() const
     if (quoteAll) text += " quoted";
     if (!lastLineEnded) text += " open";
     if (byteOrderMark) text += " mark";
+    if (withoutTimes) return text;
+    text += " times:";
+    for (const auto& [field, form] : times) text += std::to_string(field) + LetterOf(form);
     return text;
 }
 
@@ -56,6 +63,31 @@ void CsvStyle::FromText(const std::string& text)
     quoteAll = has(" quoted ");
     lastLineEnded = !has(" open ");
     byteOrderMark = has(" mark ");
+    times.clear();
+    const std::size_t at = words.find(" times:");
+    withoutTimes = at == std::string::npos;
+    if (withoutTimes) return;
+    QZInt64 field = 0;
+    for (std::size_t i = at + 7; words[i] != ' '; ++i)
+    {
+        if (words[i] >= '0' && words[i] <= '9')
+        {
+            field = field < 100000 ? field * 10 + (words[i] - '0') : 0;
+            continue;
+        }
+        for (const TimeForm form : kForms)
+        {
+            if (words[i] == LetterOf(form)) times[field] = form;
+        }
+        field = 0;
+    }
+}
+
+std::optional<TimeForm> CsvStyle::FormOfField(QZInt64 field, QZInt64 type) const
+{
+    if (withoutTimes) return type == QZDataType::TIMESTAMP ? TimeForm::Number : TimeForm::Blank;
+    const auto found = times.find(field);
+    return found == times.end() ? std::nullopt : std::optional<TimeForm>(found->second);
 }
 
 CsvReader::CsvReader(std::string_view text, std::string name) : m_text(text), m_name(std::move(name))

@@ -1,22 +1,34 @@
 #ifndef QZLIB_APPS_QZDB_CSV_H
 #define QZLIB_APPS_QZDB_CSV_H
 
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <qzlib.h>
 
+#include "values.h"
+
 namespace qzdb
 {
 
-/// How a file of comma separated values is written: line ends, quotes, byte order mark.
+/// How a file of comma separated values is written: line ends, quotes, byte order mark, the forms of times.
 struct CsvStyle
 {
     bool crlf = true;
     bool quoteAll = false;
     bool lastLineEnded = true;
     bool byteOrderMark = false;
+    /// The forms in which the file has its times, by the number of the table's field.
+    std::map<QZInt64, TimeForm> times = {};
+    /// The style was stored by a version that did not store the forms: it took a DATETIME with a blank and a
+    /// TIMESTAMP as a number, and nothing else.
+    bool withoutTimes = false;
+
+    /// The form of a field of a type for times.
+    std::optional<TimeForm> FormOfField(QZInt64 field, QZInt64 type) const;
 
     /// The style as words, for storing it, and back. FromText ignores a text that ToText has not made.
     std::string ToText() const;

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "common/private_files.h"
 #include "tool.h"
 
 namespace
@@ -21,6 +22,7 @@ void UseBinaryStreams()
 int main(int argc, char** argv)
 {
     UseBinaryStreams();
+    qzapp::KeepFilesPrivate();
     QZLibInit();
     // The file keeps the state of the last sync when the process is killed at any moment.
     QZFileBuffer::AtomicSync = 1;

@@ -37,9 +37,9 @@ Mark TakeMark(Database& database, const std::string& label)
     return mark;
 }
 
-void GoToMark(Database& database, const Mark& mark)
+void GoToPoint(Database& database, QZInt64 point)
 {
-    if (!database.Channel()->AB_CB(mark.point))
+    if (!database.Channel()->AB_CB(point))
         database.Fail(kExitAccess, "cannot restore: " + CodeName(database.Channel()->G_LE()));
 }
 

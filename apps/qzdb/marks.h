@@ -24,8 +24,8 @@ Mark TakeMark(Database& database, const std::string& label);
 /// The marks in the log's list of marks, oldest first. Failure when it is damaged.
 std::vector<Mark> ReadMarks(Database& database, QZInt64 list);
 
-/// Goes back to the state of a mark. Throws Failure when the engine finds no way there.
-void GoToMark(Database& database, const Mark& mark);
+/// Goes to the state right after a record of the log. Throws Failure when the engine finds no way there.
+void GoToPoint(Database& database, QZInt64 point);
 
 /// The mark in words, for messages.
 std::string MarkText(const Mark& mark);

@@ -176,7 +176,7 @@ std::string NodeDate(Database& database, const Node& node, bool changed)
         Int32Array(database.Content(node.ld, changed ? plan->changed : plan->created));
     if (parts.size() < 8 || parts[0] != 7) return {};
     char text[96];
-    std::snprintf(text, sizeof text, "%04lld-%02lld-%02lld %02lld:%02lld:%02lld", parts[1], parts[2],
+    std::snprintf(text, sizeof text, "%04lld-%02lld-%02lldT%02lld:%02lld:%02lld", parts[1], parts[2],
                   parts[3], parts[4], parts[5], parts[6]);
     return text;
 }

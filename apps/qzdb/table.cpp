@@ -38,12 +38,21 @@ void CheckFieldName(const std::string& name)
         throw Failure{kExitUsage, "the name of a field has 1 to 1024 bytes"};
 }
 
+CsvStyle StoredStyle(Database& database, const Node& types)
+{
+    CsvStyle style;
+    const std::string stored = database.Content(types.ld, FLDTYPE::TEXT);
+    style.FromText(Utf8FromUtf16(stored.data(), stored.size()));
+    return style;
+}
+
 std::vector<TableField> FieldsOf(Database& database, const Node& node)
 {
     const Node types = ReadNode(database, FirstChild(database, node));
     const QZInt64 count = node.format.size() > kLengthIndex ? node.format[kLengthIndex] - kFixedFields : -1;
     if (count < 0 || count + kFirstItem >= static_cast<QZInt64>(node.format.size()))
         database.FailDamaged(node.pd, "a table with an impossible number of fields");
+    const CsvStyle style = StoredStyle(database, types);
     std::vector<TableField> fields;
     for (QZInt64 i = 1; i <= count; ++i)
     {
@@ -52,6 +61,7 @@ std::vector<TableField> FieldsOf(Database& database, const Node& node)
         field.name = Utf8FromUtf16(name.data(), name.size());
         const std::size_t slot = static_cast<std::size_t>(i + kFirstItem);
         if (slot < types.format.size()) field.type = types.format[slot];
+        if (IsTimeType(field.type)) field.form = style.FormOfField(i, field.type);
         fields.push_back(field);
     }
     return fields;
@@ -128,7 +138,7 @@ void Table::AddField(const std::string& name, QZInt64 type)
         m_database.Fail(kExitUsage, "the table has a field \"" + Visible(name) + "\" already");
     const OwnedString text = StringFromUtf8(name);
     m_table->FieldAdd(text.get(), type);
-    m_fields.push_back({name, type});
+    m_fields.push_back({name, type, {}});
 }
 
 QZInt64 Table::Row(const std::string& place)

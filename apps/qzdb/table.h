@@ -1,6 +1,9 @@
 #ifndef QZLIB_APPS_QZDB_TABLE_H
 #define QZLIB_APPS_QZDB_TABLE_H
 
+#include <optional>
+
+#include "csv.h"
 #include "nodes.h"
 
 namespace qzdb
@@ -10,10 +13,15 @@ struct TableField
 {
     std::string name;
     QZInt64 type = 0;
+    /// How an imported file had its times.
+    std::optional<TimeForm> form = {};
 };
 
 /// Fields of a table node, without opening it. Failure when their list is damaged.
 std::vector<TableField> FieldsOf(Database& database, const Node& node);
+
+/// The style that a table's types node holds; the initial one where no file was imported.
+CsvStyle StoredStyle(Database& database, const Node& types);
 
 /// Rows of a table node.
 QZInt64 RowsOf(Database& database, const Node& node);

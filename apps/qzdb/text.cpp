@@ -1,8 +1,6 @@
 #include "text.h"
 
-#include <cerrno>
 #include <chrono>
-#include <cstdlib>
 
 namespace qzdb
 {
@@ -79,12 +77,7 @@ std::string Excerpt(std::string_view bytes, std::size_t limit)
 
 bool ParseNumber(const std::string& text, QZInt64* value)
 {
-    if (text.empty() || text[0] < '0' || text[0] > '9') return false;
-    const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-    char* end = nullptr;
-    errno = 0;
-    *value = std::strtoll(text.c_str(), &end, hex ? 16 : 10);
-    return errno == 0 && *end == 0;
+    return !text.empty() && text[0] >= '0' && text[0] <= '9' && qzapp::ParseAddress(text, value);
 }
 
 std::string Utf8FromNarrow(const std::string& text)
@@ -137,13 +130,6 @@ void PrintHex(std::FILE* out, std::string_view bytes, const char* indent)
         }
         std::fprintf(out, "  %s\n", text.c_str());
     }
-}
-
-std::string TimeText(QZInt64 timestamp)
-{
-    QZString text;
-    QZDateTime(timestamp).ToString(&text);
-    return Utf8(&text);
 }
 
 double Seconds()

@@ -13,6 +13,7 @@
 namespace qzdb
 {
 
+using qzapp::TimeText;
 using qzapp::Utf8;
 using qzapp::Visible;
 
@@ -36,9 +37,6 @@ std::string CodeName(QZInt64 code);
 
 /// Bytes as lines of 16, with offset, hex and text.
 void PrintHex(std::FILE* out, std::string_view bytes, const char* indent);
-
-/// "2024-05-06 07:08:09.123" of a timestamp of the library.
-std::string TimeText(QZInt64 timestamp);
 
 /// Seconds since an arbitrary start, for measuring.
 double Seconds();

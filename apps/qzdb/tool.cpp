@@ -21,8 +21,11 @@ const char kHelpText[] =
     "  qzdb show FILE ADDRESS      shows one record: every field, content as hex\n"
     "  qzdb check FILE             checks every record and names each fault\n"
     "  qzdb snapshot FILE [LABEL]  marks the present state\n"
-    "  qzdb log FILE               the tree of write positions, branches and marks\n"
+    "  qzdb log FILE [--states]    the tree of write positions, branches and marks;\n"
+    "                              with --states each change on a line of its own\n"
     "  qzdb restore FILE MARK      goes to a mark, given by address or label\n"
+    "  qzdb restore FILE @ADDRESS  goes to the state after one change of the log\n"
+    "  qzdb remove FILE NAME       takes the lines of NAME out; they stay in the log\n"
     "\n"
     "Tables; TABLE is a name, or a path such as stock/parts:\n"
     "  qzdb tables FILE            the tables with their fields and rows\n"
@@ -47,6 +50,8 @@ const char kHelpText[] =
     "  qzdb remove FILE TABLE [ROW]\n"
     "                              rows are named by their place, from 1; without ROW\n"
     "                              the table goes\n"
+    "Dates and times are read and written as 2024-05-06T07:08:09.123, read with a\n"
+    "blank for the T too, and exported the way they were imported.\n"
     "\n"
     "  qzdb --help                 this text\n"
     "\n"
@@ -70,7 +75,7 @@ const Command kCommands[] = {
     {"tree", 1, 1, TreeCommand},
     {"show", 2, 2, ShowCommand},
     {"check", 1, 1, CheckCommand},
-    {"log", 1, 1, LogCommand},
+    {"log", 1, 2, LogCommand},
     {"snapshot", 1, 2, SnapshotCommand},
     {"restore", 2, 2, RestoreCommand},
     {"nodes", 1, 1, NodesCommand},

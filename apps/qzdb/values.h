@@ -3,6 +3,7 @@
 
 #include <qzlib.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,17 +32,32 @@ std::string TypeNames();
 OwnedString StringFromUtf8(const std::string& text);
 std::string Utf8FromString(QZString* text);
 
-/// The text of a value. Bytes that are no value of the type become hex digits.
-std::string TextOfValue(const std::string& bytes, QZInt64 type);
+/// How a field of a type for times is written.
+enum class TimeForm
+{
+    Iso,    ///< "2024-05-06T07:08:09", with ".123" behind it where there are milliseconds
+    Blank,  ///< the same with a blank for the "T"
+    Number  ///< the number of a timestamp: milliseconds from the start of year 1
+};
 
-/// The value of a text.
+/// Whether a type is DATETIME or TIMESTAMP, whose values have a form.
+bool IsTimeType(QZInt64 type);
+
+/// The form that a text has which is a value of a type for times.
+TimeForm FormOf(const std::string& text);
+
+/// The text of a value. Bytes that are no value of the type become hex digits.
+std::string TextOfValue(const std::string& bytes, QZInt64 type, TimeForm form = TimeForm::Iso);
+
+/// The value of a text for which IsValue is true.
 OwnedData ValueOfText(const std::string& text, QZInt64 type);
 
-/// Whether the text is a value of the type.
+/// Whether the text is a value of the type. Numbers and times are read by the strict family of QZConvert;
+/// times may have every form.
 bool IsValue(const std::string& text, QZInt64 type);
 
-/// Whether the text is the same after it was stored as this type and read back.
-bool ComesBack(const std::string& text, QZInt64 type);
+/// Whether the text, a value of the type, is the same after it was stored and read back in a form.
+bool ComesBack(const std::string& text, QZInt64 type, TimeForm form);
 
 /// Finds a type from which all values of a column come back unchanged.
 class TypeGuess
@@ -51,9 +67,12 @@ public:
     void Take(const std::string& text);
     /// The type; text when no other type fits, or when there was no value.
     QZInt64 Type() const;
+    /// The form of the first value that could be a time.
+    std::optional<TimeForm> Form() const { return m_form; }
 
 private:
     std::vector<QZInt64> m_left;
+    std::optional<TimeForm> m_form;
     bool m_any = false;
 };
 

@@ -79,13 +79,28 @@ std::string ArgumentBytes(const std::string& word)
     return bytes;
 }
 
+/// Asks whether the memory may be erased. Throws Failure unless the answer is yes.
+void AskForErase(const std::string& port, const Console& console)
+{
+    if (console.in == nullptr)
+        throw Failure{kExitUsage,
+                      "order erase: erases the memory of the device; without a terminal to ask at it "
+                      "needs --yes"};
+    std::fprintf(console.err, "Erase the memory of the device on %s? [y/N] ", Visible(port).c_str());
+    std::fflush(console.err);
+    char line[16] = {};
+    const std::string answer = std::fgets(line, sizeof line, console.in) != nullptr ? line : "";
+    if (answer != "y\n" && answer != "yes\n" && answer != "Y\n")
+        throw Failure{kExitUsage, "order erase: not confirmed, nothing is erased"};
+}
+
 }  // namespace
 
 int ListCommand(const Arguments&, const Options&, const Console& console)
 {
     QZList<QZString>* ports = QZSerial::GetDeviceList();
     for (QZObject* at = ports->GetFirst(); at != nullptr; at = at->LinkNext())
-        std::fprintf(console.out, "%s\n", Utf8(static_cast<QZString*>(at)).c_str());
+        std::fprintf(console.out, "%s\n", Visible(PlainPort(Utf8(static_cast<QZString*>(at)))).c_str());
     QZSerial::Recycle(&ports);
     return kExitGood;
 }
@@ -94,7 +109,7 @@ int ShowCommand(const Arguments& arguments, const Options& options, const Consol
 {
     Device device(arguments[0], options);
     const bool initialised = device->IsDeviceInit() != 0;
-    std::fprintf(console.out, "port           %s\n", Visible(Utf8(device->GetPath())).c_str());
+    std::fprintf(console.out, "port           %s\n", Visible(PlainPort(Utf8(device->GetPath()))).c_str());
     std::fprintf(console.out, "model          %s\n", Visible(Utf8(device->GetModel())).c_str());
     std::fprintf(console.out, "series         %s\n",
                  Visible(TakeText(QZSerialDevice::GetSeries(device->GetModel()))).c_str());
@@ -122,7 +137,7 @@ int GetCommand(const Arguments& arguments, const Options& options, const Console
     const float value = what == "value"         ? device->GetValue(index)
                         : what == "incremental" ? device->GetIncremental(index)
                                                 : device->GetMagnification(index);
-    std::fprintf(console.out, "%.9g\n", static_cast<double>(value));
+    std::fprintf(console.out, "%s\n", qzapp::NumberText(qzapp::Widen(value)).c_str());
     return kExitGood;
 }
 
@@ -171,9 +186,9 @@ int CallCommand(const Arguments& arguments, const Options& options, const Consol
     QZSerialDeviceBuffer result{};
     device->FunExec(function, bytes.data(), static_cast<QZInt64>(bytes.size()), &result);
     const char* first = reinterpret_cast<const char*>(result.Bytes);
-    std::fprintf(console.out, "bytes  %s\ni16    %d\ni32    %d\nfloat  %.9g\n",
+    std::fprintf(console.out, "bytes  %s\ni16    %d\ni32    %d\nfloat  %s\n",
                  HexText({first, protocol::kBufferSize}).c_str(), result.Int16, result.Int32,
-                 static_cast<double>(result.Float));
+                 qzapp::NumberText(qzapp::Widen(result.Float)).c_str());
     return kExitGood;
 }
 
@@ -181,6 +196,9 @@ int ReadCommand(const Arguments& arguments, const Options& options, const Consol
 {
     const QZInt64 address = ParseAddress(arguments[1]);
     const QZInt64 length = ParseInteger(arguments[2], 0, kMemoryLimit - address, "length");
+    const std::string& path = arguments[3];
+    if (!options.force && QZFile::Exists(path.c_str()))
+        throw Failure{kExitAccess, Visible(path) + ": the file is there already; --force writes over it"};
     Device device(arguments[0], options);
     std::string bytes(static_cast<std::size_t>(length), '\0');
     {
@@ -192,7 +210,6 @@ int ReadCommand(const Arguments& arguments, const Options& options, const Consol
             progress.Show(done + size);
         }
     }
-    const std::string& path = arguments[3];
     if (!QZFile::Exists(path.c_str())) QZFile::Create(path.c_str());
     const OwnedFile file(QZFile::Open(path.c_str(), QZFileOptions::ReadWrite | QZFileOptions::Write));
     file->NewSize(0);
@@ -227,11 +244,12 @@ int WriteCommand(const Arguments& arguments, const Options& options, const Conso
     return kExitGood;
 }
 
-int OrderCommand(const Arguments& arguments, const Options& options, const Console&)
+int OrderCommand(const Arguments& arguments, const Options& options, const Console& console)
 {
     const std::string& order = arguments[1];
     if (order != "init" && order != "sync" && order != "restart" && order != "erase")
         throw Failure{kExitUsage, "order: \"" + Visible(order) + "\" is not init, sync, restart or erase"};
+    if (order == "erase" && !options.yes) AskForErase(arguments[0], console);
     Device device(arguments[0], options);
     if (order == "init")
         device->InitDevice();

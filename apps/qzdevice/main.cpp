@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 
+#include "common/private_files.h"
 #include "tool.h"
 
 namespace
@@ -21,7 +22,10 @@ int main(int argc, char** argv)
     std::signal(SIGINT, Stop);
     std::signal(SIGTERM, Stop);
     QZLibInit();
-    const qzdevice::Console console{stdout, stderr, isatty(2) != 0, &g_stop};
+    qzapp::KeepFilesPrivate();
+    // A question needs a person at both ends.
+    const bool person = isatty(0) != 0 && isatty(2) != 0;
+    const qzdevice::Console console{stdout, stderr, isatty(2) != 0, &g_stop, person ? stdin : nullptr};
     const int code = qzdevice::RunTool(qzdevice::Arguments(argv + 1, argv + argc), console);
     QZLibDispose();
     return code;

@@ -133,7 +133,7 @@ void TakeOption(const std::string& option, const std::string& value, Simulation*
         controller.memory.assign(static_cast<std::size_t>(ParseInteger(value, 0, 1 << 28, "--memory")),
                                  protocol::kErased);
     else if (option == "--for")
-        simulation->seconds = static_cast<double>(ParseFloat(value, "--for"));
+        simulation->seconds = ParseSeconds(value, "--for");
     else if (option == "--fault")
         controller.Inject(ParseFault(value));
     else

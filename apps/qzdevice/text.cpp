@@ -13,6 +13,11 @@ std::string TakeMessage(QZException* exception)
     return Visible(message);
 }
 
+std::string PlainPort(const std::string& name)
+{
+    return name.compare(0, 5, "\\\\.\\/") == 0 ? name.substr(4) : name;
+}
+
 std::string HexText(std::string_view bytes)
 {
     std::string text;

@@ -21,6 +21,10 @@ using qzapp::Visible;
 /// library.
 std::string TakeMessage(QZException* exception);
 
+/// The name of a port as its user writes it: the path of a device file, without the prefix that the library
+/// puts before it.
+std::string PlainPort(const std::string& name);
+
 /// "48 65 6C".
 std::string HexText(std::string_view bytes);
 

@@ -2,9 +2,6 @@
 
 #include <qzlib.h>
 
-#include <cerrno>
-#include <cstdlib>
-
 #include "text.h"
 
 namespace qzdevice
@@ -34,6 +31,8 @@ const char kHelpText[] =
     "  --timeout MS     how long to wait for the device, 2000 if not given\n"
     "  --no-checksum    leaves the checksums of calls and results out\n"
     "  --no-verify      read and write: leaves the checksums of blocks out\n"
+    "  --force          read: writes over a file that is there\n"
+    "  --yes            order erase: does not ask first; needed without a terminal\n"
     "\n"
     "Options of simulate:\n"
     "  --port PORT      serves a port of this machine; without it a pseudo-terminal\n"
@@ -48,8 +47,8 @@ const char kHelpText[] =
     "                   WHERE: a command byte in hex, or data; WHAT: a status byte in\n"
     "                   hex, flip (the answer is wrong), mute (there is none)\n"
     "\n"
-    "Exit codes: 0 good, 1 the device refused, 2 usage, 3 a port, the line or a\n"
-    "file failed.\n";
+    "Exit codes: 0 good, 1 the device refused, 2 usage (also: not confirmed), 3 a\n"
+    "port, the line or a file failed (also: the file of read is there already).\n";
 
 struct Command
 {
@@ -83,6 +82,10 @@ Options TakeOptions(Arguments* words)
             options.checksum = false;
         else if (word == "--no-verify")
             options.verify = false;
+        else if (word == "--yes")
+            options.yes = true;
+        else if (word == "--force")
+            options.force = true;
         else if (word.compare(0, 2, "--") == 0)
             throw Failure{kExitUsage, "unknown option \"" + Visible(word) + "\"; see qzdevice --help"};
         else
@@ -126,13 +129,15 @@ int Run(const Arguments& arguments, const Console& console)
 
 long long ParseInteger(const std::string& text, long long least, long long most, const char* what)
 {
-    errno = 0;
-    char* end = nullptr;
-    const bool hex = text.compare(0, 2, "0x") == 0 || text.compare(0, 3, "-0x") == 0;
-    const long long value = std::strtoll(text.c_str(), &end, hex ? 16 : 10);
-    const bool blank = text.empty() || text[0] == ' ' || text[0] == '+';
-    if (blank || *end != 0 || errno != 0 || value < least || value > most)
-        throw Failure{kExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number that fits"};
+    const bool negative = text.compare(0, 3, "-0x") == 0;
+    QZInt64 value = 0;
+    if (!qzapp::ParseAddress(negative ? text.substr(1) : text, &value))
+        throw Failure{kExitUsage,
+                      std::string(what) + ": \"" + Visible(text) + "\" is no whole number, decimal or 0x"};
+    if (negative) value = -value;
+    if (value < least || value > most)
+        throw Failure{kExitUsage, std::string(what) + ": " + Visible(text) + " is not from " +
+                                      std::to_string(least) + " to " + std::to_string(most)};
     return value;
 }
 
@@ -150,10 +155,22 @@ long long ParseBaud(const std::string& text)
 
 float ParseFloat(const std::string& text, const char* what)
 {
-    char* end = nullptr;
-    const float value = std::strtof(text.c_str(), &end);
-    if (text.empty() || *end != 0)
-        throw Failure{kExitUsage, std::string(what) + ": \"" + Visible(text) + "\" is no number"};
+    float value = 0;
+    double wide = 0;
+    if (qzapp::ParseFinite(text, &value)) return value;
+    throw Failure{kExitUsage,
+                  std::string(what) + ": \"" + Visible(text) +
+                      (qzapp::ParseFinite(text, &wide) ? "\" is too large for the device, which has "
+                                                         "numbers up to 3.4e38"
+                                                       : "\" is no number")};
+}
+
+double ParseSeconds(const std::string& text, const char* what)
+{
+    double value = 0;
+    if (!qzapp::ParseFinite(text, &value) || value < 0)
+        throw Failure{kExitUsage,
+                      std::string(what) + ": \"" + Visible(text) + "\" is no number of seconds from 0 on"};
     return value;
 }
 

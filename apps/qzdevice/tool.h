@@ -29,6 +29,8 @@ struct Console
     bool terminal;
     /// Set from outside to end a simulation.
     const std::atomic<bool>* stop;
+    /// Where a person answers a question; null when nobody does.
+    std::FILE* in = nullptr;
 };
 
 /// The values of the options.
@@ -38,6 +40,8 @@ struct Options
     int timeout = 2000;
     bool checksum = true;
     bool verify = true;
+    bool yes = false;
+    bool force = false;
 };
 
 /// Runs the program. `arguments` begins with the command; the library is running.
@@ -62,8 +66,11 @@ long long ParseInteger(const std::string& text, long long least, long long most,
 /// One of the speeds of a line.
 long long ParseBaud(const std::string& text);
 
-/// A floating-point number that fills the text. @throws Failure with `what` in its text
+/// A number that fills the text and fits a float. @throws Failure with `what` in its text
 float ParseFloat(const std::string& text, const char* what);
+
+/// A number from 0 on that fills the text. @throws Failure with `what` in its text
+double ParseSeconds(const std::string& text, const char* what);
 
 }  // namespace qzdevice
 

@@ -1,7 +1,5 @@
 #include "device.h"
 
-#include <charconv>
-
 #include "common/owned.h"
 
 namespace qzmon
@@ -13,16 +11,20 @@ namespace
 /// How long to wait for an answer byte, in milliseconds.
 constexpr int kTimeout = 1000;
 
-/// The double with the shortest digits of a float, so that 1.1 stays 1.1.
-double Widen(float value)
+using qzapp::Widen;
+
+std::string InWords(const Correction& correction)
 {
-    char text[64];
-    const std::to_chars_result end = std::to_chars(text, text + sizeof text, value);
-    double wide = 0;
-    return ParseNumber(std::string(text, end.ptr), &wide) ? wide : static_cast<double>(value);
+    return "offset " + NumberText(correction.offset) + ", gain " + NumberText(correction.gain);
 }
 
 }  // namespace
+
+std::string SetMessage(const std::string& name, const Correction& asked, const Correction& got)
+{
+    if (asked == got) return name + ": " + InWords(got) + ", read back from the device.";
+    return name + ": asked for " + InWords(asked) + ", but the device has " + InWords(got) + ".";
+}
 
 void Device::Connect(const std::string& port, QZInt64 baud)
 {
@@ -117,18 +119,23 @@ std::vector<Correction> Device::ReadCorrections()
     return Use([this] {
         std::vector<Correction> all;
         all.reserve(static_cast<std::size_t>(m_channels));
-        for (int i = 0; i < m_channels; ++i)
-            all.push_back({Widen(m_device->GetIncremental(i)), Widen(m_device->GetMagnification(i))});
+        for (int i = 0; i < m_channels; ++i) all.push_back(ReadCorrection(i));
         return all;
     });
 }
 
-void Device::Write(int channel, const Correction& correction)
+Correction Device::ReadCorrection(int channel)
 {
-    Use([&] {
+    return {Widen(m_device->GetIncremental(channel)), Widen(m_device->GetMagnification(channel))};
+}
+
+Correction Device::Write(int channel, const Correction& correction)
+{
+    return Use([&] {
         m_device->SetIncremental(channel, static_cast<float>(correction.offset));
         m_device->SetMagnification(channel, static_cast<float>(correction.gain));
         m_device->Sync();
+        return ReadCorrection(channel);
     });
 }
 

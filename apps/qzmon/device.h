@@ -11,6 +11,9 @@
 namespace qzmon
 {
 
+/// What the device has after a set, and what was asked for where that is another.
+std::string SetMessage(const std::string& name, const Correction& asked, const Correction& got);
+
 /// The controller at the end of a serial line. Any thread may call; operations run one at a time. They throw
 /// what QZSerialDevice throws, and close the line before that.
 class Device
@@ -32,12 +35,14 @@ public:
 
     std::vector<double> Read();
     std::vector<Correction> ReadCorrections();
-    /// Throws Failure 503 without a connection.
-    void Write(int channel, const Correction& correction);
+    /// Sets the correction of a channel. Returns what the device answers when it is asked for it then. Throws
+    /// Failure 503 without a connection.
+    Correction Write(int channel, const Correction& correction);
 
 private:
     template <typename Work>
     auto Use(Work work);
+    Correction ReadCorrection(int channel);
 
     const int m_channels;
     std::recursive_mutex m_lock;

@@ -1,26 +1,37 @@
 #include "json_writer.h"
 
+#include <cmath>
 #include <cstdio>
 
 namespace qzmon
 {
 
+void JsonWriter::Escape(unsigned unit)
+{
+    char escape[8];
+    std::snprintf(escape, sizeof escape, "\\u%04x", unit & 0xFFFF);
+    m_text += escape;
+}
+
 void JsonWriter::Quote(std::string_view text)
 {
+    constexpr unsigned kReplacement = 0xFFFD;
     m_text.push_back('"');
-    for (const char c : text)
+    for (std::size_t at = 0; at < text.size();)
     {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\')
+        unsigned point = 0;
+        const std::size_t length = TakeUtf8(text.substr(at), &point);
+        const char c = text[at];
+        const bool line = point == 0x2028 || point == 0x2029;
+        if (length == 0)
+            Escape(kReplacement);
+        else if (c == '"' || c == '\\')
             m_text.append(1, '\\').push_back(c);
-        else if (byte >= 0x20)
-            m_text.push_back(c);
+        else if (point < 0x20 || (point >= 0x7F && point < 0xA0) || line || c == '<' || c == '>' || c == '&')
+            Escape(point);
         else
-        {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", byte);
-            m_text += escape;
-        }
+            m_text += text.substr(at, length);
+        at += length == 0 ? 1 : length;
     }
     m_text.push_back('"');
 }
@@ -66,7 +77,7 @@ JsonWriter& JsonWriter::Add(const char* name, QZInt64 value)
 JsonWriter& JsonWriter::Add(const char* name, double value)
 {
     Name(name);
-    m_text += NumberText(value);
+    m_text += std::isfinite(value) ? NumberText(value) : "null";
     return *this;
 }
 

@@ -6,7 +6,9 @@
 namespace qzmon
 {
 
-/// Writes a JSON text from left to right.
+/// Writes a JSON text from left to right. Texts are UTF-8. Everything in them is escaped that a reader could
+/// take for something else: quotes, backslashes, control characters, line separators, and what begins or ends
+/// a tag or an entity of a page. Bytes that are no UTF-8 become U+FFFD. A number that is not finite is null.
 class JsonWriter
 {
 public:
@@ -27,6 +29,7 @@ public:
 private:
     void Name(const char* name);
     void Quote(std::string_view text);
+    void Escape(unsigned unit);
     JsonWriter& Begin(char bracket, const char* name);
     JsonWriter& End(char bracket);
 

@@ -1,8 +1,10 @@
 // qzmon: reads an instrument controller, stores what it measures, and shows it in a browser.
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 
+#include "common/private_files.h"
 #include "monitor.h"
 #include "platform.h"
 #include "server.h"
@@ -64,20 +66,47 @@ Options ParseOptions(int argc, char** argv)
             *target = value;
             known = true;
         }
-        if (option == "--for") known = qzmon::ParseNumber(value, &options.seconds) && options.seconds > 0;
-        if (!known) throw Failure{2, option + " " + value + ": not understood; see qzmon --help"};
+        if (option == "--for")
+        {
+            known = true;
+            if (!qzmon::ParseFinite(value, &options.seconds) || options.seconds <= 0)
+                throw Failure{2, "--for: \"" + value + "\" is no number of seconds above 0"};
+        }
+        if (!known) throw Failure{2, option + " is no option; see qzmon --help"};
     }
     return options;
 }
 
 /// The number of an option, or of the setting when the option is empty.
-QZInt64 Choose(const std::string& text, qzmon::Settings* settings, const char* name, QZInt64 most)
+QZInt64 Choose(const char* option, const std::string& text, qzmon::Settings* settings, const char* name,
+               QZInt64 most)
 {
     if (text.empty()) return settings->Number(name);
     QZInt64 value = 0;
     if (!qzmon::ParseInteger(text, &value) || value < 0 || value > most)
-        throw Failure{2, "\"" + text + "\" is no number from 0 to " + std::to_string(most)};
+        throw Failure{2, std::string(option) + ": \"" + text + "\" is no whole number from 0 to " +
+                             std::to_string(most)};
     return value;
+}
+
+/// Throws Failure unless the text is four numbers of a byte each with points between them.
+void CheckAddress(const std::string& text)
+{
+    std::size_t numbers = 0;
+    std::size_t at = 0;
+    while (at <= text.size())
+    {
+        const std::size_t end = std::min(text.find('.', at), text.size());
+        QZInt64 number = 0;
+        const std::string digits = text.substr(at, end - at);
+        if (digits.find_first_not_of("0123456789") != std::string::npos ||
+            !qzmon::ParseInteger(digits, &number) || number > 255)
+            break;
+        ++numbers;
+        at = end + 1;
+    }
+    if (numbers != 4 || at != text.size() + 1)
+        throw Failure{2, "--bind: \"" + text + "\" is no address such as 127.0.0.1"};
 }
 
 /// 32 hexadecimal digits that nobody can guess; empty when the system has no random numbers.
@@ -97,7 +126,11 @@ std::string RandomToken()
 /// The token of the settings; a new one is made and stored where there is none.
 std::string MakeToken(qzmon::Settings* settings)
 {
+    constexpr const char* kAllowed = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz-";
     std::string token = settings->Get("http-token");
+    // It goes into an address and into a cookie.
+    if (token.find_first_not_of(kAllowed) != std::string::npos)
+        throw Failure{1, "qzmon.ini: \"http-token\" takes letters, digits, - and _ alone"};
     if (token.size() >= 16) return token;
     token = RandomToken();
     if (token.empty()) throw Failure{1, "the system has no random numbers for a token"};
@@ -128,14 +161,20 @@ void Serve(const Options& options)
     qzmon::Settings settings("qzmon.ini");
     qzmon::Session session;
     session.line = options.port.empty() ? settings.Get("serial-line") : options.port;
-    session.baud = Choose(options.baud, &settings, "baud", 10000000);
-    const QZInt64 port = Choose(options.http, &settings, "http-port", 65535);
+    session.baud = Choose("--baud", options.baud, &settings, "baud", 10000000);
+    const QZInt64 port = Choose("--http", options.http, &settings, "http-port", 65535);
     const std::string bind = options.bind.empty() ? settings.Get("http-bind") : options.bind;
+    CheckAddress(bind);
     const bool loopback = bind.rfind("127.", 0) == 0;
     const std::string token = loopback ? std::string() : MakeToken(&settings);
 
     qzmon::Monitor monitor(&settings, session);
     Say(monitor.Start());
+    for (const std::string& complaint : settings.Complaints())
+    {
+        Say(complaint);
+        monitor.Log(complaint);
+    }
     {
         qzmon::LogReport report(&monitor, "HTTP server");
         qzmon::Server server(&monitor, &report, bind, static_cast<QZUInt16>(port), token);
@@ -174,12 +213,12 @@ int Run(int argc, char** argv)
     }
     catch (const Failure& failure)
     {
-        std::fprintf(stderr, "qzmon: %s\n", failure.text.c_str());
+        std::fprintf(stderr, "qzmon: %s\n", qzmon::Visible(failure.text).c_str());
         return failure.status == 2 ? 2 : 1;
     }
     catch (QZException* e)
     {
-        std::fprintf(stderr, "qzmon: %s\n", qzmon::TakeMessage(e).c_str());
+        std::fprintf(stderr, "qzmon: %s\n", qzmon::Visible(qzmon::TakeMessage(e)).c_str());
         return 1;
     }
 }
@@ -188,6 +227,7 @@ int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    qzapp::KeepFilesPrivate();
     qzmon::CatchSignals(&g_stop);
     QZLibInit();
     const int code = Run(argc, argv);

@@ -249,7 +249,7 @@ void Monitor::SyncStep()
     }
 }
 
-void Monitor::SnapshotStep() { TakeSnapshot("by itself"); }
+void Monitor::SnapshotStep() { TakeSnapshot("by itself " + TimeText(QZEnvironment::GetCurrentTimestamp())); }
 
 Status Monitor::GetStatus()
 {
@@ -277,14 +277,16 @@ Sample Monitor::Latest()
     return m_recent.empty() ? Sample() : m_recent.back();
 }
 
-void Monitor::SetCorrection(int channel, const Correction& correction)
+Channel Monitor::SetCorrection(QZInt64 channel, const Correction& correction)
 {
     Status status = GetStatus();
     if (channel < 0 || static_cast<std::size_t>(channel) >= status.channels.size())
-        throw Failure{404, "There is no such channel."};
+        throw Failure{404, "There is no channel " + std::to_string(channel) + "."};
+    const std::size_t index = static_cast<std::size_t>(channel);
+    Channel changed = status.channels[index];
     try
     {
-        m_device.Write(channel, correction);
+        changed.correction = m_device.Write(static_cast<int>(channel), correction);
     }
     catch (QZException* e)
     {
@@ -292,14 +294,11 @@ void Monitor::SetCorrection(int channel, const Correction& correction)
         Lost(why);
         throw Failure{503, "The device did not take it: " + why};
     }
-    Channel& changed = status.channels[static_cast<std::size_t>(channel)];
-    changed.correction = correction;
     std::vector<std::string> names;
     std::vector<Correction> corrections;
     {
         const std::lock_guard<std::mutex> guard(m_lock);
-        if (static_cast<std::size_t>(channel) < m_status.channels.size())
-            m_status.channels[static_cast<std::size_t>(channel)].correction = correction;
+        if (index < m_status.channels.size()) m_status.channels[index].correction = changed.correction;
         for (const Channel& each : m_status.channels)
         {
             names.push_back(each.name);
@@ -307,8 +306,8 @@ void Monitor::SetCorrection(int channel, const Correction& correction)
         }
     }
     m_store.SetCorrections(names, corrections);
-    Log("Parameters of " + changed.name + ": offset " + NumberText(correction.offset) + ", gain " +
-        NumberText(correction.gain));
+    Log("Parameters of " + SetMessage(changed.name, correction, changed.correction));
+    return changed;
 }
 
 Snapshot Monitor::TakeSnapshot(const std::string& label)
@@ -318,7 +317,7 @@ Snapshot Monitor::TakeSnapshot(const std::string& label)
     return snapshot;
 }
 
-void Monitor::Restore(QZInt64 id)
+std::string Monitor::Restore(QZInt64 id)
 {
     m_store.Restore(id);
     FillRecent();
@@ -330,20 +329,42 @@ void Monitor::Restore(QZInt64 id)
             m_status.channels[i].correction = kept[i];
     }
     Log("Restored a snapshot.");
-    if (!m_device.IsConnected()) return;
+    if (!m_device.IsConnected()) return "The device gets its parameters when it is connected again.";
     try
     {
-        for (std::size_t i = 0; i < kept.size(); ++i) m_device.Write(static_cast<int>(i), kept[i]);
-        const std::lock_guard<std::mutex> guard(m_lock);
-        m_sendCorrections = false;
+        return SendCorrections(kept);
     }
     catch (QZException* e)
     {
         // They are sent when the device is connected again.
-        Lost(TakeMessage(e));
+        const std::string why = TakeMessage(e);
+        Lost(why);
+        return "The device did not take its parameters: " + why;
     }
-    catch (const Failure&)
-    {}
+    catch (const Failure& failure)
+    {
+        return failure.text;
+    }
+}
+
+std::string Monitor::SendCorrections(const std::vector<Correction>& kept)
+{
+    std::string note;
+    for (std::size_t i = 0; i < kept.size(); ++i)
+    {
+        const Correction got = m_device.Write(static_cast<int>(i), kept[i]);
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (i >= m_status.channels.size()) continue;
+        m_status.channels[i].correction = got;
+        if (got != kept[i])
+            note += (note.empty() ? "" : " ") + SetMessage(m_status.channels[i].name, kept[i], got);
+    }
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_sendCorrections = false;
+    }
+    if (!note.empty()) Log(note);
+    return note;
 }
 
 void Monitor::Plug(bool plugged)
@@ -359,12 +380,13 @@ void Monitor::ChangeSetting(const std::string& name, const std::string& value)
     if (name == "sample-ms") m_sampleTask->Begin(m_settings->Number("sample-ms"), false);
     if (name == "snapshot-minutes")
         m_snapshotTask->Begin(m_settings->Number("snapshot-minutes") * kMinute, true);
-    Log("Setting " + name + " is " + value);
+    Log("Setting " + name + " is " + m_settings->Get(name.c_str()));
 }
 
 void Monitor::Log(const std::string& text)
 {
-    QZString entry = Text(text);
+    // An entry is one line, whatever a label or a device has in its text.
+    QZString entry = Text(Visible(text));
     try
     {
         m_log->Write(&entry);
@@ -389,17 +411,21 @@ std::vector<std::pair<std::string, std::string>> Monitor::LogEntries(std::size_t
                                                     static_cast<QZInt64>(text.size()))));
     file.reset();
 
-    const std::string begin = "------------------------------- BEGIN ";
+    // The lines around an entry begin with these. A line feed before them keeps what an entry itself holds
+    // apart.
+    text.insert(0, 1, '\n');
+    const std::string begin = "\n------------------------------- BEGIN ";
     for (std::size_t at = text.find(begin); at != std::string::npos; at = text.find(begin, at))
     {
         at += begin.size();
         const std::size_t line = text.find('\n', at);
-        const std::size_t end = text.find("-------------------------------  END", at);
+        const std::size_t end = text.find("\n-------------------------------  END", at);
         if (line == std::string::npos || end == std::string::npos) break;
-        const std::string time = text.substr(at, text.find(" ---", at) - at);
-        std::string body = text.substr(line + 1, end - line - 1);
+        const std::string written = text.substr(at, text.find(" ---", at) - at);
+        QZInt64 time = 0;
+        std::string body = text.substr(line + 1, end > line ? end - line - 1 : 0);
         while (!body.empty() && (body.back() == '\n' || body.back() == '\r')) body.pop_back();
-        entries.insert(entries.begin(), {time, body});
+        entries.insert(entries.begin(), {qzapp::ParseTime(written, &time) ? TimeText(time) : written, body});
     }
     if (entries.size() > count) entries.resize(count);
     return entries;

@@ -77,9 +77,14 @@ public:
     /// The latest sample; its time is 0 without one.
     Sample Latest();
 
-    void SetCorrection(int channel, const Correction& correction);
+    /// Sets the correction of a channel. Returns the channel with what the device has then, which may be
+    /// another correction than the one that was asked for: a device has floats.
+    Channel SetCorrection(QZInt64 channel, const Correction& correction);
+    /// Throws Failure 409 when a snapshot has that label; any number of them may have none.
     Snapshot TakeSnapshot(const std::string& label);
-    void Restore(QZInt64 id);
+    /// Goes back to a snapshot and sends its corrections to the device. Returns in words where the device has
+    /// others then; empty where it has not.
+    std::string Restore(QZInt64 id);
     void Plug(bool plugged);
     void ChangeSetting(const std::string& name, const std::string& value);
 
@@ -100,6 +105,7 @@ private:
     void Connect();
     void Lost(const std::string& why);
     void FillRecent();
+    std::string SendCorrections(const std::vector<Correction>& kept);
 
     Settings* m_settings;
     const Session m_session;

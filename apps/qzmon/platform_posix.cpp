@@ -4,11 +4,13 @@
 #include <sys/random.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "common/text.h"
 #include "platform.h"
 
 namespace qzmon
@@ -20,6 +22,16 @@ namespace
 std::atomic<bool>* g_stop = nullptr;
 
 void Stop(int) { g_stop->store(true); }
+
+/// The number in a line such as "VmRSS:     1234 kB".
+long long FigureIn(const std::string& line)
+{
+    const char* const digits = "0123456789";
+    const std::size_t first = std::min(line.find_first_of(digits), line.size());
+    QZInt64 value = 0;
+    qzapp::ParseInteger(line.substr(first, line.find_first_not_of(digits, first) - first), &value);
+    return value;
+}
 
 }  // namespace
 
@@ -61,8 +73,8 @@ ProcessFigures MeasureProcess()
         char line[256];
         while (std::fgets(line, sizeof line, status) != nullptr)
         {
-            if (std::strncmp(line, "VmRSS:", 6) == 0) figures.memory = std::atoll(line + 6) * 1024;
-            if (std::strncmp(line, "Threads:", 8) == 0) figures.threads = std::atoll(line + 8);
+            if (std::strncmp(line, "VmRSS:", 6) == 0) figures.memory = FigureIn(line) * 1024;
+            if (std::strncmp(line, "Threads:", 8) == 0) figures.threads = FigureIn(line);
         }
         std::fclose(status);
     }

@@ -73,35 +73,9 @@ void AddAddress(QZHttpRequest* request, Fields* fields)
 
 void AddBody(QZHttpRequest* request, Fields* fields)
 {
-    if (request->GetContent()->GetSize() == 0) return;
-    QZJsonValue* value = nullptr;
-    try
-    {
-        QZString* text = request->GetContentString();
-        try
-        {
-            value = QZJsonFactory::DeserializeObject(text);
-        }
-        catch (QZException*)
-        {
-            request->Recycle(&text);
-            throw;
-        }
-        request->Recycle(&text);
-    }
-    catch (QZException* e)
-    {
-        throw Failure{400, "The body of the request is no JSON: " + TakeMessage(e)};
-    }
-    if (value == nullptr || value->GetType() != QZJsonObject::Type)
-    {
-        if (value != nullptr) QZJsonFactory::Recycle(&value);
-        throw Failure{400, "The body of the request is no JSON object."};
-    }
-    QZJsonObject* object = static_cast<QZJsonObject*>(value);
-    for (QZInt64 i = 0; i < object->AttrCount(); ++i)
-        (*fields)[Utf8(object->GetAttrName(i))] = Utf8(object->GetAttrValue(i)->Val());
-    QZJsonFactory::Recycle(&value);
+    const std::string body = qzapp::BytesOf(request->GetContent());
+    if (body.empty()) return;
+    for (const auto& [name, value] : ReadJsonObject(body)) (*fields)[name] = value;
 }
 
 /// Compares two tokens. The time does not depend on where they differ, so that it does not give a token away.

@@ -2,16 +2,13 @@
 #define QZLIB_APPS_QZMON_SERVER_H
 
 #include <functional>
-#include <map>
 #include <string>
 
+#include "json_reader.h"
 #include "monitor.h"
 
 namespace qzmon
 {
-
-/// Parameters of a request: of its address, and of a body that is a JSON object.
-using Fields = std::map<std::string, std::string>;
 
 /// Serves the page and the data that the page asks for. It answers only the addresses in its table; no path
 /// of a request reaches the file system.
@@ -19,6 +16,8 @@ using Fields = std::map<std::string, std::string>;
 /// A request that changes something needs the header "X-Qzmon", which a page of another site cannot send. On
 /// the loopback, the Host header has to be a name of the loopback. On any other address, each request needs
 /// the token.
+///
+/// The fields of a request are the parameters of its address and those of a body that is a JSON object.
 class Server : public QZHttpServerEngine
 {
 public:

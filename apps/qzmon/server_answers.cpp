@@ -20,30 +20,43 @@ std::string FieldOf(const Fields& fields, const char* name)
     return found == fields.end() ? std::string() : found->second;
 }
 
+std::string RequiredField(const Fields& fields, const char* name)
+{
+    if (fields.find(name) == fields.end()) throw Failure{400, "\"" + std::string(name) + "\" is missing."};
+    return FieldOf(fields, name);
+}
+
+QZInt64 WholeOf(const char* name, const std::string& text)
+{
+    QZInt64 value = 0;
+    if (!ParseInteger(text, &value))
+        throw Failure{400, "\"" + std::string(name) + "\" takes a whole number, not \"" + text + "\"."};
+    return value;
+}
+
+/// A number that is brought into its range; the initial one where the field is missing or empty.
 QZInt64 NumberOf(const Fields& fields, const char* name, QZInt64 initial, QZInt64 least, QZInt64 most)
 {
     const std::string text = FieldOf(fields, name);
-    QZInt64 value = initial;
-    if (text.empty()) return initial;
-    if (!ParseInteger(text, &value))
-        throw Failure{400, "\"" + std::string(name) + "\" takes a whole number."};
-    return std::clamp(value, least, most);
+    return text.empty() ? initial : std::clamp(WholeOf(name, text), least, most);
 }
 
 double RealOf(const Fields& fields, const char* name)
 {
     constexpr double kMost = 1e6;
+    const std::string text = RequiredField(fields, name);
     double value = 0;
-    if (!ParseNumber(FieldOf(fields, name), &value) || value > kMost || value < -kMost)
-        throw Failure{400, "\"" + std::string(name) + "\" takes a number from -1000000 to 1000000."};
+    if (!ParseFinite(text, &value) || value > kMost || value < -kMost)
+        throw Failure{400, "\"" + std::string(name) + "\" takes a number from -1000000 to 1000000, not \"" +
+                               text + "\"."};
     return value;
 }
 
-QZInt64 RequiredId(const Fields& fields)
+QZInt64 RequiredId(const Fields& fields) { return WholeOf("id", RequiredField(fields, "id")); }
+
+void AddCorrection(JsonWriter* json, const Correction& correction)
 {
-    const QZInt64 id = NumberOf(fields, "id", 0, 0, INT64_MAX);
-    if (id == 0) throw Failure{400, "\"id\" is missing."};
-    return id;
+    json->Add("offset", correction.offset).Add("gain", correction.gain);
 }
 
 void AddTable(JsonWriter* json, const TablePage& table)
@@ -73,7 +86,7 @@ void AddCaches(JsonWriter* json, QZJsonObject* status)
     for (QZInt64 i = 0; i < status->AttrCount(); ++i)
     {
         double count = 0;
-        ParseNumber(Utf8(status->GetAttrValue(i)->Val()), &count);
+        ParseFinite(Utf8(status->GetAttrValue(i)->Val()), &count);
         json->Add(Utf8(status->GetAttrName(i)).c_str(), static_cast<QZInt64>(count));
     }
 }
@@ -166,7 +179,8 @@ Server::Answer Server::GetStatusJson(const Fields&)
         const Channel& channel = status.channels[i];
         json.Open().Add("name", channel.name).Add("color", ChannelColor(static_cast<int>(i)));
         if (i < latest.values.size()) json.Add("value", latest.values[i]);
-        json.Add("offset", channel.correction.offset).Add("gain", channel.correction.gain).Close();
+        AddCorrection(&json, channel.correction);
+        json.Close();
     }
     Answer answer;
     answer.body = json.CloseList().Close().Str();
@@ -210,11 +224,11 @@ Server::Answer Server::GetParameters(const Fields&)
     JsonWriter json;
     json.Open().OpenList("channels");
     for (const Channel& channel : status.channels)
-        json.Open()
-            .Add("name", channel.name)
-            .Add("offset", channel.correction.offset)
-            .Add("gain", channel.correction.gain)
-            .Close();
+    {
+        json.Open().Add("name", channel.name);
+        AddCorrection(&json, channel.correction);
+        json.Close();
+    }
     Answer answer;
     answer.body = json.CloseList().Close().Str();
     return answer;
@@ -222,12 +236,22 @@ Server::Answer Server::GetParameters(const Fields&)
 
 Server::Answer Server::SetParameter(const Fields& fields)
 {
-    const QZInt64 channel = NumberOf(fields, "channel", -1, -1, 1000);
-    Correction correction;
-    correction.offset = RealOf(fields, "offset");
-    correction.gain = RealOf(fields, "gain");
-    m_monitor->SetCorrection(static_cast<int>(channel), correction);
-    return GetParameters(fields);
+    const QZInt64 channel = WholeOf("channel", RequiredField(fields, "channel"));
+    Correction asked;
+    asked.offset = RealOf(fields, "offset");
+    asked.gain = RealOf(fields, "gain");
+    const Channel set = m_monitor->SetCorrection(channel, asked);
+    JsonWriter json;
+    json.Open().Add("name", set.name);
+    AddCorrection(&json, set.correction);
+    json.Open("asked");
+    AddCorrection(&json, asked);
+    json.Close()
+        .Add("agrees", asked == set.correction)
+        .Add("message", SetMessage(set.name, asked, set.correction));
+    Answer answer;
+    answer.body = json.Close().Str();
+    return answer;
 }
 
 Server::Answer Server::GetSnapshots(const Fields&)
@@ -278,9 +302,9 @@ Server::Answer Server::GetPreview(const Fields& fields)
 
 Server::Answer Server::Restore(const Fields& fields)
 {
-    m_monitor->Restore(RequiredId(fields));
+    const std::string note = m_monitor->Restore(RequiredId(fields));
     Answer answer;
-    answer.body = Done();
+    answer.body = JsonWriter().Open().Add("done", true).Add("note", note).Close().Str();
     return answer;
 }
 
@@ -357,7 +381,11 @@ Server::Answer Server::SetSetting(const Fields& fields)
 
 Server::Answer Server::Plug(const Fields& fields)
 {
-    m_monitor->Plug(FieldOf(fields, "plugged") != "false");
+    const std::string text = RequiredField(fields, "plugged");
+    QZBool plugged = 0;
+    if (!QZConvert::ParseBool(text.c_str(), &plugged))
+        throw Failure{400, "\"plugged\" takes true or false, not \"" + text + "\"."};
+    m_monitor->Plug(plugged != 0);
     Answer answer;
     answer.body = Done();
     return answer;

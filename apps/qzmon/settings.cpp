@@ -1,6 +1,7 @@
 #include "settings.h"
 
 #include "common/owned.h"
+#include "common/private_files.h"
 
 namespace qzmon
 {
@@ -12,6 +13,20 @@ namespace
 std::string Line(const Setting& setting)
 {
     return std::string(setting.name) + "=" + setting.initial + "; " + setting.comment + "\r\n";
+}
+
+bool ReadNumber(const Setting& setting, const std::string& text, QZInt64* value)
+{
+    QZInt64 number = 0;
+    if (!ParseInteger(text, &number) || number < setting.least || number > setting.most) return false;
+    *value = number;
+    return true;
+}
+
+std::string Range(const Setting& setting)
+{
+    return "\"" + std::string(setting.name) + "\" takes a whole number from " +
+           std::to_string(setting.least) + " to " + std::to_string(setting.most);
 }
 
 }  // namespace
@@ -56,6 +71,8 @@ Settings::Settings(const std::string& path)
         const qzapp::OwnedFile target(QZFile::Open(&file));
         target->Append(text.data(), static_cast<QZInt64>(text.size()));
     }
+    // The file may hold the token.
+    qzapp::MakePrivate(path);
     Load(&file);
 }
 
@@ -76,9 +93,22 @@ QZInt64 Settings::Number(const char* name)
 {
     const Setting& setting = Find(name);
     QZInt64 value = 0;
-    if (!ParseInteger(Get(name), &value) || value < setting.least || value > setting.most)
-        ParseInteger(setting.initial, &value);
+    if (!ReadNumber(setting, Get(name), &value)) ParseInteger(setting.initial, &value);
     return value;
+}
+
+std::vector<std::string> Settings::Complaints()
+{
+    std::vector<std::string> all;
+    for (const Setting& setting : All())
+    {
+        QZInt64 value = 0;
+        const std::string text = Get(setting.name);
+        if (setting.most == 0 || ReadNumber(setting, text, &value)) continue;
+        all.push_back("qzmon.ini: " + Range(setting) + ", not \"" + Visible(text) + "\"; " + setting.initial +
+                      " is used");
+    }
+    return all;
 }
 
 void Settings::Change(const std::string& name, const std::string& value)
@@ -87,9 +117,8 @@ void Settings::Change(const std::string& name, const std::string& value)
     if (!setting.live)
         throw Failure{400, "\"" + name + "\" is changed in the settings file, for the next start."};
     QZInt64 number = 0;
-    if (!ParseInteger(value, &number) || number < setting.least || number > setting.most)
-        throw Failure{400, "\"" + name + "\" takes a whole number from " + std::to_string(setting.least) +
-                               " to " + std::to_string(setting.most) + "."};
+    if (!ReadNumber(setting, value, &number))
+        throw Failure{400, Range(setting) + ", not \"" + Visible(value) + "\"."};
     Put(setting.name, std::to_string(number));
 }
 

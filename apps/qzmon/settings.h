@@ -36,6 +36,8 @@ public:
     std::string Get(const char* name);
     /// The number of a setting; the initial one when the file has no number in the setting's range.
     QZInt64 Number(const char* name);
+    /// In words each number of the file that is none or outside its range, and what is used instead.
+    std::vector<std::string> Complaints();
 
     /// Writes the setting to the file. Throws Failure 400 for an unknown name, a bad value, and a setting
     /// that the page may not change.

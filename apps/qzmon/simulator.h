@@ -19,6 +19,8 @@ struct Correction
 {
     double offset = 0;
     double gain = 1;
+
+    bool operator==(const Correction& other) const = default;
 };
 
 /// The simulated controller with four instruments on it, on a pseudo-terminal that can be unplugged: a room's

@@ -391,7 +391,19 @@ Snapshot Store::NewMark(const std::string& label)
 
 Snapshot Store::TakeSnapshot(const std::string& label)
 {
-    return Do([&, this] { return NewMark(label); });
+    return Do([&, this] {
+        if (!label.empty() && HasLabel(label))
+            throw Failure{409,
+                          "There is a snapshot \"" + Visible(label) + "\" already; choose another label."};
+        return NewMark(label);
+    });
+}
+
+bool Store::HasLabel(const std::string& label)
+{
+    const std::vector<Snapshot> all = ReadSnapshots(m_channel);
+    return std::any_of(all.begin(), all.end(),
+                       [&label](const Snapshot& snapshot) { return snapshot.label == label; });
 }
 
 Snapshot Store::Find(QZInt64 id)
@@ -407,7 +419,10 @@ void Store::Restore(QZInt64 id)
 {
     Do([=, this] {
         const Snapshot snapshot = Find(id);
-        NewMark("before the restore of " + TimeText(snapshot.time).substr(0, 19));
+        const std::string label = "before the restore of " + TimeText(snapshot.time).substr(0, 19);
+        std::string free = label;
+        for (int n = 2; HasLabel(free); ++n) free = label + " (" + std::to_string(n) + ")";
+        NewMark(free);
         CloseTables();
         const bool restored = m_channel->AB_CB(snapshot.point) != 0;
         OpenTables();

@@ -90,6 +90,7 @@ public:
     void SetCorrections(const std::vector<std::string>& names, const std::vector<Correction>& corrections);
 
     std::vector<Snapshot> Snapshots();
+    /// Throws Failure 409 when a snapshot has that label; any number of them may have none.
     Snapshot TakeSnapshot(const std::string& label);
     /// Goes back to a snapshot. The state before that becomes a snapshot too. Throws Failure 404 for an
     /// unknown one.
@@ -117,6 +118,7 @@ private:
     void AppendRow(const Sample& sample);
     void Refused(const char* what);
     Snapshot NewMark(const std::string& label);
+    bool HasLabel(const std::string& label);
     Snapshot Find(QZInt64 id);
     void WriteCorrections(const std::vector<std::string>& names, const std::vector<Correction>& corrections);
 

@@ -1,7 +1,5 @@
 #include "text.h"
 
-#include <charconv>
-#include <cmath>
 #include <cstdio>
 
 namespace qzmon
@@ -14,25 +12,10 @@ QZString Text(std::string_view utf8)
     return QZString(units.data(), static_cast<QZInt64>(units.size() * sizeof(QZWChar)));
 }
 
-std::string TimeText(QZInt64 timestamp)
+std::string ClockText(QZInt64 timestamp)
 {
-    const QZDateTime time(timestamp);
-    char text[64];
-    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d.%03d", static_cast<int>(time.GetYear()),
-                  static_cast<int>(time.GetMonth()), static_cast<int>(time.GetDay()),
-                  static_cast<int>(time.GetHours()), static_cast<int>(time.GetMinutes()),
-                  static_cast<int>(time.GetSeconds()), static_cast<int>(time.GetMilliSeconds()));
-    return text;
-}
-
-std::string ClockText(QZInt64 timestamp) { return TimeText(timestamp).substr(11, 8); }
-
-std::string NumberText(double value)
-{
-    if (!std::isfinite(value)) return "0";
-    char text[64];
-    const std::to_chars_result end = std::to_chars(text, text + sizeof text, value);
-    return std::string(text, end.ptr);
+    const std::string text = TimeText(timestamp);
+    return text.size() < 19 ? text : text.substr(11, 8);
 }
 
 std::string FixedText(double value, int digits)
@@ -50,6 +33,27 @@ std::string SizeText(QZInt64 bytes)
     int unit = 0;
     for (; value >= 1024 && unit < 3; ++unit) value /= 1024;
     return FixedText(value, value < 10 ? 2 : 1) + " " + units[unit];
+}
+
+std::size_t TakeUtf8(std::string_view text, unsigned* point)
+{
+    const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    if (text.empty()) return 0;
+    const unsigned first = byte(0);
+    *point = first;
+    if (first < 0x80) return 1;
+    const std::size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC2 || first > 0xF4 || text.size() < length) return 0;
+    *point = first & (0x7Fu >> length);
+    for (std::size_t i = 1; i < length; ++i)
+    {
+        if ((byte(i) & 0xC0) != 0x80) return 0;
+        *point = *point << 6 | (byte(i) & 0x3Fu);
+    }
+    // Not well-formed: overlong forms, surrogates, and code points after the last character.
+    const unsigned least[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool surrogate = *point >= 0xD800 && *point < 0xE000;
+    return *point < least[length] || *point > 0x10FFFF || surrogate ? 0 : length;
 }
 
 std::string HtmlText(std::string_view text)

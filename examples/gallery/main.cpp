@@ -19,14 +19,32 @@ std::vector<gallery::Picture> AllPictures()
     return all;
 }
 
-void Write(const gallery::Picture& picture, const std::string& folder)
+/// The message of an exception without blanks and line ends around it. Returns the exception to the library.
+std::string TakeMessage(QZException* e)
+{
+    std::string text;
+    QZString* message = e->GetMsg();
+    for (QZInt64 i = 0; i < message->GetLength(); ++i)
+    {
+        const QZWChar unit = message->GetPointer()[i];
+        text.push_back(unit >= ' ' && unit < 0x7F ? static_cast<char>(unit) : ' ');
+    }
+    const std::size_t first = text.find_first_not_of(' ');
+    const std::size_t last = text.find_last_not_of(' ');
+    text = first == std::string::npos ? "error " + std::to_string(e->GetCode())
+                                      : text.substr(first, last + 1 - first);
+    QZExceptionFactory::Recycle(&e);
+    return text;
+}
+
+void Write(const gallery::Picture& picture, const std::string& file)
 {
     QZGraphics canvas(picture.width, picture.height);
     canvas.Fill(picture.background);
     picture.paint(canvas);
     // Blending changes the alpha of the canvas. Some viewers use it, so it is set to opaque.
     canvas.SetAlpha(255);
-    QZString path((folder + "/" + picture.name + ".bmp").c_str());
+    QZString path(file.c_str());
     if (QZFile::Exists(&path)) QZFile::Delete(&path);
     const int size = canvas.ToFileBitmap(&path);
     std::printf("%s.bmp  %d x %d  %d bytes\n", picture.name, picture.width, picture.height, size);
@@ -34,18 +52,20 @@ void Write(const gallery::Picture& picture, const std::string& folder)
 
 int Run(const std::string& folder)
 {
-    try
+    for (const gallery::Picture& picture : AllPictures())
     {
-        for (const gallery::Picture& picture : AllPictures()) Write(picture, folder);
-        return 0;
+        const std::string file = folder + "/" + picture.name + ".bmp";
+        try
+        {
+            Write(picture, file);
+        }
+        catch (QZException* e)
+        {
+            std::fprintf(stderr, "gallery: cannot write %s: %s\n", file.c_str(), TakeMessage(e).c_str());
+            return 1;
+        }
     }
-    catch (QZException* e)
-    {
-        std::fprintf(stderr, "gallery: failure %lld in %s\n", static_cast<long long>(e->GetCode()),
-                     folder.c_str());
-        QZExceptionFactory::Recycle(&e);
-        return 1;
-    }
+    return 0;
 }
 
 }  // namespace

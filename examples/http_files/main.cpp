@@ -12,7 +12,7 @@
 #include <qzlib.h>
 
 #include <cstdio>
-#include <cstdlib>
+#include <string>
 
 namespace
 {
@@ -101,17 +101,50 @@ private:
     QZSiteList m_sites;
 };
 
+/// The message of an exception without blanks and line ends around it. Returns the exception to the library.
+std::string TakeMessage(QZException* e)
+{
+    std::string text;
+    QZString* message = e->GetMsg();
+    for (QZInt64 i = 0; i < message->GetLength(); ++i)
+    {
+        const QZWChar unit = message->GetPointer()[i];
+        text.push_back(unit >= ' ' && unit < 0x7F ? static_cast<char>(unit) : ' ');
+    }
+    const std::size_t first = text.find_first_not_of(' ');
+    const std::size_t last = text.find_last_not_of(' ');
+    text = first == std::string::npos ? "error " + std::to_string(e->GetCode())
+                                      : text.substr(first, last + 1 - first);
+    QZExceptionFactory::Recycle(&e);
+    return text;
+}
+
+/// Reads a port. False, with a line that says why, for any other text.
+bool TakePort(const char* program, const char* text, unsigned short* port)
+{
+    QZUInt64 number = 0;
+    if (QZConvert::ParseUInt64(text, &number) == 0 || number > 65535)
+    {
+        std::fprintf(stderr, "%s: PORT \"%s\" is no whole number from 0 to 65535\n", program, text);
+        return false;
+    }
+    *port = static_cast<unsigned short>(number);
+    return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
     if (argc != 3) return std::fprintf(stderr, "usage: http_files PORT SITES.JSON\n"), 2;
+    unsigned short port = 0;
+    if (!TakePort("http_files", argv[1], &port)) return 2;
     QZLibInit();
     int code = 0;
     try
     {
         QZErrorReport report;
-        FileServer server(&report, static_cast<unsigned short>(std::atoi(argv[1])));
+        FileServer server(&report, port);
         server.AddSites(argv[2]);
         server.Start();
         std::printf("%d\n", server.GetPort());
@@ -121,8 +154,7 @@ int main(int argc, char** argv)
     }
     catch (QZException* e)
     {
-        std::fprintf(stderr, "http_files: failure %lld\n", static_cast<long long>(e->GetCode()));
-        QZExceptionFactory::Recycle(&e);
+        std::fprintf(stderr, "http_files: %s\n", TakeMessage(e).c_str());
         code = 1;
     }
     QZLibDispose();

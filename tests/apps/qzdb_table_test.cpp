@@ -122,9 +122,45 @@ TEST(QzdbValues, ATypeIsGuessedOnlyWhenEveryValueComesBackFromIt)
     EXPECT_EQ(guess({"1.50"}), "text");
     EXPECT_EQ(guess({"True", "False"}), "bool");
     EXPECT_EQ(guess({"2024-05-06 07:08:09"}), "datetime");
+    EXPECT_EQ(guess({"2024-05-06T07:08:09", "", "2024-12-31T23:59:59.125"}), "datetime");
+    EXPECT_EQ(guess({"2024-05-06T07:08:09", "2024-05-06 07:08:10"}), "text");
+    EXPECT_EQ(guess({"2024-05-06T07:08:09Z"}), "text");
+    EXPECT_EQ(guess({"2024-02-30 07:08:09"}), "text");
+    EXPECT_EQ(guess({"-0.5", "-0"}), "double");
     EXPECT_EQ(guess({"2024-05-06"}), "text");
     EXPECT_EQ(guess({"1", "x"}), "text");
     EXPECT_EQ(guess({"", ""}), "text");
+}
+
+TEST(QzdbValues, EveryValueIsReadWholeOrRefused)
+{
+    const auto back = [](const std::string& text, QZInt64 type) {
+        if (!qzdb::IsValue(text, type)) return std::string("refused");
+        const qzdb::OwnedData value = qzdb::ValueOfText(text, type);
+        return qzdb::TextOfValue(qzdb::BytesOf(value.get()), type);
+    };
+    EXPECT_EQ(back("-0.5", QZDataType::DOUBLE), "-0.5");
+    EXPECT_EQ(back("-0.1", QZDataType::FLOAT), "-0.1");
+    EXPECT_EQ(back("1e300", QZDataType::FLOAT), "refused");
+    EXPECT_EQ(back("0.1234567890123456", QZDataType::DOUBLE), "0.1234567890123456");
+    EXPECT_EQ(back("1e22", QZDataType::DOUBLE), "10000000000000000000000");
+    EXPECT_EQ(back("1.5e-7", QZDataType::DOUBLE), "0.00000015");
+    EXPECT_EQ(back("-9223372036854775808", QZDataType::INT64), "-9223372036854775808");
+    EXPECT_EQ(back("-0.5,1e-13,2", QZDataType::ARRAYDOUBLE), "-0.5,0.0000000000001,2");
+    EXPECT_EQ(back("-2,x", QZDataType::ARRAYINT32), "refused");
+    EXPECT_EQ(back("-2,,3", QZDataType::ARRAYINT64), "refused");
+    EXPECT_EQ(back("2147483648", QZDataType::ARRAYINT32), "refused");
+    for (const char* bad : {"1x", " 1", "1 ", "0x10", "--1", "", "1.5.2", "nan", "inf"})
+        EXPECT_EQ(back(bad, QZDataType::DOUBLE), *bad == 0 ? "" : "refused") << bad;
+    EXPECT_EQ(back(std::string("1\0", 2), QZDataType::INT64), "refused");
+    EXPECT_EQ(back("2024-01-01 01:09:46", QZDataType::DATETIME), "2024-01-01T01:09:46");
+    EXPECT_EQ(back("2024-01-01T01:09:46.007+02:00", QZDataType::DATETIME), "2023-12-31T23:09:46.007");
+    EXPECT_EQ(back("2024-01-01", QZDataType::TIMESTAMP), "2024-01-01T00:00:00");
+    EXPECT_EQ(back("0", QZDataType::TIMESTAMP), "0001-01-01T00:00:00");
+    EXPECT_EQ(back("-5", QZDataType::TIMESTAMP), "-5");
+    for (const char* bad :
+         {"2024-13-01 00:00:00", "2023-02-29", "2024-01-01 24:00:00", "2024-01-01T00:00:00 x"})
+        EXPECT_EQ(back(bad, QZDataType::DATETIME), "refused") << bad;
 }
 
 // ---- Round trips
@@ -142,6 +178,48 @@ TEST(QzdbTable, ThousandsOfRowsComeBackByteForByte)
         << result.out;
     EXPECT_TRUE(ExportCsv(tool, "stock/parts") == csv);
     EXPECT_EQ(tool.Run({"check", "@a.db"}).code, 0);
+}
+
+TEST(QzdbTable, TimesComeBackInTheFormInWhichTheyWereRead)
+{
+    Tool tool;
+    tool.Make("a.db");
+    const std::string csv =
+        "iso,blank,number,some\n"
+        "2024-05-06T07:08:09,2024-01-01 01:09:46,63850000000000,\n"
+        "2024-05-06T07:08:09.5,2024-01-01 01:09:46.125,-1,2024-01-01T00:00:00\n";
+    const Result result = tool.Run(
+        {"import-csv", "@a.db", "t", "-", "--type", "number=timestamp", "--type", "iso=timestamp"}, csv);
+    ASSERT_EQ(result.code, 0) << result.err;
+    EXPECT_NE(result.err.find(":3:1: \"2024-05-06T07:08:09.5\" will come back in another form"),
+              std::string::npos)
+        << result.err;
+    EXPECT_NE(result.out.find("  blank datetime\n"), std::string::npos) << result.out;
+    std::string expected = csv;
+    expected.replace(expected.find("09.5,"), 5, "09.500,");
+    EXPECT_EQ(ExportCsv(tool, "t"), expected);
+
+    // A table that was not imported has its times in the standard's form, on paper and on the screen.
+    ASSERT_EQ(tool.Run({"create-table", "@a.db", "u", "d:datetime", "t:timestamp"}).code, 0);
+    ASSERT_EQ(ImportCsv(tool, "u", "t\n\"\"\n").code, 0);
+    ASSERT_EQ(tool.Run({"set", "@a.db", "u", "1", "d", "2024-01-01 01:09:46"}).code, 0);
+    ASSERT_EQ(tool.Run({"set", "@a.db", "u", "1", "t", "2024-01-01T01:09:46.007"}).code, 0);
+    EXPECT_EQ(ExportCsv(tool, "u"), "d,t\r\n2024-01-01T01:09:46,2024-01-01T01:09:46.007\r\n");
+    EXPECT_NE(tool.Run({"select", "@a.db", "u"}).out.find("\u25022024-01-01T01:09:46\u2502"),
+              std::string::npos);
+    ExpectFailure(tool.Run({"set", "@a.db", "u", "1", "d", "2024-02-30"}), 2,
+                  "\"2024-02-30\" is no datetime");
+    ExpectFailure(tool.Run({"set", "@a.db", "u", "1", "t", "12:00"}), 2, "\"12:00\" is no timestamp");
+
+    // A table of an earlier version knows nothing of forms: it had a blank, and numbers.
+    qzdb::CsvStyle earlier;
+    earlier.FromText("csv lf");
+    EXPECT_EQ(earlier.FormOfField(1, QZDataType::DATETIME), qzdb::TimeForm::Blank);
+    EXPECT_EQ(earlier.FormOfField(1, QZDataType::TIMESTAMP), qzdb::TimeForm::Number);
+    EXPECT_EQ(earlier.ToText(), "csv lf");
+    earlier.FromText("csv lf times:3T12B99N");
+    EXPECT_EQ(earlier.ToText(), "csv lf times:3T12B99N");
+    EXPECT_EQ(earlier.FormOfField(4, QZDataType::DATETIME), std::nullopt);
 }
 
 TEST(QzdbTable, LineEndsQuotesAndTheEndOfTheFileComeBack)
@@ -382,7 +460,7 @@ TEST(QzdbTable, NodesShowsKindsContentsDatesAndStates)
     const std::string& out = result.out;
     EXPECT_NE(out.find("\u2502notes "), std::string::npos) << out;
     EXPECT_NE(out.find("\u2502lines    \u25021 line\u2502"), std::string::npos) << out;
-    EXPECT_NE(out.find("\u2502text list\u25021 node\u25022024-05-06 07:08:09\u2502"), std::string::npos)
+    EXPECT_NE(out.find("\u2502text list\u25021 node\u25022024-05-06T07:08:09\u2502"), std::string::npos)
         << out;
     EXPECT_NE(out.find("\u2502  runs\u2502"), std::string::npos) << out;
     EXPECT_NE(out.find("\u2502table    \u25020 rows\u2502"), std::string::npos) << out;

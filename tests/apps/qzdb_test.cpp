@@ -5,6 +5,7 @@
 #include "qzdb/database.h"
 #include "qzdb/text.h"
 #include "qzdb/text_list.h"
+#include "support/qz_hooks.h"
 #include "sys/internal/sys_hooks.h"
 
 using qztest::TempDir;
@@ -693,4 +694,82 @@ TEST(QzdbText, AProgressBarShowsOnATerminalOnly)
                   terminal);
         EXPECT_EQ(shown.empty(), !terminal);
     }
+}
+
+TEST(Qzdb, AListIsRemovedAndComesBackWithItsMark)
+{
+    Tool tool;
+    tool.Make("a.db", "notes", "one\ntwo\n");
+    ASSERT_EQ(tool.Run({"import-csv", "@a.db", "t", "-"}, "n\n1\n").code, 0);
+    ASSERT_EQ(tool.Run({"snapshot", "@a.db", "with"}).code, 0);
+    const Result removed = tool.Run({"remove", "@a.db", "notes"});
+    EXPECT_EQ(removed.code, 0) << removed.err;
+    EXPECT_NE(removed.out.find("removed list \"notes\" of 2 lines"), std::string::npos) << removed.out;
+    ExpectFailure(tool.Run({"export", "@a.db", "notes"}), 2, "notes");
+    ExpectFailure(tool.Run({"remove", "@a.db", "notes"}), 2, "no list of lines \"notes\"");
+    ExpectFailure(tool.Run({"remove", "@a.db", "notes", "1"}), 2, "no table \"notes\"");
+    EXPECT_EQ(tool.Run({"check", "@a.db"}).code, 0);
+    tool.Import("a.db", "notes", "three\n");
+    EXPECT_EQ(tool.Export("a.db", "notes"), "three\n");
+    EXPECT_EQ(tool.Run({"restore", "@a.db", "with"}).code, 0);
+    EXPECT_EQ(tool.Export("a.db", "notes"), "one\ntwo\n");
+    EXPECT_EQ(tool.Run({"check", "@a.db"}).code, 0);
+}
+
+TEST(Qzdb, EveryStateOfTheLogIsRestoredByItsAddress)
+{
+    Tool tool;
+    tool.Make("a.db", "notes", "one\n");
+    ASSERT_EQ(tool.Run({"snapshot", "@a.db", "one"}).code, 0);
+    tool.Import("a.db", "notes", "two\n");
+    tool.Import("a.db", "more", "three\n");
+    const std::string log = tool.Run({"log", "@a.db", "--states"}).out;
+    std::vector<std::string> states;
+    for (std::size_t at = log.find('@'); at != std::string::npos; at = log.find('@', at + 1))
+        states.push_back(log.substr(at, log.find('\n', at) - at));
+    ASSERT_GT(states.size(), 5u);
+    bool before = false;
+    for (const std::string& state : states)
+    {
+        const Result result = tool.Run({"restore", "@a.db", state});
+        ASSERT_EQ(result.code, 0) << state << " " << result.err;
+        EXPECT_NE(result.out.find("restored state " + state), std::string::npos);
+        before = before || (tool.Run({"export", "@a.db", "notes"}).out == "two\n" &&
+                            tool.Run({"export", "@a.db", "more"}).code == 2);
+    }
+    // The state between the two imports has no mark.
+    EXPECT_TRUE(before);
+    EXPECT_EQ(tool.Run({"restore", "@a.db", states.back()}).code, 0);
+    EXPECT_EQ(tool.Export("a.db", "more"), "three\n");
+    EXPECT_EQ(tool.Run({"check", "@a.db"}).code, 0);
+
+    const std::string mark =
+        log.substr(log.find("mark ") + 5, log.find(' ', log.find("mark ") + 5) - log.find("mark ") - 5);
+    for (const std::string& bad :
+         {std::string("@0"), std::string("@31"), std::string("@99999999"), "@" + mark})
+        ExpectFailure(tool.Run({"restore", "@a.db", bad}), 2, "no state " + bad);
+    ExpectFailure(tool.Run({"restore", "@a.db", "@"}), 2, "no mark \"@\"");
+    ExpectFailure(tool.Run({"log", "@a.db", "--more"}), 2, "--more");
+}
+
+TEST(Qzdb, TheLogShowsItsTimesByTheStandard)
+{
+    Tool tool;
+    tool.Make("a.db");
+    {
+        qztest::Hooks hooks;
+        hooks.SetClock(QZDateTime(2024, 5, 6, 7, 8, 9, 10).ToTimestamp());
+        EXPECT_NE(tool.Run({"snapshot", "@a.db", "m"}).out.find("\"m\", 2024-05-06T07:08:09.010\n"),
+                  std::string::npos);
+    }
+    EXPECT_NE(tool.Run({"log", "@a.db"}).out.find("\"m\", 2024-05-06T07:08:09.010\n"), std::string::npos);
+}
+
+TEST(Qzdb, TheProgramMakesFilesForItsUserAlone)
+{
+    if (std::filesystem::path::preferred_separator != '/')
+        GTEST_SKIP() << "a file has the rights of its folder here";
+    Tool tool;
+    ASSERT_EQ(tool.Spawn("create @a.db").code, 0);
+    EXPECT_EQ(static_cast<int>(std::filesystem::status(tool.Dir().Path("a.db")).permissions()) & 0777, 0600);
 }

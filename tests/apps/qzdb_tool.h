@@ -24,12 +24,15 @@ struct Result
 class Tool
 {
 public:
-    /// Runs a command; words that begin with '@' are files of the folder.
+    /// Runs a command; words that begin with '@' are files of the folder, unless digits alone
+    /// follow.
     Result Run(std::vector<std::string> words, const std::string& input = {}) const
     {
         for (std::string& word : words)
         {
-            if (!word.empty() && word[0] == '@') word = m_dir.NarrowName(word.substr(1));
+            if (!word.empty() && word[0] == '@' &&
+                word.find_first_not_of("0123456789", 1) != std::string::npos)
+                word = m_dir.NarrowName(word.substr(1));
         }
         m_dir.Write("stdin", input);
         qzdb::Console console{std::fopen(m_dir.NarrowName("stdin").c_str(), "rb"),

@@ -28,13 +28,21 @@ struct Result
 class Tool
 {
 public:
-    Result Run(const std::vector<std::string>& words, bool terminal = false)
+    /// @param answer  what a person says to a question; null without one
+    Result Run(const std::vector<std::string>& words, bool terminal = false, const char* answer = nullptr)
     {
         const std::string number = std::to_string(++m_runs);
         std::FILE* out = std::fopen(m_dir.NarrowName("out" + number).c_str(), "wb");
         std::FILE* err = std::fopen(m_dir.NarrowName("err" + number).c_str(), "wb");
+        std::FILE* in = nullptr;
+        if (answer != nullptr)
+        {
+            m_dir.Write("answer", answer);
+            in = std::fopen(m_dir.NarrowName("answer").c_str(), "r");
+        }
         Result result;
-        result.code = qzdevice::RunTool(words, {out, err, terminal, &m_stop});
+        result.code = qzdevice::RunTool(words, {out, err, terminal, &m_stop, in});
+        if (in != nullptr) std::fclose(in);
         std::fclose(out);
         std::fclose(err);
         result.out = m_dir.Read("out" + number);
@@ -59,11 +67,11 @@ public:
     ToolSetup() : peer([this](unsigned char byte) { return controller.Take(byte); }) {}
 
     /// Runs a command with the port inserted after its name, and with a long time-out.
-    Result Run(std::vector<std::string> words, bool terminal = false)
+    Result Run(std::vector<std::string> words, bool terminal = false, const char* answer = nullptr)
     {
         words.insert(words.begin() + 1, peer.Path());
         words.insert(words.end(), {"--timeout", "60000"});
-        return tool.Run(words, terminal);
+        return tool.Run(words, terminal, answer);
     }
 
     Controller controller;
@@ -87,8 +95,9 @@ TEST(Qzdevice, HelpNamesEveryCommandAndOption)
     const Result help = tool.Run({"--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_EQ(help.err, "");
-    for (const char* word : {"list", "show", "get", "set", "call", "read", "write", "order", "simulate",
-                             "--baud", "--timeout", "--no-checksum", "--no-verify", "--fault", "Exit codes"})
+    for (const char* word :
+         {"list", "show", "get", "set", "call", "read", "write", "order", "simulate", "--baud", "--timeout",
+          "--no-checksum", "--no-verify", "--force", "--yes", "--fault", "Exit codes"})
         EXPECT_NE(help.out.find(word), std::string::npos) << word;
 }
 
@@ -134,13 +143,14 @@ TEST(Qzdevice, ListPrintsAPortOnALine)
     Tool tool;
     const Result list = tool.Run({"list"});
     EXPECT_EQ(list.code, 0) << list.err;
-    EXPECT_TRUE(list.out.empty() || list.out.compare(0, 4, "\\\\.\\") == 0) << list.out;
+    EXPECT_TRUE(list.out.empty() || list.out.compare(0, 4, "\\\\.\\") == 0 || list.out[0] == '/') << list.out;
 }
 
 TEST(Qzdevice, ShowTellsWhoTheDeviceIs)
 {
     ToolSetup setup;
-    EXPECT_EQ(setup.Run({"show"}).out, "port           \\\\.\\" + setup.peer.Path() +
+    EXPECT_EQ(setup.Run({"show"}).out, "port           " +
+                                           qzdevice::PlainPort("\\\\.\\" + setup.peer.Path()) +
                                            "\n"
                                            "model          AB12CD\n"
                                            "series         AB12\n"
@@ -179,8 +189,56 @@ TEST(Qzdevice, OrdersReachTheDevice)
     EXPECT_EQ(setup.Run({"set", "value", "1", "6"}).code, 0);
     EXPECT_EQ(setup.Run({"order", "restart"}).code, 0);
     EXPECT_EQ(setup.Run({"get", "value", "1"}).out, "5\n");
-    EXPECT_EQ(setup.Run({"order", "erase"}).code, 0);
+    EXPECT_EQ(setup.Run({"order", "erase", "--yes"}).code, 0);
     EXPECT_EQ(setup.controller.memory[0], '\xFF');
+}
+
+TEST(Qzdevice, AnEraseIsAskedForFirst)
+{
+    ToolSetup setup;
+    setup.controller.memory[0] = 'x';
+    ExpectFailure(setup.Run({"order", "erase"}), 2, "needs --yes");
+    for (const char* answer : {"", "\n", "n\n", "never\n", "yes please\n"})
+    {
+        const Result result = setup.Run({"order", "erase"}, true, answer);
+        EXPECT_EQ(result.code, 2) << answer;
+        EXPECT_EQ(result.err, "Erase the memory of the device on " + setup.peer.Path() +
+                                  "? [y/N] qzdevice: order erase: not confirmed, nothing is erased\n");
+    }
+    EXPECT_EQ(setup.controller.memory[0], 'x');
+    EXPECT_EQ(setup.Run({"order", "erase"}, true, "y\n").code, 0);
+    EXPECT_EQ(setup.controller.memory[0], '\xFF');
+}
+
+TEST(Qzdevice, NumbersAreReadWholeOrRefusedWithTheNameOfTheirArgument)
+{
+    ToolSetup setup;
+    EXPECT_EQ(setup.Run({"set", "incremental", "7", "-0.5"}).code, 0);
+    EXPECT_EQ(setup.controller.settings.incremental[7], -0.5f);
+    EXPECT_EQ(setup.Run({"set", "value", "7", "1.1"}).code, 0);
+    EXPECT_EQ(setup.Run({"get", "value", "7"}).out, "1.1\n");
+    EXPECT_EQ(setup.Run({"set", "value", "7", "-1e5"}).code, 0);
+    EXPECT_EQ(setup.Run({"get", "value", "7"}).out, "-100000\n");
+    Tool& tool = setup.tool;
+    for (const char* bad : {"", " 1", "1 ", "1,5", "0x1p3", "nan", "inf", "-"})
+        ExpectFailure(tool.Run({"set", "p", "value", "1", bad}), 2,
+                      "value: \"" + std::string(bad) + "\" is no number");
+    ExpectFailure(tool.Run({"set", "p", "value", "1", "1e39"}), 2, "\"1e39\" is too large for the device");
+    ExpectFailure(tool.Run({"get", "p", "value", "1.5"}), 2, "index: \"1.5\" is no whole number");
+    ExpectFailure(tool.Run({"get", "p", "value", "99999999999"}), 2,
+                  "index: 99999999999 is not from -2147483648");
+    ExpectFailure(tool.Run({"read", "p", "0x", "1", "f"}), 2, "address: \"0x\" is no whole number");
+    ExpectFailure(tool.Run({"read", "p", "0x1g", "1", "f"}), 2, "address: \"0x1g\"");
+    ExpectFailure(tool.Run({"call", "p", "1", "i16:40000"}), 2, "i16: 40000 is not from -32768 to 32767");
+    ExpectFailure(tool.Run({"show", "p", "--timeout", "2s"}), 2, "--timeout: \"2s\"");
+    ExpectFailure(tool.Run({"simulate", "--for", "-1"}), 2, "--for: \"-1\"");
+}
+
+TEST(Qzdevice, PathsAreShownAsTheirUserWritesThem)
+{
+    EXPECT_EQ(qzdevice::PlainPort("\\\\.\\/dev/ttyUSB0"), "/dev/ttyUSB0");
+    EXPECT_EQ(qzdevice::PlainPort("\\\\.\\COM3"), "\\\\.\\COM3");
+    EXPECT_EQ(qzdevice::PlainPort("/dev/ttyUSB0"), "/dev/ttyUSB0");
 }
 
 TEST(Qzdevice, CallShowsTheResultInAllForms)
@@ -209,7 +267,9 @@ TEST(Qzdevice, MemoryGoesToAndFromFiles)
     EXPECT_NE(result.err.find("100%"), std::string::npos);
     EXPECT_EQ(setup.controller.memory.substr(0x100, 2500), bytes);
     setup.tool.Dir().Write("out", std::string(5000, 'x'));
-    result = setup.Run({"read", "256", "2500", setup.tool.Path("out"), "--no-verify"});
+    ExpectFailure(setup.Run({"read", "256", "2500", setup.tool.Path("out")}), 3, "is there already");
+    EXPECT_EQ(setup.tool.Dir().Read("out"), std::string(5000, 'x'));
+    result = setup.Run({"read", "256", "2500", setup.tool.Path("out"), "--no-verify", "--force"});
     EXPECT_EQ(result.code, 0) << result.err;
     EXPECT_EQ(result.out, "2500 bytes read\n");
     EXPECT_EQ(result.err, "");
@@ -252,7 +312,8 @@ TEST(Qzdevice, ASimulatedControllerServesTheOtherCommands)
     ExpectFailure(tool.Run({"order", port, "sync"}), 1, "Verify failed");
     ExpectFailure(tool.Run({"order", port, "sync"}), 1, "Verify failed");
     EXPECT_EQ(tool.Run({"read", port, "90", "10", tool.Path("memory")}).code, 0);
-    ExpectFailure(tool.Run({"read", port, "90", "11", tool.Path("memory")}), 1, "Param out of range");
+    ExpectFailure(tool.Run({"read", port, "90", "11", tool.Path("memory"), "--force"}), 1,
+                  "Param out of range");
     tool.Stop();
     simulation.join();
     EXPECT_EQ(simulated.code, 0) << simulated.err;

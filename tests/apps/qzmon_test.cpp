@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "qzmon/device.h"
+#include "qzmon/json_reader.h"
 #include "qzmon/json_writer.h"
 #include "qzmon/pictures.h"
 #include "qzmon/settings.h"
@@ -65,15 +66,19 @@ TEST(MonitorText, NumbersHaveTheDigitsThatMakeThem)
 {
     EXPECT_EQ(qzmon::NumberText(0.1), "0.1");
     EXPECT_EQ(qzmon::NumberText(22.5), "22.5");
-    EXPECT_EQ(qzmon::NumberText(std::nan("")), "0");
+    EXPECT_EQ(qzmon::NumberText(std::nan("")), "nan");
+    EXPECT_EQ(qzmon::NumberText(100000), "100000");
+    EXPECT_EQ(qzmon::NumberText(1e300), "1e+300");
     EXPECT_EQ(qzmon::SizeText(1023), "1023 B");
     EXPECT_EQ(qzmon::SizeText(1536), "1.50 KB");
     double value = 0;
-    EXPECT_TRUE(qzmon::ParseNumber("-2.5", &value));
+    EXPECT_TRUE(qzmon::ParseFinite("-2.5", &value));
     EXPECT_EQ(value, -2.5);
-    EXPECT_FALSE(qzmon::ParseNumber("2.5x", &value));
-    EXPECT_FALSE(qzmon::ParseNumber("inf", &value));
-    EXPECT_FALSE(qzmon::ParseNumber("", &value));
+    EXPECT_TRUE(qzmon::ParseFinite("-0.5", &value));
+    EXPECT_EQ(value, -0.5);
+    EXPECT_FALSE(qzmon::ParseFinite("2.5x", &value));
+    EXPECT_FALSE(qzmon::ParseFinite("inf", &value));
+    EXPECT_FALSE(qzmon::ParseFinite("", &value));
 }
 
 TEST(MonitorText, JsonAndPagesCarryAnyText)
@@ -89,6 +94,69 @@ TEST(MonitorText, JsonAndPagesCarryAnyText)
                                  .Str();
     EXPECT_EQ(json, "{\"a\\\"\":\"b\\\\\\u000a\",\"l\":[1.5],\"t\":true}");
     EXPECT_EQ(qzmon::HtmlText("<a href='x'>&\""), "&lt;a href=&#39;x&#39;&gt;&amp;&quot;");
+}
+
+TEST(MonitorText, JsonEscapesWhatAReaderCouldTakeForSomethingElse)
+{
+    const auto json = [](const std::string& text) {
+        return qzmon::JsonWriter().Open().Add("t", text).Close().Str();
+    };
+    EXPECT_EQ(json("]}\"\\"), "{\"t\":\"]}\\\"\\\\\"}");
+    EXPECT_EQ(json("</script>&"), "{\"t\":\"\\u003c/script\\u003e\\u0026\"}");
+    EXPECT_EQ(json(std::string("\r\n\t\0\x7F", 5)), "{\"t\":\"\\u000d\\u000a\\u0009\\u0000\\u007f\"}");
+    EXPECT_EQ(json("\xE2\x80\xA8\xC2\x85"), "{\"t\":\"\\u2028\\u0085\"}");
+    EXPECT_EQ(json("\xF0\x9F\x98\x80\xC3\xA4"), "{\"t\":\"\xF0\x9F\x98\x80\xC3\xA4\"}");
+    EXPECT_EQ(json("a\xC3"), "{\"t\":\"a\\ufffd\"}");
+    EXPECT_EQ(json("\xED\xA0\x80"), "{\"t\":\"\\ufffd\\ufffd\\ufffd\"}");
+    EXPECT_EQ(qzmon::JsonWriter().OpenList().Item(std::nan("")).Item(-0.5).CloseList().Str(), "[null,-0.5]");
+}
+
+TEST(MonitorText, ARequestIsReadAsItIsWrittenOrRefused)
+{
+    const qzmon::Fields fields = qzmon::ReadJsonObject(
+        " {\"offset\" : "
+        "-0.5,\"a\":\"]}\\\"\\\\\\/\\r\\n<script>\\u0001\\ud83d\\ude00\xF0\x9F\x98\x80\\u00e4\","
+        "\"t\":true,\"n\":null,\"e\":1.5E+3}\r\n");
+    EXPECT_EQ(fields.size(), 4u);
+    EXPECT_EQ(fields.at("offset"), "-0.5");
+    EXPECT_EQ(fields.at("a"), "]}\"\\/\r\n<script>\x01\xF0\x9F\x98\x80\xF0\x9F\x98\x80\xC3\xA4");
+    EXPECT_EQ(fields.at("t"), "true");
+    EXPECT_EQ(fields.at("e"), "1.5E+3");
+    EXPECT_TRUE(qzmon::ReadJsonObject("{}").empty());
+    for (const char* bad : {"",
+                            "{",
+                            "[]",
+                            "null",
+                            "{}x",
+                            "{\"a\"}",
+                            "{\"a\":}",
+                            "{\"a\":1,}",
+                            "{\"a\":01}",
+                            "{\"a\":+1}",
+                            "{\"a\":.5}",
+                            "{\"a\":1.}",
+                            "{\"a\":NaN}",
+                            "{\"a\":[1]}",
+                            "{\"a\":{}}",
+                            "{\"a\":\"\n\"}",
+                            "{\"a\":\"\\x\"}",
+                            "{\"a\":\"\\u12\"}",
+                            "{\"a\":\"\\ud83d\"}",
+                            "{\"a\":\"\\ude00\"}",
+                            "{\"a\":\"\xC3\"}",
+                            "{\"a\":\"",
+                            "{\"a\":1,\"a\":2}",
+                            "{a:1}"})
+        EXPECT_EQ(StatusOf([&] { qzmon::ReadJsonObject(bad); }), 400) << bad;
+    try
+    {
+        qzmon::ReadJsonObject("{\"offset\":--1}");
+        ADD_FAILURE();
+    }
+    catch (const Failure& failure)
+    {
+        EXPECT_NE(failure.text.find("at byte 11, a digit is missing"), std::string::npos) << failure.text;
+    }
 }
 
 TEST(MonitorSettings, AChangeLeavesCommentsAndOrderAlone)
@@ -136,6 +204,35 @@ TEST(MonitorSettings, AValueOutOfItsRangeReadsAsTheInitialOne)
     EXPECT_EQ(settings.Number("chart-seconds"), 120);
 }
 
+TEST(MonitorSettings, ABadNumberIsNamed)
+{
+    TempDir dir;
+    dir.Write("m.ini", "sample-ms=-0.5;\r\nchart-seconds=60;\r\nbaud=1e5;\r\n");
+    qzmon::Settings settings(dir.NarrowName("m.ini"));
+    EXPECT_EQ(
+        settings.Complaints(),
+        (std::vector<std::string>{
+            "qzmon.ini: \"sample-ms\" takes a whole number from 20 to 3600000, not \"-0.5\"; 1000 is used",
+            "qzmon.ini: \"baud\" takes a whole number from 2400 to 2000000, not \"1e5\"; 115200 is used"}));
+}
+
+TEST(MonitorSettings, TheFileIsForItsUserAlone)
+{
+    if (std::filesystem::path::preferred_separator != '/')
+        GTEST_SKIP() << "a file has the rights of its folder here";
+    TempDir dir;
+    const auto rights = [&](const char* name) {
+        return static_cast<int>(std::filesystem::status(dir.Path(name)).permissions()) & 0777;
+    };
+    qzmon::Settings settings(dir.NarrowName("new.ini"));
+    EXPECT_EQ(rights("new.ini"), 0600);
+    dir.Write("old.ini", "sample-ms=500;\r\n");
+    std::filesystem::permissions(dir.Path("old.ini"), static_cast<std::filesystem::perms>(0644));
+    qzmon::Settings old(dir.NarrowName("old.ini"));
+    old.Put("http-token", "0123456789abcdef");
+    EXPECT_EQ(rights("old.ini"), 0600);
+}
+
 TEST_F(MonitorStore, SamplesAreThereAfterAReopeningAndTheLineSaysSo)
 {
     EXPECT_EQ(Reopen(), "m.qzd: a new database");
@@ -143,14 +240,14 @@ TEST_F(MonitorStore, SamplesAreThereAfterAReopeningAndTheLineSaysSo)
     const QZInt64 time = date.ToTimestamp();
     for (int i = 0; i < 5; ++i) m_store->Append(At(time + i, i));
     m_store->Sync();
-    EXPECT_EQ(Reopen(), "m.qzd: checks clean, 5 samples, the last of 2024-05-06 07:08:09.014, 0 snapshots");
+    EXPECT_EQ(Reopen(), "m.qzd: checks clean, 5 samples, the last of 2024-05-06T07:08:09.014, 0 snapshots");
     EXPECT_EQ(Firsts(m_store->Last(3)), (std::vector<double>{2, 3, 4}));
 
     const qzmon::TablePage page = m_store->Rows("samples", 1, 2);
     EXPECT_EQ(page.count, 5);
     EXPECT_EQ(page.fields, (std::vector<std::string>{"time", "channel 1", "channel 2"}));
     ASSERT_EQ(page.rows.size(), 2u);
-    EXPECT_EQ(page.rows[0], (std::vector<std::string>{"2024-05-06 07:08:09.012", "2", "2.5"}));
+    EXPECT_EQ(page.rows[0], (std::vector<std::string>{"2024-05-06T07:08:09.012", "2", "2.5"}));
     EXPECT_TRUE(m_store->Rows("samples", 9, 2).rows.empty());
     EXPECT_EQ(StatusOf([&] { m_store->Rows("other", 0, 1); }), 404);
 }
@@ -187,6 +284,35 @@ TEST_F(MonitorStore, ARestoreGoesBackAndCanBeTakenBack)
     EXPECT_EQ(m_store->Corrections().at(0).gain, 2);
     EXPECT_EQ(StatusOf([&] { m_store->Restore(12345); }), 404);
     EXPECT_EQ(StatusOf([&] { m_store->Look(12345, 1); }), 404);
+}
+
+TEST_F(MonitorStore, ALabelNamesOneSnapshot)
+{
+    Reopen();
+    m_store->SetCorrections({"A", "B"}, {{0, 1}, {0, 1}});
+    const std::string label = "]}\"\\<script>\r\n\xF0\x9F\x98\x80";
+    const Snapshot first = m_store->TakeSnapshot(label);
+    EXPECT_EQ(StatusOf([&] { m_store->TakeSnapshot(label); }), 409);
+    try
+    {
+        m_store->TakeSnapshot(label);
+    }
+    catch (const Failure& failure)
+    {
+        EXPECT_EQ(failure.text,
+                  "There is a snapshot \"]}\"\\<script>\\x0D\\x0A\xF0\x9F\x98\x80\" already; choose "
+                  "another label.");
+    }
+    m_store->TakeSnapshot("");
+    m_store->TakeSnapshot("");
+    m_store->Restore(first.id);
+    m_store->Restore(first.id);
+    const std::vector<Snapshot> all = m_store->Snapshots();
+    ASSERT_EQ(all.size(), 5u);
+    EXPECT_EQ(all[0].label, label);
+    EXPECT_EQ(all[4].label, all[3].label + " (2)");
+    Reopen();
+    EXPECT_EQ(StatusOf([&] { m_store->TakeSnapshot(label); }), 409);
 }
 
 TEST_F(MonitorStore, ARowWithoutItsTimeIsTakenOutAtTheStart)
@@ -271,7 +397,11 @@ TEST(MonitorDevice, TheSimulatorIsReadWrittenUnpluggedAndPlugged)
     EXPECT_EQ(device.Names(), (std::vector<std::string>{"TEMP", "PRES", "FLOW"}));
     EXPECT_EQ(device.ReadCorrections().at(0).offset, 10);
     EXPECT_EQ(device.ReadCorrections().at(0).gain, 2);
-    device.Write(0, {1.1, 3});
+    EXPECT_EQ(device.Write(0, {-0.5, -1}), (Correction{-0.5, -1}));
+    EXPECT_EQ(device.ReadCorrections().at(0), (Correction{-0.5, -1}));
+    // A device has floats: what it answers is not always what it was asked for.
+    EXPECT_EQ(device.Write(0, {16777217, 0.123456789}), (Correction{16777216, 0.12345679}));
+    EXPECT_EQ(device.Write(0, {1.1, 3}), (Correction{1.1, 3}));
     EXPECT_EQ(device.ReadCorrections().at(0).offset, 1.1);
     EXPECT_EQ(device.Read().size(), 3u);
 
@@ -292,6 +422,14 @@ TEST(MonitorDevice, TheSimulatorIsReadWrittenUnpluggedAndPlugged)
     simulator.Plug(true);
     device.Connect(simulator.PortName(), 115200);
     EXPECT_EQ(device.ReadCorrections().at(0).offset, 1.1);
+}
+
+TEST(MonitorDevice, ASetTellsWhatTheDeviceHas)
+{
+    EXPECT_EQ(qzmon::SetMessage("TEMP", {-0.5, 1}, {-0.5, 1}),
+              "TEMP: offset -0.5, gain 1, read back from the device.");
+    EXPECT_EQ(qzmon::SetMessage("TEMP", {16777217, 1}, {16777216, 1}),
+              "TEMP: asked for offset 16777217, gain 1, but the device has offset 16777216, gain 1.");
 }
 
 TEST(MonitorDevice, TheSimulatedSignalStaysWhereInstrumentsWould)

@@ -6,12 +6,13 @@
 import json
 import os
 import signal
+import subprocess
 import sys
 import tempfile
 import time
 import unittest
 
-from monitor import Monitor
+from monitor import PROGRAM, Monitor
 from webdriver import Browser, wait_for
 
 SCREENSHOTS = None
@@ -72,12 +73,48 @@ class PageAtDesktopWidth(unittest.TestCase):
         self.assertEqual(self.monitor.get("/api/parameters")["channels"][0]["offset"], 100)
         self.picture("parameter")
 
+    def test_a_negative_fraction_reaches_the_device_and_what_it_rounds_is_told(self):
+        browser = self.browser
+        # The zero at the end goes when the page draws the field anew from what the device has.
+        browser.write("#offset-0", "-0.50")
+        browser.click("#parameter-0 button")
+        wait_for("the notice", lambda: "TEMP: offset -0.5, gain 1, read back" in self.notice())
+        self.assertEqual(self.monitor.get("/api/parameters")["channels"][0]["offset"], -0.5)
+        wait_for("the form", lambda: browser.run("return document.getElementById('offset-0').value") == "-0.5")
+        browser.write("#offset-0", "0.123456789")
+        browser.click("#parameter-0 button")
+        wait_for("the notice", lambda: "asked for offset 0.123456789, gain 1, but the device has offset 0.12345679"
+                 in self.notice())
+
+    def test_a_second_snapshot_of_one_label_is_refused_with_words(self):
+        browser = self.browser
+        self.monitor.post("/api/snapshots", {"label": "one"})
+        browser.write("#snapshot-label", "one")
+        browser.click("#snapshot-form button")
+        wait_for("the refusal", lambda: 'There is a snapshot "one" already; choose another label.' in self.notice())
+        self.assertEqual(browser.run("return document.getElementById('snapshot-label').value"), "one")
+
+    def test_a_label_shows_as_it_is_and_runs_nothing(self):
+        browser = self.browser
+        label = "]}\"\\<script>window.hit=1</script><img src=x onerror='window.hit=1'>\u0001\r\n\U0001F600"
+        taken = self.monitor.post("/api/snapshots", {"label": label})
+        self.assertEqual(taken["label"], label)
+        wait_for("the snapshot", lambda: "window.hit=1" in browser.text("#snapshot-list"))
+        shown = browser.run("return document.querySelector('.snapshot span').textContent")
+        self.assertIn(label, shown)
+        wait_for("the log", lambda: "\\x0D\\x0A\U0001F600" in browser.text("#log-list"))
+        browser.click(".snapshot button:nth-of-type(1)")
+        wait_for("the preview", lambda: "samples" in browser.text("#preview"))
+        self.assertEqual(browser.run("return [typeof window.hit, document.querySelectorAll('.snapshot img').length]"),
+                         ["undefined", 0])
+        self.assertEqual(browser.errors(), [])
+
     def test_a_snapshot_is_previewed_and_restored_with_its_parameters(self):
         browser = self.browser
         self.monitor.wait_for_samples(5)
         browser.write("#snapshot-label", 'before the "change"')
         browser.click("#snapshot-form button")
-        wait_for("the snapshot", lambda: "before the 'change'" in browser.text("#snapshot-list"))
+        wait_for("the snapshot", lambda: 'before the "change"' in browser.text("#snapshot-list"))
         taken = self.monitor.get("/api/snapshots")["snapshots"][0]
         then = self.monitor.get(f"/api/preview?id={taken['id']}")["samples"]["count"]
 
@@ -187,6 +224,69 @@ class Server(unittest.TestCase):
                 self.assertIn(answer, (400, 404), body)
             _, _, body = monitor.request("GET", "/<script>alert(1)</script>")
             self.assertNotIn(b"<script>", body)
+
+    def test_numbers_are_read_whole_and_read_back(self):
+        with Monitor() as monitor:
+            wait_for("the device", lambda: monitor.get("/api/status")["connected"])
+            answer = monitor.post("/api/parameters", {"channel": 1, "offset": -0.5, "gain": -0.25})
+            self.assertEqual((answer["name"], answer["offset"], answer["gain"], answer["agrees"]),
+                             ("PRES", -0.5, -0.25, True))
+            channel = monitor.get("/api/parameters")["channels"][1]
+            self.assertEqual((channel["offset"], channel["gain"]), (-0.5, -0.25))
+            wait_for("the value", lambda: -3 < monitor.get("/api/status")["channels"][1]["value"] < -0.5)
+            answer = monitor.post("/api/parameters", {"channel": 1, "offset": 0.123456789, "gain": 1})
+            self.assertEqual((answer["offset"], answer["asked"]["offset"], answer["agrees"]),
+                             (0.12345679, 0.123456789, False))
+            self.assertIn("asked for offset 0.123456789", answer["message"])
+            for body, about in (('{"channel":1,"offset":"0,5","gain":1}', '"offset" takes a number'),
+                                ('{"channel":1,"offset":1e7,"gain":1}', '"offset" takes a number from -1000000'),
+                                ('{"channel":1,"offset":null,"gain":1}', '"offset" is missing'),
+                                ('{"channel":1.5,"offset":0,"gain":1}', '"channel" takes a whole number'),
+                                ('{"channel":1,"offset":--1,"gain":1}', "at byte 23, a digit is missing"),
+                                ('{"channel":1,"offset":0,"gain":"nan"}', '"gain" takes a number')):
+                status, _, answer = monitor.request("POST", "/api/parameters", body, {"X-Qzmon": "test"})
+                self.assertEqual(status, 400, body)
+                self.assertIn(about, json.loads(answer)["error"])
+            self.assertEqual(monitor.get("/api/parameters")["channels"][1]["gain"], 1)
+
+    def test_times_are_written_by_the_standard(self):
+        form = r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d{3})?$"
+        with Monitor() as monitor:
+            monitor.wait_for_samples(2)
+            monitor.post("/api/snapshots", {"label": "one"})
+            status = monitor.get("/api/status")
+            for time_text in (status["now"], status["time"], monitor.get("/api/snapshots")["snapshots"][0]["time"],
+                              monitor.get("/api/samples")["samples"][0]["time"],
+                              monitor.get("/api/table")["rows"][0][0], monitor.get("/api/log")["entries"][0]["time"]):
+                self.assertRegex(time_text, form)
+
+    def test_a_second_snapshot_of_one_label_is_refused(self):
+        with Monitor() as monitor:
+            monitor.wait_for_samples(1)
+            monitor.post("/api/snapshots", {"label": "one"})
+            status, _, body = monitor.request("POST", "/api/snapshots", '{"label":"one"}', {"X-Qzmon": "test"})
+            self.assertEqual(status, 409)
+            self.assertIn('There is a snapshot "one" already', json.loads(body)["error"])
+            self.assertEqual(len(monitor.get("/api/snapshots")["snapshots"]), 1)
+
+    def test_its_files_are_for_its_user_alone(self):
+        with Monitor(options=("--bind", "0.0.0.0")) as monitor:
+            wait_for("the lock", lambda: os.path.exists(os.path.join(monitor.folder, "Log")))
+            for place, folders, files in os.walk(monitor.folder):
+                for name in folders + files:
+                    path = os.path.join(place, name)
+                    self.assertEqual(os.stat(path).st_mode & 0o077, 0, path)
+
+    def test_bad_arguments_are_named(self):
+        for arguments, about in ((["--http", "x"], '--http: "x" is no whole number'),
+                                 (["--baud", "-1"], '--baud: "-1" is no whole number'),
+                                 (["--for", "1s"], '--for: "1s" is no number of seconds'),
+                                 (["--bind", "127.0.0.999"], '--bind: "127.0.0.999" is no address'),
+                                 (["--more", "1"], "--more is no option")):
+            with tempfile.TemporaryDirectory() as folder:
+                done = subprocess.run([PROGRAM, "--data", folder, *arguments], capture_output=True, text=True, timeout=60)
+                self.assertEqual((done.returncode, done.stderr.count("\n")), (2, 1), done.stderr)
+                self.assertIn(about, done.stderr)
 
     def test_no_path_leads_out_of_what_is_served(self):
         with Monitor() as monitor:

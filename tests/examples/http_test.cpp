@@ -91,6 +91,49 @@ TEST_F(FilesExample, IsReadByTheClientExample)
     EXPECT_NE(std::system((get + url + "/none.txt here" + out).c_str()), 0);
 }
 
+/// Runs a program and returns its exit code; what it prints on the error stream goes to a file.
+int RunFor(const std::string& line, const std::string& errors)
+{
+    const int status = std::system((line + " 2>" + errors).c_str());
+    return status >= 256 ? status / 256 : status;
+}
+
+TEST(GetExample, SaysInWordsWhyThereIsNoResponse)
+{
+    qztest::TempDir dir;
+    const std::string get = Path(QZ_TEST_HTTP_GET) + " ";
+    const auto words = [&](const std::string& url) {
+        EXPECT_EQ(RunFor(get + url, dir.NarrowName("err")), 2) << url;
+        return dir.Read("err");
+    };
+    EXPECT_EQ(
+        words("http://no-such-host.invalid/").find("http_get: host \"no-such-host.invalid\" not found: "),
+        0u);
+    EXPECT_EQ(
+        words("http://127.0.0.1:1/").find("http_get: cannot connect to 127.0.0.1 port 1: connection refused"),
+        0u);
+    EXPECT_EQ(words("http://x:/").find("http_get: \"http://x:/\" is no URL: ArgumentOutOfRange"), 0u);
+    EXPECT_EQ(words("/a.txt").find("http_get: \"/a.txt\" names no host"), 0u);
+}
+
+TEST(ServerExamples, RefuseAPortThatIsNone)
+{
+    qztest::TempDir dir;
+    for (const char* program : {QZ_TEST_HTTP_FILES, QZ_TEST_HTTP_STATUS})
+    {
+        for (const char* port : {"x", "80x", "65536", "-1", "0x50"})
+        {
+            EXPECT_EQ(RunFor(Path(program) + " " + port + " more", dir.NarrowName("err")), 2) << port;
+            EXPECT_NE(
+                dir.Read("err").find("PORT \"" + std::string(port) + "\" is no whole number from 0 to 65535"),
+                std::string::npos);
+        }
+    }
+    EXPECT_EQ(RunFor(Path(QZ_TEST_HTTP_FILES) + " 0 " + dir.NarrowName("none.json"), dir.NarrowName("err")),
+              1);
+    EXPECT_EQ(dir.Read("err").find("http_files: Operation Failed"), 0u) << dir.Read("err");
+}
+
 class StatusExample : public Example
 {};
 

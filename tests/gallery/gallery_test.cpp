@@ -141,7 +141,10 @@ TEST_F(Gallery, ASecondRunReplacesTheFiles)
 TEST_F(Gallery, AMissingFolderIsAFailure)
 {
     EXPECT_EQ(Run(s_folder->NarrowName("nowhere")), 1);
-    EXPECT_NE(s_output->Read("stderr").find("failure 5888"), std::string::npos);
+    const std::string file = s_folder->NarrowName("nowhere") + "/figures.bmp";
+    const std::string words = s_output->Read("stderr");
+    EXPECT_EQ(words.find("gallery: cannot write " + file + ": Operation Failed "), 0u) << words;
+    EXPECT_GT(words.size(), file.size() + 45) << words;
     EXPECT_EQ(Run(""), 2);
     EXPECT_NE(s_output->Read("stderr").find("usage"), std::string::npos);
 }

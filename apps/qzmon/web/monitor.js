@@ -49,10 +49,6 @@ function size(bytes) {
   return (unit === 0 ? bytes : bytes.toFixed(1)) + " " + units[unit];
 }
 
-// The server reads JSON texts without escapes, so a text must not need one.
-// eslint-disable-next-line no-control-regex
-const plain = text => text.replace(/["\\]/g, "'").replace(/[\u0000-\u001f]/g, " ").trim();
-
 // ---- Live
 
 let status = null;
@@ -94,7 +90,7 @@ function showStatus() {
   $("values").classList.toggle("stale", !connected);
   $("values").replaceChildren(...status.channels.map(channel => {
     const box = make("div", {class: "value"}, make("span", {}, channel.name),
-      make("b", {}, channel.value === undefined ? "–" : channel.value.toFixed(3)));
+      make("b", {}, typeof channel.value !== "number" ? "–" : channel.value.toFixed(3)));
     box.style.borderColor = channel.color;
     return box;
   }));
@@ -137,8 +133,10 @@ function showParameters() {
       event.preventDefault();
       document.activeElement.blur();
       attempt(async () => {
-        await ask("/api/parameters", {channel: index, offset: offset.valueAsNumber, gain: gain.valueAsNumber});
-        tell(`${channel.name}: offset ${offset.value}, gain ${gain.value} are set.`, true);
+        const set = await ask("/api/parameters", {channel: index, offset: offset.valueAsNumber, gain: gain.valueAsNumber});
+        tell(set.message, set.agrees);
+        // The fields show what the device has, not what was typed.
+        parameterKey = "";
         refresh();
       });
     }}, make("b", {}, channel.name), make("label", {}, "Offset", offset), make("label", {}, "Gain", gain),
@@ -172,7 +170,7 @@ function nameOf(field) {
 }
 
 function cellOf(cell) {
-  if (/^\d{4}-\d\d-\d\d /.test(cell)) return [make("span", {class: "date"}, cell.slice(0, 11)), cell.slice(11)];
+  if (/^\d{4}-\d\d-\d\dT/.test(cell)) return [make("span", {class: "date"}, cell.slice(0, 11)), cell.slice(11)];
   return [/^-?\d+\.\d{4,}$/.test(cell) ? Number(cell).toFixed(3) : cell];
 }
 
@@ -196,9 +194,10 @@ function restore(one) {
   dialog.onclose = () => {
     if (dialog.returnValue !== "yes") return;
     attempt(async () => {
-      await ask("/api/restore", {id: one.id});
-      tell(`S${one.number} is restored.`, true);
+      const note = (await ask("/api/restore", {id: one.id})).note;
+      tell(`S${one.number} is restored. ${note}`, note === "");
       $("preview").hidden = true;
+      parameterKey = "";
       tablePage = 0;
       refresh();
     });
@@ -267,8 +266,9 @@ async function showSettings() {
     return make("form", {class: "setting", onsubmit: event => {
       event.preventDefault();
       attempt(async () => {
-        await ask("/api/settings", {name: one.name, value: input.value});
-        tell(`${one.name} is ${input.value}.`, true);
+        const answer = await ask("/api/settings", {name: one.name, value: input.value});
+        const changed = answer.settings.find(each => each.name === one.name);
+        tell(`${one.name} is ${changed.value}.`, true);
         refresh();
       });
     }}, name, input, make("button", {}, "Change"));
@@ -281,7 +281,6 @@ async function showSettings() {
 
 async function refresh() {
   await attempt(async () => {
-    parameterKey = "";
     await Promise.all([showSnapshots(), showTable(), showLog(), showFigures(), showRuler()]);
   });
 }
@@ -302,7 +301,7 @@ async function slowBeat() {
 $("snapshot-form").addEventListener("submit", event => {
   event.preventDefault();
   attempt(async () => {
-    await ask("/api/snapshots", {label: plain($("snapshot-label").value)});
+    await ask("/api/snapshots", {label: $("snapshot-label").value.trim()});
     $("snapshot-label").value = "";
     tell("The snapshot is taken.", true);
     refresh();

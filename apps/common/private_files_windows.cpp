@@ -1,0 +1,10 @@
+#include "common/private_files.h"
+
+namespace qzapp
+{
+
+void KeepFilesPrivate() {}
+
+void MakePrivate(const std::string&) {}
+
+}  // namespace qzapp
