@@ -67,7 +67,7 @@ QZLinearGraph::~QZLinearGraph()
     delete m_info;
 }
 
-QZInt64 QZLinearGraph::GetType() { return 0x81FFFF9; }
+QZInt64 QZLinearGraph::GetType() { return Type; }
 
 void QZLinearGraph::AddMarks()
 {

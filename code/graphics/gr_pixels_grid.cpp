@@ -65,7 +65,7 @@ QZRectangles::QZRectangles(int x, int y, int columns, int rows, int cell)
     }
 }
 
-QZInt64 QZRectangles::GetType() { return 0x81FFFF4; }
+QZInt64 QZRectangles::GetType() { return Type; }
 
 QZString* QZRectangles::CreateKey(int column, int row)
 {
