@@ -84,7 +84,7 @@ void QZLinearGraph::AddMarks()
     for (const QZWChar* key : {kMouse, kBegin, kEnd}) m_marks->MarkAdd(key, new QZShape(&cursor));
 }
 
-/// A mark by its name: hosts may have put another shape in its place.
+/// The mark of that name. It is looked up each time, because a host may replace the shape.
 QZShape* QZLinearGraph::MarkOf(const QZWChar* key) const { return m_marks->MarkGet(key); }
 
 unsigned int QZLinearGraph::PixelToLength(unsigned int pixel) const

@@ -20,7 +20,7 @@ struct QZRectangles::Cells
     {
         std::vector<QZObject*> rectangles;
         for (QZInt64 i = 0; i < byKey.Count(); ++i) rectangles.push_back(byKey.GetElement(i));
-        // The collection lets go of them first: what it holds is locked.
+        // The collection is cleared first, because the objects that it holds are locked.
         byKey.Clear();
         for (QZObject* rectangle : rectangles) delete rectangle;
     }

@@ -253,8 +253,8 @@ QZUInt64 QZRectangleCollection::GetElement(QZInt64 index) { return QZCollection:
 
 QZUInt64* QZRectangleCollection::Element(QZInt64 index)
 {
-    // The reported length counts, also where it is more than what was added: hosts that copy a list and write
-    // into the surplus find there what they wrote.
+    // The reported length is the limit, also where it exceeds the number of added rectangles: hosts copy a
+    // list, write into the surplus and read it back.
     if (index < 0 || index >= std::min<QZInt64>(m_length, Stored())) return nullptr;
     return Words() + 2 * index + 1;
 }

@@ -1,7 +1,7 @@
 #ifndef QZLIB_CODEC_COMPRESSION_GROUP_H
 #define QZLIB_CODEC_COMPRESSION_GROUP_H
 
-/// How the coder takes bytes together. Internal.
+/// How the coder groups bytes. Internal.
 
 #include <algorithm>
 #include <bit>
@@ -16,11 +16,11 @@ constexpr QZUInt32 kGroupLimit = 225;
 
 /// A run of bytes whose values lie close together.
 ///
-/// A byte joins as long as it lies within 15 of the smallest and the largest. A group that is long and narrow
-/// enough for a smaller tag is not spoilt by a byte that is farther off: from the sixth byte on equal ones
-/// take only the same, and two neighbours only these two; from the seventh on a range below 4 stays below 4.
-/// So what a group can become is settled by its first seven bytes, and the rest is a scan, sixteen bytes at a
-/// time.
+/// A byte joins when it differs by at most 15 from the smallest and from the largest byte. A group that is
+/// long and narrow enough for a smaller tag ends before a byte that would need a larger one. From the sixth
+/// byte on, a group of equal bytes takes only that byte, and a group of two neighbouring values takes only
+/// these two. From the seventh byte on, a range below 4 stays below 4. The first seven bytes therefore decide
+/// which later bytes can join, and the rest is a scan of sixteen bytes at a time.
 struct Group
 {
     QZUInt32 end;

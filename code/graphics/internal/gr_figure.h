@@ -10,7 +10,8 @@
 namespace figure
 {
 
-/// Points on their way into a shape, in the array form of collections. What is small stays on the stack.
+/// Points that are collected for a shape, in the array form of collections. A small number of them stays on
+/// the stack.
 class Scratch
 {
 public:

@@ -21,7 +21,7 @@ void Pack(unsigned char* slot, const unsigned char* glyph, QZInt64 size);
 /// Unpacks a slot: width, height and one byte for each dot. The number of dots is rounded up to whole packed
 /// bytes; at most 1010 bytes are written. When width and height need more dots than any glyph has, the target
 /// does not change.
-/// @return the bytes of the unpacked glyph by its sides, or kFallbackCode for such a slot
+/// @return the number of bytes that follows from width and height, or kFallbackCode for such a slot
 QZInt64 Unpack(unsigned char* glyph, const unsigned char* slot);
 
 /// Expands the packed dots of a slot into one byte for each dot.
