@@ -5,9 +5,10 @@
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
+#include "fw/fw_exception.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 namespace
 {
@@ -44,10 +45,9 @@ template <typename T>
 void CheckObject(const T* object, const QZWChar* method, const QZWChar* type)
 {
     if (object != nullptr) return;
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), QZ_W("QZBase64"),
-                  method)
+    QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZBase64"), method)
         .Argument(type, static_cast<const QZWChar*>(nullptr))
-        .Exception();
+        .Throw();
 }
 
 QZString* Encode(const QZByte* bytes, QZInt64 size)
@@ -109,9 +109,7 @@ void Decode(QZString* text, const QZWChar* method, QZData* target)
         target->NewSize(size);
         if (Decode(units, size, static_cast<QZByte*>(target->GetPointer()))) return;
     }
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::WrongFormat), QZ_W("QZBase64"), method)
-        .Argument(QZ_W("QZString*"), text)
-        .Exception();
+    QZRaise(QZExceptionCode::WrongFormat, QZ_W("QZBase64"), method).Argument(QZ_W("QZString*"), text).Throw();
 }
 
 }  // namespace

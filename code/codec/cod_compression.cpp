@@ -78,11 +78,10 @@ QZULong QZCompression::UnDivide(unsigned char* buffer, QZULong length)
 {
     const QZInt64 size = length;
     if (!EndsWith(buffer, static_cast<QZUInt32>(length), kDividedMarker))
-        throw QZTrace(
-            QZExceptionFactory::CreateException("It's not Divided data!\n", QZExceptionCode::UnknownType),
-            QZ_W("QZCompression"), QZ_W("UnDivide"))
+        QZRaise(QZGeneralFailure(QZExceptionCode::UnknownType).With("It's not Divided data!\n"),
+                QZ_W("QZCompression"), QZ_W("UnDivide"))
             .Argument(QZ_W("QZUInt32"), size)
-            .Exception();
+            .Throw();
     const QZInt64 count = GetWord(buffer, 0);
     const QZInt64 result = size - kMarkerSize - kPlaneHead * count - kMarkerSize;
     if (result < 0) return 0;
@@ -171,10 +170,9 @@ QZULong QZCompression::BitmapBitsDecompress32(unsigned char* buffer, QZULong len
         }
         else
         {
-            throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::UnknownType),
-                          QZ_W("QZCompression"), QZ_W("BitmapBitsDecompress32"))
+            QZRaise(QZExceptionCode::UnknownType, QZ_W("QZCompression"), QZ_W("BitmapBitsDecompress32"))
                 .Argument(QZ_W("QZUInt32"), static_cast<QZInt64>(length))
-                .Exception();
+                .Throw();
         }
     }
 }

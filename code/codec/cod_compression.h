@@ -48,8 +48,9 @@ public:
     /// Decoded bytes past the stated length and some slack are dropped; missing bytes at the end of the
     /// stream count as 0. At a block with an unknown tag the call does not return unless another thread
     /// changes the tag.
-    /// @return the count of decoded bytes; 0, with a message on the standard output and the buffer as it was,
-    ///         where DecompressGetSourceLength gives 0xFFFFFFFF
+    /// Where DecompressGetSourceLength returns 0xFFFFFFFF, it writes a message to the standard output, leaves
+    /// the buffer as it is and returns 0.
+    /// @return the count of decoded bytes
     QZULong Decompress(unsigned char* buffer, QZULong length);
 
     /// True when the buffer holds a compressed stream that can be decoded to its end block, with known blocks
@@ -65,8 +66,8 @@ public:
 
     /// Undoes RectToLine: writes width * height pixels from the start of the buffer, 0 for dropped pixels.
     /// When a damaged head does not fit the length, nothing is written after the length.
-    /// @return the length less 4, not that of the pixels; the length itself, and nothing happens, without the
-    /// marker
+    /// Without the marker nothing happens, and the result is the length itself.
+    /// @return the length less 4, which is not the length of the pixels
     QZULong LineToRect(unsigned char* buffer, QZULong length);
 
     /// All stages for an image of width * height pixels.

@@ -36,7 +36,7 @@ bool IsDifferences(QZByte tag) { return tag == NibbleTag || tag == PairTag || ta
 /// Bits of one difference.
 int WidthOf(QZByte tag) { return tag == NibbleTag ? 4 : tag == PairTag ? 2 : 1; }
 
-/// The bytes of a stream. Behind its end they read 0.
+/// The bytes of a stream. A position past the end reads as 0.
 class StreamBytes
 {
 public:
@@ -110,11 +110,11 @@ void SubtractBase(QZByte* bytes, QZUInt32 count, QZByte base)
 {
     const Lane bases = Spread(base);
     QZUInt32 i = 0;
-    for (; i + LaneSize <= count; i += LaneSize) StoreLane(bytes + i, Subtract(LoadLane(bytes + i), bases));
+    for (; i + kLaneSize <= count; i += kLaneSize) StoreLane(bytes + i, Subtract(LoadLane(bytes + i), bases));
     for (; i < count; ++i) bytes[i] = static_cast<QZByte>(bytes[i] - base);
 }
 
-/// Packs differences of so many bits; how many bytes that gives.
+/// Packs differences of `Width` bits each and returns the number of bytes that it wrote.
 template <int Width>
 QZUInt32 Pack(const QZByte* differences, QZUInt32 count, QZByte* target)
 {
@@ -189,7 +189,7 @@ QZUInt32 QZCompression::Encode(QZUInt32 length)
             literal = i;
             WriteBlock(tag, static_cast<QZByte>(group.minimum), start, i);
         }
-        else if (pending && i - literal + 1 >= GroupLimit)
+        else if (pending && i - literal + 1 >= kGroupLimit)
         {
             WriteRaw(literal, i);
             pending = false;

@@ -12,17 +12,18 @@ namespace compression
 namespace
 {
 
-/// The largest block, and what a lane reads behind it.
-constexpr QZInt64 LargestBlock = 2 + 255 + LaneSize;
+/// The size of the largest block and of the lane that a read may take past its end.
+constexpr QZInt64 kLargestBlock = 2 + 255 + kLaneSize;
 
-/// The differences in a byte, each in a byte of its own, the first in the lowest.
+/// For each packed byte its differences, each in a byte of its own. The first difference is in the lowest
+/// byte.
 template <typename Word, int Width>
 constexpr std::array<Word, 256> Unpacked()
 {
     std::array<Word, 256> table{};
-    constexpr int InByte = 8 / Width;
+    constexpr int kInByte = 8 / Width;
     for (unsigned byte = 0; byte < 256; ++byte)
-        for (int i = 0; i < InByte; ++i)
+        for (int i = 0; i < kInByte; ++i)
             table[byte] |= static_cast<Word>(byte >> (8 - Width * (i + 1)) & ((1u << Width) - 1)) << (8 * i);
     return table;
 }
@@ -39,7 +40,8 @@ Lane Sixteen(QZByte tag, const QZByte* packed)
     return HalvesOf(packed);
 }
 
-/// Decodes the block at the position and answers where the next one begins. Reads up to a lane behind it.
+/// Decodes the block at the position and returns the position of the next one. Reads up to a lane past the
+/// end of the block.
 QZInt64 DecodeBlock(const QZByte* stream, QZInt64 position, QZByte* target, QZInt64* decoded)
 {
     const QZByte* block = stream + position;
@@ -48,7 +50,7 @@ QZInt64 DecodeBlock(const QZByte* stream, QZInt64 position, QZByte* target, QZIn
     if (tag == RawTag)
     {
         const QZInt64 count = block[1];
-        for (QZInt64 i = 0; i < count; i += LaneSize) StoreLane(out + i, LoadLane(block + 2 + i));
+        for (QZInt64 i = 0; i < count; i += kLaneSize) StoreLane(out + i, LoadLane(block + 2 + i));
         *decoded += count;
         return position + 2 + count;
     }
@@ -57,12 +59,12 @@ QZInt64 DecodeBlock(const QZByte* stream, QZInt64 position, QZByte* target, QZIn
     *decoded += count;
     if (tag == FillTag)
     {
-        for (QZInt64 i = 0; i < count; i += LaneSize) StoreLane(out + i, base);
+        for (QZInt64 i = 0; i < count; i += kLaneSize) StoreLane(out + i, base);
         return position + 3;
     }
     const QZInt64 width = tag == NibbleTag ? 4 : tag == PairTag ? 2 : 1;
     const QZByte* packed = block + 3;
-    for (QZInt64 i = 0; i < count; i += LaneSize)
+    for (QZInt64 i = 0; i < count; i += kLaneSize)
         StoreLane(out + i, Add(base, Sixteen(tag, packed + i * width / 8)));
     return position + 3 + (count * width + 7) / 8;
 }
@@ -74,12 +76,12 @@ QZInt64 DecodeChecked(const QZByte* stream, QZInt64 length, QZByte* target)
     const QZInt64 limit = length - kStreamTrailer;
     QZInt64 decoded = 0;
     QZInt64 position = 0;
-    while (position + LargestBlock <= length && stream[position] != EndTag)
+    while (position + kLargestBlock <= length && stream[position] != EndTag)
         position = DecodeBlock(stream, position, target, &decoded);
     if (position >= limit || stream[position] == EndTag) return decoded;
 
-    // The last blocks from a copy with room behind them.
-    QZByte rest[2 * LargestBlock] = {};
+    // The last blocks are decoded from a copy, because reads go past their end.
+    QZByte rest[2 * kLargestBlock] = {};
     const QZInt64 size = limit - position;
     QZMemCopy(rest, stream + position, size);
     for (position = 0; position < size && rest[position] != EndTag;)

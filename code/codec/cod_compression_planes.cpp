@@ -8,7 +8,7 @@ namespace compression
 namespace
 {
 
-constexpr QZInt64 Step = 4 * LaneSize;
+constexpr QZInt64 kStep = 4 * kLaneSize;
 
 /// Where the four planes of a buffer begin.
 struct Starts
@@ -25,10 +25,10 @@ void SplitFour(const QZByte* source, QZInt64 size, QZByte* planes)
 {
     const Starts starts(size);
     QZInt64 i = 0;
-    for (; i + Step <= size; i += Step)
+    for (; i + kStep <= size; i += kStep)
     {
-        const Lane words[4] = {LoadLane(source + i), LoadLane(source + i + LaneSize),
-                               LoadLane(source + i + 2 * LaneSize), LoadLane(source + i + 3 * LaneSize)};
+        const Lane words[4] = {LoadLane(source + i), LoadLane(source + i + kLaneSize),
+                               LoadLane(source + i + 2 * kLaneSize), LoadLane(source + i + 3 * kLaneSize)};
         const QZInt64 at = i / 4;
         StoreLane(planes + starts.at[0] + at, PlaneOf<0>(words));
         StoreLane(planes + starts.at[1] + at, PlaneOf<1>(words));
@@ -55,7 +55,7 @@ void JoinFourPlanes(const QZByte* planes, QZInt64 size, QZByte* target)
 {
     const Starts starts(size);
     QZInt64 i = 0;
-    for (; i + Step <= size; i += Step)
+    for (; i + kStep <= size; i += kStep)
     {
         const QZInt64 at = i / 4;
         StoreWords(target + i, LoadLane(planes + starts.at[0] + at), LoadLane(planes + starts.at[1] + at),

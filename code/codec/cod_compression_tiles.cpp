@@ -101,12 +101,11 @@ void CopyPixels(QZByte* to, const QZByte* from, QZInt64 count)
 QZULong QZCompression::RectToLine(unsigned char* buffer, QZLong width, QZLong height, QZULong tile)
 {
     if (tile == 0)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZCompression"), QZ_W("RectToLine"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZCompression"), QZ_W("RectToLine"))
             .Argument(QZ_W("QZInt32"), static_cast<QZInt64>(width))
             .Argument(QZ_W("QZInt32"), static_cast<QZInt64>(height))
             .Argument(QZ_W("QZUInt32"), static_cast<QZInt64>(tile))
-            .Exception();
+            .Throw();
     const Tiling tiling(width, height, tile);
     const Temporary line(tiling.ImageSize() + 2048, false, QZ_W("RectToLine"));
     QZStore(line.Bytes(), static_cast<QZInt32>(width));

@@ -29,8 +29,8 @@ struct Tables
 
 const Tables& GetTables()
 {
-    static const Tables tables;
-    return tables;
+    static const Tables kTables;
+    return kTables;
 }
 
 /// The table entry for an angle that is not negative.
@@ -85,13 +85,13 @@ float QZMath::Log(float value)
 
 float QZMath::Exp(float value)
 {
-    constexpr float E = 2.7182817f;
+    constexpr float kEuler = 2.7182817f;
     const float whole = std::trunc(value);
     const float fraction = std::isinf(value) ? 0.0f : value - whole;
     float power = 1.0f;
     // A power that has run out of the range of its type stays there, however many steps are left.
-    for (float k = whole; k >= 1.0f && std::isfinite(power); k -= 1.0f) power *= E;
-    for (float k = whole; k <= -1.0f && power != 0.0f; k += 1.0f) power /= E;
+    for (float k = whole; k >= 1.0f && std::isfinite(power); k -= 1.0f) power *= kEuler;
+    for (float k = whole; k <= -1.0f && power != 0.0f; k += 1.0f) power /= kEuler;
     float term = 1.0f;
     float sum = 1.0f;
     for (int n = 1; n <= 9; ++n)

@@ -1,6 +1,6 @@
 #include "codec/cod_random.h"
 
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "sys/sys_bytes.h"
 
 namespace
@@ -89,11 +89,10 @@ constexpr QZByte kNoise[kTables][kTableSize] = {
 template <typename T>
 [[noreturn]] void ThrowNoRange(const QZWChar* method, const QZWChar* type, T lower, T upper)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), QZ_W("QZRandom"),
-                  method)
+    QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZRandom"), method)
         .Argument(type, static_cast<int>(lower))
         .Argument(type, static_cast<int>(upper))
-        .Exception();
+        .Throw();
 }
 
 }  // namespace

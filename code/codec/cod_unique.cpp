@@ -6,7 +6,7 @@
 #include "fw/fw_string_factory.h"
 #include "fw/fw_time.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 namespace
 {
@@ -72,10 +72,9 @@ void QZUniqueCode::Append(QZData* data)
 void QZUniqueCode::Append(QZDateTime* time)
 {
     if (time == nullptr)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZUniqueCode"), QZ_W("Append"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZUniqueCode"), QZ_W("Append"))
             .Argument(QZ_W("QZDateTime*"), static_cast<const QZWChar*>(nullptr))
-            .Exception();
+            .Throw();
     Append(time->ToTimestamp());
 }
 
@@ -88,10 +87,9 @@ void QZUniqueCode::Clear()
 void QZUniqueCode::Mix(QZInt64 length, const QZWChar* method, QZData* target)
 {
     if (length < kMinimumLength)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZUniqueCode"), method)
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZUniqueCode"), method)
             .Argument(QZ_W("QZInt64"), length)
-            .Exception();
+            .Throw();
     const QZInt64 size = length / 2;
     QZData sums(size);
     QZByte* sum = static_cast<QZByte*>(sums.GetPointer());

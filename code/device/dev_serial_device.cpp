@@ -9,6 +9,7 @@
 #include "fw/fw_memory.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_raise.h"
 #include "os/os_thread.h"
 
 using namespace serialdevice;
@@ -109,6 +110,8 @@ QZSerialDevice::QZSerialDevice(const QZSerialDevice& other)
       m_shared(other.m_shared),
       m_checksum(other.m_checksum)
 {
+    static_assert(QZInt64{sizeof(m_mirror)} == kBufferSize,
+                  "the installed header writes the size as a number");
     QZMemCopy(m_mirror, other.m_mirror, kBufferSize);
 }
 
@@ -181,10 +184,9 @@ QZString* QZSerialDevice::GetPath() { return QZSerial::GetPath(); }
 QZString* QZSerialDevice::GetSeries(QZString* model)
 {
     if (model == nullptr)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), kClass,
-                      QZ_W("GetSeries"))
+        QZRaise(QZExceptionCode::NullPointer, kClass, QZ_W("GetSeries"))
             .Argument(QZ_W("QZString*"), model)
-            .Exception();
+            .Throw();
     const QZInt64 length = model->GetLength();
     QZInt64 end = 0;
     for (bool digit = false; end < length; ++end)

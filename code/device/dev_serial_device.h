@@ -126,8 +126,8 @@ public:
     /// Write and read the device's memory in blocks of the size that the device reports; `verify` compares
     /// the checksum of each block. With a device that reports 0 they do not return.
     /// @return length
-    /// @throws QZSerialException  for a refused data byte, after all blocks were sent; for every other
-    ///         status at once
+    /// @throws QZSerialException  for a data byte that is refused, after all blocks were sent
+    /// @throws QZSerialException  for every other status, at once
     QZInt64 WriteMemory(QZInt64 address, const void* data, QZInt64 length, QZBool verify);
     QZInt64 ReadMemory(QZInt64 address, void* data, QZInt64 length, QZBool verify);
 

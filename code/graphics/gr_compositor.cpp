@@ -6,6 +6,7 @@
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 #include "graphics/internal/gr_parts.h"
 
@@ -66,7 +67,7 @@ QZGraphicsCollection::~QZGraphicsCollection()
     delete m_pending;
 }
 
-QZInt64 QZGraphicsCollection::GetType() { return 0x81FFFF6; }
+QZInt64 QZGraphicsCollection::GetType() { return Type; }
 
 QZBool QZGraphicsCollection::SetKey(QZString* key)
 {
@@ -157,10 +158,9 @@ QZGraphics* QZGraphicsCollection::GetElement(QZString* key)
 void QZGraphicsCollection::SetElement(QZGraphics* layer)
 {
     if (layer->GetKey()->GetLength() == 0)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
-                      QZ_W("SetElement"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, QZ_W("SetElement"))
             .Argument(QZ_W("QZGraphics*"), layer->GetKey())
-            .Exception();
+            .Throw();
     m_layers->RemoveElement(layer->GetKey());
     m_layers->Add(layer->GetKey(), layer);
 }

@@ -118,7 +118,7 @@ QZHistogram::~QZHistogram()
     delete m_data;
 }
 
-QZInt64 QZHistogram::GetType() { return 0x81FFFF8; }
+QZInt64 QZHistogram::GetType() { return Type; }
 
 /// The column after the last bar. The last two bytes have no bar.
 int QZHistogram::ColumnEnd(const QZData* data) const

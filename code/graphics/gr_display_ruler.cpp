@@ -67,7 +67,7 @@ QZLinearGraph::~QZLinearGraph()
     delete m_info;
 }
 
-QZInt64 QZLinearGraph::GetType() { return 0x81FFFF9; }
+QZInt64 QZLinearGraph::GetType() { return Type; }
 
 void QZLinearGraph::AddMarks()
 {
@@ -84,7 +84,7 @@ void QZLinearGraph::AddMarks()
     for (const QZWChar* key : {kMouse, kBegin, kEnd}) m_marks->MarkAdd(key, new QZShape(&cursor));
 }
 
-/// A mark by its name: hosts may have put another shape in its place.
+/// The mark of that name. It is looked up each time, because a host may replace the shape.
 QZShape* QZLinearGraph::MarkOf(const QZWChar* key) const { return m_marks->MarkGet(key); }
 
 unsigned int QZLinearGraph::PixelToLength(unsigned int pixel) const

@@ -18,7 +18,7 @@ QZPoint::QZPoint(const QZPoint* other) : m_packed(other->m_packed) {}
 QZPoint::QZPoint(QZUInt64 packed) : m_packed(packed) {}
 QZPoint::QZPoint(int x, int y) : m_packed(word::Pack(x, y)) {}
 
-QZInt64 QZPoint::GetType() { return 0x81FFF60; }
+QZInt64 QZPoint::GetType() { return Type; }
 
 int QZPoint::GetX() const { return word::Low(m_packed); }
 int QZPoint::GetY() const { return word::High(m_packed); }
@@ -31,7 +31,7 @@ QZSize::QZSize(const QZSize* other) : m_packed(other->m_packed) {}
 QZSize::QZSize(QZUInt64 packed) : m_packed(packed) {}
 QZSize::QZSize(int width, int height) : m_packed(word::Pack(width, height)) {}
 
-QZInt64 QZSize::GetType() { return 0x81FFFC0; }
+QZInt64 QZSize::GetType() { return Type; }
 
 int QZSize::GetWidth() const { return word::Low(m_packed); }
 int QZSize::GetHeight() const { return word::High(m_packed); }
@@ -45,7 +45,7 @@ QZLine::QZLine(const QZPoint* first, const QZPoint* second)
 {}
 QZLine::QZLine(int x1, int y1, int x2, int y2) : m_first(word::Pack(x1, y1)), m_second(word::Pack(x2, y2)) {}
 
-QZInt64 QZLine::GetType() { return 0x81FFF70; }
+QZInt64 QZLine::GetType() { return Type; }
 
 int QZLine::GetX1() const { return word::Low(m_first); }
 int QZLine::GetY1() const { return word::High(m_first); }
@@ -63,7 +63,7 @@ QZArc::QZArc(const QZPoint* center, float radius)
     : m_center(std::make_shared<QZPoint>(center)), m_radius(radius)
 {}
 
-QZInt64 QZArc::GetType() { return 0x81FFF80; }
+QZInt64 QZArc::GetType() { return Type; }
 
 void QZArc::Set(const QZPoint* center, float radius)
 {
@@ -76,7 +76,7 @@ QZCircle::QZCircle(const QZPoint* center, int radius)
     : m_center(std::make_shared<QZPoint>(center)), m_radius(radius)
 {}
 
-QZInt64 QZCircle::GetType() { return 0x81FFF90; }
+QZInt64 QZCircle::GetType() { return Type; }
 
 QZColor::QZColor(unsigned int value) : m_value(value) {}
 QZColor::QZColor(unsigned char red, unsigned char green, unsigned char blue) : QZColor(255, red, green, blue)
@@ -86,7 +86,7 @@ QZColor::QZColor(unsigned char alpha, unsigned char red, unsigned char green, un
               static_cast<unsigned int>(green) << 8 | blue)
 {}
 
-QZInt64 QZColor::GetType() { return 0x81FFFA0; }
+QZInt64 QZColor::GetType() { return Type; }
 
 namespace
 {
@@ -139,7 +139,7 @@ QZCrossMark::QZCrossMark(int x, int y, int size, float degrees)
     Join(&f.line2, f.right, f.bottom);
 }
 
-QZInt64 QZCrossMark::GetType() { return 0x81FFFB0; }
+QZInt64 QZCrossMark::GetType() { return Type; }
 
 QZPoint* QZCrossMark::GetLeft() const { return &m_figure->left; }
 QZPoint* QZCrossMark::GetRight() const { return &m_figure->right; }
@@ -159,7 +159,7 @@ QZRectangle::QZRectangle(const QZRectangle& other)
     : QZObject(other), m_location(other.m_location), m_size(other.m_size)
 {}
 
-QZInt64 QZRectangle::GetType() { return 0x81FFFE0; }
+QZInt64 QZRectangle::GetType() { return Type; }
 
 int QZRectangle::GetX() const { return word::Low(m_location); }
 int QZRectangle::GetY() const { return word::High(m_location); }

@@ -12,7 +12,7 @@ namespace
 
 using Byte = unsigned char;
 
-/// One element after the other, from the first on.
+/// Converts the elements one by one, from the first to the last.
 template <typename From, typename To, typename Map>
 void Convert(void* target, const void* source, QZInt64 count, Map map)
 {
@@ -57,8 +57,9 @@ QZUInt32 From565(QZUInt16 pixel)
     return kOpaque | (v & 31) * 8 | (v & 0x7E0) * 32 | (v & 0xF800) << 8;
 }
 
-/// Four pixels of three bytes are three words: from the last group to the first, and what makes no whole
-/// group before that, so that the longer form may grow over the shorter one.
+/// Three-byte pixels to words. Four pixels of three bytes are three words and make a group. The pixels after
+/// the last whole group come first, then the groups from the last to the first, so that the conversion works
+/// in place.
 template <typename Map>
 void Widen(void* target, const void* source, QZInt64 count, Map map)
 {
@@ -83,7 +84,7 @@ void Widen(void* target, const void* source, QZInt64 count, Map map)
     }
 }
 
-/// The way back, from the first group to the last.
+/// Undoes Widen, from the first group to the last.
 template <typename Map>
 void Narrow(void* target, const void* source, QZInt64 count, Map map)
 {
@@ -194,7 +195,7 @@ unsigned int QZImage::ARGB2ABGR(unsigned int pixel) { return SwapOuterColors(pix
 
 QZInt64 QZImage::ARGB2ABGR(void* target, const void* source, QZInt64 size)
 {
-    if (target) Convert<QZUInt32, QZUInt32>(target, source, size / 4, SwapOuterColors);
+    if (target != nullptr) Convert<QZUInt32, QZUInt32>(target, source, size / 4, SwapOuterColors);
     return size;
 }
 
@@ -205,13 +206,13 @@ QZInt64 QZImage::ABGR2ARGB(void* target, const void* source, QZInt64 size)
 
 QZInt64 QZImage::ABGR2RGBA(void* target, const void* source, QZInt64 size)
 {
-    if (target) Convert<QZUInt32, QZUInt32>(target, source, size / 4, ReverseBytes);
+    if (target != nullptr) Convert<QZUInt32, QZUInt32>(target, source, size / 4, ReverseBytes);
     return size;
 }
 
 QZInt64 QZImage::ABGR2BGRA(void* target, const void* source, QZInt64 size)
 {
-    if (target)
+    if (target != nullptr)
         Convert<QZUInt32, QZUInt32>(target, source, size / 4,
                                     [](QZUInt32 pixel) { return pixel << 8 | pixel >> 24; });
     return size;
@@ -219,13 +220,13 @@ QZInt64 QZImage::ABGR2BGRA(void* target, const void* source, QZInt64 size)
 
 QZInt64 QZImage::RGB2ABGR(void* target, const void* source, QZInt64 size)
 {
-    if (target) Widen(target, source, size / 3, SwapOuterColors);
+    if (target != nullptr) Widen(target, source, size / 3, SwapOuterColors);
     return size / 3 * 4;
 }
 
 QZInt64 QZImage::ABGR2RGB(void* target, const void* source, QZInt64 size)
 {
-    if (target) Narrow(target, source, size / 4, SwapOuterColors);
+    if (target != nullptr) Narrow(target, source, size / 4, SwapOuterColors);
     return size / 4 * 3;
 }
 
@@ -234,13 +235,13 @@ QZInt64 QZImage::BMP24ToBMP32(void* pixels, QZInt64 size) { return BMP24ToBMP32(
 
 QZInt64 QZImage::BMP32ToBMP24(void* target, const void* source, QZInt64 size)
 {
-    if (target) Narrow(target, source, size / 4, Keep);
+    if (target != nullptr) Narrow(target, source, size / 4, Keep);
     return size / 4 * 3;
 }
 
 QZInt64 QZImage::BMP24ToBMP32(void* target, const void* source, QZInt64 size)
 {
-    if (target) Widen(target, source, size / 3, Keep);
+    if (target != nullptr) Widen(target, source, size / 3, Keep);
     return size / 3 * 4;
 }
 
@@ -251,32 +252,32 @@ unsigned int QZImage::RGB565ToARGB(unsigned short pixel) { return From565(pixel)
 
 QZInt64 QZImage::ARGBToRGB555(void* target, const void* source, QZInt64 size)
 {
-    if (target) Convert<QZUInt32, QZUInt16>(target, source, size / 4, To555);
+    if (target != nullptr) Convert<QZUInt32, QZUInt16>(target, source, size / 4, To555);
     return size / 2;
 }
 
 QZInt64 QZImage::ARGBToRGB565(void* target, const void* source, QZInt64 size)
 {
-    if (target) Convert<QZUInt32, QZUInt16>(target, source, size / 4, To565);
+    if (target != nullptr) Convert<QZUInt32, QZUInt16>(target, source, size / 4, To565);
     return size / 2;
 }
 
 QZInt64 QZImage::RGB555ToARGB(void* target, const void* source, QZInt64 size)
 {
-    if (target) Convert<QZUInt16, QZUInt32>(target, source, size / 2, From555);
+    if (target != nullptr) Convert<QZUInt16, QZUInt32>(target, source, size / 2, From555);
     return size * 2;
 }
 
 QZInt64 QZImage::RGB565ToARGB(void* target, const void* source, QZInt64 size)
 {
-    if (target) Convert<QZUInt16, QZUInt32>(target, source, size / 2, From565);
+    if (target != nullptr) Convert<QZUInt16, QZUInt32>(target, source, size / 2, From565);
     return size * 2;
 }
 
 QZInt64 QZImage::YUYV2ARGB(void* target, const void* source, QZInt64 size)
 {
-    if (!source) return 0;
-    if (!target) return size * 2;
+    if (source == nullptr) return 0;
+    if (target == nullptr) return size * 2;
     auto* to = static_cast<Byte*>(target);
     const auto* from = static_cast<const Byte*>(source);
     const QZInt64 groups = size / 4;
@@ -288,14 +289,14 @@ QZInt64 QZImage::YUYV2ARGB(void* target, const void* source, QZInt64 size)
 
 QZInt64 QZImage::YUYV2GRAY(void*, const void*, QZInt64)
 {
-    // It goes to work for a size of 0 only. Callers take the answer 0 for "no luma here" and convert the
-    // colours.
+    // No size leads to a conversion: other sizes than 0 were never converted, and a size of 0 has no pixels.
+    // Callers take the result 0 as "no luma" and convert the colours instead.
     return 0;
 }
 
 QZInt64 QZImage::GRAY2ARGB(void* target, const void* source, QZInt64 pixels)
 {
-    if (target)
+    if (target != nullptr)
         Convert<QZByte, QZUInt32>(target, source, pixels,
                                   [](QZByte v) { return kOpaque | v * QZUInt32{0x010101}; });
     return pixels * 4;
@@ -303,7 +304,7 @@ QZInt64 QZImage::GRAY2ARGB(void* target, const void* source, QZInt64 pixels)
 
 QZInt64 QZImage::ARGB2GRAY(void* target, const void* source, QZInt64 size)
 {
-    if (target)
+    if (target != nullptr)
         Convert<QZUInt32, QZByte>(target, source, size / 4, [](QZUInt32 p) {
             return static_cast<QZByte>(((p >> 16 & 0xFF) + 2 * (p >> 8 & 0xFF) + (p & 0xFF)) >> 2);
         });
@@ -312,7 +313,7 @@ QZInt64 QZImage::ARGB2GRAY(void* target, const void* source, QZInt64 size)
 
 QZInt64 QZImage::GRAY2YUYV(void* target, const void* source, QZInt64 size)
 {
-    if (target)
+    if (target != nullptr)
         Convert<QZByte, QZUInt16>(target, source, size,
                                   [](QZByte v) { return static_cast<QZUInt16>(v | 0x8000); });
     return size * 2;

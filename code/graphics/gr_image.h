@@ -10,8 +10,9 @@ class QZPixelBlock;
 /// The names follow a 32-bit word as the toolkit reads it: ARGB is 0xAARRGGBB, in ABGR red and blue are
 /// exchanged. Three-byte pixels are as in bitmap files, blue first.
 ///
-/// Buffer operations take the target, the source and the bytes of the source, and answer the bytes of the
-/// result; with a null target they do nothing else. Bytes at the end that make no whole pixel are left out.
+/// Buffer operations take the target, the source and the number of bytes of the source, and return the number
+/// of bytes of the result. With a null target they only return the number. Bytes at the end that make no
+/// whole pixel are left out.
 /// Lengths are not checked against the buffers. Conversions between pixels of one size may work in place.
 /// All operations are static; any thread.
 class QZ_API QZImage
@@ -50,7 +51,7 @@ public:
     /// A camera's stream of Y0 U Y1 V, BT.601 with 10 fractional bits; two pixels of alpha 255 a group. 0 for
     /// a null source.
     static QZInt64 YUYV2ARGB(void* target, const void* source, QZInt64 size);
-    /// Converts nothing and answers 0.
+    /// Converts nothing and returns 0.
     static QZInt64 YUYV2GRAY(void* target, const void* source, QZInt64 size);
 
     /// @param pixels  the count of pixels, which is the count of bytes here

@@ -7,6 +7,7 @@
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 #include "graphics/internal/gr_lattice_table.h"
 #include "graphics/internal/gr_parts.h"
@@ -63,10 +64,9 @@ void QZLatticeInit(const QZWChar* path)
     if (g_initialised) return;
     if (g_table == nullptr) g_table = static_cast<unsigned char*>(MemoryAllocateClean(lattice::kTableSize));
     if (g_table == nullptr)
-        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                      kClass, QZ_W("Init"))
+        QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), kClass, QZ_W("Init"))
             .Argument(QZ_W("QZWChar*"), path)
-            .Exception();
+            .Throw();
     if (g_section == nullptr) g_section = new QZCriticalSection();
     try
     {
@@ -96,7 +96,7 @@ QZLattice::QZLattice(int x, int y, unsigned short code)
     Set(x, y, code);
 }
 
-QZInt64 QZLattice::GetType() { return 0x81FFFD0; }
+QZInt64 QZLattice::GetType() { return Type; }
 
 void QZLattice::Set(int x, int y, unsigned short code)
 {
@@ -118,12 +118,12 @@ void QZLattice::Save(unsigned short code, QZData* glyph) { Save(code, glyph, 1);
 void QZLattice::Save(unsigned short code, QZData* glyph, unsigned char sync)
 {
     if (glyph == nullptr)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), kClass, QZ_W("Save"))
+        QZRaise(QZExceptionCode::NullPointer, kClass, QZ_W("Save"))
             .Argument(QZ_W("QZUInt16"), QZInt64{code})
-            .Exception();
+            .Throw();
     EnsureInitialised();
-    // The sides are cut in the caller's object too; the dots keep their places, so a glyph that was cut
-    // leans.
+    // The sides are limited in the caller's object too. The dots keep their places although the rows become
+    // shorter, so a glyph whose width was limited looks slanted.
     auto* bytes = static_cast<unsigned char*>(glyph->GetPointer());
     for (QZInt64 side = 0; side < std::min<QZInt64>(glyph->GetSize(), lattice::kDotsOffset); ++side)
         bytes[side] = std::min<unsigned char>(bytes[side], lattice::kSideLimit);

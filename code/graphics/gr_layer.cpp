@@ -6,6 +6,7 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 #include "graphics/internal/gr_pixels_transfer.h"
 
@@ -58,7 +59,7 @@ QZGraphics::~QZGraphics()
     delete m_key;
 }
 
-QZInt64 QZGraphics::GetType() { return 0x81FFFF5; }
+QZInt64 QZGraphics::GetType() { return Type; }
 
 QZBool QZGraphics::SetKey(QZString* key)
 {
@@ -108,13 +109,12 @@ void QZGraphics::UpdateAreaInclude(int x, int y, int width, int height)
         return;
     }
     if (width != 0 && height != 0)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
-                      QZ_W("UpdateAreaInclude"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, QZ_W("UpdateAreaInclude"))
             .Argument(QZ_W("QZInt32"), x)
             .Argument(QZ_W("QZInt32"), y)
             .Argument(QZ_W("QZInt32"), width)
             .Argument(QZ_W("QZInt32"), height)
-            .Exception();
+            .Throw();
 }
 
 void QZGraphics::Update()

@@ -168,8 +168,8 @@ public:
     void DrawCrossBlue(int x, int y);
     void DrawLine(int x1, int y1, int x2, int y2);
 
-    /// Like QZPixelBlock::Paste; records the area. @throws QZException 256 for an area of negative width or
-    /// height
+    /// Like QZPixelBlock::Paste; records the area.
+    /// @throws QZException 256 for an area of negative width or height
     QZBool Paste(const QZRectangle* area, const QZSize* sourceSize, const void* sourcePixels,
                  unsigned char overwrite) override;
     QZBool Paste(int x, int y, const QZPixelBlock* source, unsigned char overwrite) override;

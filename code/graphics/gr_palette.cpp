@@ -40,7 +40,7 @@ void QZColorPalette::Start(QZCollection* colors, int x, int y, int width, int he
     m_colors = std::make_shared<QZCollection>(colors);
 }
 
-QZInt64 QZColorPalette::GetType() { return 0x81FFFF7; }
+QZInt64 QZColorPalette::GetType() { return Type; }
 
 bool QZColorPalette::IsWide() const { return Magnitude(m_size->GetWidth()) > Magnitude(m_size->GetHeight()); }
 

@@ -4,7 +4,7 @@
 
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "graphics/internal/gr_parts.h"
 #include "graphics/internal/gr_pixels_rotate.h"
 #include "graphics/internal/gr_pixels_transfer.h"
@@ -77,7 +77,7 @@ QZPixelBlock::~QZPixelBlock()
     delete m_size;
 }
 
-QZInt64 QZPixelBlock::GetType() { return 0x81FFFF3; }
+QZInt64 QZPixelBlock::GetType() { return Type; }
 
 void QZPixelBlock::Clear() { QZMemClean(m_pixels, GetDataSize()); }
 
@@ -143,11 +143,10 @@ void QZPixelBlock::Rebuild(const QZWChar* method, int width, int height, Painter
 {
     void* fresh = block::Make(block::kPlainType, block::kDefaultOffset, pixels::BufferSize(width, height), 0);
     if (fresh == nullptr)
-        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                      kClass, method)
+        QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), kClass, method)
             .Argument(QZ_W("QZInt32"), width)
             .Argument(QZ_W("QZInt32"), height)
-            .Exception();
+            .Throw();
     unsigned char* first = block::Data(fresh) + QZInt64{8} * height;
     paint(pixels::Surface{reinterpret_cast<QZUInt32*>(first), width, height});
     std::swap(m_block, fresh);

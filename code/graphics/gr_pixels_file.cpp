@@ -14,7 +14,7 @@ constexpr QZInt64 kBinMark = 0x8000100;
 constexpr QZInt64 kBinHead = 56;
 constexpr QZInt64 kBitmapHead = 54;
 
-/// Runs the body; what it throws passes with one frame of the operation.
+/// Runs the body. An exception gets a trace frame with the operation and is thrown on.
 template <typename Body>
 auto Framed(const QZWChar* method, QZString* path, Body body)
 {

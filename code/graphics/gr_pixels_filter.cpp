@@ -2,7 +2,7 @@
 
 #include "codec/cod_math.h"
 #include "codec/cod_random.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "graphics/gr_pixels.h"
 #include "graphics/internal/gr_geometry_word.h"
 
@@ -62,12 +62,11 @@ QZPixelBlock* QZPixelBlock::FrostedEffect(int innerRadius, int outerRadius, int 
 {
     // Both faults together are refused; hosts pass either one alone.
     if (innerRadius > outerRadius && samples < 1)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZPixelBlock"), QZ_W("FrostedEffect"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZPixelBlock"), QZ_W("FrostedEffect"))
             .Argument(QZ_W("QZInt32"), innerRadius)
             .Argument(QZ_W("QZInt32"), outerRadius)
             .Argument(QZ_W("QZInt32"), samples)
-            .Exception();
+            .Throw();
     auto result = std::make_unique<QZPixelBlock>(m_width, m_height);
     QZRandom random(0);
     for (int y = 0; y < m_height; ++y)

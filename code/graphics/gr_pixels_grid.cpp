@@ -20,7 +20,7 @@ struct QZRectangles::Cells
     {
         std::vector<QZObject*> rectangles;
         for (QZInt64 i = 0; i < byKey.Count(); ++i) rectangles.push_back(byKey.GetElement(i));
-        // The collection lets go of them first: what it holds is locked.
+        // The collection is cleared first, because the objects that it holds are locked.
         byKey.Clear();
         for (QZObject* rectangle : rectangles) delete rectangle;
     }
@@ -65,7 +65,7 @@ QZRectangles::QZRectangles(int x, int y, int columns, int rows, int cell)
     }
 }
 
-QZInt64 QZRectangles::GetType() { return 0x81FFFF4; }
+QZInt64 QZRectangles::GetType() { return Type; }
 
 QZString* QZRectangles::CreateKey(int column, int row)
 {

@@ -51,7 +51,7 @@ void RotatePixel(const Surface& source, const Surface& target, int x, int y, dou
 {
     const int dx = x - (target.width >> 1);
     const int dy = y - (target.height >> 1);
-    // The centre has no angle and keeps what it holds.
+    // The centre has no angle and is not written.
     if (dx == 0 && dy == 0) return;
     const double r = std::sqrt(static_cast<double>(dx) * dx + static_cast<double>(dy) * dy);
     const double b = std::asin(dy / r) * kDegrees + turn;

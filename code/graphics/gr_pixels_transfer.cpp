@@ -10,8 +10,8 @@ namespace pixels
 namespace
 {
 
-/// What a row can still take before the surface ends. A row that is wider than what is left of its line runs
-/// on into the lines below.
+/// The pixels of a row that lie before the end of the surface. A row that is wider than the rest of its line
+/// continues in the lines below.
 QZInt64 RunLength(const Surface& surface, QZInt64 start, int width)
 {
     return std::min<QZInt64>(width, surface.Count() - start);
@@ -33,7 +33,7 @@ public:
         : m_form(BestForm()), m_own(m_form == Form::Avx2 && QZMemCopyIsOwn()), m_past(bytes >= kPastCaches)
     {}
 
-    /// Whether a host's hook sees no row.
+    /// Whether the library's own copy is used, so that no hook of a host is called.
     bool IsOwn() const { return m_own; }
 
     void operator()(QZUInt32* target, const QZUInt32* source, QZInt64 count) const
@@ -55,14 +55,14 @@ private:
     bool m_past;
 };
 
-/// Whole lines of both, so that one row goes on in the next.
+/// Whether the area covers whole lines of both surfaces, so that its rows follow each other without a gap.
 bool IsOneRun(const Surface& target, const Area& area, const Surface& source, const Area& from)
 {
     return area.width > 0 && area.height > 0 && area.width == target.width && area.width == source.width &&
            QZInt64{area.y} + area.height <= target.height && QZInt64{from.y} + area.height <= source.height;
 }
 
-/// Half of each colour byte of both words; the first one's alpha.
+/// The average of each colour byte, where both bytes are halved before the sum. The alpha of the first pixel.
 QZUInt32 Average(QZUInt32 p, QZUInt32 q)
 {
     return (p & 0xFF000000) | (((p & 0xFEFEFE) >> 1) + ((q & 0xFEFEFE) >> 1));
@@ -79,12 +79,13 @@ void AverageRun(const Surface& source, QZInt64 place, QZInt64 row, QZInt64 first
     }
 }
 
-/// Rows of up to so many pixels are asked for ahead: the processor does not see that they follow each other.
+/// Rows of at most this many pixels are prefetched: the processor does not detect the pattern of short rows.
 constexpr int kNarrow = 128;
 constexpr int kRowsAhead = 8;
 
-/// Asks for a row some lines below this one. It may lie behind the last pixel, and nothing is read there.
-void Announce(const QZUInt32* row, int lineWidth, int width)
+/// Prefetches a row some lines below this one. The address may lie past the last pixel; a prefetch does not
+/// read it.
+void PrefetchRow(const QZUInt32* row, int lineWidth, int width)
 {
     const QZUInt64 first =
         reinterpret_cast<QZUInt64>(row) + QZUInt64{4} * kRowsAhead * static_cast<QZUInt64>(lineWidth);
@@ -152,8 +153,8 @@ QZInt64 Transfer(const Surface& target, Area* area, const Surface& source, int s
         if (count <= 0) break;
         if (area->width <= kNarrow)
         {
-            Announce(target.pixels + to, target.width, area->width);
-            Announce(source.pixels + at, source.width, area->width);
+            PrefetchRow(target.pixels + to, target.width, area->width);
+            PrefetchRow(source.pixels + at, source.width, area->width);
         }
         if (overwrite)
             copy(target.pixels + to, source.pixels + at, count);
@@ -194,7 +195,7 @@ void Resample(const Surface& source, const Surface& target)
             const QZInt64 place = std::min(row + column, source.Count() - 1);
             if (doneColumn != 0 && doneColumn + 1 != x)
                 AverageRun(source, place, row, doneColumn + 1, column);
-            // The rows that were skipped count as columns: pictures keep the look they have always had.
+            // Skipped rows are averaged as if they were columns. This is kept, because it decides the pixels.
             if (doneRow != 0 && doneRow + 1 != y) AverageRun(source, place, row, doneRow + 1, sourceRow);
             *out++ = source.pixels[place];
             doneColumn = column;

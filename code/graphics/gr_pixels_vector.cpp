@@ -15,8 +15,8 @@ namespace
 /// Pixels of one step of the widest form.
 constexpr QZInt64 kStep = 8;
 
-/// From here on, in bytes, the processor's own fill is ahead of a loop: it takes whole cache lines without
-/// reading them first.
+/// From this number of bytes on, the processor's string store is faster than a loop: it writes whole cache
+/// lines without reading them first.
 constexpr QZInt64 kLongFill = 2048;
 
 void BlendPlain(QZUInt32* target, const QZUInt32* source, QZInt64 count)
@@ -28,8 +28,9 @@ void BlendPlain(QZUInt32* target, const QZUInt32* source, QZInt64 count)
 
 // A colour becomes d * 256 + a * (s - d), shifted right by 8, and the target's alpha A becomes
 // a + ((255 - a) * A >> 8), which is A * 255 + a * (256 - A), shifted right by 8. So one formula serves all
-// four with 256 for the source's alpha and 255 instead of 256 as the factor of the target's. Before the shift
-// everything lies from 0 to 65535, so that 16 bits hold it, whatever overflows on the way.
+// four channels: the alpha channel has 256 as its source value and 255 instead of 256 as the factor of its
+// target value. The sum before the shift lies between 0 and 65535, so 16 bits hold it even when a part of it
+// overflows.
 
 /// Two pixels in words of 16 bits.
 __m128i BlendTwo(__m128i target, __m128i source)
@@ -96,9 +97,9 @@ __attribute__((target("avx2"))) inline void StoreEight(QZUInt32* to, __m256i pix
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), pixels);
 }
 
-/// Asks for what a walk to the left comes to in some time. It may lie before the first pixel, and nothing is
-/// read there.
-inline void Announce(const QZUInt32* place)
+/// Prefetches pixels that a loop from right to left reads some steps later. The address may lie before the
+/// first pixel; a prefetch does not read it.
+inline void Prefetch(const QZUInt32* place)
 {
     _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<QZUInt64>(place) - 1024), _MM_HINT_T0);
 }
@@ -108,8 +109,8 @@ __attribute__((target("avx2"))) void BlendAvx2(QZUInt32* target, const QZUInt32*
     QZInt64 i = count;
     for (; i >= 2 * kStep; i -= 2 * kStep)
     {
-        Announce(source + i);
-        Announce(target + i);
+        Prefetch(source + i);
+        Prefetch(target + i);
         QZUInt32* right = target + i - kStep;
         StoreEight(right, BlendEight(LoadEight(right), LoadEight(source + i - kStep)));
         QZUInt32* left = right - kStep;
@@ -122,8 +123,8 @@ __attribute__((target("avx2"))) void BlendAvx2(QZUInt32* target, const QZUInt32*
     }
     if (i == 0) return;
     if (count < kStep) return BlendSse2(target, source, i);
-    // The rest, together with some that are done and stay as they are. A masked store costs as much as ten
-    // whole ones.
+    // The remaining pixels, in one step with some that are done already and keep their value. A masked store
+    // costs as much as ten whole ones.
     const __m256i rest =
         _mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(i)), _mm256_set_epi32(7, 6, 5, 4, 3, 2, 1, 0));
     const __m256i d = LoadEight(target);
@@ -134,14 +135,14 @@ __attribute__((target("avx2"))) void CopyAvx2(QZUInt32* target, const QZUInt32* 
                                               bool past)
 {
     QZInt64 i = 0;
-    // The first step goes as far as the next border of 32 bytes; what follows does not lie across cache
-    // lines.
+    // After the first step the loop goes on from a multiple of 32 bytes, so that none of its stores crosses a
+    // cache line.
     if (count >= kStep)
     {
         StoreEight(target, LoadEight(source));
         i = kStep - static_cast<QZInt64>(reinterpret_cast<QZUInt64>(target) % 32 / 4);
     }
-    // Pixels that stand at no multiple of 4 cannot be streamed.
+    // A streaming store needs an aligned address; pixels that are not aligned to 4 bytes never reach one.
     const bool stream = past && reinterpret_cast<QZUInt64>(target + i) % 32 == 0;
     for (; i + 2 * kStep <= count; i += 2 * kStep)
     {
@@ -191,7 +192,7 @@ void ColorLong(QZUInt32* first, QZInt64 count, QZUInt32 color)
 
 #else
 
-// Without these instructions BestForm is the plain one, and nothing below runs for another.
+// Without these instructions BestForm returns Form::Plain, so only callers that name a form reach these.
 
 void BlendSse2(QZUInt32* target, const QZUInt32* source, QZInt64 count) { BlendPlain(target, source, count); }
 void BlendAvx2(QZUInt32* target, const QZUInt32* source, QZInt64 count) { BlendPlain(target, source, count); }
@@ -215,10 +216,10 @@ bool HasForm(Form form)
 
 Form BestForm()
 {
-    static const Form best = HasForm(Form::Avx2)   ? Form::Avx2
-                             : HasForm(Form::Sse2) ? Form::Sse2
-                                                   : Form::Plain;
-    return best;
+    static const Form kBest = HasForm(Form::Avx2)   ? Form::Avx2
+                              : HasForm(Form::Sse2) ? Form::Sse2
+                                                    : Form::Plain;
+    return kBest;
 }
 
 QZUInt32 Blend(QZUInt32 target, QZUInt32 source)
@@ -237,8 +238,8 @@ QZUInt32 Blend(QZUInt32 target, QZUInt32 source)
 
 void BlendRun(Form form, QZUInt32* target, const QZUInt32* source, QZInt64 count)
 {
-    // A source that begins inside a step to the right of its target is read pixel by pixel after it was
-    // written.
+    // When the source begins less than one step to the right of its target, each pixel is read after it was
+    // written. Only the plain form does that.
     const bool together = source > target && source < target + kStep;
     if (together || form == Form::Plain)
         BlendPlain(target, source, count);

@@ -5,7 +5,7 @@
 #include "codec/cod_math.h"
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "graphics/internal/gr_geometry_word.h"
 #include "graphics/internal/gr_parts.h"
 #include "sys/sys_bytes.h"
@@ -23,7 +23,7 @@ float Distance(QZUInt64 a, QZUInt64 b)
 
 }  // namespace
 
-QZInt64 QZPointCollection::GetType() { return 0x81FFFF0; }
+QZInt64 QZPointCollection::GetType() { return Type; }
 
 QZUInt64* QZPointCollection::GetPointer() { return QZCollection::GetPointer(); }
 
@@ -52,10 +52,9 @@ QZUInt64 QZPointCollection::GetElementUInt64(QZInt64 index) { return GetElement(
 void QZPointCollection::CheckPlace(QZInt64 index, const QZWChar* method)
 {
     if (!IsIndex(index))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible),
-                      QZ_W("QZPointCollection"), method)
+        QZRaise(QZExceptionCode::MemoryInaccessible, QZ_W("QZPointCollection"), method)
             .Argument(QZ_W("QZInt64"), index)
-            .Exception();
+            .Throw();
 }
 
 int QZPointCollection::GetElementX(QZInt64 index)
@@ -190,7 +189,7 @@ QZRectangleCollection::QZRectangleCollection(QZRectangleCollection* other) : m_l
     Add(static_cast<const QZUInt64*>(other->Words()));
 }
 
-QZInt64 QZRectangleCollection::GetType() { return 0x81FFFF2; }
+QZInt64 QZRectangleCollection::GetType() { return Type; }
 
 void QZRectangleCollection::Clear()
 {
@@ -254,8 +253,8 @@ QZUInt64 QZRectangleCollection::GetElement(QZInt64 index) { return QZCollection:
 
 QZUInt64* QZRectangleCollection::Element(QZInt64 index)
 {
-    // The reported length counts, also where it is more than what was added: hosts that copy a list and write
-    // into the surplus find there what they wrote.
+    // The reported length is the limit, also where it exceeds the number of added rectangles: hosts copy a
+    // list, write into the surplus and read it back.
     if (index < 0 || index >= std::min<QZInt64>(m_length, Stored())) return nullptr;
     return Words() + 2 * index + 1;
 }

@@ -64,8 +64,8 @@ public:
     }
     QZInt64 FindNextElement(const QZPoint* point);
 
-    /// Removes every occurrence of the point, or of each point of another list. @return the number of removed
-    /// points
+    /// Removes every occurrence of the point, or of each point of another list.
+    /// @return the number of removed points
     QZInt64 RemoveElementByValue(int x, int y);
     QZInt64 RemoveElementByValue(QZUInt64 point);
     template <std::integral T>
@@ -168,7 +168,7 @@ private:
     QZInt64 FindMeeting(int x, int y, int width, int height);
     /// The two words of a rectangle that has storage, else null.
     QZUInt64* Element(QZInt64 index);
-    /// Gives a rectangle that is counted only its storage, filled with 0.
+    /// Adds storage, filled with 0, for a rectangle that is counted but not stored yet.
     void MakeRoom(QZInt64 index);
     /// How many rectangles the storage has room for.
     QZInt64 Stored() { return (GetSize() / 8 - 1) / 2; }

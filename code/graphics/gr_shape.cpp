@@ -48,7 +48,7 @@ void QZShape::Copy(QZShape* other)
     m_area->Fill = other->m_area->Fill;
 }
 
-QZInt64 QZShape::GetType() { return 0x81FFFF1; }
+QZInt64 QZShape::GetType() { return Type; }
 
 /// The area; a new one begins at the point, without a size.
 QZRectangle* QZShape::Area(int x, int y)

@@ -11,8 +11,8 @@ namespace
 
 int AbsDifference(int a, int b) { return std::max(a, b) - std::min(a, b); }
 
-/// Root of radius^2 - distance^2 + center: the centre is in it, so circles widen as it moves away from 0.
-/// Hosts place their circles by what they look like, and these are the pixels that they get.
+/// The root of radius^2 - distance^2 + center. Because the centre is added, a circle becomes wider as its
+/// centre moves away from 0. The formula is kept, because hosts rely on the pixels of their circles.
 float HalfChord(float radius, float distance, float center)
 {
     return QZMath::Sqrt(radius * radius - distance * distance + center);

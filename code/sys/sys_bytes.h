@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-/// Reads a T at any byte position: no alignment is asked for and no aliasing rule is bent.
+/// Reads a T at any byte position: it needs no alignment and breaks no aliasing rule.
 template <typename T>
 inline T QZLoad(const void* position)
 {
@@ -19,7 +19,7 @@ inline void QZStore(void* position, T value)
     std::memcpy(position, &value, sizeof(T));
 }
 
-/// The address `offset` bytes behind `base`.
+/// The address `offset` bytes after `base`.
 inline unsigned char* QZAt(void* base, long long offset)
 {
     return static_cast<unsigned char*>(base) + offset;

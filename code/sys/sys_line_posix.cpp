@@ -134,8 +134,9 @@ public:
     void CleanInput() override { tcflush(m_descriptor, TCIFLUSH); }
 
 private:
-    /// Waits and transfers until all bytes are transferred or the time is over. A read waits first, since the
-    /// answer to a command is rarely there at once; a write tries first, since there nearly always is room.
+    /// Waits and transfers until all bytes are transferred or the time is over. A read waits first, because
+    /// the reply to a command rarely arrives at once. A write tries first, because there is nearly always
+    /// room.
     template <typename Transfer>
     LineResult Move(short event, QZInt64 size, QZInt64 milliseconds, QZInt64* count, Transfer transfer)
     {

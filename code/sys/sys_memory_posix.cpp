@@ -38,8 +38,8 @@ constexpr QZUInt64 kReserveUnit = 0x10000;
 
 QZUInt64 PageSize()
 {
-    static const QZUInt64 size = static_cast<QZUInt64>(sysconf(_SC_PAGESIZE));
-    return size;
+    static const QZUInt64 kSize = static_cast<QZUInt64>(sysconf(_SC_PAGESIZE));
+    return kSize;
 }
 
 QZUInt64 WholeUnits(QZInt64 size)

@@ -71,8 +71,8 @@ struct Slot
     std::shared_ptr<Port> port;
     QZInt64 key = 0;
     PortBlock* block = nullptr;  ///< null while no receive is outstanding
-    QZUInt32 turn = 0;           ///< tells the sockets apart that had this descriptor one after another
-    bool known = false;          ///< the port's epoll has the descriptor
+    QZUInt32 turn = 0;   ///< the number of earlier sockets of this descriptor; their events are ignored
+    bool known = false;  ///< the port's epoll has the descriptor
 };
 
 constexpr int kChunk = 1024;

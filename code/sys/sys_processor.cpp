@@ -14,6 +14,6 @@ bool AskForAvx2()
 
 bool processor::HasAvx2()
 {
-    static const bool has = AskForAvx2();
-    return has;
+    static const bool kHas = AskForAvx2();
+    return kHas;
 }

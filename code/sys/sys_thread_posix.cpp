@@ -483,8 +483,8 @@ void CriticalLeave(void* section)
 void CriticalDelete(void* section)
 {
     pthread_mutex_t* mutex = static_cast<pthread_mutex_t*>(section);
-    // A mutex that a terminated thread holds cannot be destroyed. It is left behind; it owns nothing but its
-    // bytes.
+    // A mutex that a terminated thread holds cannot be destroyed. It is not destroyed then; it owns only its
+    // own bytes.
     if (pthread_mutex_trylock(mutex) != 0) return;
     pthread_mutex_unlock(mutex);
     pthread_mutex_destroy(mutex);

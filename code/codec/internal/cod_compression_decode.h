@@ -12,8 +12,7 @@ namespace compression
 constexpr QZInt64 kDecodeSlack = 32;
 
 /// Decodes a stream of `length` bytes, trailer included, and returns the number of decoded bytes. The target
-/// has room for
-/// the stated length and kDecodeSlack.
+/// has room for the stated length and kDecodeSlack more bytes.
 QZInt64 DecodeChecked(const QZByte* stream, QZInt64 length, QZByte* target);
 
 }  // namespace compression

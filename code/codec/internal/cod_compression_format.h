@@ -4,8 +4,8 @@
 /// What the stages of the codec share. Internal.
 
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
-#include "fw/internal/fw_trace.h"
 #include "sys/sys_bytes.h"
 
 namespace compression
@@ -44,10 +44,9 @@ public:
         : m_buffer(clean ? MemoryAllocateClean(size) : MemoryAllocate(size))
     {
         if (m_buffer.Get() != nullptr) return;
-        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                      QZ_W("QZCompression"), method)
+        QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZCompression"), method)
             .Argument(QZ_W("QZInt64"), size)
-            .Exception();
+            .Throw();
     }
 
     QZByte* Bytes() const { return m_buffer.Bytes(); }

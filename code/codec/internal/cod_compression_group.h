@@ -1,7 +1,7 @@
 #ifndef QZLIB_CODEC_COMPRESSION_GROUP_H
 #define QZLIB_CODEC_COMPRESSION_GROUP_H
 
-/// How the coder takes bytes together. Internal.
+/// How the coder groups bytes. Internal.
 
 #include <algorithm>
 #include <bit>
@@ -12,15 +12,15 @@
 namespace compression
 {
 
-constexpr QZUInt32 GroupLimit = 225;
+constexpr QZUInt32 kGroupLimit = 225;
 
 /// A run of bytes whose values lie close together.
 ///
-/// A byte joins as long as it lies within 15 of the smallest and the largest. A group that is long and narrow
-/// enough for a smaller tag is not spoilt by a byte that is farther off: from the sixth byte on equal ones
-/// take only the same, and two neighbours only these two; from the seventh on a range below 4 stays below 4.
-/// So what a group can become is settled by its first seven bytes, and the rest is a scan, sixteen bytes at a
-/// time.
+/// A byte joins when it differs by at most 15 from the smallest and from the largest byte. A group that is
+/// long and narrow enough for a smaller tag ends before a byte that would need a larger one. From the sixth
+/// byte on, a group of equal bytes takes only that byte, and a group of two neighbouring values takes only
+/// these two. From the seventh byte on, a range below 4 stays below 4. The first seven bytes therefore decide
+/// which later bytes can join, and the rest is a scan of sixteen bytes at a time.
 struct Group
 {
     QZUInt32 end;
@@ -32,7 +32,7 @@ struct Group
         : end(start), minimum(source[start]), maximum(source[start])
     {
         const QZByte* bytes = source + start;
-        const QZUInt32 limit = std::min(length - start, GroupLimit);
+        const QZUInt32 limit = std::min(length - start, kGroupLimit);
         count = CountEqual(bytes, limit);
         if (count < 6) count = CountNear(bytes, limit);
         end = start + count;
@@ -49,19 +49,20 @@ struct Group
     }
 
 private:
-    static constexpr QZUInt32 Step = LaneSize;
+    static constexpr QZUInt32 kStep = kLaneSize;
 
     int Range() const { return maximum - minimum; }
 
-    /// The first bytes that are `a` or `b`, from `from` on.
+    /// Skips the bytes that are `a` or `b`, beginning at `from`. Returns the position of the first other
+    /// byte, or the limit.
     static QZUInt32 CountOf(const QZByte* bytes, QZUInt32 from, QZUInt32 limit, int a, int b)
     {
         const Lane first = Spread(a);
         const Lane second = Spread(b);
-        for (; from + Step <= limit; from += Step)
+        for (; from + kStep <= limit; from += kStep)
         {
             const QZUInt32 same = MaskOfEither(LoadLane(bytes + from), first, second);
-            if (same != WholeMask) return from + static_cast<QZUInt32>(std::countr_one(same));
+            if (same != kWholeMask) return from + static_cast<QZUInt32>(std::countr_one(same));
         }
         while (from < limit && (bytes[from] == a || bytes[from] == b)) ++from;
         return from;
@@ -96,7 +97,7 @@ private:
 
     QZUInt32 CountWithin(const QZByte* bytes, QZUInt32 n, QZUInt32 limit, int distance)
     {
-        for (; n + Step <= limit; n += Step)
+        for (; n + kStep <= limit; n += kStep)
         {
             const Lane lane = LoadLane(bytes + n);
             const int low = std::min(minimum, Least(lane));

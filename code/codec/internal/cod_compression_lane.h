@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_COMPRESSION_LANE_H
-#define QZLIB_COD_COMPRESSION_LANE_H
+#ifndef QZLIB_CODEC_COMPRESSION_LANE_H
+#define QZLIB_CODEC_COMPRESSION_LANE_H
 
 /// Sixteen bytes that the coder works on together: in the processor's vector instructions where it has them,
 /// one by one elsewhere. Internal.
@@ -13,9 +13,9 @@
 namespace compression
 {
 
-constexpr QZInt64 LaneSize = 16;
-/// MaskOfEither where all bytes are equal.
-constexpr QZUInt32 WholeMask = 0xFFFF;
+constexpr QZInt64 kLaneSize = 16;
+/// The result of MaskOfEither when every byte matches.
+constexpr QZUInt32 kWholeMask = 0xFFFF;
 
 #if QZ_SSE2
 
@@ -82,30 +82,30 @@ inline void StoreWords(QZByte* target, Lane a, Lane b, Lane c, Lane d)
     const Lane cdLow = _mm_unpacklo_epi8(c, d);
     const Lane cdHigh = _mm_unpackhi_epi8(c, d);
     StoreLane(target, _mm_unpacklo_epi16(abLow, cdLow));
-    StoreLane(target + LaneSize, _mm_unpackhi_epi16(abLow, cdLow));
-    StoreLane(target + 2 * LaneSize, _mm_unpacklo_epi16(abHigh, cdHigh));
-    StoreLane(target + 3 * LaneSize, _mm_unpackhi_epi16(abHigh, cdHigh));
+    StoreLane(target + kLaneSize, _mm_unpackhi_epi16(abLow, cdLow));
+    StoreLane(target + 2 * kLaneSize, _mm_unpacklo_epi16(abHigh, cdHigh));
+    StoreLane(target + 3 * kLaneSize, _mm_unpackhi_epi16(abHigh, cdHigh));
 }
 
 #else
 
 struct Lane
 {
-    QZByte at[LaneSize];
+    QZByte at[kLaneSize];
 };
 
 inline Lane LoadLane(const QZByte* bytes)
 {
     Lane lane;
-    std::memcpy(lane.at, bytes, LaneSize);
+    std::memcpy(lane.at, bytes, kLaneSize);
     return lane;
 }
-inline void StoreLane(QZByte* bytes, const Lane& lane) { std::memcpy(bytes, lane.at, LaneSize); }
+inline void StoreLane(QZByte* bytes, const Lane& lane) { std::memcpy(bytes, lane.at, kLaneSize); }
 
 inline Lane Spread(int byte)
 {
     Lane lane;
-    std::fill_n(lane.at, LaneSize, static_cast<QZByte>(byte));
+    std::fill_n(lane.at, kLaneSize, static_cast<QZByte>(byte));
     return lane;
 }
 inline Lane LaneOf(QZUInt64 low, QZUInt64 high)
@@ -125,24 +125,24 @@ inline Lane LaneOf(QZUInt32 a, QZUInt32 b, QZUInt32 c, QZUInt32 d)
 
 inline Lane Add(Lane a, const Lane& b)
 {
-    for (int i = 0; i < LaneSize; ++i) a.at[i] = static_cast<QZByte>(a.at[i] + b.at[i]);
+    for (int i = 0; i < kLaneSize; ++i) a.at[i] = static_cast<QZByte>(a.at[i] + b.at[i]);
     return a;
 }
 inline Lane Subtract(Lane a, const Lane& b)
 {
-    for (int i = 0; i < LaneSize; ++i) a.at[i] = static_cast<QZByte>(a.at[i] - b.at[i]);
+    for (int i = 0; i < kLaneSize; ++i) a.at[i] = static_cast<QZByte>(a.at[i] - b.at[i]);
     return a;
 }
 
 inline QZUInt32 MaskOfEither(const Lane& lane, const Lane& a, const Lane& b)
 {
     QZUInt32 mask = 0;
-    for (int i = 0; i < LaneSize; ++i) mask |= QZUInt32{lane.at[i] == a.at[i] || lane.at[i] == b.at[i]} << i;
+    for (int i = 0; i < kLaneSize; ++i) mask |= QZUInt32{lane.at[i] == a.at[i] || lane.at[i] == b.at[i]} << i;
     return mask;
 }
 
-inline int Least(const Lane& lane) { return *std::min_element(lane.at, lane.at + LaneSize); }
-inline int Most(const Lane& lane) { return *std::max_element(lane.at, lane.at + LaneSize); }
+inline int Least(const Lane& lane) { return *std::min_element(lane.at, lane.at + kLaneSize); }
+inline int Most(const Lane& lane) { return *std::max_element(lane.at, lane.at + kLaneSize); }
 
 inline Lane HalvesOf(const QZByte* packed)
 {
@@ -159,13 +159,13 @@ template <int Index>
 Lane PlaneOf(const Lane (&words)[4])
 {
     Lane lane;
-    for (int i = 0; i < LaneSize; ++i) lane.at[i] = words[i / 4].at[i % 4 * 4 + Index];
+    for (int i = 0; i < kLaneSize; ++i) lane.at[i] = words[i / 4].at[i % 4 * 4 + Index];
     return lane;
 }
 
 inline void StoreWords(QZByte* target, const Lane& a, const Lane& b, const Lane& c, const Lane& d)
 {
-    for (int i = 0; i < LaneSize; ++i)
+    for (int i = 0; i < kLaneSize; ++i)
     {
         target[4 * i] = a.at[i];
         target[4 * i + 1] = b.at[i];

@@ -1,17 +1,17 @@
 #ifndef QZLIB_GRAPHICS_FIGURE_H
 #define QZLIB_GRAPHICS_FIGURE_H
 
-#include "fw/fw_exception_factory.h"
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "graphics/internal/gr_geometry_word.h"
 
 /// The parts that figures are made of. Internal.
 namespace figure
 {
 
-/// Points on their way into a shape, in the array form of collections. What is small stays on the stack.
+/// Points that are collected for a shape, in the array form of collections. A small number of them stays on
+/// the stack.
 class Scratch
 {
 public:
@@ -20,10 +20,9 @@ public:
     {
         if (capacity >= kInline) m_words = static_cast<QZUInt64*>(MemoryAllocate((capacity + 1) * 8));
         if (m_words == nullptr)
-            throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                          QZ_W("QZShape"), QZ_W("Add"))
+            QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZShape"), QZ_W("Add"))
                 .Argument(QZ_W("QZInt64"), capacity)
-                .Exception();
+                .Throw();
         m_words[0] = 0;
     }
     ~Scratch()

@@ -23,14 +23,14 @@ inline int Subtract(int a, int b)
     return static_cast<int>(static_cast<QZUInt32>(a) - static_cast<QZUInt32>(b));
 }
 
-/// The whole part of a number; the lowest co-ordinate for what no co-ordinate can hold.
+/// The whole part of a number; the lowest co-ordinate for a number that no co-ordinate can hold.
 inline int Truncate(double value)
 {
     return value > -2147483649.0 && value < 2147483648.0 ? static_cast<int>(value) : -2147483647 - 1;
 }
 
-/// The centres are no further apart than half of both lengths together; the very distance counts, so that
-/// neighbours touch.
+/// Whether two ranges overlap or touch: the distance between their centres is at most half the sum of their
+/// lengths. Ranges that lie side by side touch.
 inline bool Meet(int from1, int length1, int from2, int length2)
 {
     const float center1 = static_cast<float>(from1) + static_cast<float>(length1) / 2.0F;

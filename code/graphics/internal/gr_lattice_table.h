@@ -18,13 +18,14 @@ constexpr int kSideLimit = 31;
 /// ones do not change.
 void Pack(unsigned char* slot, const unsigned char* glyph, QZInt64 size);
 
-/// Unpacks a slot: width, height and one byte a dot, rounded up to whole bytes of the slot, at most 1010
-/// bytes. A slot whose sides promise more than any glyph has leaves the target alone.
-/// @return the bytes of the unpacked glyph by its sides, or kFallbackCode for such a slot
+/// Unpacks a slot: width, height and one byte for each dot. The number of dots is rounded up to whole packed
+/// bytes; at most 1010 bytes are written. When width and height need more dots than any glyph has, the target
+/// does not change.
+/// @return the number of bytes that follows from width and height, or kFallbackCode for such a slot
 QZInt64 Unpack(unsigned char* glyph, const unsigned char* slot);
 
-/// Expands the packed dots of a slot into one byte a dot.
-/// @param count  dots to write; those behind the slot's end are clear
+/// Expands the packed dots of a slot into one byte for each dot.
+/// @param count  dots to write; those past the end of the slot are clear
 void ExpandDots(unsigned char* dots, QZInt64 count, const unsigned char* packed);
 
 /// Packs every built-in glyph into its slot of the table.

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_PIXELS_TRANSFER_H
-#define QZLIB_GR_PIXELS_TRANSFER_H
+#ifndef QZLIB_GRAPHICS_PIXELS_TRANSFER_H
+#define QZLIB_GRAPHICS_PIXELS_TRANSFER_H
 
 #include "sys/sys_types.h"
 
@@ -35,7 +35,7 @@ bool Clip(Area* area, int width, int height);
 
 /// Copies or blends a rectangle. The target area is clipped against the target, then the place in the source
 /// against the source.
-/// @param area  the place in the target and the size of the copy; afterwards what was left of it
+/// @param area  the place in the target and the size of the copy; afterwards the clipped area
 /// @return bytes of the clipped copy
 QZInt64 Transfer(const Surface& target, Area* area, const Surface& source, int sourceX, int sourceY,
                  bool overwrite);

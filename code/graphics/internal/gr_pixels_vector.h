@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_PIXELS_VECTOR_H
-#define QZLIB_GR_PIXELS_VECTOR_H
+#ifndef QZLIB_GRAPHICS_PIXELS_VECTOR_H
+#define QZLIB_GRAPHICS_PIXELS_VECTOR_H
 
 #include "sys/sys_types.h"
 
@@ -23,7 +23,7 @@ Form BestForm();
 /// One source pixel over one target pixel, weighted by the source's alpha.
 QZUInt32 Blend(QZUInt32 target, QZUInt32 source);
 
-/// Blends from right to left: that is what a block sees that is blended into itself.
+/// Blends from right to left. The order decides the result when a block is blended into itself.
 void BlendRun(Form form, QZUInt32* target, const QZUInt32* source, QZInt64 count);
 /// Copies between runs that do not overlap. With `past` the pixels go past the caches, for pictures that they
 /// could not hold anyway.

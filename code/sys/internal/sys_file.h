@@ -54,8 +54,8 @@ bool DirectoryDelete(const QZWChar* path);
 struct DirectoryWalk;
 /// Begins a walk; null with LastError set on failure. End it with DirectoryClose.
 DirectoryWalk* DirectoryOpen(const QZWChar* path);
-/// Goes to the next entry; false at the end. *name is valid until the next call, *directory tells a
-/// directory, *link a symbolic link or another entry that leads to another place.
+/// Goes to the next entry; false at the end. *name is valid until the next call. *directory is set for a
+/// directory, *link for a symbolic link or another entry that leads to another place.
 bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory, bool* link);
 void DirectoryClose(DirectoryWalk* walk);
 

@@ -81,7 +81,7 @@ bool ClockHooked(QZInt64* timestamp);
 bool SetTimeHooked(const DateTime& time, bool* done);
 Line* OpenLineHooked(const QZWChar* path);
 
-/// Asks the gate. False with LastError set when the test lets the operation fail; *size may become smaller.
+/// Calls the gate. False with LastError set when the test lets the operation fail; *size may become smaller.
 inline bool Gate(Op operation, QZInt64* size = nullptr)
 {
     return g_testHooks.load(std::memory_order_relaxed) == nullptr || GateHooked(operation, size);
