@@ -44,7 +44,7 @@ QZChannel::QZChannel(QZDatabase* database, QZInt64 mode) : m_database(database),
 
 QZChannel::~QZChannel() = default;
 
-QZInt64 QZChannel::GetType() { return 0x81FFFFE; }
+QZInt64 QZChannel::GetType() { return Type; }
 
 QZChannel* QZChannel::Open(QZInt64 mode, QZString* path)
 {

@@ -231,7 +231,7 @@ void CONSOLE::FormatV1()
     };
     constexpr QZByte mark = layout::kMarkHd;
     // The third tree says that 20 holds its address, not 17: readers of these files expect it so.
-    static constexpr Field fields[] = {
+    static constexpr Field kFields[] = {
         {8, 96},    {12, 25}, {16, 43}, {20, 61}, {24, 79},    // header
         {25, mark}, {29, 9},  {37, 42}, {41, 25}, {42, mark},  // tree A
         {43, mark}, {47, 13}, {55, 60}, {59, 43}, {60, mark},  // tree R
@@ -240,7 +240,7 @@ void CONSOLE::FormatV1()
     };
     // All bytes up to the last mark are written, so the zeros between the fields are in the file too.
     QZByte image[97] = {};
-    for (const Field& field : fields) image[field.Position] = field.Value;
+    for (const Field& field : kFields) image[field.Position] = field.Value;
     m_binary->PutBytes(layout::kAfterModes, sizeof(image) - layout::kAfterModes, image + layout::kAfterModes);
 }
 

@@ -9,12 +9,13 @@
 #include "db/internal/db_rollback.h"
 #include "fw/fw_library.h"
 #include "fw/fw_lock.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 
 const QZInt64 QZDbSysInfo::Type;
 const QZInt64 QZDatabase::Type;
 
-QZInt64 QZDbSysInfo::GetType() { return 0x81FFFFC; }
+QZInt64 QZDbSysInfo::GetType() { return Type; }
 
 QZDatabase::QZDatabase(OBJECTS* objects)
     : m_objects(objects), m_operations(0), m_section(new QZCriticalSection())
@@ -22,7 +23,7 @@ QZDatabase::QZDatabase(OBJECTS* objects)
 
 QZDatabase::~QZDatabase() { delete m_section; }
 
-QZInt64 QZDatabase::GetType() { return 0x81FFFFD; }
+QZInt64 QZDatabase::GetType() { return Type; }
 
 // ---- Creating, opening, closing
 
@@ -60,9 +61,9 @@ QZDatabase* QZDatabase::Open(QZString* path)
     {
         const QZInt64 code = console->GetLastError();
         console->CloseFile();
-        throw QZTrace(QZExceptionFactory::CreateDatabaseException(code), QZ_W("QZDatabase"), QZ_W("Open"))
+        QZRaise(QZDatabaseFailure(code), QZ_W("QZDatabase"), QZ_W("Open"))
             .Argument(QZ_W("QZString*"), path)
-            .Exception();
+            .Throw();
     }
     return new QZDatabase(objects.release());
 }

@@ -8,7 +8,7 @@
 #include "db/internal/db_repair.h"
 #include "db/internal/db_rollback.h"
 #include "fw/fw_collection.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 using layout::kSideThis;
 
@@ -26,11 +26,10 @@ QZInt64 QZDatabase::G_A(QZInt64 address, QZInt64 selector)
     if (Testing() && !CheckObject(kSideThis, address, selector))
     {
         // The only operation that throws. It throws with the section entered, and the same thread can go on.
-        throw QZTrace(QZExceptionFactory::CreateDatabaseException(QZDatabaseInfo::BAD_STRUCT),
-                      QZ_W("QZDatabase"), QZ_W("G_A"))
+        QZRaise(QZDatabaseFailure(QZDatabaseInfo::BAD_STRUCT), QZ_W("QZDatabase"), QZ_W("G_A"))
             .Argument(QZ_W("QZInt64"), address)
             .Argument(QZ_W("QZInt64"), selector)
-            .Exception();
+            .Throw();
     }
     const QZInt64 answer = ReadField(address, selector);
     Leave();

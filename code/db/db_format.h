@@ -218,7 +218,7 @@ public:
     static const QZInt64 SYSINFO_CURRENT_BUFSIZE = 0x7030700;
     static const QZInt64 SYSINFO_ROLLBACK = 0x7030800;
 
-    /// Error codes: recorded as last error, or answered by structure checks.
+    /// Error codes: recorded as last error, or returned by structure checks.
     static const QZInt64 NORMAL = 0;
     static const QZInt64 BAD_STRUCT = 0x3030000;
     static const QZInt64 FRAME_ERROR = 0x3030200;

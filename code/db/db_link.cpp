@@ -89,9 +89,9 @@ void LINK::RemovePD(QZInt64 pd)
     QZInt64 list = 0;
     if (ld != 0 && tree >= 1 && tree <= 3)
     {
-        static const QZInt64 selectors[] = {QZDatabaseInfo::LD_TREE_A, QZDatabaseInfo::LD_TREE_R,
-                                            QZDatabaseInfo::LD_TREE_S};
-        list = m_read->ReadLD(kSideThis, ld, selectors[tree - 1]);
+        static const QZInt64 kSelectors[] = {QZDatabaseInfo::LD_TREE_A, QZDatabaseInfo::LD_TREE_R,
+                                             QZDatabaseInfo::LD_TREE_S};
+        list = m_read->ReadLD(kSideThis, ld, kSelectors[tree - 1]);
     }
     if (list != 0)
     {

@@ -20,7 +20,7 @@ QZNode::~QZNode()
     m_channel = nullptr;
 }
 
-QZInt64 QZNode::GetType() { return 0x81FFFFF; }
+QZInt64 QZNode::GetType() { return Type; }
 
 QZInt64 QZNode::GetPrev() { return GetPrev(m_channel, m_address); }
 QZInt64 QZNode::GetPrev(QZChannel* channel, QZInt64 address)
@@ -86,7 +86,7 @@ QZInt64 QZNode::MoveTo(QZChannel* channel, QZInt64 address, QZInt64 hd) { return
 
 QZNodeAD::QZNodeAD(QZChannel* channel, QZInt64 address) : QZNode(channel, address) {}
 
-QZInt64 QZNodeAD::GetType() { return 0x8200000; }
+QZInt64 QZNodeAD::GetType() { return Type; }
 
 QZInt64 QZNodeAD::GetADF() { return GetADF(m_channel, m_address); }
 QZInt64 QZNodeAD::GetADF(QZChannel* channel, QZInt64 address)
@@ -98,7 +98,7 @@ QZInt64 QZNodeAD::GetADF(QZChannel* channel, QZInt64 address)
 
 QZNodeCD::QZNodeCD(QZChannel* channel, QZInt64 address) : QZNode(channel, address) {}
 
-QZInt64 QZNodeCD::GetType() { return 0x8200001; }
+QZInt64 QZNodeCD::GetType() { return Type; }
 
 QZData* QZNodeCD::GetData() { return GetData(m_channel, m_address); }
 QZData* QZNodeCD::GetData(QZChannel* channel, QZInt64 address)
@@ -112,7 +112,7 @@ void QZNodeCD::Recycle(QZData** data) { NodeRecycle(data); }
 
 QZNodeRD::QZNodeRD(QZChannel* channel, QZInt64 address) : QZNode(channel, address) {}
 
-QZInt64 QZNodeRD::GetType() { return 0x8200002; }
+QZInt64 QZNodeRD::GetType() { return Type; }
 
 QZInt64 QZNodeRD::GetAddr1() { return GetAddr1(m_channel, m_address); }
 QZInt64 QZNodeRD::GetAddr1(QZChannel* channel, QZInt64 address)

@@ -34,7 +34,7 @@ QZNodeHD::~QZNodeHD()
     m_channel = nullptr;
 }
 
-QZInt64 QZNodeHD::GetType() { return 0x8200005; }
+QZInt64 QZNodeHD::GetType() { return Type; }
 
 QZInt64 QZNodeHD::Create(QZChannel* channel, QZInt64 pd) { return channel->P_HD(pd); }
 
@@ -94,10 +94,7 @@ QZBool QZNodeHD::IsHD(QZChannel* channel, QZInt64 address)
 }
 
 QZBool QZNodeHD::Check() { return Check(m_channel, m_address); }
-QZBool QZNodeHD::Check(QZChannel* channel, QZInt64 address)
-{
-    return channel->CK(QZDatabaseInfo::ADDRESS_MARK_THIS, address) == QZDatabaseInfo::NORMAL ? 1 : 0;
-}
+QZBool QZNodeHD::Check(QZChannel* channel, QZInt64 address) { return NodeIsSound(channel, address); }
 
 QZCollection* QZNodeHD::GetAddrCollection(QZBool all) { return GetAddrCollection(m_channel, m_address, all); }
 QZCollection* QZNodeHD::GetAddrCollection(QZChannel* channel, QZInt64 address, QZBool all)

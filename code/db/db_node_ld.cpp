@@ -21,7 +21,7 @@ QZInt64 FieldRecord(QZChannel* channel, QZInt64 address, QZInt64 field)
 
 QZNodeLD::QZNodeLD(QZChannel* channel, QZInt64 address) : QZNode(channel, address) {}
 
-QZInt64 QZNodeLD::GetType() { return 0x8200003; }
+QZInt64 QZNodeLD::GetType() { return Type; }
 
 QZInt64 QZNodeLD::Create(QZChannel* channel)
 {
@@ -117,10 +117,7 @@ QZBool QZNodeLD::IsLD(QZChannel* channel, QZInt64 address)
 }
 
 QZBool QZNodeLD::Check() { return Check(m_channel, m_address); }
-QZBool QZNodeLD::Check(QZChannel* channel, QZInt64 address)
-{
-    return channel->CK(QZDatabaseInfo::ADDRESS_MARK_THIS, address) == QZDatabaseInfo::NORMAL ? 1 : 0;
-}
+QZBool QZNodeLD::Check(QZChannel* channel, QZInt64 address) { return NodeIsSound(channel, address); }
 
 QZInt64 QZNodeLD::Erase(QZInt64 field) { return Erase(m_channel, m_address, field); }
 QZInt64 QZNodeLD::Erase(QZChannel* channel, QZInt64 address, QZInt64 field)

@@ -12,7 +12,7 @@ const QZInt64 QZNodePD::Type;
 
 namespace
 {
-const QZInt64 This = QZDatabaseInfo::ADDRESS_MARK_THIS;
+const QZInt64 kThis = QZDatabaseInfo::ADDRESS_MARK_THIS;
 
 /// Extends the data by 4 bytes of head room for the type and gives them back at the end of the scope.
 class MarkHead
@@ -34,7 +34,7 @@ private:
 
 QZNodePD::QZNodePD(QZChannel* channel, QZInt64 address) : QZNode(channel, address) {}
 
-QZInt64 QZNodePD::GetType() { return 0x8200004; }
+QZInt64 QZNodePD::GetType() { return Type; }
 
 QZInt64 QZNodePD::Create(QZChannel* channel, QZInt64 hd, QZInt64 ld)
 {
@@ -78,7 +78,7 @@ QZInt64 QZNodePD::SetLD(QZChannel* channel, QZInt64 address, QZInt64 ld)
 QZInt64 QZNodePD::TurnToLD(QZChannel* channel, QZInt64* address, QZInt64 ld)
 {
     const QZInt64 old = channel->G_A(*address, QZDatabaseInfo::PD_LD_A);
-    if (old == 0 || channel->G_T(This, ld) != QZDatabaseInfo::DATA_LD) return -1;
+    if (old == 0 || channel->G_T(kThis, ld) != QZDatabaseInfo::DATA_LD) return -1;
 
     // The list is copied first: with the same LD again, the ADs appended below are not walked.
     const QZInt64 users = channel->G_A(old, QZDatabaseInfo::LD_TREE_S);
@@ -178,14 +178,11 @@ QZBool QZNodePD::RemoveAll(QZChannel* channel, QZInt64 address)
 QZBool QZNodePD::IsPD() { return IsPD(m_channel, m_address); }
 QZBool QZNodePD::IsPD(QZChannel* channel, QZInt64 address)
 {
-    return channel->G_T(This, address) == QZDatabaseInfo::DATA_PD ? 1 : 0;
+    return channel->G_T(kThis, address) == QZDatabaseInfo::DATA_PD ? 1 : 0;
 }
 
 QZBool QZNodePD::Check() { return Check(m_channel, m_address); }
-QZBool QZNodePD::Check(QZChannel* channel, QZInt64 address)
-{
-    return channel->CK(This, address) == QZDatabaseInfo::NORMAL ? 1 : 0;
-}
+QZBool QZNodePD::Check(QZChannel* channel, QZInt64 address) { return NodeIsSound(channel, address); }
 
 QZInt64 QZNodePD::CutOff() { return CutOff(m_channel, m_address); }
 QZInt64 QZNodePD::CutOff(QZChannel* channel, QZInt64 address)

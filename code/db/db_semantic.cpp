@@ -5,7 +5,7 @@
 #include "db/internal/db_semantic_fields.h"
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_string.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 const QZInt64 QZSNode::Type;
 
@@ -42,7 +42,7 @@ QZSNode::QZSNode(QZChannel* channel, QZInt64 address)
     : QZNodePD(channel, address), m_parts(std::make_shared<Parts>(channel, address, GetObjectID()))
 {}
 
-QZInt64 QZSNode::GetType() { return 0x1000000; }
+QZInt64 QZSNode::GetType() { return Type; }
 
 QZInt64 QZSNode::LD() const { return m_parts->m_ld.GetAddress(); }
 
@@ -107,12 +107,11 @@ QZInt64 QZSNode::Create(QZChannel* channel, QZInt64 kind, QZInt64 hd)
         case LDTYPE::WLDTYPE: return QZNodeWLD::Create(channel, hd);
         default: break;
     }
-    throw QZTrace(QZExceptionFactory::CreateDatabaseException(QZDatabaseExceptionCode::UnknownNodeType),
-                  QZ_W("QZSNode"), QZ_W("Create"))
+    QZRaise(QZDatabaseFailure(QZDatabaseExceptionCode::UnknownNodeType), QZ_W("QZSNode"), QZ_W("Create"))
         .Argument(QZ_W("QZChannel*"), static_cast<QZInt64>(reinterpret_cast<std::intptr_t>(channel)))
         .Argument(QZ_W("QZInt64"), kind)
         .Argument(QZ_W("QZInt64"), hd)
-        .Exception();
+        .Throw();
 }
 
 // ---- Fields

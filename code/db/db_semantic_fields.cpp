@@ -10,7 +10,8 @@
 #include "fw/fw_package.h"
 #include "fw/fw_string.h"
 #include "fw/fw_time.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 #include "sys/sys_bytes.h"
 
 namespace
@@ -31,9 +32,9 @@ QZInt64 Past(QZInt64 item, QZInt64 offset)
 QZInt64 LengthWith(QZInt64 item) { return Past(item, 5); }
 
 /// The exceptions of semantic nodes. Their traces name the class QZSNode.
-QZTrace<QZDatabaseException> Failure(QZInt64 code, const QZWChar* method)
+QZRaise Failure(QZInt64 code, const QZWChar* method)
 {
-    return QZTrace(QZExceptionFactory::CreateDatabaseException(code), QZ_W("QZSNode"), method);
+    return QZRaise(QZDatabaseFailure(code), QZ_W("QZSNode"), method);
 }
 
 /// The fields that hold the name and the text of a kind; 0 for an unknown kind.
@@ -65,18 +66,16 @@ QZInt64 TextField(QZInt64 kind)
 QZInt64 Known(QZInt64 field, QZInt64 kind, const QZWChar* method)
 {
     if (field != 0) return field;
-    throw Failure(QZDatabaseExceptionCode::UnknownNodeType, method)
-        .Argument(QZ_W("QZInt64"), kind)
-        .Exception();
+    Failure(QZDatabaseExceptionCode::UnknownNodeType, method).Argument(QZ_W("QZInt64"), kind).Throw();
 }
 
 void TestEncoding(QZInt64 type, QZInt64 field, const QZWChar* method)
 {
     if (type == QZDataType::TEXTGB2312 || type == QZDataType::TEXTUTF16LE) return;
-    throw Failure(QZDatabaseExceptionCode::UnknownStringEncoding, method)
+    Failure(QZDatabaseExceptionCode::UnknownStringEncoding, method)
         .Argument(QZ_W("QZInt64"), field)
         .Argument(QZ_W("QZInt64"), type)
-        .Exception();
+        .Throw();
 }
 
 /// Holds the database lock, so that a length and the content that is read after it belong together.
@@ -141,13 +140,6 @@ private:
     QZInt64 m_size = 0;
     QZByte m_bytes[kRoom];
 };
-
-struct GiveBack
-{
-    void operator()(QZData* data) const { QZData::Recycle(&data); }
-    void operator()(QZPackage* package) const { QZPackage::Recycle(&package); }
-    void operator()(QZPackage32* package) const { QZPackage32::Recycle(&package); }
-};
 }  // namespace
 
 QZDbFields QZDbFields::Of(QZChannel* channel, QZInt64 pd)
@@ -198,9 +190,9 @@ QZInt64 QZDbFields::Type(QZInt64 field) const
 {
     if (field < 0)
     {
-        throw Failure(QZDatabaseExceptionCode::ArgumentOutOfRange, QZ_W("GetDataType"))
+        Failure(QZDatabaseExceptionCode::ArgumentOutOfRange, QZ_W("GetDataType"))
             .Argument(QZ_W("QZInt64"), field)
-            .Exception();
+            .Throw();
     }
     return Element(kFormatField, field);
 }
@@ -209,10 +201,10 @@ void QZDbFields::SetType(QZInt64 field, QZInt64 type) const
 {
     if (field < 0)
     {
-        throw Failure(QZDatabaseExceptionCode::ArgumentOutOfRange, QZ_W("SetDataType"))
+        Failure(QZDatabaseExceptionCode::ArgumentOutOfRange, QZ_W("SetDataType"))
             .Argument(QZ_W("QZInt64"), field)
             .Argument(QZ_W("QZInt64"), type)
-            .Exception();
+            .Throw();
     }
     SetElement(kFormatField, field, static_cast<QZInt32>(type));
 }
@@ -307,21 +299,21 @@ void QZDbFields::SetState(QZInt64 field, QZInt32 value, QZInt64 index) const
     else if (type == QZDataType::ARRAYDATA)
     {
         const std::unique_ptr<QZData> stored(GetData(field));
-        const std::unique_ptr<QZPackage32, GiveBack> package(QZPackage32::Deserialize(stored.get()));
-        const std::unique_ptr<QZData, GiveBack> state(package->GetElement(0));
-        QZNodeLD::PUT_ARRAYINT32(state.get(), index, value);
-        package->SetElement(0, state.get());
+        const QZScoped<QZPackage32, QZPackage32> package(QZPackage32::Deserialize(stored.get()));
+        const QZScoped<QZData, QZData> state(package->GetElement(0));
+        QZNodeLD::PUT_ARRAYINT32(state.Get(), index, value);
+        package->SetElement(0, state.Get());
         QZData written;
-        QZPackage32::Serialize(package.get(), &written);
+        QZPackage32::Serialize(package.Get(), &written);
         PutData(field, &written);
     }
     else
     {
-        throw Failure(QZDatabaseExceptionCode::DataTypeException, QZ_W("SetState"))
+        Failure(QZDatabaseExceptionCode::DataTypeException, QZ_W("SetState"))
             .Argument(QZ_W("QZInt64"), field)
             .Argument(QZ_W("QZInt32"), value)
             .Argument(QZ_W("QZInt64"), index)
-            .Exception();
+            .Throw();
     }
 }
 
@@ -334,14 +326,14 @@ QZInt32 QZDbFields::GetState(QZInt64 field, QZInt64 index) const
         // This reads the wide package, although SetState reads and writes the narrow one. Hosts that store
         // wide packages write them themselves. docs/packages.md describes both.
         const std::unique_ptr<QZData> stored(GetData(field));
-        const std::unique_ptr<QZPackage, GiveBack> package(QZPackage::Deserialize(stored.get()));
-        const std::unique_ptr<QZData, GiveBack> state(package->GetElement(0));
+        const QZScoped<QZPackage, QZPackage> package(QZPackage::Deserialize(stored.get()));
+        const QZScoped<QZData, QZData> state(package->GetElement(0));
         return state->GetValueInt32(index);
     }
-    throw Failure(QZDatabaseExceptionCode::DataTypeException, QZ_W("GetState"))
+    Failure(QZDatabaseExceptionCode::DataTypeException, QZ_W("GetState"))
         .Argument(QZ_W("QZInt64"), field)
         .Argument(QZ_W("QZInt64"), index)
-        .Exception();
+        .Throw();
 }
 
 // ---- Dates
@@ -358,9 +350,9 @@ QZDateTime* QZDbFields::GetDate(QZInt64 field) const
 {
     if (Type(field) != QZDataType::ARRAYINT32)
     {
-        throw Failure(QZDatabaseExceptionCode::DataTypeException, QZ_W("GetDate"))
+        Failure(QZDatabaseExceptionCode::DataTypeException, QZ_W("GetDate"))
             .Argument(QZ_W("QZInt64"), field)
-            .Exception();
+            .Throw();
     }
     const std::unique_ptr<QZData> bytes(GetData(field));
     return new QZDateTime(bytes.get());
@@ -383,10 +375,9 @@ QZString* QZDbFields::ItemString(QZInt64 item) const
 {
     if (item < 0)
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZNodeTLD"), QZ_W("GetString"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZNodeTLD"), QZ_W("GetString"))
             .Argument(QZ_W("QZInt64"), item)
-            .Exception();
+            .Throw();
     }
     return GetString(ItemField(item));
 }
@@ -395,11 +386,10 @@ void QZDbFields::PutItemString(QZInt64 item, QZString* text) const
 {
     if (item < 0 || text == nullptr)
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZNodeTLD"), QZ_W("PutString"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZNodeTLD"), QZ_W("PutString"))
             .Argument(QZ_W("QZInt64"), item)
             .Argument(QZ_W("QZString*"), text)
-            .Exception();
+            .Throw();
     }
     PutString(ItemField(item), text, QZDataType::TEXTUTF16LE);
 }
@@ -418,11 +408,10 @@ void QZDbFields::PutItem(QZInt64 item, QZData* data) const
 {
     if (item < 0)
     {
-        throw QZTrace(
-            QZExceptionFactory::CreateDatabaseException(QZDatabaseExceptionCode::ArgumentOutOfRange),
-            QZ_W("QZNodeFLD"), QZ_W("PutData"))
+        QZRaise(QZDatabaseFailure(QZDatabaseExceptionCode::ArgumentOutOfRange), QZ_W("QZNodeFLD"),
+                QZ_W("PutData"))
             .Argument(QZ_W("QZInt64"), item)
-            .Exception();
+            .Throw();
     }
     PutData(ItemField(item), data);
     AtLeast(LengthWith(item));
@@ -448,9 +437,7 @@ void QZDbFields::PutItem(QZInt64 item, QZData* data, QZInt64 type) const
 void QZDbFields::TestItem(QZInt64 item, const QZWChar* className, const QZWChar* method) const
 {
     if (item >= 1 && item <= ItemCount()) return;
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), className, method)
-        .Argument(QZ_W("QZInt64"), item)
-        .Exception();
+    QZRaise(QZExceptionCode::ArgumentOutOfRange, className, method).Argument(QZ_W("QZInt64"), item).Throw();
 }
 
 void QZDbFields::MoveItem(QZInt64 item, QZInt64 steps, const QZWChar* className, const QZWChar* method) const

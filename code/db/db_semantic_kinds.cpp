@@ -62,7 +62,7 @@ QZInt64 Traced(const QZWChar* className, QZChannel* channel, QZInt64 hd, Make ma
 
 QZNodeTLD::QZNodeTLD(QZChannel* channel, QZInt64 address) : QZSNode(channel, address) {}
 
-QZInt64 QZNodeTLD::GetType() { return 0x1000100; }
+QZInt64 QZNodeTLD::GetType() { return Type; }
 
 QZInt64 QZNodeTLD::Create(QZChannel* channel, QZInt64 hd)
 {
@@ -167,7 +167,7 @@ void QZNodeTLD::SetState(QZChannel* channel, QZInt64 pd, QZInt32 value, QZInt64 
 
 QZNodeFLD::QZNodeFLD(QZChannel* channel, QZInt64 address) : QZSNode(channel, address) {}
 
-QZInt64 QZNodeFLD::GetType() { return 0x1000300; }
+QZInt64 QZNodeFLD::GetType() { return Type; }
 
 QZInt64 QZNodeFLD::Create(QZChannel* channel, QZInt64 hd)
 {
@@ -357,7 +357,7 @@ void QZNodeFLD::SetState(QZChannel* channel, QZInt64 pd, QZInt32 value, QZInt64 
 
 QZNodeBLD::QZNodeBLD(QZChannel* channel, QZInt64 address) : QZSNode(channel, address) {}
 
-QZInt64 QZNodeBLD::GetType() { return 0x1000200; }
+QZInt64 QZNodeBLD::GetType() { return Type; }
 
 QZInt64 QZNodeBLD::Create(QZChannel* channel, QZInt64 hd)
 {
@@ -474,7 +474,7 @@ void QZNodeBLD::SetState(QZChannel* channel, QZInt64 pd, QZInt32 value, QZInt64 
 
 QZNodeWLD::QZNodeWLD(QZChannel* channel, QZInt64 address) : QZSNode(channel, address) {}
 
-QZInt64 QZNodeWLD::GetType() { return 0x1000400; }
+QZInt64 QZNodeWLD::GetType() { return Type; }
 
 QZInt64 QZNodeWLD::Create(QZChannel* channel, QZInt64 hd)
 {

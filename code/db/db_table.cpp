@@ -4,11 +4,13 @@
 
 #include "db/db_format.h"
 #include "db/internal/db_node_content.h"
-#include "db/internal/db_table.h"
+#include "db/internal/db_table_parts.h"
 #include "db/internal/db_walk.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_table.h"
+#include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 
 const QZInt64 QZDbTable::Type;
 const QZInt64 QZDbTable::KeyIndexInState;
@@ -17,11 +19,11 @@ const QZInt64 QZDbTable::GET_TARGET_CONDITION_INCLUDE;
 
 namespace
 {
-QZTrace<QZDatabaseException> Failure(QZInt64 code, const QZWChar* method, QZChannel* channel)
+QZRaise Failure(QZInt64 code, const QZWChar* method, QZChannel* channel)
 {
-    QZTrace trace(QZExceptionFactory::CreateDatabaseException(code), QZ_W("QZDbTable"), method);
-    trace.Argument(QZ_W("QZChannel*"), QZConvert::PVoidToIntPtr(channel));
-    return trace;
+    QZRaise exception(QZDatabaseFailure(code), QZ_W("QZDbTable"), method);
+    exception.Argument(QZ_W("QZChannel*"), QZConvert::PVoidToIntPtr(channel));
+    return exception;
 }
 
 /// Recycles a collection and the objects in it.
@@ -35,10 +37,10 @@ void RecycleAll(T** collection)
     NodeRecycle(collection);
 }
 
-struct GiveBack
+/// Recycles the tables too, unlike QZDbTable::Recycle, whose callers keep the tables open.
+struct TableRecycler
 {
-    void operator()(QZStringCollection* names) const { QZDbTable::Recycle(&names); }
-    void operator()(QZObjectCollection* tables) const { RecycleAll(&tables); }
+    static void Recycle(QZObjectCollection** tables) { RecycleAll(tables); }
 };
 
 template <typename Visit>
@@ -57,7 +59,7 @@ void EachRecord(QZChannel* channel, QZInt64 list, Visit visit)
 QZDbTable::QZDbTable(QZChannel* channel, QZInt64 handle) : m_parts(std::make_shared<Parts>(channel, handle))
 {}
 
-QZInt64 QZDbTable::GetType() { return 0x8330002; }
+QZInt64 QZDbTable::GetType() { return Type; }
 
 // ---- Opening and creating
 
@@ -65,9 +67,9 @@ QZDbTable* QZDbTable::Open(QZChannel* channel, QZInt64 handle)
 {
     if (channel == nullptr || !IsDatatable(channel, handle))
     {
-        throw Failure(QZDatabaseExceptionCode::ArgumentOutOfRange, QZ_W("Open"), channel)
+        Failure(QZDatabaseExceptionCode::ArgumentOutOfRange, QZ_W("Open"), channel)
             .Argument(QZ_W("QZInt64"), handle)
-            .Exception();
+            .Throw();
     }
     return new QZDbTable(channel, handle);
 }
@@ -101,15 +103,15 @@ QZInt64 QZDbTable::Create(QZChannel* channel, QZInt64 directory, QZString* name)
 {
     QZTable parent(channel, directory);
     const auto failure = [&](const QZWChar* message) {
-        return QZDbTableFailure(message, QZ_W("Create"))
-            .Argument(QZ_W("QZChannel*"), QZConvert::PVoidToIntPtr(channel))
+        QZRaise exception = QZDbTableFailure(message, QZ_W("Create"));
+        exception.Argument(QZ_W("QZChannel*"), QZConvert::PVoidToIntPtr(channel))
             .Argument(QZ_W("QZInt64"), directory)
-            .Argument(QZ_W("QZString*"), name)
-            .Exception();
+            .Argument(QZ_W("QZString*"), name);
+        return exception;
     };
-    if (parent.Find(name) != 0) throw failure(QZ_W("名为的表已经存在"));
+    if (parent.Find(name) != 0) failure(QZ_W("名为的表已经存在")).Throw();
     const QZInt64 list = QZNodePD::GetHD(channel, directory);
-    if (list == 0) throw failure(QZ_W("指定的句柄指向的不是目录"));
+    if (list == 0) failure(QZ_W("指定的句柄指向的不是目录")).Throw();
     const QZInt64 handle = QZNodeTLD::Create(channel, list);
     QZSNode::PutName(channel, handle, name);
     PutTypes(channel, handle);
@@ -130,16 +132,16 @@ QZInt64 QZDbTable::Create(QZChannel* channel, QZString* path)
 {
     if (QZTable::Access(channel, path) != 0)
     {
-        throw Failure(QZDatabaseExceptionCode::CreateFailedTableAlreadyExists, QZ_W("Create"), channel)
+        Failure(QZDatabaseExceptionCode::CreateFailedTableAlreadyExists, QZ_W("Create"), channel)
             .Argument(QZ_W("QZString*"), path)
-            .Exception();
+            .Throw();
     }
     const QZInt64 handle = QZTable::Access(channel, path, 1, LDTYPE::TLDTYPE);
     if (handle < 1)
     {
-        throw Failure(QZDatabaseExceptionCode::OperationFailed, QZ_W("Create"), channel)
+        Failure(QZDatabaseExceptionCode::OperationFailed, QZ_W("Create"), channel)
             .Argument(QZ_W("QZString*"), path)
-            .Exception();
+            .Throw();
     }
     PutTypes(channel, handle);
     return handle;
@@ -163,19 +165,19 @@ QZObjectCollection* QZDbTable::GetDataTables(QZChannel* channel)
 {
     QZString path(QZ_W("DATATABLE"));
     const QZInt64 directory = QZTable::Access(channel, &path, 1, LDTYPE::FLDTYPE);
-    std::unique_ptr<QZObjectCollection, GiveBack> tables(new QZObjectCollection());
+    QZScoped<QZObjectCollection, TableRecycler> tables(new QZObjectCollection());
     EachRecord(channel, QZNodePD::GetHD(channel, directory), [&](QZInt64 record) {
         if (!IsDatatable(channel, record)) return;
         std::unique_ptr<QZDbTable> table(new QZDbTable(channel, record));
         tables->Push(table.get());
         static_cast<void>(table.release());
     });
-    return tables.release();
+    return tables.Release();
 }
 
 QZStringCollection* QZDbTable::NamesIn(QZChannel* channel, QZInt64 list)
 {
-    std::unique_ptr<QZStringCollection, GiveBack> names(new QZStringCollection());
+    QZScoped<QZStringCollection, QZDbTable> names(new QZStringCollection());
     EachRecord(channel, list, [&](QZInt64 record) {
         if (!IsDatatable(channel, record)) return;
         std::unique_ptr<QZString> name(new QZString());
@@ -183,7 +185,7 @@ QZStringCollection* QZDbTable::NamesIn(QZChannel* channel, QZInt64 list)
         names->Push(name.get());
         static_cast<void>(name.release());
     });
-    return names.release();
+    return names.Release();
 }
 
 QZStringCollection* QZDbTable::GetDatatableNamesFromRoot(QZChannel* channel)
@@ -223,7 +225,7 @@ QZInt64 QZDbTable::FieldNumber(QZString* name)
 QZInt64 QZDbTable::FieldNumber(QZString* name, const QZWChar* message, const QZWChar* method)
 {
     const QZInt64 field = FieldNumber(name);
-    if (field == 0) throw QZDbTableFailure(message, method).Argument(QZ_W("QZString*"), name).Exception();
+    if (field == 0) QZDbTableFailure(message, method).Argument(QZ_W("QZString*"), name).Throw();
     return field;
 }
 
@@ -231,7 +233,7 @@ QZInt64 QZDbTable::FieldCount() { return m_parts->names.Count(); }
 
 QZStringCollection* QZDbTable::GetFieldsName()
 {
-    std::unique_ptr<QZStringCollection, GiveBack> fields(new QZStringCollection());
+    QZScoped<QZStringCollection, QZDbTable> fields(new QZStringCollection());
     const QZInt64 count = FieldCount();
     for (QZInt64 field = 1; field <= count; ++field)
     {
@@ -239,16 +241,14 @@ QZStringCollection* QZDbTable::GetFieldsName()
         fields->Push(name.get());
         static_cast<void>(name.release());
     }
-    return fields.release();
+    return fields.Release();
 }
 
 QZString* QZDbTable::GetFieldName(QZInt64 field)
 {
     if (field == 0)
     {
-        throw QZDbTableFailure(QZ_W("错误的参数"), QZ_W("GetFieldName"))
-            .Argument(QZ_W("QZInt64"), field)
-            .Exception();
+        QZDbTableFailure(QZ_W("错误的参数"), QZ_W("GetFieldName")).Argument(QZ_W("QZInt64"), field).Throw();
     }
     return m_parts->names.GetString(field);
 }
@@ -257,10 +257,10 @@ QZBool QZDbTable::SetFieldName(QZInt64 field, QZString* name)
 {
     if (FieldNumber(name) != 0)
     {
-        throw QZDbTableFailure(QZ_W("字段已经存在"), QZ_W("SetFieldName"))
+        QZDbTableFailure(QZ_W("字段已经存在"), QZ_W("SetFieldName"))
             .Argument(QZ_W("QZInt64"), field)
             .Argument(QZ_W("QZString*"), name)
-            .Exception();
+            .Throw();
     }
     m_parts->names.PutString(field, name);
     return 1;
@@ -289,10 +289,10 @@ QZBool QZDbTable::FieldMove(QZString* name, QZInt64 steps)
     const QZInt64 field = FieldNumber(name);
     if (field == 0)
     {
-        throw QZDbTableFailure(QZ_W("字段不存在"), QZ_W("FieldMove"))
+        QZDbTableFailure(QZ_W("字段不存在"), QZ_W("FieldMove"))
             .Argument(QZ_W("QZString*"), name)
             .Argument(QZ_W("QZInt64"), steps)
-            .Exception();
+            .Throw();
     }
     const std::unique_ptr<QZString> key(GetKey());
     m_parts->names.MoveString(field, steps);
@@ -336,7 +336,7 @@ QZInt64 QZDbTable::GetKeyIndex()
 QZBool QZDbTable::SetKeyToName()
 {
     const QZInt64 key = GetKeyIndex();
-    if (key == 0) throw QZDbTableFailure(QZ_W("未设置m_key"), QZ_W("SetKeyToName")).Exception();
+    if (key == 0) QZDbTableFailure(QZ_W("未设置m_key"), QZ_W("SetKeyToName")).Throw();
     return SetValueToName(key);
 }
 
@@ -367,19 +367,19 @@ QZString* QZDbTable::ValuesConvert(QZString* name, QZData* data)
 {
     const QZInt64 field = FieldNumber(name);
     if (field != 0) return ValuesConvert(field, data);
-    throw QZDbTableFailure(QZ_W("找不到字段!"), QZ_W("ValuesConvert"))
+    QZDbTableFailure(QZ_W("找不到字段!"), QZ_W("ValuesConvert"))
         .Argument(QZ_W("QZString*"), name)
         .Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize())
-        .Exception();
+        .Throw();
 }
 QZData* QZDbTable::ValuesConvert(QZString* name, QZString* text)
 {
     const QZInt64 field = FieldNumber(name);
     if (field != 0) return ValuesConvert(field, text);
-    throw QZDbTableFailure(QZ_W("找不到字段!"), QZ_W("ValuesConvert"))
+    QZDbTableFailure(QZ_W("找不到字段!"), QZ_W("ValuesConvert"))
         .Argument(QZ_W("QZString*"), name)
         .Argument(QZ_W("QZString*"), text)
-        .Exception();
+        .Throw();
 }
 
 // ---- Table

@@ -25,9 +25,10 @@ class QZTable;
 /// count from 1; a row is known by its handle, the address of its PD. Field names are found without regard to
 /// the case of A to Z. There is no index: a search is a walk, adding a row is not.
 ///
-/// Where an operation is told to raise a text, that is a QZException with this text and no code; failures of
-/// the node level pass through. Strings, data, collections and tables that come back are new and go back with
-/// Recycle (GetName and GetText answer the object's own string), a QZDateTime* with QZConvert::Recycle.
+/// A text in quotation marks after "Throws" or "@throws QZException" is the message of a QZException without
+/// a code. Exceptions of the node level reach the caller unchanged. Operations return new strings, data,
+/// collections and tables; the caller gives them back with Recycle, a QZDateTime* with QZConvert::Recycle.
+/// GetName and GetText return the object's own string, which the caller does not give back.
 ///
 /// The object owns its node objects and not the channel; a copy made by value shares them. It has no lock of
 /// its own, and operations of several steps are not atomic: a host that shares a table between threads brings

@@ -5,12 +5,13 @@
 
 #include "db/db_table.h"
 #include "db/internal/db_node_content.h"
-#include "db/internal/db_table.h"
+#include "db/internal/db_table_parts.h"
 #include "db/internal/db_walk.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_data_type.h"
 #include "fw/fw_table.h"
+#include "fw/internal/fw_raise.h"
 
 namespace
 {
@@ -128,7 +129,7 @@ QZInt64 QZDbTable::NewRow(QZInt64 keyField, QZData* key, const QZWChar* name)
 QZInt64 QZDbTable::DataAdd()
 {
     if (GetKeyIndex() != 0)
-        throw QZDbTableFailure(QZ_W("此表已设置主键，请使用其他重载方法！"), QZ_W("DataAdd")).Exception();
+        QZDbTableFailure(QZ_W("此表已设置主键，请使用其他重载方法！"), QZ_W("DataAdd")).Throw();
     return NewRow(0, nullptr, QZ_W("ROW"));
 }
 
@@ -136,12 +137,12 @@ QZInt64 QZDbTable::DataAdd(QZData* key)
 {
     const QZInt64 field = GetKeyIndex();
     const auto failure = [&](const QZWChar* message) {
-        return QZDbTableFailure(message, QZ_W("DataAdd"))
-            .Argument(QZ_W("QZData*"), key->GetPointer(), key->GetSize())
-            .Exception();
+        QZRaise exception = QZDbTableFailure(message, QZ_W("DataAdd"));
+        exception.Argument(QZ_W("QZData*"), key->GetPointer(), key->GetSize());
+        return exception;
     };
-    if (field == 0) throw failure(QZ_W("此表未设置主键，请使用其他重载方法！"));
-    if (Exists(field, key)) throw failure(QZ_W("要添加的数据已经存在！"));
+    if (field == 0) failure(QZ_W("此表未设置主键，请使用其他重载方法！")).Throw();
+    if (Exists(field, key)) failure(QZ_W("要添加的数据已经存在！")).Throw();
     const QZInt64 row = NewRow(field, key, nullptr);
     m_parts->table.Refersh();
     return row;
@@ -152,9 +153,9 @@ QZInt64 QZDbTable::DataAdd(QZString* key)
     const QZInt64 field = GetKeyIndex();
     if (field == 0)
     {
-        throw QZDbTableFailure(QZ_W("此表未设置主键，请使用其他重载方法！"), QZ_W("DataAdd"))
+        QZDbTableFailure(QZ_W("此表未设置主键，请使用其他重载方法！"), QZ_W("DataAdd"))
             .Argument(QZ_W("QZString*"), key)
-            .Exception();
+            .Throw();
     }
     const std::unique_ptr<QZData> data(ValuesConvert(field, key));
     return DataAdd(data.get());
@@ -163,14 +164,14 @@ QZInt64 QZDbTable::DataAdd(QZString* key)
 QZBool QZDbTable::DataSetValue(QZInt64 row, QZInt64 field, QZData* data)
 {
     const auto failure = [&](const QZWChar* message) {
-        return QZDbTableFailure(message, QZ_W("DataSetValue"))
-            .Argument(QZ_W("QZInt64"), row)
+        QZRaise exception = QZDbTableFailure(message, QZ_W("DataSetValue"));
+        exception.Argument(QZ_W("QZInt64"), row)
             .Argument(QZ_W("QZInt64"), field)
-            .Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize())
-            .Exception();
+            .Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize());
+        return exception;
     };
-    if (field == 0) throw failure(QZ_W("错误的字段索引"));
-    if (field == GetKeyIndex() && Exists(field, data)) throw failure(QZ_W("主键的值不能重复!"));
+    if (field == 0) failure(QZ_W("错误的字段索引")).Throw();
+    if (field == GetKeyIndex() && Exists(field, data)) failure(QZ_W("主键的值不能重复!")).Throw();
     QZNodeFLD::PutData(m_parts->channel, row, field, data, GetFieldType(field));
     return 1;
 }
@@ -179,11 +180,11 @@ QZBool QZDbTable::DataSetValue(QZInt64 row, QZInt64 field, QZString* text)
 {
     if (field == 0)
     {
-        throw QZDbTableFailure(QZ_W("错误的字段索引"), QZ_W("DataSetValue"))
+        QZDbTableFailure(QZ_W("错误的字段索引"), QZ_W("DataSetValue"))
             .Argument(QZ_W("QZInt64"), row)
             .Argument(QZ_W("QZInt64"), field)
             .Argument(QZ_W("QZString*"), text)
-            .Exception();
+            .Throw();
     }
     const std::unique_ptr<QZData> data(ValuesConvert(field, text));
     return DataSetValue(row, field, data.get());
@@ -306,9 +307,9 @@ QZCollection* QZDbTable::GetTargetsAddrCollection(QZString* name, QZString* valu
 void QZDbTable::TestTarget(QZInt64 field)
 {
     if (field >= 1 && field <= FieldCount()) return;
-    throw QZDbTableFailure(QZ_W("错误的字段索引"), QZ_W("GetTargetsAddrCollection"))
+    QZDbTableFailure(QZ_W("错误的字段索引"), QZ_W("GetTargetsAddrCollection"))
         .Argument(QZ_W("QZInt64"), field)
-        .Exception();
+        .Throw();
 }
 
 QZInt64 QZDbTable::Sum(QZString* name)
@@ -423,9 +424,9 @@ QZInt64 QZDbTable::Write(QZDataTable* table, bool keepRows)
 {
     const QZWChar* method = keepRows ? QZ_W("Update") : QZ_W("Insert");
     const auto failure = [&](QZString& message) {
-        return QZDbTableFailure(message.GetPointer(), method)
-            .Argument(QZ_W("QZDataTable*"), QZConvert::PVoidToIntPtr(table))
-            .Exception();
+        QZRaise exception = QZDbTableFailure(message.GetPointer(), method);
+        exception.Argument(QZ_W("QZDataTable*"), QZConvert::PVoidToIntPtr(table));
+        return exception;
     };
     const QZInt64 columns = table->Columns->Count();
     // The field of each column. It is looked up when the first row needs it.
@@ -446,14 +447,14 @@ QZInt64 QZDbTable::Write(QZDataTable* table, bool keepRows)
                 {
                     QZString message(QZ_W("不存在的列 "));
                     message.Append(name);
-                    throw failure(message);
+                    failure(message).Throw();
                 }
                 if (GetFieldType(found) != table->Columns->GetElementType(c))
                 {
                     QZString message(QZ_W("列 "));
                     message.Append(name);
                     message.Append(QZ_W(" 的数据类型不同"));
-                    throw failure(message);
+                    failure(message).Throw();
                 }
                 field = found;
             }

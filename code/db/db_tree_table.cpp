@@ -1,6 +1,6 @@
 #include "db/db_tree_table.h"
 
-#include <vector>
+#include <deque>
 
 #include "db/db_channel.h"
 #include "db/db_format.h"
@@ -10,6 +10,8 @@
 #include "fw/fw_convert.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
+#include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "os/os_path.h"
 
@@ -17,24 +19,18 @@ const QZInt64 QZTable::Type;
 
 namespace
 {
-struct GiveBack
-{
-    void operator()(QZString* text) const { QZPath::Recycle(&text); }
-    void operator()(QZObjectCollection* tables) const { QZTable::Recycle(&tables); }
-};
-using PathText = std::unique_ptr<QZString, GiveBack>;
+using PathText = QZScoped<QZString, QZPath>;
 
 /// The names along a path, the outermost first, without empty ones.
-std::vector<PathText> NamesOf(QZString* path)
+std::deque<PathText> NamesOf(QZString* path)
 {
-    std::vector<PathText> names;
+    std::deque<PathText> names;
     for (PathText rest(new QZString(path)); rest->GetLength() != 0;
-         rest.reset(QZPath::GetDirectory(rest.get(), 0)))
+         rest.Reset(QZPath::GetDirectory(rest.Get(), 0)))
     {
-        PathText name(QZPath::GetName(rest.get()));
-        if (name->GetLength() != 0) names.push_back(std::move(name));
+        PathText name(QZPath::GetName(rest.Get()));
+        if (name->GetLength() != 0) names.emplace_front().Reset(name.Release());
     }
-    for (std::size_t i = 0; i < names.size() / 2; ++i) names[i].swap(names[names.size() - 1 - i]);
     return names;
 }
 
@@ -42,11 +38,10 @@ std::vector<PathText> NamesOf(QZString* path)
 void Require(QZChannel* channel, QZInt64 handle, const QZWChar* method)
 {
     if (channel != nullptr && handle != 0) return;
-    throw QZTrace(QZExceptionFactory::CreateDatabaseException(QZDatabaseExceptionCode::ArgumentOutOfRange),
-                  QZ_W("QZTable"), method)
+    QZRaise(QZDatabaseFailure(QZDatabaseExceptionCode::ArgumentOutOfRange), QZ_W("QZTable"), method)
         .Argument(QZ_W("QZChannel*"), QZConvert::PVoidToIntPtr(channel))
         .Argument(QZ_W("QZInt64"), handle)
-        .Exception();
+        .Throw();
 }
 
 /// The list that holds the children of a node; 0 when there is none.
@@ -58,7 +53,7 @@ QZInt64 ListOf(QZChannel* channel, QZInt64 node)
 
 QZTable::QZTable(QZChannel* channel, QZInt64 handle) { Init(channel, handle); }
 
-QZInt64 QZTable::GetType() { return 0x8330001; }
+QZInt64 QZTable::GetType() { return Type; }
 
 void QZTable::Init(QZChannel* channel, QZInt64 handle)
 {
@@ -140,7 +135,7 @@ void QZTable::Recycle(QZObjectCollection** tables)
 
 QZObjectCollection* QZTable::TablesOf(QZChannel* channel, QZInt64 list)
 {
-    std::unique_ptr<QZObjectCollection, GiveBack> tables(new QZObjectCollection());
+    QZScoped<QZObjectCollection, QZTable> tables(new QZObjectCollection());
     QZDbWalk walk;
     QZInt64 record = list == 0 ? 0 : QZNodeHD::GetFirst(channel, list);
     while (record != 0 && walk.Enter(record))
@@ -150,7 +145,7 @@ QZObjectCollection* QZTable::TablesOf(QZChannel* channel, QZInt64 list)
         static_cast<void>(table.release());
         record = QZNode::GetNext(channel, record);
     }
-    return tables.release();
+    return tables.Release();
 }
 
 QZObjectCollection* QZTable::GetTables(QZChannel* channel, QZInt64 handle)
@@ -162,11 +157,10 @@ QZObjectCollection* QZTable::GetTablesFromRoot(QZChannel* channel)
 {
     if (channel == nullptr)
     {
-        throw QZTrace(
-            QZExceptionFactory::CreateDatabaseException(QZDatabaseExceptionCode::ArgumentOutOfRange),
-            QZ_W("QZTable"), QZ_W("GetTablesFromRoot"))
+        QZRaise(QZDatabaseFailure(QZDatabaseExceptionCode::ArgumentOutOfRange), QZ_W("QZTable"),
+                QZ_W("GetTablesFromRoot"))
             .Argument(QZ_W("QZChannel*"), QZInt64{0})
-            .Exception();
+            .Throw();
     }
     return TablesOf(channel, channel->G_TA(QZDatabaseInfo::TREESSN));
 }
@@ -196,7 +190,7 @@ QZInt64 QZTable::Walk(QZChannel* channel, QZString* path, QZBool create, QZInt64
     QZInt64 node = 0;
     for (const PathText& name : NamesOf(path))
     {
-        const QZInt64 found = GetNodeHandleByName(channel, node, name.get(), &scratch);
+        const QZInt64 found = GetNodeHandleByName(channel, node, name.Get(), &scratch);
         if (found != 0)
         {
             node = found;
@@ -208,7 +202,7 @@ QZInt64 QZTable::Walk(QZChannel* channel, QZString* path, QZBool create, QZInt64
         QZInt64 list = ListOf(channel, node);
         if (list == 0) list = QZNodeHD::Create(channel, node);
         node = QZSNode::Create(channel, kind, list);
-        QZSNode::PutName(channel, node, name.get());
+        QZSNode::PutName(channel, node, name.Get());
     }
     return node;
 }
@@ -236,12 +230,11 @@ QZInt64 QZTable::Create(QZChannel* channel, QZString* path, QZInt64 kind)
 {
     if (Access(channel, path) != 0)
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZTable"), QZ_W("Create"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZTable"), QZ_W("Create"))
             .Argument(QZ_W("QZChannel*"), QZConvert::PVoidToIntPtr(channel))
             .Argument(QZ_W("QZString*"), path)
             .Argument(QZ_W("QZInt64"), kind)
-            .Exception();
+            .Throw();
     }
     return Access(channel, path, 1, kind);
 }

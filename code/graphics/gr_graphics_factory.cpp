@@ -128,7 +128,13 @@ QZInt64 QZGraphicsFactory::GetMemorySize()
     return m_shapeCache != nullptr ? m_shapeCache->GetMemorySize() + m_pixelBlockCache->GetMemorySize() : 0;
 }
 
-void QZGraphicsFactoryInit()
+struct QZGraphicsFactoryStart
+{
+    static void Init();
+    static void End();
+};
+
+void QZGraphicsFactoryStart::Init()
 {
     using F = QZGraphicsFactory;
     if (F::m_shapeCache != nullptr) return;
@@ -143,7 +149,9 @@ void QZGraphicsFactoryInit()
     F::m_rayCache = new QZCache<QZRay>(-1, -1);
 }
 
-void QZGraphicsFactoryEnd()
+void QZGraphicsFactoryInit() { QZGraphicsFactoryStart::Init(); }
+
+void QZGraphicsFactoryStart::End()
 {
     using F = QZGraphicsFactory;
     if (F::m_shapeCache == nullptr) return;
@@ -154,6 +162,8 @@ void QZGraphicsFactoryEnd()
           &F::m_sizeCache, &F::m_arcCache, &F::m_lineCache, &F::m_pointCache, &F::m_rayCache})
         QZEndCache(cache);
 }
+
+void QZGraphicsFactoryEnd() { QZGraphicsFactoryStart::End(); }
 
 QZJsonObject* QZGraphicsFactory::GetStatus()
 {

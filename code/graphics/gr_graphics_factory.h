@@ -59,8 +59,7 @@ public:
     static QZInt64 GetMemorySize();
 
 private:
-    friend void QZGraphicsFactoryInit();
-    friend void QZGraphicsFactoryEnd();
+    friend struct QZGraphicsFactoryStart;
 
     static QZObjectCache* m_shapeCache;
     static QZObjectCache* m_pixelBlockCache;

@@ -2,7 +2,6 @@
 
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_http_retry.h"
 #include "net/internal/net_http_round_trip.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"

@@ -93,7 +93,7 @@ QZHttpClient* QZHttpClientPool::Borrow(QZIPAddress* address, unsigned short port
     for (QZObject* object = m_clients->GetFirst(); object != nullptr; object = object->LinkNext())
     {
         auto* client = static_cast<QZHttpClient*>(object);
-        if (client->m_lent || client->GetRemoteAddress() != static_cast<long long>(address->GetValue()) ||
+        if (client->m_lent || client->GetRemoteAddress() != static_cast<QZInt64>(address->GetValue()) ||
             client->GetPort() != port || client->IsWorking())
             continue;
         client->m_lent = true;

@@ -8,15 +8,14 @@
 #include "fw/fw_collection.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_data.h"
-#include "fw/fw_environment.h"
 #include "fw/fw_lock.h"
 #include "fw/fw_memory.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_characters.h"
-#include "net/internal/net_http_append_result.h"
+#include "net/internal/net_http_connection_access.h"
 #include "net/internal/net_http_give_back.h"
-#include "net/internal/net_http_stamps.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"
 #include "os/os_ip_address.h"
@@ -47,8 +46,7 @@ constexpr int kTurnSleeps = 5000;
 using http::kBadFirstByte;
 using http::kHeadTooLarge;
 using http::kNoError;
-
-QZInt64 Now() { return QZEnvironment::GetCurrentTimestamp(); }
+using http::Now;
 
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
@@ -147,9 +145,7 @@ void QZHttpConnect::MemAlloc(QZInt64 size)
     m_handle = static_cast<os::PortBlock*>(QZMemory::CreateBuffer(size));
     if (m_handle == nullptr)
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::OutOfMemory),
-                      QZ_W("QZHttpConnect"), QZ_W("QZHttpConnect"))
-            .Exception();
+        QZRaise(QZExceptionCode::OutOfMemory, QZ_W("QZHttpConnect"), QZ_W("QZHttpConnect")).Throw();
     }
     QZMemClean(m_handle, size);
     m_handle->Length = os::kPortDataSize;
@@ -173,7 +169,7 @@ long long QZHttpConnect::AppendRequestData(const void* data, long long offset, l
             throw QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
         if (!Put(data, offset, size)) return kBadFirstByte;
         bool complete = false;
-        const long long result = Examine(&complete);
+        const QZInt64 result = Examine(&complete);
         if (!complete) return result;
         HandOut(out);
         hold.Keep();
@@ -277,7 +273,7 @@ void QZHttpConnect::AwaitTurn(QZUInt64 piece)
         os::Sleep(i < kTurnYields ? 0 : 1);
 }
 
-/// Lets the piece after this one in.
+/// Ends the turn of a piece: the next piece may be appended now.
 void QZHttpConnect::PassTurn(QZUInt64 piece)
 {
     QZUInt64 turn = m_turn.load(std::memory_order_relaxed);

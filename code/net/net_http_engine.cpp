@@ -9,6 +9,7 @@
 #include "fw/fw_report.h"
 #include "fw/fw_string.h"
 #include "fw/fw_time.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
 #include "net/internal/net_json_access.h"
@@ -206,9 +207,9 @@ void QZHttpServerEngine::Start()
 {
     if (m_status.load() != Status::HttpServerInitialized)
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZ_W("not initialized"), QZLastError),
-                      QZ_W("QZHttpServerEngine"), QZ_W("Start"))
-            .Exception();
+        QZRaise(QZGeneralFailure(QZLastError).With(QZ_W("not initialized")), QZ_W("QZHttpServerEngine"),
+                QZ_W("Start"))
+            .Throw();
     }
     if (!os::SocketBind(m_listen, m_port, m_bindAddress)) throw StartFailure(QZ_W("bind failed with error"));
     if (!os::SocketListen(m_listen, kBacklog)) throw StartFailure(QZ_W("listen failed with error"));

@@ -205,7 +205,6 @@ private:
     void MakeScheduler();
     void ServerAbort();
     void StopScheduler();
-    void EndThreads();
     void DeleteParts();
     bool ThreadsHaveEnded();
     bool IsWorking() const;

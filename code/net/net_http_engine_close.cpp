@@ -2,7 +2,6 @@
 
 #include "net/net_http_engine.h"
 #include "fw/fw_collection.h"
-#include "fw/fw_environment.h"
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
@@ -21,7 +20,7 @@ constexpr int kLastSteps = 100;
 // The id that ConnectClose takes for all connections.
 constexpr QZInt64 kAllConnections = -1;
 
-QZInt64 Now() { return QZEnvironment::GetCurrentTimestamp(); }
+using http::Now;
 
 }  // namespace
 
@@ -159,8 +158,7 @@ void QZHttpServerEngine::ConnectCheck()
             if (Access::TimesOf(connect).lastUse + FreeConnectKeepAliveTime < now)
                 silent.Push(static_cast<QZUInt64>(connect->GetClientID()));
         });
-        for (QZInt64 i = 0; i < silent.Count(); ++i)
-            ConnectClose(static_cast<long long>(silent.GetElement(i)));
+        for (QZInt64 i = 0; i < silent.Count(); ++i) ConnectClose(static_cast<QZInt64>(silent.GetElement(i)));
     }
     catch (QZException* e)
     {
@@ -191,6 +189,9 @@ void QZHttpServerEngine::CloseAll()
 }
 
 // ---- The tasks of the scheduler
+
+// They stand here because the source of their header knows the engine only by name: including the engine
+// there would close a circle.
 
 void QZTaskConnectClose::Execute()
 {

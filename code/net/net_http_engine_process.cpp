@@ -3,17 +3,15 @@
 #include "net/net_http_engine.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
-#include "fw/fw_environment.h"
 #include "fw/fw_lock.h"
 #include "fw/fw_report.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_http_append_result.h"
 #include "net/internal/net_http_connection_access.h"
 #include "net/internal/net_http_fields.h"
-#include "net/internal/net_http_stamps.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
@@ -38,14 +36,13 @@ constexpr const QZWChar* kRecordFolder = QZ_W("LastRecord");
 // Responses above this size are sent in several pieces.
 constexpr QZInt64 kGatherFrom = 4096;
 
-QZInt64 Now() { return QZEnvironment::GetCurrentTimestamp(); }
+using http::Now;
+
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
 [[noreturn]] void RecordFailure(const QZWChar* text, const QZWChar* method)
 {
-    throw QZTrace(QZExceptionFactory::CreateIOException(text, QZIOExceptionCode::OperationFailed), kClass,
-                  method)
-        .Exception();
+    QZRaise(QZIOFailure(QZIOExceptionCode::OperationFailed).With(text), kClass, method).Throw();
 }
 
 /// Runs one operation on the record file. A failure becomes an exception with this text.
@@ -78,7 +75,7 @@ public:
 
 private:
     bool Take(const void* data, QZInt64 offset, QZInt64 size);
-    long long Append(const void* data, QZInt64 offset, QZInt64 size);
+    QZInt64 Append(const void* data, QZInt64 offset, QZInt64 size);
     void CutOff();
     void MakeHeadTooLarge();
     void MakePage();
@@ -120,7 +117,7 @@ void QZHttpServerEngine::Exchange::Run(const void* data, QZInt64 offset, QZInt64
 
 /// Appends the pieces of a client in the order in which they were received, whichever worker is faster: the
 /// first piece of a message must be its beginning.
-long long QZHttpServerEngine::Exchange::Append(const void* data, QZInt64 offset, QZInt64 size)
+QZInt64 QZHttpServerEngine::Exchange::Append(const void* data, QZInt64 offset, QZInt64 size)
 {
     if (m_origin.serial == 0) return m_connect->AppendRequestData(data, offset, size, &m_request);
     return Access::AppendInTurn(m_connect, m_origin.piece, data, offset, size, &m_request);
@@ -291,6 +288,8 @@ void QZHttpServerEngine::ProcessPiece(QZInt64 id, const Origin& origin, const vo
     Exchange(this, connect, id, origin).Run(data, offset, size);
 }
 
+// It stands here because the source of the task's header knows the engine only by name: including the engine
+// there would close a circle.
 void QZHttpServerProcessTask::Execute()
 {
     QZHttpServerEngine::Origin origin;

@@ -60,7 +60,7 @@ QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection(QZString* text)
 {
     return http::Filled<QZHttpFactory>(CreateHeaderCollection(), text, QZ_W("CreateHeaderCollection"),
                                        [=](QZHttpHeaderCollection* headers) {
-                                           http::Pieces lines(text, '\n');
+                                           http::TextSplitter lines(text, '\n');
                                            http::Text line(nullptr, 0);
                                            while (lines.Next(&line))
                                            {
@@ -85,7 +85,7 @@ QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection(QZString* text)
                                                list->ReplaceThis(QZ_W("Cookie:"), QZ_W(""));
                                            else
                                                list->TrimThis();
-                                           http::Pieces pieces(list.Get(), ';');
+                                           http::TextSplitter pieces(list.Get(), ';');
                                            http::Text piece(nullptr, 0);
                                            while (pieces.Next(&piece))
                                            {

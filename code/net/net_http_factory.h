@@ -78,8 +78,7 @@ public:
     static QZJsonObject* GetStatus();
 
 private:
-    friend void QZHttpFactoryInit();
-    friend void QZHttpFactoryEnd();
+    friend struct QZHttpFactoryStart;
 
     /// The largest number of connections; negative for no limit.
     static QZInt64 m_connectLimit;

@@ -28,7 +28,7 @@ public:
     /// The response of the page; null here.
     virtual QZHttpResponse* ToResponse(QZHttpRequest* request);
     /// Called before ToResponse. A response, for example a login page or a 401, replaces that of the page;
-    /// null lets ToResponse answer. Null here.
+    /// after null the server calls ToResponse. Null here.
     virtual QZHttpResponse* Verification(QZHttpRequest* request);
 
     QZString* GetPath();

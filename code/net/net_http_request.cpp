@@ -8,8 +8,8 @@ const QZInt64 QZHttpRequest::Type;
 
 namespace
 {
-using http::Pieces;
 using http::Text;
+using http::TextSplitter;
 
 constexpr const QZWChar* kClass = QZ_W("QZHttpRequest");
 
@@ -115,11 +115,11 @@ void QZHttpRequest::ReadHead(QZString* head)
 
 void QZHttpRequest::Parse(QZString* head)
 {
-    Pieces lines(head, '\n');
+    TextSplitter lines(head, '\n');
     Text line(nullptr, 0);
     lines.Next(&line);
     Text forwarded(nullptr, 0);
-    Pieces words(line, ' ');
+    TextSplitter words(line, ' ');
     Text word(nullptr, 0);
     words.Next(&word);
     const bool proxy = word.Is(QZ_W("PROXY"));
@@ -127,7 +127,7 @@ void QZHttpRequest::Parse(QZString* head)
     {
         // The line holds "PROXY", the address family, and then the source address.
         if (!words.Next(&word) || !words.Next(&forwarded) || !lines.Next(&line)) throw BadRequest();
-        words = Pieces(line, ' ');
+        words = TextSplitter(line, ' ');
         words.Next(&word);
     }
     http::Assign(&m_method, word);
@@ -146,7 +146,7 @@ void QZHttpRequest::ParseLine(const QZWChar* units, QZInt64 count)
     const Text line(units, count);
     constexpr std::string_view kCookie = "cookie:";
     if (!line.StartsWith(kCookie)) return http::AddHeader(&m_headers, line);
-    Pieces pieces(line.From(static_cast<QZInt64>(kCookie.size())), ';');
+    TextSplitter pieces(line.From(static_cast<QZInt64>(kCookie.size())), ';');
     Text piece(nullptr, 0);
     while (pieces.Next(&piece)) http::AddCookie(&m_cookies, piece, false);
 }

@@ -9,8 +9,8 @@ const QZInt64 QZHttpResponse::Type;
 
 namespace
 {
-using http::Pieces;
 using http::Text;
+using http::TextSplitter;
 
 constexpr const QZWChar* kClass = QZ_W("QZHttpResponse");
 
@@ -83,7 +83,7 @@ void QZHttpResponse::ReadHead(QZString* head)
 
 void QZHttpResponse::Parse(QZString* head)
 {
-    Pieces lines(head, '\n');
+    TextSplitter lines(head, '\n');
     Text line(nullptr, 0);
     lines.Next(&line);
     const QZInt64 blank = line.Find(' ');

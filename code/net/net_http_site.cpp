@@ -4,7 +4,7 @@
 
 #include "fw/fw_library.h"
 #include "fw/fw_lock.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "net/net_json.h"
 
 const QZInt64 QZSiteStatus::Local;
@@ -24,12 +24,12 @@ QZString* Trimmed(QZString* text)
     return copy;
 }
 
-void SetStatus(QZString* name, long long* status)
+void SetStatus(QZString* name, QZInt64* status)
 {
     struct Named
     {
         const QZWChar* name;
-        long long status;
+        QZInt64 status;
     };
     static constexpr Named kNames[] = {{QZ_W("Local"), QZSiteStatus::Local},
                                        {QZ_W("Remote"), QZSiteStatus::Remote},
@@ -80,7 +80,7 @@ QZSite* QZSite::Parse(QZJsonObject* json)
     QZString location;
     QZString phyLocation;
     QZString index;
-    long long status = QZSiteStatus::Local;
+    QZInt64 status = QZSiteStatus::Local;
     const QZInt64 count = json->AttrCount();
     for (QZInt64 i = 0; i < count; ++i)
     {
@@ -88,10 +88,10 @@ QZSite* QZSite::Parse(QZJsonObject* json)
         // Hosts show this text to the author of the configuration.
         if (value->GetType() != QZJsonString::Type)
         {
-            throw QZTrace(QZExceptionFactory::CreateException(QZ_W("传入的Json存在非纯字符串KeyValue")),
-                          QZ_W("QZSite"), QZ_W("Parse"))
+            QZRaise(QZGeneralFailure(0).With(QZ_W("传入的Json存在非纯字符串KeyValue")), QZ_W("QZSite"),
+                    QZ_W("Parse"))
                 .Argument(QZ_W("QZPVoid"), static_cast<QZInt64>(reinterpret_cast<QZUInt64>(json)))
-                .Exception();
+                .Throw();
         }
         QZString* name = json->GetAttrName(i);
         if (name->Equals(QZ_W("Host"), 1))

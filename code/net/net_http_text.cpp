@@ -80,7 +80,7 @@ Text Text::Trimmed() const
     return {units + start, end - start};
 }
 
-bool Pieces::Next(Text* piece)
+bool TextSplitter::Next(Text* piece)
 {
     if (m_done) return false;
     QZInt64 end = m_rest.Find(m_separator);
@@ -117,7 +117,7 @@ void ReadHeader(QZString* name, QZString* value, Text line)
 
 void ReadCookie(const CookieStrings& cookie, Text text)
 {
-    Pieces pieces(text, ';');
+    TextSplitter pieces(text, ';');
     Text piece(nullptr, 0);
     for (QZInt64 i = 0; pieces.Next(&piece); ++i)
     {

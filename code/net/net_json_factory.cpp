@@ -2,6 +2,7 @@
 #include <iterator>
 #include <vector>
 
+#include "fw/fw_exception.h"
 #include "fw/fw_library.h"
 #include "fw/fw_lock.h"
 #include "fw/fw_string.h"
@@ -9,10 +10,10 @@
 #include "fw/fw_table.h"
 #include "fw/internal/fw_collect.h"
 #include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_start.h"
 #include "fw/internal/fw_status.h"
-#include "fw/internal/fw_trace.h"
 #include "net/internal/net_json_access.h"
 
 QZCriticalSection* QZJsonFactory::m_section = nullptr;
@@ -147,10 +148,9 @@ QZObjectCache* QZJsonFactory::CacheOf(QZJsonValue* value)
         case QZJsonValueCollection::Type: return m_collectionCache;
         default: break;
     }
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                  QZ_W("QZJsonFactory"), QZ_W("Recycle"))
+    QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZJsonFactory"), QZ_W("Recycle"))
         .Argument(QZ_W("QZJsonValue*"), value->GetType())
-        .Exception();
+        .Throw();
 }
 
 void QZJsonFactory::GiveBack(QZJsonValue* value)

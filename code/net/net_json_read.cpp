@@ -329,8 +329,7 @@ private:
 
     /// The first colon outside quotation marks from a symbol on, or kNone. Nested values are skipped.
     /// @param comma  becomes the first comma outside quotation marks, or `end`, where the search stops; null
-    /// when the
-    ///               search goes on to `end`
+    /// when the search goes on to `end`
     QZInt64 NextColon(QZInt64 symbol, QZInt64 end, QZInt64* comma) const
     {
         QZInt64 colon = JsonSymbols::kNone;

@@ -3,7 +3,7 @@
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "net/internal/net_json_access.h"
 
 const QZInt64 QZJsonValue::Type;
@@ -19,18 +19,17 @@ namespace
 /// The memory that a string of so many units takes from the memory manager.
 QZInt64 SizeOfString(std::size_t units)
 {
-    static const QZInt64 empty = QZString().GetMemorySize();
+    static const QZInt64 kEmpty = QZString().GetMemorySize();
     const QZInt64 length = block::Length(0, block::kDefaultOffset, static_cast<QZInt64>(units) * 2);
-    if (length <= block::kCapacityStep) return empty;
-    return empty + (length - 1) / block::kCapacityStep * block::kCapacityStep;
+    if (length <= block::kCapacityStep) return kEmpty;
+    return kEmpty + (length - 1) / block::kCapacityStep * block::kCapacityStep;
 }
 
 [[noreturn]] void ThrowNullName(const QZWChar* type)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer),
-                  QZ_W("QZKeyValueCollection"), QZ_W("GetIndex"))
+    QZRaise(QZExceptionCode::NullPointer, QZ_W("QZKeyValueCollection"), QZ_W("GetIndex"))
         .Argument(type, static_cast<const QZWChar*>(nullptr))
-        .Exception();
+        .Throw();
 }
 }  // namespace
 

@@ -5,9 +5,9 @@
 
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_text_builder.h"
-#include "fw/internal/fw_trace.h"
 #include "net/internal/net_characters.h"
 #include "net/internal/net_json_access.h"
 
@@ -118,10 +118,9 @@ private:
 
 [[noreturn]] void ThrowNull(const QZWChar* method, const QZWChar* type)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZJsonFactory"),
-                  method)
+    QZRaise(QZExceptionCode::NullPointer, QZ_W("QZJsonFactory"), method)
         .Argument(type, static_cast<const char*>(nullptr))
-        .Exception();
+        .Throw();
 }
 
 bool IsOpening(QZWChar unit) { return unit == '{' || unit == '['; }

@@ -36,22 +36,6 @@ void ClearParams(QZKeyValueCollection* params)
     }
 }
 
-/// The pieces of a string, which go back to the factory at the end of the scope.
-class Pieces
-{
-public:
-    Pieces(QZString* text, char separator) : m_pieces(text->Split(static_cast<QZWChar>(separator))) {}
-    ~Pieces() { QZStringFactory::Recycle(&m_pieces); }
-    Pieces(const Pieces&) = delete;
-    Pieces& operator=(const Pieces&) = delete;
-
-    QZInt64 Count() const { return m_pieces->Count(); }
-    QZString* operator[](QZInt64 index) const { return m_pieces->GetElement(index); }
-
-private:
-    QZStringCollection* m_pieces;
-};
-
 bool IsPlain(unsigned byte)
 {
     if (net::IsLetter(byte) || net::IsDigit(byte)) return true;
@@ -214,16 +198,18 @@ void QZUrl::SetHost(const QZWChar* text, QZInt64 count)
 
 void QZUrl::ParseParam(QZString* query, QZKeyValueCollection* params)
 {
-    const Pieces pairs(query, '&');
-    for (QZInt64 i = 0; i < pairs.Count(); ++i)
+    const QZScopedStringCollection pairs(query->Split(static_cast<QZWChar>('&')));
+    for (QZInt64 i = 0; i < pairs->Count(); ++i)
     {
-        const Pieces parts(pairs[i], '=');
-        if (parts.Count() < 2) continue;
-        parts[0]->TrimThis();
-        parts[1]->TrimThis();
+        const QZScopedStringCollection parts(pairs->GetElement(i)->Split(static_cast<QZWChar>('=')));
+        if (parts->Count() < 2) continue;
+        QZString* name = parts->GetElement(0);
+        QZString* value = parts->GetElement(1);
+        name->TrimThis();
+        value->TrimThis();
         // The first of equal keys counts, and the value of "a=b=c" is "b".
-        if (QZString::IsNullOrEmpty(parts[0]) || params->IsExists(parts[0])) continue;
-        params->Add(parts[0], QZStringFactory::CreateString(parts[1]));
+        if (QZString::IsNullOrEmpty(name) || params->IsExists(name)) continue;
+        params->Add(name, QZStringFactory::CreateString(value));
     }
 }
 

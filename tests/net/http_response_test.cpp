@@ -1,6 +1,6 @@
 #include "net/http_support.h"
+#include "net/internal/net_http_connection_access.h"
 #include "net/internal/net_http_fields.h"
-#include "net/internal/net_http_stamps.h"
 
 namespace
 {

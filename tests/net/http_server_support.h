@@ -55,8 +55,7 @@ private:
 };
 
 /// A server on the loopback interface whose pages come from a function. Without a function the content of a
-/// page is
-/// "<method> <path> <number of bytes of the request's content>".
+/// page is "<method> <path> <number of bytes of the request's content>".
 class TestServer : public QZHttpServerEngine
 {
 public:

@@ -4,11 +4,12 @@
 #include <memory>
 
 #include "db/db_channel.h"
+#include "db/db_format.h"
 #include "fw/fw_data.h"
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
 
-/// Functions on content that the node objects share.
+/// Functions that the node objects share.
 
 /// A content of at most this many bytes is read in one step, into a buffer on the stack.
 constexpr QZInt64 kSmallContent = 256;
@@ -22,6 +23,12 @@ inline QZData* NodeContent(QZChannel* channel, QZInt64 address, QZInt64 field)
     if (size > kSmallContent) channel->G_C(address, field, data->GetPointer());
     if (size > 0 && size <= kSmallContent) QZMemCopy(data->GetPointer(), bytes, size);
     return data.release();
+}
+
+/// 1 when the structure check of the record finds no fault.
+inline QZBool NodeIsSound(QZChannel* channel, QZInt64 address)
+{
+    return channel->CK(QZDatabaseInfo::ADDRESS_MARK_THIS, address) == QZDatabaseInfo::NORMAL ? 1 : 0;
 }
 
 /// Deletes the object in the caller's variable and clears the variable. A null in it is a QZLibAssert(false).

@@ -7,7 +7,7 @@ class QZCollection;
 
 /// The component that reads fields of records and walks lists.
 ///
-/// A `side` tells which end of the record the address names: ADDRESS_MARK_THIS the opening mark,
+/// A `side` says which end of the record the address names: ADDRESS_MARK_THIS the opening mark,
 /// ADDRESS_MARK_END the closing one. Nothing is cached: every field comes from the file buffer.
 class QZ_API READ : public QZObject
 {

@@ -18,8 +18,7 @@ QZInt64 ChunkSize(QZData* data, QZInt64* line);
 
 /// Moves one whole chunk from the front of the data to the end of the target.
 /// @return its size; 0 for the last chunk, which stays in the data; -1 when its size is bad, or when the
-/// chunk and one
-///         byte after it have not arrived yet
+/// chunk and one byte after it have not arrived yet
 QZInt64 ChunkMove(QZData* data, QZData* target);
 }  // namespace http
 

@@ -2,10 +2,35 @@
 #define QZLIB_NET_HTTP_CONNECTION_ACCESS_H
 
 #include "fw/fw_container.h"
+#include "fw/fw_environment.h"
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_hooks.h"
 #include "net/net_http_connection.h"
+#include "net/net_http_context.h"
 #include "sys/internal/sys_port.h"
+
+namespace http
+{
+/// Results of QZHttpConnect::AppendRequestData. Internal.
+inline constexpr QZInt64 kNoError = 0;
+inline constexpr QZInt64 kBadFirstByte = 512;
+inline constexpr QZInt64 kHeadTooLarge = 547;
+
+/// The clock of connections and messages, in milliseconds. Internal.
+inline QZInt64 Now() { return QZEnvironment::GetCurrentTimestamp(); }
+}  // namespace http
+
+/// The library's way to the times of a message. Internal.
+struct QZHttpAccess
+{
+    static QZHttpStamps& Stamps(QZHttpContext* context) { return context->m_stamps; }
+};
+
+namespace http
+{
+/// The times of a message. The server that answers the request sets them.
+inline QZHttpStamps& StampsOf(QZHttpContext* context) { return QZHttpAccess::Stamps(context); }
+}  // namespace http
 
 /// What an engine does with connections and their collections, and hosts do not. Internal.
 struct QZHttpConnectAccess
@@ -95,7 +120,8 @@ struct QZHttpConnectAccess
         return serial == 0 || connect->m_serial.load(std::memory_order_relaxed) == serial;
     }
 
-    /// Appends a piece after all earlier pieces of the client have been appended, and lets the next one in.
+    /// Appends a piece after all earlier pieces of the client have been appended; after it the next piece
+    /// may be appended.
     static QZInt64 AppendInTurn(QZHttpConnect* connect, QZUInt64 number, const void* data, QZInt64 offset,
                                 QZInt64 size, QZHttpRequest** out)
     {

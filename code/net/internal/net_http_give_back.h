@@ -4,6 +4,7 @@
 #include "fw/fw_data.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_start.h"
 #include "fw/internal/fw_trace.h"
 
@@ -60,10 +61,9 @@ void GiveBack(QZObjectCache* cache, T** variable, const QZWChar* type, Empty emp
     if (!IsThere(variable)) return;
     if (!(*variable)->IsDisposable())
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked),
-                      QZ_W("QZHttpFactory"), QZ_W("Recycle"))
+        QZRaise(QZExceptionCode::ObjectIsLocked, QZ_W("QZHttpFactory"), QZ_W("Recycle"))
             .Argument(type, static_cast<QZInt64>((*variable)->GetObjectID()))
-            .Exception();
+            .Throw();
     }
     empty(*variable);
     PutBack(cache, variable);

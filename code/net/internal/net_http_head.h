@@ -13,7 +13,7 @@
 #include "net/net_http_factory.h"
 
 /// Reading and writing what requests and responses have in common: a head of lines, an empty line, the
-/// content. The classes hand in what differs. Internal.
+/// content. What differs between the classes is a parameter. Internal.
 namespace http
 {
 /// A head under construction.
@@ -107,7 +107,7 @@ void TraceSetHead(const QZWChar* className, QZString* head, Parse parse)
 /// Replaces the headers and cookies of a message by those of the remaining lines, up to an empty one.
 /// @param parseLine  void(Text): takes a trimmed line
 template <typename ParseLine>
-void ReadLines(Pieces* lines, QZHttpHeaderCollection* headers, QZHttpCookieCollection* cookies,
+void ReadLines(TextSplitter* lines, QZHttpHeaderCollection* headers, QZHttpCookieCollection* cookies,
                ParseLine parseLine)
 {
     QZHttpFactory::Clear(cookies);

@@ -10,6 +10,11 @@ class QZSocketClient;
 
 namespace http
 {
+/// How often QZHttpClient tries a failed request again. Internal.
+inline constexpr int kRetries = 3;
+/// The pause before each further attempt, in milliseconds. Tests shorten the pauses.
+inline int g_retryPauses[kRetries] = {1000, 3000, 5000};
+
 /// Sends one request over a socket and receives the response. Internal.
 class RoundTrip
 {

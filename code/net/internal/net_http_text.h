@@ -30,13 +30,13 @@ struct Text : text::View
     Text Trimmed() const;
 };
 
-/// The pieces of a text between separators, one after another. The text after the last separator is the last
-/// piece, even when it is empty.
-class Pieces
+/// Splits a text at a separator and returns its pieces one after another. The text after the last separator
+/// is the last piece, even when it is empty.
+class TextSplitter
 {
 public:
     /// @param separator  one unit; '\n' stands for the line end CR LF
-    Pieces(Text text, char separator) : m_rest(text), m_separator(separator) {}
+    TextSplitter(Text text, char separator) : m_rest(text), m_separator(separator) {}
 
     /// False when there is no further piece.
     bool Next(Text* piece);

@@ -100,7 +100,13 @@ void QZHttpConstantEnd()
     }
 }
 
-void QZHttpFactoryInit()
+struct QZHttpFactoryStart
+{
+    static void Init();
+    static void End();
+};
+
+void QZHttpFactoryStart::Init()
 {
     using F = QZHttpFactory;
     if (F::m_section != nullptr) return;
@@ -117,7 +123,9 @@ void QZHttpFactoryInit()
     F::m_section = new QZCriticalSection();
 }
 
-void QZHttpFactoryEnd()
+void QZHttpFactoryInit() { QZHttpFactoryStart::Init(); }
+
+void QZHttpFactoryStart::End()
 {
     using F = QZHttpFactory;
     if (F::m_section == nullptr) return;
@@ -129,3 +137,5 @@ void QZHttpFactoryEnd()
     delete F::m_section;
     F::m_section = nullptr;
 }
+
+void QZHttpFactoryEnd() { QZHttpFactoryStart::End(); }

@@ -1,12 +1,12 @@
-#ifndef QZLIB_DB_TABLE_INTERNAL_H
-#define QZLIB_DB_TABLE_INTERNAL_H
+#ifndef QZLIB_DB_TABLE_PARTS_H
+#define QZLIB_DB_TABLE_PARTS_H
 
 #include "db/db_channel.h"
 #include "db/db_semantic.h"
 #include "db/db_table.h"
 #include "db/db_tree_table.h"
 #include "fw/fw_string.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 /// What an opened table holds.
 struct QZDbTable::Parts
@@ -29,9 +29,9 @@ struct QZDbTable::Parts
 };
 
 /// An exception with a text and without a code, with a trace frame for the arguments.
-inline QZTrace<QZException> QZDbTableFailure(const QZWChar* message, const QZWChar* method)
+inline QZRaise QZDbTableFailure(const QZWChar* message, const QZWChar* method)
 {
-    return QZTrace(QZExceptionFactory::CreateException(message), QZ_W("QZDbTable"), method);
+    return QZRaise(QZGeneralFailure(0).With(message), QZ_W("QZDbTable"), method);
 }
 
 #endif
