@@ -58,11 +58,9 @@
 #include "sys/sys_types.h"
 
 #include "net/net_http.h"
-#include "net/net_http_cache.h"
 #include "net/net_http_client.h"
 #include "net/net_http_client_pool.h"
 #include "net/net_http_connection.h"
-#include "net/net_http_connection_cache.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_context.h"
 #include "net/net_http_cookie.h"
@@ -76,7 +74,6 @@
 #include "net/net_http_server.h"
 #include "net/net_http_site.h"
 #include "net/net_json.h"
-#include "net/net_json_cache.h"
 #include "net/net_url.h"
 
 #include "codec/cod_base64.h"

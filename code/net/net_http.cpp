@@ -23,8 +23,10 @@ const QZInt64 QZHttp::Type;
 
 namespace
 {
-const QZWChar* const kClass = QZ_W("QZHttp");
+constexpr const QZWChar* kClass = QZ_W("QZHttp");
+// The longest name of a host, in bytes of wide text.
 constexpr QZInt64 kNameLimit = 4096;
+// Milliseconds of one send or receive in the short form of Request.
 constexpr int kTimeout = 60000;
 
 QZHttpException* NotResolved()
@@ -37,7 +39,25 @@ QZInt64 NumberOf(const void* pointer)
     return static_cast<QZInt64>(reinterpret_cast<std::uintptr_t>(pointer));
 }
 
-/// The address of a name that is no special one.
+/// Calls transfer(); an exception gets a trace with the arguments of Send and Recv.
+template <typename Call>
+QZInt64 Transfer(const QZWChar* method, QZInt64 handle, const void* data, QZInt64 size, Call transfer)
+{
+    try
+    {
+        return transfer();
+    }
+    catch (QZException* e)
+    {
+        QZTrace(e, kClass, method)
+            .Argument(QZ_W("QZInt64"), handle)
+            .Argument(QZ_W("QZPVoid"), NumberOf(data))
+            .Argument(QZ_W("QZInt64"), size);
+        throw;
+    }
+}
+
+/// The address of a name other than "localhost".
 QZIPAddress* Resolve(QZString* name)
 {
     QZData* bytes = QZEncoding::GetData(QZEncodingType::UTF8, name);
@@ -47,7 +67,7 @@ QZIPAddress* Resolve(QZString* name)
     const bool found = os::HostAddress(static_cast<const char*>(bytes->GetPointer()), &value, &failure);
     QZDataFactory::Recycle(&bytes);
     if (found) return new QZIPAddress(value);
-    if (!failure) throw NotResolved();
+    if (failure == nullptr) throw NotResolved();
     QZHttpException* e =
         QZExceptionFactory::CreateHttpException(failure, QZHttpExceptionCode::NameNotResolved);
     os::ErrorTextFree(failure);
@@ -59,34 +79,12 @@ QZInt64 QZHttp::GetType() { return 0x8310011; }
 
 long long QZHttp::Send(long long handle, const void* data, long long size)
 {
-    try
-    {
-        return QZSocket::Send(handle, data, size);
-    }
-    catch (QZException* e)
-    {
-        QZTrace(e, kClass, QZ_W("Send"))
-            .Argument(QZ_W("QZInt64"), handle)
-            .Argument(QZ_W("QZPVoid"), NumberOf(data))
-            .Argument(QZ_W("QZInt64"), size);
-        throw;
-    }
+    return Transfer(QZ_W("Send"), handle, data, size, [=] { return QZSocket::Send(handle, data, size); });
 }
 
 long long QZHttp::Recv(long long handle, void* data, long long size)
 {
-    try
-    {
-        return QZSocket::Recv(handle, data, size);
-    }
-    catch (QZException* e)
-    {
-        QZTrace(e, kClass, QZ_W("Recv"))
-            .Argument(QZ_W("QZInt64"), handle)
-            .Argument(QZ_W("QZPVoid"), NumberOf(data))
-            .Argument(QZ_W("QZInt64"), size);
-        throw;
-    }
+    return Transfer(QZ_W("Recv"), handle, data, size, [=] { return QZSocket::Recv(handle, data, size); });
 }
 
 QZHttpResponse* QZHttp::Request(QZHttpRequest* request, int timeout)
@@ -98,7 +96,7 @@ QZHttpResponse* QZHttp::Request(QZHttpRequest* request, int timeout)
             QZUrl url(request->GetUrl()->GetUrl());
             address.reset(GetHostByName(url.GetHost()));
         }
-        if (!address) throw NotResolved();
+        if (address == nullptr) throw NotResolved();
         QZHttpClient client;
         client.Connect(address.get(), request->GetUrl()->GetPort());
         client.SetTimeout(timeout);
@@ -119,7 +117,7 @@ QZIPAddress* QZHttp::GetHostByName(QZString* name)
 {
     try
     {
-        if (!name || name->GetSize() > kNameLimit) throw NotResolved();
+        if (name == nullptr || name->GetSize() > kNameLimit) throw NotResolved();
         if (name->Equals(QZ_W("localhost"), 1)) return new QZIPAddress(127, 0, 0, 1);
         return Resolve(name);
     }
@@ -132,7 +130,7 @@ QZIPAddress* QZHttp::GetHostByName(QZString* name)
 
 void QZHttp::Recycle(QZIPAddress** address)
 {
-    if (!*address) QZLibAssert(0);
+    if (*address == nullptr) QZLibAssert(0);
     delete *address;
     *address = nullptr;
 }

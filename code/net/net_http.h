@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_HTTP_H
-#define QZLIB_NET_NET_HTTP_H
+#ifndef QZLIB_NET_HTTP_H
+#define QZLIB_NET_HTTP_H
 
 #include "fw/fw_object.h"
 
@@ -8,8 +8,8 @@ class QZHttpResponse;
 class QZIPAddress;
 class QZString;
 
-/// The plain front of HTTP: names, one request over one connection, and the sending and receiving that server
-/// and clients have in common. Keeps nothing; any thread.
+/// Simple HTTP operations: host names, one request over one connection, and the sending and receiving that
+/// server and clients share. The class has no state. Any thread may call.
 class QZ_API QZHttp : public QZObject
 {
 public:
@@ -21,17 +21,16 @@ public:
     static long long Send(long long handle, const void* data, long long size);
     static long long Recv(long long handle, void* data, long long size);
 
-    /// Sends a request to the host that its address names, over a connection of its own, with the retries of
-    /// QZHttpClient.
+    /// Sends a request to the host in its address over a new connection, with the retries of QZHttpClient.
     /// @param timeout  milliseconds of one send or receive, 60000 in the short form
     /// @return a new response, given back to QZHttpFactory
     /// @throws QZHttpException NameNotResolved, and what QZHttpClient throws
     static QZHttpResponse* Request(QZHttpRequest* request, int timeout);
     static QZHttpResponse* Request(QZHttpRequest* request);
 
-    /// The first IPv4 address of a host, port 0; a new object, given back with Recycle. "localhost" is
-    /// 127.0.0.1 without a look-up.
-    /// @throws QZHttpException NameNotResolved with the system's text
+    /// The first IPv4 address of a host, with port 0; a new object, given back with Recycle. "localhost"
+    /// gives 127.0.0.1 without asking the system.
+    /// @throws QZHttpException NameNotResolved with the text of the system
     static QZIPAddress* GetHostByName(QZString* name);
 
     static void Recycle(QZIPAddress** address);

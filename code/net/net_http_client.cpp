@@ -2,7 +2,8 @@
 
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_http_exchange.h"
+#include "net/internal/net_http_retry.h"
+#include "net/internal/net_http_round_trip.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"
 #include "net/net_http_response.h"
@@ -16,16 +17,11 @@ const QZInt64 QZHttpClientStatus::Connected;
 const QZInt64 QZHttpClientStatus::Working;
 const QZInt64 QZHttpClientStatus::Disposing;
 
-namespace http
-{
-int g_retryPauses[kRetries] = {1000, 3000, 5000};
-}
-
 namespace
 {
 using Status = QZHttpClientStatus;
 
-const QZWChar* const kClass = QZ_W("QZHttpClient");
+constexpr const QZWChar* kClass = QZ_W("QZHttpClient");
 
 QZHttpException* Unconnected()
 {
@@ -79,7 +75,7 @@ void QZHttpClient::SocketRecycle(QZSocketClient** socket)
 void QZHttpClient::CloseSocket()
 {
     const QZCriticalGuard guard(m_socketLock);
-    if (!m_socket) return;
+    if (m_socket == nullptr) return;
     m_socket->Close();
     ClearStatus(Status::Connected);
     SocketRecycle(&m_socket);
@@ -88,13 +84,13 @@ void QZHttpClient::CloseSocket()
 
 void QZHttpClient::Close()
 {
-    if (!m_socket) return;
+    if (m_socket == nullptr) return;
     CloseSocket();
     ClearStatus(Status::Working);
 }
 
-/// A new socket in the place of the old one. The client goes on working, if it does: a pool must not lend it
-/// to somebody else between two tries.
+/// Replaces the old socket by a new one. The bit Working does not change: a pool must not lend the client to
+/// another caller between two attempts.
 void QZHttpClient::Open(QZIPAddress* address, unsigned short port)
 {
     CloseSocket();
@@ -122,11 +118,12 @@ void QZHttpClient::Connect(QZIPAddress* address, unsigned short port)
     SetStatus(Status::Connected);
 }
 
-/// The first address stays where it is and takes the later ones over, so that readers need no lock.
+/// Notes the address. The object made for the first address stays and takes the values of later ones, so that
+/// readers need no lock.
 void QZHttpClient::Note(QZIPAddress* address)
 {
     QZIPAddress* own = m_address;
-    if (!own)
+    if (own == nullptr)
     {
         m_address = new QZIPAddress(address);
         return;
@@ -139,7 +136,7 @@ void QZHttpClient::Reconnect()
 {
     try
     {
-        if (!m_address) throw Unconnected();
+        if (m_address == nullptr) throw Unconnected();
         Open(m_address, m_port);
         SetStatus(Status::Connected);
     }
@@ -154,7 +151,7 @@ QZHttpResponse* QZHttpClient::Request(QZHttpRequest* request)
 {
     try
     {
-        if (!m_address) throw Unconnected();
+        if (m_address == nullptr) throw Unconnected();
         const QZCriticalGuard guard(m_lock);
         if (!Has(Status::Connected)) Reconnect();
         SetStatus(Status::Working);
@@ -193,9 +190,9 @@ QZHttpResponse* QZHttpClient::SendRequest(QZHttpRequest* request)
 {
     try
     {
-        http::Exchange exchange(m_socket);
-        exchange.Send(request);
-        return exchange.Receive();
+        http::RoundTrip trip(m_socket);
+        trip.Send(request);
+        return trip.Receive();
     }
     catch (QZException* e)
     {
@@ -210,7 +207,7 @@ void QZHttpClient::ReportError(QZHttpException* exception) { throw exception; }
 long long QZHttpClient::GetRemoteAddress()
 {
     QZIPAddress* address = m_address;
-    return address ? address->GetValue() : 0;
+    return address != nullptr ? address->GetValue() : 0;
 }
 
 unsigned short QZHttpClient::GetPort() { return m_port; }
@@ -228,7 +225,7 @@ void QZHttpClient::SetTimeout(int ms)
 {
     m_timeout.store(ms, std::memory_order_relaxed);
     const QZCriticalGuard guard(m_socketLock);
-    if (m_socket) m_socket->SetTimeout(ms);
+    if (m_socket != nullptr) m_socket->SetTimeout(ms);
 }
 
 QZInt64 QZHttpClient::GetFailCount() { return m_failCount.load(std::memory_order_relaxed); }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_HTTP_CLIENT_H
-#define QZLIB_NET_NET_HTTP_CLIENT_H
+#ifndef QZLIB_NET_HTTP_CLIENT_H
+#define QZLIB_NET_HTTP_CLIENT_H
 
 #include <atomic>
 
@@ -22,31 +22,31 @@ public:
     static const QZInt64 Disposing = 8;
 };
 
-/// One connection to one server, kept open from request to request and opened anew when it fails.
+/// A connection to one server. It stays open between requests and is opened again when it fails.
 ///
-/// The client owns its socket and a copy of the address. It serves one request at a time: its lock is held
-/// for the whole of Request, retries and their pauses included. Any thread may call.
+/// The client owns its socket and a copy of the address. It serves one request at a time: Request holds the
+/// lock of the client, also during retries and their pauses. Any thread may call.
 class QZ_API QZHttpClient : public QZObject
 {
 public:
     static const QZInt64 Type = 0x831001C;
 
     QZHttpClient();
-    /// Closes the connection. No request may be under way.
+    /// Closes the connection. No request may be running.
     ~QZHttpClient() override;
     QZHttpClient(const QZHttpClient&) = delete;
     QZHttpClient& operator=(const QZHttpClient&) = delete;
 
     QZInt64 GetType() override;
 
-    /// Sends the request and receives its response. A failure is tried again three times, after 1, 3 and 5
-    /// seconds, each time over a new connection: the request must be one that may reach the server twice.
+    /// Sends the request and receives its response. After a failure there are three further attempts, after
+    /// 1, 3 and 5 seconds, each over a new connection: the request may reach the server more than once.
     /// @return a new response, given back with Recycle
-    /// @throws QZHttpException Unconnected before the first Connect; when all tries failed, what the last one
-    ///         threw
+    /// @throws QZHttpException Unconnected before the first Connect; the exception of the last attempt when
+    /// all failed
     virtual QZHttpResponse* Request(QZHttpRequest* request);
 
-    /// Opens a connection; one that was open is closed.
+    /// Opens a connection and closes an open one before that.
     /// @throws QZSocketException when there is no connection
     void Connect(QZIPAddress* address, unsigned short port);
 
@@ -56,27 +56,28 @@ public:
 
     /// True from WorkNow or the start of a request to the request's end.
     QZBool IsWorking();
-    /// Marks the client as working. Waits for a request that is under way.
+    /// Marks the client as working. Waits for a running request.
     void WorkNow();
 
     void Recycle(QZHttpResponse** response);
 
-    /// Milliseconds of one send or receive, 60000 at first. Holds for an open connection too.
+    /// Sets the milliseconds of one send or receive; the initial value is 60000. Applies to an open
+    /// connection too.
     void SetTimeout(int ms);
 
-    /// Attempts that failed since construction.
+    /// The number of failed attempts since construction.
     QZInt64 GetFailCount();
 
 protected:
     /// Opens a socket to the server.
     virtual QZSocketClient* CreateSocket(QZIPAddress* address, unsigned short port);
-    /// Gives a closed socket up.
+    /// Deletes a closed socket.
     virtual void SocketRecycle(QZSocketClient** socket);
 
 private:
     friend class QZHttpClientPool;
 
-    /// One try: the request out and the response in.
+    /// One attempt: sends the request and receives the response.
     virtual QZHttpResponse* SendRequest(QZHttpRequest* request);
 
     void Reconnect();
@@ -96,9 +97,10 @@ private:
     std::atomic<QZUInt16> m_port = 0;
     QZSocketClient* m_socket = nullptr;
     QZCriticalSection* m_lock;
-    /// Guards the exchange of the socket against SetTimeout, which does not wait for requests.
+    /// Held while the socket is replaced, for SetTimeout, which does not wait for requests.
     QZCriticalSection* m_socketLock;
-    /// The pool's marks, under the pool's lock: in somebody's hands, and no longer in the list.
+    /// Set by the pool under its lock: the client serves a caller of the pool; the client has left the pool's
+    /// list.
     bool m_lent = false;
     bool m_dropped = false;
 };

@@ -5,7 +5,7 @@
 #include "fw/fw_container.h"
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_http_internal.h"
+#include "net/internal/net_http_find.h"
 #include "net/net_http.h"
 #include "net/net_http_client.h"
 #include "net/net_http_constant.h"
@@ -15,7 +15,7 @@
 
 namespace
 {
-const QZWChar* const kClass = QZ_W("QZHttpClientPool");
+constexpr const QZWChar* kClass = QZ_W("QZHttpClientPool");
 
 /// The address that a request goes to; null when it names none.
 std::unique_ptr<QZIPAddress> AddressOf(QZHttpRequest* request, unsigned short* port)
@@ -24,7 +24,7 @@ std::unique_ptr<QZIPAddress> AddressOf(QZHttpRequest* request, unsigned short* p
     if (url.GetHost()->GetSize() == 0)
     {
         QZHttpHeader* host = http::FindHeader(request->GetHeaders(), QZHttpConstant::HeaderNameHostString);
-        if (!host) return nullptr;
+        if (host == nullptr) return nullptr;
         url.Set(host->GetValue());
     }
     *port = url.GetPort();
@@ -49,7 +49,7 @@ void QZHttpClientPool::SetTimeout(int ms)
 {
     const QZCriticalGuard guard(m_lock);
     m_timeout.store(ms, std::memory_order_relaxed);
-    for (QZObject* client = m_clients->GetFirst(); client; client = client->LinkNext())
+    for (QZObject* client = m_clients->GetFirst(); client != nullptr; client = client->LinkNext())
         static_cast<QZHttpClient*>(client)->SetTimeout(ms);
 }
 
@@ -62,9 +62,10 @@ QZHttpResponse* QZHttpClientPool::SendRequest(QZHttpRequest* request)
         {
             unsigned short port = 0;
             const std::unique_ptr<QZIPAddress> address = AddressOf(request, &port);
-            if (!address) throw QZExceptionFactory::CreateHttpException(QZHttpExceptionCode::NameNotResolved);
+            if (address == nullptr)
+                throw QZExceptionFactory::CreateHttpException(QZHttpExceptionCode::NameNotResolved);
             client = Borrow(address.get(), port);
-            if (!client) client = OpenClient(address.get(), port);
+            if (client == nullptr) client = OpenClient(address.get(), port);
         }
         before = client->GetFailCount();
         QZHttpResponse* response = client->Request(request);
@@ -74,7 +75,7 @@ QZHttpResponse* QZHttpClientPool::SendRequest(QZHttpRequest* request)
     }
     catch (QZException* e)
     {
-        if (client)
+        if (client != nullptr)
         {
             m_failCount.fetch_add(client->GetFailCount() - before, std::memory_order_relaxed);
             CloseClient(client);
@@ -89,7 +90,7 @@ QZHttpResponse* QZHttpClientPool::SendRequest(QZHttpRequest* request)
 QZHttpClient* QZHttpClientPool::Borrow(QZIPAddress* address, unsigned short port)
 {
     const QZCriticalGuard guard(m_lock);
-    for (QZObject* object = m_clients->GetFirst(); object; object = object->LinkNext())
+    for (QZObject* object = m_clients->GetFirst(); object != nullptr; object = object->LinkNext())
     {
         auto* client = static_cast<QZHttpClient*>(object);
         if (client->m_lent || client->GetRemoteAddress() != static_cast<long long>(address->GetValue()) ||
@@ -102,7 +103,7 @@ QZHttpClient* QZHttpClientPool::Borrow(QZIPAddress* address, unsigned short port
     return nullptr;
 }
 
-/// Another client of the server, in the list.
+/// Opens another client of the server and adds it to the list.
 QZHttpClient* QZHttpClientPool::OpenClient(QZIPAddress* address, unsigned short port)
 {
     QZHttpClient* client = CreateClient();
@@ -123,7 +124,7 @@ QZHttpClient* QZHttpClientPool::OpenClient(QZIPAddress* address, unsigned short 
     return client;
 }
 
-/// Ends the use of a client. One that was closed meanwhile goes now.
+/// Ends the use of a client, and deletes the client when CloseAll was called meanwhile.
 void QZHttpClientPool::GiveBack(QZHttpClient* client)
 {
     const QZCriticalGuard guard(m_lock);
@@ -151,7 +152,7 @@ void QZHttpClientPool::CloseAll()
     while (m_clients->Count() > 0)
     {
         QZHttpClient* client = m_clients->Pop();
-        // A client with a request under way is its sender's until the request ends.
+        // A client with a running request is deleted by its sender when the request ends.
         client->m_dropped = true;
         if (!client->m_lent) RecycleClient(client);
     }
@@ -160,7 +161,7 @@ void QZHttpClientPool::CloseAll()
 void QZHttpClientPool::Collect()
 {
     const QZCriticalGuard guard(m_lock);
-    for (QZObject* object = m_clients->GetFirst(); object;)
+    for (QZObject* object = m_clients->GetFirst(); object != nullptr;)
     {
         auto* client = static_cast<QZHttpClient*>(object);
         object = object->LinkNext();

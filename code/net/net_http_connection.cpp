@@ -1,6 +1,7 @@
 #include "net/net_http_connection.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <string_view>
 
@@ -12,7 +13,10 @@
 #include "fw/fw_memory.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_http_internal.h"
+#include "net/internal/net_characters.h"
+#include "net/internal/net_http_append_result.h"
+#include "net/internal/net_http_give_back.h"
+#include "net/internal/net_http_stamps.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"
 #include "os/os_ip_address.h"
@@ -31,37 +35,36 @@ namespace
 constexpr std::string_view kEmptyLine = "\r\n\r\n";
 constexpr std::string_view kContentLength = "Content-Length";
 
-/// Some connection got another id while it was in a list, where it has the place of the one before. An engine
-/// does not do that; a host that does has its lists walked.
+/// Set when a connection in a list got another id. It keeps its position in the index of the list, so from
+/// then on a search that finds nothing in the index goes through the whole list. An engine never changes the
+/// id of a connection in a list; a host may.
 std::atomic<bool> g_renamed{false};
 
+// How often a piece yields, and then sleeps for a millisecond, while it waits for the pieces before it.
 constexpr int kTurnYields = 100;
 constexpr int kTurnSleeps = 5000;
 
-constexpr QZInt64 kNoError = 0;
-constexpr QZInt64 kBadFirstByte = 512;
-constexpr QZInt64 kHeadTooLarge = 547;
+using http::kBadFirstByte;
+using http::kHeadTooLarge;
+using http::kNoError;
 
 QZInt64 Now() { return QZEnvironment::GetCurrentTimestamp(); }
 
-bool IsLetter(unsigned char byte) { return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z'); }
-bool IsDigit(unsigned char byte) { return byte >= '0' && byte <= '9'; }
-
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
-/// The number behind the words "Content-Length".
-/// @param text  the bytes behind the words
+/// The number after the words "Content-Length".
+/// @param text  the bytes after the words
 QZInt64 LengthIn(const unsigned char* text, QZInt64 size)
 {
     const unsigned char* const end = text + size;
     const unsigned char* begin = std::find(text, end, ':');
     if (begin != end) ++begin;
-    // Whatever is no digit moves the number on, wherever it stands: blanks in front are passed over, and a
-    // number with something inside is read from the wrong place.
+    // Each byte that is no digit moves the start of the number by one, wherever the byte stands. So blanks
+    // before the number are skipped, and a number with another byte inside is read from a wrong start.
     QZInt64 digits = 0;
     for (const unsigned char* at = begin; at != end && *at != '\r'; ++at)
     {
-        if (IsDigit(*at))
+        if (net::IsDigit(*at))
             ++digits;
         else
             ++begin;
@@ -71,7 +74,7 @@ QZInt64 LengthIn(const unsigned char* text, QZInt64 size)
 
 }  // namespace
 
-/// The cache lock for a scope, unless it is to stay held.
+/// Holds the cache lock for a scope, or longer when Keep is called.
 class QZHttpConnect::CacheHold
 {
 public:
@@ -103,7 +106,7 @@ QZHttpConnect::QZHttpConnect()
       m_place(kNotListed),
       m_chained(nullptr)
 {
-    MemAlloc(sizeof(os::PortBlock));
+    MemAlloc(os::kPortBlockSize);
     const QZUInt64 key = QZObject::GetObjectID();
     m_cache = new QZData();
     m_cache->SetDisposable(key, 0);
@@ -127,7 +130,7 @@ QZHttpConnect::~QZHttpConnect()
     QZHttpFactory::Recycle(&m_request);
     m_ip->SetDisposable(key, 1);
     delete m_ip;
-    MemFree(sizeof(os::PortBlock));
+    MemFree(os::kPortBlockSize);
     m_cacheLock->Unlock();
     delete m_cacheLock;
     delete m_useLock;
@@ -139,7 +142,7 @@ QZObject* QZHttpConnect::NewObject() { return new QZHttpConnect(); }
 
 void QZHttpConnect::DeleteObject(QZObject* connect) { delete static_cast<QZHttpConnect*>(connect); }
 
-void QZHttpConnect::MemAlloc(long long size)
+void QZHttpConnect::MemAlloc(QZInt64 size)
 {
     m_handle = static_cast<os::PortBlock*>(QZMemory::CreateBuffer(size));
     if (m_handle == nullptr)
@@ -149,11 +152,11 @@ void QZHttpConnect::MemAlloc(long long size)
             .Exception();
     }
     QZMemClean(m_handle, size);
-    m_handle->Length = sizeof(m_handle->Data);
+    m_handle->Length = os::kPortDataSize;
     m_handle->Buffer = m_handle->Data;
 }
 
-void QZHttpConnect::MemFree(long long)
+void QZHttpConnect::MemFree(QZInt64)
 {
     QZMemory::RecycleBuffer(m_handle);
     m_handle = nullptr;
@@ -187,20 +190,20 @@ long long QZHttpConnect::AppendRequestData(const void* data, long long offset, l
     }
 }
 
-/// Copies a piece to its place. False when it begins a message and is no letter; it is in the cache even so.
-bool QZHttpConnect::Put(const void* data, long long offset, long long size)
+/// Copies a piece into the cache. False when the piece begins a message and does not begin with a letter.
+bool QZHttpConnect::Put(const void* data, QZInt64 offset, QZInt64 size)
 {
     const QZInt64 before = m_cache->GetSize();
     bool good = true;
     if (before == 0)
     {
         m_recvBegin.store(Now(), std::memory_order_relaxed);
-        good = size > 0 && IsLetter(*static_cast<const unsigned char*>(data));
+        good = size > 0 && net::IsLetter(*static_cast<const unsigned char*>(data));
     }
     if (before < offset + size)
     {
         m_cache->NewSize(offset + size);
-        // Pieces that have yet to come.
+        // The gap belongs to pieces that have not arrived yet.
         if (before < offset) QZMemClean(QZAt(m_cache->GetPointer(), before), offset - before);
         m_cacheSize.store(offset + size, std::memory_order_relaxed);
     }
@@ -209,10 +212,10 @@ bool QZHttpConnect::Put(const void* data, long long offset, long long size)
     return good;
 }
 
-/// Whether the message is all there; 0, or 547 for a head that is too large.
-long long QZHttpConnect::Examine(bool* complete)
+/// Sets *complete when the whole message has arrived. Returns kNoError or kHeadTooLarge.
+QZInt64 QZHttpConnect::Examine(bool* complete)
 {
-    // Some earlier piece is still on its way.
+    // An earlier piece has not been appended yet.
     if (m_cache->GetSize() != m_cacheCount) return kNoError;
     const QZInt64 limit = m_headLimit.load(std::memory_order_relaxed);
     const QZInt64 emptyLine = m_cache->Find(kEmptyLine.data(), static_cast<QZInt64>(kEmptyLine.size()));
@@ -224,15 +227,16 @@ long long QZHttpConnect::Examine(bool* complete)
     return kNoError;
 }
 
+/// True when the body is as long as the head says. A head without a length has no body.
 bool QZHttpConnect::BodyIsThere(QZInt64 emptyLine)
 {
-    // The words count wherever they stand, in the body too; clients that send no body do not send them.
+    // The words count wherever they stand, also in the body. Clients that send no body do not send them.
     const QZInt64 words = static_cast<QZInt64>(kContentLength.size());
     const QZInt64 at = m_cache->Find(kContentLength.data(), words);
     if (at < 0) return true;
     const QZInt64 size = m_cache->GetSize();
-    const auto* behind = static_cast<const unsigned char*>(QZAt(m_cache->GetPointer(), at + words));
-    return LengthIn(behind, size - at - words) <= size - emptyLine - static_cast<QZInt64>(kEmptyLine.size());
+    const auto* rest = static_cast<const unsigned char*>(QZAt(m_cache->GetPointer(), at + words));
+    return LengthIn(rest, size - at - words) <= size - emptyLine - static_cast<QZInt64>(kEmptyLine.size());
 }
 
 void QZHttpConnect::HandOut(QZHttpRequest** out)
@@ -252,25 +256,28 @@ void QZHttpConnect::BufferReset()
     m_cache->NewSize(0);
     m_cacheSize.store(0, std::memory_order_relaxed);
     m_cacheCount = 0;
-    // The next receive may be under way already.
+    // The next receive may already write to the block.
     std::atomic_ref<QZUInt32>(m_handle->Received).store(0, std::memory_order_relaxed);
     std::atomic_ref<QZUInt32>(m_handle->Offset).store(0, std::memory_order_relaxed);
 }
 
+/// Counts a received piece: *piece becomes its number. Returns the offset of its bytes in the request.
 QZUInt32 QZHttpConnect::Advance(QZUInt32 bytes, QZUInt64* piece)
 {
     *piece = m_pieces++;
     return std::atomic_ref<QZUInt32>(m_handle->Offset).fetch_add(bytes, std::memory_order_relaxed);
 }
 
+/// Waits until all earlier pieces have been appended.
 void QZHttpConnect::AwaitTurn(QZUInt64 piece)
 {
-    // Almost always at once: pieces are handed on in their order. A worker that was killed passes
-    // no turn on, which is what the limit is for.
+    // Workers take the pieces in their order, so this wait is almost always short. A worker that was killed
+    // never passes its turn on; for that case the wait has a limit.
     for (int i = 0; i < kTurnYields + kTurnSleeps && m_turn.load(std::memory_order_acquire) < piece; ++i)
         os::Sleep(i < kTurnYields ? 0 : 1);
 }
 
+/// Lets the piece after this one in.
 void QZHttpConnect::PassTurn(QZUInt64 piece)
 {
     QZUInt64 turn = m_turn.load(std::memory_order_relaxed);
@@ -384,16 +391,19 @@ unsigned char QZHttpConnect::IsUseComplete()
     return m_useCount == 0;
 }
 
+/// Starts a receive, unless the socket is closed. False when the connection is broken.
 bool QZHttpConnect::Receive()
 {
-    // Under the lock in which the socket is marked as closed: its handle may name another one afterwards.
+    // The socket is marked as closed under this lock. After that its handle may belong to another socket.
     QZCriticalGuard guard(m_useLock);
     if (!m_socketOpen.load()) return true;
-    m_handle->Length = sizeof(m_handle->Data);
+    m_handle->Length = os::kPortDataSize;
     m_handle->Buffer = m_handle->Data;
     return os::PortReceive(GetClientID(), m_handle);
 }
 
+/// Ends all traffic and closes the socket as soon as no response is being sent. Only the first call has an
+/// effect.
 void QZHttpConnect::CloseSocket()
 {
     {
@@ -403,13 +413,15 @@ void QZHttpConnect::CloseSocket()
     const QZInt64 socket = GetClientID();
     m_closing.store(1, std::memory_order_relaxed);
     m_peerClosed.store(1, std::memory_order_relaxed);
-    // A response on its way fails now. Only then does the handle go: the system may give it to another client
-    // at once, who must not get the rest.
+    // The shutdown makes a send that is under way fail. The handle is closed after that send has ended,
+    // because the system may at once give the handle to another client, who must not get the rest of the
+    // response.
     os::SocketShutdown(socket, os::SocketSide::Both);
     CacheHold hold(this);
     os::SocketClose(socket);
 }
 
+/// Called when the handle belongs to another socket now: this connection must not close it.
 void QZHttpConnect::ForgetSocket()
 {
     QZCriticalGuard guard(m_useLock);
@@ -417,10 +429,26 @@ void QZHttpConnect::ForgetSocket()
     m_closing.store(1, std::memory_order_relaxed);
 }
 
+/// Ends the sending side: the peer reads the end of the stream.
 void QZHttpConnect::ShutdownSend()
 {
     QZCriticalGuard guard(m_useLock);
     if (m_socketOpen.load()) os::SocketShutdown(GetClientID(), os::SocketSide::Send);
+}
+
+// ---- The factory's part for connections
+
+QZHttpConnect* QZHttpFactory::CreateConnect()
+{
+    QZHttpConnect* connect = QZTake<QZHttpConnect>(m_connectCache);
+    connect->Reset();
+    return connect;
+}
+
+void QZHttpFactory::Recycle(QZHttpConnect** connect)
+{
+    http::GiveBack(m_connectCache, connect, QZ_W("QZHttpConnect**"),
+                   [](QZHttpConnect* object) { object->Clear(); });
 }
 
 // ---- The collection
@@ -446,11 +474,11 @@ QZInt64 QZHttpConnectCollection::GetType() { return 0x831001B; }
 
 int QZHttpConnectCollection::PlaceOf(QZInt64 id)
 {
-    // Handles are small numbers, on some systems multiples of 4: neither shares places.
+    // Handles are small numbers, and on some systems multiples of 4. Both kinds spread over all positions.
     return static_cast<int>((id ^ id >> 2) & (kPlaces - 1));
 }
 
-/// Both under the lock, with the connection just put into the list or just taken out of it.
+/// Adds the connection to the index. The caller holds the lock and has just put the connection into the list.
 void QZHttpConnectCollection::Enter(QZHttpConnect* connect)
 {
     connect->m_place = PlaceOf(connect->GetClientID());
@@ -459,6 +487,8 @@ void QZHttpConnectCollection::Enter(QZHttpConnect* connect)
     m_count.store(m_list->Count(), std::memory_order_relaxed);
 }
 
+/// Takes the connection out of the index. The caller holds the lock and has just taken the connection out of
+/// the list.
 void QZHttpConnectCollection::Leave(QZHttpConnect* connect)
 {
     QZHttpConnect** link = &m_index[connect->m_place];
@@ -468,7 +498,7 @@ void QZHttpConnectCollection::Leave(QZHttpConnect* connect)
     m_count.store(m_list->Count(), std::memory_order_relaxed);
 }
 
-QZHttpConnect* QZHttpConnectCollection::Find(long long id)
+QZHttpConnect* QZHttpConnectCollection::Find(QZInt64 id)
 {
     QZHttpConnect* connect = m_index[PlaceOf(id)];
     while (connect != nullptr && connect->GetClientID() != id) connect = connect->m_chained;
@@ -479,8 +509,8 @@ QZHttpConnect* QZHttpConnectCollection::Find(long long id)
     return connect;
 }
 
-/// Under the lock, which stays held whatever the answer is.
-unsigned char QZHttpConnectCollection::IsConnectExists(long long id) { return Find(id) != nullptr; }
+/// The caller holds the lock.
+QZByte QZHttpConnectCollection::IsConnectExists(QZInt64 id) { return Find(id) != nullptr; }
 
 unsigned char QZHttpConnectCollection::EnQueue(QZHttpConnect* connect)
 {
@@ -561,12 +591,12 @@ void QZHttpConnectCollection::Remove(QZHttpConnect* connect) { TakeOut(connect);
 bool QZHttpConnectCollection::TakeOut(QZHttpConnect* connect)
 {
     QZCriticalGuard guard(m_lock);
-    const bool there = m_list->RemoveElement(connect) != 0;
-    if (there) Leave(connect);
-    return there;
+    const bool removed = m_list->RemoveElement(connect) != 0;
+    if (removed) Leave(connect);
+    return removed;
 }
 
-void QZHttpConnectCollection::SetPeerClosed(long long id)
+void QZHttpConnectCollection::SetPeerClosed(QZInt64 id)
 {
     QZCriticalGuard guard(m_lock);
     if (QZHttpConnect* connect = Find(id)) connect->m_peerClosed.store(1, std::memory_order_relaxed);

@@ -1,9 +1,10 @@
-#ifndef QZLIB_NET_NET_HTTP_CONNECTION_H
-#define QZLIB_NET_NET_HTTP_CONNECTION_H
+#ifndef QZLIB_NET_HTTP_CONNECTION_H
+#define QZLIB_NET_HTTP_CONNECTION_H
 
 #include <atomic>
 
 #include "fw/fw_container.h"
+#include "fw/fw_named_cache.h"
 #include "fw/fw_object.h"
 
 class QZCriticalSection;
@@ -16,18 +17,18 @@ namespace os
 struct PortBlock;
 }
 
-/// One client of a server: the block that the completion port writes into, the cache in which the pieces of a
-/// request are put together, the request object that every message of the connection reuses, and the times
-/// that the housekeeping looks at.
+/// The connection of one client to a server. It owns the block that the completion port writes into, the
+/// cache in which the pieces of a request are put together, the request object, which all messages of the
+/// connection use, and the times that the housekeeping reads.
 ///
-/// It owns all of them. Objects come from QZHttpFactory::CreateConnect and go back there as a whole, buffers
-/// included. Pieces may come in on several threads at a time; a complete request is handed out with the
-/// connection's cache lock held, and Recycle on the same thread gives both back.
+/// Objects come from QZHttpFactory::CreateConnect and go back there with all their buffers. Several threads
+/// may append pieces at the same time. AppendRequestData returns a complete request with the cache lock of
+/// the connection held; Recycle on the same thread releases both.
 class QZ_API QZHttpConnect : public QZObject
 {
 public:
     static const QZInt64 Type = 0x831001A;
-    /// Bytes up to the empty line.
+    /// The largest head: bytes before the empty line.
     static const QZInt64 HttpHeadSizeLimitDefault = 4096;
 
     QZHttpConnect(const QZHttpConnect&) = delete;
@@ -35,46 +36,49 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Puts a piece at its offset in the request. When that completes the message, *out is the request, good
+    /// Puts a piece at its offset in the request. When that completes the message, *out is the request, valid
     /// until Recycle on this thread, and the cache lock stays held.
     /// @return 0; 512 when the message does not begin with a letter; 547 when its head is too large
-    /// @throws QZException family: what a head or a length that cannot be read raises; the lock is free then
+    /// @throws QZException 256 for an offset or size that is negative or too large; what QZHttpRequest::Set
+    /// throws for
+    ///         a bad head and QZConvert::StringToInt64 for a bad length. The lock is free then.
     long long AppendRequestData(const void* data, long long offset, long long size, QZHttpRequest** out);
 
     /// The socket handle, 0 until set.
     long long GetClientID();
-    /// The request gets the handle too.
+    /// Sets the handle of the request too.
     void SetClientID(long long id);
 
     /// The address of the receive block.
     void* GetHandle();
 
-    /// As the connection goes back to its cache: request and cache empty, times and uses 0.
+    /// Prepares the connection for going back to its cache: empties request and cache, sets times and uses to
+    /// 0.
     void Clear();
 
-    /// Gives the connection's own request back and frees the cache lock; a foreign one is left alone.
+    /// Releases the connection's own request and the cache lock. Nothing happens for any other request.
     void Recycle(QZHttpRequest** request);
-    /// Only clear the variable, and only for the connection's own object.
+    /// Clear the variable when it holds the connection's own object; nothing else happens.
     void Recycle(QZIPAddress** address);
     void Recycle(QZData** data);
 
     /// Bytes in the cache; waits for the request that is being answered.
     long long GetCacheSize();
     QZData* GetCache();
-    /// The place of the bytes in the cache, -1 when they are not there; waits like GetCacheSize.
+    /// The position of the bytes in the cache, -1 when they are not there; waits like GetCacheSize.
     long long FindFromRequest(const void* pattern, long long size);
 
-    /// The client's address, for the connection and its request.
+    /// Sets the client's address in the connection and in its request.
     void SetIP(unsigned int address, unsigned short port);
     QZIPAddress* GetIP();
 
-    /// Begin and end of one use, both of which count as a sign of life.
+    /// Begin and end one use. Both set the time of the last use.
     void InUse();
     void UseComplete();
-    /// Nobody uses it.
+    /// True when nobody uses the connection.
     unsigned char IsUseComplete();
 
-    /// As the connection leaves its cache: it begins now.
+    /// Prepares a connection that leaves its cache: its times begin now.
     void Reset();
 
 protected:
@@ -88,30 +92,24 @@ protected:
 
 private:
     friend class QZHttpConnectCollection;
-    friend class QZHttpServerEngine;
+    friend struct QZHttpConnectAccess;
     class CacheHold;
 
-    void MemAlloc(long long size);
-    void MemFree(long long size);
+    void MemAlloc(QZInt64 size);
+    void MemFree(QZInt64 size);
     void BufferReset();
 
-    bool Put(const void* data, long long offset, long long size);
-    long long Examine(bool* complete);
+    bool Put(const void* data, QZInt64 offset, QZInt64 size);
+    QZInt64 Examine(bool* complete);
     bool BodyIsThere(QZInt64 emptyLine);
     void HandOut(QZHttpRequest** out);
 
-    /// Adds to the place of the next bytes; where they were to go. *piece counts the pieces.
     QZUInt32 Advance(QZUInt32 bytes, QZUInt64* piece);
-    /// Waits until the pieces before this one have been put in, and lets those behind it go on.
     void AwaitTurn(QZUInt64 piece);
     void PassTurn(QZUInt64 piece);
-    /// Starts a receive, unless the socket is closed. False when the connection is broken.
     bool Receive();
-    /// Ends the traffic and, once no response is being sent, gives the socket back, once in its life.
     void CloseSocket();
-    /// The handle has come to name another socket.
     void ForgetSocket();
-    /// The peer reads the end of the stream.
     void ShutdownSend();
 
     std::atomic<QZInt64> m_headLimit;
@@ -124,7 +122,7 @@ private:
     std::atomic<QZByte> m_closing;
     QZData* m_cache;
     QZInt64 m_cacheCount;
-    /// The size of the cache for readers without the lock.
+    /// The size of the cache, for readers that do not hold the lock.
     std::atomic<QZInt64> m_cacheSize;
     std::atomic<QZInt64> m_clientId;
     os::PortBlock* m_handle;
@@ -133,24 +131,24 @@ private:
     QZCriticalSection* m_cacheLock;
     QZInt64 m_useCount;
     QZIPAddress* m_ip;
-    /// The socket behind the client id is open and this connection's to close.
-    /// Changes under the use lock.
+    /// True while the socket is open and this connection has to close it. Changes under the use lock.
     std::atomic<bool> m_socketOpen;
-    /// Tells the clients apart that one object and one handle serve one after another.
+    /// Counts the clients of this object. One object, and one handle, may serve several clients in turn.
     std::atomic<QZUInt64> m_serial;
     QZUInt64 m_pieces;
-    /// The piece that may be put in next.
+    /// The piece that may be appended next.
     std::atomic<QZUInt64> m_turn;
-    /// The place in the index of the list that holds it.
+    /// The position in the index of the collection that holds the connection.
     int m_place;
-    /// The next one of this place.
+    /// The next connection at the same position.
     QZHttpConnect* m_chained;
     static constexpr int kNotListed = -1;
 };
 
-/// A locked list of connections, keyed by client id, with the rule that says which of them is free to go.
+/// A locked list of connections with their client ids as keys, and the rule by which an idle connection is
+/// closed.
 ///
-/// It owns the list and not the connections. Any thread may call.
+/// The collection does not own the connections. Any thread may call.
 class QZ_API QZHttpConnectCollection : public QZObject
 {
 public:
@@ -165,47 +163,54 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Adds at the tail. 0, and nothing changes, when a connection with this client id is there.
+    /// Adds at the tail. Returns 0 and changes nothing when there is a connection with this client id.
     virtual unsigned char EnQueue(QZHttpConnect* connect);
     /// @throws QZException 256 for an index outside 0 to count - 1
     virtual QZHttpConnect* GetElement(long long index);
     /// Takes from the head; null when there is none.
     virtual QZHttpConnect* DeQueue();
-    /// Takes the connection nearest the tail that may go: closing with its peer closed; unused with its peer
-    /// closed; unused and (with checkTime) silent for the free time; a head begun that long ago and never
-    /// finished; nothing ever sent for that long. Null when there is none.
+    /// Takes out the connection nearest to the tail that may be closed; null when there is none. A connection
+    /// may be closed
+    /// - when it is closing and its peer has closed;
+    /// - when nobody uses it and its peer has closed, or checkTime is 0, or its last use is older than the
+    /// free time;
+    /// - when its head began before the free time and is not complete;
+    /// - when it exists longer than the free time and has received nothing.
     virtual QZHttpConnect* PopFreeConnect(unsigned char checkTime);
 
-    /// Marked in use, to be given back with Recycle; null when there is none.
+    /// Marks the connection as in use and returns it; the caller gives it back with Recycle. Null when there
+    /// is none.
     QZHttpConnect* GetByClientID(long long id);
     /// Ends a use and clears the variable.
     void Recycle(QZHttpConnect** connect);
-    /// The connection taken out, or null.
+    /// Takes the connection out and returns it; null when there is none.
     QZHttpConnect* RemoveByClientID(long long id);
     void Remove(QZHttpConnect* connect);
     long long Count();
     unsigned char IsExists(long long id);
 
 private:
-    friend class QZHttpServerEngine;
+    friend struct QZHttpConnectAccess;
 
-    unsigned char IsConnectExists(long long id);
-    QZHttpConnect* Find(long long id);
+    QZByte IsConnectExists(QZInt64 id);
+    QZHttpConnect* Find(QZInt64 id);
     bool TakeOut(QZHttpConnect* connect);
     static int PlaceOf(QZInt64 id);
     void Enter(QZHttpConnect* connect);
     void Leave(QZHttpConnect* connect);
-    /// Marks the connection of this id, if there is one.
-    void SetPeerClosed(long long id);
+    void SetPeerClosed(QZInt64 id);
 
     QZInt64 m_freeTime;
     QZList<QZHttpConnect>* m_list;
     QZCriticalSection* m_lock;
-    /// The count for a look without the lock.
+    /// The number of connections, for readers that do not hold the lock.
     std::atomic<QZInt64> m_count;
-    /// The connections of each hash of a client id, chained, the last one that came in first.
+    /// The connections of each hash of a client id as a chain, the newest first.
     static constexpr int kPlaces = 4096;
     QZHttpConnect* m_index[kPlaces];
 };
+
+/// The factory keeps one cache of connections; a host may have its own.
+QZLIB_NAMED_CACHE(QZHttpConnectCache, QZHttpConnect);
 
 #endif

@@ -1,10 +1,5 @@
 #include "net/net_http_constant.h"
 
-#include <string>
-
-#include "fw/fw_data.h"
-#include "fw/fw_string.h"
-
 QZData* QZHttpConstant::NewLine = nullptr;
 QZString* QZHttpConstant::NewLineString = nullptr;
 QZData* QZHttpConstant::EmptyLine = nullptr;
@@ -25,37 +20,6 @@ QZString* QZHttpConstant::HeaderNameTransferEncodingString = nullptr;
 
 namespace
 {
-using C = QZHttpConstant;
-
-constexpr QZUInt64 kOwner = 123456;
-
-struct Entry
-{
-    const char* text;
-    QZData** data;
-    QZString** string;
-};
-
-constexpr Entry kEntries[] = {
-    {"\r\n", &C::NewLine, &C::NewLineString},
-    {"\r\n\r\n", &C::EmptyLine, nullptr},
-    {"Location", &C::HeaderNameLocation, &C::HeaderNameLocationString},
-    {"Content-Type", &C::HeaderNameContentType, &C::HeaderNameContentTypeString},
-    {"Content-Length", &C::HeaderNameContentLength, &C::HeaderNameContentLengthString},
-    {"Cache-Control", &C::HeaderNameCacheControl, &C::HeaderNameCacheControlString},
-    {"Host", &C::HeaderNameHost, &C::HeaderNameHostString},
-    {"X-Forwarded-For", &C::HeaderNameXFF, &C::HeaderNameXFFString},
-    {"Transfer-Encoding", &C::HeaderNameTransferEncoding, &C::HeaderNameTransferEncodingString},
-};
-
-template <typename T>
-void End(T** constant)
-{
-    (*constant)->SetDisposable(kOwner, 1);
-    delete *constant;
-    *constant = nullptr;
-}
-
 struct StatusText
 {
     float code;
@@ -82,30 +46,4 @@ const QZWChar* QZHttpStatusCode::ToMessage(float code)
     for (const StatusText& entry : kStatusTexts)
         if (entry.code == code) return entry.text;
     return nullptr;
-}
-
-void QZHttpConstantInit()
-{
-    if (C::NewLine) return;
-    for (const Entry& entry : kEntries)
-    {
-        if (entry.string)
-        {
-            *entry.string = new QZString(entry.text);
-            (*entry.string)->SetDisposable(kOwner, 0);
-        }
-        *entry.data =
-            new QZData(entry.text, static_cast<QZInt64>(std::char_traits<char>::length(entry.text)));
-        (*entry.data)->SetDisposable(kOwner, 0);
-    }
-}
-
-void QZHttpConstantEnd()
-{
-    if (!C::NewLine) return;
-    for (const Entry& entry : kEntries)
-    {
-        if (entry.string) End(entry.string);
-        End(entry.data);
-    }
 }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_HTTP_CONSTANT_H
-#define QZLIB_NET_NET_HTTP_CONSTANT_H
+#ifndef QZLIB_NET_HTTP_CONSTANT_H
+#define QZLIB_NET_HTTP_CONSTANT_H
 
 #include "sys/sys_types.h"
 
@@ -41,10 +41,5 @@ public:
     /// The text of a code, a static text; null for a code that has none here.
     static const QZWChar* ToMessage(float code);
 };
-
-/// Start and end, called by QZLibInit and QZLibDispose; each may be called twice without effect. Not
-/// exported.
-void QZHttpConstantInit();
-void QZHttpConstantEnd();
 
 #endif

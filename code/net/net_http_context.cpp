@@ -2,8 +2,10 @@
 
 #include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
-#include "net/internal/net_http_internal.h"
+#include "net/internal/net_http_fields.h"
+#include "net/internal/net_ownership.h"
 #include "net/net_http_constant.h"
+#include "net/net_http_factory.h"
 
 const QZInt64 QZHttpContext::Type;
 

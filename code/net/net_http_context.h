@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_HTTP_CONTEXT_H
-#define QZLIB_NET_NET_HTTP_CONTEXT_H
+#ifndef QZLIB_NET_HTTP_CONTEXT_H
+#define QZLIB_NET_HTTP_CONTEXT_H
 
 #include "fw/fw_data.h"
 #include "net/net_http_cookie.h"

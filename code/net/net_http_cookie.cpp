@@ -1,6 +1,8 @@
 #include "net/net_http_cookie.h"
 
-#include "net/internal/net_http_internal.h"
+#include "fw/fw_string_factory.h"
+#include "net/internal/net_http_text.h"
+#include "net/internal/net_ownership.h"
 
 const QZInt64 QZHttpCookie::Type;
 const QZInt64 QZHttpCookieCollection::Type;
@@ -27,9 +29,9 @@ QZString* QZHttpCookie::GetExpries() { return &m_expires; }
 
 void QZHttpCookie::Set(QZString* text)
 {
-    // Before the text is looked at: a cookie that is set to a string of its own is empty.
+    // Clearing comes first, so a cookie that is set to one of its own strings becomes empty.
     Clear();
-    http::ReadCookie(this, text);
+    http::ReadCookie({&m_name, &m_value, &m_domain, &m_path, &m_expires}, text);
 }
 
 void QZHttpCookie::Set(QZString* name, QZString* value, QZString* path, QZString* domain, QZString* expires)
@@ -69,14 +71,14 @@ QZHttpCookie* QZHttpCookieCollection::GetElement(QZInt64 index)
 QZHttpCookie* QZHttpCookieCollection::Pop()
 {
     auto* cookie = static_cast<QZHttpCookie*>(QZObjectCollection::Pop());
-    if (cookie) http::Disown(cookie, GetObjectID());
+    if (cookie != nullptr) http::Disown(cookie, GetObjectID());
     return cookie;
 }
 
 QZBool QZHttpCookieCollection::RemoveElement(QZInt64 index)
 {
     QZHttpCookie* cookie = GetElement(index);
-    if (cookie) http::Disown(cookie, GetObjectID());
+    if (cookie != nullptr) http::Disown(cookie, GetObjectID());
     return QZObjectCollection::RemoveElement(index);
 }
 

@@ -1,7 +1,8 @@
-#ifndef QZLIB_NET_NET_HTTP_COOKIE_H
-#define QZLIB_NET_NET_HTTP_COOKIE_H
+#ifndef QZLIB_NET_HTTP_COOKIE_H
+#define QZLIB_NET_HTTP_COOKIE_H
 
 #include "fw/fw_keyed.h"
+#include "fw/fw_named_cache.h"
 
 /// One cookie: domain, name, path, value and expires text.
 ///
@@ -81,5 +82,9 @@ protected:
 private:
     friend class QZHttpContext;
 };
+
+// The factory keeps one cache of each class; a host may have its own.
+QZLIB_NAMED_CACHE(QZHttpCookieCache, QZHttpCookie);
+QZLIB_NAMED_CACHE(QZHttpCookieCollectionCache, QZHttpCookieCollection);
 
 #endif

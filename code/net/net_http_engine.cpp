@@ -10,8 +10,8 @@
 #include "fw/fw_string.h"
 #include "fw/fw_time.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_json_internal.h"
-#include "net/net_http_connection.h"
+#include "net/internal/net_http_connection_access.h"
+#include "net/internal/net_json_access.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_server.h"
 #include "os/os_ip_address.h"
@@ -48,12 +48,13 @@ namespace
 using Status = QZHttpServerEngineStatus;
 using ThreadStatus = QZHttpServerEngineThreadStatus;
 
+// Clients that may wait to be accepted.
 constexpr int kBacklog = 511;
 // Milliseconds of silence before the system tests a connection, and between its tests.
 constexpr QZUInt32 kKeepAliveTime = 180;
 constexpr QZUInt32 kKeepAliveInterval = 10000;
 
-/// Completion threads for an efficiency option.
+/// The number of completion threads for an efficiency option.
 QZInt64 WorkersFor(QZInt64 efficiency)
 {
     if (efficiency == QZHttpServerEfficiencyOptions::QZHttpServerEfficiencyNormal) return 2;
@@ -171,7 +172,7 @@ void QZHttpServerEngine::MakePort(QZInt64 efficiency)
         }
         QZException* failure = SystemFailure(QZ_W("Create of work thread failed"));
         --m_threads;
-        // Those that were made are the group.
+        // The threads made so far are the group.
         QZCriticalGuard guard(m_statusLock);
         m_workerCount = i;
         if (i > 0 && m_runningWorkers == i) m_workStatus.store(ThreadStatus::Working);
@@ -245,8 +246,8 @@ void QZHttpServerEngine::ServerAbort()
 {
     for (bool up = m_workerCount == 0; !up; os::Sleep(0))
     {
-        // The threads come up by themselves; they have left again where the process has called all threads
-        // off.
+        // The loop ends when all completion threads have started. They have ended again when the process has
+        // set its abort flag.
         QZCriticalGuard guard(m_statusLock);
         up = m_workStatus.load() != ThreadStatus::Init && m_status.load() >= 0;
     }
@@ -257,7 +258,7 @@ void QZHttpServerEngine::ServerAbort()
     {
         if (!os::PortPost(m_handle))
         {
-            // Nobody can catch what a destructor throws.
+            // A destructor must not throw, so the failure is reported.
             QZException* failure = SystemFailure(QZ_W("PostQueuedCompletionStatus failed"));
             Report(failure);
             QZExceptionFactory::Recycle(&failure);
@@ -266,7 +267,7 @@ void QZHttpServerEngine::ServerAbort()
     }
     CloseAll();
     while (!ThreadsHaveEnded()) QZThread::Sleep(1);
-    // The workers use all the rest, so they end before anything else goes.
+    // The workers use the other parts, so they end before anything else is deleted.
     delete m_threadPool;
     m_threadPool = nullptr;
     CloseAll();
@@ -287,7 +288,7 @@ bool QZHttpServerEngine::ThreadsHaveEnded()
     QZCriticalGuard guard(m_statusLock);
     const QZInt64 work = m_workStatus.load();
     const QZInt64 accept = m_acceptStatus.load();
-    // A thread may have been made and not yet have said so.
+    // A thread may exist that has not set its status yet.
     if (m_threads.load() != 0) return false;
     return work == ThreadStatus::Init ||
            (work == ThreadStatus::Abort && (accept == ThreadStatus::Abort || accept == ThreadStatus::Init));
@@ -301,7 +302,8 @@ void QZHttpServerEngine::DeleteParts()
     delete m_connectLock;
     delete m_connects;
     delete m_closeWait;
-    // A worker that was killed in the middle of a page still has its connection, which is lost with it.
+    // A worker that was killed while it made a page keeps its connection in use for ever; that connection is
+    // lost.
     while (m_leaving->DeQueue() != nullptr)
     {}
     delete m_leaving;
@@ -315,7 +317,7 @@ void QZHttpServerEngine::DeleteParts()
     delete m_taskCacheCollect;
 }
 
-// ---- What hosts ask
+// ---- State and figures for the host
 
 bool QZHttpServerEngine::IsWorking() const { return m_status.load() == Status::HttpServerWorking; }
 
@@ -379,7 +381,7 @@ void AddTime(QZJsonObject* object, const QZWChar* name, QZInt64 timestamp)
 QZJsonValueCollection* QZHttpServerEngine::GetConnectInfo()
 {
     QZJsonValueCollection* info = QZJsonFactory::CreateValueCollection();
-    // The connections must stay what they are while they are looked at.
+    // Under this lock no connection enters or leaves the list.
     QZCriticalGuard guard(m_connectLock);
     const QZInt64 count = m_connects->Count();
     for (QZInt64 i = 0; i < count; ++i)
@@ -389,14 +391,15 @@ QZJsonValueCollection* QZHttpServerEngine::GetConnectInfo()
         QZString* address = connect->GetIP()->ToString();
         AddText(object, QZ_W("IP"), address);
         QZIPAddress::Recycle(&address);
-        AddTime(object, QZ_W("TimeStart"), connect->m_createTime.load(std::memory_order_relaxed));
-        AddTime(object, QZ_W("LastUse"), connect->m_lastUse.load(std::memory_order_relaxed));
-        AddTime(object, QZ_W("RecvBegin"), connect->m_recvBegin.load(std::memory_order_relaxed));
-        AddTime(object, QZ_W("RecvEmptyLine"), connect->m_recvEmptyLine.load(std::memory_order_relaxed));
-        const bool keepAlive = connect->m_keepAlive.load(std::memory_order_relaxed) != 0;
+        const QZHttpConnectAccess::Times times = QZHttpConnectAccess::TimesOf(connect);
+        AddTime(object, QZ_W("TimeStart"), times.created);
+        AddTime(object, QZ_W("LastUse"), times.lastUse);
+        AddTime(object, QZ_W("RecvBegin"), times.receiveBegin);
+        AddTime(object, QZ_W("RecvEmptyLine"), times.emptyLine);
+        const bool keepAlive = QZHttpConnectAccess::KeepsAlive(connect);
         QZJsonAccess::SetAttr(object, QZ_W("KeepAlive"),
                               QZJsonFactory::CreateString(keepAlive ? QZ_W("True") : QZ_W("False")));
-        const QZInt64 cached = connect->m_cacheSize.load(std::memory_order_relaxed);
+        const QZInt64 cached = QZHttpConnectAccess::CachedBytes(connect);
         QZJsonAccess::SetAttr(object, QZ_W("CacheSize"),
                               QZJsonFactory::CreateDecimal(static_cast<double>(cached)));
         info->Push(object);

@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_HTTP_ENGINE_H
-#define QZLIB_NET_NET_HTTP_ENGINE_H
+#ifndef QZLIB_NET_HTTP_ENGINE_H
+#define QZLIB_NET_HTTP_ENGINE_H
 
 #include <atomic>
 
@@ -22,7 +22,7 @@ class QZTask;
 class QZTaskScheduler;
 class QZThreadPool;
 
-/// The states of an engine, in the order in which it goes through them, once.
+/// The states of an engine. It passes through them once, in this order.
 class QZ_API QZHttpServerEngineStatus
 {
 public:
@@ -40,7 +40,7 @@ public:
     static const QZInt64 Abort = 2;
 };
 
-/// How many completion threads an engine has: one; two; or one for each processor, three at least.
+/// The number of completion threads of an engine: one; two; or one for each processor, but at least three.
 class QZ_API QZHttpServerEfficiencyOptions
 {
 public:
@@ -51,14 +51,14 @@ public:
 
 /// An HTTP/1.1 server. A host derives from it and overrides CreatePage.
 ///
-/// One thread accepts, a few take what was received from a completion port, a pool that grows with the work
-/// in hand puts requests together, has them answered and sends, and a scheduler keeps house. Requests of one
-/// connection are answered one at a time, those of different connections at the same time, so CreatePage is
-/// called on several threads.
+/// One thread accepts clients, and a few completion threads receive bytes through a completion port. The
+/// workers of a thread pool, which grows with the load, put requests together, call CreatePage and send the
+/// responses. A scheduler does the housekeeping. Requests of one connection are answered one after another,
+/// those of different connections at the same time, so CreatePage is called on several threads.
 ///
-/// The host constructs, calls Start once, and deletes; deleting ends all of it, whether it was started or
-/// not, and waits for requests that are being answered. Start and deletion are for the host's own thread, the
-/// other public operations for any.
+/// The host constructs the engine, calls Start once, and deletes the engine. Deleting ends all threads, also
+/// when the engine was not started, and waits for requests that are being answered. Start and deletion belong
+/// to one thread of the host; any thread may call the other public operations.
 class QZ_API QZHttpServerEngine : public QZObject
 {
 public:
@@ -72,19 +72,20 @@ public:
     static const QZInt64 TaskConnectCloseInterval = 1000;
     static const QZInt64 TaskCacheCollectInterval = 3600000;
 
-    /// Milliseconds that a completion thread rests after each completion, which is its pace; 1 at first, 0
-    /// for none. For all engines of the process.
+    /// Milliseconds that a completion thread sleeps after each completion, which limits its rate; 0 for no
+    /// sleep. The initial value is 1. Applies to all engines of the process.
     static int CompletionPause;
     /// 1: the completion threads answer requests themselves instead of handing them to workers, which saves
-    /// two changes of threads a request; 0 at first. For all engines of the process, set before Start. For
-    /// hosts whose pages are quick and whose clients take their responses at once, as a proxy does: a page
-    /// that waits, or a client that reads slowly, holds up its completion thread and all who wait for that.
+    /// two switches between threads for each request. The initial value is 0. Applies to all engines of the
+    /// process; set it before Start. This is meant for hosts with quick pages whose clients take their
+    /// responses at once, for example behind a proxy. A page that waits, or a client that reads slowly,
+    /// blocks its completion thread and all clients that wait for that thread.
     static QZByte AnswerInPlace;
 
     /// QZHttpServerEfficiencyNormal.
     QZHttpServerEngine(QZErrorReport* report, unsigned short port);
-    /// Sets everything up and opens nothing to the outside yet.
-    /// @param report  told of all failures that have no caller; stays the caller's, must not be null
+    /// Creates threads and sockets; clients can connect after Start.
+    /// @param report  receives all failures that no caller can catch; belongs to the caller, must not be null
     /// @param port    0 lets Start choose one; see GetPort
     /// @throws QZException with the system's number when there is no socket, or no thread, for it
     QZHttpServerEngine(long long efficiency, QZErrorReport* report, unsigned short port);
@@ -94,41 +95,43 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Binds, listens and starts accepting; returns when all threads are at work.
-    /// @throws QZException when the engine was started before; QZIOException 5632 when the port cannot be had
+    /// Binds the port, listens and starts to accept clients. Returns when all threads have started.
+    /// @throws QZException when the engine was started before; QZIOException 5632 when the port is not
+    /// available
     virtual void Start();
 
-    /// Sees every finished exchange; nothing here. Request and response are null for a client that was cut
-    /// off, the request alone is null for one that got no page made.
+    /// Called after every request; does nothing here. Request and response are null for a client whose bytes
+    /// were not HTTP; the request alone is null when the engine answered without CreatePage.
     virtual void ProcessRecord(QZHttpConnect* connect, QZHttpRequest* request, QZHttpResponse* response);
 
-    /// Sends the whole response, with "Content-Length" and never in chunks. Blocks.
+    /// Sends the whole response, with "Content-Length" and without chunks. Blocks until it is sent.
     /// @throws QZSocketException
     virtual void SendResponse(long long id, QZHttpResponse* response);
 
     /// Deletes idle tasks, threads and cached objects.
     virtual void Collect();
 
-    /// Puts bytes received from a client on a task of the pool; they are copied.
-    /// @param offset  their place in the client's request
+    /// Gives bytes received from a client to a worker. The bytes are copied.
+    /// @param offset  their position in the client's request
     void Process(long long id, const void* data, long long offset, long long size);
-    /// Does the work of one task.
+    /// Does the same on the calling thread, without a copy.
     void ProcessASync(long long id, const void* data, long long offset, long long size);
 
-    /// A client's connection, marked in use, to be given back with Recycle; one that was on its way out for
-    /// being idle comes back. Null when there is none.
+    /// The connection of a client, marked as in use; the caller gives it back with Recycle. A connection that
+    /// waits to be closed because it was idle becomes active again. Null when there is none.
     QZHttpConnect* GetConnectByID(long long id);
     void Recycle(QZHttpConnect** connect);
 
-    /// Ends a connection in good order: the client reads the end of the stream, and the socket is closed when
-    /// the client has gone too. -1 is for all, whose sockets stay open for now.
+    /// Begins to close a connection: the client reads the end of the stream, and the socket is closed after
+    /// the client has closed its side. The id -1 stands for all connections, whose sockets stay open until
+    /// the housekeeping closes them.
     void ConnectClose(long long id);
     void ConnectClose(QZHttpConnect* connect);
-    /// Drops every connection at once.
+    /// Closes every connection at once.
     void CloseAll();
 
-    /// The housekeeping, which the scheduler does: closes what may go, and ends what has been silent too
-    /// long.
+    /// The housekeeping, which the scheduler calls. The first closes the connections that may be closed; the
+    /// second begins to close those that were silent for FreeConnectKeepAliveTime.
     void ConnectCloseFree();
     void ConnectCheck();
 
@@ -136,43 +139,47 @@ public:
     long long GetStatus();
     /// The completion port.
     long long GetHandle();
-    /// Shown on error pages. The engine's own, to be set before Start.
+    /// The name shown on error pages. The string belongs to the engine; the host sets its text before Start.
     QZString* GetServerName();
-    /// The port of the constructor, after Start the one that was bound.
+    /// The port of the constructor; after Start the port that was bound.
     unsigned short GetPort();
 
-    /// 0 for a request that asks to close. Without the header it is 1, for clients of HTTP/1.0 too.
+    /// 0 for a request with "Connection: close", else 1. A request without the header gives 1, also from an
+    /// HTTP/1.0 client.
     unsigned char IsKeepAlive(QZHttpRequest* request);
 
     long long ThreadPoolCount();
     long long ThreadPoolWorkingCount();
-    /// The connection is not on its way out.
+    /// True when the connection is active and not waiting to be closed.
     unsigned char IsConnectAlive(long long id);
     long long ConnectCount();
     long long ConnectCloseWaitCount();
 
-    /// Starts the scheduler anew.
+    /// Resets and starts the scheduler.
     void TaskReset();
 
 protected:
-    /// Makes the answer to a request, a response from QZHttpFactory or QZHttpServer, which the engine gives
-    /// back. Here an empty page. An exception becomes a page 500 with its message.
+    /// Makes the response to a request with QZHttpFactory or QZHttpServer; the engine gives it back. Here it
+    /// is an empty page. An exception becomes a page 500 with its message.
     virtual QZHttpResponse* CreatePage(QZHttpRequest* request);
 
-    /// One object for each active connection. Given back with Recycle.
+    /// A new array with one object for each active connection. The caller gives it back with Recycle.
     QZJsonValueCollection* GetConnectInfo();
     void Recycle(QZJsonValueCollection** info);
 
     /// Ends all traffic and every thread of the engine, as its destructor does. A derived class whose
-    /// overrides use members of its own calls it first thing in its destructor, while these are still there.
+    /// overrides use its own members calls this at the beginning of its destructor, while the members still
+    /// exist.
     void Shutdown();
 
-    /// What a derived class may set before Start: active connections at most, after which new clients wait to
-    /// be accepted; bytes of a request's head; 1 to keep the bytes of each request in a file under
-    /// "LastRecord" while it is being answered; the address to listen on, in network order, 0 for any.
+    // A derived class may set these before Start.
+    /// The largest number of active connections. Further clients wait to be accepted.
     QZInt32 m_maxClient;
+    /// The largest head of a request, in bytes.
     QZInt64 m_headLimit;
+    /// 1: the bytes of each request are kept in a file under "LastRecord" while it is being answered.
     QZByte m_lastRecord;
+    /// The address to listen on, in network order; 0 for any.
     QZUInt32 m_bindAddress;
 
 private:
@@ -180,11 +187,13 @@ private:
     friend class QZTaskConnectClose;
     class Exchange;
 
-    /// Which client a piece is from, 0 for whoever has the id, and which of the client's pieces it is.
+    /// Where a piece comes from: the serial of its client (0 for any client with the id), the number of the
+    /// piece, and the connection when the caller has it in use.
     struct Origin
     {
         QZUInt64 serial = 0;
         QZUInt64 piece = 0;
+        QZHttpConnect* connect = nullptr;
     };
 
     static void AcceptThread(void* engine);
@@ -244,16 +253,16 @@ private:
     QZInt64 m_listen;
     QZUInt16 m_port;
     QZHttpConnectCollection* m_connects;
-    /// Held for every move of a connection into, out of, and between the two collections.
+    /// Held while a connection enters, leaves or changes one of the two collections.
     QZCriticalSection* m_connectLock;
     QZHttpConnectCollection* m_closeWait;
     QZHttpServer* m_server;
-    /// Closed connections that somebody still uses.
+    /// Closed connections that are still in use.
     QZList<QZHttpConnect>* m_leaving;
     QZInt64 m_handle;
     QZCriticalSection* m_statusLock;
     std::atomic<QZInt64> m_status;
-    /// Threads of the engine, each from its making to its last look at the engine.
+    /// The threads of the engine. A thread counts from its creation until it uses the engine no more.
     std::atomic<int> m_threads;
 };
 

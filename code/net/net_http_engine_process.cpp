@@ -1,16 +1,18 @@
-// The road of one request through an engine, from received bytes to the last byte of the response.
+// The path of one request through an engine, from received bytes to the last byte of the response.
 
 #include "net/net_http_engine.h"
 #include "fw/fw_data.h"
-#include "fw/fw_data_factory.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_lock.h"
 #include "fw/fw_report.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_http_internal.h"
-#include "net/net_http_connection.h"
+#include "net/internal/net_http_append_result.h"
+#include "net/internal/net_http_connection_access.h"
+#include "net/internal/net_http_fields.h"
+#include "net/internal/net_http_stamps.h"
+#include "net/internal/net_scoped.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
@@ -26,31 +28,17 @@
 namespace
 {
 
+using Access = QZHttpConnectAccess;
+
 constexpr const QZWChar* kClass = QZ_W("QZHttpServerEngine");
 constexpr const QZWChar* kConnection = QZ_W("Connection");
 constexpr const QZWChar* kRecordFolder = QZ_W("LastRecord");
 
+// Responses above this size are sent in several pieces.
 constexpr QZInt64 kGatherFrom = 4096;
-
-constexpr QZInt64 kNoError = 0;
-constexpr QZInt64 kHeadTooLarge = 547;
 
 QZInt64 Now() { return QZEnvironment::GetCurrentTimestamp(); }
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
-
-/// A path for the time of a scope.
-class ScratchPath
-{
-public:
-    explicit ScratchPath(QZString* text) : m_text(text) {}
-    ~ScratchPath() { QZStringFactory::Recycle(&m_text); }
-    ScratchPath(const ScratchPath&) = delete;
-    ScratchPath& operator=(const ScratchPath&) = delete;
-    QZString* Get() const { return m_text; }
-
-private:
-    QZString* m_text;
-};
 
 [[noreturn]] void RecordFailure(const QZWChar* text, const QZWChar* method)
 {
@@ -59,7 +47,7 @@ private:
         .Exception();
 }
 
-/// Runs a step of the record file; its failure becomes one with this text.
+/// Runs one operation on the record file. A failure becomes an exception with this text.
 template <typename Step>
 void RecordStep(const QZWChar* text, const QZWChar* method, Step step)
 {
@@ -76,7 +64,8 @@ void RecordStep(const QZWChar* text, const QZWChar* method, Step step)
 
 }  // namespace
 
-/// One piece, and the answer to the request that it completes.
+/// Appends one piece and, when the piece completes a request, answers it. Holds one use of the connection and
+/// ends it.
 class QZHttpServerEngine::Exchange
 {
 public:
@@ -128,56 +117,45 @@ void QZHttpServerEngine::Exchange::Run(const void* data, QZInt64 offset, QZInt64
     Finish();
 }
 
-/// The first piece that a connection sees of a message must begin it, so pieces go in in the order in which
-/// they were received, whichever worker was faster.
+/// Appends the pieces of a client in the order in which they were received, whichever worker is faster: the
+/// first piece of a message must be its beginning.
 long long QZHttpServerEngine::Exchange::Append(const void* data, QZInt64 offset, QZInt64 size)
 {
     if (m_origin.serial == 0) return m_connect->AppendRequestData(data, offset, size, &m_request);
-    m_connect->AwaitTurn(m_origin.piece);
-    try
-    {
-        const long long result = m_connect->AppendRequestData(data, offset, size, &m_request);
-        m_connect->PassTurn(m_origin.piece);
-        return result;
-    }
-    catch (QZException*)
-    {
-        m_connect->PassTurn(m_origin.piece);
-        throw;
-    }
+    return Access::AppendInTurn(m_connect, m_origin.piece, data, offset, size, &m_request);
 }
 
-/// Puts the piece in its place. True when there is something to send.
+/// Appends the piece. True when there is something to send.
 bool QZHttpServerEngine::Exchange::Take(const void* data, QZInt64 offset, QZInt64 size)
 {
-    const long long result = Append(data, offset, size);
-    if (result == kHeadTooLarge)
+    const QZInt64 result = Append(data, offset, size);
+    if (result == http::kHeadTooLarge)
     {
         MakeHeadTooLarge();
         return true;
     }
-    if (result != kNoError)
+    if (result != http::kNoError)
     {
         CutOff();
         return false;
     }
     if (m_request != nullptr) return true;
-    m_connect->m_keepAlive.store(1);
+    Access::SetKeepAlive(m_connect, true);
     return false;
 }
 
-/// No HTTP: the client gets no page and no good-bye.
+/// The bytes are not HTTP: the connection is closed without a response.
 void QZHttpServerEngine::Exchange::CutOff()
 {
-    m_connect->m_keepAlive.store(0);
+    Access::SetKeepAlive(m_connect, false);
     m_engine->ConnectClose(m_connect);
-    m_connect->CloseSocket();
+    Access::CloseSocket(m_connect);
     m_engine->ProcessRecord(m_connect, nullptr, nullptr);
 }
 
 void QZHttpServerEngine::Exchange::MakeHeadTooLarge()
 {
-    m_connect->m_keepAlive.store(0);
+    Access::SetKeepAlive(m_connect, false);
     m_response = QZHttpServer::Page431(ServerName());
     http::SetHeaderValue(m_response->GetHeaders(), kConnection, QZ_W("close"));
 }
@@ -191,12 +169,12 @@ void QZHttpServerEngine::Exchange::MakePage()
     for (QZInt64 i = cookies->Count() - 1; i >= 0; --i) cookies->GetElement(i)->GetDomain()->Clear();
     if (m_engine->m_lastRecord != 0) m_engine->RemoveRecord(m_connect);
     const bool keepAlive = m_engine->IsKeepAlive(m_request) != 0;
-    m_connect->m_keepAlive.store(keepAlive);
+    Access::SetKeepAlive(m_connect, keepAlive);
     http::SetHeaderValue(m_response->GetHeaders(), kConnection,
                          keepAlive ? QZ_W("keep-alive") : QZ_W("close"));
 }
 
-/// The connection keeps the state that it had: a page that throws does not cost its client the connection.
+/// The connection stays open: a page that throws does not close the connection of its client.
 void QZHttpServerEngine::Exchange::Fail(QZException* exception)
 {
     if (m_response != nullptr) QZHttpFactory::Recycle(&m_response);
@@ -207,12 +185,11 @@ void QZHttpServerEngine::Exchange::Fail(QZException* exception)
 
 void QZHttpServerEngine::Exchange::Send()
 {
-    // Keeps the socket's handle from going to another client before the last byte.
-    QZCriticalGuard hold(m_connect->m_cacheLock);
+    QZCriticalGuard hold(Access::SendLock(m_connect));
     QZHttpStamps& stamps = http::StampsOf(m_response);
     stamps.begin = m_begin;
     stamps.ready = stamps.process = Now();
-    if (m_connect->m_closing.load() == 0)
+    if (!Access::IsClosing(m_connect))
     {
         try
         {
@@ -220,7 +197,7 @@ void QZHttpServerEngine::Exchange::Send()
         }
         catch (QZException* e)
         {
-            // The client has gone.
+            // The client has closed the connection.
             QZExceptionFactory::Recycle(&e);
         }
     }
@@ -235,14 +212,14 @@ void QZHttpServerEngine::Exchange::Finish()
     }
     catch (QZException* e)
     {
-        // Without this the connection would stay locked for good.
+        // Thrown on, the exception would leave the connection locked for ever.
         QZTrace(e, kClass, QZ_W("ProcessASync")).Argument(QZ_W("QZInt64"), m_id);
         m_engine->Report(e);
         QZExceptionFactory::Recycle(&e);
     }
     QZHttpFactory::Recycle(&m_response);
-    // Read before the next piece of the client can change it.
-    const bool keepAlive = m_connect->m_keepAlive.load() != 0;
+    // This is read before the lock is released, because the next piece of the client may change it.
+    const bool keepAlive = Access::KeepsAlive(m_connect);
     if (m_request != nullptr) m_connect->Recycle(&m_request);
     if (!keepAlive) m_engine->ConnectClose(m_connect);
     GiveBack();
@@ -283,11 +260,13 @@ void QZHttpServerEngine::ProcessASync(long long id, const void* data, long long 
 void QZHttpServerEngine::ProcessPiece(QZInt64 id, const Origin& origin, const void* data, QZInt64 offset,
                                       QZInt64 size)
 {
-    QZHttpConnect* connect = GetConnectByID(id);
-    // Bytes of a client whose handle has gone to another one are nobody's.
-    if (connect != nullptr && origin.serial != 0 &&
-        connect->m_serial.load(std::memory_order_relaxed) != origin.serial)
-        Recycle(&connect);
+    QZHttpConnect* connect = origin.connect;
+    if (connect != nullptr)
+        connect->InUse();
+    else
+        connect = GetConnectByID(id);
+    // When the handle serves another client by now, the bytes are dropped.
+    if (connect != nullptr && !Access::Serves(connect, origin.serial)) Recycle(&connect);
     if (connect == nullptr)
     {
         QZString text(QZ_W("QZHttpServerEngine::ProcessASync Can not find connect "));
@@ -311,26 +290,27 @@ void QZHttpServerEngine::ProcessPiece(QZInt64 id, const Origin& origin, const vo
     Exchange(this, connect, id, origin).Run(data, offset, size);
 }
 
+void QZHttpServerProcessTask::Execute()
+{
+    QZHttpServerEngine::Origin origin;
+    origin.serial = m_serial;
+    origin.piece = m_piece;
+    m_engine->ProcessPiece(m_clientId, origin, m_data->GetPointer(), m_offset, m_data->GetSize());
+    QZHttpServerProcessTask* self = this;
+    m_pool->Recycle(&self);
+}
+
 void QZHttpServerEngine::ProcessRecord(QZHttpConnect*, QZHttpRequest*, QZHttpResponse*) {}
 
 void QZHttpServerEngine::SendResponse(long long id, QZHttpResponse* response)
 {
     http::RemoveHeader(response->GetHeaders(), QZHttpConstant::HeaderNameTransferEncodingString);
-    QZData* bytes = response->ToData();
-    // Sent in pieces: a client should not be woken for each of them.
+    const net::ScopedData bytes(response->ToData());
+    // The system gathers the pieces of a response, so that the client does not wake up for each of them.
     const bool manyPieces = bytes->GetSize() > kGatherFrom;
-    try
-    {
-        if (manyPieces) os::SocketGather(id, true);
-        QZSocket::Send(id, bytes->GetPointer(), bytes->GetSize());
-        if (manyPieces) os::SocketGather(id, false);
-    }
-    catch (QZException*)
-    {
-        QZDataFactory::Recycle(&bytes);
-        throw;
-    }
-    QZDataFactory::Recycle(&bytes);
+    if (manyPieces) os::SocketGather(id, true);
+    QZSocket::Send(id, bytes->GetPointer(), bytes->GetSize());
+    if (manyPieces) os::SocketGather(id, false);
 }
 
 unsigned char QZHttpServerEngine::IsKeepAlive(QZHttpRequest* request)
@@ -364,7 +344,7 @@ void QZHttpServerEngine::WriteRecord(QZHttpConnect* connect, const void* data, Q
 {
     constexpr const QZWChar* method = QZ_W("WriteRecord");
     if (!QZFileDirectory::Exists(kRecordFolder)) QZFileDirectory::Create(kRecordFolder);
-    ScratchPath path(RecordPath(connect));
+    const net::ScopedString path(RecordPath(connect));
     if (!QZFile::Exists(path.Get()))
         RecordStep(QZ_W("Can not create last record file."), method, [&] { QZFile::Create(path.Get()); });
     QZFile* file = QZFile::Open(path.Get());
@@ -384,7 +364,7 @@ void QZHttpServerEngine::WriteRecord(QZHttpConnect* connect, const void* data, Q
 
 void QZHttpServerEngine::RemoveRecord(QZHttpConnect* connect)
 {
-    ScratchPath path(RecordPath(connect));
+    const net::ScopedString path(RecordPath(connect));
     RecordStep(QZ_W("Can not remove record file."), QZ_W("RemoveRecord"),
                [&] { QZFile::Delete(path.Get()); });
 }

@@ -2,7 +2,6 @@
 
 #include "fw/fw_data.h"
 #include "fw/fw_lock.h"
-#include "net/net_http_engine.h"
 
 const QZInt64 QZHttpServerProcessTask::Type;
 const QZInt64 QZHttpServerTaskPool::Type;
@@ -28,14 +27,6 @@ void QZHttpServerProcessTask::SetProcessData(long long id, const void* data, lon
     m_serial = 0;
     m_piece = 0;
     m_data->Set(data, size);
-}
-
-void QZHttpServerProcessTask::Execute()
-{
-    m_engine->ProcessPiece(m_clientId, {m_serial, m_piece}, m_data->GetPointer(), m_offset,
-                           m_data->GetSize());
-    QZHttpServerProcessTask* self = this;
-    m_pool->Recycle(&self);
 }
 
 QZHttpServerTaskPool::QZHttpServerTaskPool(QZHttpServerEngine* engine)
@@ -76,20 +67,10 @@ void QZHttpServerTaskPool::Collect()
     for (QZInt64 left = m_tasks->Count(); left > 0; --left)
     {
         QZHttpServerProcessTask* task = m_tasks->DeQueue();
-        // A worker that has just run it writes its times once more; such a task goes the next time.
+        // A worker that has just run the task still writes its times. Such a task is deleted the next time.
         if (task->Lock(static_cast<unsigned int>(-1)))
             delete task;
         else
             m_tasks->EnQueue(task);
     }
 }
-
-void QZTaskConnectClose::Execute()
-{
-    m_engine->ConnectCloseFree();
-    m_engine->WakeStalled();
-}
-
-void QZTaskConnectCheck::Execute() { m_engine->ConnectCheck(); }
-
-void QZTaskCacheCollect::Execute() { m_engine->Collect(); }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_HTTP_ENGINE_TASKS_H
-#define QZLIB_NET_NET_HTTP_ENGINE_TASKS_H
+#ifndef QZLIB_NET_HTTP_ENGINE_TASKS_H
+#define QZLIB_NET_HTTP_ENGINE_TASKS_H
 
 #include "fw/fw_container.h"
 #include "os/os_task.h"

@@ -1,11 +1,10 @@
-// The accepting thread and the completion threads of an engine.
+// The thread of an engine that accepts clients, and its completion threads.
 
 #include "net/net_http_engine.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_lock.h"
-#include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
-#include "net/net_http_connection.h"
+#include "net/internal/net_http_connection_access.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
 #include "os/os_thread.h"
@@ -17,10 +16,13 @@
 namespace
 {
 
+using Access = QZHttpConnectAccess;
 using Status = QZHttpServerEngineStatus;
 using ThreadStatus = QZHttpServerEngineThreadStatus;
 
+// Milliseconds of one wait for a completion.
 constexpr QZUInt32 kWait = 3000;
+// A number of bytes that no receive can have; such a completion is ignored.
 constexpr QZUInt32 kNoCount = 0xFFFFFFFF;
 
 QZException* SystemFailure(const QZWChar* text)
@@ -36,7 +38,7 @@ void QZHttpServerEngine::AcceptThread(void* engine)
 {
     QZHttpServerEngine* self = static_cast<QZHttpServerEngine*>(engine);
     self->AcceptLoop();
-    // The engine may go from here on.
+    // From here on the engine may be deleted.
     --self->m_threads;
 }
 
@@ -59,7 +61,7 @@ void QZHttpServerEngine::AcceptLoop()
             QZTrace(e, QZ_W("QZHttpServerEngine"), QZ_W("Accept"));
             Report(e);
             QZExceptionFactory::Recycle(&e);
-            // Out of descriptors, the next try would fail at once.
+            // Without descriptors the next try would fail at once.
             QZThread::Sleep(1);
         }
     }
@@ -95,7 +97,8 @@ void QZHttpServerEngine::Accept()
     Welcome(socket, address, port);
 }
 
-/// The system gives handles out again: whoever had this one before is gone.
+/// Drops the connections that had this handle before. The system reuses a handle only after its socket was
+/// closed.
 void QZHttpServerEngine::DropNamesakes(QZInt64 id)
 {
     for (QZHttpConnectCollection* list : {m_connects, m_closeWait})
@@ -106,14 +109,15 @@ void QZHttpServerEngine::DropNamesakes(QZInt64 id)
             connect = list->RemoveByClientID(id);
         }
         if (connect == nullptr) continue;
-        connect->ForgetSocket();
+        Access::ForgetSocket(connect);
         Leave(connect);
     }
 }
 
 void QZHttpServerEngine::Welcome(QZInt64 id, QZUInt32 address, QZUInt16 port)
 {
-    // Responses go out in pieces; the last one must not wait for the client to confirm those before.
+    // Responses are sent in pieces. The last piece must not wait until the client has confirmed the earlier
+    // ones.
     os::SocketNoDelay(id);
     QZHttpConnect* connect;
     try
@@ -125,7 +129,7 @@ void QZHttpServerEngine::Welcome(QZInt64 id, QZUInt32 address, QZUInt16 port)
         os::SocketClose(id);
         throw;
     }
-    connect->m_headLimit.store(m_headLimit, std::memory_order_relaxed);
+    Access::SetHeadLimit(connect, m_headLimit);
     connect->SetClientID(id);
     connect->SetIP(address, port);
     bool taken;
@@ -135,7 +139,7 @@ void QZHttpServerEngine::Welcome(QZInt64 id, QZUInt32 address, QZUInt16 port)
     }
     if (!taken)
     {
-        connect->CloseSocket();
+        Access::CloseSocket(connect);
         Leave(connect);
         return;
     }
@@ -146,12 +150,12 @@ void QZHttpServerEngine::Welcome(QZInt64 id, QZUInt32 address, QZUInt16 port)
             QZCriticalGuard guard(m_connectLock);
             m_connects->Remove(connect);
         }
-        connect->CloseSocket();
+        Access::CloseSocket(connect);
         Leave(connect);
         throw failure;
     }
-    QZMemClean(connect->m_handle, sizeof(os::PortBlock));
-    connect->Receive();
+    Access::ClearBlock(connect);
+    Access::Receive(connect);
 }
 
 // ---- Completions
@@ -199,7 +203,7 @@ void QZHttpServerEngine::WorkLoop(QZInt64 port)
     WorkEnd();
 }
 
-/// Key 0 is a time-out or a wake-up.
+/// The id 0 stands for a time-out or a wake-up.
 void QZHttpServerEngine::Completed(QZInt64 id, QZUInt32 bytes, bool succeeded)
 {
     if (id == 0) return;
@@ -213,49 +217,55 @@ void QZHttpServerEngine::Received(QZInt64 id, QZUInt32 bytes)
 {
     QZHttpConnect* connect = GetConnectByID(id);
     if (connect == nullptr) return;
-    QZUInt32 offset;
-    Origin origin;
+    Access::Piece piece;
     {
-        // Receives of one connection come one after another, so pieces get their places in their order.
+        // A connection has one receive at a time, so the pieces are counted in the order of their arrival.
         QZCriticalGuard guard(m_connectLock);
-        offset = connect->Advance(bytes, &origin.piece);
-        origin.serial = connect->m_serial.load(std::memory_order_relaxed);
+        piece = Access::NextPiece(connect, bytes);
     }
+    Origin origin;
+    origin.serial = piece.serial;
+    origin.piece = piece.number;
     try
     {
         if (AnswerInPlace)
-            ProcessPiece(id, origin, connect->m_handle->Data, offset, bytes);
+        {
+            // The connection is in use here, so the piece needs no second look-up. A worker needs one: while
+            // the piece waits for it, the connection may be closed.
+            origin.connect = connect;
+            ProcessPiece(id, origin, Access::ReceivedBytes(connect), piece.offset, bytes);
+        }
         else
-            Process(id, origin, connect->m_handle->Data, offset, bytes);
+        {
+            Process(id, origin, Access::ReceivedBytes(connect), piece.offset, bytes);
+        }
     }
     catch (QZException*)
     {
         Recycle(&connect);
         throw;
     }
-    // By workers, a receive that fails shows through the housekeeping.
-    if (!connect->Receive() && AnswerInPlace) Broken(connect);
+    // When worker threads answer requests, a failed receive is noticed only by the next housekeeping pass.
+    if (!Access::Receive(connect) && AnswerInPlace) Broken(connect);
     Recycle(&connect);
 }
 
-/// A client that goes while its answer is made is told of by the receive under way. In place there is none,
-/// and the next one fails.
+/// Moves a connection whose peer has closed to the connections that wait for their end.
+///
+/// When workers answer, a receive is under way meanwhile and tells that the client has gone. When requests
+/// are answered in place, no receive is under way, and the next one fails.
 void QZHttpServerEngine::Broken(QZHttpConnect* connect)
 {
     QZCriticalGuard guard(m_connectLock);
-    connect->m_peerClosed.store(1, std::memory_order_relaxed);
-    if (m_connects->TakeOut(connect)) m_closeWait->EnQueue(connect);
+    Access::SetPeerClosed(connect);
+    if (Access::TakeOut(m_connects, connect)) m_closeWait->EnQueue(connect);
 }
 
 void QZHttpServerEngine::PeerClosed(QZInt64 id)
 {
     QZCriticalGuard guard(m_connectLock);
-    QZHttpConnect* connect = m_connects->RemoveByClientID(id);
-    if (connect == nullptr)
-    {
-        m_closeWait->SetPeerClosed(id);
-        return;
-    }
-    connect->m_peerClosed.store(1, std::memory_order_relaxed);
-    m_closeWait->EnQueue(connect);
+    if (QZHttpConnect* connect = Access::Find(m_connects, id))
+        Broken(connect);
+    else
+        Access::SetPeerClosed(m_closeWait, id);
 }

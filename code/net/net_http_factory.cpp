@@ -1,14 +1,15 @@
 #include "net/net_http_factory.h"
 
-#include "fw/fw_library.h"
 #include "fw/fw_lock.h"
+#include "fw/fw_string_factory.h"
 #include "fw/internal/fw_collect.h"
-#include "fw/internal/fw_factory_cache.h"
-#include "net/internal/net_http_internal.h"
-#include "net/net_http_cache.h"
-#include "net/net_http_request.h"
-#include "net/net_http_response.h"
-#include "net/net_json.h"
+#include "net/internal/net_http_find.h"
+#include "net/internal/net_http_give_back.h"
+#include "net/internal/net_json_access.h"
+#include "net/internal/net_scoped.h"
+
+// This source holds the part of the factory for headers and cookies, and what concerns all its caches. The
+// parts for messages and connections stand beside their classes.
 
 QZInt64 QZHttpFactory::m_connectLimit = -1;
 QZCriticalSection* QZHttpFactory::m_section = nullptr;
@@ -24,64 +25,14 @@ namespace
 {
 [[maybe_unused]] const bool kCollected = QZCollectInstall(QZCollector::Http, QZHttpFactory::Collect);
 
-void Describe(QZTrace<QZException> trace, QZString* text) { trace.Argument(QZ_W("QZString*"), text); }
-
-void Describe(QZTrace<QZException> trace, QZData* data)
-{
-    trace.Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize());
-}
-
-/// Fills an object fresh out of its cache with a text or data. When that fails the object goes back.
-template <typename T, typename Source, typename Fill>
-T* Filled(T* object, Source* source, const QZWChar* method, Fill fill)
-{
-    try
-    {
-        fill(object);
-    }
-    catch (QZException* e)
-    {
-        QZHttpFactory::Recycle(&object);
-        Describe(QZTrace(e, QZ_W("QZHttpFactory"), method), source);
-        throw;
-    }
-    return object;
-}
-
-/// False when there is nothing to take back.
-template <typename T>
-bool IsThere(T** variable)
-{
-    if (!*variable) QZLibAssert(0);
-    return *variable != nullptr;
-}
-
-template <typename T>
-void TestFree(T* object, const QZWChar* type)
-{
-    if (object->IsDisposable()) return;
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked), QZ_W("QZHttpFactory"),
-                  QZ_W("Recycle"))
-        .Argument(type, static_cast<QZInt64>(object->GetObjectID()))
-        .Exception();
-}
-
-template <typename T>
-void GiveBack(QZObjectCache* cache, T** variable)
-{
-    QZObject* object = *variable;
-    cache->In(&object);
-    *variable = nullptr;
-}
-
-/// Empties a collection into the cache of its elements.
+/// Empties a collection and puts its elements into their cache.
 template <typename Collection>
 void Empty(Collection* collection, QZObjectCache* cache)
 {
     while (collection->Count() > 0)
     {
         auto* element = collection->Pop();
-        if (!element) continue;
+        if (element == nullptr) continue;
         element->Clear();
         QZObject* object = element;
         cache->In(&object);
@@ -94,8 +45,8 @@ QZHttpCookie* QZHttpFactory::CreateCookie() { return QZTake<QZHttpCookie>(m_cook
 
 QZHttpCookie* QZHttpFactory::CreateCookie(QZString* text)
 {
-    return Filled(CreateCookie(), text, QZ_W("CreateCookie"),
-                  [=](QZHttpCookie* cookie) { cookie->Set(text); });
+    return http::Filled<QZHttpFactory>(CreateCookie(), text, QZ_W("CreateCookie"),
+                                       [=](QZHttpCookie* cookie) { cookie->Set(text); });
 }
 
 QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection()
@@ -105,17 +56,17 @@ QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection()
 
 QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection(QZString* text)
 {
-    return Filled(CreateHeaderCollection(), text, QZ_W("CreateHeaderCollection"),
-                  [=](QZHttpHeaderCollection* headers) {
-                      http::Pieces lines(text, '\n');
-                      http::Text line(nullptr, 0);
-                      while (lines.Next(&line))
-                      {
-                          QZHttpHeader* header = CreateHeader();
-                          headers->Push(header);
-                          http::ReadHeader(header, line);
-                      }
-                  });
+    return http::Filled<QZHttpFactory>(CreateHeaderCollection(), text, QZ_W("CreateHeaderCollection"),
+                                       [=](QZHttpHeaderCollection* headers) {
+                                           http::Pieces lines(text, '\n');
+                                           http::Text line(nullptr, 0);
+                                           while (lines.Next(&line))
+                                           {
+                                               QZHttpHeader* header = CreateHeader();
+                                               headers->Push(header);
+                                               http::ReadHeader(header, line);
+                                           }
+                                       });
 }
 
 QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection()
@@ -125,87 +76,46 @@ QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection()
 
 QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection(QZString* text)
 {
-    return Filled(CreateCookieCollection(), text, QZ_W("CreateCookieCollection"),
-                  [=](QZHttpCookieCollection* cookies) {
-                      const text::Temporary list(QZStringFactory::CreateString(text));
-                      if (list->Contains(QZ_W("Cookie")))
-                          list->ReplaceThis(QZ_W("Cookie:"), QZ_W(""));
-                      else
-                          list->TrimThis();
-                      http::Pieces pieces(list.Get(), ';');
-                      http::Text piece(nullptr, 0);
-                      while (pieces.Next(&piece))
-                      {
-                          QZHttpCookie* cookie = CreateCookie();
-                          cookies->Push(cookie);
-                          http::ReadCookie(cookie, piece);
-                      }
-                  });
-}
-
-QZHttpRequest* QZHttpFactory::CreateRequest() { return QZTake<QZHttpRequest>(m_requestCache); }
-
-QZHttpRequest* QZHttpFactory::CreateRequest(QZData* data)
-{
-    return Filled(CreateRequest(), data, QZ_W("CreateRequest"),
-                  [=](QZHttpRequest* request) { request->Set(data); });
-}
-
-QZHttpResponse* QZHttpFactory::CreateResponse() { return QZTake<QZHttpResponse>(m_responseCache); }
-
-QZHttpResponse* QZHttpFactory::CreateResponse(QZData* data)
-{
-    return Filled(CreateResponse(), data, QZ_W("CreateResponse"),
-                  [=](QZHttpResponse* response) { response->Set(data); });
+    return http::Filled<QZHttpFactory>(CreateCookieCollection(), text, QZ_W("CreateCookieCollection"),
+                                       [=](QZHttpCookieCollection* cookies) {
+                                           const net::ScopedString list(QZStringFactory::CreateString(text));
+                                           if (list->Contains(QZ_W("Cookie")))
+                                               list->ReplaceThis(QZ_W("Cookie:"), QZ_W(""));
+                                           else
+                                               list->TrimThis();
+                                           http::Pieces pieces(list.Get(), ';');
+                                           http::Text piece(nullptr, 0);
+                                           while (pieces.Next(&piece))
+                                           {
+                                               QZHttpCookie* cookie = CreateCookie();
+                                               cookies->Push(cookie);
+                                               http::ReadCookie(cookie, piece);
+                                           }
+                                       });
 }
 
 void QZHttpFactory::Recycle(QZHttpHeader** header)
 {
-    if (!IsThere(header)) return;
-    TestFree(*header, QZ_W("QZHttpHeader**"));
-    (*header)->Clear();
-    GiveBack(m_headerCache, header);
+    http::GiveBack(m_headerCache, header, QZ_W("QZHttpHeader**"),
+                   [](QZHttpHeader* object) { object->Clear(); });
 }
 
 void QZHttpFactory::Recycle(QZHttpCookie** cookie)
 {
-    if (!IsThere(cookie)) return;
-    TestFree(*cookie, QZ_W("QZHttpCookie**"));
-    (*cookie)->Clear();
-    GiveBack(m_cookieCache, cookie);
+    http::GiveBack(m_cookieCache, cookie, QZ_W("QZHttpCookie**"),
+                   [](QZHttpCookie* object) { object->Clear(); });
 }
 
 void QZHttpFactory::Recycle(QZHttpHeaderCollection** collection)
 {
-    if (!IsThere(collection)) return;
-    TestFree(*collection, QZ_W("QZHttpHeaderCollection**"));
-    Clear(*collection);
-    GiveBack(m_headerCollectionCache, collection);
+    http::GiveBack(m_headerCollectionCache, collection, QZ_W("QZHttpHeaderCollection**"),
+                   [](QZHttpHeaderCollection* object) { Clear(object); });
 }
 
 void QZHttpFactory::Recycle(QZHttpCookieCollection** collection)
 {
-    if (!IsThere(collection)) return;
-    TestFree(*collection, QZ_W("QZHttpCookieCollection**"));
-    Clear(*collection);
-    GiveBack(m_cookieCollectionCache, collection);
-}
-
-void QZHttpFactory::Recycle(QZHttpRequest** request)
-{
-    if (!IsThere(request)) return;
-    // No look at the lock before the request is emptied; the cache has one.
-    (*request)->Reset();
-    GiveBack(m_requestCache, request);
-}
-
-void QZHttpFactory::Recycle(QZHttpResponse** response)
-{
-    if (!IsThere(response)) return;
-    TestFree(*response, QZ_W("QZHttpResponse**"));
-    (*response)->Clear();
-    (*response)->SetHandle(0);
-    GiveBack(m_responseCache, response);
+    http::GiveBack(m_cookieCollectionCache, collection, QZ_W("QZHttpCookieCollection**"),
+                   [](QZHttpCookieCollection* object) { Clear(object); });
 }
 
 void QZHttpFactory::Recycle(QZJsonObject** status) { QZJsonFactory::Recycle(status); }
@@ -220,7 +130,7 @@ QZBool QZHttpFactory::CopyTo(QZHttpHeaderCollection* from, QZHttpHeaderCollectio
     {
         QZHttpHeader* source = from->GetElement(i);
         QZHttpHeader* target = http::FindHeader(to, source->GetName());
-        if (!target)
+        if (target == nullptr)
         {
             target = CreateHeader();
             to->Push(target);
@@ -238,7 +148,7 @@ QZBool QZHttpFactory::CopyTo(QZHttpCookieCollection* from, QZHttpCookieCollectio
     {
         QZHttpCookie* source = from->GetElement(i);
         QZHttpCookie* target = http::FindCookie(to, source->GetName());
-        if (target)
+        if (target != nullptr)
         {
             target->GetValue()->Set(source->GetValue());
             target->GetValue()->TrimThis();
@@ -254,9 +164,9 @@ QZBool QZHttpFactory::CopyTo(QZHttpCookieCollection* from, QZHttpCookieCollectio
 
 void QZHttpFactory::Collect(QZBool partial)
 {
-    if (!m_section) return;
-    // One collection at a time: two at once would halve each other's low marks. Messages go before the
-    // headers that they give back.
+    if (m_section == nullptr) return;
+    // Only one thread collects at a time: two threads would halve each other's low marks. Messages are
+    // collected before headers, because a message that is deleted gives headers back.
     const QZCriticalGuard guard(m_section);
     for (QZObjectCache* cache : {m_connectCache, m_responseCache, m_requestCache, m_cookieCollectionCache,
                                  m_headerCollectionCache, m_cookieCache, m_headerCache})
@@ -278,33 +188,4 @@ QZJsonObject* QZHttpFactory::GetStatus()
     add(QZ_W("CookieCollectionCache"), m_cookieCollectionCache);
     add(QZ_W("ConnectCache"), m_connectCache);
     return status;
-}
-
-void QZHttpFactoryInit()
-{
-    using F = QZHttpFactory;
-    if (F::m_section) return;
-    F::m_connectLimit = -1;
-    // In this order: a cache holds an idle object of its class, and a message holds a header.
-    F::m_headerCache = new QZHttpHeaderCache(-1, -1);
-    F::m_cookieCache = new QZHttpCookieCache(-1, -1);
-    F::m_headerCollectionCache = new QZHttpHeaderCollectionCache(-1, -1);
-    F::m_cookieCollectionCache = new QZHttpCookieCollectionCache(-1, -1);
-    F::m_requestCache = new QZHttpRequestCache(-1, -1);
-    F::m_responseCache = new QZHttpResponseCache(-1, -1);
-    F::m_connectCache = http::NewConnectCache(F::m_connectLimit);
-    F::m_section = new QZCriticalSection();
-}
-
-void QZHttpFactoryEnd()
-{
-    using F = QZHttpFactory;
-    if (!F::m_section) return;
-    F::Collect(0);
-    for (QZObjectCache** cache :
-         {&F::m_connectCache, &F::m_responseCache, &F::m_requestCache, &F::m_cookieCollectionCache,
-          &F::m_headerCollectionCache, &F::m_cookieCache, &F::m_headerCache})
-        QZEndCache(cache);
-    delete F::m_section;
-    F::m_section = nullptr;
 }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_HTTP_FACTORY_H
-#define QZLIB_NET_NET_HTTP_FACTORY_H
+#ifndef QZLIB_NET_HTTP_FACTORY_H
+#define QZLIB_NET_HTTP_FACTORY_H
 
 #include "sys/sys_types.h"
 
@@ -92,10 +92,5 @@ private:
     static QZObjectCache* m_responseCache;
     static QZObjectCache* m_connectCache;
 };
-
-/// Start and end, called by QZLibInit and QZLibDispose; each may be called twice without effect. Not
-/// exported.
-void QZHttpFactoryInit();
-void QZHttpFactoryEnd();
 
 #endif

@@ -1,6 +1,9 @@
 #include "net/net_http_header.h"
 
-#include "net/internal/net_http_internal.h"
+#include "fw/fw_string_factory.h"
+#include "net/internal/net_http_text.h"
+#include "net/internal/net_ownership.h"
+#include "net/internal/net_scoped.h"
 
 const QZInt64 QZHttpHeader::Type;
 const QZInt64 QZHttpHeaderCollection::Type;
@@ -22,9 +25,9 @@ QZString* QZHttpHeader::GetValue() { return &m_value; }
 
 void QZHttpHeader::Set(QZString* line)
 {
-    if (line != &m_name && line != &m_value) return http::ReadHeader(this, line);
-    const text::Temporary copy(QZStringFactory::CreateString(line));
-    http::ReadHeader(this, copy.Get());
+    if (line != &m_name && line != &m_value) return http::ReadHeader(&m_name, &m_value, line);
+    const net::ScopedString copy(QZStringFactory::CreateString(line));
+    http::ReadHeader(&m_name, &m_value, copy.Get());
 }
 
 void QZHttpHeader::Clear()
@@ -55,14 +58,14 @@ QZHttpHeader* QZHttpHeaderCollection::GetElement(QZInt64 index)
 QZHttpHeader* QZHttpHeaderCollection::Pop()
 {
     auto* header = static_cast<QZHttpHeader*>(QZObjectCollection::Pop());
-    if (header) http::Disown(header, GetObjectID());
+    if (header != nullptr) http::Disown(header, GetObjectID());
     return header;
 }
 
 QZBool QZHttpHeaderCollection::RemoveElement(QZInt64 index)
 {
     QZHttpHeader* header = GetElement(index);
-    if (header) http::Disown(header, GetObjectID());
+    if (header != nullptr) http::Disown(header, GetObjectID());
     return QZObjectCollection::RemoveElement(index);
 }
 

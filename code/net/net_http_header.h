@@ -1,7 +1,8 @@
-#ifndef QZLIB_NET_NET_HTTP_HEADER_H
-#define QZLIB_NET_NET_HTTP_HEADER_H
+#ifndef QZLIB_NET_HTTP_HEADER_H
+#define QZLIB_NET_HTTP_HEADER_H
 
 #include "fw/fw_keyed.h"
+#include "fw/fw_named_cache.h"
 
 /// One header of a message: a name and a value.
 ///
@@ -76,5 +77,9 @@ protected:
 private:
     friend class QZHttpContext;
 };
+
+// The factory keeps one cache of each class; a host may have its own.
+QZLIB_NAMED_CACHE(QZHttpHeaderCache, QZHttpHeader);
+QZLIB_NAMED_CACHE(QZHttpHeaderCollectionCache, QZHttpHeaderCollection);
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_HTTP_PAGE_H
-#define QZLIB_NET_NET_HTTP_PAGE_H
+#ifndef QZLIB_NET_HTTP_PAGE_H
+#define QZLIB_NET_HTTP_PAGE_H
 
 #include "fw/fw_container.h"
 #include "fw/fw_object.h"

@@ -1,9 +1,8 @@
 #include "net/net_http_request.h"
 
-#include "fw/fw_data_factory.h"
-#include "fw/fw_encoding.h"
-#include "net/internal/net_http_internal.h"
-#include "net/net_http_constant.h"
+#include "net/internal/net_http_give_back.h"
+#include "net/internal/net_http_head.h"
+#include "net/internal/net_ownership.h"
 
 const QZInt64 QZHttpRequest::Type;
 
@@ -21,42 +20,42 @@ QZHttpException* BadRequest()
 
 void SetUrlText(QZUrl* url, const QZWChar* text)
 {
-    const text::Temporary address(QZStringFactory::CreateString(text));
+    const net::ScopedString address(QZStringFactory::CreateString(text));
     url->Set(address.Get());
 }
 
-/// The start of the head, method upper-cased, up to the last header.
-void PutHead(JsonText* head, QZHttpRequest* request)
+/// Appends the whole head. Puts the method in upper case.
+void AppendHead(http::HeadBuilder* head, QZHttpRequest* request)
 {
     request->GetMethod()->ToUpperThis();
-    http::Put(head, request->GetMethod());
+    head->Append(request->GetMethod());
     head->Append(' ');
-    http::Put(head, request->GetUrl()->GetPath());
-    const text::Temporary params(request->GetUrl()->GetParamString());
+    head->Append(request->GetUrl()->GetPath());
+    const net::ScopedString params(request->GetUrl()->GetParamString());
     if (!QZString::IsNullOrWhiteSpace(params.Get()))
     {
         head->Append('?');
-        http::Put(head, params.Get());
+        head->Append(params.Get());
     }
     head->Append(' ');
-    http::Put(head, request->GetVersion());
-    http::Put(head, QZ_W("\r\n"));
-    http::PutHeaders(head, request->GetHeaders());
+    head->Append(request->GetVersion());
+    head->Append(QZ_W("\r\n"));
+    head->AppendHeaders(request->GetHeaders());
     QZHttpCookieCollection* cookies = request->GetCookies();
     const QZInt64 count = cookies->Count();
     for (QZInt64 i = 0; i < count; ++i)
     {
         QZHttpCookie* cookie = cookies->GetElement(i);
         if (i == 0)
-            http::Put(head, QZ_W("Cookie: "));
+            head->Append(QZ_W("Cookie: "));
         else
-            http::Put(head, QZ_W("; "));
-        http::Put(head, cookie->GetName());
+            head->Append(QZ_W("; "));
+        head->Append(cookie->GetName());
         head->Append('=');
-        http::Put(head, cookie->GetValue());
+        head->Append(cookie->GetValue());
     }
-    if (count > 0) http::Put(head, QZ_W("\r\n"));
-    http::Put(head, QZ_W("\r\n"));
+    if (count > 0) head->Append(QZ_W("\r\n"));
+    head->Append(QZ_W("\r\n"));
 }
 }  // namespace
 
@@ -80,13 +79,13 @@ QZHttpRequest::~QZHttpRequest()
 
 QZInt64 QZHttpRequest::GetType() { return 0x8310019; }
 
-/// What a request out of the cache is like: as a new one.
+/// Makes the request equal to a new one, before it goes back to its cache.
 void QZHttpRequest::Reset()
 {
     Clear();
     m_handle = 0;
     m_method.Set(QZ_W("GET"));
-    // A text that begins with slashes takes the protocol off, which "/" alone would leave.
+    // An address that begins with two slashes clears the protocol; "/" alone would keep it.
     if (m_url.GetProtocol()->GetSize() > 0) SetUrlText(&m_url, QZ_W("//"));
     if (!m_url.GetUrl()->Equals(QZ_W("/"))) SetUrlText(&m_url, QZ_W("/"));
     m_version.Set(QZ_W("HTTP/1.1"));
@@ -96,43 +95,22 @@ void QZHttpRequest::Reset()
 
 void QZHttpRequest::Set(QZData* data)
 {
-    try
-    {
+    http::TraceSet(kClass, data, [=, this] {
         QZHttpContext::Set(data);
         const QZInt64 end = data->Find(QZHttpConstant::EmptyLine);
         if (end < 1) throw BadRequest();
-        const auto* bytes = static_cast<const unsigned char*>(data->GetPointer());
-        const text::Temporary head(QZEncoding::GetString(QZEncodingType::UTF8, bytes, end));
-        ReadHead(head.Get());
-        const QZInt64 start = end + QZHttpConstant::EmptyLine->GetSize();
-        SetContent(bytes + start, data->GetSize() - start);
-    }
-    catch (QZException* e)
-    {
-        QZTrace(e, kClass, QZ_W("Set")).Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize());
-        throw;
-    }
+        http::ReadMessage(data, end, &m_content, [this](QZString* head) { ReadHead(head); });
+    });
 }
 
 void QZHttpRequest::SetHead(QZString* head)
 {
-    // A copy: the text may be one of the message's own, all of which change while it is read.
-    const text::Temporary copy(QZStringFactory::CreateString(head));
-    ReadHead(copy.Get());
+    http::SetHead(head, [this](QZString* copy) { ReadHead(copy); });
 }
 
 void QZHttpRequest::ReadHead(QZString* head)
 {
-    try
-    {
-        Parse(head);
-    }
-    catch (QZException* e)
-    {
-        const Text text(head);
-        QZTrace(e, kClass, QZ_W("SetHead")).Argument(QZ_W("QZString*"), text.units, text.count * 2);
-        throw;
-    }
+    http::TraceSetHead(kClass, head, [this](QZString* text) { Parse(text); });
 }
 
 void QZHttpRequest::Parse(QZString* head)
@@ -147,24 +125,18 @@ void QZHttpRequest::Parse(QZString* head)
     const bool proxy = word.Is(QZ_W("PROXY"));
     if (proxy)
     {
-        // "PROXY", the family, and then the source address.
+        // The line holds "PROXY", the address family, and then the source address.
         if (!words.Next(&word) || !words.Next(&forwarded) || !lines.Next(&line)) throw BadRequest();
         words = Pieces(line, ' ');
         words.Next(&word);
     }
     http::Assign(&m_method, word);
     if (!words.Next(&word)) throw BadRequest();
-    const text::Temporary address(QZStringFactory::CreateString(word.units, word.count * 2));
+    const net::ScopedString address(QZStringFactory::CreateString(word.units, word.count * 2));
     SetUrl(address.Get());
-    // The third word is not looked at: every request is one of HTTP/1.1.
-    QZHttpFactory::Clear(&m_cookies);
-    QZHttpFactory::Clear(&m_headers);
-    while (lines.Next(&line))
-    {
-        line = line.Trimmed();
-        if (line.IsEmpty()) break;
-        ParseLine(line.units, line.count);
-    }
+    // The third word, the version, is ignored: every request counts as HTTP/1.1.
+    http::ReadLines(&lines, &m_headers, &m_cookies,
+                    [this](Text field) { ParseLine(field.units, field.count); });
     if (proxy && !http::HasHeader(&m_headers, QZHttpConstant::HeaderNameXFFString))
         http::SetHeaderValue(&m_headers, QZHttpConstant::HeaderNameXFFString, forwarded);
 }
@@ -172,26 +144,15 @@ void QZHttpRequest::Parse(QZString* head)
 void QZHttpRequest::ParseLine(const QZWChar* units, QZInt64 count)
 {
     const Text line(units, count);
-    if (!line.StartsWith("cookie:")) return http::AddHeader(&m_headers, line);
-    Pieces pieces(line.From(7), ';');
+    constexpr std::string_view kCookie = "cookie:";
+    if (!line.StartsWith(kCookie)) return http::AddHeader(&m_headers, line);
+    Pieces pieces(line.From(static_cast<QZInt64>(kCookie.size())), ';');
     Text piece(nullptr, 0);
     while (pieces.Next(&piece)) http::AddCookie(&m_cookies, piece, false);
 }
 
-QZString* QZHttpRequest::GetHead()
-{
-    JsonText head;
-    PutHead(&head, this);
-    return head.ToString();
-}
-
-QZData* QZHttpRequest::ToData()
-{
-    http::SetHeaderValue(&m_headers, QZHttpConstant::HeaderNameContentLengthString, m_content.GetSize());
-    JsonText head;
-    PutHead(&head, this);
-    return http::ToBytes(head, &m_content);
-}
+QZString* QZHttpRequest::GetHead() { return http::HeadToString(this, AppendHead); }
+QZData* QZHttpRequest::ToData() { return http::MessageToData(this, AppendHead); }
 
 QZString* QZHttpRequest::GetVersion() { return &m_version; }
 QZUrl* QZHttpRequest::GetUrl() { return &m_url; }
@@ -230,3 +191,21 @@ void QZHttpRequest::Recycle(QZIPAddress** address)
 
 QZObject* QZHttpRequest::NewObject() { return new QZHttpRequest(); }
 void QZHttpRequest::DeleteObject(QZObject* request) { delete request; }
+
+// ---- The factory's part for requests
+
+QZHttpRequest* QZHttpFactory::CreateRequest() { return QZTake<QZHttpRequest>(m_requestCache); }
+
+QZHttpRequest* QZHttpFactory::CreateRequest(QZData* data)
+{
+    return http::Filled<QZHttpFactory>(CreateRequest(), data, QZ_W("CreateRequest"),
+                                       [=](QZHttpRequest* request) { request->Set(data); });
+}
+
+void QZHttpFactory::Recycle(QZHttpRequest** request)
+{
+    if (!http::IsThere(request)) return;
+    // The lock is not tested before the request is emptied; the cache tests it.
+    (*request)->Reset();
+    http::PutBack(m_requestCache, request);
+}

@@ -1,6 +1,7 @@
-#ifndef QZLIB_NET_NET_HTTP_REQUEST_H
-#define QZLIB_NET_NET_HTTP_REQUEST_H
+#ifndef QZLIB_NET_HTTP_REQUEST_H
+#define QZLIB_NET_HTTP_REQUEST_H
 
+#include "fw/fw_named_cache.h"
 #include "fw/fw_string.h"
 #include "net/net_http_context.h"
 #include "net/net_url.h"
@@ -83,5 +84,8 @@ private:
     QZString m_version;
     QZIPAddress m_clientIP;
 };
+
+/// The factory keeps one cache of requests; a host may have its own.
+QZLIB_NAMED_CACHE(QZHttpRequestCache, QZHttpRequest);
 
 #endif

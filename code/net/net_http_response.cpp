@@ -1,10 +1,9 @@
 #include "net/net_http_response.h"
 
-#include "fw/fw_data_factory.h"
-#include "fw/fw_encoding.h"
 #include "fw/internal/fw_number_text.h"
-#include "net/internal/net_http_internal.h"
-#include "net/net_http_constant.h"
+#include "net/internal/net_http_give_back.h"
+#include "net/internal/net_http_head.h"
+#include "net/internal/net_ownership.h"
 
 const QZInt64 QZHttpResponse::Type;
 
@@ -20,31 +19,32 @@ QZHttpException* BadResponse()
     return QZExceptionFactory::CreateHttpException(QZHttpExceptionCode::BadResponseData);
 }
 
-void PutHead(JsonText* head, QZHttpResponse* response)
+/// Appends the whole head.
+void AppendHead(http::HeadBuilder* head, QZHttpResponse* response)
 {
-    http::Put(head, QZ_W("HTTP/1.1 "));
-    http::Put(head, response->GetStatus());
-    http::Put(head, QZ_W("\r\n"));
-    http::PutHeaders(head, response->GetHeaders());
+    head->Append(QZ_W("HTTP/1.1 "));
+    head->Append(response->GetStatus());
+    head->Append(QZ_W("\r\n"));
+    head->AppendHeaders(response->GetHeaders());
     QZHttpCookieCollection* cookies = response->GetCookies();
     const QZInt64 count = cookies->Count();
     for (QZInt64 i = 0; i < count; ++i)
     {
         QZHttpCookie* cookie = cookies->GetElement(i);
-        http::Put(head, QZ_W("Set-Cookie: "));
-        http::Put(head, cookie->GetName());
+        head->Append(QZ_W("Set-Cookie: "));
+        head->Append(cookie->GetName());
         head->Append('=');
-        http::Put(head, cookie->GetValue());
-        // All parts, the empty ones too.
-        http::Put(head, QZ_W("; domain="));
-        http::Put(head, cookie->GetDomain());
-        http::Put(head, QZ_W("; expires="));
-        http::Put(head, cookie->GetExpries());
-        http::Put(head, QZ_W("; path="));
-        http::Put(head, cookie->GetPath());
-        http::Put(head, QZ_W("\r\n"));
+        head->Append(cookie->GetValue());
+        // All parts are written, the empty ones too.
+        head->Append(QZ_W("; domain="));
+        head->Append(cookie->GetDomain());
+        head->Append(QZ_W("; expires="));
+        head->Append(cookie->GetExpries());
+        head->Append(QZ_W("; path="));
+        head->Append(cookie->GetPath());
+        head->Append(QZ_W("\r\n"));
     }
-    http::Put(head, QZ_W("\r\n"));
+    head->Append(QZ_W("\r\n"));
 }
 }  // namespace
 
@@ -60,46 +60,25 @@ QZInt64 QZHttpResponse::GetType() { return 0x8310018; }
 
 void QZHttpResponse::Set(QZData* data)
 {
-    try
-    {
+    http::TraceSet(kClass, data, [=, this] {
         QZHttpContext::Set(data);
-        // The source goes as well: callers find it empty behind every Set.
+        // This empties the source too: callers find it empty after every Set.
         Clear();
         if (data->GetSize() == 0) throw BadResponse();
         const QZInt64 end = data->Find(QZHttpConstant::EmptyLine);
         if (end < 1) return;
-        const auto* bytes = static_cast<const unsigned char*>(data->GetPointer());
-        const text::Temporary head(QZEncoding::GetString(QZEncodingType::UTF8, bytes, end));
-        ReadHead(head.Get());
-        const QZInt64 start = end + QZHttpConstant::EmptyLine->GetSize();
-        m_content.Set(bytes + start, data->GetSize() - start);
-    }
-    catch (QZException* e)
-    {
-        QZTrace(e, kClass, QZ_W("Set")).Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize());
-        throw;
-    }
+        http::ReadMessage(data, end, &m_content, [this](QZString* head) { ReadHead(head); });
+    });
 }
 
 void QZHttpResponse::SetHead(QZString* head)
 {
-    // A copy: the text may be one of the message's own, all of which change while it is read.
-    const text::Temporary copy(QZStringFactory::CreateString(head));
-    ReadHead(copy.Get());
+    http::SetHead(head, [this](QZString* copy) { ReadHead(copy); });
 }
 
 void QZHttpResponse::ReadHead(QZString* head)
 {
-    try
-    {
-        Parse(head);
-    }
-    catch (QZException* e)
-    {
-        const Text text(head);
-        QZTrace(e, kClass, QZ_W("SetHead")).Argument(QZ_W("QZString*"), text.units, text.count * 2);
-        throw;
-    }
+    http::TraceSetHead(kClass, head, [this](QZString* text) { Parse(text); });
 }
 
 void QZHttpResponse::Parse(QZString* head)
@@ -110,16 +89,10 @@ void QZHttpResponse::Parse(QZString* head)
     const QZInt64 blank = line.Find(' ');
     if (blank < 0 || line.From(blank + 1).Find(' ') < 0) throw BadResponse();
     http::Assign(&m_status, line.From(blank + 1));
-    // Every word is followed by a blank, the last one too: readers of the status count on it.
+    // A blank follows every word of the status, the last one too: hosts compare with that text.
     m_status.Append(QZ_W(" "));
-    QZHttpFactory::Clear(&m_cookies);
-    QZHttpFactory::Clear(&m_headers);
-    while (lines.Next(&line))
-    {
-        line = line.Trimmed();
-        if (line.IsEmpty()) break;
-        ParseLine(line.units, line.count);
-    }
+    http::ReadLines(&lines, &m_headers, &m_cookies,
+                    [this](Text field) { ParseLine(field.units, field.count); });
 }
 
 void QZHttpResponse::ParseLine(const QZWChar* units, QZInt64 count)
@@ -127,25 +100,13 @@ void QZHttpResponse::ParseLine(const QZWChar* units, QZInt64 count)
     const Text line(units, count);
     if (!line.Contains(": ")) return;
     if (!line.Contains("Set-Cookie")) return http::AddHeader(&m_headers, line);
-    const text::Temporary text(QZStringFactory::CreateString(units, count * 2));
+    const net::ScopedString text(QZStringFactory::CreateString(units, count * 2));
     text->ReplaceThis(QZ_W("Set-Cookie:"), QZ_W(""));
     http::AddCookie(&m_cookies, text.Get(), true);
 }
 
-QZString* QZHttpResponse::GetHead()
-{
-    JsonText head;
-    PutHead(&head, this);
-    return head.ToString();
-}
-
-QZData* QZHttpResponse::ToData()
-{
-    http::SetHeaderValue(&m_headers, QZHttpConstant::HeaderNameContentLengthString, m_content.GetSize());
-    JsonText head;
-    PutHead(&head, this);
-    return http::ToBytes(head, &m_content);
-}
+QZString* QZHttpResponse::GetHead() { return http::HeadToString(this, AppendHead); }
+QZData* QZHttpResponse::ToData() { return http::MessageToData(this, AppendHead); }
 
 QZString* QZHttpResponse::GetStatus() { return &m_status; }
 void QZHttpResponse::SetStatus(QZString* status) { m_status.Set(status); }
@@ -180,3 +141,21 @@ void QZHttpResponse::Recycle(QZString** text)
 
 QZObject* QZHttpResponse::NewObject() { return new QZHttpResponse(); }
 void QZHttpResponse::DeleteObject(QZObject* response) { delete response; }
+
+// ---- The factory's part for responses
+
+QZHttpResponse* QZHttpFactory::CreateResponse() { return QZTake<QZHttpResponse>(m_responseCache); }
+
+QZHttpResponse* QZHttpFactory::CreateResponse(QZData* data)
+{
+    return http::Filled<QZHttpFactory>(CreateResponse(), data, QZ_W("CreateResponse"),
+                                       [=](QZHttpResponse* response) { response->Set(data); });
+}
+
+void QZHttpFactory::Recycle(QZHttpResponse** response)
+{
+    http::GiveBack(m_responseCache, response, QZ_W("QZHttpResponse**"), [](QZHttpResponse* object) {
+        object->Clear();
+        object->SetHandle(0);
+    });
+}

@@ -1,6 +1,7 @@
-#ifndef QZLIB_NET_NET_HTTP_RESPONSE_H
-#define QZLIB_NET_NET_HTTP_RESPONSE_H
+#ifndef QZLIB_NET_HTTP_RESPONSE_H
+#define QZLIB_NET_HTTP_RESPONSE_H
 
+#include "fw/fw_named_cache.h"
 #include "fw/fw_string.h"
 #include "net/net_http_context.h"
 
@@ -64,5 +65,8 @@ private:
     QZString m_status;
     QZInt64 m_handle = 0;
 };
+
+/// The factory keeps one cache of responses; a host may have its own.
+QZLIB_NAMED_CACHE(QZHttpResponseCache, QZHttpResponse);
 
 #endif

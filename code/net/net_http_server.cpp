@@ -4,8 +4,9 @@
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "net/internal/net_http_internal.h"
+#include "net/internal/net_http_fields.h"
 #include "net/internal/net_mime.h"
+#include "net/internal/net_scoped.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_response.h"
@@ -17,23 +18,7 @@ const QZInt64 QZHttpServer::Type;
 namespace
 {
 
-/// A string of the factory for the time of a scope.
-class ScratchText
-{
-public:
-    ScratchText() : m_text(QZStringFactory::CreateString()) {}
-    explicit ScratchText(QZString* text) : m_text(text) {}
-    ~ScratchText() { QZStringFactory::Recycle(&m_text); }
-    ScratchText(const ScratchText&) = delete;
-    ScratchText& operator=(const ScratchText&) = delete;
-    QZString* operator->() const { return m_text; }
-    QZString* Get() const { return m_text; }
-
-private:
-    QZString* m_text;
-};
-
-/// What differs between the pages.
+/// The parts in which the pages differ.
 struct Page
 {
     const QZWChar* bigStyle;
@@ -48,7 +33,7 @@ struct Page
 constexpr const QZWChar* kBigStyle = QZ_W("font-size:10vw");
 constexpr const QZWChar* kMessageStyle = QZ_W("font-size:3vw");
 
-// Null adds nothing.
+/// Null adds nothing.
 void Add(QZString* page, const QZWChar* text)
 {
     if (text != nullptr) page->Append(text);
@@ -88,7 +73,7 @@ void Write(QZString* out, const Page& page)
 
 QZHttpResponse* Respond(int status, const Page& page)
 {
-    ScratchText text;
+    const net::ScopedString text(QZStringFactory::CreateString());
     Write(text.Get(), page);
     QZHttpResponse* response = QZHttpFactory::CreateResponse();
     response->SetStatus(status);
@@ -99,7 +84,7 @@ QZHttpResponse* Respond(int status, const Page& page)
 QZHttpResponse* StatusPage(int status, const QZWChar* name, const QZWChar* detailName = nullptr,
                            QZString* detail = nullptr)
 {
-    ScratchText code;
+    const net::ScopedString code(QZStringFactory::CreateString());
     code->Append(status);
     return Respond(status,
                    {kBigStyle, kMessageStyle, code->GetPointer(),
@@ -114,7 +99,7 @@ QZHttpResponse* Redirect(int status, QZString* url)
     return response;
 }
 
-// What reading takes, and nobody else is kept from the file.
+// For reading, while others may read and write the file.
 constexpr unsigned int kReadShared =
     QZFileOptions::Read | (QZFileOptions::ShareReadWrite & ~QZFileOptions::Write);
 
@@ -174,7 +159,7 @@ QZHttpResponse* QZHttpServer::ResponseFile(QZString* path)
     if (bytes == nullptr) return nullptr;
     QZHttpResponse* response = QZHttpFactory::CreateResponse();
     response->SetStatus(200);
-    ScratchText extension(QZPath::GetExtension(path));
+    const net::ScopedString extension(QZPath::GetExtension(path));
     if (const mime::FileType* type = mime::Find(extension->GetPointer()))
     {
         response->SetContent(bytes);

@@ -1,16 +1,16 @@
-#ifndef QZLIB_NET_NET_HTTP_SERVER_H
-#define QZLIB_NET_NET_HTTP_SERVER_H
+#ifndef QZLIB_NET_HTTP_SERVER_H
+#define QZLIB_NET_HTTP_SERVER_H
 
 #include "fw/fw_object.h"
 
 class QZHttpResponse;
 class QZString;
 
-/// Ready-made responses for an application's CreatePage: status pages, redirects, files.
+/// Ready-made responses for CreatePage of a host: status pages, redirects, files.
 ///
-/// Each operation makes a new response, which is the caller's until it is given back to QZHttpFactory; an
-/// engine that gets one from CreatePage does that. `name` is the server's name at the foot of the page; null
-/// texts add nothing. Any thread.
+/// Each operation makes a new response. The caller gives it back to QZHttpFactory; an engine does that with a
+/// response from CreatePage. `name` is the name of the server at the foot of the page. A null text adds
+/// nothing. Any thread may call.
 class QZ_API QZHttpServer : public QZObject
 {
 public:
@@ -28,16 +28,17 @@ public:
     static QZHttpResponse* Page401(const QZWChar* name);
     static QZHttpResponse* Page403(const QZWChar* name);
     static QZHttpResponse* Page404(const QZWChar* name);
-    /// With "RequestPath:" and the path, which goes in as it stands.
+    /// With "RequestPath:" and the path, which is not escaped.
     static QZHttpResponse* Page404(const QZWChar* name, QZString* path);
     static QZHttpResponse* Page405(const QZWChar* name);
     static QZHttpResponse* Page431(const QZWChar* name);
-    /// With the message, which goes in as it stands.
+    /// With the message, which is not escaped.
     static QZHttpResponse* Page500(const QZWChar* name, QZString* message);
 
-    /// 200 with the whole file, cacheable for an hour; its type follows from the extension, and a file of an
-    /// extension that is not served has neither type nor body. Null for a file that is not there or cannot be
-    /// read. The path goes to the system as it stands: keeping it inside a folder is the caller's task.
+    /// 200 with the whole file, cacheable for an hour. The extension determines the content type; a file with
+    /// an extension that is not served gives neither type nor body. Null for a file that does not exist or
+    /// cannot be read. The path is used as it is: the caller has to make sure that it stays inside its
+    /// folder.
     static QZHttpResponse* ResponseFile(QZString* path);
 };
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_HTTP_SITE_H
-#define QZLIB_NET_NET_HTTP_SITE_H
+#ifndef QZLIB_NET_HTTP_SITE_H
+#define QZLIB_NET_HTTP_SITE_H
 
 #include "fw/fw_keyed.h"
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_JSON_H
-#define QZLIB_NET_NET_JSON_H
+#ifndef QZLIB_NET_JSON_H
+#define QZLIB_NET_JSON_H
 
 #include <atomic>
 #include <concepts>
@@ -7,6 +7,7 @@
 #include <string>
 
 #include "fw/fw_container.h"
+#include "fw/fw_named_cache.h"
 #include "fw/fw_object.h"
 
 class JsonAttributes;
@@ -322,8 +323,13 @@ private:
     static QZObjectCache* m_collectionCache;
 };
 
-/// Start and end, called by QZLibInit and QZLibDispose. Not exported.
-void QZJsonFactoryInit();
-void QZJsonFactoryEnd();
+// The factory keeps one cache of each class of value; a host may have its own.
+QZLIB_NAMED_CACHE(QZJsonValueCache, QZJsonValue);
+QZLIB_NAMED_CACHE(QZJsonDecimalCache, QZJsonDecimal);
+QZLIB_NAMED_CACHE(QZJsonBoolCache, QZJsonBool);
+QZLIB_NAMED_CACHE(QZJsonObjectCache, QZJsonObject);
+QZLIB_NAMED_CACHE(QZJsonNullCache, QZJsonNull);
+QZLIB_NAMED_CACHE(QZJsonStringCache, QZJsonString);
+QZLIB_NAMED_CACHE(QZJsonValueCollectionCache, QZJsonValueCollection);
 
 #endif

@@ -11,8 +11,8 @@
 #include "fw/internal/fw_number_text.h"
 #include "fw/internal/fw_status.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_json_internal.h"
-#include "net/net_json_cache.h"
+#include "net/internal/net_json_access.h"
+#include "net/internal/net_scoped.h"
 
 QZCriticalSection* QZJsonFactory::m_section = nullptr;
 QZObjectCache* QZJsonFactory::m_valueCache = nullptr;
@@ -27,7 +27,7 @@ namespace
 {
 [[maybe_unused]] const bool kCollected = QZCollectInstall(QZCollector::Json, QZJsonFactory::Collect);
 
-/// Fills a value fresh out of its cache. When that fails the value goes back.
+/// Fills a new value. When that fails, the value goes back to its cache.
 template <typename T, typename Fill>
 T* Filled(T* value, Fill fill)
 {
@@ -43,7 +43,7 @@ T* Filled(T* value, Fill fill)
     return value;
 }
 
-/// The faces of Recycle for the value classes.
+/// Recycle for the single value classes.
 template <typename T>
 void RecycleAs(T** variable)
 {
@@ -106,8 +106,6 @@ QZJsonString* QZJsonFactory::CreateString(QZString* text)
     return Filled(QZTake<QZJsonString>(m_stringCache), [=](QZJsonValue* value) { value->Val()->Set(text); });
 }
 
-QZJsonString* QZJsonAccess::NewString() { return QZTake<QZJsonString>(QZJsonFactory::m_stringCache); }
-
 QZJsonObject* QZJsonFactory::CreateObject() { return QZTake<QZJsonObject>(m_objectCache); }
 QZJsonNull* QZJsonFactory::CreateNull() { return QZTake<QZJsonNull>(m_nullCache); }
 
@@ -118,25 +116,15 @@ QZJsonValueCollection* QZJsonFactory::CreateValueCollection()
 
 QZJsonValue* QZJsonFactory::Clone(QZJsonValue* value)
 {
-    QZString* text = SerializeObject(value);
-    try
-    {
-        QZJsonValue* copy = DeserializeObject(text);
-        QZStringFactory::Recycle(&text);
-        return copy;
-    }
-    catch (QZException*)
-    {
-        QZStringFactory::Recycle(&text);
-        throw;
-    }
+    const net::ScopedString text(SerializeObject(value));
+    return DeserializeObject(text.Get());
 }
 
 void QZJsonFactory::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
 
 void QZJsonFactory::Recycle(QZDataTable** table)
 {
-    if (!*table)
+    if (*table == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -167,7 +155,7 @@ QZObjectCache* QZJsonFactory::CacheOf(QZJsonValue* value)
 void QZJsonFactory::GiveBack(QZJsonValue* value)
 {
     QZObjectCache* cache = CacheOf(value);
-    // A locked value is refused by its cache and keeps its text.
+    // The cache refuses a locked value, which keeps its text.
     if (value->IsDisposable()) QZJsonAccess::ClearText(value);
     QZObject* object = value;
     cache->In(&object);
@@ -175,7 +163,7 @@ void QZJsonFactory::GiveBack(QZJsonValue* value)
 
 void QZJsonFactory::Recycle(QZJsonValue** value)
 {
-    if (!*value)
+    if (*value == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -186,18 +174,18 @@ void QZJsonFactory::Recycle(QZJsonValue** value)
         *value = nullptr;
         return;
     }
-    // Innermost first, and without recursion: a tree may be as deep as its text was long.
+    // Innermost values go first. There is no recursion, because a tree may be as deep as its text was long.
     std::vector<QZJsonValue*> open{*value};
     while (!open.empty())
     {
         QZJsonValue* inner = QZJsonAccess::TakeLast(open.back());
-        if (inner && IsContainer(inner))
+        if (inner != nullptr && IsContainer(inner))
         {
             open.push_back(inner);
             continue;
         }
-        GiveBack(inner ? inner : open.back());
-        if (!inner) open.pop_back();
+        GiveBack(inner != nullptr ? inner : open.back());
+        if (inner == nullptr) open.pop_back();
     }
     *value = nullptr;
 }
@@ -211,18 +199,17 @@ void QZJsonFactory::Recycle(QZJsonValueCollection** value) { RecycleAs(value); }
 
 void QZJsonFactory::Collect(QZBool partial)
 {
-    if (!m_section) return;
-    // One collection at a time: two at once would halve each other's low marks.
-    m_section->Lock();
+    if (m_section == nullptr) return;
+    // Only one thread collects at a time: two threads would halve each other's low marks.
+    const QZCriticalGuard guard(m_section);
     for (QZObjectCache* cache : {m_valueCache, m_decimalCache, m_boolCache, m_objectCache, m_nullCache,
                                  m_stringCache, m_collectionCache})
         cache->Collect(partial);
-    m_section->Unlock();
 }
 
 QZInt64 QZJsonFactory::GetMemorySize()
 {
-    if (!m_section) return 0;
+    if (m_section == nullptr) return 0;
     QZInt64 sum = 0;
     for (QZObjectCache* cache : {m_valueCache, m_decimalCache, m_boolCache, m_objectCache, m_nullCache,
                                  m_stringCache, m_collectionCache})
@@ -233,6 +220,7 @@ QZInt64 QZJsonFactory::GetMemorySize()
 QZJsonObject* QZJsonFactory::GetStatus()
 {
     QZJsonObject* status = CreateObject();
+    // Each figure is read just before its own number is taken from a cache, and hosts see that.
     auto add = [status](const QZWChar* name, QZObjectCache* cache) {
         QZJsonAccess::SetAttr(status, name, CreateDecimal(static_cast<double>(cache->Count())));
     };
@@ -244,30 +232,4 @@ QZJsonObject* QZJsonFactory::GetStatus()
     add(QZ_W("JsonNullCache"), m_nullCache);
     add(QZ_W("JsonValueCollectionCache"), m_collectionCache);
     return status;
-}
-
-void QZJsonFactoryInit()
-{
-    using F = QZJsonFactory;
-    if (F::m_section) return;
-    F::m_section = new QZCriticalSection();
-    F::m_valueCache = new QZJsonValueCache(-1, -1);
-    F::m_decimalCache = new QZJsonDecimalCache(-1, -1);
-    F::m_boolCache = new QZJsonBoolCache(-1, -1);
-    F::m_objectCache = new QZJsonObjectCache(-1, -1);
-    F::m_nullCache = new QZJsonNullCache(-1, -1);
-    F::m_stringCache = new QZJsonStringCache(-1, -1);
-    F::m_collectionCache = new QZJsonValueCollectionCache(-1, -1);
-}
-
-void QZJsonFactoryEnd()
-{
-    using F = QZJsonFactory;
-    if (!F::m_section) return;
-    F::Collect(0);
-    for (QZObjectCache** cache : {&F::m_valueCache, &F::m_decimalCache, &F::m_boolCache, &F::m_objectCache,
-                                  &F::m_nullCache, &F::m_stringCache, &F::m_collectionCache})
-        QZEndCache(cache);
-    delete F::m_section;
-    F::m_section = nullptr;
 }

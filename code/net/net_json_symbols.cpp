@@ -1,8 +1,9 @@
+#include "net/internal/net_json_symbols.h"
+
 #include <algorithm>
 #include <array>
 
 #include "fw/fw_data_factory.h"
-#include "net/internal/net_json_parser.h"
 
 namespace
 {
@@ -19,8 +20,9 @@ constexpr std::array<bool, 128> kSymbols = MakeTable();
 
 bool IsSymbol(QZWChar unit) { return unit < kSymbols.size() && kSymbols[static_cast<std::size_t>(unit)]; }
 
-/// Watches the order of quotation marks, and nothing else: a comma anywhere in the text switches it off for
-/// good, and symbols inside strings count like all others. Texts that are read today rely on all of that.
+/// Finds a string that directly follows a string. It only sees quotation marks, commas, colons and opening
+/// braces, also those inside strings, and after the first comma of the text it finds nothing more. Texts that
+/// are read today rely on all of that.
 class QuotationWatch
 {
 public:
@@ -28,7 +30,7 @@ public:
     void Colon() { m_colon = true; }
     void Brace() { m_state = kAfterBrace; }
 
-    /// False for a string that follows a string with nothing between them.
+    /// False for a string that directly follows a string.
     bool Quotation()
     {
         if (m_state == kClosedString)
@@ -54,17 +56,17 @@ private:
 };
 }  // namespace
 
-QZJsonSymbalPair::QZJsonSymbalPair()
+JsonSymbols::JsonSymbols()
     : m_indexes(QZDataFactory::CreateCollection()), m_closings(QZDataFactory::CreateCollection())
 {}
 
-QZJsonSymbalPair::~QZJsonSymbalPair()
+JsonSymbols::~JsonSymbols()
 {
     QZDataFactory::Recycle(&m_indexes);
     QZDataFactory::Recycle(&m_closings);
 }
 
-void QZJsonSymbalPair::Reserve(QZInt64 capacity)
+void JsonSymbols::Reserve(QZInt64 capacity)
 {
     m_indexes->NewLength(capacity);
     m_closings->NewLength(capacity);
@@ -73,10 +75,10 @@ void QZJsonSymbalPair::Reserve(QZInt64 capacity)
     m_closingWords = m_closings->GetPointer() + 1;
 }
 
-QZInt64 QZJsonSymbalPair::Scan(const QZWChar* text, QZInt64 length)
+QZInt64 JsonSymbols::Scan(const QZWChar* text, QZInt64 length)
 {
     QuotationWatch watch;
-    // Brackets still open are chained through their closing words, innermost first.
+    // Open brackets form a chain through their closing words, innermost first.
     QZInt64 open = kNone;
     for (QZInt64 i = 0; i < length; ++i)
     {

@@ -1,3 +1,5 @@
+// Conversion of tables to JSON and back.
+
 #include "fw/fw_convert.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_data_type.h"
@@ -5,13 +7,12 @@
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_json_internal.h"
-
-// Tables to JSON and back.
+#include "net/internal/net_json_access.h"
+#include "net/internal/net_scoped.h"
 
 namespace
 {
-/// The column type that a value asks for; 0 when it asks for no column.
+/// The column type of a value; 0 when the value makes no column.
 QZInt64 ColumnTypeOf(QZJsonValue* value)
 {
     switch (value->GetType())
@@ -24,7 +25,7 @@ QZInt64 ColumnTypeOf(QZJsonValue* value)
     }
 }
 
-/// Null, arrays and objects have no text that an element could hold.
+/// False for null, arrays and objects, whose text no element can hold.
 bool HasText(QZJsonValue* value)
 {
     const QZInt64 type = value->GetType();
@@ -48,14 +49,14 @@ QZJsonObject* ObjectOf(QZObject* item)
     throw exception;
 }
 
-/// All columns before the first row: a table with rows takes no more of them.
+/// Adds all columns. This comes before the first row, because a table with rows takes no more columns.
 void AddColumns(QZDataTable* table, QZJsonValueCollection* values)
 {
     QZInt64 row = 0;
-    for (QZObject* item = values->GetFirst(); item; item = item->LinkNext(), ++row)
+    for (QZObject* item = values->GetFirst(); item != nullptr; item = item->LinkNext(), ++row)
     {
         QZJsonObject* object = ObjectOf(item);
-        if (!object) ThrowFormat(QZ_W(" Item is not QZJsonObject at row index "), row);
+        if (object == nullptr) ThrowFormat(QZ_W(" Item is not QZJsonObject at row index "), row);
         const QZInt64 count = object->AttrCount();
         for (QZInt64 i = 0; i < count; ++i)
         {
@@ -69,46 +70,32 @@ void AddColumns(QZDataTable* table, QZJsonValueCollection* values)
 /// The value of one element; null for an empty one.
 QZJsonValue* ValueOf(QZData* element, QZInt64 type)
 {
-    if (!element) return QZJsonFactory::CreateNull();
-    QZString* text = QZConvert::DataToText(element, type);
-    try
+    if (element == nullptr) return QZJsonFactory::CreateNull();
+    const net::ScopedString text(QZConvert::DataToText(element, type));
+    switch (type)
     {
-        QZJsonValue* value;
-        switch (type)
-        {
-            case QZDataType::BOOL: value = QZJsonFactory::CreateBool(text->Equals(QZ_W("true"), 1)); break;
-            case QZDataType::INT8:
-            case QZDataType::INT16:
-            case QZDataType::INT32:
-            case QZDataType::INT64:
-            case QZDataType::TIMESTAMP:
-            case QZDataType::BYTE:
-                value = QZJsonFactory::CreateDecimal(static_cast<double>(QZConvert::StringToInt64(text)));
-                break;
-            case QZDataType::DOUBLE:
-            case QZDataType::FLOAT:
-                value = QZJsonFactory::CreateDecimal(QZConvert::StringToDouble(text));
-                break;
-            default: value = QZJsonFactory::CreateString(text); break;
-        }
-        QZStringFactory::Recycle(&text);
-        return value;
-    }
-    catch (QZException*)
-    {
-        QZStringFactory::Recycle(&text);
-        throw;
+        case QZDataType::BOOL: return QZJsonFactory::CreateBool(text->Equals(QZ_W("true"), 1));
+        case QZDataType::INT8:
+        case QZDataType::INT16:
+        case QZDataType::INT32:
+        case QZDataType::INT64:
+        case QZDataType::TIMESTAMP:
+        case QZDataType::BYTE:
+            return QZJsonFactory::CreateDecimal(static_cast<double>(QZConvert::StringToInt64(text.Get())));
+        case QZDataType::DOUBLE:
+        case QZDataType::FLOAT: return QZJsonFactory::CreateDecimal(QZConvert::StringToDouble(text.Get()));
+        default: return QZJsonFactory::CreateString(text.Get());
     }
 }
 }  // namespace
 
 void QZJsonFactory::Json2DataTable(QZDataTable* table, QZJsonValueCollection* values)
 {
-    for (QZObject* item = values->GetFirst(); item; item = item->LinkNext())
+    for (QZObject* item = values->GetFirst(); item != nullptr; item = item->LinkNext())
     {
         QZDataRow* row = table->Rows->NewRow();
         QZJsonObject* object = ObjectOf(item);
-        const QZInt64 count = object ? object->AttrCount() : 0;
+        const QZInt64 count = object != nullptr ? object->AttrCount() : 0;
         for (QZInt64 i = 0; i < count; ++i)
         {
             QZJsonValue* value = object->GetAttrValue(i);
@@ -120,9 +107,9 @@ void QZJsonFactory::Json2DataTable(QZDataTable* table, QZJsonValueCollection* va
 
 QZDataTable* QZJsonFactory::Json2DataTable(QZJsonValueCollection* values)
 {
-    // Hosts pass on what they read without a look at its class, so it is asked as a plain object.
+    // Hosts pass on values without testing their class, so the type is asked of a plain object.
     auto* object = static_cast<QZObject*>(static_cast<void*>(values));
-    if (!object || object->GetType() != QZJsonValueCollection::Type)
+    if (object == nullptr || object->GetType() != QZJsonValueCollection::Type)
         ThrowFormat(QZ_W(" Argument is not QZJsonValueCollection"), -1);
     QZDataTable* table = new QZDataTable();
     try

@@ -1,12 +1,14 @@
 #include "net/internal/net_mime.h"
 
+#include "net/internal/net_characters.h"
+
 namespace mime
 {
 
 namespace
 {
 
-// The table is also the list of what may be served.
+// The table is also the list of extensions that are served.
 constexpr FileType kTypes[] = {
     {QZ_W("png"), QZ_W("image/png")},
     {QZ_W("gif"), QZ_W("image/gif")},
@@ -32,14 +34,10 @@ constexpr FileType kTypes[] = {
     {QZ_W("obj"), nullptr},
 };
 
-QZWChar Lower(QZWChar unit)
-{
-    return unit >= QZWChar('A') && unit <= QZWChar('Z') ? static_cast<QZWChar>(unit + ('a' - 'A')) : unit;
-}
-
+/// Equality of a lower-case text with another one, whose case does not count.
 bool Equals(const QZWChar* lower, const QZWChar* text)
 {
-    while (*lower != 0 && *lower == Lower(*text)) ++lower, ++text;
+    while (*lower != 0 && *lower == net::Lower(*text)) ++lower, ++text;
     return *lower == 0 && *text == 0;
 }
 

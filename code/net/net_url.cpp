@@ -9,7 +9,8 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/internal/fw_trace.h"
+#include "net/internal/net_characters.h"
+#include "net/internal/net_scoped.h"
 
 const QZInt64 QZUrl::Type;
 
@@ -26,26 +27,7 @@ void ClearParams(QZKeyValueCollection* params)
     }
 }
 
-/// A string out of the factory for the time of a scope.
-class Scratch
-{
-public:
-    explicit Scratch(QZString* text) : m_text(text) {}
-    ~Scratch()
-    {
-        if (m_text) QZStringFactory::Recycle(&m_text);
-    }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    QZString* Get() const { return m_text; }
-    QZString* operator->() const { return m_text; }
-
-private:
-    QZString* m_text;
-};
-
-/// Pieces of a string for the time of a scope.
+/// The pieces of a string, which go back to the factory at the end of the scope.
 class Pieces
 {
 public:
@@ -63,7 +45,7 @@ private:
 
 bool IsPlain(unsigned byte)
 {
-    if ((byte | 32) - 'a' < 26u || byte - '0' < 10u) return true;
+    if (net::IsLetter(byte) || net::IsDigit(byte)) return true;
     switch (byte)
     {
         case '!':
@@ -76,16 +58,10 @@ bool IsPlain(unsigned byte)
         default: return false;
     }
 }
-
-bool IsHexDigit(QZWChar unit)
-{
-    const auto u = static_cast<unsigned>(unit);
-    return u - '0' < 10u || (u | 32) - 'a' < 6u;
-}
 }  // namespace
 
-/// The strings, locked with the object id of the URL that made them, and the parameters. URLs copied by value
-/// share them.
+/// The strings and the parameters of a URL. Copies of a URL share them. The strings are locked with the
+/// object id of the first of these URLs.
 struct QZUrl::Parts
 {
     explicit Parts(QZUInt64 id) : owner(id)
@@ -170,7 +146,7 @@ void QZUrl::Init()
     const QZWChar* text = url->GetPointer();
     const QZInt64 length = url->GetLength();
 
-    // Any other start keeps the protocol of the text before.
+    // A text with another beginning keeps the protocol of the previous text.
     QZInt64 skip = 0;
     if (url->StartsWith(QZ_W("http://"), 1))
     {
@@ -212,7 +188,7 @@ void QZUrl::Init()
     ClearParams(GetParam());
     if (queryEnd > query)
     {
-        Scratch params(QZStringFactory::CreateString(text + query, (queryEnd - query) * 2));
+        const net::ScopedString params(QZStringFactory::CreateString(text + query, (queryEnd - query) * 2));
         ParseParam(params.Get(), GetParam());
     }
 }
@@ -223,7 +199,7 @@ void QZUrl::SetHost(const QZWChar* text, QZInt64 count)
     while (colon < count && text[colon] != ':') ++colon;
     m_parts->host.Set(text, colon * 2);
     if (colon == count) return;
-    Scratch port(QZStringFactory::CreateString(text + colon + 1, (count - colon - 1) * 2));
+    const net::ScopedString port(QZStringFactory::CreateString(text + colon + 1, (count - colon - 1) * 2));
     m_port = static_cast<QZUInt16>(QZConvert::StringToInt32(port.Get()));
 }
 
@@ -236,7 +212,7 @@ void QZUrl::ParseParam(QZString* query, QZKeyValueCollection* params)
         if (parts.Count() < 2) continue;
         parts[0]->TrimThis();
         parts[1]->TrimThis();
-        // Of equal keys the first one counts, and of "a=b=c" the "b".
+        // The first of equal keys counts, and the value of "a=b=c" is "b".
         if (QZString::IsNullOrEmpty(parts[0]) || params->IsExists(parts[0])) continue;
         params->Add(parts[0], QZStringFactory::CreateString(parts[1]));
     }
@@ -250,8 +226,8 @@ QZString* QZUrl::Encode(QZString* text)
         QZData* bytes = QZEncoding::GetData(QZEncodingType::UTF8, text);
         const auto* p = static_cast<const unsigned char*>(static_cast<const void*>(bytes->GetPointer()));
         const QZInt64 size = bytes->GetSize();
-        // The digits of an escape stay here for the next one: a byte below 16 has one digit, and the second
-        // one shown is that of the escape before, or none where there was none.
+        // A byte below 16 sets only the first digit. The second digit is then that of the previous escape, or
+        // missing when there was none.
         QZWChar digits[3] = {0, 0, 0};
         for (QZInt64 i = 0; i < size; ++i)
         {
@@ -279,14 +255,14 @@ QZString* QZUrl::Encode(QZString* text)
 QZString* QZUrl::Decode(QZString* text)
 {
     std::vector<unsigned char> bytes;
-    const QZWChar* units = text ? text->GetPointer() : nullptr;
-    const QZInt64 length = text ? text->GetLength() : 0;
+    const QZWChar* units = text != nullptr ? text->GetPointer() : nullptr;
+    const QZInt64 length = text != nullptr ? text->GetLength() : 0;
     for (QZInt64 i = 0; i < length; ++i)
     {
         if (units[i] == '%')
         {
-            // A string has its terminator behind the last unit, which is no digit.
-            if (IsHexDigit(units[i + 1]) && IsHexDigit(units[i + 2]))
+            // After the last unit stands the terminator of the string, which is no digit.
+            if (net::IsHexDigit(units[i + 1]) && net::IsHexDigit(units[i + 2]))
                 bytes.push_back(static_cast<unsigned char>(QZConvert::StringToUInt64Hex(units + i + 1, 2)));
             i += 2;
         }

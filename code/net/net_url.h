@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_URL_H
-#define QZLIB_NET_NET_URL_H
+#ifndef QZLIB_NET_URL_H
+#define QZLIB_NET_URL_H
 
 #include <memory>
 

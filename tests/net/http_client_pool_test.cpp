@@ -2,7 +2,7 @@
 
 #include "net/http_script.h"
 #include "net/http_support.h"
-#include "net/internal/net_http_internal.h"
+#include "net/internal/net_http_fields.h"
 #include "net/net_http_client.h"
 #include "os/os_ip_address.h"
 #include "os/os_socket_client.h"

@@ -1,7 +1,6 @@
 #include "fw/fw_library.h"
 #include "net/http_support.h"
-#include "net/internal/net_http_internal.h"
-#include "net/net_http_cache.h"
+#include "net/internal/net_http_fields.h"
 #include "net/net_json.h"
 #include "support/qz_hooks.h"
 

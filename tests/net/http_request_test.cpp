@@ -1,5 +1,5 @@
 #include "net/http_support.h"
-#include "net/internal/net_http_internal.h"
+#include "net/internal/net_http_fields.h"
 
 namespace
 {

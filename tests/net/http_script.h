@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "net/internal/net_http_exchange.h"
+#include "net/internal/net_http_retry.h"
 #include "sys/internal/sys_socket.h"
 #include "sys/internal/sys_thread.h"
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "net/net_json_cache.h"
+#include "net/net_json.h"
 
 // A cache of JSON values that a host creates itself.
 TEST(JsonCache, ReturnedValueIsReused)

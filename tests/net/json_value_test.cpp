@@ -7,7 +7,7 @@
 #include "fw/fw_library.h"
 #include "fw/fw_table.h"
 #include "json_support.h"
-#include "net/internal/net_json_internal.h"
+#include "net/internal/net_json_access.h"
 
 using qztest::ParseAs;
 using qztest::Taken;

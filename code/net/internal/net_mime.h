@@ -1,15 +1,15 @@
-#ifndef QZLIB_NET_NET_MIME_H
-#define QZLIB_NET_NET_MIME_H
+#ifndef QZLIB_NET_MIME_H
+#define QZLIB_NET_MIME_H
 
 #include "sys/sys_types.h"
 
-/// What a file's extension says about serving it. Internal.
+/// Content types by file extension. Internal.
 namespace mime
 {
 struct FileType
 {
     const QZWChar* extension;
-    /// Null for files that go out without a content type.
+    /// Null for files that are sent without a content type.
     const QZWChar* contentType;
 };
 

@@ -14,20 +14,27 @@ namespace os
 /// at most one receive is outstanding; its completion reaches one waiter, with the bytes and the key. A peer
 /// that has ended its stream completes with 0 bytes, a connection that broke fails with its key.
 
+// The layout of a receive block, in bytes: the platform's part at the front, where the received bytes begin,
+// how many there is room for, and the size of the whole block.
+inline constexpr std::size_t kPortSystemSize = 32;
+inline constexpr std::size_t kPortDataOffset = 60;
+inline constexpr std::size_t kPortDataSize = 131072;
+inline constexpr std::size_t kPortBlockSize = 131136;
+
 /// One receive: the buffer and what the platform keeps beside it. The layout is that of the Windows calls;
 /// Offset belongs to the owner. Zero it before the first use, then set Length and Buffer.
 struct PortBlock
 {
-    unsigned char System[32];
+    unsigned char System[kPortSystemSize];
     QZUInt32 Length;  ///< bytes that Buffer takes
     void* Buffer;
     QZUInt32 Received;  ///< the platform's note
     QZUInt32 Offset;
     QZUInt32 Flags;
-    unsigned char Data[131072];
+    unsigned char Data[kPortDataSize];
 };
 
-static_assert(sizeof(PortBlock) == 131136 && offsetof(PortBlock, Data) == 60);
+static_assert(sizeof(PortBlock) == kPortBlockSize && offsetof(PortBlock, Data) == kPortDataOffset);
 
 struct PortCompletion
 {

@@ -1,4 +1,6 @@
-#include "net/internal/net_json_parser.h"
+// Reading JSON text. The first pass (JsonSymbols) finds the symbols of the whole text; then the values are
+// read from symbol to symbol. Open arrays and objects lie on the reader's own stack, so a text may be nested
+// to any depth.
 
 #include <algorithm>
 #include <memory>
@@ -7,21 +9,16 @@
 #include "fw/fw_string.h"
 #include "fw/internal/fw_number_text.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_json_internal.h"
-
-// Reading. A first look finds the symbols of the whole text; then the values are read from symbol to symbol.
-// Nested arrays and objects go on a stack of this reader's own, so that a text may be nested to any depth.
+#include "net/internal/net_characters.h"
+#include "net/internal/net_json_access.h"
+#include "net/internal/net_json_symbols.h"
 
 namespace
 {
-bool IsWhite(QZWChar unit) { return unit == ' ' || (unit >= 9 && unit <= 13) || unit == 0; }
+using net::IsDigit;
+using net::IsWhiteSpace;
+
 bool IsBlank(QZWChar unit) { return unit == ' ' || unit == '\t' || unit == '\r' || unit == '\n'; }
-bool IsDigit(QZWChar unit) { return unit >= '0' && unit <= '9'; }
-unsigned Fold(QZWChar unit)
-{
-    const auto u = static_cast<unsigned>(unit);
-    return u - 'A' < 26u ? u + 32 : u;
-}
 
 QZTrace<QZJsonException> Failure(QZInt64 code)
 {
@@ -39,12 +36,12 @@ QZTrace<QZJsonException> Failure(QZInt64 code)
 
 [[noreturn]] void Throw(QZInt64 code) { throw Failure(code).Exception(); }
 
-/// The names of one large object while it is read: finds a name as the dictionary's own walk would, without
-/// the walk.
+/// A hash table of the names of one large object while it is read. It finds the same name as
+/// JsonAttributes::Find, which compares all names.
 class NameIndex
 {
 public:
-    /// Objects below this size are walked.
+    /// Smaller objects use JsonAttributes::Find.
     static constexpr QZInt64 kWorthwhile = 16;
 
     explicit NameIndex(const JsonAttributes* names) : m_names(names)
@@ -61,7 +58,7 @@ public:
         }
     }
 
-    /// Takes in the name at the index; names come in order.
+    /// Adds the name at the index; names are added in the order of their indexes.
     void Add(QZInt64 index)
     {
         if (static_cast<std::size_t>(index) * 2 >= m_slots.size()) Grow(index);
@@ -84,8 +81,9 @@ private:
 
     static std::size_t Hash(JsonView name)
     {
+        // FNV-1a of the lower-case units.
         QZUInt64 hash = 14695981039346656037ull;
-        for (const QZWChar unit : name) hash = (hash ^ Fold(unit)) * 1099511628211ull;
+        for (const QZWChar unit : name) hash = (hash ^ net::Lower(unit)) * 1099511628211ull;
         return static_cast<std::size_t>(hash ^ (hash >> 32));
     }
 
@@ -93,7 +91,7 @@ private:
     std::vector<QZInt64> m_slots;
 };
 
-/// Units of the text from `begin` up to, and with, `end`.
+/// Units of the text from `begin` to `end`, both included.
 struct Stretch
 {
     QZInt64 begin;
@@ -107,8 +105,8 @@ public:
 
     ~Reader()
     {
-        // Of a text that fails nothing comes back to the caches; what was made is destroyed.
-        if (m_value) QZJsonAccess::Discard(m_value);
+        // When the text cannot be read, the values made so far are deleted; none goes back to a cache.
+        if (m_value != nullptr) QZJsonAccess::Discard(m_value);
         for (Level& level : m_levels) QZJsonAccess::Discard(level.value);
     }
     Reader(const Reader&) = delete;
@@ -121,15 +119,15 @@ public:
         const QZInt64 root = m_symbols.LastPair();
         if (root < 0)
         {
-            // The pair to read is taken out of an empty collection, and that is what callers are told.
+            // Hosts get the exception of Pop on an empty collection for a text without a pair.
             QZCollection().Pop();
         }
         ReadValue({m_symbols.Index(root), m_symbols.Index(m_symbols.ClosingOf(root))}, root);
         while (!m_levels.empty())
         {
-            if (m_value)
+            if (m_value != nullptr)
                 Attach();
-            else if (m_levels.back().object)
+            else if (m_levels.back().object != nullptr)
                 StepObject();
             else
                 StepArray();
@@ -141,17 +139,17 @@ public:
     }
 
 private:
-    /// An array or object that is being read.
+    /// An array or object that is being read. A stretch is the text between two commas of its level.
     struct Level
     {
         QZJsonValue* value;
         QZJsonObject* object;  ///< null for an array
         QZInt64 closing;       ///< its closing symbol
-        QZInt64 next;          ///< the symbol to go on with
-        QZInt64 begin;         ///< arrays: where the next stretch begins
-        QZInt64 comma;         ///< objects: the symbol that ends the present stretch
-        QZInt64 first;         ///< objects: the first symbol of the present stretch
-        QZInt64 colon;         ///< objects: the colon of the present pair; kNone between stretches
+        QZInt64 next;          ///< the symbol at which reading continues
+        QZInt64 begin;         ///< arrays: the beginning of the next stretch
+        QZInt64 comma;         ///< objects: the symbol that ends the current stretch
+        QZInt64 first;         ///< objects: the first symbol of the current stretch
+        QZInt64 colon;         ///< objects: the colon of the current pair; kNone between stretches
         JsonView name;         ///< objects: the name whose value is being read
         std::unique_ptr<NameIndex> names;
 
@@ -163,11 +161,11 @@ private:
               begin(index + 1),
               comma(opening),
               first(opening + 1),
-              colon(QZJsonSymbalPair::kNone)
+              colon(JsonSymbols::kNone)
         {}
     };
 
-    /// Units of the text from `begin` up to, without, `end`.
+    /// Units of the text from `begin` up to, but without, `end`.
     JsonView ViewOf(QZInt64 begin, QZInt64 end) const
     {
         return {m_text + begin, static_cast<std::size_t>(end - begin)};
@@ -176,12 +174,12 @@ private:
     QZWChar UnitOf(QZInt64 symbol) const { return m_text[m_symbols.Index(symbol)]; }
 
     /// Reads one value into m_value, or opens it as a new level.
-    /// @param symbol  the first symbol at or behind the beginning of the stretch
+    /// @param symbol  the first symbol at or after the beginning of the stretch
     void ReadValue(Stretch stretch, QZInt64 symbol)
     {
         Stretch trimmed = stretch;
-        while (trimmed.begin <= trimmed.end && IsWhite(m_text[trimmed.begin])) ++trimmed.begin;
-        while (trimmed.end > trimmed.begin && IsWhite(m_text[trimmed.end])) --trimmed.end;
+        while (trimmed.begin <= trimmed.end && IsWhiteSpace(m_text[trimmed.begin])) ++trimmed.begin;
+        while (trimmed.end > trimmed.begin && IsWhiteSpace(m_text[trimmed.end])) --trimmed.end;
         if (trimmed.begin > trimmed.end) Throw(QZJsonExceptionCode::UnknwonDataType);
         const QZWChar unit = m_text[trimmed.begin];
         if (unit == '"')
@@ -195,8 +193,8 @@ private:
             ReadWord(trimmed);
     }
 
-    /// A string up to the last unit of the stretch where that is a quotation mark, up to the next one
-    /// elsewhere.
+    /// Reads a string. It ends at the last unit of the stretch when that is a quotation mark (`whole`), else
+    /// at the next quotation mark.
     void ReadString(Stretch stretch, bool whole, QZInt64 symbol)
     {
         QZInt64 end = stretch.end;
@@ -232,7 +230,7 @@ private:
     bool Is(Stretch stretch, const char* word) const
     {
         for (QZInt64 i = stretch.begin; i <= stretch.end; ++i, ++word)
-            if (*word == 0 || Fold(m_text[i]) != static_cast<unsigned>(*word)) return false;
+            if (*word == 0 || net::Lower(m_text[i]) != static_cast<QZWChar>(*word)) return false;
         return *word == 0;
     }
 
@@ -244,7 +242,8 @@ private:
             m_value = object = QZJsonFactory::CreateObject();
         else
             m_value = QZJsonFactory::CreateValueCollection();
-        if (!object && IsBlankBetween(m_symbols.Index(symbol) + 1, m_symbols.Index(closing))) return;
+        if (object == nullptr && IsBlankBetween(m_symbols.Index(symbol) + 1, m_symbols.Index(closing)))
+            return;
         m_levels.emplace_back(m_value, object, symbol, closing, m_symbols.Index(symbol));
         m_value = nullptr;
     }
@@ -255,22 +254,23 @@ private:
         return begin == end;
     }
 
-    /// Puts the value that is ready into the innermost level.
+    /// Puts m_value into the innermost level.
     void Attach()
     {
         Level& level = m_levels.back();
-        if (!level.object)
+        if (level.object == nullptr)
         {
             static_cast<QZJsonValueCollection*>(level.value)->Push(m_value);
             m_value = nullptr;
             return;
         }
         const JsonAttributes* attributes = QZJsonAccess::AttributesOf(level.object);
-        const QZInt64 index = level.names ? level.names->Find(level.name) : attributes->Find(level.name);
+        const QZInt64 index =
+            level.names != nullptr ? level.names->Find(level.name) : attributes->Find(level.name);
         QZJsonAccess::SetAttr(level.object, level.name, index, m_value);
         m_value = nullptr;
         if (index >= 0) return;
-        if (level.names)
+        if (level.names != nullptr)
             level.names->Add(attributes->Count() - 1);
         else if (attributes->Count() == NameIndex::kWorthwhile)
             level.names = std::make_unique<NameIndex>(attributes);
@@ -282,7 +282,7 @@ private:
         m_levels.pop_back();
     }
 
-    /// The next stretch between commas. Quotation marks are not looked at: a comma inside a string ends the
+    /// Reads the next stretch of an array. Quotation marks are ignored, so a comma inside a string ends the
     /// stretch too.
     void StepArray()
     {
@@ -290,7 +290,7 @@ private:
         if (level.next > level.closing) return Close();
         const QZInt64 first = level.next;
         QZInt64 symbol = first;
-        while (symbol < level.closing && UnitOf(symbol) != ',') symbol = Behind(symbol);
+        while (symbol < level.closing && UnitOf(symbol) != ',') symbol = After(symbol);
         const Stretch stretch{level.begin, m_symbols.Index(symbol) - 1};
         level.begin = stretch.end + 2;
         level.next = symbol + 1;
@@ -298,14 +298,13 @@ private:
     }
 
     /// The next symbol on the same level.
-    QZInt64 Behind(QZInt64 symbol) const
+    QZInt64 After(QZInt64 symbol) const
     {
         const QZWChar unit = UnitOf(symbol);
         return (unit == '[' || unit == '{' ? m_symbols.ClosingOf(symbol) : symbol) + 1;
     }
 
-    /// The next pair: the next colon of the present stretch between commas, or of the one behind it. A
-    /// stretch without a colon is passed over.
+    /// Reads the next pair of an object. A pair has a colon; a stretch may hold several pairs or none.
     void StepObject()
     {
         Level& level = m_levels.back();
@@ -328,12 +327,13 @@ private:
         ReadValue({m_symbols.Index(level.colon) + 1, m_symbols.Index(level.comma) - 1}, level.colon + 1);
     }
 
-    /// The first colon outside quotation marks from a symbol on, or kNone; nested values are stepped over.
-    /// @param comma  takes the first comma outside, or `end`, and the search for a colon ends there; null
-    /// when `end` is it
+    /// The first colon outside quotation marks from a symbol on, or kNone. Nested values are skipped.
+    /// @param comma  becomes the first comma outside quotation marks, or `end`, where the search stops; null
+    /// when the
+    ///               search goes on to `end`
     QZInt64 NextColon(QZInt64 symbol, QZInt64 end, QZInt64* comma) const
     {
-        QZInt64 colon = QZJsonSymbalPair::kNone;
+        QZInt64 colon = JsonSymbols::kNone;
         bool quoted = false;
         while (symbol < end)
         {
@@ -344,14 +344,14 @@ private:
                 colon = symbol;
             else if (!quoted && unit == ',')
                 break;
-            if (colon >= 0 && !comma) return colon;
-            symbol = quoted ? symbol + 1 : Behind(symbol);
+            if (colon >= 0 && comma == nullptr) return colon;
+            symbol = quoted ? symbol + 1 : After(symbol);
         }
-        if (comma) *comma = symbol;
+        if (comma != nullptr) *comma = symbol;
         return colon;
     }
 
-    /// The name stands between the first two quotation marks in front of the colon.
+    /// The name lies between the first two quotation marks before the colon.
     void TakeName(Level* level)
     {
         QZInt64 opening = level->first;
@@ -365,7 +365,7 @@ private:
 
     const QZWChar* m_text;
     QZInt64 m_length;
-    QZJsonSymbalPair m_symbols;
+    JsonSymbols m_symbols;
     QZJsonValue* m_value = nullptr;
     std::vector<Level> m_levels;
 };

@@ -1,20 +1,25 @@
-// How the connections of an engine come to their end.
+// The part of an engine that closes connections, and its housekeeping.
 
 #include "net/net_http_engine.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_trace.h"
-#include "net/net_http_connection.h"
+#include "net/internal/net_http_connection_access.h"
+#include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
 #include "os/os_thread.h"
 
 namespace
 {
 
+using Access = QZHttpConnectAccess;
+
 constexpr const QZWChar* kClass = QZ_W("QZHttpServerEngine");
-// Milliseconds that CloseAll gives users of a connection for their last steps.
+// Milliseconds for which CloseAll waits until nobody uses a connection.
 constexpr int kLastSteps = 100;
+// The id that ConnectClose takes for all connections.
+constexpr QZInt64 kAllConnections = -1;
 
 QZInt64 Now() { return QZEnvironment::GetCurrentTimestamp(); }
 
@@ -27,7 +32,7 @@ QZHttpConnect* QZHttpServerEngine::GetConnectByID(long long id)
     if (connect != nullptr) return connect;
     connect = m_closeWait->RemoveByClientID(id);
     if (connect == nullptr) return nullptr;
-    if (connect->m_lastUse.load(std::memory_order_relaxed) + m_closeWait->m_freeTime / 2 <= Now())
+    if (Access::TimesOf(connect).lastUse + Access::FreeTime(m_closeWait) / 2 <= Now())
     {
         m_closeWait->EnQueue(connect);
         return nullptr;
@@ -39,19 +44,19 @@ QZHttpConnect* QZHttpServerEngine::GetConnectByID(long long id)
 
 void QZHttpServerEngine::Recycle(QZHttpConnect** connect) { m_connects->Recycle(connect); }
 
-/// Under the connect lock, with the connection out of the active list.
+/// The caller holds the connect lock and has taken the connection out of m_connects.
 void QZHttpServerEngine::BeginClose(QZHttpConnect* connect)
 {
-    if (connect->m_closing.exchange(1) == 0) connect->ShutdownSend();
+    if (Access::BeginClosing(connect)) Access::ShutdownSend(connect);
     m_closeWait->EnQueue(connect);
 }
 
 void QZHttpServerEngine::BeginCloseAll()
 {
-    // The sockets are not shut down on this path; clients see the end when the housekeeping closes them.
+    // The sockets are not shut down here. The clients see the end when the housekeeping closes the sockets.
     while (QZHttpConnect* connect = m_connects->DeQueue())
     {
-        connect->m_closing.store(1);
+        Access::BeginClosing(connect);
         m_closeWait->EnQueue(connect);
     }
 }
@@ -61,7 +66,7 @@ void QZHttpServerEngine::ConnectClose(long long id)
     try
     {
         QZCriticalGuard guard(m_connectLock);
-        if (id == -1)
+        if (id == kAllConnections)
             BeginCloseAll();
         else if (QZHttpConnect* connect = m_connects->RemoveByClientID(id))
             BeginClose(connect);
@@ -79,7 +84,7 @@ void QZHttpServerEngine::ConnectClose(QZHttpConnect* connect)
     try
     {
         QZCriticalGuard guard(m_connectLock);
-        if (m_connects->TakeOut(connect)) BeginClose(connect);
+        if (Access::TakeOut(m_connects, connect)) BeginClose(connect);
     }
     catch (QZException* e)
     {
@@ -90,8 +95,8 @@ void QZHttpServerEngine::ConnectClose(QZHttpConnect* connect)
     }
 }
 
-/// Gives a connection that is closed and in no list back to the cache, at once or when its last user is
-/// through with it.
+/// Gives a closed connection, which is in no list, back to the cache: at once when nobody uses it, else later
+/// in LeaveAll.
 void QZHttpServerEngine::Leave(QZHttpConnect* connect)
 {
     if (connect->IsUseComplete())
@@ -120,7 +125,7 @@ void QZHttpServerEngine::ConnectCloseFree()
         };
         while (QZHttpConnect* connect = pop(m_closeWait))
         {
-            connect->CloseSocket();
+            Access::CloseSocket(connect);
             Leave(connect);
         }
         for (;;)
@@ -128,10 +133,10 @@ void QZHttpServerEngine::ConnectCloseFree()
             QZCriticalGuard guard(m_connectLock);
             QZHttpConnect* connect = m_connects->PopFreeConnect(1);
             if (connect == nullptr) break;
-            // Out of the list already, so it gets no shutdown: a silent client sees its end with the
-            // socket's.
+            // The connection has left the list, so ConnectClose does not shut down its socket. A silent
+            // client sees the end when the socket is closed.
             ConnectClose(connect->GetClientID());
-            connect->m_closing.store(1);
+            Access::BeginClosing(connect);
             m_closeWait->EnQueue(connect);
         }
     }
@@ -150,11 +155,10 @@ void QZHttpServerEngine::ConnectCheck()
         QZCollection silent;
         QZCriticalGuard guard(m_connectLock);
         const QZInt64 now = Now();
-        QZList<QZHttpConnect>* list = m_connects->m_list;
-        for (QZHttpConnect* connect = list->GetFirst(); connect != nullptr;
-             connect = static_cast<QZHttpConnect*>(connect->LinkNext()))
-            if (connect->m_lastUse.load(std::memory_order_relaxed) + FreeConnectKeepAliveTime < now)
+        Access::ForEach(m_connects, [&](QZHttpConnect* connect) {
+            if (Access::TimesOf(connect).lastUse + FreeConnectKeepAliveTime < now)
                 silent.Push(static_cast<QZUInt64>(connect->GetClientID()));
+        });
         for (QZInt64 i = 0; i < silent.Count(); ++i)
             ConnectClose(static_cast<long long>(silent.GetElement(i)));
     }
@@ -177,11 +181,23 @@ void QZHttpServerEngine::CloseAll()
             if (connect == nullptr) connect = m_closeWait->DeQueue();
         }
         if (connect == nullptr) break;
-        // Waits, without any other lock, for a request that is being answered. A page that closes all has its
-        // own connection in use and is not waited for.
-        connect->CloseSocket();
+        // CloseSocket waits for a request that is being answered, so no other lock is held here. A page that
+        // calls CloseAll holds the cache lock of its own connection and does not wait for itself.
+        Access::CloseSocket(connect);
         for (int i = 0; i < kLastSteps && !connect->IsUseComplete(); ++i) QZThread::Sleep(1);
         Leave(connect);
     }
     LeaveAll();
 }
+
+// ---- The tasks of the scheduler
+
+void QZTaskConnectClose::Execute()
+{
+    m_engine->ConnectCloseFree();
+    m_engine->WakeStalled();
+}
+
+void QZTaskConnectCheck::Execute() { m_engine->ConnectCheck(); }
+
+void QZTaskCacheCollect::Execute() { m_engine->Collect(); }
