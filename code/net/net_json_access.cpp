@@ -28,6 +28,12 @@ void QZJsonAccess::ClearText(QZJsonValue* value)
     value->m_val.store(nullptr, std::memory_order_relaxed);
 }
 
+JsonAttributes* QZJsonAccess::AttributesOf(QZJsonObject* object)
+{
+    if (object->m_attributes == nullptr) object->m_attributes = std::make_shared<JsonAttributes>();
+    return object->m_attributes.get();
+}
+
 void QZJsonAccess::SetAttr(QZJsonObject* object, JsonView name, QZInt64 index, QZJsonValue* value)
 {
     JsonAttributes* attributes = AttributesOf(object);
@@ -54,7 +60,8 @@ QZJsonValue* QZJsonAccess::TakeLast(QZJsonValue* container)
         return static_cast<QZJsonValueCollection*>(container)->m_list->Pop();
     if (type != QZJsonObject::Type) return nullptr;
     auto* object = static_cast<QZJsonObject*>(container);
-    return object->m_attributes->Remove(object->m_attributes->Count() - 1);
+    JsonAttributes* attributes = object->m_attributes.get();
+    return attributes != nullptr ? attributes->Remove(attributes->Count() - 1) : nullptr;
 }
 
 void QZJsonAccess::Discard(QZJsonValue* value)

@@ -179,7 +179,7 @@ QZJsonValue* QZJsonValueCollection::GetLast() { return m_list->GetLast(); }
 
 // ---- Objects
 
-QZJsonObject::QZJsonObject() : m_attributes(std::make_shared<JsonAttributes>()) {}
+QZJsonObject::QZJsonObject() = default;
 
 QZObject* QZJsonObject::NewObject() { return new QZJsonObject(); }
 void QZJsonObject::DeleteObject(QZObject* value) { delete value; }
@@ -192,28 +192,37 @@ QZInt64 QZJsonObject::GetMemorySize()
 QZInt64 QZJsonObject::GetType() { return 0x8010050; }
 QZString* QZJsonObject::ToString() { return JsonToText(this); }
 
-QZInt64 QZJsonObject::AttrCount() { return m_attributes->Count(); }
+QZInt64 QZJsonObject::AttrCount() { return m_attributes != nullptr ? m_attributes->Count() : 0; }
 void QZJsonObject::Recycle(QZJsonValue** value) { QZJsonFactory::Recycle(value); }
 
 QZJsonValue* QZJsonObject::RemoveAttr(const char* name)
 {
     if (name == nullptr) ThrowNullName(QZ_W("QZChar*"));
     QZString text(name);
-    return RemoveAttr(m_attributes->Find(JsonViewOf(&text)));
+    return m_attributes != nullptr ? RemoveAttr(m_attributes->Find(JsonViewOf(&text))) : nullptr;
 }
 
 QZJsonValue* QZJsonObject::RemoveAttr(const QZWChar* name)
 {
     if (name == nullptr) ThrowNullName(QZ_W("QZWChar*"));
-    return RemoveAttr(m_attributes->Find(name));
+    return m_attributes != nullptr ? RemoveAttr(m_attributes->Find(name)) : nullptr;
 }
 
 QZJsonValue* QZJsonObject::RemoveAttr(QZString* name)
 {
     if (name == nullptr) ThrowNullName(QZ_W("QZString*"));
-    return RemoveAttr(m_attributes->Find(JsonViewOf(name)));
+    return m_attributes != nullptr ? RemoveAttr(m_attributes->Find(JsonViewOf(name))) : nullptr;
 }
 
-QZJsonValue* QZJsonObject::RemoveAttr(QZInt64 index) { return m_attributes->Remove(index); }
-QZJsonValue* QZJsonObject::GetAttrValue(QZInt64 index) { return m_attributes->ValueAt(index); }
-QZString* QZJsonObject::GetAttrName(QZInt64 index) { return m_attributes->StringAt(index); }
+QZJsonValue* QZJsonObject::RemoveAttr(QZInt64 index)
+{
+    return m_attributes != nullptr ? m_attributes->Remove(index) : nullptr;
+}
+QZJsonValue* QZJsonObject::GetAttrValue(QZInt64 index)
+{
+    return m_attributes != nullptr ? m_attributes->ValueAt(index) : nullptr;
+}
+QZString* QZJsonObject::GetAttrName(QZInt64 index)
+{
+    return m_attributes != nullptr ? m_attributes->StringAt(index) : nullptr;
+}

@@ -36,7 +36,9 @@ struct QZJsonAccess
     /// The string that Val returned; null when nobody called it.
     static QZString* StringOf(QZJsonValue* value) { return value->m_val.load(std::memory_order_acquire); }
 
-    static JsonAttributes* AttributesOf(QZJsonObject* object) { return object->m_attributes.get(); }
+    /// The attributes of an object that is going to have some: they are made with the first one, because many
+    /// objects are empty. Null is possible elsewhere only.
+    static JsonAttributes* AttributesOf(QZJsonObject* object);
     static QZList<QZJsonValue>* ListOf(QZJsonValueCollection* collection) { return collection->m_list.get(); }
 
     /// Deletes a value and everything in it, without the caches. A part that somebody else has locked is not
