@@ -1,7 +1,8 @@
 #include "qzlib.h"
 
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_memory_raw.h"
+#include "fw/internal/fw_memory_pool.h"
+#include "fw/internal/fw_start.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_library.h"
 #include "sys/internal/sys_socket.h"

@@ -20,7 +20,6 @@
 #include "fw/fw_encoding.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_exception.h"
-#include "fw/fw_exception_cache.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_keyed.h"

@@ -7,6 +7,7 @@
 
 class QZCriticalSection;
 class QZData;
+class QZException;
 class QZMutex;
 
 /// The place for a function's result: 32 bytes with some views at their start.

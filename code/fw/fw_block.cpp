@@ -29,7 +29,7 @@ void SetSize(void* b, QZInt64 size) { QZStore(QZAt(b, 16), size); }
 bool Request(void** b, QZInt64 bytes)
 {
     void* moved = MemoryResize(*b, bytes);
-    if (!moved)
+    if (moved == nullptr)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::OutOfMemory));
         return false;
@@ -49,7 +49,7 @@ void* Make(QZInt64 type, QZInt64 offset, QZInt64 size, QZInt64 structSize)
         return nullptr;
     }
     void* b = MemoryAllocateClean(RoundToStep(Length(structSize, offset, size)));
-    if (!b) return nullptr;
+    if (b == nullptr) return nullptr;
     QZStore(QZAt(b, 0), kMarker);
     QZStore(QZAt(b, 8), type);
     QZStore(QZAt(b, 16), size);
@@ -68,13 +68,13 @@ void* Copy(const void* b)
     }
     const QZInt64 length = Length(b);
     void* copy = MemoryAllocateClean(RoundToStep(length));
-    if (copy) QZMemCopy(copy, b, length);
+    if (copy != nullptr) QZMemCopy(copy, b, length);
     return copy;
 }
 
 bool Free(void* b)
 {
-    if (b && !Check(b))
+    if (b != nullptr && !Check(b))
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::StructuralFailure));
         return false;
@@ -124,7 +124,8 @@ void WriteGuard(void* b) { QZStore(QZAt(b, Length(b) - 8), kGuard); }
 
 bool Check(const void* b)
 {
-    if (!b || QZLoad<QZInt64>(b) != kMarker || !InLimits(StructSize(b), Offset(b), Size(b))) return false;
+    if (b == nullptr || QZLoad<QZInt64>(b) != kMarker || !InLimits(StructSize(b), Offset(b), Size(b)))
+        return false;
     // A damaged header must not lead the look at the guard outside of the buffer.
     const QZInt64 length = Length(b);
     return length <= MemoryGetBlockSize(b) - kBufferFrame && QZLoad<QZUInt64>(QZAt(b, length - 8)) == kGuard;

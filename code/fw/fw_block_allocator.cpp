@@ -57,13 +57,13 @@ bool MakeBlock(QZInt64 size, ReadyEntry* entry)
     QZInt64 rounded = (size + kPage - 1) / kPage * kPage;
     QZInt64 region = (rounded + 0x18000) & ~QZInt64{0xFFFF};
     void* begin = os::MemoryReserve(region);
-    bool mapped = begin && os::MemoryCommit(begin, region);
+    bool mapped = begin != nullptr && os::MemoryCommit(begin, region);
     if (!mapped)
     {
-        if (begin) os::MemoryRelease(begin, region);
+        if (begin != nullptr) os::MemoryRelease(begin, region);
         begin = os::HeapAllocate(region);
     }
-    if (!begin) return false;
+    if (begin == nullptr) return false;
     entry->id = 0;
     entry->begin = Address(begin);
     entry->end = static_cast<QZInt64>(Low(begin)) + rounded;
@@ -125,7 +125,7 @@ ReadyEntry* SearchReady(QZInt64 size)
 ReadyEntry* FindReady(QZInt64 size)
 {
     ReadyEntry* found = SearchReady(size);
-    if (found) return found;
+    if (found != nullptr) return found;
     ReadyEntry fresh;
     if (!MakeBlock(size >= kFirstBlock ? size + kReserve : kFirstBlock, &fresh)) return nullptr;
     if (!ReadyInsert(fresh)) return nullptr;
@@ -202,7 +202,7 @@ void* Allocate(const char* mi, void** pa, QZInt64 size)
     if (size < 0 || table.usedCount >= kMostEntries) return nullptr;
     QZInt64 wanted = (((size >> 16) + 1) << 16) + kReserve;
     ReadyEntry* entry = FindReady(size);
-    if (!entry) return nullptr;
+    if (entry == nullptr) return nullptr;
     if (entry->size > kSmallestSplit && entry->size >= 2 * wanted) Split(entry, wanted);
     UsedEntry& used = table.used[++table.usedCount];
     used = UsedEntry{++table.usedNextId, entry->begin, entry->end, entry->size, mi, pa, 0};
@@ -214,7 +214,7 @@ void* Allocate(const char* mi, void** pa, QZInt64 size)
 void* AllocateClean(const char* mi, void** pa, QZInt64 size)
 {
     void* begin = Allocate(mi, pa, size);
-    if (begin) QZMemClean(begin, Main().used[Main().usedCount].size - kReserve);
+    if (begin != nullptr) QZMemClean(begin, Main().used[Main().usedCount].size - kReserve);
     return begin;
 }
 
@@ -231,7 +231,7 @@ UsedEntry* FindUsed(void** pa)
 void Free(void** pa)
 {
     UsedEntry* used = FindUsed(pa);
-    if (!used) return;
+    if (used == nullptr) return;
     QZUInt32 freed = Low(*pa);
     if (!ReadyInsert(ReadyEntry{0, used->begin, used->end, used->size})) return;
     UsedRemove(used->id);
@@ -244,7 +244,7 @@ void Free(void** pa)
 void* Resize(const char* mi, void** pa, QZInt64 size)
 {
     UsedEntry* used = FindUsed(pa);
-    if (!used) return nullptr;
+    if (used == nullptr) return nullptr;
     if (size <= used->size - kReserve) return Pointer(used->begin);
     void* old = Pointer(used->begin);
     QZInt64 content = used->size - kReserve;
@@ -253,7 +253,7 @@ void* Resize(const char* mi, void** pa, QZInt64 size)
     static bool held[kMostEntries + 1];
     for (QZInt64 i = 1; i <= table.watchCount; ++i) held[i] = Low(*table.watch[i].pa) == Low(old);
     void* fresh = AllocateClean(mi, pa, size);
-    if (!fresh) return nullptr;
+    if (fresh == nullptr) return nullptr;
     QZMemCopy(fresh, old, content);
     void* leaving = old;
     Free(&leaving);
@@ -314,7 +314,7 @@ QZInt32 PrintUsed(bool print)
         if (print)
         {
             std::printf("ID:%d,PA:%X,MI:%s,Begin:%X,End:%X,Size:%X\n", static_cast<int>(entry.id),
-                        Low(entry.pa), entry.mi ? entry.mi : "", Low(entry.begin), Low(entry.end),
+                        Low(entry.pa), entry.mi != nullptr ? entry.mi : "", Low(entry.begin), Low(entry.end),
                         Low(entry.size));
         }
         sum += entry.size;
@@ -331,8 +331,8 @@ void PrintWatch()
     for (QZInt64 i = 1; i <= table.watchCount; ++i)
     {
         const WatchEntry& entry = table.watch[i];
-        std::printf("SN:%d,MI:%s,PA:%X,MB:%X\n", static_cast<int>(i), entry.mi ? entry.mi : "", Low(entry.pa),
-                    Low(*entry.pa));
+        std::printf("SN:%d,MI:%s,PA:%X,MB:%X\n", static_cast<int>(i), entry.mi != nullptr ? entry.mi : "",
+                    Low(entry.pa), Low(*entry.pa));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "fw/fw_exception_code.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_memory_pool.h"
 #include "fw/internal/fw_memory_raw.h"
 #include "sys/internal/sys_memory.h"
 #include "sys/sys_bytes.h"
@@ -59,7 +60,7 @@ void* Allocate(QZInt64 n, bool clean)
         trueSize = BlockSizeOf(n);
         raw = MemoryPoolIsOn() ? MemoryPoolAllocate(trueSize, &trueSize) : MemoryRawAllocate(trueSize);
     }
-    if (!raw)
+    if (raw == nullptr)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::OutOfMemory));
         return nullptr;
@@ -77,7 +78,7 @@ void* MemoryAllocateClean(QZInt64 n) { return Allocate(n, true); }
 
 QZInt64 MemoryGetSize(const void* buffer)
 {
-    if (!buffer)
+    if (buffer == nullptr)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return -1;
@@ -90,7 +91,7 @@ QZInt64 MemoryGetSize(const void* buffer)
 
 QZInt64 MemoryGetBlockSize(const void* buffer)
 {
-    if (!buffer)
+    if (buffer == nullptr)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return -1;
@@ -103,7 +104,7 @@ QZInt64 MemoryGetBlockSize(const void* buffer)
 
 void* MemoryResize(void* buffer, QZInt64 n)
 {
-    if (!buffer || n < 0)
+    if (buffer == nullptr || n < 0)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return nullptr;
@@ -122,7 +123,7 @@ void* MemoryResize(void* buffer, QZInt64 n)
     {
         void* moved = MemoryPoolIsOn() ? MemoryPoolResize(raw, oldBlock, newBlock, &trueSize)
                                        : MemoryRawResize(raw, newBlock, oldBlock, &trueSize);
-        if (!moved)
+        if (moved == nullptr)
         {
             QZSetLastError(static_cast<QZInt32>(QZExceptionCode::OutOfMemory));
             return nullptr;
@@ -138,7 +139,7 @@ void* MemoryResize(void* buffer, QZInt64 n)
 
 bool MemoryFree(void* buffer)
 {
-    if (!buffer)
+    if (buffer == nullptr)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return false;

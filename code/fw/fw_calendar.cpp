@@ -1,5 +1,8 @@
 #include "fw/internal/fw_calendar.h"
 
+#include "sys/internal/sys_clock.h"
+#include "sys/internal/sys_hooks.h"
+
 namespace calendar
 {
 
@@ -173,6 +176,16 @@ QZInt64 AddMonths(QZInt64 timestamp, QZInt64 months)
         timestamp = Sum(timestamp, -DaysInMonth(year, month) * kDay);
     }
     return timestamp;
+}
+
+QZInt64 LocalNow()
+{
+    QZInt64 timestamp;
+    if (os::TestClock(&timestamp)) return timestamp;
+    os::DateTime now;
+    os::LocalTime(&now);
+    return DateToMilliseconds(now.Year, now.Month, now.Day) + now.Hour * kHour + now.Minute * kMinute +
+           now.Second * kSecond + now.Millisecond;
 }
 
 }  // namespace calendar

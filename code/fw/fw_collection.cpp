@@ -2,7 +2,7 @@
 
 #include "fw/fw_memory.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "sys/internal/sys_error.h"
 
 const QZInt64 QZCollection::Type;
@@ -58,10 +58,9 @@ QZBool QZCollection::Append(QZCollection* other) { return Append(other->GetPoint
 void QZCollection::CheckIndex(QZInt64 index, const QZWChar* method)
 {
     if (!IsIndex(index))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible),
-                      QZ_W("QZCollection"), method)
+        QZRaise(QZExceptionCode::MemoryInaccessible, QZ_W("QZCollection"), method)
             .Argument(QZ_W("QZInt64"), index)
-            .Exception();
+            .Throw();
 }
 
 QZBool QZCollection::RemoveElement(QZInt64 index)
@@ -88,7 +87,7 @@ QZInt64 QZCollection::RemoveByValue(QZUInt64 value)
 
 QZBool QZCollection::Equals(QZCollection* other)
 {
-    if (!other) return 0;
+    if (other == nullptr) return 0;
     const QZInt64 count = Count();
     if (other->Count() != count) return 0;
     return QZMemory::Equals(GetPointer() + 1, other->GetPointer() + 1, count * 8);
@@ -103,11 +102,10 @@ QZUInt64 QZCollection::GetElement(QZInt64 index)
 QZBool QZCollection::SetElement(QZInt64 index, QZUInt64 value)
 {
     if (!IsIndex(index))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible),
-                      QZ_W("QZCollection"), QZ_W("SetElement"))
+        QZRaise(QZExceptionCode::MemoryInaccessible, QZ_W("QZCollection"), QZ_W("SetElement"))
             .Argument(QZ_W("QZInt64"), index)
             .Argument(QZ_W("QZUInt64"), static_cast<QZInt64>(value))
-            .Exception();
+            .Throw();
     Words()[index + 1] = value;
     return 1;
 }
@@ -180,8 +178,8 @@ void QZCollection::KeyedSort(QZCollection* other, Wrong wrong)
 void QZCollection::MaxToMin(QZCollection* other)
 {
     const QZUInt64* pointer = GetPointer();
-    const QZUInt64* pointerOfOther = other ? other->GetPointer() : nullptr;
-    if (!pointer || !pointerOfOther)
+    const QZUInt64* pointerOfOther = other != nullptr ? other->GetPointer() : nullptr;
+    if (pointer == nullptr || pointerOfOther == nullptr)
     {
         os::AssertReport("POINTER != QZNull && POINTER_TAR != QZNull", "code/fw/fw_collection", 152);
         return;
@@ -194,11 +192,10 @@ void QZCollection::MaxToMin() { ShellSort(SignedLess); }
 void QZCollection::MinToMax(QZCollection* other)
 {
     // This direction raises no assertion report for a null: only its sister does.
-    if (!other)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZCollection"),
-                      QZ_W("MinToMax"))
+    if (other == nullptr)
+        QZRaise(QZExceptionCode::NullPointer, QZ_W("QZCollection"), QZ_W("MinToMax"))
             .Argument(QZ_W("QZCollection*"), other, 0)
-            .Exception();
+            .Throw();
     KeyedSort(other, SignedGreater);
 }
 
@@ -207,10 +204,7 @@ void QZCollection::MinToMax() { ShellSort(SignedGreater); }
 QZInt64 QZCollection::GetMax()
 {
     const QZInt64 count = CountOf();
-    if (count < 1)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectWasNotFound),
-                      QZ_W("QZCollection"), QZ_W("GetMax"))
-            .Exception();
+    if (count < 1) QZRaise(QZExceptionCode::ObjectWasNotFound, QZ_W("QZCollection"), QZ_W("GetMax")).Throw();
     const QZUInt64* elements = Words() + 1;
     QZUInt64 best = elements[0];
     for (QZInt64 i = 1; i < count; ++i)
@@ -221,10 +215,7 @@ QZInt64 QZCollection::GetMax()
 QZInt64 QZCollection::GetMin()
 {
     const QZInt64 count = CountOf();
-    if (count < 1)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectWasNotFound),
-                      QZ_W("QZCollection"), QZ_W("GetMin"))
-            .Exception();
+    if (count < 1) QZRaise(QZExceptionCode::ObjectWasNotFound, QZ_W("QZCollection"), QZ_W("GetMin")).Throw();
     const QZUInt64* elements = Words() + 1;
     QZUInt64 best = elements[0];
     for (QZInt64 i = 1; i < count; ++i)
@@ -238,11 +229,10 @@ void QZCollection::MoveElement(QZInt64 from, QZInt64 to)
     const bool goodTo = IsIndex(to);
     // A single bad index is let pass without a word; callers move "as far as it goes" with it.
     if (!goodFrom && !goodTo)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZCollection"), QZ_W("MoveElement"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZCollection"), QZ_W("MoveElement"))
             .Argument(QZ_W("QZInt64"), from)
             .Argument(QZ_W("QZInt64"), to)
-            .Exception();
+            .Throw();
     if (!goodFrom || !goodTo || from == to) return;
     QZUInt64* elements = Words() + 1;
     const QZUInt64 moved = elements[from];

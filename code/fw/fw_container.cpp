@@ -1,6 +1,6 @@
 #include "fw/fw_container.h"
 
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 const QZInt64 QZContainer::Type;
 
@@ -10,26 +10,24 @@ QZInt64 QZContainer::Count() { return m_count; }
 
 void QZContainer::Lock(QZObject* object, const QZWChar* method)
 {
-    if (!object)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZContainer"),
-                      method)
+    if (object == nullptr)
+        QZRaise(QZExceptionCode::NullPointer, QZ_W("QZContainer"), method)
             .Argument(QZ_W("QZObject*"), object, 0)
-            .Exception();
+            .Throw();
     // A locked object stands in a container or belongs to somebody: SetDisposable throws then.
     if (!object->SetDisposable(GetObjectID(), 0))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked),
-                      QZ_W("QZContainer"), method)
+        QZRaise(QZExceptionCode::ObjectIsLocked, QZ_W("QZContainer"), method)
             .Argument(QZ_W("QZObject*"), static_cast<QZInt64>(object->GetObjectID()))
-            .Exception();
+            .Throw();
 }
 
 void QZContainer::Append(QZObject* object)
 {
     object->m_previous = m_last;
     object->m_next = nullptr;
-    if (m_last) m_last->m_next = object;
+    if (m_last != nullptr) m_last->m_next = object;
     m_last = object;
-    if (!m_first) m_first = object;
+    if (m_first == nullptr) m_first = object;
     ++m_count;
 }
 
@@ -54,9 +52,9 @@ QZBool QZContainer::AddFirst(QZObject* object)
     Lock(object, QZ_W("AddFirst"));
     object->m_previous = nullptr;
     object->m_next = m_first;
-    if (m_first) m_first->m_previous = object;
+    if (m_first != nullptr) m_first->m_previous = object;
     m_first = object;
-    if (!m_last) m_last = object;
+    if (m_last == nullptr) m_last = object;
     ++m_count;
     return 1;
 }
@@ -70,11 +68,11 @@ void QZContainer::Unlink(QZObject* object)
     }
     else
     {
-        if (object->m_previous)
+        if (object->m_previous != nullptr)
             object->m_previous->m_next = object->m_next;
         else
             m_first = object->m_next;
-        if (object->m_next)
+        if (object->m_next != nullptr)
             object->m_next->m_previous = object->m_previous;
         else
             m_last = object->m_previous;
@@ -86,7 +84,7 @@ void QZContainer::Unlink(QZObject* object)
 
 QZObject* QZContainer::TakeOut(QZObject* object)
 {
-    if (!object) return nullptr;
+    if (object == nullptr) return nullptr;
     Unlink(object);
     object->SetDisposable(GetObjectID(), 1);
     return object;
@@ -102,7 +100,7 @@ QZObject* QZContainer::GetLast() { return m_last; }
 
 QZBool QZContainer::RemoveElement(QZObject* object)
 {
-    if (!object || object->IsDisposable()) return 0;
+    if (object == nullptr || object->IsDisposable()) return 0;
     // The key of another container does not open this lock.
     if (!object->SetDisposable(GetObjectID(), 1)) return 0;
     Unlink(object);
@@ -114,18 +112,17 @@ QZBool QZContainer::RemoveElement(QZInt64 index) { return RemoveElement(GetEleme
 QZObject* QZContainer::GetElement(QZInt64 index)
 {
     if (index < 0 || index >= m_count)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZContainer"), QZ_W("GetElement"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZContainer"), QZ_W("GetElement"))
             .Argument(QZ_W("QZInt64"), index)
-            .Exception();
+            .Throw();
     QZObject* object = m_first;
-    for (QZInt64 i = 0; object && i < index; ++i) object = object->m_next;
+    for (QZInt64 i = 0; object != nullptr && i < index; ++i) object = object->m_next;
     return object;
 }
 
 QZInt64 QZContainer::GetElementIndex(QZObject* object)
 {
     QZInt64 index = 0;
-    for (const QZObject* before = object->m_previous; before; before = before->m_previous) ++index;
+    for (const QZObject* before = object->m_previous; before != nullptr; before = before->m_previous) ++index;
     return index;
 }

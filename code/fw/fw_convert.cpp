@@ -2,6 +2,7 @@
 
 #include "fw/fw_collection.h"
 #include "fw/fw_data_factory.h"
+#include "fw/fw_exception_factory.h"
 #include "fw/fw_keyed.h"
 #include "fw/fw_library.h"
 #include "fw/fw_time.h"
@@ -38,9 +39,7 @@ const QZWChar* TypeName(const char*) { return QZ_W("QZChar*"); }
 template <typename Text>
 [[noreturn]] void ThrowBadText(Text text, const QZWChar* method)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass, method)
-        .Argument(TypeName(text), text)
-        .Exception();
+    QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, method).Argument(TypeName(text), text).Throw();
 }
 
 template <typename Text>
@@ -56,11 +55,10 @@ Span<Unit> SomeText(const Unit* text, QZInt64 length, const QZWChar* method)
 {
     const Span<Unit> span{text, length};
     if (span.IsEmpty())
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
-                      method)
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, method)
             .Argument(TypeName(text), text ? QZ_W("") : static_cast<const QZWChar*>(nullptr))
             .Argument(QZ_W("QZInt64"), length)
-            .Exception();
+            .Throw();
     return span;
 }
 
@@ -95,7 +93,7 @@ QZBool Try(Text text, Value* value, Reader read)
 /// 1, 0, or -1 for a text that is neither "true" nor "false" in any case.
 int Truth(QZString* text)
 {
-    if (!text) return -1;
+    if (text == nullptr) return -1;
     if (text->Equals(QZ_W("true"), 1)) return 1;
     return text->Equals(QZ_W("false"), 1) ? 0 : -1;
 }
@@ -103,8 +101,8 @@ int Truth(QZString* text)
 template <typename Text>
 int Truth(Text text)
 {
-    if (!text) return -1;
-    const text::Temporary copy(QZStringFactory::CreateString(text));
+    if (text == nullptr) return -1;
+    const QZScopedString copy(QZStringFactory::CreateString(text));
     return Truth(copy.Get());
 }
 
@@ -134,27 +132,24 @@ QZString* Written(Writer write)
     return QZStringFactory::CreateString(units, count * static_cast<QZInt64>(sizeof(QZWChar)));
 }
 
-/// The pieces of a text, given back at the end of the scope.
+/// The pieces of a text.
 class Pieces
 {
 public:
     Pieces(QZString* text, QZWChar separator) : m_pieces(text->Split(separator)) {}
-    ~Pieces() { QZString::Recycle(&m_pieces); }
-    Pieces(const Pieces&) = delete;
-    Pieces& operator=(const Pieces&) = delete;
 
     QZInt64 Count() const { return m_pieces->Count(); }
     QZString* Text(QZInt64 index) const { return m_pieces->GetElement(index); }
     QZInt64 Number(QZInt64 index) const { return QZConvert::StringToInt64(Text(index)); }
 
-    /// There must be exactly so many.
+    /// Throws unless there are exactly so many pieces.
     void Expect(QZInt64 count) const
     {
-        if (Count() != count) throw QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
+        if (Count() != count) QZRaise(QZGeneralFailure(QZExceptionCode::ArgumentOutOfRange)).Throw();
     }
 
 private:
-    QZStringCollection* m_pieces;
+    QZScopedStringCollection m_pieces;
 };
 
 QZDateTime* ReadDateTime(QZString* text)
@@ -181,11 +176,10 @@ QZDateTime* ReadDateTime(QZString* text)
 template <typename Text>
 [[noreturn]] void ThrowBadDateTime(Text text)
 {
-    throw QZTrace(
-        QZExceptionFactory::CreateException(QZ_W("Invalid datetime "), QZExceptionCode::ArgumentOutOfRange),
-        kClass, QZ_W("StringToDateTime"))
+    QZRaise(QZGeneralFailure(QZExceptionCode::ArgumentOutOfRange).With(QZ_W("Invalid datetime ")), kClass,
+            QZ_W("StringToDateTime"))
         .Argument(TypeName(text), text)
-        .Exception();
+        .Throw();
 }
 
 template <typename Text>
@@ -193,7 +187,7 @@ QZDateTime* DateTime(Text text)
 {
     try
     {
-        const text::Temporary copy(QZStringFactory::CreateString(text));
+        const QZScopedString copy(QZStringFactory::CreateString(text));
         return ReadDateTime(copy.Get());
     }
     catch (QZException* e)
@@ -254,7 +248,7 @@ QZInt64 QZConvert::UInt64ToStringHex(QZUInt64 value, QZWChar* buffer)
     QZWChar units[number::kBufferUnits];
     const int count = number::WriteUInt64Hex(units, value);
     const QZInt64 size = count * static_cast<QZInt64>(sizeof(QZWChar));
-    if (buffer) QZMemCopy(buffer, units, size);
+    if (buffer != nullptr) QZMemCopy(buffer, units, size);
     return size;
 }
 
@@ -473,27 +467,19 @@ QZString* QZConvert::DateTimeToString(QZDateTime* time) { return time->ToString(
 
 QZString* QZConvert::DateTimeToStringYMD(QZDateTime* time)
 {
-    QZString* text = time->ToString();
-    try
-    {
-        // The date ends at the last blank; one behind "BC." may stand in front of it.
-        QZInt64 end = text->GetLength();
-        while (end > 0 && text->CharAt(end - 1) != ' ') --end;
-        text->SubStringThis(0, end - 1);
-    }
-    catch (QZException*)
-    {
-        QZStringFactory::Recycle(&text);
-        throw;
-    }
-    return text;
+    QZScopedString text(time->ToString());
+    // The date ends at the last blank; a blank after "BC." may come before that one.
+    QZInt64 end = text->GetLength();
+    while (end > 0 && text->CharAt(end - 1) != ' ') --end;
+    text->SubStringThis(0, end - 1);
+    return text.Release();
 }
 
 QZDateTime* QZConvert::StringToDateTime(QZString* text)
 {
     try
     {
-        if (text) return ReadDateTime(text);
+        if (text != nullptr) return ReadDateTime(text);
     }
     catch (QZException* e)
     {
@@ -512,7 +498,7 @@ void QZConvert::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
 
 void QZConvert::Recycle(QZDateTime** time)
 {
-    if (!*time)
+    if (*time == nullptr)
     {
         QZLibAssert(0);
         return;

@@ -20,51 +20,27 @@ namespace
 const QZWChar* const kClass = QZ_W("QZConvert");
 constexpr QZInt64 kUnit = sizeof(QZWChar);
 
-/// A buffer out of the factory that goes back unless it is handed over.
-class NewData
-{
-public:
-    NewData() : m_data(QZDataFactory::CreateData()) {}
-    ~NewData()
-    {
-        if (m_data) QZDataFactory::Recycle(&m_data);
-    }
-    NewData(const NewData&) = delete;
-    NewData& operator=(const NewData&) = delete;
-
-    QZData* operator->() const { return m_data; }
-    QZData* Release()
-    {
-        QZData* data = m_data;
-        m_data = nullptr;
-        return data;
-    }
-
-private:
-    QZData* m_data;
-};
-
 [[noreturn]] void ThrowNull(const QZWChar* method, const QZWChar* type)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass, method)
+    QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, method)
         .Argument(type, static_cast<const QZWChar*>(nullptr))
-        .Exception();
+        .Throw();
 }
 
 void CheckData(const QZData* data)
 {
-    if (!data) ThrowNull(QZ_W("DataToText"), QZ_W("QZData*"));
+    if (data == nullptr) ThrowNull(QZ_W("DataToText"), QZ_W("QZData*"));
 }
 
 void CheckText(const void* text, const QZWChar* type)
 {
-    if (!text) ThrowNull(QZ_W("TextToData"), type);
+    if (text == nullptr) ThrowNull(QZ_W("TextToData"), type);
 }
 
 QZString* HexText(const void* bytes, QZInt64 size, const hex::Layout& layout)
 {
     const QZInt64 units = hex::Write(nullptr, bytes, size, layout);
-    NewData text;
+    QZScopedData text(QZDataFactory::CreateData());
     text->NewSize(units * kUnit);
     hex::Write(static_cast<QZWChar*>(text->GetPointer()), bytes, size, layout);
     return QZStringFactory::CreateString(static_cast<const QZWChar*>(text->GetPointer()), units * kUnit);
@@ -72,7 +48,7 @@ QZString* HexText(const void* bytes, QZInt64 size, const hex::Layout& layout)
 
 QZData* HexBytes(const QZWChar* text, QZInt64 count)
 {
-    NewData data;
+    QZScopedData data(QZDataFactory::CreateData());
     data->NewSize(count / 2);
     data->NewSize(hex::Read(data->GetPointer(), text, count));
     return data.Release();
@@ -187,7 +163,7 @@ QZData* ArrayData(QZString* text)
     for (Elements elements(text->GetPointer(), text->GetLength()); elements.Next(Element::kPoint);)
         values.push_back(Element::Read(elements.Digits(), elements.Count(), elements.IsNegative()));
     values[0] = static_cast<Value>(values.size() - 1);
-    NewData data;
+    QZScopedData data(QZDataFactory::CreateData());
     data->Set(values.data(), static_cast<QZInt64>(values.size()) * kWidth);
     return data.Release();
 }
@@ -208,7 +184,7 @@ QZInt64 EncodingOf(QZInt64 type)
 
 QZString* DatetimeText(const QZData* data)
 {
-    text::Temporary text(QZStringFactory::CreateString());
+    QZScopedString text(QZStringFactory::CreateString());
     QZDatetimeText(data, text.Get());
     return text.Release();
 }
@@ -266,7 +242,7 @@ QZString* QZConvert::DataToText(QZInt64 offset, QZData* data, QZInt64 width, QZB
 QZString* QZConvert::DataToText(QZInt64 offset, const void* bytes, QZInt64 size, QZInt64 width,
                                 QZBool showOffset, QZBool spaced)
 {
-    if (!bytes && size > 0) ThrowNull(QZ_W("DataToText"), QZ_W("QZPVoid"));
+    if (bytes == nullptr && size > 0) ThrowNull(QZ_W("DataToText"), QZ_W("QZPVoid"));
     return HexText(bytes, size, {offset, width, showOffset != 0, spaced != 0});
 }
 

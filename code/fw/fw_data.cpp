@@ -3,14 +3,12 @@
 #include <limits>
 #include <type_traits>
 
-#include "fw/fw_data_factory.h"
-#include "fw/fw_keyed.h"
 #include "fw/fw_library.h"
 #include "fw/fw_memory.h"
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_data_find.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 const QZInt64 QZData::Type;
 
@@ -21,30 +19,27 @@ const QZWChar* const kClass = QZ_W("QZData");
 
 [[noreturn]] void ThrowNoStorage(const QZWChar* method, QZInt64 size)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), kClass,
-                  method)
+    QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), kClass, method)
         .Argument(QZ_W("QZInt64"), size)
-        .Exception();
+        .Throw();
 }
 
 /// Bytes that are put into a buffer must be there and of a countable number.
 void CheckBytes(const void* p, QZInt64 size, const QZWChar* method)
 {
-    if (size < 0 || (!p && size > 0))
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
-                      method)
+    if (size < 0 || (p == nullptr && size > 0))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, method)
             .Argument(QZ_W("QZPVoid"), p, 0)
             .Argument(QZ_W("QZInt64"), size)
-            .Exception();
+            .Throw();
 }
 
 void CheckObject(const QZData* data, const QZWChar* method)
 {
-    if (!data)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
-                      method)
+    if (data == nullptr)
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, method)
             .Argument(QZ_W("QZData*"), static_cast<const void*>(nullptr), 0)
-            .Exception();
+            .Throw();
 }
 
 /// A private copy of bytes, for sources that lie in the very buffer that is about to change.
@@ -54,7 +49,7 @@ public:
     ByteCopy(const void* p, QZInt64 size, const QZWChar* method)
         : m_block(block::Make(block::kPlainType, 0, size, 0))
     {
-        if (!m_block) ThrowNoStorage(method, size);
+        if (m_block == nullptr) ThrowNoStorage(method, size);
         QZMemCopy(block::Data(m_block), p, size);
     }
     ~ByteCopy() { block::Free(m_block); }
@@ -73,48 +68,47 @@ QZData::QZData() : QZData(QZInt64{0}) {}
 
 QZData::QZData(QZInt64 size) : m_block(block::Make(block::kPlainType, block::kDefaultOffset, size, 0))
 {
-    if (!m_block) ThrowNoStorage(kClass, size);
+    if (m_block == nullptr) ThrowNoStorage(kClass, size);
 }
 
 QZData::QZData(const void* p, QZInt64 size)
-    : m_block(!p && size > 0 ? nullptr : block::Make(block::kPlainType, block::kDefaultOffset, size, 0))
+    : m_block(p == nullptr && size > 0 ? nullptr
+                                       : block::Make(block::kPlainType, block::kDefaultOffset, size, 0))
 {
-    if (!m_block)
+    if (m_block == nullptr)
     {
         // No bytes to copy is the caller's failure, no room for them is not.
         if (size >= 0) CheckBytes(p, size, kClass);
-        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                      kClass, kClass)
+        QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), kClass, kClass)
             .Argument(QZ_W("QZPVoid"), p, 0)
             .Argument(QZ_W("QZInt64"), size)
-            .Exception();
+            .Throw();
     }
     if (size > 0) QZMemCopy(GetPointer(), p, size);
 }
 
 QZData::QZData(const void* raw) : m_block(nullptr)
 {
-    if (!raw)
-        throw QZTrace(QZExceptionFactory::CreateException(), kClass, kClass)
-            .Argument(QZ_W("QZPVoid"), raw, 0)
-            .Exception();
+    if (raw == nullptr) QZRaise(0, kClass, kClass).Argument(QZ_W("QZPVoid"), raw, 0).Throw();
     m_block = block::Copy(raw);
-    if (!m_block) ThrowNoStorage(kClass, block::Size(raw));
+    if (m_block == nullptr) ThrowNoStorage(kClass, block::Size(raw));
 }
 
-QZData::QZData(const QZData* other) : QZData(other ? static_cast<const void*>(other->m_block) : nullptr) {}
+QZData::QZData(const QZData* other)
+    : QZData(other != nullptr ? static_cast<const void*>(other->m_block) : nullptr)
+{}
 
 QZData::QZData(const QZData& other)
     : QZObject(other), m_block(block::Copy(other.m_block)), m_findPosition(other.m_findPosition)
 {
-    if (!m_block) ThrowNoStorage(kClass, other.GetSize());
+    if (m_block == nullptr) ThrowNoStorage(kClass, other.GetSize());
 }
 
 QZData& QZData::operator=(const QZData& other)
 {
     if (this == &other) return *this;
     void* copy = block::Copy(other.m_block);
-    if (!copy) ThrowNoStorage(QZ_W("operator="), other.GetSize());
+    if (copy == nullptr) ThrowNoStorage(QZ_W("operator="), other.GetSize());
     QZObject::operator=(other);
     ReleaseBlock();
     m_block = copy;
@@ -126,7 +120,7 @@ QZData::~QZData() { ReleaseBlock(); }
 
 void QZData::ReleaseBlock()
 {
-    if (!m_block)
+    if (m_block == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -168,7 +162,7 @@ void QZData::NewSize(QZInt64 size, QZByte fill)
 
 QZBool QZData::Equals(const QZData* other) const
 {
-    return other && block::Type(m_block) == block::Type(other->m_block) &&
+    return other != nullptr && block::Type(m_block) == block::Type(other->m_block) &&
            Equals(other->GetPointer(), other->GetSize());
 }
 
@@ -191,7 +185,7 @@ void QZData::Fill(QZByte value) { std::memset(GetPointer(), value, static_cast<s
 
 QZInt64 QZData::Find(const QZData* pattern)
 {
-    return pattern ? Find(pattern->GetPointer(), pattern->GetSize()) : Find(nullptr, 0);
+    return pattern != nullptr ? Find(pattern->GetPointer(), pattern->GetSize()) : Find(nullptr, 0);
 }
 
 QZInt64 QZData::Find(const void* pattern, QZInt64 size)
@@ -202,7 +196,7 @@ QZInt64 QZData::Find(const void* pattern, QZInt64 size)
 
 QZInt64 QZData::FindNext(const QZData* pattern)
 {
-    if (!pattern) return Find(nullptr, 0);
+    if (pattern == nullptr) return Find(nullptr, 0);
     const QZInt64 size = GetSize();
     const QZInt64 start = m_findPosition + pattern->GetSize();
     m_findPosition = -1;
@@ -279,106 +273,6 @@ void QZData::Prepend(const void* p, QZInt64 size)
     PrependBytes(copy.Pointer(), size);
 }
 
-/// @return null, or the exception to throw; then there is no result
-QZException* QZData::ReplaceInto(QZData** result, const void* find, QZInt64 findSize, const void* with,
-                                 QZInt64 withSize)
-{
-    m_findPosition = -1;
-    if (findSize == 0) return QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
-    *result = QZDataFactory::CreateData();
-    void** target = &(*result)->m_block;
-    const QZInt64 bound = QZBytesReplaceBound(GetSize(), findSize, withSize);
-    if (bound < 0 || !block::Resize(target, bound))
-    {
-        QZDataFactory::Recycle(result);
-        return QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory));
-    }
-    const QZInt64 size =
-        QZBytesReplace(block::Data(*target), GetPointer(), GetSize(), find, findSize, with, withSize);
-    block::Resize(target, size);
-    return nullptr;
-}
-
-QZData* QZData::Replace(const QZData* find, const QZData* with)
-{
-    CheckObject(find, QZ_W("Replace"));
-    CheckObject(with, QZ_W("Replace"));
-    QZData* result = nullptr;
-    QZException* failure =
-        ReplaceInto(&result, find->GetPointer(), find->GetSize(), with->GetPointer(), with->GetSize());
-    if (failure)
-        throw QZTrace(failure, kClass, QZ_W("Replace"))
-            .Argument(QZ_W("QZData*"), find->GetPointer(), find->GetSize())
-            .Argument(QZ_W("QZData*"), with->GetPointer(), with->GetSize())
-            .Exception();
-    return result;
-}
-
-QZData* QZData::Replace(const void* find, QZInt64 findSize, const void* with, QZInt64 withSize)
-{
-    QZData* result = nullptr;
-    QZException* failure = ReplaceInto(&result, find, findSize, with, withSize);
-    // Bytes of a length that nobody can have are not shown.
-    const auto shown = [](QZInt64 size) { return size < 0 || size >> 40 != 0 ? 0 : size; };
-    if (failure)
-        throw QZTrace(failure, kClass, QZ_W("Replace"))
-            .Argument(QZ_W("QZPVoid"), find, shown(findSize))
-            .Argument(QZ_W("QZInt64"), findSize)
-            .Argument(QZ_W("QZPVoid"), with, shown(withSize))
-            .Argument(QZ_W("QZInt64"), withSize)
-            .Exception();
-    return result;
-}
-
-QZDataCollection* QZData::Split(const QZData* separator)
-{
-    const void* pattern = separator ? separator->GetPointer() : nullptr;
-    const QZInt64 patternSize = separator ? separator->GetSize() : 0;
-    QZDataCollection* pieces = QZDataFactory::CreateDataCollection();
-    QZData* piece = nullptr;
-    try
-    {
-        QZInt64 start = 0;
-        for (bool last = false; !last;)
-        {
-            const unsigned char* from = block::Data(m_block) + start;
-            const QZInt64 rest = GetSize() - start;
-            const QZInt64 found = patternSize > 0 ? QZBytesFind(from, rest, pattern, patternSize) : -1;
-            last = found < 0;
-            piece = QZDataFactory::CreateData();
-            piece->Set(from, last ? rest : found);
-            pieces->Push(piece);
-            piece = nullptr;
-            start += found + patternSize;
-        }
-    }
-    catch (QZException* e)
-    {
-        if (piece) QZDataFactory::Recycle(&piece);
-        Recycle(&pieces);
-        QZTrace(e, kClass, QZ_W("Split")).Argument(QZ_W("QZData*"), pattern, patternSize);
-        throw;
-    }
-    return pieces;
-}
-
-void QZData::Recycle(QZDataCollection** collection)
-{
-    if (!*collection)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    while ((*collection)->Count() > 0)
-    {
-        QZData* data = (*collection)->Pop();
-        QZDataFactory::Recycle(&data);
-    }
-    QZDataFactory::Recycle(collection);
-}
-
-void QZData::Recycle(QZData** data) { QZDataFactory::Recycle(data); }
-
 QZBool QZData::Check() const { return block::Check(m_block); }
 
 void QZData::Set(const QZData* source)
@@ -429,11 +323,8 @@ template <typename T>
 T QZData::Load(QZInt64 index, const QZWChar* method) const
 {
     const unsigned char* place = Element(index, sizeof(T));
-    if (!place)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), kClass,
-                      method)
-            .Argument(QZ_W("QZInt64"), index)
-            .Exception();
+    if (place == nullptr)
+        QZRaise(QZExceptionCode::MemoryInaccessible, kClass, method).Argument(QZ_W("QZInt64"), index).Throw();
     return QZLoad<T>(place);
 }
 
@@ -442,12 +333,11 @@ void QZData::Store(QZInt64 index, T value, const QZWChar* method, const QZWChar*
 {
     using Shown = std::conditional_t<std::is_floating_point_v<T>, double, QZInt64>;
     unsigned char* place = Element(index, sizeof(T));
-    if (!place)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible), kClass,
-                      method)
+    if (place == nullptr)
+        QZRaise(QZExceptionCode::MemoryInaccessible, kClass, method)
             .Argument(QZ_W("QZInt64"), index)
             .Argument(type, static_cast<Shown>(value))
-            .Exception();
+            .Throw();
     const unsigned char* first = QZAt(m_block, block::kHeaderSize);
     if (place >= first) return QZStore(place, value);
     // In front of data without enough head room lie the block's own words; those bytes are left out.
@@ -456,6 +346,22 @@ void QZData::Store(QZInt64 index, T value, const QZWChar* method, const QZWChar*
     for (std::size_t i = 0; i < sizeof(T); ++i)
         if (place + i >= first) place[i] = bytes[i];
 }
+
+// The forms are exported symbols of the library, whether the compiler inlines them or not.
+template void QZData::Store<QZInt64>(QZInt64 index, QZInt64 value, const QZWChar* method,
+                                     const QZWChar* type);
+template void QZData::Store<QZUInt64>(QZInt64 index, QZUInt64 value, const QZWChar* method,
+                                      const QZWChar* type);
+template void QZData::Store<double>(QZInt64 index, double value, const QZWChar* method, const QZWChar* type);
+template void QZData::Store<QZInt32>(QZInt64 index, QZInt32 value, const QZWChar* method,
+                                     const QZWChar* type);
+template void QZData::Store<QZUInt32>(QZInt64 index, QZUInt32 value, const QZWChar* method,
+                                      const QZWChar* type);
+template void QZData::Store<QZInt16>(QZInt64 index, QZInt16 value, const QZWChar* method,
+                                     const QZWChar* type);
+template void QZData::Store<QZUInt16>(QZInt64 index, QZUInt16 value, const QZWChar* method,
+                                      const QZWChar* type);
+template void QZData::Store<QZByte>(QZInt64 index, QZByte value, const QZWChar* method, const QZWChar* type);
 
 QZInt64 QZData::GetValueInt64(QZInt64 index) const { return Load<QZInt64>(index, QZ_W("GetValueInt64")); }
 

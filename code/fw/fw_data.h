@@ -8,7 +8,6 @@
 #include "sys/sys_types.h"
 
 class QZDataCollection;
-class QZException;
 
 /// A byte buffer, and the base of all classes that hold raw content.
 ///
@@ -168,8 +167,8 @@ private:
     void AppendBytes(const void* p, QZInt64 size);
     void PrependBytes(const void* p, QZInt64 size);
     void ReleaseBlock();
-    QZException* ReplaceInto(QZData** result, const void* find, QZInt64 findSize, const void* with,
-                             QZInt64 withSize);
+    QZInt64 ReplaceInto(QZData** result, const void* find, QZInt64 findSize, const void* with,
+                        QZInt64 withSize);
     unsigned char* Element(QZInt64 index, QZInt64 width) const;
     template <typename T>
     T Load(QZInt64 index, const QZWChar* method) const;

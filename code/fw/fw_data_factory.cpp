@@ -9,8 +9,9 @@
 #include "fw/fw_time.h"
 #include "fw/fw_value.h"
 #include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_start.h"
 #include "fw/internal/fw_status.h"
-#include "fw/internal/fw_trace.h"
 
 namespace
 {
@@ -52,7 +53,7 @@ T* QZDataFactory::TakeValue(Cache cache, V value)
     {
         data->SetValue(value);
     }
-    catch (QZException*)
+    catch (...)
     {
         GiveBack(cache, &data);
         throw;
@@ -64,7 +65,7 @@ T* QZDataFactory::TakeValue(Cache cache, V value)
 template <typename T>
 void QZDataFactory::GiveBack(Cache cache, T** variable)
 {
-    if (!*variable)
+    if (*variable == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -85,12 +86,12 @@ QZData* QZDataFactory::CreateData(QZInt64 type, QZData* source)
     {
         data->Set(source);
     }
-    catch (QZException* e)
+    catch (...)
     {
         GiveBack(cache, &data);
-        QZTrace trace(e, QZ_W("QZDataFactory"), QZ_W("CreateData"));
+        QZPassOn trace(QZ_W("QZDataFactory"), QZ_W("CreateData"));
         trace.Argument(QZ_W("QZInt64"), type);
-        if (source)
+        if (source != nullptr)
             trace.Argument(QZ_W("QZData*"), source->GetPointer(), source->GetSize());
         else
             trace.Argument(QZ_W("QZData*"), static_cast<const QZWChar*>(nullptr));
@@ -128,7 +129,7 @@ QZDataByte* QZDataFactory::CreateByte(QZByte value) { return TakeValue<QZDataByt
 
 void QZDataFactory::Recycle(QZData** data)
 {
-    if (!*data)
+    if (*data == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -139,9 +140,7 @@ void QZDataFactory::Recycle(QZData** data)
     if (type == QZCollection::Type) return GiveBack(kCollection, data);
     const Cache cache = CacheOf(type);
     if (cache != kData || type == QZData::Type) return GiveBack(cache, data);
-    throw QZTrace(QZExceptionFactory::CreateException(), QZ_W("QZDataFactory"), QZ_W("Recycle"))
-        .Argument(QZ_W("QZData**"), type)
-        .Exception();
+    QZRaise(0, QZ_W("QZDataFactory"), QZ_W("Recycle")).Argument(QZ_W("QZData**"), type).Throw();
 }
 
 void QZDataFactory::Recycle(QZDataDatetime** data) { GiveBack(kDatetime, data); }
@@ -159,7 +158,7 @@ void QZDataFactory::Recycle(QZCollection** collection) { GiveBack(kCollection, c
 
 void QZDataFactory::Collect(QZBool partial)
 {
-    if (!m_caches[kData]) return;
+    if (m_caches[kData] == nullptr) return;
     for (QZObjectCache* cache : m_caches) cache->Collect(partial);
 }
 
@@ -170,10 +169,16 @@ QZInt64 QZDataFactory::GetMemorySize()
     return size;
 }
 
-void QZDataFactoryInit()
+struct QZDataFactoryStart
+{
+    static void Init();
+    static void End();
+};
+
+void QZDataFactoryStart::Init()
 {
     using Factory = QZDataFactory;
-    if (Factory::m_caches[Factory::kData]) return;
+    if (Factory::m_caches[Factory::kData] != nullptr) return;
     Factory::m_caches[Factory::kData] = new QZCache<QZData>(-1, -1);
     Factory::m_caches[Factory::kDatetime] = new QZCache<QZDataDatetime>(-1, -1);
     Factory::m_caches[Factory::kTimestamp] = new QZCache<QZDataTimestamp>(-1, -1);
@@ -189,16 +194,20 @@ void QZDataFactoryInit()
     Factory::m_caches[Factory::kCollection] = new QZCache<QZCollection>(-1, -1);
 }
 
-void QZDataFactoryEnd()
+void QZDataFactoryInit() { QZDataFactoryStart::Init(); }
+
+void QZDataFactoryStart::End()
 {
     for (QZObjectCache*& cache : QZDataFactory::m_caches)
     {
-        if (!cache) continue;
+        if (cache == nullptr) continue;
         cache->Collect(0);
         delete cache;
         cache = nullptr;
     }
 }
+
+void QZDataFactoryEnd() { QZDataFactoryStart::End(); }
 
 QZJsonObject* QZDataFactory::GetStatus()
 {
@@ -208,7 +217,7 @@ QZJsonObject* QZDataFactory::GetStatus()
         QZ_W("DataInt8"),  QZ_W("DataBool"),     QZ_W("DataByte"),      QZ_W("DataCollection"),
         QZ_W("Collection")};
     QZStatusFigure figures[kCaches];
-    for (int i = 0; i < kCaches; ++i) figures[i] = {kNames[i], m_caches[i]->Count()};
+    for (int i = 0; i < kCaches; ++i) figures[i] = {kNames[i], m_caches[i]};
     return QZStatusMake(figures, kCaches);
 }
 

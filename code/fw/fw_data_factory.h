@@ -88,8 +88,7 @@ public:
     static QZInt64 GetMemorySize();
 
 private:
-    friend void QZDataFactoryInit();
-    friend void QZDataFactoryEnd();
+    friend struct QZDataFactoryStart;
 
     /// The caches in the order in which they are made and collected.
     enum Cache
@@ -119,9 +118,5 @@ private:
 
     static QZObjectCache* m_caches[kCaches];
 };
-
-/// Start and end, called by QZLibInit and QZLibDispose. Not exported.
-void QZDataFactoryInit();
-void QZDataFactoryEnd();
 
 #endif

@@ -11,7 +11,7 @@
 QZInt64 QZBytesFind(const void* data, QZInt64 size, const void* pattern, QZInt64 patternSize, QZInt64 unit)
 {
     // Callers that search for nothing at all are answered with the start.
-    if (!data || !pattern) return 0;
+    if (data == nullptr || pattern == nullptr) return 0;
     if (size <= 0 || patternSize <= 0 || patternSize > size) return -1;
     const auto* begin = static_cast<const unsigned char*>(data);
     const int first = *static_cast<const unsigned char*>(pattern);
@@ -19,7 +19,7 @@ QZInt64 QZBytesFind(const void* data, QZInt64 size, const void* pattern, QZInt64
     for (QZInt64 position = 0; position <= last; ++position)
     {
         const void* hit = std::memchr(begin + position, first, static_cast<std::size_t>(last - position + 1));
-        if (!hit) return -1;
+        if (hit == nullptr) return -1;
         position = static_cast<const unsigned char*>(hit) - begin;
         if (position % unit == 0 && QZMemory::Equals(begin + position, pattern, patternSize)) return position;
     }
@@ -41,7 +41,8 @@ QZInt64 QZBytesReplaceBound(QZInt64 size, QZInt64 findSize, QZInt64 withSize)
 QZInt64 QZBytesReplace(void* target, const void* source, QZInt64 size, const void* find, QZInt64 findSize,
                        const void* with, QZInt64 withSize, QZInt64 unit)
 {
-    if (!source || !find || (!with && withSize > 0) || size < 0 || findSize < 0 || withSize < 0)
+    if (source == nullptr || find == nullptr || (with == nullptr && withSize > 0) || size < 0 ||
+        findSize < 0 || withSize < 0)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return 0;

@@ -4,8 +4,11 @@
 #include <array>
 #include <bit>
 
+#include "fw/fw_encoding_type.h"
+#include "fw/fw_exception_code.h"
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_scoped.h"
 #include "sys/internal/sys_text.h"
 #include "sys/sys_bytes.h"
 
@@ -294,66 +297,51 @@ bool IsAsciiUtf16(const void* from, QZInt64 units)
     return all < 0x80;
 }
 
-/// A buffer of the memory manager for the time of one conversion.
-class Temporary
-{
-public:
-    explicit Temporary(QZInt64 size) : m_buffer(MemoryAllocate(size)) {}
-    ~Temporary()
-    {
-        if (m_buffer) MemoryFree(m_buffer);
-    }
-    Temporary(const Temporary&) = delete;
-    Temporary& operator=(const Temporary&) = delete;
-    QZWChar* Units() const { return static_cast<QZWChar*>(m_buffer); }
-
-private:
-    void* m_buffer;
-};
+QZWChar* Units(const QZScopedBuffer& buffer) { return static_cast<QZWChar*>(buffer.Get()); }
 }  // namespace
 
 int TrailingCount(unsigned char lead) { return kTrailing[lead]; }
 
 QZInt64 Utf8ToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf8ToUtf16(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf8ToUtf16(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf8ToUtf16(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf8ToUtf16(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 Utf8ToUtf32(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf8ToUtf32(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf8ToUtf32(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf8ToUtf32(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf8ToUtf32(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 Utf16ToUtf8(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf16ToUtf8(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf16ToUtf8(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf16ToUtf8(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf16ToUtf8(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 Utf16ToUtf32(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf16ToUtf32(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf16ToUtf32(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf16ToUtf32(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf16ToUtf32(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 Utf32ToUtf8(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf32ToUtf8(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf32ToUtf8(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf32ToUtf8(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf32ToUtf8(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 Utf32ToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    return to ? FromUtf32ToUtf16(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
-              : FromUtf32ToUtf16(Bytes(from), fromSize, Sizer{});
+    return to != nullptr ? FromUtf32ToUtf16(Bytes(from), fromSize, Writer{static_cast<Byte*>(to), toSize})
+                         : FromUtf32ToUtf16(Bytes(from), fromSize, Sizer{});
 }
 
 QZInt64 SwapUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
     QZInt64 size = fromSize - fromSize % 2;
-    if (!to) return size;
+    if (to == nullptr) return size;
     size = std::min(size, toSize - toSize % 2);
     for (QZInt64 i = 0; i < size; i += 2)
     {
@@ -365,19 +353,20 @@ QZInt64 SwapUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 
 QZInt64 AnsiToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize)
 {
-    if (IsAscii(from, fromSize)) return to ? Utf8ToUtf16(from, fromSize, to, toSize) : fromSize * 2;
+    if (IsAscii(from, fromSize))
+        return to != nullptr ? Utf8ToUtf16(from, fromSize, to, toSize) : fromSize * 2;
     const char* text = static_cast<const char*>(from);
     // Every byte is at most one unit: with room for that many the text goes straight into the target.
-    if (to && toSize / 2 >= fromSize && IsAligned(to))
+    if (to != nullptr && toSize / 2 >= fromSize && IsAligned(to))
         return os::NarrowToWide(text, fromSize, static_cast<QZWChar*>(to), toSize / 2) * 2;
     QZInt64 units = os::NarrowToWide(text, fromSize, nullptr, 0);
-    if (!to) return units * 2;
+    if (to == nullptr) return units * 2;
     if (toSize / 2 >= units && IsAligned(to))
         return os::NarrowToWide(text, fromSize, static_cast<QZWChar*>(to), units) * 2;
-    Temporary whole(units * 2);
-    if (!whole.Units()) return -1;
-    units = std::min(os::NarrowToWide(text, fromSize, whole.Units(), units), toSize / 2);
-    QZMemCopy(to, whole.Units(), units * 2);
+    QZScopedBuffer whole(MemoryAllocate(units * 2));
+    if (whole.Get() == nullptr) return -1;
+    units = std::min(os::NarrowToWide(text, fromSize, Units(whole), units), toSize / 2);
+    QZMemCopy(to, Units(whole), units * 2);
     return units * 2;
 }
 
@@ -389,13 +378,97 @@ QZInt64 Utf16ToAnsi(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize
         from = QZAt(from, 2);
         --units;
     }
-    if (IsAsciiUtf16(from, units)) return to ? Utf16ToUtf8(from, units * 2, to, toSize) : units;
+    if (IsAsciiUtf16(from, units)) return to != nullptr ? Utf16ToUtf8(from, units * 2, to, toSize) : units;
     char* bytes = static_cast<char*>(to);
     if (IsAligned(from))
-        return os::WideToNarrow(static_cast<const QZWChar*>(from), units, bytes, to ? toSize : 0);
-    Temporary aligned(units * 2);
-    if (!aligned.Units()) return -1;
-    QZMemCopy(aligned.Units(), from, units * 2);
-    return os::WideToNarrow(aligned.Units(), units, bytes, to ? toSize : 0);
+        return os::WideToNarrow(static_cast<const QZWChar*>(from), units, bytes, to != nullptr ? toSize : 0);
+    QZScopedBuffer aligned(MemoryAllocate(units * 2));
+    if (aligned.Get() == nullptr) return -1;
+    QZMemCopy(Units(aligned), from, units * 2);
+    return os::WideToNarrow(Units(aligned), units, bytes, to != nullptr ? toSize : 0);
+}
+QZInt64 UnitSize(QZInt64 type)
+{
+    switch (type)
+    {
+        case QZEncodingType::ANSI:
+        case QZEncodingType::UTF8: return 1;
+        case QZEncodingType::UTF16LE:
+        case QZEncodingType::UTF16BE: return 2;
+        case QZEncodingType::UTF32LE: return 4;
+        default: return 0;
+    }
+}
+
+namespace
+{
+Converter ToUtf16(QZInt64 type)
+{
+    switch (type)
+    {
+        case QZEncodingType::ANSI: return AnsiToUtf16;
+        case QZEncodingType::UTF16BE: return SwapUtf16;
+        case QZEncodingType::UTF8: return Utf8ToUtf16;
+        default: return Utf32ToUtf16;
+    }
+}
+
+Converter FromUtf16(QZInt64 type)
+{
+    switch (type)
+    {
+        case QZEncodingType::ANSI: return Utf16ToAnsi;
+        case QZEncodingType::UTF16BE: return SwapUtf16;
+        case QZEncodingType::UTF8: return Utf16ToUtf8;
+        default: return Utf16ToUtf32;
+    }
+}
+
+/// The primitive of a pair that has one, else null.
+Converter Direct(QZInt64 fromType, QZInt64 toType)
+{
+    if (toType == QZEncodingType::UTF16LE) return ToUtf16(fromType);
+    if (fromType == QZEncodingType::UTF16LE) return FromUtf16(toType);
+    if (fromType == QZEncodingType::UTF8 && toType == QZEncodingType::UTF32LE) return Utf8ToUtf32;
+    if (fromType == QZEncodingType::UTF32LE && toType == QZEncodingType::UTF8) return Utf32ToUtf8;
+    return nullptr;
+}
+
+QZInt64 CopyText(const void* from, QZInt64 fromSize, QZInt64 unit, void* to, QZInt64 toSize)
+{
+    if (to == nullptr) return fromSize;
+    QZInt64 size = fromSize <= toSize ? fromSize : toSize - toSize % unit;
+    QZMemCopy(to, from, size);
+    return size;
+}
+
+QZInt64 ThroughUtf16(Converter in, Converter out, const void* from, QZInt64 fromSize, void* to,
+                     QZInt64 toSize)
+{
+    QZInt64 size = in(from, fromSize, nullptr, 0);
+    if (size < 0) return -1;
+    void* between = MemoryAllocate(size);
+    if (between == nullptr) return -1;
+    size = in(from, fromSize, between, size);
+    QZInt64 result = size < 0 ? -1 : out(between, size, to, toSize);
+    MemoryFree(between);
+    return result;
+}
+}  // namespace
+
+QZInt64 Convert(QZInt64 fromType, const void* from, QZInt64 fromSize, QZInt64 toType, void* to,
+                QZInt64 toSize)
+{
+    if (UnitSize(fromType) == 0 || UnitSize(toType) == 0) return -1;
+    if (fromSize < 0 || (from == nullptr && fromSize > 0))
+    {
+        QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
+        return -1;
+    }
+    if (fromSize == 0) return 0;
+    if (toSize < 0) toSize = 0;
+    if (fromType == toType) return CopyText(from, fromSize, UnitSize(toType), to, toSize);
+    if (Converter direct = Direct(fromType, toType)) return direct(from, fromSize, to, toSize);
+    return ThroughUtf16(ToUtf16(fromType), FromUtf16(toType), from, fromSize, to, toSize);
 }
 }  // namespace encoding

@@ -1,13 +1,14 @@
 #include "fw/fw_environment.h"
 
-#include "fw/fw_exception.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_calendar.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_memory_pool.h"
 #include "fw/internal/fw_path_text.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_start.h"
 #include "sys/internal/sys_clock.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_file.h"
@@ -26,6 +27,7 @@ QZInt64 SystemNumber() { return static_cast<QZInt64>(os::LastError()); }
 }  // namespace
 
 QZBool QZEnvironment::UseMemPoolCache = 0;
+const QZBool* const g_memoryPoolSwitch = &QZEnvironment::UseMemPoolCache;
 QZString* QZEnvironment::NewLine = nullptr;
 const QZInt64 QZEnvironment::CurrentCharacterEncodingType;
 const QZInt64 QZEnvironment::CurrentWideCharacterEncodingType;
@@ -39,15 +41,7 @@ QZBool QZEnvironment::IsWideCharacterEncodingType(QZInt64 type)
 
 QZUInt64 QZEnvironment::GetTickCount() { return os::TickCount(); }
 
-QZInt64 QZEnvironment::GetCurrentTimestamp()
-{
-    QZInt64 timestamp;
-    if (os::TestClock(&timestamp)) return timestamp;
-    os::DateTime now;
-    os::LocalTime(&now);
-    return calendar::DateToMilliseconds(now.Year, now.Month, now.Day) + now.Hour * calendar::kHour +
-           now.Minute * calendar::kMinute + now.Second * calendar::kSecond + now.Millisecond;
-}
+QZInt64 QZEnvironment::GetCurrentTimestamp() { return calendar::LocalNow(); }
 
 void QZEnvironment::SetCurrentTimestamp(QZInt64 timestamp)
 {
@@ -60,10 +54,10 @@ void QZEnvironment::SetCurrentTimestamp(QZInt64 timestamp)
     time.Second = static_cast<int>(calendar::SecondsOf(timestamp));
     time.Millisecond = static_cast<int>(calendar::MilliSecondsOf(timestamp));
     if (os::SetLocalTime(time)) return;
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::OperationFailed, SystemNumber()),
-                  QZ_W("QZEnvironment"), QZ_W("SetCurrentTimestamp"))
+    QZRaise(QZGeneralFailure(QZExceptionCode::OperationFailed, SystemNumber()), QZ_W("QZEnvironment"),
+            QZ_W("SetCurrentTimestamp"))
         .Argument(QZ_W("QZInt64"), timestamp)
-        .Exception();
+        .Throw();
 }
 
 QZBool QZEnvironment::GetLocalIP(unsigned int* address)
@@ -85,9 +79,9 @@ QZString* QZEnvironment::GetCurrentWorkingDirectory()
 {
     QZWChar path[kFolderUnits];
     if (os::WorkingDirectoryGet(path, kFolderUnits)) return QZStringFactory::CreateString(path);
-    throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::OperationFailed, SystemNumber()),
-                  QZ_W("QZEnvironment"), QZ_W("GetCurrentWorkingDirectory"))
-        .Exception();
+    QZRaise(QZIOFailure(QZIOExceptionCode::OperationFailed, SystemNumber()), QZ_W("QZEnvironment"),
+            QZ_W("GetCurrentWorkingDirectory"))
+        .Throw();
 }
 
 void QZEnvironment::SetCurrentWorkingDirectory(QZString* path)
@@ -97,10 +91,10 @@ void QZEnvironment::SetCurrentWorkingDirectory(QZString* path)
         os::SetLastError(os::ErrorNameTooLong());
     else if (os::WorkingDirectorySet(text.Wide()))
         return;
-    throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::OperationFailed, SystemNumber()),
-                  QZ_W("QZEnvironment"), QZ_W("SetCurrentWorkingDirectory"))
+    QZRaise(QZIOFailure(QZIOExceptionCode::OperationFailed, SystemNumber()), QZ_W("QZEnvironment"),
+            QZ_W("SetCurrentWorkingDirectory"))
         .Argument(QZ_W("QZString*"), path)
-        .Exception();
+        .Throw();
 }
 
 void QZEnvironment::Recycle(QZString** text) { QZStringFactory::Recycle(text); }

@@ -49,8 +49,4 @@ public:
     static void Recycle(QZString** text);
 };
 
-/// Start and end, called by QZLibInit and QZLibDispose. Not exported.
-void QZEnvironmentInit();
-void QZEnvironmentEnd();
-
 #endif

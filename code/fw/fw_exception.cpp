@@ -83,7 +83,7 @@ void QZException::Clear()
 void QZException::AppendCode(const QZWChar* message, QZUInt64 code, const QZWChar* codeText,
                              QZInt64 lastError)
 {
-    if (message) m_message->Append(message);
+    if (message != nullptr) m_message->Append(message);
     if (code != 0)
     {
         m_message->Append(QZ_W(" "));
@@ -117,10 +117,10 @@ void QZException::SetMessage(const QZWChar* message, QZUInt64 code, const QZWCha
 void QZException::ConstructMessage(QZInt64 code, const QZWChar* codeText, QZInt64 lastError)
 {
     m_code = code;
-    if (codeText) m_message->Append(codeText);
+    if (codeText != nullptr) m_message->Append(codeText);
     if (lastError == 0) return;
     QZString* text = LastErrorToMessage(lastError);
-    if (codeText) m_message->Append(QZ_W(" "));
+    if (codeText != nullptr) m_message->Append(QZ_W(" "));
     m_message->Append(text);
     Recycle(&text);
 }
@@ -155,7 +155,7 @@ void QZException::ArgumentSeparator()
 void QZException::ArgumentTraceAppend(const char* text)
 {
     ArgumentSeparator();
-    if (text)
+    if (text != nullptr)
         m_argumentTrace->Append(text);
     else
         m_argumentTrace->Append(QZ_W("<NULL>"));
@@ -164,13 +164,13 @@ void QZException::ArgumentTraceAppend(const char* text)
 void QZException::ArgumentTraceAppend(const QZWChar* text)
 {
     ArgumentSeparator();
-    m_argumentTrace->Append(text ? text : QZ_W("<NULL>"));
+    m_argumentTrace->Append(text != nullptr ? text : QZ_W("<NULL>"));
 }
 
 void QZException::ArgumentTraceAppend(QZString* text)
 {
     ArgumentSeparator();
-    if (text)
+    if (text != nullptr)
         m_argumentTrace->Append(text);
     else
         m_argumentTrace->Append(QZ_W("<NULL>"));
@@ -203,7 +203,7 @@ void QZException::ArgumentTraceAppend(double value)
 
 void QZException::ArgumentTraceAppend(const void* bytes, QZInt64 size)
 {
-    if (!bytes)
+    if (bytes == nullptr)
     {
         // No separator here, unlike everywhere else: readers of traces know the form.
         m_argumentTrace->Append(QZ_W("<NULL>"));
@@ -225,7 +225,7 @@ QZInt64 QZException::GetLastError() { return os::LastError(); }
 
 void QZException::Recycle(QZString** text)
 {
-    if (*text && (*text)->IsDisposable()) delete *text;
+    if (*text != nullptr && (*text)->IsDisposable()) delete *text;
     *text = nullptr;
 }
 

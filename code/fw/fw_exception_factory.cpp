@@ -3,12 +3,11 @@
 #include <initializer_list>
 
 #include "fw/fw_collection.h"
-#include "fw/fw_exception_cache.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/internal/fw_collect.h"
-#include "fw/internal/fw_factory_cache.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_start.h"
 
 QZCollection* QZExceptionFactory::m_types = nullptr;
 QZCollection* QZExceptionFactory::m_functions = nullptr;
@@ -49,7 +48,7 @@ E* WithText(E* exception, const char* message, QZInt64 code, QZInt64 lastError)
         QZString text(message);
         return WithText(exception, text.GetPointer(), code, lastError);
     }
-    catch (QZException*)
+    catch (...)
     {
         QZException* unused = exception;
         QZExceptionFactory::Recycle(&unused);
@@ -204,12 +203,12 @@ QZJsonException* QZExceptionFactory::CreateJsonException(QZInt64 code)
 
 void QZExceptionFactory::Recycle(QZException** exception)
 {
-    if (!*exception)
+    if (*exception == nullptr)
     {
         QZLibAssert(0);
         return;
     }
-    if (!m_types)
+    if (m_types == nullptr)
     {
         // The report of a start that failed before the registry stood.
         delete *exception;
@@ -227,9 +226,9 @@ void QZExceptionFactory::Recycle(QZException** exception)
         *exception = nullptr;
         return;
     }
-    throw QZTrace(CreateException(QZExceptionCode::UnknownType), QZ_W("QZExceptionFactory"), QZ_W("Recycle"))
+    QZRaise(QZExceptionCode::UnknownType, QZ_W("QZExceptionFactory"), QZ_W("Recycle"))
         .Argument(QZ_W("QZException**"), type)
-        .Exception();
+        .Throw();
 }
 
 void QZExceptionFactory::Recycle(QZIOException** exception) { RecycleAs(exception); }
@@ -241,7 +240,7 @@ void QZExceptionFactory::Recycle(QZJsonException** exception) { RecycleAs(except
 
 void QZExceptionFactory::RegisterRecycleFunction(QZInt64 type, void (*function)(QZObject* exception))
 {
-    if (!m_types || m_types->FindElement(static_cast<QZUInt64>(type)) >= 0) return;
+    if (m_types == nullptr || m_types->FindElement(static_cast<QZUInt64>(type)) >= 0) return;
     // The function goes in first: a reader never meets a type without one.
     m_functions->Push(static_cast<QZUInt64>(reinterpret_cast<std::uintptr_t>(function)));
     m_types->Push(static_cast<QZUInt64>(type));
@@ -280,7 +279,13 @@ void QZExceptionFactory::RegisterAll()
     RegisterRecycleFunction(QZJsonException::Type, &QZJsonException::DeleteObject);
 }
 
-void QZExceptionFactoryInit()
+struct QZExceptionFactoryStart
+{
+    static void Init();
+    static void End();
+};
+
+void QZExceptionFactoryStart::Init()
 {
     if (g_initialised) return;
     using F = QZExceptionFactory;
@@ -297,7 +302,9 @@ void QZExceptionFactoryInit()
     g_initialised = true;
 }
 
-void QZExceptionFactoryEnd()
+void QZExceptionFactoryInit() { QZExceptionFactoryStart::Init(); }
+
+void QZExceptionFactoryStart::End()
 {
     if (!g_initialised) return;
     using F = QZExceptionFactory;
@@ -311,3 +318,5 @@ void QZExceptionFactoryEnd()
     F::m_functions = nullptr;
     g_initialised = false;
 }
+
+void QZExceptionFactoryEnd() { QZExceptionFactoryStart::End(); }

@@ -2,8 +2,8 @@
 #define QZLIB_FW_EXCEPTION_FACTORY_H
 
 #include "fw/fw_exception.h"
+#include "fw/fw_object_cache.h"
 
-class QZObjectCache;
 class QZCollection;
 
 /// Makes and takes back exceptions. Every Create... hands the exception to its caller, who throws it; whoever
@@ -66,8 +66,7 @@ public:
     static QZInt64 GetMemorySize();
 
 private:
-    friend void QZExceptionFactoryInit();
-    friend void QZExceptionFactoryEnd();
+    friend struct QZExceptionFactoryStart;
     static void RegisterAll();
 
     static QZCollection* m_types;
@@ -81,8 +80,15 @@ private:
     static QZObjectCache* m_jsonExceptionCache;
 };
 
-/// Start and end, called by QZLibInit and QZLibDispose. Not exported.
-void QZExceptionFactoryInit();
-void QZExceptionFactoryEnd();
+// The caches of exceptions. They only give objects out: a recycled exception is deleted, and the created
+// count keeps rising.
+
+QZLIB_NAMED_CACHE(QZExceptionCache, QZException);
+QZLIB_NAMED_CACHE(QZIOExceptionCache, QZIOException);
+QZLIB_NAMED_CACHE(QZTaskExceptionCache, QZTaskException);
+QZLIB_NAMED_CACHE(QZDatabaseExceptionCache, QZDatabaseException);
+QZLIB_NAMED_CACHE(QZSocketExceptionCache, QZSocketException);
+QZLIB_NAMED_CACHE(QZHttpExceptionCache, QZHttpException);
+QZLIB_NAMED_CACHE(QZJsonExceptionCache, QZJsonException);
 
 #endif

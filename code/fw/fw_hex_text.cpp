@@ -12,7 +12,7 @@ public:
     explicit Writer(QZWChar* out) : m_out(out) {}
     void Put(char character)
     {
-        if (m_out) m_out[m_count] = static_cast<QZWChar>(character);
+        if (m_out != nullptr) m_out[m_count] = static_cast<QZWChar>(character);
         ++m_count;
     }
     void Put(const char* text)
@@ -65,7 +65,7 @@ QZInt64 Write(QZWChar* out, const void* data, QZInt64 size, const Layout& layout
                 writer.Put("]  ");
             }
         }
-        writer.PutHex(out ? bytes[i] : 0, 2);
+        writer.PutHex(out != nullptr ? bytes[i] : 0, 2);
         if (layout.spaced) writer.Put(' ');
     }
     return writer.Count();

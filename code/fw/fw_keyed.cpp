@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "fw/fw_string_factory.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 const QZInt64 QZObjectCollection::Type;
 const QZInt64 QZDataCollection::Type;
@@ -247,7 +247,7 @@ public:
         // Text outside ASCII has another length in the narrow page; the string's own comparison converts it.
         if (!m_plain) return key->Equals(m_narrow, 1) != 0;
         if (key->GetLength() != m_length) return false;
-        return m_wide ? Same(key->GetPointer(), m_wide) : Same(key->GetPointer(), m_narrow);
+        return m_wide != nullptr ? Same(key->GetPointer(), m_wide) : Same(key->GetPointer(), m_narrow);
     }
 
 private:
@@ -274,9 +274,7 @@ private:
 template <typename Key>
 [[noreturn]] void ThrowKey(QZInt64 code, const QZWChar* method, const QZWChar* type, Key key)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(code), QZ_W("QZKeyValueCollection"), method)
-        .Argument(type, key)
-        .Exception();
+    QZRaise(code, QZ_W("QZKeyValueCollection"), method).Argument(type, key).Throw();
 }
 
 const QZWChar* TypeName(const char*) { return QZ_W("QZChar*"); }
@@ -296,7 +294,7 @@ QZInt64 QZKeyValueCollection::GetType() { return 0x81F8000; }
 void QZKeyValueCollection::Unlock(QZObject* object)
 {
     // An object that SetElement put in was never locked: the answer does not matter.
-    if (object) object->SetDisposable(GetObjectID(), 1);
+    if (object != nullptr) object->SetDisposable(GetObjectID(), 1);
 }
 
 template <typename Key>
@@ -316,14 +314,14 @@ QZBool QZKeyValueCollection::AddToCollection(QZString* key, QZObject* object)
     const QZWChar* const type = QZ_W("QZString*");
     try
     {
-        if (!key || key->GetSize() == 0) ThrowKey(QZExceptionCode::KeyIsBad, method, type, key);
+        if (key == nullptr || key->GetSize() == 0) ThrowKey(QZExceptionCode::KeyIsBad, method, type, key);
         if (IndexOf(key) >= 0) ThrowKey(QZExceptionCode::KeyIsExists, method, type, key);
-        if (!object) ThrowKey(QZExceptionCode::NullPointer, method, type, key);
+        if (object == nullptr) ThrowKey(QZExceptionCode::NullPointer, method, type, key);
         object->SetDisposable(GetObjectID(), 0);
     }
-    catch (QZException*)
+    catch (...)
     {
-        if (key) QZStringFactory::Recycle(&key);
+        if (key != nullptr) QZStringFactory::Recycle(&key);
         throw;
     }
     PushEntry(key, object);
@@ -337,7 +335,7 @@ void QZKeyValueCollection::AddEntry(QZString* key, QZObject* object)
     {
         object->SetDisposable(GetObjectID(), 0);
     }
-    catch (QZException*)
+    catch (...)
     {
         QZStringFactory::Recycle(&key);
         throw;
@@ -354,7 +352,7 @@ void QZKeyValueCollection::PushEntry(QZString* key, QZObject* object)
         m_lists->objects->Push(object);
         m_lists->keys->Push(key);
     }
-    catch (QZException*)
+    catch (...)
     {
         // The lists stay in step, and object and key are as free as they came.
         if (m_lists->objects->Count() > count) m_lists->objects->Pop();
@@ -367,7 +365,7 @@ void QZKeyValueCollection::PushEntry(QZString* key, QZObject* object)
 template <typename Key>
 QZInt64 QZKeyValueCollection::IndexOf(Key key)
 {
-    if (!key) ThrowKey(QZExceptionCode::NullPointer, QZ_W("GetIndex"), TypeName(key), key);
+    if (key == nullptr) ThrowKey(QZExceptionCode::NullPointer, QZ_W("GetIndex"), TypeName(key), key);
     const KeyText text(key);
     // Straight through the words: this walk is what every look-up costs.
     const QZUInt64* words = m_lists->keys->m_elements->GetPointer();
@@ -402,14 +400,14 @@ QZString* QZKeyValueCollection::ToKey(QZObject* object) { return ToKey(m_lists->
 QZInt64 QZKeyValueCollection::GetElementType(QZString* key)
 {
     QZObject* object = GetElement(key);
-    return object ? object->GetType() : 0;
+    return object != nullptr ? object->GetType() : 0;
 }
 
 QZInt64 QZKeyValueCollection::GetElementType(QZInt64 index)
 {
     // The range is the object list's business: a bad index is its exception, not a 0.
     QZObject* object = m_lists->objects->GetElement(index);
-    return object ? object->GetType() : 0;
+    return object != nullptr ? object->GetType() : 0;
 }
 
 QZBool QZKeyValueCollection::SetElement(const char* key, QZObject* object)
@@ -503,7 +501,7 @@ void QZKeyValueCollection::Clear()
         if (m_lists->keys->Count() > 0)
         {
             QZString* key = m_lists->keys->Pop();
-            if (key) QZStringFactory::Recycle(&key);
+            if (key != nullptr) QZStringFactory::Recycle(&key);
         }
         if (m_lists->objects->Count() > 0) Unlock(m_lists->objects->Pop());
     }
@@ -511,7 +509,7 @@ void QZKeyValueCollection::Clear()
 
 QZBool QZKeyValueCollection::KeyComparer(QZKeyValueCollection* other)
 {
-    if (!other || other->m_count != m_count) return 0;
+    if (other == nullptr || other->m_count != m_count) return 0;
     for (QZInt64 i = 0; i < m_count; ++i)
         if (!m_lists->keys->GetElement(i)->Equals(other->m_lists->keys->GetElement(i))) return 0;
     return 1;

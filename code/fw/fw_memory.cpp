@@ -4,13 +4,16 @@
 
 #include "fw/fw_library.h"
 #include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_collect.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_memory_pool.h"
 #include "fw/internal/fw_memory_raw.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "sys/internal/sys_memory.h"
 #include "sys/sys_bytes.h"
 
 QZBool QZMemory::MemoryTest = 0;
+const QZBool* const g_memoryTestSwitch = &QZMemory::MemoryTest;
 
 void QZMemory::Copy(void* destination, const void* source, QZInt64 size)
 {
@@ -21,7 +24,7 @@ void QZMemory::Clean(void* destination, QZInt64 size) { QZMemClean(destination, 
 
 QZBool QZMemory::Equals(const void* a, const void* b, QZInt64 size)
 {
-    if (!a || !b)
+    if (a == nullptr || b == nullptr)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return 0;
@@ -38,7 +41,7 @@ void* QZMemory::CreateBuffer(QZInt64 size) { return MemoryAllocateClean(size); }
 
 void QZMemory::RecycleBuffer(void* buffer)
 {
-    if (!buffer)
+    if (buffer == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -48,15 +51,14 @@ void QZMemory::RecycleBuffer(void* buffer)
 
 void QZMemory::Protect(QZInt64 option, void* p, QZInt64 size)
 {
-    if (p && size == 0) return;
-    if (!p || size < 0 || option < 1 || option > 3)
+    if (p != nullptr && size == 0) return;
+    if (p == nullptr || size < 0 || option < 1 || option > 3)
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZMemory"), QZ_W("Protect"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZMemory"), QZ_W("Protect"))
             .Argument(QZ_W("QZInt64"), option)
             .Argument(QZ_W("QZPVoid"), static_cast<QZInt64>(reinterpret_cast<std::intptr_t>(p)))
             .Argument(QZ_W("QZInt64"), size)
-            .Exception();
+            .Throw();
     }
     constexpr os::Protection kProtection[] = {os::Protection::ReadWrite, os::Protection::ReadOnly,
                                               os::Protection::NoAccess};
@@ -69,4 +71,32 @@ QZInt64 QZMemory::BigendianToLittleendian(void* destination, const void* source,
     const unsigned char* from = static_cast<const unsigned char*>(source);
     for (QZInt64 i = 0; i < size; ++i) to[i] = from[size - 1 - i];
     return size;
+}
+
+void QZMemory::AllocInfo(QZInt64* count, QZInt64* bytes) { MemoryRawInfo(count, bytes); }
+
+void QZMemory::OccupiedInfo(QZInt64* count, QZInt64* bytes) { MemoryOccupiedInfo(count, bytes); }
+
+// ---- QZMemManager
+
+QZInt64 QZMemManager::GetMemPoolCacheLayer1Size() { return MemoryPoolBlockSize(1); }
+QZInt64 QZMemManager::GetMemPoolCacheLayer2Size() { return MemoryPoolBlockSize(2); }
+QZInt64 QZMemManager::GetMemPoolCacheLayer3Size() { return MemoryPoolBlockSize(3); }
+
+QZInt64 QZMemManager::GetMemPoolCacheLayer1ArrSizeMax() { return MemoryPoolMaximum(1); }
+QZInt64 QZMemManager::GetMemPoolCacheLayer2ArrSizeMax() { return MemoryPoolMaximum(2); }
+QZInt64 QZMemManager::GetMemPoolCacheLayer3ArrSizeMax() { return MemoryPoolMaximum(3); }
+
+void QZMemManager::SetMemPoolCacheLayer1ArrSizeMax(QZInt64 maximum) { MemoryPoolSetMaximum(1, maximum); }
+void QZMemManager::SetMemPoolCacheLayer2ArrSizeMax(QZInt64 maximum) { MemoryPoolSetMaximum(2, maximum); }
+void QZMemManager::SetMemPoolCacheLayer3ArrSizeMax(QZInt64 maximum) { MemoryPoolSetMaximum(3, maximum); }
+
+void QZMemManager::Collect() { Collect(0); }
+
+void QZMemManager::Collect(QZBool partial)
+{
+    // Another order than QZLibCollect's, and both are kept.
+    static constexpr QZCollector kOrder[] = {QZCollector::Data, QZCollector::Exception, QZCollector::String,
+                                             QZCollector::Http, QZCollector::Json};
+    for (QZCollector collector : kOrder) QZCollect(collector, partial);
 }

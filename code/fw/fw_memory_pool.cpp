@@ -1,8 +1,7 @@
+#include "fw/internal/fw_memory_pool.h"
+
 #include <algorithm>
 
-#include "fw/fw_environment.h"
-#include "fw/fw_memory.h"
-#include "fw/internal/fw_collect.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_memory_raw.h"
 #include "sys/internal/sys_thread.h"
@@ -60,7 +59,7 @@ void* Move(void* block, QZInt64 oldSize, QZInt64 newSize, QZInt64* trueSize)
 {
     QZInt64 newTrueSize = 0;
     void* moved = MemoryPoolAllocate(newSize, &newTrueSize);
-    if (!moved) return nullptr;
+    if (moved == nullptr) return nullptr;
     QZMemCopy(moved, block, oldSize);
     MemoryPoolFree(block, oldSize, *trueSize);
     *trueSize = newTrueSize;
@@ -74,29 +73,32 @@ void Drain()
         while (layer.count > 0) MemoryRawFree(Pop(&layer), layer.blockSize);
 }
 
-void SetMaximum(int layer, QZInt64 maximum)
-{
-    g_layers[layer].arrSizeMax = maximum;
-    Drain();
-}
 }  // namespace
 
 void MemoryPoolInit()
 {
-    if (!g_mutex) g_mutex = os::MutexCreate();
+    if (g_mutex == nullptr) g_mutex = os::MutexCreate();
 }
 
 void MemoryPoolEnd()
 {
-    if (!g_mutex) return;
+    if (g_mutex == nullptr) return;
     os::MutexLock(g_mutex);
     os::MutexClose(g_mutex);
     g_mutex = nullptr;
 }
 
-bool MemoryPoolIsOn() { return QZEnvironment::UseMemPoolCache != 0; }
-
 QZInt64 MemoryPoolCount(int layer) { return g_layers[layer - 1].count; }
+
+QZInt64 MemoryPoolBlockSize(int layer) { return g_layers[layer - 1].blockSize; }
+
+QZInt64 MemoryPoolMaximum(int layer) { return g_layers[layer - 1].arrSizeMax; }
+
+void MemoryPoolSetMaximum(int layer, QZInt64 maximum)
+{
+    g_layers[layer - 1].arrSizeMax = maximum;
+    Drain();
+}
 
 void* MemoryPoolAllocate(QZInt64 size)
 {
@@ -108,22 +110,22 @@ void* MemoryPoolAllocate(QZInt64 size, QZInt64* trueSize)
 {
     PoolLock lock;
     Layer* layer = LayerFor(size);
-    *trueSize = layer ? layer->blockSize : size;
-    if (layer && layer->count > 0) return Pop(layer);
+    *trueSize = layer != nullptr ? layer->blockSize : size;
+    if (layer != nullptr && layer->count > 0) return Pop(layer);
     return MemoryRawAllocate(*trueSize);
 }
 
 void MemoryPoolFree(void* block, QZInt64 size)
 {
     Layer* layer = LayerFor(size);
-    MemoryPoolFree(block, size, layer ? layer->blockSize : size);
+    MemoryPoolFree(block, size, layer != nullptr ? layer->blockSize : size);
 }
 
 void MemoryPoolFree(void* block, QZInt64 size, QZInt64 trueSize)
 {
     PoolLock lock;
     Layer* layer = LayerFor(trueSize);
-    if (layer && layer->blockSize == trueSize && Push(layer, block)) return;
+    if (layer != nullptr && layer->blockSize == trueSize && Push(layer, block)) return;
     MemoryRawFree(block, size);
 }
 
@@ -132,26 +134,4 @@ void* MemoryPoolResize(void* block, QZInt64 oldSize, QZInt64 newSize, QZInt64* t
     PoolLock lock;
     if (oldSize >= newSize || newSize <= *trueSize) return block;
     return Move(block, oldSize, newSize, trueSize);
-}
-
-QZInt64 QZMemManager::GetMemPoolCacheLayer1Size() { return g_layers[0].blockSize; }
-QZInt64 QZMemManager::GetMemPoolCacheLayer2Size() { return g_layers[1].blockSize; }
-QZInt64 QZMemManager::GetMemPoolCacheLayer3Size() { return g_layers[2].blockSize; }
-
-QZInt64 QZMemManager::GetMemPoolCacheLayer1ArrSizeMax() { return g_layers[0].arrSizeMax; }
-QZInt64 QZMemManager::GetMemPoolCacheLayer2ArrSizeMax() { return g_layers[1].arrSizeMax; }
-QZInt64 QZMemManager::GetMemPoolCacheLayer3ArrSizeMax() { return g_layers[2].arrSizeMax; }
-
-void QZMemManager::SetMemPoolCacheLayer1ArrSizeMax(QZInt64 maximum) { SetMaximum(0, maximum); }
-void QZMemManager::SetMemPoolCacheLayer2ArrSizeMax(QZInt64 maximum) { SetMaximum(1, maximum); }
-void QZMemManager::SetMemPoolCacheLayer3ArrSizeMax(QZInt64 maximum) { SetMaximum(2, maximum); }
-
-void QZMemManager::Collect() { Collect(0); }
-
-void QZMemManager::Collect(QZBool partial)
-{
-    // Another order than QZLibCollect's, and both are kept.
-    static constexpr QZCollector kOrder[] = {QZCollector::Data, QZCollector::Exception, QZCollector::String,
-                                             QZCollector::Http, QZCollector::Json};
-    for (QZCollector collector : kOrder) QZCollect(collector, partial);
 }

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "fw/fw_exception_code.h"
-#include "fw/fw_memory.h"
 #include "fw/internal/fw_hooks.h"
 #include "sys/internal/sys_memory.h"
 #include "sys/internal/sys_process.h"
@@ -48,8 +47,8 @@ void* TestedHeapBlock(QZInt64 size)
     for (;;)
     {
         void* block = os::HeapAllocate(size);
-        if (!block) return nullptr;
-        bool good = g_patternTest ? g_patternTest(block, size) : MemoryPatternTest(block, size);
+        if (block == nullptr) return nullptr;
+        bool good = g_patternTest != nullptr ? g_patternTest(block, size) : MemoryPatternTest(block, size);
         if (good || !MemoryOccupy(block, size)) return block;
     }
 }
@@ -59,7 +58,7 @@ void MemorySetPatternTest(bool (*test)(void* block, QZInt64 size)) { g_patternTe
 
 bool MemoryPatternTest(void* block, QZInt64 size)
 {
-    if (!block)
+    if (block == nullptr)
     {
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return false;
@@ -90,8 +89,8 @@ bool MemoryOccupy(void* block, QZInt64 size)
 
 void* MemoryRawAllocate(QZInt64 size)
 {
-    void* block = QZMemory::MemoryTest ? TestedHeapBlock(size) : os::HeapAllocate(size);
-    if (!block) return nullptr;
+    void* block = *g_memoryTestSwitch != 0 ? TestedHeapBlock(size) : os::HeapAllocate(size);
+    if (block == nullptr) return nullptr;
     Add(&g_totalBytes, size);
     Add(&g_liveBlocks, 1);
     Add(&g_operations, 1);
@@ -103,10 +102,10 @@ void* MemoryRawResize(void* block, QZInt64 newSize, QZInt64 oldSize, QZInt64* tr
     Add(&g_operations, 1);
     if (newSize != static_cast<QZInt32>(newSize)) return nullptr;
     void* moved;
-    if (QZMemory::MemoryTest)
+    if (*g_memoryTestSwitch != 0)
     {
         moved = TestedHeapBlock(newSize);
-        if (moved)
+        if (moved != nullptr)
         {
             QZMemCopy(moved, block, oldSize);
             os::HeapFree(block);
@@ -116,7 +115,7 @@ void* MemoryRawResize(void* block, QZInt64 newSize, QZInt64 oldSize, QZInt64* tr
     {
         moved = os::HeapResize(block, newSize);
     }
-    if (!moved) return nullptr;
+    if (moved == nullptr) return nullptr;
     Add(&g_totalBytes, newSize - oldSize);
     *trueSize = newSize;
     return moved;
@@ -130,7 +129,7 @@ void MemoryRawFree(void* block, QZInt64 size)
     os::HeapFree(block);
 }
 
-void QZMemory::AllocInfo(QZInt64* count, QZInt64* bytes)
+void MemoryRawInfo(QZInt64* count, QZInt64* bytes)
 {
     QZUInt64 workingSet = 0;
     if (g_operations.load(std::memory_order_relaxed) > 10000 && os::ProcessWorkingSet(&workingSet))
@@ -142,7 +141,7 @@ void QZMemory::AllocInfo(QZInt64* count, QZInt64* bytes)
     *bytes = g_totalBytes.load(std::memory_order_relaxed);
 }
 
-void QZMemory::OccupiedInfo(QZInt64* count, QZInt64* bytes)
+void MemoryOccupiedInfo(QZInt64* count, QZInt64* bytes)
 {
     *count = g_occupiedCount;
     *bytes = g_occupiedBytes;

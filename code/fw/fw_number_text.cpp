@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <iterator>
 
-#include "fw/fw_string.h"
-
 namespace number
 {
 namespace
@@ -94,7 +92,7 @@ QZUInt64 ReadHex(const Unit* text, QZInt64 count)
 template <typename Unit>
 QZInt64 ReadInteger(const Unit* text, QZInt64 count)
 {
-    if (!text || count < 1) return 0;
+    if (text == nullptr || count < 1) return 0;
     if (count >= 2 && UnitOf(text[0]) == '0' && UnitOf(text[1]) == 'x')
         return static_cast<QZInt64>(ReadHex(text + 2, count - 2));
     bool negative = UnitOf(text[0]) == '-';
@@ -108,7 +106,7 @@ QZInt64 ReadInteger(const Unit* text, QZInt64 count)
 template <typename Unit>
 double ReadReal(const Unit* text, QZInt64 count)
 {
-    if (!text || count < 1) return 0;
+    if (text == nullptr || count < 1) return 0;
     QZInt64 point = count - 1;
     while (point >= 0 && UnitOf(text[point]) != '.') --point;
     if (point < 0) return static_cast<double>(ReadInteger(text, count));
@@ -118,18 +116,6 @@ double ReadReal(const Unit* text, QZInt64 count)
     // The sign is that of the integer part, which "-0" does not have: "-0.5" reads 0.5.
     if (whole < 0) return -(static_cast<double>(Magnitude(whole)) + fraction);
     return static_cast<double>(whole) + fraction;
-}
-
-/// The decimal text of a number with leading zeros up to the width.
-int WritePadded(QZWChar* to, QZInt64 value, int width)
-{
-    QZWChar digits[kBufferUnits];
-    int count = WriteUInt64(digits, Magnitude(value));
-    int written = 0;
-    if (value < 0) to[written++] = '-';
-    for (int zeros = std::min(width, 20) - count; zeros > 0; --zeros) to[written++] = '0';
-    std::copy(digits, digits + count, to + written);
-    return written + count;
 }
 }  // namespace
 
@@ -174,34 +160,3 @@ QZUInt64 ReadUInt64Hex(const char* text, QZInt64 count) { return ReadHex(text, c
 double ReadDouble(const QZWChar* text, QZInt64 count) { return ReadReal(text, count); }
 double ReadDouble(const char* text, QZInt64 count) { return ReadReal(text, count); }
 }  // namespace number
-
-namespace
-{
-void PutNumber(QZString* text, QZInt64 position, QZInt64 value, int width)
-{
-    QZWChar digits[number::kBufferUnits];
-    int count = number::WritePadded(digits, value, width);
-    digits[count] = 0;
-    // The first digit takes the place of the "%", so that no unit in front of it moves.
-    text->GetPointer()[position] = digits[0];
-    if (count > 1) text->Insert(position + 1, digits + 1);
-}
-}  // namespace
-
-bool QZFormatFirst(QZString* text, QZInt64 value, int width)
-{
-    QZInt64 position = text->IndexOf(static_cast<QZWChar>('%'));
-    if (position < 0) return false;
-    PutNumber(text, position, value, width);
-    return true;
-}
-
-bool QZFormatLast(QZString* text, QZInt64 value, int width)
-{
-    const QZWChar* units = text->GetPointer();
-    QZInt64 position = text->GetLength() - 1;
-    while (position >= 0 && units[position] != '%') --position;
-    if (position < 0) return false;
-    PutNumber(text, position, value, width);
-    return true;
-}

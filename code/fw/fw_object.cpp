@@ -4,7 +4,7 @@
 
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 const QZInt64 QZObject::Type;
 
@@ -40,11 +40,10 @@ QZBool QZObject::SetDisposable(QZUInt64 key, QZBool disposable)
     }
     if (!disposable)
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked), QZ_W("QZObject"),
-                      QZ_W("SetDisposable"))
+        QZRaise(QZExceptionCode::ObjectIsLocked, QZ_W("QZObject"), QZ_W("SetDisposable"))
             .Argument(QZ_W("QZUInt64"), static_cast<QZInt64>(key))
             .Argument(QZ_W("QZBool"), static_cast<int>(disposable))
-            .Exception();
+            .Throw();
     }
     if (key != m_lockKey) return 0;
     m_disposable = 1;

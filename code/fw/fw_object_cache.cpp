@@ -1,10 +1,10 @@
 #include "fw/fw_object_cache.h"
 
-#include "fw/fw_collection.h"
-#include "fw/fw_environment.h"
+#include "fw/fw_container.h"
 #include "fw/fw_library.h"
 #include "fw/fw_lock.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_calendar.h"
+#include "fw/internal/fw_raise.h"
 #include "sys/internal/sys_thread.h"
 
 const QZInt64 QZObjectCache::Type;
@@ -31,7 +31,7 @@ QZInt64 QZObjectCache::GetMemorySize()
 {
     QZCriticalGuard guard(m_section);
     QZInt64 sum = 8;
-    for (QZObject* object = m_idle->GetFirst(); object; object = object->LinkNext())
+    for (QZObject* object = m_idle->GetFirst(); object != nullptr; object = object->LinkNext())
         sum += object->GetMemorySize();
     return sum;
 }
@@ -72,7 +72,7 @@ QZObject* QZObjectCache::Out()
         const QZInt64 timeout = m_timeout.load(std::memory_order_relaxed);
         if (timeout >= 0)
         {
-            const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
+            const QZInt64 now = calendar::LocalNow();
             if (start < 0) start = now;
             // A sum beyond the clock's range is a time that never comes.
             QZInt64 end = 0;
@@ -84,17 +84,16 @@ QZObject* QZObjectCache::Out()
 
 void QZObjectCache::In(QZObject** object)
 {
-    if (!*object)
+    if (*object == nullptr)
     {
         QZLibAssert(0);
         return;
     }
     if (!(*object)->IsDisposable())
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ObjectIsLocked),
-                      QZ_W("QZObjectCache"), QZ_W("In"))
+        QZRaise(QZExceptionCode::ObjectIsLocked, QZ_W("QZObjectCache"), QZ_W("In"))
             .Argument(QZ_W("QZObject**"), static_cast<QZInt64>((*object)->GetObjectID()))
-            .Exception();
+            .Throw();
     }
     bool discard = false;
     {

@@ -7,7 +7,7 @@
 #include "fw/fw_data_factory.h"
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "sys/sys_bytes.h"
 
 const QZInt64 QZPackage::Type;
@@ -22,9 +22,7 @@ void* ToBlock(QZUInt64 word) { return reinterpret_cast<void*>(static_cast<std::u
 
 [[noreturn]] void ThrowNoMemory(const QZWChar* className, const QZWChar* method)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), className,
-                  method)
-        .Exception();
+    QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), className, method).Throw();
 }
 
 /// Unique ids.
@@ -136,10 +134,7 @@ struct QZPackage::Elements
     void MakeRoom(QZInt64 n, const QZWChar* className, const QZWChar* type)
     {
         if (n < 1)
-            throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), className,
-                          className)
-                .Argument(type, n)
-                .Exception();
+            QZRaise(QZExceptionCode::ArgumentOutOfRange, className, className).Argument(type, n).Throw();
         capacityHint = n;
         for (QZCollection* collection : {&blocks, static_cast<QZCollection*>(&ids), &types})
         {
@@ -151,13 +146,12 @@ struct QZPackage::Elements
     /// A private copy of a buffer's block.
     static void* CopyOf(QZData* data, const QZWChar* className, const QZWChar* method)
     {
-        if (!data)
-            throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), className,
-                          method)
+        if (data == nullptr)
+            QZRaise(QZExceptionCode::ArgumentOutOfRange, className, method)
                 .Argument(QZ_W("QZData*"), static_cast<const QZWChar*>(nullptr))
-                .Exception();
+                .Throw();
         void* copy = block::Copy(data->GetStructPointer());
-        if (!copy) ThrowNoMemory(className, method);
+        if (copy == nullptr) ThrowNoMemory(className, method);
         return copy;
     }
 
@@ -168,7 +162,7 @@ struct QZPackage::Elements
         {
             blocks.Push(ToWord(element));
         }
-        catch (QZException*)
+        catch (...)
         {
             block::Free(element);
             throw;
@@ -177,7 +171,7 @@ struct QZPackage::Elements
         {
             types.Push(type);
         }
-        catch (QZException*)
+        catch (...)
         {
             block::Free(ToBlock(blocks.Pop()));
             throw;
@@ -192,7 +186,7 @@ struct QZPackage::Elements
         {
             ids.PushNew(id);
         }
-        catch (QZException*)
+        catch (...)
         {
             block::Free(ToBlock(blocks.Pop()));
             types.Pop();
@@ -209,7 +203,7 @@ struct QZPackage::Elements
         {
             data->Set(block::Data(element), block::Size(element));
         }
-        catch (QZException*)
+        catch (...)
         {
             QZDataFactory::Recycle(&data);
             throw;
@@ -234,10 +228,9 @@ struct QZPackage::Elements
     {
         const QZInt64 index = ids.FindElement(id);
         if (index < 0)
-            throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), className,
-                          QZ_W("SetElementByID"))
+            QZRaise(QZExceptionCode::ArgumentOutOfRange, className, QZ_W("SetElementByID"))
                 .Argument(QZ_W("QZUInt64"), static_cast<QZInt64>(id))
-                .Exception();
+                .Throw();
         Set(index, data, className, QZ_W("SetElementByID"));
     }
 
@@ -284,7 +277,7 @@ struct QZPackage::Elements
             const auto start = static_cast<QZInt64>(entry.Get(Entry<Wire>::kStart));
             const auto length = static_cast<QZInt64>(entry.Get(Entry<Wire>::kEnd)) - start;
             void* element = block::Make(0, block::kDefaultOffset, length, 0);
-            if (!element) ThrowNoMemory(Wire::kClass, Wire::kClass);
+            if (element == nullptr) ThrowNoMemory(Wire::kClass, Wire::kClass);
             QZMemCopy(block::Data(element), QZAt(package, start), length);
             PushBlock(element, entry.Get(Entry<Wire>::kType));
             // An id that is there already is left out of the ids alone: the elements behind it answer to
@@ -303,20 +296,18 @@ template <typename Wire, typename Maker>
 auto ReadPackage(QZData* data, Maker make)
 {
     const QZWChar* const method = QZ_W("Deserialize");
-    if (!data)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), Wire::kClass,
-                      method)
+    if (data == nullptr)
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, Wire::kClass, method)
             .Argument(QZ_W("QZData*"), static_cast<const QZWChar*>(nullptr))
-            .Exception();
+            .Throw();
     try
     {
-        if (!IsPackage<Wire>(data))
-            throw QZExceptionFactory::CreateException(QZExceptionCode::StructuralFailure);
+        if (!IsPackage<Wire>(data)) QZRaise(QZGeneralFailure(QZExceptionCode::StructuralFailure)).Throw();
         return make();
     }
-    catch (QZException* e)
+    catch (...)
     {
-        QZTrace(e, Wire::kClass, method).Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize());
+        QZPassOn(Wire::kClass, method).Argument(QZ_W("QZData*"), data->GetPointer(), data->GetSize());
         throw;
     }
 }
@@ -324,7 +315,7 @@ auto ReadPackage(QZData* data, Maker make)
 template <typename Package>
 void Delete(Package** package)
 {
-    if (!*package)
+    if (*package == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -335,7 +326,7 @@ void Delete(Package** package)
 
 void GiveBack(QZData** data)
 {
-    if (!*data)
+    if (*data == nullptr)
     {
         QZLibAssert(0);
         return;

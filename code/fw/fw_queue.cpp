@@ -4,7 +4,7 @@
 #include "fw/fw_exception_code.h"
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 const QZInt64 QZQueue::Type;
 
@@ -30,35 +30,28 @@ constexpr int kTail = 3;
 QZQueue::QZQueue(int capacity)
 {
     if (capacity < 1)
-        throw QZTrace(QZExceptionFactory::CreateException(), QZ_W("QZQueue"), QZ_W("QZQueue"))
-            .Argument(QZ_W("QZInt32"), capacity)
-            .Exception();
+        QZRaise(0, QZ_W("QZQueue"), QZ_W("QZQueue")).Argument(QZ_W("QZInt32"), capacity).Throw();
     m_block = block::Make(kQueueType, 0, QZInt64{capacity} * 8 + kStateSize, 0);
     // With the start behind the state words the data pointer stands on the ring itself.
-    if (!m_block || !block::SetOffset(&m_block, kStateSize))
-        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                      QZ_W("QZQueue"), QZ_W("QZQueue"))
+    if (m_block == nullptr || !block::SetOffset(&m_block, kStateSize))
+        QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZQueue"), QZ_W("QZQueue"))
             .Argument(QZ_W("QZInt32"), capacity)
-            .Exception();
+            .Throw();
     SetState(m_block, kCapacity, capacity);
 }
 
 QZQueue::QZQueue(const QZQueue& other) : QZObject(other), m_block(block::Copy(other.m_block))
 {
-    if (!m_block)
-        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                      QZ_W("QZQueue"), QZ_W("QZQueue"))
-            .Exception();
+    if (m_block == nullptr)
+        QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZQueue"), QZ_W("QZQueue")).Throw();
 }
 
 QZQueue& QZQueue::operator=(const QZQueue& other)
 {
     if (this == &other) return *this;
     void* copy = block::Copy(other.m_block);
-    if (!copy)
-        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                      QZ_W("QZQueue"), QZ_W("operator="))
-            .Exception();
+    if (copy == nullptr)
+        QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZQueue"), QZ_W("operator=")).Throw();
     QZObject::operator=(other);
     ReleaseBlock();
     m_block = copy;

@@ -20,7 +20,7 @@ QZInt64 QZSearch::New()
 QZInt64 QZSearch::Continue()
 {
     const QZInt64 start = m_position + m_patternSize;
-    const void* rest = m_data && start >= 0 && start <= m_dataSize ? QZAt(m_data, start) : m_data;
+    const void* rest = m_data != nullptr && start >= 0 && start <= m_dataSize ? QZAt(m_data, start) : m_data;
     const QZInt64 found = start >= 0 ? QZBytesFind(rest, m_dataSize - start, m_pattern, m_patternSize) : -1;
     m_position = found < 0 ? -1 : start + found;
     return m_position;

@@ -3,9 +3,10 @@
 #include <algorithm>
 
 #include "fw/fw_block.h"
-#include "fw/fw_encoding.h"
+#include "fw/fw_encoding_type.h"
 #include "fw/fw_library.h"
 #include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_encoding_convert.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_number_text.h"
 #include "fw/internal/fw_string_internal.h"
@@ -32,7 +33,7 @@ QZInt64 TextSizeOf(const void* b)
 /// Size arguments of texts: a negative one is bad, and a null text has none but 0.
 bool IsTextSize(const void* text, QZInt64 size)
 {
-    if (size >= 0 && (text || size == 0)) return true;
+    if (size >= 0 && (text != nullptr || size == 0)) return true;
     QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
     return false;
 }
@@ -40,15 +41,15 @@ bool IsTextSize(const void* text, QZInt64 size)
 /// Text and size as the trace shows them.
 [[noreturn]] void ThrowSized(const QZWChar* method, const QZWChar* type, const void* text, QZInt64 size)
 {
-    throw text::NoMemory(method)
+    text::NoMemory(method)
         .Argument(type, text, std::max<QZInt64>(size, 0))
         .Argument(QZ_W("QZInt64"), size)
-        .Exception();
+        .Throw();
 }
 
 [[noreturn]] void ThrowText(const QZWChar* method, const QZWChar* type, const void* text, QZInt64 size)
 {
-    throw text::NoMemory(method).Argument(type, text, size).Exception();
+    text::NoMemory(method).Argument(type, text, size).Throw();
 }
 
 constexpr const QZWChar* kNarrow = QZ_W("QZChar*");
@@ -61,17 +62,18 @@ constexpr const QZWChar* kString = QZ_W("QZString*");
 
 QZString::QZString() : m_block(MakeBlock())
 {
-    if (!m_block) throw text::NoMemory(QZ_W("QZString")).Exception();
+    if (m_block == nullptr) text::NoMemory(QZ_W("QZString")).Throw();
 }
 
 QZString::QZString(const QZString& other) : QZObject(other), m_block(block::Copy(other.m_block))
 {
-    if (!m_block) ThrowText(QZ_W("QZString"), QZ_W("QZString&"), other.GetPointer(), other.GetSize());
+    if (m_block == nullptr)
+        ThrowText(QZ_W("QZString"), QZ_W("QZString&"), other.GetPointer(), other.GetSize());
 }
 
 QZString::QZString(QZString* text) : QZString()
 {
-    if (text && !Assign(text->GetPointer(), text->GetSize()))
+    if (text != nullptr && !Assign(text->GetPointer(), text->GetSize()))
         ThrowText(QZ_W("QZString"), kString, text->GetPointer(), text->GetSize());
 }
 
@@ -97,13 +99,14 @@ QZString::QZString(const QZWChar* text, QZInt64 size) : QZString()
     if (!AssignEncoded(QZEncodingType::UTF16LE, text, size)) ThrowSized(QZ_W("QZString"), kWide, text, size);
 }
 
-QZString::QZString(void* block) : m_block(block ? block::Copy(block) : MakeBlock())
+QZString::QZString(void* block) : m_block(block != nullptr ? block::Copy(block) : MakeBlock())
 {
     // A block of other hands may lack the terminator that every reader of a string counts on.
-    bool sound = m_block && (!block || TextSizeOf(block) < block::Size(block) || Resize(block::Size(block)));
+    bool sound = m_block != nullptr &&
+                 (block == nullptr || TextSizeOf(block) < block::Size(block) || Resize(block::Size(block)));
     if (sound) return;
-    if (m_block) block::Free(m_block);
-    throw text::NoMemory(QZ_W("QZString")).Argument(QZ_W("QZPString"), block).Exception();
+    if (m_block != nullptr) block::Free(m_block);
+    text::NoMemory(QZ_W("QZString")).Argument(QZ_W("QZPString"), block).Throw();
 }
 
 QZString& QZString::operator=(const QZString& other)
@@ -117,7 +120,7 @@ QZString& QZString::operator=(const QZString& other)
 
 QZString::~QZString()
 {
-    if (!m_block)
+    if (m_block == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -172,7 +175,7 @@ bool QZString::Owns(const void* position) const
 bool QZString::Assign(const void* text, QZInt64 size)
 {
     size -= size % 2;
-    if (!text || !Owns(text))
+    if (text == nullptr || !Owns(text))
     {
         if (!Resize(size)) return false;
         if (size > 0) QZMemCopy(block::Data(m_block), text, size);
@@ -190,16 +193,16 @@ bool QZString::AssignEncoded(QZInt64 encoding, const void* text, QZInt64 size)
     if (!IsTextSize(text, size)) return false;
     if (size == 0) return Resize(0);
     if (encoding == QZEncodingType::UTF16LE) return size >= 2 && Assign(text, size);
-    QZInt64 needed = QZEncoding::Convert(encoding, text, size, QZEncodingType::UTF16LE, nullptr, 0);
+    QZInt64 needed = encoding::Convert(encoding, text, size, QZEncodingType::UTF16LE, nullptr, 0);
     if (needed < 1) return false;
     if (Owns(text))
     {
-        text::Temporary copy(QZStringFactory::CreateString());
+        QZScopedString copy(QZStringFactory::CreateString());
         return copy->AssignEncoded(encoding, text, size) && Assign(copy->GetPointer(), copy->GetSize());
     }
     if (!Resize(needed)) return false;
     QZInt64 written =
-        QZEncoding::Convert(encoding, text, size, QZEncodingType::UTF16LE, block::Data(m_block), needed);
+        encoding::Convert(encoding, text, size, QZEncodingType::UTF16LE, block::Data(m_block), needed);
     return Resize(written) && written > 0;
 }
 
@@ -238,8 +241,8 @@ void QZString::Set(QZString* text)
 void QZString::Set(void* block)
 {
     if (block == m_block) return;
-    bool done = block ? Assign(block::Data(block), TextSizeOf(block)) : Resize(0);
-    if (!done) throw text::NoMemory(QZ_W("Set")).Argument(QZ_W("QZPString"), block).Exception();
+    bool done = block != nullptr ? Assign(block::Data(block), TextSizeOf(block)) : Resize(0);
+    if (!done) text::NoMemory(QZ_W("Set")).Argument(QZ_W("QZPString"), block).Throw();
 }
 
 // ---- Append and Prepend
@@ -269,7 +272,7 @@ bool QZString::PrependBytes(const void* text, QZInt64 size)
     if (size == 0) return true;
     if (Owns(text))
     {
-        text::Temporary copy(QZStringFactory::CreateString());
+        QZScopedString copy(QZStringFactory::CreateString());
         return copy->Assign(text, size) && PrependBytes(copy->GetPointer(), size);
     }
     QZInt64 offset = block::Offset(m_block);
@@ -303,7 +306,7 @@ void QZString::Append(const char* text)
 
 void QZString::Append(const char* text, QZInt64 size)
 {
-    text::Temporary wide(QZStringFactory::CreateString());
+    QZScopedString wide(QZStringFactory::CreateString());
     if (!wide->AssignEncoded(QZEncodingType::ANSI, text, size) ||
         !AppendBytes(wide->GetPointer(), wide->GetSize()))
         ThrowSized(QZ_W("Append"), kNarrow, text, size);
@@ -336,7 +339,7 @@ void QZString::Prepend(const char* text)
 
 void QZString::Prepend(const char* text, QZInt64 size)
 {
-    text::Temporary wide(QZStringFactory::CreateString());
+    QZScopedString wide(QZStringFactory::CreateString());
     if (!wide->AssignEncoded(QZEncodingType::ANSI, text, size) ||
         !PrependBytes(wide->GetPointer(), wide->GetSize()))
         ThrowSized(QZ_W("Prepend"), kNarrow, text, size);
@@ -374,7 +377,7 @@ struct Number
 template <typename T>
 [[noreturn]] void ThrowNumber(const QZWChar* method, const Number& text, const T& value)
 {
-    throw text::NoMemory(method).Argument(text.type, &value, sizeof value).Exception();
+    text::NoMemory(method).Argument(text.type, &value, sizeof value).Throw();
 }
 }  // namespace
 
@@ -416,7 +419,7 @@ bool QZString::InsertUnits(QZInt64 index, const QZWChar* text, QZInt64 count)
     if (count == 0) return true;
     if (Owns(text))
     {
-        text::Temporary copy(QZStringFactory::CreateString());
+        QZScopedString copy(QZStringFactory::CreateString());
         return copy->Assign(text, count * 2) && InsertUnits(index, copy->GetPointer(), count);
     }
     QZInt64 old = GetLength();
@@ -437,39 +440,36 @@ void QZString::Insert(QZInt64 index, QZString* text)
 {
     text::View view = text::ViewOf(text);
     if (InsertUnits(index, view.units, view.count)) return;
-    throw text::NoMemory(QZ_W("Insert"))
+    text::NoMemory(QZ_W("Insert"))
         .Argument(QZ_W("QZInt64"), index)
         .Argument(kString, view.units, view.count * 2)
-        .Exception();
+        .Throw();
 }
 
 void QZString::Insert(QZInt64 index, QZWChar unit)
 {
     if (InsertUnits(index, &unit, 1)) return;
-    throw text::NoMemory(QZ_W("Insert"))
+    text::NoMemory(QZ_W("Insert"))
         .Argument(QZ_W("QZInt64"), index)
         .Argument(QZ_W("QZWChar"), &unit, 2)
-        .Exception();
+        .Throw();
 }
 
 void QZString::Insert(QZInt64 index, const char* text)
 {
     text::Wide wide(text);
     if (InsertUnits(index, wide.View().units, wide.View().count)) return;
-    throw text::NoMemory(QZ_W("Insert"))
+    text::NoMemory(QZ_W("Insert"))
         .Argument(QZ_W("QZInt64"), index)
         .Argument(kNarrow, text, text::Length(text))
-        .Exception();
+        .Throw();
 }
 
 void QZString::Insert(QZInt64 index, const QZWChar* text)
 {
     QZInt64 count = text::Length(text);
     if (InsertUnits(index, text, count)) return;
-    throw text::NoMemory(QZ_W("Insert"))
-        .Argument(QZ_W("QZInt64"), index)
-        .Argument(kWide, text, count * 2)
-        .Exception();
+    text::NoMemory(QZ_W("Insert")).Argument(QZ_W("QZInt64"), index).Argument(kWide, text, count * 2).Throw();
 }
 
 QZWChar QZString::CharAt(QZInt64 index) const

@@ -5,8 +5,9 @@
 #include "fw/fw_object_cache.h"
 #include "fw/fw_string.h"
 #include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_start.h"
 #include "fw/internal/fw_status.h"
-#include "fw/internal/fw_trace.h"
 
 QZObjectCache* QZStringFactory::m_stringCache = nullptr;
 QZObjectCache* QZStringFactory::m_stringCollectionCache = nullptr;
@@ -14,8 +15,6 @@ QZObjectCache* QZStringFactory::m_stringCollectionCache = nullptr;
 namespace
 {
 [[maybe_unused]] const bool kCollected = QZCollectInstall(QZCollector::String, QZStringFactory::Collect);
-
-using Trace = QZTrace<QZException>;
 
 /// Fills a string fresh out of the cache. When that fails the string goes back, and the exception gets a
 /// frame.
@@ -26,10 +25,10 @@ QZString* Filled(QZString* text, Fill fill, Describe describe)
     {
         fill(text);
     }
-    catch (QZException* e)
+    catch (...)
     {
         QZStringFactory::Recycle(&text);
-        describe(Trace(e, QZ_W("QZStringFactory"), QZ_W("CreateString")));
+        describe(QZPassOn(QZ_W("QZStringFactory"), QZ_W("CreateString")));
         throw;
     }
     return text;
@@ -39,28 +38,28 @@ QZString* Filled(QZString* text, Fill fill, Describe describe)
 QZString* QZStringFactory::CreateString()
 {
     // Before the cache stands, and after it has gone, an exception still needs its texts.
-    return m_stringCache ? static_cast<QZString*>(m_stringCache->Out()) : new QZString();
+    return m_stringCache != nullptr ? static_cast<QZString*>(m_stringCache->Out()) : new QZString();
 }
 
 QZString* QZStringFactory::CreateString(const char* text)
 {
     return Filled(
         CreateString(), [=](QZString* s) { s->Set(text); },
-        [=](Trace trace) { trace.Argument(QZ_W("QZChar*"), text); });
+        [=](QZPassOn trace) { trace.Argument(QZ_W("QZChar*"), text); });
 }
 
 QZString* QZStringFactory::CreateString(const QZWChar* text)
 {
     return Filled(
         CreateString(), [=](QZString* s) { s->Set(text); },
-        [=](Trace trace) { trace.Argument(QZ_W("QZWChar*"), text); });
+        [=](QZPassOn trace) { trace.Argument(QZ_W("QZWChar*"), text); });
 }
 
 QZString* QZStringFactory::CreateString(const char* text, QZInt64 size)
 {
     return Filled(
         CreateString(), [=](QZString* s) { s->Set(text, size); },
-        [=](Trace trace) {
+        [=](QZPassOn trace) {
             trace.Argument(QZ_W("QZChar*"), text, size > 0 ? size : 0).Argument(QZ_W("QZInt64"), size);
         });
 }
@@ -69,7 +68,7 @@ QZString* QZStringFactory::CreateString(const QZWChar* text, QZInt64 size)
 {
     return Filled(
         CreateString(), [=](QZString* s) { s->Set(text, size); },
-        [=](Trace trace) {
+        [=](QZPassOn trace) {
             trace.Argument(QZ_W("QZWChar*"), text, size > 0 ? size : 0).Argument(QZ_W("QZInt64"), size);
         });
 }
@@ -78,7 +77,7 @@ QZString* QZStringFactory::CreateString(QZString* text)
 {
     return Filled(
         CreateString(), [=](QZString* s) { s->Set(text); },
-        [=](Trace trace) { trace.Argument(QZ_W("QZString*"), text); });
+        [=](QZPassOn trace) { trace.Argument(QZ_W("QZString*"), text); });
 }
 
 QZStringCollection* QZStringFactory::CreateStringCollection()
@@ -88,14 +87,14 @@ QZStringCollection* QZStringFactory::CreateStringCollection()
 
 void QZStringFactory::Recycle(QZString** text)
 {
-    if (!*text)
+    if (*text == nullptr)
     {
         QZLibAssert(0);
         return;
     }
     (*text)->Clear();
     QZObject* object = *text;
-    if (m_stringCache)
+    if (m_stringCache != nullptr)
         m_stringCache->In(&object);
     else
         delete object;
@@ -104,7 +103,7 @@ void QZStringFactory::Recycle(QZString** text)
 
 void QZStringFactory::Recycle(QZStringCollection** collection)
 {
-    if (!*collection)
+    if (*collection == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -112,7 +111,7 @@ void QZStringFactory::Recycle(QZStringCollection** collection)
     while ((*collection)->Count() > 0)
     {
         QZString* text = (*collection)->Pop();
-        if (text) Recycle(&text);
+        if (text != nullptr) Recycle(&text);
     }
     QZObject* object = *collection;
     m_stringCollectionCache->In(&object);
@@ -121,7 +120,7 @@ void QZStringFactory::Recycle(QZStringCollection** collection)
 
 void QZStringFactory::Collect(QZBool partial)
 {
-    if (!m_stringCache) return;
+    if (m_stringCache == nullptr) return;
     m_stringCache->Collect(partial);
     m_stringCollectionCache->Collect(partial);
 }
@@ -131,16 +130,24 @@ QZInt64 QZStringFactory::GetMemorySize()
     return m_stringCache->GetMemorySize() + m_stringCollectionCache->GetMemorySize();
 }
 
-void QZStringFactoryInit()
+struct QZStringFactoryStart
 {
-    if (QZStringFactory::m_stringCache) return;
+    static void Init();
+    static void End();
+};
+
+void QZStringFactoryStart::Init()
+{
+    if (QZStringFactory::m_stringCache != nullptr) return;
     QZStringFactory::m_stringCache = new QZCache<QZString>(-1, -1);
     QZStringFactory::m_stringCollectionCache = new QZCache<QZStringCollection>(-1, -1);
 }
 
-void QZStringFactoryEnd()
+void QZStringFactoryInit() { QZStringFactoryStart::Init(); }
+
+void QZStringFactoryStart::End()
 {
-    if (!QZStringFactory::m_stringCache) return;
+    if (QZStringFactory::m_stringCache == nullptr) return;
     QZStringFactory::Collect(0);
     delete QZStringFactory::m_stringCache;
     delete QZStringFactory::m_stringCollectionCache;
@@ -148,10 +155,12 @@ void QZStringFactoryEnd()
     QZStringFactory::m_stringCollectionCache = nullptr;
 }
 
+void QZStringFactoryEnd() { QZStringFactoryStart::End(); }
+
 QZJsonObject* QZStringFactory::GetStatus()
 {
-    const QZStatusFigure figures[] = {{QZ_W("String"), m_stringCache->Count()},
-                                      {QZ_W("StringCollection"), m_stringCollectionCache->Count()}};
+    const QZStatusFigure figures[] = {{QZ_W("String"), m_stringCache},
+                                      {QZ_W("StringCollection"), m_stringCollectionCache}};
     return QZStatusMake(figures, 2);
 }
 

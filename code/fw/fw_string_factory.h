@@ -41,16 +41,10 @@ public:
     static QZInt64 GetMemorySize();
 
 private:
-    friend void QZStringFactoryInit();
-    friend void QZStringFactoryEnd();
+    friend struct QZStringFactoryStart;
 
     static QZObjectCache* m_stringCache;
     static QZObjectCache* m_stringCollectionCache;
 };
-
-/// Start and end, called by QZLibInit and QZLibDispose; each may be called twice without effect. Not
-/// exported.
-void QZStringFactoryInit();
-void QZStringFactoryEnd();
 
 #endif

@@ -33,7 +33,7 @@ bool EqualUnits(const QZWChar* a, const QZWChar* b, QZInt64 count, bool ignoreCa
 
 bool EqualViews(View own, View other, bool ignoreCase)
 {
-    return other.units && own.count == other.count &&
+    return other.units != nullptr && own.count == other.count &&
            EqualUnits(own.units, other.units, own.count, ignoreCase);
 }
 
@@ -41,7 +41,7 @@ bool EqualViews(View own, View other, bool ignoreCase)
 /// place; only from another byte on it has to be converted.
 bool EqualNarrow(View own, const char* other, bool ignoreCase)
 {
-    if (!other) return false;
+    if (other == nullptr) return false;
     for (QZInt64 i = 0; static_cast<signed char>(other[i]) >= 0; ++i)
     {
         if (other[i] == 0) return i == own.count;
@@ -60,7 +60,7 @@ QZInt64 Find(View own, QZInt64 start, View pattern)
         QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
         return kBadStart;
     }
-    if (!pattern.units) return kNotFound;
+    if (pattern.units == nullptr) return kNotFound;
     if (pattern.count == 0) return start;
     QZWChar first = pattern.units[0];
     for (QZInt64 i = start; i <= own.count - pattern.count; ++i)
@@ -75,21 +75,21 @@ template <typename T>
 QZInt64 FoundOrThrow(QZInt64 position, QZInt64 start, const QZWChar* type, T pattern)
 {
     if (position != kBadStart) return position;
-    throw text::Failure(QZLastErrorOr(QZExceptionCode::ArgumentOutOfRange), QZ_W("IndexOf"))
+    text::Failure(QZLastErrorOr(QZExceptionCode::ArgumentOutOfRange), QZ_W("IndexOf"))
         .Argument(QZ_W("QZInt64"), start)
         .Argument(type, pattern)
-        .Exception();
+        .Throw();
 }
 
 bool Starts(View own, View other, bool ignoreCase)
 {
-    return other.units && other.count <= own.count &&
+    return other.units != nullptr && other.count <= own.count &&
            EqualUnits(own.units, other.units, other.count, ignoreCase);
 }
 
 bool Ends(View own, View other, bool ignoreCase)
 {
-    return other.units && other.count <= own.count &&
+    return other.units != nullptr && other.count <= own.count &&
            EqualUnits(own.units + own.count - other.count, other.units, other.count, ignoreCase);
 }
 
@@ -231,13 +231,13 @@ QZString* QZString::Replaced(const QZWChar* find, QZInt64 findCount, const QZWCh
     View own = ViewOf(this);
     View pattern{find, findCount};
     QZInt64 length = own.count + CountMatches(own, pattern) * (withCount - findCount);
-    text::Temporary result(QZStringFactory::CreateString());
+    QZScopedString result(QZStringFactory::CreateString());
     if (!result->Resize(length * 2))
     {
-        throw text::NoMemory(QZ_W("Replace"))
+        text::NoMemory(QZ_W("Replace"))
             .Argument(QZ_W("QZWChar*"), find, findCount * 2)
             .Argument(QZ_W("QZWChar*"), with, withCount * 2)
-            .Exception();
+            .Throw();
     }
     QZWChar* to = result->GetPointer();
     QZInt64 start = 0;
@@ -255,12 +255,12 @@ void QZString::ReplaceHere(const QZWChar* find, QZInt64 findCount, const QZWChar
 {
     // Most texts that are searched hold nothing to replace, and need no copy then.
     if (NextMatch(ViewOf(this), View{find, findCount}, 0) == GetLength()) return;
-    text::Temporary result(Replaced(find, findCount, with, withCount));
+    QZScopedString result(Replaced(find, findCount, with, withCount));
     if (Assign(result->GetPointer(), result->GetSize())) return;
-    throw text::NoMemory(QZ_W("ReplaceThis"))
+    text::NoMemory(QZ_W("ReplaceThis"))
         .Argument(QZ_W("QZWChar*"), find, findCount * 2)
         .Argument(QZ_W("QZWChar*"), with, withCount * 2)
-        .Exception();
+        .Throw();
 }
 
 QZString* QZString::Replace(const char* find, const char* with)
@@ -303,35 +303,12 @@ void QZString::ReplaceThis(QZString* find, QZString* with)
 
 namespace
 {
-/// A collection under way: it goes back, with its strings, when it is not finished.
-class Pieces
+void AddPiece(QZStringCollection* pieces, const QZWChar* units, QZInt64 count)
 {
-public:
-    Pieces() : m_collection(QZStringFactory::CreateStringCollection()) {}
-    ~Pieces()
-    {
-        if (m_collection) QZStringFactory::Recycle(&m_collection);
-    }
-    Pieces(const Pieces&) = delete;
-    Pieces& operator=(const Pieces&) = delete;
-
-    void Add(const QZWChar* units, QZInt64 count)
-    {
-        text::Temporary piece(QZStringFactory::CreateString(units, count * 2));
-        m_collection->Push(piece.Get());
-        piece.Release();
-    }
-
-    QZStringCollection* Release()
-    {
-        QZStringCollection* collection = m_collection;
-        m_collection = nullptr;
-        return collection;
-    }
-
-private:
-    QZStringCollection* m_collection;
-};
+    QZScopedString piece(QZStringFactory::CreateString(units, count * 2));
+    pieces->Push(piece.Get());
+    piece.Release();
+}
 }  // namespace
 
 QZStringCollection* QZString::SplitAt(const QZWChar* separator, QZInt64 count)
@@ -339,7 +316,7 @@ QZStringCollection* QZString::SplitAt(const QZWChar* separator, QZInt64 count)
     View own = ViewOf(this);
     try
     {
-        Pieces pieces;
+        QZScopedStringCollection pieces(QZStringFactory::CreateStringCollection());
         QZInt64 start = 0;
         for (QZInt64 i = 0; count > 0 && i <= own.count - count; ++i)
         {
@@ -347,15 +324,15 @@ QZStringCollection* QZString::SplitAt(const QZWChar* separator, QZInt64 count)
                 continue;
             // The walk goes on one unit behind the match: a separator that overlaps the one just found counts
             // again, with an empty piece before it.
-            pieces.Add(own.units + start, std::max<QZInt64>(i - start, 0));
+            AddPiece(pieces.Get(), own.units + start, std::max<QZInt64>(i - start, 0));
             start = i + count;
         }
-        pieces.Add(own.units + start, own.count - start);
+        AddPiece(pieces.Get(), own.units + start, own.count - start);
         return pieces.Release();
     }
-    catch (QZException* e)
+    catch (...)
     {
-        QZTrace(e, QZ_W("QZString"), QZ_W("Split")).Argument(QZ_W("QZWChar*"), separator, count * 2);
+        QZPassOn(QZ_W("QZString"), QZ_W("Split")).Argument(QZ_W("QZWChar*"), separator, count * 2);
         throw;
     }
 }

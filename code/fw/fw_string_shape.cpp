@@ -23,7 +23,7 @@ QZInt64 LeadingWhiteSpace(View text)
 /// What Trim leaves over.
 View Trimmed(QZString* text, const QZWChar* method)
 {
-    if (!text->Check()) throw text::Failure(QZExceptionCode::StructuralFailure, method).Exception();
+    if (!text->Check()) text::Failure(QZExceptionCode::StructuralFailure, method).Throw();
     View view = ViewOf(text);
     QZInt64 leading = LeadingWhiteSpace(view);
     QZInt64 trailing = 0;
@@ -60,10 +60,10 @@ void TestRange(QZString* text, QZInt64 start, QZInt64 length, const QZWChar* met
 {
     if (start >= 0 && length >= 0 && start <= text->GetLength() && length <= text->GetLength() - start)
         return;
-    throw text::Failure(QZExceptionCode::ArgumentOutOfRange, method)
+    text::Failure(QZExceptionCode::ArgumentOutOfRange, method)
         .Argument(QZ_W("QZInt64"), start)
         .Argument(QZ_W("QZInt64"), length)
-        .Exception();
+        .Throw();
 }
 }  // namespace
 
@@ -115,11 +115,11 @@ void QZString::TrimThis()
 // ---- Tests
 // ---------------------------------------------------------------------------------------------------------------
 
-QZBool QZString::IsNullOrEmpty(QZString* text) { return !text || text->GetSize() == 0; }
+QZBool QZString::IsNullOrEmpty(QZString* text) { return text == nullptr || text->GetSize() == 0; }
 
 QZBool QZString::IsNullOrWhiteSpace(QZString* text)
 {
-    return !text || LeadingWhiteSpace(ViewOf(text)) == text->GetLength();
+    return text == nullptr || LeadingWhiteSpace(ViewOf(text)) == text->GetLength();
 }
 
 QZBool QZString::IsNumberic(QZString* text)

@@ -5,8 +5,8 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_string_internal.h"
-#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZColumnCollection::Type;
 const QZInt64 QZDataRow::Type;
@@ -105,13 +105,13 @@ QZInt64 QZColumnCollection::GetType() { return 0x81FE000; }
 
 QZBool QZColumnCollection::Add(const char* name, QZInt64 type)
 {
-    const text::Temporary wide(QZStringFactory::CreateString(name));
+    const QZScopedString wide(QZStringFactory::CreateString(name));
     return Add(wide.Get(), type);
 }
 
 QZBool QZColumnCollection::Add(const QZWChar* name, QZInt64 type)
 {
-    const text::Temporary wide(QZStringFactory::CreateString(name));
+    const QZScopedString wide(QZStringFactory::CreateString(name));
     return Add(wide.Get(), type);
 }
 
@@ -278,16 +278,15 @@ QZDataRow* QZRowCollection::NewRow()
 
 void QZRowCollection::Recycle(QZDataRow** row)
 {
-    if (!*row)
+    if (*row == nullptr)
     {
         QZLibAssert(0);
         return;
     }
     if (m_rows->list.RemoveByValue(ToWord(*row)) < 1)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::OperationFailed),
-                      QZ_W("QZRowCollection"), QZ_W("Recycle"))
+        QZRaise(QZExceptionCode::OperationFailed, QZ_W("QZRowCollection"), QZ_W("Recycle"))
             .Argument(QZ_W("QZDataRow**"), static_cast<QZInt64>(ToWord(*row)))
-            .Exception();
+            .Throw();
     *row = nullptr;
 }
 

@@ -9,7 +9,7 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_calendar.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "sys/sys_bytes.h"
 
 const QZInt64 QZTime::Type;
@@ -122,13 +122,12 @@ QZDateTime::QZDateTime(QZData* data) : m_value(0)
 {
     constexpr QZInt64 kWithoutMilliseconds = 28;
     constexpr QZInt64 kWhole = 32;
-    const QZInt64 size = data ? data->GetSize() : -1;
+    const QZInt64 size = data != nullptr ? data->GetSize() : -1;
     if (size != kWithoutMilliseconds && size != kWhole)
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-                      QZ_W("QZDateTime"), QZ_W("QZDateTime"))
-            .Argument(QZ_W("QZData*"), data ? data->GetPointer() : nullptr, size)
-            .Exception();
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZDateTime"), QZ_W("QZDateTime"))
+            .Argument(QZ_W("QZData*"), data != nullptr ? data->GetPointer() : nullptr, size)
+            .Throw();
     }
     const void* bytes = data->GetPointer();
     auto word = [&](int index) { return static_cast<QZInt64>(QZLoad<QZInt32>(QZAt(bytes, index * 4))); };
@@ -152,10 +151,10 @@ QZData* QZDateTime::ToData() const
     {
         ToData(data);
     }
-    catch (QZException* e)
+    catch (...)
     {
         QZDataFactory::Recycle(&data);
-        QZTrace(e, QZ_W("QZDateTime"), QZ_W("ToData"));
+        QZPassOn(QZ_W("QZDateTime"), QZ_W("ToData"));
         throw;
     }
     return data;

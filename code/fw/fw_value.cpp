@@ -276,7 +276,7 @@ QZString* QZDataDatetime::ToString()
     {
         ToString(text);
     }
-    catch (QZException*)
+    catch (...)
     {
         QZStringFactory::Recycle(&text);
         throw;

@@ -2,7 +2,7 @@
 
 #include "fw/fw_exception.h"
 #include "fw/fw_library.h"
-#include "fw/internal/fw_factory_cache.h"
+#include "fw/internal/fw_start.h"
 #include "fw/internal/fw_status.h"
 #include "graphics/gr_pixels.h"
 #include "graphics/gr_points.h"
@@ -156,8 +156,7 @@ void QZGraphicsFactoryEnd()
 
 QZJsonObject* QZGraphicsFactory::GetStatus()
 {
-    const QZStatusFigure figures[] = {{QZ_W("Shape"), m_shapeCache->Count()},
-                                      {QZ_W("PixelBlock"), m_pixelBlockCache->Count()}};
+    const QZStatusFigure figures[] = {{QZ_W("Shape"), m_shapeCache}, {QZ_W("PixelBlock"), m_pixelBlockCache}};
     return QZStatusMake(figures, 2);
 }
 

@@ -75,7 +75,7 @@ QZIPAddress* Resolve(QZString* name)
 }
 }  // namespace
 
-QZInt64 QZHttp::GetType() { return 0x8310011; }
+QZInt64 QZHttp::GetType() { return Type; }
 
 long long QZHttp::Send(long long handle, const void* data, long long size)
 {

@@ -40,7 +40,7 @@ QZHttpClient::~QZHttpClient()
     delete m_lock;
 }
 
-QZInt64 QZHttpClient::GetType() { return 0x831001C; }
+QZInt64 QZHttpClient::GetType() { return Type; }
 
 void QZHttpClient::SetStatus(QZInt64 bits) { m_status.fetch_or(bits, std::memory_order_relaxed); }
 void QZHttpClient::ClearStatus(QZInt64 bits) { m_status.fetch_and(~bits, std::memory_order_relaxed); }

@@ -13,11 +13,11 @@ class QZIPAddress;
 template <typename T>
 class QZList;
 
-/// Clients kept open for the next request to the same address and port.
+/// Open clients, kept for the next request to the same address and port.
 ///
 /// A request takes an idle client of its server or opens another one; there is no upper limit. The pool owns
-/// its clients. Its lock is never held across a network call. Any thread may call; the pool must outlive its
-/// requests.
+/// its clients. It does not hold its lock during a network call. Any thread may call; the pool must exist
+/// until all its requests have ended.
 class QZ_API QZHttpClientPool : public QZObject
 {
 public:
@@ -26,10 +26,11 @@ public:
     QZHttpClientPool(const QZHttpClientPool&) = delete;
     QZHttpClientPool& operator=(const QZHttpClientPool&) = delete;
 
-    /// Milliseconds of one send or receive, for present and later clients; 60000 at first.
+    /// Sets the milliseconds of one send or receive for existing and later clients; the initial value is
+    /// 60000.
     void SetTimeout(int ms);
 
-    /// Sends the request to the host of its address or, when that names none, of its header "Host".
+    /// Sends the request to the host in its address or, when the address has none, in its header "Host".
     /// @return a new response, given back to QZHttpFactory
     /// @throws QZHttpException NameNotResolved, QZSocketException without a connection, and what the client
     ///         throws; the client is closed then
@@ -37,13 +38,13 @@ public:
 
     QZInt64 Count();
 
-    /// Closes all clients; those with a request under way when it ends.
+    /// Closes all clients. A client with a running request is closed when the request ends.
     void CloseAll();
 
     /// Closes the clients that are idle.
     void Collect();
 
-    /// Attempts that failed, of all clients.
+    /// The number of failed attempts of all clients.
     QZInt64 GetFailCount();
 
 protected:

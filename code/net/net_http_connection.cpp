@@ -136,7 +136,7 @@ QZHttpConnect::~QZHttpConnect()
     delete m_useLock;
 }
 
-QZInt64 QZHttpConnect::GetType() { return 0x831001A; }
+QZInt64 QZHttpConnect::GetType() { return Type; }
 
 QZObject* QZHttpConnect::NewObject() { return new QZHttpConnect(); }
 
@@ -470,7 +470,7 @@ QZHttpConnectCollection::~QZHttpConnectCollection()
     delete m_lock;
 }
 
-QZInt64 QZHttpConnectCollection::GetType() { return 0x831001B; }
+QZInt64 QZHttpConnectCollection::GetType() { return Type; }
 
 int QZHttpConnectCollection::PlaceOf(QZInt64 id)
 {

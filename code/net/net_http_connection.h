@@ -4,8 +4,8 @@
 #include <atomic>
 
 #include "fw/fw_container.h"
-#include "fw/fw_named_cache.h"
 #include "fw/fw_object.h"
+#include "fw/fw_object_cache.h"
 
 class QZCriticalSection;
 class QZData;
@@ -172,8 +172,9 @@ public:
     /// Takes out the connection nearest to the tail that may be closed; null when there is none. A connection
     /// may be closed
     /// - when it is closing and its peer has closed;
-    /// - when nobody uses it and its peer has closed, or checkTime is 0, or its last use is older than the
-    /// free time;
+    /// - when nobody uses it, and its peer has closed or checkTime is 0 or its last use is older than the
+    /// free
+    ///   time;
     /// - when its head began before the free time and is not complete;
     /// - when it exists longer than the free time and has received nothing.
     virtual QZHttpConnect* PopFreeConnect(unsigned char checkTime);

@@ -6,17 +6,18 @@
 class QZData;
 class QZString;
 
-/// Texts of HTTP messages that the whole process shares, as bytes and, with the ending String, as text.
+/// Texts of HTTP messages that the whole process shares: as bytes and, where the name ends with String, as
+/// text.
 ///
-/// They stand from QZLibInit to QZLibDispose, are locked against being destroyed or recycled, and are only
-/// read.
+/// They exist from QZLibInit to QZLibDispose and are locked, so nobody can destroy or recycle them. Nobody
+/// changes them, so any thread may read them.
 class QZ_API QZHttpConstant
 {
 public:
     /// Carriage return, line feed.
     static QZData* NewLine;
     static QZString* NewLineString;
-    /// The same twice: the end of a head.
+    /// Two line ends, which end a head.
     static QZData* EmptyLine;
     static QZData* HeaderNameLocation;
     static QZString* HeaderNameLocationString;
@@ -38,7 +39,7 @@ public:
 class QZ_API QZHttpStatusCode
 {
 public:
-    /// The text of a code, a static text; null for a code that has none here.
+    /// The text of a code, which is static; null for a code without one.
     static const QZWChar* ToMessage(float code);
 };
 

@@ -41,7 +41,7 @@ QZHttpContext::~QZHttpContext()
     http::Disown(&m_source, id);
 }
 
-QZInt64 QZHttpContext::GetType() { return 0x8310017; }
+QZInt64 QZHttpContext::GetType() { return Type; }
 
 QZData* QZHttpContext::GetContent() { return &m_content; }
 

@@ -5,8 +5,8 @@
 #include "net/net_http_cookie.h"
 #include "net/net_http_header.h"
 
-/// Milliseconds of QZEnvironment::GetCurrentTimestamp in a message's life. Whoever serves the message fills
-/// them; the first stays 0.
+/// The times of a message, in milliseconds of QZEnvironment::GetCurrentTimestamp. The server that answers the
+/// request sets them; the first stays 0.
 struct QZHttpStamps
 {
     QZInt64 zero = 0;
@@ -16,11 +16,11 @@ struct QZHttpStamps
     QZInt64 end = 0;
 };
 
-/// What requests and responses have in common: content, headers, cookies and the bytes they came from.
+/// The common base of requests and responses: content, headers, cookies and the bytes they were read from.
 ///
-/// All text in a message is wide text; the wire is UTF-8. Content, source and both collections belong to the
-/// message and are locked with its object id. A new message holds one header, "Content-Length: 0". Message
-/// objects come from QZHttpFactory alone. One thread at a time.
+/// All text in a message is wide text; sent and received text is UTF-8. Content, source and both collections
+/// belong to the message and are locked with its object id. A new message has one header,
+/// "Content-Length: 0". Only QZHttpFactory makes messages. One thread at a time.
 class QZ_API QZHttpContext : public QZObject
 {
 public:
@@ -34,32 +34,33 @@ public:
 
     QZData* GetContent();
 
-    /// Take a copy as the content and set the header "Content-Length". A text goes in as UTF-8, and
+    /// Copy the argument into the content and set the header "Content-Length". A text becomes UTF-8, and
     /// "Content-Type" becomes "text/html; charset=utf-8".
     void SetContent(const QZData* content);
     void SetContent(QZString* content);
     void SetContent(const void* content, QZInt64 size);
 
-    /// The content read as UTF-8, a new string, given back with Recycle.
+    /// The content, read as UTF-8: a new string, which the caller gives back to QZStringFactory.
     QZString* GetContentString();
 
-    /// Empties the message: no cookies, no content, no source, stamps of 0, and one header, "Content-Length:
-    /// 0".
+    /// Empties the message. It then has no cookies, no content, no source, times of 0, and one header:
+    /// "Content-Length: 0".
     void Clear();
 
     QZHttpHeaderCollection* GetHeaders();
 
-    /// Merges headers into the message's own, as QZHttpFactory::CopyTo does. The collection stays the
-    /// caller's.
+    /// Merges headers into those of the message, as QZHttpFactory::CopyTo does. The collection still belongs
+    /// to the caller. True.
     QZBool SetHeader(QZHttpHeaderCollection* headers);
 
     QZHttpCookieCollection* GetCookies();
 
-    /// The bytes that a request was made of. A response gives them up while it is parsed.
+    /// The bytes from which a request was read. A response frees its bytes while it is read.
     QZData* GetSource();
 
-    /// Give back what the message handed out. For what belongs to the message, and for what somebody else has
-    /// locked, only the variable is cleared. A null in the variable is a QZLibAssert(false).
+    /// Give back an object that a message returned. For an object that belongs to the message, or that
+    /// somebody else has locked, only the variable is cleared. A null in the variable is a
+    /// QZLibAssert(false).
     virtual void Recycle(QZData** data);
     void Recycle(QZHttpHeader** header);
     void Recycle(QZHttpHeaderCollection** headers);
@@ -69,7 +70,7 @@ public:
 protected:
     QZHttpContext();
 
-    /// Takes a copy of the bytes as the source.
+    /// Copies the bytes into the source.
     void Set(const QZData* source);
 
     friend struct QZHttpAccess;

@@ -1,8 +1,8 @@
 #include "net/net_http_cookie.h"
 
 #include "fw/fw_string_factory.h"
+#include "net/internal/net_http_elements.h"
 #include "net/internal/net_http_text.h"
-#include "net/internal/net_ownership.h"
 
 const QZInt64 QZHttpCookie::Type;
 const QZInt64 QZHttpCookieCollection::Type;
@@ -19,7 +19,7 @@ QZHttpCookie::~QZHttpCookie()
         http::Disown(text, QZObject::GetObjectID());
 }
 
-QZInt64 QZHttpCookie::GetType() { return 0x8310013; }
+QZInt64 QZHttpCookie::GetType() { return Type; }
 
 QZString* QZHttpCookie::GetDomain() { return &m_domain; }
 QZString* QZHttpCookie::GetName() { return &m_name; }
@@ -61,7 +61,7 @@ void QZHttpCookie::DeleteObject(QZObject* cookie) { delete cookie; }
 QZHttpCookieCollection::QZHttpCookieCollection() = default;
 QZHttpCookieCollection::~QZHttpCookieCollection() = default;
 
-QZInt64 QZHttpCookieCollection::GetType() { return 0x8310014; }
+QZInt64 QZHttpCookieCollection::GetType() { return Type; }
 
 QZHttpCookie* QZHttpCookieCollection::GetElement(QZInt64 index)
 {
@@ -70,30 +70,18 @@ QZHttpCookie* QZHttpCookieCollection::GetElement(QZInt64 index)
 
 QZHttpCookie* QZHttpCookieCollection::Pop()
 {
-    auto* cookie = static_cast<QZHttpCookie*>(QZObjectCollection::Pop());
-    if (cookie != nullptr) http::Disown(cookie, GetObjectID());
-    return cookie;
+    return http::Unlocked(static_cast<QZHttpCookie*>(QZObjectCollection::Pop()), GetObjectID());
 }
 
 QZBool QZHttpCookieCollection::RemoveElement(QZInt64 index)
 {
-    QZHttpCookie* cookie = GetElement(index);
-    if (cookie != nullptr) http::Disown(cookie, GetObjectID());
+    http::Unlocked(GetElement(index), GetObjectID());
     return QZObjectCollection::RemoveElement(index);
 }
 
 QZBool QZHttpCookieCollection::Push(QZHttpCookie* cookie) { return QZObjectCollection::Push(cookie); }
 
-QZInt64 QZHttpCookieCollection::GetCookiesSize()
-{
-    QZInt64 size = 0;
-    for (QZInt64 i = Count() - 1; i >= 0; --i)
-    {
-        QZHttpCookie* cookie = GetElement(i);
-        size += cookie->GetName()->GetSize() + cookie->GetValue()->GetSize();
-    }
-    return size;
-}
+QZInt64 QZHttpCookieCollection::GetCookiesSize() { return http::SizeOfTexts(this); }
 
 QZObject* QZHttpCookieCollection::NewObject() { return new QZHttpCookieCollection(); }
 void QZHttpCookieCollection::DeleteObject(QZObject* collection) { delete collection; }

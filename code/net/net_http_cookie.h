@@ -2,12 +2,12 @@
 #define QZLIB_NET_HTTP_COOKIE_H
 
 #include "fw/fw_keyed.h"
-#include "fw/fw_named_cache.h"
+#include "fw/fw_object_cache.h"
 
-/// One cookie: domain, name, path, value and expires text.
+/// One cookie: domain, name, path, value and expiry text.
 ///
-/// Comes from QZHttpFactory and goes back there. The strings belong to the cookie and are locked with its
-/// object id. One thread at a time.
+/// Cookies come from QZHttpFactory and go back there. The strings belong to the cookie and are locked with
+/// its object id. One thread at a time.
 class QZ_API QZHttpCookie : public QZObject
 {
 public:
@@ -25,16 +25,16 @@ public:
     QZString* GetValue();
     QZString* GetExpries();
 
-    /// Takes "name=value; path=...; domain=...; expires=..." apart. All parts are emptied first. A piece
-    /// without an equals sign is passed over, as is any other attribute; the value may hold equals signs.
+    /// Reads "name=value; path=...; domain=...; expires=...". All parts are emptied first. Pieces without an
+    /// equals sign and all other attributes are ignored. The value may contain equals signs.
     void Set(QZString* text);
-    /// Takes the parts as they are; null stands for an empty one.
+    /// Copies the parts without change; null stands for an empty part.
     void Set(QZString* name, QZString* value, QZString* path, QZString* domain, QZString* expires);
 
     /// Empties all parts.
     void Clear();
 
-    /// Gives a string back. For the cookie's own strings only the variable is cleared.
+    /// Gives a string back to QZStringFactory. For the cookie's own strings only the variable is cleared.
     void Recycle(QZString** text);
 
 protected:
@@ -51,7 +51,7 @@ private:
     QZString m_expires;
 };
 
-/// Cookies by position. What QZHttpHeaderCollection is for headers.
+/// Cookies by position. The rules are those of QZHttpHeaderCollection.
 class QZ_API QZHttpCookieCollection : public QZObjectCollection
 {
 public:
@@ -70,7 +70,7 @@ public:
     QZBool RemoveElement(QZInt64 index) override;
     QZBool Push(QZHttpCookie* cookie);
 
-    /// The sizes of all names and values: bytes of wide text.
+    /// The sum of the sizes of all names and values, in bytes of wide text.
     QZInt64 GetCookiesSize();
 
 protected:

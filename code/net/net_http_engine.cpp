@@ -136,7 +136,7 @@ QZHttpServerEngine::~QZHttpServerEngine()
     DeleteParts();
 }
 
-QZInt64 QZHttpServerEngine::GetType() { return 0x8310025; }
+QZInt64 QZHttpServerEngine::GetType() { return Type; }
 
 void QZHttpServerEngine::MakeParts()
 {

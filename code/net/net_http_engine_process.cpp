@@ -2,17 +2,18 @@
 
 #include "net/net_http_engine.h"
 #include "fw/fw_data.h"
+#include "fw/fw_data_factory.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_lock.h"
 #include "fw/fw_report.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_append_result.h"
 #include "net/internal/net_http_connection_access.h"
 #include "net/internal/net_http_fields.h"
 #include "net/internal/net_http_stamps.h"
-#include "net/internal/net_scoped.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
@@ -305,7 +306,7 @@ void QZHttpServerEngine::ProcessRecord(QZHttpConnect*, QZHttpRequest*, QZHttpRes
 void QZHttpServerEngine::SendResponse(long long id, QZHttpResponse* response)
 {
     http::RemoveHeader(response->GetHeaders(), QZHttpConstant::HeaderNameTransferEncodingString);
-    const net::ScopedData bytes(response->ToData());
+    const QZScopedData bytes(response->ToData());
     // The system gathers the pieces of a response, so that the client does not wake up for each of them.
     const bool manyPieces = bytes->GetSize() > kGatherFrom;
     if (manyPieces) os::SocketGather(id, true);
@@ -342,11 +343,11 @@ QZString* QZHttpServerEngine::RecordPath(QZHttpConnect* connect)
 
 void QZHttpServerEngine::WriteRecord(QZHttpConnect* connect, const void* data, QZInt64 offset, QZInt64 size)
 {
-    constexpr const QZWChar* method = QZ_W("WriteRecord");
+    constexpr const QZWChar* kMethod = QZ_W("WriteRecord");
     if (!QZFileDirectory::Exists(kRecordFolder)) QZFileDirectory::Create(kRecordFolder);
-    const net::ScopedString path(RecordPath(connect));
+    const QZScopedString path(RecordPath(connect));
     if (!QZFile::Exists(path.Get()))
-        RecordStep(QZ_W("Can not create last record file."), method, [&] { QZFile::Create(path.Get()); });
+        RecordStep(QZ_W("Can not create last record file."), kMethod, [&] { QZFile::Create(path.Get()); });
     QZFile* file = QZFile::Open(path.Get());
     bool whole = false;
     try
@@ -359,12 +360,12 @@ void QZHttpServerEngine::WriteRecord(QZHttpConnect* connect, const void* data, Q
         throw;
     }
     QZFile::Close(&file);
-    if (!whole) RecordFailure(QZ_W("Can not write last record file."), method);
+    if (!whole) RecordFailure(QZ_W("Can not write last record file."), kMethod);
 }
 
 void QZHttpServerEngine::RemoveRecord(QZHttpConnect* connect)
 {
-    const net::ScopedString path(RecordPath(connect));
+    const QZScopedString path(RecordPath(connect));
     RecordStep(QZ_W("Can not remove record file."), QZ_W("RemoveRecord"),
                [&] { QZFile::Delete(path.Get()); });
 }

@@ -18,7 +18,7 @@ QZHttpServerProcessTask::QZHttpServerProcessTask(QZHttpServerTaskPool* pool, QZH
 
 QZHttpServerProcessTask::~QZHttpServerProcessTask() { delete m_data; }
 
-QZInt64 QZHttpServerProcessTask::GetType() { return 0x8310024; }
+QZInt64 QZHttpServerProcessTask::GetType() { return Type; }
 
 void QZHttpServerProcessTask::SetProcessData(long long id, const void* data, long long offset, long long size)
 {
@@ -40,7 +40,7 @@ QZHttpServerTaskPool::~QZHttpServerTaskPool()
     delete m_lock;
 }
 
-QZInt64 QZHttpServerTaskPool::GetType() { return 0x8310023; }
+QZInt64 QZHttpServerTaskPool::GetType() { return Type; }
 
 QZHttpServerProcessTask* QZHttpServerTaskPool::GetTask()
 {

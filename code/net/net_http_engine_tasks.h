@@ -9,7 +9,8 @@ class QZData;
 class QZHttpServerEngine;
 class QZHttpServerTaskPool;
 
-/// One piece of received bytes on its way to a worker. It goes back to its pool by itself when it has run.
+/// One piece of received bytes that a worker will process. After it has run, it puts itself back into its
+/// pool.
 class QZ_API QZHttpServerProcessTask : public QZTask
 {
 public:
@@ -36,22 +37,23 @@ private:
     QZUInt64 m_piece;
 };
 
-/// The process tasks of an engine. Free ones belong to the pool, the others to whoever took them. Any thread.
+/// The process tasks of an engine. Free tasks belong to the pool, the others to the caller of GetTask. Any
+/// thread may call.
 class QZ_API QZHttpServerTaskPool : public QZObject
 {
 public:
     static const QZInt64 Type = 0x8310023;
 
     explicit QZHttpServerTaskPool(QZHttpServerEngine* engine);
-    /// Every task that was taken must be back, or its worker gone.
+    /// Every task that was taken must be back, or its worker must have ended.
     ~QZHttpServerTaskPool() override;
     QZHttpServerTaskPool(const QZHttpServerTaskPool&) = delete;
     QZHttpServerTaskPool& operator=(const QZHttpServerTaskPool&) = delete;
 
     QZInt64 GetType() override;
 
-    /// A free task, or a new one, locked with the pool's id. The worker that ran it last may still be on its
-    /// way out; the lock of the task makes the next one wait.
+    /// A free or a new task, locked with the pool's id. The worker that ran it last may still be inside it;
+    /// the next worker waits for the lock of the task.
     QZHttpServerProcessTask* GetTask();
     /// Takes a task back and clears the variable.
     void Recycle(QZHttpServerProcessTask** task);
@@ -64,7 +66,7 @@ private:
     QZHttpServerEngine* m_engine;
 };
 
-/// The housekeeping of an engine, for its scheduler.
+/// The task of an engine's scheduler that closes connections.
 class QZ_API QZTaskConnectClose : public QZTask
 {
 public:
@@ -75,7 +77,7 @@ private:
     QZHttpServerEngine* m_engine;
 };
 
-/// Looks for connections that are idle too long.
+/// The task that finds connections that have been idle too long.
 class QZ_API QZTaskConnectCheck : public QZTask
 {
 public:
@@ -86,7 +88,7 @@ private:
     QZHttpServerEngine* m_engine;
 };
 
-/// Collects the library's caches.
+/// The task that collects the library's caches.
 class QZ_API QZTaskCacheCollect : public QZTask
 {
 public:

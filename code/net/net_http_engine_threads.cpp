@@ -252,8 +252,9 @@ void QZHttpServerEngine::Received(QZInt64 id, QZUInt32 bytes)
 
 /// Moves a connection whose peer has closed to the connections that wait for their end.
 ///
-/// When workers answer, a receive is under way meanwhile and tells that the client has gone. When requests
-/// are answered in place, no receive is under way, and the next one fails.
+/// When workers answer requests, the next receive is already running, and its completion shows that the
+/// client has closed. When requests are answered in place, the next receive starts after the response and
+/// fails.
 void QZHttpServerEngine::Broken(QZHttpConnect* connect)
 {
     QZCriticalGuard guard(m_connectLock);

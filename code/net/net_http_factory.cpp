@@ -1,12 +1,14 @@
 #include "net/net_http_factory.h"
 
+#include <iterator>
+
 #include "fw/fw_lock.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_collect.h"
+#include "fw/internal/fw_scoped.h"
+#include "fw/internal/fw_status.h"
 #include "net/internal/net_http_find.h"
 #include "net/internal/net_http_give_back.h"
-#include "net/internal/net_json_access.h"
-#include "net/internal/net_scoped.h"
 
 // This source holds the part of the factory for headers and cookies, and what concerns all its caches. The
 // parts for messages and connections stand beside their classes.
@@ -78,7 +80,7 @@ QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection(QZString* text)
 {
     return http::Filled<QZHttpFactory>(CreateCookieCollection(), text, QZ_W("CreateCookieCollection"),
                                        [=](QZHttpCookieCollection* cookies) {
-                                           const net::ScopedString list(QZStringFactory::CreateString(text));
+                                           const QZScopedString list(QZStringFactory::CreateString(text));
                                            if (list->Contains(QZ_W("Cookie")))
                                                list->ReplaceThis(QZ_W("Cookie:"), QZ_W(""));
                                            else
@@ -118,7 +120,7 @@ void QZHttpFactory::Recycle(QZHttpCookieCollection** collection)
                    [](QZHttpCookieCollection* object) { Clear(object); });
 }
 
-void QZHttpFactory::Recycle(QZJsonObject** status) { QZJsonFactory::Recycle(status); }
+void QZHttpFactory::Recycle(QZJsonObject** status) { QZStatusRecycle(status); }
 
 void QZHttpFactory::Clear(QZHttpHeaderCollection* collection) { Empty(collection, m_headerCache); }
 void QZHttpFactory::Clear(QZHttpCookieCollection* collection) { Empty(collection, m_cookieCache); }
@@ -175,17 +177,10 @@ void QZHttpFactory::Collect(QZBool partial)
 
 QZJsonObject* QZHttpFactory::GetStatus()
 {
-    QZJsonObject* status = QZJsonFactory::CreateObject();
-    auto add = [status](const QZWChar* name, QZObjectCache* cache) {
-        QZJsonAccess::SetAttr(status, name,
-                              QZJsonFactory::CreateDecimal(static_cast<double>(cache->Count())));
-    };
-    add(QZ_W("RequestCache"), m_requestCache);
-    add(QZ_W("ResponseCache"), m_responseCache);
-    add(QZ_W("HeaderCache"), m_headerCache);
-    add(QZ_W("HeaderCollection"), m_headerCollectionCache);
-    add(QZ_W("CookieCache"), m_cookieCache);
-    add(QZ_W("CookieCollectionCache"), m_cookieCollectionCache);
-    add(QZ_W("ConnectCache"), m_connectCache);
-    return status;
+    const QZStatusFigure figures[] = {
+        {QZ_W("RequestCache"), m_requestCache}, {QZ_W("ResponseCache"), m_responseCache},
+        {QZ_W("HeaderCache"), m_headerCache},   {QZ_W("HeaderCollection"), m_headerCollectionCache},
+        {QZ_W("CookieCache"), m_cookieCache},   {QZ_W("CookieCollectionCache"), m_cookieCollectionCache},
+        {QZ_W("ConnectCache"), m_connectCache}};
+    return QZStatusMake(figures, static_cast<int>(std::size(figures)));
 }

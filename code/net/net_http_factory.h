@@ -16,23 +16,24 @@ class QZJsonObject;
 class QZObjectCache;
 class QZString;
 
-/// Makes HTTP messages and their parts and takes them back, through caches. What a Create... returns is the
-/// caller's until Recycle takes it back and clears the caller's variable. Any thread.
+/// Makes HTTP messages and their parts and takes them back, with a cache for each class. An object that a
+/// Create operation returns belongs to the caller until Recycle takes it back and clears the caller's
+/// variable. Any thread may call.
 class QZ_API QZHttpFactory
 {
 public:
     static QZHttpHeader* CreateHeader();
 
     static QZHttpCookie* CreateCookie();
-    /// A cookie that has read the text.
+    /// A cookie that was set to the text.
     static QZHttpCookie* CreateCookie(QZString* text);
 
     static QZHttpHeaderCollection* CreateHeaderCollection();
-    /// One header for each line of the text, those that are no header being empty.
+    /// One header for each line of the text. A line that is no header gives an empty one.
     static QZHttpHeaderCollection* CreateHeaderCollection(QZString* text);
 
     static QZHttpCookieCollection* CreateCookieCollection();
-    /// One cookie for each piece between semicolons; a "Cookie:" in the text does not count.
+    /// One cookie for each piece between semicolons. "Cookie:" is removed from the text before that.
     QZHttpCookieCollection* CreateCookieCollection(QZString* text);
 
     static QZHttpRequest* CreateRequest();
@@ -43,11 +44,11 @@ public:
     /// @throws what QZHttpResponse::Set throws
     static QZHttpResponse* CreateResponse(QZData* data);
 
-    /// A connection, reset.
+    /// A connection after Reset.
     static QZHttpConnect* CreateConnect();
 
-    /// Empty the object, give it back and clear the variable; a collection's elements go back too. A null in
-    /// the variable is a QZLibAssert(false).
+    /// Empty the object, put it into its cache and clear the variable. The elements of a collection go back
+    /// too. A null in the variable is a QZLibAssert(false).
     /// @throws QZException 1280 for a locked object; the variable stays
     static void Recycle(QZHttpHeader** header);
     static void Recycle(QZHttpCookie** cookie);
@@ -56,15 +57,15 @@ public:
     static void Recycle(QZHttpRequest** request);
     static void Recycle(QZHttpResponse** response);
     static void Recycle(QZHttpConnect** connect);
-    /// Takes back what GetStatus gave.
+    /// Takes back the result of GetStatus.
     static void Recycle(QZJsonObject** status);
 
-    /// Takes every element out, unlocks and empties it and gives it back.
+    /// Remove all elements, unlock and empty them and put them into their cache.
     static void Clear(QZHttpHeaderCollection* collection);
     static void Clear(QZHttpCookieCollection* collection);
 
-    /// Merges: an element whose name (ignoring the case of A to Z) is there gives it its value, a copy of any
-    /// other is added. True.
+    /// Merge the elements of one collection into another. When the name exists there (ignoring the case of A
+    /// to Z), its value is replaced; else a copy is added. True.
     static QZBool CopyTo(QZHttpHeaderCollection* from, QZHttpHeaderCollection* to);
     static QZBool CopyTo(QZHttpCookieCollection* from, QZHttpCookieCollection* to);
 
@@ -80,7 +81,7 @@ private:
     friend void QZHttpFactoryInit();
     friend void QZHttpFactoryEnd();
 
-    /// Connections that may be made; negative: no limit.
+    /// The largest number of connections; negative for no limit.
     static QZInt64 m_connectLimit;
 
     static QZCriticalSection* m_section;

@@ -1,6 +1,7 @@
 #include "net/internal/net_http_fields.h"
 
 #include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_scoped.h"
 #include "net/internal/net_ownership.h"
 #include "net/net_http_factory.h"
 
@@ -8,72 +9,29 @@ namespace http
 {
 namespace
 {
-/// A new header or cookie, which goes back to the factory unless a collection takes it.
-template <typename T>
-class Fresh
-{
-public:
-    explicit Fresh(T* object) : m_object(object) {}
-    ~Fresh()
-    {
-        if (m_object != nullptr) QZHttpFactory::Recycle(&m_object);
-    }
-    Fresh(const Fresh&) = delete;
-    Fresh& operator=(const Fresh&) = delete;
-
-    T* Get() const { return m_object; }
-    T* operator->() const { return m_object; }
-
-    /// Adds the object, locked, at the collection's end.
-    template <typename Collection>
-    void Enter(Collection* collection)
-    {
-        collection->Push(m_object);
-        Own(m_object, collection->GetObjectID());
-        m_object = nullptr;
-    }
-
-private:
-    T* m_object;
-};
-
+/// Adds a new header or cookie, locked, at the collection's end.
 template <typename Element, typename Collection>
-void SetNamed(Collection* collection, Element* (*create)(), Text name, Text value)
+void Enter(QZScoped<Element, QZHttpFactory>* element, Collection* collection)
 {
-    if (Element* present = FindNamed<Element>(collection, name)) return Assign(present->GetValue(), value);
-    Fresh<Element> element(create());
-    Assign(element->GetName(), name);
-    Assign(element->GetValue(), value);
-    element.Enter(collection);
+    collection->Push(element->Get());
+    Own(element->Release(), collection->GetObjectID());
 }
-
-/// A number as decimal text.
-class Decimal
-{
-public:
-    explicit Decimal(QZInt64 value) : m_count(number::WriteInt64(m_digits, value)) {}
-    Text AsText() const { return {m_digits, m_count}; }
-
-private:
-    QZWChar m_digits[number::kBufferUnits];
-    QZInt64 m_count;
-};
 }  // namespace
 
 void AddHeader(QZHttpHeaderCollection* headers, Text line)
 {
     const QZInt64 colon = line.Find(':');
     if (colon < 1 || line.Front(colon).Trimmed().IsEmpty()) return;
-    Fresh<QZHttpHeader> header(QZHttpFactory::CreateHeader());
+    QZScoped<QZHttpHeader, QZHttpFactory> header(QZHttpFactory::CreateHeader());
     ReadHeader(header.Get(), line);
-    header.Enter(headers);
+    Enter(&header, headers);
 }
 
 void AddCookie(QZHttpCookieCollection* cookies, Text text, bool nameless)
 {
-    Fresh<QZHttpCookie> cookie(QZHttpFactory::CreateCookie());
+    QZScoped<QZHttpCookie, QZHttpFactory> cookie(QZHttpFactory::CreateCookie());
     ReadCookie(cookie.Get(), text);
-    if (nameless || cookie->GetName()->GetSize() > 0) cookie.Enter(cookies);
+    if (nameless || cookie->GetName()->GetSize() > 0) Enter(&cookie, cookies);
 }
 
 bool RemoveHeader(QZHttpHeaderCollection* headers, Text name)
@@ -92,21 +50,17 @@ bool RemoveHeader(QZHttpHeaderCollection* headers, Text name)
 
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, Text value)
 {
-    SetNamed<QZHttpHeader>(headers, &QZHttpFactory::CreateHeader, name, value);
+    if (QZHttpHeader* present = FindHeader(headers, name)) return Assign(present->GetValue(), value);
+    QZScoped<QZHttpHeader, QZHttpFactory> header(QZHttpFactory::CreateHeader());
+    Assign(header->GetName(), name);
+    Assign(header->GetValue(), value);
+    Enter(&header, headers);
 }
 
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, QZInt64 value)
 {
-    SetHeaderValue(headers, name, Decimal(value).AsText());
-}
-
-void SetCookieValue(QZHttpCookieCollection* cookies, Text name, Text value)
-{
-    SetNamed<QZHttpCookie>(cookies, &QZHttpFactory::CreateCookie, name, value);
-}
-
-void SetCookieValue(QZHttpCookieCollection* cookies, Text name, QZInt64 value)
-{
-    SetCookieValue(cookies, name, Decimal(value).AsText());
+    QZWChar digits[number::kBufferUnits];
+    const QZInt64 count = number::WriteInt64(digits, value);
+    SetHeaderValue(headers, name, Text(digits, count));
 }
 }  // namespace http

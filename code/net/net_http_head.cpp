@@ -18,7 +18,7 @@ void HeadBuilder::AppendHeaders(QZHttpHeaderCollection* headers)
 QZData* ToBytes(const TextBuilder& head, QZData* content)
 {
     const QZInt64 headSize = head.Utf8Size();
-    net::ScopedData data(QZDataFactory::CreateData());
+    QZScopedData data(QZDataFactory::CreateData());
     data->NewSize(headSize + content->GetSize());
     auto* bytes = static_cast<unsigned char*>(data->GetPointer());
     head.WriteUtf8(bytes, headSize);

@@ -1,9 +1,9 @@
 #include "net/net_http_header.h"
 
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_scoped.h"
+#include "net/internal/net_http_elements.h"
 #include "net/internal/net_http_text.h"
-#include "net/internal/net_ownership.h"
-#include "net/internal/net_scoped.h"
 
 const QZInt64 QZHttpHeader::Type;
 const QZInt64 QZHttpHeaderCollection::Type;
@@ -18,7 +18,7 @@ QZHttpHeader::~QZHttpHeader()
     for (QZString* text : {&m_name, &m_value}) http::Disown(text, QZObject::GetObjectID());
 }
 
-QZInt64 QZHttpHeader::GetType() { return 0x8310015; }
+QZInt64 QZHttpHeader::GetType() { return Type; }
 
 QZString* QZHttpHeader::GetName() { return &m_name; }
 QZString* QZHttpHeader::GetValue() { return &m_value; }
@@ -26,7 +26,7 @@ QZString* QZHttpHeader::GetValue() { return &m_value; }
 void QZHttpHeader::Set(QZString* line)
 {
     if (line != &m_name && line != &m_value) return http::ReadHeader(&m_name, &m_value, line);
-    const net::ScopedString copy(QZStringFactory::CreateString(line));
+    const QZScopedString copy(QZStringFactory::CreateString(line));
     http::ReadHeader(&m_name, &m_value, copy.Get());
 }
 
@@ -48,7 +48,7 @@ void QZHttpHeader::DeleteObject(QZObject* header) { delete header; }
 QZHttpHeaderCollection::QZHttpHeaderCollection() = default;
 QZHttpHeaderCollection::~QZHttpHeaderCollection() = default;
 
-QZInt64 QZHttpHeaderCollection::GetType() { return 0x8310016; }
+QZInt64 QZHttpHeaderCollection::GetType() { return Type; }
 
 QZHttpHeader* QZHttpHeaderCollection::GetElement(QZInt64 index)
 {
@@ -57,30 +57,18 @@ QZHttpHeader* QZHttpHeaderCollection::GetElement(QZInt64 index)
 
 QZHttpHeader* QZHttpHeaderCollection::Pop()
 {
-    auto* header = static_cast<QZHttpHeader*>(QZObjectCollection::Pop());
-    if (header != nullptr) http::Disown(header, GetObjectID());
-    return header;
+    return http::Unlocked(static_cast<QZHttpHeader*>(QZObjectCollection::Pop()), GetObjectID());
 }
 
 QZBool QZHttpHeaderCollection::RemoveElement(QZInt64 index)
 {
-    QZHttpHeader* header = GetElement(index);
-    if (header != nullptr) http::Disown(header, GetObjectID());
+    http::Unlocked(GetElement(index), GetObjectID());
     return QZObjectCollection::RemoveElement(index);
 }
 
 QZBool QZHttpHeaderCollection::Push(QZHttpHeader* header) { return QZObjectCollection::Push(header); }
 
-QZInt64 QZHttpHeaderCollection::GetHeadersSize()
-{
-    QZInt64 size = 0;
-    for (QZInt64 i = Count() - 1; i >= 0; --i)
-    {
-        QZHttpHeader* header = GetElement(i);
-        size += header->GetName()->GetSize() + header->GetValue()->GetSize();
-    }
-    return size;
-}
+QZInt64 QZHttpHeaderCollection::GetHeadersSize() { return http::SizeOfTexts(this); }
 
 QZObject* QZHttpHeaderCollection::NewObject() { return new QZHttpHeaderCollection(); }
 void QZHttpHeaderCollection::DeleteObject(QZObject* collection) { delete collection; }

@@ -2,12 +2,12 @@
 #define QZLIB_NET_HTTP_HEADER_H
 
 #include "fw/fw_keyed.h"
-#include "fw/fw_named_cache.h"
+#include "fw/fw_object_cache.h"
 
 /// One header of a message: a name and a value.
 ///
-/// Comes from QZHttpFactory and goes back there. Both strings belong to the header and are locked with its
-/// object id. One thread at a time.
+/// Headers come from QZHttpFactory and go back there. Both strings belong to the header and are locked with
+/// its object id. One thread at a time.
 class QZ_API QZHttpHeader : public QZObject
 {
 public:
@@ -22,14 +22,14 @@ public:
     QZString* GetName();
     QZString* GetValue();
 
-    /// Takes a line apart at its first colon; both sides are trimmed. A line without a colon, or with one at
-    /// its very start, leaves the header as it was.
+    /// Splits a line at its first colon and trims both sides. A line without a colon, or with one at its
+    /// start, leaves the header as it was.
     void Set(QZString* line);
 
     /// Empties name and value.
     void Clear();
 
-    /// Gives a string back. For the header's own strings only the variable is cleared.
+    /// Gives a string back to QZStringFactory. For the header's own strings only the variable is cleared.
     void Recycle(QZString** text);
 
 protected:
@@ -43,10 +43,10 @@ private:
     QZString m_value;
 };
 
-/// Headers by position; a name may stand in it more than once.
+/// Headers by position; several headers may have the same name.
 ///
-/// The collection does not own what a host pushes. Headers that a message took in are locked with the
-/// collection's object id until Pop or RemoveElement by index takes them out. One thread at a time.
+/// The collection does not own the headers that a host pushes. The headers that a message adds are locked
+/// with the collection's object id until Pop or RemoveElement by index takes them out. One thread at a time.
 class QZ_API QZHttpHeaderCollection : public QZObjectCollection
 {
 public:
@@ -65,7 +65,7 @@ public:
     QZBool RemoveElement(QZInt64 index) override;
     QZBool Push(QZHttpHeader* header);
 
-    /// The sizes of all names and values: bytes of wide text.
+    /// The sum of the sizes of all names and values, in bytes of wide text.
     QZInt64 GetHeadersSize();
 
 protected:

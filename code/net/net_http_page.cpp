@@ -22,7 +22,7 @@ QZHttpPage::~QZHttpPage()
     delete m_path;
 }
 
-QZInt64 QZHttpPage::GetType() { return 0x831001F; }
+QZInt64 QZHttpPage::GetType() { return Type; }
 
 QZHttpResponse* QZHttpPage::ToResponse(QZHttpRequest*) { return nullptr; }
 
@@ -39,7 +39,7 @@ QZHttpPageContainer::~QZHttpPageContainer()
     delete m_pages;
 }
 
-QZInt64 QZHttpPageContainer::GetType() { return 0x8310020; }
+QZInt64 QZHttpPageContainer::GetType() { return Type; }
 
 void QZHttpPageContainer::AddPage(QZHttpPage* page) { m_pages->Push(page); }
 

@@ -8,10 +8,10 @@ class QZHttpRequest;
 class QZHttpResponse;
 class QZString;
 
-/// What an application answers at one path. An application derives from it.
+/// The page at one path of a server. A host derives from it.
 ///
-/// The path belongs to the page. Both operations run on a server's threads, several at a time; the response
-/// that one makes is its caller's.
+/// The path belongs to the page. Several threads of a server may call both virtual operations at the same
+/// time. A response that they return belongs to the caller.
 class QZ_API QZHttpPage : public QZObject
 {
 public:
@@ -25,10 +25,10 @@ public:
 
     QZInt64 GetType() override;
 
-    /// The answer; null here.
+    /// The response of the page; null here.
     virtual QZHttpResponse* ToResponse(QZHttpRequest* request);
-    /// Asked first: a response (a login page, a 401) takes the place of the answer, null lets it pass. Null
-    /// here.
+    /// Called before ToResponse. A response, for example a login page or a 401, replaces that of the page;
+    /// null lets ToResponse answer. Null here.
     virtual QZHttpResponse* Verification(QZHttpRequest* request);
 
     QZString* GetPath();
@@ -37,16 +37,18 @@ private:
     QZString* m_path;
 };
 
-/// A table of pages by path. The pages stay the application's, which keeps them alive while they are in here.
+/// A table of pages by path. The pages belong to the host, which keeps them alive while they are in the
+/// table.
 ///
-/// It has no lock: pages go in before the server starts. Asking is for any thread.
+/// There is no lock: the host adds all pages before the server starts. After that any thread may call
+/// ToResponse.
 class QZ_API QZHttpPageContainer : public QZObject
 {
 public:
     static const QZInt64 Type = 0x8310020;
 
     QZHttpPageContainer();
-    /// Takes the pages out and leaves them alone.
+    /// Takes the pages out and does not delete them.
     ~QZHttpPageContainer() override;
     QZHttpPageContainer(const QZHttpPageContainer&) = delete;
     QZHttpPageContainer& operator=(const QZHttpPageContainer&) = delete;
@@ -54,11 +56,11 @@ public:
     QZInt64 GetType() override;
 
     /// Adds at the end.
-    /// @throws QZException 1792 for null, 1280 for a page that stands in a container
+    /// @throws QZException 1792 for null, 1280 for a page that is in a container
     virtual void AddPage(QZHttpPage* page);
     virtual void RemovePage(QZHttpPage* page);
-    /// What the first page says whose path is that of the request, ignoring the case of A to Z: its
-    /// verification, else its answer. Null without such a page.
+    /// The response of the first page with the path of the request, ignoring the case of A to Z: that of
+    /// Verification, or else that of ToResponse. Null when there is no such page.
     virtual QZHttpResponse* ToResponse(QZHttpRequest* request);
 
 private:

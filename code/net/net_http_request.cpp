@@ -11,7 +11,7 @@ namespace
 using http::Pieces;
 using http::Text;
 
-const QZWChar* const kClass = QZ_W("QZHttpRequest");
+constexpr const QZWChar* kClass = QZ_W("QZHttpRequest");
 
 QZHttpException* BadRequest()
 {
@@ -20,7 +20,7 @@ QZHttpException* BadRequest()
 
 void SetUrlText(QZUrl* url, const QZWChar* text)
 {
-    const net::ScopedString address(QZStringFactory::CreateString(text));
+    const QZScopedString address(QZStringFactory::CreateString(text));
     url->Set(address.Get());
 }
 
@@ -31,7 +31,7 @@ void AppendHead(http::HeadBuilder* head, QZHttpRequest* request)
     head->Append(request->GetMethod());
     head->Append(' ');
     head->Append(request->GetUrl()->GetPath());
-    const net::ScopedString params(request->GetUrl()->GetParamString());
+    const QZScopedString params(request->GetUrl()->GetParamString());
     if (!QZString::IsNullOrWhiteSpace(params.Get()))
     {
         head->Append('?');
@@ -77,7 +77,7 @@ QZHttpRequest::~QZHttpRequest()
     http::Disown(&m_clientIP, id);
 }
 
-QZInt64 QZHttpRequest::GetType() { return 0x8310019; }
+QZInt64 QZHttpRequest::GetType() { return Type; }
 
 /// Makes the request equal to a new one, before it goes back to its cache.
 void QZHttpRequest::Reset()
@@ -132,7 +132,7 @@ void QZHttpRequest::Parse(QZString* head)
     }
     http::Assign(&m_method, word);
     if (!words.Next(&word)) throw BadRequest();
-    const net::ScopedString address(QZStringFactory::CreateString(word.units, word.count * 2));
+    const QZScopedString address(QZStringFactory::CreateString(word.units, word.count * 2));
     SetUrl(address.Get());
     // The third word, the version, is ignored: every request counts as HTTP/1.1.
     http::ReadLines(&lines, &m_headers, &m_cookies,

@@ -1,13 +1,13 @@
 #ifndef QZLIB_NET_HTTP_REQUEST_H
 #define QZLIB_NET_HTTP_REQUEST_H
 
-#include "fw/fw_named_cache.h"
+#include "fw/fw_object_cache.h"
 #include "fw/fw_string.h"
 #include "net/net_http_context.h"
 #include "net/net_url.h"
 #include "os/os_ip_address.h"
 
-/// A request: "GET", "/" and "HTTP/1.1" until it is told otherwise.
+/// A request. A new one has the method "GET", the address "/" and the version "HTTP/1.1".
 ///
 /// Method, address, version and client address belong to the request and are locked with its object id.
 class QZ_API QZHttpRequest : public QZHttpContext
@@ -19,25 +19,26 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Reads a whole request: head, empty line, and everything behind it as content, whatever its
+    /// Reads a whole request: head, empty line, and all following bytes as content, whatever the header
     /// "Content-Length" says.
-    /// @throws QZHttpException BadRequestData without an empty line behind some head, and what SetHead throws
+    /// @throws QZHttpException BadRequestData when there is no empty line or nothing before it; what SetHead
+    ///         throws
     void Set(QZData* data);
 
-    /// Reads a head, without its empty line. A first line that begins with PROXY is passed over: its source
-    /// address becomes a header "X-Forwarded-For" unless the request has one. Lines that are no header are
-    /// passed over, as are cookies without a name.
+    /// Reads a head without its empty line. When the first line begins with PROXY, the request line is the
+    /// second one, and the source address of the first line becomes a header "X-Forwarded-For" unless the
+    /// request has one. Lines that are no header and cookies without a name are ignored.
     /// @throws QZHttpException BadRequestData for a request line of fewer than two words; QZException 256 for
     ///         an address whose host ends with a colon
     void SetHead(QZString* head);
 
-    /// The head with its empty line, a new string, given back with Recycle. Puts the method in upper case.
+    /// The head with its empty line, a new string, given back with Recycle. Changes the method to upper case.
     QZString* GetHead();
 
     /// Head and content as bytes, new data, given back with Recycle. Sets the header "Content-Length".
     QZData* ToData();
 
-    /// "HTTP/1.1", whatever a request line said.
+    /// Always "HTTP/1.1", also after reading a request line with another version.
     QZString* GetVersion();
     QZUrl* GetUrl();
     void SetUrl(QZString* url);
@@ -47,7 +48,7 @@ public:
     void SetMethod(const QZWChar* method);
 
     QZData* GetContent();
-    /// Replace the content and leave the headers alone; text goes the way of QZHttpContext.
+    /// Replace the content and do not change the headers. For a text, see QZHttpContext.
     void SetContent(const QZData* content);
     void SetContent(const void* content, QZInt64 size);
     using QZHttpContext::SetContent;

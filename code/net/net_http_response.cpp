@@ -12,7 +12,7 @@ namespace
 using http::Pieces;
 using http::Text;
 
-const QZWChar* const kClass = QZ_W("QZHttpResponse");
+constexpr const QZWChar* kClass = QZ_W("QZHttpResponse");
 
 QZHttpException* BadResponse()
 {
@@ -56,7 +56,7 @@ QZHttpResponse::QZHttpResponse()
 
 QZHttpResponse::~QZHttpResponse() { http::Disown(&m_status, QZObject::GetObjectID()); }
 
-QZInt64 QZHttpResponse::GetType() { return 0x8310018; }
+QZInt64 QZHttpResponse::GetType() { return Type; }
 
 void QZHttpResponse::Set(QZData* data)
 {
@@ -100,7 +100,7 @@ void QZHttpResponse::ParseLine(const QZWChar* units, QZInt64 count)
     const Text line(units, count);
     if (!line.Contains(": ")) return;
     if (!line.Contains("Set-Cookie")) return http::AddHeader(&m_headers, line);
-    const net::ScopedString text(QZStringFactory::CreateString(units, count * 2));
+    const QZScopedString text(QZStringFactory::CreateString(units, count * 2));
     text->ReplaceThis(QZ_W("Set-Cookie:"), QZ_W(""));
     http::AddCookie(&m_cookies, text.Get(), true);
 }

@@ -1,13 +1,13 @@
 #ifndef QZLIB_NET_HTTP_RESPONSE_H
 #define QZLIB_NET_HTTP_RESPONSE_H
 
-#include "fw/fw_named_cache.h"
+#include "fw/fw_object_cache.h"
 #include "fw/fw_string.h"
 #include "net/net_http_context.h"
 
-/// A response: "200 OK" until it is told otherwise.
+/// A response. A new one has the status "200 OK".
 ///
-/// The status is the whole text behind the version, number included. It belongs to the response and is locked
+/// The status is the whole text after the version, with its number. It belongs to the response and is locked
 /// with its object id.
 class QZ_API QZHttpResponse : public QZHttpContext
 {
@@ -18,13 +18,13 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Reads a whole response: head, empty line, and everything behind it as content. The source does not
-    /// keep the bytes. Without an empty line the response is an empty "200 OK".
+    /// Reads a whole response: head, empty line, and all following bytes as content. GetSource is empty
+    /// afterwards. Without an empty line the response is an empty "200 OK".
     /// @throws QZHttpException BadResponseData for empty data, and what SetHead throws
     void Set(QZData* data);
 
-    /// Reads a head, without its empty line. A status that was read has a blank at its end. Lines without
-    /// colon and blank are passed over; lines that contain "Set-Cookie" are cookies.
+    /// Reads a head without its empty line. The status then ends with a blank. Lines without a colon followed
+    /// by a blank are ignored; lines that contain "Set-Cookie" are cookies.
     /// @throws QZHttpException BadResponseData for a first line of fewer than three words
     void SetHead(QZString* head);
 
@@ -38,13 +38,13 @@ public:
     void SetStatus(QZString* status);
     void SetStatus(const char* status);
     void SetStatus(const QZWChar* status);
-    /// The number, a blank, and the text of QZHttpStatusCode, if it has one.
+    /// Sets the number, a blank, and the text of QZHttpStatusCode, if there is one.
     void SetStatus(int code);
 
     QZInt64 GetHandle();
     void SetHandle(QZInt64 handle);
 
-    /// As QZHttpContext does, and the status is 200 again.
+    /// Does what QZHttpContext::Clear does, and sets the status to 200.
     void Clear();
 
     using QZHttpContext::Recycle;

@@ -5,6 +5,7 @@
 
 #include "fw/fw_convert.h"
 #include "fw/internal/fw_data_find.h"
+#include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_chunk.h"
 #include "net/internal/net_http_find.h"
 #include "net/net_http_constant.h"

@@ -4,9 +4,9 @@
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_scoped.h"
 #include "net/internal/net_http_fields.h"
 #include "net/internal/net_mime.h"
-#include "net/internal/net_scoped.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_response.h"
@@ -73,7 +73,7 @@ void Write(QZString* out, const Page& page)
 
 QZHttpResponse* Respond(int status, const Page& page)
 {
-    const net::ScopedString text(QZStringFactory::CreateString());
+    const QZScopedString text(QZStringFactory::CreateString());
     Write(text.Get(), page);
     QZHttpResponse* response = QZHttpFactory::CreateResponse();
     response->SetStatus(status);
@@ -84,7 +84,7 @@ QZHttpResponse* Respond(int status, const Page& page)
 QZHttpResponse* StatusPage(int status, const QZWChar* name, const QZWChar* detailName = nullptr,
                            QZString* detail = nullptr)
 {
-    const net::ScopedString code(QZStringFactory::CreateString());
+    const QZScopedString code(QZStringFactory::CreateString());
     code->Append(status);
     return Respond(status,
                    {kBigStyle, kMessageStyle, code->GetPointer(),
@@ -124,7 +124,7 @@ QZData* ReadWhole(QZString* path)
 
 }  // namespace
 
-QZInt64 QZHttpServer::GetType() { return 0x831001D; }
+QZInt64 QZHttpServer::GetType() { return Type; }
 
 QZHttpResponse* QZHttpServer::DefaultIndex(const QZWChar* name)
 {
@@ -159,7 +159,7 @@ QZHttpResponse* QZHttpServer::ResponseFile(QZString* path)
     if (bytes == nullptr) return nullptr;
     QZHttpResponse* response = QZHttpFactory::CreateResponse();
     response->SetStatus(200);
-    const net::ScopedString extension(QZPath::GetExtension(path));
+    const QZScopedString extension(QZPath::GetExtension(path));
     if (const mime::FileType* type = mime::Find(extension->GetPointer()))
     {
         response->SetContent(bytes);

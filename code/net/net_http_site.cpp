@@ -66,7 +66,7 @@ QZSite::~QZSite()
     delete m_index;
 }
 
-QZInt64 QZSite::GetType() { return 0x8310021; }
+QZInt64 QZSite::GetType() { return Type; }
 
 QZString* QZSite::GetHost() { return m_host; }
 QZString* QZSite::GetLocation() { return m_location; }
@@ -85,7 +85,7 @@ QZSite* QZSite::Parse(QZJsonObject* json)
     for (QZInt64 i = 0; i < count; ++i)
     {
         QZJsonValue* value = json->GetAttrValue(i);
-        // Hosts show this text to whoever wrote the configuration.
+        // Hosts show this text to the author of the configuration.
         if (value->GetType() != QZJsonString::Type)
         {
             throw QZTrace(QZExceptionFactory::CreateException(QZ_W("传入的Json存在非纯字符串KeyValue")),
@@ -119,7 +119,7 @@ QZSiteList::QZSiteList() : m_lock(new QZCriticalSection()) {}
 
 QZSiteList::~QZSiteList() { delete m_lock; }
 
-QZInt64 QZSiteList::GetType() { return 0x8310022; }
+QZInt64 QZSiteList::GetType() { return Type; }
 
 QZSite* QZSiteList::GetElement(QZInt64 index)
 {

@@ -6,22 +6,23 @@
 class QZCriticalSection;
 class QZJsonObject;
 
-/// What a site's strings mean.
+/// The kinds of site. The kind says what the strings of a site mean.
 class QZ_API QZSiteStatus
 {
 public:
-    /// The physical location is a folder of this machine, the index the page for a bare request.
+    /// The physical location is a folder of this machine; the index is the page for a request without a file
+    /// name.
     static const QZInt64 Local = 1;
     /// The location names another server.
     static const QZInt64 Remote = 2;
-    /// The location is where to go from now on, or for the time being.
+    /// The location is the target of a permanent or a temporary redirect.
     static const QZInt64 Redirect301 = 3;
     static const QZInt64 Redirect302 = 4;
 };
 
-/// One host name that a program serves. Data alone: what to do for a status is up to the application.
+/// One host name that a program serves. The class only holds data; the host decides what to do for a status.
 ///
-/// The strings belong to the site and do not change, so that any thread may read them.
+/// The strings belong to the site and do not change, so any thread may read them.
 class QZ_API QZSite : public QZObject
 {
 public:
@@ -29,7 +30,7 @@ public:
 
     /// The strings are trimmed.
     QZSite(QZString* host, QZString* location, QZString* phyLocation, long long status, QZString* index);
-    /// The strings are taken as they stand.
+    /// The strings are copied without change.
     QZSite(const QZWChar* host, const QZWChar* location, const QZWChar* phyLocation, long long status,
            const QZWChar* index);
     ~QZSite() override;
@@ -45,10 +46,10 @@ public:
     long long GetStatus();
     QZString* GetIndex();
 
-    /// A new site out of an object with the keys "Host", "SiteStatus", "PhyLocation", "Location" and
-    /// "IndexPage" in any case, all of them free to be absent; other keys do not count. Given back with
-    /// Recycle.
-    /// @throws QZException without a code when a value is no string, under whatever key
+    /// A new site from an object with the keys "Host", "SiteStatus", "PhyLocation", "Location" and
+    /// "IndexPage", whose case does not matter. Each of them may be missing; other keys are ignored. The
+    /// caller gives the site back with Recycle.
+    /// @throws QZException without a code when the value of any key is no string
     static QZSite* Parse(QZJsonObject* json);
 
     /// Deletes the site and clears the variable. A null in the variable is a QZLibAssert(false).
@@ -62,8 +63,8 @@ private:
     QZString* m_index;
 };
 
-/// The sites of a server. Locked, so that it can be changed while the server runs; the sites themselves stay
-/// the application's, and one that was taken out may still be in somebody's hands.
+/// The sites of a server, under a lock, so the host can change the list while the server runs. The sites
+/// belong to the host. Another thread may still use a site that was taken out.
 class QZ_API QZSiteList : public QZObjectCollection
 {
 public:
@@ -81,11 +82,11 @@ public:
     /// Takes the last site out.
     QZSite* Pop() override;
 
-    /// The site of exactly this host, case included; null when there is none.
+    /// The site of this host, with the same case; null when there is none.
     virtual QZSite* GetSiteByHost(QZString* host);
 
     using QZObjectCollection::Push;
-    /// Adds a site; 0, and nothing changes, when a site of its host is there.
+    /// Adds a site. Returns 0 and changes nothing when there is a site with its host.
     virtual unsigned char Push(QZSite* site);
 
 private:

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "fw/fw_container.h"
-#include "fw/fw_named_cache.h"
 #include "fw/fw_object.h"
+#include "fw/fw_object_cache.h"
 
 class JsonAttributes;
 class QZCriticalSection;
@@ -16,12 +16,13 @@ class QZDataTable;
 class QZObjectCache;
 class QZString;
 
-/// The root of the JSON values, and a value without any text.
+/// The base class of the JSON values, and a value without a text.
 ///
-/// Every value holds its text form in one string of its own; numbers are text until asked for. Values come
-/// from QZJsonFactory and go back to it; what stands in a collection or an object belongs to that one, and
-/// giving back the root gives back the whole tree. A copy made by value has the text of its source and shares
-/// what stands in it. Any number of threads may read a value that none of them changes.
+/// Every value holds its text in a string of its own; a number is converted when it is read. Values come from
+/// QZJsonFactory and go back to it. Values in a collection or an object belong to it, and giving back the
+/// root gives back the whole tree. A copy made by value has the text of its source and shares the values in
+/// it; a copy of an object without attributes shares nothing. Several threads may read a value while nobody
+/// changes it.
 class QZ_API QZJsonValue : public QZObject
 {
 public:
@@ -31,18 +32,18 @@ public:
     QZJsonValue& operator=(const QZJsonValue& other);
     ~QZJsonValue() override;
 
-    /// 8 and what the value holds.
+    /// 8 and the memory of the value's parts.
     QZInt64 GetMemorySize() override;
     QZInt64 GetType() override;
 
-    /// The value as JSON text, a new string that goes back with Recycle; here an empty one.
+    /// The value as JSON text, a new string that goes back with Recycle. Empty in this class.
     virtual QZString* ToString();
 
-    /// Deletes a string that ToString gave and clears the variable; a locked string is left alone. A null in
-    /// the variable is a QZLibAssert(false).
+    /// Deletes a string that ToString returned and clears the variable. Nothing happens for a locked string.
+    /// A null in the variable is a QZLibAssert(false).
     virtual void Recycle(QZString** text);
 
-    /// Takes a copy of the text; null empties it.
+    /// Copies the text into the value; null empties it.
     virtual void Val(QZString* text);
 
     /// The value's own string.
@@ -56,12 +57,11 @@ protected:
 private:
     friend struct QZJsonAccess;
 
-    /// The text, for as long as nobody asks for the string.
+    /// The text until Val is called for the string.
     std::basic_string<QZWChar> m_text;
-    /// The string, null until it is asked for the first time. It stays with the value when the value goes
-    /// back.
+    /// The string; null until the first call of Val. The value keeps it when it goes back to its cache.
     QZString* m_string = nullptr;
-    /// The string when it, and not m_text, is the value's text.
+    /// m_string while it is the value's text; null while m_text is.
     std::atomic<QZString*> m_val = nullptr;
 };
 
@@ -87,8 +87,8 @@ protected:
     static void DeleteObject(QZObject* value);
 };
 
-/// A number, kept as text. QZJsonFactory writes the text that QZString makes of a double; QZJson and the Set
-/// operations write one that keeps the number exactly.
+/// A number, stored as text. QZJsonFactory stores the text that QZString makes from a double; QZJson and the
+/// Set operations store one that keeps the number exactly.
 class QZ_API QZJsonDecimal : public QZJsonValue
 {
 public:
@@ -116,8 +116,8 @@ protected:
     static void DeleteObject(QZObject* value);
 };
 
-/// A text. It is written between quotation marks just as it stands: a quotation mark inside makes text that
-/// DeserializeObject cannot read back.
+/// A text. It is written between quotation marks without escapes: with a quotation mark inside,
+/// DeserializeObject cannot read the result.
 class QZ_API QZJsonString : public QZJsonValue
 {
 public:
@@ -126,7 +126,7 @@ public:
     QZInt64 GetType() override;
     QZString* ToString() override;
 
-    /// A pointer to the value's own string is only cleared; any other string is deleted.
+    /// Deletes the string, unless it is the value's own one, and clears the variable.
     void Recycle(QZString** text) override;
 
 protected:
@@ -135,7 +135,7 @@ protected:
     static void DeleteObject(QZObject* value);
 };
 
-/// An array. It owns the values in it; what Pop and DeQueue take out belongs to the caller.
+/// An array. It owns its values; a value that Pop or DeQueue takes out belongs to the caller.
 class QZ_API QZJsonValueCollection : public QZJsonValue
 {
 public:
@@ -148,12 +148,12 @@ public:
     /// Takes the last value out; null when there is none.
     virtual QZJsonValue* Pop();
 
-    /// The value, which stays the collection's. The cost is the index.
+    /// The value, which still belongs to the collection. The cost grows with the index.
     /// @throws QZException 256 for an index outside 0 to count - 1
     virtual QZJsonValue* GetElement(QZInt64 index);
 
     /// Adds at the end. True.
-    /// @throws QZException 1792 for null, 1280 for a value that stands somewhere already
+    /// @throws QZException 1792 for null, 1280 for a value that is in an array or object already
     virtual QZBool Push(QZJsonValue* value);
 
     virtual QZInt64 Count();
@@ -161,14 +161,14 @@ public:
     /// Takes the first value out; null when there is none.
     virtual QZJsonValue* DeQueue();
 
-    /// As Push.
+    /// Does the same as Push.
     virtual QZBool EnQueue(QZJsonValue* value);
-    /// As Push, but in front.
+    /// Does the same at the front.
     virtual QZBool AddFirst(QZJsonValue* value);
-    /// As Push.
+    /// Does the same as Push.
     virtual QZBool AddLast(QZJsonValue* value);
 
-    /// The ends, which stay the collection's; null when there is none.
+    /// The first and the last value, which still belong to the collection; null when it is empty.
     QZJsonValue* GetFirst();
     QZJsonValue* GetLast();
 
@@ -205,8 +205,8 @@ private:
     std::shared_ptr<QZList<QZJsonValue>> m_list;
 };
 
-/// Named values, in the order in which the names first came. Names that differ only in the case of A to Z are
-/// one name. It owns the values in it.
+/// Named values, in the order in which their names were added. Names that differ only in the case of A to Z
+/// are one name. The object owns its values.
 class QZ_API QZJsonObject : public QZJsonValue
 {
 public:
@@ -222,14 +222,14 @@ public:
     /// Gives a value back to QZJsonFactory.
     virtual void Recycle(QZJsonValue** value);
 
-    /// Takes an attribute out; its value belongs to the caller. Null when absent.
+    /// Removes an attribute; its value belongs to the caller. Null when there is no such attribute.
     /// @throws QZException 1792 for a null name
     QZJsonValue* RemoveAttr(const char* name);
     QZJsonValue* RemoveAttr(const QZWChar* name);
     QZJsonValue* RemoveAttr(QZString* name);
     QZJsonValue* RemoveAttr(QZInt64 index);
 
-    /// The value and the name, which stay the object's; null for a bad index.
+    /// The value and the name, which still belong to the object; null for a bad index.
     QZJsonValue* GetAttrValue(QZInt64 index);
     QZString* GetAttrName(QZInt64 index);
 
@@ -278,7 +278,7 @@ private:
     std::shared_ptr<JsonAttributes> m_attributes;
 };
 
-/// Nothing.
+/// The value null.
 class QZ_API QZJsonNull : public QZJsonValue
 {
 public:
@@ -293,18 +293,18 @@ protected:
     static void DeleteObject(QZObject* value);
 };
 
-/// Makes JSON values, reads and writes JSON text, and takes values back. All static, any thread.
+/// Makes JSON values, reads and writes JSON text, and takes values back. Any thread may call.
 ///
-/// The grammar is the library's own; docs/json.md tells it. QZJson reads and writes by RFC 8259. What a
-/// Create... or DeserializeObject returns belongs to the caller until a Recycle takes it back and clears the
-/// caller's variable.
+/// docs/json.md describes the grammar, which is the library's own; QZJson reads and writes by RFC 8259. An
+/// object that a Create operation or DeserializeObject returns belongs to the caller until Recycle takes it
+/// back and clears the caller's variable.
 class QZ_API QZJsonFactory
 {
 public:
     static QZJsonValue* CreateValue();
     static QZJsonDecimal* CreateDecimal(double value);
     static QZJsonBool* CreateBool(QZBool value);
-    /// Null text makes an empty one.
+    /// Null stands for an empty text.
     static QZJsonString* CreateString(const char* text);
     static QZJsonString* CreateString(const QZWChar* text);
     static QZJsonString* CreateString(QZString* text);
@@ -318,19 +318,19 @@ public:
     /// @throws QZException 1024 for text without a complete array or object, 2048 for an empty name
     static QZJsonValue* DeserializeObject(QZString* text);
 
-    /// What the value's ToString gives. QZJson::Write writes by RFC 8259.
+    /// The result of the value's ToString. QZJson::Write writes by RFC 8259.
     /// @throws QZException 1792 for null
     static QZString* SerializeObject(QZJsonValue* value);
 
-    /// Writes the value and reads it again: null for a QZJsonNull, and what DeserializeObject throws for
-    /// every other value that is no array and no object.
+    /// Writes the value as text and reads the text. The result is null for a QZJsonNull. For any other value
+    /// that is no array or object, DeserializeObject throws.
     static QZJsonValue* Clone(QZJsonValue* value);
 
-    /// Give back; the variable is cleared. A value is sorted by its GetType, and arrays and objects are
-    /// emptied first, with everything in them given back. A table is deleted. A null in the variable is a
+    /// Give an object back and clear the variable. The result of GetType selects the cache of a value. All
+    /// values in an array or object are given back before it. A table is deleted. A null in the variable is a
     /// QZLibAssert(false).
     /// @throws QZException 1280 for a locked value, 256 for a value of a type that has no cache; the variable
-    /// stays
+    ///         then stays
     static void Recycle(QZString** text);
     static void Recycle(QZDataTable** table);
     static void Recycle(QZJsonValue** value);
@@ -341,39 +341,41 @@ public:
     static void Recycle(QZJsonNull** value);
     static void Recycle(QZJsonValueCollection** value);
 
-    /// Fills the rows of a table from an array of objects: a row per item, left empty for an item that is no
-    /// object. Attributes without a column are skipped, and values are read as the column's type; null,
-    /// arrays and objects leave the element null.
+    /// Adds one row to the table for each item of an array of objects. The row of an item that is no object
+    /// stays empty. Attributes without a column are ignored. Values are converted to the type of their
+    /// column; null, arrays and objects leave the element null.
     static void Json2DataTable(QZDataTable* table, QZJsonValueCollection* values);
 
-    /// A new table of an array of objects: a column per name in order of first appearance, BOOL, DOUBLE (a
-    /// number with a point), INT64 or TEXTUTF16LE after the first value that has a type. Given back with
-    /// Recycle.
-    /// @throws QZJsonException JsonFormatException when the argument is no array or an item no object
+    /// A new table from an array of objects, with one column for each name, in the order in which the names
+    /// appear first. The first value of a name that is no null, array or object determines the type of the
+    /// column: BOOL, DOUBLE (a number with a point), INT64 or TEXTUTF16LE. The caller gives the table back
+    /// with Recycle.
+    /// @throws QZJsonException JsonFormatException when the argument is no array or an item is no object
     static QZDataTable* Json2DataTable(QZJsonValueCollection* values);
 
-    /// An array with an object per row, names in column order.
+    /// A new array with one object for each row; the names are in the order of the columns.
     static QZJsonValueCollection* DataTable2Json(QZDataTable* table);
 
-    /// JSON text over several lines, one tab per level; arrays of objects keep "[{" and ",{" on one line. The
-    /// text is not parsed: symbols inside strings count as well. A new string. QZJson::Parse and
-    /// QZJson::Write with an Indent keep strings as they are.
+    /// Breaks JSON text into lines with one tab for each level; "[{" and ",{" stay on one line. The text is
+    /// not parsed, so symbols inside strings count too. A new string. QZJson::Write with an Indent keeps
+    /// strings as they are.
     /// @throws QZException 1792 for null
     static QZString* Format(QZString* text);
 
-    /// JSON text without line ends and, from the first line end, bracket, brace or comma on, without blanks
-    /// and tabs, inside strings too. A new string. QZJson::Parse and QZJson::Write keep strings as they are.
+    /// Removes the line ends of JSON text, and after the first line end, bracket, brace or comma also all
+    /// blanks and tabs, including those inside strings. A new string. QZJson::Write keeps strings as they
+    /// are.
     /// @throws QZException 1792 for null
     static QZString* Minify(QZString* text);
 
     /// Collects the seven caches; see QZObjectCache::Collect.
     static void Collect(QZBool partial);
 
-    /// A new object with the idle counts "JsonValueCache", "JsonDecimalCache", "JsonBoolCache",
-    /// "JsonStringCache", "JsonObjectCache", "JsonNullCache" and "JsonValueCollectionCache".
+    /// A new object with the number of idle values in each cache: "JsonValueCache", "JsonDecimalCache",
+    /// "JsonBoolCache", "JsonStringCache", "JsonObjectCache", "JsonNullCache" and "JsonValueCollectionCache".
     static QZJsonObject* GetStatus();
 
-    /// Bytes that idle values own.
+    /// The bytes of all idle values.
     static QZInt64 GetMemorySize();
 
 private:

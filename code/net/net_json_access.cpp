@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "fw/internal/fw_factory_cache.h"
+#include "fw/internal/fw_start.h"
 
 QZJsonString* QZJsonAccess::NewString() { return QZTake<QZJsonString>(QZJsonFactory::m_stringCache); }
 

@@ -1,4 +1,5 @@
 #include <initializer_list>
+#include <iterator>
 #include <vector>
 
 #include "fw/fw_library.h"
@@ -7,12 +8,12 @@
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
 #include "fw/internal/fw_collect.h"
-#include "fw/internal/fw_factory_cache.h"
 #include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_scoped.h"
+#include "fw/internal/fw_start.h"
 #include "fw/internal/fw_status.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_json_access.h"
-#include "net/internal/net_scoped.h"
 
 QZCriticalSection* QZJsonFactory::m_section = nullptr;
 QZObjectCache* QZJsonFactory::m_valueCache = nullptr;
@@ -64,7 +65,7 @@ QZJsonObject* MakeStatus(const QZStatusFigure* figures, int count)
     for (int i = 0; i < count; ++i)
     {
         QZJsonAccess::SetAttr(status, figures[i].Name,
-                              QZJsonFactory::CreateDecimal(static_cast<double>(figures[i].Count)));
+                              QZJsonFactory::CreateDecimal(static_cast<double>(figures[i].Cache->Count())));
     }
     return status;
 }
@@ -116,7 +117,7 @@ QZJsonValueCollection* QZJsonFactory::CreateValueCollection()
 
 QZJsonValue* QZJsonFactory::Clone(QZJsonValue* value)
 {
-    const net::ScopedString text(SerializeObject(value));
+    const QZScopedString text(SerializeObject(value));
     return DeserializeObject(text.Get());
 }
 
@@ -219,17 +220,12 @@ QZInt64 QZJsonFactory::GetMemorySize()
 
 QZJsonObject* QZJsonFactory::GetStatus()
 {
-    QZJsonObject* status = CreateObject();
-    // Each figure is read just before its own number is taken from a cache, and hosts see that.
-    auto add = [status](const QZWChar* name, QZObjectCache* cache) {
-        QZJsonAccess::SetAttr(status, name, CreateDecimal(static_cast<double>(cache->Count())));
-    };
-    add(QZ_W("JsonValueCache"), m_valueCache);
-    add(QZ_W("JsonDecimalCache"), m_decimalCache);
-    add(QZ_W("JsonBoolCache"), m_boolCache);
-    add(QZ_W("JsonStringCache"), m_stringCache);
-    add(QZ_W("JsonObjectCache"), m_objectCache);
-    add(QZ_W("JsonNullCache"), m_nullCache);
-    add(QZ_W("JsonValueCollectionCache"), m_collectionCache);
-    return status;
+    const QZStatusFigure figures[] = {{QZ_W("JsonValueCache"), m_valueCache},
+                                      {QZ_W("JsonDecimalCache"), m_decimalCache},
+                                      {QZ_W("JsonBoolCache"), m_boolCache},
+                                      {QZ_W("JsonStringCache"), m_stringCache},
+                                      {QZ_W("JsonObjectCache"), m_objectCache},
+                                      {QZ_W("JsonNullCache"), m_nullCache},
+                                      {QZ_W("JsonValueCollectionCache"), m_collectionCache}};
+    return MakeStatus(figures, static_cast<int>(std::size(figures)));
 }

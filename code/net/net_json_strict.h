@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_NET_JSON_STRICT_H
-#define QZLIB_NET_NET_JSON_STRICT_H
+#ifndef QZLIB_NET_JSON_STRICT_H
+#define QZLIB_NET_JSON_STRICT_H
 
 #include <concepts>
 #include <type_traits>

@@ -6,9 +6,9 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_json_access.h"
-#include "net/internal/net_scoped.h"
 
 namespace
 {
@@ -71,7 +71,7 @@ void AddColumns(QZDataTable* table, QZJsonValueCollection* values)
 QZJsonValue* ValueOf(QZData* element, QZInt64 type)
 {
     if (element == nullptr) return QZJsonFactory::CreateNull();
-    const net::ScopedString text(QZConvert::DataToText(element, type));
+    const QZScopedString text(QZConvert::DataToText(element, type));
     switch (type)
     {
         case QZDataType::BOOL: return QZJsonFactory::CreateBool(text->Equals(QZ_W("true"), 1));
@@ -107,7 +107,7 @@ void QZJsonFactory::Json2DataTable(QZDataTable* table, QZJsonValueCollection* va
 
 QZDataTable* QZJsonFactory::Json2DataTable(QZJsonValueCollection* values)
 {
-    // Hosts pass on values without testing their class, so the type is asked of a plain object.
+    // Hosts pass on values without testing their class, so GetType is called on a plain object.
     auto* object = static_cast<QZObject*>(static_cast<void*>(values));
     if (object == nullptr || object->GetType() != QZJsonValueCollection::Type)
         ThrowFormat(QZ_W(" Argument is not QZJsonValueCollection"), -1);

@@ -69,7 +69,7 @@ QZInt64 QZJsonValue::GetMemorySize()
     return QZObject::GetMemorySize() +
            (m_string != nullptr ? m_string->GetMemorySize() : SizeOfString(m_text.capacity()));
 }
-QZInt64 QZJsonValue::GetType() { return 0x8010000; }
+QZInt64 QZJsonValue::GetType() { return Type; }
 
 QZString* QZJsonValue::ToString() { return QZStringFactory::CreateString(); }
 
@@ -110,7 +110,7 @@ QZJsonBool::QZJsonBool() = default;
 QZObject* QZJsonBool::NewObject() { return new QZJsonBool(); }
 void QZJsonBool::DeleteObject(QZObject* value) { delete value; }
 
-QZInt64 QZJsonBool::GetType() { return 0x8010010; }
+QZInt64 QZJsonBool::GetType() { return Type; }
 QZString* QZJsonBool::ToString() { return JsonToText(this); }
 void QZJsonBool::Val(QZBool value) { QZJsonAccess::SetText(this, value ? QZ_W("true") : QZ_W("false")); }
 
@@ -118,14 +118,14 @@ QZJsonDecimal::QZJsonDecimal() = default;
 QZObject* QZJsonDecimal::NewObject() { return new QZJsonDecimal(); }
 void QZJsonDecimal::DeleteObject(QZObject* value) { delete value; }
 
-QZInt64 QZJsonDecimal::GetType() { return 0x8010020; }
+QZInt64 QZJsonDecimal::GetType() { return Type; }
 QZString* QZJsonDecimal::ToString() { return JsonToText(this); }
 
 QZJsonString::QZJsonString() = default;
 QZObject* QZJsonString::NewObject() { return new QZJsonString(); }
 void QZJsonString::DeleteObject(QZObject* value) { delete value; }
 
-QZInt64 QZJsonString::GetType() { return 0x8010030; }
+QZInt64 QZJsonString::GetType() { return Type; }
 QZString* QZJsonString::ToString() { return JsonToText(this); }
 
 void QZJsonString::Recycle(QZString** text)
@@ -143,7 +143,7 @@ QZJsonNull::QZJsonNull() = default;
 QZObject* QZJsonNull::NewObject() { return new QZJsonNull(); }
 void QZJsonNull::DeleteObject(QZObject* value) { delete value; }
 
-QZInt64 QZJsonNull::GetType() { return 0x8010060; }
+QZInt64 QZJsonNull::GetType() { return Type; }
 QZString* QZJsonNull::ToString() { return JsonToText(this); }
 
 // ---- Arrays
@@ -163,7 +163,7 @@ QZInt64 QZJsonValueCollection::GetMemorySize()
     return QZJsonValue::GetMemorySize() + QZJsonAccess::SizeOfContent(this);
 }
 
-QZInt64 QZJsonValueCollection::GetType() { return 0x8010040; }
+QZInt64 QZJsonValueCollection::GetType() { return Type; }
 QZString* QZJsonValueCollection::ToString() { return JsonToText(this); }
 
 QZJsonValue* QZJsonValueCollection::Pop() { return m_list->Pop(); }
@@ -189,7 +189,7 @@ QZInt64 QZJsonObject::GetMemorySize()
     return QZJsonValue::GetMemorySize() + QZJsonAccess::SizeOfContent(this);
 }
 
-QZInt64 QZJsonObject::GetType() { return 0x8010050; }
+QZInt64 QZJsonObject::GetType() { return Type; }
 QZString* QZJsonObject::ToString() { return JsonToText(this); }
 
 QZInt64 QZJsonObject::AttrCount() { return m_attributes != nullptr ? m_attributes->Count() : 0; }

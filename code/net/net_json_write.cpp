@@ -5,11 +5,11 @@
 
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_text_builder.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_characters.h"
 #include "net/internal/net_json_access.h"
-#include "net/internal/net_scoped.h"
 
 namespace
 {
@@ -139,7 +139,7 @@ QZString* QZJsonFactory::SerializeObject(QZJsonValue* value)
 QZString* QZJsonFactory::Format(QZString* text)
 {
     if (text == nullptr) ThrowNull(QZ_W("Format"), QZ_W("QZString*"));
-    const net::ScopedString lines(QZStringFactory::CreateString(text));
+    const QZScopedString lines(QZStringFactory::CreateString(text));
     lines->ReplaceThis(QZ_W("{"), QZ_W("{\r\n"));
     lines->ReplaceThis(QZ_W("["), QZ_W("[\r\n"));
     lines->ReplaceThis(QZ_W(","), QZ_W(",\r\n"));

@@ -5,7 +5,7 @@
 #include "fw/fw_data.h"
 #include "fw/fw_lock.h"
 #include "fw/fw_string.h"
-#include "fw/internal/fw_factory_cache.h"
+#include "fw/internal/fw_start.h"
 #include "net/net_http_connection.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_factory.h"

@@ -1,5 +1,6 @@
 #include "net/net_url.h"
 
+#include <iterator>
 #include <vector>
 
 #include "fw/fw_convert.h"
@@ -9,13 +10,21 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_scoped.h"
 #include "net/internal/net_characters.h"
-#include "net/internal/net_scoped.h"
 
 const QZInt64 QZUrl::Type;
 
 namespace
 {
+// How a text with a host begins.
+constexpr QZWChar kHttp[] = QZ_W("http://");
+constexpr QZWChar kHttps[] = QZ_W("https://");
+constexpr QZWChar kNoProtocol[] = QZ_W("//");
+
+constexpr QZUInt16 kPort = 80;
+constexpr QZUInt16 kSecurePort = 443;
+
 void ClearParams(QZKeyValueCollection* params)
 {
     while (params->Count() > 0)
@@ -106,7 +115,7 @@ QZUrl::QZUrl(const QZUrl& other) = default;
 QZUrl& QZUrl::operator=(const QZUrl& other) = default;
 QZUrl::~QZUrl() = default;
 
-QZInt64 QZUrl::GetType() { return 0x8310010; }
+QZInt64 QZUrl::GetType() { return Type; }
 
 QZString* QZUrl::GetUrl() { return &m_parts->url; }
 QZString* QZUrl::GetPath() { return &m_parts->path; }
@@ -148,19 +157,19 @@ void QZUrl::Init()
 
     // A text with another beginning keeps the protocol of the previous text.
     QZInt64 skip = 0;
-    if (url->StartsWith(QZ_W("http://"), 1))
+    if (url->StartsWith(kHttp, 1))
     {
-        skip = 7;
+        skip = std::size(kHttp) - 1;
         m_parts->protocol.Set(QZ_W("http"));
     }
-    else if (url->StartsWith(QZ_W("https://"), 1))
+    else if (url->StartsWith(kHttps, 1))
     {
-        skip = 8;
+        skip = std::size(kHttps) - 1;
         m_parts->protocol.Set(QZ_W("https"));
     }
-    else if (url->StartsWith(QZ_W("//")))
+    else if (url->StartsWith(kNoProtocol))
     {
-        skip = 2;
+        skip = std::size(kNoProtocol) - 1;
         m_parts->protocol.Clear();
     }
 
@@ -182,13 +191,13 @@ void QZUrl::Init()
     if (path->Contains(QZ_W("//"))) path->ReplaceThis(QZ_W("//"), QZ_W("/"));
     if (QZString::IsNullOrWhiteSpace(path)) path->Set(QZ_W("/"));
 
-    m_port = m_parts->protocol.Equals(QZ_W("https")) ? 443 : 80;
+    m_port = m_parts->protocol.Equals(QZ_W("https")) ? kSecurePort : kPort;
     if (hostEnd > skip) SetHost(text + skip, hostEnd - skip);
 
     ClearParams(GetParam());
     if (queryEnd > query)
     {
-        const net::ScopedString params(QZStringFactory::CreateString(text + query, (queryEnd - query) * 2));
+        const QZScopedString params(QZStringFactory::CreateString(text + query, (queryEnd - query) * 2));
         ParseParam(params.Get(), GetParam());
     }
 }
@@ -199,7 +208,7 @@ void QZUrl::SetHost(const QZWChar* text, QZInt64 count)
     while (colon < count && text[colon] != ':') ++colon;
     m_parts->host.Set(text, colon * 2);
     if (colon == count) return;
-    const net::ScopedString port(QZStringFactory::CreateString(text + colon + 1, (count - colon - 1) * 2));
+    const QZScopedString port(QZStringFactory::CreateString(text + colon + 1, (count - colon - 1) * 2));
     m_port = static_cast<QZUInt16>(QZConvert::StringToInt32(port.Get()));
 }
 

@@ -8,11 +8,10 @@
 class QZKeyValueCollection;
 class QZString;
 
-/// A URL or a request target, taken apart once, when its text is set: protocol, host, port, path and
-/// parameters.
+/// A URL or a request target: protocol, host, port, path and parameters. Its text is parsed when it is set.
 ///
-/// What the Get operations answer stays the URL's, unless told otherwise. A copy made by value shares its
-/// parts with its source. One thread at a time.
+/// Strings that the Get operations return belong to the URL, except where the operation returns a new one. A
+/// copy made by value shares its parts with its source. One thread at a time.
 class QZ_API QZUrl : public QZObject
 {
 public:
@@ -29,37 +28,37 @@ public:
 
     QZInt64 GetType() override;
 
-    /// The text as it was given.
+    /// The text that was set.
     QZString* GetUrl();
     /// The path; "/" when the text has none.
     QZString* GetPath();
-    /// The host; empty for a bare path.
+    /// The host; empty when the text begins with the path.
     QZString* GetHost();
-    /// The host's own port, or 443 with "https" and 80 otherwise.
+    /// The port in the text; without one 443 for "https" and 80 for other protocols.
     QZUInt16 GetPort();
     /// "http", "https", or empty.
     QZString* GetProtocol();
 
-    /// The parameters as "key=value" with "&" between them, a new string that goes back with Recycle. Left
-    /// out is what was left out in reading.
+    /// The parameters as "key=value" with "&" between them, a new string that goes back with Recycle. Parts
+    /// of the query that are no parameter are missing.
     QZString* GetParamString();
 
-    /// The value as it came, not decoded; null when there is no such parameter.
+    /// The value, which is not decoded; null when there is no such parameter.
     /// @throws QZException 1792 for null
     QZString* GetParam(const char* key);
     QZString* GetParam(const QZWChar* key);
     QZString* GetParam(QZString* key);
 
-    /// Takes another text apart. A text that names no protocol leaves the protocol as it was.
+    /// Parses another text. The protocol stays when the text begins with neither a protocol nor two slashes.
     /// @throws QZException 256 for a host that ends with a colon
     void Set(QZString* url);
 
-    /// Query text: UTF-8 bytes, "+" for a blank, letters, digits and !()*-._ as they are, and upper-case
-    /// escapes for all others. A new string.
+    /// Encodes a text for a query: the text becomes UTF-8, a blank becomes "+", letters, digits and !()*-._
+    /// stay, and all other bytes become upper-case escapes. A new string.
     static QZString* Encode(QZString* text);
 
-    /// Query text back to text; escapes that are no two hexadecimal digits are left out. A new string.
-    /// @throws QZException when the bytes hold no whole UTF-8 character
+    /// Decodes the text of a query. Escapes without two hexadecimal digits are removed. A new string.
+    /// @throws QZException when the bytes contain no complete UTF-8 character
     static QZString* Decode(QZString* text);
 
     static void Recycle(QZString** text);

@@ -1,5 +1,7 @@
 #include <winsock2.h>
 
+#include <ws2tcpip.h>
+
 #include <mstcpip.h>
 #include <windows.h>
 

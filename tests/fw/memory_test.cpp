@@ -7,6 +7,7 @@
 #include "fw/fw_environment.h"
 #include "fw/fw_library.h"
 #include "fw/internal/fw_buffer.h"
+#include "fw/internal/fw_memory_pool.h"
 #include "fw/internal/fw_memory_raw.h"
 #include "support/qz_test.h"
 #include "sys/internal/sys_hooks.h"

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "fw/fw_string.h"
+#include "fw/internal/fw_number_format.h"
 #include "support/qz_test.h"
 
 namespace

@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "fw/fw_collection.h"
-#include "fw/fw_exception_cache.h"
+#include "fw/fw_exception_factory.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "support/qz_test.h"

@@ -409,8 +409,8 @@ TEST(HttpCookieCollection, IsSearchedByNameIgnoringCase)
 {
     QZHttpFactory factory;
     Held<QZHttpCookieCollection> cookies(factory.CreateCookieCollection(Str("A=1;B=2")));
-    http::SetCookieValue(cookies.Get(), QZ_W("b"), QZ_W("3"));
-    http::SetCookieValue(cookies.Get(), QZ_W("C"), 44);
+    http::FindCookie(cookies.Get(), QZ_W("b"))->GetValue()->Set("3");
+    http::AddCookie(cookies.Get(), QZ_W("C=44"), false);
     EXPECT_QZ_TEXT(http::FindCookie(cookies.Get(), QZ_W("B"))->GetValue(), "3");
     EXPECT_QZ_TEXT(http::FindCookie(cookies.Get(), QZ_W("c"))->GetValue(), "44");
     EXPECT_EQ(http::FindCookie(cookies.Get(), QZ_W("d")), nullptr);

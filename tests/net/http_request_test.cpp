@@ -1,5 +1,6 @@
 #include "net/http_support.h"
 #include "net/internal/net_http_fields.h"
+#include "net/internal/net_http_stamps.h"
 
 namespace
 {
@@ -175,8 +176,8 @@ TEST(HttpRequest, IsWrittenAsHeadAndContent)
     request->SetMethod("post");
     request->SetUrl(Str("http://a.b:81/p/q?k=v&l=w#f"));
     http::SetHeaderValue(request->GetHeaders(), QZ_W("Host"), QZ_W("a.b"));
-    http::SetCookieValue(request->GetCookies(), QZ_W("s"), 1);
-    http::SetCookieValue(request->GetCookies(), QZ_W("t"), QZ_W("x y"));
+    http::AddCookie(request->GetCookies(), QZ_W("s=1"), false);
+    http::AddCookie(request->GetCookies(), QZ_W("t=x y"), false);
     request->SetContent("abc", 3);
     EXPECT_EQ(HeadOf(request.Get()),
               "POST /p/q?k=v&l=w HTTP/1.1\r\nContent-Length: 0\r\nHost: a.b\r\n"

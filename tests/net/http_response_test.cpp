@@ -1,5 +1,6 @@
 #include "net/http_support.h"
 #include "net/internal/net_http_fields.h"
+#include "net/internal/net_http_stamps.h"
 
 namespace
 {
@@ -129,9 +130,9 @@ TEST(HttpResponse, IsWrittenAsHeadAndContent)
     const auto response = NewResponse();
     response->SetStatus(302);
     http::SetHeaderValue(response->GetHeaders(), QZHttpConstant::HeaderNameLocationString, QZ_W("/x"));
-    http::SetCookieValue(response->GetCookies(), QZ_W("a"), QZ_W("b"));
+    http::AddCookie(response->GetCookies(), QZ_W("a=b"), true);
     response->GetCookies()->GetElement(0)->GetPath()->Set("/");
-    http::SetCookieValue(response->GetCookies(), QZ_W("c"), 5);
+    http::AddCookie(response->GetCookies(), QZ_W("c=5"), true);
     response->SetContent("abc", 3);
     const std::string head =
         "HTTP/1.1 302 Temporarily Moved\r\nContent-Length: 3\r\nLocation: /x\r\n"

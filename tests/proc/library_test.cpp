@@ -13,6 +13,7 @@
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_memory_pool.h"
 #include "fw/internal/fw_memory_raw.h"
 #include "os/os_thread.h"
 #include "support/qz_test.h"

@@ -39,6 +39,9 @@ QZInt64 MilliSecondsOf(QZInt64 value);
 QZInt64 AddYears(QZInt64 timestamp, QZInt64 years);
 QZInt64 AddMonths(QZInt64 timestamp, QZInt64 months);
 
+/// The local wall clock, or the test clock while a test sets one.
+QZInt64 LocalNow();
+
 }  // namespace calendar
 
 #endif

@@ -25,6 +25,13 @@ QZInt64 AnsiToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize
 /// A leading U+FEFF is dropped.
 QZInt64 Utf16ToAnsi(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize);
 
+/// Bytes of one unit of a convertible encoding of QZEncodingType; 0 for every other number.
+QZInt64 UnitSize(QZInt64 type);
+
+/// What QZEncoding::Convert does.
+QZInt64 Convert(QZInt64 fromType, const void* from, QZInt64 fromSize, QZInt64 toType, void* to,
+                QZInt64 toSize);
+
 /// The bytes that follow a UTF-8 lead byte: 0 to 5, and 0 for a byte that is none.
 int TrailingCount(unsigned char lead);
 }  // namespace encoding

@@ -3,8 +3,10 @@
 
 #include "sys/sys_types.h"
 
-/// The layers under the checked buffers: the process heap with its figures and its pattern test, and the
-/// pool.
+/// The lowest layer under the checked buffers: the process heap with its figures and its pattern test.
+
+/// The address of QZMemory::MemoryTest, through which this layer reads the switch. Defined in fw_memory.cpp.
+extern const QZBool* const g_memoryTestSwitch;
 
 /// The raw allocator below the buffers, for the library's small system structures: counted, pattern-tested on
 /// request.
@@ -18,31 +20,16 @@ bool MemoryPatternTest(void* block, QZInt64 size);
 /// this way. Null when there is no memory; *trueSize becomes what the block then measures.
 void* MemoryRawResize(void* block, QZInt64 newSize, QZInt64 oldSize, QZInt64* trueSize);
 
-/// True when buffers go through the pool.
-bool MemoryPoolIsOn();
-
-/// A block of at least `size` bytes; *trueSize becomes its real size. Null when there is no memory.
-void* MemoryPoolAllocate(QZInt64 size, QZInt64* trueSize);
-
-/// Gives a block back to the layer whose block size it really has, else to the heap, accounted with `size`.
-void MemoryPoolFree(void* block, QZInt64 size, QZInt64 trueSize);
-
-/// A block for the new size that holds the old content; the same one as long as it is large enough.
-void* MemoryPoolResize(void* block, QZInt64 oldSize, QZInt64 newSize, QZInt64* trueSize);
-
-/// The pool, reached by buffers when the pool is switched on, and directly with small sizes.
-void* MemoryPoolAllocate(QZInt64 size);
-void MemoryPoolFree(void* block, QZInt64 size);
-QZInt64 MemoryPoolCount(int layer);
-
-/// The pool's mutex: from QZLibInit to QZLibDispose.
-void MemoryPoolInit();
-void MemoryPoolEnd();
-
 /// Enters a block into the table of memory put aside as bad; false when the table is full.
 bool MemoryOccupy(void* block, QZInt64 size);
 
 /// Tests replace the pattern test through this slot; null is the real test.
 void MemorySetPatternTest(bool (*test)(void* block, QZInt64 size));
+
+/// Live raw blocks and their bytes, see QZMemory::AllocInfo.
+void MemoryRawInfo(QZInt64* count, QZInt64* bytes);
+
+/// Entries and bytes of the table of memory put aside as bad.
+void MemoryOccupiedInfo(QZInt64* count, QZInt64* bytes);
 
 #endif

@@ -41,13 +41,4 @@ double ReadDouble(const QZWChar* text, QZInt64 count);
 double ReadDouble(const char* text, QZInt64 count);
 }  // namespace number
 
-class QZString;
-
-/// Replaces the first or the last "%" of a text by a decimal number, the rest staying as it is. With `width`
-/// above 0 the number is filled up with leading zeros to that many digits, behind the "-" of a negative one.
-/// @return false when the text holds no "%"
-/// @throws QZException with QZLastError when there is no memory
-bool QZFormatFirst(QZString* text, QZInt64 value, int width = 0);
-bool QZFormatLast(QZString* text, QZInt64 value, int width = 0);
-
 #endif

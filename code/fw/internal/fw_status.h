@@ -4,12 +4,14 @@
 #include "sys/sys_types.h"
 
 class QZJsonObject;
+class QZObjectCache;
 
 /// One figure that a factory reports: how many objects a cache holds.
 struct QZStatusFigure
 {
     const QZWChar* Name;
-    QZInt64 Count;
+    /// Counted when its number is made: the numbers before it come from caches too, and hosts see that.
+    QZObjectCache* Cache;
 };
 
 /// How status records become JSON objects. The JSON family, which stands above the frame, installs its form,

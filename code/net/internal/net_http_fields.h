@@ -18,10 +18,6 @@ bool RemoveHeader(QZHttpHeaderCollection* headers, Text name);
 /// decimal text.
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, Text value);
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, QZInt64 value);
-
-/// The same for cookies.
-void SetCookieValue(QZHttpCookieCollection* cookies, Text name, Text value);
-void SetCookieValue(QZHttpCookieCollection* cookies, Text name, QZInt64 value);
 }  // namespace http
 
 #endif

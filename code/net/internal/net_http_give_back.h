@@ -4,7 +4,7 @@
 #include "fw/fw_data.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
-#include "fw/internal/fw_factory_cache.h"
+#include "fw/internal/fw_start.h"
 #include "fw/internal/fw_trace.h"
 
 /// The steps of QZHttpFactory that are the same for all its classes. Internal.

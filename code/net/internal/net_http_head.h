@@ -1,11 +1,13 @@
 #ifndef QZLIB_NET_HTTP_HEAD_H
 #define QZLIB_NET_HTTP_HEAD_H
 
+#include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
+#include "fw/fw_string_factory.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_text_builder.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_fields.h"
-#include "net/internal/net_scoped.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_context.h"
 #include "net/net_http_factory.h"
@@ -71,7 +73,7 @@ template <typename ReadHead>
 void ReadMessage(QZData* data, QZInt64 end, QZData* content, ReadHead readHead)
 {
     const auto* bytes = static_cast<const unsigned char*>(data->GetPointer());
-    const net::ScopedString head(QZEncoding::GetString(QZEncodingType::UTF8, bytes, end));
+    const QZScopedString head(QZEncoding::GetString(QZEncodingType::UTF8, bytes, end));
     readHead(head.Get());
     const QZInt64 start = end + QZHttpConstant::EmptyLine->GetSize();
     content->Set(bytes + start, data->GetSize() - start);
@@ -82,7 +84,7 @@ void ReadMessage(QZData* data, QZInt64 end, QZData* content, ReadHead readHead)
 template <typename ReadHead>
 void SetHead(QZString* head, ReadHead readHead)
 {
-    const net::ScopedString copy(QZStringFactory::CreateString(head));
+    const QZScopedString copy(QZStringFactory::CreateString(head));
     readHead(copy.Get());
 }
 

@@ -11,7 +11,7 @@ struct QZHttpAccess
 
 namespace http
 {
-/// The times of a message. The server that answers the message fills them.
+/// The times of a message. The server that answers the request sets them.
 inline QZHttpStamps& StampsOf(QZHttpContext* context) { return QZHttpAccess::Stamps(context); }
 }  // namespace http
 

@@ -1,11 +1,9 @@
-#include "fw/fw_library.h"
+#include "fw/internal/fw_hooks.h"
 
 #include <atomic>
 #include <cstdint>
 #include <cstring>
 
-#include "fw/internal/fw_collect.h"
-#include "fw/internal/fw_hooks.h"
 #include "sys/internal/sys_error.h"
 
 QZInt32 QZLastError = 0;
@@ -106,10 +104,3 @@ void QZLibSetFunctionMemMove(void (*function)(void* destination, void* source, Q
 void QZLibSetFunctionMemClean(void (*function)(void* destination, QZInt64 size)) { g_qzMemClean = function; }
 
 void QZLibSetFunctionAssert(void (*function)(QZBool condition)) { g_qzAssert = function; }
-
-void QZLibCollect(QZBool partial)
-{
-    static constexpr QZCollector kOrder[] = {QZCollector::Http, QZCollector::Json, QZCollector::Exception,
-                                             QZCollector::String, QZCollector::Data};
-    for (QZCollector collector : kOrder) QZCollect(collector, partial);
-}

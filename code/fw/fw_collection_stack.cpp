@@ -2,7 +2,7 @@
 
 #include "fw/fw_collection.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 
 const QZInt64 QZStack::Type;
 
@@ -44,7 +44,7 @@ void QZStack::PushWord(QZUInt64 value)
     {
         LengthMax(count);
     }
-    catch (QZException*)
+    catch (...)
     {
         SetCount(count - 1);
         throw;
@@ -62,10 +62,7 @@ QZBool QZStack::Push(QZUInt64 value)
 QZUInt64 QZStack::Pop()
 {
     const QZInt64 count = CountOf();
-    if (count < 1)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::MemoryInaccessible),
-                      QZ_W("QZStack"), QZ_W("Pop"))
-            .Exception();
+    if (count < 1) QZRaise(QZExceptionCode::MemoryInaccessible, QZ_W("QZStack"), QZ_W("Pop")).Throw();
     SetCount(count - 1);
     return Words()[count];
 }
@@ -100,9 +97,8 @@ void QZStack::NewSize(QZInt64 size, QZByte fill)
 void QZStack::LengthMax(QZInt64 length)
 {
     if (length > std::numeric_limits<QZInt64>::max() / 8 - 1)
-        throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                      QZ_W("QZStack"), QZ_W("LengthMax"))
+        QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZStack"), QZ_W("LengthMax"))
             .Argument(QZ_W("QZInt64"), length)
-            .Exception();
+            .Throw();
     if (length >= 0 && length * 8 + 8 > GetSize()) NewSize(length * 8 + 8);
 }
