@@ -65,7 +65,8 @@ void JsonAttributes::Add(JsonView name, QZJsonValue* value)
 void JsonAttributes::Append(JsonView name, QZJsonValue* value)
 {
     value->SetDisposable(GetObjectID(), 0);
-    m_entries.push_back({value, nullptr, m_names.size(), name.size()});
+    // An empty name has no place in the text, so that it stays right when names before it go.
+    m_entries.push_back({value, nullptr, name.empty() ? 0 : m_names.size(), name.size()});
     m_names.append(name);
 }
 

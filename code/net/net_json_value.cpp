@@ -32,6 +32,16 @@ QZInt64 SizeOfString(std::size_t units)
         .Argument(type, static_cast<const QZWChar*>(nullptr))
         .Exception();
 }
+
+/// The values of an array. Those that nobody else has locked are deleted with it.
+class OwnList : public QZList<QZJsonValue>
+{
+public:
+    ~OwnList() override
+    {
+        while (QZJsonValue* value = Pop()) QZJsonAccess::DiscardFree(value);
+    }
+};
 }  // namespace
 
 // ---- Values
@@ -148,12 +158,7 @@ QZString* QZJsonNull::ToString() { return JsonToText(this); }
 
 // ---- Arrays
 
-QZJsonValueCollection::QZJsonValueCollection()
-    : m_list(new QZList<QZJsonValue>(), [](QZList<QZJsonValue>* list) {
-          while (QZJsonValue* value = list->Pop()) QZJsonAccess::DiscardFree(value);
-          delete list;
-      })
-{}
+QZJsonValueCollection::QZJsonValueCollection() : m_list(std::make_shared<OwnList>()) {}
 
 QZObject* QZJsonValueCollection::NewObject() { return new QZJsonValueCollection(); }
 void QZJsonValueCollection::DeleteObject(QZObject* value) { delete value; }

@@ -19,15 +19,6 @@ std::string Done(T* value)
 {
     return qztest::Written(value);
 }
-
-QZInt64 IdleDecimals()
-{
-    QZJsonObject* status = QZJsonFactory::GetStatus();
-    QZInt64 count = -1;
-    static_cast<QZJsonDecimal*>(status->Find("JsonDecimalCache"))->GetInt64(&count);
-    QZJsonFactory::Recycle(&status);
-    return count;
-}
 }  // namespace
 
 TEST(JsonBuild, SetFindAndRemoveByEveryKindOfName)
@@ -78,14 +69,33 @@ TEST(JsonBuild, NamesAreComparedExactly)
     EXPECT_EQ(Done(object), R"({"a":1,"":6})");
 }
 
-TEST(JsonBuild, SetReplacesAndRecycles)
+TEST(JsonBuild, SetAndRemoveRecycle)
 {
-    QZJsonFactory::Collect(0);
-    QZJsonObject* object = Object(R"({"a":[1,2,3],"b":0})");
-    const QZInt64 before = IdleDecimals();
+    QZJsonObject* object = Object(R"({"a":[1],"b":0})");
+    QZJsonValue* inner = static_cast<QZJsonValueCollection*>(object->Find("a"))->At(0);
     object->Set("a", QZJsonFactory::CreateNull());
-    EXPECT_EQ(IdleDecimals(), before + 3);
-    EXPECT_EQ(Done(object), R"({"a":null,"b":0})");
+    // A cache hands out first what came back last.
+    QZJsonDecimal* next = QZJsonFactory::CreateDecimal(7);
+    EXPECT_EQ(next, inner);
+    QZJsonFactory::Recycle(&next);
+    QZJsonValue* second = object->Find("b");
+    EXPECT_EQ(object->Remove("b"), 1);
+    next = QZJsonFactory::CreateDecimal(7);
+    EXPECT_EQ(next, second);
+    QZJsonFactory::Recycle(&next);
+    EXPECT_EQ(Done(object), R"({"a":null})");
+}
+
+TEST(JsonBuild, EmptyNamesBesideOthers)
+{
+    QZJsonObject* object = Object(R"({"aa":1,"":2,"bb":3,"cc":4})");
+    EXPECT_EQ(object->Remove("cc"), 1);
+    EXPECT_EQ(object->Remove("bb"), 1);
+    EXPECT_EQ(object->Remove("aa"), 1);
+    EXPECT_EQ(qztest::Utf8(object->GetAttrName(0)), "");
+    object->Set("dd", QZJson::CreateNumber(5));
+    EXPECT_EQ(object->Remove(""), 1);
+    EXPECT_EQ(Done(object), R"({"dd":5})");
 }
 
 TEST(JsonBuild, AValueStandsInOnePlace)

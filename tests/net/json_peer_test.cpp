@@ -100,7 +100,8 @@ TEST(JsonPeer, DamagedDocuments)
             case 2: text.insert(place, 1, "{}[],:\"\\0-.eu \n"[generator.Pick(15)]); break;
             default: text.resize(place); break;
         }
-        ASSERT_TRUE(AgreesWithPeer(text));
+        // The peer takes a byte of 0 for the end of the text.
+        if (text.find('\0') == std::string::npos) ASSERT_TRUE(AgreesWithPeer(text));
     }
 }
 
