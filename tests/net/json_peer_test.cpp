@@ -101,7 +101,8 @@ TEST(JsonPeer, DamagedDocuments)
             default: text.resize(place); break;
         }
         // The peer takes a byte of 0 for the end of the text.
-        if (text.find('\0') == std::string::npos) ASSERT_TRUE(AgreesWithPeer(text));
+        if (text.find('\0') != std::string::npos) continue;
+        ASSERT_TRUE(AgreesWithPeer(text));
     }
 }
 
