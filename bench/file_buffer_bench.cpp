@@ -13,7 +13,7 @@
 
 #include "bench_support.h"
 #include "fw/fw_string.h"
-#include "os/os_buffer.h"
+#include "os/os_file_buffer.h"
 
 namespace
 {

@@ -10,7 +10,7 @@
 
 #include "bench_support.h"
 #include "fw/fw_string.h"
-#include "os/os_buffer.h"
+#include "os/os_file_buffer.h"
 #ifdef QZ_HAVE_SQLITE
 #include <sqlite3.h>
 #endif

@@ -4,7 +4,9 @@
 #include "fw/internal/fw_memory_pool.h"
 #include "fw/internal/fw_start.h"
 #include "fw/internal/fw_trace.h"
-#include "net/internal/net_library.h"
+#include "graphics/internal/gr_start.h"
+#include "net/internal/net_start.h"
+#include "os/internal/os_start.h"
 #include "sys/internal/sys_socket.h"
 
 namespace

@@ -8,29 +8,28 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_trace.h"
-#include "sys/sys_bytes.h"
 
 namespace
 {
 
-constexpr char Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-/// Stands for a character that is none of the alphabet; no value has this bit.
-constexpr QZByte Stranger = 0x80;
+/// Marks a character outside the alphabet; no value has this bit.
+constexpr QZByte kStranger = 0x80;
 
 /// The values of the characters up to 127.
-constexpr std::array<QZByte, 128> Values = [] {
+constexpr std::array<QZByte, 128> kValues = [] {
     std::array<QZByte, 128> values{};
-    values.fill(Stranger);
-    for (QZByte i = 0; i < 64; ++i) values[static_cast<std::size_t>(Alphabet[i])] = i;
+    values.fill(kStranger);
+    for (QZByte i = 0; i < 64; ++i) values[static_cast<std::size_t>(kAlphabet[i])] = i;
     return values;
 }();
 
-/// The value of a character, or Stranger.
+/// The value of a character, or kStranger.
 QZByte ValueOf(QZWChar unit)
 {
     const auto code = static_cast<QZUInt16>(unit);
-    return code < Values.size() ? Values[code] : Stranger;
+    return code < kValues.size() ? kValues[code] : kStranger;
 }
 
 /// Characters of padding at the end of a text of that many units: 0 to 2.
@@ -44,7 +43,7 @@ QZInt64 PaddingOf(const QZWChar* text, QZInt64 units)
 template <typename T>
 void CheckObject(const T* object, const QZWChar* method, const QZWChar* type)
 {
-    if (object) return;
+    if (object != nullptr) return;
     throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), QZ_W("QZBase64"),
                   method)
         .Argument(type, static_cast<const QZWChar*>(nullptr))
@@ -62,24 +61,23 @@ QZString* Encode(const QZByte* bytes, QZInt64 size)
         const unsigned group = static_cast<unsigned>(bytes[i] << 16) |
                                static_cast<unsigned>(left > 1 ? bytes[i + 1] << 8 : 0) |
                                static_cast<unsigned>(left > 2 ? bytes[i + 2] : 0);
-        *out++ = static_cast<QZWChar>(Alphabet[group >> 18]);
-        *out++ = static_cast<QZWChar>(Alphabet[group >> 12 & 63]);
-        *out++ = static_cast<QZWChar>(left > 1 ? Alphabet[group >> 6 & 63] : '=');
-        *out++ = static_cast<QZWChar>(left > 2 ? Alphabet[group & 63] : '=');
+        *out++ = static_cast<QZWChar>(kAlphabet[group >> 18]);
+        *out++ = static_cast<QZWChar>(kAlphabet[group >> 12 & 63]);
+        *out++ = static_cast<QZWChar>(left > 1 ? kAlphabet[group >> 6 & 63] : '=');
+        *out++ = static_cast<QZWChar>(left > 2 ? kAlphabet[group & 63] : '=');
     }
     return QZStringFactory::CreateString(static_cast<const QZWChar*>(units.GetPointer()), units.GetSize());
 }
 
-/// Decodes into `bytes`, which have room for `size`. False for units that are not Base64; what was written
-/// then means nothing.
+/// Decodes into `bytes`, which has room for `size` bytes. False for units that are not Base64; the written
+/// bytes are then meaningless.
 bool Decode(const QZWChar* units, QZInt64 size, QZByte* bytes)
 {
-    // The test of a unit is gathered beside its value, without a way out in the middle: texts that are Base64
-    // are the usual ones.
+    // The test of all units is collected and there is no early exit, since nearly all texts are Base64.
     unsigned strange = 0;
     const auto value = [&strange](QZWChar unit) {
         const unsigned code = static_cast<QZUInt16>(unit);
-        const unsigned found = Values[code & 127];
+        const unsigned found = kValues[code & 127];
         strange |= found | (code & ~127u);
         return found;
     };
@@ -97,7 +95,7 @@ bool Decode(const QZWChar* units, QZInt64 size, QZByte* bytes)
     unsigned bits = 0;
     for (QZInt64 i = 0; i <= left && left > 0; ++i) bits |= value(units[i]) << (18 - 6 * i);
     for (QZInt64 i = 0; i < left; ++i) bytes[i] = static_cast<QZByte>(bits >> (16 - 8 * i));
-    return strange < Stranger;
+    return strange < kStranger;
 }
 
 void Decode(QZString* text, const QZWChar* method, QZData* target)
@@ -156,18 +154,18 @@ QZString* QZBase64::DeCodeToString(QZString* text)
 
 QZBool QZBase64::IsBase64(QZString* text)
 {
-    if (!text) return 0;
+    if (text == nullptr) return 0;
     return IsBase64(text->GetPointer(), text->GetSize());
 }
 
 QZBool QZBase64::IsBase64(const QZWChar* text, QZInt64 size)
 {
-    if (!text || size < 0 || size % 8 != 0) return 0;
+    if (text == nullptr || size < 0 || size % 8 != 0) return 0;
     const QZInt64 units = size / 2;
     const QZInt64 coded = units - PaddingOf(text, units);
     unsigned seen = 0;
     for (QZInt64 i = 0; i < coded; ++i) seen |= ValueOf(text[i]);
-    return seen < Stranger ? 1 : 0;
+    return seen < kStranger ? 1 : 0;
 }
 
 void QZBase64::Recycle(QZString** text) { QZStringFactory::Recycle(text); }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_BASE64_H
-#define QZLIB_COD_BASE64_H
+#ifndef QZLIB_CODEC_BASE64_H
+#define QZLIB_CODEC_BASE64_H
 
 #include "sys/sys_types.h"
 
@@ -8,9 +8,8 @@ class QZString;
 
 /// Base64 of RFC 4648: the alphabet with "+" and "/", padded with "=", in one line.
 ///
-/// A string counts as the bytes of its UTF-16LE text, so that every string comes back unit by unit. Results
-/// are new objects from the factories, given back with Recycle. Only static operations without state; any
-/// thread.
+/// A string is coded as the bytes of its UTF-16LE text, so that decoding returns every unit. Results are new
+/// objects from the factories; give them back with Recycle. Only static operations without state; any thread.
 class QZ_API QZBase64
 {
 public:
@@ -22,7 +21,7 @@ public:
     /// @throws QZException 256 for null, 4864 for a text for which IsBase64 is false
     static QZData* DeCode(QZString* text);
 
-    /// The same, as text of UTF-16LE bytes. An odd byte at the end is left out.
+    /// The same bytes as UTF-16LE text. A single byte at the end is ignored.
     static QZString* DeCodeToString(QZString* text);
 
     /// True when the length is a multiple of four characters, all of the alphabet, but for at most two "=" at

@@ -1,8 +1,8 @@
 #include "codec/cod_compression.h"
 
+#include "codec/internal/cod_compression_decode.h"
 #include "codec/internal/cod_compression_format.h"
 #include "codec/internal/cod_compression_planes.h"
-#include "codec/internal/cod_compression_sound.h"
 #include "fw/internal/fw_hooks.h"
 
 using namespace compression;
@@ -10,13 +10,13 @@ using namespace compression;
 namespace
 {
 
-constexpr QZInt64 PlaneHead = 8;
-constexpr QZUInt32 BitmapPlanes = 4;
-constexpr QZUInt32 BitmapTile = 8;
-constexpr QZInt64 PixelSize = 4;
-/// What a buffer of four planes has beside its bytes: the head, and the head with the marker.
-constexpr QZInt64 FourHead = PlaneHead * BitmapPlanes + MarkerSize;
-constexpr QZInt64 FourRest = FourHead + MarkerSize;
+constexpr QZInt64 kPlaneHead = 8;
+constexpr QZUInt32 kBitmapPlanes = 4;
+constexpr QZUInt32 kBitmapTile = 8;
+constexpr QZInt64 kPixelSize = 4;
+/// The bytes that Divide adds for four planes: the head, and the head with the marker.
+constexpr QZInt64 kFourHead = kPlaneHead * kBitmapPlanes + kMarkerSize;
+constexpr QZInt64 kFourRest = kFourHead + kMarkerSize;
 
 void PutWord(QZByte* buffer, QZInt64 offset, QZInt64 value)
 {
@@ -29,38 +29,38 @@ QZInt64 GetWord(const QZByte* buffer, QZInt64 offset) { return QZLoad<QZUInt32>(
 QZInt64 WriteDivided(QZByte* target, const QZByte* source, QZInt64 size, QZInt64 count)
 {
     PutWord(target, 0, count);
-    const QZInt64 first = PlaneHead * count + MarkerSize;
+    const QZInt64 first = kPlaneHead * count + kMarkerSize;
     QZInt64 at = first;
     for (QZInt64 j = 1; j <= count; ++j)
     {
-        PutWord(target, PlaneHead * j - 4, at);
+        PutWord(target, kPlaneHead * j - 4, at);
         if (size >= j) at += (size - j) / count + 1;
-        PutWord(target, PlaneHead * j, at - 1);
+        PutWord(target, kPlaneHead * j, at - 1);
     }
     SplitPlanes(source, size, count, target + first);
-    PutWord(target, at, DividedMarker);
-    return at + MarkerSize;
+    PutWord(target, at, kDividedMarker);
+    return at + kMarkerSize;
 }
 
-/// True for a divided buffer of four planes whose head is the one that Divide writes.
+/// True for a buffer of four planes with exactly the head that Divide writes.
 bool IsWholeOfFour(const QZByte* bytes, QZInt64 size)
 {
-    if (size < FourRest || !EndsWith(bytes, static_cast<QZUInt32>(size), DividedMarker)) return false;
-    if (GetWord(bytes, 0) != BitmapPlanes) return false;
-    const QZInt64 source = size - FourRest;
-    QZInt64 at = FourHead;
-    for (QZInt64 j = 1; j <= BitmapPlanes; ++j)
+    if (size < kFourRest || !EndsWith(bytes, static_cast<QZUInt32>(size), kDividedMarker)) return false;
+    if (GetWord(bytes, 0) != kBitmapPlanes) return false;
+    const QZInt64 source = size - kFourRest;
+    QZInt64 at = kFourHead;
+    for (QZInt64 j = 1; j <= kBitmapPlanes; ++j)
     {
-        if (GetWord(bytes, PlaneHead * j - 4) != at) return false;
-        at += (source + BitmapPlanes - j) / BitmapPlanes;
-        if (GetWord(bytes, PlaneHead * j) != at - 1) return false;
+        if (GetWord(bytes, kPlaneHead * j - 4) != at) return false;
+        at += (source + kBitmapPlanes - j) / kBitmapPlanes;
+        if (GetWord(bytes, kPlaneHead * j) != at - 1) return false;
     }
     return true;
 }
 
 }  // namespace
 
-// The scratch is zero at first and then keeps what the last block left, from call to call.
+// m_scratch starts as zeros and keeps the bytes of the last block from call to call.
 QZCompression::QZCompression() = default;
 
 QZCompression::~QZCompression() = default;
@@ -77,26 +77,26 @@ QZULong QZCompression::Divide(unsigned char* buffer, QZULong length, QZULong pla
 QZULong QZCompression::UnDivide(unsigned char* buffer, QZULong length)
 {
     const QZInt64 size = length;
-    if (!EndsWith(buffer, static_cast<QZUInt32>(length), DividedMarker))
+    if (!EndsWith(buffer, static_cast<QZUInt32>(length), kDividedMarker))
         throw QZTrace(
             QZExceptionFactory::CreateException("It's not Divided data!\n", QZExceptionCode::UnknownType),
             QZ_W("QZCompression"), QZ_W("UnDivide"))
             .Argument(QZ_W("QZUInt32"), size)
             .Exception();
     const QZInt64 count = GetWord(buffer, 0);
-    const QZInt64 result = size - MarkerSize - PlaneHead * count - MarkerSize;
+    const QZInt64 result = size - kMarkerSize - kPlaneHead * count - kMarkerSize;
     if (result < 0) return 0;
     const Temporary source(size, false, QZ_W("UnDivide"));
     QZMemCopy(source.Bytes(), buffer, size);
     if (IsWholeOfFour(source.Bytes(), size))
     {
-        JoinFourPlanes(source.Bytes() + FourHead, result, buffer);
+        JoinFourPlanes(source.Bytes() + kFourHead, result, buffer);
         return static_cast<QZULong>(result);
     }
     for (QZInt64 j = 1; j <= count; ++j)
     {
-        const QZInt64 first = GetWord(source.Bytes(), PlaneHead * j - 4);
-        const QZInt64 last = GetWord(source.Bytes(), PlaneHead * j);
+        const QZInt64 first = GetWord(source.Bytes(), kPlaneHead * j - 4);
+        const QZInt64 last = GetWord(source.Bytes(), kPlaneHead * j);
         // A damaged head may point anywhere: both ends of the copy stay inside the buffer.
         for (QZInt64 from = first, to = j - 1; from <= last && from < size && to < size; ++from, to += count)
             buffer[to] = source.Bytes()[from];
@@ -109,13 +109,13 @@ QZULong QZCompression::BitmapBitsCompress32(QZLong width, QZLong height, unsigne
     QZULong length;
     if (tiled)
     {
-        length = RectToLine(buffer, width, height, BitmapTile);
+        length = RectToLine(buffer, width, height, kBitmapTile);
     }
     else
     {
-        const QZUInt32 pixels = static_cast<QZUInt32>(QZInt64{width} * height * PixelSize);
-        PutWord(buffer, pixels, PlainMarker);
-        length = pixels + static_cast<QZULong>(MarkerSize);
+        const QZUInt32 pixels = static_cast<QZUInt32>(QZInt64{width} * height * kPixelSize);
+        PutWord(buffer, pixels, kPlainMarker);
+        length = pixels + static_cast<QZULong>(kMarkerSize);
     }
     return DivideAndCompress(buffer, length);
 }
@@ -123,31 +123,31 @@ QZULong QZCompression::BitmapBitsCompress32(QZLong width, QZLong height, unsigne
 /// Divide and Compress, with one buffer in between.
 QZULong QZCompression::DivideAndCompress(unsigned char* buffer, QZULong length)
 {
-    const QZInt64 size = QZInt64{length} + FourRest;
+    const QZInt64 size = QZInt64{length} + kFourRest;
     const Temporary planes(size, false, QZ_W("Divide"));
-    WriteDivided(planes.Bytes(), buffer, length, BitmapPlanes);
+    WriteDivided(planes.Bytes(), buffer, length, kBitmapPlanes);
     const QZInt64 written = EncodeTo(buffer, planes.Bytes(), static_cast<QZULong>(size));
-    // What lies behind the stream is what the two stages leave there.
+    // The bytes after the stream are those that the two separate stages would leave there.
     if (written < size) QZMemCopy(buffer + written, planes.Bytes() + written, size - written);
     return static_cast<QZULong>(written);
 }
 
-/// Decompress, and UnDivide where a whole buffer of four planes comes out, with one buffer in between.
-/// Streams that are not sound go the long way.
+/// Decompress, then UnDivide if the result is a whole buffer of four planes, with one temporary buffer.
+/// Streams that Check refuses are only decompressed.
 QZULong QZCompression::DecompressAndUnDivide(unsigned char* buffer, QZULong length)
 {
     if (Check(buffer, length) == 0) return Decompress(buffer, length);
-    const QZInt64 room = QZInt64{DecompressGetSourceLength(buffer, length)} + SoundSlack;
+    const QZInt64 room = QZInt64{DecompressGetSourceLength(buffer, length)} + kDecodeSlack;
     const Temporary decoded(room, false, QZ_W("Decompress"));
-    const QZInt64 count = DecodeSound(buffer, length, decoded.Bytes());
+    const QZInt64 count = DecodeChecked(buffer, length, decoded.Bytes());
     if (!IsWholeOfFour(decoded.Bytes(), count))
     {
         QZMemCopy(buffer, decoded.Bytes(), count);
         return static_cast<QZULong>(count);
     }
-    const QZInt64 size = count - FourRest;
-    JoinFourPlanes(decoded.Bytes() + FourHead, size, buffer);
-    QZMemCopy(buffer + size, decoded.Bytes() + size, FourRest);
+    const QZInt64 size = count - kFourRest;
+    JoinFourPlanes(decoded.Bytes() + kFourHead, size, buffer);
+    QZMemCopy(buffer + size, decoded.Bytes() + size, kFourRest);
     return static_cast<QZULong>(size);
 }
 
@@ -156,16 +156,16 @@ QZULong QZCompression::BitmapBitsDecompress32(unsigned char* buffer, QZULong len
     for (;;)
     {
         const QZUInt32 size = static_cast<QZUInt32>(length);
-        if (EndsWith(buffer, size, PlainMarker)) return length - static_cast<QZULong>(MarkerSize);
-        if (EndsWith(buffer, size, DividedMarker))
+        if (EndsWith(buffer, size, kPlainMarker)) return length - static_cast<QZULong>(kMarkerSize);
+        if (EndsWith(buffer, size, kDividedMarker))
         {
             length = UnDivide(buffer, length);
         }
-        else if (EndsWith(buffer, size, CompressedMarker))
+        else if (EndsWith(buffer, size, kCompressedMarker))
         {
             length = DecompressAndUnDivide(buffer, length);
         }
-        else if (EndsWith(buffer, size, TiledMarker))
+        else if (EndsWith(buffer, size, kTiledMarker))
         {
             length = LineToRect(buffer, length);
         }

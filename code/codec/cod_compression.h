@@ -1,25 +1,25 @@
-#ifndef QZLIB_COD_COMPRESSION_H
-#define QZLIB_COD_COMPRESSION_H
+#ifndef QZLIB_CODEC_COMPRESSION_H
+#define QZLIB_CODEC_COMPRESSION_H
 
 #include "sys/sys_types.h"
 
 /// The library's own codec for the bits of 32-bit images and for other byte buffers.
 ///
-/// It works in stages, each in place on the caller's buffer: Divide splits a buffer into planes, Compress
-/// codes runs and small differences, RectToLine brings pixels of a square together. Each stage leaves a
-/// marker in the last four bytes, so that a reader peels the stages off from the tail. docs/codec.md has all
-/// bytes.
+/// It works in stages, each in place in the caller's buffer: Divide splits a buffer into planes, Compress
+/// codes runs and small differences, RectToLine collects the pixels of squares. Each stage writes a marker
+/// into the last four bytes, so that a reader can undo the stages from the last to the first. docs/codec.md
+/// documents all bytes.
 ///
-/// The caller owns the buffer and gives it room for every result; nothing is checked against its real size.
-/// Compress needs room for 2 * length + 64 bytes, Divide for 8 * planes + 8 more than the length, RectToLine
-/// for 20 more than the pixels, Decompress for the length that DecompressGetSourceLength tells. Whoever
-/// decodes streams of strangers asks Check first: Decompress itself follows a stream wherever it leads.
+/// The caller owns the buffer and makes it large enough for every result; the size is not tested. Compress
+/// needs 2 * length + 64 bytes, Divide 8 * planes + 8 more than the length, RectToLine 20 more than the
+/// pixels, Decompress the result of DecompressGetSourceLength. For streams from an untrusted source call
+/// Check first: Decompress does not validate a stream.
 ///
-/// Flat areas lose a little: blocks with differences of one and two bits do not return all bytes exactly.
+/// Compression is lossy: blocks with differences of one and two bits do not return all bytes exactly.
 ///
-/// Temporary buffers come from the memory manager, one or two for a stage; where there is no memory a
-/// QZException with QZLastError (4352 when that is 0) is thrown and the buffer is as it was. One object
-/// serves one thread at a time; objects are independent.
+/// Each stage allocates one or two temporary buffers from the memory manager. Without memory a QZException
+/// with QZLastError (4352 when that is 0) is thrown, and the buffer is unchanged. One thread at a time;
+/// objects are independent.
 class QZ_API QZCompression
 {
 public:
@@ -30,7 +30,7 @@ public:
     /// @return the new length, 8 * planes + length + 8
     QZULong Divide(unsigned char* buffer, QZULong length, QZULong planes);
 
-    /// Undoes Divide. Places outside the buffer, in a damaged head, are left out.
+    /// Undoes Divide. Positions of a damaged head that lie outside the buffer are ignored.
     /// @return the length of the source, 0 for a head that is longer than the data
     /// @throws QZException 5888 with "It's not Divided data!\n" when the marker is missing
     QZULong UnDivide(unsigned char* buffer, QZULong length);
@@ -45,9 +45,9 @@ public:
 
     /// Undoes Compress.
     ///
-    /// What a stream decodes to beyond the stated length and some slack is left out, bytes that a block
-    /// expects behind the end count as 0. A block with an unknown tag is waited upon: the call does not end
-    /// unless another thread changes the tag.
+    /// Decoded bytes past the stated length and some slack are dropped; missing bytes at the end of the
+    /// stream count as 0. At a block with an unknown tag the call does not return unless another thread
+    /// changes the tag.
     /// @return the count of decoded bytes; 0, with a message on the standard output and the buffer as it was,
     ///         where DecompressGetSourceLength gives 0xFFFFFFFF
     QZULong Decompress(unsigned char* buffer, QZULong length);
@@ -57,14 +57,14 @@ public:
     /// ends and needs room for DecompressGetSourceLength bytes. Reads only; any thread.
     static QZBool Check(const void* buffer, QZULong length);
 
-    /// Reorders the pixels of an image into squares of `tile` pixels. The columns behind the last whole
-    /// square are left out when the height is a multiple of `tile`.
+    /// Reorders the pixels of an image into squares of `tile` pixels. Columns after the last whole square are
+    /// dropped when the height is a multiple of `tile`.
     /// @return the new length
     /// @throws QZException 256 for a tile of 0
     QZULong RectToLine(unsigned char* buffer, QZLong width, QZLong height, QZULong tile);
 
-    /// Undoes RectToLine: width * height pixels from the buffer's start, 0 for those that were left out. A
-    /// head that does not fit the length is damaged; nothing is then written behind the length.
+    /// Undoes RectToLine: writes width * height pixels from the start of the buffer, 0 for dropped pixels.
+    /// When a damaged head does not fit the length, nothing is written after the length.
     /// @return the length less 4, not that of the pixels; the length itself, and nothing happens, without the
     /// marker
     QZULong LineToRect(unsigned char* buffer, QZULong length);

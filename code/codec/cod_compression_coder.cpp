@@ -6,10 +6,10 @@
 
 #include "codec/cod_compression.h"
 #include "codec/cod_math.h"
+#include "codec/internal/cod_compression_decode.h"
 #include "codec/internal/cod_compression_format.h"
 #include "codec/internal/cod_compression_group.h"
 #include "codec/internal/cod_compression_lane.h"
-#include "codec/internal/cod_compression_sound.h"
 #include "fw/internal/fw_hooks.h"
 
 using namespace compression;
@@ -17,7 +17,7 @@ using namespace compression;
 namespace
 {
 
-constexpr QZInt64 CoderSlack = 64;
+constexpr QZInt64 kCoderSlack = 64;
 
 /// Bytes that follow base and count in a block.
 QZInt64 PackedSize(QZByte tag, QZInt64 count)
@@ -58,7 +58,7 @@ private:
     QZInt64 m_length;
 };
 
-/// Where the decoded bytes go. What does not fit is left out.
+/// The target of decoded bytes. Bytes that do not fit are dropped.
 class Output
 {
 public:
@@ -76,7 +76,7 @@ private:
     QZInt64 m_count = 0;
 };
 
-/// Decodes one block and answers where the next one starts: the same place for an unknown tag.
+/// Decodes one block and returns the position of the next one; the same position for an unknown tag.
 QZInt64 DecodeBlock(const StreamBytes& stream, QZByte tag, QZInt64 position, Output* output)
 {
     if (tag == RawTag)
@@ -105,8 +105,8 @@ QZInt64 DecodeBlock(const StreamBytes& stream, QZByte tag, QZInt64 position, Out
     return first + PackedSize(tag, count);
 }
 
-/// Takes the base off the first bytes; those behind them stay.
-void TakeOff(QZByte* bytes, QZUInt32 count, QZByte base)
+/// Subtracts the base from the first `count` bytes; later bytes do not change.
+void SubtractBase(QZByte* bytes, QZUInt32 count, QZByte base)
 {
     const Lane bases = Spread(base);
     QZUInt32 i = 0;
@@ -118,21 +118,21 @@ void TakeOff(QZByte* bytes, QZUInt32 count, QZByte base)
 template <int Width>
 QZUInt32 Pack(const QZByte* differences, QZUInt32 count, QZByte* target)
 {
-    constexpr QZUInt32 InByte = 8 / Width;
+    constexpr QZUInt32 kInByte = 8 / Width;
     const QZByte* const start = target;
-    for (QZUInt32 i = 0; i < count; i += InByte)
+    for (QZUInt32 i = 0; i < count; i += kInByte)
     {
         unsigned sum = 0;
-        for (QZUInt32 j = 0; j + 1 < InByte; ++j) sum += differences[i + j];
-        *target++ = static_cast<QZByte>((sum << Width) + differences[i + InByte - 1]);
+        for (QZUInt32 j = 0; j + 1 < kInByte; ++j) sum += differences[i + j];
+        *target++ = static_cast<QZByte>((sum << Width) + differences[i + kInByte - 1]);
     }
     return static_cast<QZUInt32>(target - start);
 }
 
 bool IsStream(const void* buffer, QZULong length)
 {
-    return length >= static_cast<QZULong>(StreamTrailer) &&
-           EndsWith(buffer, static_cast<QZUInt32>(length), CompressedMarker);
+    return length >= static_cast<QZULong>(kStreamTrailer) &&
+           EndsWith(buffer, static_cast<QZUInt32>(length), kCompressedMarker);
 }
 
 }  // namespace
@@ -157,11 +157,11 @@ void QZCompression::WriteDifferences(QZByte tag, QZByte base, QZUInt32 first, QZ
 {
     QZMemCopy(m_scratch, m_source + first, count);
     m_scratch[count] = 0;
-    TakeOff(m_scratch, count, base);
+    SubtractBase(m_scratch, count, base);
 
-    // Pairs and bits are packed as the sum of all differences but the last, and a last group is filled up
-    // with what an earlier block left behind the 0: this is the settled form of the stream, and images in use
-    // have it.
+    // Pairs and bits are packed as the sum of all differences except the last. The last group is filled with
+    // the 0 and with bytes that an earlier block left after it. Existing images have this form, so it is
+    // kept.
     QZByte* target = m_destination + m_written;
     if (tag == NibbleTag)
         m_written += Pack<4>(m_scratch, count, target);
@@ -213,14 +213,14 @@ QZUInt32 QZCompression::EncodeTo(QZByte* target, const QZByte* source, QZULong l
     m_source = nullptr;
     m_destination = nullptr;
     QZStore(target + written, QZUInt64{length});
-    QZStore(target + written + sizeof(QZUInt64), CompressedMarker);
-    return written + static_cast<QZUInt32>(StreamTrailer);
+    QZStore(target + written + sizeof(QZUInt64), kCompressedMarker);
+    return written + static_cast<QZUInt32>(kStreamTrailer);
 }
 
 QZULong QZCompression::Compress(unsigned char* buffer, QZULong length)
 {
     const QZInt64 size = length;
-    const Temporary stream(2 * size + CoderSlack, false, QZ_W("Compress"));
+    const Temporary stream(2 * size + kCoderSlack, false, QZ_W("Compress"));
     const QZInt64 written = EncodeTo(stream.Bytes(), buffer, length);
     QZMemCopy(buffer, stream.Bytes(), written);
     return static_cast<QZULong>(written);
@@ -229,7 +229,7 @@ QZULong QZCompression::Compress(unsigned char* buffer, QZULong length)
 QZULong QZCompression::DecompressGetSourceLength(const void* buffer, QZULong length)
 {
     if (!IsStream(buffer, length)) return 0xFFFFFFFF;
-    return QZLoad<QZUInt32>(QZAt(buffer, QZInt64{length} - StreamTrailer));
+    return QZLoad<QZUInt32>(QZAt(buffer, QZInt64{length} - kStreamTrailer));
 }
 
 QZULong QZCompression::Decompress(unsigned char* buffer, QZULong length)
@@ -239,13 +239,13 @@ QZULong QZCompression::Decompress(unsigned char* buffer, QZULong length)
         std::fputs("It's not Compressed data!\n", stdout);
         return 0;
     }
-    const QZInt64 limit = QZInt64{length} - StreamTrailer;
+    const QZInt64 limit = QZInt64{length} - kStreamTrailer;
     const QZInt64 room =
         static_cast<QZInt64>(QZMath::RoundUp(DecompressGetSourceLength(buffer, length), 0x10000)) + 0x10000;
     const Temporary decoded(room, false, QZ_W("Decompress"));
     if (Check(buffer, length) != 0)
     {
-        const QZInt64 count = DecodeSound(buffer, length, decoded.Bytes());
+        const QZInt64 count = DecodeChecked(buffer, length, decoded.Bytes());
         QZMemCopy(buffer, decoded.Bytes(), count);
         return static_cast<QZULong>(count);
     }
@@ -265,7 +265,7 @@ QZULong QZCompression::Decompress(unsigned char* buffer, QZULong length)
 QZBool QZCompression::Check(const void* buffer, QZULong length)
 {
     if (!IsStream(buffer, length)) return 0;
-    const QZInt64 limit = QZInt64{length} - StreamTrailer;
+    const QZInt64 limit = QZInt64{length} - kStreamTrailer;
     const QZInt64 stated = QZLoad<QZUInt32>(QZAt(buffer, limit));
     const QZByte* bytes = static_cast<const QZByte*>(buffer);
     const StreamBytes stream(buffer, length);

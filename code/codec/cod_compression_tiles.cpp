@@ -13,9 +13,9 @@ using namespace compression;
 namespace
 {
 
-constexpr QZInt64 HeadSize = 12;
-constexpr QZInt64 TailSize = 8;
-constexpr QZInt64 PixelSize = 4;
+constexpr QZInt64 kHeadSize = 12;
+constexpr QZInt64 kTailSize = 8;
+constexpr QZInt64 kPixelSize = 4;
 
 /// The order of an image's pixels in the stream.
 struct Tiling
@@ -33,23 +33,23 @@ struct Tiling
     /// Bytes of the image; kept inside 64 bits for the sides of a damaged head.
     QZInt64 ImageSize() const
     {
-        constexpr QZInt64 PixelLimit = QZInt64{1} << 56;
-        return width > 0 && height > 0 ? std::min(width * height, PixelLimit) * PixelSize : 0;
+        constexpr QZInt64 kPixelLimit = QZInt64{1} << 56;
+        return width > 0 && height > 0 ? std::min(width * height, kPixelLimit) * kPixelSize : 0;
     }
 
-    /// The columns behind the whole tiles go in only where rows are left over as well. Streams in use were
-    /// made so.
+    /// Columns after the whole tiles are coded only when there are rows after the whole tiles too. Existing
+    /// streams have this form.
     bool HasRest() const { return wholeHeight != height; }
 
-    /// Pixels that the stream has.
+    /// The number of pixels in the stream.
     QZInt64 Count() const
     {
         if (ImageSize() == 0) return 0;
         return HasRest() ? width * height : wholeWidth * wholeHeight;
     }
 
-    /// Calls visit(x, y, count) in the order of the stream, for count pixels of a row at a time, until it
-    /// answers false.
+    /// Calls visit(x, y, count) in the order of the stream, for `count` pixels of a row, until it returns
+    /// false.
     template <typename Visit>
     void Walk(Visit visit) const
     {
@@ -90,10 +90,10 @@ void CopyPixels(QZByte* to, const QZByte* from, QZInt64 count)
 {
     // The row of a tile of an image in use.
     if (count == 8)
-        std::memcpy(to, from, 8 * PixelSize);
+        std::memcpy(to, from, 8 * kPixelSize);
     else
         for (QZInt64 i = 0; i < count; ++i)
-            QZStore(to + i * PixelSize, QZLoad<QZUInt32>(from + i * PixelSize));
+            QZStore(to + i * kPixelSize, QZLoad<QZUInt32>(from + i * kPixelSize));
 }
 
 }  // namespace
@@ -112,42 +112,43 @@ QZULong QZCompression::RectToLine(unsigned char* buffer, QZLong width, QZLong he
     QZStore(line.Bytes(), static_cast<QZInt32>(width));
     QZStore(line.Bytes() + 4, static_cast<QZInt32>(height));
     QZStore(line.Bytes() + 8, static_cast<QZUInt32>(tile));
-    QZInt64 written = HeadSize;
+    QZInt64 written = kHeadSize;
     tiling.Walk([&](QZInt64 x, QZInt64 y, QZInt64 count) {
-        CopyPixels(line.Bytes() + written, buffer + (y * tiling.width + x) * PixelSize, count);
-        written += count * PixelSize;
+        CopyPixels(line.Bytes() + written, buffer + (y * tiling.width + x) * kPixelSize, count);
+        written += count * kPixelSize;
         return true;
     });
     QZMemCopy(buffer, line.Bytes(), written);
-    QZStore(buffer + written, PlainMarker);
-    QZStore(buffer + written + MarkerSize, TiledMarker);
-    return static_cast<QZULong>(written + TailSize);
+    QZStore(buffer + written, kPlainMarker);
+    QZStore(buffer + written + kMarkerSize, kTiledMarker);
+    return static_cast<QZULong>(written + kTailSize);
 }
 
 QZULong QZCompression::LineToRect(unsigned char* buffer, QZULong length)
 {
     const QZInt64 size = length;
-    if (!EndsWith(buffer, static_cast<QZUInt32>(length), TiledMarker)) return length;
-    const QZULong result = static_cast<QZULong>(size - MarkerSize);
-    if (size < HeadSize || QZLoad<QZUInt32>(buffer + 8) == 0) return result;
+    if (!EndsWith(buffer, static_cast<QZUInt32>(length), kTiledMarker)) return length;
+    const QZULong result = static_cast<QZULong>(size - kMarkerSize);
+    if (size < kHeadSize || QZLoad<QZUInt32>(buffer + 8) == 0) return result;
     const Tiling tiling(QZLoad<QZInt32>(buffer), QZLoad<QZInt32>(buffer + 4), QZLoad<QZUInt32>(buffer + 8));
 
     // A whole stream may be shorter than its image, for which the caller has room. Of a damaged one only the
     // bytes that it has itself are known to be there.
-    const bool whole = tiling.Count() == (size - HeadSize - TailSize) / PixelSize &&
-                       (size - HeadSize - TailSize) % PixelSize == 0 && size >= HeadSize + TailSize;
+    const bool whole = tiling.Count() == (size - kHeadSize - kTailSize) / kPixelSize &&
+                       (size - kHeadSize - kTailSize) % kPixelSize == 0 && size >= kHeadSize + kTailSize;
     const QZInt64 imageSize = whole ? tiling.ImageSize() : std::min(tiling.ImageSize(), size);
     const QZInt64 room =
         static_cast<QZInt64>(QZMath::RoundUp(static_cast<QZUInt64>(imageSize), 0x100000)) + 0x10000;
     const Temporary image(room, true, QZ_W("LineToRect"));
-    QZInt64 read = HeadSize;
+    QZInt64 read = kHeadSize;
     tiling.Walk([&](QZInt64 x, QZInt64 y, QZInt64 count) {
-        const QZInt64 there = std::min(count, (size - read) / PixelSize);
-        // A pixel number has to fit before it becomes an offset: sides of a damaged head reach to 2^31.
+        const QZInt64 there = std::min(count, (size - read) / kPixelSize);
+        // The pixel number is tested before it becomes an offset: the sides of a damaged head can be up to
+        // 2^31.
         const QZInt64 pixel = y * tiling.width + x;
-        const QZInt64 fitting = std::clamp<QZInt64>(room / PixelSize - pixel, 0, there);
-        CopyPixels(image.Bytes() + (fitting > 0 ? pixel : 0) * PixelSize, buffer + read, fitting);
-        read += there * PixelSize;
+        const QZInt64 fitting = std::clamp<QZInt64>(room / kPixelSize - pixel, 0, there);
+        CopyPixels(image.Bytes() + (fitting > 0 ? pixel : 0) * kPixelSize, buffer + read, fitting);
+        read += there * kPixelSize;
         return there == count;
     });
     QZMemCopy(buffer, image.Bytes(), imageSize);

@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_ENCRYPTION_H
-#define QZLIB_COD_ENCRYPTION_H
+#ifndef QZLIB_CODEC_ENCRYPTION_H
+#define QZLIB_CODEC_ENCRYPTION_H
 
 #include "sys/sys_types.h"
 

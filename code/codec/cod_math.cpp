@@ -8,19 +8,19 @@
 namespace
 {
 
-constexpr int Steps = 3600;
-constexpr float Pi = 3.1415925f;
+constexpr int kSteps = 3600;
+constexpr float kPi = 3.1415925f;
 
 struct Tables
 {
-    float sine[Steps];
-    float cosine[Steps];
+    float sine[kSteps];
+    float cosine[kSteps];
 
     Tables()
     {
-        for (int i = 0; i < Steps; ++i)
+        for (int i = 0; i < kSteps; ++i)
         {
-            const double angle = i * 3.14159265358979323846 / (static_cast<double>(Steps) / 2);
+            const double angle = i * 3.14159265358979323846 / (static_cast<double>(kSteps) / 2);
             sine[i] = static_cast<float>(std::sin(angle));
             cosine[i] = static_cast<float>(std::cos(angle));
         }
@@ -36,10 +36,10 @@ const Tables& GetTables()
 /// The table entry for an angle that is not negative.
 int EntryOf(float angle)
 {
-    constexpr float WholeNumbers = 9.0e18f;
-    const float place = angle * 1800.0f / Pi;
-    if (place < WholeNumbers) return static_cast<int>(static_cast<QZInt64>(place) % Steps);
-    return std::isfinite(place) ? static_cast<int>(std::fmod(place, static_cast<float>(Steps))) : 0;
+    constexpr float kWholeNumbers = 9.0e18f;
+    const float place = angle * 1800.0f / kPi;
+    if (place < kWholeNumbers) return static_cast<int>(static_cast<QZInt64>(place) % kSteps);
+    return std::isfinite(place) ? static_cast<int>(std::fmod(place, static_cast<float>(kSteps))) : 0;
 }
 
 float Length(float dx, float dy) { return std::sqrt(dx * dx + dy * dy); }

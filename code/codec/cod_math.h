@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_MATH_H
-#define QZLIB_COD_MATH_H
+#ifndef QZLIB_CODEC_MATH_H
+#define QZLIB_CODEC_MATH_H
 
 #include "sys/sys_types.h"
 
@@ -19,8 +19,8 @@ public:
     static float Sqrt(const float& value);
     static float InvSqrt(const float& value);
 
-    /// Angles in radians; pi counts as 3.1415925. The angle is cut, not rounded, to its tenth of a degree.
-    /// What is no finite number counts as angle 0.
+    /// Angles in radians; pi is 3.1415925. The angle is cut, not rounded, to a tenth of a degree. Infinities
+    /// and NaN count as angle 0.
     static float Sin(float angle);
     static float Cos(float angle);
 

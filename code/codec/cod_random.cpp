@@ -6,11 +6,11 @@
 namespace
 {
 
-constexpr int Tables = 4;
-constexpr int TableSize = 256;
+constexpr int kTables = 4;
+constexpr int kTableSize = 256;
 
 // clang-format off
-constexpr QZByte Noise[Tables][TableSize] = {
+constexpr QZByte kNoise[kTables][kTableSize] = {
     {
         0x4C, 0xDE, 0xD3, 0xB9, 0x41, 0xEA, 0xFF, 0xF7, 0xA5, 0x68, 0x53, 0x6C, 0x05, 0x92, 0x91, 0x26,
         0xEE, 0x11, 0x23, 0x28, 0x16, 0xD5, 0x4C, 0x49, 0xA7, 0x12, 0xA5, 0x6F, 0x52, 0x9C, 0x61, 0xE6,
@@ -116,14 +116,14 @@ int QZRandom::NextQZInt32()
 {
     // The low bits of the position are cut: eight draws read the same place, and hosts see their sequences
     // repeat.
-    const int value = QZLoad<int>(Noise[m_table & 3] + (m_position & 248));
+    const int value = QZLoad<int>(kNoise[m_table & 3] + (m_position & 248));
     Advance();
     return value;
 }
 
 short QZRandom::NextQZInt16()
 {
-    const short value = QZLoad<short>(Noise[m_table & 3] + (m_position & 254));
+    const short value = QZLoad<short>(kNoise[m_table & 3] + (m_position & 254));
     Advance();
     return value;
 }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_RANDOM_H
-#define QZLIB_COD_RANDOM_H
+#ifndef QZLIB_CODEC_RANDOM_H
+#define QZLIB_CODEC_RANDOM_H
 
 #include "fw/fw_object.h"
 
@@ -19,8 +19,8 @@ public:
 
     QZInt64 GetType() override;
 
-    /// The next number, of either sign. A round of four draws comes twice before the place in the tables
-    /// moves on.
+    /// The next number, positive or negative. A round of four numbers repeats once before the position in the
+    /// tables advances.
     int NextQZInt32();
     short NextQZInt16();
 

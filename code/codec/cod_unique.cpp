@@ -11,8 +11,8 @@
 namespace
 {
 
-constexpr QZInt64 MinimumLength = 4;
-constexpr QZInt64 Rounds = 8;
+constexpr QZInt64 kMinimumLength = 4;
+constexpr QZInt64 kRounds = 8;
 
 }  // namespace
 
@@ -60,7 +60,7 @@ void QZUniqueCode::Append(QZInt64 value)
 
 void QZUniqueCode::Append(QZString* text)
 {
-    if (text) Append(text->GetPointer(), text->GetSize());
+    if (text != nullptr) Append(text->GetPointer(), text->GetSize());
 }
 
 void QZUniqueCode::Append(QZData* data)
@@ -71,7 +71,7 @@ void QZUniqueCode::Append(QZData* data)
 
 void QZUniqueCode::Append(QZDateTime* time)
 {
-    if (!time)
+    if (time == nullptr)
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
                       QZ_W("QZUniqueCode"), QZ_W("Append"))
             .Argument(QZ_W("QZDateTime*"), static_cast<const QZWChar*>(nullptr))
@@ -87,7 +87,7 @@ void QZUniqueCode::Clear()
 
 void QZUniqueCode::Mix(QZInt64 length, const QZWChar* method, QZData* target)
 {
-    if (length < MinimumLength)
+    if (length < kMinimumLength)
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
                       QZ_W("QZUniqueCode"), method)
             .Argument(QZ_W("QZInt64"), length)
@@ -103,7 +103,7 @@ void QZUniqueCode::Mix(QZInt64 length, const QZWChar* method, QZData* target)
         {
             QZInt64 i = 0;
             QZInt64 j = 0;
-            for (QZInt64 round = 0; round < Rounds * size; ++round)
+            for (QZInt64 round = 0; round < kRounds * size; ++round)
             {
                 sum[i] = static_cast<QZByte>(sum[i] + input[j]);
                 if (++i == size) i = 0;
@@ -113,13 +113,13 @@ void QZUniqueCode::Mix(QZInt64 length, const QZWChar* method, QZData* target)
     }
     target->NewSize(2 * size);
     char* out = static_cast<char*>(target->GetPointer());
-    constexpr char Digits[] = "0123456789ABCDEF";
+    constexpr char kDigits[] = "0123456789ABCDEF";
     for (QZInt64 i = 0; i < size; ++i)
     {
-        // A single digit stands in front of its zero: codes in use were made so.
+        // A single digit is written before its zero. Existing codes have this form.
         const bool single = sum[i] < 16;
-        *out++ = Digits[single ? sum[i] : sum[i] >> 4];
-        *out++ = Digits[single ? 0 : sum[i] & 15];
+        *out++ = kDigits[single ? sum[i] : sum[i] >> 4];
+        *out++ = kDigits[single ? 0 : sum[i] & 15];
     }
 }
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_UNIQUE_H
-#define QZLIB_COD_UNIQUE_H
+#ifndef QZLIB_CODEC_UNIQUE_H
+#define QZLIB_CODEC_UNIQUE_H
 
 #include <concepts>
 
@@ -49,8 +49,8 @@ public:
     /// @throws QZException 256 for a length below 4
     QZString* GetCode(QZInt64 length);
 
-    /// The same after the decimal text of salt * salt was appended to the input, where it stays, whatever the
-    /// length.
+    /// Appends the decimal text of salt * salt to the input, then returns the code. The text stays in the
+    /// input, also when the length is refused.
     QZString* GetCode(QZInt64 length, QZInt64 salt);
     template <std::integral L, std::integral S>
     QZString* GetCode(L length, S salt)

@@ -1,43 +1,25 @@
 #include "db/internal/db_binary.h"
 
-#include "codec/cod_encryption.h"
 #include "db/db_format.h"
-#include "fw/fw_data.h"
-#include "fw/internal/fw_hooks.h"
+#include "db/internal/db_layout.h"
 
 bool BINARY::Refuse()
 {
-    CONSOLE* console = m_objects->Console();
-    if (console->GetWriteProtect() != 0)
-        console->RecordError(QZDatabaseInfo::WRITE_ERROR_WRITEPROTECT);
+    if (m_file->GetWriteProtect() != 0)
+        m_file->RecordError(QZDatabaseInfo::WRITE_ERROR_WRITEPROTECT);
     else
-        // The address space is used up. The write in hand is dropped silently; the next one counts as an
-        // error.
-        console->SetWriteProtect(1);
+        // The address space is used up. This write is dropped silently; the next one counts as an error.
+        m_file->SetWriteProtect(1);
     return false;
 }
 
 QZInt64 BINARY::PutTransformed(QZInt64 position, QZInt64 length, const void* buffer)
 {
-    // In pieces through the stack: the caller's buffer is never touched, and a writer takes no heap memory.
-    QZByte piece[256];
-    CONSOLE* console = m_objects->Console();
-    const void* map = console->ByteTransformation()->WriteKey->GetPointer();
-    for (QZInt64 done = 0; done < length;)
-    {
-        const QZInt64 size = length - done < static_cast<QZInt64>(sizeof(piece))
-                                 ? length - done
-                                 : static_cast<QZInt64>(sizeof(piece));
-        QZMemCopy(piece, QZAt(buffer, done), size);
-        QZEncryption::Encryption(map, piece, size);
-        console->Buffer()->Write(QZDbAt(position, done), piece, size);
-        done += size;
-    }
+    m_file->ByteTransformation()->EncryptInPieces(
+        buffer, length, [this, position](QZInt64 offset, const void* piece, QZInt64 size) {
+            m_file->Buffer()->Write(layout::At(position, offset), piece, size);
+        });
     return 1;
 }
 
-void BINARY::Restore(void* buffer, QZInt64 length)
-{
-    QZEncryption::Decryption(m_objects->Console()->ByteTransformation()->ReadKey->GetPointer(), buffer,
-                             length);
-}
+void BINARY::Restore(void* buffer, QZInt64 length) { m_file->ByteTransformation()->Decrypt(buffer, length); }

@@ -13,8 +13,8 @@ const QZInt64 QZChannel::MODE_PROCESS;
 
 namespace
 {
-/// The commands of MODE_PROCESS. The numbers are part of the interface; operations without one answer 0
-/// there.
+/// The commands of MODE_PROCESS. The numbers are part of the interface; operations without a command
+/// return 0 there.
 enum Command : QZInt64
 {
     CommandAddrLength = -1,
@@ -112,7 +112,7 @@ void QZChannel::Close(QZChannel** channel)
 
 QZInt64 QZChannel::CallFun(QZInt64 command, QZInt64 a, QZInt64 b, QZInt64 c, QZInt64 d, QZInt64 e)
 {
-    // There is no transport to another process; every command answers 0, and hosts see an empty database.
+    // There is no transport to another process. Every command returns 0, so the database looks empty.
     (void)command;
     (void)a;
     (void)b;
@@ -122,7 +122,7 @@ QZInt64 QZChannel::CallFun(QZInt64 command, QZInt64 a, QZInt64 b, QZInt64 c, QZI
     return 0;
 }
 
-/// What an operation does outside MODE_FILE.
+/// The result of an operation outside MODE_FILE.
 QZInt64 QZChannel::Call(QZInt64 command, QZInt64 a, QZInt64 b, QZInt64 c)
 {
     return m_mode == MODE_PROCESS ? CallFun(command, a, b, c, 0, 0) : 0;
@@ -318,9 +318,9 @@ void QZChannel::Recycle(QZDbSysInfo** info)
         return;
     }
     if (m_mode != MODE_PROCESS) return;
-    // Here the reference itself, not the record, is offered to the memory manager, which refuses what it did
-    // not hand out. Its look in front of a foreign variable is left out; the outcome that callers see is the
-    // same: the error word, and nothing is freed.
+    // In this mode the variable itself, not the record, is given to the memory manager, which frees only what
+    // it allocated. It would have to read memory before the variable, so only its result is reproduced: the
+    // error word is set, and nothing is freed.
     QZLastError = static_cast<QZInt32>(info == nullptr ? QZExceptionCode::ArgumentOutOfRange
                                                        : QZExceptionCode::StructuralFailure);
 }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_DB_DB_CHANNEL_H
-#define QZLIB_DB_DB_CHANNEL_H
+#ifndef QZLIB_DB_CHANNEL_H
+#define QZLIB_DB_CHANNEL_H
 
 #include "db/db_database.h"
 #include "fw/fw_object.h"
@@ -7,10 +7,10 @@
 class QZCollection;
 class QZString;
 
-/// The host's way to a database: everything above the engine speaks to a channel, never to a QZDatabase.
+/// The host's access to a database: everything above the engine uses a channel, never a QZDatabase.
 ///
 /// A channel reaches a database in this process (MODE_FILE). MODE_PROCESS is reserved: its operations pass a
-/// command code to CallFun, which answers 0. With any other mode every operation answers 0. Operations have
+/// command code to CallFun, which returns 0. With any other mode every operation returns 0. Operations have
 /// the names, the arguments and the results of QZDatabase. The channel owns its database; it adds no lock of
 /// its own, and several threads may share it.
 class QZ_API QZChannel : public QZObject
@@ -23,7 +23,7 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Opens a database file. The mode is only stored: whatever it is, the file is opened.
+    /// Opens a database file. The mode is only stored: the file is opened in every mode.
     /// @throws QZDatabaseException with the last recorded code (BadStruct) for a file that is no database
     /// @throws QZIOException  the file is missing or cannot be opened
     static QZChannel* Open(QZInt64 mode, QZString* path);
@@ -43,7 +43,7 @@ public:
     /// @throws QZIOException WriteFailed when not everything reached the file; all is released all the same
     static void Close(QZChannel** channel);
 
-    /// The reserved way to another process: answers 0 and does nothing.
+    /// Reserved for a database in another process. Returns 0 and does nothing.
     QZInt64 CallFun(QZInt64 command, QZInt64 a, QZInt64 b, QZInt64 c, QZInt64 d, QZInt64 e);
 
     /// 4 or 8, by the address mode; 0 outside MODE_FILE.
@@ -52,7 +52,7 @@ public:
     void ConsoleLock();
     void ConsoleUnlock();
 
-    /// Everything to the disk. These two answer 0 whatever the database answered.
+    /// Write everything to the disk. Both return 0, whatever the result of the database is.
     QZInt64 COLLECT();
     QZInt64 SYNC();
 
@@ -80,10 +80,10 @@ public:
     QZInt64 P_C(QZInt64 address, QZInt64 field, const void* buffer, QZInt64 length);
     QZInt64 G_C(QZInt64 address, QZInt64 field, void* buffer);
     QZInt64 G_C_L(QZInt64 address, QZInt64 field);
-    /// G_C_L, and G_C as well when the content is no longer than `room`, in one step. Internal.
+    /// G_C_L, and G_C as well when the content is no longer than `room`, in one step.
     QZInt64 ReadContent(QZInt64 address, QZInt64 field, void* buffer, QZInt64 room);
     /// Where the contents of `count` neighbouring fields of an LD begin, in one walk; false where each is to
-    /// be asked for by itself. ReadSlot is ReadContent for such a place. Internal.
+    /// be asked for by itself. ReadSlot is ReadContent for such a slot.
     bool FieldSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* slots);
     QZInt64 ReadSlot(QZInt64 slot, void* buffer, QZInt64 room);
     QZInt64 E_C(QZInt64 address, QZInt64 field);

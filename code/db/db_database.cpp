@@ -4,6 +4,7 @@
 
 #include "db/db_format.h"
 #include "db/internal/db_console.h"
+#include "db/internal/db_objects.h"
 #include "db/internal/db_repair.h"
 #include "db/internal/db_rollback.h"
 #include "fw/fw_library.h"
@@ -23,7 +24,7 @@ QZDatabase::~QZDatabase() { delete m_section; }
 
 QZInt64 QZDatabase::GetType() { return 0x81FFFFD; }
 
-// ---- Making, opening, closing
+// ---- Creating, opening, closing
 
 QZBool QZDatabase::Create(QZString* path)
 {
@@ -45,8 +46,8 @@ QZDatabase* QZDatabase::Open(QZString* path)
     try
     {
         opened = console->OpenFile(path) && objects->Initialise(console->AddressInfo()->AddressMode);
-        // What the test finds is left as the last error on a database that opens: hosts ask for it and
-        // decide.
+        // A fault that the test finds does not prevent opening. It is the last error of the database, and the
+        // host decides.
         if (opened) console->Verify();
     }
     catch (QZException* e)
@@ -97,8 +98,8 @@ void QZDatabase::ConsoleLock() { m_section->Lock(); }
 
 void QZDatabase::ConsoleUnlock() { m_section->Unlock(); }
 
-/// The begin of every locking operation. There is no guard on purpose: an exception that passes leaves the
-/// section entered, and hosts that catch it go on under the lock.
+/// Every operation that locks begins with this. There is no guard object, because an exception that leaves an
+/// operation must leave the section entered: the header documents it.
 void QZDatabase::Enter()
 {
     m_section->Lock();
@@ -187,32 +188,56 @@ bool QZDatabase::Testing() const { return m_objects->Console()->IsCheckParam(); 
 
 void QZDatabase::Record(QZInt64 code) { m_objects->Console()->RecordError(code); }
 
-/// True when the address opens a record of the type. For UNKNOWN: when it opens any record or HD.
+/// True when a record of the type begins at the address. For UNKNOWN: when any record or HD begins there.
 bool QZDatabase::Is(QZInt64 address, QZInt64 type)
 {
-    const QZInt64 found = m_objects->Repair()->TypeOf(QZDatabaseInfo::ADDRESS_MARK_THIS, address);
+    const QZInt64 found = m_objects->Repair()->TypeOf(layout::kSideThis, address);
     return type == QZDatabaseInfo::UNKNOWN ? found != QZDatabaseInfo::UNKNOWN : found == type;
 }
 
-/// Passes the outcome of a test on; a bad one is recorded as BAD_STRUCT.
+/// Returns its argument, the result of a test, and records BAD_STRUCT when it is false.
 bool QZDatabase::Fits(bool fits)
 {
     if (!fits) Record(QZDatabaseInfo::BAD_STRUCT);
     return fits;
 }
 
-bool QZDatabase::ISDATAOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_UNKNOWN; }
-bool QZDatabase::ISHDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::TABLE_HD; }
-bool QZDatabase::ISTABLEOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::TABLE_HD; }
-bool QZDatabase::ISLDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_LD; }
-bool QZDatabase::ISPDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_PD; }
-bool QZDatabase::ISADOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_AD; }
-bool QZDatabase::ISCDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_CD; }
-bool QZDatabase::ISRDOBJ(QZInt64 selector) { return (selector & ~0xFFLL) == QZDatabaseInfo::DATA_RD; }
+bool QZDatabase::ISDATAOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_UNKNOWN;
+}
+bool QZDatabase::ISHDOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::TABLE_HD;
+}
+bool QZDatabase::ISTABLEOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::TABLE_HD;
+}
+bool QZDatabase::ISLDOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_LD;
+}
+bool QZDatabase::ISPDOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_PD;
+}
+bool QZDatabase::ISADOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_AD;
+}
+bool QZDatabase::ISCDOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_CD;
+}
+bool QZDatabase::ISRDOBJ(QZInt64 selector)
+{
+    return layout::SelectorType(selector) == QZDatabaseInfo::DATA_RD;
+}
 
 bool QZDatabase::CheckObject(QZInt64 side, QZInt64 address, QZInt64 selector)
 {
-    const QZInt64 family = selector >> 16;
+    const QZInt64 family = layout::SelectorClass(selector);
     switch (m_objects->Repair()->TypeOf(side, address))
     {
         case QZDatabaseInfo::DATA_LD: return ISLDOBJ(selector) || ISDATAOBJ(selector);
@@ -221,14 +246,14 @@ bool QZDatabase::CheckObject(QZInt64 side, QZInt64 address, QZInt64 selector)
         case QZDatabaseInfo::DATA_CD: return ISCDOBJ(selector) || ISDATAOBJ(selector);
         case QZDatabaseInfo::DATA_RD: return ISRDOBJ(selector) || ISDATAOBJ(selector);
         case QZDatabaseInfo::TABLE_HD:
-            return family == QZDatabaseInfo::TYPE_TABLE >> 16 &&
-                   (ISTABLEOBJ(selector) || (selector & 0xFF00) == 0);
-        case QZDatabaseInfo::DATA_UNKNOWN: return family == QZDatabaseInfo::TYPE_DATA >> 16;
+            return family == QZDatabaseInfo::TYPE_TABLE &&
+                   (ISTABLEOBJ(selector) || (selector & layout::kSelectorKind) == 0);
+        case QZDatabaseInfo::DATA_UNKNOWN: return family == QZDatabaseInfo::TYPE_DATA;
         default: return false;
     }
 }
 
-// ---- Rollback: beside the section
+// ---- Rollback: without the section
 
 QZBool QZDatabase::RB_ON() { return m_objects->Rollback()->TurnOn() ? 1 : 0; }
 

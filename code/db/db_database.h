@@ -1,5 +1,5 @@
-#ifndef QZLIB_DB_DB_DATABASE_H
-#define QZLIB_DB_DB_DATABASE_H
+#ifndef QZLIB_DB_DATABASE_H
+#define QZLIB_DB_DATABASE_H
 
 #include "fw/fw_object.h"
 
@@ -9,7 +9,7 @@ class QZCollection;
 class QZCriticalSection;
 class QZString;
 
-/// What a database tells about itself; made by GetSysInfo, given back with Recycle. A plain record.
+/// Information about a database. GetSysInfo makes it, Recycle deletes it. A plain record.
 class QZ_API QZDbSysInfo : public QZObject
 {
 public:
@@ -31,16 +31,16 @@ public:
     QZInt64 FileMode = 0;      ///< of an open database: the address mode again
 };
 
-/// The one door to the engine: terse operations that take the lock, test their arguments and call a
+/// The only access to the engine: short operations that take the lock, test their arguments and call a
 /// component.
 ///
 /// A database exists between Open (through QZChannel::Open) and Close. Addresses are byte offsets in the
-/// file, 0 means none. Failures are recorded (G_EN counts them, G_LE tells the last one) and answered with
-/// -1, 0 or false; only G_A raises. While argument tests are on (the default), an operation looks first
-/// whether the record is what it needs.
+/// file, 0 means none. A failure is recorded (G_EN is the count, G_LE the last code), and the
+/// result is then -1, 0 or false; only G_A throws. While argument tests are on (the default), an operation
+/// first tests whether the record is of the kind that it needs.
 ///
 /// Any thread may call. One recursive section serialises the operations; G_AS, G_WS, GetSysInfo and the
-/// rollback operations run beside it. An exception that passes through an operation leaves the section
+/// rollback operations do not enter it. An exception that passes through an operation leaves the section
 /// entered by the thread.
 class QZ_API QZDatabase : public QZObject
 {
@@ -67,7 +67,7 @@ public:
     void ConsoleLock();
     void ConsoleUnlock();
 
-    /// The file buffer's operation and its answer.
+    /// The file buffer's operation and its result.
     QZBool Collect();
     QZBool Sync();
 
@@ -100,7 +100,7 @@ public:
     /// null collection; a byte size for ADDRESSARRAYCOPY_ROLLBACKMARKS.
     /// @throws QZException 1024 with ADDRESSARRAYCOPY_ALL_PD_FROM_HD on a list that is not empty
     QZInt64 G_AL(QZInt64 code, QZInt64 address, QZCollection* collection);
-    /// A search that finds nothing: 0, -1 for a bad HD.
+    /// There is no search by value. Returns 0, -1 for a bad HD.
     QZInt64 A_G(QZInt64 hd, QZInt64 selector, const void* buffer, QZInt64 length, QZCollection* collection);
     /// The structure check by kind: NORMAL, a fault's code, or UNKNOWN.
     QZInt64 CK(QZInt64 side, QZInt64 address);
@@ -116,19 +116,19 @@ public:
     QZInt64 P_A(QZInt64 address, QZInt64 selector, QZInt64 value);
 
     /// Content of an LD's field (from 1), of a PD (PD_DATA) or of a CD (CD_DATA). `length` is in bytes.
-    /// P_C answers 1, 0 when refused; G_C the place of the last byte; G_C_L the length; E_C the bytes erased.
-    /// All: 0 for a field that an LD does not have, -1 on failure.
+    /// P_C returns 1, 0 when refused; G_C the position of the last byte; G_C_L the length; E_C the bytes
+    /// erased. All: 0 for a field that an LD does not have, -1 on failure.
     QZInt64 P_C(QZInt64 address, QZInt64 field, const void* buffer, QZInt64 length);
     QZInt64 G_C(QZInt64 address, QZInt64 field, void* buffer);
     QZInt64 G_C_L(QZInt64 address, QZInt64 field);
     QZInt64 E_C(QZInt64 address, QZInt64 field);
 
-    /// Writes `count` zero bytes, untested and never logged; answers `count`.
+    /// Writes `count` zero bytes, untested and never logged; returns `count`.
     QZInt64 ERASE(QZInt64 address, QZInt64 count);
 
-    /// Takes out of lists; `code` is DELETE_DATA and its like. False for another code or a bad record.
-    /// @throws QZException 1024 with DELETE_PD_ALL, when the PD and its LD are gone, at a child list that is
-    /// not empty
+    /// Removes from lists; `code` is DELETE_DATA and its like. False for another code or a bad record.
+    /// @throws QZException 1024 with DELETE_PD_ALL for a child list that is not empty, after the PD and its
+    /// LD were removed
     QZBool D_DATA(QZInt64 address, QZInt64 code);
     /// Moves a record within its list, towards the end for positive steps: 0, -1 for a bad record.
     QZInt64 MV(QZInt64 address, QZInt64 steps);

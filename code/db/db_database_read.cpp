@@ -1,24 +1,21 @@
-/// The operations of a database that answer and change nothing.
+/// The operations of a database that read and change nothing.
 
 #include "db/db_database.h"
 #include "db/db_format.h"
 #include "db/internal/db_console.h"
+#include "db/internal/db_objects.h"
 #include "db/internal/db_read.h"
 #include "db/internal/db_repair.h"
 #include "db/internal/db_rollback.h"
-#include "db/internal/db_tree.h"
 #include "fw/fw_collection.h"
 #include "fw/internal/fw_trace.h"
 
-namespace
-{
-const QZInt64 This = QZDatabaseInfo::ADDRESS_MARK_THIS;
-}
+using layout::kSideThis;
 
 QZInt64 QZDatabase::G_TA(QZInt64 n)
 {
     Enter();
-    const QZInt64 answer = m_objects->Read()->TreeRoot(QZDatabaseInfo::MAIN_HD_ADDR_V5, n);
+    const QZInt64 answer = m_objects->Read()->TreeRoot(layout::kMainHd, n);
     Leave();
     return answer;
 }
@@ -26,9 +23,9 @@ QZInt64 QZDatabase::G_TA(QZInt64 n)
 QZInt64 QZDatabase::G_A(QZInt64 address, QZInt64 selector)
 {
     Enter();
-    if (Testing() && !CheckObject(This, address, selector))
+    if (Testing() && !CheckObject(kSideThis, address, selector))
     {
-        // The one operation that raises, and it raises under the lock; the same thread goes on.
+        // The only operation that throws. It throws with the section entered, and the same thread can go on.
         throw QZTrace(QZExceptionFactory::CreateDatabaseException(QZDatabaseInfo::BAD_STRUCT),
                       QZ_W("QZDatabase"), QZ_W("G_A"))
             .Argument(QZ_W("QZInt64"), address)
@@ -43,21 +40,21 @@ QZInt64 QZDatabase::G_A(QZInt64 address, QZInt64 selector)
 QZInt64 QZDatabase::ReadField(QZInt64 address, QZInt64 selector)
 {
     READ* read = m_objects->Read();
-    const QZInt64 family = selector >> 16;
-    if (family == QZDatabaseInfo::TYPE_TABLE >> 16)
+    const QZInt64 family = layout::SelectorClass(selector);
+    if (family == QZDatabaseInfo::TYPE_TABLE)
     {
         if (ISTABLEOBJ(selector) && (!Testing() || Is(address, QZDatabaseInfo::TABLE_HD)))
         {
-            return read->ReadHD(This, address, selector);
+            return read->ReadHD(kSideThis, address, selector);
         }
     }
-    else if (family == QZDatabaseInfo::TYPE_DATA >> 16)
+    else if (family == QZDatabaseInfo::TYPE_DATA)
     {
-        if (ISDATAOBJ(selector) || ISCDOBJ(selector)) return read->ReadData(This, address, selector);
-        if (ISLDOBJ(selector)) return read->ReadLD(This, address, selector);
-        if (ISPDOBJ(selector)) return read->ReadPD(This, address, selector);
-        if (ISADOBJ(selector)) return read->ReadAD(This, address, selector);
-        if (ISRDOBJ(selector)) return read->ReadRD(This, address, selector);
+        if (ISDATAOBJ(selector) || ISCDOBJ(selector)) return read->ReadData(kSideThis, address, selector);
+        if (ISLDOBJ(selector)) return read->ReadLD(kSideThis, address, selector);
+        if (ISPDOBJ(selector)) return read->ReadPD(kSideThis, address, selector);
+        if (ISADOBJ(selector)) return read->ReadAD(kSideThis, address, selector);
+        if (ISRDOBJ(selector)) return read->ReadRD(kSideThis, address, selector);
     }
     Record(QZDatabaseInfo::BAD_STRUCT);
     return -1;
@@ -100,7 +97,7 @@ QZInt64 QZDatabase::CountOrNumber(QZInt64 address, QZInt64 code, QZInt64 argumen
             if (testing && !Fits(Is(address, QZDatabaseInfo::TABLE_HD))) return -1;
             return CountAll(address);
         case QZDatabaseInfo::HD_NODE_SN:
-            if (testing && !Fits(CheckObject(This, address, QZDatabaseInfo::DATA_UNKNOWN))) return -1;
+            if (testing && !Fits(CheckObject(kSideThis, address, QZDatabaseInfo::DATA_UNKNOWN))) return -1;
             return read->Position(address);
         case QZDatabaseInfo::SN_GET_DATA_FROM_HD:
             if (testing && !Fits(Is(address, QZDatabaseInfo::TABLE_HD))) return -1;
@@ -108,7 +105,7 @@ QZInt64 QZDatabase::CountOrNumber(QZInt64 address, QZInt64 code, QZInt64 argumen
         case QZDatabaseInfo::LD_LDS_COUNT:
         {
             if (testing && !Fits(Is(address, QZDatabaseInfo::DATA_LD))) return -1;
-            const QZInt64 fields = read->ReadLD(This, address, QZDatabaseInfo::LD_LDS);
+            const QZInt64 fields = read->ReadLD(kSideThis, address, QZDatabaseInfo::LD_LDS);
             return fields == 0 ? 0 : read->Count(fields);
         }
         default: return -1;
@@ -118,16 +115,16 @@ QZInt64 QZDatabase::CountOrNumber(QZInt64 address, QZInt64 code, QZInt64 argumen
 QZInt64 QZDatabase::CountAll(QZInt64 hd)
 {
     QZCollection gathered;
-    TreeGatherPDs(m_objects, hd, &gathered);
+    QZDbGatherPDs(m_objects->Read(), hd, &gathered);
     return gathered.Count();
 }
 
-/// The n-th record. What it answers is tested whether tests are on or off: a number past the end answers 0
-/// and leaves BAD_STRUCT as the last error.
+/// The n-th record. The result is tested whether argument tests are on or off, so a number past the end
+/// returns 0 and records BAD_STRUCT.
 QZInt64 QZDatabase::NthRecord(QZInt64 hd, QZInt64 n)
 {
     const QZInt64 record = m_objects->Read()->Nth(hd, n, QZDatabaseInfo::DATA_THIS);
-    Fits(CheckObject(This, record, QZDatabaseInfo::DATA_UNKNOWN));
+    Fits(CheckObject(kSideThis, record, QZDatabaseInfo::DATA_UNKNOWN));
     return record;
 }
 
@@ -140,7 +137,7 @@ QZInt64 QZDatabase::G_AL(QZInt64 code, QZInt64 address, QZCollection* collection
     return answer;
 }
 
-/// Answers -1 for the lists, filled or not: callers read the collection.
+/// Returns -1 for the lists, whether they were filled or not. The result is in the collection.
 QZInt64 QZDatabase::ListAddresses(QZInt64 code, QZInt64 address, QZCollection* collection)
 {
     ROLLBACK* rollback = m_objects->Rollback();
@@ -148,14 +145,14 @@ QZInt64 QZDatabase::ListAddresses(QZInt64 code, QZInt64 address, QZCollection* c
     {
         case QZDatabaseInfo::ADDRESSARRAYCOPY_ALL_PD_FROM_HD:
             if (Is(address, QZDatabaseInfo::TABLE_HD))
-                TreeGatherPDs(m_objects, address, collection);
+                QZDbGatherPDs(m_objects->Read(), address, collection);
             else
                 Record(QZDatabaseInfo::BAD_PARAMETER);
             return -1;
         case QZDatabaseInfo::ADDRESSARRAYCOPY_PD_FROM_HD:
             if (!Testing() || Is(address, QZDatabaseInfo::TABLE_HD))
             {
-                TreeCollectRecords(m_objects, address, collection);
+                QZDbCollectRecords(m_objects->Read(), address, collection);
             }
             return -1;
         case QZDatabaseInfo::ADDRESSARRAYCOPY_SHNAPSHOTS:
@@ -179,7 +176,7 @@ QZInt64 QZDatabase::ListAddresses(QZInt64 code, QZInt64 address, QZCollection* c
 QZInt64 QZDatabase::A_G(QZInt64 hd, QZInt64 selector, const void* buffer, QZInt64 length,
                         QZCollection* collection)
 {
-    // No search by value exists in the engine; hosts get an empty result and search by themselves.
+    // The engine has no search by value. The result is always empty.
     (void)selector;
     (void)buffer;
     (void)length;
@@ -208,7 +205,7 @@ QZInt64 QZDatabase::StructCheck(QZInt64 side, QZInt64 address)
         case QZDatabaseInfo::DATA_PD: return repair->CheckPD(side, address);
         case QZDatabaseInfo::DATA_AD: return repair->CheckAD(side, address);
         case QZDatabaseInfo::DATA_CD: return repair->CheckCD(side, address);
-        // A log record answers UNKNOWN with nothing wrong; so callers leave them out of a walk.
+        // An intact log record gives UNKNOWN too.
         default: return QZDatabaseInfo::UNKNOWN;
     }
 }

@@ -1,4 +1,4 @@
-/// The operations of a database that change records, and those on content.
+/// The operations of a database that change records, and all operations on content.
 
 #include "db/internal/db_data.h"
 #include "db/db_database.h"
@@ -6,17 +6,18 @@
 #include "db/internal/db_chars.h"
 #include "db/internal/db_console.h"
 #include "db/internal/db_link.h"
+#include "db/internal/db_objects.h"
 #include "db/internal/db_read.h"
 #include "db/internal/db_repair.h"
-#include "db/internal/db_tree.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_exception_factory.h"
 
+using layout::kSideThis;
+
 namespace
 {
-const QZInt64 This = QZDatabaseInfo::ADDRESS_MARK_THIS;
-/// Stands for any record or HD in a test.
-const QZInt64 AnyRecord = QZDatabaseInfo::UNKNOWN;
+/// In a test: any record or HD.
+constexpr QZInt64 kAnyRecord = QZDatabaseInfo::UNKNOWN;
 }  // namespace
 
 // ---- Records
@@ -48,7 +49,7 @@ QZInt64 QZDatabase::AppendRecord(QZInt64 hd, QZInt64 kind)
 QZInt64 QZDatabase::P_HD(QZInt64 pd)
 {
     Enter();
-    // A bad PD is answered and not recorded.
+    // For a bad PD the result is -1 and no error is recorded.
     const QZInt64 answer =
         Testing() && !Is(pd, QZDatabaseInfo::DATA_PD) ? -1 : m_objects->Data()->NewHDForPD(pd);
     Leave();
@@ -66,7 +67,7 @@ QZInt64 QZDatabase::P_HDF()
 QZInt64 QZDatabase::P_A(QZInt64 address, QZInt64 selector, QZInt64 value)
 {
     Enter();
-    const QZInt64 answer = Testing() && !Fits(Is(address, AnyRecord))
+    const QZInt64 answer = Testing() && !Fits(Is(address, kAnyRecord))
                                ? -1
                                : m_objects->Data()->PutField(address, selector, value);
     Leave();
@@ -77,11 +78,11 @@ QZInt64 QZDatabase::MV(QZInt64 address, QZInt64 steps)
 {
     Enter();
     QZInt64 answer = -1;
-    if (!Testing() || Fits(Is(address, AnyRecord)))
+    if (!Testing() || Fits(Is(address, kAnyRecord)))
     {
         LINK* link = m_objects->Link();
         if (steps > 0) link->MoveDown(address, steps);
-        if (steps < 0) link->MoveUp(address, QZDbAt(~steps, 1));
+        if (steps < 0) link->MoveUp(address, layout::At(~steps, 1));
         answer = 0;
     }
     Leave();
@@ -91,7 +92,7 @@ QZInt64 QZDatabase::MV(QZInt64 address, QZInt64 steps)
 QZInt64 QZDatabase::MT(QZInt64 address, QZInt64 hd)
 {
     Enter();
-    const bool fits = !Testing() || Fits(Is(address, AnyRecord) && Is(hd, QZDatabaseInfo::TABLE_HD));
+    const bool fits = !Testing() || Fits(Is(address, kAnyRecord) && Is(hd, QZDatabaseInfo::TABLE_HD));
     const QZInt64 answer = fits ? m_objects->Link()->MoveToHD(address, hd) : -1;
     Leave();
     return answer;
@@ -100,7 +101,7 @@ QZInt64 QZDatabase::MT(QZInt64 address, QZInt64 hd)
 QZBool QZDatabase::D_DATA(QZInt64 address, QZInt64 code)
 {
     Enter();
-    const bool answer = (!Testing() || Fits(Is(address, AnyRecord))) && Delete(address, code);
+    const bool answer = (!Testing() || Fits(Is(address, kAnyRecord))) && Delete(address, code);
     Leave();
     return answer ? 1 : 0;
 }
@@ -121,24 +122,24 @@ bool QZDatabase::Delete(QZInt64 address, QZInt64 code)
     }
 }
 
-/// The PD, its LD, and everything below. At a child list that is not empty the gathering walk raises, with
-/// the PD and its LD gone; callers catch it there.
+/// Removes the PD, its LD, and everything below. For a child list that is not empty gathering throws, after
+/// the PD and its LD were removed.
 void QZDatabase::DeleteWithBranch(QZInt64 pd)
 {
     READ* read = m_objects->Read();
     LINK* link = m_objects->Link();
-    const QZInt64 child = read->ReadPD(This, pd, QZDatabaseInfo::PD_HD_A);
-    const QZInt64 ld = read->ReadPD(This, pd, QZDatabaseInfo::PD_LD_A);
+    const QZInt64 child = read->ReadPD(kSideThis, pd, QZDatabaseInfo::PD_HD_A);
+    const QZInt64 ld = read->ReadPD(kSideThis, pd, QZDatabaseInfo::PD_LD_A);
     link->RemovePD(pd);
     link->RemoveLD(ld);
     if (child == 0) return;
 
     QZCollection below;
-    TreeGatherPDs(m_objects, child, &below);
+    QZDbGatherPDs(m_objects->Read(), child, &below);
     for (QZInt64 i = 0; i < below.Count(); ++i)
     {
         const QZInt64 record = static_cast<QZInt64>(below.GetElement(i));
-        const QZInt64 recordLd = read->ReadPD(This, record, QZDatabaseInfo::PD_LD_A);
+        const QZInt64 recordLd = read->ReadPD(kSideThis, record, QZDatabaseInfo::PD_LD_A);
         link->RemovePD(record);
         link->RemoveLD(recordLd);
     }
@@ -158,10 +159,11 @@ QZInt64 QZDatabase::PutContent(QZInt64 address, QZInt64 field, const void* buffe
 {
     DATA* data = m_objects->Data();
     QZInt64 answer = -1;
-    switch (m_objects->Repair()->TypeOf(This, address))
+    switch (m_objects->Repair()->TypeOf(kSideThis, address))
     {
         case QZDatabaseInfo::DATA_LD:
-            if (field < 1 || m_objects->Read()->ReadLD(This, address, QZDatabaseInfo::LD_LDS) == 0) return 0;
+            if (field < 1 || m_objects->Read()->ReadLD(kSideThis, address, QZDatabaseInfo::LD_LDS) == 0)
+                return 0;
             answer = PutFieldContent(address, field, buffer, length);
             break;
         case QZDatabaseInfo::DATA_PD:
@@ -177,31 +179,32 @@ QZInt64 QZDatabase::PutContent(QZInt64 address, QZInt64 field, const void* buffe
         Record(QZDatabaseInfo::BAD_PARAMETER);
         return -1;
     }
-    // The answer stays that of the pointer write; a length that did not arrive shows as last error. It is
-    // looked for anew: in a damaged file the write itself may have put the field out of reach.
+    // The result is that of the pointer write. When the content does not have the length, WRITE_FAILED is
+    // recorded. The field is searched again: in a damaged file the write may have made it unreachable.
     if (G_C_L(address, field) != length) Record(QZDatabaseInfo::WRITE_FAILED);
     return answer;
 }
 
-/// Missing fields up to `field` are made first, empty ones. 0 when a write is refused.
+/// Appends empty fields first, when there are fewer than `field`. Returns 0 when a write is refused.
 QZInt64 QZDatabase::PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffer, QZInt64 length)
 {
-    const QZInt64 cd = FieldForWriting(m_objects->Read()->ReadLD(This, ld, QZDatabaseInfo::LD_LDS), field);
+    const QZInt64 cd =
+        FieldForWriting(m_objects->Read()->ReadLD(kSideThis, ld, QZDatabaseInfo::LD_LDS), field);
     return cd == 0 ? 0 : m_objects->Data()->PutTextCD(cd, buffer, length);
 }
 
-/// The CD of a field, made with those in front of it where there is none. 0 when that is refused.
+/// The CD of a field. When it does not exist, it and those before it are appended. 0 when that is refused.
 QZInt64 QZDatabase::FieldForWriting(QZInt64 fields, QZInt64 field)
 {
     READ* read = m_objects->Read();
     QZInt64 count = 0;
     const QZInt64 there = read->NthOrCount(fields, field, &count);
-    if (there != 0) return read->ReadData(This, there, QZDatabaseInfo::DATA_THIS);
+    if (there != 0) return read->ReadData(kSideThis, there, QZDatabaseInfo::DATA_THIS);
     const QZInt64 nothing = 0;
     while (count < field)
     {
         if (m_objects->Data()->NewCD(fields, &nothing, 0) < 0) return 0;
-        // A field whose writing was cut short by the protection is not in the list.
+        // A field that write protection cut short is not in the list.
         count = m_objects->Console()->GetWriteProtect() == 0 ? count + 1 : read->Count(fields);
     }
     return read->Nth(fields, field, QZDatabaseInfo::DATA_THIS);
@@ -212,20 +215,20 @@ QZInt64 QZDatabase::FieldForWriting(QZInt64 fields, QZInt64 field)
 QZInt64 QZDatabase::ContentSlot(QZInt64 address, QZInt64 field)
 {
     const QZInt64 a = m_objects->Address()->Length();
-    switch (m_objects->Repair()->TypeOf(This, address))
+    switch (m_objects->Repair()->TypeOf(kSideThis, address))
     {
         case QZDatabaseInfo::DATA_LD:
         {
             READ* read = m_objects->Read();
-            const QZInt64 fields = read->ReadLD(This, address, QZDatabaseInfo::LD_LDS);
+            const QZInt64 fields = read->ReadLD(kSideThis, address, QZDatabaseInfo::LD_LDS);
             const QZInt64 cd = fields == 0 ? 0 : read->Nth(fields, field, QZDatabaseInfo::DATA_THIS);
-            return cd == 0 ? 0 : QZDbAt(cd, 3 * a + 1);
+            return cd == 0 ? 0 : layout::CdSlot(cd, a);
         }
         case QZDatabaseInfo::DATA_PD:
-            if (field == QZDatabaseInfo::PD_DATA) return QZDbAt(address, 5 * a + 1);
+            if (field == QZDatabaseInfo::PD_DATA) return layout::PdSlot(address, a);
             break;
         case QZDatabaseInfo::DATA_CD:
-            if (field == QZDatabaseInfo::CD_DATA) return QZDbAt(address, 3 * a + 1);
+            if (field == QZDatabaseInfo::CD_DATA) return layout::CdSlot(address, a);
             break;
         default: break;
     }
@@ -276,17 +279,17 @@ bool QZDatabase::FieldSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* s
 bool QZDatabase::FindSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* slots)
 {
     READ* read = m_objects->Read();
-    if (m_objects->Repair()->TypeOf(This, ld) != QZDatabaseInfo::DATA_LD) return false;
-    const QZInt64 fields = read->ReadLD(This, ld, QZDatabaseInfo::LD_LDS);
+    if (m_objects->Repair()->TypeOf(kSideThis, ld) != QZDatabaseInfo::DATA_LD) return false;
+    const QZInt64 fields = read->ReadLD(kSideThis, ld, QZDatabaseInfo::LD_LDS);
     if (fields == 0) return false;
-    const QZInt64 content = 3 * m_objects->Address()->Length() + 1;
+    const QZInt64 a = m_objects->Address()->Length();
     QZInt64 before = 0;
     QZInt64 cd = read->NthOrCount(fields, field, &before);
     for (QZInt64 i = 0; i < count; ++i)
     {
-        // A list that is shorter may also be one that goes round.
+        // The list is shorter, or it is damaged and goes round.
         if (cd == 0) return false;
-        slots[i] = QZDbAt(read->ReadData(This, cd, QZDatabaseInfo::DATA_THIS), content);
+        slots[i] = layout::CdSlot(read->ReadData(kSideThis, cd, QZDatabaseInfo::DATA_THIS), a);
         if (i + 1 < count) cd = read->Next(cd);
     }
     return true;
@@ -334,8 +337,8 @@ QZInt64 QZDatabase::ERASE(QZInt64 address, QZInt64 count)
     Enter();
     try
     {
-        // Past the log, like E_C: erased bytes do not come back with a restore.
-        for (QZInt64 i = 0; i < count; ++i) m_objects->Binary()->PutByte(QZDbAt(address, i), 0);
+        // Not logged, like E_C: a restore does not bring erased bytes back.
+        for (QZInt64 i = 0; i < count; ++i) m_objects->Binary()->PutByte(layout::At(address, i), 0);
     }
     catch (QZException* e)
     {

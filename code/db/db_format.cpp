@@ -1,6 +1,6 @@
 #include "db/db_format.h"
 
-// The values stand in the header; here the exported objects themselves are made.
+// The header holds the values. These are the definitions that the library exports.
 const QZInt64 QZDatabaseInfo::DBV_ADDR;
 const QZInt64 QZDatabaseInfo::DBV_POSITION;
 const QZInt64 QZDatabaseInfo::DBAM_ADDR;

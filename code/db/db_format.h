@@ -241,7 +241,7 @@ public:
     static const QZInt64 ROLLBACK_ERROR_INVALIDADDR = 0x50300;
     static const QZInt64 ERROR_ABORT = 0x3090400;
 
-    /// Error codes that are declared and that nothing in the library raises.
+    /// Error codes that are declared and that nothing in the library throws.
     static const QZInt64 ERR_FILE_ACCESS = 0x3010100;
     static const QZInt64 ERR_FILE_CREATE = 0x3010200;
     static const QZInt64 PROCESS_FIND = 0x3020100;

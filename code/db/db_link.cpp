@@ -2,42 +2,26 @@
 
 #include <initializer_list>
 
-#include "db/db_format.h"
-#include "db/internal/db_data.h"
-#include "db/internal/db_read.h"
-#include "db/internal/db_repair.h"
 #include "db/internal/db_walk.h"
 
-namespace
-{
-
-constexpr QZInt64 SideThis = QZDatabaseInfo::ADDRESS_MARK_THIS;
-constexpr QZInt64 SideEnd = QZDatabaseInfo::ADDRESS_MARK_END;
-
-/// Recorded for marks that belong to no list.
-constexpr QZInt64 BareError = 256;
-
-}  // namespace
+using layout::kBareError;
+using layout::kSideEnd;
+using layout::kSideThis;
 
 void LINK::EndList(QZInt64 left)
 {
-    READ* read = m_objects->Read();
-    DATA* data = m_objects->Data();
-    const QZInt64 record = read->ReadData(SideEnd, left, QZDatabaseInfo::DATA_THIS);
-    const QZInt64 head = read->HeadOf(record);
-    data->PutField(record, QZDatabaseInfo::DATA_NEXT, 0);
-    // Every record has a closing frame behind it since its own creation: being the last again takes only
-    // HD_END.
-    data->PutField(head, QZDatabaseInfo::HD_END, QZDbAt(left, 2 * m_objects->Address()->Length()));
+    const QZInt64 record = m_read->ReadData(kSideEnd, left, QZDatabaseInfo::DATA_THIS);
+    const QZInt64 head = m_read->HeadOf(record);
+    m_data->PutField(record, QZDatabaseInfo::DATA_NEXT, 0);
+    // A closing mark of the HD follows every record since its creation, so only HD_END has to change.
+    m_data->PutField(head, QZDatabaseInfo::HD_END, layout::HdEndFromData(left, m_address->Length()));
 }
 
 void LINK::Join(QZInt64 left, QZInt64 right)
 {
-    READ* read = m_objects->Read();
-    ADDRESS* address = m_objects->Address();
-    const QZInt64 a = address->Length();
-    const QZByte leftMark = read->Mark(left);
-    const bool leftIsHead = leftMark == QZDatabaseInfo::MARK_HD;
+    const QZInt64 a = m_address->Length();
+    const QZByte leftMark = m_read->Mark(left);
+    const bool leftIsHead = leftMark == layout::kMarkHd;
     if (right == 0)
     {
         if (leftIsHead)
@@ -46,17 +30,17 @@ void LINK::Join(QZInt64 left, QZInt64 right)
             EndList(left);
         return;
     }
-    const QZByte rightMark = read->Mark(right);
-    if (!leftIsHead && leftMark != QZDatabaseInfo::MARK_DATA)
+    const QZByte rightMark = m_read->Mark(right);
+    if (!leftIsHead && leftMark != layout::kMarkData)
     {
-        m_objects->Console()->RecordError(BareError);
+        m_file->RecordError(kBareError);
     }
-    else if (rightMark == QZDatabaseInfo::MARK_DATA)
+    else if (rightMark == layout::kMarkData)
     {
-        address->Put(leftIsHead ? QZDbAt(left, 1 + a) : QZDbAt(left, -a), right);
-        address->Put(QZDbAt(right, 1), left);
+        m_address->Put(leftIsHead ? layout::HdFirst(left, a) : layout::DataNextFromEnd(left, a), right);
+        m_address->Put(layout::DataPrev(right), left);
     }
-    else if (rightMark == QZDatabaseInfo::MARK_HD)
+    else if (rightMark == layout::kMarkHd)
     {
         if (leftIsHead)
             ResetHD(left);
@@ -65,63 +49,57 @@ void LINK::Join(QZInt64 left, QZInt64 right)
     }
     else
     {
-        m_objects->Console()->RecordError(BareError);
+        m_file->RecordError(kBareError);
     }
 }
 
 void LINK::ResetHD(QZInt64 hd)
 {
-    READ* read = m_objects->Read();
-    DATA* data = m_objects->Data();
-    const QZInt64 a = m_objects->Address()->Length();
-    data->PutField(hd, QZDatabaseInfo::HD_FIRSTDATA, 0);
-    const QZInt64 end = QZDbAt(hd, 1 + 4 * a);
-    if (read->Mark(end) == QZDatabaseInfo::MARK_HD)
-        data->PutField(hd, QZDatabaseInfo::HD_END, end);
-    else if (read->Mark(QZDbAt(end, a)) == QZDatabaseInfo::MARK_HD)
-        data->PutField(hd, QZDatabaseInfo::HD_END, QZDbAt(end, a));
+    const QZInt64 a = m_address->Length();
+    m_data->PutField(hd, QZDatabaseInfo::HD_FIRSTDATA, 0);
+    const QZInt64 end = layout::HdEmptyEnd(hd, a);
+    if (m_read->Mark(end) == layout::kMarkHd)
+        m_data->PutField(hd, QZDatabaseInfo::HD_END, end);
+    else if (m_read->Mark(layout::HdEmptyEndLater(hd, a)) == layout::kMarkHd)
+        m_data->PutField(hd, QZDatabaseInfo::HD_END, layout::HdEmptyEndLater(hd, a));
     else
-        m_objects->Console()->RecordError(BareError);
+        m_file->RecordError(kBareError);
 }
 
 void LINK::Unlink(QZInt64 record)
 {
-    READ* read = m_objects->Read();
-    const QZInt64 previous = read->ReadData(SideThis, record, QZDatabaseInfo::DATA_PREV);
-    Join(previous, read->Next(record));
+    const QZInt64 previous = m_read->ReadData(kSideThis, record, QZDatabaseInfo::DATA_PREV);
+    Join(previous, m_read->Next(record));
 }
 
 void LINK::RemoveChild(QZInt64 hd)
 {
-    const QZInt64 owner = m_objects->Read()->ReadHD(SideThis, hd, QZDatabaseInfo::HD_PREV);
+    const QZInt64 owner = m_read->ReadHD(kSideThis, hd, QZDatabaseInfo::HD_PREV);
     if (owner == 0) return;
-    if (m_objects->Console()->IsCheckParam() &&
-        m_objects->Repair()->TypeOf(SideThis, owner) != QZDatabaseInfo::DATA_PD)
-        return;
-    m_objects->Data()->PutField(owner, QZDatabaseInfo::PD_HD_A, 0);
+    if (m_file->IsCheckParam() && m_repair->TypeOf(kSideThis, owner) != QZDatabaseInfo::DATA_PD) return;
+    m_data->PutField(owner, QZDatabaseInfo::PD_HD_A, 0);
 }
 
 void LINK::RemovePD(QZInt64 pd)
 {
-    READ* read = m_objects->Read();
-    const QZInt64 previous = read->ReadData(SideThis, pd, QZDatabaseInfo::DATA_PREV);
-    const QZInt64 next = read->Next(pd);
-    const QZInt64 ld = read->ReadPD(SideThis, pd, QZDatabaseInfo::PD_LD_A);
-    const QZInt64 tree = read->TreeOf(pd);
+    const QZInt64 previous = m_read->ReadData(kSideThis, pd, QZDatabaseInfo::DATA_PREV);
+    const QZInt64 next = m_read->Next(pd);
+    const QZInt64 ld = m_read->ReadPD(kSideThis, pd, QZDatabaseInfo::PD_LD_A);
+    const QZInt64 tree = m_read->TreeOf(pd);
     QZInt64 list = 0;
     if (ld != 0 && tree >= 1 && tree <= 3)
     {
         static const QZInt64 selectors[] = {QZDatabaseInfo::LD_TREE_A, QZDatabaseInfo::LD_TREE_R,
                                             QZDatabaseInfo::LD_TREE_S};
-        list = read->ReadLD(SideThis, ld, selectors[tree - 1]);
+        list = m_read->ReadLD(kSideThis, ld, selectors[tree - 1]);
     }
     if (list != 0)
     {
         QZDbWalk walk;
-        QZInt64 record = read->ReadHD(SideThis, list, QZDatabaseInfo::HD_FIRSTDATA);
-        for (; record != 0 && walk.Enter(record); record = read->Next(record))
+        QZInt64 record = m_read->ReadHD(kSideThis, list, QZDatabaseInfo::HD_FIRSTDATA);
+        for (; record != 0 && walk.Enter(record); record = m_read->Next(record))
         {
-            if (read->ReadAD(SideThis, record, QZDatabaseInfo::AD_FREE) != pd) continue;
+            if (m_read->ReadAD(kSideThis, record, QZDatabaseInfo::AD_FREE) != pd) continue;
             Unlink(record);
             break;
         }
@@ -133,30 +111,28 @@ void LINK::RemoveLD(QZInt64 ld)
 {
     if (ld == 0)
     {
-        // The LD of a PD that has none. Nothing is taken out, and callers see the code of marks that belong
-        // to no list.
-        m_objects->Console()->RecordError(BareError);
+        // The PD has no LD. Nothing is removed, and the code is that of a mark that belongs to no list.
+        m_file->RecordError(kBareError);
         return;
     }
-    READ* read = m_objects->Read();
-    const QZInt64 previous = read->ReadData(SideThis, ld, QZDatabaseInfo::DATA_PREV);
-    const QZInt64 next = read->Next(ld);
-    // Removing appends to the log, and a damaged list may lead into it: what was not there before is not
-    // walked.
-    const QZInt64 length = m_objects->Console()->GetLength();
-    const QZInt64 records = m_objects->Console()->Buffer()->GetFileSize() / 16 + 1;
+    const QZInt64 previous = m_read->ReadData(kSideThis, ld, QZDatabaseInfo::DATA_PREV);
+    const QZInt64 next = m_read->Next(ld);
+    // Removing appends to the log, and a damaged list may lead into it. Records that are newer than this call
+    // are not walked.
+    const QZInt64 length = m_address->FileLength();
+    const QZInt64 records = m_file->Buffer()->GetFileSize() / layout::kAlignment + 1;
     for (const QZInt64 selector :
          {QZDatabaseInfo::LD_TREE_A, QZDatabaseInfo::LD_TREE_R, QZDatabaseInfo::LD_TREE_S})
     {
-        const QZInt64 list = read->ReadLD(SideThis, ld, selector);
+        const QZInt64 list = m_read->ReadLD(kSideThis, ld, selector);
         if (list == 0) continue;
         QZDbWalk walk;
         QZInt64 room = records;
-        QZInt64 record = read->ReadHD(SideThis, list, QZDatabaseInfo::HD_FIRSTDATA);
+        QZInt64 record = m_read->ReadHD(kSideThis, list, QZDatabaseInfo::HD_FIRSTDATA);
         while (record != 0 && record <= length && room-- > 0 && walk.Enter(record))
         {
-            const QZInt64 following = read->Next(record);
-            RemovePD(read->ReadAD(SideThis, record, QZDatabaseInfo::AD_FREE));
+            const QZInt64 following = m_read->Next(record);
+            RemovePD(m_read->ReadAD(kSideThis, record, QZDatabaseInfo::AD_FREE));
             record = following;
         }
     }
@@ -165,77 +141,62 @@ void LINK::RemoveLD(QZInt64 ld)
 
 QZInt64 LINK::MoveToHD(QZInt64 record, QZInt64 hd)
 {
-    READ* read = m_objects->Read();
-    DATA* data = m_objects->Data();
-    ADDRESS* address = m_objects->Address();
-    const QZInt64 a = address->Length();
+    const QZInt64 a = m_address->Length();
     Unlink(record);
-    QZInt64 left = read->ReadHD(SideThis, hd, QZDatabaseInfo::HD_LASTDATA);
+    QZInt64 left = m_read->ReadHD(kSideThis, hd, QZDatabaseInfo::HD_LASTDATA);
     if (left == 0)
     {
-        data->PutField(hd, QZDatabaseInfo::HD_FIRSTDATA, record);
+        m_data->PutField(hd, QZDatabaseInfo::HD_FIRSTDATA, record);
         left = hd;
     }
     Join(left, record);
-    data->PutField(record, QZDatabaseInfo::DATA_NEXT, 0);
-    const QZInt64 end = read->ReadData(SideThis, record, QZDatabaseInfo::DATA_END);
-    data->PutField(hd, QZDatabaseInfo::HD_END, QZDbAt(end, 2 * a));
-    // Both write DATA_HDA of the record, the first by the new closing frame of the HD. The log holds two
-    // changes.
-    data->PutField(hd, QZDatabaseInfo::HD_THIS, hd);
-    address->Put(QZDbAt(end, a), hd);
+    m_data->PutField(record, QZDatabaseInfo::DATA_NEXT, 0);
+    const QZInt64 end = m_read->ReadData(kSideThis, record, QZDatabaseInfo::DATA_END);
+    m_data->PutField(hd, QZDatabaseInfo::HD_END, layout::HdEndFromData(end, a));
+    // Both write DATA_HDA of the record, the first through the new closing mark of the HD. So the log gets
+    // two records.
+    m_data->PutField(hd, QZDatabaseInfo::HD_THIS, hd);
+    m_address->Put(layout::DataHeadFromEnd(end, a), hd);
     return record;
 }
 
 void LINK::MoveDown(QZInt64 record, QZInt64 steps)
 {
-    READ* read = m_objects->Read();
-    QZInt64 behind = read->Next(record);
+    QZInt64 behind = m_read->Next(record);
     if (behind == 0 || steps <= 0) return;
     QZDbWalk walk;
     QZInt64 before = record;
-    for (bool round = false; steps > 0 && behind != 0; --steps)
+    for (; steps > 0 && behind != 0; --steps)
     {
-        if (!round && !walk.Enter(behind))
-        {
-            round = true;
-            steps %= walk.Round();
-            if (steps == 0) break;
-        }
+        if (!walk.EnterCounted(behind, &steps)) break;
         before = behind;
-        behind = read->Next(behind);
+        behind = m_read->Next(behind);
     }
-    const QZInt64 left = behind != 0 ? read->ReadData(SideThis, behind, QZDatabaseInfo::DATA_PREV)
-                                     : read->ReadData(SideThis, before, QZDatabaseInfo::DATA_END);
+    const QZInt64 left = behind != 0 ? m_read->ReadData(kSideThis, behind, QZDatabaseInfo::DATA_PREV)
+                                     : m_read->ReadData(kSideThis, before, QZDatabaseInfo::DATA_END);
     Unlink(record);
     Join(left, record);
-    Join(read->ReadData(SideThis, record, QZDatabaseInfo::DATA_END), behind);
+    Join(m_read->ReadData(kSideThis, record, QZDatabaseInfo::DATA_END), behind);
 }
 
 void LINK::MoveUp(QZInt64 record, QZInt64 steps)
 {
-    READ* read = m_objects->Read();
-    const QZInt64 previous = read->ReadData(SideThis, record, QZDatabaseInfo::DATA_PREV);
-    if (read->Mark(previous) != QZDatabaseInfo::MARK_DATA || steps <= 0) return;
+    const QZInt64 previous = m_read->ReadData(kSideThis, record, QZDatabaseInfo::DATA_PREV);
+    if (m_read->Mark(previous) != layout::kMarkData || steps <= 0) return;
     QZDbWalk walk;
-    QZInt64 target = read->ReadData(SideEnd, previous, QZDatabaseInfo::DATA_THIS);
-    for (bool round = false; steps > 0 && read->Mark(target) != QZDatabaseInfo::MARK_HD; --steps)
+    QZInt64 target = m_read->ReadData(kSideEnd, previous, QZDatabaseInfo::DATA_THIS);
+    for (; steps > 0 && m_read->Mark(target) != layout::kMarkHd; --steps)
     {
-        if (!round && !walk.Enter(target))
-        {
-            round = true;
-            steps %= walk.Round();
-            if (steps == 0) break;
-        }
-        target = read->ReadData(SideThis, target, QZDatabaseInfo::DATA_PREV);
-        if (read->Mark(target) == QZDatabaseInfo::MARK_DATA)
-            target = read->ReadData(SideEnd, target, QZDatabaseInfo::DATA_THIS);
+        if (!walk.EnterCounted(target, &steps)) break;
+        target = m_read->ReadData(kSideThis, target, QZDatabaseInfo::DATA_PREV);
+        if (m_read->Mark(target) == layout::kMarkData)
+            target = m_read->ReadData(kSideEnd, target, QZDatabaseInfo::DATA_THIS);
     }
-    const bool isRecord = read->Mark(target) == QZDatabaseInfo::MARK_DATA;
-    const QZInt64 left = isRecord ? read->ReadData(SideThis, target, QZDatabaseInfo::DATA_END) : target;
+    const bool isRecord = m_read->Mark(target) == layout::kMarkData;
+    const QZInt64 left = isRecord ? m_read->ReadData(kSideThis, target, QZDatabaseInfo::DATA_END) : target;
     const QZInt64 right =
-        isRecord ? read->Next(target) : read->ReadHD(SideThis, target, QZDatabaseInfo::HD_FIRSTDATA);
+        isRecord ? m_read->Next(target) : m_read->ReadHD(kSideThis, target, QZDatabaseInfo::HD_FIRSTDATA);
     Unlink(record);
     Join(left, record);
-    Join(read->ReadData(SideThis, record, QZDatabaseInfo::DATA_END), right);
+    Join(m_read->ReadData(kSideThis, record, QZDatabaseInfo::DATA_END), right);
 }

@@ -31,7 +31,7 @@ QZInt64 QZNode::GetPrev(QZChannel* channel, QZInt64 address)
 QZInt64 QZNode::GetNext() { return GetNext(m_channel, m_address); }
 QZInt64 QZNode::GetNext(QZChannel* channel, QZInt64 address)
 {
-    // The selector of a PD: on other records this raises while argument tests are on.
+    // This is the selector of a PD, so while argument tests are on it throws for other records.
     return channel->G_A(address, QZDatabaseInfo::PD_NEXT);
 }
 
@@ -56,7 +56,7 @@ QZInt64 QZNode::GetNodeType(QZChannel* channel, QZInt64 address)
 QZInt64 QZNode::MoveUp(QZInt64 steps) { return MoveUp(m_channel, m_address, steps); }
 QZInt64 QZNode::MoveUp(QZChannel* channel, QZInt64 address, QZInt64 steps)
 {
-    // Up and down are one operation; callers give the direction by the sign.
+    // Up and down are the same operation; the sign of `steps` is the direction.
     return channel->MV(address, steps);
 }
 
@@ -69,7 +69,7 @@ QZInt64 QZNode::MoveDown(QZChannel* channel, QZInt64 address, QZInt64 steps)
 QZInt64 QZNode::MoveFirst() { return MoveFirst(m_channel, m_address); }
 QZInt64 QZNode::MoveFirst(QZChannel* channel, QZInt64 address)
 {
-    // Moves to the end, like MoveLast; callers rely on it.
+    // Moves to the end, like MoveLast, as documented.
     return MoveLast(channel, address);
 }
 

@@ -1,5 +1,5 @@
-#ifndef QZLIB_DB_DB_NODE_H
-#define QZLIB_DB_DB_NODE_H
+#ifndef QZLIB_DB_NODE_H
+#define QZLIB_DB_NODE_H
 
 #include "fw/fw_object.h"
 
@@ -12,8 +12,8 @@ class QZData;
 /// They hold no copy of the file, own neither the channel nor the record, and making or deleting one changes
 /// nothing in the file. The constructor tests neither argument. Nearly every operation exists twice: on the
 /// object's own channel and address, and as a static form that takes both first; the two behave alike. Where
-/// nothing else is told, an operation answers what the channel answers and raises what the channel's G_A
-/// raises. Objects may be used from any thread; two threads that share one object's record get the channel's
+/// nothing else is said, an operation returns what the channel returns and throws what the channel's G_A
+/// throws. Objects may be used from any thread; two threads that share one object's record get the channel's
 /// serialisation and nothing more.
 
 /// Any data record.
@@ -57,7 +57,7 @@ public:
     QZInt64 MoveDown(QZInt64 steps);
     static QZInt64 MoveDown(QZChannel* channel, QZInt64 address, QZInt64 steps);
 
-    /// Both move the record to the end of its list; callers rely on MoveFirst doing so too.
+    /// Both move the record to the end of its list. MoveFirst does so too.
     QZInt64 MoveFirst();
     static QZInt64 MoveFirst(QZChannel* channel, QZInt64 address);
     QZInt64 MoveLast();
@@ -130,7 +130,7 @@ public:
     QZNodeLD(QZChannel* channel, QZInt64 address);
     QZInt64 GetType() override;
 
-    /// A new LD at the end of TREEL; answers its address.
+    /// A new LD at the end of TREEL; returns its address.
     static QZInt64 Create(QZChannel* channel);
 
     QZInt64 GetPrev();
@@ -157,7 +157,7 @@ public:
                            QZInt64 length);
 
     /// A field's content: as new data (given back with Recycle), in the caller's data, or in the caller's
-    /// memory, which has room for GetSize bytes. The last two answer what the channel's G_C answers.
+    /// memory, which has room for GetSize bytes. The last two return what the channel's G_C returns.
     QZData* GetData(QZInt64 field);
     static QZData* GetData(QZChannel* channel, QZInt64 address, QZInt64 field);
     QZInt64 GetData(QZInt64 field, QZData* data);
@@ -179,7 +179,7 @@ public:
     QZBool Check();
     static QZBool Check(QZChannel* channel, QZInt64 address);
 
-    /// Overwrites a field's content with zeros; EraseAll answers the sum over all fields.
+    /// Overwrites a field's content with zeros; EraseAll returns the sum over all fields.
     QZInt64 Erase(QZInt64 field);
     static QZInt64 Erase(QZChannel* channel, QZInt64 address, QZInt64 field);
     QZInt64 EraseAll();
@@ -209,7 +209,7 @@ public:
     QZNodePD(QZChannel* channel, QZInt64 address);
     QZInt64 GetType() override;
 
-    /// A new PD at the end of the list of `hd`; answers its address. The content is never stored: the engine
+    /// A new PD at the end of the list of `hd`; returns its address. The content is never stored: the engine
     /// refuses the field number and keeps BAD_PARAMETER as its last error.
     static QZInt64 Create(QZChannel* channel, QZInt64 hd, QZInt64 ld);
     static QZInt64 Create(QZChannel* channel, QZInt64 hd, QZInt64 ld, const void* pointer, QZInt64 length);
@@ -222,7 +222,8 @@ public:
     static QZInt64 SetHD(QZChannel* channel, QZInt64 address, QZInt64 hd);
 
     /// Turns every PD that the present LD's list of tree S names to another LD and notes it there. The object
-    /// then stands for the last PD turned. 0; -1 when there is no present LD or `ld` is none.
+    /// then has the address of the last PD that was changed. 0; -1 when there is no present LD or `ld` is
+    /// none.
     QZInt64 SetLD(QZInt64 ld);
     static QZInt64 SetLD(QZChannel* channel, QZInt64 address, QZInt64 ld);
 
@@ -250,8 +251,7 @@ public:
     QZBool RemoveLD();
     static QZBool RemoveLD(QZChannel* channel, QZInt64 address);
 
-    /// Removes the children. The child address then reads TABLE_HD, not 0, and callers test for that. Answers
-    /// 0.
+    /// Removes the children. The child address then reads TABLE_HD, not 0. Returns 0.
     QZInt64 RemoveHD();
     static QZInt64 RemoveHD(QZChannel* channel, QZInt64 address);
     QZBool RemoveAll();
@@ -262,7 +262,7 @@ public:
     QZBool Check();
     static QZBool Check(QZChannel* channel, QZInt64 address);
 
-    /// Ends the list before this PD. With argument tests on it raises after the list's end was set.
+    /// Ends the list before this PD. With argument tests on it throws after the list's end was set.
     QZInt64 CutOff();
     static QZInt64 CutOff(QZChannel* channel, QZInt64 address);
 
@@ -291,7 +291,7 @@ public:
     QZChannel* GetChannel() const { return m_channel; }
     QZInt64 GetAddress() const { return m_address; }
 
-    /// A new HD under a PD; answers its address.
+    /// A new HD under a PD; returns its address.
     static QZInt64 Create(QZChannel* channel, QZInt64 pd);
 
     /// First and last record of the list, 0 when it is empty; the owner of the HD.
@@ -306,7 +306,7 @@ public:
     QZInt64 Get(QZInt64 n);
     static QZInt64 Get(QZChannel* channel, QZInt64 address, QZInt64 n);
 
-    /// Records of the list. With `all`, of everything below it: raises 1024 unless the list is empty.
+    /// Records of the list. With `all`, of everything below it: throws 1024 unless the list is empty.
     QZInt64 Count(QZBool all);
     static QZInt64 Count(QZChannel* channel, QZInt64 address, QZBool all);
 
@@ -314,7 +314,7 @@ public:
     void ClearAll();
     static void ClearAll(QZChannel* channel, QZInt64 address);
 
-    /// Refused by the engine for every record: nothing changes, and callers rely on it.
+    /// Refused by the engine for every record: nothing changes.
     void Clear();
     static void Clear(QZChannel* channel, QZInt64 address);
 
@@ -327,7 +327,7 @@ public:
     QZBool Check();
     static QZBool Check(QZChannel* channel, QZInt64 address);
 
-    /// The records as a new collection, given back with Recycle. With `all` it raises 1024 unless the list is
+    /// The records as a new collection, given back with Recycle. With `all` it throws 1024 unless the list is
     /// empty.
     QZCollection* GetAddrCollection(QZBool all);
     static QZCollection* GetAddrCollection(QZChannel* channel, QZInt64 address, QZBool all);

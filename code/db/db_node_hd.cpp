@@ -12,7 +12,7 @@ const QZInt64 QZNodeHD::Type;
 
 namespace
 {
-/// D_DATA with a code on each record of the list. `next` is the selector to walk by.
+/// Calls D_DATA with a code for each record of the list. `next` is the selector of the next record.
 void DeleteEach(QZChannel* channel, QZInt64 hd, QZInt64 code, QZInt64 next)
 {
     QZDbWalk walk;
@@ -77,7 +77,7 @@ void QZNodeHD::ClearAll(QZChannel* channel, QZInt64 address)
 void QZNodeHD::Clear() { Clear(m_channel, m_address); }
 void QZNodeHD::Clear(QZChannel* channel, QZInt64 address)
 {
-    // A kind, not a deletion code: the engine refuses every one, and the list stays.
+    // This is a kind and no deletion code. The engine refuses each record, and the list is not changed.
     if (address != 0) DeleteEach(channel, address, QZDatabaseInfo::DATA_UNKNOWN, QZDatabaseInfo::DATA_NEXT);
 }
 

@@ -3,7 +3,7 @@
 #include "db/db_node.h"
 #include "db/db_channel.h"
 #include "db/db_format.h"
-#include "db/internal/db_binary.h"
+#include "db/internal/db_layout.h"
 #include "db/internal/db_node_content.h"
 #include "fw/fw_data.h"
 
@@ -46,7 +46,7 @@ QZInt64 QZNodeLD::FieldCount(QZChannel* channel, QZInt64 address)
 QZBool QZNodeLD::FieldDelete(QZInt64 field) { return FieldDelete(m_channel, m_address, field); }
 QZBool QZNodeLD::FieldDelete(QZChannel* channel, QZInt64 address, QZInt64 field)
 {
-    // A kind where a deletion code is due: the engine refuses it, and the field stays.
+    // This is a kind and no deletion code. The engine refuses it, and the field is not removed.
     return channel->D_DATA(FieldRecord(channel, address, field), QZDatabaseInfo::DATA_UNKNOWN);
 }
 
@@ -56,8 +56,8 @@ QZInt64 QZNodeLD::FieldMove(QZInt64 field, QZInt64 steps)
 }
 QZInt64 QZNodeLD::FieldMove(QZChannel* channel, QZInt64 address, QZInt64 field, QZInt64 steps)
 {
-    // Always towards the end, whatever the sign; callers give either.
-    return channel->MV(FieldRecord(channel, address, field), steps < 0 ? QZDbAt(~steps, 1) : steps);
+    // Always towards the end, for both signs of `steps`, as documented.
+    return channel->MV(FieldRecord(channel, address, field), steps < 0 ? layout::At(~steps, 1) : steps);
 }
 
 QZInt64 QZNodeLD::PutData(QZInt64 field, QZData* data) { return PutData(m_channel, m_address, field, data); }
@@ -106,7 +106,7 @@ QZInt64 QZNodeLD::GetSize(QZChannel* channel, QZInt64 address, QZInt64 field)
 QZBool QZNodeLD::Remove() { return Remove(m_channel, m_address); }
 QZBool QZNodeLD::Remove(QZChannel* channel, QZInt64 address)
 {
-    // As in FieldDelete: a kind, not a deletion code. Nothing is removed.
+    // As in FieldDelete: a kind and no deletion code. Nothing is removed.
     return channel->D_DATA(address, QZDatabaseInfo::DATA_LD);
 }
 

@@ -13,7 +13,7 @@ namespace
 {
 const QZInt64 This = QZDatabaseInfo::ADDRESS_MARK_THIS;
 
-/// Takes the 4 bytes of the type into the data's front and gives them back at the end of the scope.
+/// Extends the data by 4 bytes of head room for the type and gives them back at the end of the scope.
 class MarkHead
 {
 public:
@@ -44,8 +44,8 @@ QZInt64 QZNodePD::Create(QZChannel* channel, QZInt64 hd, QZInt64 ld, const void*
 {
     const QZInt64 pd = channel->P_D(hd, QZDatabaseInfo::DATA_PD);
     channel->P_A(pd, QZDatabaseInfo::PD_LD_A, ld);
-    // A field number where a selector is due: the engine refuses the content and keeps BAD_PARAMETER as last
-    // error. The PD is made all the same, with empty content, and callers write it with PutMark.
+    // The engine expects a selector and gets a field number, so it refuses the content and records
+    // BAD_PARAMETER. The PD is made with empty content, as documented; PutMark writes the content.
     channel->P_C(pd, QZDatabaseInfo::PD_LN1, pointer, length);
     return pd;
 }
@@ -79,13 +79,13 @@ QZInt64 QZNodePD::TurnToLD(QZChannel* channel, QZInt64* address, QZInt64 ld)
     const QZInt64 old = channel->G_A(*address, QZDatabaseInfo::PD_LD_A);
     if (old == 0 || channel->G_T(This, ld) != QZDatabaseInfo::DATA_LD) return -1;
 
-    // The list as it is now: with the same LD again, what is appended below is not walked.
+    // The list is copied first: with the same LD again, the ADs appended below are not walked.
     const QZInt64 users = channel->G_A(old, QZDatabaseInfo::LD_TREE_S);
     const std::unique_ptr<QZCollection> references(QZNodeHD::GetAddrCollection(channel, users, 0));
     for (QZInt64 i = 0; i < references->Count(); ++i)
     {
         const QZInt64 reference = static_cast<QZInt64>(references->GetElement(i));
-        // From here on the object stands for the PD that the reference names; it ends as the last of them.
+        // The object takes the address of each PD in turn and keeps that of the last one.
         *address = channel->G_A(reference, QZDatabaseInfo::AD_FREE);
         channel->P_A(*address, QZDatabaseInfo::PD_HD_A, 0);
         channel->P_A(*address, QZDatabaseInfo::PD_LD_A, ld);
@@ -93,7 +93,7 @@ QZInt64 QZNodePD::TurnToLD(QZChannel* channel, QZInt64* address, QZInt64 ld)
             channel->P_D(channel->G_A(ld, QZDatabaseInfo::LD_TREE_S), QZDatabaseInfo::DATA_AD);
         channel->P_A(added, QZDatabaseInfo::AD_FREE, *address);
     }
-    // Refused by the engine: the old LD stays in its list.
+    // The engine refuses this code: the old LD stays in its list.
     channel->D_DATA(old, QZDatabaseInfo::DATA_UNKNOWN);
     return 0;
 }
@@ -163,7 +163,7 @@ QZInt64 QZNodePD::RemoveHD(QZChannel* channel, QZInt64 address)
 {
     const QZInt64 child = GetHD(channel, address);
     if (child != 0) QZNodeHD::ClearAll(channel, child);
-    // The type code, not 0: the PD shows it as its child address from now on.
+    // The type code, not 0, becomes the child address of the PD, as documented.
     channel->P_A(address, QZDatabaseInfo::PD_HD_A, QZDatabaseInfo::TABLE_HD);
     return 0;
 }
@@ -193,8 +193,8 @@ QZInt64 QZNodePD::CutOff(QZChannel* channel, QZInt64 address)
     const QZInt64 hd = GetHDA(channel, address);
     const QZInt64 previous = channel->G_A(address, QZDatabaseInfo::PD_PREV);
     channel->P_A(hd, QZDatabaseInfo::HD_END, previous + 2 * channel->GetAddrLength());
-    // The END of the previous record is read as if it were its beginning. With argument tests on that raises,
-    // and callers catch it with the list's end already set.
+    // The END of the previous record is used as if it were its THIS. With argument tests on this throws,
+    // after the end of the list was set.
     const QZInt64 record = channel->G_A(previous, QZDatabaseInfo::PD_THIS);
     return channel->P_A(record, QZDatabaseInfo::DATA_NEXT, 0);
 }

@@ -1,25 +1,45 @@
 #include "db/internal/db_objects.h"
 
-#include "db/internal/db_a_go.h"
-#include "db/internal/db_chars.h"
-#include "db/internal/db_data.h"
-#include "db/internal/db_link.h"
-#include "db/internal/db_read.h"
-#include "db/internal/db_repair.h"
+#include "db/internal/db_console.h"
 #include "db/internal/db_rollback.h"
+
+// The constructors of these two take the container, which alone knows where their components are.
+
+REPAIR::REPAIR(OBJECTS* objects)
+    : m_file(objects->Console()),
+      m_binary(objects->Binary()),
+      m_address(objects->Address()),
+      m_read(objects->Read())
+{}
+
+ROLLBACK::ROLLBACK(OBJECTS* objects)
+    : m_addressLength(0),
+      m_file(objects->Console()),
+      m_address(objects->Address()),
+      m_read(objects->Read()),
+      m_data(objects->Data()),
+      m_link(objects->Link()),
+      m_root(0),
+      m_writePosition(0),
+      m_base(0),
+      m_marks(0)
+{}
 
 OBJECTS::OBJECTS()
     : m_console(new CONSOLE(this)),
-      m_binary(new BINARY(this)),
-      m_address(new ADDRESS(this)),
-      m_read(new READ(this)),
-      m_chars(new CHARS(this)),
-      m_data(new DATA(this)),
+      m_binary(new BINARY(m_console)),
+      m_address(new ADDRESS(m_console, m_binary)),
+      m_read(new READ(m_console, m_binary, m_address)),
+      m_chars(new CHARS(m_console, m_binary, m_address)),
+      m_data(new DATA(m_binary, m_address, m_read, m_chars)),
       m_repair(new REPAIR(this)),
-      m_link(new LINK(this)),
-      m_aGo(new A_GO(this)),
+      m_link(new LINK(m_console, m_address, m_read, m_data, m_repair)),
+      m_aGo(new A_GO),
       m_rollback(new ROLLBACK(this))
-{}
+{
+    m_address->SetLog(m_rollback);
+    m_console->Connect(m_binary, m_address, m_data, m_repair, m_rollback);
+}
 
 OBJECTS::~OBJECTS()
 {

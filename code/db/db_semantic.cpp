@@ -9,53 +9,7 @@
 
 const QZInt64 QZSNode::Type;
 
-const QZInt64 LDTYPE::LDTYPEVALUE;
-const QZInt64 LDTYPE::TLDTYPE;
-const QZInt64 LDTYPE::BLDTYPE;
-const QZInt64 LDTYPE::FLDTYPE;
-const QZInt64 LDTYPE::WLDTYPE;
-const QZInt64 TLDTYPE::LDFORMAT;
-const QZInt64 TLDTYPE::DATAFORMAT;
-const QZInt64 TLDTYPE::DATALEN;
-const QZInt64 TLDTYPE::TEXT;
-const QZInt64 TLDTYPE::NAME;
-const QZInt64 TLDTYPE::STATE;
-const QZInt64 TLDTYPE::CREATEDATE;
-const QZInt64 TLDTYPE::CHANGEDATE;
-const QZInt64 FLDTYPE::LDFORMAT;
-const QZInt64 FLDTYPE::DATAFORMAT;
-const QZInt64 FLDTYPE::DATALEN;
-const QZInt64 FLDTYPE::TEXT;
-const QZInt64 FLDTYPE::NAME;
-const QZInt64 FLDTYPE::STATE;
-const QZInt64 FLDTYPE::CREATEDATE;
-const QZInt64 FLDTYPE::CHANGEDATE;
-const QZInt64 BLDTYPE::LDFORMAT;
-const QZInt64 BLDTYPE::DATAFORMAT;
-const QZInt64 BLDTYPE::DATALEN;
-const QZInt64 BLDTYPE::BMPDATA;
-const QZInt64 BLDTYPE::BMPDATALEN;
-const QZInt64 BLDTYPE::TBMPDATA;
-const QZInt64 BLDTYPE::TBMPDATALEN;
-const QZInt64 BLDTYPE::NAME;
-const QZInt64 BLDTYPE::TEXT;
-const QZInt64 BLDTYPE::STATE;
-const QZInt64 BLDTYPE::INFO;
-const QZInt64 BLDTYPE::CREATEDATE;
-const QZInt64 BLDTYPE::CHANGEDATE;
-const QZInt64 WLDTYPE::LDFORMAT;
-const QZInt64 WLDTYPE::DATAFORMAT;
-const QZInt64 WLDTYPE::DATALEN;
-const QZInt64 WLDTYPE::WAVWDATA;
-const QZInt64 WLDTYPE::NAME;
-const QZInt64 WLDTYPE::TEXT;
-const QZInt64 WLDTYPE::STATE;
-const QZInt64 WLDTYPE::CREATEDATE;
-const QZInt64 WLDTYPE::CHANGEDATE;
-const QZInt64 BLDSTATE::DEFAULT;
-const QZInt64 BLDSTATE::EMPTY;
-
-/// What the node object holds beside its own address.
+/// What the node object holds besides its address.
 struct QZSNode::Parts
 {
     Parts(QZChannel* channel, QZInt64 address, QZUInt64 owner)
@@ -108,7 +62,7 @@ void QZSNode::PutName(QZString* name)
 }
 QZString* QZSNode::GetName() { return m_parts->m_name.get(); }
 
-// Dates of change are kept by nobody; callers find the field empty and rely on the writers not touching it.
+// No operation keeps the date of change: the field stays empty, as documented.
 void QZSNode::UpdateChangedDate() {}
 void QZSNode::Changed() {}
 
@@ -133,7 +87,7 @@ void QZSNode::GetNameByLD(QZChannel* channel, QZInt64 ld, QZString* name)
     QZDbFields(channel, ld).GetName(name);
 }
 
-// ---- Making
+// ---- Creating
 
 QZInt64 QZSNode::Create(QZChannel* channel, QZData* format, QZInt64 hd)
 {

@@ -1,10 +1,11 @@
-#ifndef QZLIB_DB_DB_SEMANTIC_H
-#define QZLIB_DB_DB_SEMANTIC_H
+#ifndef QZLIB_DB_SEMANTIC_H
+#define QZLIB_DB_SEMANTIC_H
 
 #include <concepts>
 #include <memory>
 
 #include "db/db_node.h"
+#include "db/db_semantic_type.h"
 
 class QZDateTime;
 class QZString;
@@ -12,95 +13,14 @@ class QZString;
 /// Semantic nodes: PDs whose LD follows a fixed plan per kind, with a name, a text, a state and dates.
 ///
 /// Field 2 of the LD is the format field, an array of 32-bit values: element 1 is the kind, element 2 the
-/// number of fields in use behind it, element i from 3 on the type (of QZDataType) of field i. docs/tables.md
-/// lists the fields of each kind. Where nothing else is told, a failure is a QZDatabaseException, and an
-/// array element that is not there raises QZException 1024.
-
-/// The kind codes.
-class QZ_API LDTYPE
-{
-public:
-    static const QZInt64 LDTYPEVALUE = 0x1000000;
-    static const QZInt64 TLDTYPE = 0x1000100;
-    static const QZInt64 BLDTYPE = 0x1000200;
-    static const QZInt64 FLDTYPE = 0x1000300;
-    static const QZInt64 WLDTYPE = 0x1000400;
-};
-
-/// The fields of a text list.
-class QZ_API TLDTYPE
-{
-public:
-    static const QZInt64 LDFORMAT = 1;
-    static const QZInt64 DATAFORMAT = 2;
-    static const QZInt64 DATALEN = 2;
-    static const QZInt64 TEXT = 3;
-    static const QZInt64 NAME = 4;
-    static const QZInt64 STATE = 5;
-    static const QZInt64 CREATEDATE = 6;
-    static const QZInt64 CHANGEDATE = 7;
-};
-
-/// The fields of a data list.
-class QZ_API FLDTYPE
-{
-public:
-    static const QZInt64 LDFORMAT = 1;
-    static const QZInt64 DATAFORMAT = 2;
-    static const QZInt64 DATALEN = 2;
-    static const QZInt64 TEXT = 3;
-    static const QZInt64 NAME = 4;
-    static const QZInt64 STATE = 5;
-    static const QZInt64 CREATEDATE = 6;
-    static const QZInt64 CHANGEDATE = 7;
-};
-
-/// The fields of a bitmap.
-class QZ_API BLDTYPE
-{
-public:
-    static const QZInt64 LDFORMAT = 1;
-    static const QZInt64 DATAFORMAT = 2;
-    static const QZInt64 DATALEN = 2;
-    static const QZInt64 BMPDATA = 3;
-    static const QZInt64 BMPDATALEN = 4;
-    static const QZInt64 TBMPDATA = 5;
-    static const QZInt64 TBMPDATALEN = 6;
-    static const QZInt64 NAME = 7;
-    static const QZInt64 TEXT = 8;
-    static const QZInt64 STATE = 9;
-    static const QZInt64 INFO = 10;
-    static const QZInt64 CREATEDATE = 11;
-    static const QZInt64 CHANGEDATE = 12;
-};
-
-/// The fields of a wave.
-class QZ_API WLDTYPE
-{
-public:
-    static const QZInt64 LDFORMAT = 1;
-    static const QZInt64 DATAFORMAT = 2;
-    static const QZInt64 DATALEN = 2;
-    static const QZInt64 WAVWDATA = 3;
-    static const QZInt64 NAME = 4;
-    static const QZInt64 TEXT = 5;
-    static const QZInt64 STATE = 6;
-    static const QZInt64 CREATEDATE = 7;
-    static const QZInt64 CHANGEDATE = 8;
-};
-
-/// Values of a bitmap's state.
-class QZ_API BLDSTATE
-{
-public:
-    static const QZInt64 DEFAULT = 0;
-    static const QZInt64 EMPTY = 1;
-};
+/// number of fields in use after it, element i from 3 on the type (of QZDataType) of field i. docs/tables.md
+/// lists the fields of each kind. Where nothing else is said, a failure is a QZDatabaseException, and an
+/// array element that is not there throws QZException 1024.
 
 /// A semantic node of any kind, addressed by its PD.
 ///
 /// The object owns its name and text, which it reads when it is made; they are locked with its object id and
-/// live as long as it. A copy made by value shares them. What other operations answer as a QZString* or
+/// live as long as it. A copy made by value shares them. What other operations return as a QZString* or
 /// QZData* is new and goes back with Recycle, a QZDateTime* with QZConvert::Recycle. Every operation on
 /// fields also exists as a static form with channel and PD address first. Threads: as for QZNode.
 class QZ_API QZSNode : public QZNodePD
@@ -125,7 +45,7 @@ public:
     /// Does nothing: no node keeps its date of change.
     virtual void UpdateChangedDate();
 
-    /// Does nothing either; callers find the date of change empty.
+    /// Does nothing either: the date of change stays empty.
     void Changed();
 
     static void PutText(QZChannel* channel, QZInt64 pd, QZString* text);
@@ -136,7 +56,7 @@ public:
     static void GetName(QZChannel* channel, QZInt64 pd, QZString* name);
     static void GetNameByLD(QZChannel* channel, QZInt64 ld, QZString* name);
 
-    /// A new node of a kind of LDTYPE at the end of a list; answers the PD.
+    /// A new node of a kind of LDTYPE at the end of a list; returns the PD.
     /// @throws QZDatabaseException UnknownNodeType; for a wave see QZNodeWLD::Create
     static QZInt64 Create(QZChannel* channel, QZInt64 kind, QZInt64 hd);
     // A literal 0 is a kind here, never a null format.
@@ -222,24 +142,24 @@ private:
     std::shared_ptr<Parts> m_parts;
 };
 
-/// A text list: strings behind the fixed fields. Item i, from 1, stands in field i + 7.
+/// A text list: strings after the fixed fields. Item i, from 1, is in field i + 7.
 class QZ_API QZNodeTLD : public QZSNode
 {
 public:
     static const QZInt64 Type = 0x1000100;
-    /// Fixed fields behind the format field.
+    /// Fixed fields after the format field.
     static const QZInt64 TLDLEN = 5;
 
     QZNodeTLD(QZChannel* channel, QZInt64 address);
     QZInt64 GetType() override;
 
-    /// A new list without items. It has no state until one is made: reading or setting it raises 1024.
+    /// A new list without items. It has no state until one is made: reading or setting it throws 1024.
     static QZInt64 Create(QZChannel* channel, QZInt64 hd);
 
     QZInt64 Count();
     static QZInt64 Count(QZChannel* channel, QZInt64 pd);
 
-    /// Answers the number of the item.
+    /// Returns the number of the item.
     QZInt64 AddString(QZString* text);
     static QZInt64 AddString(QZChannel* channel, QZInt64 pd, QZString* text);
 
@@ -277,12 +197,12 @@ public:
     static void SetState(QZChannel* channel, QZInt64 pd, QZInt32 value, QZInt64 index);
 };
 
-/// A data list: typed items behind the fixed fields. Item i, from 1, stands in field i + 7.
+/// A data list: typed items after the fixed fields. Item i, from 1, is in field i + 7.
 class QZ_API QZNodeFLD : public QZSNode
 {
 public:
     static const QZInt64 Type = 0x1000300;
-    /// Fixed fields behind the format field.
+    /// Fixed fields after the format field.
     static const QZInt64 FLDLEN = 5;
 
     QZNodeFLD(QZChannel* channel, QZInt64 address);
@@ -294,7 +214,7 @@ public:
     QZInt64 DataCount();
     static QZInt64 DataCount(QZChannel* channel, QZInt64 pd);
 
-    /// Adds an item, of 8 zero bytes in the short form. Answers the number of the item plus 5, which callers
+    /// Adds an item, of 8 zero bytes in the short form. Returns the number of the item plus 5, which callers
     /// take into account.
     QZInt64 AddData(QZData* data, QZInt64 type);
     static QZInt64 AddData(QZChannel* channel, QZInt64 pd, QZData* data, QZInt64 type);
@@ -356,7 +276,7 @@ class QZ_API QZNodeBLD : public QZSNode
 {
 public:
     static const QZInt64 Type = 0x1000200;
-    /// Fields behind the format field.
+    /// Fields after the format field.
     static const QZInt64 BLDLEN = 10;
 
     QZNodeBLD(QZChannel* channel, QZInt64 address);
@@ -401,7 +321,7 @@ class QZ_API QZNodeWLD : public QZSNode
 {
 public:
     static const QZInt64 Type = 0x1000400;
-    /// Fields behind the format field.
+    /// Fields after the format field.
     static const QZInt64 WLDLEN = 6;
 
     QZNodeWLD(QZChannel* channel, QZInt64 address);

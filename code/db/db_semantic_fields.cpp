@@ -2,7 +2,7 @@
 
 #include "db/db_channel.h"
 #include "db/db_node.h"
-#include "db/db_semantic.h"
+#include "db/db_semantic_type.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_type.h"
 #include "fw/fw_encoding.h"
@@ -15,13 +15,13 @@
 
 namespace
 {
-const QZInt64 FormatField = 2;
-const QZInt64 KindIndex = 1;
-const QZInt64 LengthIndex = 2;
-/// Items stand behind the fixed fields of the two lists.
-const QZInt64 FirstItem = 7;
+constexpr QZInt64 kFormatField = 2;
+constexpr QZInt64 kKindIndex = 1;
+constexpr QZInt64 kLengthIndex = 2;
+/// The items of the two lists follow their fixed fields.
+constexpr QZInt64 kFirstItem = 7;
 
-/// Hosts may ask for any item: the sum wraps around.
+/// Hosts may pass any item number, so the sum wraps around.
 QZInt64 Past(QZInt64 item, QZInt64 offset)
 {
     return static_cast<QZInt64>(static_cast<QZUInt64>(item) + static_cast<QZUInt64>(offset));
@@ -30,13 +30,13 @@ QZInt64 Past(QZInt64 item, QZInt64 offset)
 /// The length of a list that ends with the item.
 QZInt64 LengthWith(QZInt64 item) { return Past(item, 5); }
 
-/// The exceptions of semantic nodes, with the class that callers know.
+/// The exceptions of semantic nodes. Their traces name the class QZSNode.
 QZTrace<QZDatabaseException> Failure(QZInt64 code, const QZWChar* method)
 {
     return QZTrace(QZExceptionFactory::CreateDatabaseException(code), QZ_W("QZSNode"), method);
 }
 
-/// Fields that a kind keeps its name and its text in; 0 for an unknown kind.
+/// The fields that hold the name and the text of a kind; 0 for an unknown kind.
 QZInt64 NameField(QZInt64 kind)
 {
     switch (kind)
@@ -61,7 +61,7 @@ QZInt64 TextField(QZInt64 kind)
     }
 }
 
-/// The field, or the exception of an unknown kind.
+/// Returns the field, or throws for an unknown kind.
 QZInt64 Known(QZInt64 field, QZInt64 kind, const QZWChar* method)
 {
     if (field != 0) return field;
@@ -79,7 +79,7 @@ void TestEncoding(QZInt64 type, QZInt64 field, const QZWChar* method)
         .Exception();
 }
 
-/// The database's lock, held: what is measured and what is then read is one content.
+/// Holds the database lock, so that a length and the content that is read after it belong together.
 class Bracket
 {
 public:
@@ -92,26 +92,25 @@ private:
     QZChannel* m_channel;
 };
 
-/// An array field on the stack. Every operation on a node looks into its format field, several times; this
-/// spares them a block of the memory manager each time. Arrays that are long or damaged do not fit, and go
-/// the way of a QZData with its tests.
+/// An array field on the stack. Every operation on a node reads its format field several times; this saves an
+/// allocation each time. Long or damaged arrays do not fit; they are read as a QZData, with its tests.
 class SmallArray
 {
 public:
     SmallArray(QZChannel* channel, QZInt64 ld, QZInt64 field) : m_channel(channel), m_ld(ld), m_field(field)
     {
         const QZInt64 size = channel->ReadContent(ld, field, m_bytes, kRoom);
-        // The exception of a QZData of this size; the failure has been recorded once and stays that.
+        // A QZData of this size throws. The failure was recorded once, and that is enough.
         if (size < 0) const QZData refused(size);
         if (size >= 4 && size <= kRoom) m_size = size;
     }
 
-    /// The element is there.
+    /// True when the array has the element.
     bool Has(QZInt64 index) const { return index >= 0 && index < m_size / 4; }
     QZInt32 Get(QZInt64 index) const { return QZLoad<QZInt32>(m_bytes + index * 4); }
 
-    /// Sets an element and writes the array, as PUT_ARRAYINT32 with PutData does. False, and nothing is done,
-    /// for what does not fit.
+    /// Sets an element and writes the array, as PUT_ARRAYINT32 with PutData does. Returns false, and does
+    /// nothing, when the array does not fit.
     bool Put(QZInt64 index, QZInt32 value)
     {
         if (m_size == 0 || index < 0 || index >= kRoom / 4) return false;
@@ -128,7 +127,7 @@ public:
             if (!Has(index)) return false;
             QZStore(m_bytes + index * 4, value);
         }
-        // A refused write leaves the old content; what is held here is then of no use any more.
+        // A refused write leaves the old content in the file, so the copy here is no longer valid.
         if (m_channel->P_C(m_ld, m_field, m_bytes, m_size) <= 0) m_size = 0;
         return true;
     }
@@ -158,7 +157,7 @@ QZDbFields QZDbFields::Of(QZChannel* channel, QZInt64 pd)
 
 // ---- The format field
 
-std::unique_ptr<QZData> QZDbFields::Format() const { return std::unique_ptr<QZData>(GetData(FormatField)); }
+std::unique_ptr<QZData> QZDbFields::Format() const { return std::unique_ptr<QZData>(GetData(kFormatField)); }
 
 QZInt32 QZDbFields::Element(QZInt64 field, QZInt64 index) const
 {
@@ -182,12 +181,12 @@ void QZDbFields::SetElement(QZInt64 field, QZInt64 index, QZInt32 value) const
     PutData(field, array.get());
 }
 
-QZInt64 QZDbFields::Kind() const { return Element(FormatField, KindIndex); }
-QZInt64 QZDbFields::Length() const { return Element(FormatField, LengthIndex); }
+QZInt64 QZDbFields::Kind() const { return Element(kFormatField, kKindIndex); }
+QZInt64 QZDbFields::Length() const { return Element(kFormatField, kLengthIndex); }
 
 void QZDbFields::SetLength(QZInt64 length) const
 {
-    SetElement(FormatField, LengthIndex, static_cast<QZInt32>(length));
+    SetElement(kFormatField, kLengthIndex, static_cast<QZInt32>(length));
 }
 
 void QZDbFields::AtLeast(QZInt64 length) const
@@ -203,7 +202,7 @@ QZInt64 QZDbFields::Type(QZInt64 field) const
             .Argument(QZ_W("QZInt64"), field)
             .Exception();
     }
-    return Element(FormatField, field);
+    return Element(kFormatField, field);
 }
 
 void QZDbFields::SetType(QZInt64 field, QZInt64 type) const
@@ -215,7 +214,7 @@ void QZDbFields::SetType(QZInt64 field, QZInt64 type) const
             .Argument(QZ_W("QZInt64"), type)
             .Exception();
     }
-    SetElement(FormatField, field, static_cast<QZInt32>(type));
+    SetElement(kFormatField, field, static_cast<QZInt32>(type));
 }
 
 // ---- Text
@@ -227,7 +226,7 @@ void QZDbFields::PutString(QZInt64 field, QZString* text, QZInt64 encoding) cons
     QZEncoding::GetData(encoding, text, &bytes);
     PutData(field, &bytes);
     AtLeast(field < 0 ? field : field - 2);
-    // Always this type, in whatever encoding the bytes are; readers decode by it.
+    // Always this type, whatever the encoding of the bytes: readers decode by this type.
     SetType(field, QZDataType::TEXTUTF16LE);
 }
 
@@ -332,8 +331,8 @@ QZInt32 QZDbFields::GetState(QZInt64 field, QZInt64 index) const
     if (type == QZDataType::ARRAYINT32) return Element(field, index);
     if (type == QZDataType::ARRAYDATA)
     {
-        // The wide package, though SetState reads and writes the narrow one: callers that keep packages here
-        // write them themselves and rely on both.
+        // This reads the wide package, although SetState reads and writes the narrow one. Hosts that store
+        // wide packages write them themselves. docs/packages.md describes both.
         const std::unique_ptr<QZData> stored(GetData(field));
         const std::unique_ptr<QZPackage, GiveBack> package(QZPackage::Deserialize(stored.get()));
         const std::unique_ptr<QZData, GiveBack> state(package->GetElement(0));
@@ -369,7 +368,7 @@ QZDateTime* QZDbFields::GetDate(QZInt64 field) const
 
 // ---- Items
 
-QZInt64 QZDbFields::ItemField(QZInt64 item) { return Past(item, FirstItem); }
+QZInt64 QZDbFields::ItemField(QZInt64 item) { return Past(item, kFirstItem); }
 
 QZInt64 QZDbFields::ItemCount() const { return Length() - 5; }
 
@@ -411,7 +410,7 @@ QZInt64 QZDbFields::AddData(QZData* data, QZInt64 type) const
     PutData(length + 2, data);
     SetLength(length);
     SetType(length + 2, type);
-    // The length, not the number of the item; callers take off 5.
+    // This is the length, not the number of the item: 5 more, as documented.
     return length;
 }
 
@@ -434,16 +433,16 @@ void QZDbFields::PutItem(QZInt64 item, QZData* data, QZInt64 type) const
     const QZInt64 field = ItemField(item);
     const QZInt64 length = LengthWith(item);
     if (field < 0) return SetType(field, type);
-    // The same three writes, with the format field read once where it fits: what did not take the type is not
-    // what lies in the file.
+    // The same three writes, but the format field is read only once when it fits. A copy whose write was
+    // refused is not used.
     const Bracket bracket(m_channel);
-    SmallArray format(m_channel, m_ld, FormatField);
+    SmallArray format(m_channel, m_ld, kFormatField);
     const bool held = format.Put(field, static_cast<QZInt32>(type));
     if (!held) SetType(field, type);
     PutData(field, data);
     // Item -5 is the format field itself.
-    if (!held || field == FormatField || !format.Has(LengthIndex)) return AtLeast(length);
-    if (format.Get(LengthIndex) < length) format.Put(LengthIndex, static_cast<QZInt32>(length));
+    if (!held || field == kFormatField || !format.Has(kLengthIndex)) return AtLeast(length);
+    if (format.Get(kLengthIndex) < length) format.Put(kLengthIndex, static_cast<QZInt32>(length));
 }
 
 void QZDbFields::TestItem(QZInt64 item, const QZWChar* className, const QZWChar* method) const
@@ -465,30 +464,31 @@ void QZDbFields::MoveItem(QZInt64 item, QZInt64 steps, const QZWChar* className,
     const QZInt64 direction = steps > 0 ? 1 : -1;
     for (QZInt64 i = 0; i != steps; i += direction)
     {
-        const QZInt64 here = item + FirstItem + i;
+        const QZInt64 here = item + kFirstItem + i;
         const QZInt32 type = format->GetValueInt32(here);
         format->SetValueInt32(here, format->GetValueInt32(here + direction));
         format->SetValueInt32(here + direction, type);
     }
-    PutData(FormatField, format.get());
-    // The field goes towards the end whatever the sign, so a move to the front parts types and fields.
-    QZNodeLD::FieldMove(m_channel, m_ld, item + FirstItem, steps);
+    PutData(kFormatField, format.get());
+    // The field moves towards the end for both signs. So after a move to the front its type is at another
+    // item.
+    QZNodeLD::FieldMove(m_channel, m_ld, item + kFirstItem, steps);
 }
 
 void QZDbFields::DeleteItem(QZInt64 item, const QZWChar* className, const QZWChar* method) const
 {
     TestItem(item, className, method);
     const std::unique_ptr<QZData> format = Format();
-    const QZInt64 length = format->GetValueInt32(LengthIndex) - 1;
+    const QZInt64 length = format->GetValueInt32(kLengthIndex) - 1;
     QZData shorter(length * 4 + 12);
     QZInt64 to = 0;
     for (QZInt64 from = 0; from <= length + 3; ++from)
     {
-        if (from != item + FirstItem) shorter.SetValueInt32(to++, format->GetValueInt32(from));
+        if (from != item + kFirstItem) shorter.SetValueInt32(to++, format->GetValueInt32(from));
     }
     shorter.SetValueInt32(0, shorter.GetValueInt32(0) - 1);
-    PutData(FormatField, &shorter);
-    // Refused by the engine: the data stays, and later items shift against their types.
-    QZNodeLD::FieldDelete(m_channel, m_ld, item + FirstItem);
+    PutData(kFormatField, &shorter);
+    // The engine refuses this: the data stays, and the types of the later items move by one.
+    QZNodeLD::FieldDelete(m_channel, m_ld, item + kFirstItem);
     SetLength(length);
 }

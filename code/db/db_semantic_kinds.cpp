@@ -21,7 +21,7 @@ const QZInt64 QZNodeWLD::WLDLEN;
 
 namespace
 {
-/// A format field: kind, number of fields behind it, and the types of fields 3, 4 and so on.
+/// A format field: the kind, the number of fields after it, and the types of the fields from 3 on.
 class Format : public QZData
 {
 public:
@@ -37,10 +37,10 @@ public:
     }
 };
 
-const QZInt64 Text = QZDataType::TEXTUTF16LE;
-const QZInt64 Array = QZDataType::ARRAYINT32;
+constexpr QZInt64 kText = QZDataType::TEXTUTF16LE;
+constexpr QZInt64 kArray = QZDataType::ARRAYINT32;
 
-/// Adds a frame to what a Create raises.
+/// Adds a trace frame to an exception of a Create.
 template <typename Make>
 QZInt64 Traced(const QZWChar* className, QZChannel* channel, QZInt64 hd, Make make)
 {
@@ -67,9 +67,9 @@ QZInt64 QZNodeTLD::GetType() { return 0x1000100; }
 QZInt64 QZNodeTLD::Create(QZChannel* channel, QZInt64 hd)
 {
     return Traced(QZ_W("QZNodeTLD"), channel, hd, [&] {
-        Format format(LDTYPE::TLDTYPE, {Text, Text, Array, Array, Array});
+        Format format(LDTYPE::TLDTYPE, {kText, kText, kArray, kArray, kArray});
         const QZInt64 pd = QZSNode::Create(channel, &format, hd);
-        // No state: callers that want one make it.
+        // The node gets no state; the host makes one with PutData.
         QZDbFields::Of(channel, pd).PutDateInt32(TLDTYPE::CREATEDATE);
         return pd;
     });
@@ -172,7 +172,7 @@ QZInt64 QZNodeFLD::GetType() { return 0x1000300; }
 QZInt64 QZNodeFLD::Create(QZChannel* channel, QZInt64 hd)
 {
     return Traced(QZ_W("QZNodeFLD"), channel, hd, [&] {
-        Format format(LDTYPE::FLDTYPE, {Text, Text, Array, Array, Array});
+        Format format(LDTYPE::FLDTYPE, {kText, kText, kArray, kArray, kArray});
         const QZInt64 pd = QZSNode::Create(channel, &format, hd);
         const QZDbFields fields = QZDbFields::Of(channel, pd);
         fields.PutDateInt32(FLDTYPE::CREATEDATE);
@@ -262,7 +262,7 @@ QZString* QZNodeFLD::GetString(QZChannel* channel, QZInt64 pd, QZInt64 item)
 
 void QZNodeFLD::PutString(QZInt64 item, QZString* text)
 {
-    // Into the node's field of this number and not into the item's; callers that write items use PutData.
+    // This writes the node's field of this number, not the item's, as documented.
     const std::unique_ptr<QZData> data(ValuesConvert(item, text));
     QZSNode::PutData(item, data.get());
 }
@@ -362,8 +362,8 @@ QZInt64 QZNodeBLD::GetType() { return 0x1000200; }
 QZInt64 QZNodeBLD::Create(QZChannel* channel, QZInt64 hd)
 {
     return Traced(QZ_W("QZNodeBLD"), channel, hd, [&] {
-        Format format(LDTYPE::BLDTYPE, {QZDataType::ANY, Array, QZDataType::ANY, Array, Text, Text, Array,
-                                        QZDataType::INFOLIST, Array, Array});
+        Format format(LDTYPE::BLDTYPE, {QZDataType::ANY, kArray, QZDataType::ANY, kArray, kText, kText,
+                                        kArray, QZDataType::INFOLIST, kArray, kArray});
         const QZInt64 pd = QZSNode::Create(channel, &format, hd);
         const QZDbFields fields = QZDbFields::Of(channel, pd);
         QZData extent(12);
@@ -479,9 +479,10 @@ QZInt64 QZNodeWLD::GetType() { return 0x1000400; }
 QZInt64 QZNodeWLD::Create(QZChannel* channel, QZInt64 hd)
 {
     return Traced(QZ_W("QZNodeWLD"), channel, hd, [&] {
-        Format format(LDTYPE::WLDTYPE, {0, Text, Text, Array, Array, Array});
+        Format format(LDTYPE::WLDTYPE, {0, kText, kText, kArray, kArray, kArray});
         const QZInt64 pd = QZSNode::Create(channel, &format, hd);
-        // The list where the new record is due: callers know that this raises, with the record made.
+        // This passes the list instead of the new record. It throws, after the record was made, as
+        // documented.
         QZSNode node(channel, hd);
         node.PutDateInt32(WLDTYPE::CREATEDATE);
         return pd;

@@ -1,10 +1,10 @@
-/// Opening, making, and the schema of database tables.
+/// Opening and creating database tables, and their schema.
 
 #include "db/db_table.h"
 
 #include "db/db_format.h"
 #include "db/internal/db_node_content.h"
-#include "db/internal/db_table_parts.h"
+#include "db/internal/db_table.h"
 #include "db/internal/db_walk.h"
 #include "fw/fw_convert.h"
 #include "fw/fw_keyed.h"
@@ -24,7 +24,7 @@ QZTrace<QZDatabaseException> Failure(QZInt64 code, const QZWChar* method, QZChan
     return trace;
 }
 
-/// Gives a collection back with what it holds.
+/// Recycles a collection and the objects in it.
 template <typename T>
 void RecycleAll(T** collection)
 {
@@ -59,7 +59,7 @@ QZDbTable::QZDbTable(QZChannel* channel, QZInt64 handle) : m_parts(std::make_sha
 
 QZInt64 QZDbTable::GetType() { return 0x8330002; }
 
-// ---- Opening and making
+// ---- Opening and creating
 
 QZDbTable* QZDbTable::Open(QZChannel* channel, QZInt64 handle)
 {
@@ -198,7 +198,7 @@ QZStringCollection* QZDbTable::GetDatatableNamesFromDir(QZChannel* channel, QZSt
 }
 
 void QZDbTable::Recycle(QZStringCollection** names) { RecycleAll(names); }
-// The tables were opened one by one and stay open; callers close each.
+// Each table was opened by itself and stays open. The host closes each one.
 void QZDbTable::Recycle(QZObjectCollection** tables) { NodeRecycle(tables); }
 void QZDbTable::Recycle(QZCollection** handles) { NodeRecycle(handles); }
 void QZDbTable::Recycle(QZData** data) { NodeRecycle(data); }
@@ -385,7 +385,7 @@ QZData* QZDbTable::ValuesConvert(QZString* name, QZString* text)
 // ---- Table
 
 QZString* QZDbTable::GetName() { return m_parts->name.get(); }
-// The name held from opening stays; callers open anew to see another one.
+// The object keeps the name that it read when it was opened.
 void QZDbTable::SetName(QZString* name) { m_parts->names.PutName(name); }
 QZString* QZDbTable::GetText() { return m_parts->names.GetText(); }
 void QZDbTable::SetText(QZString* text) { m_parts->names.PutText(text); }
@@ -401,12 +401,12 @@ QZInt64 QZDbTable::Move(QZInt64 steps)
                      : QZNode::MoveDown(m_parts->channel, m_parts->handle, steps);
 }
 
-// Nothing is read again here; callers open anew.
+// Nothing is read again. A host that needs new values opens the table again.
 void QZDbTable::Refersh() {}
 
 QZBool QZDbTable::Remove()
 {
-    // The LD alone goes. Callers find the node in its directory with its rows.
+    // Only the LD is removed. The node stays in its directory, with its rows.
     QZNodePD::RemoveLD(m_parts->channel, m_parts->handle);
     return 1;
 }

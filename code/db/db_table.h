@@ -1,5 +1,5 @@
-#ifndef QZLIB_DB_DB_TABLE_H
-#define QZLIB_DB_DB_TABLE_H
+#ifndef QZLIB_DB_TABLE_H
+#define QZLIB_DB_TABLE_H
 
 #include <concepts>
 #include <memory>
@@ -37,7 +37,7 @@ class QZ_API QZDbTable : public QZObject
 public:
     static const QZInt64 Type = 0x8330002;
 
-    /// Where the key field's number lies in the state of TYPES.
+    /// The position of the key field's number in the state of TYPES.
     static const QZInt64 KeyIndexInState = 2;
     /// Reserved.
     static const QZInt64 GET_TARGET_CONDITION_EQUAL = 0x100;
@@ -63,7 +63,7 @@ public:
     /// Deletes the object and clears the variable. A null in the variable is a QZLibAssert(false).
     static void Close(QZDbTable** table);
 
-    /// Makes a table without fields in a directory node; answers its handle.
+    /// Makes a table without fields in a directory node; returns its handle.
     /// @throws QZException "名为的表已经存在" when the directory has a node of that name,
     /// "指定的句柄指向的不是目录" when it takes no children
     static QZInt64 Create(QZChannel* channel, QZInt64 directory, QZString* name);
@@ -99,18 +99,18 @@ public:
 
     QZInt64 FieldCount();
     QZStringCollection* GetFieldsName();
-    /// Raises "错误的参数" for 0.
+    /// Throws "错误的参数" for 0.
     QZString* GetFieldName(QZInt64 field);
     /// Writes a name; one past the last field makes a field without a type. True.
-    /// Raises "字段已经存在" for a name that is there, this field's own included.
+    /// Throws "字段已经存在" for a name that is there, this field's own included.
     QZBool SetFieldName(QZInt64 field, QZString* name);
 
-    /// An addition: makes a field with its type behind the last one and answers its number. It does what
+    /// An addition: makes a field with its type after the last one and returns its number. It does what
     /// SetFieldName and writing an empty item of that type into TYPES do; rows that are there get no item.
-    /// Raises "字段已经存在".
+    /// Throws "字段已经存在".
     QZInt64 FieldAdd(QZString* name, QZInt64 type);
 
-    /// Raises "找不到字段" for an unknown name.
+    /// Throws "找不到字段" for an unknown name.
     QZInt64 GetFieldType(QZInt64 field);
     QZInt64 GetFieldType(QZString* name);
     template <std::integral I>
@@ -120,11 +120,11 @@ public:
     }
 
     /// Moves a field with the values of all rows, see QZNodeTLD::MoveString; takes a field out, see
-    /// QZNodeTLD::DeleteString. True. Raises "字段不存在" for an unknown name.
+    /// QZNodeTLD::DeleteString. True. Throws "字段不存在" for an unknown name.
     QZBool FieldMove(QZString* name, QZInt64 steps);
     QZBool FieldDelete(QZString* name);
 
-    /// Sets the key field; null and empty clear it. True. Raises "字段不存在" for an unknown name.
+    /// Sets the key field; null and empty clear it. True. Throws "字段不存在" for an unknown name.
     QZBool SetKey(QZString* name);
     /// A new string, null without a key.
     QZString* GetKey();
@@ -132,7 +132,7 @@ public:
     QZInt64 GetKeyIndex();
 
     /// Names each row by the text of its key value, or of a field's value. True.
-    /// Raises "未设置m_key" without a key, "字段不存在" for an unknown name.
+    /// Throws "未设置m_key" without a key, "字段不存在" for an unknown name.
     QZBool SetKeyToName();
     QZBool SetValueToName(QZInt64 field);
     QZBool SetValueToName(QZString* name);
@@ -143,7 +143,7 @@ public:
     }
 
     /// The text of a value of the field's type, and the value of a text; see QZConvert.
-    /// Raises "找不到字段!" for an unknown name.
+    /// Throws "找不到字段!" for an unknown name.
     QZString* ValuesConvert(QZInt64 field, QZData* data);
     QZData* ValuesConvert(QZInt64 field, QZString* text);
     QZString* ValuesConvert(QZString* name, QZData* data);
@@ -185,15 +185,15 @@ public:
     QZInt64 DataCount();
     QZCollection* GetHandles();
 
-    /// Adds a row and answers its handle. The form without a value is for tables without a key and names the
+    /// Adds a row and returns its handle. The form without a value is for tables without a key and names the
     /// row "ROW"; the others are for tables with one, take the key's value and leave the row without a name.
     /// Equal key values are not noticed.
-    /// Raises "此表已设置主键，请使用其他重载方法！" and "此表未设置主键，请使用其他重载方法！".
+    /// Throws "此表已设置主键，请使用其他重载方法！" and "此表未设置主键，请使用其他重载方法！".
     QZInt64 DataAdd();
     QZInt64 DataAdd(QZData* key);
     QZInt64 DataAdd(QZString* key);
 
-    /// Writes a value, with the field's type. True. Raises "错误的字段索引" for field 0.
+    /// Writes a value, with the field's type. True. Throws "错误的字段索引" for field 0.
     QZBool DataSetValue(QZInt64 row, QZInt64 field, QZData* data);
     QZBool DataSetValue(QZInt64 row, QZInt64 field, QZString* text);
     QZData* DataGetValue(QZInt64 row, QZInt64 field);
@@ -222,7 +222,7 @@ public:
     QZDateTime* DataGetCreateDate(QZInt64 row);
 
     /// A new empty collection: the engine's search finds nothing.
-    /// Raises "错误的字段索引" for an unknown name and for a number that no field has.
+    /// Throws "错误的字段索引" for an unknown name and for a number that no field has.
     QZCollection* GetTargetsAddrCollection(QZInt64 field, int value);
     QZCollection* GetTargetsAddrCollection(QZInt64 field, QZString* value);
     QZCollection* GetTargetsAddrCollection(QZInt64 field, QZData* value);
@@ -247,15 +247,15 @@ public:
     }
 
     /// The sum of all values of an array field (ARRAYINT32, ARRAYINT64); 0 for other types.
-    /// Raises "找不到字段".
+    /// Throws "找不到字段".
     /// @throws QZException 1024 for a value that is no array
     QZInt64 Sum(QZString* name);
 
     /// Sorting in place. By letters: smallest bytes looked for from each place on, but the row found goes
-    /// towards the end (see DataMove). Raises "错误的字段索引". True.
+    /// towards the end (see DataMove). Throws "错误的字段索引". True.
     QZBool ArrangementByLetters(QZString* name);
-    /// By time: false unless the field is an ARRAYINT32; raises 1024 with two rows or more, and makes the
-    /// child list anew with fewer. Raises "找不到字段".
+    /// By time: false unless the field is an ARRAYINT32; throws 1024 with two rows or more, and makes the
+    /// child list again with fewer. Throws "找不到字段".
     QZBool ArrangementByTime(QZString* name);
 
     /// 1 when the first is greater: by the first differing byte, else by length.
@@ -267,8 +267,8 @@ public:
     QZDataTable* Select(QZInt64 limit);
 
     /// Writes rows from memory; Insert adds each, Update those without a handle, and both note the handles.
-    /// Answers the number of rows. Raises "列 <name> 的数据类型不同" and "不存在的列 <name>", and what
-    /// DataAdd raises.
+    /// Returns the number of rows. Throws "列 <name> 的数据类型不同" and "不存在的列 <name>", and what
+    /// DataAdd throws.
     QZInt64 Insert(QZDataTable* table);
     QZInt64 Update(QZDataTable* table);
 

@@ -1,11 +1,11 @@
-/// Rows of database tables, and their exchange with tables in memory.
+/// Rows of database tables, and copies between them and tables in memory.
 
 #include <cstring>
 #include <vector>
 
 #include "db/db_table.h"
 #include "db/internal/db_node_content.h"
-#include "db/internal/db_table_parts.h"
+#include "db/internal/db_table.h"
 #include "db/internal/db_walk.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_convert.h"
@@ -14,8 +14,8 @@
 
 namespace
 {
-/// Items of a data list stand in field i + 7.
-const QZInt64 FirstItem = 7;
+/// Item i of a data list is in field i + 7.
+constexpr QZInt64 kFirstItem = 7;
 
 /// Reads the values of rows, one row after the other.
 class RowReader
@@ -30,25 +30,25 @@ public:
         if (m_slots.empty()) return;
         m_ld = QZNodePD::GetLD(m_channel, row);
         m_quick =
-            m_channel->FieldSlots(m_ld, 1 + FirstItem, static_cast<QZInt64>(m_slots.size()), m_slots.data());
+            m_channel->FieldSlots(m_ld, 1 + kFirstItem, static_cast<QZInt64>(m_slots.size()), m_slots.data());
     }
 
-    /// The value of a field, in a buffer that the next one takes as well.
+    /// The value of a field. The next value uses the same buffer.
     QZData* Value(QZInt64 field)
     {
-        QZByte bytes[256];
-        const QZInt64 room = sizeof bytes;
+        QZByte bytes[kSmallContent];
+        const QZInt64 room = kSmallContent;
         const QZInt64 size =
             m_quick ? m_channel->ReadSlot(m_slots[static_cast<std::size_t>(field - 1)], bytes, room)
-                    : m_channel->ReadContent(m_ld, field + FirstItem, bytes, room);
-        // The exception of new data of that size.
+                    : m_channel->ReadContent(m_ld, field + kFirstItem, bytes, room);
+        // New data of this size throws.
         if (size < 0) const QZData refused(size);
         if (size <= room)
         {
             m_value.Set(bytes, size);
             return &m_value;
         }
-        m_large.reset(QZNodeLD::GetData(m_channel, m_ld, field + FirstItem));
+        m_large.reset(QZNodeLD::GetData(m_channel, m_ld, field + kFirstItem));
         return m_large.get();
     }
 
@@ -64,9 +64,9 @@ private:
 /// The order of a date item, from its values 1 to 6.
 QZInt32 TimeKey(QZData* date)
 {
-    static const QZUInt32 Parts[] = {0, 12, 30, 24, 60, 60};
+    static constexpr QZUInt32 kParts[] = {0, 12, 30, 24, 60, 60};
     QZUInt32 key = 0;
-    for (QZInt64 i = 0; i < 6; ++i) key = key * Parts[i] + static_cast<QZUInt32>(date->GetValueInt32(i + 1));
+    for (QZInt64 i = 0; i < 6; ++i) key = key * kParts[i] + static_cast<QZUInt32>(date->GetValueInt32(i + 1));
     return static_cast<QZInt32>(key);
 }
 
@@ -100,9 +100,9 @@ QZCollection* QZDbTable::GetHandles()
 
 bool QZDbTable::Exists(QZInt64 field, QZData* value)
 {
-    // The engine's search, asked without counting the rows first: adding rows stays one step each.
+    // The search of the engine needs no count of the rows, so adding a row does not walk the list.
     QZCollection found;
-    return m_parts->channel->A_G(ChildList(), field + FirstItem, value->GetPointer(), value->GetSize(),
+    return m_parts->channel->A_G(ChildList(), field + kFirstItem, value->GetPointer(), value->GetSize(),
                                  &found) > 0;
 }
 
@@ -206,12 +206,12 @@ QZString* QZDbTable::DataGetValueString(QZInt64 row, QZInt64 field)
     return ValuesConvert(field, data.get());
 }
 
-// ---- Places
+// ---- Positions
 
 QZInt64 QZDbTable::DataGet(QZInt64 place)
 {
     if (place < 1) return 0;
-    // The place behind the last possible one is past the end, too.
+    // The position after the largest possible one is past the end too.
     if (place == INT64_MAX) return 0;
     return QZNodeHD::Get(m_parts->channel, ChildList(), place + 1);
 }
@@ -240,8 +240,8 @@ QZInt64 QZDbTable::DataGetSN(QZInt64 row) { return QZNode::GetSN(m_parts->channe
 QZInt64 QZDbTable::DataMove(QZInt64 row, QZInt64 steps)
 {
     if (steps >= 1) return QZNode::MoveDown(m_parts->channel, row, steps);
-    // A count, where the operation below wants a sign: the row goes towards the end here too, and callers
-    // rely on it.
+    // This passes a count where the operation expects a signed number. So the row moves towards the end here
+    // too, as documented.
     const QZInt64 room = QZNode::GetSN(m_parts->channel, row) - 2;
     const QZInt64 up = steps == INT64_MIN ? INT64_MAX : -steps;
     return QZNode::MoveUp(m_parts->channel, row, up < room ? up : room);
@@ -274,7 +274,7 @@ QZDateTime* QZDbTable::DataGetCreateDate(QZInt64 row)
 QZCollection* QZDbTable::GetTargetsAddrCollection(QZInt64 field, QZData* value)
 {
     TestTarget(field);
-    return QZNodeHD::GetTargetsAddrCollection(m_parts->channel, ChildList(), field + FirstItem, value);
+    return QZNodeHD::GetTargetsAddrCollection(m_parts->channel, ChildList(), field + kFirstItem, value);
 }
 QZCollection* QZDbTable::GetTargetsAddrCollection(QZInt64 field, int value)
 {
@@ -289,7 +289,7 @@ QZCollection* QZDbTable::GetTargetsAddrCollection(QZInt64 field, QZString* value
     const std::unique_ptr<QZData> data(ValuesConvert(field, value));
     return GetTargetsAddrCollection(field, data.get());
 }
-// An unknown name is field 0, which these refuse.
+// An unknown name gives field 0, which these operations refuse.
 QZCollection* QZDbTable::GetTargetsAddrCollection(QZString* name, QZData* value)
 {
     return GetTargetsAddrCollection(FieldNumber(name), value);
@@ -367,7 +367,8 @@ QZBool QZDbTable::ArrangementByTime(QZString* name)
     const QZInt64 count = rows->Count();
     for (QZInt64 round = 0; round < count; ++round)
     {
-        // The first pair begins one in front of the collection, which raises: callers sort one row at most.
+        // The first index is -1, which the collection refuses. So this throws for two rows or more, as
+        // documented.
         for (QZInt64 j = 0; j <= count - 2; ++j)
         {
             const QZUInt64 left = rows->GetElement(j - 1);
@@ -427,7 +428,7 @@ QZInt64 QZDbTable::Write(QZDataTable* table, bool keepRows)
             .Exception();
     };
     const QZInt64 columns = table->Columns->Count();
-    // Fields of the columns, each looked up when the first row comes to it.
+    // The field of each column. It is looked up when the first row needs it.
     std::vector<QZInt64> fields(static_cast<std::size_t>(columns), 0);
     const QZInt64 count = table->Rows->Count();
     for (QZInt64 r = 0; r < count; ++r)

@@ -24,7 +24,7 @@ struct GiveBack
 };
 using PathText = std::unique_ptr<QZString, GiveBack>;
 
-/// The names along a path, the outermost first. Empty ones are left out.
+/// The names along a path, the outermost first, without empty ones.
 std::vector<PathText> NamesOf(QZString* path)
 {
     std::vector<PathText> names;
@@ -49,7 +49,7 @@ void Require(QZChannel* channel, QZInt64 handle, const QZWChar* method)
         .Exception();
 }
 
-/// The list that children of a node lie in; 0 when the node has none.
+/// The list that holds the children of a node; 0 when there is none.
 QZInt64 ListOf(QZChannel* channel, QZInt64 node)
 {
     return node > 0 ? QZNodePD::GetHD(channel, node) : channel->G_TA(QZDatabaseInfo::TREESSN);
@@ -70,7 +70,7 @@ void QZTable::Init(QZChannel* channel, QZInt64 handle)
     m_node = std::move(node);
     m_list = QZNodePD::GetHD(channel, handle);
     m_children = std::make_shared<QZNodeHD>(channel, m_list);
-    // The object of the list keeps address 0 until the next time; callers call Refersh before they read.
+    // The object of the list keeps the address 0 until Refersh is called, as documented.
     if (m_list == 0) m_list = QZNodeHD::Create(channel, handle);
 }
 
@@ -84,7 +84,7 @@ QZInt64 QZTable::GetLast() { return m_children->GetLast(); }
 
 QZInt64 QZTable::GetPrev(QZInt64 handle)
 {
-    // The table's own neighbour; callers pass anything.
+    // The neighbour of this table, whatever the argument is, as documented.
     (void)handle;
     return m_node->GetPrev();
 }
@@ -202,7 +202,8 @@ QZInt64 QZTable::Walk(QZChannel* channel, QZString* path, QZBool create, QZInt64
             node = found;
             continue;
         }
-        // The last node found stands for the whole path; callers that ask whether a path exists rely on it.
+        // The result is the last node that was found, also for a path that exists only in part, as
+        // documented.
         if (!create) break;
         QZInt64 list = ListOf(channel, node);
         if (list == 0) list = QZNodeHD::Create(channel, node);

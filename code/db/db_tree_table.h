@@ -1,5 +1,5 @@
-#ifndef QZLIB_DB_DB_TREE_TABLE_H
-#define QZLIB_DB_DB_TREE_TABLE_H
+#ifndef QZLIB_DB_TREE_TABLE_H
+#define QZLIB_DB_TREE_TABLE_H
 
 #include <memory>
 
@@ -14,7 +14,7 @@ class QZString;
 
 /// The directory view of tree S: a semantic node together with the list of its children.
 ///
-/// A table's handle is the address of its PD. Tables at the root lie in the list of G_TA(3), others in the
+/// A table's handle is the address of its PD. Tables at the root are in the list of G_TA(3), others in the
 /// child list of their parent; a path is node names separated by "/" or "\". The object owns its node
 /// objects, which a copy made by value shares, and not the channel; making one gives the node a child list
 /// where it has none, so that reading the directory writes to the file. Failures of the node level pass
@@ -34,15 +34,15 @@ public:
     /// The name as it was read last; the string stays the table's.
     QZString* GetName();
 
-    /// Children. A node that had no child list when the object was made is told as without a list until the
-    /// next Refersh: Count is then -1 and the database records BAD_STRUCT.
+    /// Children. A node that had no child list when the object was made is reported as without a list until
+    /// the next Refersh: Count is then -1 and the database records BAD_STRUCT.
     QZInt64 Count();
     /// A new collection, given back with Recycle.
     QZCollection* GetHandles();
     QZInt64 GetFirst();
     QZInt64 GetLast();
 
-    /// The neighbours of this table, whatever the handle says.
+    /// The neighbours of this table; the handle is not used.
     QZInt64 GetPrev(QZInt64 handle);
     QZInt64 GetNext(QZInt64 handle);
 
@@ -50,7 +50,7 @@ public:
     void Clear();
     void ClearAll();
 
-    /// A new child of a kind at the end of the list, with a name; answers its handle. Names may repeat.
+    /// A new child of a kind at the end of the list, with a name; returns its handle. Names may repeat.
     /// @throws QZDatabaseException BadStruct for a wave, see QZNodeWLD::Create
     QZInt64 CreateFLD(QZString* name);
     QZInt64 CreateBLD(QZString* name);
@@ -74,14 +74,14 @@ public:
     static QZObjectCollection* GetTablesFromRoot(QZChannel* channel);
 
     /// The node at a path. Of a path that exists in part the handle of the last node found, 0 when not even
-    /// the first is there. Empty parts of the path are skipped, and an empty path answers 0.
+    /// the first is there. Empty parts of the path are skipped, and an empty path returns 0.
     static QZInt64 Access(QZChannel* channel, QZString* path);
 
     /// The same; with `create` the missing nodes are made, all of one kind of LDTYPE.
     /// @throws QZDatabaseException UnknownNodeType for another kind
     static QZInt64 Access(QZChannel* channel, QZString* path, QZBool create, QZInt64 kind);
 
-    /// Makes the path. @throws QZException 256 when Access answers a handle, for a path that exists in part
+    /// Makes the path. @throws QZException 256 when Access returns a handle, for a path that exists in part
     /// too
     static QZInt64 Create(QZChannel* channel, QZString* path, QZInt64 kind);
 

@@ -1,34 +1,64 @@
 #include "device/dev_serial_device.h"
 
 #include <algorithm>
-#include <cstring>
+#include <atomic>
 
-#include "device/internal/dev_serial_device_internal.h"
+#include "device/internal/dev_call.h"
+#include "device/internal/dev_protocol.h"
 #include "fw/fw_data_factory.h"
-#include "fw/fw_encoding.h"
+#include "fw/fw_memory.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_hooks.h"
-#include "sys/sys_bytes.h"
+#include "os/os_thread.h"
 
 using namespace serialdevice;
+
+/// What copies of a device object share.
+struct QZSerialDevice::Shared
+{
+    explicit Shared(QZUInt64 id);
+    ~Shared();
+    Shared(const Shared&) = delete;
+    Shared& operator=(const Shared&) = delete;
+
+    QZUInt64 owner;
+    QZString* model;
+    QZString* sn;
+    QZString* version;
+    QZMutex* mutex;
+    QZList<QZSerialFunData>* queue;
+    QZList<QZSerialFunData>* unused;
+    QZCriticalSection* lock;
+};
+
+/// The flags of the queue thread, which are read in loops without a lock.
+struct QZSerialDevice::Worker
+{
+    std::atomic<QZByte> stop{0};
+    std::atomic<QZByte> alive{1};
+};
 
 namespace
 {
 
-constexpr const QZWChar* kDataSend = QZ_W("Device update failed on data send.");
+/// Time between two looks of a waiting thread, in microseconds.
+constexpr int kPauseMicros = 100;
+
+/// Sets the caller's word, on which another thread waits.
+void SetDone(int* done)
+{
+    if (done != nullptr) std::atomic_ref<int>(*done).store(1, std::memory_order_release);
+}
+
+bool IsDone(int& done) { return std::atomic_ref<int>(done).load(std::memory_order_acquire) != 0; }
+
+bool IsSameCall(const QZSerialFunData* a, const QZSerialFunData* b)
+{
+    return a->Function == b->Function && a->ParamSize == b->ParamSize &&
+           (a->ParamSize < 1 || QZMemory::Equals(a->Param, b->Param, a->ParamSize));
+}
 
 }  // namespace
-
-QZByte serialdevice::Crc(const QZByte* bytes, QZUInt16 length)
-{
-    QZByte crc = 0xFF;
-    for (QZByte i = 0; i != static_cast<QZByte>(length); ++i)
-    {
-        crc ^= bytes[i];
-        for (int bit = 0; bit < 8; ++bit) crc = static_cast<QZByte>(crc & 0x80 ? crc << 1 ^ 0x31 : crc << 1);
-    }
-    return crc;
-}
 
 // ---- Life
 
@@ -79,19 +109,19 @@ QZSerialDevice::QZSerialDevice(const QZSerialDevice& other)
       m_shared(other.m_shared),
       m_checksum(other.m_checksum)
 {
-    QZMemCopy(m_mirror, other.m_mirror, BufferSize);
+    QZMemCopy(m_mirror, other.m_mirror, kBufferSize);
 }
 
 QZSerialDevice& QZSerialDevice::operator=(const QZSerialDevice& other)
 {
     if (this == &other) return *this;
-    // The own thread works on the own queue, which goes here.
+    // The queue thread of this object uses the old queue, so it ends before the queue is replaced.
     StopWorker();
     QZSerial::operator=(other);
     m_bulk = other.m_bulk;
     m_queued = other.m_queued;
     m_shared = other.m_shared;
-    QZMemCopy(m_mirror, other.m_mirror, BufferSize);
+    QZMemCopy(m_mirror, other.m_mirror, kBufferSize);
     m_mirrorCount = other.m_mirrorCount;
     m_checksum = other.m_checksum;
     return *this;
@@ -148,54 +178,10 @@ QZString* QZSerialDevice::GetModel() { return m_shared->model; }
 QZString* QZSerialDevice::GetVersion() { return m_shared->version; }
 QZString* QZSerialDevice::GetPath() { return QZSerial::GetPath(); }
 
-void QZSerialDevice::ReadSN() { ReadText(LoadSN, m_shared->sn, QZ_W("ReadSN")); }
-void QZSerialDevice::ReadVersion() { ReadText(LoadVersion, m_shared->version, QZ_W("ReadVersion")); }
-void QZSerialDevice::ReadModel() { ReadText(LoadModel, m_shared->model, QZ_W("ReadModel")); }
-
-void QZSerialDevice::ReadText(QZByte command, QZString* text, const QZWChar* method)
-{
-    Locked(Mutex(), method, [&] {
-        QZByte status = 0;
-        Exec(&command, 1, &status, 1);
-        if (status != 0) throw new QZSerialException(status);
-        QZSerialDeviceBuffer buffer{};
-        ReadFromReturnBuffer(&buffer, ResultRoom);
-        text->Clear();
-        text->Append(reinterpret_cast<const char*>(buffer.Bytes));
-    });
-}
-
-void QZSerialDevice::UpdateSN(QZString* text)
-{
-    const QZWChar* method = QZ_W("UpdateSN");
-    Locked(
-        Mutex(), method,
-        [&] {
-            if (text == nullptr) throw QZExceptionFactory::CreateException(QZExceptionCode::NullPointer);
-            const auto send = [&](QZByte command, const QZWChar* message) {
-                QZByte status = 0;
-                Exec(&command, 1, &status, 1);
-                if (status != 0) throw QZExceptionFactory::CreateException(message);
-            };
-            send(CleanParameters, QZ_W("Device update failed on clean device buffer."));
-            for (QZInt64 i = 0; i < text->GetLength(); ++i)
-            {
-                // Only the low byte of a character goes out, and the host's own copy of the buffer stays as
-                // it is.
-                const QZByte byte = static_cast<QZByte>(text->CharAt(i));
-                send(LowNibble(byte), kDataSend);
-                send(HighNibble(byte), kDataSend);
-            }
-            send(StoreSN, QZ_W("Device update failed on copy device buffer."));
-            send(CleanParameters, QZ_W("Device update failed on final clean."));
-        },
-        Arg(QZ_W("QZString*"), text));
-}
-
 QZString* QZSerialDevice::GetSeries(QZString* model)
 {
     if (model == nullptr)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), Class,
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), kClass,
                       QZ_W("GetSeries"))
             .Argument(QZ_W("QZString*"), model)
             .Exception();
@@ -214,319 +200,6 @@ void QZSerialDevice::Recycle(QZString** text) { QZStringFactory::Recycle(text); 
 void QZSerialDevice::Recycle(QZStringCollection** collection) { QZSerial::Recycle(collection); }
 void QZSerialDevice::Recycle(QZList<QZString>** list) { QZSerial::Recycle(list); }
 void QZSerialDevice::Recycle(QZData** data) { QZDataFactory::Recycle(data); }
-
-// ---- The line
-
-QZInt64 QZSerialDevice::Exec(const QZByte* send, QZInt64 sendCount, QZByte* receive, QZInt64 receiveCount)
-{
-    return Traced(
-        QZ_W("Exec"),
-        [&]() -> QZInt64 {
-            RecvBufferClean();
-            if (m_bulk != 0)
-            {
-                const int count = static_cast<int>(std::min(sendCount, receiveCount));
-                Write(send, count);
-                return Read(receive, count);
-            }
-            // One by one the answers are as many as the commands, whatever room the caller names.
-            QZInt64 received = 0;
-            for (QZInt64 i = 0; i < sendCount; ++i)
-            {
-                Write(send + i, 1);
-                received += Read(receive + i, 1);
-            }
-            return received;
-        },
-        Arg(QZ_W("QZUInt8*"), AddressOf(send)), Arg(QZ_W("QZInt64"), sendCount),
-        Arg(QZ_W("QZUInt8*"), AddressOf(receive)), Arg(QZ_W("QZInt64"), receiveCount));
-}
-
-void QZSerialDevice::ExecCommand(QZByte command)
-{
-    if (command == CleanParameters)
-    {
-        // Before the device is asked: the copy is clean even where the device refuses.
-        QZMemClean(m_mirror, BufferSize);
-        m_mirrorCount = 0;
-    }
-    QZByte status = 0;
-    Traced(
-        QZ_W("ExecCommand"),
-        [&] {
-            Exec(&command, 1, &status, 1);
-            if (status != 0) throw new QZSerialException(status);
-        },
-        Arg(QZ_W("QZUInt8"), static_cast<int>(command)));
-}
-
-void QZSerialDevice::WriteByteToParamBuffer(QZByte byte)
-{
-    m_mirror[m_mirrorCount & 15] = byte;
-    ++m_mirrorCount;
-    Traced(
-        QZ_W("WriteByteToParamBuffer"),
-        [&] {
-            for (const QZByte command : {LowNibble(byte), HighNibble(byte)})
-            {
-                QZByte status = 0;
-                Exec(&command, 1, &status, 1);
-                if (status != 0) throw QZExceptionFactory::CreateException(kDataSend);
-            }
-        },
-        Arg(QZ_W("QZUInt8"), static_cast<int>(byte)));
-}
-
-void QZSerialDevice::WriteParamBuffer(const QZByte* bytes, QZInt64 count)
-{
-    // Traces name the single form.
-    Traced(
-        QZ_W("WriteByteToParamBuffer"),
-        [&] {
-            if (count > BufferSize)
-                throw QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange);
-            QZByte commands[2 * BufferSize];
-            QZByte answers[2 * BufferSize] = {};
-            for (QZInt64 i = 0; i < count; ++i)
-            {
-                m_mirror[m_mirrorCount & 15] = bytes[i];
-                ++m_mirrorCount;
-                commands[2 * i] = LowNibble(bytes[i]);
-                commands[2 * i + 1] = HighNibble(bytes[i]);
-            }
-            if (count > 0) Exec(commands, 2 * count, answers, 2 * count);
-            // The answers behind the first are not looked at.
-            if (answers[0] != 0) throw QZExceptionFactory::CreateException(kDataSend);
-        },
-        Arg(QZ_W("QZUInt8*"), AddressOf(bytes)), Arg(QZ_W("QZInt64"), count));
-}
-
-void QZSerialDevice::WriteParameters(const void* bytes, QZInt64 count)
-{
-    const QZByte* byte = static_cast<const QZByte*>(bytes);
-    if (m_bulk != 0)
-    {
-        WriteParamBuffer(byte, count);
-        return;
-    }
-    for (QZInt64 i = 0; i < count; ++i) WriteByteToParamBuffer(byte[i]);
-}
-
-void QZSerialDevice::ReadFromReturnBuffer(QZSerialDeviceBuffer* buffer, QZInt64 count)
-{
-    const QZInt64 size = std::min(count, BufferSize);
-    Traced(
-        QZ_W("ReadFromReturnBuffer"),
-        [&] {
-            if (buffer != nullptr && size >= 1)
-            {
-                QZMemClean(buffer->Bytes, ResultRoom);
-                QZByte commands[BufferSize];
-                for (QZInt64 i = 0; i < size; ++i) commands[i] = static_cast<QZByte>(ReturnByte + i);
-                Exec(commands, size, buffer->Bytes, size);
-                // Whatever was read, the check is over all 16 bytes of the device's buffer.
-                if (m_checksum != 0 && !ChecksumFromReturnBuffer(buffer->Bytes, BufferSize))
-                    throw new QZSerialException(VerifyFailed);
-            }
-        },
-        Arg(QZ_W("QZSerialDeviceBuffer*"), AddressOf(buffer)), Arg(QZ_W("QZInt64"), count));
-}
-
-bool QZSerialDevice::ChecksumFromParamBuffer(const QZByte* bytes)
-{
-    const QZByte command = ParameterChecksum;
-    QZByte crc = 0;
-    Exec(&command, 1, &crc, 1);
-    return crc == Crc(bytes, BufferSize);
-}
-
-bool QZSerialDevice::ChecksumFromReturnBuffer(const QZByte* bytes, QZInt64 count)
-{
-    const QZByte command = ReturnChecksum;
-    QZByte crc = 0;
-    Exec(&command, 1, &crc, 1);
-    return crc == Crc(bytes, static_cast<QZUInt16>(count));
-}
-
-void QZSerialDevice::RequireParamChecksum()
-{
-    if (!ChecksumFromParamBuffer(m_mirror)) throw new QZSerialException(VerifyFailed);
-}
-
-QZByte QZSerialDevice::GetLastError()
-{
-    return Locked(Mutex(), QZ_W("GetLastError"), [&] {
-        QZSerialDeviceBuffer buffer{};
-        ExecCommand(CleanReturn);
-        ExecCommand(AskLastError);
-        ReadFromReturnBuffer(&buffer, ResultRoom);
-        return buffer.Bytes[0];
-    });
-}
-
-void QZSerialDevice::CleanLastError()
-{
-    Locked(Mutex(), QZ_W("CleanLastError"), [&] { ExecCommand(ForgetLastError); });
-}
-
-// ---- Settings and key words
-
-void QZSerialDevice::RunKeyWord(const char* word, QZByte command)
-{
-    ExecCommand(CleanParameters);
-    WriteParameters(word, static_cast<QZInt64>(std::strlen(word)));
-    RequireParamChecksum();
-    ExecCommand(command);
-    ExecCommand(CleanParameters);
-}
-
-void QZSerialDevice::Earse()
-{
-    Locked(Mutex(), QZ_W("Earse"), [&] { RunKeyWord("ERASE", Erase); });
-}
-
-void QZSerialDevice::Sync()
-{
-    Locked(Mutex(), QZ_W("Sync"), [&] { RunKeyWord("SYNC", Synchronise); });
-}
-
-void QZSerialDevice::Restart()
-{
-    Locked(Mutex(), QZ_W("Restart"), [&] { RunKeyWord("RESTART", Reset); });
-}
-
-void QZSerialDevice::InitDevice()
-{
-    Locked(Mutex(), QZ_W("InitDevice"), [&] { RunKeyWord("INIT", Init); });
-}
-
-QZBool QZSerialDevice::IsDeviceInit()
-{
-    return Locked(Mutex(), QZ_W("IsDeviceInit"), [&]() -> QZBool {
-        QZSerialDeviceBuffer buffer{};
-        ExecCommand(CleanReturn);
-        ExecCommand(LoadInit);
-        ReadFromReturnBuffer(&buffer, ResultRoom);
-        // Checked here in any case, and so twice as a rule.
-        if (!ChecksumFromReturnBuffer(buffer.Bytes, BufferSize)) throw new QZSerialException(VerifyFailed);
-        return buffer.Bytes[0] == 1;
-    });
-}
-
-void QZSerialDevice::SetNumber(QZByte command, int index, float value)
-{
-    ExecCommand(CleanParameters);
-    WriteParameters(&index, sizeof(index));
-    // In groups a value goes out as its index once more: the count is right and the value is not, as it has
-    // been.
-    if (m_bulk != 0 && command == PutValue)
-        WriteParameters(&index, sizeof(index));
-    else
-        WriteParameters(&value, sizeof(value));
-    RequireParamChecksum();
-    ExecCommand(command);
-    ExecCommand(CleanParameters);
-}
-
-void QZSerialDevice::SetIncremental(int index, float value)
-{
-    Locked(
-        Mutex(), QZ_W("SetIncremental"), [&] { SetNumber(PutIncremental, index, value); },
-        Arg(QZ_W("QZInt32"), index), Arg(QZ_W("QZFloat"), value));
-}
-
-void QZSerialDevice::SetMagnification(int index, float value)
-{
-    Locked(
-        Mutex(), QZ_W("SetMagnification"), [&] { SetNumber(PutMagnification, index, value); },
-        Arg(QZ_W("QZInt32"), index), Arg(QZ_W("QZFloat"), value));
-}
-
-void QZSerialDevice::SetValue(int index, float value)
-{
-    Locked(
-        Mutex(), QZ_W("SetValue"), [&] { SetNumber(PutValue, index, value); }, Arg(QZ_W("QZInt32"), index),
-        Arg(QZ_W("QZFloat"), value));
-}
-
-void QZSerialDevice::SetKey(int index, QZString* key)
-{
-    Locked(
-        Mutex(), QZ_W("SetKey"),
-        [&] {
-            // More room than a key has: one that ends within a character keeps the bytes that fit.
-            QZByte bytes[4 * KeySize] = {};
-            QZEncoding::GetBytes(QZEncodingType::UTF8, key, bytes, sizeof(bytes));
-            ExecCommand(CleanParameters);
-            WriteParameters(&index, sizeof(index));
-            WriteParameters(bytes, KeySize);
-            RequireParamChecksum();
-            ExecCommand(PutKey);
-            ExecCommand(CleanParameters);
-        },
-        Arg(QZ_W("QZInt32"), index), Arg(QZ_W("QZString*"), key));
-}
-
-void QZSerialDevice::ReadNumbered(QZByte command, int index, QZSerialDeviceBuffer* buffer, QZInt64 count)
-{
-    ExecCommand(CleanParameters);
-    ExecCommand(CleanReturn);
-    WriteParameters(&index, sizeof(index));
-    RequireParamChecksum();
-    ExecCommand(command);
-    ExecCommand(CleanParameters);
-    ReadFromReturnBuffer(buffer, count);
-    ExecCommand(CleanReturn);
-}
-
-float QZSerialDevice::GetIncremental(int index)
-{
-    return Locked(
-        Mutex(), QZ_W("GetIncremental"),
-        [&] {
-            QZSerialDeviceBuffer buffer{};
-            ReadNumbered(TakeIncremental, index, &buffer, sizeof(float));
-            return QZLoad<float>(buffer.Bytes);
-        },
-        Arg(QZ_W("QZInt32"), index));
-}
-
-float QZSerialDevice::GetMagnification(int index)
-{
-    return Locked(
-        Mutex(), QZ_W("GetMagnification"),
-        [&] {
-            QZSerialDeviceBuffer buffer{};
-            ReadNumbered(TakeMagnification, index, &buffer, sizeof(float));
-            return QZLoad<float>(buffer.Bytes);
-        },
-        Arg(QZ_W("QZInt32"), index));
-}
-
-float QZSerialDevice::GetValue(int index)
-{
-    return Locked(
-        Mutex(), QZ_W("GetValue"),
-        [&] {
-            QZSerialDeviceBuffer buffer{};
-            ReadNumbered(TakeValue, index, &buffer, sizeof(float));
-            return QZLoad<float>(buffer.Bytes);
-        },
-        Arg(QZ_W("QZInt32"), index));
-}
-
-QZString* QZSerialDevice::GetKey(int index)
-{
-    return Locked(
-        Mutex(), QZ_W("GetKey"),
-        [&] {
-            QZSerialDeviceBuffer buffer{};
-            ReadNumbered(TakeKey, index, &buffer, ResultRoom);
-            // All four bytes, zeros among them.
-            return QZStringFactory::CreateString(reinterpret_cast<const char*>(buffer.Bytes), KeySize);
-        },
-        Arg(QZ_W("QZInt32"), index));
-}
 
 // ---- Raw access
 
@@ -547,3 +220,168 @@ QZInt64 QZSerialDevice::WriteData(const void* buffer, QZInt64 length)
 void QZSerialDevice::SetTimeout(int milliseconds) { QZSerial::SetTimeout(milliseconds); }
 
 void QZSerialDevice::Checksum(unsigned char check) { m_checksum = check; }
+
+// ---- Function calls through the queue
+
+void QZSerialDevice::FunExec(short function, short value, QZSerialDeviceBuffer* result)
+{
+    FunExec(function, &value, sizeof(value), result);
+}
+
+void QZSerialDevice::FunExec(short function, int value, QZSerialDeviceBuffer* result)
+{
+    FunExec(function, &value, sizeof(value), result);
+}
+
+void QZSerialDevice::FunExec(short function, float value, QZSerialDeviceBuffer* result)
+{
+    FunExec(function, &value, sizeof(value), result);
+}
+
+void QZSerialDevice::FunExec(short function, const void* arguments, QZInt64 size,
+                             QZSerialDeviceBuffer* result)
+{
+    FunExec(function, arguments, size, result, sizeof(QZSerialDeviceBuffer));
+}
+
+void QZSerialDevice::FunExec(short function, const void* arguments, QZInt64 size,
+                             QZSerialDeviceBuffer* result, QZInt64 resultSize)
+{
+    FunExec(function, arguments, size, result, resultSize, 0);
+}
+
+void QZSerialDevice::FunExec(short function, const void* arguments, QZInt64 size,
+                             QZSerialDeviceBuffer* result, QZInt64 resultSize, int priority)
+{
+    Locked(
+        Mutex(), QZ_W("FunExec"),
+        [&] {
+            if (m_queued == 0)
+            {
+                FunExecAsync(function, arguments, size, result, resultSize);
+                return;
+            }
+            int done = 0;
+            QZException* failure = nullptr;
+            QZSerialFunData* data = CreateFunData(static_cast<QZUInt16>(function), arguments, size, result,
+                                                  resultSize, &done, &failure);
+            data->Priority = priority;
+            QueueAdd(data);
+            // The queue thread waits for the mutex that is held here, so a queued call never returns.
+            while (!IsDone(done)) QZThread::SleepUs(kPauseMicros);
+            if (failure != nullptr) throw failure;
+        },
+        Arg(QZ_W("QZInt16"), function), Arg(QZ_W("QZPVoid"), AddressOf(arguments)),
+        Arg(QZ_W("QZInt64"), size), Arg(QZ_W("QZSerialDeviceBuffer*"), AddressOf(result)),
+        Arg(QZ_W("QZInt64"), resultSize), Arg(QZ_W("QZInt32"), priority));
+}
+
+QZSerialFunData* QZSerialDevice::CreateFunData(QZUInt16 function, const void* param, QZInt64 paramSize,
+                                               QZSerialDeviceBuffer* result, QZInt64 resultSize, int* done,
+                                               QZException** exception)
+{
+    const QZCriticalGuard guard(m_shared->lock);
+    QZSerialFunData* data = m_shared->unused->DeQueue();
+    if (data == nullptr) data = new QZSerialFunData;
+    data->Function = function;
+    data->Param = param;
+    data->ParamSize = paramSize;
+    data->Result = result;
+    data->ResultSize = resultSize;
+    data->Priority = 0;
+    data->Done = done;
+    data->Exception = exception;
+    return data;
+}
+
+void QZSerialDevice::DelateFunData(QZSerialFunData** data)
+{
+    const QZCriticalGuard guard(m_shared->lock);
+    m_shared->unused->EnQueue(*data);
+    *data = nullptr;
+}
+
+QZCriticalSection* QZSerialDevice::QueueLock() { return m_shared->lock; }
+
+void QZSerialDevice::QueueAdd(QZSerialFunData* data)
+{
+    const QZCriticalGuard guard(m_shared->lock);
+    m_shared->queue->EnQueue(data);
+}
+
+void QZSerialDevice::DataProcessThread(void* device)
+{
+    QZSerialDevice* self = static_cast<QZSerialDevice*>(device);
+    Worker* worker = self->m_worker.get();
+    self->ServeQueue();
+    worker->alive = 0;
+}
+
+void QZSerialDevice::ServeQueue()
+{
+    const Worker* worker = m_worker.get();
+    while (QZThread::IsThreadsAbort() == 0 && worker->stop == 0)
+    {
+        QZSerialFunData* data = TakeRequest();
+        if (data == nullptr)
+        {
+            QZThread::SleepUs(kPauseMicros);
+            continue;
+        }
+        try
+        {
+            FunExecAsync(static_cast<short>(data->Function), data->Param, data->ParamSize, data->Result,
+                         data->ResultSize);
+        }
+        catch (QZException* e)
+        {
+            if (data->Exception != nullptr)
+                *data->Exception = e;
+            else
+                QZExceptionFactory::Recycle(&e);
+        }
+        // Equal requests are searched before SetDone: once the caller sees its call done, it may free the
+        // arguments that the search compares.
+        const QZCriticalGuard guard(m_shared->lock);
+        AnswerEqualRequests(data);
+        SetDone(data->Done);
+        DelateFunData(&data);
+    }
+}
+
+QZSerialFunData* QZSerialDevice::TakeRequest()
+{
+    const QZCriticalGuard guard(m_shared->lock);
+    QZSerialFunData* best = m_shared->queue->GetFirst();
+    if (best == nullptr) return nullptr;
+    for (QZObject* at = best; at != nullptr; at = at->LinkNext())
+    {
+        QZSerialFunData* data = static_cast<QZSerialFunData*>(at);
+        if (data->Priority > best->Priority) best = data;
+    }
+    m_shared->queue->RemoveElement(best);
+    return best;
+}
+
+void QZSerialDevice::AnswerEqualRequests(const QZSerialFunData* served)
+{
+    QZObject* next;
+    for (QZObject* at = m_shared->queue->GetFirst(); at != nullptr; at = next)
+    {
+        next = at->LinkNext();
+        QZSerialFunData* waiting = static_cast<QZSerialFunData*>(at);
+        if (!IsSameCall(waiting, served)) continue;
+        const bool bothWant = waiting->Result != nullptr && served->Result != nullptr;
+        const bool noneWants = waiting->Result == nullptr && served->Result == nullptr;
+        if (!noneWants && (!bothWant || waiting->ResultSize != served->ResultSize)) continue;
+        if (bothWant)
+        {
+            // The copy goes from the waiting request to the served one. Callers rely on this direction.
+            const QZInt64 size = std::clamp<QZInt64>(served->ResultSize, 0, sizeof(QZSerialDeviceBuffer));
+            QZMemory::Copy(served->Result->Bytes, waiting->Result->Bytes, size);
+        }
+        m_shared->queue->RemoveElement(waiting);
+        SetDone(waiting->Done);
+        DelateFunData(&waiting);
+    }
+}

@@ -1,5 +1,5 @@
-#ifndef QZLIB_DEV_SERIAL_DEVICE_H
-#define QZLIB_DEV_SERIAL_DEVICE_H
+#ifndef QZLIB_DEVICE_SERIAL_DEVICE_H
+#define QZLIB_DEVICE_SERIAL_DEVICE_H
 
 #include <memory>
 
@@ -10,7 +10,7 @@ class QZData;
 class QZException;
 class QZMutex;
 
-/// The place for a function's result: 32 bytes with some views at their start.
+/// The buffer for the result of a device function: 32 bytes, and views of its first bytes as numbers.
 union QZSerialDeviceBuffer
 {
     QZByte Bytes[32];
@@ -21,7 +21,7 @@ union QZSerialDeviceBuffer
     QZDouble Double;
 };
 
-/// A waiting function call of QZSerialDevice. Everything it points to is the caller's.
+/// A queued function call of QZSerialDevice. The caller owns everything it points to.
 class QZ_API QZSerialFunData : public QZObject
 {
 public:
@@ -33,22 +33,23 @@ public:
     QZInt32 Priority = 0;
     /// Becomes 1 when the call is done.
     int* Done = nullptr;
-    /// Takes the exception of the call; whoever reads it recycles it.
+    /// Receives the exception of the call; the reader recycles it.
     QZException** Exception = nullptr;
 };
 
 /// A small instrument controller on a serial port: identification, parameters, keys, values, functions,
 /// memory.
 ///
-/// One command byte goes out, one answer byte comes back; docs/serial-protocol.md has every byte. Values pass
-/// through a parameter and a return buffer of 16 bytes on the device; both are checked with a CRC.
+/// The host sends one command byte and receives one answer byte; docs/serial-protocol.md documents every
+/// byte. Values pass through a parameter buffer and a return buffer of 16 bytes on the device. Both are
+/// checked with a CRC.
 ///
-/// Any thread may call: a mutex covers whole operations. An object starts a queue thread of its own, which a
-/// copy made by value does not have; copies share the port, the texts and the mutex.
+/// Any thread may call: a mutex is held for each whole operation. Each object starts a queue thread; a copy
+/// made by value has none. Copies share the port, the texts and the mutex.
 ///
 /// Operations throw QZSerialException with the device's status byte (210 for a wrong checksum), what QZSerial
-/// throws for the line, and QZException with a message for an update that failed. The device is not
-/// resynchronised: the next operation drops what is left on the line and begins anew.
+/// throws for the line, and QZException with a message for a failed update. The device is not resynchronised
+/// after an error: the next operation discards unread input and starts with a clear command.
 class QZ_API QZSerialDevice : public QZSerial
 {
 public:
@@ -57,47 +58,49 @@ public:
     QZSerialDevice& operator=(const QZSerialDevice& other);
     ~QZSerialDevice() override;
 
-    /// QZSerial::Connect, then asks for serial number, version and model. The port stays open when the device
-    /// does not answer.
+    /// Calls QZSerial::Connect, then reads serial number, version and model. The port stays open when the
+    /// device does not answer.
     void Connect(QZString* path, QZInt64 baud);
-    /// Close, and Connect with the stored path and speed.
+    /// Calls Close, then Connect with the stored path and speed.
     void Reconnect();
     /// Empties the three texts and closes the port.
     void Close();
 
-    /// What the device told when it was connected, at most 16 characters each. They stay the device's.
+    /// The texts that were read at connection, at most 16 characters each. The object owns them.
     QZString* GetSN();
     QZString* GetModel();
     QZString* GetVersion();
     QZString* GetPath();
 
-    /// Writes a new serial number to the device, the low byte of each character. GetSN shows it after the
+    /// Writes a new serial number to the device, the low byte of each character. GetSN returns it after the
     /// next connection.
-    /// @throws QZException with a message that names the step at which the device refused
+    /// @throws QZException with a message that names the step that the device refused
     void UpdateSN(QZString* text);
 
-    /// Commands that the device takes only with their key word.
+    /// Commands that the device executes only when its parameter buffer holds their key word: erase, save the
+    /// settings, restart, initialise.
     void Earse();
     void Sync();
     void Restart();
     void InitDevice();
     QZBool IsDeviceInit();
 
-    /// Numbered parameters.
+    /// Numbered parameters of the device.
     void SetIncremental(int index, float value);
     void SetMagnification(int index, float value);
     float GetIncremental(int index);
     float GetMagnification(int index);
 
-    /// A slot holds a key of four bytes (UTF-8, filled up with zeros) and a value.
+    /// A slot holds a key of four bytes (UTF-8, padded with zeros) and a value.
     void SetKey(int index, QZString* key);
-    /// A new string of all four bytes, zeros included; given back with Recycle.
+    /// Returns all four bytes, zeros included, in a new string; give it back with Recycle.
     QZString* GetKey(int index);
     void SetValue(int index, float value);
     float GetValue(int index);
 
-    /// The leading part of a model's name, up to the first capital letter behind its first digit: AB12 of
-    /// AB12CD. A new string, given back with Recycle.
+    /// Returns the start of a model name, up to the first capital letter after its first digit: AB12 of
+    /// AB12CD. A new string; give it back with Recycle.
+    /// @throws QZException 1792 for null
     static QZString* GetSeries(QZString* model);
 
     static void Recycle(QZString** text);
@@ -105,41 +108,42 @@ public:
     static void Recycle(QZList<QZString>** list);
     static void Recycle(QZData** data);
 
-    /// Calls a function of the device with at most 14 bytes of arguments; more are left out.
-    /// @param result  takes 16 bytes at most and zeros behind them; null when no result is wanted
+    /// Calls a function of the device with at most 14 bytes of arguments; further bytes are not sent.
+    /// @param result  receives at most 16 bytes, followed by zeros; null when no result is wanted
     void FunExec(short function, short value, QZSerialDeviceBuffer* result);
     void FunExec(short function, int value, QZSerialDeviceBuffer* result);
     void FunExec(short function, float value, QZSerialDeviceBuffer* result);
     void FunExec(short function, const void* arguments, QZInt64 size, QZSerialDeviceBuffer* result);
     void FunExec(short function, const void* arguments, QZInt64 size, QZSerialDeviceBuffer* result,
                  QZInt64 resultSize);
-    /// @param priority  counts for queued calls only
+    /// @param priority  used for queued calls only
     void FunExec(short function, const void* arguments, QZInt64 size, QZSerialDeviceBuffer* result,
                  QZInt64 resultSize, int priority);
-    /// The same at once on the calling thread, whatever its name says.
+    /// The same, always on the calling thread and before it returns, although the name says otherwise.
     void FunExecAsync(short function, const void* arguments, QZInt64 size, QZSerialDeviceBuffer* result,
                       QZInt64 resultSize);
 
-    /// Write and read the device's memory in blocks of the size that the device names; `verify` compares the
-    /// checksum of each block. A device that names 0 keeps them going for ever.
+    /// Write and read the device's memory in blocks of the size that the device reports; `verify` compares
+    /// the checksum of each block. With a device that reports 0 they do not return.
     /// @return length
-    /// @throws QZSerialException for a data byte that the device refused only when all blocks are through
+    /// @throws QZSerialException  for a refused data byte, after all blocks were sent; for every other
+    ///         status at once
     QZInt64 WriteMemory(QZInt64 address, const void* data, QZInt64 length, QZBool verify);
     QZInt64 ReadMemory(QZInt64 address, void* data, QZInt64 length, QZBool verify);
 
-    /// Read and Write of the port, the length taken as 32 bits.
+    /// QZSerial::Read and QZSerial::Write; the length is converted to 32 bits.
     QZInt64 ReadData(void* buffer, QZInt64 length);
     QZInt64 WriteData(const void* buffer, QZInt64 length);
 
     void SetTimeout(int milliseconds);
 
-    /// 0 leaves the checksums of function calls and of the return buffer out; settings, key words and the
-    /// initialised state are checked all the same.
+    /// 0 switches off the checksums of function calls and of the return buffer. Settings, key words and the
+    /// initialised state are checked in any case.
     void Checksum(unsigned char check);
 
 protected:
-    /// Drops the input, then sends byte by byte and reads one answer for each; with the bulk flag the smaller
-    /// count at once. How many bytes came.
+    /// Discards unread input, then sends byte by byte and reads one answer for each; in bulk mode it sends
+    /// and reads the smaller count at once. Returns the number of bytes received.
     QZInt64 Exec(const QZByte* send, QZInt64 sendCount, QZByte* receive, QZInt64 receiveCount);
     void ExecCommand(QZByte command);
     void WriteByteToParamBuffer(QZByte byte);
@@ -150,26 +154,26 @@ protected:
     void ReadSN();
     void ReadVersion();
     void ReadModel();
-    /// The device's last error; nothing in the library asks for it.
+    /// Reads the device's last error, for derived classes.
     QZByte GetLastError();
     void CleanLastError();
 
-    /// The queue's side: a request from the free list, filled, and back to it. QueueAdd hands one over.
+    /// Takes a request from the free list and fills it; returns one to the free list; queues one.
     QZSerialFunData* CreateFunData(QZUInt16 function, const void* param, QZInt64 paramSize,
                                    QZSerialDeviceBuffer* result, QZInt64 resultSize, int* done,
                                    QZException** exception);
     void DelateFunData(QZSerialFunData** data);
     void QueueAdd(QZSerialFunData* data);
 
-    /// Held by whoever hands several requests over at one time.
+    /// The lock of the queue, for a caller that queues several requests together.
     QZCriticalSection* QueueLock();
 
-    /// The host's copy of the device's parameter buffer, and how many bytes went into it.
+    /// The host's copy of the device's parameter buffer, and the number of bytes written to it.
     QZByte m_mirror[16] = {};
     QZByte m_mirrorCount = 0;
 
-    /// Whole groups of bytes at once instead of one by one; calls through the queue. Nothing in the library
-    /// sets either.
+    /// m_bulk: several bytes in one exchange instead of one by one. m_queued: FunExec uses the queue. Derived
+    /// classes set them.
     QZByte m_bulk = 0;
     QZByte m_queued = 0;
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
-#include "device/internal/dev_serial_device_internal.h"
+#include "device/dev_serial_device.h"
+#include "device/internal/dev_call.h"
+#include "device/internal/dev_protocol.h"
 #include "sys/sys_bytes.h"
 
 using namespace serialdevice;
@@ -10,27 +12,27 @@ using namespace serialdevice;
 namespace
 {
 
-/// Bytes of one exchange in groups.
+/// Bytes of one exchange in bulk mode.
 constexpr QZInt64 kChunk = 32;
 
-/// Only a block larger than a chunk goes in groups.
+/// In bulk mode a block larger than kChunk is sent in groups of kChunk bytes, a smaller one byte by byte.
 bool GoesInChunks(QZByte bulk, QZInt64 block) { return bulk != 0 && block > kChunk; }
 
-/// The checksum of `count` bytes from `offset` on. A device that names a negative block size moves the place
-/// out of the caller's bytes; those that are not there count as 0.
+/// The checksum of `count` bytes from `offset` on. A device that reports a negative block size moves the
+/// range out of the caller's bytes; bytes outside count as 0.
 QZByte BlockCrc(const QZByte* data, QZInt64 length, QZInt64 offset, QZInt64 count)
 {
-    QZByte bytes[256] = {};
+    QZByte bytes[kChecksumCoverageMax + 1] = {};
     const QZUInt16 size = static_cast<QZUInt16>(count);
-    for (QZInt64 i = 0; i < (size & 0xFF); ++i)
+    for (QZInt64 i = 0; i < ChecksumCoverage(size); ++i)
     {
         const QZInt64 at = offset + i;
         if (at >= 0 && at < length) bytes[i] = data[at];
     }
-    return Crc(bytes, size);
+    return Crc8(bytes, size);
 }
 
-/// Where a block begins; the caller's bytes are touched only for a block that has some.
+/// The start of a block; null for a block without bytes, so that no address outside the buffer is formed.
 template <typename B>
 B* BlockAt(B* data, QZInt64 offset, QZInt64 count)
 {
@@ -43,15 +45,15 @@ QZInt64 QZSerialDevice::AskBlockSize()
 {
     QZSerialDeviceBuffer buffer{};
     ExecCommand(LoadBlockSize);
-    ReadFromReturnBuffer(&buffer, ResultRoom);
-    return QZLoad<QZInt32>(buffer.Bytes);
+    ReadFromReturnBuffer(&buffer, sizeof(buffer));
+    return QZLoad<QZInt32>(buffer.Bytes + kBlockSizeAt);
 }
 
 void QZSerialDevice::SelectBlock(QZUInt64 address, QZInt64 count, QZByte direction)
 {
     ExecCommand(CleanParameters);
-    WriteParameters(&address, 4);
-    WriteParameters(&count, 4);
+    WriteParameters(&address, kAddressSize);
+    WriteParameters(&count, kLengthSize);
     ExecCommand(TakeAddress);
     ExecCommand(direction);
 }
@@ -64,8 +66,8 @@ void QZSerialDevice::SendBlock(const QZByte* bytes, QZInt64 count, QZInt64 block
         const QZInt64 size = std::min(step, count - i);
         QZByte answers[kChunk] = {};
         Exec(bytes + i, size, answers, size);
-        // The rest goes out all the same; only the first refusal is kept.
-        for (QZInt64 j = 0; j < size && *refused == 0; ++j) *refused = answers[j];
+        // A refusal does not stop the transfer; only the first one is kept.
+        for (QZInt64 j = 0; j < size && *refused == kStatusDone; ++j) *refused = answers[j];
     }
 }
 
@@ -87,8 +89,9 @@ void QZSerialDevice::VerifyBlock(const QZByte* data, QZInt64 length, QZInt64 off
     QZByte ignored = 0;
     Exec(&command, 1, &ignored, 1);
     QZSerialDeviceBuffer buffer{};
-    ReadFromReturnBuffer(&buffer, ResultRoom);
-    if (buffer.Bytes[0] != BlockCrc(data, length, offset, count)) throw new QZSerialException(VerifyFailed);
+    ReadFromReturnBuffer(&buffer, sizeof(buffer));
+    if (buffer.Bytes[kBlockChecksumAt] != BlockCrc(data, length, offset, count))
+        throw new QZSerialException(kStatusVerifyFailed);
 }
 
 QZInt64 QZSerialDevice::WriteMemory(QZInt64 address, const void* data, QZInt64 length, QZBool verify)
@@ -98,10 +101,10 @@ QZInt64 QZSerialDevice::WriteMemory(QZInt64 address, const void* data, QZInt64 l
         Mutex(), method,
         [&] {
             const QZByte* bytes = static_cast<const QZByte*>(data);
-            QZByte refused = 0;
+            QZByte refused = kStatusDone;
             const QZInt64 block = AskBlockSize();
             QZUInt64 at = static_cast<QZUInt64>(address);
-            // A block size of 0 is not caught: the loop goes on until the line fails.
+            // A block size of 0 is not tested: the loop then runs until the line fails.
             for (QZInt64 done = 0; done < length;)
             {
                 const QZInt64 count = std::min(block, length - done);
@@ -113,7 +116,7 @@ QZInt64 QZSerialDevice::WriteMemory(QZInt64 address, const void* data, QZInt64 l
                 at += static_cast<QZUInt64>(count);
                 done += count;
             }
-            if (refused != 0) throw new QZSerialException(refused);
+            if (refused != kStatusDone) throw new QZSerialException(refused);
             return length;
         },
         Arg(QZ_W("QZInt64"), address), Arg(QZ_W("QZPVoid"), AddressOf(data)), Arg(QZ_W("QZInt64"), length),

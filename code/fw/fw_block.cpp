@@ -9,10 +9,11 @@ namespace block
 namespace
 {
 
-/// Above this no sum of header, offset and size can overflow; the memory manager refuses far earlier.
+/// Above this size no sum of header, offset and size can overflow; the memory manager refuses much smaller
+/// ones.
 constexpr QZInt64 kSizeLimit = QZInt64{1} << 60;
 
-/// What the memory manager keeps of its block for its own header and guard.
+/// The bytes of a buffer that the memory manager uses for its own header and guard.
 constexpr QZInt64 kBufferFrame = 64;
 
 QZInt64 RoundToStep(QZInt64 length) { return (length + kCapacityStep - 1) / kCapacityStep * kCapacityStep; }
@@ -25,7 +26,7 @@ bool InLimits(QZInt64 structSize, QZInt64 offset, QZInt64 size)
 
 void SetSize(void* b, QZInt64 size) { QZStore(QZAt(b, 16), size); }
 
-/// Makes the buffer hold so many bytes.
+/// Makes the buffer hold at least this many bytes.
 bool Request(void** b, QZInt64 bytes)
 {
     void* moved = MemoryResize(*b, bytes);
@@ -103,8 +104,8 @@ bool SetOffset(void** b, QZInt64 offset)
     const QZInt64 end = Size(*b) + Offset(*b);
     const QZInt64 capacity = Capacity(*b);
     const QZInt64 start = offset < capacity ? offset : capacity;
-    // Past the end of the data the guard has to move along, and there must be room for it. The request is not
-    // rounded up, so that the capacity, whole steps of the request, stays what it was.
+    // Past the end of the data the guard has to move too, and the block must have room for it. The request is
+    // not rounded up, so that the capacity, which is the request in whole steps, does not change.
     const QZInt64 length = Length(StructSize(*b), start, 0);
     if (end < start && length > MemoryGetSize(*b) && !Request(b, length)) return false;
     SetSize(*b, end > start ? end - start : 0);
@@ -126,7 +127,7 @@ bool Check(const void* b)
 {
     if (b == nullptr || QZLoad<QZInt64>(b) != kMarker || !InLimits(StructSize(b), Offset(b), Size(b)))
         return false;
-    // A damaged header must not lead the look at the guard outside of the buffer.
+    // A damaged header must not make the test read a guard outside the buffer.
     const QZInt64 length = Length(b);
     return length <= MemoryGetBlockSize(b) - kBufferFrame && QZLoad<QZUInt64>(QZAt(b, length - 8)) == kGuard;
 }

@@ -4,7 +4,7 @@
 #include "sys/sys_bytes.h"
 #include "sys/sys_types.h"
 
-/// The self-describing storage block behind QZData, QZString and QZQueue. Internal.
+/// The self-describing storage block of QZData, QZString and QZQueue. Internal.
 ///
 /// Layout, 64-bit words: marker 65535, data type, size, offset (head room), structure size; then the
 /// structure area, the head room, the data; and at the end of the data, rounded up to a multiple of 8, the
@@ -44,28 +44,28 @@ void* Copy(const void* b);
 /// False with QZLastError set when a check fails; a damaged block is not freed.
 bool Free(void* b);
 
-/// Changes the size of the data; the block may move, then *b is the new place. The head of the data stays.
-/// False with QZLastError 4352 when there is no memory; the block then is as it was. `size` is not negative.
+/// Changes the size of the data; the block may move, then *b is the new place. The front of the data stays.
+/// False with QZLastError 4352 when there is no memory; the block is unchanged then. `size` is not negative.
 bool Resize(void** b, QZInt64 size);
 
-/// Moves the start of the data; its end stays. Negative offsets are ignored. See QZData::SetOffset.
-/// An offset past the end of the data may ask for more storage: the block may move, then *b is the new place.
-/// False with QZLastError 4352 when there is no memory; the block then is as it was.
+/// Moves the start of the data; its end stays. Negative offsets are ignored. See QZData::SetOffset. An offset
+/// past the end of the data may need more storage: the block may move, then *b is the new place. False with
+/// QZLastError 4352 when there is no memory; the block is unchanged then.
 bool SetOffset(void** b, QZInt64 offset);
 
 /// Offset 64, size 0, guard written; the capacity stays.
 void Reset(void* b);
 
-/// Writes the guard word behind the data.
+/// Writes the guard word after the data.
 void WriteGuard(void* b);
 
-/// Marker and guard are right.
+/// True when marker and guard are right.
 bool Check(const void* b);
 
-/// What the block can hold before it grows: the requested size of its buffer in whole steps of 512.
+/// The size up to which the block need not grow: the requested size of its buffer in whole steps of 512.
 QZInt64 Capacity(const void* b);
 
-/// The address lies in the buffer that holds the block.
+/// True when the address lies in the buffer that holds the block.
 bool Holds(const void* b, const void* p);
 }  // namespace block
 

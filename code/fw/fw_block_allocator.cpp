@@ -43,8 +43,8 @@ QZInt64 Address(const void* p) { return static_cast<QZInt64>(reinterpret_cast<st
 QZUInt32 Low(const void* p) { return static_cast<QZUInt32>(Address(p)); }
 QZUInt32 Low(QZInt64 address) { return static_cast<QZUInt32>(address); }
 
-/// The guard position stands on the low 32 bits of Begin, so it is only right below 4 GiB; elsewhere there is
-/// no guard, since the zone would lie in foreign memory.
+/// The position of the guard is computed from the low 32 bits of Begin, so it is only right below 4 GiB.
+/// Above that there is no guard, since the zone would lie in memory of another owner.
 void ProtectGuard(QZInt64 begin, QZInt64 end, QZInt64 size)
 {
     QZInt64 zone = end - 0x20000;
@@ -132,7 +132,7 @@ ReadyEntry* FindReady(QZInt64 size)
     return SearchReady(size);
 }
 
-/// Keeps the front part of a ready entry and puts the rest back as one of its own.
+/// Keeps the front part of a ready entry and makes the rest an entry of its own.
 void Split(ReadyEntry* entry, QZInt64 wanted)
 {
     QZInt64 kept = std::max(wanted, kSmallestSplit);
@@ -147,7 +147,8 @@ void Split(ReadyEntry* entry, QZInt64 wanted)
     ProtectGuard(entry->begin, entry->end, entry->size);
 }
 
-/// The calling thread's table, made when there is none; past the last table all threads share it.
+/// The calling thread's table; makes it when there is none. All threads share the last table when there are
+/// no more.
 Table& OwnTable()
 {
     QZUInt64 id = os::ThreadCurrentId();

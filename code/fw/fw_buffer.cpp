@@ -13,7 +13,7 @@ constexpr QZInt64 kHeader = 32;
 constexpr QZInt64 kMarker = 65535;
 constexpr QZUInt64 kGuard = 0xFFFF000000000000ull;
 
-/// Sizes beyond this have no block: T would leave the signed range.
+/// Larger sizes have no block: the block size would overflow.
 constexpr QZInt64 kLargestRequest = 0x7FFFFFFFFFFFFFFF - 2 * 4096;
 
 /// The raw block's size for n requested bytes: n + 64 rounded up to a page.
@@ -30,7 +30,7 @@ void WriteHeader(unsigned char* raw, QZInt64 n, QZInt64 blockSize, QZInt64 trueS
     QZStore<QZInt64>(raw, n);
     QZStore<QZInt64>(raw + 8, kMarker);
     QZStore<QZInt64>(raw + 16, blockSize);
-    // The reserved word notes what the raw block really measures: header and block part after a shrink.
+    // The reserved word holds the real size of the raw block; after a shrink header and block differ.
     QZStore<QZInt64>(raw + 24, trueSize);
     QZStore<QZUInt64>(raw + GuardPosition(n), kGuard);
 }
@@ -41,7 +41,7 @@ bool IsSound(const unsigned char* raw)
 {
     if (!HasMarker(raw)) return false;
     QZInt64 n = QZLoad<QZInt64>(raw);
-    // A damaged size must not lead the guard test outside the block.
+    // A damaged size must not make the guard test read outside the block.
     if (n < 0 || n > QZLoad<QZInt64>(raw + 24) - 64) return false;
     return QZLoad<QZUInt64>(raw + GuardPosition(n)) == kGuard;
 }
@@ -131,8 +131,8 @@ void* MemoryResize(void* buffer, QZInt64 n)
         raw = static_cast<unsigned char*>(moved);
         QZMemClean(raw + oldSize + kHeader, newBlock - oldSize - kHeader);
     }
-    // After a shrink the header names the smaller block while the block keeps its size: it is accounted by
-    // that value.
+    // After a shrink the header names the smaller size while the block keeps its size. The figures count the
+    // smaller size.
     WriteHeader(raw, n, newBlock, trueSize);
     return raw + kHeader;
 }
@@ -152,8 +152,7 @@ bool MemoryFree(void* buffer)
     }
     QZInt64 blockSize = QZLoad<QZInt64>(raw + 16);
     QZInt64 trueSize = QZLoad<QZInt64>(raw + 24);
-    // A freed block must not pass for a sound one when it is handed in a second time while it waits in the
-    // pool.
+    // A freed block must not pass the test when it is freed a second time while it waits in the pool.
     QZStore<QZInt64>(raw + 8, 0);
     if (MemoryPoolIsOn())
         MemoryPoolFree(raw, blockSize, trueSize);

@@ -19,7 +19,7 @@ constexpr QZInt64 kDaysInYear = 365;
 // Year 0, the leap year before year 1.
 constexpr QZInt64 kDaysInYear0 = 366;
 
-// Sums wrap like the machine's own: hosts hand in any number.
+// Sums wrap: hosts pass any number.
 QZInt64 Sum(QZInt64 a, QZInt64 b)
 {
     return static_cast<QZInt64>(static_cast<QZUInt64>(a) + static_cast<QZUInt64>(b));
@@ -98,7 +98,8 @@ QZInt64 YearOf(QZInt64 timestamp)
     QZInt64 day = timestamp / kDay;
     if (timestamp >= 0) return YearsIn(day) + 1;
     if (day >= -kDaysInYear0) return 0;
-    // The first moment of a year before year 1 reads as the year before it; stored values have been read so.
+    // The first millisecond of a year before year 1 reads as the year before it. Stored values were read this
+    // way, so it stays.
     return -(YearsIn(-kDaysInYear0 - day) + 1);
 }
 
@@ -143,7 +144,7 @@ QZInt64 MilliSecondsOf(QZInt64 value)
 QZInt64 AddYears(QZInt64 timestamp, QZInt64 years)
 {
     QZInt64 year = YearOf(timestamp);
-    // Lengths come round every 400 years, so no count takes more steps than that.
+    // The lengths repeat every 400 years, so no count takes more steps than that.
     timestamp = Sum(timestamp, Product(years / 400, kDaysIn400Years * kDay));
     years %= 400;
     for (; years > 0; --years)

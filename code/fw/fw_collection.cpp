@@ -159,7 +159,7 @@ void QZCollection::KeyedSort(QZCollection* other, Wrong wrong)
     if (other->CountOf() < count) return;
     QZUInt64* keys = Words() + 1;
     QZUInt64* carried = other->Words() + 1;
-    // Where elements with equal keys end up is what this exact order of exchanges makes of it.
+    // The order of elements with equal keys follows from exactly this order of exchanges.
     for (QZInt64 i = 0; i < count; ++i)
     {
         for (QZInt64 j = i + 1; j < count; ++j)
@@ -191,7 +191,7 @@ void QZCollection::MaxToMin() { ShellSort(SignedLess); }
 
 void QZCollection::MinToMax(QZCollection* other)
 {
-    // This direction raises no assertion report for a null: only its sister does.
+    // This direction raises no assertion report for a null; MaxToMin does.
     if (other == nullptr)
         QZRaise(QZExceptionCode::NullPointer, QZ_W("QZCollection"), QZ_W("MinToMax"))
             .Argument(QZ_W("QZCollection*"), other, 0)
@@ -227,7 +227,7 @@ void QZCollection::MoveElement(QZInt64 from, QZInt64 to)
 {
     const bool goodFrom = IsIndex(from);
     const bool goodTo = IsIndex(to);
-    // A single bad index is let pass without a word; callers move "as far as it goes" with it.
+    // A single bad index is ignored: callers use it to move an element as far as possible.
     if (!goodFrom && !goodTo)
         QZRaise(QZExceptionCode::ArgumentOutOfRange, QZ_W("QZCollection"), QZ_W("MoveElement"))
             .Argument(QZ_W("QZInt64"), from)

@@ -1,7 +1,7 @@
 #ifndef QZLIB_FW_COLLECTION_H
 #define QZLIB_FW_COLLECTION_H
 
-/// The library's lists: stacks and collections of 64-bit words here, and with them the queue, the intrusive
+/// The library's lists: stacks and collections of 64-bit words. The header includes the queue, the intrusive
 /// containers and the resumable search.
 
 #include <concepts>
@@ -13,9 +13,9 @@
 
 /// A stack of 64-bit words in one data block: word 0 is the count, words 1 to count are the elements.
 ///
-/// Storage grows by exactly what is needed; the steps of block and memory manager below take the role of a
-/// growth factor. The object keeps the place of its words, so that reading costs no call. One thread at a
-/// time.
+/// Storage grows to exactly the needed size; the steps in which block and memory manager allocate make
+/// frequent growth cheap. The object caches the address of its words, so that reading needs no call. One
+/// thread at a time.
 class QZ_API QZStack : public QZData
 {
 public:
@@ -37,16 +37,16 @@ public:
     /// Adds an element at the end; true.
     virtual QZBool Push(QZUInt64 value);
 
-    /// Takes the element at the end.
+    /// Removes and returns the last element.
     /// @throws QZException 1024 when there is none
     virtual QZUInt64 Pop();
 
     virtual QZInt64 Count();
 
-    /// Takes a copy of the other's words; nothing when it is this object.
+    /// Copies the other's words; does nothing when it is this object.
     virtual void Set(QZStack* other);
 
-    /// As in QZData; they keep the place of the words right.
+    /// As in QZData; they also update the cached address of the words.
     void SetOffset(QZInt64 offset);
     void NewSize(QZInt64 size);
     void NewSize(QZInt64 size, QZByte fill);
@@ -55,7 +55,7 @@ protected:
     /// Makes room for `length` elements; never shrinks.
     virtual void LengthMax(QZInt64 length);
 
-    /// The words; finds them anew when the block has moved behind the stack's back.
+    /// The words. Reads their address again when the block has moved without this class's doing.
     QZUInt64* Words()
     {
         if (m_wordsBlock != m_block) RefreshWords();
@@ -65,7 +65,7 @@ protected:
     void SetCount(QZInt64 count) { Words()[0] = static_cast<QZUInt64>(count); }
     void RefreshWords();
 
-    /// What Push of every class ends in.
+    /// Appends a word; Push of every class calls it.
     void PushWord(QZUInt64 value);
 
 private:
@@ -76,8 +76,8 @@ private:
 /// An array of 64-bit words, the library's general list. Object pointers are stored as words.
 ///
 /// With the duplicates-allowed flag cleared (a derived class does that) Push and Append refuse values that
-/// are there. An index is good from 0 to count - 1; the operations throw QZException 1024 for others where
-/// nothing else is said.
+/// are already present. Indices run from 0 to count - 1; unless stated otherwise, the operations throw
+/// QZException 1024 for others.
 class QZ_API QZCollection : public QZStack
 {
 public:
@@ -92,7 +92,7 @@ public:
     QZInt64 GetType() override;
     void Clear() override;
 
-    /// @return false when duplicates are not allowed and the value is there
+    /// @return false when duplicates are not allowed and the value is present
     QZBool Push(QZUInt64 value) override;
 
     /// Adds the elements of an array in the form of GetPointer, word 0 being the count.
@@ -100,10 +100,10 @@ public:
     virtual QZBool Append(const QZUInt64* words);
     virtual QZBool Append(QZCollection* other);
 
-    /// Takes the element out; those behind it move up. True.
+    /// Removes the element; those after it move up. True.
     virtual QZBool RemoveElement(QZInt64 index);
 
-    /// Takes out every occurrence. @return how many went
+    /// Removes every occurrence. @return how many were removed
     virtual QZInt64 RemoveByValue(QZUInt64 value);
 
     /// Same count and same words.
@@ -115,12 +115,13 @@ public:
     /// The first index of the value, or -1; remembered for FindNextElement.
     virtual QZInt64 FindElement(QZUInt64 value);
 
-    /// The next index of the value behind the remembered one, or -1; remembered.
+    /// The next index of the value after the remembered one, or -1; remembered.
     virtual QZInt64 FindNextElement(QZUInt64 value);
 
     /// Sorts as signed values, largest first (MaxToMin) or smallest first (MinToMax). The forms with another
-    /// collection sort this one and carry the other's elements along, filling it up with zeros to this one's
-    /// count; they are not stable. MaxToMin of a null raises the runtime's assertion report.
+    /// collection sort this one and exchange the other's elements in the same way; the other is first filled
+    /// up with zeros to this one's count. They are not stable. MaxToMin of a null raises the runtime's
+    /// assertion report.
     virtual void MaxToMin(QZCollection* other);
     virtual void MaxToMin();
     virtual void MinToMax(QZCollection* other);
@@ -131,8 +132,7 @@ public:
     virtual QZInt64 GetMax();
     virtual QZInt64 GetMin();
 
-    /// The element leaves `from` and enters at `to`; those between shift by one. One bad index: nothing
-    /// happens.
+    /// Moves the element from `from` to `to`; those between shift by one. With one bad index nothing happens.
     /// @throws QZException 256 when both indices are bad
     virtual void MoveElement(QZInt64 from, QZInt64 to);
 

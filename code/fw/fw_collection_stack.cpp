@@ -29,7 +29,7 @@ void QZStack::RefreshWords()
 
 void QZStack::Clear()
 {
-    // A stack whose size was taken away altogether needs its count word back.
+    // NewSize may have removed the count word.
     if (GetSize() < 8) NewSize(8);
     SetCount(0);
 }
@@ -49,7 +49,7 @@ void QZStack::PushWord(QZUInt64 value)
         SetCount(count - 1);
         throw;
     }
-    // A count that a caller made negative stays out of the memory before the words.
+    // A caller can make the count negative; nothing is written before the words then.
     if (count > 0) Words()[count] = value;
 }
 

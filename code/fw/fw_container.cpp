@@ -14,7 +14,7 @@ void QZContainer::Lock(QZObject* object, const QZWChar* method)
         QZRaise(QZExceptionCode::NullPointer, QZ_W("QZContainer"), method)
             .Argument(QZ_W("QZObject*"), object, 0)
             .Throw();
-    // A locked object stands in a container or belongs to somebody: SetDisposable throws then.
+    // A locked object is in a container or has an owner: SetDisposable throws then.
     if (!object->SetDisposable(GetObjectID(), 0))
         QZRaise(QZExceptionCode::ObjectIsLocked, QZ_W("QZContainer"), method)
             .Argument(QZ_W("QZObject*"), static_cast<QZInt64>(object->GetObjectID()))

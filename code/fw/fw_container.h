@@ -7,9 +7,9 @@
 
 /// A doubly linked list that chains objects through their own link words: adding allocates nothing.
 ///
-/// An object in a container is locked with the container's object id, which is the proof of membership: it
-/// cannot be destroyed, recycled or put into a second container. The container does not own its elements, and
-/// its destructor does not touch them: owners empty a container first. Users walk it from GetFirst through
+/// An object in a container is locked with the container's object id, which proves membership: it cannot be
+/// destroyed, recycled or added to a second container. The container does not own its elements, and its
+/// destructor does not touch them: owners empty a container first. Users iterate from GetFirst through
 /// QZObject::LinkNext. One thread at a time.
 class QZ_API QZContainer : public QZObject
 {
@@ -21,24 +21,24 @@ public:
     QZInt64 GetType() override;
     virtual QZInt64 Count();
 
-    /// Adds at the end; AddFirst in front. True.
+    /// AddFirst adds at the front, the others add at the end. True.
     /// @throws QZException 1792 for null, 1280 for an object that is locked
     QZBool EnQueue(QZObject* object);
     QZBool Push(QZObject* object);
     QZBool AddLast(QZObject* object);
     QZBool AddFirst(QZObject* object);
 
-    /// Takes the first element out; null when there is none.
+    /// Removes and returns the first element; null when there is none.
     QZObject* DeQueue();
 
-    /// Takes the last element out; null when there is none.
+    /// Removes and returns the last element; null when there is none.
     QZObject* Pop();
 
-    /// The ends; null when there is none.
+    /// The first and the last element; null when there is none.
     QZObject* GetFirst();
     QZObject* GetLast();
 
-    /// Takes the object out. False for null and for an object that does not stand in this container.
+    /// Removes the object. False for null and for an object that is not in this container.
     QZBool RemoveElement(QZObject* object);
 
     /// @throws QZException 256 for an index outside 0 to count - 1
@@ -49,11 +49,11 @@ public:
         return RemoveElement(static_cast<QZInt64>(index));
     }
 
-    /// The cost is the index.
+    /// Takes time proportional to the index.
     /// @throws QZException 256 for an index outside 0 to count - 1
     QZObject* GetElement(QZInt64 index);
 
-    /// How many objects stand before this one in whatever container holds it.
+    /// The number of objects before this one in the container that holds it, whichever that is.
     QZInt64 GetElementIndex(QZObject* object);
 
 private:
@@ -67,7 +67,7 @@ private:
     QZInt64 m_count = 0;
 };
 
-/// The typed face of QZContainer: the same list, with T in and out.
+/// QZContainer for objects of one class.
 template <typename T>
 class QZList : public QZContainer
 {

@@ -90,7 +90,7 @@ QZBool Try(Text text, Value* value, Reader read)
     return 1;
 }
 
-/// 1, 0, or -1 for a text that is neither "true" nor "false" in any case.
+/// 1 for "true", 0 for "false", both in any case, and -1 for any other text.
 int Truth(QZString* text)
 {
     if (text == nullptr) return -1;
@@ -123,7 +123,7 @@ QZBool TryBool(Text text, QZBool* value)
     return 1;
 }
 
-/// A new string of what a writer of number texts puts into its buffer.
+/// A new string with what a writer of fw_number_text.h wrote.
 template <typename Writer>
 QZString* Written(Writer write)
 {
@@ -142,7 +142,7 @@ public:
     QZString* Text(QZInt64 index) const { return m_pieces->GetElement(index); }
     QZInt64 Number(QZInt64 index) const { return QZConvert::StringToInt64(Text(index)); }
 
-    /// Throws unless there are exactly so many pieces.
+    /// Throws unless there are exactly `count` pieces.
     void Expect(QZInt64 count) const
     {
         if (Count() != count) QZRaise(QZGeneralFailure(QZExceptionCode::ArgumentOutOfRange)).Throw();

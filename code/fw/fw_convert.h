@@ -7,14 +7,14 @@ class QZData;
 class QZDateTime;
 class QZString;
 
-/// The bridge between numbers, text and typed data. All static, any thread.
+/// Conversions between numbers, text and typed data. All static, any thread.
 ///
-/// Every QZString*, QZData* and QZDateTime* that comes back is new and belongs to the caller, who gives it
+/// Every QZString*, QZData* and QZDateTime* that is returned is new and belongs to the caller, who gives it
 /// back with Recycle. Text may be narrow, wide or a QZString; lengths count its units.
 ///
-/// Numbers are read leniently: "0x" in front selects hexadecimal, a leading "-" counts, and a unit that is no
-/// digit gives nonsense rather than a failure. The plain forms throw QZException 256 for null and empty text
-/// alone; the Try forms answer false there and leave the value as it is.
+/// Numbers are read leniently: "0x" in front selects hexadecimal, a leading "-" counts, and a unit that is
+/// not a digit gives a meaningless number and no failure. The plain forms throw QZException 256 only for null
+/// and empty text; the Try forms return false there and leave the value unchanged.
 class QZ_API QZConvert
 {
 public:
@@ -35,13 +35,12 @@ public:
     static QZString* Int64ToString(QZInt64 value);
     static QZString* Int64ToStringHex(QZInt64 value);
 
-    /// Writes the digits, at most 16 units, without terminator: the units behind them stay as they are.
+    /// Writes the digits, at most 16 units, without terminator; the units after them are not written.
     /// @return the bytes written; with a null buffer the bytes needed
     static QZInt64 UInt64ToStringHex(QZUInt64 value, QZWChar* buffer);
 
-    /// As many digits behind the point as the fraction needs, at most 12, and none for a whole number; or
-    /// exactly `precision` digits, at most 12, and no point for 0. A negative precision is the form without
-    /// one.
+    /// As many digits after the point as the fraction needs, at most 12, and none for a whole number; or
+    /// exactly `precision` digits, at most 12, and no point for 0. A negative precision is the same as none.
     static QZString* DoubleToString(double value);
     static QZString* DoubleToString(double value, QZInt64 precision);
     static QZString* FloatToString(float value);
@@ -71,8 +70,8 @@ public:
     static QZInt32 StringToInt32(const char* text);
     static QZInt32 StringToInt32(const QZWChar* text);
 
-    /// The last "." is the point; at most 12 digits behind it count. The sign is the integer part's, so
-    /// "-0.5" reads 0.5.
+    /// The last "." is the point; at most 12 digits after it count. The sign is the integer part's, so "-0.5"
+    /// reads 0.5.
     static double StringToDouble(QZString* text);
     static double StringToDouble(const char* text);
     static double StringToDouble(const QZWChar* text);
@@ -125,12 +124,12 @@ public:
 
     /// The text of a value of a type of QZDataType: "True" or "False", numbers, a date and time, the text in
     /// its encoding, an array's elements with "," between them; hexadecimal text for every other type.
-    /// @throws QZException 1024 when there are fewer bytes than the type asks for, 256 for null
+    /// @throws QZException 1024 when there are fewer bytes than the type needs, 256 for null
     static QZString* DataToText(QZData* data, QZInt64 type);
 
-    /// Hexadecimal text: two upper-case digits a byte, with `spaced` a blank behind. With a width above 0
-    /// lines of that many bytes with CR LF between them, and with `showOffset` "[0x", offset and index in
-    /// hexadecimal, "]  " in front of each. The short forms use no width and nothing else.
+    /// Hexadecimal text: two upper-case digits a byte, and with `spaced` a blank after each byte. With a
+    /// width above 0 lines of that many bytes with CR LF between them, and with `showOffset` "[0x", offset
+    /// and index in hexadecimal, "]  " in front of each line. The short forms use none of these.
     /// @throws QZException 256 for null
     static QZString* DataToText(QZData* data);
     static QZString* DataToText(QZInt64 offset, QZData* data);
@@ -139,19 +138,19 @@ public:
     static QZString* DataToText(QZInt64 offset, const void* bytes, QZInt64 size, QZInt64 width,
                                 QZBool showOffset, QZBool spaced);
 
-    /// The value that a text of DataToText shows. Elements of arrays are separated by "," or by U+00A3, whose
-    /// next character is skipped; a "-" anywhere in an element makes it negative, what else is no digit is
-    /// ignored.
+    /// The value of a text that DataToText wrote. Elements of arrays are separated by "," or by U+00A3, whose
+    /// next character is skipped; a "-" anywhere in an element makes it negative, all other units that are
+    /// not digits are ignored.
     /// @throws QZException 256 for null, for empty text of a number and for text that is no date and time
     static QZData* TextToData(QZString* text, QZInt64 type);
 
-    /// The bytes of hexadecimal text: labels in square brackets and all that is no digit are passed over.
+    /// The bytes of hexadecimal text: labels in square brackets and all units that are not digits are
+    /// skipped.
     /// @throws QZException 256 for null
     static QZData* TextToData(QZString* text);
     static QZData* TextToData(const QZWChar* text);
 
-    // ---- The strict family, an addition. A host that takes text from people, files or networks reads it
-    // with these.
+    // ---- The strict family, an addition: for text that comes from people, files or networks.
 
     /// The whole text as a decimal number: digits with an optional sign, nothing before and nothing after
     /// them, no white space, no hexadecimal form. No memory is taken for texts of up to 64 units.
@@ -182,12 +181,11 @@ public:
     static QZBool ParseBool(QZString* text, QZBool* value);
 
     /// A date and time by ISO 8601: "YYYY-MM-DD", or that, "T" or a blank, and "hh:mm", "hh:mm:ss" or
-    /// "hh:mm:ss.fff" with one to nine digits of a fraction, which is cut to milliseconds; behind a time "Z"
-    /// or an offset from UTC
-    /// ("+02:00", "+0200", "+02"). Every field is checked against the calendar; years are 1 to 9999.
-    /// @param timestamp  milliseconds from the start of year 1, set only when the result is 1: in UTC where
-    /// the text has
-    ///                   "Z" or an offset, else the date and time as they are written
+    /// "hh:mm:ss.fff" with one to nine digits of a fraction, which is cut to milliseconds; after a time "Z"
+    /// or an offset from UTC ("+02:00", "+0200", "+02"). Every field is checked against the calendar; years
+    /// are 1 to 9999.
+    /// @param timestamp  milliseconds from the start of year 1, set only when the result is 1. With "Z" or an
+    ///                   offset in the text it is UTC, else the date and time as they are written
     /// @param hasOffset  where it is not null, 1 when the text has "Z" or an offset, else 0
     /// @return 1, or 0 for null and for any other text
     static QZBool ParseDateTime(const char* text, QZInt64* timestamp, QZBool* hasOffset = nullptr);
@@ -203,7 +201,7 @@ public:
     /// @param timestamp  milliseconds from the start of year 1
     static QZString* FormatDateTime(QZInt64 timestamp, QZBool utc);
 
-    /// Give back; the variable is cleared. A null in it is a QZLibAssert(false).
+    /// Give objects back to their factory; the variable is cleared. A null in it is a QZLibAssert(false).
     static void Recycle(QZData** data);
     static void Recycle(QZString** text);
     static void Recycle(QZDateTime** time);

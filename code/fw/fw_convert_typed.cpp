@@ -56,7 +56,7 @@ QZData* HexBytes(const QZWChar* text, QZInt64 count)
 
 // ---- Arrays
 
-/// How the elements of an array type are read, written and told in text.
+/// How the elements of an array type are read and written, as values and as text.
 struct Int32Element
 {
     using Value = QZInt32;
@@ -101,7 +101,7 @@ QZString* ArrayText(const QZData* data)
 {
     const auto count = Element::Get(data, 0);
     std::basic_string<QZWChar> text;
-    // The count is no promise: the first element that is not there ends it with an exception.
+    // The count may be too large: the first missing element throws.
     for (QZInt64 i = 1; static_cast<typename Element::Value>(i) <= count; ++i)
     {
         QZWChar units[number::kBufferUnits];
@@ -121,7 +121,7 @@ class Elements
 public:
     Elements(const QZWChar* units, QZInt64 count) : m_next(units), m_end(units + count), m_done(count < 1) {}
 
-    /// Takes the next element: its digits, points too where `point`, and whether a "-" stood in it.
+    /// Reads the next element: its digits, also points if `point` is set, and whether it contained a "-".
     bool Next(bool point)
     {
         if (m_done) return false;
@@ -170,7 +170,8 @@ QZData* ArrayData(QZString* text)
 
 // ---- Texts
 
-/// The encoding of a text type; 0 for all other types. TEXTUTF8 is UTF-8 for real here, whatever its number.
+/// The encoding of a text type; 0 for all other types. TEXTUTF8 means UTF-8 here, although its number is that
+/// of UTF16BE.
 QZInt64 EncodingOf(QZInt64 type)
 {
     switch (type)

@@ -24,7 +24,7 @@ const QZWChar* const kClass = QZ_W("QZData");
         .Throw();
 }
 
-/// Bytes that are put into a buffer must be there and of a countable number.
+/// Throws for a negative size and for a null pointer with a size.
 void CheckBytes(const void* p, QZInt64 size, const QZWChar* method)
 {
     if (size < 0 || (p == nullptr && size > 0))
@@ -42,7 +42,7 @@ void CheckObject(const QZData* data, const QZWChar* method)
             .Throw();
 }
 
-/// A private copy of bytes, for sources that lie in the very buffer that is about to change.
+/// A private copy of bytes, for a source that lies in the buffer that is about to change.
 class ByteCopy
 {
 public:
@@ -77,7 +77,7 @@ QZData::QZData(const void* p, QZInt64 size)
 {
     if (m_block == nullptr)
     {
-        // No bytes to copy is the caller's failure, no room for them is not.
+        // A null source throws code 256; a failure to allocate throws QZLastError.
         if (size >= 0) CheckBytes(p, size, kClass);
         QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), kClass, kClass)
             .Argument(QZ_W("QZPVoid"), p, 0)
@@ -207,7 +207,7 @@ QZInt64 QZData::FindNext(const QZData* pattern)
     return m_findPosition;
 }
 
-/// A sum that no number can hold is a size that no memory can hold.
+/// A sum that overflows is a size for which there is no memory.
 void QZData::GrowBy(QZInt64 size)
 {
     QZInt64 sum = 0;
@@ -306,13 +306,13 @@ void QZData::Set(const void* p, QZInt64 size)
     if (size > 0) QZMemCopy(GetPointer(), p, size);
 }
 
-/// @return null for an index that is no good
+/// @return null for a bad index
 unsigned char* QZData::Element(QZInt64 index, QZInt64 width) const
 {
     const auto places = static_cast<QZUInt32>(static_cast<QZUInt64>(index) + 1);
     const auto size = static_cast<QZUInt32>(GetSize());
-    // The test runs on 32-bit values, so that -1 passes: callers read the end of the head room with it. What
-    // else slips through lies outside of the buffer and is refused as well.
+    // The test uses 32-bit values, so that -1 passes: callers read the end of the head room with it. Other
+    // indices that pass the test and lie outside the buffer are refused too.
     if (QZUInt64{places} * static_cast<QZUInt64>(width) > size || index < -1 ||
         (index >= 0 && index >= GetSize() / width))
         return nullptr;
@@ -340,7 +340,8 @@ void QZData::Store(QZInt64 index, T value, const QZWChar* method, const QZWChar*
             .Throw();
     const unsigned char* first = QZAt(m_block, block::kHeaderSize);
     if (place >= first) return QZStore(place, value);
-    // In front of data without enough head room lie the block's own words; those bytes are left out.
+    // With too little head room the block's own header lies in front of the data; bytes there are not
+    // written.
     unsigned char bytes[sizeof(T)];
     QZStore(bytes, value);
     for (std::size_t i = 0; i < sizeof(T); ++i)

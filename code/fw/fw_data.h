@@ -13,10 +13,11 @@ class QZDataCollection;
 ///
 /// The bytes lie in one self-describing block (see GetStructPointer) with 64 bytes of head room in front, so
 /// that short prepends move nothing. Storage only grows, in steps of 512 bytes: a buffer that shrinks keeps
-/// what it has for later, and bytes that come back by growing again show what was there before.
+/// its storage, and when it grows again the old bytes reappear.
 ///
 /// A QZData owns its block; copies are deep. One thread at a time.
-/// Wherever storage has to grow and cannot, a QZException with QZLastError is thrown, 4352 when that is 0.
+/// When storage has to grow and there is no memory, QZException with QZLastError is thrown, 4352 when that is
+/// 0.
 class QZ_API QZData : public QZObject
 {
 public:
@@ -100,43 +101,42 @@ public:
     /// position plus the pattern's size, and with nothing found before at the pattern's size - 1.
     QZInt64 FindNext(const QZData* pattern);
 
-    /// Adds bytes behind the data. A buffer may be appended to itself.
+    /// Appends bytes. A buffer may be appended to itself.
     /// @throws QZException 256 for a negative size
     void Append(const QZData* source);
     void Append(QZData source);
     void Append(const void* p, QZInt64 size);
 
-    /// Adds bytes in front of the data: into the head room where they leave some of it, else by moving the
-    /// data up.
+    /// Adds bytes in front of the data: in the head room if more of it is left than they need, else by moving
+    /// the data up.
     /// @throws QZException 256 for a negative size
     void Prepend(const QZData* source);
     void Prepend(QZData source);
     void Prepend(const void* p, QZInt64 size);
 
     /// A new buffer from QZDataFactory in which every occurrence of `find`, from the front and without
-    /// overlap, is replaced. This buffer stays as it is but forgets its remembered position.
+    /// overlap, is replaced. This buffer stays unchanged, except that it forgets its remembered position.
     /// @throws QZException 256 for an empty pattern
     QZData* Replace(const QZData* find, const QZData* with);
     QZData* Replace(const void* find, QZInt64 findSize, const void* with, QZInt64 withSize);
 
-    /// The pieces between the separators, as new buffers in a new collection, both from QZDataFactory; what
-    /// follows the last separator is always the last piece, even when it is empty.
+    /// The pieces between the separators, as new buffers in a new collection, both from QZDataFactory. The
+    /// bytes after the last separator are always the last piece, even when there are none.
     QZDataCollection* Split(const QZData* separator);
 
-    /// Gives back every element and then the collection. A null in the variable is a QZLibAssert(false).
+    /// Recycles every element and then the collection. A null in the variable is a QZLibAssert(false).
     static void Recycle(QZDataCollection** collection);
     static void Recycle(QZData** data);
 
-    /// Marker and guard of the block are right.
+    /// True when marker and guard of the block are right.
     QZBool Check() const;
 
-    /// Takes a copy of the bytes. Data type and head room stay. Nothing happens when the source is this
-    /// object.
+    /// Copies the bytes. Data type and head room stay. Does nothing when the source is this object.
     void Set(const QZData* source);
     void Set(const void* block);
     void Set(const void* p, QZInt64 size);
 
-    /// The element of the width at an index that counts elements. Index -1 reads what lies in front of the
+    /// The element of the width at an index that counts elements. Index -1 reads the bytes in front of the
     /// data.
     /// @throws QZException 1024 outside the data
     QZInt64 GetValueInt64(QZInt64 index) const;

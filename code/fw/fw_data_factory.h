@@ -22,15 +22,15 @@ class QZDateTime;
 class QZJsonObject;
 class QZObjectCache;
 
-/// Makes and takes back buffers, typed values and collections through caches. What a Create... returns is the
-/// caller's until a Recycle takes it back and clears the caller's variable. Any thread.
+/// Makes and takes back buffers, typed values and collections through caches. The result of a Create...
+/// belongs to the caller until Recycle takes it back and clears the caller's variable. Any thread.
 class QZ_API QZDataFactory
 {
 public:
     static QZData* CreateData();
 
     /// A copy of the source's bytes in an object of the type's own class, or a plain QZData for a type of
-    /// QZDataType that has no class. The size is the source's, whatever the type.
+    /// QZDataType that has no class. The size is that of the source for every type.
     /// @throws QZException 256 for a null source, else with QZLastError when there is no memory
     static QZData* CreateData(QZInt64 type, QZData* source);
 
@@ -55,9 +55,9 @@ public:
     static QZDataBool* CreateBool(QZBool value);
     static QZDataByte* CreateByte(QZByte value);
 
-    /// Empties the object, gives it back and clears the variable. A null in the variable is a
-    /// QZLibAssert(false). The form for QZData sorts by GetType; a data collection only forgets its elements,
-    /// QZData::Recycle gives them back as well.
+    /// Empties the object, returns it to its cache and clears the variable. A null in the variable is a
+    /// QZLibAssert(false). The form for QZData selects the cache by GetType. A data collection only forgets
+    /// its elements; QZData::Recycle recycles them too.
     /// @throws QZException 1280 for a locked object, without a code for a type that has no cache; the
     /// variable stays
     static void Recycle(QZData** data);

@@ -10,7 +10,7 @@
 
 QZInt64 QZBytesFind(const void* data, QZInt64 size, const void* pattern, QZInt64 patternSize, QZInt64 unit)
 {
-    // Callers that search for nothing at all are answered with the start.
+    // Callers rely on position 0 for a search with a null pointer.
     if (data == nullptr || pattern == nullptr) return 0;
     if (size <= 0 || patternSize <= 0 || patternSize > size) return -1;
     const auto* begin = static_cast<const unsigned char*>(data);
@@ -31,7 +31,7 @@ QZInt64 QZBytesReplaceBound(QZInt64 size, QZInt64 findSize, QZInt64 withSize)
     const QZInt64 larger = withSize > findSize ? withSize : findSize;
     const QZInt64 smaller = withSize > findSize ? findSize : withSize;
     QZInt64 bound = 0;
-    // What no number can hold no memory can either.
+    // A size that overflows is one for which there is no memory.
     if (__builtin_sub_overflow(larger, smaller, &bound) ||
         __builtin_mul_overflow(size / findSize, bound, &bound) || __builtin_add_overflow(size, bound, &bound))
         return std::numeric_limits<QZInt64>::max();

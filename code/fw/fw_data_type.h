@@ -3,7 +3,7 @@
 
 #include "sys/sys_types.h"
 
-/// The vocabulary of value types that tables, packages and the database carry.
+/// The types of values in tables, packages and the database.
 class QZ_API QZDataType
 {
 public:
@@ -15,7 +15,7 @@ public:
     /// Text in the narrow page, in UTF-16 and in UTF-8.
     static const QZInt64 TEXTGB2312 = 0x2010100;
     static const QZInt64 TEXTUTF16LE = 0x2010200;
-    /// The number is that of QZEncodingType::UTF16BE: stored values carry it so.
+    /// The number is that of QZEncodingType::UTF16BE: stored values contain it.
     static const QZInt64 TEXTUTF8 = 0x2010300;
 
     static const QZInt64 BMP32 = 0x2020100;

@@ -27,7 +27,7 @@ QZRaise Failure(QZInt64 code, const QZWChar* method, QZInt64 type)
     return raise;
 }
 
-/// Text in an encoding, wherever it lies.
+/// Text in an encoding, not owned.
 struct Text
 {
     QZInt64 type;
@@ -37,7 +37,7 @@ struct Text
 
 Text TextOf(QZString* text) { return {QZEncodingType::UTF16LE, text->GetPointer(), text->GetSize()}; }
 
-/// The text of a raw block, without the terminator that counts in its size.
+/// The text of a raw block, without the terminator that the block's size includes.
 Text TextOf(const void* b)
 {
     Text text{block::Type(b), block::Data(b), block::Size(b)};
@@ -103,7 +103,7 @@ void QZEncoding::GetData(QZInt64 type, void* block, QZData* target)
         FillData(type, TextOf(block), target, QZ_W("QZPString"));
         return;
     }
-    // The source is the target's own block: its bytes must not go while they are read.
+    // The source is the target's own block: the target must not change while the source is read.
     QZScopedData data(QZDataFactory::CreateData());
     FillData(type, TextOf(block), data.Get(), QZ_W("QZPString"));
     target->Set(data.Get());
@@ -169,7 +169,7 @@ QZBool QZEncoding::IsLegalUTF8(const void* text, QZInt64 size)
         if ((lead >= 0x80 && lead <= 0xC1) || lead > 0xF4 || end - p <= trailing) return 0;
         for (int i = trailing; i > 0; --i)
             if (p[i] < 0x80 || p[i] > 0xBF) return 0;
-        // Overlong forms, surrogates, and values above U+10FFFF show in the second byte.
+        // The second byte shows overlong forms, surrogates, and values above U+10FFFF.
         if ((lead == 0xE0 && p[1] < 0xA0) || (lead == 0xED && p[1] > 0x9F)) return 0;
         if ((lead == 0xF0 && p[1] < 0x90) || (lead == 0xF4 && p[1] > 0x8F)) return 0;
         p += trailing + 1;

@@ -4,8 +4,6 @@
 #include <array>
 #include <bit>
 
-#include "fw/fw_encoding_type.h"
-#include "fw/fw_exception_code.h"
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_scoped.h"
@@ -21,7 +19,7 @@ using Byte = unsigned char;
 constexpr std::uint32_t kReplacement = 0xFFFD;
 constexpr std::uint32_t kLargest = 0x10FFFF;
 
-/// What the markers of a sequence add up to, by its trailing count.
+/// The sum of the marker bits of a sequence, by the number of trailing bytes.
 constexpr std::uint32_t kMarkers[6] = {0, 0x3080, 0xE2080, 0x3C82080, 0xFA082080, 0x82082080};
 
 constexpr std::array<Byte, 256> MakeTrailing()
@@ -46,7 +44,8 @@ std::uint32_t Pair(std::uint32_t high, std::uint32_t low)
     return ((high - 0xD800) << 10) + (low - 0xDC00) + 0x10000;
 }
 
-/// Targets count or store. Put answers false when the target is full, and nothing more goes in.
+/// A target counts (Sizer) or stores (Writer). Put returns false when the target is full; nothing is written
+/// then.
 struct Sizer
 {
     QZInt64 done = 0;
@@ -117,7 +116,7 @@ struct Writer
         return true;
     }
 
-    /// A high surrogate goes in even where its low one has no room left.
+    /// A high surrogate is written even if there is no room for its low surrogate.
     bool PutUtf16(std::uint32_t value)
     {
         if (value <= 0xFFFF) return PutUnit(value);
@@ -151,13 +150,13 @@ struct Writer
     }
 };
 
-/// Reads one character at *i and moves behind it. False when the source ends inside it.
+/// Reads one character at *i and moves *i past it. False when the source ends inside it.
 inline bool DecodeUtf8(const Byte* from, QZInt64 size, QZInt64* i, std::uint32_t* value)
 {
     const Byte* p = from + *i;
     std::uint32_t lead = *p;
     QZInt64 left = size - *i;
-    // The forms of two and three bytes, which most text is made of, need no loop.
+    // Sequences of two and three bytes are the most frequent ones and need no loop.
     if (lead >= 0xC0 && lead < 0xE0 && left > 1)
     {
         *value = Legal((lead << 6) + p[1] - kMarkers[1]);
@@ -227,7 +226,7 @@ QZInt64 FromUtf16ToUtf8(const Byte* from, QZInt64 size, Target target)
         if (i == count) break;
         std::uint32_t value = QZLoad<std::uint16_t>(from + 2 * i);
         ++i;
-        // A pair begins at 0xD801: 0xD800 and its low surrogate go out as two characters of three bytes.
+        // A pair begins at 0xD801: 0xD800 and its low surrogate become two characters of three bytes.
         if (value >= 0xD801 && value <= 0xDBFF && i < count)
         {
             std::uint32_t low = QZLoad<std::uint16_t>(from + 2 * i);
@@ -280,7 +279,7 @@ const Byte* Bytes(const void* p) { return static_cast<const Byte*>(p); }
 
 bool IsAligned(const void* p) { return reinterpret_cast<std::uintptr_t>(p) % alignof(QZWChar) == 0; }
 
-/// Every narrow page holds ASCII in its place, so that plain text needs no call of the system.
+/// Every narrow page maps ASCII to itself, so that plain ASCII needs no system call.
 bool IsAscii(const void* from, QZInt64 size)
 {
     QZUInt64 all = 0;
@@ -356,7 +355,8 @@ QZInt64 AnsiToUtf16(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize
     if (IsAscii(from, fromSize))
         return to != nullptr ? Utf8ToUtf16(from, fromSize, to, toSize) : fromSize * 2;
     const char* text = static_cast<const char*>(from);
-    // Every byte is at most one unit: with room for that many the text goes straight into the target.
+    // Every byte becomes at most one unit: with room for that many the text is converted into the target
+    // directly.
     if (to != nullptr && toSize / 2 >= fromSize && IsAligned(to))
         return os::NarrowToWide(text, fromSize, static_cast<QZWChar*>(to), toSize / 2) * 2;
     QZInt64 units = os::NarrowToWide(text, fromSize, nullptr, 0);
@@ -386,89 +386,5 @@ QZInt64 Utf16ToAnsi(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize
     if (aligned.Get() == nullptr) return -1;
     QZMemCopy(Units(aligned), from, units * 2);
     return os::WideToNarrow(Units(aligned), units, bytes, to != nullptr ? toSize : 0);
-}
-QZInt64 UnitSize(QZInt64 type)
-{
-    switch (type)
-    {
-        case QZEncodingType::ANSI:
-        case QZEncodingType::UTF8: return 1;
-        case QZEncodingType::UTF16LE:
-        case QZEncodingType::UTF16BE: return 2;
-        case QZEncodingType::UTF32LE: return 4;
-        default: return 0;
-    }
-}
-
-namespace
-{
-Converter ToUtf16(QZInt64 type)
-{
-    switch (type)
-    {
-        case QZEncodingType::ANSI: return AnsiToUtf16;
-        case QZEncodingType::UTF16BE: return SwapUtf16;
-        case QZEncodingType::UTF8: return Utf8ToUtf16;
-        default: return Utf32ToUtf16;
-    }
-}
-
-Converter FromUtf16(QZInt64 type)
-{
-    switch (type)
-    {
-        case QZEncodingType::ANSI: return Utf16ToAnsi;
-        case QZEncodingType::UTF16BE: return SwapUtf16;
-        case QZEncodingType::UTF8: return Utf16ToUtf8;
-        default: return Utf16ToUtf32;
-    }
-}
-
-/// The primitive of a pair that has one, else null.
-Converter Direct(QZInt64 fromType, QZInt64 toType)
-{
-    if (toType == QZEncodingType::UTF16LE) return ToUtf16(fromType);
-    if (fromType == QZEncodingType::UTF16LE) return FromUtf16(toType);
-    if (fromType == QZEncodingType::UTF8 && toType == QZEncodingType::UTF32LE) return Utf8ToUtf32;
-    if (fromType == QZEncodingType::UTF32LE && toType == QZEncodingType::UTF8) return Utf32ToUtf8;
-    return nullptr;
-}
-
-QZInt64 CopyText(const void* from, QZInt64 fromSize, QZInt64 unit, void* to, QZInt64 toSize)
-{
-    if (to == nullptr) return fromSize;
-    QZInt64 size = fromSize <= toSize ? fromSize : toSize - toSize % unit;
-    QZMemCopy(to, from, size);
-    return size;
-}
-
-QZInt64 ThroughUtf16(Converter in, Converter out, const void* from, QZInt64 fromSize, void* to,
-                     QZInt64 toSize)
-{
-    QZInt64 size = in(from, fromSize, nullptr, 0);
-    if (size < 0) return -1;
-    void* between = MemoryAllocate(size);
-    if (between == nullptr) return -1;
-    size = in(from, fromSize, between, size);
-    QZInt64 result = size < 0 ? -1 : out(between, size, to, toSize);
-    MemoryFree(between);
-    return result;
-}
-}  // namespace
-
-QZInt64 Convert(QZInt64 fromType, const void* from, QZInt64 fromSize, QZInt64 toType, void* to,
-                QZInt64 toSize)
-{
-    if (UnitSize(fromType) == 0 || UnitSize(toType) == 0) return -1;
-    if (fromSize < 0 || (from == nullptr && fromSize > 0))
-    {
-        QZSetLastError(static_cast<QZInt32>(QZExceptionCode::ArgumentOutOfRange));
-        return -1;
-    }
-    if (fromSize == 0) return 0;
-    if (toSize < 0) toSize = 0;
-    if (fromType == toType) return CopyText(from, fromSize, UnitSize(toType), to, toSize);
-    if (Converter direct = Direct(fromType, toType)) return direct(from, fromSize, to, toSize);
-    return ThroughUtf16(ToUtf16(fromType), FromUtf16(toType), from, fromSize, to, toSize);
 }
 }  // namespace encoding

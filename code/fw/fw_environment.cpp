@@ -69,7 +69,7 @@ QZBool QZEnvironment::GetLocalIP(unsigned int* address)
 
 QZString* QZEnvironment::GetHostName()
 {
-    // A name that does not fit gives an empty string, as a name that the system will not tell.
+    // A name that does not fit gives an empty string, and so does a failure of the system.
     QZWChar name[kHostNameUnits];
     if (!os::ComputerName(name, kHostNameUnits)) name[0] = 0;
     return QZStringFactory::CreateString(name);
@@ -101,7 +101,7 @@ void QZEnvironment::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
 
 void QZEnvironmentInit()
 {
-    // A start that failed behind this step and is tried again finds the text there.
+    // After a start that failed later and is repeated, the text exists already.
     if (QZEnvironment::NewLine == nullptr) QZEnvironment::NewLine = new QZString(QZ_W("\r\n"));
     QZEnvironment::UseMemPoolCache = 0;
 }

@@ -5,8 +5,8 @@
 
 class QZString;
 
-/// What the library knows of its surroundings: switches that a host sets, the narrow and wide encodings, the
-/// clock, and the host's name, address and working folder. All static, any thread.
+/// The library's environment: switches that a host sets, the narrow and wide encodings, the clock, and the
+/// host's name, address and working folder. All static, any thread.
 class QZ_API QZEnvironment
 {
 public:

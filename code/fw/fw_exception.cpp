@@ -45,7 +45,7 @@ void QZException::Init()
 
 void QZException::ReleaseText(QZString** text)
 {
-    // A text that does not open with this key belongs to somebody else by now and is left alone.
+    // A text with another lock key has another owner and is not recycled.
     if (!(*text)->SetDisposable(GetObjectID(), 1))
     {
         *text = nullptr;
@@ -205,13 +205,13 @@ void QZException::ArgumentTraceAppend(const void* bytes, QZInt64 size)
 {
     if (bytes == nullptr)
     {
-        // No separator here, unlike everywhere else: readers of traces know the form.
+        // No separator here, unlike everywhere else: readers of traces rely on this form.
         m_argumentTrace->Append(QZ_W("<NULL>"));
         return;
     }
     ArgumentSeparator();
     m_argumentTrace->Append(QZ_W("<HEX>"));
-    // Piece by piece on the stack: a failure is told without asking for memory for its digits.
+    // In pieces on the stack, so that the digits need no memory.
     constexpr QZInt64 kPiece = 128;
     QZWChar digits[2 * kPiece + 1];
     for (QZInt64 i = 0; i < size; i += kPiece)

@@ -60,8 +60,7 @@ public:
     /// The calling thread's last system error number.
     static QZInt64 GetLastError();
 
-    /// Opens a frame in both traces and adds a parameter type to the open frame of the stack trace. They
-    /// serve QZTrace.
+    /// Opens a frame in both traces; adds a parameter type to the open frame of the stack trace.
     void StackTraceBegin(const QZWChar* className, const QZWChar* method);
     void StackTraceParameter(const QZWChar* type);
 
@@ -79,7 +78,7 @@ protected:
     /// A new string with the system's text of an error number.
     QZString* LastErrorToMessage(QZInt64 code);
 
-    /// What Set of the domain classes does: only the message is cleared, and the code's text is given.
+    /// Set of the derived classes: clears only the message, and uses the given text of the code.
     void SetMessage(const QZWChar* message, QZUInt64 code, const QZWChar* codeText, QZInt64 lastError);
 
     /// The constructors' text: like Set, without a leading blank.
@@ -106,7 +105,7 @@ public:
     static const QZInt64 Type = 0x81B1000;
     QZInt64 GetType() override;
     void Set(const QZWChar* message, QZUInt64 code, QZInt64 lastError);
-    /// Codes outside the own table read as those of QZException do: WriteFailed is "OutOfMemory" and
+    /// Codes outside this class's table have the texts of QZException: WriteFailed is "OutOfMemory" and
     /// ReadFailed is "unknown error".
     const QZWChar* ErrorCodeToMessage(QZInt64 code);
 

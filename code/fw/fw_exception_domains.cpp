@@ -96,11 +96,10 @@ void QZJsonException::DeleteObject(QZObject* exception) { delete exception; }
 
 QZSerialException::QZSerialException(QZByte code)
 {
-    static const bool registered = [] {
+    [[maybe_unused]] static const bool kRegistered = [] {
         QZExceptionFactory::RegisterRecycleFunction(Type, &QZSerialException::DeleteObject);
         return true;
     }();
-    static_cast<void>(registered);
     ConstructMessage(code, ErrorCodeToMessage(code), 0);
 }
 QZInt64 QZSerialException::GetType() { return 0x931003B; }

@@ -26,7 +26,8 @@ namespace
 
 bool g_initialised = false;
 
-/// A failure that comes up before the caches exist, such as that of the socket layer, still gets its report.
+/// Works without a cache too: a failure before the factory has started, such as that of the socket layer,
+/// needs an exception.
 template <typename E, typename Make>
 E* Take(QZObjectCache* cache, Make make)
 {
@@ -210,7 +211,7 @@ void QZExceptionFactory::Recycle(QZException** exception)
     }
     if (m_types == nullptr)
     {
-        // The report of a start that failed before the registry stood.
+        // The exception of a start that failed before the registry existed.
         delete *exception;
         *exception = nullptr;
         return;
@@ -241,7 +242,7 @@ void QZExceptionFactory::Recycle(QZJsonException** exception) { RecycleAs(except
 void QZExceptionFactory::RegisterRecycleFunction(QZInt64 type, void (*function)(QZObject* exception))
 {
     if (m_types == nullptr || m_types->FindElement(static_cast<QZUInt64>(type)) >= 0) return;
-    // The function goes in first: a reader never meets a type without one.
+    // The function is added first: a reader never finds a type without a function.
     m_functions->Push(static_cast<QZUInt64>(reinterpret_cast<std::uintptr_t>(function)));
     m_types->Push(static_cast<QZUInt64>(type));
 }
@@ -271,8 +272,8 @@ void QZExceptionFactory::RegisterAll()
     RegisterRecycleFunction(QZException::Type, &QZException::DeleteObject);
     RegisterRecycleFunction(QZIOException::Type, &QZIOException::DeleteObject);
     RegisterRecycleFunction(QZTaskException::Type, &QZTaskException::DeleteObject);
-    // The database class shares QZException's type, so this one is ignored; destruction is virtual and that
-    // suffices.
+    // The database class has QZException's type, so this registration is ignored. The virtual destructor
+    // makes that correct.
     RegisterRecycleFunction(QZException::Type, &QZDatabaseException::DeleteObject);
     RegisterRecycleFunction(QZSocketException::Type, &QZSocketException::DeleteObject);
     RegisterRecycleFunction(QZHttpException::Type, &QZHttpException::DeleteObject);

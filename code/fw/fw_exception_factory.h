@@ -6,9 +6,8 @@
 
 class QZCollection;
 
-/// Makes and takes back exceptions. Every Create... hands the exception to its caller, who throws it; whoever
-/// catches it gives it back with Recycle. Recycled exceptions are deleted, so a fresh one carries no stale
-/// trace.
+/// Makes and takes back exceptions. The caller of Create... owns the exception and throws it; whoever catches
+/// it gives it back with Recycle. Recycled exceptions are deleted, so a new one has no old trace.
 class QZ_API QZExceptionFactory
 {
 public:
@@ -80,7 +79,7 @@ private:
     static QZObjectCache* m_jsonExceptionCache;
 };
 
-// The caches of exceptions. They only give objects out: a recycled exception is deleted, and the created
+// The caches of exceptions. They never get an object back: a recycled exception is deleted, and the created
 // count keeps rising.
 
 QZLIB_NAMED_CACHE(QZExceptionCache, QZException);

@@ -1,6 +1,6 @@
 #include "fw/fw_exception.h"
 
-// The tables of texts, one per class, and the places of the codes.
+// The tables of texts, one per class, and the definitions of the codes.
 
 namespace
 {
@@ -38,7 +38,7 @@ constexpr CodeText kGeneric[] = {
     {QZExceptionCode::OperationTimeOut, QZ_W("The operation has time out.")},
 };
 
-/// Codes that are missing here read as the generic ones do.
+/// Codes that are missing here have the texts of QZException.
 constexpr CodeText kIO[] = {
     {QZIOExceptionCode::CanNotOpenFile, QZ_W("Can Not Open File")},
     {QZIOExceptionCode::FileNotFound, QZ_W("File Not Found")},

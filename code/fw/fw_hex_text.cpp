@@ -5,7 +5,7 @@ namespace hex
 namespace
 {
 
-/// Puts characters down, or only counts them.
+/// Stores characters, or only counts them.
 class Writer
 {
 public:

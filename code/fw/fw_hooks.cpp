@@ -10,8 +10,8 @@ QZInt32 QZLastError = 0;
 
 namespace
 {
-/// Forward, in words where both sides lie on words and the count is worth it, else in bytes. Overlap is not
-/// handled: what an overlapping copy leaves behind is what this order of steps leaves.
+/// Copies forward: in words where both sides are aligned to words and the size is large enough, else in
+/// bytes. An overlap is not handled; the result of an overlapping copy is what this order of steps gives.
 void CopyOverlapping(unsigned char* destination, const unsigned char* source, QZInt64 size)
 {
     QZInt64 done = 0;
@@ -28,7 +28,7 @@ void CopyOverlapping(unsigned char* destination, const unsigned char* source, QZ
     }
     for (; done < size; ++done)
     {
-        // Byte by byte for real: the next read may have to see this write.
+        // Volatile, so that it stays byte by byte: the next read may have to see this write.
         *const_cast<volatile unsigned char*>(destination + done) = source[done];
     }
 }
@@ -38,7 +38,7 @@ void DefaultMemCopy(void* destination, void* source, QZInt64 size)
     if (size <= 0) return;
     unsigned char* to = static_cast<unsigned char*>(destination);
     const unsigned char* from = static_cast<const unsigned char*>(source);
-    // Copying forward smears only where the target begins inside the source.
+    // A forward copy overwrites its source only where the target begins inside the source.
     if (to > from && to < from + size)
         CopyOverlapping(to, from, size);
     else

@@ -4,6 +4,7 @@
 
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 
 const QZInt64 QZObjectCollection::Type;
 const QZInt64 QZDataCollection::Type;
@@ -25,7 +26,7 @@ T* FromWord(QZUInt64 word)
 
 }  // namespace
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZObjectCollection
 
 QZObjectCollection::QZObjectCollection() : m_elements(std::make_shared<QZCollection>()) {}
 
@@ -89,7 +90,7 @@ void QZObjectCollection::Swap(QZInt64 a, QZInt64 b)
     m_elements->SetElement(b, first);
 }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZDataCollection
 
 QZDataCollection::QZDataCollection() = default;
 
@@ -110,7 +111,7 @@ QZBool QZDataCollection::Push(QZData* data) { return QZObjectCollection::Push(da
 
 QZBool QZDataCollection::Append(QZDataCollection* other) { return QZObjectCollection::Append(other); }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZStringCollection
 
 QZStringCollection::QZStringCollection() = default;
 
@@ -131,7 +132,7 @@ QZBool QZStringCollection::Push(QZString* text) { return QZObjectCollection::Pus
 
 QZBool QZStringCollection::Append(QZStringCollection* other) { return QZObjectCollection::Append(other); }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZKeyValue
 
 /// The strings of a pair. Pairs copied by value share them, and the last one unlocks and deletes them.
 struct QZKeyValue::Texts
@@ -185,7 +186,7 @@ void QZKeyValue::SetValue(QZString* value) { ClearAndAppend(m_texts->value, valu
 void QZKeyValue::SetValue(const char* value) { ClearAndAppend(m_texts->value, value); }
 void QZKeyValue::SetValue(const QZWChar* value) { ClearAndAppend(m_texts->value, value); }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZCallbackCollection
 
 QZCallbackCollection::QZCallbackCollection() : m_functions(std::make_shared<QZCollection>()) {}
 QZCallbackCollection::QZCallbackCollection(const QZCallbackCollection& other) = default;
@@ -203,7 +204,7 @@ void* QZCallbackCollection::GetElement(QZInt64 index)
 
 QZInt64 QZCallbackCollection::Count() { return m_functions->Count(); }
 
-// ---------------------------------------------------------------------------------------------------------------------
+// ---- QZKeyValueCollection
 
 /// The parallel lists. Collections copied by value share them.
 struct QZKeyValueCollection::Lists
@@ -226,8 +227,8 @@ namespace
 
 /// A key as it was given, ready for comparing with many strings.
 ///
-/// A comparison says what QZString::Equals with the ignore-case argument says, but looks at length and first
-/// unit before it walks the text.
+/// A comparison gives the result of QZString::Equals with the ignore-case argument, but compares length and
+/// first unit before it reads the text.
 class KeyText
 {
 public:
@@ -244,7 +245,7 @@ public:
 
     bool IsKeyOf(QZString* key) const
     {
-        // Text outside ASCII has another length in the narrow page; the string's own comparison converts it.
+        // Text outside ASCII has another length in the narrow page; QZString::Equals converts it.
         if (!m_plain) return key->Equals(m_narrow, 1) != 0;
         if (key->GetLength() != m_length) return false;
         return m_wide != nullptr ? Same(key->GetPointer(), m_wide) : Same(key->GetPointer(), m_narrow);
@@ -293,14 +294,14 @@ QZInt64 QZKeyValueCollection::GetType() { return 0x81F8000; }
 
 void QZKeyValueCollection::Unlock(QZObject* object)
 {
-    // An object that SetElement put in was never locked: the answer does not matter.
+    // SetElement does not lock the objects that it stores, so unlocking may fail here; that is no error.
     if (object != nullptr) object->SetDisposable(GetObjectID(), 1);
 }
 
 template <typename Key>
 QZBool QZKeyValueCollection::AddCopy(Key key, QZObject* object)
 {
-    // Of a null key the copy is empty, and refused like one.
+    // A null key is copied to an empty string and refused as such.
     return AddToCollection(QZStringFactory::CreateString(key), object);
 }
 
@@ -312,35 +313,21 @@ QZBool QZKeyValueCollection::AddToCollection(QZString* key, QZObject* object)
 {
     const QZWChar* const method = QZ_W("AddToCollection");
     const QZWChar* const type = QZ_W("QZString*");
-    try
-    {
-        if (key == nullptr || key->GetSize() == 0) ThrowKey(QZExceptionCode::KeyIsBad, method, type, key);
-        if (IndexOf(key) >= 0) ThrowKey(QZExceptionCode::KeyIsExists, method, type, key);
-        if (object == nullptr) ThrowKey(QZExceptionCode::NullPointer, method, type, key);
-        object->SetDisposable(GetObjectID(), 0);
-    }
-    catch (...)
-    {
-        if (key != nullptr) QZStringFactory::Recycle(&key);
-        throw;
-    }
-    PushEntry(key, object);
+    QZScopedString held(key);
+    if (key == nullptr || key->GetSize() == 0) ThrowKey(QZExceptionCode::KeyIsBad, method, type, key);
+    if (IndexOf(key) >= 0) ThrowKey(QZExceptionCode::KeyIsExists, method, type, key);
+    if (object == nullptr) ThrowKey(QZExceptionCode::NullPointer, method, type, key);
+    object->SetDisposable(GetObjectID(), 0);
+    PushEntry(held.Release(), object);
     ++m_count;
     return 1;
 }
 
 void QZKeyValueCollection::AddEntry(QZString* key, QZObject* object)
 {
-    try
-    {
-        object->SetDisposable(GetObjectID(), 0);
-    }
-    catch (...)
-    {
-        QZStringFactory::Recycle(&key);
-        throw;
-    }
-    PushEntry(key, object);
+    QZScopedString held(key);
+    object->SetDisposable(GetObjectID(), 0);
+    PushEntry(held.Release(), object);
     ++m_count;
 }
 
@@ -354,7 +341,7 @@ void QZKeyValueCollection::PushEntry(QZString* key, QZObject* object)
     }
     catch (...)
     {
-        // The lists stay in step, and object and key are as free as they came.
+        // Both lists keep the same count; object and key are free again.
         if (m_lists->objects->Count() > count) m_lists->objects->Pop();
         Unlock(object);
         QZStringFactory::Recycle(&key);
@@ -367,7 +354,7 @@ QZInt64 QZKeyValueCollection::IndexOf(Key key)
 {
     if (key == nullptr) ThrowKey(QZExceptionCode::NullPointer, QZ_W("GetIndex"), TypeName(key), key);
     const KeyText text(key);
-    // Straight through the words: this walk is what every look-up costs.
+    // Reads the words directly: every look-up runs this loop.
     const QZUInt64* words = m_lists->keys->m_elements->GetPointer();
     const QZInt64 count = std::min(m_count, static_cast<QZInt64>(words[0]));
     for (QZInt64 index = 0; index < count; ++index)
@@ -405,7 +392,7 @@ QZInt64 QZKeyValueCollection::GetElementType(QZString* key)
 
 QZInt64 QZKeyValueCollection::GetElementType(QZInt64 index)
 {
-    // The range is the object list's business: a bad index is its exception, not a 0.
+    // The object list checks the index: a bad one throws and does not give 0.
     QZObject* object = m_lists->objects->GetElement(index);
     return object != nullptr ? object->GetType() : 0;
 }
@@ -429,14 +416,14 @@ QZBool QZKeyValueCollection::SetElement(QZInt64 index, QZObject* object)
 {
     if (!IsIndex(index)) return 0;
     Unlock(m_lists->objects->GetElement(index));
-    // Unlike Add this does not lock the new object; callers go on to free or share it.
+    // Unlike Add this does not lock the new object; callers may free or share it.
     return m_lists->objects->SetElement(index, object);
 }
 
 QZBool QZKeyValueCollection::SetElementKey(QZInt64 index, QZString* key)
 {
     if (!IsIndex(index)) return 0;
-    // The old key is not given back: callers may still hold it from ToKey.
+    // The old key is not recycled: callers may still hold it from ToKey.
     return m_lists->keys->SetElement(index, QZStringFactory::CreateString(key));
 }
 
@@ -497,7 +484,7 @@ void QZKeyValueCollection::Clear()
 {
     for (; m_count > 0; --m_count)
     {
-        // A host may have taken something out of the inner lists itself.
+        // A host may have removed elements from the inner lists.
         if (m_lists->keys->Count() > 0)
         {
             QZString* key = m_lists->keys->Pop();

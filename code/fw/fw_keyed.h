@@ -31,13 +31,13 @@ public:
     virtual QZObject* GetElement(QZInt64 index);
     virtual QZBool SetElement(QZInt64 index, QZObject* object);
     virtual QZBool Push(QZObject* object);
-    /// Takes the last one out.
+    /// Removes and returns the last element.
     /// @throws QZException 1024 when there is none
     virtual QZObject* Pop();
     virtual QZBool RemoveElement(QZInt64 index);
-    /// Takes out every occurrence; true when at least one went.
+    /// Removes every occurrence; true when there was at least one.
     virtual QZBool RemoveElement(QZObject* object);
-    /// Forgets all elements.
+    /// Removes all elements from the list.
     virtual void Clear();
     /// Adds the other's elements; a collection may be appended to itself.
     virtual QZBool Append(QZObjectCollection* other);
@@ -62,8 +62,7 @@ private:
     std::shared_ptr<QZCollection> m_elements;
 };
 
-/// Buffers by position. QZDataFactory::Recycle of it forgets the buffers, QZData::Recycle gives them back
-/// too.
+/// Buffers by position. QZDataFactory::Recycle of it forgets the buffers, QZData::Recycle recycles them too.
 class QZ_API QZDataCollection : public QZObjectCollection
 {
 public:
@@ -82,7 +81,7 @@ public:
     virtual QZBool Append(QZDataCollection* other);
 };
 
-/// Strings by position. QZStringFactory::Recycle of it gives its strings back too.
+/// Strings by position. QZStringFactory::Recycle of it recycles its strings too.
 class QZ_API QZStringCollection : public QZObjectCollection
 {
 public:
@@ -154,9 +153,9 @@ private:
 
 /// The library's dictionary: objects by text key, in insertion order, searched linearly.
 ///
-/// Keys that differ only in the case of A to Z are the same key. Keys are private copies; objects stay their
-/// owner's, but an object that was added is locked with the collection's object id until it leaves, so that
-/// it stands in one keyed collection at most and cannot be destroyed meanwhile. One thread at a time.
+/// Keys that differ only in the case of A to Z are the same key. Keys are private copies. Objects belong to
+/// their owner, but an object is locked with the collection's object id while it is in the collection, so
+/// that it is in one keyed collection at most and cannot be destroyed. One thread at a time.
 class QZ_API QZKeyValueCollection : public QZObject
 {
 public:
@@ -172,7 +171,7 @@ public:
     QZInt64 GetType() override;
 
     /// Adds an object under a copy of the key. True whenever it returns.
-    /// @throws QZException 2048 for a null or empty key, 2304 for a key that is there, 1280 for an object
+    /// @throws QZException 2048 for a null or empty key, 2304 for a key that is present, 1280 for an object
     /// that is locked
     QZBool Add(const char* key, QZObject* object);
     QZBool Add(const QZWChar* key, QZObject* object);
@@ -200,18 +199,18 @@ public:
     /// @throws QZException 1024 for a bad index
     QZInt64 GetElementType(QZInt64 index);
 
-    /// Puts another object in the place of the old one, which is unlocked. The new one is not locked. False
-    /// when absent.
+    /// Replaces the object of an entry. The old one is unlocked, the new one is not locked. False when
+    /// absent.
     QZBool SetElement(const char* key, QZObject* object);
     QZBool SetElement(const QZWChar* key, QZObject* object);
     QZBool SetElement(QZString* key, QZObject* object);
     QZBool SetElement(QZInt64 index, QZObject* object);
 
-    /// Puts a copy of the key in the place of the old one, without a look at the other keys. The old key
-    /// string is left to whoever fetched it with ToKey before. False for a bad index.
+    /// Replaces the key of an entry by a copy of another one, which is not compared with the other keys. The
+    /// old key string belongs to the caller that got it from ToKey. False for a bad index.
     QZBool SetElementKey(QZInt64 index, QZString* key);
 
-    /// Takes an entry out; the object is unlocked and stays its owner's. False when absent.
+    /// Removes an entry; its object is unlocked and still belongs to its owner. False when absent.
     QZBool RemoveElement(const char* key);
     QZBool RemoveElement(const QZWChar* key);
     QZBool RemoveElement(QZString* key);
@@ -229,11 +228,11 @@ public:
     QZInt64 GetLength();
     QZInt64 Count();
 
-    /// The inner lists; they stay the collection's.
+    /// The inner lists, owned by the collection.
     QZStringCollection* GetKeyCollection();
     QZObjectCollection* GetObjectCollection();
 
-    /// Takes all entries out and unlocks the objects.
+    /// Removes all entries and unlocks the objects.
     void Clear();
 
     /// Same count and, index by index, the same keys, case and all.

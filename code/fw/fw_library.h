@@ -4,7 +4,7 @@
 #include "sys/sys_types.h"
 
 /// The low-level error word, the collection of all caches, the assertion and the hooks. QZLibInit and
-/// QZLibDispose stand in qzlib.h.
+/// QZLibDispose are in qzlib.h.
 ///
 /// A host sets hooks on one thread, before other library threads exist and after they have ended.
 
@@ -15,7 +15,7 @@ extern QZ_API QZInt32 QZLastError;
 /// Collects the caches of the factories. `partial`: release only what stayed idle since the last collection.
 QZ_API void QZLibCollect(QZBool partial);
 
-/// Calls the assert hook with the condition, whatever it is: the hook decides.
+/// Calls the assert hook with the condition, be it true or false: the hook decides.
 QZ_API void QZLibAssert(QZBool condition);
 
 /// Hook setters: plain stores, no check. QZLibInit stores the defaults, so set a hook after it.

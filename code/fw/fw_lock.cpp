@@ -21,7 +21,7 @@ QZInt64 QZMutex::GetType() { return 0x81FFD00; }
 
 void QZMutex::Lock()
 {
-    // Callers count on Lock coming back normally even where the wait failed.
+    // Lock returns normally even if the wait failed: callers rely on it.
     if (!os::MutexLock(m_handle)) static_cast<void>(os::LastError());
 }
 

@@ -11,7 +11,7 @@ public:
     static const QZInt64 Type = 0x81FFD00;
 
     QZMutex();
-    /// Acquires the mutex, without limit, and only then gives it back to the system.
+    /// Acquires the mutex, without limit, and then releases it to the system.
     ~QZMutex() override;
     QZMutex(const QZMutex&) = delete;
     QZMutex& operator=(const QZMutex&) = delete;
@@ -20,7 +20,7 @@ public:
 
     /// Waits without limit. A wait that fails is not reported.
     void Lock();
-    /// Gives one Lock of the calling thread back; without one it does nothing.
+    /// Undoes one Lock of the calling thread; without one it does nothing.
     void Unlock();
 
 private:
@@ -42,7 +42,7 @@ public:
 
     /// Waits without limit.
     virtual void Lock();
-    /// Gives one Lock of the calling thread back; without one it does nothing.
+    /// Undoes one Lock of the calling thread; without one it does nothing.
     virtual void Unlock();
 
 private:

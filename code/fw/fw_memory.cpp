@@ -30,7 +30,7 @@ QZBool QZMemory::Equals(const void* a, const void* b, QZInt64 size)
         return 0;
     }
     if (size < 1) return 1;
-    // Ends first: texts that differ mostly differ there, and the call is spared.
+    // First and last byte first: texts that differ mostly differ there, and the call of memcmp is saved.
     const unsigned char* left = static_cast<const unsigned char*>(a);
     const unsigned char* right = static_cast<const unsigned char*>(b);
     if (left[0] != right[0] || left[size - 1] != right[size - 1]) return 0;
@@ -95,7 +95,7 @@ void QZMemManager::Collect() { Collect(0); }
 
 void QZMemManager::Collect(QZBool partial)
 {
-    // Another order than QZLibCollect's, and both are kept.
+    // This order differs from that of QZLibCollect; both are kept.
     static constexpr QZCollector kOrder[] = {QZCollector::Data, QZCollector::Exception, QZCollector::String,
                                              QZCollector::Http, QZCollector::Json};
     for (QZCollector collector : kOrder) QZCollect(collector, partial);

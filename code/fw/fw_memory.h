@@ -3,13 +3,13 @@
 
 #include "sys/sys_types.h"
 
-/// Checked byte buffers: every buffer has a header in front and a guard word behind it. All operations are
+/// Checked byte buffers: every buffer has a header in front and a guard word after it. All operations are
 /// static and may be called from any thread; a buffer made on one thread may be freed on another.
 class QZ_API QZMemory
 {
 public:
-    /// Not 0: every raw block is pattern-tested before it is handed out, and bad memory is put aside for
-    /// good.
+    /// Not 0: every raw block is pattern-tested before it is used, and bad blocks are kept in a table and
+    /// never used.
     static QZBool MemoryTest;
 
     /// Copies through the MemCopy hook. The ranges must not overlap.
@@ -35,11 +35,11 @@ public:
     /// Writes the bytes of `source` in reverse order; returns size. The ranges must not overlap.
     static QZInt64 BigendianToLittleendian(void* destination, const void* source, QZInt64 size);
 
-    /// Live raw blocks and their bytes: a figure, resynchronised with the process's working set from time to
+    /// Live raw blocks and their bytes: an approximate figure, set to the process's working set from time to
     /// time.
     static void AllocInfo(QZInt64* count, QZInt64* bytes);
 
-    /// Entries and bytes of the table of memory that was put aside as bad.
+    /// Entries and bytes of the table of bad memory.
     static void OccupiedInfo(QZInt64* count, QZInt64* bytes);
 };
 

@@ -23,7 +23,7 @@ struct Layer
 
 Layer g_layers[kLayers] = {{512, 256, 0}, {131072, 512, 0}, {8388608, 25, 0}};
 
-/// Entries stand at indices 1 to count.
+/// The entries have the indices 1 to count.
 void* g_stacks[kLayers][kStackSlots];
 
 void* g_mutex = nullptr;
@@ -49,7 +49,7 @@ void* Pop(Layer* layer) { return g_stacks[layer - g_layers][layer->count--]; }
 
 bool Push(Layer* layer, void* block)
 {
-    // A maximum beyond the static array is a host's slip: the array itself is the last bound.
+    // A host may set a maximum beyond the array; the array is the limit then.
     if (layer->count >= std::min(layer->arrSizeMax, kStackSlots) - 1) return false;
     g_stacks[layer - g_layers][++layer->count] = block;
     return true;

@@ -41,7 +41,7 @@ bool FillAndCompare(unsigned char* p, QZInt64 size, QZUInt64 word, unsigned char
     return true;
 }
 
-/// A heap block that passed the test, or the first one that could no longer be put aside.
+/// A heap block that passed the test, or the first bad one for which the table of bad memory has no room.
 void* TestedHeapBlock(QZInt64 size)
 {
     for (;;)

@@ -25,7 +25,7 @@ void PutNumber(QZString* text, QZInt64 position, QZInt64 value, int width)
     QZWChar digits[number::kBufferUnits];
     int count = WritePadded(digits, value, width);
     digits[count] = 0;
-    // The first digit takes the place of the "%", so that no unit in front of it moves.
+    // The first digit replaces the "%", so that the units before it need not move.
     text->GetPointer()[position] = digits[0];
     if (count > 1) text->Insert(position + 1, digits + 1);
 }

@@ -9,7 +9,7 @@ namespace
 {
 constexpr double kNoFraction = 1e-12;
 constexpr int kMostDigits = 12;
-/// The doubles from here on have no signed 64-bit integer part.
+/// Doubles from here on have no signed 64-bit integer part.
 constexpr double kIntegerLimit = 9223372036854775808.0;
 
 constexpr double kScale[] = {1.0,    0.1,    0.01,   0.001,   0.0001,  0.00001, 0.000001,
@@ -48,8 +48,8 @@ int WriteSigned(QZWChar* to, QZInt64 value)
     return sign + WriteUnsigned<Base>(to + sign, Magnitude(value));
 }
 
-/// How many decimal digits the fraction asks for, at most one more than are written. The point moves through
-/// the whole fraction, with the digits that it has passed left in front of it.
+/// The number of decimal digits that the fraction needs, at most one more than are written. Each step
+/// multiplies the whole fraction by ten and keeps the digits before the point.
 int CountDigits(double fraction)
 {
     int count = 0;
@@ -62,7 +62,7 @@ int CountDigits(double fraction)
     return count;
 }
 
-/// Text as units without sign: narrow bytes above 127 must not turn negative.
+/// Units without sign: narrow bytes above 127 must not become negative.
 template <typename Unit>
 QZUInt64 UnitOf(Unit unit)
 {
@@ -97,8 +97,7 @@ QZInt64 ReadInteger(const Unit* text, QZInt64 count)
         return static_cast<QZInt64>(ReadHex(text + 2, count - 2));
     bool negative = UnitOf(text[0]) == '-';
     QZUInt64 value = 0;
-    // Units that are no digits are counted all the same: callers get a number from any text, and never a
-    // failure.
+    // Units that are not digits count too: callers get a number for any text, and never a failure.
     for (QZInt64 i = negative ? 1 : 0; i < count; ++i) value = value * 10 + (UnitOf(text[i]) - '0');
     return static_cast<QZInt64>(negative ? 0ull - value : value);
 }
@@ -127,8 +126,8 @@ int WriteUInt64Hex(QZWChar* to, QZUInt64 value) { return WriteUnsigned<16>(to, v
 int WriteDouble(QZWChar* to, double value, QZInt64 precision)
 {
     double magnitude = value < 0 ? -value : value;
-    // What has no 64-bit integer part (huge values, infinities, no number at all) reads as the processor's
-    // answer to it.
+    // A value without a 64-bit integer part (huge, infinite, not a number) is written as the smallest
+    // integer, the processor's result of the conversion.
     if (!(magnitude < kIntegerLimit)) return WriteInt64(to, -0x7FFFFFFFFFFFFFFF - 1);
     QZUInt64 whole = static_cast<QZUInt64>(magnitude);
     double fraction = magnitude - static_cast<double>(whole);
@@ -136,7 +135,7 @@ int WriteDouble(QZWChar* to, double value, QZInt64 precision)
     int digits = precision < 0 ? std::min(CountDigits(fraction), kMostDigits)
                                : static_cast<int>(std::min<QZInt64>(precision, kMostDigits));
 
-    // One digit more than is written: it rounds half up, with an ordinary carry.
+    // One digit more than is written: it rounds half up, with carry.
     QZUInt64 scaled = static_cast<QZUInt64>(fraction * static_cast<double>(kPower[digits + 1]));
     scaled = scaled / 10 + (scaled % 10 >= 5 ? 1 : 0);
     if (scaled >= kPower[digits])

@@ -10,7 +10,7 @@ const QZInt64 QZObject::Type;
 
 namespace
 {
-/// The ids step by 256, so the low eight bits of every id are zero.
+/// The ids are multiples of 256, so the low eight bits of every id are zero.
 std::atomic<QZUInt64> g_lastObjectId{0};
 }  // namespace
 

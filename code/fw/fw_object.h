@@ -10,8 +10,8 @@
 /// QZContainer chains objects without allocating.
 ///
 /// There is no reference count: ownership is the lock, and its key is the owner's object id. Copying an
-/// object copies every field, id and lock included; real copies are made with the Set operations of a class
-/// or by its factory. Not synchronised: the caller brings whatever lock the object needs.
+/// object copies every field, id and lock included; use the Set operations of a class or its factory to copy
+/// the content. Not synchronised: the caller locks where an object needs it.
 class QZ_API QZObject
 {
 public:
@@ -21,27 +21,26 @@ public:
     QZObject(const QZObject& other) = default;
     QZObject& operator=(const QZObject& other) = default;
 
-    /// A locked object sets QZLastError to 1280 and calls the assert hook with false, then is gone all the
-    /// same.
+    /// Destroying a locked object sets QZLastError to 1280 and calls the assert hook with false; the object
+    /// is destroyed nevertheless.
     virtual ~QZObject();
 
-    /// True when the object may be destroyed, recycled or taken in by a container.
+    /// True when the object may be destroyed, recycled or added to a container.
     virtual QZBool IsDisposable();
 
     /// Locks (`disposable` false) or unlocks (`disposable` true) the object.
-    /// @param key  the owner's key: unlocking asks for the key of the lock
+    /// @param key  the owner's key: unlocking needs the key of the lock
     /// @return false when unlocking with another key; the object then stays locked
     /// @throws QZException 1280 when a locked object is locked again, even with its own key
     virtual QZBool SetDisposable(QZUInt64 key, QZBool disposable);
 
-    /// The process-wide id, a multiple of 256. An object out of a cache keeps the id of its first
-    /// construction.
+    /// The process-wide id, a multiple of 256. An object from a cache keeps the id of its first construction.
     virtual QZUInt64 GetObjectID();
 
     /// Bytes that the object owns; object caches use this figure. QZObject: 8.
     virtual QZInt64 GetMemorySize();
 
-    /// The class identity: only equality has a meaning.
+    /// The class identity. The numbers are only compared for equality.
     virtual QZInt64 GetType();
 
     /// The neighbours in the container that holds the object; null at its ends and outside a container.

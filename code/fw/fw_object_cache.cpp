@@ -41,7 +41,7 @@ bool QZObjectCache::IsExhausted()
     return m_createdLimit >= 0 && m_created >= m_createdLimit && m_idle->Count() == 0;
 }
 
-/// The most recently returned object, or a new one. In the section.
+/// The most recently returned object, or a new one. Called with the section locked.
 QZObject* QZObjectCache::Renew()
 {
     const QZInt64 idle = m_idle->Count();
@@ -74,7 +74,7 @@ QZObject* QZObjectCache::Out()
         {
             const QZInt64 now = calendar::LocalNow();
             if (start < 0) start = now;
-            // A sum beyond the clock's range is a time that never comes.
+            // A sum that overflows means that the time-out never ends.
             QZInt64 end = 0;
             if (!__builtin_add_overflow(start, timeout, &end) && end < now) return nullptr;
         }
@@ -104,7 +104,7 @@ void QZObjectCache::In(QZObject** object)
             m_idle->Push(*object);
         NoteCount();
     }
-    // A discarded object stays in the created count: a cache with both limits runs out of objects after
+    // A discarded object stays in the created count: a cache with both limits has no objects left after
     // enough of them.
     if (discard) DeleteObject(*object);
     *object = nullptr;

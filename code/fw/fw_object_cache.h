@@ -8,8 +8,8 @@
 class QZContainer;
 class QZCriticalSection;
 
-/// A typed cache of idle objects: Out hands the most recently returned object out again, or a new one; In
-/// takes it back.
+/// A typed cache of idle objects: Out returns the most recently returned object, or a new one; In takes it
+/// back.
 ///
 /// The idle list is intrusive, so the reuse path allocates nothing. One critical section per cache; objects
 /// may be returned on another thread than the one that took them.
@@ -22,14 +22,14 @@ public:
     /// @param idleLimit     how many idle objects it keeps; negative: no limit
     QZObjectCache(QZInt64 createdLimit, QZInt64 idleLimit);
 
-    /// Frees the idle list and the section. A derived class collects in its own destructor, where its
-    /// DeleteObject can still be reached.
+    /// Deletes the idle list and the section. A derived class collects in its own destructor, where its
+    /// DeleteObject can still be called.
     ~QZObjectCache() override;
 
     QZInt64 GetMemorySize() override;
     QZInt64 GetType() override;
 
-    /// An object, reused or new. With a created limit that is reached it waits for In, at most the time-out.
+    /// An object, reused or new. When the created limit is reached it waits for In, at most the time-out.
     /// @return null only on time-out
     QZObject* Out();
 
@@ -90,8 +90,8 @@ protected:
     void DeleteObject(QZObject* object) override { delete object; }
 };
 
-/// A named cache of a class whose NewObject and DeleteObject are protected. It derives from that class for
-/// the sole purpose of reaching the two; that part is a complete, idle object.
+/// A named cache of a class whose NewObject and DeleteObject are protected. It derives from that class only
+/// to reach these two functions; the object of the base class is complete and unused.
 #define QZLIB_NAMED_CACHE(Cache, Class)                                                            \
     class QZ_API Cache : public QZObjectCache, private Class                                       \
     {                                                                                              \

@@ -8,6 +8,7 @@
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 #include "sys/sys_bytes.h"
 
 const QZInt64 QZPackage::Type;
@@ -34,7 +35,7 @@ public:
     void PushNew(QZUInt64 id) { PushWord(id); }
 };
 
-/// Where the wire formats differ. A directory entry ends with type, id, start and end, one word each.
+/// The differences of the wire formats. A directory entry ends with type, id, start and end, one word each.
 template <typename WordType>
 struct WireFormat;
 
@@ -43,9 +44,9 @@ struct WireFormat<QZUInt64>
 {
     using Word = QZUInt64;
     static constexpr QZInt64 kEntry = 64;
-    /// Reserved bytes in front of the entry's words.
+    /// Reserved bytes in front of an entry's words.
     static constexpr QZInt64 kReserved = 32;
-    /// What a string must hold for each element to be looked at, half of an entry.
+    /// The bytes that a string must hold for each element before it is read: half of an entry.
     static constexpr QZInt64 kTested = 32;
     static constexpr const QZWChar* kClass = QZ_W("QZPackage");
 };
@@ -90,14 +91,14 @@ private:
     unsigned char* m_words;
 };
 
-/// The tests of a byte string that is to be read.
+/// The tests of a byte string before it is read.
 template <typename Wire>
 bool IsPackage(QZData* data)
 {
     const auto size = static_cast<QZUInt64>(data->GetSize());
     if (size < kWord<Wire>) return false;
     const QZUInt64 count = QZLoad<typename Wire::Word>(data->GetPointer());
-    // The whole directory must be there to be read, though the elements may begin inside of it.
+    // The whole directory must be in the string, although the elements may begin inside it.
     if (count > (size - kWord<Wire>) / Wire::kEntry) return false;
     QZUInt64 limit = count * Wire::kTested;
     for (QZUInt64 i = 0; i < count; ++i)
@@ -155,7 +156,7 @@ struct QZPackage::Elements
         return copy;
     }
 
-    /// The block is the package's from here on, also when there is no memory to add it.
+    /// The package owns the block from here on, also when there is no memory to add it.
     void PushBlock(void* element, QZUInt64 type)
     {
         try
@@ -198,17 +199,9 @@ struct QZPackage::Elements
     QZData* Get(QZInt64 index)
     {
         const void* element = ToBlock(blocks.GetElement(index));
-        QZData* data = QZDataFactory::CreateData();
-        try
-        {
-            data->Set(block::Data(element), block::Size(element));
-        }
-        catch (...)
-        {
-            QZDataFactory::Recycle(&data);
-            throw;
-        }
-        return data;
+        QZScopedData data(QZDataFactory::CreateData());
+        data->Set(block::Data(element), block::Size(element));
+        return data.Release();
     }
 
     QZData* GetById(QZUInt64 id)
@@ -280,8 +273,8 @@ struct QZPackage::Elements
             if (element == nullptr) ThrowNoMemory(Wire::kClass, Wire::kClass);
             QZMemCopy(block::Data(element), QZAt(package, start), length);
             PushBlock(element, entry.Get(Entry<Wire>::kType));
-            // An id that is there already is left out of the ids alone: the elements behind it answer to
-            // their neighbours' ids, and a string that says so must go on meaning that.
+            // A second element with the same id gets no entry in the list of ids, so the elements after it
+            // have the ids of their neighbours. Stored strings rely on it.
             const QZUInt64 id = entry.Get(Entry<Wire>::kId);
             if (seen.insert(id).second) ids.PushNew(id);
         }

@@ -8,12 +8,13 @@
 
 class QZData;
 
-/// A small self-describing record of numbered, typed byte fields that goes to one flat byte string and back.
+/// A small self-describing record of numbered, typed byte fields that is written to and read from one flat
+/// byte string.
 ///
-/// Elements keep the order in which they were added. Their ids are unique, their types are free numbers,
-/// values of QZDataType by custom. The package holds private copies of what was added; what it gives out is
-/// the caller's, given back with Recycle. A copy made by value shares the elements with its source. One
-/// thread at a time. docs/packages.md tells the wire format byte by byte.
+/// Elements keep the order in which they were added. Their ids are unique; their types are any numbers,
+/// usually values of QZDataType. The package holds private copies of what was added; what it returns belongs
+/// to the caller, who gives it back with Recycle. A copy made by value shares the elements with its source.
+/// One thread at a time. docs/packages.md describes the wire format byte by byte.
 class QZ_API QZPackage : public QZObject
 {
 public:
@@ -32,7 +33,7 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Adds a copy of the bytes. False, and nothing changes, when the id is there.
+    /// Adds a copy of the bytes. False, and nothing changes, when the id is present.
     /// @throws QZException 256 for null
     QZBool Add(QZUInt64 id, QZData* data, QZUInt64 type);
 
@@ -41,7 +42,7 @@ public:
     /// @throws QZException 1024 for a bad index
     QZData* GetElement(QZInt64 index);
 
-    /// Puts a copy of the bytes in the place of the element's; its type stays.
+    /// Replaces the bytes of an element by a copy of others; its type stays.
     /// @throws QZException 256 for an unknown id and for null, 1024 for a bad index
     void SetElementByID(QZUInt64 id, QZData* data);
     void SetElement(QZInt64 index, QZData* data);
@@ -61,7 +62,7 @@ public:
 
     /// Deletes the package and clears the variable. A null in it is a QZLibAssert(false).
     static void Recycle(QZPackage** package);
-    /// Gives a buffer back; of a locked one only the variable is cleared.
+    /// Recycles a buffer; if it is locked, only the variable is cleared.
     static void Recycle(QZData** data);
 
 protected:
@@ -75,11 +76,11 @@ private:
 };
 
 /// The same with 32-bit fields and a directory of 16 bytes per element. Ids and types are 64 bits wide here
-/// too; their low halves alone are written.
+/// too; only their low halves are written.
 class QZ_API QZPackage32 : public QZObject
 {
 public:
-    /// The two packages are not told apart by type.
+    /// The number of QZPackage: the two classes share their type.
     static const QZInt64 Type = 0x81FF100;
 
     QZPackage32();

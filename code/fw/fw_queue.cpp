@@ -32,7 +32,7 @@ QZQueue::QZQueue(int capacity)
     if (capacity < 1)
         QZRaise(0, QZ_W("QZQueue"), QZ_W("QZQueue")).Argument(QZ_W("QZInt32"), capacity).Throw();
     m_block = block::Make(kQueueType, 0, QZInt64{capacity} * 8 + kStateSize, 0);
-    // With the start behind the state words the data pointer stands on the ring itself.
+    // The block's start lies after the state words, so the data pointer is the ring itself.
     if (m_block == nullptr || !block::SetOffset(&m_block, kStateSize))
         QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZQueue"), QZ_W("QZQueue"))
             .Argument(QZ_W("QZInt32"), capacity)

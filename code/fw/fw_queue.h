@@ -6,7 +6,7 @@
 /// A fixed ring of 64-bit words, first in, first out.
 ///
 /// The ring is made once, at construction; EnQueue and DeQueue neither allocate nor throw.
-/// One thread at a time: whoever shares a queue brings the lock.
+/// One thread at a time: whoever shares a queue locks it.
 class QZ_API QZQueue : public QZObject
 {
 public:
@@ -24,7 +24,8 @@ public:
     /// Appends a word. False, and nothing changes, when the ring is full.
     QZBool EnQueue(QZUInt64 value);
 
-    /// Takes the oldest word into *value. False, and *value stays, when the ring is empty.
+    /// Removes the oldest word and stores it in *value. False, and *value is unchanged, when the ring is
+    /// empty.
     QZBool DeQueue(QZUInt64* value);
 
     QZBool IsQueueFull();

@@ -19,7 +19,7 @@ public:
     virtual void Report(QZString* text);
 };
 
-/// Where schedulers and server engines send failures that have no caller to go to. The exception stays with
+/// Where schedulers and server engines report failures that have no caller. The exception still belongs to
 /// the activity that reports it.
 class QZ_API QZErrorReport : public QZReport
 {

@@ -16,7 +16,7 @@ public:
     /// Searches from the start. @return the position, or -1
     QZInt64 New();
 
-    /// Searches on behind the last match. @return the position in the data, or -1
+    /// Continues after the last match. @return the position in the data, or -1
     QZInt64 Continue();
 
     static QZInt64 New(const void* data, QZInt64 dataSize, const void* pattern, QZInt64 patternSize);

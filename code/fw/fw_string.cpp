@@ -16,12 +16,12 @@ const QZInt64 QZString::Type;
 namespace
 {
 constexpr QZInt64 kTerminator = 2;
-/// Far beyond what memory can hold, and safe to calculate with.
+/// More than memory can hold, and safe to calculate with.
 constexpr QZInt64 kLargestText = 1ll << 60;
 
 void* MakeBlock() { return block::Make(QZEncodingType::UTF16LE, block::kDefaultOffset, kTerminator, 0); }
 
-/// Bytes of a raw block that are text: its size without the terminator at the end.
+/// The bytes of text in a raw block: its size without the terminator at the end.
 QZInt64 TextSizeOf(const void* b)
 {
     QZInt64 size = block::Size(b);
@@ -30,7 +30,7 @@ QZInt64 TextSizeOf(const void* b)
     return terminated ? size - kTerminator : size;
 }
 
-/// Size arguments of texts: a negative one is bad, and a null text has none but 0.
+/// Refuses a negative size, and a null text with another size than 0.
 bool IsTextSize(const void* text, QZInt64 size)
 {
     if (size >= 0 && (text != nullptr || size == 0)) return true;
@@ -38,7 +38,7 @@ bool IsTextSize(const void* text, QZInt64 size)
     return false;
 }
 
-/// Text and size as the trace shows them.
+/// Throws with the text and its size as arguments.
 [[noreturn]] void ThrowSized(const QZWChar* method, const QZWChar* type, const void* text, QZInt64 size)
 {
     text::NoMemory(method)
@@ -58,7 +58,6 @@ constexpr const QZWChar* kString = QZ_W("QZString*");
 }  // namespace
 
 // ---- Making and storage
-// ------------------------------------------------------------------------------------------------
 
 QZString::QZString() : m_block(MakeBlock())
 {
@@ -101,7 +100,7 @@ QZString::QZString(const QZWChar* text, QZInt64 size) : QZString()
 
 QZString::QZString(void* block) : m_block(block != nullptr ? block::Copy(block) : MakeBlock())
 {
-    // A block of other hands may lack the terminator that every reader of a string counts on.
+    // A block from another class may lack the terminator that every reader of a string needs.
     bool sound = m_block != nullptr &&
                  (block == nullptr || TextSizeOf(block) < block::Size(block) || Resize(block::Size(block)));
     if (sound) return;
@@ -148,7 +147,7 @@ void QZString::Clear()
     Resize(0);
 }
 
-/// Sets the size of the text and writes the terminator behind it. False with QZLastError set when there is no
+/// Sets the size of the text and writes the terminator after it. False with QZLastError set when there is no
 /// memory.
 bool QZString::Resize(QZInt64 size)
 {
@@ -171,7 +170,7 @@ bool QZString::Owns(const void* position) const
     return p >= begin && p < begin + block::Length(m_block);
 }
 
-/// Replaces the text by `size` bytes of UTF-16, of which whole units count.
+/// Replaces the text by `size` bytes of UTF-16; an odd last byte is ignored.
 bool QZString::Assign(const void* text, QZInt64 size)
 {
     size -= size % 2;
@@ -181,7 +180,7 @@ bool QZString::Assign(const void* text, QZInt64 size)
         if (size > 0) QZMemCopy(block::Data(m_block), text, size);
         return true;
     }
-    // A piece of this very text goes to the front before the size is cut.
+    // A part of this string's own text is moved to the front before the size shrinks.
     QZInt64 position = static_cast<const unsigned char*>(text) - block::Data(m_block);
     if (size > GetSize() && !Resize(size)) return false;
     QZMemMove(block::Data(m_block), block::Data(m_block) + position, size);
@@ -207,7 +206,6 @@ bool QZString::AssignEncoded(QZInt64 encoding, const void* text, QZInt64 size)
 }
 
 // ---- Set
-// -----------------------------------------------------------------------------------------------------------------
 
 void QZString::Set(const char* text)
 {
@@ -246,7 +244,6 @@ void QZString::Set(void* block)
 }
 
 // ---- Append and Prepend
-// ----------------------------------------------------------------------------------------------------
 
 bool QZString::AppendBytes(const void* text, QZInt64 size)
 {
@@ -410,10 +407,10 @@ void QZString::Prepend(float value) { PrependNumber(value); }
 void QZString::Prepend(double value) { PrependNumber(value); }
 
 // ---- Insert and single units
-// ---------------------------------------------------------------------------------------------
 
-/// Callers rely on no index being refused: behind the end the text grows by as many units all the same, and
-/// only what falls inside it is stored; before the start the head room's units come in from the front.
+/// No index is refused, and callers rely on it. After the end of the text it still grows by `count` units,
+/// and only the units that fall inside the text are stored; before the start the head room's units enter at
+/// the front.
 bool QZString::InsertUnits(QZInt64 index, const QZWChar* text, QZInt64 count)
 {
     if (count == 0) return true;
@@ -426,7 +423,7 @@ bool QZString::InsertUnits(QZInt64 index, const QZWChar* text, QZInt64 count)
     if (count > kLargestText / 2 || !Resize((old + count) * 2)) return false;
     index = std::clamp(index, -count, old + count);
     unsigned char* data = block::Data(m_block);
-    // The tail ends at the new end, wherever it begins; units of the head room are read as zeros.
+    // The tail is moved to the new end, wherever it begins; units of the head room read as zeros.
     QZInt64 tail = std::max<QZInt64>(index, 0);
     if (tail < old) QZMemMove(data + (tail + count) * 2, data + tail * 2, (old - tail) * 2);
     if (index < 0) QZMemClean(data, count * 2);
@@ -475,8 +472,7 @@ void QZString::Insert(QZInt64 index, const QZWChar* text)
 QZWChar QZString::CharAt(QZInt64 index) const
 {
     if (index >= 0 && index <= GetLength()) return GetPointer()[index];
-    // No bounds are told of: units around the text are read as they are, as far as this string's storage
-    // reaches.
+    // An index outside the text reads the units around it, as far as this string's storage reaches.
     if (index < -kLargestText || index > kLargestText) return 0;
     QZInt64 position = block::Data(m_block) - static_cast<unsigned char*>(m_block) + index * 2;
     if (position < 0 || position + 2 > block::Capacity(m_block)) return 0;

@@ -7,18 +7,18 @@ class QZStringCollection;
 
 /// UTF-16 text, always terminated.
 ///
-/// The text lies in one block of type QZEncodingType::UTF16LE with head room for cheap prepending; the
-/// terminator counts in the block's size and in nothing that this class reports. Lengths, starts and indices
-/// count code units, so that a surrogate pair counts as two; sizes count bytes. The storage never shrinks
-/// while the string lives.
+/// The text lies in one block of type QZEncodingType::UTF16LE with head room for cheap prepending. The
+/// terminator counts in the block's size and in no figure that this class returns. Lengths, starts and
+/// indices count code units, so that a surrogate pair counts as two; sizes count bytes. The storage never
+/// shrinks while the string lives.
 ///
-/// Wherever a text is taken it may be narrow (`char*`, the machine's narrow page), wide or a QZString.
-/// Strings for short use come from QZStringFactory and go back with Recycle; what an operation answers as a
-/// new QZString* or QZStringCollection* belongs to the caller, who gives it back the same way. One thread at
-/// a time.
+/// Every operation takes narrow text (`char*`, the machine's narrow page), wide text or a QZString. Strings
+/// for short use come from QZStringFactory and are given back with Recycle; a new QZString* or
+/// QZStringCollection* that an operation returns belongs to the caller, who gives it back the same way. One
+/// thread at a time.
 ///
-/// Growing throws a QZException with QZLastError (4352 when that is 0) when there is no memory; the string
-/// then is as it was.
+/// Growing throws a QZException with QZLastError (4352 when that is 0) when there is no memory; the string is
+/// unchanged then.
 class QZ_API QZString : public QZObject
 {
 public:
@@ -37,7 +37,7 @@ public:
     explicit QZString(void* block);
     QZString& operator=(const QZString& other);
 
-    /// A damaged block sets QZLastError to 512, calls the assert hook with false and is left alone.
+    /// A damaged block sets QZLastError to 512, calls the assert hook with false and is not freed.
     ~QZString() override;
 
     QZInt64 GetMemorySize() override;
@@ -51,10 +51,10 @@ public:
     QZInt64 GetSize() const;
     /// Code units of text.
     QZInt64 GetLength() const;
-    /// The block's marker and guard are right.
+    /// True when the block's marker and guard are right.
     QZBool Check() const;
 
-    /// Empties the string and puts its head room back; the storage stays.
+    /// Empties the string and restores its head room; the storage stays.
     void Clear();
 
     /// Replaces the text. A null text empties the string.
@@ -110,8 +110,8 @@ public:
     QZBool EndWith(const QZWChar* text, QZBool ignoreCase);
     QZBool EndWith(QZString* text, QZBool ignoreCase);
 
-    /// Appends. A null text does nothing; appending a string to itself doubles it. Numbers go in as decimal
-    /// text.
+    /// Appends. A null text does nothing; appending a string to itself doubles it. Numbers are written as
+    /// decimal text.
     void Append(QZString* text);
     void Append(const char* text);
     /// @param size  bytes; a null text with another size than 0 and a negative size throw QZException 256
@@ -125,7 +125,7 @@ public:
     void Append(float value);
     void Append(double value);
 
-    /// Puts text in front, like Append. Up to the head room no unit of the text moves.
+    /// Inserts text at the front, with the rules of Append. A text shorter than the head room moves no unit.
     void Prepend(QZString* text);
     void Prepend(const char* text);
     void Prepend(const char* text, QZInt64 size);
@@ -138,18 +138,18 @@ public:
     void Prepend(float value);
     void Prepend(double value);
 
-    /// Puts text in before the unit at `index`. A null text does nothing. The index is not tested.
+    /// Inserts text before the unit at `index`. A null text does nothing. The index is not tested.
     void Insert(QZInt64 index, QZString* text);
     void Insert(QZInt64 index, QZWChar unit);
     void Insert(QZInt64 index, const char* text);
     void Insert(QZInt64 index, const QZWChar* text);
 
-    /// The unit at `index`, with no bounds test: the terminator reads 0, as does whatever the string does not
-    /// own.
+    /// The unit at `index`, with no bounds test: the terminator reads 0, and so do addresses outside the
+    /// string's storage.
     QZWChar CharAt(QZInt64 index) const;
 
-    /// A new string with every `find` replaced by `with`, from the start on and without overlaps. A null or
-    /// empty `find` gives a copy, a null `with` takes the occurrences out.
+    /// A new string with every `find` replaced by `with`, from the start and without overlaps. A null or
+    /// empty `find` gives a copy, a null `with` removes the occurrences.
     QZString* Replace(const char* find, const char* with);
     QZString* Replace(const QZWChar* find, const QZWChar* with);
     QZString* Replace(QZString* find, QZString* with);
@@ -170,20 +170,20 @@ public:
     void ToUpperThis();
     void ToLowerThis();
 
-    /// Takes off leading and trailing white space: zero, blank, tab, line feed, vertical tab, form feed,
+    /// Removes leading and trailing white space: zero, blank, tab, line feed, vertical tab, form feed,
     /// carriage return.
     /// @throws QZException 512 for a damaged string
     QZString* Trim();
     void TrimThis();
 
-    /// What lies before each separator, and after the last one the rest, which may be empty. A separator 0, a
-    /// null and an empty separator give one element, a copy.
+    /// The text before each separator, and last the text after the last one, which may be empty. A separator
+    /// 0, a null and an empty separator give one element, a copy.
     QZStringCollection* Split(QZWChar separator);
     QZStringCollection* Split(const char* separator);
     QZStringCollection* Split(const QZWChar* separator);
     QZStringCollection* Split(QZString* separator);
 
-    /// Give back through QZStringFactory; a collection with its strings. The variable is cleared.
+    /// Give objects back to QZStringFactory; a collection with its strings. The variable is cleared.
     static void Recycle(QZStringCollection** collection);
     static void Recycle(QZString** text);
 
@@ -191,8 +191,8 @@ public:
     static QZBool IsNullOrEmpty(QZString* text);
     static QZBool IsNullOrWhiteSpace(QZString* text);
 
-    /// Digits and any number of points behind an optional "-", or "0x" and hexadecimal digits of which the
-    /// first is not looked at. Null and empty text set QZLastError to 256 and give false.
+    /// True for digits and any number of points after an optional "-", and for "0x" and hexadecimal digits of
+    /// which the first is not checked. Null and empty text set QZLastError to 256 and give false.
     static QZBool IsNumberic(QZString* text);
 
 private:

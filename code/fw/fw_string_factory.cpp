@@ -16,8 +16,7 @@ namespace
 {
 [[maybe_unused]] const bool kCollected = QZCollectInstall(QZCollector::String, QZStringFactory::Collect);
 
-/// Fills a string fresh out of the cache. When that fails the string goes back, and the exception gets a
-/// frame.
+/// Fills a string from the cache. When that fails the string is recycled and the exception gets a frame.
 template <typename Fill, typename Describe>
 QZString* Filled(QZString* text, Fill fill, Describe describe)
 {
@@ -37,7 +36,7 @@ QZString* Filled(QZString* text, Fill fill, Describe describe)
 
 QZString* QZStringFactory::CreateString()
 {
-    // Before the cache stands, and after it has gone, an exception still needs its texts.
+    // Exceptions need texts before the cache exists and after it has been deleted.
     return m_stringCache != nullptr ? static_cast<QZString*>(m_stringCache->Out()) : new QZString();
 }
 

@@ -8,8 +8,8 @@ class QZObjectCache;
 class QZString;
 class QZStringCollection;
 
-/// Hands out strings and string collections from caches and takes them back. What Create... answers belongs
-/// to the caller until Recycle. May be called from any thread between QZLibInit and QZLibDispose.
+/// Makes strings and string collections from caches and takes them back. The result of Create... belongs to
+/// the caller until Recycle. May be called from any thread between QZLibInit and QZLibDispose.
 class QZ_API QZStringFactory
 {
 public:
@@ -23,8 +23,8 @@ public:
 
     static QZStringCollection* CreateStringCollection();
 
-    /// Clears the object, gives it back and clears the variable; the collection's strings go back too. A null
-    /// in the variable is a QZLibAssert(false).
+    /// Clears the object, returns it to its cache and clears the variable; the collection's strings are
+    /// recycled too. A null in the variable is a QZLibAssert(false).
     /// @throws QZException 1280 for a locked object; the variable keeps its value
     static void Recycle(QZString** text);
     static void Recycle(QZStringCollection** collection);

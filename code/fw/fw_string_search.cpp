@@ -37,8 +37,8 @@ bool EqualViews(View own, View other, bool ignoreCase)
            EqualUnits(own.units, other.units, own.count, ignoreCase);
 }
 
-/// Narrow text compares unit by unit as long as it is plain ASCII, which every narrow page holds in its
-/// place; only from another byte on it has to be converted.
+/// Narrow text is compared unit by unit as long as it is plain ASCII, which every narrow page maps to itself.
+/// From the first other byte on it is converted.
 bool EqualNarrow(View own, const char* other, bool ignoreCase)
 {
     if (other == nullptr) return false;
@@ -97,7 +97,6 @@ QZWChar UnitOf(char unit) { return static_cast<QZWChar>(static_cast<unsigned cha
 }  // namespace
 
 // ---- Equals
-// ------------------------------------------------------------------------------------------------------------
 
 QZBool QZString::Equals(const char* text) { return EqualNarrow(ViewOf(this), text, false); }
 QZBool QZString::Equals(const QZWChar* text) { return EqualViews(ViewOf(this), ViewOf(text), false); }
@@ -119,7 +118,6 @@ QZBool QZString::Equals(QZString* text, QZBool ignoreCase)
 }
 
 // ---- IndexOf, Contains, StartsWith, EndWith
-// --------------------------------------------------------------------------------
 
 QZInt64 QZString::IndexOf(const char* text) { return IndexOf(0, text); }
 QZInt64 QZString::IndexOf(const QZWChar* text) { return IndexOf(0, text); }
@@ -199,7 +197,6 @@ QZBool QZString::EndWith(QZString* text, QZBool ignoreCase)
 }
 
 // ---- Replace
-// -------------------------------------------------------------------------------------------------------------
 
 namespace
 {
@@ -253,7 +250,7 @@ QZString* QZString::Replaced(const QZWChar* find, QZInt64 findCount, const QZWCh
 
 void QZString::ReplaceHere(const QZWChar* find, QZInt64 findCount, const QZWChar* with, QZInt64 withCount)
 {
-    // Most texts that are searched hold nothing to replace, and need no copy then.
+    // Most texts contain nothing to replace and need no copy.
     if (NextMatch(ViewOf(this), View{find, findCount}, 0) == GetLength()) return;
     QZScopedString result(Replaced(find, findCount, with, withCount));
     if (Assign(result->GetPointer(), result->GetSize())) return;
@@ -299,7 +296,6 @@ void QZString::ReplaceThis(QZString* find, QZString* with)
 }
 
 // ---- Split
-// ---------------------------------------------------------------------------------------------------------------
 
 namespace
 {
@@ -322,8 +318,8 @@ QZStringCollection* QZString::SplitAt(const QZWChar* separator, QZInt64 count)
         {
             if (own.units[i] != separator[0] || !QZMemory::Equals(own.units + i, separator, count * 2))
                 continue;
-            // The walk goes on one unit behind the match: a separator that overlaps the one just found counts
-            // again, with an empty piece before it.
+            // The search continues one unit after the start of the match: a separator that overlaps the one
+            // just found counts again, with an empty piece before it.
             AddPiece(pieces.Get(), own.units + start, std::max<QZInt64>(i - start, 0));
             start = i + count;
         }

@@ -20,7 +20,7 @@ QZInt64 LeadingWhiteSpace(View text)
     return count;
 }
 
-/// What Trim leaves over.
+/// The text without leading and trailing white space.
 View Trimmed(QZString* text, const QZWChar* method)
 {
     if (!text->Check()) text::Failure(QZExceptionCode::StructuralFailure, method).Throw();
@@ -52,7 +52,6 @@ bool IsHexadecimal(QZWChar unit)
 }  // namespace
 
 // ---- SubString
-// -----------------------------------------------------------------------------------------------------------
 
 namespace
 {
@@ -80,7 +79,6 @@ void QZString::SubStringThis(QZInt64 start, QZInt64 length)
 }
 
 // ---- Case and white space
-// ------------------------------------------------------------------------------------------------
 
 QZString* QZString::ToUpper()
 {
@@ -113,7 +111,6 @@ void QZString::TrimThis()
 }
 
 // ---- Tests
-// ---------------------------------------------------------------------------------------------------------------
 
 QZBool QZString::IsNullOrEmpty(QZString* text) { return text == nullptr || text->GetSize() == 0; }
 
@@ -133,12 +130,12 @@ QZBool QZString::IsNumberic(QZString* text)
     QZInt64 count = text->GetLength();
     if (count >= 2 && units[0] == '0' && units[1] == 'x')
     {
-        // The walk runs from the end and stops before the first digit: "0xG1" passes as hexadecimal.
+        // The loop runs from the end and stops before the first digit: "0xG1" passes as hexadecimal.
         for (QZInt64 i = count - 1; i > 2; --i)
             if (!IsHexadecimal(units[i])) return 0;
         return 1;
     }
-    // Neither place nor number of the points is looked at: "1.2.3" passes.
+    // Place and number of the points are not checked: "1.2.3" passes.
     return std::all_of(units + (units[0] == '-' ? 1 : 0), units + count,
                        [](QZWChar unit) { return IsDecimal(unit) || unit == '.'; });
 }

@@ -6,6 +6,7 @@
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_string_internal.h"
 
 const QZInt64 QZColumnCollection::Type;
@@ -24,7 +25,7 @@ T* FromWord(QZUInt64 word)
     return reinterpret_cast<T*>(static_cast<std::uintptr_t>(word));
 }
 
-/// A list that doubles its room when it is full: a table of many rows is filled in linear time.
+/// A list that doubles its capacity when it is full, so that a table of many rows is filled in linear time.
 class GrowingList : public QZCollection
 {
 protected:
@@ -34,41 +35,6 @@ protected:
         QZCollection::LengthMax(length > room && length <= 2 * room ? 2 * room : length);
     }
 };
-
-/// A value object or a name that is deleted or given back unless it was handed over.
-template <typename T, typename End>
-class Owned
-{
-public:
-    Owned(T* object, End end) : m_object(object), m_end(end) {}
-    ~Owned()
-    {
-        if (m_object) m_end(&m_object);
-    }
-    Owned(const Owned&) = delete;
-    Owned& operator=(const Owned&) = delete;
-
-    T* Get() const { return m_object; }
-    T* Release()
-    {
-        T* object = m_object;
-        m_object = nullptr;
-        return object;
-    }
-
-private:
-    T* m_object;
-    End m_end;
-};
-
-void GiveBack(QZData** data) { QZDataFactory::Recycle(data); }
-
-template <typename T>
-void Delete(T** object)
-{
-    delete *object;
-    *object = nullptr;
-}
 
 }  // namespace
 
@@ -117,8 +83,8 @@ QZBool QZColumnCollection::Add(const QZWChar* name, QZInt64 type)
 
 QZBool QZColumnCollection::Add(QZString* name, QZInt64 type)
 {
-    // Rows that are there come to an end while their collection goes on naming them; that hosts add columns
-    // first is all that keeps tables whole, and the assert hook tells those that do not.
+    // A new column ends the existing rows, which their collection still holds. Hosts have to add columns
+    // before rows; the assert hook reports those that do not.
     const QZInt64 rows = m_table->Rows->Count();
     for (QZInt64 i = 0; i < rows; ++i)
     {
@@ -126,7 +92,7 @@ QZBool QZColumnCollection::Add(QZString* name, QZInt64 type)
         row->Add();
         row->Forsake();
     }
-    Owned object(new QZString(name), Delete<QZString>);
+    QZScoped<QZString, QZDeleter> object(new QZString(name));
     if (!m_lists->names.Add(name, object.Get())) return 0;
     object.Release();
     m_lists->types.Push(static_cast<QZUInt64>(type));
@@ -192,12 +158,12 @@ QZBool QZDataRow::SetElement(QZInt64 index, QZData* source)
     QZCollection& list = m_values->list;
     if (auto* value = FromWord<QZData>(list.GetElement(index)))
     {
-        // A value that is set to itself comes out empty, for it is emptied first.
+        // The target is emptied first, so a value that is set to itself becomes empty.
         value->NewSize(0);
         value->Append(source);
         return 1;
     }
-    Owned value(QZDataFactory::CreateData(m_columns->GetElementType(index), source), GiveBack);
+    QZScopedData value(QZDataFactory::CreateData(m_columns->GetElementType(index), source));
     list.SetElement(index, ToWord(value.Get()));
     value.Release();
     return 1;
@@ -220,7 +186,7 @@ QZBool QZDataRow::SetElement(const QZWChar* name, QZData* source)
 
 QZBool QZDataRow::SetElement(QZInt64 index, QZString* text)
 {
-    const Owned source(QZConvert::TextToData(text, m_columns->GetElementType(index)), GiveBack);
+    const QZScopedData source(QZConvert::TextToData(text, m_columns->GetElementType(index)));
     return SetElement(index, source.Get());
 }
 
@@ -268,7 +234,7 @@ QZInt64 QZRowCollection::GetType() { return 0x81FD000; }
 
 QZDataRow* QZRowCollection::NewRow()
 {
-    Owned row(new QZDataRow(m_table->Columns), Delete<QZDataRow>);
+    QZScoped<QZDataRow, QZDeleter> row(new QZDataRow(m_table->Columns));
     const QZInt64 columns = m_table->Columns->Count();
     for (QZInt64 i = 0; i < columns; ++i) row.Get()->Add();
     m_rows->list.Push(ToWord(row.Get()));

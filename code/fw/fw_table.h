@@ -31,14 +31,14 @@ public:
     ///
     /// A table with rows must not gain columns: each row loses its values for good, with QZLastError 1280 and
     /// a QZLibAssert(false).
-    /// @throws QZException 2304 for a name that is there, 2048 for an empty one
+    /// @throws QZException 2304 for a name that is present, 2048 for an empty one
     QZBool Add(const char* name, QZInt64 type);
     QZBool Add(const QZWChar* name, QZInt64 type);
     QZBool Add(QZString* name, QZInt64 type);
 
     QZInt64 Count();
 
-    /// The name, which stays the collection's; null when out of range.
+    /// The name, owned by the collection; null when out of range.
     QZString* GetColumn(QZInt64 index);
 
     /// The index of the column, or -1.
@@ -78,8 +78,8 @@ public:
     /// Appends an empty value.
     void Add();
 
-    /// Copies bytes into a value: an empty one becomes an object of the column's type, one that is there
-    /// keeps its object. True whenever it returns.
+    /// Copies bytes into a value: an empty one gets an object of the column's type, an existing one keeps its
+    /// object. True whenever it returns.
     /// @throws QZException 1024 for a bad index and an unknown name, 256 for null
     QZBool SetElement(QZInt64 index, QZData* source);
     QZBool SetElement(QZString* name, QZData* source);
@@ -118,7 +118,8 @@ private:
     friend class QZColumnCollection;
     struct Values;
 
-    /// What the row's end under a lock looks like from outside, the object itself staying.
+    /// Deletes the values as the destructor does, although the row stays. A locked row sets QZLastError to
+    /// 1280 and calls the assert hook with false.
     void Forsake();
 
     QZColumnCollection* m_columns;
@@ -138,11 +139,11 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Appends a row with an empty value for each of the table's columns. The row stays the collection's.
+    /// Appends a row with an empty value for each of the table's columns. The collection owns the row.
     QZDataRow* NewRow();
 
-    /// Takes a row out of the collection and clears the variable. The row is neither unlocked nor destroyed:
-    /// nobody owns it any more. A null in the variable is a QZLibAssert(false).
+    /// Removes a row from the collection and clears the variable. The row is neither unlocked nor destroyed:
+    /// it has no owner any more. A null in the variable is a QZLibAssert(false).
     /// @throws QZException 6144 for a row that is not in the collection; the variable stays
     void Recycle(QZDataRow** row);
 
@@ -188,8 +189,7 @@ private:
     struct Core
     {};
 
-    /// The table that columns and rows know: it is there for as long as they are, whatever becomes of the
-    /// copies.
+    /// The table that columns and rows refer to: it lives as long as they do, independent of the copies.
     explicit QZDataTable(Core);
 
     std::shared_ptr<Parts> m_parts;

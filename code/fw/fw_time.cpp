@@ -4,12 +4,12 @@
 
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
-#include "fw/fw_exception.h"
 #include "fw/fw_exception_code.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_calendar.h"
 #include "fw/internal/fw_raise.h"
+#include "fw/internal/fw_scoped.h"
 #include "sys/sys_bytes.h"
 
 const QZInt64 QZTime::Type;
@@ -19,7 +19,7 @@ const QZInt64 QZDateTime::Type;
 namespace
 {
 
-// Hosts add what they like: sums wrap like the machine's own.
+// Sums wrap: hosts add any number.
 void AddTo(QZInt64* value, QZInt64 count, QZInt64 unit)
 {
     *value = static_cast<QZInt64>(static_cast<QZUInt64>(*value) +
@@ -86,7 +86,7 @@ QZString* QZTime::ToString() const
     AppendNumber(&text, GetMinutes(), 2);
     text += ':';
     AppendNumber(&text, GetSeconds(), 2);
-    // A colon and no fixed width here, unlike the date-time's text.
+    // With a colon and without a fixed width, unlike the text of a date and time.
     text += ':';
     AppendNumber(&text, GetMilliSeconds(), 1);
     return QZStringFactory::CreateString(text.c_str());
@@ -146,18 +146,17 @@ QZInt64 QZDateTime::GetType() { return 0x81F5000; }
 
 QZData* QZDateTime::ToData() const
 {
-    QZData* data = QZDataFactory::CreateData();
+    QZScopedData data(QZDataFactory::CreateData());
     try
     {
-        ToData(data);
+        ToData(data.Get());
     }
     catch (...)
     {
-        QZDataFactory::Recycle(&data);
         QZPassOn(QZ_W("QZDateTime"), QZ_W("ToData"));
         throw;
     }
-    return data;
+    return data.Release();
 }
 
 void QZDateTime::ToData(QZData* target) const

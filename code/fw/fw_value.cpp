@@ -3,11 +3,11 @@
 #include <bit>
 
 #include "fw/fw_data_type.h"
-#include "fw/fw_exception.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_time.h"
 #include "fw/internal/fw_number_text.h"
+#include "fw/internal/fw_scoped.h"
 
 const QZInt64 QZDataType::ANY;
 const QZInt64 QZDataType::BINARY;
@@ -47,7 +47,7 @@ const QZInt64 QZDataType::FLOAT;
 
 QZBool QZDataType::IsDataType(int value)
 {
-    // The range alone decides; numbers that have no name pass too.
+    // Only the range is checked; numbers without a name pass too.
     return value / 0x100000 == 32;
 }
 
@@ -68,7 +68,7 @@ namespace
 constexpr QZInt64 kDatetimeSize = 32;
 constexpr QZInt32 kDatetimeFields = 7;
 
-/// A value object that came out of a cache or was resized holds its own size again.
+/// Sets a value object that came from a cache or was resized to its own size.
 void SetSizeBack(QZData* data, QZInt64 size)
 {
     if (data->GetSize() != size) data->NewSize(size);
@@ -76,7 +76,7 @@ void SetSizeBack(QZData* data, QZInt64 size)
 
 const QZData* Source(QZData* source) { return source; }
 
-/// A field that no date and time can have counts as 0.
+/// A field with an impossible value counts as 0.
 QZInt64 Possible(QZInt64 field, QZInt64 lowest, QZInt64 highest)
 {
     return field >= lowest && field <= highest ? field : 0;
@@ -221,8 +221,8 @@ QZInt64 QZDataDatetime::GetType() { return 0x2080800; }
 
 QZInt64 QZDataDatetime::GetValue()
 {
-    // Bytes, not words: for a stored time they are the field count and pieces of the year. Callers have seen
-    // these results and must go on seeing them.
+    // This counts bytes, not words: for a stored time it gives the field count and parts of the year. Callers
+    // rely on these results.
     QZDateTime time(GetValueByte(0), Possible(GetValueByte(1), 1, 12), Possible(GetValueByte(2), 1, 31),
                     Possible(GetValueByte(3), 0, 23), Possible(GetValueByte(4), 0, 59),
                     Possible(GetValueByte(5), 0, 59), 0);
@@ -255,7 +255,7 @@ void QZDatetimeText(const QZData* words, QZString* target)
     static const Field kFields[] = {{4, QZ_W("-")}, {2, QZ_W("-")}, {2, QZ_W(" ")},
                                     {2, QZ_W(":")}, {2, QZ_W(":")}, {2, QZ_W("")}};
     QZInt64 index = 1;
-    // The last word first: nothing is written when a word is missing.
+    // The last word is read first: nothing is written when a word is missing.
     words->GetValueInt32(6);
     for (const Field& field : kFields)
     {
@@ -271,17 +271,9 @@ void QZDataDatetime::ToString(QZString* target) { QZDatetimeText(this, target); 
 
 QZString* QZDataDatetime::ToString()
 {
-    QZString* text = QZStringFactory::CreateString();
-    try
-    {
-        ToString(text);
-    }
-    catch (...)
-    {
-        QZStringFactory::Recycle(&text);
-        throw;
-    }
-    return text;
+    QZScopedString text(QZStringFactory::CreateString());
+    ToString(text.Get());
+    return text.Release();
 }
 
 void QZDataDatetime::Recycle(QZString** text) { QZStringFactory::Recycle(text); }

@@ -7,10 +7,10 @@
 
 /// The typed values that tables and the database carry.
 ///
-/// Each is a QZData that holds its value at the start of its bytes, in the machine's order. SetValue sets the
-/// size back when the object holds another one, so that a value out of the cache is whole again; GetValue of
-/// an object with too few bytes throws QZException 1024. Made and taken back by QZDataFactory; the caller
-/// owns what it gets. One thread at a time.
+/// Each is a QZData that holds its value at the start of its bytes, in the machine's byte order. SetValue
+/// restores the size when the object has another one, so that an object from the cache is complete again;
+/// GetValue of an object with too few bytes throws QZException 1024. QZDataFactory makes and takes them back;
+/// the caller owns what it gets. One thread at a time.
 
 class QZDateTime;
 class QZString;
@@ -22,7 +22,7 @@ public:
     static const QZInt64 Type = 0x2080100;
 
     QZDataBool();
-    /// A copy of the source's whole block, whatever its size.
+    /// A copy of the source's whole block, of any size.
     explicit QZDataBool(QZData* source);
 
     QZInt64 GetType() override;
@@ -38,7 +38,7 @@ public:
     static const QZInt64 Type = 0x2080200;
 
     QZDataInt8();
-    /// A copy of the source's whole block, whatever its size.
+    /// A copy of the source's whole block, of any size.
     explicit QZDataInt8(QZData* source);
 
     QZInt64 GetType() override;
@@ -54,7 +54,7 @@ public:
     static const QZInt64 Type = 0x2080900;
 
     QZDataByte();
-    /// A copy of the source's whole block, whatever its size.
+    /// A copy of the source's whole block, of any size.
     explicit QZDataByte(QZData* source);
 
     QZInt64 GetType() override;
@@ -70,7 +70,7 @@ public:
     static const QZInt64 Type = 0x2080300;
 
     QZDataInt16();
-    /// A copy of the source's whole block, whatever its size.
+    /// A copy of the source's whole block, of any size.
     explicit QZDataInt16(QZData* source);
 
     QZInt64 GetType() override;
@@ -86,7 +86,7 @@ public:
     static const QZInt64 Type = 0x2080400;
 
     QZDataInt32();
-    /// A copy of the source's whole block, whatever its size.
+    /// A copy of the source's whole block, of any size.
     explicit QZDataInt32(QZData* source);
 
     QZInt64 GetType() override;
@@ -102,7 +102,7 @@ public:
     static const QZInt64 Type = 0x2081000;
 
     QZDataFloat();
-    /// A copy of the source's whole block, whatever its size.
+    /// A copy of the source's whole block, of any size.
     explicit QZDataFloat(QZData* source);
 
     QZInt64 GetType() override;
@@ -118,7 +118,7 @@ public:
     static const QZInt64 Type = 0x2080500;
 
     QZDataInt64();
-    /// A copy of the source's whole block, whatever its size.
+    /// A copy of the source's whole block, of any size.
     explicit QZDataInt64(QZData* source);
 
     QZInt64 GetType() override;
@@ -134,7 +134,7 @@ public:
     static const QZInt64 Type = 0x2080600;
 
     QZDataDouble();
-    /// A copy of the source's whole block, whatever its size.
+    /// A copy of the source's whole block, of any size.
     explicit QZDataDouble(QZData* source);
 
     QZInt64 GetType() override;
@@ -150,7 +150,7 @@ public:
     static const QZInt64 Type = 0x2080700;
 
     QZDataTimestamp();
-    /// A copy of the source's whole block, whatever its size.
+    /// A copy of the source's whole block, of any size.
     explicit QZDataTimestamp(QZData* source);
 
     QZInt64 GetType() override;
@@ -167,13 +167,13 @@ public:
     static const QZInt64 Type = 0x2080800;
 
     QZDataDatetime();
-    /// A copy of the source's whole block, whatever its size.
+    /// A copy of the source's whole block, of any size.
     explicit QZDataDatetime(QZData* source);
 
     QZInt64 GetType() override;
 
-    /// A timestamp made of the first six bytes, not of the words: it is not the time that was stored. Readers
-    /// of the time take the words or ToString.
+    /// A timestamp computed from the first six bytes, not from the words: it is not the stored time. Use the
+    /// words or ToString to read the time.
     virtual QZInt64 GetValue();
 
     virtual void SetValue(QZDateTime* time);
@@ -185,7 +185,7 @@ public:
     }
 
     /// Appends "yyyy-mm-dd hh:mm:ss", with ".mmm" where there are milliseconds.
-    /// @throws QZException 1024 when the words are not all there
+    /// @throws QZException 1024 when a word is missing
     virtual void ToString(QZString* target);
     /// The same as a new string, given back with Recycle.
     virtual QZString* ToString();
@@ -194,8 +194,8 @@ public:
     virtual void Recycle(QZString** text);
 };
 
-/// Appends the text of a date and time in the layout above; what QZDataDatetime::ToString does for any
-/// buffer. Internal.
+/// Appends the text of a date and time in the layout above, for any buffer; QZDataDatetime::ToString uses it.
+/// Internal.
 void QZDatetimeText(const QZData* words, QZString* target);
 
 #endif

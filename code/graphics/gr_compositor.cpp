@@ -7,6 +7,7 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_trace.h"
+#include "graphics/internal/gr_parts.h"
 
 const QZInt64 QZGraphicsCollection::Type;
 
@@ -92,12 +93,12 @@ void QZGraphicsCollection::Refersh() { m_background->m_updated->Add(0, 0, m_widt
 
 void QZGraphicsCollection::Refersh(const QZRectangle* area)
 {
-    if (area) m_background->m_updated->Add(area);
+    if (area != nullptr) m_background->m_updated->Add(area);
 }
 
 void QZGraphicsCollection::Refersh(QZRectangleCollection* areas)
 {
-    if (areas) m_background->m_updated->Add(areas);
+    if (areas != nullptr) m_background->m_updated->Add(areas);
 }
 
 void QZGraphicsCollection::NewSize(int width, int height)
@@ -190,8 +191,8 @@ void QZGraphicsCollection::MoveElement(const char* key, QZInt64 distance) { Move
 void QZGraphicsCollection::MoveElement(const QZWChar* key, QZInt64 distance) { Move(key, distance); }
 void QZGraphicsCollection::MoveElement(QZString* key, QZInt64 distance) { Move(key, distance); }
 
-// Top and bottom are those of a list that begins at the top; the picture is painted in the same order, so
-// the "bottom" layer ends up in front.
+// Top and bottom describe a list whose first entry is at the top. Layers are painted in list order, so the
+// "bottom" layer is in front.
 template <typename Key>
 void QZGraphicsCollection::MoveToTheBottom(Key key)
 {
@@ -217,7 +218,7 @@ void QZGraphicsCollection::MoveElementToTheTop(QZString* key) { MoveToTheTop(key
 
 QZInt64 QZGraphicsCollection::Count() { return m_layers->Count(); }
 
-/// The edited layer, as long as it is the background or in the stack: what was taken out may be gone.
+/// The edited layer if it is the background or in the stack: a removed layer may have been deleted.
 QZGraphics* QZGraphicsCollection::EditedLayer()
 {
     return m_editedLayer == m_background || GetElementIndex(m_editedLayer) >= 0 ? m_editedLayer : nullptr;
@@ -232,21 +233,12 @@ QZBool QZGraphicsCollection::LayerEdit(QZString* key)
 QZBool QZGraphicsCollection::MarkEdit(QZString* key)
 {
     QZGraphics* layer = EditedLayer();
-    if (!layer) return 0;
+    if (layer == nullptr) return 0;
     m_editedMark = layer->MarkGet(key);
     return m_editedMark != nullptr;
 }
 
-void QZGraphicsCollection::Recycle(QZGraphics** layer)
-{
-    if (!*layer)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    delete *layer;
-    *layer = nullptr;
-}
+void QZGraphicsCollection::Recycle(QZGraphics** layer) { QZDeleteAndClear(layer); }
 
 void QZGraphicsCollection::Update() { Update(1); }
 
@@ -281,7 +273,7 @@ void QZGraphicsCollection::TakeChanges(QZRectangleCollection* changes)
         m_background->Draw(m_pending);
         m_pending->Clear();
     }
-    // The overlay's own area is left out: it was put back pixel by pixel.
+    // The overlay's area is not repainted: its pixels were restored one by one.
     updated->Clear();
     updated->Add(changes);
     changes->Clear();
@@ -342,16 +334,16 @@ void QZGraphicsCollection::AddNumber()
 void QZGraphicsCollection::AddEdited()
 {
     QZGraphics* layer = EditedLayer();
-    if (!m_showEdited || !HasOverlay() || !layer) return;
+    if (!m_showEdited || !HasOverlay() || layer == nullptr) return;
     AddOutline(m_pending, 0, 0, layer->GetWidth(), layer->GetHeight(), kLayerColor);
-    // A mark that was taken out may be gone.
-    const QZRectangle* area = layer->MarkToKey(m_editedMark) ? m_editedMark->GetArea() : nullptr;
-    if (area)
+    // A removed mark may have been deleted.
+    const QZRectangle* area = layer->MarkToKey(m_editedMark) != nullptr ? m_editedMark->GetArea() : nullptr;
+    if (area != nullptr)
         AddOutline(m_pending, area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight(), kMarkColor);
 }
 
-/// Draws the pending shape and puts what was below it in the place of its colours, so that drawing it once
-/// more takes it away.
+/// Draws the pending shape and replaces its colours by the pixels that were below it, so that drawing it
+/// again removes it.
 void QZGraphicsCollection::DrawOverlay()
 {
     QZPointCollection* points = m_pending->GetPoints();

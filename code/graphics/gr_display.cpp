@@ -120,7 +120,7 @@ QZHistogram::~QZHistogram()
 
 QZInt64 QZHistogram::GetType() { return 0x81FFFF8; }
 
-/// The column behind the last bar: no bar stands for the last two bytes.
+/// The column after the last bar. The last two bytes have no bar.
 int QZHistogram::ColumnEnd(const QZData* data) const
 {
     const QZInt64 end = m_origin->GetX() + data->GetSize() - 1;
@@ -204,7 +204,7 @@ void QZHistogram::GetValue(const QZPoint* point) { GetValue(point->GetX(), point
 void QZHistogram::GetValue(int x, int y)
 {
     GetPoint(x, y);
-    if (!m_data) return;
+    if (m_data == nullptr) return;
     m_layer->SetColor(0, 96, 0);
     const QZInt64 index = QZInt64{x} - m_origin->GetX();
     if (index >= 0 && index < m_data->GetSize())
@@ -220,7 +220,7 @@ void QZHistogram::GetValue(int x, int y)
     GetPoint(x, y);
 }
 
-// What the shorter forms are given beside the step has never mattered; hosts pass what they have.
+// The shorter forms use only the step; their other arguments are ignored.
 void QZHistogram::Scale() { Scale(kPlainStep); }
 void QZHistogram::Scale(const QZPoint*) { Scale(kPlainStep); }
 void QZHistogram::Scale(int step) { Scale(m_origin, step, 0, 0, static_cast<int>(kPlainColor)); }

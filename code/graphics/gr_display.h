@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_DISPLAY_H
-#define QZLIB_GR_DISPLAY_H
+#ifndef QZLIB_GRAPHICS_DISPLAY_H
+#define QZLIB_GRAPHICS_DISPLAY_H
 
 #include <concepts>
 
@@ -9,7 +9,7 @@ class QZColorPalette;
 class QZData;
 class QZString;
 
-/// Names for what a host draws; the library does not look at them.
+/// Names of drawing modes for hosts. The library does not use them.
 class QZ_API WAVEDRAWMODE
 {
 public:
@@ -21,8 +21,8 @@ public:
 /// A bar chart of bytes on a layer, in the manner of a scope: one column of pixels for each byte, upward from
 /// an origin, with a grid and a scale in dark green.
 ///
-/// The layer stays the caller's and must outlive the histogram, which keeps a copy of the point and of the
-/// data. One thread at a time.
+/// The caller owns the layer, which must exist as long as the histogram. The histogram copies the point and
+/// the data. One thread at a time.
 class QZ_API QZHistogram : public QZObject
 {
 public:
@@ -37,7 +37,8 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Draws the bytes but the last two, the first one right of the origin, and keeps a copy for GetValue.
+    /// Draws all bytes except the last two, the first one to the right of the origin, and keeps a copy for
+    /// GetValue.
     void DrawData(const QZData* data);
     /// @param withTable  not 0: grid and scale, at steps of 16, below the bars
     void DrawData(const QZData* data, unsigned char withTable);
@@ -46,30 +47,32 @@ public:
     {
         DrawData(data, static_cast<unsigned char>(withTable));
     }
-    /// The same columns without table and copy, each pixel in the palette's colour of its height.
+    /// Draws the same columns without table and without a copy; each pixel has the palette's colour for its
+    /// height.
     void DrawData(const QZData* data, QZColorPalette* palette);
 
-    /// A black layer with grid and scale.
+    /// Fills the layer with black and draws grid and scale.
     void DrawTable();
 
-    /// A cross-hair through the point, labelled with its co-ordinates against the origin divided by zoom.
+    /// Draws a cross-hair through the point, labelled with its co-ordinates relative to the origin, divided
+    /// by zoom.
     void GetPoint(int x, int y);
     void GetPoint(QZGraphics* layer, int x, int y, float zoom);
 
-    /// A cross-hair, and the value of the kept byte whose column this is, if there is one. The column of
-    /// byte 0 counts as the origin's here.
+    /// Draws a cross-hair, and the value of the copied byte of this column, if there is one. Here the column
+    /// of byte 0 is that of the origin.
     void GetValue(const QZPoint* point);
     void GetValue(int x, int y);
 
-    /// Axes with ticks at each step, and numbers on each axis whose flag is set. Only the longest form looks
-    /// at its point and flags; the others are a plain scale at the origin.
+    /// Draws axes with ticks at each step, and numbers on each axis whose flag is set. Only the form with all
+    /// arguments uses its point and flags; the others draw a scale without numbers at the origin.
     void Scale();
     void Scale(const QZPoint* point);
     void Scale(int step);
     void Scale(const QZPoint* point, int step, unsigned char xLabels, unsigned char yLabels);
     void Scale(const QZPoint* point, int step, unsigned char xLabels, unsigned char yLabels, int color);
 
-    /// Lines over the whole layer at each step from the origin.
+    /// Draws lines over the whole layer at each step from the origin.
     void Grid();
     void Grid(int step);
     void Grid(int step, unsigned int color);
@@ -82,12 +85,13 @@ private:
     QZData* m_data = nullptr;
 };
 
-/// An address ruler: a bar that stands for a range of addresses, with a selected range, labelled marks and a
-/// mouse cursor that tells the address below it.
+/// An address ruler: a bar that shows a range of addresses, with a selected range, labelled marks and a mouse
+/// mark with its address.
 ///
-/// It makes two layers in a collection, "DwLayer" for what stands and "Marks" for what moves; they are the
-/// collection's, which must outlive the ruler. After changes call Update, then Update of the collection. A
-/// view without length puts everything at its begin. One thread at a time, the collection's.
+/// It makes two layers in a collection: "DwLayer" for the fixed parts and "Marks" for the moving ones. The
+/// collection owns them and must exist as long as the ruler. After changes call Update, then Update of the
+/// collection. In a view of length 0 everything is drawn at its begin. One thread at a time, the
+/// collection's.
 class QZ_API QZLinearGraph : public QZObject
 {
 public:
@@ -101,32 +105,34 @@ public:
 
     QZInt64 GetType() override;
 
-    /// The selected range. Outside of the view its end marks are faded; the next Reset makes it the view. A
-    /// length that would take the range past 0xFF000000 is not stored.
+    /// The selected range. Outside the view its end marks are faded; the next Reset makes it the view. A
+    /// length with which the range would end after 0xFF000000 is not stored.
     unsigned int GetBegin() const { return m_begin; }
     void SetBegin(unsigned int begin);
     unsigned int GetLength() const { return m_length; }
     void SetLength(unsigned int length);
 
-    /// Between pixels of the ruler's width and addresses of the selected length.
+    /// Conversion between pixels of the ruler's width and addresses of the selected length.
     unsigned int PixelToLength(unsigned int pixel) const;
     unsigned int LengthToPixel(unsigned int length) const;
 
-    /// Puts the mouse mark at a column of the collection, or the ruler's nearest one, with the address.
+    /// Moves the mouse mark to a column of the collection, or to the nearest one of the ruler, and shows its
+    /// address.
     void SetMousePoint(int x);
     /// The address under the mouse mark.
     unsigned int GetMouseAddress() const { return m_mouseAddress; }
-    /// The ruler's own text, shown below it from the next SetMousePoint on; empty at first.
+    /// The text that the next SetMousePoint shows below the ruler; empty by default. The ruler owns it.
     QZString* GetInfo() const { return m_info; }
 
     /// Asks the collection to repaint the ruler.
     void Update();
 
-    /// Draws the ruler anew: the selected range becomes the view.
+    /// Makes the selected range the view and draws the ruler again.
     void Reset();
 
-    /// A bar on the ruler from `at` on, with a label above it that replaces any other of the same text: the
-    /// text and the number of its end, or, for a mark of one pixel, the text twice and the number.
+    /// Draws a bar on the ruler from address `at`, with a label above it, which replaces a label of the same
+    /// text. The label is the text and the number of the end; for a mark of one pixel it is the text twice
+    /// and the number.
     void Mark(unsigned int at, unsigned int span, unsigned int color, QZString* text);
     void Mark(unsigned int at, unsigned int span, unsigned int color);
     template <std::integral T>

@@ -109,7 +109,7 @@ int QZLinearGraph::ViewToPixel(QZInt64 distance) const
 void QZLinearGraph::Place(const QZWChar* key, QZInt64 address)
 {
     QZShape* mark = MarkOf(key);
-    if (!mark) return;
+    if (mark == nullptr) return;
     const QZInt64 distance = address - m_viewBegin;
     if (distance < 0 || distance > m_viewLength)
     {
@@ -123,9 +123,9 @@ void QZLinearGraph::Place(const QZWChar* key, QZInt64 address)
 void QZLinearGraph::Select(const QZRectangle* area)
 {
     QZShape* selected = MarkOf(kSelected);
-    if (!selected) return;
+    if (selected == nullptr) return;
     selected->Clear();
-    if (area) selected->Add(area, m_selectionColor, 1);
+    if (area != nullptr) selected->Add(area, m_selectionColor, 1);
 }
 
 void QZLinearGraph::SetBegin(unsigned int begin)
@@ -143,7 +143,8 @@ void QZLinearGraph::SetLength(unsigned int length)
     m_marks->m_changed = 1;
     const QZShape* first = MarkOf(kBegin);
     const QZShape* last = MarkOf(kEnd);
-    if (!first || !last || !first->GetArea() || !last->GetArea()) return;
+    if (first == nullptr || last == nullptr || first->GetArea() == nullptr || (last->GetArea() == nullptr))
+        return;
     QZRectangle range(first->GetArea());
     range.Include(last->GetArea());
     Select(&range);
@@ -188,7 +189,7 @@ void QZLinearGraph::ReplaceMark(QZString* key, QZShape* shape)
 void QZLinearGraph::Update()
 {
     const QZRectangle ruler(m_place->GetX(), m_place->GetY(), m_size->GetWidth(), m_size->GetHeight());
-    // The requests stay set: what the mouse left behind goes with the next call, too.
+    // The flags stay set, so that the next call also clears the old mouse mark.
     if (m_drawing->m_changed) m_collection->Refersh(&ruler);
     if (m_marks->m_changed) m_marks->Clear();
 }
@@ -216,7 +217,7 @@ void QZLinearGraph::Reset()
     Select(nullptr);
 }
 
-/// Fills a part of the bar and answers it.
+/// Fills a part of the bar and returns it.
 QZRectangle QZLinearGraph::DrawMark(unsigned int at, int width, unsigned int color)
 {
     const int x = word::Add(word::Add(m_place->GetX(), static_cast<int>(LengthToPixel(at))), 1);

@@ -130,7 +130,7 @@ QZCrossMark::QZCrossMark(int x, int y, int size, float degrees)
     const int b = word::Truncate(QZMath::Cos(angle) * static_cast<float>(size));
     Figure& f = *m_figure;
     f.center.Set(x, y);
-    // The four ends in the order of the turn, whatever the places are called.
+    // The four ends in the order of the rotation; the names of the fields do not matter.
     f.left.Set(word::Subtract(x, a), word::Subtract(y, b));
     f.right.Set(word::Add(x, b), word::Subtract(y, a));
     f.top.Set(word::Add(x, a), word::Add(y, b));
@@ -154,7 +154,7 @@ QZRectangle::QZRectangle(int x, int y, int width, int height)
     : m_location(word::Pack(x, y)), m_size(word::Pack(width, height))
 {}
 
-// A copy starts unfilled, whatever its source: the flag belongs to whoever adds the figure.
+// A copy is not filled, also when its source is: the caller who adds the figure sets the flag.
 QZRectangle::QZRectangle(const QZRectangle& other)
     : QZObject(other), m_location(other.m_location), m_size(other.m_size)
 {}
@@ -274,7 +274,7 @@ QZRay::QZRay(QZLong x1, QZLong y1, QZLong x2, QZLong y2)
       m_second(std::make_shared<QZPoint>(static_cast<int>(x2), static_cast<int>(y2)))
 {}
 
-// The one operation of QZMath on figures. It stands here because the floor of QZMath does not know them.
+// The one operation of QZMath on figures. It is defined here because code/codec does not know the figures.
 float QZMath::GetDistanceFromPointToLine(const QZPoint* point, const QZLine* line)
 {
     return GetDistanceFromPointToLine(point->GetX(), point->GetY(), line->GetX1(), line->GetY1(),

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_GEOMETRY_H
-#define QZLIB_GR_GEOMETRY_H
+#ifndef QZLIB_GRAPHICS_GEOMETRY_H
+#define QZLIB_GRAPHICS_GEOMETRY_H
 
 #include <concepts>
 #include <memory>
@@ -125,7 +125,7 @@ class QZ_API QZCircle : public QZObject
 public:
     static const QZInt64 Type = 0x81FFF90;
 
-    /// Not 0: drawn filled. Set it before the circle goes into a shape.
+    /// Not 0: drawn filled. Set it before the circle is added to a shape.
     QZBool Fill = 0;
 
     QZCircle(int x, int y, int radius);
@@ -215,7 +215,7 @@ class QZ_API QZRectangle : public QZObject
 public:
     static const QZInt64 Type = 0x81FFFE0;
 
-    /// Not 0: drawn filled. Set it before the rectangle goes into a shape; copies start with 0.
+    /// Not 0: drawn filled. Set it before the rectangle is added to a shape; copies start with 0.
     QZBool Fill = 0;
 
     QZRectangle() = default;

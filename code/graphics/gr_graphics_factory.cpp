@@ -7,6 +7,7 @@
 #include "graphics/gr_pixels.h"
 #include "graphics/gr_points.h"
 #include "graphics/gr_shape.h"
+#include "graphics/internal/gr_start.h"
 
 QZObjectCache* QZGraphicsFactory::m_shapeCache = nullptr;
 QZObjectCache* QZGraphicsFactory::m_pixelBlockCache = nullptr;
@@ -24,7 +25,7 @@ namespace
 template <typename T, typename Reset>
 void GiveBack(QZObjectCache* cache, T** variable, Reset reset)
 {
-    if (!*variable)
+    if (*variable == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -117,20 +118,20 @@ void QZGraphicsFactory::Recycle(QZRay** ray)
 
 void QZGraphicsFactory::Collect(unsigned char partial)
 {
-    if (!m_shapeCache) return;
+    if (m_shapeCache == nullptr) return;
     m_shapeCache->Collect(partial);
     m_pixelBlockCache->Collect(partial);
 }
 
 QZInt64 QZGraphicsFactory::GetMemorySize()
 {
-    return m_shapeCache ? m_shapeCache->GetMemorySize() + m_pixelBlockCache->GetMemorySize() : 0;
+    return m_shapeCache != nullptr ? m_shapeCache->GetMemorySize() + m_pixelBlockCache->GetMemorySize() : 0;
 }
 
 void QZGraphicsFactoryInit()
 {
     using F = QZGraphicsFactory;
-    if (F::m_shapeCache) return;
+    if (F::m_shapeCache != nullptr) return;
     F::m_shapeCache = new QZCache<QZShape>(-1, -1);
     F::m_pixelBlockCache = new QZCache<QZPixelBlock>(-1, -1);
     F::m_rectangleCache = new QZCache<QZRectangle>(-1, -1);
@@ -145,7 +146,7 @@ void QZGraphicsFactoryInit()
 void QZGraphicsFactoryEnd()
 {
     using F = QZGraphicsFactory;
-    if (!F::m_shapeCache) return;
+    if (F::m_shapeCache == nullptr) return;
     // The other seven caches are collected by their destructors.
     F::Collect(0);
     for (QZObjectCache** cache :

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_GRAPHICS_FACTORY_H
-#define QZLIB_GR_GRAPHICS_FACTORY_H
+#ifndef QZLIB_GRAPHICS_GRAPHICS_FACTORY_H
+#define QZLIB_GRAPHICS_GRAPHICS_FACTORY_H
 
 #include "sys/sys_types.h"
 
@@ -15,9 +15,8 @@ class QZRectangleCollection;
 class QZShape;
 class QZSize;
 
-/// Hands out the value objects of the graphics toolkit from caches and takes them back. What Create...
-/// answers belongs to the caller until Recycle. May be called from any thread between QZLibInit and
-/// QZLibDispose.
+/// Caches the value objects of the graphics toolkit. The caller owns an object from Create... until Recycle.
+/// Any thread may call between QZLibInit and QZLibDispose.
 class QZ_API QZGraphicsFactory
 {
 public:
@@ -73,10 +72,5 @@ private:
     static QZObjectCache* m_pointCache;
     static QZObjectCache* m_rayCache;
 };
-
-/// Start and end, called by QZLibInit and QZLibDispose; each may be called twice without effect. Not
-/// exported.
-void QZGraphicsFactoryInit();
-void QZGraphicsFactoryEnd();
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_IMAGE_H
-#define QZLIB_GR_IMAGE_H
+#ifndef QZLIB_GRAPHICS_IMAGE_H
+#define QZLIB_GRAPHICS_IMAGE_H
 
 #include "sys/sys_types.h"
 

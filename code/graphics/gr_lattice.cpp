@@ -9,7 +9,8 @@
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
 #include "graphics/internal/gr_lattice_table.h"
-#include "os/os_file.h"
+#include "graphics/internal/gr_parts.h"
+#include "os/internal/os_opened_file.h"
 
 const QZInt64 QZLattice::Type;
 const QZInt64 QZLattice::GlyphSize;
@@ -23,33 +24,9 @@ const QZWChar* g_path = nullptr;
 bool g_initialised = false;
 QZCriticalSection* g_section = nullptr;
 
-/// An open file, closed with the scope.
-class OpenFile
-{
-public:
-    explicit OpenFile(unsigned int options) : m_file(QZFile::Open(g_path, options)) {}
-    ~OpenFile() { QZFile::Close(&m_file); }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-
-    QZFile* operator->() const { return m_file; }
-
-private:
-    QZFile* m_file;
-};
-
-class SectionLock
-{
-public:
-    SectionLock() { g_section->Lock(); }
-    ~SectionLock() { g_section->Unlock(); }
-    SectionLock(const SectionLock&) = delete;
-    SectionLock& operator=(const SectionLock&) = delete;
-};
-
 void WriteTable()
 {
-    OpenFile file(QZFileOptions::ShareReadWrite);
+    QZOpenedFile file(QZFile::Open(g_path, QZFileOptions::ShareReadWrite));
     file->Write(0, g_table, lattice::kTableSize);
 }
 
@@ -57,17 +34,17 @@ void LoadTable(const QZWChar* path)
 {
     g_path = path;
     QZMemClean(g_table, lattice::kTableSize);
-    if (path && QZFile::Exists(path))
+    if (path != nullptr && QZFile::Exists(path))
     {
         // Read only, so that a host may install its font where it cannot write. A short file fills what it
         // has.
-        OpenFile file(QZFileOptions::Read | QZFileOptions::ShareRead);
+        QZOpenedFile file(QZFile::Open(g_path, QZFileOptions::Read | QZFileOptions::ShareRead));
         file->Read(0, g_table, lattice::kTableSize);
         return;
     }
-    if (path) QZFile::Create(path);
+    if (path != nullptr) QZFile::Create(path);
     lattice::PackBuiltIn(g_table);
-    if (path) WriteTable();
+    if (path != nullptr) WriteTable();
 }
 
 void EnsureInitialised()
@@ -84,13 +61,13 @@ void QZLatticeInit(const QZWChar* path)
 {
     if (g_initialised && g_path != path) QZLatticeDispose();
     if (g_initialised) return;
-    if (!g_table) g_table = static_cast<unsigned char*>(MemoryAllocateClean(lattice::kTableSize));
-    if (!g_table)
+    if (g_table == nullptr) g_table = static_cast<unsigned char*>(MemoryAllocateClean(lattice::kTableSize));
+    if (g_table == nullptr)
         throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
                       kClass, QZ_W("Init"))
             .Argument(QZ_W("QZWChar*"), path)
             .Exception();
-    if (!g_section) g_section = new QZCriticalSection();
+    if (g_section == nullptr) g_section = new QZCriticalSection();
     try
     {
         LoadTable(path);
@@ -133,14 +110,14 @@ void QZLattice::Set(int x, int y, unsigned short code)
 
 const unsigned char* QZLattice::GetGlyph() const
 {
-    return g_table ? SlotOf(static_cast<unsigned short>(m_code)) + lattice::kDotsOffset : nullptr;
+    return g_table != nullptr ? SlotOf(static_cast<unsigned short>(m_code)) + lattice::kDotsOffset : nullptr;
 }
 
 void QZLattice::Save(unsigned short code, QZData* glyph) { Save(code, glyph, 1); }
 
 void QZLattice::Save(unsigned short code, QZData* glyph, unsigned char sync)
 {
-    if (!glyph)
+    if (glyph == nullptr)
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), kClass, QZ_W("Save"))
             .Argument(QZ_W("QZUInt16"), QZInt64{code})
             .Exception();
@@ -164,30 +141,21 @@ QZData* QZLattice::Load(unsigned short code)
 
 QZInt64 QZLattice::Load(unsigned char* buffer, unsigned short code)
 {
-    if (!buffer) return GlyphSize;
+    if (buffer == nullptr) return GlyphSize;
     EnsureInitialised();
     lattice::Unpack(buffer, SlotOf(code));
     return GlyphSize;
 }
 
-void QZLattice::Recycle(QZData** data)
-{
-    if (!*data)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    delete *data;
-    *data = nullptr;
-}
+void QZLattice::Recycle(QZData** data) { QZDeleteAndClear(data); }
 
 void QZLattice::Sync()
 {
     EnsureInitialised();
-    if (!g_path) return;
+    if (g_path == nullptr) return;
     try
     {
-        SectionLock lock;
+        const QZCriticalGuard lock(g_section);
         if (!QZFile::Exists(g_path)) QZFile::Create(g_path);
         WriteTable();
     }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_LATTICE_H
-#define QZLIB_GR_LATTICE_H
+#ifndef QZLIB_GRAPHICS_LATTICE_H
+#define QZLIB_GRAPHICS_LATTICE_H
 
 #include <memory>
 
@@ -7,23 +7,23 @@
 
 class QZData;
 
-/// Starts the font: makes the table and fills it from the file at `path`, or, when there is no such file,
-/// with the built-in glyphs, which are then written to a new file there. A null path keeps everything in
-/// memory. The pointer is kept, not the text: leave it where it is until QZLatticeDispose, and pass the same
-/// one again, since another pointer starts the font anew. Without this call the font starts by itself, with
-/// null, when it is first needed.
+/// Starts the font: makes the table and fills it from the file at `path`. When the file does not exist, the
+/// built-in glyphs are used and written to a new file. With a null path the font is only in memory. The
+/// pointer is stored, not the text: the text must stay until QZLatticeDispose. A call with the same pointer
+/// does nothing, a call with another pointer starts the font again. Without this call the font starts with
+/// null at its first use.
 /// @throws QZException 4352 without memory for the table; QZIOException as QZFile does
 QZ_API void QZLatticeInit(const QZWChar* path);
 
-/// Frees the table. Glyphs that were saved without a file are gone.
+/// Frees the table. Glyphs saved without a file are lost.
 QZ_API void QZLatticeDispose();
 
 /// One character of the dot-matrix font: a glyph at a place.
 ///
 /// All glyphs live in one process-wide table of 65536 slots, one for each UTF-16 unit, see docs/graphics.md.
-/// The objects own their place and size and look their dots up in the table; C++ copies share place and size.
-/// Objects are read by one thread at a time. Reading the table takes no lock, so a host saves glyphs on one
-/// thread and while nobody draws.
+/// An object owns its location and size and finds its dots in the table; C++ copies share location and size.
+/// One thread at a time reads an object. The table is read without a lock, so hosts save glyphs on one thread
+/// while no thread draws.
 class QZ_API QZLattice : public QZObject
 {
 public:
@@ -35,38 +35,37 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Another place and glyph; the baseline stays.
+    /// Sets location and glyph. The baseline does not change.
     void Set(int x, int y, unsigned short code);
 
-    /// The object's own place and size in dots.
+    /// Location and size in dots. The object owns them.
     QZPoint* GetLocation() const { return m_location.get(); }
     QZSize* GetSize() const { return m_size.get(); }
-    /// The unit whose glyph is shown: 41253 where it is the fallback.
+    /// The unit whose glyph is shown, 41253 for the fallback.
     unsigned int GetCode() const { return m_code; }
-    /// The row of the screen that runs through the middle of the glyph, or 0: the location counts.
+    /// The row of pixels through the middle of the glyph; 0: the location is used.
     int GetBaseline() const { return m_baseline; }
     void SetBaseline(int baseline) { m_baseline = baseline; }
 
-    /// The packed dots in the table, 126 bytes: row after row, eight to a byte, first dot in the highest bit.
-    /// Null when the font has ended meanwhile.
+    /// The packed dots in the table, 126 bytes: row after row, eight dots in a byte, the first dot in the
+    /// highest bit. Null after QZLatticeDispose.
     const unsigned char* GetGlyph() const;
 
-    /// Bytes of an unpacked glyph at most: width, height, then one byte a dot.
+    /// The largest size of an unpacked glyph in bytes: width, height, then one byte for each dot.
     static const QZInt64 GlyphSize = 1026;
 
-    /// Stores a glyph: width, height, then one byte a dot, 0 for clear, row after row. A width or height
-    /// above 31 becomes 31, in the caller's object as well; the dots are taken as they lie, not laid out
-    /// anew, and missing ones are clear. Sync follows, unless `sync` is 0: for many glyphs call it once at
+    /// Stores a glyph: width, height, then one byte for each dot, 0 for clear, row after row. A width or
+    /// height above 31 becomes 31, also in the caller's object; the dots keep their order and are not
+    /// rearranged; missing dots are clear. Calls Sync unless `sync` is 0; for many glyphs, call it once at
     /// the end.
     /// @throws QZException 1792 for null; QZIOException as Sync
     static void Save(unsigned short code, QZData* glyph);
     static void Save(unsigned short code, QZData* glyph, unsigned char sync);
 
-    /// The glyph of a unit, unpacked, in a new buffer of GlyphSize bytes; given back with Recycle. A unit
-    /// without a glyph gives width and height 0.
+    /// The unpacked glyph of a unit in a new buffer of GlyphSize bytes; give it back with Recycle. A unit
+    /// without a glyph has width and height 0.
     static QZData* Load(unsigned short code);
-    /// The same into a buffer of GlyphSize bytes, of which only what the glyph takes is written; null is
-    /// allowed.
+    /// The same into a buffer of GlyphSize bytes; only the bytes of the glyph are written. Null is allowed.
     /// @return GlyphSize
     static QZInt64 Load(unsigned char* buffer, unsigned short code);
 

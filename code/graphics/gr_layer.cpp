@@ -129,7 +129,8 @@ void QZGraphics::Update()
 
 void QZGraphics::Clear()
 {
-    // Forward, while filling adds to the list: what was merged meanwhile is painted as it has become.
+    // From the first to the last: Fill adds to the list, and rectangles merged in the meantime are filled in
+    // their new form.
     for (QZInt64 i = 0; i < m_cleared->GetLength(); ++i)
     {
         const QZRectangle area(m_cleared->GetElementX(i), m_cleared->GetElementY(i),
@@ -168,14 +169,14 @@ void QZGraphics::Fill(unsigned char red, unsigned char green, unsigned char blue
 
 void QZGraphics::Fill(const QZRectangle* area, unsigned int color)
 {
-    if (!area) return;
+    if (area == nullptr) return;
     UpdateAreaInclude(area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight());
     QZPixelBlock::Fill(area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight(), color);
 }
 
 void QZGraphics::Fill(QZRectangleCollection* areas, unsigned int color)
 {
-    if (!areas) return;
+    if (areas == nullptr) return;
     for (QZInt64 i = 0; i < areas->GetLength(); ++i)
     {
         const QZRectangle area(areas->GetElementX(i), areas->GetElementY(i), areas->GetElementWidth(i),
@@ -215,7 +216,7 @@ QZShape* QZGraphics::MarkGet(int x, int y)
     for (QZInt64 i = 0; i < m_marks->Count(); ++i)
     {
         auto* shape = static_cast<QZShape*>(m_marks->GetElement(i));
-        if (shape->GetArea() && shape->GetArea()->Intersects(x, y)) return shape;
+        if (shape->GetArea() != nullptr && shape->GetArea()->Intersects(x, y)) return shape;
     }
     return nullptr;
 }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_LAYER_H
-#define QZLIB_GR_LAYER_H
+#ifndef QZLIB_GRAPHICS_LAYER_H
+#define QZLIB_GRAPHICS_LAYER_H
 
 #include <concepts>
 
@@ -12,16 +12,15 @@ class QZKeyValueCollection;
 class QZString;
 class QZStringCollection;
 
-/// A drawing layer: a pixel block that notes which parts of it have changed, holds named shapes (marks), and
-/// has a key and a visible switch, so that QZGraphicsCollection can stack layers and repaint what changed.
+/// A drawing layer: a pixel block that records its changed areas, holds named shapes (marks), and has a key
+/// and a switch for its visibility. QZGraphicsCollection stacks layers and repaints their changes.
 ///
-/// There are two lists of changed areas, in which rectangles that meet are merged. The updated list says what
-/// the next repaint has to do; the cleared list says what Clear has to paint back. Rectangles are clipped as
-/// all rectangles of pixel blocks are. What the drawing operations draw is in the pen colour where a shape
-/// has no colours of its own.
+/// There are two lists of changed areas, in which rectangles that meet are merged: the updated list for the
+/// next repaint, and the cleared list for Clear. Rectangles are clipped like all rectangles of pixel blocks.
+/// Shapes without colours are drawn in the pen colour.
 ///
-/// The layer owns its lists, its key and its marks, also the marks' shapes, which are locked while they are
-/// marks. Objects that are passed to drawing operations stay the caller's. One thread at a time.
+/// The layer owns its lists, its key, its marks and their shapes, which are locked. The caller owns the
+/// objects passed to drawing operations. One thread at a time.
 class QZ_API QZGraphics : public QZPixelBlock
 {
 public:
@@ -39,19 +38,20 @@ public:
 
     QZBool GetVisable() const { return m_visible; }
     void SetVisable(unsigned char visible) { m_visible = visible; }
-    /// The layer's own key; it stays the layer's.
+    /// The key. The layer owns it.
     QZString* GetKey() const { return m_key; }
-    /// Takes a copy; true. In a QZGraphicsCollection the layer keeps the key under which it was added.
+    /// Sets a copy of the key; returns true. In a QZGraphicsCollection the layer is still found by the key
+    /// with which it was added.
     QZBool SetKey(QZString* key);
     QZBool SetKey(const QZWChar* key);
 
     int GetWidth() const { return m_width; }
     int GetHeight() const { return m_height; }
-    /// Width and height in a new object, which is the caller's.
+    /// Width and height in a new object, which the caller owns.
     QZSize* GetSize() const;
-    /// Forgets both lists and changes the size; true. Nothing is resampled: the bytes of the pixels stay
-    /// where they are and fall into the rows anew, behind a row table that may have grown over the first of
-    /// them. Draw the layer again after it.
+    /// Clears both lists and changes the size; returns true. The pixels are not resampled: their bytes stay
+    /// in place, so they belong to other rows, and a longer row table may overwrite the first of them. Draw
+    /// the layer again afterwards.
     QZBool NewSize(int width, int height);
 
     /// The first pixel of row 0, as pointer and as number.
@@ -59,12 +59,12 @@ public:
     QZInt64 GetDataSize() const { return QZPixelBlock::GetDataSize(); }
     QZInt64 GetPointerInt64() const;
     QZInt64 GetPointerIntPtr() const;
-    /// The value of the first pixel, not its address; 0 of a layer without pixels.
+    /// The value of the first pixel, not its address; 0 for a layer without pixels.
     QZInt32 GetPointerQZInt32() const;
 
-    /// Paints back what was drawn since the last Clear, in the clear colour.
+    /// Fills the areas that were drawn since the last Clear with the clear colour.
     void Clear() override;
-    /// The area is noted although row 0 and column 0 are not written.
+    /// Row 0 and column 0 are not written, but the area is recorded.
     void SetPixel(int x, int y, unsigned int color) override;
     void SetPixel(int x, int y) override;
     void SetPixel(const QZPoint* point);
@@ -78,68 +78,68 @@ public:
     void Fill(const QZRectangle* area, unsigned int color);
     void Fill(QZRectangleCollection* areas, unsigned int color);
 
-    /// Sets the pen to red, green and blue in turn and answers it.
+    /// Sets the pen to red, green and blue in turn and returns the colour.
     unsigned int SetColorRound();
 
-    /// The colour of Clear, 0 at first.
+    /// The colour of Clear, 0 by default.
     unsigned int GetClearColor() const { return m_clearColor; }
     void SetClearColor(unsigned int color) { m_clearColor = color; }
 
-    /// The layer's own lists of changed areas, to look at.
+    /// The lists of changed areas, for reading. The layer owns them.
     QZRectangleCollection* GetUpdatedAreas() const { return m_updated; }
     QZRectangleCollection* GetClearedAreas() const { return m_cleared; }
-    /// Notes a change in both lists. A width or height of 0 is ignored.
+    /// Records a change in both lists. Does nothing for a width or height of 0.
     /// @throws QZException 256 for a negative one beside one that is not 0
     void UpdateAreaInclude(int x, int y, int width, int height);
-    /// Draws the marks, when something has changed since the lists of changes were taken.
+    /// Draws the marks if something has changed since the lists were last taken.
     void Update();
 
-    /// Adds a mark on top of the others; the shape is the layer's from here on. True.
+    /// Adds a mark in front of the others; the layer then owns the shape. Returns true.
     /// @throws QZException as QZKeyValueCollection::Add: empty or used key, locked shape
     QZBool MarkAdd(QZString* key, QZShape* shape);
     QZBool MarkAdd(const QZWChar* key, QZShape* shape);
-    /// Adds a mark; one of the same key goes first, and its shape is the caller's again.
+    /// Adds a mark. A mark with the same key is removed first; the caller then owns its shape.
     QZBool MarkSet(QZString* key, QZShape* shape);
     QZBool MarkSet(const QZWChar* key, QZShape* shape);
-    /// The mark's shape, which stays the layer's, or null.
+    /// The mark's shape, which the layer owns, or null.
     QZShape* MarkGet(QZString* key);
     QZShape* MarkGet(const QZWChar* key);
-    /// The first mark, in drawing order, whose area has the point.
+    /// The first mark in drawing order whose area contains the point.
     QZShape* MarkGet(int x, int y);
     QZShape* MarkGet(const QZPoint* point);
-    /// Takes a mark out; its shape is the caller's again. False when absent.
+    /// Removes a mark; the caller then owns its shape. False when it does not exist.
     QZBool MarkRemove(QZString* key);
     QZBool MarkRemove(const QZWChar* key);
-    /// One place later, one place earlier in drawing order. False when absent.
+    /// Moves a mark one place later, or one place earlier, in drawing order. False when it does not exist.
     QZBool MarkMoveUp(QZString* key);
     QZBool MarkMoveUp(const QZWChar* key);
     QZBool MarkMoveDown(QZString* key);
     QZBool MarkMoveDown(const QZWChar* key);
-    /// As many places later as there are marks before it. False when absent.
+    /// Moves a mark as many places later as there are marks before it. False when it does not exist.
     QZBool MarkMoveFirst(QZString* key);
     QZBool MarkMoveFirst(const QZWChar* key);
-    /// To the end. False when absent.
+    /// Moves a mark to the end. False when it does not exist.
     QZBool MarkMoveLast(QZString* key);
     QZBool MarkMoveLast(const QZWChar* key);
     QZInt64 MarkCount();
-    /// The key of a mark's shape, which stays the layer's, or null.
+    /// The key of a mark's shape, which the layer owns, or null.
     QZString* MarkToKey(QZShape* shape);
-    /// The keys in drawing order; the list stays the layer's.
+    /// The keys in drawing order. The layer owns the list.
     QZStringCollection* MarkGetKeys();
-    /// The place of a mark in drawing order, or -1.
+    /// The index of a mark in drawing order, or -1.
     QZInt64 GetIndex(QZString* key);
 
-    /// Notes the shape's area, if it has one, and draws it.
+    /// Draws the shape and records its area, if it has one.
     void Draw(QZShape* shape) override;
     void Draw(const QZCircle* circle);
     void Draw(const QZLine* line);
     void Draw(const QZRectangle* rectangle);
     void Draw(const QZCrossMark* mark);
-    /// The outlines of all cells.
+    /// Draws the outlines of all cells.
     void Draw(QZRectangles* grid);
-    /// A copy of the shape, moved to (x, y).
+    /// Draws a copy of the shape, moved to (x, y).
     void Draw(int x, int y, QZShape* shape);
-    /// The number in decimal digits.
+    /// Draws the number in decimal digits.
     void Draw(int x, int y, QZInt64 number);
     template <std::integral T>
     void Draw(int x, int y, T number)
@@ -149,7 +149,7 @@ public:
     void Draw(int x, int y, QZString* text);
     void Draw(const QZPoint* location, QZString* text);
     void Draw(int x, int y, const char* text);
-    /// A cross of 5 pixels to each side, upright or turned by degrees.
+    /// Draws a cross of 5 pixels to each side, upright or rotated by degrees.
     void DrawCross(int x, int y);
     void DrawCross(int x, int y, unsigned int color);
     void DrawCross(int x, int y, float degrees);
@@ -168,7 +168,8 @@ public:
     void DrawCrossBlue(int x, int y);
     void DrawLine(int x1, int y1, int x2, int y2);
 
-    /// As in QZPixelBlock; the area is noted. @throws QZException 256 for an area of negative width or height
+    /// Like QZPixelBlock::Paste; records the area. @throws QZException 256 for an area of negative width or
+    /// height
     QZBool Paste(const QZRectangle* area, const QZSize* sourceSize, const void* sourcePixels,
                  unsigned char overwrite) override;
     QZBool Paste(int x, int y, const QZPixelBlock* source, unsigned char overwrite) override;
@@ -189,7 +190,7 @@ private:
     QZRectangleCollection* m_cleared;
     QZRectangleCollection* m_updated;
     QZUInt32 m_clearColor = 0;
-    /// Not 0: whoever draws on the layer by its own rules asks for a repaint.
+    /// Not 0: the layer changed. Derived classes that draw directly set it to get a repaint.
     QZByte m_changed = 1;
     QZString* m_key;
     QZKeyValueCollection* m_marks;

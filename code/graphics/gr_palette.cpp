@@ -1,21 +1,12 @@
 #include "graphics/gr_palette.h"
 
 #include "graphics/gr_layer.h"
+#include "graphics/internal/gr_parts.h"
 
 const QZInt64 QZColorPalette::Type;
 
 namespace
 {
-
-template <typename Part>
-std::shared_ptr<Part> Lock(Part* part, QZUInt64 key)
-{
-    part->SetDisposable(key, 0);
-    return std::shared_ptr<Part>(part, [key](Part* held) {
-        held->SetDisposable(key, 1);
-        delete held;
-    });
-}
 
 QZInt64 Magnitude(int length) { return length < 0 ? -QZInt64{length} : length; }
 
@@ -43,9 +34,9 @@ QZColorPalette::QZColorPalette(QZCollection* colors, int x, int y, int height, i
 
 void QZColorPalette::Start(QZCollection* colors, int x, int y, int width, int height)
 {
-    m_size = Lock(new QZSize(width, height), GetObjectID());
+    m_size = QZHoldLocked(new QZSize(width, height), GetObjectID());
     // The two are exchanged; hosts place their palettes with it.
-    m_location = Lock(new QZPoint(y, x), GetObjectID());
+    m_location = QZHoldLocked(new QZPoint(y, x), GetObjectID());
     m_colors = std::make_shared<QZCollection>(colors);
 }
 

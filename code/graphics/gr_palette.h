@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_PALETTE_H
-#define QZLIB_GR_PALETTE_H
+#ifndef QZLIB_GRAPHICS_PALETTE_H
+#define QZLIB_GRAPHICS_PALETTE_H
 
 #include <memory>
 
@@ -15,18 +15,18 @@ class QZ_API QZColorPalette : public QZObject
 public:
     static const QZInt64 Type = 0x81FFFF7;
 
-    /// The palette stands at the point with x and y exchanged.
+    /// The location is the point with x and y exchanged.
     QZColorPalette(QZCollection* colors, const QZPoint* location, const QZSize* size);
-    /// The same, and height comes before width.
+    /// The same. The height comes before the width.
     QZColorPalette(QZCollection* colors, int x, int y, int height, int width);
 
     QZInt64 GetType() override;
 
-    /// The colour at a place on the longer side: the first one left of it, the last one past its end. Always
-    /// opaque.
+    /// The colour at a position on the longer side: the first colour before it, the last one after its end.
+    /// Always opaque.
     unsigned int GetColor(int index);
 
-    /// Draws the gradient on the layer, one line across the shorter side for each place.
+    /// Draws the gradient on the layer: one line across the shorter side for each position.
     void Draw(QZGraphics* graphics);
 
 private:

@@ -5,6 +5,7 @@
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
+#include "graphics/internal/gr_parts.h"
 #include "graphics/internal/gr_pixels_rotate.h"
 #include "graphics/internal/gr_pixels_transfer.h"
 
@@ -18,18 +19,6 @@ const QZWChar* const kClass = QZ_W("QZPixelBlock");
 pixels::Surface SurfaceOf(const QZPixelBlock* block)
 {
     return {static_cast<QZUInt32*>(block->GetPointer()), block->GetWidth(), block->GetHeight()};
-}
-
-template <typename Object>
-void DeleteAndClear(Object** object)
-{
-    if (!*object)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    delete *object;
-    *object = nullptr;
 }
 
 }  // namespace
@@ -71,7 +60,7 @@ QZPixelBlock& QZPixelBlock::operator=(const QZPixelBlock& other)
     if (this == &other) return *this;
     const QZUInt64 key = GetObjectID();
     QZData::operator=(other);
-    // The id came along, and the size object is locked under it.
+    // QZData::operator= has copied the id, so the lock of the size object moves to the new id.
     m_size->SetDisposable(key, 1);
     m_size->SetDisposable(GetObjectID(), 0);
     m_size->Set(other.m_size);
@@ -102,7 +91,7 @@ void QZPixelBlock::AddrArrayInit()
 
 void QZPixelBlock::SetPixel(int x, int y, unsigned int color)
 {
-    // Row 0 and column 0 are out of reach here; hosts draw their frames with Fill and count on it.
+    // Row 0 and column 0 are not written here; hosts draw frames there with Fill and rely on it.
     if (x <= 0 || x >= m_width || y < 1 || y >= m_height) return;
     m_rows[y][x] = color;
 }
@@ -124,7 +113,7 @@ void QZPixelBlock::Fill(int x, int y, int width, int height, unsigned int color)
 {
     pixels::Area area{x, y, width, height};
     pixels::Clip(&area, m_width, m_height);
-    // A rectangle that began left of the block keeps its width, so its rows may run on into those below.
+    // A rectangle that starts left of the block keeps its width, so its rows may continue in the rows below.
     for (int row = std::min(area.height, m_height - area.y) - 1; row >= 0; --row)
     {
         const QZInt64 start = QZInt64{area.y + row} * m_width + area.x;
@@ -153,7 +142,7 @@ template <typename Painter>
 void QZPixelBlock::Rebuild(const QZWChar* method, int width, int height, Painter paint)
 {
     void* fresh = block::Make(block::kPlainType, block::kDefaultOffset, pixels::BufferSize(width, height), 0);
-    if (!fresh)
+    if (fresh == nullptr)
         throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
                       kClass, method)
             .Argument(QZ_W("QZInt32"), width)
@@ -259,5 +248,5 @@ QZPixelBlock* QZPixelBlock::FlipVertical()
     return result;
 }
 
-void QZPixelBlock::Recycle(QZPixelBlock** block) { DeleteAndClear(block); }
-void QZPixelBlock::Recycle(QZData** data) { DeleteAndClear(data); }
+void QZPixelBlock::Recycle(QZPixelBlock** block) { QZDeleteAndClear(block); }
+void QZPixelBlock::Recycle(QZData** data) { QZDeleteAndClear(data); }

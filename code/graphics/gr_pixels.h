@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_PIXELS_H
-#define QZLIB_GR_PIXELS_H
+#ifndef QZLIB_GRAPHICS_PIXELS_H
+#define QZLIB_GRAPHICS_PIXELS_H
 
 #include "fw/fw_data.h"
 #include "graphics/gr_geometry.h"
@@ -10,13 +10,14 @@ class QZString;
 /// A raster surface of 32-bit pixels in one buffer.
 ///
 /// A pixel is a word with alpha in the top byte, then red, green and blue: in memory blue, green, red, alpha.
-/// The buffer of the underlying QZData holds a table with the address of each row, 8 bytes a row, then the
-/// pixels, top row first, without gaps: 8 * height + 4 * width * height bytes. Rectangles are clipped, see
-/// pixels::Clip for what that means here.
+/// The buffer of the underlying QZData holds a table with the address of each row, 8 bytes for each, then the
+/// pixels, top row first, without gaps: 8 * height + 4 * width * height bytes. Rectangles are clipped by one
+/// rule: a negative x or y becomes 0, and width or height do not change; a y past the bottom wraps around, an
+/// x past the right edge does not.
 ///
-/// Operations that answer a QZPixelBlock* make a new block for the caller, given back with Recycle. A block
-/// serves one thread at a time, and Thumbnail and Smooth count as writers of the block they are called on.
-/// Where storage is missing, or a width or height is negative, QZData's exception is thrown.
+/// Operations that return a QZPixelBlock* make a new block, which the caller gives back with Recycle. One
+/// thread at a time; Thumbnail and Smooth write to the block on which they are called. Without memory, and
+/// for a negative width or height, QZData's exception is thrown.
 class QZ_API QZPixelBlock : public QZData
 {
 public:
@@ -25,54 +26,56 @@ public:
     /// Width and height 0, with storage for 128 by 128.
     QZPixelBlock();
     QZPixelBlock(int width, int height);
-    /// A copy of the pixels; the pen colour is not taken along.
+    /// A copy of the pixels. The pen colour is not copied.
     explicit QZPixelBlock(const QZPixelBlock* other);
     QZPixelBlock(const QZPixelBlock& other);
     QZPixelBlock& operator=(const QZPixelBlock& other);
     ~QZPixelBlock() override;
 
     QZInt64 GetType() override;
-    /// All pixels to 0.
+    /// Sets all pixels to 0.
     void Clear() override;
 
-    /// Writes inside the block, but never in row 0 or column 0, which Fill, Paste and shapes do reach.
+    /// Writes a pixel inside the block, but not in row 0 or column 0. Fill, Paste and shapes write there too.
     virtual void SetPixel(int x, int y, unsigned int color);
     /// The same in the pen colour.
     virtual void SetPixel(int x, int y);
-    /// 0 outside the block.
+    /// The pixel, 0 outside the block.
     virtual unsigned int GetPixel(int x, int y);
 
     virtual void Fill(unsigned int color);
     virtual void Fill(int x, int y, int width, int height, unsigned int color);
 
-    /// Paints the points of a shape in their colours, those without one in the pen colour; row 0 and column 0
-    /// too. A shape without an area is not drawn. Fewer colours than points are filled up in the shape.
+    /// Draws the points of a shape in their colours, points without a colour in the pen colour, also in row 0
+    /// and column 0. A shape without an area is not drawn. When there are fewer colours than points, the
+    /// missing colours are added to the shape.
     virtual void Draw(QZShape* shape);
 
-    /// Adds 100 to blue, green and red, each wrapping around, but for row 0 and column 0.
+    /// Adds 100 to blue, green and red, each modulo 256, except in row 0 and column 0.
     virtual void Bright();
-    /// Draws the colours of neighbours together, in place and in one pass: where a neighbour's byte is
-    /// further than threshold from the centre's, it moves by step.
+    /// Brings the colours of neighbours closer together, in place and in one pass: a neighbour's byte that
+    /// differs from the centre's by more than threshold moves by step.
     virtual void Smooth(unsigned int threshold, unsigned char step);
-    /// Cells of the mean colour. The area's width and height stand as its right and bottom edge: an area that
-    /// does not start at 0 is treated up to the co-ordinates (width, height). Nothing happens unless cell is
-    /// at least 1 and at most width and height, and the area lies in the block.
+    /// Fills cells with their mean colour. The area's width and height are used as its right and bottom edge,
+    /// so an area that does not start at 0 ends at the co-ordinates (width, height). Does nothing unless cell
+    /// is at least 1 and at most width and height, and the area lies in the block.
     virtual void Mosaic(const QZRectangle* area, int cell);
     /// The same for the whole block.
     virtual void Mosaic(int cell);
 
-    /// A block of the asked size with what this block has at the place; the rest of it is not written.
+    /// A block of this size with the pixels of this block at the place. Pixels outside this block are not
+    /// written.
     virtual QZPixelBlock* Copy(int x, int y, int width, int height);
     virtual QZPixelBlock* Copy(const QZRectangle* area);
-    /// Puts the part of foreign pixels that lies at the area into the same area of this block, as they are or
-    /// (overwrite 0) blended by their alpha.
+    /// Copies the area of other pixels to the same area of this block, unchanged, or blended by their alpha
+    /// when overwrite is 0.
     /// @return false when nothing was left to put
     virtual QZBool Paste(const QZRectangle* area, const QZSize* sourceSize, const void* sourcePixels,
                          unsigned char overwrite);
-    /// Puts a whole block at the place.
+    /// Copies a whole block to the place.
     virtual QZBool Paste(int x, int y, const QZPixelBlock* source, unsigned char overwrite);
 
-    /// A resampled copy. The averages that it runs over are written into this block as well.
+    /// A resampled copy. The averages that it computes on the way are written into this block too.
     virtual QZPixelBlock* Thumbnail(int width, int height);
 
     /// A block of the same size in which every pixel is the mean of pixels around it, weighted by alpha:
@@ -82,23 +85,23 @@ public:
     /// passes; and for samples at equal radii, between which there is no distance to draw
     virtual QZPixelBlock* FrostedEffect(int innerRadius, int outerRadius, int samples);
 
-    /// A turned copy, counter-clockwise. Quarter turns (of the whole degrees) are exact; any other angle
-    /// gives a block that holds the turned corners, without interpolation, and what no pixel reaches is not
-    /// written.
+    /// A copy rotated counter-clockwise. Quarter turns (in whole degrees) are exact. For other angles the
+    /// block is large enough for the rotated corners; there is no interpolation, and pixels without a source
+    /// are not written.
     virtual QZPixelBlock* Rotate(float degrees);
-    /// Turns the block itself.
+    /// Rotates the block itself.
     virtual void RotateThis(float degrees);
 
-    /// The same rows, the last one first.
+    /// A copy with the rows in reverse order.
     virtual QZPixelBlock* FlipVertical();
 
     /// The first pixel of row 0.
     void* GetPointer() const { return m_pixels; }
     int GetWidth() const { return m_width; }
     int GetHeight() const { return m_height; }
-    /// The block's own size object; it stays the block's.
+    /// The size. The block owns the object.
     QZSize* GetSize() const { return m_size; }
-    /// Bytes of the pixels alone.
+    /// The bytes of the pixels without the row table.
     QZInt64 GetDataSize() const { return QZInt64{4} * m_width * m_height; }
 
     /// The pen: the colour of SetPixel(x, y) and of points without a colour. Without alpha it is opaque.
@@ -106,31 +109,31 @@ public:
     void SetColor(unsigned int color) { m_color = color; }
     unsigned int GetColor() const { return m_color; }
 
-    /// Takes size and pixels of the other block.
+    /// Copies size and pixels of the other block.
     void Set(const QZPixelBlock* other);
     /// Resamples the block to the new size.
     void NewSize(int width, int height);
 
-    /// The alpha of every pixel.
+    /// Sets the alpha of every pixel.
     void SetAlpha(unsigned char alpha);
-    /// Alpha out of a colour channel: 255 - blue with the mask 0xFF. With 0xFF00 and 0xFF0000 the word also
-    /// picks up a carry. The first three pixels stay as they are.
+    /// Sets the alpha from a colour channel: 255 - blue for the mask 0xFF. For 0xFF00 and 0xFF0000 a carry
+    /// changes the word too. The first three pixels do not change.
     void SetColorToAlpha(unsigned int mask);
 
-    /// Reads a 32-bit bitmap. Signature and depth are not looked at, and rows are taken as they come: a
+    /// Reads a 32-bit bitmap. Signature and depth are not tested. The rows keep the order of the file: a
     /// bottom-up file gives the picture upside down, and ToFileBitmap writes it back the right way up.
     /// @throws QZIOException 4096 for a missing file
     static QZPixelBlock* FromFileBitmap32(QZString* path);
-    /// Reads what ToFileBin wrote. The head is trusted.
+    /// Reads a file of ToFileBin. The head is not tested.
     /// @throws QZIOException 4096 for a missing file
     static QZPixelBlock* FromFileBin(QZString* path);
     /// Writes a new file: a head of seven 64-bit words (0x8000100, three zeros, width, height, bytes of the
     /// pixels), then the pixels. True.
     /// @throws QZIOException as QZFile::Create and QZFile::Open do
     QZBool ToFileBin(QZString* path);
-    /// A whole bitmap file, bottom row first; given back with Recycle.
+    /// A whole bitmap file, bottom row first; give it back with Recycle.
     QZData* ToFileBitmap();
-    /// The same into a new file; its size in bytes.
+    /// Writes the bitmap to a new file and returns its size in bytes.
     int ToFileBitmap(QZString* path);
 
     /// Deletes the object and clears the variable. A null in the variable is a QZLibAssert(false).
@@ -138,7 +141,7 @@ public:
     static void Recycle(QZData** data);
 
 protected:
-    /// Lays the row table out again, for a buffer that is new or has moved.
+    /// Fills the row table, for a buffer that is new or has moved.
     void AddrArrayInit();
 
     QZUInt32** m_rows = nullptr;

@@ -6,8 +6,8 @@
 namespace
 {
 
-/// Where a point's pixel stands, or -1. A shape that lies in the block as a whole is not cut at the right
-/// edge: what sticks out of its area there shows in the next row.
+/// The index of a point's pixel, or -1. A shape whose area lies in the block is not cut at the right edge:
+/// points outside its area appear in the next row.
 template <bool Cut>
 QZInt64 PlaceOf(QZUInt64 point, int width, int height)
 {
@@ -46,7 +46,7 @@ void QZPixelBlock::Draw(QZShape* shape)
     constexpr QZUInt32 kPen = 0xFFFFFF;
     const QZInt64 count = shape->m_points->Count();
     const QZRectangle* area = shape->GetArea();
-    if (!shape->m_draw || count <= 0 || !area) return;
+    if (!shape->m_draw || count <= 0 || area == nullptr) return;
     pixels::Area clipped{area->GetX(), area->GetY(), area->GetWidth(), area->GetHeight()};
     const bool cut = pixels::Clip(&clipped, m_width, m_height);
     QZCollection* list = shape->GetColors();

@@ -4,7 +4,7 @@
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
 #include "graphics/gr_pixels.h"
-#include "os/os_file.h"
+#include "os/internal/os_opened_file.h"
 #include "sys/sys_bytes.h"
 
 namespace
@@ -29,20 +29,6 @@ auto Framed(const QZWChar* method, QZString* path, Body body)
     }
 }
 
-/// An open file that is closed whatever happens.
-class OpenFile
-{
-public:
-    OpenFile(QZString* path, unsigned int options) : m_file(QZFile::Open(path, options)) {}
-    ~OpenFile() { QZFile::Close(&m_file); }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    QZFile* operator->() const { return m_file; }
-
-private:
-    QZFile* m_file;
-};
-
 void MustExist(QZString* path)
 {
     if (!QZFile::Exists(path)) throw QZExceptionFactory::CreateIOException(QZIOExceptionCode::FileNotFound);
@@ -51,7 +37,7 @@ void MustExist(QZString* path)
 void WriteNewFile(QZString* path, const QZData& data)
 {
     QZFile::Create(path);
-    OpenFile file(path, QZFileOptions::Write);
+    QZOpenedFile file(QZFile::Open(path, QZFileOptions::Write));
     file->Write(0, data.GetPointer(), data.GetSize());
 }
 
@@ -61,7 +47,7 @@ QZPixelBlock* QZPixelBlock::FromFileBitmap32(QZString* path)
 {
     return Framed(QZ_W("FromFileBitmap32"), path, [&] {
         MustExist(path);
-        OpenFile file(path, QZFileOptions::ReadWrite);
+        QZOpenedFile file(QZFile::Open(path, QZFileOptions::ReadWrite));
         unsigned char head[kBitmapHead] = {};
         file->Read(0, head, kBitmapHead);
         auto block = std::make_unique<QZPixelBlock>(QZLoad<QZInt32>(head + 18), QZLoad<QZInt32>(head + 22));
@@ -75,7 +61,7 @@ QZPixelBlock* QZPixelBlock::FromFileBin(QZString* path)
 {
     return Framed(QZ_W("FromFileBin"), path, [&] {
         MustExist(path);
-        OpenFile file(path, QZFileOptions::ReadWrite);
+        QZOpenedFile file(QZFile::Open(path, QZFileOptions::ReadWrite));
         unsigned char head[kBinHead] = {};
         file->Read(0, head, kBinHead);
         auto block = std::make_unique<QZPixelBlock>(static_cast<int>(QZLoad<QZInt64>(head + 32)),

@@ -6,6 +6,7 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_scoped.h"
 #include "graphics/internal/gr_geometry_word.h"
 
 const QZInt64 QZRectangles::Type;
@@ -46,19 +47,6 @@ int CellAt(int place, int origin, int cell, int count)
     return static_cast<int>(std::clamp<QZInt64>(number, 0, QZInt64{count} - 1));
 }
 
-class Key
-{
-public:
-    explicit Key(QZString* text) : m_text(text) {}
-    ~Key() { QZStringFactory::Recycle(&m_text); }
-    Key(const Key&) = delete;
-    Key& operator=(const Key&) = delete;
-    QZString* Text() const { return m_text; }
-
-private:
-    QZString* m_text;
-};
-
 }  // namespace
 
 QZRectangles::QZRectangles(int x, int y, int columns, int rows, int cell)
@@ -68,10 +56,10 @@ QZRectangles::QZRectangles(int x, int y, int columns, int rows, int cell)
     {
         for (int column = 0; column < columns; ++column)
         {
-            const Key key(CreateKey(column, row));
+            const QZScopedString key(CreateKey(column, row));
             auto rectangle =
                 std::make_unique<QZRectangle>(Place(x, column, cell), Place(y, row, cell), cell, cell);
-            m_cells->byKey.Add(key.Text(), rectangle.get());
+            m_cells->byKey.Add(key.Get(), rectangle.get());
             static_cast<void>(rectangle.release());
         }
     }
@@ -90,8 +78,8 @@ QZString* QZRectangles::CreateKey(int column, int row)
 
 QZRectangle* QZRectangles::GetRect(int column, int row)
 {
-    const Key key(CreateKey(column, row));
-    return static_cast<QZRectangle*>(m_cells->byKey.GetElement(key.Text()));
+    const QZScopedString key(CreateKey(column, row));
+    return static_cast<QZRectangle*>(m_cells->byKey.GetElement(key.Get()));
 }
 
 QZRectangle* QZRectangles::GetRect(const QZPoint* point)
@@ -105,7 +93,7 @@ QZRectangle* QZRectangles::GetRect(const QZPoint* point)
 
 QZBool QZRectangles::SelectRect(QZRectangle* rectangle)
 {
-    if (!rectangle) return 0;
+    if (rectangle == nullptr) return 0;
     m_selected = rectangle;
     return 1;
 }

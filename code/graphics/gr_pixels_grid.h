@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_PIXELS_GRID_H
-#define QZLIB_GR_PIXELS_GRID_H
+#ifndef QZLIB_GRAPHICS_PIXELS_GRID_H
+#define QZLIB_GRAPHICS_PIXELS_GRID_H
 
 #include <memory>
 
@@ -18,23 +18,23 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Columns and rows, not pixels.
+    /// The number of columns and rows, not pixels.
     int GetWidth() const { return m_columns; }
     int GetHeight() const { return m_rows; }
 
-    /// "3_7" for column 3 of row 7: a new string, given back with QZStringFactory::Recycle.
+    /// "3_7" for column 3 of row 7, in a new string; give it back with QZStringFactory::Recycle.
     QZString* CreateKey(int column, int row);
 
-    /// The cell, which stays the grid's; null where there is none.
+    /// The cell, which the grid owns, or null.
     QZRectangle* GetRect(int column, int row);
-    /// The cell at a point, with column and row exchanged: on a square grid the mirrored cell, else perhaps
-    /// null. Points outside count as the nearest cell, but for co-ordinates below 1: null.
+    /// The cell at a point, with column and row exchanged: the mirrored cell on a square grid, possibly null
+    /// on another one. A point outside gives the nearest cell; a co-ordinate below 1 gives null.
     QZRectangle* GetRect(const QZPoint* point);
 
-    /// Makes the cell the selected one. False, and the selection stays, where there is none.
+    /// Selects the cell. False, and the selection does not change, when there is no such cell.
     QZBool Select(int column, int row);
     QZBool Select(const QZPoint* point);
-    /// The selected cell; null at first.
+    /// The selected cell, null by default.
     QZRectangle* GetSelected() const { return m_selected; }
 
 private:

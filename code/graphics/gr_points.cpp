@@ -7,6 +7,7 @@
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
 #include "graphics/internal/gr_geometry_word.h"
+#include "graphics/internal/gr_parts.h"
 #include "sys/sys_bytes.h"
 
 const QZInt64 QZPointCollection::Type;
@@ -18,18 +19,6 @@ namespace
 float Distance(QZUInt64 a, QZUInt64 b)
 {
     return QZMath::GetDistanceFromPointToPoint(word::Low(a), word::High(a), word::Low(b), word::High(b));
-}
-
-template <typename Object>
-void DeleteAndClear(Object** object)
-{
-    if (!*object)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    delete *object;
-    *object = nullptr;
 }
 
 }  // namespace
@@ -102,7 +91,7 @@ QZInt64 QZPointCollection::RemoveElementByValue(QZPointCollection* others)
     QZInt64 removed = 0;
     for (QZInt64 i = others->CountOf() - 1; i >= 0; --i)
     {
-        // A list that takes its own points out of itself gets shorter on the way.
+        // A list whose own points are removed from it becomes shorter during the loop.
         if (i < others->CountOf()) removed += RemoveElementByValue(others->Words()[i + 1]);
     }
     return removed;
@@ -192,8 +181,8 @@ void QZPointCollection::MinDistance(QZPointCollection* target, QZPointCollection
     target->Add(nearestB);
 }
 
-void QZPointCollection::Recycle(QZPointCollection** points) { DeleteAndClear(points); }
-void QZPointCollection::Recycle(QZPoint** point) { DeleteAndClear(point); }
+void QZPointCollection::Recycle(QZPointCollection** points) { QZDeleteAndClear(points); }
+void QZPointCollection::Recycle(QZPoint** point) { QZDeleteAndClear(point); }
 
 // The length is taken over first and counted up again by the adding: hosts have long allowed for the surplus.
 QZRectangleCollection::QZRectangleCollection(QZRectangleCollection* other) : m_length(other->m_length)
@@ -282,13 +271,13 @@ void QZRectangleCollection::MakeRoom(QZInt64 index)
 QZUInt64 QZRectangleCollection::GetElementLocation(QZInt64 index)
 {
     const QZUInt64* element = Element(index);
-    return element ? element[0] : 0;
+    return element != nullptr ? element[0] : 0;
 }
 
 QZUInt64 QZRectangleCollection::GetElementSize(QZInt64 index)
 {
     const QZUInt64* element = Element(index);
-    return element ? element[1] : 0;
+    return element != nullptr ? element[1] : 0;
 }
 
 int QZRectangleCollection::GetElementX(QZInt64 index) { return word::Low(GetElementLocation(index)); }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_POINTS_H
-#define QZLIB_GR_POINTS_H
+#ifndef QZLIB_GRAPHICS_POINTS_H
+#define QZLIB_GRAPHICS_POINTS_H
 
 #include <concepts>
 
@@ -8,8 +8,8 @@
 
 /// A list of points: packed words, x in the low 32 bits and y in the high 32 bits, each signed.
 ///
-/// Indices count points from 0; a bad one throws QZException 1024 where nothing else is said. "Not found" is
-/// -1. What is made new belongs to the caller and goes back with Recycle. One thread at a time.
+/// Indices count points from 0; a bad index throws QZException 1024 if nothing else is said. "Not found" is
+/// -1. The caller gives new objects back with Recycle. One thread at a time.
 class QZ_API QZPointCollection : public QZCollection
 {
 public:
@@ -18,7 +18,7 @@ public:
     QZInt64 GetType() override;
     QZUInt64* GetPointer() override;
 
-    /// Adds a point. @return false when duplicates are not allowed and it is there
+    /// Adds a point. @return false when duplicates are not allowed and the list has the point
     QZBool Add(int x, int y);
     QZBool Add(QZUInt64 point);
     template <std::integral T>
@@ -46,7 +46,7 @@ public:
     int GetElementX(QZInt64 index);
     int GetElementY(QZInt64 index);
 
-    /// The first index of the point, remembered; the next one behind the remembered place.
+    /// The first index of the point, which is stored; the next index after the stored one.
     QZInt64 FindElement(int x, int y);
     QZInt64 FindElement(QZUInt64 point) override;
     template <std::integral T>
@@ -64,7 +64,8 @@ public:
     }
     QZInt64 FindNextElement(const QZPoint* point);
 
-    /// Takes out every occurrence of the point, or of each point of another list. @return how many went
+    /// Removes every occurrence of the point, or of each point of another list. @return the number of removed
+    /// points
     QZInt64 RemoveElementByValue(int x, int y);
     QZInt64 RemoveElementByValue(QZUInt64 point);
     template <std::integral T>
@@ -74,7 +75,7 @@ public:
     }
     QZInt64 RemoveElementByValue(QZPointCollection* others);
 
-    /// The point that is nearest, the one with the highest index of several; (0, 0) of an empty list.
+    /// The nearest point, the one with the highest index of several; (0, 0) for an empty list.
     QZUInt64 MinDistance(QZUInt64 point);
     template <std::integral T>
     QZUInt64 MinDistance(T point)
@@ -87,7 +88,7 @@ public:
     static QZPointCollection* Union(QZPointCollection* a, QZPointCollection* b);
     static void Union(QZPointCollection* target, QZPointCollection* a, QZPointCollection* b);
 
-    /// The points of a that b has too, in a's order.
+    /// The points of a that are also in b, in a's order.
     static QZPointCollection* Intersection(QZPointCollection* a, QZPointCollection* b);
     static void Intersection(QZPointCollection* target, QZPointCollection* a, QZPointCollection* b);
 

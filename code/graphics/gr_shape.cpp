@@ -6,31 +6,21 @@
 #include "fw/fw_library.h"
 #include "graphics/gr_graphics_factory.h"
 #include "graphics/internal/gr_geometry_word.h"
+#include "graphics/internal/gr_parts.h"
 
 const QZInt64 QZShape::Type;
 
 namespace
 {
 
-/// A part of a shape, locked under the shape's id for as long as a shape holds it.
-template <typename Part>
-std::shared_ptr<Part> Lock(Part* part, QZUInt64 key)
-{
-    part->SetDisposable(key, 0);
-    return std::shared_ptr<Part>(part, [key](Part* held) {
-        held->SetDisposable(key, 1);
-        delete held;
-    });
-}
-
 int Half(int length) { return length >> 1; }
 
 }  // namespace
 
 QZShape::QZShape()
-    : m_points(Lock(new QZPointCollection(), GetObjectID())),
-      m_colors(Lock(new QZCollection(), GetObjectID())),
-      m_location(Lock(new QZPoint(), GetObjectID()))
+    : m_points(QZHoldLocked(new QZPointCollection(), GetObjectID())),
+      m_colors(QZHoldLocked(new QZCollection(), GetObjectID())),
+      m_location(QZHoldLocked(new QZPoint(), GetObjectID()))
 {}
 
 QZShape::QZShape(QZString* text) : QZShape() { Add(text); }
@@ -52,7 +42,7 @@ void QZShape::Copy(QZShape* other)
     m_points->m_duplicatesAllowed = other->m_points->m_duplicatesAllowed;
     m_colors->Append(other->m_colors.get());
     m_location->Set(other->m_location.get());
-    if (!other->m_area) return;
+    if (other->m_area == nullptr) return;
     Area(0, 0)->Set(other->m_area->GetX(), other->m_area->GetY(), other->m_area->GetWidth(),
                     other->m_area->GetHeight());
     m_area->Fill = other->m_area->Fill;
@@ -63,9 +53,9 @@ QZInt64 QZShape::GetType() { return 0x81FFFF1; }
 /// The area; a new one begins at the point, without a size.
 QZRectangle* QZShape::Area(int x, int y)
 {
-    if (!m_area)
+    if (m_area == nullptr)
     {
-        m_area = Lock(new QZRectangle(), GetObjectID());
+        m_area = QZHoldLocked(new QZRectangle(), GetObjectID());
         m_area->Set(x, y, 0, 0);
     }
     return m_area.get();
@@ -200,7 +190,7 @@ void QZShape::Fill(unsigned int color)
     std::fill(colors, colors + count, color);
 }
 
-// The colours stay as they are: hosts that remove points set the colours anew.
+// The colours do not change: hosts that remove points set the colours again.
 void QZShape::RemovePoint(QZInt64 index) { m_points->RemoveElement(index); }
 
 void QZShape::SetLocation(const QZPoint* location) { m_location->Set(location); }
@@ -215,13 +205,13 @@ void QZShape::MoveTo(int x, int y)
     for (QZInt64 i = 1; i <= count; ++i)
         words[i] = word::Pack(word::Add(word::Low(words[i]), dx), word::Add(word::High(words[i]), dy));
     m_location->Set(x, y);
-    if (m_area) m_area->SetLocation(word::Add(m_area->GetX(), dx), word::Add(m_area->GetY(), dy));
+    if (m_area != nullptr) m_area->SetLocation(word::Add(m_area->GetX(), dx), word::Add(m_area->GetY(), dy));
 }
 void QZShape::MoveTo(const QZPoint* location) { MoveTo(location->GetX(), location->GetY()); }
 
 void QZShape::MoveToCenterOf(const QZRectangle* rectangle)
 {
-    if (!rectangle || !m_area) return;
+    if (rectangle == nullptr || m_area == nullptr) return;
     const int cx = word::Add(rectangle->GetX(), Half(rectangle->GetWidth()));
     const int cy = word::Add(rectangle->GetY(), Half(rectangle->GetHeight()));
     const int ax = word::Add(m_area->GetX(), Half(m_area->GetWidth()));
@@ -236,8 +226,8 @@ void QZShape::Center(const QZRectangle* rectangle)
            word::Add(rectangle->GetY(), Half(word::Subtract(rectangle->GetHeight(), GetHeight()))));
 }
 
-int QZShape::GetWidth() const { return m_area ? m_area->GetWidth() : 0; }
-int QZShape::GetHeight() const { return m_area ? m_area->GetHeight() : 0; }
+int QZShape::GetWidth() const { return m_area != nullptr ? m_area->GetWidth() : 0; }
+int QZShape::GetHeight() const { return m_area != nullptr ? m_area->GetHeight() : 0; }
 
 int QZShape::MinDistancePoint(const QZPoint* point)
 {
@@ -280,13 +270,4 @@ void QZShape::Recycle(QZRectangle** area)
     if (*area == m_area.get()) *area = nullptr;
 }
 
-void QZShape::Recycle(QZShape** shape)
-{
-    if (!*shape)
-    {
-        QZLibAssert(0);
-        return;
-    }
-    delete *shape;
-    *shape = nullptr;
-}
+void QZShape::Recycle(QZShape** shape) { QZDeleteAndClear(shape); }

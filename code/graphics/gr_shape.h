@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_SHAPE_H
-#define QZLIB_GR_SHAPE_H
+#ifndef QZLIB_GRAPHICS_SHAPE_H
+#define QZLIB_GRAPHICS_SHAPE_H
 
 #include <concepts>
 #include <memory>
@@ -11,10 +11,10 @@ class QZString;
 
 /// A figure as the set of pixels that it covers.
 ///
-/// Whatever is added (lines, circles, rectangles, text, other shapes) becomes points at once. Beside them
-/// stand their colours (one for each point, or fewer: the rest is drawn in the default colour), the area, a
-/// rectangle around what was added, and a location, against which MoveTo measures. QZPixelBlock::Draw paints
-/// the result.
+/// Added figures (lines, circles, rectangles, text, other shapes) become points at once. The shape also has
+/// colours (one for each point, or fewer: the other points are drawn in the default colour), an area, which
+/// is a rectangle around everything added, and a location, relative to which MoveTo moves. QZPixelBlock::Draw
+/// draws the shape.
 ///
 /// The shape owns its parts and locks them under its id; objects that are passed in stay the caller's. C++
 /// copies share the parts with their source, QZShape(QZShape*) makes a real copy. One thread at a time.
@@ -53,11 +53,11 @@ public:
     void Add(const QZCrossMark* mark);
     void Add(const QZCrossMark* mark, unsigned int color);
 
-    /// The other shape's points, colours and area; its location is left out. A shape may be added to itself.
+    /// Adds the other shape's points, colours and area, not its location. A shape may be added to itself.
     void Add(QZShape* other);
 
-    /// Points in rising order of x, or of y where the line is steeper. What is left of 0 or above 0 counts as
-    /// 0. The size is not looked at.
+    /// Adds the points in rising order of x, or of y for a steep line. Negative co-ordinates count as 0. The
+    /// size is not used.
     void Add(const QZLine* line);
     void Add(const QZLine* line, unsigned int color);
     template <std::integral T>
@@ -89,7 +89,7 @@ public:
     void Add(QZString* text);
     void Add(QZString* text, unsigned int color);
 
-    /// Clears the shape and takes these points, without an area.
+    /// Clears the shape and copies these points, without an area.
     void Set(QZPointCollection* points);
 
     /// No points, no colours, no area; location (0, 0).
@@ -98,7 +98,8 @@ public:
     /// One colour for all points that are there.
     void Fill(unsigned int color);
 
-    /// Takes one point out. The colours stay, so those of the points behind it move by one.
+    /// Removes one point. The colours do not change, so the following points get the colours of their
+    /// predecessors.
     /// @throws QZException 1024 for a bad index
     void RemovePoint(QZInt64 index);
 
@@ -126,7 +127,7 @@ public:
     /// The shape's own points and colours.
     QZPointCollection* GetPoints() const { return m_points.get(); }
     QZCollection* GetColors() const { return m_colors.get(); }
-    /// Whether the shape takes part in drawing.
+    /// True when the shape is drawn.
     QZBool IsDrawn() const { return m_draw; }
 
     /// The index of the nearest point, the lowest one of several; 0 of a shape without points.
@@ -153,7 +154,7 @@ protected:
     std::shared_ptr<QZRectangle> m_area;
     std::shared_ptr<QZPointCollection> m_points;
     std::shared_ptr<QZCollection> m_colors;
-    /// Colours were filled up with the default one: Draw takes the pen for these.
+    /// Not 0: missing colours were added with the default colour; Draw uses the pen colour for them.
     QZByte m_mixedColors = 0;
     QZByte m_draw = 1;
     std::shared_ptr<QZPoint> m_location;

@@ -1,10 +1,10 @@
-#include "graphics/internal/gr_shape_figure.h"
+#include "graphics/gr_shape.h"
 
 #include <algorithm>
 #include <cmath>
 
 #include "codec/cod_math.h"
-#include "graphics/gr_shape.h"
+#include "graphics/internal/gr_figure.h"
 
 namespace
 {
@@ -29,7 +29,7 @@ public:
     void Next()
     {
         const float next = m_place + 1.0F;
-        // Past 2^24 a step of 1 is none.
+        // Above 2^24 a step of 1 does not change the number.
         m_place = next > m_place ? next : INFINITY;
     }
 

@@ -3,9 +3,10 @@
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
 #include "fw/fw_encoding.h"
+#include "fw/internal/fw_scoped.h"
 #include "graphics/gr_lattice.h"
 #include "graphics/gr_shape.h"
-#include "graphics/internal/gr_shape_figure.h"
+#include "graphics/internal/gr_figure.h"
 #include "sys/sys_bytes.h"
 
 namespace
@@ -16,9 +17,6 @@ class Units
 {
 public:
     explicit Units(QZString* text) : m_data(QZEncoding::GetData(QZEncodingType::UTF16LE, text)) {}
-    ~Units() { QZDataFactory::Recycle(&m_data); }
-    Units(const Units&) = delete;
-    Units& operator=(const Units&) = delete;
 
     QZInt64 Count() const { return m_data->GetSize() / 2; }
     QZUInt16 At(QZInt64 index) const { return QZLoad<QZUInt16>(QZAt(m_data->GetPointer(), index * 2)); }
@@ -28,7 +26,7 @@ public:
     }
 
 private:
-    QZData* m_data;
+    QZScopedData m_data;
 };
 
 /// The height of the tallest glyph from each unit to the end of the text.
@@ -70,7 +68,7 @@ void QZShape::Add(const QZLattice* lattice)
     // The area stays at the location; only the dots follow the baseline.
     if (lattice->GetBaseline() != 0) y = word::Subtract(lattice->GetBaseline(), height >> 1);
     const unsigned char* dots = lattice->GetGlyph();
-    if (!dots) return;
+    if (dots == nullptr) return;
     const int count = std::min(width * height, kGlyphBytes * 8);
     figure::Scratch points(count);
     for (int dot = count - 1; dot >= 0; --dot)
@@ -102,7 +100,8 @@ void QZShape::Add(int x, int y, QZString* text)
         if (units.LineEndsAt(i))
         {
             y = word::Add(y, height + 3);
-            // Everything behind counts for the next line, the line end with its two fallback glyphs too.
+            // The height of the next line is that of all glyphs after this unit, including the two fallback
+            // glyphs of the line end.
             height = tallest.From(i);
             cursor = x;
             ++i;

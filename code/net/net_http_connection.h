@@ -40,8 +40,7 @@ public:
     /// until Recycle on this thread, and the cache lock stays held.
     /// @return 0; 512 when the message does not begin with a letter; 547 when its head is too large
     /// @throws QZException 256 for an offset or size that is negative or too large; what QZHttpRequest::Set
-    /// throws for
-    ///         a bad head and QZConvert::StringToInt64 for a bad length. The lock is free then.
+    ///         throws for a bad head and QZConvert::StringToInt64 for a bad length. The lock is free then.
     long long AppendRequestData(const void* data, long long offset, long long size, QZHttpRequest** out);
 
     /// The socket handle, 0 until set.
@@ -52,8 +51,7 @@ public:
     /// The address of the receive block.
     void* GetHandle();
 
-    /// Prepares the connection for going back to its cache: empties request and cache, sets times and uses to
-    /// 0.
+    /// Prepares the connection for its cache: empties request and cache, sets times and uses to 0.
     void Clear();
 
     /// Releases the connection's own request and the cache lock. Nothing happens for any other request.
@@ -172,9 +170,8 @@ public:
     /// Takes out the connection nearest to the tail that may be closed; null when there is none. A connection
     /// may be closed
     /// - when it is closing and its peer has closed;
-    /// - when nobody uses it, and its peer has closed or checkTime is 0 or its last use is older than the
-    /// free
-    ///   time;
+    /// - when nobody uses it and its peer has closed;
+    /// - when nobody uses it and checkTime is 0 or its last use is older than the free time;
     /// - when its head began before the free time and is not complete;
     /// - when it exists longer than the free time and has received nothing.
     virtual QZHttpConnect* PopFreeConnect(unsigned char checkTime);

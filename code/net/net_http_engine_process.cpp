@@ -21,7 +21,7 @@
 #include "net/net_http_response.h"
 #include "net/net_http_server.h"
 #include "os/os_file.h"
-#include "os/os_path.h"
+#include "os/os_file_directory.h"
 #include "os/os_socket.h"
 #include "os/os_thread_pool.h"
 #include "sys/internal/sys_socket.h"

@@ -1,4 +1,4 @@
-#include "net/internal/net_library.h"
+#include "net/internal/net_start.h"
 
 #include <string>
 

@@ -1,3 +1,5 @@
+#include "os/os_block.h"
+
 #include <bit>
 #include <cstdint>
 
@@ -5,17 +7,15 @@
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
-#include "os/internal/os_buffer_walk.h"
-#include "os/os_file.h"
+#include "os/internal/os_opened_file.h"
 
 const QZInt64 QZBlock::Type;
 
 namespace
 {
 
-/// Up to here a block's part of a file is read at once: small files are taken in as they are when they are
-/// opened.
-constexpr QZInt64 LoadedAtOnce = 262144;
+/// Up to this size a block's part of a file is read at once, so a small file is read whole when it is opened.
+constexpr QZInt64 kLoadedAtOnce = 262144;
 
 [[noreturn]] void ThrowOutOfMemory(QZInt64 size)
 {
@@ -55,14 +55,15 @@ QZBool QZBlock::IsReleasable() { return 0; }
 
 void QZBlock::Set(QZInt64 spaceId, QZInt64 offset, QZInt64 size)
 {
-    if (size != m_size || !m_bytes)
+    if (size != m_size || m_bytes == nullptr)
     {
         Release();
         m_size = size;
         m_bytes = static_cast<unsigned char*>(MemoryAllocate(size));
-        m_pages =
-            m_bytes ? static_cast<QZUInt64*>(MemoryAllocate((PageWords() + StretchWords()) * 8)) : nullptr;
-        if (!m_pages)
+        m_pages = m_bytes != nullptr
+                      ? static_cast<QZUInt64*>(MemoryAllocate((PageWords() + StretchWords()) * 8))
+                      : nullptr;
+        if (m_pages == nullptr)
         {
             Release();
             ThrowOutOfMemory(size);
@@ -101,19 +102,19 @@ void QZBlock::Write(QZInt64 at, const void* source, QZInt64 size)
 
 void QZBlock::RequireStretches(QZInt64 from, QZInt64 to)
 {
-    const QZInt64 all = m_size >> StretchShift;
-    const QZInt64 behind = (to + (1LL << StretchShift) - 1) >> StretchShift;
-    for (QZInt64 stretch = from >> StretchShift; stretch < behind;)
+    const QZInt64 all = m_size >> kStretchShift;
+    const QZInt64 behind = (to + (1LL << kStretchShift) - 1) >> kStretchShift;
+    for (QZInt64 stretch = from >> kStretchShift; stretch < behind;)
     {
         if (IsPresent(stretch))
         {
             ++stretch;
             continue;
         }
-        // What follows on something that is there is asked for in order, and more of it comes at once.
+        // A stretch after a loaded one is read in order, so the following stretches are fetched with it.
         QZInt64 wanted = behind;
-        if (stretch > 0 && IsPresent(stretch - 1) && wanted < stretch + StretchesAhead)
-            wanted = stretch + StretchesAhead;
+        if (stretch > 0 && IsPresent(stretch - 1) && wanted < stretch + kStretchesAhead)
+            wanted = stretch + kStretchesAhead;
         if (wanted > all) wanted = all;
         QZInt64 end = stretch + 1;
         while (end < wanted && !IsPresent(end)) ++end;
@@ -124,8 +125,8 @@ void QZBlock::RequireStretches(QZInt64 from, QZInt64 to)
 
 void QZBlock::BringStretches(QZInt64 first, QZInt64 behind)
 {
-    const QZInt64 from = first << StretchShift;
-    const QZInt64 to = behind << StretchShift;
+    const QZInt64 from = first << kStretchShift;
+    const QZInt64 to = behind << kStretchShift;
     QZInt64 empty = from;
     if (m_behind > from)
     {
@@ -142,20 +143,20 @@ void QZBlock::PresentAround(QZInt64 at, QZInt64* from, QZInt64* to) const
 {
     *from = 0;
     *to = m_size;
-    const QZInt64 all = m_size >> StretchShift;
+    const QZInt64 all = m_size >> kStretchShift;
     if (m_presentStretches == all) return;
-    const QZInt64 stretch = at >> StretchShift;
+    const QZInt64 stretch = at >> kStretchShift;
     const QZInt64 words = StretchWords();
-    // The nearest gaps to both sides, looked for a word at a time.
+    // Searches the nearest stretch that is not loaded on both sides, a word at a time.
     QZInt64 word = stretch >> 6;
     QZUInt64 gaps = ~m_present[word] & (~0ULL >> (63 - (stretch & 63)));
     while (gaps == 0 && word > 0) gaps = ~m_present[--word];
-    *from = gaps == 0 ? 0 : (word * 64 + 64 - std::countl_zero(gaps)) << StretchShift;
+    *from = gaps == 0 ? 0 : (word * 64 + 64 - std::countl_zero(gaps)) << kStretchShift;
     word = stretch >> 6;
     gaps = ~m_present[word] & (~0ULL << (stretch & 63));
     while (gaps == 0 && word + 1 < words) gaps = ~m_present[++word];
     const QZInt64 behind = gaps == 0 ? all : word * 64 + std::countr_zero(gaps);
-    *to = (behind < all ? behind : all) << StretchShift;
+    *to = (behind < all ? behind : all) << kStretchShift;
 }
 
 void QZBlock::NoteRun(QZUInt64 first, QZUInt64 last)
@@ -165,7 +166,7 @@ void QZBlock::NoteRun(QZUInt64 first, QZUInt64 last)
 
 void QZBlock::ClearChanges()
 {
-    if (m_pages) QZMemClean(m_pages, PageWords() * 8);
+    if (m_pages != nullptr) QZMemClean(m_pages, PageWords() * 8);
     m_changed = 0;
 }
 
@@ -177,8 +178,8 @@ void QZBlock::SetLoaded(QZInt64 count)
 
 void QZBlock::Release()
 {
-    if (m_bytes) MemoryFree(m_bytes);
-    if (m_pages) MemoryFree(m_pages);
+    if (m_bytes != nullptr) MemoryFree(m_bytes);
+    if (m_pages != nullptr) MemoryFree(m_pages);
     m_bytes = nullptr;
     m_pages = nullptr;
     m_present = nullptr;
@@ -196,25 +197,20 @@ QZFileBlock::~QZFileBlock() = default;
 void QZFileBlock::Load()
 {
     SetLoaded(0);
-    // A block past the end has nothing of the file in it, and not every system reads as far out as an offset
-    // may point.
+    // A block after the end of the file has no bytes of it, and not every system can read at so large an
+    // offset.
     if (GetOffset() > INT64_MAX - GetSize()) return;
     QZInt64 count = m_file->GetSize() - GetOffset();
     if (count <= 0) return;
     if (count > GetSize()) count = GetSize();
     SetLoaded(count);
-    if (count <= LoadedAtOnce) Require(0, count);
+    if (count <= kLoadedAtOnce) Require(0, count);
 }
 
 void QZFileBlock::Fetch(QZInt64 from, QZInt64 to)
 {
-    while (from < to)
-    {
-        const QZInt64 more = m_file->Read(GetOffset() + from, Bytes() + from, to - from);
-        if (more <= 0) break;
-        from += more;
-    }
-    // Somebody made the file shorter meanwhile.
+    from += QZReadWhole(m_file, GetOffset() + from, Bytes() + from, to - from);
+    // Another program made the file shorter in the meantime.
     if (from < to) QZMemClean(Bytes() + from, to - from);
 }
 
@@ -222,19 +218,15 @@ void QZFileBlock::WriteBack()
 {
     if (!IsChanged()) return;
     ForEachChange([this](QZInt64 from, QZInt64 to) {
-        while (from < to)
-        {
-            const QZInt64 count = m_file->Write(GetOffset() + from, Bytes() + from, to - from);
-            if (count <= 0)
-                throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::WriteFailed),
-                              QZ_W("QZFileBlock"), QZ_W("WriteBack"))
-                    .Argument(QZ_W("QZInt64"), GetOffset() + from)
-                    .Argument(QZ_W("QZInt64"), to - from)
-                    .Exception();
-            from += count;
-        }
+        from += QZWriteWhole(m_file, GetOffset() + from, Bytes() + from, to - from);
+        if (from == to) return;
+        throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::WriteFailed),
+                      QZ_W("QZFileBlock"), QZ_W("WriteBack"))
+            .Argument(QZ_W("QZInt64"), GetOffset() + from)
+            .Argument(QZ_W("QZInt64"), to - from)
+            .Exception();
     });
     ClearChanges();
 }
 
-QZBool QZFileBlock::IsReleasable() { return !IsChanged(); }
+QZBool QZFileBlock::IsReleasable() { return IsChanged() == 0; }

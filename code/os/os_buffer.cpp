@@ -11,7 +11,6 @@
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
-#include "os/internal/os_buffer_walk.h"
 
 const QZInt64 QZBuffer::Type;
 const QZInt64 QZBuffer::BlockSize512K;
@@ -92,7 +91,7 @@ QZData* QZBuffer::Read(QZInt64 offset, QZInt64 size)
 
 QZInt64 QZBuffer::Write(QZInt64 offset, QZData* data)
 {
-    if (!data) ThrowNullPointer(QZ_W("Write"), offset, 0);
+    if (data == nullptr) ThrowNullPointer(QZ_W("Write"), offset, 0);
     return Write(offset, data->GetPointer(), data->GetSize());
 }
 
@@ -102,7 +101,7 @@ QZInt64 QZBuffer::ReadThrough(QZInt64 offset, void* target, QZInt64 size)
 {
     if (offset < 0) offset = 0;
     if (size <= 0) return 0;
-    if (!target) ThrowNullPointer(QZ_W("Read"), offset, size);
+    if (target == nullptr) ThrowNullPointer(QZ_W("Read"), offset, size);
     QZInt64 done = 0;
     for (;;)
     {
@@ -112,7 +111,7 @@ QZInt64 QZBuffer::ReadThrough(QZInt64 offset, void* target, QZInt64 size)
         block->Read(at, QZAt(target, done), run);
         OpenWindow(block, at);
         done += run;
-        // The address space ends with the largest offset.
+        // The address space ends at the largest offset.
         if (done == size || offset > INT64_MAX - done) return done;
     }
 }
@@ -121,7 +120,7 @@ QZInt64 QZBuffer::WriteThrough(QZInt64 offset, const void* source, QZInt64 size)
 {
     if (offset < 0) offset = 0;
     if (size <= 0) return 0;
-    if (!source) ThrowNullPointer(QZ_W("Write"), offset, size);
+    if (source == nullptr) ThrowNullPointer(QZ_W("Write"), offset, size);
     QZInt64 done = 0;
     for (;;)
     {
@@ -139,7 +138,7 @@ QZBlock* QZBuffer::GetBlockByOffset(QZInt64 offset)
 {
     const QZInt64 number = offset < 0 ? 0 : offset / m_blockSize;
     QZBlock* block = FindBlock(number);
-    if (block)
+    if (block != nullptr)
     {
         if (block != FirstBlock(m_blocks))
         {
@@ -155,7 +154,7 @@ QZBlock* QZBuffer::GetBlockByOffset(QZInt64 offset)
     try
     {
         block->Set(number, number * m_blockSize, m_blockSize);
-        // The new block counts when the limit is enforced, and it is not yet in the list, so it never leaves.
+        // The new block counts against the limit, but is not yet in the list, so it is not removed.
         m_memoryUsed += m_blockSize;
         counted = m_blockSize;
         RemoveBlock();
@@ -175,14 +174,14 @@ QZBlock* QZBuffer::GetBlockByOffset(QZInt64 offset)
 QZBlock* QZBuffer::FindBlock(QZInt64 number) const
 {
     QZBlock* block = FirstBlock(m_blocks);
-    while (block && block->GetSpaceID() != number) block = NextBlock(block);
+    while (block != nullptr && block->GetSpaceID() != number) block = NextBlock(block);
     return block;
 }
 
 QZBlock* QZBuffer::TakeBlock()
 {
     QZBlock* block = static_cast<QZBlock*>(m_freeBlocks->DeQueue());
-    return block ? block : NewBlock();
+    return block != nullptr ? block : NewBlock();
 }
 
 void QZBuffer::OpenWindow(QZBlock* block, QZInt64 at)
@@ -190,7 +189,7 @@ void QZBuffer::OpenWindow(QZBlock* block, QZInt64 at)
     QZInt64 from = 0;
     QZInt64 to = 0;
     block->PresentAround(at, &from, &to);
-    Window& window = m_windows[static_cast<QZUInt64>(block->m_offset) >> m_blockShift & (Windows - 1)];
+    Window& window = m_windows[static_cast<QZUInt64>(block->m_offset) >> m_blockShift & (kWindows - 1)];
     window.begin = static_cast<QZUInt64>(block->m_offset) + static_cast<QZUInt64>(from);
     window.length = static_cast<QZUInt64>(to - from);
     window.bytes = block->m_bytes + from;
@@ -199,14 +198,14 @@ void QZBuffer::OpenWindow(QZBlock* block, QZInt64 at)
 
 void QZBuffer::CloseWindow(QZBlock* block)
 {
-    Window& window = m_windows[static_cast<QZUInt64>(block->m_offset) >> m_blockShift & (Windows - 1)];
+    Window& window = m_windows[static_cast<QZUInt64>(block->m_offset) >> m_blockShift & (kWindows - 1)];
     if (window.block == block) window = Window();
 }
 
 QZBlock* QZBuffer::LeastUsed() const
 {
     QZBlock* least = FirstBlock(m_blocks);
-    for (QZBlock* block = least; block; block = NextBlock(block))
+    for (QZBlock* block = least; block != nullptr; block = NextBlock(block))
         if (block->m_lastUse < least->m_lastUse) least = block;
     return least;
 }
@@ -216,7 +215,7 @@ void QZBuffer::RemoveBlock()
     while (m_memoryUsed > m_memoryMax)
     {
         QZBlock* block = LeastUsed();
-        if (!block) break;
+        if (block == nullptr) break;
         WriteBackLeaving(block);
         if (!block->IsReleasable()) break;
         CloseWindow(block);
@@ -253,7 +252,7 @@ QZBool QZBuffer::Collect()
         throw;
     }
     QZBlock* block = FirstBlock(m_blocks);
-    while (block)
+    while (block != nullptr)
     {
         QZBlock* next = NextBlock(block);
         if (block->IsReleasable())
@@ -265,7 +264,7 @@ QZBool QZBuffer::Collect()
         }
         block = next;
     }
-    while ((block = static_cast<QZBlock*>(m_freeBlocks->DeQueue()))) DeleteBlock(block);
+    while ((block = static_cast<QZBlock*>(m_freeBlocks->DeQueue())) != nullptr) DeleteBlock(block);
     return m_blocks->Count() == 0;
 }
 
@@ -279,7 +278,7 @@ void QZBuffer::WriteBackLeaving(QZBlock* block) { block->WriteBack(); }
 QZInt64 QZBuffer::GetContentEnd() const
 {
     QZInt64 end = 0;
-    for (QZBlock* block = FirstBlock(m_blocks); block; block = NextBlock(block))
+    for (QZBlock* block = FirstBlock(m_blocks); block != nullptr; block = NextBlock(block))
     {
         if (block->GetContentEnd() == 0) continue;
         const QZInt64 blockEnd = block->GetOffset() + block->GetContentEnd();
@@ -298,8 +297,8 @@ void QZBuffer::DeleteBlocks()
 {
     QZBlock* block = nullptr;
     for (Window& window : m_windows) window = Window();
-    while ((block = static_cast<QZBlock*>(m_blocks->DeQueue()))) DeleteBlock(block);
-    while ((block = static_cast<QZBlock*>(m_freeBlocks->DeQueue()))) DeleteBlock(block);
+    while ((block = static_cast<QZBlock*>(m_blocks->DeQueue())) != nullptr) DeleteBlock(block);
+    while ((block = static_cast<QZBlock*>(m_freeBlocks->DeQueue())) != nullptr) DeleteBlock(block);
     m_memoryUsed = 0;
 }
 

@@ -11,6 +11,7 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
+#include "os/internal/os_console_table.h"
 #include "os/os_thread.h"
 #include "sys/internal/sys_console.h"
 
@@ -21,7 +22,7 @@ namespace
 {
 void Out(QZString* text) { os::ConsoleWrite(text->GetPointer(), text->GetLength()); }
 
-/// Writes a text made for it and gives it back.
+/// Writes a text and recycles it.
 void OutAndRecycle(QZString* text)
 {
     Out(text);
@@ -31,7 +32,7 @@ void OutAndRecycle(QZString* text)
 /// The value of an entry as text, in a new string.
 QZString* TextOf(QZObject* value)
 {
-    if (!value) return QZStringFactory::CreateString();
+    if (value == nullptr) return QZStringFactory::CreateString();
     if (QZString* text = dynamic_cast<QZString*>(value)) return QZStringFactory::CreateString(text);
     if (QZData* data = dynamic_cast<QZData*>(value)) return QZConvert::DataToText(data, data->GetType());
     QZString* type = QZStringFactory::CreateString(QZ_W("0x"));
@@ -41,7 +42,7 @@ QZString* TextOf(QZObject* value)
     return type;
 }
 
-/// Holds the output for one thread at a time.
+/// Lets one thread at a time write.
 class OutputLock
 {
 public:
@@ -75,22 +76,22 @@ QZInt64 QZConsole::ReadNumDec()
 
 void QZConsole::Write(QZData* data)
 {
-    if (data) OutAndRecycle(QZConvert::DataToText(data));
+    if (data != nullptr) OutAndRecycle(QZConvert::DataToText(data));
 }
 
 void QZConsole::Write(const char* text)
 {
-    if (text) OutAndRecycle(QZStringFactory::CreateString(text));
+    if (text != nullptr) OutAndRecycle(QZStringFactory::CreateString(text));
 }
 
 void QZConsole::Write(const QZWChar* text)
 {
-    if (text) OutAndRecycle(QZStringFactory::CreateString(text));
+    if (text != nullptr) OutAndRecycle(QZStringFactory::CreateString(text));
 }
 
 void QZConsole::Write(QZString* text)
 {
-    if (text) Out(text);
+    if (text != nullptr) Out(text);
 }
 
 void QZConsole::Write(QZInt64 value)
@@ -102,7 +103,7 @@ void QZConsole::Write(QZInt64 value)
 
 void QZConsole::Write(QZException* exception)
 {
-    if (!exception) return;
+    if (exception == nullptr) return;
     QZString* text = QZStringFactory::CreateString(exception->GetMsg());
     for (QZString* trace : {exception->GetStackTrace(), exception->GetArgumentTrace()})
     {
@@ -115,7 +116,7 @@ void QZConsole::Write(QZException* exception)
 
 void QZConsole::Write(QZCollection* collection)
 {
-    if (!collection) return;
+    if (collection == nullptr) return;
     QZString* text = QZStringFactory::CreateString();
     for (QZInt64 i = 0; i < collection->Count(); ++i)
     {
@@ -127,7 +128,7 @@ void QZConsole::Write(QZCollection* collection)
 
 void QZConsole::Write(QZKeyValueCollection* collection)
 {
-    if (!collection) return;
+    if (collection == nullptr) return;
     QZString* text = QZStringFactory::CreateString();
     for (QZInt64 i = 0; i < collection->Count(); ++i)
     {
@@ -143,7 +144,7 @@ void QZConsole::Write(QZKeyValueCollection* collection)
 
 void QZConsole::Write(QZDataTable* table)
 {
-    if (!table) return;
+    if (table == nullptr) return;
     QZString* text = QZStringFactory::CreateString();
     try
     {

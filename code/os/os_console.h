@@ -10,10 +10,10 @@ class QZException;
 class QZKeyValueCollection;
 class QZString;
 
-/// Reads lines from the standard input and writes values to the standard output: text as it stands, bytes as
+/// Reads lines from the standard input and writes values to the standard output: text unchanged, bytes as
 /// hexadecimal digits, an exception with its traces, collections element by element, a table in a box.
 ///
-/// A null pointer writes nothing. One thread at a time; QZConsoleT serves several.
+/// For a null pointer nothing is written. One thread at a time; QZConsoleT serves several.
 class QZ_API QZConsole : public QZObject
 {
 public:
@@ -23,7 +23,7 @@ public:
     ~QZConsole() override;
     QZInt64 GetType() override;
 
-    /// The next line without its end in a new string; an empty one at the end of the input.
+    /// The next line without its line end in a new string; an empty string at the end of the input.
     virtual QZString* Read();
 
     /// Reads a line and converts it; 0 for an empty one.
@@ -34,21 +34,21 @@ public:
     virtual void Write(const QZWChar* text);
     virtual void Write(QZString* text);
     virtual void Write(QZInt64 value);
-    /// The message, then the two traces, a line each.
+    /// The message and the two traces, each on a line.
     virtual void Write(QZException* exception);
-    /// The elements as signed decimals, a line each.
+    /// The elements as signed decimals, each on a line.
     virtual void Write(QZCollection* collection);
-    /// A line "key: value" for each entry; the value of a string is its text, that of bytes their digits.
+    /// A line "key: value" for each entry: a string as its text, bytes as hexadecimal digits.
     virtual void Write(QZKeyValueCollection* collection);
-    /// The column names and the rows in a box of U+2500 to U+253C; columns are as wide as their widest cell,
-    /// and a wide character takes two places.
+    /// The column names and the rows in a box of U+2500 to U+253C. A column is as wide as its widest cell; a
+    /// wide character takes two places.
     virtual void Write(QZDataTable* table);
     virtual void NewLine();
     static void Recycle(QZString** text);
 };
 
-/// A console for several threads: each text and number goes out whole, also when others write at the same
-/// time.
+/// A console for several threads: each text and number is written whole, also when other threads write at the
+/// same time.
 class QZ_API QZConsoleT : public QZConsole
 {
 public:
@@ -64,12 +64,5 @@ public:
     void Write(QZString* text) override;
     void Write(QZInt64 value) override;
 };
-
-/// Columns of a terminal that a character takes: 2 for the wide ones of East Asian text, 0 for combining
-/// marks, else 1. Not exported.
-int QZConsoleWidth(QZUInt32 codePoint);
-
-/// Appends the box of a table to the text. Not exported.
-void QZConsoleTableText(QZDataTable* table, QZString* text);
 
 #endif

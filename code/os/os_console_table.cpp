@@ -1,3 +1,5 @@
+#include "os/internal/os_console_table.h"
+
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -8,7 +10,6 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_table.h"
-#include "os/os_console.h"
 
 namespace
 {
@@ -28,7 +29,7 @@ std::size_t WidthOf(const Text& text)
     return width;
 }
 
-/// Characters that would break the grid show as blanks.
+/// Control characters, which would break the grid, become blanks.
 Text CellText(QZString* source)
 {
     Text text(source->GetPointer(), static_cast<std::size_t>(source->GetLength()));
@@ -51,8 +52,8 @@ Row Cells(QZDataTable* table, QZDataRow* row)
     for (QZInt64 i = 0; i < table->Columns->Count(); ++i)
     {
         QZData* value = row->GetElement(i);
-        // An empty value has no text, whatever its type: new rows of the database hold such values.
-        if (!value || value->GetSize() == 0)
+        // An empty value is shown without text for every type: new rows of the database hold such values.
+        if (value == nullptr || value->GetSize() == 0)
         {
             cells.emplace_back();
             continue;

@@ -11,9 +11,9 @@
 #include "fw/fw_exception_code.h"
 #include "fw/fw_memory.h"
 #include "fw/fw_search.h"
-#include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_file.h"
@@ -34,7 +34,7 @@ QZInt64 SystemNumber() { return static_cast<QZInt64>(os::LastError()); }
 
 QZIOException* Failed(QZInt64 code) { return QZExceptionFactory::CreateIOException(code, SystemNumber()); }
 
-/// The exception of a failed open or creation: presence of the file has a code of its own.
+/// The exception of a failed open or creation. A file that exists has a code of its own.
 QZIOException* OpenFailed()
 {
     if (os::LastError() == os::ErrorFileExists())
@@ -53,7 +53,7 @@ template <typename Text>
     throw QZTrace(exception, QZ_W("QZFile"), method).Argument(QZTextTypeName(path), path).Exception();
 }
 
-/// Runs the body of an operation; what it throws gets the operation's own frame with these arguments.
+/// Runs the body of an operation. An exception gets a trace frame of the operation with these arguments.
 template <typename Body, typename... Arguments>
 auto Framed(const QZWChar* method, Body body, Arguments... arguments)
 {
@@ -71,7 +71,8 @@ auto Framed(const QZWChar* method, Body body, Arguments... arguments)
 
 std::pair<const QZWChar*, QZInt64> Named(const QZWChar* type, QZInt64 value) { return {type, value}; }
 
-/// Sizes go to the platform as 32 bits. No buffer reaches as far as the rest of a small negative size means.
+/// Sizes are passed to the platform as 32 bits. A small negative size would become nearly 4 GiB, more than
+/// any buffer has, and is refused.
 bool PlatformSize(QZInt64 size, QZUInt32* asked)
 {
     *asked = static_cast<QZUInt32>(size);
@@ -82,30 +83,7 @@ bool PlatformSize(QZInt64 size, QZUInt32* asked)
 
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
-/// Gives a QZData back unless it was released to the caller.
-class DataGuard
-{
-public:
-    explicit DataGuard(QZData* data) : m_data(data) {}
-    ~DataGuard()
-    {
-        if (m_data != nullptr) QZDataFactory::Recycle(&m_data);
-    }
-    DataGuard(const DataGuard&) = delete;
-    DataGuard& operator=(const DataGuard&) = delete;
-    QZData* operator->() const { return m_data; }
-    QZData* Release()
-    {
-        QZData* data = m_data;
-        m_data = nullptr;
-        return data;
-    }
-
-private:
-    QZData* m_data;
-};
-
-/// Calls action(start, length) for every line: what stands before each CR LF, and the rest.
+/// Calls action(start, length) for every line: the text before each CR LF, and the rest.
 template <typename Action>
 void ForEachLine(const char* text, QZInt64 size, Action action)
 {
@@ -160,7 +138,7 @@ QZFile* QZFile::OpenAs(Text path, QZUInt32 options, bool named)
     else
     {
         bool shareRead = (options & QZFileOptions::ShareRead) > 3;
-        // Sharing for writing needs both bits of ShareWrite; hosts that set one of them get none.
+        // Sharing for writing needs both bits of ShareWrite; one of them alone does not share.
         bool shareWrite = (options & QZFileOptions::ShareWrite) > 9;
         handle = os::FileOpen(text.Wide(), (options & QZFileOptions::Read) != 0,
                               (options & QZFileOptions::Write) != 0, shareRead, shareWrite);
@@ -229,13 +207,13 @@ QZBool ExistsAs(Text path)
     return os::FileKindOf(text.Wide()) == os::FileKind::File;
 }
 
-/// A path as Rename takes it: narrow paths as they are, wide ones in the narrow page.
+/// A path for Rename: narrow paths unchanged, wide ones converted to the narrow page.
 struct NarrowPath
 {
     explicit NarrowPath(const char* path) : text(path != nullptr ? path : ""), length(text.size()) {}
     explicit NarrowPath(const QZWChar* path) { Convert(QZPathText(path)); }
     explicit NarrowPath(QZString* path) { Convert(QZPathText(path)); }
-    bool TooLong() const { return static_cast<QZInt64>(length) > QZPathLengthMax; }
+    bool TooLong() const { return static_cast<QZInt64>(length) > kPathLengthMax; }
 
     std::string text;
     std::size_t length = 0;
@@ -330,7 +308,7 @@ QZInt64 QZFile::Read(QZInt64 offset, void* buffer, QZInt64 size)
 
 QZData* QZFile::Read(QZInt64 offset, QZInt64 size)
 {
-    DataGuard data(QZDataFactory::CreateData());
+    QZScopedData data(QZDataFactory::CreateData());
     try
     {
         data->NewSize(size);
@@ -383,37 +361,20 @@ void QZFile::Sync()
 namespace
 {
 
-/// A buffer of the memory manager for the time of a call.
-class BufferGuard
-{
-public:
-    explicit BufferGuard(QZInt64 size) : m_buffer(MemoryAllocate(size)) {}
-    ~BufferGuard()
-    {
-        if (m_buffer != nullptr) MemoryFree(m_buffer);
-    }
-    BufferGuard(const BufferGuard&) = delete;
-    BufferGuard& operator=(const BufferGuard&) = delete;
-    void* Pointer() const { return m_buffer; }
-
-private:
-    void* m_buffer;
-};
-
 QZInt64 CopyPieces(QZFile* source, QZInt64 sourceOffset, QZFile* target, QZInt64 targetOffset, QZInt64 length,
                    QZInt64 chunk, QZInt64* progress)
 {
     if (length <= 0) return 0;
-    BufferGuard buffer(chunk < length ? chunk : length);
-    if (buffer.Pointer() == nullptr) throw QZExceptionFactory::CreateException(QZExceptionCode::OutOfMemory);
+    QZScopedBuffer buffer(MemoryAllocate(chunk < length ? chunk : length));
+    if (buffer.Get() == nullptr) throw QZExceptionFactory::CreateException(QZExceptionCode::OutOfMemory);
     QZInt64 copied = 0;
     while (copied < length)
     {
         QZInt64 piece = length - copied < chunk ? length - copied : chunk;
-        // A piece of nothing would go on for ever: it counts as short.
-        if (piece == 0 || source->Read(sourceOffset + copied, buffer.Pointer(), piece) != piece)
+        // With pieces of 0 bytes the loop would not end, so such a piece counts as incomplete.
+        if (piece == 0 || source->Read(sourceOffset + copied, buffer.Get(), piece) != piece)
             throw Failed(QZIOExceptionCode::OperationFailed);
-        if (target->Write(targetOffset + copied, buffer.Pointer(), piece) != piece)
+        if (target->Write(targetOffset + copied, buffer.Get(), piece) != piece)
             throw Failed(QZIOExceptionCode::OperationFailed);
         copied += piece;
         if (progress != nullptr) *progress += piece;
@@ -452,8 +413,8 @@ bool SameBytes(QZFile* one, QZFile* other)
     QZInt64 size = one->GetSize();
     if (other->GetSize() != size) return false;
     constexpr QZInt64 kPiece = 65536;
-    DataGuard mine(QZDataFactory::CreateData());
-    DataGuard theirs(QZDataFactory::CreateData());
+    QZScopedData mine(QZDataFactory::CreateData());
+    QZScopedData theirs(QZDataFactory::CreateData());
     mine->NewSize(kPiece);
     theirs->NewSize(kPiece);
     for (QZInt64 offset = 0; offset < size; offset += kPiece)
@@ -480,7 +441,7 @@ QZBool QZFile::Equals(QZFile* other)
 
 QZInt64 QZFile::LineCount()
 {
-    DataGuard all(Framed(QZ_W("LineCount"), [&] { return ReadToEnd(); }));
+    QZScopedData all(Framed(QZ_W("LineCount"), [&] { return ReadToEnd(); }));
     QZInt64 count = 0;
     ForEachLine(static_cast<const char*>(all->GetPointer()), all->GetSize(),
                 [&](QZInt64, QZInt64) { ++count; });
@@ -489,7 +450,7 @@ QZInt64 QZFile::LineCount()
 
 QZInt64 QZFile::ReadLine(char** lines)
 {
-    DataGuard all(Framed(
+    QZScopedData all(Framed(
         QZ_W("ReadLine"), [&] { return ReadToEnd(); }, Named(QZ_W("QZChar**"), AddressOf(lines))));
     const char* text = static_cast<const char*>(all->GetPointer());
     QZInt64 index = 0;
@@ -508,7 +469,7 @@ QZInt64 QZFile::GetVersion(char* result)
     static const char kPattern[] =
         "F\0i\0l\0e\0V\0e\0r\0s\0i\0o\0n";  // the literal's end makes the 22nd byte
     constexpr QZInt64 kResultSize = 32;
-    DataGuard all(Framed(
+    QZScopedData all(Framed(
         QZ_W("GetVersion"), [&] { return ReadToEnd(); }, Named(QZ_W("QZChar*"), AddressOf(result))));
     const unsigned char* bytes = static_cast<const unsigned char*>(all->GetPointer());
     QZInt64 size = all->GetSize();
@@ -536,12 +497,12 @@ QZInt64 EncodingOf(QZFile* file)
         return size >= count && std::memcmp(mark, bytes, static_cast<std::size_t>(count)) == 0;
     };
     if (begins("\xEF\xBB\xBF", 3)) return QZEncodingType::UTF8;
-    // The two-byte mark is looked at first: callers know a UTF-32 little-endian file as UTF16LE.
+    // The two-byte mark is tested first: callers get UTF16LE for a UTF-32 little-endian file.
     if (begins("\xFF\xFE", 2)) return QZEncodingType::UTF16LE;
     if (begins("\xFE\xFF", 2)) return QZEncodingType::UTF16BE;
     if (begins("\xFF\xFE\x00\x00", 4)) return QZEncodingType::UTF32LE;
     if (begins("\x00\x00\xFE\xFF", 4)) return QZEncodingType::UTF32BE;
-    DataGuard all(file->ReadToEnd());
+    QZScopedData all(file->ReadToEnd());
     return QZEncoding::IsLegalUTF8(all->GetPointer(), all->GetSize()) ? QZEncodingType::UTF8
                                                                       : QZEncodingType::ANSI;
 }

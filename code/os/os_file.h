@@ -6,24 +6,24 @@
 class QZData;
 class QZString;
 
-/// What a file is opened for and what others may do with it meanwhile. Sharing counts on Windows only.
+/// The access that a file is opened for, and the access that others get meanwhile. Linux ignores sharing.
 class QZ_API QZFileOptions
 {
 public:
     static const unsigned int Read = 1;
     static const unsigned int Write = 2;
     static const unsigned int ShareRead = 4;
-    /// Read and ShareRead, whatever the name promises; files for writing take Write too.
+    /// Read and ShareRead, although the name says otherwise. For writing add Write.
     static const unsigned int ReadWrite = 5;
-    /// Write and the bit that lets others write: sharing for writing needs both.
+    /// Write and the bit that lets others write: only both together share for writing.
     static const unsigned int ShareWrite = 10;
     static const unsigned int ShareReadWrite = 15;
 };
 
-/// An open file with positional reads and writes: every one names its offset, the class keeps no position.
+/// An open file. Every read and write names its offset; the class keeps no position.
 ///
-/// Files are made by Open and given back with Close. Paths are narrow, wide or a QZString, at most 255
-/// characters. Sizes go to the platform as 32 bits. A file serves one thread at a time. Failures are
+/// Open makes a file object, Close deletes it. Paths are narrow, wide or a QZString, at most 255
+/// characters. Sizes are passed to the platform as 32 bits. One thread at a time. Failures are
 /// QZIOExceptions with the system's number in the message.
 class QZ_API QZFile : public QZObject
 {
@@ -36,54 +36,55 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Writes at the offset; the bytes written.
+    /// Writes at the offset and returns the number of bytes written.
     /// @throws QZIOException 4352 when the system refuses; QZException 1792 for a null data object
     virtual QZInt64 Write(QZInt64 offset, const void* buffer, QZInt64 size);
     virtual QZInt64 Write(QZInt64 offset, QZData* data);
-    /// Reads at the offset; the bytes read, fewer at the end of the file.
+    /// Reads at the offset and returns the number of bytes read, fewer at the end of the file.
     /// @throws QZIOException 4608 when the system refuses
     virtual QZInt64 Read(QZInt64 offset, void* buffer, QZInt64 size);
-    /// A new QZData of the size that was read, given back with Recycle.
+    /// Reads into a new QZData of the size that was read; give it back with Recycle.
     virtual QZData* Read(QZInt64 offset, QZInt64 size);
-    /// Cuts or lengthens the file. @throws QZIOException 5888
+    /// Cuts or extends the file. @throws QZIOException 5888
     virtual void NewSize(QZInt64 size);
-    /// @throws QZIOException 5888
+    /// The size in bytes. @throws QZIOException 5888
     virtual QZInt64 GetSize();
-    /// Writes behind the last byte; the bytes written.
+    /// Writes after the last byte and returns the number of bytes written.
     virtual QZInt64 Append(const void* buffer, QZInt64 size);
-    /// The number of CR LF pairs, plus 1. A bare LF does not count.
+    /// The number of CR LF pairs, plus 1. An LF without CR does not count.
     virtual QZInt64 LineCount();
-    /// Copies line i (without its CR LF, with a terminator) into lines[i] where that entry is not null; the
-    /// buffers are as long as the caller knows the lines to be. The index of the last line.
+    /// Copies line i, without its CR LF and with a terminating zero, into lines[i] if that is not null. The
+    /// caller provides buffers that are large enough. Returns the index of the last line.
     virtual QZInt64 ReadLine(char** lines);
-    /// Looks for the text of a version resource and writes its digits, dots, slashes and minuses into result,
-    /// at most 32 bytes, the rest of the 32 zero. How many were kept; 0 and an untouched result without such
-    /// a text.
+    /// Searches the text of a version resource and writes its digits, dots, slashes and minuses to the
+    /// result, at most 32 bytes, padded with zeros to 32. Returns their number; 0, and the result is
+    /// unchanged, when there is no such text.
     virtual QZInt64 GetVersion(char* result);
-    /// The QZEncodingType that the byte order mark names; without one UTF8 when the whole file is legal
-    /// UTF-8, else ANSI. A mark FF FE 00 00 reports UTF16LE, since its first half is looked at first.
+    /// The QZEncodingType of the byte order mark. Without a mark UTF8 when the whole file is legal UTF-8,
+    /// else ANSI. The mark FF FE 00 00 gives UTF16LE, since its first two bytes are tested first.
     virtual QZInt64 GetTextFileEncodingType();
-    /// Hands everything written to the disk. @throws QZIOException 5888
+    /// Returns when the disk has all written bytes. @throws QZIOException 5888
     virtual void Sync();
-    /// True when both files hold the same bytes. False for null.
+    /// True when both files have the same bytes. False for null.
     virtual QZBool Equals(QZFile* other);
 
-    /// A new QZData with all bytes of the file, given back with Recycle.
+    /// All bytes of the file in a new QZData; give it back with Recycle.
     QZData* ReadToEnd();
 
-    /// Opens an existing file; without options for reading and writing, shared fully.
-    /// @throws QZIOException 4864 for a path of more than 255 characters, 6400 where the file's presence is
-    ///         the failure, 5888 with the system's number otherwise
+    /// Opens an existing file; without options for reading and writing, shared for both.
+    /// @throws QZIOException 4864 for a path of more than 255 characters, 6400 when the system reports that
+    /// the
+    ///         file exists, 5888 with the system's number otherwise
     static QZFile* Open(const char* path);
     static QZFile* Open(const QZWChar* path);
     static QZFile* Open(QZString* path);
     static QZFile* Open(const char* path, unsigned int options);
     static QZFile* Open(const QZWChar* path, unsigned int options);
     static QZFile* Open(QZString* path, unsigned int options);
-    /// Closes, deletes and clears the variable. Null in the variable is left alone.
+    /// Closes the file, deletes the object and clears the variable. Does nothing for null.
     static void Close(QZFile** file);
 
-    /// Makes an empty file. Throws like Open; 6400 when it exists.
+    /// Makes an empty file. Throws like Open; 6400 when the file exists.
     static void Create(const char* path);
     static void Create(const QZWChar* path);
     static void Create(QZString* path);
@@ -95,15 +96,15 @@ public:
     static QZBool Exists(const char* path);
     static QZBool Exists(const QZWChar* path);
     static QZBool Exists(QZString* path);
-    /// The names travel in the narrow page. A target that exists is a failure.
+    /// Renames a file. The names are converted to the narrow page. Fails when the target exists.
     /// @throws QZIOException 4864, 5888 with the system's number
     static void Rename(const char* from, const char* to);
     static void Rename(const QZWChar* from, const QZWChar* to);
     static void Rename(QZString* from, QZString* to);
 
-    /// Copies length bytes in pieces of at most chunk bytes and adds each piece to *progress when given; the
-    /// bytes copied.
-    /// @throws QZIOException 5888 when a piece comes out short; QZException 4352 without memory for a piece
+    /// Copies `length` bytes in pieces of at most `chunk` bytes, adds the size of each piece to *progress, if
+    /// not null, and returns the number of bytes copied.
+    /// @throws QZIOException 5888 for an incomplete piece; QZException 4352 without memory for a piece
     static QZInt64 Copy(QZFile* source, QZInt64 sourceOffset, QZFile* target, QZInt64 targetOffset,
                         QZInt64 length, QZInt64 chunk, QZInt64* progress);
 
@@ -112,9 +113,9 @@ public:
 protected:
     QZFile();
 
-    /// Clears handle and path of a new object.
+    /// Clears the handle and the path of a new object.
     virtual void Init();
-    /// Gives the handle back to the system, once.
+    /// Closes the handle if it is open.
     virtual void CloseHandle();
 
 private:

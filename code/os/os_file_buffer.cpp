@@ -1,3 +1,5 @@
+#include "os/os_file_buffer.h"
+
 #include <vector>
 
 #include "fw/fw_exception.h"
@@ -5,7 +7,6 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_trace.h"
-#include "os/internal/os_buffer_walk.h"
 #include "os/internal/os_sync_file.h"
 #include "os/os_file.h"
 
@@ -28,7 +29,7 @@ QZFileBuffer::~QZFileBuffer()
     }
     catch (QZException* e)
     {
-        // Close has reported by now; an owner who deletes the buffer outright has no way to hear of it.
+        // Close has reported the failure; deleting the buffer directly cannot report one.
         QZExceptionFactory::Recycle(&e);
     }
     DeleteBlocks();
@@ -52,9 +53,9 @@ QZFileBuffer* QZFileBuffer::Open(QZString* path, QZInt64 memoryLimit, QZInt64 bl
     }
     catch (QZException* e)
     {
-        if (buffer)
+        if (buffer != nullptr)
             delete buffer;
-        else if (file)
+        else if (file != nullptr)
             QZFile::Close(&file);
         QZTrace(e, QZ_W("QZFileBuffer"), QZ_W("Open"))
             .Argument(QZ_W("QZString*"), path)
@@ -66,7 +67,7 @@ QZFileBuffer* QZFileBuffer::Open(QZString* path, QZInt64 memoryLimit, QZInt64 bl
 
 void QZFileBuffer::Close(QZFileBuffer** buffer)
 {
-    if (!buffer || !*buffer)
+    if (buffer == nullptr || *buffer == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -100,13 +101,13 @@ QZBlock* QZFileBuffer::NewBlock() { return new QZFileBlock(m_file); }
 
 void QZFileBuffer::Flush()
 {
-    // A whole sync is flushed as it is written.
-    if (!m_sync) m_file->Sync();
+    // With AtomicSync, WriteBackAll has flushed the file.
+    if (m_sync == nullptr) m_file->Sync();
 }
 
 void QZFileBuffer::WriteBackLeaving(QZBlock* block)
 {
-    if (!m_sync)
+    if (m_sync == nullptr)
         block->WriteBack();
     else if (block->IsChanged())
         WriteBackAll();
@@ -114,8 +115,8 @@ void QZFileBuffer::WriteBackLeaving(QZBlock* block)
 
 void QZFileBuffer::WriteBackAll()
 {
-    if (!m_sync) return QZBuffer::WriteBackAll();
-    // What an earlier sync could not finish comes first: the file beside is still its only whole copy.
+    if (m_sync == nullptr) return QZBuffer::WriteBackAll();
+    // First completes a sync that could not be written in place: the second file holds its only whole copy.
     if (m_sync->IsHolding()) m_sync->Apply();
     std::vector<SyncFile::Run> runs;
     ForEachChangedBlock([&runs](QZBlock* block) {

@@ -1,3 +1,5 @@
+#include "os/os_file_directory.h"
+
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -37,14 +39,14 @@ template <typename Text>
         .Exception();
 }
 
-/// The path and its parents that are missing, the path first.
+/// The path and those of its parents that do not exist, the path first.
 std::vector<Wide> MissingOf(QZString* path)
 {
     std::vector<Wide> missing;
     QZString* place = QZStringFactory::CreateString(path);
     while (place->GetLength() > 0)
     {
-        // A path that ends in a separator names what stands before it.
+        // A path that ends in a separator names the same directory as the path before the separator.
         bool named = false;
         QZString* name = QZPath::GetName(place);
         named = name->GetLength() > 0;
@@ -71,7 +73,7 @@ void CreateAs(Text path)
     std::vector<Wide> missing = MissingOf(text.Text());
     for (auto directory = missing.rbegin(); made && directory != missing.rend(); ++directory)
     {
-        // Another may have made it in the meantime.
+        // Another program may have made the directory in the meantime.
         made = os::DirectoryCreate(directory->c_str()) ||
                (os::LastError() == os::ErrorDirectoryExists() &&
                 os::FileKindOf(directory->c_str()) == os::FileKind::Directory);

@@ -6,6 +6,7 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 
 const QZInt64 QZIPAddress::Type;
@@ -18,33 +19,6 @@ constexpr int kNumbers = 4;
 constexpr QZInt64 kWord = 4;
 constexpr QZInt64 kSizeWithoutPort = (1 + kNumbers) * kWord;
 constexpr QZInt64 kSizeWithPort = kSizeWithoutPort + kWord;
-
-/// Something out of a factory for the time of a scope, unless it is released to the caller.
-template <typename T, typename Factory>
-class Scratch
-{
-public:
-    explicit Scratch(T* object) : m_object(object) {}
-    ~Scratch()
-    {
-        if (m_object) Factory::Recycle(&m_object);
-    }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    T* operator->() const { return m_object; }
-    T* Release()
-    {
-        T* object = m_object;
-        m_object = nullptr;
-        return object;
-    }
-
-private:
-    T* m_object;
-};
-
-using Pieces = Scratch<QZStringCollection, QZStringFactory>;
 
 }  // namespace
 
@@ -60,7 +34,7 @@ QZIPAddress::QZIPAddress(QZString* text) { Set(text); }
 
 QZIPAddress::QZIPAddress(QZData* data)
 {
-    // Only the size tells the form; the count in front is not looked at.
+    // Only the size determines the form; the count in the first word is not tested.
     const QZInt64 size = data != nullptr ? data->GetSize() : 0;
     if (size != kSizeWithoutPort && size != kSizeWithPort) return;
     for (int i = 0; i < kNumbers; ++i) SetNumber(i, static_cast<QZUInt32>(data->GetValueInt32(1 + i)));
@@ -122,11 +96,11 @@ void QZIPAddress::Set(QZString* text)
     address.Set(text);
     if (address.Contains(':'))
     {
-        Pieces parts(address.Split(static_cast<QZWChar>(':')));
+        QZScopedStringCollection parts(address.Split(static_cast<QZWChar>(':')));
         m_port = static_cast<QZUInt16>(QZConvert::StringToUInt32(parts->GetElement(1)));
         address.Set(parts->GetElement(0));
     }
-    Pieces numbers(address.Split(static_cast<QZWChar>('.')));
+    QZScopedStringCollection numbers(address.Split(static_cast<QZWChar>('.')));
     if (numbers->Count() != kNumbers)
     {
         m_value = 0;
@@ -136,7 +110,7 @@ void QZIPAddress::Set(QZString* text)
             .Argument(QZ_W("QZString*"), text)
             .Exception();
     }
-    // No range is tested: callers see 300 become 44.
+    // The range is not tested: callers get 44 for 300.
     for (int i = 0; i < kNumbers; ++i) SetNumber(i, QZConvert::StringToUInt32(numbers->GetElement(i)));
 }
 
@@ -144,7 +118,7 @@ void QZIPAddress::Set(unsigned int value) { m_value = value; }
 
 QZString* QZIPAddress::ToString()
 {
-    Scratch<QZString, QZStringFactory> text(QZStringFactory::CreateString());
+    QZScopedString text(QZStringFactory::CreateString());
     for (int i = 0; i < kNumbers; ++i)
     {
         if (i > 0) text->Append(".");
@@ -160,9 +134,9 @@ QZString* QZIPAddress::ToString()
 
 QZData* QZIPAddress::ToData()
 {
-    // Port 80 is left out and comes back as 0, while port 0 is written.
+    // Port 80 is not written and is read back as 0; port 0 is written.
     const bool port = m_port != kSilentPort;
-    Scratch<QZData, QZDataFactory> data(QZDataFactory::CreateData());
+    QZScopedData data(QZDataFactory::CreateData());
     data->NewSize(port ? kSizeWithPort : kSizeWithoutPort);
     data->SetValueInt32(0, port ? kNumbers + 1 : kNumbers);
     for (int i = 0; i < kNumbers; ++i) data->SetValueInt32(1 + i, Number(i));

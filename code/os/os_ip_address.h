@@ -1,5 +1,5 @@
-#ifndef QZLIB_OS_OS_IP_ADDRESS_H
-#define QZLIB_OS_OS_IP_ADDRESS_H
+#ifndef QZLIB_OS_IP_ADDRESS_H
+#define QZLIB_OS_IP_ADDRESS_H
 
 #include <concepts>
 
@@ -26,14 +26,14 @@ public:
     template <std::integral T>
     explicit QZIPAddress(T value) : QZIPAddress(static_cast<unsigned int>(value))
     {}
-    /// As Set does with the text.
+    /// Sets the text like Set.
     /// @throws QZException 8192 for a text without four numbers
     explicit QZIPAddress(const char* text);
     explicit QZIPAddress(const QZWChar* text);
     explicit QZIPAddress(QZString* text);
-    /// What ToData made: 20 bytes without, 24 bytes with a port; 0.0.0.0 for any other size.
+    /// The data of ToData: 20 bytes without a port, 24 bytes with one; 0.0.0.0 for any other size.
     explicit QZIPAddress(QZData* data);
-    /// The four numbers, first to last; port 0.
+    /// The four numbers in order; port 0.
     QZIPAddress(unsigned char a1, unsigned char a2, unsigned char a3, unsigned char a4);
 
     QZInt64 GetType() override;
@@ -41,7 +41,7 @@ public:
     unsigned int GetValue();
     void SetValue(unsigned int value);
 
-    /// The numbers of the dotted form, first to last.
+    /// The numbers of the dotted form in order.
     unsigned char GetAddr1();
     unsigned char GetAddr2();
     unsigned char GetAddr3();
@@ -57,14 +57,14 @@ public:
     unsigned short GetThePort();
     void SetThePort(unsigned short port);
 
-    /// Takes "10.0.0.1" or "10.0.0.1:8080". Without a port in the text the port stays as it was. Each number
+    /// Sets "10.0.0.1" or "10.0.0.1:8080". Without a port in the text the port does not change. Each number
     /// is cut to its low byte, the port to 16 bits.
     /// @throws QZException 8192 for a text without four numbers, after which value and port are 0; 256 for an
     ///         empty number
     void Set(const char* text);
     void Set(const QZWChar* text);
     void Set(QZString* text);
-    /// The value; the port stays.
+    /// Sets the value. The port does not change.
     void Set(unsigned int value);
     template <std::integral T>
     void Set(T value)
@@ -72,11 +72,11 @@ public:
         Set(static_cast<unsigned int>(value));
     }
 
-    /// "10.0.0.1:8080", without the port when it is 0 or 80. A new string, given back with Recycle.
+    /// "10.0.0.1:8080", without the port when it is 0 or 80, in a new string; give it back with Recycle.
     QZString* ToString();
 
-    /// 32-bit words: how many follow (4 or 5), the four numbers, and the port unless it is 80. A new buffer,
-    /// given back with Recycle.
+    /// 32-bit words in a new buffer: the number of words that follow (4 or 5), the four numbers, and the port
+    /// unless it is 80. Give the buffer back with Recycle.
     QZData* ToData();
 
     static void Recycle(QZData** data);

@@ -8,9 +8,10 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_time.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "os/os_file.h"
-#include "os/os_path.h"
+#include "os/os_file_directory.h"
 #include "os/os_stream.h"
 
 const QZInt64 QZLog::Type;
@@ -19,24 +20,9 @@ namespace
 {
 const QZWChar* const kClass = QZ_W("QZLog");
 
-/// A text out of the cache, given back at the end of the scope.
-class Held
-{
-public:
-    explicit Held(QZString* text) : m_text(text) {}
-    ~Held() { QZStringFactory::Recycle(&m_text); }
-    Held(const Held&) = delete;
-    Held& operator=(const Held&) = delete;
-    QZString* operator->() const { return m_text; }
-    QZString* Get() const { return m_text; }
-
-private:
-    QZString* m_text;
-};
-
 void WriteMark(QZFileStream* stream, const QZWChar* mark, QZString* time)
 {
-    Held line(QZStringFactory::CreateString(mark));
+    QZScopedString line(QZStringFactory::CreateString(mark));
     line->Append(time);
     line->Append(QZ_W(" -------------------------------"));
     stream->WriteLine(line.Get());
@@ -74,7 +60,7 @@ QZLog* QZLog::Open(const QZWChar* name)
 
 void QZLog::Close(QZLog** log)
 {
-    if (!*log)
+    if (*log == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -83,7 +69,7 @@ void QZLog::Close(QZLog** log)
     *log = nullptr;
     try
     {
-        if (closing->m_stream) QZFileStream::Close(&closing->m_stream);
+        if (closing->m_stream != nullptr) QZFileStream::Close(&closing->m_stream);
     }
     catch (QZException*)
     {
@@ -96,9 +82,9 @@ void QZLog::Close(QZLog** log)
 void QZLog::Init()
 {
     QZDateTime now(QZEnvironment::GetCurrentTimestamp());
-    Held path(QZStringFactory::CreateString(m_directory));
+    QZScopedString path(QZStringFactory::CreateString(m_directory));
     {
-        Held date(QZConvert::DateTimeToStringYMD(&now));
+        QZScopedString date(QZConvert::DateTimeToStringYMD(&now));
         path->Append(QZ_W("/"));
         path->Append(date.Get());
     }
@@ -107,7 +93,7 @@ void QZLog::Init()
     path->Append(m_name);
     path->Append(QZ_W(".txt"));
     if (!QZFile::Exists(path.Get())) QZFile::Create(path.Get());
-    if (m_stream) QZFileStream::Close(&m_stream);
+    if (m_stream != nullptr) QZFileStream::Close(&m_stream);
     m_stream = QZFileStream::Open(path.Get(), QZEncodingType::UTF8);
     m_stream->Seek(m_stream->GetEnd());
     QZDateTime midnight(now.GetYear(), now.GetMonth(), now.GetDay(), 0, 0, 0, 0);
@@ -117,10 +103,10 @@ void QZLog::Init()
 
 void QZLog::WriteEntry(QZString* text)
 {
-    // A rollover that failed left no file open: the next entry tries again.
-    if (!m_stream || QZEnvironment::GetCurrentTimestamp() > m_nextRollover) Init();
+    // After a failed rollover no file is open; the next entry tries again.
+    if (m_stream == nullptr || QZEnvironment::GetCurrentTimestamp() > m_nextRollover) Init();
     QZDateTime now(QZEnvironment::GetCurrentTimestamp());
-    Held time(QZConvert::DateTimeToString(&now));
+    QZScopedString time(QZConvert::DateTimeToString(&now));
     if (m_wrap) WriteMark(m_stream, QZ_W("------------------------------- BEGIN "), time.Get());
     m_stream->WriteLine(text);
     if (m_wrap) WriteMark(m_stream, QZ_W("-------------------------------  END  "), time.Get());
@@ -144,5 +130,5 @@ void QZLog::Write(QZString* text)
 void QZLog::Sync()
 {
     QZCriticalGuard guard(m_lock);
-    if (m_stream) m_stream->Sync();
+    if (m_stream != nullptr) m_stream->Sync();
 }

@@ -7,20 +7,20 @@ class QZCriticalSection;
 class QZFileStream;
 class QZString;
 
-/// A daily text file in UTF-8: "Log", a folder for the date, the name with ".txt".
+/// A daily text file in UTF-8: "Log/<date>/<name>.txt".
 ///
-/// Each entry stands between a BEGIN and an END line with the time. There are no levels. Any thread may
-/// write: an entry goes in whole. Made by Open, given back by Close.
+/// Each entry is written between a BEGIN and an END line with the time. There are no levels. Any thread may
+/// write: entries do not mix. Open makes a log, Close deletes it.
 class QZ_API QZLog : public QZObject
 {
 public:
     static const QZInt64 Type = 0x8300006;
 
-    /// Opens today's file and goes on at its end; missing folders and the file are made.
+    /// Opens today's file for appending; makes missing folders and the file.
     /// @throws QZIOException  what the operations on files and folders throw
     static QZLog* Open(const QZWChar* name);
 
-    /// Writes what is pending, closes the file, deletes the log and clears the variable.
+    /// Writes pending entries, closes the file, deletes the log and clears the variable.
     /// A null in the variable is a QZLibAssert(false).
     static void Close(QZLog** log);
 
@@ -30,10 +30,10 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Appends an entry and brings it to the disk. Past midnight the new day's file is opened first.
+    /// Appends an entry and flushes it to the disk. After midnight it first opens the file of the new day.
     void Write(QZString* text);
 
-    /// Brings what was written to the disk.
+    /// Flushes all entries to the disk.
     void Sync();
 
 private:

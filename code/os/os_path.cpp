@@ -4,6 +4,7 @@
 
 #include "fw/internal/fw_path_text.h"
 #include "fw/internal/fw_trace.h"
+#include "os/os_file_directory.h"
 #include "sys/internal/sys_file.h"
 
 const QZInt64 QZPath::Type;

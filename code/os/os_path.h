@@ -1,14 +1,12 @@
 #ifndef QZLIB_OS_PATH_H
 #define QZLIB_OS_PATH_H
 
-#include "fw/fw_object.h"
+#include "sys/sys_types.h"
 
 class QZString;
-class QZStringCollection;
 
-/// Names taken apart and put together. All static; "/" and "\" separate on both platforms, and the platform's
-/// own one is written. What is answered is a new string, given back with Recycle. A null path counts as
-/// empty.
+/// The parts of a path. All static. Both "/" and "\" are separators on both platforms; the platform's own one
+/// is written. Results are new strings; give them back with Recycle. A null path counts as empty.
 class QZ_API QZPath
 {
 public:
@@ -16,55 +14,22 @@ public:
 
     /// "C:" of "C:\a"; empty for a path without a drive.
     static QZString* GetDrive(QZString* path);
-    /// What stands before the last separator; empty without one.
+    /// The part before the last separator; empty without one.
     static QZString* GetDirectory(QZString* path);
-    /// The directory of the path at level 0, its parent at level 1 and so on; empty past the top.
+    /// GetDirectory applied level + 1 times: the directory for level 0, its parent for level 1; empty above
+    /// the top.
     static QZString* GetDirectory(QZString* path, QZInt64 level);
-    /// What follows the last dot of the name; empty without a dot.
+    /// The part of the name after its last dot; empty without a dot.
     static QZString* GetExtension(QZString* path);
-    /// What follows the last separator.
+    /// The part after the last separator.
     static QZString* GetName(QZString* path);
-    /// The name up to its last dot.
+    /// The name without its last dot and the extension.
     static QZString* GetNameNoExtension(QZString* path);
-    /// Both parts with one separator between them, whatever they end and begin with; an empty part leaves the
-    /// other.
+    /// Both parts with exactly one separator between them; when one part is empty, the other part.
     static QZString* Combine(QZString* first, QZString* second);
-    /// Makes the directory and the parents that are missing. Throws like QZFileDirectory::Create.
+    /// Makes the directory and its missing parents. Throws like QZFileDirectory::Create.
     static void Create(QZString* path);
     static void Recycle(QZString** text);
-};
-
-/// Directories, all static. Paths are narrow, wide or a QZString, at most 255 characters.
-class QZ_API QZFileDirectory : public QZObject
-{
-public:
-    static const QZInt64 Type = 0x81FF400;
-
-    QZInt64 GetType() override;
-
-    /// Makes the directory and the parents that are missing; one that exists is no failure.
-    /// @throws QZIOException 4864 for a path of more than 255 characters, 5888 with the system's number
-    static void Create(const char* path);
-    static void Create(const QZWChar* path);
-    static void Create(QZString* path);
-    /// Only an empty directory can go. Throws like Create.
-    static void Delete(const char* path);
-    static void Delete(const QZWChar* path);
-    static void Delete(QZString* path);
-    /// False for what is missing and for a file. @throws QZIOException 4864
-    static QZBool Exists(const char* path);
-    static QZBool Exists(const QZWChar* path);
-    static QZBool Exists(QZString* path);
-
-    /// The files of a directory, of those below it too when `recursive`, each directory's names in ascending
-    /// order; with their path when `withPath`, else the bare names. Links to directories are not followed. A
-    /// new collection.
-    /// @throws QZIOException 4864, 5888 with the system's number
-    static QZStringCollection* GetFiles(QZString* path, unsigned char recursive, unsigned char withPath);
-    /// The same with the directories, each before what it holds.
-    static QZStringCollection* GetFilesAll(QZString* path, unsigned char recursive, unsigned char withPath);
-    /// Gives the collection back with its strings.
-    static void Recycle(QZStringCollection** collection);
 };
 
 #endif

@@ -23,7 +23,7 @@ constexpr QZInt64 kImagePathUnits = 260;
 
 QZInt64 SystemNumber() { return static_cast<QZInt64>(os::LastError()); }
 
-/// A list of the processes for the time of a call; false when none can be had.
+/// A walk over the processes for the time of a call; false when the system gives no list.
 class Walk
 {
 public:
@@ -34,7 +34,7 @@ public:
 
     explicit operator bool() const { return m_walk != nullptr; }
     bool Next(QZInt64* pid) { return m_walk != nullptr && os::ProcessNext(m_walk, pid); }
-    /// Goes on to the process; false when it is not there.
+    /// Goes to the process with this id; false when there is none.
     bool Find(QZInt64 pid)
     {
         QZInt64 found;
@@ -61,13 +61,13 @@ long long QZProcess::GetPID() { return m_pid; }
 
 long long QZProcess::Read(unsigned int address, void* buffer, long long size)
 {
-    // The number goes where the handle belongs; hosts know that nothing is read.
+    // Passes the id instead of the handle, so nothing is read. Callers rely on the result 0.
     return os::ProcessMemoryRead(m_pid, address, buffer, size);
 }
 
 long long QZProcess::Write(unsigned int address, const void* buffer, long long size)
 {
-    // As in Read: hosts know that nothing is written.
+    // Passes the id as in Read, so nothing is written.
     return os::ProcessMemoryWrite(m_pid, address, buffer, size);
 }
 

@@ -9,6 +9,7 @@
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_line.h"
@@ -18,24 +19,10 @@ namespace
 
 constexpr const QZWChar* kClass = QZ_W("QZSerial");
 constexpr const QZWChar* kPrefix = QZ_W("\\\\.\\");
-/// 38400 and 57600 are not among them, and devices in use are set to one of these.
+/// The accepted speeds. 38400 and 57600 are refused.
 constexpr QZInt64 kSpeeds[] = {2400, 4800, 9600, 19200, 115200, 230400, 460800, 921600, 2000000};
 
-/// A string of the factory for the time of a scope.
-class Text
-{
-public:
-    explicit Text(QZString* text) : m_text(text) {}
-    ~Text() { QZStringFactory::Recycle(&m_text); }
-    Text(const Text&) = delete;
-    Text& operator=(const Text&) = delete;
-    QZString* Get() const { return m_text; }
-
-private:
-    QZString* m_text;
-};
-
-/// What the port record holds.
+/// The content of the port record.
 struct PortRecord
 {
     os::Line* line;
@@ -116,8 +103,8 @@ QZSerial::~QZSerial() { Close(); }
 
 void QZSerial::Connect(QZString* path, QZInt64 baud)
 {
-    const Text device(WithPrefix(path));
-    // The old record leaves the field before the system is asked, so that a refusal leaves the port closed.
+    const QZScopedString device(WithPrefix(path));
+    // The old record is removed first, so that the port is closed when the system refuses.
     if (OpenLine() != nullptr) m_left.push_back(m_port);
     m_port.reset();
     void* record = QZMemory::CreateBuffer(sizeof(PortRecord));
@@ -134,7 +121,7 @@ void QZSerial::Connect(QZString* path, QZInt64 baud)
     }
     m_port = std::make_shared<Port>(new (record) PortRecord{line});
 
-    // The speed is looked at only now: hosts see a wrong one touch the port.
+    // The speed is tested only after the port was opened: callers see the port being opened and closed.
     if (std::find(std::begin(kSpeeds), std::end(kSpeeds), baud) == std::end(kSpeeds))
     {
         Close();
@@ -238,7 +225,7 @@ int QZSerial::TryRead(void* buffer, int length)
     if (line == nullptr || !os::LineQueued(line, &queued)) return 0;
     try
     {
-        // What was asked of the line is answered, not what Read counted.
+        // Returns the requested count, not the count of Read.
         const int amount = queued <= length ? static_cast<int>(queued) : length;
         Read(buffer, amount);
         return amount;
@@ -271,7 +258,7 @@ int QZSerial::ReadByte(unsigned char* byte) { return Read(byte, 1); }
 QZBool QZSerial::SetBaud(unsigned short baud)
 {
     os::Line* line = OpenLine();
-    // The port is set to the speed that it has; hosts count on the new one with the next connection only.
+    // The line gets its current speed again; only the next connection uses the new one.
     if (line == nullptr || !os::LineSetSpeed(line, m_baud)) return 0;
     m_baud = baud;
     return 1;

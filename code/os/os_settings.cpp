@@ -8,10 +8,10 @@
 #include "fw/fw_encoding.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
-#include "os/os_file.h"
+#include "os/internal/os_opened_file.h"
 
 const QZInt64 QZSettingsAdapter::Type;
 
@@ -19,60 +19,41 @@ namespace
 {
 const QZWChar* const kClass = QZ_W("QZSettingsAdapter");
 
-/// Room that a text gets beyond its need when a value changes.
+/// Spare bytes that a text gets when a value changes.
 constexpr QZInt64 kSpare = 2048;
 
 void* Allocate(QZInt64 size, const QZWChar* method)
 {
     void* buffer = MemoryAllocateClean(size);
-    if (buffer) return buffer;
+    if (buffer != nullptr) return buffer;
     throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), kClass,
                   method)
         .Argument(QZ_W("QZInt64"), size)
         .Exception();
 }
 
-/// The bytes of a text in an encoding, from the cache and back to it.
+/// The bytes of a text in an encoding.
 class Encoded
 {
 public:
     Encoded(QZInt64 encoding, QZString* text) : m_data(QZDataFactory::CreateData())
     {
-        try
-        {
-            if (text && text->GetLength() > 0) QZEncoding::GetData(encoding, text, m_data);
-        }
-        catch (QZException*)
-        {
-            QZDataFactory::Recycle(&m_data);
-            throw;
-        }
+        if (text != nullptr && text->GetLength() > 0) QZEncoding::GetData(encoding, text, m_data.Get());
     }
-    ~Encoded() { QZDataFactory::Recycle(&m_data); }
-    Encoded(const Encoded&) = delete;
-    Encoded& operator=(const Encoded&) = delete;
 
     const void* Pointer() const { return m_data->GetPointer(); }
     QZInt64 Size() const { return m_data->GetSize(); }
 
 private:
-    QZData* m_data;
+    QZScopedData m_data;
 };
 
-/// A path of any form as an object, for the time of a call.
+/// A path in any form as a string, for the time of a call.
 template <typename Path>
-class PathText
+QZScopedString TextOf(Path path)
 {
-public:
-    explicit PathText(Path path) : m_text(QZStringFactory::CreateString(path)) {}
-    ~PathText() { QZStringFactory::Recycle(&m_text); }
-    PathText(const PathText&) = delete;
-    PathText& operator=(const PathText&) = delete;
-    QZString* Get() const { return m_text; }
-
-private:
-    QZString* m_text;
-};
+    return QZScopedString(QZStringFactory::CreateString(path));
+}
 }  // namespace
 
 QZSettingsAdapter::QZSettingsAdapter() : m_encoding(QZEncodingType::UTF8) {}
@@ -97,9 +78,9 @@ QZSettingsAdapter& QZSettingsAdapter::operator=(const QZSettingsAdapter& other)
     m_saveOnChange = other.m_saveOnChange;
     m_encoding = other.m_encoding;
     m_fromFile = other.m_fromFile;
-    if (other.m_path)
+    if (other.m_path != nullptr)
     {
-        if (!m_path) m_path = static_cast<char*>(Allocate(kPathBytes, QZ_W("operator=")));
+        if (m_path == nullptr) m_path = static_cast<char*>(Allocate(kPathBytes, QZ_W("operator=")));
         std::memcpy(m_path, other.m_path, kPathBytes);
     }
     return *this;
@@ -107,15 +88,15 @@ QZSettingsAdapter& QZSettingsAdapter::operator=(const QZSettingsAdapter& other)
 
 QZSettingsAdapter::~QZSettingsAdapter()
 {
-    if (m_path) MemoryFree(m_path);
-    if (m_text) MemoryFree(m_text);
+    if (m_path != nullptr) MemoryFree(m_path);
+    if (m_text != nullptr) MemoryFree(m_text);
 }
 
 QZInt64 QZSettingsAdapter::GetType() { return 0x81FFB00; }
 
 void QZSettingsAdapter::Take(void* text, QZInt64 length)
 {
-    if (m_text) MemoryFree(m_text);
+    if (m_text != nullptr) MemoryFree(m_text);
     m_text = text;
     m_length = length;
 }
@@ -130,38 +111,34 @@ void QZSettingsAdapter::LoadFile(QZString* path)
             .Argument(QZ_W("QZString*"), path)
             .Exception();
     }
-    QZFile* file = QZFile::Open(path, QZFileOptions::Read | QZFileOptions::ShareReadWrite);
-    void* text = nullptr;
-    QZInt64 length = 0;
+    QZOpenedFile file(QZFile::Open(path, QZFileOptions::Read | QZFileOptions::ShareReadWrite));
     try
     {
         const QZInt64 size = file->GetSize();
-        text = Allocate(size + 1, QZ_W("Load"));
-        length = file->Read(0, text, size);
+        QZScopedBuffer text(Allocate(size + 1, QZ_W("Load")));
+        const QZInt64 length = file->Read(0, text.Get(), size);
+        Take(text.Release(), length);
     }
     catch (QZException* e)
     {
-        if (text) MemoryFree(text);
-        QZFile::Close(&file);
         QZTrace(e, kClass, QZ_W("Load")).Argument(QZ_W("QZString*"), path);
         throw;
     }
-    QZFile::Close(&file);
-    Take(text, length);
-    if (!m_path) m_path = static_cast<char*>(Allocate(kPathBytes, QZ_W("Load")));
+    file.Reset();
+    if (m_path == nullptr) m_path = static_cast<char*>(Allocate(kPathBytes, QZ_W("Load")));
     std::memset(m_path, 0, kPathBytes);
     std::memcpy(m_path, narrow.Pointer(), static_cast<std::size_t>(narrow.Size()));
     m_fromFile = 1;
 }
 
-void QZSettingsAdapter::Load(const char* path) { LoadFile(PathText(path).Get()); }
-void QZSettingsAdapter::Load(const QZWChar* path) { LoadFile(PathText(path).Get()); }
-void QZSettingsAdapter::Load(QZString* path) { LoadFile(PathText(path).Get()); }
+void QZSettingsAdapter::Load(const char* path) { LoadFile(TextOf(path).Get()); }
+void QZSettingsAdapter::Load(const QZWChar* path) { LoadFile(TextOf(path).Get()); }
+void QZSettingsAdapter::Load(QZString* path) { LoadFile(TextOf(path).Get()); }
 void QZSettingsAdapter::Load(const void* path) { Load(static_cast<const char*>(path)); }
 
 void QZSettingsAdapter::Load(const void* text, QZInt64 size)
 {
-    if (size < 0 || (!text && size > 0))
+    if (size < 0 || ((text == nullptr) && size > 0))
     {
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
                       QZ_W("Load"))
@@ -178,7 +155,7 @@ void QZSettingsAdapter::Load(const void* text, QZInt64 size)
 void QZSettingsAdapter::Save()
 {
     if (!m_fromFile) return;
-    QZFile* file = QZFile::Open(m_path);
+    QZOpenedFile file(QZFile::Open(m_path));
     try
     {
         if (m_length > 0) file->Write(0, m_text, m_length);
@@ -186,11 +163,9 @@ void QZSettingsAdapter::Save()
     }
     catch (QZException* e)
     {
-        QZFile::Close(&file);
         QZTrace(e, kClass, QZ_W("Save"));
         throw;
     }
-    QZFile::Close(&file);
 }
 
 QZInt64 QZSettingsAdapter::CopySettingsToBuf(void* target)
@@ -215,7 +190,7 @@ QZInt64 QZSettingsAdapter::ValueEnd(QZInt64 begin) const
 {
     const char* text = static_cast<const char*>(m_text);
     QZInt64 end = begin;
-    // A semicolon ends a value too, so that a comment may follow it on the line.
+    // A semicolon ends the value, so that a comment can follow on the line.
     while (end < m_length && text[end] != '\r' && text[end] != ';') ++end;
     return end;
 }
@@ -233,21 +208,17 @@ QZString* QZSettingsAdapter::GetValue(QZString* key)
     const QZInt64 begin = FindValue(key);
     const QZInt64 length = begin < 0 ? 0 : ValueEnd(begin) - begin;
     if (length == 0) return QZStringFactory::CreateString();
-    QZData* bytes = QZDataFactory::CreateData();
-    QZString* value = nullptr;
+    QZScopedData bytes(QZDataFactory::CreateData());
     try
     {
         bytes->Set(static_cast<const char*>(m_text) + begin, length);
-        value = QZEncoding::GetString(m_encoding, bytes);
+        return QZEncoding::GetString(m_encoding, bytes.Get());
     }
     catch (QZException* e)
     {
-        QZDataFactory::Recycle(&bytes);
         QZTrace(e, kClass, QZ_W("GetValue")).Argument(QZ_W("QZString*"), key);
         throw;
     }
-    QZDataFactory::Recycle(&bytes);
-    return value;
 }
 
 void QZSettingsAdapter::ReplaceBytes(QZInt64 begin, QZInt64 end, const void* bytes, QZInt64 size)
@@ -262,24 +233,15 @@ void QZSettingsAdapter::ReplaceBytes(QZInt64 begin, QZInt64 end, const void* byt
 
 void QZSettingsAdapter::AddLine(QZString* key, QZString* value)
 {
-    QZString* line = QZStringFactory::CreateString();
-    try
-    {
-        const char* text = static_cast<const char*>(m_text);
-        // The line stands by itself, also behind a last line without an end.
-        if (m_length > 0 && text[m_length - 1] != '\n') line->Append(QZ_W("\r\n"));
-        line->Append(key);
-        line->Append(value);
-        line->Append(QZ_W("\r\n"));
-        Encoded bytes(m_encoding, line);
-        ReplaceBytes(m_length, m_length, bytes.Pointer(), bytes.Size());
-    }
-    catch (QZException*)
-    {
-        QZStringFactory::Recycle(&line);
-        throw;
-    }
-    QZStringFactory::Recycle(&line);
+    QZScopedString line(QZStringFactory::CreateString());
+    const char* text = static_cast<const char*>(m_text);
+    // A last line without a line end gets one first, so that the new entry is a line of its own.
+    if (m_length > 0 && text[m_length - 1] != '\n') line->Append(QZ_W("\r\n"));
+    line->Append(key);
+    line->Append(value);
+    line->Append(QZ_W("\r\n"));
+    Encoded bytes(m_encoding, line.Get());
+    ReplaceBytes(m_length, m_length, bytes.Pointer(), bytes.Size());
 }
 
 void QZSettingsAdapter::SetValue(QZString* key, QZString* value)

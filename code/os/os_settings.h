@@ -5,12 +5,11 @@
 
 class QZString;
 
-/// Settings as text, edited in place: when a value changes, comments and layout around it stay.
+/// Settings as text, edited in place: when a value changes, the comments and the layout around it stay.
 ///
-/// A key is a run of bytes that is searched for as it stands, so it includes what separates it from its
-/// value, such as "name=". The value runs from there to the first CR or semicolon, or to the end of the text.
-/// A derived class offers typed settings over the protected operations. The whole text lies in memory. One
-/// thread at a time.
+/// A key is searched for as a sequence of bytes, so it includes the separator before the value: "name=". The
+/// value ends before the first CR or semicolon, or at the end of the text. Derived classes offer typed
+/// settings with the protected operations. The whole text is in memory. One thread at a time.
 class QZ_API QZSettingsAdapter : public QZObject
 {
 public:
@@ -18,13 +17,13 @@ public:
 
     /// No text and no file.
     QZSettingsAdapter();
-    /// Load the file at the path.
+    /// Load the file.
     explicit QZSettingsAdapter(const char* path);
     explicit QZSettingsAdapter(const QZWChar* path);
     explicit QZSettingsAdapter(QZString* path);
-    /// @param path  a zero-ended path in the narrow page
+    /// @param path  a path in the narrow page with a terminating zero
     explicit QZSettingsAdapter(const void* path);
-    /// Takes a copy of a text in memory.
+    /// Copies a text in memory.
     QZSettingsAdapter(const void* text, QZInt64 size);
 
     QZSettingsAdapter(const QZSettingsAdapter& other);
@@ -33,29 +32,28 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Reads the whole file and remembers the path for Save.
+    /// Reads the whole file and stores the path for Save.
     /// @throws QZIOException 4864 for a path of more than 254 bytes, else what QZFile::Open and QZFile::Read
     /// throw
     void Load(const char* path);
     void Load(const QZWChar* path);
     void Load(QZString* path);
     void Load(const void* path);
-    /// Takes a copy of a text in memory; Save then does nothing.
-    /// @throws QZException 256 for a negative size or a null text of some size
+    /// Copies a text in memory. Save then does nothing.
+    /// @throws QZException 256 for a negative size, and for a null text with a size above 0
     void Load(const void* text, QZInt64 size);
 
-    /// Writes the text to its file and cuts the file to the text's length. Without a file it does nothing.
+    /// Writes the text to its file and sets the file to the length of the text. Does nothing without a file.
     void Save();
 
-    /// Copies the text and answers its length in bytes.
+    /// Copies the text to the target and returns its length in bytes.
     QZInt64 CopySettingsToBuf(void* target);
     QZInt64 GetSettingsSize();
 
     static void Recycle(QZString** text);
 
 protected:
-    /// Puts a value in the place of the old one. A key that is not there is added as a line of its own at the
-    /// end.
+    /// Replaces a value. A missing key is added with the value as a line at the end.
     void SetValue(QZString* key, QZString* value);
     /// The value in a new string, empty for a missing key.
     QZString* GetValue(QZString* key);
@@ -63,9 +61,9 @@ protected:
     QZInt64 GetLength(QZString* key);
     QZBool IsKeyExists(QZString* key);
 
-    /// Not 0: every SetValue saves.
+    /// When not 0, every SetValue calls Save.
     QZByte m_saveOnChange = 1;
-    /// Of keys and values, a QZEncodingType value.
+    /// The encoding of keys and values, a QZEncodingType value.
     QZInt64 m_encoding;
 
 private:

@@ -20,12 +20,12 @@ namespace
 constexpr const QZWChar* kClass = QZ_W("QZSocket");
 constexpr const QZWChar* kSend = QZ_W("Send");
 constexpr const QZWChar* kRecv = QZ_W("Recv");
-constexpr long long kPiece = 4096;
+constexpr QZInt64 kPiece = 4096;
 constexpr int kRetries = 255;
 
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
-/// A frame of the forms that take a handle.
+/// Adds the trace frame of an operation with a handle argument.
 template <typename E>
 E* Traced(E* exception, const QZWChar* method, long long handle, const void* buffer, long long size)
 {
@@ -36,7 +36,7 @@ E* Traced(E* exception, const QZWChar* method, long long handle, const void* buf
         .Exception();
 }
 
-/// A frame of the forms on the own handle.
+/// Adds the trace frame of an operation on the socket's own handle.
 template <typename E>
 E* Traced(E* exception, const QZWChar* method, const void* buffer, long long size)
 {
@@ -53,13 +53,13 @@ void RequireSize(const QZWChar* method, const void* buffer, long long size)
                      size);
 }
 
-/// The patience of one Send while the system has no room.
+/// The time limit of one Send while the system has no room.
 class Retry
 {
 public:
     Retry() : m_start(QZEnvironment::GetCurrentTimestamp()) {}
 
-    /// Counts one more attempt without room; false when the time is over.
+    /// Called after an attempt without room; false when the time is over.
     bool Again()
     {
         if (--m_left > 0) return true;
@@ -97,7 +97,7 @@ QZSocket::QZSocket(long long handle) : m_peer(std::make_shared<Peer>(QZObject::G
 QZSocket::QZSocket(const QZSocket& other) = default;
 QZSocket& QZSocket::operator=(const QZSocket& other) = default;
 
-// The handle stays open: it is its user's.
+// The handle stays open: the socket does not own it.
 QZSocket::~QZSocket() = default;
 
 QZInt64 QZSocket::GetType() { return 0x8310006; }
@@ -164,7 +164,7 @@ long long QZSocket::Send(long long handle, const void* buffer, long long size)
 {
     if (size == 0) return 0;
     Retry retry;
-    long long sent = 0;
+    QZInt64 sent = 0;
     while (sent < size)
     {
         const QZInt64 moved =

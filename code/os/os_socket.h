@@ -1,5 +1,5 @@
-#ifndef QZLIB_OS_OS_SOCKET_H
-#define QZLIB_OS_OS_SOCKET_H
+#ifndef QZLIB_OS_SOCKET_H
+#define QZLIB_OS_SOCKET_H
 
 #include <memory>
 
@@ -18,9 +18,9 @@ public:
 
 /// A socket handle with the address of its peer.
 ///
-/// The address belongs to the socket. The handle does not: a plain QZSocket leaves it open when it goes, and
-/// Close gives it back to the system. A handle that was closed is never closed there a second time. A copy
-/// made by value shares address and handle. One thread at a time; the static operations keep nothing.
+/// The socket owns the address, not the handle: the destructor of a plain QZSocket leaves the handle open;
+/// Close closes it. A handle is closed only once. A copy made by value shares address and handle. One thread
+/// at a time; the static operations have no state.
 ///
 /// Failures are QZSocketException objects. Socket failures have the numbers of Windows on every platform.
 class QZ_API QZSocket : public QZObject
@@ -28,10 +28,10 @@ class QZ_API QZSocket : public QZObject
 public:
     static const QZInt64 Type = 0x8310006;
 
-    /// Milliseconds for which Send goes on trying while the system has no room.
+    /// How long Send tries again while the system has no room, in milliseconds.
     static int Timeout;
 
-    /// Closed.
+    /// A socket without a handle.
     QZSocket();
     explicit QZSocket(long long handle);
     QZSocket(const QZSocket& other);
@@ -40,22 +40,22 @@ public:
 
     QZInt64 GetType() override;
 
-    /// The static Send on the own handle; -1 without a handle.
+    /// The static Send with the socket's handle; -1 without a handle.
     /// @throws QZException 256 for a negative size
     virtual long long Send(const void* buffer, long long size);
 
-    /// The static Recv on the own handle; -1 without a handle.
+    /// The static Recv with the socket's handle; -1 without a handle.
     /// @throws QZException 256 for a negative size
     virtual long long Recv(void* buffer, long long size);
 
     virtual void Close();
 
-    /// The peer's address, owned by the socket.
+    /// The peer's address. The socket owns it.
     virtual QZIPAddress* GetIPAddress();
 
-    /// 0 when closed.
+    /// The handle; 0 when closed.
     virtual long long GetHandle();
-    /// Takes another handle; the old one stays open.
+    /// Sets another handle. The old one stays open.
     virtual void SetHandle(long long handle);
 
     /// Sends all bytes, in pieces of at most 4096. While the system has no room it tries again without a
@@ -66,20 +66,20 @@ public:
     ///         long, 4096 when the connection is closed, and the codes of the system's failures
     static long long Send(long long handle, const void* buffer, long long size);
 
-    /// Receives once, up to size bytes. 0 means that there is nothing now; the end of the stream is an
-    /// exception.
+    /// Receives once, up to `size` bytes. 0 means that no bytes have been received yet; the end of the stream
+    /// is an exception.
     /// @throws QZSocketException 4096 at the end of the stream, 512 when a blocking receive took too long,
-    /// and
-    ///         the codes of the system's failures
+    /// and the
+    ///         codes of the system's failures
     static long long Recv(long long handle, void* buffer, long long size);
 
 protected:
-    /// A new exception for a failure of the system; whoever takes it throws it.
+    /// Makes the exception for a failure number of the system. The caller throws it.
     static QZSocketException* SysErrCodeToException(int code);
 
-    /// Gives the handle back to the system, once; the field keeps its value.
+    /// Closes the handle if it is open. The field keeps its value.
     void CloseHandle();
-    /// True while the field holds a handle that was closed already.
+    /// True when the handle in the field has been closed.
     bool IsStale() const;
 
     long long m_handle = 0;
@@ -88,7 +88,7 @@ private:
     struct Peer;
 
     std::shared_ptr<Peer> m_peer;
-    /// Tells all copies that the handle is gone; null without a handle.
+    /// Shared by all copies: true when the handle has been closed. Null without a handle.
     std::shared_ptr<bool> m_closed;
 };
 

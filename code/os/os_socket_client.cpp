@@ -114,7 +114,7 @@ void QZSocketClient::Init(QZIPAddress* address, unsigned short port, int sendTim
             .Argument(QZ_W("QZUInt64"), static_cast<QZInt64>(protocol))
             .Exception();
     };
-    // From here on the field keeps the closed value; callers find it there after a failure.
+    // After a failure the field keeps the closed handle; callers read it there.
     auto closeAndFail = [&](QZInt64 code) {
         CloseHandle();
         fail(code);
@@ -134,7 +134,7 @@ void QZSocketClient::Init(QZIPAddress* address, unsigned short port, int sendTim
 
     if (udp) return;
     if (!tcp) closeAndFail(QZSocketExceptionCode::SocketErrorInvalidProtocol);
-    // A connection that does not stand at once counts as failed, on a socket that does not block too.
+    // A connection that is not made at once counts as failed, also on a non-blocking socket.
     if (!os::SocketConnect(m_handle, address->ToUInt32(), port))
         closeAndFail(QZSocketExceptionCode::SocketConnectFailed);
 }

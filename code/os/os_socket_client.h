@@ -1,18 +1,18 @@
-#ifndef QZLIB_OS_OS_SOCKET_CLIENT_H
-#define QZLIB_OS_OS_SOCKET_CLIENT_H
+#ifndef QZLIB_OS_SOCKET_CLIENT_H
+#define QZLIB_OS_SOCKET_CLIENT_H
 
 #include "os/os_socket.h"
 
 /// A socket that connects to an address.
 ///
-/// It owns its handle and gives it back when it goes. After a Connect that failed the handle keeps the value
-/// of the socket that was closed; the next Connect replaces it. One thread at a time.
+/// It owns its handle; the destructor closes it. After a failed Connect the handle keeps the value of the
+/// closed socket until the next Connect. One thread at a time.
 class QZ_API QZSocketClient : public QZSocket
 {
 public:
     static const QZInt64 Type = 0x8310007;
 
-    /// Milliseconds: both limits of a Connect that names none.
+    /// The send and receive limits of a Connect without limits, in milliseconds.
     static const int DefaultTimeout = 60000;
 
     QZSocketClient();
@@ -29,18 +29,18 @@ public:
     void Close() override;
     long long GetHandle() override;
 
-    /// Closes what is open and connects anew. Time limits of sending and receiving are in milliseconds; with
-    /// `blocking` 0 the socket does not block. Datagram sockets are made and not connected.
+    /// Closes an open socket and connects a new one. The limits of sends and receives are in milliseconds;
+    /// with `blocking` 0 the socket does not block. A datagram socket is made but not connected.
     /// @param protocol  of QZSocketProtocol
-    /// @throws QZSocketException 1280 when there is no such socket, 1792 when its mode cannot be set, 1536
-    /// when
-    ///         there is no connection at once
+    /// @throws QZSocketException 1280 when no socket can be made, 1792 when its mode cannot be set, 1536 when
+    /// there
+    ///         is no connection at once
     virtual void Connect(QZIPAddress* address, unsigned short port, int sendTimeout, int recvTimeout,
                          unsigned char blocking, unsigned long long protocol);
     /// TCP.
     virtual void Connect(QZIPAddress* address, unsigned short port, int sendTimeout, int recvTimeout,
                          unsigned char blocking);
-    /// TCP, blocking, default limits; the address's own port.
+    /// TCP, blocking, with the default limits. Without a port: the port of the address.
     virtual void Connect(QZIPAddress* address);
     virtual void Connect(QZIPAddress* address, unsigned short port);
 

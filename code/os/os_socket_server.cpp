@@ -71,7 +71,7 @@ void QZSocketServer::Init(unsigned short port, int sendTimeout, int recvTimeout,
     os::SocketSetSendTimeout(m_handle, static_cast<QZUInt32>(sendTimeout));
     os::SocketSetReceiveTimeout(m_handle, static_cast<QZUInt32>(recvTimeout));
     if (!os::SocketBind(m_handle, port)) closeAndFail(QZSocketExceptionCode::SocketBindFailed);
-    // Whether it listens is not asked; a server that does not accepts nothing.
+    // A failure to listen is not reported; such a server accepts no connection.
     if (tcp) os::SocketListen(m_handle, backlog);
     m_port = port;
 }
@@ -85,7 +85,7 @@ void QZSocketServer::Accept(QZSocket* target)
     if (handle == 0) return;
     target->SetHandle(handle);
     target->GetIPAddress()->SetValue(address);
-    // The port goes in as it came over the wire: callers swap its bytes themselves.
+    // The port stays in network order: callers swap its bytes.
     target->GetIPAddress()->SetThePort(port);
 }
 
@@ -93,7 +93,7 @@ long long QZSocketServer::GetHandle() { return m_handle; }
 
 void QZSocketServer::CloseServer()
 {
-    // The field keeps its value, and the system is told once.
+    // The field keeps its value; the handle is closed once.
     if (m_closed == nullptr || m_closed->exchange(true)) return;
     os::SocketClose(m_handle);
 }

@@ -1,5 +1,5 @@
-#ifndef QZLIB_OS_OS_SOCKET_SERVER_H
-#define QZLIB_OS_OS_SOCKET_SERVER_H
+#ifndef QZLIB_OS_SOCKET_SERVER_H
+#define QZLIB_OS_SOCKET_SERVER_H
 
 #include <atomic>
 #include <memory>
@@ -10,21 +10,21 @@ class QZSocket;
 
 /// A socket that listens on a port of every address of this host.
 ///
-/// It owns its handle and gives it back to the system once: with CloseServer, or when it goes. One thread at
-/// a time, but CloseServer may end an Accept that waits on another thread.
+/// It owns its handle; CloseServer or the destructor closes it. One thread at a time, but CloseServer may end
+/// an Accept that waits on another thread.
 class QZ_API QZSocketServer : public QZObject
 {
 public:
     static const QZInt64 Type = 0x8310008;
 
-    /// TCP, blocking, limits of 60000 ms, up to 511 connections in waiting.
+    /// TCP, blocking, limits of 60000 ms, at most 511 waiting connections.
     explicit QZSocketServer(unsigned short port);
     QZSocketServer(unsigned short port, int sendTimeout, int recvTimeout, unsigned char blocking,
                    int backlog);
     /// @param protocol  of QZSocketProtocol; a datagram socket is bound and does not listen
-    /// @throws QZSocketException, with the system's text, 1280 when there is no such socket, 1792 when its
-    /// mode
-    ///         cannot be set, 2048 when the port cannot be had
+    /// @throws QZSocketException with the system's text: 1280 when no socket can be made, 1792 when its mode
+    /// cannot
+    ///         be set, 2048 when the port cannot be bound
     QZSocketServer(unsigned short port, int sendTimeout, int recvTimeout, unsigned char blocking, int backlog,
                    unsigned long long protocol);
     QZSocketServer(const QZSocketServer& other);
@@ -33,11 +33,11 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Takes the next connection: the target gets its handle and its peer's address. The port of that address
-    /// is in network order, byte-swapped. On failure nothing happens.
+    /// Waits for the next connection. The target gets its handle and its peer's address. The port of that
+    /// address is in network order, byte-swapped. On failure the target is unchanged.
     void Accept(QZSocket* target);
 
-    /// Keeps its value after CloseServer.
+    /// The handle. It keeps its value after CloseServer.
     long long GetHandle();
 
     void CloseServer();
@@ -48,7 +48,7 @@ private:
 
     long long m_handle = 0;
     QZUInt16 m_port = 0;
-    /// Tells all copies that the handle is gone; null before there is one.
+    /// Shared by all copies: true when the handle has been closed. Null before there is one.
     std::shared_ptr<std::atomic<bool>> m_closed;
 };
 

@@ -7,8 +7,9 @@
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
-#include "os/os_file.h"
+#include "os/internal/os_opened_file.h"
 #include "os/os_thread.h"
 
 const QZInt64 QZStream::MemorySizeDefault;
@@ -17,8 +18,8 @@ const QZInt64 QZFileStream::Type;
 namespace
 {
 
-/// Bytes from a position to the end. A host may seek to any position, so far before the start that this
-/// wraps; nothing is read then.
+/// The number of bytes from a position to the end. A position far before the start makes it wrap around;
+/// nothing is read then.
 QZInt64 Left(QZInt64 end, QZInt64 position)
 {
     return static_cast<QZInt64>(static_cast<QZUInt64>(end) - static_cast<QZUInt64>(position));
@@ -63,10 +64,10 @@ void QZStream::Seek(QZInt64 position) { m_position = position; }
 namespace
 {
 
-/// Bytes that ReadLine looks at in one go.
-constexpr QZInt64 WindowSize = 256;
+/// The number of bytes that ReadLine searches together.
+constexpr QZInt64 kWindowSize = 256;
 
-/// CR LF in an encoding.
+/// The bytes of CR LF in an encoding, and the bytes of a character.
 struct LineEnd
 {
     unsigned char bytes[8];
@@ -94,25 +95,10 @@ QZInt64 FindLineEnd(const LineEnd& lineEnd, const unsigned char* window, QZInt64
     return -1;
 }
 
-/// A string that goes back to its factory at the end of the scope.
-class ScratchString
-{
-public:
-    ScratchString() : m_string(QZStringFactory::CreateString()) {}
-    ~ScratchString() { QZStringFactory::Recycle(&m_string); }
-    ScratchString(const ScratchString&) = delete;
-    ScratchString& operator=(const ScratchString&) = delete;
-
-    QZString* Get() const { return m_string; }
-
-private:
-    QZString* m_string;
-};
-
 void AppendDecoded(QZInt64 encoding, unsigned char* bytes, QZInt64 size, QZString* text)
 {
     if (size <= 0) return;
-    ScratchString piece;
+    QZScopedString piece(QZStringFactory::CreateString());
     QZEncoding::GetString(encoding, bytes, size, piece.Get());
     text->Append(piece.Get());
 }
@@ -133,7 +119,7 @@ QZFileStream::~QZFileStream()
     }
     catch (QZException* e)
     {
-        // Close has reported by now; an owner who deletes the stream outright has no way to hear of it.
+        // Close has reported the failure; deleting the stream directly cannot report one.
         QZExceptionFactory::Recycle(&e);
     }
     DeleteBlocks();
@@ -146,15 +132,16 @@ QZFileStream* QZFileStream::Open(QZString* path) { return Open(path, 0); }
 
 QZFileStream* QZFileStream::Open(QZString* path, QZInt64 encoding)
 {
-    QZFile* file = nullptr;
     try
     {
-        file = QZFile::Open(path);
-        return new QZFileStream(file, encoding ? encoding : file->GetTextFileEncodingType());
+        QZOpenedFile file(QZFile::Open(path));
+        QZFileStream* stream =
+            new QZFileStream(file.Get(), encoding != 0 ? encoding : file->GetTextFileEncodingType());
+        file.Release();
+        return stream;
     }
     catch (QZException* e)
     {
-        if (file) QZFile::Close(&file);
         QZTrace(e, QZ_W("QZFileStream"), QZ_W("Open"))
             .Argument(QZ_W("QZString*"), path)
             .Argument(QZ_W("QZInt64"), encoding);
@@ -164,7 +151,7 @@ QZFileStream* QZFileStream::Open(QZString* path, QZInt64 encoding)
 
 void QZFileStream::Close(QZFileStream** stream)
 {
-    if (!stream || !*stream)
+    if (stream == nullptr || *stream == nullptr)
     {
         QZLibAssert(0);
         return;
@@ -196,7 +183,7 @@ QZInt64 QZFileStream::ReadLine(QZString* text)
     text->Clear();
     if (m_position >= m_end) return -1;
     const LineEnd lineEnd = LineEndOf(m_encoding);
-    unsigned char window[WindowSize];
+    unsigned char window[kWindowSize];
     while (m_position < m_end && !QZThread::IsThreadsAbort())
     {
         const QZInt64 left = Left(m_end, m_position);
@@ -205,9 +192,9 @@ QZInt64 QZFileStream::ReadLine(QZString* text)
             m_position = m_end;
             break;
         }
-        const QZInt64 size = left < WindowSize ? left : WindowSize;
+        const QZInt64 size = left < kWindowSize ? left : kWindowSize;
         QZBuffer::Read(m_position, window, size);
-        // A pair that lies across two windows is not seen: each window is searched and decoded by itself.
+        // Each window is searched and decoded by itself, so a CR LF across two windows is not found.
         const QZInt64 found = FindLineEnd(lineEnd, window, size);
         AppendDecoded(m_encoding, window, found < 0 ? size : found, text);
         m_position += found < 0 ? size : found + lineEnd.size;
@@ -218,23 +205,19 @@ QZInt64 QZFileStream::ReadLine(QZString* text)
 
 QZString* QZFileStream::ReadToEnd()
 {
-    QZString* text = QZStringFactory::CreateString();
-    QZData* data = nullptr;
+    QZScopedString text(QZStringFactory::CreateString());
     try
     {
         if (m_position < m_end)
         {
-            data = QZBuffer::Read(m_position, Left(m_end, m_position));
+            QZScopedData data(QZBuffer::Read(m_position, Left(m_end, m_position)));
             m_position = m_end;
-            QZEncoding::GetString(m_encoding, data, text);
-            QZDataFactory::Recycle(&data);
+            QZEncoding::GetString(m_encoding, data.Get(), text.Get());
         }
-        return text;
+        return text.Release();
     }
     catch (QZException* e)
     {
-        if (data) QZDataFactory::Recycle(&data);
-        QZStringFactory::Recycle(&text);
         QZTrace(e, QZ_W("QZFileStream"), QZ_W("ReadToEnd"));
         throw;
     }
@@ -242,18 +225,15 @@ QZString* QZFileStream::ReadToEnd()
 
 QZInt64 QZFileStream::Write(QZString* text)
 {
-    if (!text || text->GetSize() == 0) return 0;
-    QZData* data = QZDataFactory::CreateData();
+    if (text == nullptr || text->GetSize() == 0) return 0;
+    QZScopedData data(QZDataFactory::CreateData());
     try
     {
-        QZEncoding::GetData(m_encoding, text, data);
-        const QZInt64 count = QZStream::Write(data->GetPointer(), data->GetSize());
-        QZDataFactory::Recycle(&data);
-        return count;
+        QZEncoding::GetData(m_encoding, text, data.Get());
+        return QZStream::Write(data->GetPointer(), data->GetSize());
     }
     catch (QZException* e)
     {
-        QZDataFactory::Recycle(&data);
         QZTrace(e, QZ_W("QZFileStream"), QZ_W("Write")).Argument(QZ_W("QZString*"), text);
         throw;
     }

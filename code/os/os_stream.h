@@ -3,13 +3,16 @@
 
 #include "os/os_buffer.h"
 
-/// A stream over paged memory: reads go on from the read position, writes go to the end.
+class QZFile;
+class QZString;
+
+/// A stream over paged memory: reads start at the read position, writes append at the end.
 ///
-/// Reading and writing do not disturb each other. One thread at a time.
+/// Writes do not move the read position. One thread at a time.
 class QZ_API QZStream : public QZBuffer
 {
 public:
-    /// Bytes of memory when the constructor is not told: 1048576.
+    /// The default memory limit in bytes: 1048576.
     static const QZInt64 MemorySizeDefault = 1048576;
 
     QZStream();
@@ -17,25 +20,25 @@ public:
     QZStream(QZInt64 memoryLimit, QZInt64 blockSize);
     ~QZStream() override;
 
-    /// One byte from the read position; answers the count, 0 at the end.
+    /// Reads one byte and returns the count, 0 at the end.
     QZInt64 ReadByte(unsigned char* value);
 
-    /// Up to size bytes from the read position, which moves on; answers the count, 0 at the end.
+    /// Reads up to `size` bytes, advances the read position and returns the count, 0 at the end.
     QZInt64 Read(void* target, QZInt64 size);
 
-    /// Appends one byte; answers the count.
+    /// Appends one byte and returns the count.
     QZInt64 WriteByte(unsigned char value);
 
-    /// Appends size bytes at the end; the read position stays. Answers the count.
+    /// Appends `size` bytes and returns the count.
     QZInt64 Write(const void* source, QZInt64 size);
 
-    /// Sets the read position, in bytes from the start. It is not tested.
+    /// Sets the read position, in bytes from the start. Any value is accepted.
     void Seek(QZInt64 position);
 
     /// The read position.
     QZInt64 GetPosition() const { return m_position; }
 
-    /// The end position: bytes in the stream.
+    /// The number of bytes in the stream.
     QZInt64 GetEnd() const { return m_end; }
 
 protected:
@@ -43,23 +46,25 @@ protected:
     QZInt64 m_end;
 };
 
-/// Lines of text in a file: reading goes on from the read position, writing appends at the end of the file.
+/// Lines of text in a file: reads start at the read position, writes append at the end of the file.
 ///
-/// What is written stays in memory until its block is pushed out, or until Sync, Collect or Close. Made by
-/// Open, given back by Close; owns its file. One thread at a time.
+/// Writes stay in memory until their block leaves memory, or until Sync, Collect or Close. Open makes a
+/// stream, Close deletes it. The stream owns its file. One thread at a time.
 class QZ_API QZFileStream : public QZStream
 {
 public:
     static const QZInt64 Type = 0x8300007;
 
-    /// Opens an existing file; the encoding is sniffed from its content.
+    /// Opens an existing file; QZFile::GetTextFileEncodingType determines the encoding.
     /// @throws QZIOException  what QZFile::Open throws
     static QZFileStream* Open(QZString* path);
 
-    /// @param encoding  a QZEncodingType value
+    /// @param encoding  a QZEncodingType value; 0 as above
     static QZFileStream* Open(QZString* path, QZInt64 encoding);
 
-    /// Writes back what was changed, closes the file, deletes the stream and clears the variable.
+    /// Writes back all changes, closes the file, deletes the stream and clears the variable. A null in the
+    /// variable is a QZLibAssert(false).
+    /// @throws QZIOException  WriteFailed; the stream is deleted in any case
     static void Close(QZFileStream** stream);
 
     ~QZFileStream() override;
@@ -69,27 +74,28 @@ public:
     using QZStream::ReadByte;
     using QZStream::Write;
 
-    /// The byte at the read position, which moves on; -1 at the end.
+    /// Reads one byte and returns it; -1 at the end.
     QZInt64 ReadByte();
 
-    /// Reads up to the next CR LF into text, without it, and answers the text's size in bytes; -1 at the end
-    /// of the file. Text is read in windows of 256 bytes, each decoded by itself.
+    /// Reads the text up to the next CR LF, without it, and returns the size of the text in bytes; -1 at the
+    /// end of the file. The file is read in windows of 256 bytes. Each window is decoded by itself, so a CR
+    /// LF or a character across two windows is not recognised.
     QZInt64 ReadLine(QZString* text);
 
-    /// The text from the read position to the end, in a new string given back with Recycle.
+    /// The text from the read position to the end in a new string; give it back with Recycle.
     QZString* ReadToEnd();
 
-    /// Appends the text in the stream's encoding; answers the count of bytes.
+    /// Appends the text in the stream's encoding and returns the number of bytes. Does nothing for null.
     QZInt64 Write(QZString* text);
 
-    /// Appends the text and a CR LF; answers the count of bytes.
+    /// Appends the text and a CR LF and returns the number of bytes.
     QZInt64 WriteLine(QZString* text);
 
     /// The encoding of the text, a QZEncodingType value.
     QZInt64 GetEncoding() const { return m_encoding; }
 
     using QZBuffer::Recycle;
-    /// Gives back what ReadToEnd made.
+    /// Gives back a string of ReadToEnd.
     static void Recycle(QZString** text);
 
 protected:

@@ -8,12 +8,12 @@
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_trace.h"
-#include "os/os_file.h"
+#include "os/internal/os_opened_file.h"
 #include "sys/sys_bytes.h"
 
-// Layout, little-endian words of 8 bytes: the mark, the number of runs, the length of the whole, 0; for each
-// run its offset, its size and its bytes, filled up with zeros to a multiple of 8; the checksum of all words
-// before it.
+// Layout in little-endian words of 8 bytes: mark, number of runs, total length, 0; for each run its offset,
+// its size and its bytes, padded with zeros to a multiple of 8; the checksum of all words before it.
+// docs/database-file.md documents it.
 
 namespace
 {
@@ -22,10 +22,10 @@ constexpr QZInt64 kHeadSize = 32;
 constexpr QZInt64 kRunHeadSize = 16;
 constexpr QZInt64 kSumSize = 8;
 
-/// A file that grew beyond this is made short when it is emptied; a shorter one keeps its place on the disk.
+/// A larger file is cut to 0 bytes when it is emptied; a smaller one keeps its disk space.
 constexpr QZInt64 kKept = 1 << 20;
 
-/// Bytes that go to and come from the file in one piece; a multiple of 8.
+/// The bytes of one write or read; a multiple of 8.
 constexpr QZInt64 kPiece = 1 << 16;
 
 constexpr QZUInt64 kSumStart = 0xCBF29CE484222325ull;
@@ -52,30 +52,18 @@ QZInt64 RoundUp(QZInt64 size) { return (size + 7) / 8 * 8; }
 
 void WriteAll(QZFile* file, QZInt64 offset, const unsigned char* bytes, QZInt64 size)
 {
-    while (size > 0)
-    {
-        const QZInt64 count = file->Write(offset, bytes, size);
-        if (count <= 0) Throw(QZIOExceptionCode::WriteFailed, QZ_W("Sync"), offset, size);
-        offset += count;
-        bytes += count;
-        size -= count;
-    }
+    const QZInt64 done = QZWriteWhole(file, offset, bytes, size);
+    if (done < size) Throw(QZIOExceptionCode::WriteFailed, QZ_W("Sync"), offset + done, size - done);
 }
 
-/// Bytes that are there: fewer than asked for are a failure, not an end.
+/// Reads bytes that the file is known to hold: fewer are a failure.
 void ReadAll(QZFile* file, QZInt64 offset, unsigned char* bytes, QZInt64 size)
 {
-    while (size > 0)
-    {
-        const QZInt64 count = file->Read(offset, bytes, size);
-        if (count <= 0) Throw(QZIOExceptionCode::ReadFailed, QZ_W("Open"), offset, size);
-        offset += count;
-        bytes += count;
-        size -= count;
-    }
+    const QZInt64 done = QZReadWhole(file, offset, bytes, size);
+    if (done < size) Throw(QZIOExceptionCode::ReadFailed, QZ_W("Open"), offset + done, size - done);
 }
 
-/// Words on their way into the file, summed up as they go.
+/// Writes words to the file in pieces and adds them to the checksum.
 class Writer
 {
 public:
@@ -144,7 +132,7 @@ SyncFile::SyncFile(QZString* path, QZFile* file)
     }
     catch (QZException*)
     {
-        if (m_file) QZFile::Close(&m_file);
+        if (m_file != nullptr) QZFile::Close(&m_file);
         QZStringFactory::Recycle(&m_path);
         throw;
     }
@@ -159,7 +147,7 @@ SyncFile::~SyncFile()
     }
     catch (QZException* e)
     {
-        // An empty file that stays behind does no harm.
+        // An empty file that is not deleted does no harm.
         QZExceptionFactory::Recycle(&e);
     }
     QZStringFactory::Recycle(&m_path);
@@ -196,7 +184,7 @@ void SyncFile::Empty()
     const QZInt64 size = m_file->GetSize();
     if (size == 0) return;
     if (size > kKept) return m_file->NewSize(0);
-    // Without its mark it holds nothing, and the next sync finds its place on the disk ready.
+    // Without its mark the file holds no sync, and the next sync reuses its disk space.
     const unsigned char nothing[kHeadSize] = {};
     WriteAll(m_file, 0, nothing, kHeadSize);
 }

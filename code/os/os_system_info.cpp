@@ -12,7 +12,7 @@
 namespace
 {
 
-/// One look at the processors' times. Several threads may look at once and then mix their figures.
+/// One reading of the processors' times. Threads that read at the same time may mix their figures.
 struct Look
 {
     std::atomic<QZUInt64> idle;
@@ -46,21 +46,11 @@ os::MemoryStatus Memory()
 
 }  // namespace
 
-int QZSystemLoad(const os::SystemTimes& first, const os::SystemTimes& second)
-{
-    // Signed: processors' idle times are known to step back by a little.
-    QZInt64 idle = static_cast<QZInt64>(second.Idle - first.Idle);
-    QZInt64 total = static_cast<QZInt64>(second.Kernel - first.Kernel + second.User - first.User);
-    if (total == 0) return 0;
-    float load = static_cast<float>(total - idle) * 100 / static_cast<float>(total);
-    return load > -2147483648.0f && load < 2147483648.0f ? static_cast<int>(load) : 0;
-}
-
 int QZSystem::GetCPUInUse()
 {
     g_first.Take();
     g_second.Take();
-    return QZSystemLoad(g_first.Times(), g_second.Times());
+    return os::SystemLoad(g_first.Times(), g_second.Times());
 }
 
 unsigned long long QZSystem::GetMemoryAvailPhys() { return Memory().AvailPhys; }

@@ -5,18 +5,12 @@
 
 class QZString;
 
-namespace os
-{
-struct SystemTimes;
-}
-
 /// Load and memory figures of this machine. All static, any thread.
 class QZ_API QZSystem
 {
 public:
-    /// The processors' load in percent between two looks that follow each other at once, so it says something
-    /// only as far as time passed between them; 0 when none did. The looks are kept for the process as a
-    /// whole, without a lock.
+    /// The load of the processors in percent between two readings that follow each other directly; 0 when no
+    /// time passed between them. The readings are stored for the whole process without a lock.
     static int GetCPUInUse();
 
     /// Bytes of physical memory.
@@ -28,14 +22,12 @@ public:
     /// Percent of the physical memory.
     static int GetMemoryInUse();
 
-    /// The free bytes of the disk that holds the path, null for the current one. The number is not looked at.
+    /// The free bytes of the disk that holds the path; null means the working directory. The number is not
+    /// used.
     /// @throws QZException 5888 with the system's number
     static unsigned long long GetDiskFreeBytes(const QZWChar* path, long long number);
 
     static void Recycle(QZString** text);
 };
-
-/// The load between two looks in percent, cut to a whole number; 0 when no time passed. Internal.
-int QZSystemLoad(const os::SystemTimes& first, const os::SystemTimes& second);
 
 #endif

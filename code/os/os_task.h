@@ -20,8 +20,8 @@ public:
 
 /// A unit of work with a time at which it is due, an interval and a status.
 ///
-/// Derived classes put their work into Execute. Neither a scheduler nor a pool owns the task: its maker keeps
-/// it alive until it ended, which its status and its execution time show. Fields but the lock owner are read
+/// Derived classes implement Execute. Neither a scheduler nor a pool owns the task: the caller keeps it alive
+/// until its status and its execution time show that it has run. All fields except the lock owner are read
 /// and written without a lock.
 class QZ_API QZTask : public QZObject
 {
@@ -32,7 +32,7 @@ public:
     /// Waiting or repeating.
     static const QZInt64 StatusNotExecuted = 2;
 
-    /// Due at once, not repeating.
+    /// A task that is due at once and does not repeat.
     QZTask();
     ~QZTask() override;
     QZTask(const QZTask&) = delete;
@@ -40,11 +40,11 @@ public:
 
     QZInt64 GetType() override;
 
-    /// The work; nothing here.
+    /// The work. Does nothing here.
     virtual void Execute();
 
-    /// When the task is due, and after a run by a QZThread when it ran. The object stays the task's and is
-    /// locked with the task's id.
+    /// The time at which the task is due; after a run by a QZThread, the time of the run. The task owns the
+    /// object and has locked it with its id.
     QZDateTime* GetExecTime();
     /// Copies the fields into the task's own object.
     void SetExecTime(QZDateTime* time);
@@ -63,9 +63,9 @@ public:
     long long GetInterval();
     void SetInterval(long long interval);
 
-    /// Takes the task for an owner other than 0. False when it has one.
+    /// Locks the task for an owner other than 0. False when it has an owner.
     QZByte Lock(unsigned int owner);
-    /// Frees the task, whoever has it.
+    /// Unlocks the task for any owner.
     void Unlock();
 
 private:

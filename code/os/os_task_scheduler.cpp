@@ -25,7 +25,7 @@ using Status = QZTaskSchedulerStatus;
 constexpr int kResetRounds = 3000;
 constexpr QZInt64 kLastSteps = 1000;
 
-/// Hosts' intervals may be as long as they like: a time past the end of the count wraps.
+/// Intervals may have any length: a time past the largest number wraps around.
 QZInt64 Later(QZInt64 time, QZUInt64 milliseconds)
 {
     return static_cast<QZInt64>(static_cast<QZUInt64>(time) + milliseconds);
@@ -48,7 +48,7 @@ QZTaskScheduler::~QZTaskScheduler()
     while (m_status.load() != Status::TaskSchedulerWaiting &&
            !(m_status.load() & Status::TaskSchedulerDispose))
         QZThread::Sleep(10);
-    // The thread writes its last status under the lock: once the lock has been free, it is out of this
+    // The thread writes its last status under the lock, so once the lock was free, it no longer uses this
     // object.
     m_lock->Lock();
     m_lock->Unlock();
@@ -140,7 +140,7 @@ void QZTaskScheduler::Stop()
         }
         if (status & Status::TaskSchedulerDispose)
         {
-            // A stop after the end is let pass and leaves its bit beside the other.
+            // A stop after the end is allowed and adds its bit to the status.
             m_status.store(status | Status::TaskSchedulerStopped);
             return;
         }
@@ -156,8 +156,8 @@ void QZTaskScheduler::Reset()
         for (int round = 0; round < kResetRounds && m_status.load() != Status::TaskSchedulerDispose; ++round)
             QZThread::Sleep(1);
     }
-    // The handle is kept as it is, and a thread that has ended is ended once more. One that is on its last
-    // steps gets the time for them: killed in there it could leave a lock behind.
+    // The handle is kept, so a thread that has ended is terminated again. A thread that is about to end gets
+    // time to do so: terminated there it could leave a lock held.
     if (m_thread != 0)
     {
         if (m_status.load() & Status::TaskSchedulerDispose) os::ThreadWait(m_thread, kLastSteps);
@@ -165,8 +165,7 @@ void QZTaskScheduler::Reset()
     }
     QZCriticalGuard guard(m_lock);
     m_status.store(Status::TaskSchedulerWaiting);
-    // Tasks that have run stay done: marking them again is for a running scheduler only, which this one no
-    // longer is.
+    // Tasks that have run are not marked again: only a running scheduler does that.
 }
 
 QZInt64 QZTaskScheduler::GetStatus() { return m_status.load(); }
@@ -188,12 +187,12 @@ void QZTaskScheduler::Run()
             }
             catch (QZException* exception)
             {
-                // The rest of the list waits for the next round.
+                // The rest of the list is tested in the next pass.
                 QZTrace(exception, QZ_W("QZTaskScheduler"), QZ_W("Thread"))
                     .Argument(
                         QZ_W("QZPVoid"),
                         static_cast<QZInt64>(reinterpret_cast<std::intptr_t>(static_cast<void*>(this))));
-                if (m_report) m_report->Report(exception);
+                if (m_report != nullptr) m_report->Report(exception);
                 QZExceptionFactory::Recycle(&exception);
             }
         }
@@ -210,12 +209,11 @@ void QZTaskScheduler::Pass()
     {
         const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
         QZTask* task = m_tasks->GetElement(i);
-        // Taken out by another thread while the walk stood on it.
-        if (!task) continue;
+        // Another thread has removed the task during the walk.
+        if (task == nullptr) continue;
         if (task->GetExecTime()->ToTimestamp() > now || task->GetStstus() != QZTask::StatusNotExecuted)
             continue;
-        // Both before the run: the period counts from its start, and a task that throws has been advanced
-        // already.
+        // Both are set before the run: the interval counts from its start, also for a task that throws.
         if (task->GetInterval() >= 1)
             task->SetExecTime(Later(now, static_cast<QZUInt64>(task->GetInterval())));
         else

@@ -24,41 +24,42 @@ public:
     static const QZInt64 TaskSchedulerDispose = 32;
 };
 
-/// Runs due tasks one after another on one thread of its own, which looks at its list once a millisecond.
+/// Runs due tasks one after another on a thread of its own, which tests its list once a millisecond.
 ///
-/// Construct, AddTask any number of times, Start, then Pause and Resume, Stop, destroy; Reset brings a
-/// scheduler back to the beginning. The tasks stay their makers'; the list has no lock, so add before Start
-/// or accept the risk. Each transition may be asked for on any thread.
+/// The usual order is: construct, AddTask, Start, Pause and Resume, Stop, destroy. Reset returns the
+/// scheduler to the state before Start. The caller owns the tasks. The list has no lock: tasks are to be
+/// added before Start. Any thread may call the transitions.
 class QZ_API QZTaskScheduler : public QZObject
 {
 public:
     static const QZInt64 Type = 0x81FFF40;
 
     QZTaskScheduler();
-    /// @param report  told of the exceptions that leave a task; stays the caller's
+    /// @param report  receives the exceptions that leave a task; the caller owns it
     explicit QZTaskScheduler(QZErrorReport* report);
-    /// Stops and waits, without a limit, until the running task has returned. The tasks are left alone.
+    /// Stops and waits without limit until the running task has returned. The tasks are not changed.
     ~QZTaskScheduler() override;
     QZTaskScheduler(const QZTaskScheduler&) = delete;
     QZTaskScheduler& operator=(const QZTaskScheduler&) = delete;
 
     QZInt64 GetType() override;
 
-    /// Adds a task at the end of the list. A repeating task whose time has passed keeps its phase: it is due
-    /// at the first multiple of its interval after now.
-    /// @throws QZException 1280 for a task that stands in a list already
+    /// Adds a task at the end of the list. A repeating task whose time has passed is due at its time plus the
+    /// smallest multiple of its interval that lies after now.
+    /// @throws QZException 1280 for a task that is in a list
     void AddTask(QZTask* task);
     void RemoveTask(QZTask* task);
 
-    /// The transitions. From a state that has none they throw.
-    /// @throws QZTaskException 256
+    /// The transitions between states.
+    /// @throws QZTaskException 256 in a state that does not allow the transition
     void Start();
     void Stop();
     void Pause();
     void Resume();
 
-    /// Stops a running scheduler (waiting at most about three seconds for its thread), ends its thread and
-    /// goes back to waiting. No task is marked: one that ran once stays done.
+    /// Stops a running scheduler (it waits about three seconds at most for its thread), ends its thread and
+    /// enters the state TaskSchedulerWaiting. The status of the tasks stays: a task that has run is not run
+    /// again.
     void Reset();
 
     /// A value of QZTaskSchedulerStatus, or 40.

@@ -3,8 +3,8 @@
 #include <new>
 
 #include "fw/internal/fw_memory_raw.h"
-#include "sys/internal/sys_clock.h"
-#include "sys/internal/sys_error.h"
+#include "os/internal/os_start.h"
+#include "sys/internal/sys_chunk_table.h"
 #include "sys/internal/sys_memory.h"
 #include "sys/internal/sys_socket.h"
 #include "sys/internal/sys_thread.h"
@@ -20,73 +20,44 @@ const QZInt64 QZThread::StatusWaitInit;
 namespace
 {
 
-constexpr int kSlots = 64;
+/// The identity of each running library thread; 0 marks a free slot. A slot is taken and freed in one step,
+/// so a thread that is terminated at any instruction is either listed or not, and Terminate can unlist it.
+using RunningThreads = os::ChunkTable<std::atomic<QZUInt64>, 64, os::HeapAllocate, os::HeapFree>;
 
-/// Which library threads run: one slot with the thread's identity each. A slot is taken and given back in one
-/// step, so a thread that is terminated anywhere is either in or out, and Terminate can take it out for good.
-struct RunningThreads
-{
-    std::atomic<QZUInt64> slots[kSlots];
-    std::atomic<RunningThreads*> next;
-};
-
-// Static and without a constructor that runs: threads may outlive every other static object.
 constinit RunningThreads g_running{};
+/// Threads that found no memory for a slot.
 constinit std::atomic<QZInt64> g_unlisted{0};
 constinit std::atomic<QZByte> g_abort{0};
 constinit std::atomic<bool> g_initialised{false};
 constinit std::atomic<void*> g_mutex{nullptr};
 constinit std::atomic<QZInt64> g_sleepSocket{-1};
 
-RunningThreads* NextChunk(RunningThreads* chunk)
+/// Exchanges one identity for another. True when the slot held the first.
+bool Exchange(std::atomic<QZUInt64>& slot, QZUInt64 from, QZUInt64 to)
 {
-    RunningThreads* next = chunk->next.load();
-    if (next != nullptr) return next;
-    void* block = os::HeapAllocate(sizeof(RunningThreads));
-    if (block == nullptr) return nullptr;
-    RunningThreads* made = new (block) RunningThreads{};
-    if (chunk->next.compare_exchange_strong(next, made)) return made;
-    os::HeapFree(block);
-    return next;
+    return slot.compare_exchange_strong(from, to);
 }
 
 void Enlist(QZUInt64 id)
 {
-    for (RunningThreads* chunk = &g_running; chunk != nullptr; chunk = NextChunk(chunk))
-    {
-        for (std::atomic<QZUInt64>& slot : chunk->slots)
-        {
-            QZUInt64 free = 0;
-            if (slot.compare_exchange_strong(free, id)) return;
-        }
-    }
-    g_unlisted.fetch_add(1);
+    const auto take = [id](std::atomic<QZUInt64>& slot) { return Exchange(slot, 0, id); };
+    if (g_running.Take(take) == nullptr) g_unlisted.fetch_add(1);
 }
 
 bool Discharge(QZUInt64 id)
 {
-    for (RunningThreads* chunk = &g_running; chunk != nullptr; chunk = chunk->next.load())
-    {
-        for (std::atomic<QZUInt64>& slot : chunk->slots)
-        {
-            QZUInt64 mine = id;
-            if (slot.compare_exchange_strong(mine, 0)) return true;
-        }
-    }
-    return false;
+    return g_running.Find([id](std::atomic<QZUInt64>& slot) { return Exchange(slot, id, 0); }) != nullptr;
 }
 
 bool AnyRunning()
 {
-    for (RunningThreads* chunk = &g_running; chunk != nullptr; chunk = chunk->next.load())
-        for (std::atomic<QZUInt64>& slot : chunk->slots)
-            if (slot.load() != 0) return true;
-    return g_unlisted.load() > 0;
+    return g_running.Find([](std::atomic<QZUInt64>& slot) { return slot.load() != 0; }) != nullptr ||
+           g_unlisted.load() > 0;
 }
 
 void* GlobalMutex()
 {
-    // After the end of the thread layer there is no mutex and every wait for it fails at once.
+    // After the end of the thread runtime there is no mutex, and every wait for it fails at once.
     return g_initialised.load() ? g_mutex.load() : nullptr;
 }
 
@@ -157,8 +128,7 @@ long long CreateWith(void (*entry)(void*), const Start& start)
 void QZThreadRuntimeInit()
 {
     if (g_initialised.load()) return;
-    // The platform's mutex is made once and kept: a thread may still be on its way into it when the layer
-    // ends.
+    // The mutex is made once and never deleted: a thread may still be about to lock it when the runtime ends.
     if (g_mutex.load() == nullptr) g_mutex.store(os::MutexCreate());
     g_sleepSocket.store(os::SleepSocketOpen());
     g_initialised.store(true);
@@ -172,13 +142,12 @@ void QZThreadRuntimeEnd()
         os::MutexLock(mutex);
         QZInt64 socket = g_sleepSocket.exchange(-1);
         g_initialised.store(false);
-        // Whoever still waits for it gets through, so that it can be counted off.
+        // Threads that wait for the mutex get it, so that they can unlist themselves.
         while (os::MutexUnlock(mutex))
         {}
         os::SleepSocketClose(socket);
     }
-    // From here on the mutex is gone and threads count themselves off unguarded; the end waits for them all
-    // the same.
+    // From here on threads unlist themselves without the mutex. The end waits for them in any case.
     QZThread::ThreadsAbort();
     QZThread::WaitForThreadsEnd();
 }
@@ -215,7 +184,7 @@ QZByte QZThread::Terminate(long long handle)
 {
     QZUInt64 id = os::ThreadIdOf(handle);
     bool self = id != 0 && id == os::ThreadCurrentId();
-    // A killed thread cannot count itself off.
+    // A terminated thread cannot unlist itself.
     bool counted = self && Discharge(id);
     if (!os::ThreadTerminate(handle))
     {

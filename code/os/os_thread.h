@@ -8,77 +8,77 @@
 
 class QZTask;
 
-/// A worker that runs one QZTask at a time and is suspended in between; its static operations are the
-/// library's general thread interface.
+/// A worker thread that runs one QZTask at a time and is suspended between tasks. The static operations are
+/// the library's general thread interface.
 ///
-/// Tasks are not owned. The worker holds the object's lock for the whole of a task's Execute. Exceptions of a
-/// task are recycled without report. Any thread may call; a task may call its own worker.
+/// The worker does not own its tasks. It holds the object's lock while Execute runs. An exception that leaves
+/// a task is recycled and not reported. Any thread may call; a task may call its own worker.
 class QZ_API QZThread : public QZObject
 {
 public:
     static const QZInt64 Type = 0x81FFF30;
     /// The worker is suspended or about to suspend.
     static const QZInt64 StatusStop = 0;
-    /// The worker was resumed and has work.
+    /// The worker was resumed to run a task.
     static const QZInt64 StatusRun = 1;
-    /// The worker routine has left.
+    /// The worker thread has ended.
     static const QZInt64 StatusEnd = 2;
-    /// The object is being constructed.
+    /// The constructor has not finished.
     static const QZInt64 StatusWaitInit = 3;
 
     /// Starts the worker and suspends it.
     QZThread();
-    /// Waits for the worker up to the timeout; a task that runs longer is killed with its thread, whatever it
-    /// holds.
+    /// Waits for the worker up to the timeout. A task that runs longer is terminated together with its
+    /// thread; what it holds stays held.
     ~QZThread() override;
     QZThread(const QZThread&) = delete;
     QZThread& operator=(const QZThread&) = delete;
 
     QZInt64 GetType() override;
 
-    /// Milliseconds that the destructor waits for the worker, 5000 at first.
+    /// Sets how long the destructor waits for the worker, in milliseconds; 5000 by default.
     void SetTimeout(long long timeout);
 
-    /// Hands a task over: 0 when the worker is marked as working, else 1. Blocks while the worker is inside
-    /// Execute and while another worker has the task.
+    /// Gives the worker a task and returns 1; returns 0 when the worker has a task. Blocks while Execute
+    /// runs, and while another worker has the task.
     QZByte ExecOrNot(QZTask* task);
 
-    /// 1 from a task's hand-over until the worker has finished it; read without the lock.
+    /// 1 from ExecOrNot until the worker has finished the task. Read without the lock.
     QZByte IsWorking();
 
-    /// Has no task and is suspended, not merely about to be: a task handed over now reaches it.
+    /// True when the worker has no task and is suspended: a task given now wakes it.
     bool IsResting();
 
-    /// Wakes a worker that suspended itself in the very moment in which a task was handed to it, once two
-    /// calls in a row have found it so. Nobody waits for a worker that is at work.
+    /// Wakes a worker that suspended itself at the moment in which it got a task. It does so when two calls
+    /// in a row find the worker in this state. It does not wait for a worker that runs a task.
     void WakeStalled();
 
-    /// Starts a thread on the routine, at once runnable. The handle is the caller's, to be given back with
-    /// Close; 0 on failure. The thread counts as running until the routine returns.
+    /// Starts a thread that runs the routine. Returns its handle, which the caller gives back with Close; 0
+    /// on failure. WaitForThreadsEnd waits for the thread until the routine returns.
     static long long Create(void (*routine)());
     static long long Create(void (*routine)(void*), void* argument);
     static long long Create(void (*routine)(void*, void*), void* first, void* second);
 
-    /// Sleeps for that many milliseconds, truly: below 1000 the timer resolution is raised for the time of
-    /// the call. A negative time returns at once.
+    /// Sleeps. Below 1000 milliseconds the timer resolution is raised during the call. A negative time
+    /// returns at once.
     static void Sleep(int milliseconds);
-    /// Sleeps for that many microseconds, as exact as the platform's select.
+    /// Sleeps as exactly as the platform's select.
     static void SleepUs(int microseconds);
 
-    /// The process-wide mutex; waits without limit.
+    /// Lock and unlock the process-wide mutex. Lock waits without limit.
     static void Lock();
     static void Unlock();
 
-    /// Kills the thread where it stands: nothing is unwound and what it holds stays held. 1 on success.
+    /// Ends the thread at once: its stack is not unwound, and its locks stay held. 1 on success.
     static QZByte Terminate(long long handle);
-    /// Gives the handle back; the thread goes on running.
+    /// Gives the handle back. The thread goes on running.
     static void Close(long long handle);
 
-    /// Sets the abort flag. Nothing clears it: every worker and every loop of the library leaves at its next
-    /// check.
+    /// Sets the abort flag, which nothing clears. Every worker and every loop of the library ends when it
+    /// next tests the flag.
     static void ThreadsAbort();
     static QZByte IsThreadsAbort();
-    /// Returns when no thread made by Create runs.
+    /// Waits until no thread made by Create runs.
     static void WaitForThreadsEnd();
 
 private:
@@ -96,14 +96,9 @@ private:
     std::atomic<QZInt64> m_timeout;
     std::atomic<QZByte> m_ending;
     std::atomic<QZInt64> m_status;
-    /// Set around the worker's own suspend.
+    /// True while the worker suspends itself.
     std::atomic<bool> m_suspending{false};
     std::atomic<bool> m_stalled{false};
 };
-
-/// Start and stop of the thread layer, for QZLibInit and QZLibDispose. The end takes the global mutex away,
-/// sets the abort flag and returns when the last thread made by QZThread::Create has returned.
-void QZThreadRuntimeInit();
-void QZThreadRuntimeEnd();
 
 #endif

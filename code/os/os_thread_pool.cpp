@@ -30,8 +30,8 @@ namespace
 constexpr int kRestYields = 100;
 constexpr int kRestSleeps = 20;
 
-/// A worker that has just given its task back is about to suspend. Handed the next one now it might sleep on
-/// it, so it gets the time to come to rest.
+/// A worker that has just finished a task is about to suspend itself and could miss a task given now. This
+/// waits until it is suspended, for a limited time.
 void AwaitRest(QZThread* worker)
 {
     for (int i = 0; i < kRestYields + kRestSleeps && !worker->IsWorking() && !worker->IsResting(); ++i)
@@ -43,15 +43,15 @@ void AwaitRest(QZThread* worker)
 void QZThreadPool::ExecOnceASyncPrivate(QZTask* task)
 {
     QZThread* worker = m_threads->GetFirst();
-    for (; worker; worker = static_cast<QZThread*>(worker->LinkNext()))
+    for (; worker != nullptr; worker = static_cast<QZThread*>(worker->LinkNext()))
     {
         if (worker->IsWorking()) continue;
         AwaitRest(worker);
         if (worker->ExecOrNot(task)) break;
     }
-    if (worker)
+    if (worker != nullptr)
     {
-        // Busy workers gather at the tail, so that the walk meets an idle one first.
+        // Busy workers move to the tail, so that the walk finds an idle worker early.
         QZCriticalGuard guard(m_list);
         m_threads->RemoveElement(worker);
         m_threads->EnQueue(worker);
@@ -72,7 +72,7 @@ void QZThreadPool::ExecOnceASync(QZTask* task)
 void QZThreadPool::ExecOnceASync(QZList<QZTask>* tasks)
 {
     QZCriticalGuard guard(m_lock);
-    for (QZTask* task = tasks->GetFirst(); task; task = static_cast<QZTask*>(task->LinkNext()))
+    for (QZTask* task = tasks->GetFirst(); task != nullptr; task = static_cast<QZTask*>(task->LinkNext()))
         ExecOnceASyncPrivate(task);
 }
 
@@ -84,10 +84,10 @@ QZInt64 QZThreadPool::Count()
 
 QZInt64 QZThreadPool::WorkingCount()
 {
-    // Not the pool's own lock: that one is held for as long as a task is not to be had.
+    // Not m_lock: that one is held while the pool waits for a task that another worker has.
     QZCriticalGuard guard(m_list);
     QZInt64 working = 0;
-    for (QZThread* worker = m_threads->GetFirst(); worker;
+    for (QZThread* worker = m_threads->GetFirst(); worker != nullptr;
          worker = static_cast<QZThread*>(worker->LinkNext()))
         if (worker->IsWorking()) ++working;
     return working;
@@ -105,7 +105,7 @@ QZThread* QZThreadPool::Take()
 void QZThreadPool::WakeStalled()
 {
     QZCriticalGuard guard(m_lock);
-    for (QZThread* worker = m_threads->GetFirst(); worker;
+    for (QZThread* worker = m_threads->GetFirst(); worker != nullptr;
          worker = static_cast<QZThread*>(worker->LinkNext()))
         worker->WakeStalled();
 }

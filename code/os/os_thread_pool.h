@@ -9,10 +9,10 @@ class QZThread;
 template <typename T>
 class QZList;
 
-/// Hands each task at once to an idle worker, and grows by one worker when none is idle.
+/// Gives each task at once to an idle worker, and makes a new worker when none is idle.
 ///
-/// There is no upper limit: the pool grows to the greatest number of tasks that ever ran at a time, and
-/// shrinks through Collect. It does not own the tasks: a task's maker keeps it alive until its status says
+/// There is no upper limit: the pool grows to the largest number of tasks that ran at the same time. Collect
+/// makes it smaller. The pool does not own the tasks: the caller keeps a task alive until its status says
 /// that it has run. Any thread may call.
 class QZ_API QZThreadPool : public QZObject
 {
@@ -20,27 +20,27 @@ public:
     static const QZInt64 Type = 0x81FFF50;
 
     QZThreadPool();
-    /// Ends every worker; a task that runs longer than its worker's time-out is killed with it.
+    /// Ends every worker. A task that runs longer than its worker's timeout is terminated.
     ~QZThreadPool() override;
     QZThreadPool(const QZThreadPool&) = delete;
     QZThreadPool& operator=(const QZThreadPool&) = delete;
 
     QZInt64 GetType() override;
 
-    /// Starts a task, whatever its status was, and returns. Waits while another worker has the very task.
+    /// Starts a task, also one that has run, and returns. Waits while another worker has the same task.
     void ExecOnceASync(QZTask* task);
-    /// The same for each task of the list, from the first to the last, under one lock.
+    /// Starts each task of the list, from the first to the last, under one lock.
     void ExecOnceASync(QZList<QZTask>* tasks);
 
-    /// Workers, and those of them that have a task: snapshots, had at once while tasks are being handed out.
+    /// The number of workers, and of workers with a task. They do not wait while tasks are started.
     QZInt64 Count();
     QZInt64 WorkingCount();
 
-    /// Wakes workers that a task has not reached; for hosts whose tasks may not wait for the next one. To be
-    /// called every now and then, a second apart or more.
+    /// Wakes workers that missed their task, see QZThread::WakeStalled. For hosts whose tasks must not wait
+    /// until the next task; to be called at intervals of a second or more.
     void WakeStalled();
 
-    /// Ends the workers that are idle.
+    /// Ends the idle workers.
     void Collect();
 
 private:
@@ -49,7 +49,7 @@ private:
 
     QZList<QZThread>* m_threads;
     QZCriticalSection* m_lock;
-    /// Held for single steps on the list, so that counting waits for no task; inside m_lock.
+    /// Held for single operations on the list, so that counting does not wait for tasks. Locked after m_lock.
     QZCriticalSection* m_list;
 };
 

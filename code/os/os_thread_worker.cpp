@@ -36,7 +36,7 @@ QZThread::~QZThread()
 
 bool QZThread::WaitForEnd()
 {
-    // The lock is left alone here: a worker inside a task holds it, and the timeout must hold all the same.
+    // The lock is not taken here: a worker holds it while it runs a task, and the timeout must work then too.
     m_status.store(StatusRun);
     if (!os::ThreadResume(m_handle))
     {
@@ -51,8 +51,7 @@ bool QZThread::WaitForEnd()
         QZInt64 left = forever ? kResumePeriod : timeout - (os::MonotonicMicros() - start) / 1000;
         if (os::ThreadWait(m_handle, left < 0 ? 0 : left < kResumePeriod ? left : kResumePeriod)) return true;
         if (left <= 0) return false;
-        // A worker that has just finished a task suspends itself once more; it is woken again until it is
-        // gone.
+        // A worker that has just finished a task suspends itself again, so it is resumed until it has ended.
         os::ThreadResume(m_handle);
     }
 }
@@ -68,7 +67,7 @@ QZByte QZThread::ExecOrNot(QZTask* task)
     {
         QZCriticalGuard guard(m_lock);
         if (m_working.load(std::memory_order_relaxed)) return 0;
-        // 0 is the value of a free task, so no owner may have it.
+        // 0 marks a task without an owner, so it is not used as an owner.
         QZUInt32 owner = static_cast<QZUInt32>(m_handle);
         if (owner == 0) owner = 1;
         while (!task->Lock(owner)) Sleep(1);
@@ -77,24 +76,24 @@ QZByte QZThread::ExecOrNot(QZTask* task)
         task->SetStatus(QZTask::StatusNotExecuted);
         m_task = task;
     }
-    // Between here and the worker's own suspend lies the known race: a resume that lands before it is lost
-    // until the next one.
+    // Known race with the worker's own suspend: a resume before that suspend has no effect until the next
+    // resume.
     Resume();
     return 1;
 }
 
 bool QZThread::IsResting()
 {
-    return !m_working.load(std::memory_order_acquire) && os::ThreadIsSuspended(m_handle);
+    return (m_working.load(std::memory_order_acquire) == 0) && os::ThreadIsSuspended(m_handle);
 }
 
 void QZThread::WakeStalled()
 {
     if (!m_working.load(std::memory_order_relaxed) || !m_suspending.load()) return;
-    // With the lock the worker cannot take its task up in the meantime.
+    // With the lock held the worker cannot start its task in the meantime.
     QZCriticalGuard guard(m_lock);
     if (!m_working.load(std::memory_order_relaxed) || !m_suspending.load()) return;
-    // Found once, it may be a hand-over that is still going on.
+    // A single call may see an ExecOrNot that has not finished yet.
     if (m_stalled.exchange(true, std::memory_order_relaxed)) Resume();
 }
 
@@ -116,7 +115,7 @@ void QZThread::Resume()
     if (!os::ThreadResume(m_handle)) QZLibAssert(0);
 }
 
-bool QZThread::MustLeave() { return m_ending.load() || IsThreadsAbort(); }
+bool QZThread::MustLeave() { return m_ending.load() != 0 || IsThreadsAbort() != 0; }
 
 void QZThread::RunTask()
 {
@@ -130,14 +129,14 @@ void QZThread::RunTask()
         }
         catch (QZException* exception)
         {
-            // Nobody is told; the task counts as executed all the same.
+            // The exception is not reported, and the task counts as executed.
             QZExceptionFactory::Recycle(&exception);
         }
         task->SetExecTime(QZEnvironment::GetCurrentTimestamp());
         task->SetStatus(QZTask::StatusHaveExecuted);
         task->Unlock();
     }
-    // Whoever sees the worker idle sees all that the task did, and may take the task away.
+    // A thread that sees the worker idle sees all effects of the task and may delete it.
     m_working.store(0, std::memory_order_release);
 }
 
@@ -155,7 +154,7 @@ void QZThread::Proc(void* self)
 
     while (!thread->MustLeave())
     {
-        // Catches a worker that the constructor's suspend has not reached, and a resume that outran a
+        // Waits here when the constructor has not suspended the worker yet, or when a resume came before a
         // suspend.
         while (!thread->MustLeave() && thread->m_status.load() != StatusRun) Sleep(1);
         thread->RunTask();

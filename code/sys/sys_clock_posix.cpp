@@ -11,8 +11,8 @@ namespace os
 namespace
 {
 
-/// The last second that the calling thread asked for, and what the zone was then: to take a second apart
-/// costs many times what reading the clock does, and servers stamp each request several times.
+/// The last second that the calling thread converted, and its local time. The conversion costs many times a
+/// reading of the clock, and servers stamp each request several times.
 struct TakenApart
 {
     time_t second{-1};
@@ -38,7 +38,7 @@ void LocalTime(DateTime* time)
         t_now.time.Day = parts.tm_mday;
         t_now.time.Hour = parts.tm_hour;
         t_now.time.Minute = parts.tm_min;
-        // A leap second counts as the second before it.
+        // A leap second is reported as the second before it.
         t_now.time.Second = parts.tm_sec > 59 ? 59 : parts.tm_sec;
         t_now.zone = ::timezone;
         t_now.summer = ::daylight;

@@ -1,6 +1,6 @@
-#include <winsock2.h>
-
 #include <windows.h>
+
+#include <timeapi.h>
 
 #include "sys/internal/sys_clock.h"
 #include "sys/internal/sys_hooks.h"

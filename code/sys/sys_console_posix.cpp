@@ -27,7 +27,7 @@ QZWChar* ConsoleReadLine()
     const QZInt64 bytes = static_cast<QZInt64>(line.size());
     const QZInt64 units = bytes > 0 ? NarrowToWide(line.data(), bytes, nullptr, 0) : 0;
     QZWChar* text = new (std::nothrow) QZWChar[static_cast<std::size_t>(units > 0 ? units : 0) + 1];
-    if (!text) return nullptr;
+    if (text == nullptr) return nullptr;
     const QZInt64 written = units > 0 ? NarrowToWide(line.data(), bytes, text, units) : 0;
     text[written > 0 ? written : 0] = 0;
     return text;

@@ -16,7 +16,7 @@ bool IsConsole(HANDLE handle)
     return GetConsoleMode(handle, &mode) != 0;
 }
 
-/// The next unit of the input: of a console as it is typed, of a file or pipe as UTF-8 bytes. False at its
+/// The next unit of the input: a UTF-16 unit of a console, a byte of UTF-8 of a file or pipe. False at its
 /// end.
 bool ReadUnit(HANDLE input, bool console, wchar_t* unit)
 {
@@ -71,7 +71,7 @@ QZWChar* ConsoleReadLine()
         if (units > 0) MultiByteToWideChar(CP_UTF8, 0, bytes.data(), size, line.data(), units);
     }
     QZWChar* text = new (std::nothrow) QZWChar[line.size() + 1];
-    if (text) std::char_traits<wchar_t>::copy(text, line.c_str(), line.size() + 1);
+    if (text != nullptr) std::char_traits<wchar_t>::copy(text, line.c_str(), line.size() + 1);
     return text;
 }
 

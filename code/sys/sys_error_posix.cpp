@@ -18,7 +18,7 @@ struct SocketNumber
     int native;
 };
 
-// Socket failures are reported by the numbers that hosts know; their texts are the system's own.
+// Socket failures are reported by their Windows numbers with the texts of this system.
 constexpr SocketNumber kSocketNumbers[] = {
     {10004, EINTR},         {10009, EBADF},        {10013, EACCES},          {10014, EFAULT},
     {10022, EINVAL},        {10024, EMFILE},       {10035, EWOULDBLOCK},     {10036, EINPROGRESS},

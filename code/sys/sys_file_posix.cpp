@@ -21,7 +21,7 @@ namespace os
 namespace
 {
 
-// A file handle is the descriptor + 1, so that 0 stays "no handle".
+// A file handle is the descriptor + 1, so that 0 is no handle.
 QZInt64 HandleOf(int descriptor) { return static_cast<QZInt64>(descriptor) + 1; }
 
 int DescriptorOf(QZInt64 file) { return file > 0 && file <= INT_MAX ? static_cast<int>(file - 1) : -1; }
@@ -45,7 +45,8 @@ QZInt64 OpenPath(const QZWChar* path, int flags, mode_t mode)
     return HandleOf(descriptor);
 }
 
-// A test asks for a short transfer through the gate; everything else goes on until the whole size is through.
+// Transfers all bytes, unless the file ends or an error occurs. A test shortens `size` beforehand, through
+// the gate.
 template <typename Transfer>
 QZInt64 TransferAll(QZInt64 size, Transfer transfer)
 {
@@ -66,7 +67,7 @@ QZInt64 TransferAll(QZInt64 size, Transfer transfer)
 QZInt64 FileOpen(const QZWChar* path, bool read, bool write, bool, bool)
 {
     if (!Gate(Op::FileOpen)) return 0;
-    // Without any access the file is only named, as there: neither reads nor writes go through.
+    // Without access rights the handle only names the file, as on Windows: reads and writes fail.
     int flags = read && write ? O_RDWR : write ? O_WRONLY : read ? O_RDONLY : O_PATH;
     return OpenPath(path, flags, 0);
 }
@@ -92,7 +93,7 @@ QZInt64 FileRead(QZInt64 file, QZInt64 offset, void* buffer, QZUInt32 size)
     int descriptor = DescriptorOf(file);
     if (wanted == 0)
     {
-        // Nothing to move, yet a handle that cannot read says so.
+        // A read of 0 bytes fails on a handle without the right to read.
         char none;
         return pread(descriptor, &none, 0, offset) < 0 ? -1 : 0;
     }
@@ -159,7 +160,7 @@ bool FileRename(const char* from, const char* to)
     if (!Gate(Op::FileName)) return false;
     if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return true;
     if (errno != EINVAL && errno != ENOSYS) return false;
-    // A file system without the exclusive form: look first.
+    // The file system has no exclusive rename: test first whether the target exists.
     struct stat status;
     if (lstat(to, &status) == 0)
     {

@@ -1,7 +1,3 @@
-#include <winsock2.h>
-
-#include <ws2tcpip.h>
-
 #include <windows.h>
 
 #include <climits>
@@ -17,7 +13,7 @@ namespace os
 namespace
 {
 
-// The rights behind a file's read and write flags.
+// The access rights for the read and write flags.
 constexpr DWORD kReadAccess = 0x120089;
 constexpr DWORD kWriteAccess = 0x120116;
 

@@ -20,7 +20,7 @@ bool GateHooked(Op operation, QZInt64* size)
         SetLastError(error);
         return false;
     }
-    // A hook makes an operation shorter, never longer than the caller's buffer.
+    // A hook can only shorten a transfer.
     if (size != nullptr && allowed >= 0 && allowed < asked) *size = allowed;
     return true;
 }

@@ -32,7 +32,7 @@ struct Speed
     speed_t code;
 };
 
-/// All the speeds that a tty can be asked for by the C library.
+/// All speeds that the C library can set.
 constexpr Speed kSpeeds[] = {
     {50, B50},           {75, B75},           {110, B110},         {134, B134},         {150, B150},
     {200, B200},         {300, B300},         {600, B600},         {1200, B1200},       {1800, B1800},
@@ -53,7 +53,7 @@ bool PutSpeed(termios* state, QZInt64 baud)
     return false;
 }
 
-/// What is left of a time-out.
+/// The rest of a timeout.
 class Deadline
 {
 public:
@@ -61,7 +61,7 @@ public:
         : m_limited(milliseconds >= 0), m_end(m_limited ? MonotonicMicros() + milliseconds * 1000 : 0)
     {}
 
-    /// In the form of poll: -1 without a limit, a started millisecond counts whole.
+    /// As poll expects it: -1 without a limit, milliseconds rounded up.
     int Left() const
     {
         if (!m_limited) return -1;
@@ -93,7 +93,7 @@ public:
         state.c_cflag &= ~static_cast<tcflag_t>(CSTOPB | CRTSCTS);
         state.c_cflag |= CLOCAL | CREAD;
         state.c_iflag &= ~static_cast<tcflag_t>(IXOFF);
-        // With nothing there a read then fails with EAGAIN, and 0 is left for a line that was hung up.
+        // A read without received bytes then fails with EAGAIN, and 0 means that the line was hung up.
         state.c_cc[VMIN] = 1;
         state.c_cc[VTIME] = 0;
         return PutSpeed(&state, speed) && tcsetattr(m_descriptor, TCSANOW, &state) == 0;
@@ -134,8 +134,8 @@ public:
     void CleanInput() override { tcflush(m_descriptor, TCIFLUSH); }
 
 private:
-    /// Waits and moves until all went through or the time is over. A read waits first, since the answer to
-    /// what was just sent is hardly ever there; there is room for a write nearly always.
+    /// Waits and transfers until all bytes are transferred or the time is over. A read waits first, since the
+    /// answer to a command is rarely there at once; a write tries first, since there nearly always is room.
     template <typename Transfer>
     LineResult Move(short event, QZInt64 size, QZInt64 milliseconds, QZInt64* count, Transfer transfer)
     {
@@ -157,7 +157,7 @@ private:
         }
     }
 
-    /// False when the time is over. An error of the line is found by the transfer that follows.
+    /// Waits for the event; false when the time is over. The following transfer reports an error of the line.
     bool Wait(short event, int milliseconds) const
     {
         pollfd entry{m_descriptor, event, 0};
@@ -168,8 +168,8 @@ private:
     int m_descriptor;
 };
 
-/// True for a tty that stands for a port of the machine: consoles and pseudo-terminals have no device, and
-/// the slots of the serial driver that nothing is plugged into have the type 0.
+/// True for a tty that is a port of the machine: consoles and pseudo-terminals have no device, and unused
+/// slots of the serial driver have the type 0.
 bool IsPort(const std::string& name)
 {
     const std::string folder = std::string(kTtyClass) + "/" + name;

@@ -1,5 +1,3 @@
-#include <winsock2.h>
-
 #include <windows.h>
 
 #include <climits>
@@ -17,7 +15,7 @@ constexpr DWORD kQueueSize = 1024;
 constexpr DWORD kNameLimit = 255;
 constexpr const wchar_t* kPortKey = L"HARDWARE\\DEVICEMAP\\SERIALCOMM\\";
 
-/// The state of the port as the driver has it.
+/// The settings of the port in the driver.
 struct PortState : DCB
 {
     PortState() : DCB{} { DCBlength = sizeof(DCB); }
@@ -98,8 +96,8 @@ private:
         m_transfer.InternalHigh = 0;
     }
 
-    /// The start of a transfer says nothing; its event and its result do. The buffer is the caller's, so a
-    /// transfer that has not come to its end is taken back before the call ends.
+    /// Waits for the end of a started transfer and takes its result. The buffer belongs to the caller, so a
+    /// transfer that has not ended is cancelled before the call returns.
     LineResult End(QZInt64 milliseconds, QZInt64* count)
     {
         const DWORD limit =
@@ -111,7 +109,8 @@ private:
         const bool done = GetOverlappedResult(m_handle, &m_transfer, &moved, late ? TRUE : FALSE) != 0;
         if (!done && GetLastError() == ERROR_IO_INCOMPLETE)
         {
-            // A wait that failed: nothing may write into the buffer once the call is over.
+            // The wait failed: the transfer is cancelled, since nothing may write to the buffer after the
+            // call.
             CancelIo(m_handle);
             GetOverlappedResult(m_handle, &m_transfer, &moved, TRUE);
         }
@@ -167,7 +166,7 @@ bool LineNext(LineWalk* walk, const QZWChar** name)
         DWORD portSize = kNameLimit * sizeof(wchar_t);
         const LSTATUS status = RegEnumValueW(walk->key, walk->next++, walk->name, &nameSize, nullptr, nullptr,
                                              reinterpret_cast<LPBYTE>(walk->port), &portSize);
-        // A value that does not fit is none of a port; any other failure ends the list.
+        // A value that does not fit is not the name of a port; every other failure ends the list.
         if (status == ERROR_MORE_DATA) continue;
         if (status != ERROR_SUCCESS) return false;
         *name = walk->port;

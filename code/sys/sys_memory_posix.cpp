@@ -66,7 +66,7 @@ void* MemoryReserve(QZInt64 size)
         errno = EINVAL;
         return nullptr;
     }
-    // One unit more than asked, so that a range that begins on a unit can be cut out.
+    // One unit more than requested, so that a range that is aligned to a unit can be cut out.
     QZUInt64 whole = WholeUnits(size);
     void* region =
         mmap(nullptr, whole + kReserveUnit, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);

@@ -1,5 +1,3 @@
-#include <winsock2.h>
-
 #include <windows.h>
 
 #include "sys/internal/sys_hooks.h"

@@ -22,15 +22,15 @@ namespace os
 namespace
 {
 
-// No descriptor has these, whatever its turn.
+// No descriptor has these values with any generation.
 constexpr QZUInt64 kPosted = ~QZUInt64{0};
 constexpr QZUInt64 kClosed = kPosted - 1;
 
-/// The number of a wait that ended by time, and of one on a port that is gone.
+/// The errors of a wait that timed out, and of a wait on a closed port.
 constexpr int kTimeout = ETIMEDOUT;
 constexpr int kGone = EBADF;
 
-/// One-shot epoll with a counting wake-up and a lasting one.
+/// A one-shot epoll, an event that counts wake-ups, and one that stays set when the port is closed.
 struct Port
 {
     int epoll = -1;
@@ -63,7 +63,8 @@ struct Port
     }
 };
 
-/// What a descriptor is to its port. It is there for good once a descriptor of its number was associated.
+/// The state of a descriptor at its port. A slot is never freed once a descriptor of its number was
+/// associated.
 struct Slot
 {
     std::mutex lock;
@@ -78,7 +79,7 @@ constexpr int kChunk = 1024;
 constexpr int kChunks = 1024;
 std::atomic<Slot*> g_slots[kChunks];
 
-/// Open ports. Never destroyed: threads may still use it while the process ends.
+/// The open ports. Never destroyed: threads may use the table while the process ends.
 struct PortTable
 {
     std::mutex lock;
@@ -128,7 +129,7 @@ bool Failed(int error)
     return false;
 }
 
-// Under the slot's lock.
+// Called with the slot's lock held.
 bool Arm(Slot* slot, int descriptor)
 {
     epoll_event event = {};
@@ -156,7 +157,7 @@ enum class Outcome
     Broken,
 };
 
-// An event may be of a socket that was closed since, or tell of bytes that are not there after all.
+// The event may belong to a socket that was closed in the meantime, or there may be no bytes after all.
 Outcome Complete(QZUInt64 token, PortCompletion* completion)
 {
     const int descriptor = static_cast<int>(token & 0xFFFFFFFF);
@@ -177,7 +178,7 @@ Outcome Complete(QZUInt64 token, PortCompletion* completion)
     slot->block = nullptr;
     completion->Key = slot->key;
     completion->Bytes = count < 0 ? 0 : static_cast<QZUInt32>(count);
-    // Its owner may reset the note at any time.
+    // The owner may reset the field at any time.
     std::atomic_ref<QZUInt32>(block->Received).store(completion->Bytes, std::memory_order_relaxed);
     return count < 0 ? Outcome::Broken : Outcome::Received;
 }
@@ -235,7 +236,7 @@ bool PortClose(QZInt64 handle)
         table.ports.erase(found);
     }
     Notify(Event::HandleClose, handle);
-    // Never read, so that it ends one wait after the other. The last one to leave gives the rest back.
+    // The event is never read, so it ends all waits one after another. The last waiter frees the rest.
     eventfd_write(port->end, 1);
     return true;
 }
@@ -252,7 +253,7 @@ bool PortAssociate(QZInt64 handle, QZInt64 socket, QZInt64 key)
     Slot* slot = SlotMade(descriptor);
     if (slot == nullptr) return Failed(ENOMEM);
     std::lock_guard<std::mutex> guard(slot->lock);
-    // What is left of a socket that was closed past this layer.
+    // Removes the state of a socket that was closed without this layer.
     if (slot->port != nullptr) Detach(slot, static_cast<int>(socket));
     slot->port = std::move(port);
     slot->key = key;

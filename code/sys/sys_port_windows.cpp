@@ -21,7 +21,7 @@ namespace
 static_assert(sizeof(OVERLAPPED) <= sizeof(PortBlock::System));
 static_assert(offsetof(PortBlock, Buffer) - offsetof(PortBlock, Length) == offsetof(WSABUF, buf));
 
-/// The system's port, kept open until the last waiter has left, so that its handle means nothing else before.
+/// The system's port. It stays open until the last waiter has left, so that its handle is not reused before.
 struct Port
 {
     explicit Port(HANDLE system) : handle(system) {}
@@ -34,7 +34,7 @@ struct Port
     std::atomic<bool> closed{false};
 };
 
-/// Open ports. Never destroyed: threads may still use it while the process ends.
+/// The open ports. Never destroyed: threads may use the table while the process ends.
 struct PortTable
 {
     std::mutex lock;
@@ -62,8 +62,8 @@ std::shared_ptr<Port> PortOf(QZInt64 handle, int waiters)
     return found->second;
 }
 
-/// The sockets that are associated, by handle. Handles have 32 significant bits; the upper half of the
-/// system's key tells the sockets apart that had one handle one after another.
+/// The associated sockets by handle. Handles have 32 significant bits; the upper half of the system's key
+/// distinguishes sockets that had the same handle at different times.
 struct SocketTable
 {
     struct Entry
@@ -83,7 +83,7 @@ SocketTable& Sockets()
     return *table;
 }
 
-/// The key of the socket that a completion is from; false when that is closed.
+/// The key of the socket of a completion; false when the socket was closed.
 bool KeyOf(ULONG_PTR system, QZInt64* key)
 {
     SocketTable& table = Sockets();
@@ -133,7 +133,7 @@ bool PortClose(QZInt64 handle)
     }
     Notify(Event::HandleClose, handle);
     port->closed = true;
-    // Not every system ends the waits when the handle goes.
+    // Not every system ends the waits when the handle is closed.
     for (int left = port->waiters; left > 0; --left) PostQueuedCompletionStatus(port->handle, 0, 0, nullptr);
     return true;
 }

@@ -23,7 +23,7 @@ namespace os
 namespace
 {
 
-/// Calls line(text) for each line of a file of the system's; false when it cannot be read.
+/// Calls line(text) for each line of a system file; false when it cannot be read.
 template <typename Line>
 bool ForEachLine(const char* path, Line line)
 {
@@ -35,7 +35,7 @@ bool ForEachLine(const char* path, Line line)
     return true;
 }
 
-/// Reads "<name> <number>" into *value; false for a line of another name.
+/// Reads "<name> <number>" into *value; false for a line with another name.
 bool ReadNumber(const char* line, const char* name, QZUInt64* value)
 {
     std::size_t length = std::strlen(name);
@@ -46,7 +46,7 @@ bool ReadNumber(const char* line, const char* name, QZUInt64* value)
 
 std::string PathOf(QZInt64 pid, const char* name) { return "/proc/" + std::to_string(pid) + name; }
 
-/// What the system tells of a process.
+/// The figures that the system gives of a process.
 struct Status
 {
     std::string name;
@@ -56,8 +56,7 @@ struct Status
     QZUInt64 swapKb = 0;
 };
 
-/// False with ESRCH for a process that is not there: one that has ended and is only waited for, and a
-/// thread's number, among them.
+/// False with ESRCH for a process that does not exist. That includes zombies and the ids of threads.
 bool ReadStatus(QZInt64 pid, Status* status)
 {
     bool found =
@@ -97,7 +96,7 @@ QZInt64 ProcessOpen(QZInt64 pid)
         errno = ESRCH;
         return 0;
     }
-    // As with files, the handle is the descriptor + 1.
+    // The handle is the descriptor + 1, as for files.
     return syscall(SYS_pidfd_open, static_cast<pid_t>(pid), 0) + 1;
 }
 
@@ -123,7 +122,7 @@ QZInt64 ProcessMemoryWrite(QZInt64, QZUInt32, const void*, QZInt64)
 namespace
 {
 
-/// What the helpers of a start tell the starter.
+/// The message of the helper processes of a start to the starter.
 struct StartReport
 {
     pid_t pid;
@@ -137,10 +136,10 @@ void TellStarter(int channel, StartReport report)
     while (written < 0 && errno == EINTR);
 }
 
-// In the new process, where only what a signal handler may do is allowed.
+// Runs in the new process, where only functions that a signal handler may call are allowed.
 [[noreturn]] void BecomeProgram(const char* path, int channel)
 {
-    // A session of its own and no standard streams: nothing of the starter's is inherited.
+    // The program gets a session of its own and no standard streams: it inherits nothing.
     setsid();
     int none = open("/dev/null", O_RDWR);
     for (int stream = 0; stream <= 2 && none >= 0; ++stream) dup2(none, stream);
@@ -157,8 +156,8 @@ void TellStarter(int channel, StartReport report)
     _exit(127);
 }
 
-// Starts the program as a child of a helper that ends at once: the system then takes it over, and nothing of
-// it is left behind when it ends.
+// Starts the program as the child of a helper process that ends at once, so that the system adopts it and no
+// zombie is left when it ends.
 [[noreturn]] void StartAndLeave(const char* path, int channel)
 {
     pid_t program = fork();
@@ -179,7 +178,7 @@ QZInt64 ProcessStart(const char* path)
     if (helper == 0) StartAndLeave(path, channel[1]);
     int error = helper < 0 ? errno : 0;
     close(channel[1]);
-    // Both ends of the channel are closed when the helper has left and the program runs.
+    // Both ends of the channel are closed when the helper has ended and the program runs.
     pid_t pid = 0;
     StartReport report;
     for (;;)
@@ -254,7 +253,8 @@ const QZWChar* ProcessName(ProcessWalk* walk)
     std::string path = ReadLink(PathOf(walk->pid, "/exe").c_str());
     constexpr std::string_view kDeleted = " (deleted)";
     if (path.ends_with(kDeleted)) path.resize(path.size() - kDeleted.size());
-    // Programs of others may not be looked at; the short name is all there is then, and for the kernel's own.
+    // The program of another user's process cannot be read; then, and for kernel threads, only the short name
+    // is known.
     walk->name = ToText(path.empty() ? walk->status.name : path.substr(path.rfind('/') + 1));
     return walk->name.c_str();
 }

@@ -1,5 +1,3 @@
-#include <winsock2.h>
-
 #include <windows.h>
 
 #include <psapi.h>
@@ -16,7 +14,7 @@ namespace os
 namespace
 {
 
-// Query, and reading, writing and changing of virtual memory.
+// The rights to query the process and to read, write and change its virtual memory.
 constexpr DWORD kProcessAccess = 0x438;
 
 HANDLE ToHandle(QZInt64 value) { return reinterpret_cast<HANDLE>(value); }
@@ -77,7 +75,7 @@ QZInt64 ProcessStart(const char* path)
     if (!Gate(Op::System)) return 0;
     SECURITY_DESCRIPTOR descriptor;
     InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
-    // A null list gives everyone access.
+    // A null list gives every user access.
     SetSecurityDescriptorDacl(&descriptor, TRUE, nullptr, FALSE);
     SECURITY_ATTRIBUTES attributes = {sizeof(attributes), &descriptor, FALSE};
     STARTUPINFOA startup = {};
@@ -88,7 +86,7 @@ QZInt64 ProcessStart(const char* path)
     if (!CreateProcessA(path, nullptr, &attributes, &attributes, FALSE, CREATE_NEW_CONSOLE, nullptr, nullptr,
                         &startup, &made))
         return 0;
-    // Both handles stay open: hosts rely on the number staying that of this process.
+    // Both handles stay open, so that the system does not reuse the id while the host uses it.
     return made.dwProcessId;
 }
 
@@ -112,7 +110,7 @@ bool ProcessMemoryGet(QZInt64 pid, ProcessMemory* memory)
     PROCESS_MEMORY_COUNTERS counters = {};
     counters.cb = sizeof(counters);
     DWORD exitCode = 0;
-    // One that ended is still to be opened while somebody holds a handle of it.
+    // A process that has ended can be opened while a handle of it exists.
     bool done = GetExitCodeProcess(process, &exitCode) && exitCode == STILL_ACTIVE &&
                 GetProcessMemoryInfo(process, &counters, sizeof(counters));
     CloseHandle(process);

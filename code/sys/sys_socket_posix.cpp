@@ -26,7 +26,7 @@ namespace os
 namespace
 {
 
-// The handle is the descriptor itself, so that a host may hand in sockets of its own. 0 is no handle.
+// The handle is the descriptor itself, so that hosts can pass sockets of their own. 0 is no handle.
 int DescriptorOf(QZInt64 socket) { return socket > 0 && socket <= INT_MAX ? static_cast<int>(socket) : -1; }
 
 bool Failed()
@@ -37,7 +37,7 @@ bool Failed()
 
 bool Succeeded(int result) { return result == 0 || Failed(); }
 
-// A descriptor 0 moves up.
+// Replaces a descriptor 0 by another one.
 QZInt64 HandleOf(int descriptor)
 {
     if (descriptor == 0)
@@ -87,8 +87,8 @@ bool SetTimeout(QZInt64 socket, int option, QZUInt32 milliseconds)
     return Succeeded(setsockopt(DescriptorOf(socket), SOL_SOCKET, option, &time, sizeof(time)));
 }
 
-/// Connecting knows no time limit, yet the system applies that of sending to it; this takes it away for the
-/// time of a scope.
+/// Connecting has no time limit here, but the system applies the send limit to it. This removes the limit for
+/// a scope.
 class NoSendLimit
 {
 public:
@@ -115,7 +115,7 @@ private:
     timeval m_time = {};
 };
 
-// After an interruption the connection goes on being made; its end tells the result.
+// After an interruption the connection is still being made; this waits for its result.
 bool ConnectEnd(int descriptor)
 {
     if (WaitFor(descriptor, POLLOUT) < 0) return false;
@@ -126,7 +126,7 @@ bool ConnectEnd(int descriptor)
     return error == 0;
 }
 
-// On a socket that blocks, "try again" means that its time is over.
+// On a blocking socket "try again" means a timeout.
 QZInt64 Moved(int descriptor, ssize_t count)
 {
     if (count >= 0) return count;
@@ -167,7 +167,7 @@ void SleepSocketWait(QZInt64 socket, int seconds, int microseconds)
     Notify(Event::SleepMicro, static_cast<QZInt64>(seconds) * 1000000 + microseconds);
     fd_set exceptions;
     FD_ZERO(&exceptions);
-    // The set is there for form; a first argument of 0 has nobody look into it.
+    // The set is not used: with a first argument of 0 the system does not read it.
     if (socket >= 0 && socket < FD_SETSIZE) FD_SET(static_cast<int>(socket), &exceptions);
     timeval time;
     time.tv_sec = seconds;
@@ -192,7 +192,7 @@ bool SocketClose(QZInt64 socket)
     int listens = 0;
     socklen_t size = sizeof(listens);
     if (getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) != 0) return Failed();
-    // Closing alone would leave a waiting accept where it is.
+    // A close alone would not end a waiting accept.
     if (listens != 0) shutdown(descriptor, SHUT_RDWR);
     PortDetach(socket);
     Notify(Event::HandleClose, socket);
@@ -235,7 +235,7 @@ bool SocketBind(QZInt64 socket, QZUInt16 port, QZUInt32 address)
     int descriptor = DescriptorOf(socket);
     int type = 0;
     socklen_t size = sizeof(type);
-    // For datagrams the same option would let two sockets share the port.
+    // For datagrams the option would let two sockets share the port.
     if (getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0 && type == SOCK_STREAM)
     {
         int on = 1;
@@ -262,7 +262,7 @@ QZInt64 SocketAccept(QZInt64 socket, QZUInt32* address, QZUInt16* port)
         socklen_t size = sizeof(name);
         made = accept4(descriptor, reinterpret_cast<sockaddr*>(&name), &size,
                        SOCK_CLOEXEC | (blocks ? 0 : SOCK_NONBLOCK));
-        // A time limit of the listener is for its connections, not for the wait for one.
+        // A time limit of the listener is for its connections, not for accept.
     } while (made < 0 && (errno == EINTR || (errno == EAGAIN && blocks)));
     QZInt64 result = HandleOf(made);
     if (result == 0) return 0;
@@ -279,7 +279,7 @@ QZInt64 SocketSend(QZInt64 socket, const void* buffer, QZInt64 size)
     ssize_t count;
     do count = send(descriptor, buffer, static_cast<size_t>(std::min<QZInt64>(size, INT_MAX)), MSG_NOSIGNAL);
     while (count < 0 && errno == EINTR);
-    // Without a destination: the socket is not connected.
+    // The socket is not connected and the call names no destination.
     if (count < 0 && errno == EDESTADDRREQ) errno = ENOTCONN;
     return Moved(descriptor, count);
 }

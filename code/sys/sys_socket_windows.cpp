@@ -181,7 +181,7 @@ bool SocketShutdown(QZInt64 socket, SocketSide side)
 {
     if (side == SocketSide::Send) return shutdown(ToSocket(socket), SD_SEND) == 0;
     const bool done = shutdown(ToSocket(socket), SD_BOTH) == 0;
-    // What waits already does not notice by itself.
+    // Calls that wait already do not notice the shutdown by themselves.
     CancelIoEx(reinterpret_cast<HANDLE>(ToSocket(socket)), nullptr);
     return done;
 }

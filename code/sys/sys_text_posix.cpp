@@ -9,7 +9,7 @@ namespace os
 namespace
 {
 
-// One code point from UTF-8; false for a byte that starts no whole, shortest, legal form.
+// Reads one code point from UTF-8; false for a byte that does not start a complete, shortest, legal form.
 bool DecodeUtf8(std::string_view bytes, size_t* position, char32_t* code)
 {
     auto at = [&](size_t index) { return static_cast<unsigned char>(bytes[index]); };
@@ -36,7 +36,7 @@ bool DecodeUtf8(std::string_view bytes, size_t* position, char32_t* code)
     return true;
 }
 
-// One code point from UTF-16; lone surrogates come through as they are.
+// Reads one code point from UTF-16; a lone surrogate is returned unchanged.
 char32_t DecodeUtf16(const QZWChar* text, QZInt64 units, QZInt64* position)
 {
     char32_t unit = text[(*position)++];
@@ -98,7 +98,7 @@ QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capa
     QZInt64 written = 0;
     for (size_t position = 0; position < view.size();)
     {
-        // Most of any narrow text is ASCII, one byte for one unit.
+        // Most narrow text is ASCII, one byte for each unit.
         if (static_cast<signed char>(view[position]) >= 0)
         {
             if (out != nullptr)

@@ -1,6 +1,6 @@
-#include <winsock2.h>
-
 #include <windows.h>
+
+#include <climits>
 
 #include "sys/internal/sys_text.h"
 
@@ -16,7 +16,7 @@ QZInt64 NarrowToWide(const char* text, QZInt64 bytes, QZWChar* out, QZInt64 capa
     int limit = capacity > INT_MAX ? INT_MAX : static_cast<int>(capacity);
     int written = MultiByteToWideChar(CP_ACP, 0, text, size, out, limit);
     if (written != 0 || ::GetLastError() != ERROR_INSUFFICIENT_BUFFER) return written;
-    // Too long for the target: as many whole characters as fit.
+    // The text is too long for the target: converts as many whole characters as fit.
     int used = 0;
     int units = 0;
     while (used < size)

@@ -25,21 +25,21 @@ namespace os
 namespace
 {
 
-// The suspend count of the Windows threads ends here, so it does too.
+// The largest suspend count of a Windows thread.
 constexpr int kSuspendMax = 127;
 
-/// One thread started here. Two hold it: the running thread and the handle.
+/// A thread that ThreadCreate started. The running thread and the handle each hold a reference.
 struct ThreadRecord
 {
     std::atomic<int> references{2};
     std::atomic<int> suspended{0};
     std::atomic<bool> ended{false};
-    /// Held where the thread is named to the system, and by the thread when it leaves.
+    /// Locked while the thread is passed to the system, and by the thread when it ends.
     std::mutex leaving;
     std::atomic<bool> killed{false};
     std::atomic<bool> killedSeen{false};
     sem_t end;
-    /// Where the thread waits while it is suspended; posted when the count comes down to 0.
+    /// The suspended thread waits here; posted when the count becomes 0.
     sem_t gate;
     pthread_t thread;
     QZUInt64 id;
@@ -47,8 +47,8 @@ struct ThreadRecord
     void* argument;
 };
 
-/// What the termination signal looks at. It lies in the static TLS block, so reading it in a signal handler
-/// allocates nothing.
+/// The state that the termination signal reads. It is in the static TLS block, so that reading it in a signal
+/// handler allocates nothing.
 struct ThreadState
 {
     ThreadRecord* record;
@@ -60,7 +60,7 @@ __attribute__((tls_model("initial-exec"))) thread_local ThreadState t_state{null
 
 std::atomic<QZUInt64> g_nextThread{1};
 
-/// Live handles. Never destroyed: threads may still use it while the process ends.
+/// The open handles. Never destroyed: threads may use the table while the process ends.
 struct HandleTable
 {
     std::mutex lock;
@@ -75,9 +75,8 @@ HandleTable& Handles()
 
 int TerminationSignal() { return SIGRTMAX - 3; }
 
-// Ends the calling thread without running anything of it: no unwinding, no destructors, no thread-local
-// clean-up. Its stack is not given back: the next thread to stand on it would find the thread-specific values
-// that it left behind.
+// Ends the calling thread without unwinding, destructors or thread-local clean-up. Its stack is not freed:
+// the next thread that used it would find the thread-specific values that it left there.
 [[noreturn]] void EndHere(ThreadRecord* record)
 {
     record->killed.store(true, std::memory_order_relaxed);
@@ -123,7 +122,7 @@ void DropReference(ThreadRecord* record)
     DeleteRecord(record);
 }
 
-/// A handle's record with a reference of its own, so that a close elsewhere cannot take it away.
+/// Holds a reference to the record of a handle, so that a close by another thread does not delete it.
 class RecordUse
 {
 public:
@@ -176,7 +175,7 @@ void* ThreadEntry(void* parameter)
     {
         std::lock_guard<std::mutex> guard(record->leaving);
         record->ended.store(true, std::memory_order_release);
-        // Nobody joins: a handle may stay open for good.
+        // Threads are detached, since a handle may stay open forever.
         pthread_detach(pthread_self());
     }
     sem_post(&record->end);
@@ -184,7 +183,7 @@ void* ThreadEntry(void* parameter)
     return nullptr;
 }
 
-// A mutex whose holder died is taken over, as an abandoned one is.
+// The next thread gets a mutex whose holder was terminated, like an abandoned mutex of Windows.
 bool LockRobust(pthread_mutex_t* mutex)
 {
     int error = pthread_mutex_lock(mutex);
@@ -235,7 +234,7 @@ QZInt64 ThreadCreate(void (*routine)(void*), void* argument)
 
     HandleTable& table = Handles();
     std::lock_guard<std::mutex> guard(table.lock);
-    // The new thread starts with the termination signal held back until it has its record in place.
+    // The new thread starts with the termination signal blocked until it has its record.
     sigset_t before;
     sigset_t held;
     sigemptyset(&held);
@@ -298,7 +297,8 @@ void ThreadGate()
 {
     ThreadRecord* record = t_state.record;
     if (record == nullptr) return;
-    // A post may stem from a suspend that was taken back before it took hold, so the count decides.
+    // A post may belong to an earlier suspend that was taken back before the thread stopped, so the count
+    // decides.
     while (record->suspended.load() > 0) sem_wait(&record->gate);
 }
 
@@ -309,7 +309,7 @@ bool ThreadTerminate(QZInt64 thread)
     if (!record) return false;
     if (record.Get() == t_state.record)
     {
-        // The handle and the thread keep their own references; the one taken here goes first.
+        // Releases this function's reference first; the handle and the thread have their own.
         record->references.fetch_sub(2, std::memory_order_acq_rel);
         record->killedSeen.store(true);
         EndHere(record.Get());
@@ -332,7 +332,7 @@ bool ThreadTerminate(QZInt64 thread)
         {}
         sem_post(&record->end);
     }
-    // A thread ended by the signal could not give back its own reference.
+    // A thread that the signal ended could not release its reference.
     if (record->killed.load() && !record->killedSeen.exchange(true))
         record->references.fetch_sub(1, std::memory_order_acq_rel);
     return true;
@@ -359,9 +359,9 @@ bool ThreadWait(QZInt64 thread, QZInt64 milliseconds)
         while (result != 0 && errno == EINTR);
     }
     if (result != 0) return false;
-    // The end stays signalled for whoever asks next.
+    // The end stays signalled for the next wait.
     sem_post(&record->end);
-    // Whoever waited sees all that the thread did.
+    // The waiting thread sees all effects of the ended thread.
     return record->ended.load(std::memory_order_acquire);
 }
 
@@ -388,7 +388,7 @@ void ThreadClose(QZInt64 thread)
 QZUInt64 ThreadCurrentId()
 {
     ThreadRecord* record = t_state.record;
-    // Threads from elsewhere get numbers that no thread started here can have.
+    // Threads that were not started here get ids that threads started here never have.
     return record != nullptr ? record->id : (QZUInt64{1} << 62) + static_cast<QZUInt64>(gettid());
 }
 
@@ -450,7 +450,7 @@ void MutexClose(void* mutex)
     if (mutex == nullptr) return;
     TerminationHold hold;
     Notify(Event::HandleClose, reinterpret_cast<QZInt64>(mutex));
-    // Held by the caller or free: the last one to hold it closes it.
+    // The caller holds the mutex or it is free; it is unlocked completely before it is destroyed.
     while (pthread_mutex_unlock(static_cast<pthread_mutex_t*>(mutex)) == 0)
     {}
     pthread_mutex_destroy(static_cast<pthread_mutex_t*>(mutex));
@@ -476,15 +476,15 @@ void CriticalEnter(void* section)
 
 void CriticalLeave(void* section)
 {
-    // The recursive kind refuses a thread that does not hold it, which is all that a surplus leave needs.
+    // A recursive mutex refuses a thread that does not hold it, so a surplus leave has no effect.
     pthread_mutex_unlock(static_cast<pthread_mutex_t*>(section));
 }
 
 void CriticalDelete(void* section)
 {
     pthread_mutex_t* mutex = static_cast<pthread_mutex_t*>(section);
-    // A terminated thread takes what it held with it. Such a mutex cannot be destroyed, only be left behind;
-    // it has nothing but its own bytes.
+    // A mutex that a terminated thread holds cannot be destroyed. It is left behind; it owns nothing but its
+    // bytes.
     if (pthread_mutex_trylock(mutex) != 0) return;
     pthread_mutex_unlock(mutex);
     pthread_mutex_destroy(mutex);

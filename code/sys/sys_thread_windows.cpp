@@ -1,13 +1,9 @@
-#include <winsock2.h>
-
 #include <windows.h>
-
-#include <timeapi.h>
 
 #include <atomic>
 #include <climits>
-#include <new>
 
+#include "sys/internal/sys_chunk_table.h"
 #include "sys/internal/sys_hooks.h"
 #include "sys/internal/sys_thread.h"
 
@@ -19,34 +15,31 @@ namespace
 
 HANDLE ToHandle(QZInt64 value) { return reinterpret_cast<HANDLE>(value); }
 
-// The suspend count of the system's threads ends here, so it does too.
+// The largest suspend count of a thread of the system.
 constexpr int kSuspendMax = 127;
 
-/// One thread started here. Two hold it: the running thread and the handle. The system can stop a thread
-/// wherever it is, inside a lock that the one who would resume it needs; so a suspend is a count that the
-/// thread looks at before it takes a lock and around its sleeps.
+/// A thread that ThreadCreate started. The running thread and the handle each hold a reference. The system
+/// would suspend a thread at any place, also inside a lock that the resuming thread needs. A suspend is
+/// therefore a count, which the thread tests at its gates: before it takes a lock and around its sleeps.
 struct ThreadRecord
 {
     std::atomic<int> holders;
     std::atomic<bool> running;
     std::atomic<int> suspended;
     std::atomic<HANDLE> handle;
-    /// Where the thread waits while it is suspended; posted when the count comes down to 0. Kept for the
-    /// record's next thread.
+    /// The suspended thread waits here; posted when the count becomes 0. Kept for the next thread of the
+    /// record.
     HANDLE gate;
     void (*routine)(void*);
     void* argument;
 };
 
-/// Records are never given back, only used again, and found without a lock: a thread may be terminated
-/// anywhere.
-struct RecordChunk
-{
-    ThreadRecord records[32];
-    std::atomic<RecordChunk*> next;
-};
+void* AllocateChunk(QZInt64 size) { return ::HeapAlloc(GetProcessHeap(), 0, static_cast<SIZE_T>(size)); }
 
-constinit RecordChunk g_records{};
+void FreeChunk(void* chunk) { ::HeapFree(GetProcessHeap(), 0, chunk); }
+
+/// Records are never freed, only used again.
+constinit ChunkTable<ThreadRecord, 32, AllocateChunk, FreeChunk> g_records{};
 constinit std::atomic<DWORD> g_slot{TLS_OUT_OF_INDEXES};
 
 bool MakeSlot()
@@ -59,7 +52,7 @@ bool MakeSlot()
     return true;
 }
 
-/// The calling thread's record, null for a thread from elsewhere. The last error stays as it is.
+/// The calling thread's record; null for a thread that was not started here. Does not change the last error.
 ThreadRecord* CurrentRecord()
 {
     const DWORD slot = g_slot.load(std::memory_order_acquire);
@@ -73,44 +66,27 @@ ThreadRecord* CurrentRecord()
 ThreadRecord* FindRecord(QZInt64 thread)
 {
     if (thread == 0) return nullptr;
-    for (RecordChunk* chunk = &g_records; chunk != nullptr; chunk = chunk->next.load())
-        for (ThreadRecord& record : chunk->records)
-            if (record.handle.load() == ToHandle(thread)) return &record;
-    return nullptr;
+    return g_records.Find(
+        [thread](ThreadRecord& record) { return record.handle.load() == ToHandle(thread); });
 }
 
-RecordChunk* NextChunk(RecordChunk* chunk)
-{
-    RecordChunk* next = chunk->next.load();
-    if (next != nullptr) return next;
-    void* block = ::HeapAlloc(GetProcessHeap(), 0, sizeof(RecordChunk));
-    if (block == nullptr) return nullptr;
-    RecordChunk* made = new (block) RecordChunk{};
-    if (chunk->next.compare_exchange_strong(next, made)) return made;
-    ::HeapFree(GetProcessHeap(), 0, block);
-    return next;
-}
-
+/// Takes a free record with two references; null when there is no memory.
 ThreadRecord* TakeRecord()
 {
-    for (RecordChunk* chunk = &g_records; chunk != nullptr; chunk = NextChunk(chunk))
-    {
-        for (ThreadRecord& record : chunk->records)
-        {
-            int free = 0;
-            if (!record.holders.compare_exchange_strong(free, 2)) continue;
-            if (record.gate == nullptr) record.gate = CreateSemaphoreW(nullptr, 0, LONG_MAX, nullptr);
-            if (record.gate != nullptr) return &record;
-            record.holders.store(0);
-            return nullptr;
-        }
-    }
+    ThreadRecord* record = g_records.Take([](ThreadRecord& free) {
+        int holders = 0;
+        return free.holders.compare_exchange_strong(holders, 2);
+    });
+    if (record == nullptr) return nullptr;
+    if (record->gate == nullptr) record->gate = CreateSemaphoreW(nullptr, 0, LONG_MAX, nullptr);
+    if (record->gate != nullptr) return record;
+    record->holders.store(0);
     return nullptr;
 }
 
 void DropRecord(ThreadRecord* record) { record->holders.fetch_sub(1, std::memory_order_acq_rel); }
 
-/// The thread's own hold ends once, with the thread or with whoever terminates it.
+/// Releases the running thread's reference once: at its end, or when it is terminated.
 void DropRunning(ThreadRecord* record)
 {
     if (record->running.exchange(false)) DropRecord(record);
@@ -151,7 +127,7 @@ QZInt64 ThreadCreate(void (*routine)(void*), void* argument)
         ::SetLastError(error);
         return 0;
     }
-    // A host that has closed a handle past the library has left its number behind.
+    // The handle number is still in the table when a host closed an old handle without ThreadClose.
     if (ThreadRecord* stale = FindRecord(reinterpret_cast<QZInt64>(thread)))
     {
         stale->handle.store(nullptr);
@@ -204,7 +180,8 @@ void ThreadGate()
     ThreadRecord* record = CurrentRecord();
     if (record == nullptr || record->suspended.load() == 0) return;
     const DWORD error = ::GetLastError();
-    // A post may stem from a suspend that was taken back before it took hold, so the count decides.
+    // A post may belong to an earlier suspend that was taken back before the thread stopped, so the count
+    // decides.
     while (record->suspended.load() > 0) WaitForSingleObject(record->gate, INFINITE);
     ::SetLastError(error);
 }
@@ -214,7 +191,7 @@ bool ThreadTerminate(QZInt64 thread)
     if (!Gate(Op::ThreadControl)) return false;
     ThreadRecord* record = FindRecord(thread);
     if (record != nullptr && record == CurrentRecord()) DropRunning(record);
-    // The call only asks for the end; who takes the thread's memory away must know that it is gone.
+    // The call only requests the end. The wait ensures that the thread no longer uses its memory.
     if (!TerminateThread(ToHandle(thread), 0)) return false;
     WaitForSingleObject(ToHandle(thread), 1000);
     if (record != nullptr) DropRunning(record);
@@ -231,7 +208,7 @@ void ThreadClose(QZInt64 thread)
 {
     if (thread == 0) return;
     Notify(Event::HandleClose, thread);
-    // Before the system gives the number to another.
+    // Must precede CloseHandle, after which the system may reuse the number.
     ThreadRecord* record = FindRecord(thread);
     if (record != nullptr)
     {
@@ -295,8 +272,8 @@ void CriticalEnter(void* section)
 
 void CriticalLeave(void* section)
 {
-    // A surplus leave would upset the counts; the owner field equals the caller's id only while the caller
-    // holds it.
+    // A surplus leave would corrupt the counts. The owner field equals the caller's id only while the caller
+    // holds the section.
     CRITICAL_SECTION* critical = static_cast<CRITICAL_SECTION*>(section);
     HANDLE self = ULongToHandle(GetCurrentThreadId());
     if (__atomic_load_n(&critical->OwningThread, __ATOMIC_RELAXED) != self) return;

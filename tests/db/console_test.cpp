@@ -2,8 +2,8 @@
 
 #include "codec/cod_encryption.h"
 #include "fw/fw_data.h"
-#include "os/os_buffer.h"
 #include "os/os_file.h"
+#include "os/os_file_buffer.h"
 
 using qztest::EngineTest;
 using qztest::Image;

@@ -14,6 +14,7 @@
 
 #include "db/db_format.h"
 #include "db/internal/db_chars.h"
+#include "db/internal/db_console.h"
 #include "db/internal/db_data.h"
 #include "db/internal/db_link.h"
 #include "db/internal/db_objects.h"

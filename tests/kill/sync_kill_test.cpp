@@ -23,7 +23,7 @@
 #include "db/db_format.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
-#include "os/os_buffer.h"
+#include "os/os_file_buffer.h"
 #include "qzlib.h"
 #include "support/qz_test.h"
 

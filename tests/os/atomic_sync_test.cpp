@@ -8,7 +8,7 @@
 #include <string>
 
 #include "fw/fw_string.h"
-#include "os/os_buffer.h"
+#include "os/os_file_buffer.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
 #include "sys/internal/sys_hooks.h"

@@ -1,4 +1,4 @@
-#include "os/os_buffer.h"
+#include "os/os_file_buffer.h"
 
 #include <cstdint>
 #include <random>

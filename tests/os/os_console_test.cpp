@@ -1,4 +1,5 @@
 #include "os/os_console.h"
+#include "os/internal/os_console_table.h"
 
 #include <string>
 

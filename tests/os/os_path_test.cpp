@@ -1,4 +1,5 @@
 #include "os/os_path.h"
+#include "os/os_file_directory.h"
 
 #include "fw/fw_exception_code.h"
 #include "fw/fw_keyed.h"

@@ -19,15 +19,15 @@ constexpr QZUInt32 kSystemNumber = 5;
 TEST(SystemInfo, LoadIsTheShareOfTimeNotIdle)
 {
     // 100 ticks passed: 80 in the kernel, 75 of them idle, and 20 in programs.
-    EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1075, 2080, 520}), 25);
-    EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1000, 2001, 502}), 100);
-    EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1100, 2100, 500}), 0);
-    EXPECT_EQ(QZSystemLoad({0, 0, 0}, {2, 2, 1}), 33) << "truncated, not rounded";
+    EXPECT_EQ(os::SystemLoad({1000, 2000, 500}, {1075, 2080, 520}), 25);
+    EXPECT_EQ(os::SystemLoad({1000, 2000, 500}, {1000, 2001, 502}), 100);
+    EXPECT_EQ(os::SystemLoad({1000, 2000, 500}, {1100, 2100, 500}), 0);
+    EXPECT_EQ(os::SystemLoad({0, 0, 0}, {2, 2, 1}), 33) << "truncated, not rounded";
 }
 
 TEST(SystemInfo, LoadWithoutElapsedTimeIsZero)
 {
-    EXPECT_EQ(QZSystemLoad({1000, 2000, 500}, {1000, 2000, 500}), 0);
+    EXPECT_EQ(os::SystemLoad({1000, 2000, 500}, {1000, 2000, 500}), 0);
     Hooks hooks;
     hooks.Fail(os::Op::System, kSystemNumber, 1, true);
     // When the times cannot be read, the last two readings are used again.

@@ -1,6 +1,7 @@
 // The caches of the graphics factory, and its part in start, end and collection of the library.
 
 #include "graphics/gr_graphics_factory.h"
+#include "graphics/internal/gr_start.h"
 
 #include <string>
 

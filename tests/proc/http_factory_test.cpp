@@ -3,7 +3,7 @@
 #include "fw/fw_data.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
-#include "net/internal/net_library.h"
+#include "net/internal/net_start.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"

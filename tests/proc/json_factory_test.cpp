@@ -6,7 +6,7 @@
 #include "fw/fw_memory.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
-#include "net/internal/net_library.h"
+#include "net/internal/net_start.h"
 #include "net/net_json.h"
 #include "qzlib.h"
 #include "support/qz_test.h"

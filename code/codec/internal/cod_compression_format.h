@@ -1,10 +1,10 @@
-#ifndef QZLIB_COD_COMPRESSION_FORMAT_H
-#define QZLIB_COD_COMPRESSION_FORMAT_H
+#ifndef QZLIB_CODEC_COMPRESSION_FORMAT_H
+#define QZLIB_CODEC_COMPRESSION_FORMAT_H
 
 /// What the stages of the codec share. Internal.
 
-#include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "sys/sys_bytes.h"
 
@@ -12,11 +12,11 @@ namespace compression
 {
 
 /// The word in the last four bytes.
-constexpr QZUInt32 PlainMarker = 0x5010100;
-constexpr QZUInt32 DividedMarker = 0x5010200;
-constexpr QZUInt32 CompressedMarker = 0x5010300;
-constexpr QZUInt32 TiledMarker = 0x5010400;
-constexpr QZInt64 MarkerSize = 4;
+constexpr QZUInt32 kPlainMarker = 0x5010100;
+constexpr QZUInt32 kDividedMarker = 0x5010200;
+constexpr QZUInt32 kCompressedMarker = 0x5010300;
+constexpr QZUInt32 kTiledMarker = 0x5010400;
+constexpr QZInt64 kMarkerSize = 4;
 
 enum Tag : QZByte
 {
@@ -29,34 +29,31 @@ enum Tag : QZByte
 };
 
 /// Source length as 64 bits, and the marker.
-constexpr QZInt64 StreamTrailer = 12;
+constexpr QZInt64 kStreamTrailer = 12;
 
 inline bool EndsWith(const void* buffer, QZUInt32 length, QZUInt32 marker)
 {
-    return length >= MarkerSize && QZLoad<QZUInt32>(QZAt(buffer, QZInt64{length} - MarkerSize)) == marker;
+    return length >= kMarkerSize && QZLoad<QZUInt32>(QZAt(buffer, QZInt64{length} - kMarkerSize)) == marker;
 }
 
-/// A buffer of the memory manager for the time of a stage.
+/// A temporary buffer of a stage. Throws without memory.
 class Temporary
 {
 public:
     Temporary(QZInt64 size, bool clean, const QZWChar* method)
-        : m_bytes(static_cast<QZByte*>(clean ? MemoryAllocateClean(size) : MemoryAllocate(size)))
+        : m_buffer(clean ? MemoryAllocateClean(size) : MemoryAllocate(size))
     {
-        if (m_bytes) return;
+        if (m_buffer.Get() != nullptr) return;
         throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
                       QZ_W("QZCompression"), method)
             .Argument(QZ_W("QZInt64"), size)
             .Exception();
     }
-    ~Temporary() { MemoryFree(m_bytes); }
-    Temporary(const Temporary&) = delete;
-    Temporary& operator=(const Temporary&) = delete;
 
-    QZByte* Bytes() const { return m_bytes; }
+    QZByte* Bytes() const { return m_buffer.Bytes(); }
 
 private:
-    QZByte* m_bytes;
+    QZScopedBuffer m_buffer;
 };
 
 }  // namespace compression

@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_COMPRESSION_GROUP_H
-#define QZLIB_COD_COMPRESSION_GROUP_H
+#ifndef QZLIB_CODEC_COMPRESSION_GROUP_H
+#define QZLIB_CODEC_COMPRESSION_GROUP_H
 
 /// How the coder takes bytes together. Internal.
 

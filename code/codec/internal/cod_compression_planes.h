@@ -1,5 +1,5 @@
-#ifndef QZLIB_COD_COMPRESSION_PLANES_H
-#define QZLIB_COD_COMPRESSION_PLANES_H
+#ifndef QZLIB_CODEC_COMPRESSION_PLANES_H
+#define QZLIB_CODEC_COMPRESSION_PLANES_H
 
 /// The bytes of a buffer sorted into planes, and back. Internal.
 
@@ -8,7 +8,7 @@
 namespace compression
 {
 
-/// Plane j has every count-th byte of the source, beginning with byte j; the planes lie one behind the other.
+/// Plane j has every count-th byte of the source, beginning with byte j. The planes follow one another.
 /// Source and planes must not overlap.
 void SplitPlanes(const QZByte* source, QZInt64 size, QZInt64 count, QZByte* planes);
 

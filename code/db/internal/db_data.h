@@ -3,25 +3,28 @@
 
 #include <initializer_list>
 
-#include "db/internal/db_address.h"
+#include "db/internal/db_chars.h"
+#include "db/internal/db_read.h"
 
 /// The component that appends records and changes fields.
 ///
 /// A record is appended at the end of the file: the length field grows first, then the record is written, and
-/// only then is it linked into its list. So a record cut short is unreachable, never half linked. Nothing is
-/// allocated.
+/// only then is it linked into its list. So a record that a crash cuts short is unreachable, never half
+/// linked. Nothing is allocated.
 class QZ_API DATA : public QZObject
 {
 public:
-    explicit DATA(OBJECTS* objects) : m_objects(objects) {}
+    DATA(BINARY* binary, ADDRESS* address, READ* read, CHARS* chars)
+        : m_binary(binary), m_address(address), m_read(read), m_chars(chars)
+    {}
 
-    /// Appends a free HD with this owner. Answers its THIS, 0 when refused.
+    /// Appends a free HD with this owner. Returns its THIS, 0 when refused.
     QZInt64 NewHD(QZInt64 owner);
 
-    /// Appends an HD for a PD and turns the PD's PD_HD_A to it. 0 when refused.
+    /// Appends an HD for a PD and sets the PD's PD_HD_A to it. Returns its THIS, 0 when refused.
     QZInt64 NewHDForPD(QZInt64 pd);
 
-    /// Append a record to the list of `hd`. They answer its THIS, -1 when refused.
+    /// Append a record to the list of `hd`. They return its THIS, -1 when refused.
     QZInt64 NewAD(QZInt64 hd, QZInt64 value);
     QZInt64 NewPD(QZInt64 hd, QZInt64 ld, const void* buffer, QZInt64 size);
     QZInt64 NewCD(QZInt64 hd, const void* buffer, QZInt64 size);
@@ -29,16 +32,16 @@ public:
     /// Appends an LD and then the four HDs that it owns.
     QZInt64 NewLD(QZInt64 hd);
 
-    /// Appends a log record: position, old value, new value. None of its writes is logged, and it does not
-    /// test whether they are refused.
+    /// Appends a log record: position, old value, new value. None of its writes is logged, and refused
+    /// writes are not noticed.
     QZInt64 NewRD(QZInt64 hd, QZInt64 position, QZInt64 oldValue, QZInt64 newValue);
 
-    /// Changes a field of the record that starts at `address`. 1, or 0 when refused and for a selector that
-    /// has no place here: nothing is written then.
+    /// Changes a field of the record that starts at `address`. Returns 1, or 0 when refused and for a
+    /// selector without a position here, which writes nothing.
     QZInt64 PutField(QZInt64 address, QZInt64 selector, QZInt64 value);
 
-    /// Replaces the content of a slot: the new content goes into a CD of its own, under a new HD of this
-    /// owner, and the slot's pointer is turned to it. 1, or 0 when refused.
+    /// Replaces the content of a slot: the new content goes into a CD of its own, under a new HD with
+    /// this owner, and the slot's pointer is set to it. Returns 1, or 0 when refused.
     QZInt64 PutText(QZInt64 slot, QZInt64 owner, const void* buffer, QZInt64 size);
 
     /// PutText for the slot of a CD and of a PD.
@@ -64,7 +67,10 @@ private:
     void Close(const Place& place, QZInt64 end);
     QZInt64 LinkPosition(const Place& place);
 
-    OBJECTS* m_objects;
+    BINARY* m_binary;
+    ADDRESS* m_address;
+    READ* m_read;
+    CHARS* m_chars;
 };
 
 #endif

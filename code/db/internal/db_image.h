@@ -4,15 +4,15 @@
 #include "db/internal/db_address.h"
 #include "sys/sys_bytes.h"
 
-/// Neighbouring fields of a record under construction, gathered and written in one go. Internal.
+/// Neighbouring fields of a record under construction, gathered and written with one call.
 ///
-/// Where a write could be refused the fields go out one by one, so that what is refused and what is recorded
-/// is the same as with single writes.
+/// When the guard would refuse the whole run, the fields are written one by one, so that the same writes are
+/// refused and the same errors recorded as with single writes.
 class QZDbImage
 {
 public:
-    QZDbImage(OBJECTS* objects, QZInt64 position)
-        : m_objects(objects), m_position(position), m_addressLength(objects->Address()->Length())
+    QZDbImage(BINARY* binary, ADDRESS* address, QZInt64 position)
+        : m_binary(binary), m_address(address), m_position(position), m_addressLength(address->Length())
     {}
 
     void Mark(QZByte mark)
@@ -23,7 +23,7 @@ public:
 
     void Address(QZInt64 value)
     {
-        m_objects->Address()->ToStored(&value);
+        m_address->ToStored(&value);
         if (m_addressLength == 8)
             QZStore(m_bytes + m_size, value);
         else
@@ -31,12 +31,11 @@ public:
         Field(m_addressLength);
     }
 
-    /// Writes every field. False when the first one is refused; with `needFirst` the others are then not
-    /// tried.
+    /// Writes every field. Returns false when the first one is refused; with `needFirst` the others are then
+    /// not tried.
     bool Write(bool needFirst)
     {
-        BINARY* binary = m_objects->Binary();
-        if (binary->Allows(m_position, m_size)) return binary->PutBytes(m_position, m_size, m_bytes) != 0;
+        if (m_binary->Allows(m_position, m_size)) return m_binary->PutBytes(m_position, m_size, m_bytes) != 0;
         return WriteEach(needFirst);
     }
 
@@ -49,14 +48,14 @@ private:
 
     bool WriteEach(bool needFirst)
     {
-        BINARY* binary = m_objects->Binary();
         bool first = true;
         bool allowed = true;
         for (QZInt64 from = 0; from < m_size;)
         {
             QZInt64 to = from + 1;
             while ((m_ends >> (to - 1) & 1) == 0) ++to;
-            const bool done = binary->PutBytes(QZDbAt(m_position, from), to - from, m_bytes + from) != 0;
+            const bool done =
+                m_binary->PutBytes(layout::At(m_position, from), to - from, m_bytes + from) != 0;
             if (first) allowed = done;
             if (!allowed && needFirst) return false;
             first = false;
@@ -65,7 +64,8 @@ private:
         return allowed;
     }
 
-    OBJECTS* m_objects;
+    BINARY* m_binary;
+    ADDRESS* m_address;
     QZInt64 m_position;
     QZInt64 m_addressLength;
     QZInt64 m_size = 0;

@@ -1,16 +1,19 @@
 #ifndef QZLIB_DB_LINK_H
 #define QZLIB_DB_LINK_H
 
-#include "db/internal/db_address.h"
+#include "db/internal/db_data.h"
+#include "db/internal/db_repair.h"
 
-/// The component that takes records out of lists and puts them elsewhere.
+/// The component that removes records from lists and moves them.
 ///
-/// Only links change and every change is logged; the records stay where they are in the file. Walks end in
+/// Only links change, and every change is logged; the records keep their positions in the file. Walks end in
 /// damaged files too.
 class QZ_API LINK : public QZObject
 {
 public:
-    explicit LINK(OBJECTS* objects) : m_objects(objects) {}
+    LINK(QZDbFile* file, ADDRESS* address, READ* read, DATA* data, REPAIR* repair)
+        : m_file(file), m_address(address), m_read(read), m_data(data), m_repair(repair)
+    {}
 
     /// Makes `right` follow `left`.
     /// @param left   the END of a record or the THIS of an HD
@@ -20,19 +23,19 @@ public:
     /// Empties the list of an HD. The bare code 256 is recorded when its closing mark is not found.
     void ResetHD(QZInt64 hd);
 
-    /// Takes a record out of its list. Its own fields keep their values.
+    /// Removes a record from its list. Its own fields keep their values.
     void Unlink(QZInt64 record);
 
     /// Clears PD_HD_A of the PD that owns the HD. The HD stays as it is.
     void RemoveChild(QZInt64 hd);
 
-    /// Takes a PD out of its list, and the AD that names it out of its LD's list for the tree of the PD.
+    /// Removes a PD from its list, and the AD that refers to it from its LD's list for the tree of the PD.
     void RemovePD(QZInt64 pd);
 
-    /// Takes an LD out of its list, and every PD that its three tree lists name.
+    /// Removes an LD from its list, and every PD that its three tree lists refer to.
     void RemoveLD(QZInt64 ld);
 
-    /// Makes a record the last of the list of `hd`. Answers the record.
+    /// Makes a record the last of the list of `hd`. Returns the record.
     QZInt64 MoveToHD(QZInt64 record, QZInt64 hd);
 
     /// Move a record by places towards the front or the end of its list, as far as it goes.
@@ -42,7 +45,11 @@ public:
 private:
     void EndList(QZInt64 left);
 
-    OBJECTS* m_objects;
+    QZDbFile* m_file;
+    ADDRESS* m_address;
+    READ* m_read;
+    DATA* m_data;
+    REPAIR* m_repair;
 };
 
 #endif

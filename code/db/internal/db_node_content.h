@@ -1,5 +1,5 @@
-#ifndef QZLIB_DB_DB_NODE_CONTENT_H
-#define QZLIB_DB_DB_NODE_CONTENT_H
+#ifndef QZLIB_DB_NODE_CONTENT_H
+#define QZLIB_DB_NODE_CONTENT_H
 
 #include <memory>
 
@@ -8,21 +8,23 @@
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
 
-/// What node objects share in handling content. Internal.
+/// Functions on content that the node objects share.
+
+/// A content of at most this many bytes is read in one step, into a buffer on the stack.
+constexpr QZInt64 kSmallContent = 256;
 
 /// The content of a field as new data.
 inline QZData* NodeContent(QZChannel* channel, QZInt64 address, QZInt64 field)
 {
-    // Most contents are small: one step instead of two.
-    QZByte bytes[256];
-    const QZInt64 size = channel->ReadContent(address, field, bytes, sizeof bytes);
+    QZByte bytes[kSmallContent];
+    const QZInt64 size = channel->ReadContent(address, field, bytes, kSmallContent);
     std::unique_ptr<QZData> data(new QZData(size));
-    if (size > static_cast<QZInt64>(sizeof bytes)) channel->G_C(address, field, data->GetPointer());
-    if (size > 0 && size <= static_cast<QZInt64>(sizeof bytes)) QZMemCopy(data->GetPointer(), bytes, size);
+    if (size > kSmallContent) channel->G_C(address, field, data->GetPointer());
+    if (size > 0 && size <= kSmallContent) QZMemCopy(data->GetPointer(), bytes, size);
     return data.release();
 }
 
-/// Deletes an object of the caller's and clears the variable; a null in it is a QZLibAssert(false).
+/// Deletes the object in the caller's variable and clears the variable. A null in it is a QZLibAssert(false).
 template <typename T>
 void NodeRecycle(T** reference)
 {

@@ -11,13 +11,16 @@ class CHARS;
 class DATA;
 class REPAIR;
 class LINK;
-class A_GO;
 class ROLLBACK;
 
-/// The container of the engine's ten components, which know each other through it.
+/// Holds the place of a search by value among the components. The engine has no such search.
+class QZ_API A_GO : public QZObject
+{};
+
+/// The container of the engine's ten components: it makes them, connects them and deletes them.
 ///
-/// Makes the components and deletes them in the order in which it holds them. One database, one container;
-/// whoever uses it holds the database's lock.
+/// A component gets the components that it needs when it is made and does not know the container. One
+/// database has one container; callers hold the database lock.
 class QZ_API OBJECTS : public QZObject
 {
 public:
@@ -27,9 +30,9 @@ public:
     OBJECTS(const OBJECTS&) = delete;
     OBJECTS& operator=(const OBJECTS&) = delete;
 
-    /// Readies the components, in container order, for files of this address mode. An unknown mode is counted
-    /// as BAD_PARAMETER and does not stop the rest.
-    /// @return whether every component is ready
+    /// Prepares the components for files of this address mode. An unknown mode is recorded as BAD_PARAMETER
+    /// and does not stop the rest.
+    /// @return always true
     bool Initialise(QZInt64 addressMode);
 
     CONSOLE* Console() const { return m_console; }
@@ -40,10 +43,10 @@ public:
     DATA* Data() const { return m_data; }
     REPAIR* Repair() const { return m_repair; }
     LINK* Link() const { return m_link; }
-    A_GO* AGo() const { return m_aGo; }
     ROLLBACK* Rollback() const { return m_rollback; }
 
 private:
+    // In the order in which they are made and deleted.
     CONSOLE* m_console;
     BINARY* m_binary;
     ADDRESS* m_address;

@@ -3,14 +3,18 @@
 
 #include "db/internal/db_address.h"
 
-/// The component that answers fields of records and walks lists.
+class QZCollection;
+
+/// The component that reads fields of records and walks lists.
 ///
 /// A `side` tells which end of the record the address names: ADDRESS_MARK_THIS the opening mark,
-/// ADDRESS_MARK_END the closing one. Nothing is kept: every field comes from the file buffer.
+/// ADDRESS_MARK_END the closing one. Nothing is cached: every field comes from the file buffer.
 class QZ_API READ : public QZObject
 {
 public:
-    explicit READ(OBJECTS* objects) : m_objects(objects) {}
+    READ(QZDbFile* file, BINARY* binary, ADDRESS* address)
+        : m_file(file), m_binary(binary), m_address(address)
+    {}
 
     /// A field of an HD. 0 with BAD_PARAMETER recorded for a bad side, 0 with the bare code 256 for a bad
     /// selector.
@@ -41,7 +45,7 @@ public:
     /// Place of a record in its list, from 1. 0 when its list no longer holds it.
     QZInt64 Position(QZInt64 record);
 
-    /// The n-th record in one walk, 0 past the last one; *count is then what Count answers. Unlike NthRecord
+    /// The n-th record in one walk, 0 past the last one; *count is then the result of Count. Unlike NthRecord
     /// it does not go round in a damaged list.
     QZInt64 NthOrCount(QZInt64 hd, QZInt64 n, QZInt64* count);
 
@@ -55,11 +59,11 @@ public:
     /// Number of the tree in which a PD lies, found by climbing. 0 under a free HD.
     QZInt64 TreeOf(QZInt64 pd);
 
-    /// THIS of the next record, 0 behind the last. What the walks are made of.
+    /// THIS of the next record, 0 after the last. Every walk uses it.
     QZInt64 Next(QZInt64 record);
 
     /// The mark byte at a position.
-    QZByte Mark(QZInt64 position) { return m_objects->Binary()->GetByte(position); }
+    QZByte Mark(QZInt64 position) { return m_binary->GetByte(position); }
 
 private:
     bool FindEnds(QZInt64 side, QZInt64 address, QZInt64* start, QZInt64* end);
@@ -67,7 +71,17 @@ private:
     QZInt64 ReadOwn(QZInt64 side, QZInt64 address, QZInt64 field);
     QZInt64 NthRecord(QZInt64 hd, QZInt64 n);
 
-    OBJECTS* m_objects;
+    QZDbFile* m_file;
+    BINARY* m_binary;
+    ADDRESS* m_address;
 };
+
+/// Appends the records of the list of an HD to `output`, in list order. The walk ends in damaged files too.
+void QZDbCollectRecords(READ* read, QZInt64 hd, QZCollection* output);
+
+/// Appends the PDs below an HD to `output`, level by level.
+/// @throws QZException 1024 for every list that is not empty: the walk starts at an index that the collection
+/// refuses
+void QZDbGatherPDs(READ* read, QZInt64 hd, QZCollection* output);
 
 #endif

@@ -1,8 +1,7 @@
-#ifndef QZLIB_DB_DB_ROLLBACK_H
-#define QZLIB_DB_DB_ROLLBACK_H
+#ifndef QZLIB_DB_ROLLBACK_H
+#define QZLIB_DB_ROLLBACK_H
 
-#include "db/internal/db_flag.h"
-#include "fw/fw_object.h"
+#include "db/internal/db_link.h"
 
 class OBJECTS;
 class QZCollection;
@@ -13,21 +12,16 @@ class QZCollection;
 /// The log is a tree of write positions. A write position is an HD that lists, in time order, an RD for each
 /// logged write (RD_P where, RD_O the value before, RD_N the value written) and an AD for each branch that
 /// left the line there. A restore replays the log backwards and forwards and opens a new branch, so nothing
-/// is ever discarded.
+/// is discarded.
 ///
-/// The component belongs to its container. It takes no lock: a host that runs the rollback operations beside
-/// other threads brackets them with ConsoleLock and ConsoleUnlock.
-class QZ_API ROLLBACK : public QZObject
+/// It takes no lock: a host that uses the rollback operations while other threads use the database calls
+/// ConsoleLock before and ConsoleUnlock after them.
+class QZ_API ROLLBACK : public QZDbLog
 {
 public:
+    /// Takes the components that it needs from the container, which defines this constructor.
     explicit ROLLBACK(OBJECTS* objects);
     ~ROLLBACK() override;
-
-    /// True while writes are logged and the rollback operations serve.
-    bool IsOn() const { return m_state.Get() != 0; }
-
-    /// 1 on, 0 off.
-    QZInt64 GetState() const { return m_state.Get(); }
 
     /// Notes the address length of the open file.
     void NoteAddressLength();
@@ -36,28 +30,27 @@ public:
     /// Nothing when that list is not empty.
     void Prepare();
 
-    /// Finds the structure of an opened file and turns the log on; off when there is none.
+    /// Finds the structure in an opened file and turns the log on, or off when there is none.
     void Load();
 
-    /// Logs that `value` is about to be written at `position`; called before the write.
-    void Log(QZInt64 position, QZInt64 value);
+    void Log(QZInt64 position, QZInt64 value) override;
 
-    /// The memory state only: each opening decides anew.
+    /// Change the state in memory only: each opening decides again.
     bool TurnOn();
     bool TurnOff();
 
-    /// Adds a snapshot mark and answers it; 0 while off. Its cost does not depend on the size of the
+    /// Adds a snapshot mark and returns it; 0 while off. Its cost does not depend on the size of the
     /// database.
     QZInt64 Snapshot();
 
-    /// Goes to the state right after the log record `target` and opens a branch there. False, with nothing
-    /// changed, when the walk finds no way or while off. Linear in the number of records walked.
+    /// Goes to the state right after the log record `target` and opens a branch there. Returns false, and
+    /// changes nothing, when the walk does not reach it or while off. Linear in the number of records walked.
     bool Restore(QZInt64 target);
 
     /// Pushes the user marks of the present line, newest first, at most `limit` of them; 0 means all.
     void CollectMarks(QZCollection* collection, QZInt64 limit);
 
-    /// Pushes the snapshot marks in order of their making.
+    /// Pushes the snapshot marks in the order in which they were made.
     void CollectSnapshots(QZCollection* collection);
 
     /// The number of snapshot marks.
@@ -66,22 +59,22 @@ public:
     /// ROLLBACK_WRITEPOSITION_STATE_EMPTY or ..._NOTEMPTY.
     QZInt64 WritePositionState();
 
-    /// Appends a user mark, an RD whose RD_P is 0, with two values of the caller's; 0 while off. Open to
-    /// hosts that build on the component; no operation of the library calls it.
+    /// Appends a user mark, an RD whose RD_P is 0, with two values of the caller; 0 while off. It is exported
+    /// for hosts; no operation of the library calls it.
     QZInt64 AddUserMark(QZInt64 first, QZInt64 second);
 
-    /// Writes an address into the third own field of a record, past the log. Like AddUserMark without a
-    /// caller.
+    /// Writes an address into the third own field of a record without logging it. Exported for hosts, as
+    /// AddUserMark.
     void PutRawAddress(QZInt64 address, QZInt64 value);
 
     /// The kind of a log record by its length: DATA_AD, DATA_RD or UNKNOWN.
     QZInt64 KindOf(QZInt64 record);
 
-    /// The log record where the ways of two log records part.
+    /// The log record where the lines of two log records part.
     QZInt64 ForkPoint(QZInt64 a, QZInt64 b);
 
     /// Gathers the RDs from the present position (UndoList) or from `target` (RedoList) back to the fork
-    /// point, newest first. False when the walk meets no mark that it knows.
+    /// point, newest first. Return false when the walk meets neither mark.
     bool UndoList(QZCollection* list, QZInt64 target);
     bool RedoList(QZCollection* list, QZInt64 target);
 
@@ -98,9 +91,12 @@ private:
     bool OpenBranch(QZInt64 target, bool redone);
     void Record(QZInt64 code);
 
-    QZDbFlag m_state;
     QZInt64 m_addressLength;
-    OBJECTS* m_objects;
+    QZDbFile* m_file;
+    ADDRESS* m_address;
+    READ* m_read;
+    DATA* m_data;
+    LINK* m_link;
     QZInt64 m_root;
     QZInt64 m_writePosition;
     QZInt64 m_base;

@@ -1,5 +1,5 @@
-#ifndef QZLIB_DB_DB_SEMANTIC_FIELDS_H
-#define QZLIB_DB_DB_SEMANTIC_FIELDS_H
+#ifndef QZLIB_DB_SEMANTIC_FIELDS_H
+#define QZLIB_DB_SEMANTIC_FIELDS_H
 
 #include <memory>
 
@@ -10,8 +10,8 @@ class QZData;
 class QZDateTime;
 class QZString;
 
-/// The fields of a semantic node's LD, read and written by the plan that its format field tells. Internal:
-/// the one body behind the instance and the static forms of the semantic nodes.
+/// The fields of a semantic node's LD, which are read and written according to its format field. The instance
+/// and the static operations of the semantic nodes are both implemented with it.
 class QZDbFields
 {
 public:
@@ -22,10 +22,10 @@ public:
 
     /// The kind code, a constant of LDTYPE.
     QZInt64 Kind() const;
-    /// How many fields are in use behind the format field.
+    /// How many fields are in use after the format field.
     QZInt64 Length() const;
     void SetLength(QZInt64 length) const;
-    /// Raises the length, never lowers it.
+    /// Increases the length, never decreases it.
     void AtLeast(QZInt64 length) const;
 
     QZInt64 Type(QZInt64 field) const;
@@ -53,7 +53,7 @@ public:
     void PutDateInt32(QZInt64 field) const;
     QZDateTime* GetDate(QZInt64 field) const;
 
-    // Items: item i, from 1, stands in field i + 7.
+    // Items: item i, from 1, is in field i + 7.
     static QZInt64 ItemField(QZInt64 item);
     QZInt64 ItemCount() const;
     QZInt64 AddString(QZString* text) const;

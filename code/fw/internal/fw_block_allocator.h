@@ -3,13 +3,12 @@
 
 #include "sys/sys_types.h"
 
-/// A guarded allocator for debugging memory by hand: a ready list and a used list of large regions with
-/// no-access zones, allocations named by a text, and a watch list whose pointers are zeroed or turned when
-/// their block goes or moves.
+/// A guarded allocator for debugging memory by hand: a ready list and a used list of large regions with no-
+/// access zones, allocations named by a text, and a watch list of pointer variables that are set to zero or
+/// to the new address when their block is freed or moves.
 ///
-/// It stands by itself: nothing in the library calls it. Its 1024 tables lie in static storage; all
-/// operations work on table 0, and only the two counters go through the calling thread's table. Not safe
-/// between threads.
+/// Nothing in the library calls it. Its 1024 tables lie in static storage; all operations work on table 0,
+/// and only the two counters use the calling thread's table. Not safe between threads.
 namespace block_allocator
 {
 struct ReadyEntry
@@ -47,28 +46,28 @@ inline constexpr QZInt64 kTables = 1024;
 void Start();
 void Stop();
 
-/// A region of `size` bytes, at least, begin answered; null when no region can be made or a list is full.
+/// A region of at least `size` bytes; returns its begin. Null when no region can be made or a list is full.
 void* Allocate(const char* mi, void** pa, QZInt64 size);
 /// The same, cleared.
 void* AllocateClean(const char* mi, void** pa, QZInt64 size);
 
-/// The used entry of the block that the variable points to, by the low 32 bits; null, after a report with the
-/// whole used list on standard output, when there is none.
+/// The used entry of the block that the variable points to, compared by the low 32 bits. When there is none
+/// it prints a report with the whole used list on standard output and returns null.
 UsedEntry* FindUsed(void** pa);
 
-/// Gives the block back and zeroes every watched variable that holds it.
+/// Frees the block and zeroes every watched variable that holds it.
 void Free(void** pa);
 
 /// The block itself while it is large enough, else a larger one with the old content; every watched variable
-/// that held the old one is turned. Null when the variable holds no block of this allocator.
+/// that held the old address gets the new one. Null when the variable holds no block of this allocator.
 void* Resize(const char* mi, void** pa, QZInt64 size);
 
-/// Watches a variable once; takes it off.
+/// Starts to watch a variable, at most once; stops to watch it.
 void WatchAdd(const char* mi, void** pa);
 void WatchRemove(void** pa);
 
-/// Print on standard output with `print`; every entry takes 100 ms, so that a long list can be read as it
-/// goes by.
+/// Print on standard output with `print`; every entry takes 100 ms, so that a long list can be read while it
+/// scrolls.
 /// @return the sum of sizes, cut to 32 bits
 QZInt32 PrintReady(bool print);
 QZInt32 PrintUsed(bool print);

@@ -1,9 +1,9 @@
 #ifndef QZLIB_FW_CALENDAR_H
 #define QZLIB_FW_CALENDAR_H
 
-/// The arithmetic behind the time classes: milliseconds from the start of 1 January of year 1, proleptic
-/// Gregorian. Internal. Negative values are years before year 1; their formulas are kept to the last slip,
-/// since stored values have been read through them.
+/// The arithmetic of the time classes: milliseconds from the start of 1 January of year 1, proleptic
+/// Gregorian. Internal. Negative values are years before year 1; their formulas keep all their
+/// irregularities, since stored values were computed with them.
 
 #include "sys/sys_types.h"
 

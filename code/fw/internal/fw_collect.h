@@ -3,8 +3,8 @@
 
 #include "sys/sys_types.h"
 
-/// The factories whose caches a collection reaches. Each installs its function, so that the collections of
-/// the frame reach factories of the floors above without knowing them.
+/// The factories whose caches a collection collects. Each installs its function, so that the frame collects
+/// the factories of higher folders without including them.
 enum class QZCollector
 {
     Data,

@@ -3,11 +3,11 @@
 
 #include "sys/sys_types.h"
 
-/// The primitive conversions behind QZEncoding. Internal.
+/// The primitive conversions of QZEncoding. Internal.
 ///
-/// Each takes a source and a target in bytes, at any alignment. With a null target it answers the bytes
-/// needed, else it stops at the target's end and answers the bytes written. What the source leaves over
-/// behind its last whole unit is not looked at.
+/// Each takes a source and a target in bytes, at any alignment. With a null target it returns the bytes
+/// needed, else it stops at the target's end and returns the bytes written. Bytes after the source's last
+/// whole unit are ignored.
 namespace encoding
 {
 using Converter = QZInt64 (*)(const void* from, QZInt64 fromSize, void* to, QZInt64 toSize);
@@ -32,7 +32,7 @@ QZInt64 UnitSize(QZInt64 type);
 QZInt64 Convert(QZInt64 fromType, const void* from, QZInt64 fromSize, QZInt64 toType, void* to,
                 QZInt64 toSize);
 
-/// The bytes that follow a UTF-8 lead byte: 0 to 5, and 0 for a byte that is none.
+/// The number of bytes that follow a UTF-8 lead byte: 0 to 5, and 0 for a byte that is not a lead byte.
 int TrailingCount(unsigned char lead);
 }  // namespace encoding
 

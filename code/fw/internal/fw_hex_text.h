@@ -3,19 +3,20 @@
 
 #include "sys/sys_types.h"
 
-/// Hexadecimal dumps of bytes, there and back. Internal: behind QZConvert and QZText. Nothing throws.
+/// Hexadecimal dumps of bytes: writing and reading. Internal to QZConvert, QZText and QZException. Nothing
+/// throws.
 namespace hex
 {
 /// How a dump looks.
 struct Layout
 {
-    /// What the label of the first byte shows.
+    /// The offset in the label of the first line.
     QZInt64 firstOffset = 0;
     /// Bytes in a line; 0 or less: one line without labels.
     QZInt64 width = 0;
     /// A label "[0x...]  " in front of each line.
     bool offsets = false;
-    /// A blank behind each byte.
+    /// A blank after each byte.
     bool spaced = false;
 };
 
@@ -23,8 +24,9 @@ struct Layout
 /// @return the units written, or needed
 QZInt64 Write(QZWChar* out, const void* data, QZInt64 size, const Layout& layout);
 
-/// Reads the bytes that a dump of `count` units shows: labels in square brackets and everything that is no
-/// hexadecimal digit are passed over, a last digit without partner is dropped. There are at most count / 2.
+/// Reads the bytes that a dump of `count` units shows. Labels in square brackets and all units that are not
+/// hexadecimal digits are skipped, a last digit without partner is dropped. There are at most count / 2
+/// bytes.
 /// @return the bytes stored
 QZInt64 Read(void* out, const QZWChar* text, QZInt64 count);
 }  // namespace hex

@@ -3,14 +3,14 @@
 
 #include "fw/fw_library.h"
 
-/// The slots behind the hook setters of fw_library.h, and the error word as the library writes it.
+/// The functions that the hook setters of fw_library.h store, and writing the error word.
 
-/// The hook slots.
+/// The stored hooks.
 extern void (*g_qzMemCopy)(void* destination, void* source, QZInt64 size);
 extern void (*g_qzMemMove)(void* destination, void* source, QZInt64 size);
 extern void (*g_qzMemClean)(void* destination, QZInt64 size);
 
-/// Whether the copy hook is the library's own: then a caller may copy by itself and nobody can tell.
+/// True when the copy hook is the library's own: a caller may then copy without calling it.
 bool QZMemCopyIsOwn();
 
 inline void QZMemCopy(void* destination, const void* source, QZInt64 size)

@@ -8,28 +8,28 @@
 /// The address of QZMemory::MemoryTest, through which this layer reads the switch. Defined in fw_memory.cpp.
 extern const QZBool* const g_memoryTestSwitch;
 
-/// The raw allocator below the buffers, for the library's small system structures: counted, pattern-tested on
-/// request.
+/// The raw allocator below the buffers, also for the library's small system structures: counted, and pattern-
+/// tested on request.
 void* MemoryRawAllocate(QZInt64 size);
 void MemoryRawFree(void* block, QZInt64 size);
 
 /// The pattern test of a block.
 bool MemoryPatternTest(void* block, QZInt64 size);
 
-/// Grows or shrinks a raw block. The sizes are taken as 32-bit values, so that no buffer passes 2 GiB - 1
-/// this way. Null when there is no memory; *trueSize becomes what the block then measures.
+/// Grows or shrinks a raw block. The sizes are 32-bit values, so that no buffer grows beyond 2 GiB - 1 this
+/// way. Null when there is no memory; *trueSize becomes the block's new size.
 void* MemoryRawResize(void* block, QZInt64 newSize, QZInt64 oldSize, QZInt64* trueSize);
 
-/// Enters a block into the table of memory put aside as bad; false when the table is full.
+/// Adds a block to the table of bad memory; false when the table is full.
 bool MemoryOccupy(void* block, QZInt64 size);
 
-/// Tests replace the pattern test through this slot; null is the real test.
+/// For tests: replaces the pattern test; null restores it.
 void MemorySetPatternTest(bool (*test)(void* block, QZInt64 size));
 
 /// Live raw blocks and their bytes, see QZMemory::AllocInfo.
 void MemoryRawInfo(QZInt64* count, QZInt64* bytes);
 
-/// Entries and bytes of the table of memory put aside as bad.
+/// Entries and bytes of the table of bad memory.
 void MemoryOccupiedInfo(QZInt64* count, QZInt64* bytes);
 
 #endif

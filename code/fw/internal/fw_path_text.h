@@ -1,14 +1,15 @@
 #ifndef QZLIB_FW_PATH_TEXT_H
 #define QZLIB_FW_PATH_TEXT_H
 
-/// The three kinds of path argument as one. Internal to the classes that work on files and names.
+/// A path argument, narrow, wide or a QZString, as wide text. Internal to the classes that work on files and
+/// names.
 
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "sys/sys_types.h"
 
 /// Paths of files and directories have at most this many characters.
-inline constexpr QZInt64 QZPathLengthMax = 255;
+inline constexpr QZInt64 kPathLengthMax = 255;
 
 /// A path argument in wide form for the time of a call. Null counts as the empty path.
 class QZPathText
@@ -28,7 +29,7 @@ public:
 
     const QZWChar* Wide() const { return m_text->GetPointer(); }
     QZInt64 Length() const { return m_text->GetLength(); }
-    bool TooLong() const { return Length() > QZPathLengthMax; }
+    bool TooLong() const { return Length() > kPathLengthMax; }
     QZString* Text() const { return m_text; }
 
 private:

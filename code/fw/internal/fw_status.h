@@ -14,15 +14,15 @@ struct QZStatusFigure
     QZObjectCache* Cache;
 };
 
-/// How status records become JSON objects. The JSON family, which stands above the frame, installs its form,
-/// so that the factories of the frame report without knowing it.
+/// How status records become JSON objects. The JSON classes are in a higher folder; they install their form,
+/// so that the factories of the frame need not include them.
 struct QZStatusForm
 {
     QZJsonObject* (*Make)(const QZStatusFigure* figures, int count);
     void (*Recycle)(QZJsonObject** status);
 };
 
-/// Stores the form; the JSON family calls this before main. True.
+/// Stores the form; the JSON classes call this before main. True.
 bool QZStatusInstall(const QZStatusForm* form);
 
 /// A new object with a number for each figure, in their order. The caller gives it back with QZStatusRecycle.

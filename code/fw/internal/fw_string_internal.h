@@ -19,7 +19,7 @@ QZInt64 Length(const Unit* text)
     return text != nullptr ? static_cast<QZInt64>(std::char_traits<Unit>::length(text)) : 0;
 }
 
-/// Units that are not owned by whoever looks at them; null is no text at all.
+/// Units that belong to somebody else; null units are no text at all.
 struct View
 {
     const QZWChar* units;

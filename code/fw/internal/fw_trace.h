@@ -3,22 +3,13 @@
 
 #include "fw/fw_exception_factory.h"
 
-/// Builds one frame of an exception's traces in one readable statement. Internal.
+/// Adds one frame to the traces of an exception object that the caller has. fw_raise.h makes and throws an
+/// exception in one statement and needs no header of the exceptions; this class is for sources that include
+/// them anyway.
 ///
-/// Throwing:
-///     throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
-///     QZ_W("QZString"),
-///                   QZ_W("SubString")).Argument(QZ_W("QZInt64"), start).Argument(QZ_W("QZInt64"),
-///                   length).Exception();
+///     QZTrace(exception, QZ_W("QZFile"), QZ_W("Read")).Argument(QZ_W("QZInt64"), offset);
 ///
-/// Passing on, after cleaning up; `throw;` keeps the static type that was thrown:
-///     catch (QZException* e)
-///     {
-///         QZTrace(e, QZ_W("QZFile"), QZ_W("Read")).Argument(QZ_W("QZInt64"), offset);
-///         throw;
-///     }
-///
-/// With QZException::IsStackTrace off it does nothing.
+/// With QZException::IsStackTrace off no frame is added.
 template <typename E>
 class QZTrace
 {

@@ -1,11 +1,11 @@
-#ifndef QZLIB_GR_GEOMETRY_WORD_H
-#define QZLIB_GR_GEOMETRY_WORD_H
+#ifndef QZLIB_GRAPHICS_GEOMETRY_WORD_H
+#define QZLIB_GRAPHICS_GEOMETRY_WORD_H
 
 #include <cmath>
 
 #include "sys/sys_types.h"
 
-/// The arithmetic behind packed points and sizes. Internal.
+/// Arithmetic of packed points and sizes. Internal.
 namespace word
 {
 /// x or width in the low half, y or height in the high half.

@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_LATTICE_TABLE_H
-#define QZLIB_GR_LATTICE_TABLE_H
+#ifndef QZLIB_GRAPHICS_LATTICE_TABLE_H
+#define QZLIB_GRAPHICS_LATTICE_TABLE_H
 
 #include "sys/sys_types.h"
 
@@ -14,8 +14,8 @@ constexpr QZInt64 kTableSize = kSlots * kSlotSize;
 constexpr unsigned short kFallbackCode = 41253;
 constexpr int kSideLimit = 31;
 
-/// Packs an unpacked glyph of `size` bytes into a slot. Dots that the glyph does not have are clear; slot
-/// bytes behind the packed ones stay.
+/// Packs an unpacked glyph of `size` bytes into a slot. Missing dots are clear; slot bytes after the packed
+/// ones do not change.
 void Pack(unsigned char* slot, const unsigned char* glyph, QZInt64 size);
 
 /// Unpacks a slot: width, height and one byte a dot, rounded up to whole bytes of the slot, at most 1010
@@ -27,7 +27,7 @@ QZInt64 Unpack(unsigned char* glyph, const unsigned char* slot);
 /// @param count  dots to write; those behind the slot's end are clear
 void ExpandDots(unsigned char* dots, QZInt64 count, const unsigned char* packed);
 
-/// Packs every built-in glyph into its slot.
+/// Packs every built-in glyph into its slot of the table.
 void PackBuiltIn(unsigned char* table);
 }  // namespace lattice
 

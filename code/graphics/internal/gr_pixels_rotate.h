@@ -1,15 +1,15 @@
-#ifndef QZLIB_GR_PIXELS_ROTATE_H
-#define QZLIB_GR_PIXELS_ROTATE_H
+#ifndef QZLIB_GRAPHICS_PIXELS_ROTATE_H
+#define QZLIB_GRAPHICS_PIXELS_ROTATE_H
 
 #include "graphics/internal/gr_pixels_transfer.h"
 
-/// Turning pixels. Internal.
+/// Rotation of pixels. Internal.
 namespace pixels
 {
-/// The size, without pixels, that a turn needs.
+/// The size that a rotated surface needs; without pixels.
 Surface RotatedSize(const Surface& source, float degrees);
 
-/// Turns source into a target of that size. Pixels that nothing of the source reaches are not written.
+/// Rotates the source into a target of that size. Pixels without a source are not written.
 void Rotate(const Surface& source, const Surface& target, float degrees);
 }  // namespace pixels
 

@@ -24,8 +24,7 @@ public:
     /// A new response, which belongs to the caller. It is complete when its head states the length or chunks;
     /// otherwise it ends with the first bytes received after the head.
     /// @throws QZException for a head that contains the name "Transfer-Encoding" outside a header of that
-    /// name, and what
-    ///         socket and response throw
+    ///         name; what socket and response throw
     QZHttpResponse* Receive();
 
 private:

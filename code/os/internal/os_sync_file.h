@@ -1,5 +1,5 @@
-#ifndef QZLIB_OS_OS_SYNC_FILE_H
-#define QZLIB_OS_OS_SYNC_FILE_H
+#ifndef QZLIB_OS_SYNC_FILE_H
+#define QZLIB_OS_SYNC_FILE_H
 
 #include <vector>
 
@@ -8,15 +8,16 @@
 class QZFile;
 class QZString;
 
-/// The file beside a buffered file that holds what a sync is about to write in place, so that a process that
-/// dies while it writes leaves either the whole of the sync or nothing of it. Internal.
+/// The second file of a buffered file with QZFileBuffer::AtomicSync. It holds the bytes that a sync is about
+/// to write in place, so that a process that dies meanwhile leaves either the whole sync or nothing of it.
+/// Internal.
 ///
-/// Its name is the file's with ".sync" behind it, its layout stands in docs/database-file.md. It exists while
-/// the buffer is open; what it holds counts from the moment its last byte is written until it is emptied.
+/// Its name is the file's name with ".sync" appended; docs/database-file.md documents its layout. It exists
+/// while the buffer is open. Its content is valid from the write of its last byte until it is emptied.
 class SyncFile
 {
 public:
-    /// Bytes in memory and where they go.
+    /// Bytes in memory and their offset in the file.
     struct Run
     {
         QZInt64 offset;
@@ -24,28 +25,28 @@ public:
         QZInt64 size;
     };
 
-    /// Opens the file beside `path`, or makes it. A complete sync that it holds is written to `file` and
-    /// flushed, an incomplete one is dropped; so is any where `file` is empty, since nothing was written in
-    /// place then.
+    /// Opens the second file of `path`, or makes it. A complete sync in it is written to `file` and flushed.
+    /// An incomplete one is dropped. When `file` is empty, nothing was written in place, and any sync is
+    /// dropped.
     /// @throws QZIOException  what QZFile throws
     SyncFile(QZString* path, QZFile* file);
     SyncFile(const SyncFile&) = delete;
     SyncFile& operator=(const SyncFile&) = delete;
 
-    /// Closes; deletes the file unless it still holds a sync that did not reach its place.
+    /// Closes the second file, and deletes it unless it holds a sync that is not yet in place.
     ~SyncFile();
 
-    /// Writes the runs and flushes. From here on they count, and the caller writes them in place.
-    /// @throws QZIOException  WriteFailed and what QZFile throws; nothing counts then
+    /// Writes the runs and flushes. From then on the sync is valid, and the caller writes it in place.
+    /// @throws QZIOException  WriteFailed and what QZFile throws; there is no valid sync then
     void Hold(const std::vector<Run>& runs);
 
-    /// What was held is in its place and flushed: the file no longer holds it.
+    /// The sync is in place and flushed: invalidates it.
     void Release();
 
-    /// Between Hold and Release, or after a Hold whose runs never reached their place.
+    /// True between Hold and Release, and when the sync of an earlier Hold is not yet in place.
     bool IsHolding() const { return m_holding; }
 
-    /// Writes what is held in its place and flushes, for a writing in place that failed; then releases.
+    /// Writes the valid sync in place, flushes and releases it. For a sync whose writing in place failed.
     void Apply();
 
 private:

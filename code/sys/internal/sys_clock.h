@@ -1,13 +1,14 @@
 #ifndef QZLIB_SYS_CLOCK_H
 #define QZLIB_SYS_CLOCK_H
 
-/// Wall time, time since the start of the system, and the timer resolution.
+/// The local time, clocks that count from the start of the system, and the timer resolution.
 
 #include "sys/sys_types.h"
 
 namespace os
 {
 
+/// A local time. Months and days count from 1.
 struct DateTime
 {
     int Year;
@@ -19,15 +20,17 @@ struct DateTime
     int Millisecond;
 };
 
-/// Local wall time.
+/// Stores the local time in *time; the clock of the test hooks, if one is set.
 void LocalTime(DateTime* time);
+/// Sets the system's clock, or hands the time to the test hook. False with LastError set on failure.
 bool SetLocalTime(const DateTime& time);
-/// Milliseconds since the system started; wraps after 2 to the 32.
+/// Milliseconds since the system started, modulo 2^32.
 QZUInt32 TickCount();
-/// Microseconds of a clock that never goes back, from any start.
+/// Microseconds of a clock that never goes back. Its start is arbitrary: only differences mean something.
 QZInt64 MonotonicMicros();
 
-/// Raise and restore the timer resolution; nothing where sleeps are exact anyway.
+/// Raise the timer resolution to `period` milliseconds, and restore it. Each TimerBegin has its TimerEnd with
+/// the same period. On Linux, where sleeps are exact, they only notify the test hooks.
 void TimerBegin(QZUInt32 period);
 void TimerEnd(QZUInt32 period);
 

@@ -1,18 +1,20 @@
 #ifndef QZLIB_SYS_CONSOLE_H
 #define QZLIB_SYS_CONSOLE_H
 
-/// The standard output and input as text.
+/// Text on the standard output and from the standard input.
 
 #include "sys/sys_types.h"
 
 namespace os
 {
 
-/// Writes text to the standard output at once: to a terminal as text, to a file or pipe as UTF-8.
+/// Writes `units` UTF-16 units to the standard output without buffering: UTF-16 to a Windows console, UTF-8
+/// to everything else. Errors are ignored.
 void ConsoleWrite(const QZWChar* text, QZInt64 units);
-/// The next line of the standard input without its line end, with a terminator; null at the end of the input.
-/// Given back with ConsoleTextFree.
+/// Returns the next line of the standard input without its line end, with a terminating zero; null at the end
+/// of the input. Free it with ConsoleTextFree.
 QZWChar* ConsoleReadLine();
+/// Frees a line. Null is allowed.
 void ConsoleTextFree(QZWChar* text);
 
 }  // namespace os

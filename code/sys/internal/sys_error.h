@@ -1,44 +1,51 @@
 #ifndef QZLIB_SYS_ERROR_H
 #define QZLIB_SYS_ERROR_H
 
-/// Error numbers and texts of the system, and its report of a broken assertion.
+/// The calling thread's last error, error numbers with their texts, and the report of a failed assertion.
 
 #include "sys/sys_types.h"
 
 namespace os
 {
 
-/// The calling thread's last error, the system's own number.
+/// Get and set the calling thread's last error: errno on Linux, GetLastError on Windows. After a socket
+/// operation it is one of the socket numbers below.
 QZ_API QZUInt32 LastError();
 QZ_API void SetLastError(QZUInt32 error);
 
-/// The number with which an exclusive creation finds its file there.
+// The system's numbers of some errors.
+
+/// A file that is to be created exists.
 QZUInt32 ErrorFileExists();
-/// The number for "not enough memory".
+/// Not enough memory.
 QZUInt32 ErrorNoMemory();
-/// The number with which making a directory finds it there.
+/// A directory that is to be made exists.
 QZUInt32 ErrorDirectoryExists();
-/// The number for memory that the caller does not have.
+/// An invalid memory address.
 QZUInt32 ErrorBadAddress();
-/// The number for a path that is too long.
+/// A path is too long.
 QZUInt32 ErrorNameTooLong();
-/// The number for something that is not there.
+/// Something does not exist.
 QZUInt32 ErrorNotFound();
 
-/// The system's text of an error number with a terminator, in *text; give it back with ErrorTextFree. Null in
-/// *text and false with LastError set when the system knows no such number.
+/// Stores the system's text of an error number in *text, with a terminating zero; free it with ErrorTextFree.
+/// False with null in *text and LastError set when the system has no text for the number.
 bool ErrorText(QZUInt32 error, QZWChar** text);
+/// Frees a text. Null is allowed.
 void ErrorTextFree(QZWChar* text);
 
-/// The platform's report of a broken assertion, in the form of its C library. Does not come back on Linux.
+/// Reports a failed assertion as the platform's C library does. On Linux it ends the process.
 void AssertReport(const char* expression, const char* file, int line);
 
-// Numbers of socket failures, one set on both platforms; see sys_socket.h.
+// Numbers of socket failures, the same on both platforms; see sys_socket.h.
 
-/// "Try again": nothing to receive, or no room to send, on a socket that does not block.
+/// A non-blocking socket has nothing to receive or no room to send.
 constexpr QZUInt32 kSocketTryAgain = 11002;
+/// The system has no buffers left.
 constexpr QZUInt32 kSocketNoBuffers = 10055;
+/// The handle is no socket.
 constexpr QZUInt32 kSocketNotASocket = 10038;
+/// An invalid memory address.
 constexpr QZUInt32 kSocketBadAddress = 10014;
 
 }  // namespace os

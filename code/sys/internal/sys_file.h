@@ -1,28 +1,37 @@
 #ifndef QZLIB_SYS_FILE_H
 #define QZLIB_SYS_FILE_H
 
-/// Files, directories, the working directory and the space of a disk.
+/// Files, directories, the working directory and the free space of a disk.
+///
+/// Paths are UTF-16 with a terminating zero where nothing else is said. A function that returns bool returns
+/// false with LastError set on failure.
 
 #include "sys/sys_types.h"
 
 namespace os
 {
 
-/// Opens an existing file; 0 with LastError set on failure. Sharing has no counterpart on Linux and is not
-/// looked at.
+/// Opens an existing file and returns its handle; 0 with LastError set on failure. Linux ignores the share
+/// flags.
 QZInt64 FileOpen(const QZWChar* path, bool read, bool write, bool shareRead, bool shareWrite);
-/// Makes a new file for reading and writing; a file that is there fails with ErrorFileExists.
+/// Creates a file, opens it for reading and writing, and returns its handle; 0 with LastError set on failure,
+/// ErrorFileExists when the file exists.
 QZInt64 FileCreate(const QZWChar* path);
+/// Closes a file.
 void FileClose(QZInt64 file);
-/// Bytes read at the offset, fewer at the end of the file; -1 with LastError set on failure.
+/// Reads at the offset and returns the number of bytes, fewer than `size` only at the end of the file or when
+/// a test hook says so; -1 with LastError set on failure.
 QZInt64 FileRead(QZInt64 file, QZInt64 offset, void* buffer, QZUInt32 size);
-/// Bytes written at the offset; -1 with LastError set on failure.
+/// Writes at the offset and returns the number of bytes; -1 with LastError set on failure.
 QZInt64 FileWrite(QZInt64 file, QZInt64 offset, const void* buffer, QZUInt32 size);
-/// -1 on failure.
+/// Returns the size in bytes; -1 with LastError set on failure.
 QZInt64 FileGetSize(QZInt64 file);
+/// Cuts the file to the size, or extends it with zeros.
 bool FileSetSize(QZInt64 file, QZInt64 size);
+/// Returns when the disk has everything that was written.
 bool FileSync(QZInt64 file);
 
+/// What a path names. A directory is Directory, everything else that exists is File.
 enum class FileKind
 {
     Missing,
@@ -30,33 +39,36 @@ enum class FileKind
     Directory,
 };
 
+/// Links are followed.
 FileKind FileKindOf(const QZWChar* path);
+/// Deletes a file, no directory.
 bool FileDelete(const QZWChar* path);
-/// Both paths in the narrow page. A target that is there is a failure.
+/// Renames a file or directory. Both paths are bytes of the narrow page. Fails when the target exists.
 bool FileRename(const char* from, const char* to);
+/// Makes one directory, whose parent exists. Fails with ErrorDirectoryExists when it exists.
 bool DirectoryCreate(const QZWChar* path);
-/// Only an empty directory can go.
+/// Deletes an empty directory.
 bool DirectoryDelete(const QZWChar* path);
 
-/// The entries of a directory, "." and ".." left out, in the system's order; null with LastError set on
-/// failure.
+/// A walk over the entries of a directory in the system's order, without "." and "..".
 struct DirectoryWalk;
+/// Begins a walk; null with LastError set on failure. End it with DirectoryClose.
 DirectoryWalk* DirectoryOpen(const QZWChar* path);
-/// The next entry. *name stays valid until the next call; *link tells that the entry only leads to another
-/// place; false at the end.
+/// Goes to the next entry; false at the end. *name is valid until the next call, *directory tells a
+/// directory, *link a symbolic link or another entry that leads to another place.
 bool DirectoryNext(DirectoryWalk* walk, const QZWChar** name, bool* directory, bool* link);
 void DirectoryClose(DirectoryWalk* walk);
 
-/// The separator that the platform writes.
+/// The separator of path parts that the platform writes: "/" or "\".
 QZWChar PathSeparator();
 
-/// The working directory with a terminator. False when it does not fit into capacity units, or on any
-/// failure.
+/// Stores the working directory with a terminating zero. False when it does not fit into `capacity` units, or
+/// on any other failure.
 bool WorkingDirectoryGet(QZWChar* path, QZInt64 capacity);
+/// Changes the working directory of the process.
 bool WorkingDirectorySet(const QZWChar* path);
 
-/// The free bytes of the disk that holds the path, null for the current one. False with LastError set on
-/// failure.
+/// Stores the free bytes of the disk that holds the path; null means the working directory's.
 bool DiskFreeBytes(const QZWChar* path, QZUInt64* bytes);
 
 }  // namespace os

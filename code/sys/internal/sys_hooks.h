@@ -1,8 +1,8 @@
 #ifndef QZLIB_SYS_HOOKS_H
 #define QZLIB_SYS_HOOKS_H
 
-/// What tests can hook into below the library: the clock, and a gate that makes an operation of the system
-/// fail or come back short. Without hooks each gate is one relaxed load.
+/// Hooks for tests: they replace the clock, and let an operation of the system fail or transfer fewer bytes.
+/// Without hooks each check is one relaxed load.
 
 #include <atomic>
 
@@ -11,7 +11,7 @@
 namespace os
 {
 
-/// The kinds of operation that a test can make fail.
+/// The kinds of operations that a test can let fail. "Partly": the test can shorten the transfer.
 enum class Op
 {
     Allocate,       ///< HeapAllocate, HeapResize
@@ -20,84 +20,86 @@ enum class Op
     ThreadControl,  ///< ThreadSuspend, ThreadResume, ThreadTerminate
     MutexLock,      ///< MutexLock
     FileOpen,       ///< FileOpen, FileCreate
-    FileRead,       ///< FileRead, may come back short
-    FileWrite,      ///< FileWrite, may come back short
+    FileRead,       ///< FileRead, partly
+    FileWrite,      ///< FileWrite, partly
     FileSize,       ///< FileGetSize, FileSetSize
     FileSync,       ///< FileSync
     FileName,       ///< delete, rename, directory operations, working directory
     NetStart,       ///< NetStart
-    Socket,         ///< making, setting the mode, connecting, binding, listening, accepting
-    SocketReceive,  ///< may come back short
-    SocketSend,     ///< may come back short
+    Socket,         ///< all other operations on sockets that can fail, and the addresses of hosts
+    SocketReceive,  ///< SocketReceive, partly
+    SocketSend,     ///< SocketSend, partly
     Line,           ///< opening and setting a serial line
-    LineRead,       ///< may come back short
-    LineWrite,      ///< may come back short
-    System,         ///< host, process and system figures
-    Port,           ///< making a completion port, associating, posting
-    PortReceive,    ///< starting a receive
+    LineRead,       ///< LineRead, partly
+    LineWrite,      ///< LineWrite, partly
+    System,         ///< figures of hosts, processes and the machine
+    Port,           ///< PortOpen, PortAssociate, PortPost
+    PortReceive,    ///< PortReceive
 };
 
-/// What a test may be told of, where the effect itself cannot be seen.
+/// Operations that a test is notified of, since it cannot see their effect.
 enum class Event
 {
     TimerBegin,   ///< value: period in ms
     TimerEnd,     ///< value: period in ms
-    Sleep,        ///< value: ms asked of the platform
-    SleepMicro,   ///< value: whole time in us asked of the platform
-    HandleClose,  ///< value: handle given back to the platform
+    Sleep,        ///< value: time in ms passed to the platform
+    SleepMicro,   ///< value: whole time in us passed to the platform
+    HandleClose,  ///< value: the handle that is closed
 };
 
 struct DateTime;
 class Line;
 
-/// One table of hooks. Every member may be null: the operation then goes to the system.
+/// The table of hooks. A member may be null: the system then does the operation.
 struct TestHooks
 {
-    /// Handed to every hook.
+    /// Passed to every hook.
     void* Context;
-    /// The clock, in ms from the start of year 1, local time.
+    /// The clock: local time in milliseconds since the start of year 1.
     QZInt64 (*Clock)(void* context);
-    /// Asked before an operation. False makes it fail with *error as the system's number. *size, where it is
-    /// not null, is the number of bytes asked for; made smaller, the operation comes back short.
+    /// Called before an operation. When it returns false, the operation fails with *error as LastError.
+    /// *size, if not null, is the number of bytes to transfer; the hook may make it smaller.
     bool (*Gate)(void* context, Op operation, QZInt64* size, QZUInt32* error);
-    /// Told after the fact.
+    /// Called for each event.
     void (*Notify)(void* context, Event event, QZInt64 value);
-    /// Takes what would set the system's clock; false makes it fail.
+    /// Called instead of setting the system's clock. When it returns false, SetLocalTime fails.
     bool (*SetTime)(void* context, const DateTime& time) = nullptr;
-    /// Asked with the path when a serial line is opened: a line of the test's own, which the caller then
-    /// deletes, or null to let the system open it.
+    /// Called when a serial line is opened. Returns a line of the test's own, which the caller then deletes,
+    /// or null to let the system open the line.
     Line* (*OpenLine)(void* context, const QZWChar* path) = nullptr;
 };
 
-/// Sets the table, null takes it away. The table stays the caller's and must outlive its use.
+/// Sets the table; null removes it. The caller owns the table and keeps it while it is set.
 QZ_API void SetTestHooks(const TestHooks* hooks);
 
 extern std::atomic<const TestHooks*> g_testHooks;
 
+// What the inline functions below call when a table is set.
 bool GateHooked(Op operation, QZInt64* size);
 void NotifyHooked(Event event, QZInt64 value);
 bool ClockHooked(QZInt64* timestamp);
 bool SetTimeHooked(const DateTime& time, bool* done);
 Line* OpenLineHooked(const QZWChar* path);
 
-/// True when the operation may go on; false with LastError set when a test wants it to fail.
+/// Asks the gate. False with LastError set when the test lets the operation fail; *size may become smaller.
 inline bool Gate(Op operation, QZInt64* size = nullptr)
 {
     return g_testHooks.load(std::memory_order_relaxed) == nullptr || GateHooked(operation, size);
 }
 
+/// Notifies the test of an event.
 inline void Notify(Event event, QZInt64 value)
 {
     if (g_testHooks.load(std::memory_order_relaxed) != nullptr) NotifyHooked(event, value);
 }
 
-/// True with *timestamp set when a test holds the clock.
+/// True, with *timestamp set, when a test replaces the clock.
 inline bool TestClock(QZInt64* timestamp)
 {
     return g_testHooks.load(std::memory_order_relaxed) != nullptr && ClockHooked(timestamp);
 }
 
-/// True with *done set when a test takes the setting of the clock.
+/// True, with the result of the hook in *done, when a test replaces the setting of the clock.
 inline bool TestSetTime(const DateTime& time, bool* done)
 {
     return g_testHooks.load(std::memory_order_relaxed) != nullptr && SetTimeHooked(time, done);

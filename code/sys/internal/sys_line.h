@@ -11,14 +11,15 @@ namespace os
 /// How a transfer on a line ended.
 enum class LineResult
 {
-    Done,     ///< with the count that was moved
-    Timeout,  ///< nothing came, or not everything went, within the time
-    Failed,   ///< LastError tells why
+    Done,     ///< *count bytes were transferred
+    Timeout,  ///< nothing was received, or not everything was sent, in the time
+    Failed,   ///< LastError holds the reason
 };
 
-/// An open serial line. Deleting it gives it back to the system. One thread at a time.
+/// An open serial line. Deleting it closes the line. One thread at a time.
 ///
-/// The functions below it ask the tests' gate first; the library calls these.
+/// The library calls the Line... functions below instead of the members: they ask the gate of the test hooks
+/// first.
 class Line
 {
 public:
@@ -27,26 +28,30 @@ public:
     Line(const Line&) = delete;
     Line& operator=(const Line&) = delete;
 
-    /// 8 data bits, no parity, one stop bit, at that speed.
+    /// Sets 8 data bits, no parity, one stop bit and the speed in baud.
     virtual bool Setup(QZInt64 speed) = 0;
-    /// Another speed and nothing else.
+    /// Sets the speed in baud and nothing else.
     virtual bool SetSpeed(QZInt64 speed) = 0;
-    /// Lets the system announce input bytes.
+    /// Asks Windows to report received bytes; does nothing on Linux.
     virtual bool WatchInput() = 0;
-    /// Waits until `size` bytes have come or the time is over, whatever came first; what came counts as done.
-    /// A negative time has no limit. Nothing is left behind that would take bytes that come later.
+    /// Waits until `size` bytes are received or the time is over, and stores the number of received bytes in
+    /// *count: Done when there are any, Timeout when there are none. A negative time has no limit. No request
+    /// stays pending that could take bytes received later.
     virtual LineResult Read(void* buffer, QZInt64 size, QZInt64 milliseconds, QZInt64* count) = 0;
-    /// Waits until all bytes are handed to the system or the time is over. A negative time has no limit.
+    /// Waits until the system has taken all bytes or the time is over, and stores the number of bytes taken
+    /// in *count. A negative time has no limit.
     virtual LineResult Write(const void* buffer, QZInt64 size, QZInt64 milliseconds, QZInt64* count) = 0;
-    /// Bytes that came and were not read yet.
+    /// Stores the number of bytes received and not yet read.
     virtual bool Queued(QZInt64* count) = 0;
-    /// Drops what came and was not read yet.
+    /// Discards the bytes received and not yet read.
     virtual void CleanInput() = 0;
 };
 
-/// Opens a line by a path with the device prefix "\\.\"; null with LastError set on failure. Behind the
-/// prefix Linux takes an absolute path as it stands and any other name under /dev.
+/// Opens a line by a path with the device prefix "\\.\"; null with LastError set on failure. After the prefix
+/// Linux expects an absolute path or a name below /dev. The test hooks may supply a line of their own.
 Line* LineOpen(const QZWChar* path);
+/// The operations of Line, after the gate of the test hooks, which can make them fail or shorten a transfer.
+/// Each returns what the member returns; false or Failed with LastError set when the gate refuses.
 bool LineSetup(Line* line, QZInt64 speed);
 bool LineSetSpeed(Line* line, QZInt64 speed);
 bool LineWatchInput(Line* line);
@@ -54,14 +59,15 @@ LineResult LineRead(Line* line, void* buffer, QZInt64 size, QZInt64 milliseconds
 LineResult LineWrite(Line* line, const void* buffer, QZInt64 size, QZInt64 milliseconds, QZInt64* count);
 bool LineQueued(Line* line, QZInt64* count);
 
-/// What LineOpen goes to.
+/// Opens a line of the system; LineOpen calls it.
 Line* SystemLineOpen(const QZWChar* path);
 
-/// The names of the serial ports of this machine, without the prefix; null with LastError set on failure,
-/// ErrorNotFound where the system keeps no list of them.
+/// A walk over the names of this machine's serial ports, without the prefix.
 struct LineWalk;
+/// Begins a walk; null with LastError set on failure: ErrorNotFound when the system has no list of ports. End
+/// it with LineWalkClose.
 LineWalk* LineWalkOpen();
-/// The next port. *name stays valid until the next call; false at the end.
+/// Goes to the next port; false at the end. *name is valid until the next call.
 bool LineNext(LineWalk* walk, const QZWChar** name);
 void LineWalkClose(LineWalk* walk);
 

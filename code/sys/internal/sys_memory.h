@@ -8,11 +8,19 @@
 namespace os
 {
 
-/// The process heap. Null with LastError set on failure; a failed resize leaves the old block as it was.
+// ---- The heap
+
+/// Allocates `size` bytes, not cleared; null with LastError set on failure. Free them with HeapFree.
 void* HeapAllocate(QZInt64 size);
+/// Changes the size of a block, which may move. Null with LastError set on failure; the old block is then
+/// unchanged.
 void* HeapResize(void* block, QZInt64 size);
+/// Frees a block. Null is allowed.
 void HeapFree(void* block);
 
+// ---- Pages
+
+/// What a thread may do with the bytes of a page.
 enum class Protection
 {
     ReadWrite,
@@ -20,15 +28,17 @@ enum class Protection
     NoAccess,
 };
 
-/// Address space of whole 64 KiB units without storage; null on failure.
+/// Reserves address space without storage, rounded up to units of 64 KiB; null with LastError set on failure.
+/// Give it back with MemoryRelease.
 void* MemoryReserve(QZInt64 size);
-/// Puts readable and writable, zeroed storage behind a reserved range.
+/// Gives a reserved range readable and writable storage, which holds zeros. False with LastError set on
+/// failure.
 bool MemoryCommit(void* position, QZInt64 size);
-/// Sets the protection of every page that the range touches.
+/// Sets the protection of every page that the range touches. False with LastError set on failure.
 bool MemoryProtect(void* position, QZInt64 size, Protection protection);
-/// Gives a whole reserved range back.
+/// Releases a whole reserved range and its storage. `size` is the size that was reserved.
 void MemoryRelease(void* position, QZInt64 size);
-/// The granularity of MemoryProtect.
+/// The page size in bytes, the granularity of MemoryProtect.
 QZInt64 MemoryPageSize();
 
 }  // namespace os

@@ -1,7 +1,11 @@
 #ifndef QZLIB_SYS_PORT_H
 #define QZLIB_SYS_PORT_H
 
-/// The completion port: receives that complete on whichever thread waits.
+/// The completion port: threads wait on it for the completion of receives.
+///
+/// A socket is associated with a port under a key. At most one receive is outstanding on a socket. Its
+/// completion wakes one waiting thread, which gets the key and the number of bytes. When the peer has ended
+/// its stream, the receive completes with 0 bytes; when the connection broke, it fails with its key.
 
 #include <cstddef>
 
@@ -10,10 +14,6 @@
 namespace os
 {
 
-/// Receives that complete on whichever thread waits. Sockets are associated with a port under a key; on each
-/// at most one receive is outstanding; its completion reaches one waiter, with the bytes and the key. A peer
-/// that has ended its stream completes with 0 bytes, a connection that broke fails with its key.
-
 // The layout of a receive block, in bytes: the platform's part at the front, where the received bytes begin,
 // how many there is room for, and the size of the whole block.
 inline constexpr std::size_t kPortSystemSize = 32;
@@ -21,45 +21,48 @@ inline constexpr std::size_t kPortDataOffset = 60;
 inline constexpr std::size_t kPortDataSize = 131072;
 inline constexpr std::size_t kPortBlockSize = 131136;
 
-/// One receive: the buffer and what the platform keeps beside it. The layout is that of the Windows calls;
-/// Offset belongs to the owner. Zero it before the first use, then set Length and Buffer.
+/// One receive: the buffer and the platform's state of the receive. The layout is that of the Windows calls.
+/// Clear the block before the first use, then set Length and Buffer.
 struct PortBlock
 {
     unsigned char System[kPortSystemSize];
-    QZUInt32 Length;  ///< bytes that Buffer takes
+    QZUInt32 Length;  ///< size of Buffer in bytes
     void* Buffer;
-    QZUInt32 Received;  ///< the platform's note
-    QZUInt32 Offset;
+    QZUInt32 Received;  ///< written by the platform
+    QZUInt32 Offset;    ///< for the caller, not used here
     QZUInt32 Flags;
     unsigned char Data[kPortDataSize];
 };
 
 static_assert(sizeof(PortBlock) == kPortBlockSize && offsetof(PortBlock, Data) == kPortDataOffset);
 
+/// A completed receive: the key of its socket and the number of bytes received.
 struct PortCompletion
 {
     QZInt64 Key;
     QZUInt32 Bytes;
 };
 
-/// A new port, on Windows for that many threads that run at a time; 0 on failure.
+/// Makes a port; 0 with LastError set on failure. On Windows at most `concurrency` threads run at a time.
 QZInt64 PortOpen(int concurrency);
-/// Ends every wait at once, and fails those to come. Sockets stay associated with nothing.
+/// Closes the port: every wait ends at once, and later waits fail. Its sockets are then associated with no
+/// port. False for a port that is not open.
 bool PortClose(QZInt64 port);
-/// Once in the life of a socket.
+/// Associates a socket with a port. Allowed once in the life of a socket. False with LastError set on
+/// failure.
 bool PortAssociate(QZInt64 port, QZInt64 socket, QZInt64 key);
-/// Starts a receive on an associated socket. The block stays the platform's until the completion came, or
-/// until the socket is closed: then nothing more is told of it.
+/// Starts a receive on an associated socket. The platform uses the block until the receive completes or the
+/// socket is closed; after a close there is no completion. False with LastError set on failure.
 bool PortReceive(QZInt64 socket, PortBlock* block);
-/// The next completion. False with *completion as it was on time-out and for a closed port; false with Key
-/// and 0 Bytes for a receive that failed.
+/// Waits for the next completion. False, with *completion unchanged, on time-out and for a closed port;
+/// false, with Key and 0 Bytes, for a receive that failed.
 bool PortWait(QZInt64 port, QZUInt32 milliseconds, PortCompletion* completion);
-/// Wakes one waiter with key 0 and 0 bytes.
+/// Wakes one waiting thread with key 0 and 0 bytes. False with LastError set on failure.
 bool PortPost(QZInt64 port);
 
-/// Takes a socket that is about to be closed from its port: a waiter no longer reads from it, and the end of
-/// a receive that is outstanding on it is not taken for that of the next socket with this handle. SocketClose
-/// calls this.
+/// Removes a socket that is about to be closed from its port: waiting threads no longer read from it, and the
+/// completion of an outstanding receive is not mistaken for one of the next socket with the same handle.
+/// SocketClose calls it.
 void PortDetach(QZInt64 socket);
 
 }  // namespace os

@@ -1,7 +1,7 @@
 #ifndef QZLIB_SYS_POSIX_H
 #define QZLIB_SYS_POSIX_H
 
-/// What the POSIX sources of the seam share among themselves. Nothing else includes it.
+/// What the POSIX sources of the seam share. Only they include it.
 
 #include <string>
 #include <string_view>
@@ -11,18 +11,19 @@
 namespace os
 {
 
-/// UTF-16 to the bytes of a path or text; lone surrogates that stand for raw bytes become these bytes again.
+/// Converts UTF-16 to the bytes of a path or text. A lone surrogate that ToText made from a raw byte becomes
+/// this byte again.
 std::string ToBytes(const QZWChar* text);
 std::string ToBytes(const QZWChar* text, QZInt64 units);
-/// Bytes to UTF-16; a byte that is no UTF-8 becomes U+DC80 + (byte - 0x80), so that every file name has a
-/// text.
+/// Converts UTF-8 to UTF-16. A byte that is not valid UTF-8 becomes U+DC80 + (byte - 0x80), so that every
+/// file name can be shown as text and converted back.
 std::u16string ToText(std::string_view bytes);
 
-/// The number by which a socket failure is reported, for one of errno.
+/// The number of sys_error.h or Windows that reports a socket failure with this errno.
 QZUInt32 SocketNumberOf(int native);
 
-/// Keeps ThreadTerminate from ending the calling thread while it holds something that other threads need, the
-/// heap's lock for one. Nests; the thread ends when the outermost hold goes.
+/// Delays ThreadTerminate for the calling thread while it holds something that other threads need, for
+/// example the lock of the heap. Holds nest; the thread ends at the end of the outermost one.
 class TerminationHold
 {
 public:

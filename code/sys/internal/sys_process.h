@@ -2,6 +2,8 @@
 #define QZLIB_SYS_PROCESS_H
 
 /// Processes, and figures of the machine.
+///
+/// A function that returns bool returns false with LastError set on failure.
 
 #include "sys/sys_types.h"
 
@@ -10,69 +12,77 @@ namespace os
 
 // ---- Processes
 
+/// The id of this process.
 QZInt64 ProcessCurrentId();
 
-/// Opens a process for questions about it and for its memory; 0 with LastError set on failure. The handle
-/// keeps the process's number from being given to another.
+/// Opens a process for queries and for access to its memory; 0 with LastError set on failure. While the
+/// handle is open, the system does not reuse the id of the process. Close it with ProcessClose.
 QZInt64 ProcessOpen(QZInt64 pid);
 void ProcessClose(QZInt64 process);
 
-/// Move bytes from and to the memory of the process behind a handle, which goes to the platform as it stands;
-/// the bytes moved, 0 with LastError set on failure. Linux knows no process by such a handle.
+/// Copy bytes from and to the memory of another process; they return the number of bytes copied, 0 with
+/// LastError set on failure. The handle is passed to the platform unchecked. On Linux they always fail, since
+/// the system does not know processes by this handle.
 QZInt64 ProcessMemoryRead(QZInt64 process, QZUInt32 address, void* buffer, QZInt64 size);
 QZInt64 ProcessMemoryWrite(QZInt64 process, QZUInt32 address, const void* buffer, QZInt64 size);
 
-/// Starts a program without arguments, with a console of its own, nothing inherited and open to everyone; its
-/// number, 0 with LastError set on failure. The path is in the narrow page.
+/// Starts a program without arguments, with a console of its own; it inherits no handles, and on Windows
+/// every user may access it. The path is bytes of the narrow page. Returns the process id, 0 with LastError
+/// set on failure.
 QZInt64 ProcessStart(const char* path);
 
-/// Ends a process at once. False for one that is not there.
+/// Ends a process at once. False for a process that does not exist.
 bool ProcessTerminate(QZInt64 pid);
 
-/// What a process has in memory and in the page file, in bytes. False for one that is not there.
+/// The bytes of a process in memory and in the page file.
 struct ProcessMemory
 {
     QZUInt64 WorkingSet;
     QZUInt64 Swap;
 };
+/// False for a process that does not exist.
 bool ProcessMemoryGet(QZInt64 pid, ProcessMemory* memory);
 
-/// The processes of this machine at one time; null with LastError set on failure.
+/// A walk over the processes that this machine runs at one moment.
 struct ProcessWalk;
+/// Begins a walk; null with LastError set on failure. End it with ProcessWalkClose.
 ProcessWalk* ProcessWalkOpen();
-/// The next process; false at the end.
+/// Goes to the next process and stores its id; false at the end.
 bool ProcessNext(ProcessWalk* walk, QZInt64* pid);
-/// The file name of its program, good until the next step.
+/// The file name of the current process's program, valid until the next step.
 const QZWChar* ProcessName(ProcessWalk* walk);
-/// True when that file is the program `name`, which is called name + ".exe" on Windows. On Linux programs go
-/// without the ending, and one that has it is compared without.
+/// True when the current process runs the program `name`: the file name + ".exe" on Windows. On Linux the
+/// file name is compared without an ending ".exe".
 bool ProcessIsProgram(ProcessWalk* walk, const QZWChar* name);
+/// Ends a walk. Null is allowed.
 void ProcessWalkClose(ProcessWalk* walk);
 
-/// The path of this process's program with a terminator, cut off where capacity units are full. False on
-/// failure.
+/// Stores the path of this process's program with a terminating zero, cut to `capacity` units.
 bool ProcessImagePath(QZWChar* path, QZInt64 capacity);
 
-/// The resident bytes of this process.
+/// Stores the resident bytes of this process.
 bool ProcessWorkingSet(QZUInt64* bytes);
 
 // ---- The machine
 
-/// The name of this computer with a terminator; false when it does not fit into capacity units.
+/// Stores the name of this computer with a terminating zero. False when it does not fit into `capacity`
+/// units.
 bool ComputerName(QZWChar* name, QZInt64 capacity);
 
+/// Physical memory and page file, in bytes.
 struct MemoryStatus
 {
     QZUInt64 TotalPhys;
     QZUInt64 AvailPhys;
     QZUInt64 TotalSwap;
     QZUInt64 AvailSwap;
-    int Load;  ///< percent of the physical memory
+    int Load;  ///< percent of the physical memory in use
 };
-/// Zeros where the system tells nothing.
+/// A figure that the system does not give is 0.
 void MemoryStatusGet(MemoryStatus* status);
 
-/// Time that the processors have spent, in units of the platform; the kernel's share includes the idle one.
+/// Time that the processors have spent since the system started, in units of the platform. Kernel includes
+/// Idle.
 struct SystemTimes
 {
     QZUInt64 Idle;
@@ -80,6 +90,10 @@ struct SystemTimes
     QZUInt64 User;
 };
 bool SystemTimesGet(SystemTimes* times);
+
+/// The load of the processors between two readings of SystemTimesGet, in percent, cut to a whole number; 0
+/// when no time passed.
+int SystemLoad(const SystemTimes& first, const SystemTimes& second);
 
 }  // namespace os
 

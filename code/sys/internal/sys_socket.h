@@ -1,8 +1,13 @@
 #ifndef QZLIB_SYS_SOCKET_H
 #define QZLIB_SYS_SOCKET_H
 
-/// The start of the socket layer, IPv4 sockets, the addresses of hosts, and the sleep in microseconds that a
-/// socket gives.
+/// Start of the socket layer, IPv4 sockets, addresses of hosts, and sleeps in microseconds, which wait on a
+/// socket.
+///
+/// A socket is the system's own handle, never 0. An address is an IPv4 address in network order, as it lies
+/// in memory. A function that returns bool returns false with LastError set on failure. LastError then is a
+/// number of Windows on both platforms (10054 for a connection that was reset); the gate of the test hooks
+/// sets one of these too.
 
 #include "sys/sys_types.h"
 
@@ -11,24 +16,20 @@ namespace os
 
 // ---- The socket layer
 
-/// Starts the socket layer; 0 or the system's number.
+/// Starts the socket layer. Returns 0, or the system's number of the failure.
 int NetStart();
+/// Ends the socket layer.
 void NetEnd();
 
 // ---- Sleep in microseconds
 
-/// A TCP socket over IPv4 that is never connected; -1 on failure.
+/// Makes a TCP socket that is never connected; -1 on failure.
 QZInt64 SleepSocketOpen();
 void SleepSocketClose(QZInt64 socket);
-/// Waits that long for an exception on the sleeping socket. A negative part returns at once.
+/// Sleeps: waits that long for an exception on the socket. Returns at once when a part is negative.
 void SleepSocketWait(QZInt64 socket, int seconds, int microseconds);
 
 // ---- Sockets
-
-/// IPv4 sockets. Their failures have one set of numbers on both platforms, that of Windows (10054 for a
-/// connection that was reset), which is what LastError then answers; a number given by a test's gate counts
-/// as one of these. Addresses are in network order as they lie in memory. The handle is the system's own,
-/// never 0.
 
 enum class SocketKind
 {
@@ -36,55 +37,61 @@ enum class SocketKind
     Datagram,
 };
 
-/// A new socket, nobody's child inherits it on Linux; 0 on failure.
+/// Makes a socket; 0 with LastError set on failure. On Linux child processes do not inherit it.
 QZInt64 SocketOpen(SocketKind kind);
-/// Gives the socket back and ends an accept that waits on it. 0 is no socket and fails.
+/// Closes the socket and ends an accept that waits on it. Fails for 0.
 bool SocketClose(QZInt64 socket);
+/// Switches between blocking and non-blocking mode.
 bool SocketSetBlocking(QZInt64 socket, bool blocking);
-/// Limits of one blocking send and receive in ms, 0 for none. They hold for no other operation.
+/// Set the time limit of one blocking send or receive in milliseconds, 0 for none. Other operations are not
+/// limited.
 bool SocketSetSendTimeout(QZInt64 socket, QZUInt32 milliseconds);
 bool SocketSetReceiveTimeout(QZInt64 socket, QZUInt32 milliseconds);
+/// Connects to an address.
 bool SocketConnect(QZInt64 socket, QZUInt32 address, QZUInt16 port);
-/// Binds to an address of this host, 0 for any; port 0 lets the system choose. A port that a connection of an
-/// earlier listener still lingers on can be bound.
+/// Binds to an address of this host, 0 for any; for port 0 the system chooses one. A port on which
+/// connections of an earlier listener are still being closed can be bound.
 bool SocketBind(QZInt64 socket, QZUInt16 port, QZUInt32 address = 0);
+/// Starts to accept connections, at most `backlog` of which wait for SocketAccept.
 bool SocketListen(QZInt64 socket, int backlog);
-/// The next connection, which blocks or not like the socket that listens; 0 on failure. *port is in network
-/// order as it lies in memory.
+/// Waits for the next connection and returns its socket, which has the blocking mode of the listening socket;
+/// 0 with LastError set on failure. *port is in network order, as it lies in memory.
 QZInt64 SocketAccept(QZInt64 socket, QZUInt32* address, QZUInt16* port);
-/// Bytes that went, fewer than asked for when there is less room; -1 on failure.
+/// Sends and returns the number of bytes sent, fewer than `size` when the system has less room; -1 with
+/// LastError set on failure.
 QZInt64 SocketSend(QZInt64 socket, const void* buffer, QZInt64 size);
-/// Bytes that came, 0 when the peer has ended its stream; -1 on failure.
+/// Receives and returns the number of bytes received, 0 when the peer has ended its stream; -1 with LastError
+/// set on failure.
 QZInt64 SocketReceive(QZInt64 socket, void* buffer, QZInt64 size);
-/// The socket's own address and port, the port as a number.
+/// Stores the socket's own address, and its port as a number.
 bool SocketLocalName(QZInt64 socket, QZUInt32* address, QZUInt16* port);
 
 enum class SocketSide
 {
-    Send,  ///< the peer reads the end of the stream
-    Both,  ///< and what waits on the socket ends too
+    Send,  ///< no more sends: the peer reads the end of the stream
+    Both,  ///< no more sends and receives: waits on the socket end
 };
 
-/// Ends traffic on a connection; the handle stays.
+/// Ends the traffic of a connection. The socket stays open.
 bool SocketShutdown(QZInt64 socket, SocketSide side);
 
-/// Has the system test silent connections, those that a listener accepts among them: after `time` ms of
-/// silence, then every `interval` ms. Linux counts in whole seconds, at least 1.
+/// Lets the system test a silent connection after `time` milliseconds, then every `interval` milliseconds.
+/// Connections that a listener accepts inherit the setting. Linux counts in whole seconds, at least 1.
 bool SocketKeepAlive(QZInt64 socket, QZUInt32 time, QZUInt32 interval);
 
-/// Bytes go out as they are sent, without waiting for those before to be confirmed.
+/// Sends bytes at once, without waiting until the peer has confirmed the bytes before.
 bool SocketNoDelay(QZInt64 socket);
 
-/// While `gather` is on, bytes wait for more until a packet is full; off sends what is left. Nothing where
-/// the platform has no such switch.
+/// While `gather` is on, the system collects bytes until a packet is full; switching it off sends the rest.
+/// Does nothing on Windows.
 void SocketGather(QZInt64 socket, bool gather);
 
 // ---- Addresses of hosts
 
-/// The first IPv4 address of this host's own name, in network order as it lies in memory.
+/// Stores the first IPv4 address of this host's own name.
 bool LocalAddress(QZUInt32* address);
-/// The first IPv4 address of a host by its UTF-8 name, in network order as it lies in memory. On failure
-/// false and the system's text of it in *failure, given back with ErrorTextFree; null where it has none.
+/// Stores the first IPv4 address of the host with this UTF-8 name. On failure false, and in *failure the
+/// system's text of the failure, or null; free it with ErrorTextFree.
 bool HostAddress(const char* name, QZUInt32* address, QZWChar** failure);
 
 }  // namespace os

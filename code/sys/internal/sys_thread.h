@@ -1,7 +1,10 @@
 #ifndef QZLIB_SYS_THREAD_H
 #define QZLIB_SYS_THREAD_H
 
-/// Threads, sleeping, and locks.
+/// Threads, sleeps and locks.
+///
+/// A thread can be suspended by another thread only at a gate, so that it is not stopped inside a lock or
+/// inside the heap. Gates are Sleep, MutexLock, CriticalEnter and ThreadGate.
 
 #include "sys/sys_types.h"
 
@@ -10,56 +13,62 @@ namespace os
 
 // ---- Threads
 
-/// Starts a thread at once with the default stack; 0 with LastError set on failure.
+/// Starts a thread with the default stack size and returns its handle; 0 with LastError set on failure. Give
+/// the handle back with ThreadClose.
 QZInt64 ThreadCreate(void (*routine)(void*), void* argument);
-/// Raises the suspend count. A thread that suspends itself stops here until another resumes it; a
-/// suspend from outside takes hold at the thread's next gate (Sleep, a lock, ThreadGate), so that it is not
-/// stopped in the middle of a lock's or the heap's own work. One that takes a second lock or sleeps with one
-/// held stops with it. False on failure.
+/// Raises the suspend count of a thread. A thread that suspends itself stops here until another thread
+/// resumes it. Another thread stops at its next gate; when it reaches the gate with a lock held, it stops
+/// with the lock. False with LastError set on failure.
 bool ThreadSuspend(QZInt64 thread);
-/// Lowers the suspend count; at 0 it does nothing and is no failure.
+/// Lowers the suspend count of a thread; at 0 it does nothing and returns true. The thread runs on when the
+/// count becomes 0. False with LastError set on failure.
 bool ThreadResume(QZInt64 thread);
-/// True while the thread is stopped, or is to stop at its next gate; for threads started here.
+/// True while the suspend count is above 0: the thread is stopped or stops at its next gate. Only for threads
+/// that ThreadCreate started.
 bool ThreadIsSuspended(QZInt64 thread);
-/// Ends the thread where it stands: nothing is unwound, no destructor runs. On return the thread is gone.
-/// Does not come back when a thread ends itself.
+/// Ends a thread at once: its stack is not unwound and no destructor runs. On return the thread has ended. A
+/// thread that terminates itself does not return. False with LastError set on failure.
 bool ThreadTerminate(QZInt64 thread);
-/// True when the thread ended within the time; a negative time waits without limit.
+/// Waits for the end of a thread and returns true when it ended in the time. A negative time has no limit.
 bool ThreadWait(QZInt64 thread, QZInt64 milliseconds);
-/// Gives the handle back; the thread goes on.
+/// Gives the handle back. The thread goes on running. 0 is allowed.
 void ThreadClose(QZInt64 thread);
-/// Identity of a thread, never 0 for a live one; not the handle.
+/// The id of the calling thread, never 0. It is not the handle.
 QZUInt64 ThreadCurrentId();
-/// The identity behind a handle, 0 for a stale handle.
+/// The id of the thread with this handle, 0 for an invalid handle.
 QZUInt64 ThreadIdOf(QZInt64 thread);
-/// A place where a suspend from outside takes hold.
+/// Stops here while the calling thread is suspended.
 void ThreadGate();
-/// Processors that can run threads, at least 1.
+/// The number of processors, at least 1.
 int ProcessorCount();
 
-/// Sleeps; a place where a suspend from outside takes hold.
+/// Sleeps. A gate, before and after the sleep.
 void Sleep(QZUInt32 milliseconds);
 
-/// Sleeps with the timer resolution raised for the time of the sleep: to 1 ms below 100 ms, to 10 ms below
-/// 1000 ms. A negative time returns at once.
+/// Sleeps with a finer timer resolution: 1 ms for sleeps below 100 ms, 10 ms for sleeps below 1000 ms. A
+/// negative time returns at once.
 void SleepPrecise(int milliseconds);
 
 // ---- Locks
 
-/// A recursive mutex. One whose holder was terminated passes to the next taker. Null on failure.
+/// Makes a recursive mutex; null on failure. When its holder is terminated, the next thread gets it.
 void* MutexCreate();
-/// Waits without limit. False (at once) on failure, a null mutex among them.
+/// Waits without limit for the mutex. False on failure, for example for null. A gate.
 bool MutexLock(void* mutex);
-/// False when the caller does not hold it; nothing changes then.
+/// Gives one lock back. False, without effect, when the calling thread does not hold the mutex.
 bool MutexUnlock(void* mutex);
+/// Deletes the mutex. Null is allowed.
 void MutexClose(void* mutex);
 
-/// A recursive critical section lives in CriticalSize() bytes that the caller provides, 16-byte aligned.
+/// The size of a recursive critical section. The caller provides this many bytes, aligned to 16.
 QZInt64 CriticalSize();
+/// Makes a critical section in these bytes.
 void CriticalInit(void* section);
+/// Waits without limit for the section. A gate.
 void CriticalEnter(void* section);
-/// Leaving one that the caller does not hold changes nothing.
+/// Gives one Enter back. Does nothing when the calling thread does not hold the section.
 void CriticalLeave(void* section);
+/// Ends the section. Its bytes are free again.
 void CriticalDelete(void* section);
 
 }  // namespace os

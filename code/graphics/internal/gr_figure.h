@@ -1,5 +1,5 @@
-#ifndef QZLIB_GR_SHAPE_FIGURE_H
-#define QZLIB_GR_SHAPE_FIGURE_H
+#ifndef QZLIB_GRAPHICS_FIGURE_H
+#define QZLIB_GRAPHICS_FIGURE_H
 
 #include "fw/fw_exception_factory.h"
 #include "fw/internal/fw_buffer.h"
@@ -19,7 +19,7 @@ public:
     explicit Scratch(QZInt64 capacity)
     {
         if (capacity >= kInline) m_words = static_cast<QZUInt64*>(MemoryAllocate((capacity + 1) * 8));
-        if (!m_words)
+        if (m_words == nullptr)
             throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
                           QZ_W("QZShape"), QZ_W("Add"))
                 .Argument(QZ_W("QZInt64"), capacity)

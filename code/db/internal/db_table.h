@@ -1,5 +1,5 @@
-#ifndef QZLIB_DB_DB_TABLE_PARTS_H
-#define QZLIB_DB_DB_TABLE_PARTS_H
+#ifndef QZLIB_DB_TABLE_INTERNAL_H
+#define QZLIB_DB_TABLE_INTERNAL_H
 
 #include "db/db_channel.h"
 #include "db/db_semantic.h"
@@ -8,7 +8,7 @@
 #include "fw/fw_string.h"
 #include "fw/internal/fw_trace.h"
 
-/// What an opened table holds. Internal.
+/// What an opened table holds.
 struct QZDbTable::Parts
 {
     Parts(QZChannel* owner, QZInt64 address)
@@ -28,7 +28,7 @@ struct QZDbTable::Parts
     QZInt64 types;
 };
 
-/// An exception with a text and no code, and its frame for the arguments.
+/// An exception with a text and without a code, with a trace frame for the arguments.
 inline QZTrace<QZException> QZDbTableFailure(const QZWChar* message, const QZWChar* method)
 {
     return QZTrace(QZExceptionFactory::CreateException(message), QZ_W("QZDbTable"), method);

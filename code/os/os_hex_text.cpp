@@ -1,4 +1,4 @@
-#include "os/os_text.h"
+#include "os/os_hex_text.h"
 
 #include "fw/internal/fw_hex_text.h"
 
@@ -11,7 +11,7 @@ QZInt64 QZText::GetType() { return 0x81FFF00; }
 
 long long QZText::TextToQZData(void* out, const QZWChar* text, long long sizeInBytes)
 {
-    return out ? hex::Read(out, text, sizeInBytes / 2) : sizeInBytes;
+    return out != nullptr ? hex::Read(out, text, sizeInBytes / 2) : sizeInBytes;
 }
 
 long long QZText::QZDataToText(long long firstOffset, QZWChar* out, const void* data, long long size,

@@ -1,4 +1,4 @@
-#include "codec/internal/cod_compression_sound.h"
+#include "codec/internal/cod_compression_decode.h"
 
 #include <array>
 
@@ -69,9 +69,9 @@ QZInt64 DecodeBlock(const QZByte* stream, QZInt64 position, QZByte* target, QZIn
 
 }  // namespace
 
-QZInt64 DecodeSound(const QZByte* stream, QZInt64 length, QZByte* target)
+QZInt64 DecodeChecked(const QZByte* stream, QZInt64 length, QZByte* target)
 {
-    const QZInt64 limit = length - StreamTrailer;
+    const QZInt64 limit = length - kStreamTrailer;
     QZInt64 decoded = 0;
     QZInt64 position = 0;
     while (position + LargestBlock <= length && stream[position] != EndTag)

@@ -1,5 +1,5 @@
-#ifndef QZLIB_NET_LIBRARY_H
-#define QZLIB_NET_LIBRARY_H
+#ifndef QZLIB_NET_START_H
+#define QZLIB_NET_START_H
 
 /// Start and end of this folder's factories and shared texts. QZLibInit and QZLibDispose call these
 /// functions; a second call of each has no effect. Internal.

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "os/os_console.h"
+#include "os/internal/os_console_table.h"
 
 namespace
 {

@@ -1,9 +1,9 @@
-#ifndef QZLIB_OS_TEXT_H
-#define QZLIB_OS_TEXT_H
+#ifndef QZLIB_OS_HEX_TEXT_H
+#define QZLIB_OS_HEX_TEXT_H
 
 #include "fw/fw_object.h"
 
-/// Hexadecimal dumps in wide characters, there and back. Stateless; any thread; nothing throws.
+/// Conversion between bytes and hexadecimal dumps in UTF-16. Stateless; any thread; nothing throws.
 class QZ_API QZText : public QZObject
 {
 public:
@@ -14,16 +14,16 @@ public:
 
     QZInt64 GetType() override;
 
-    /// Reads the bytes that a dump shows: offset labels in square brackets and everything that is no
-    /// hexadecimal digit are passed over, a last digit without partner is dropped.
+    /// Reads the bytes of a dump. Skips offset labels in square brackets and everything that is not a
+    /// hexadecimal digit; ignores a last single digit.
     /// @param sizeInBytes  size of the text, two bytes for each character
-    /// @return the bytes stored; with out null sizeInBytes as it stands, an upper bound
+    /// @return the number of bytes stored; when `out` is null, sizeInBytes, which is an upper bound
     static long long TextToQZData(void* out, const QZWChar* text, long long sizeInBytes);
 
-    /// Writes a dump. No terminator is written.
-    /// @param firstOffset   what the label of the first byte shows
+    /// Writes a dump, without a terminating zero.
+    /// @param firstOffset   the offset in the label of the first byte
     /// @param bytesPerLine  0 or less: one line without labels
-    /// @return the bytes written, two for each character; with out null the bytes needed
+    /// @return the number of bytes written, two for each character; when `out` is null, the bytes needed
     static long long QZDataToText(long long firstOffset, QZWChar* out, const void* data, long long size,
                                   long long bytesPerLine, unsigned char showOffsets,
                                   unsigned char spaceAfterByte);

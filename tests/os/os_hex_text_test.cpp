@@ -1,4 +1,4 @@
-#include "os/os_text.h"
+#include "os/os_hex_text.h"
 
 #include <cstring>
 
