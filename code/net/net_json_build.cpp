@@ -10,7 +10,7 @@
 
 namespace
 {
-/// Gives a value back that left its place. What somebody else has locked meanwhile is theirs.
+/// Recycles a value that was removed, unless somebody else has locked it.
 void RecycleFree(QZJsonValue* value)
 {
     if (value != nullptr && value->IsDisposable()) QZJsonFactory::Recycle(&value);

@@ -19,7 +19,7 @@ enum class QZJsonDuplicates
     KeepAll
 };
 
-/// What QZJson reads beyond and short of RFC 8259.
+/// The limits of reading, and what it accepts beyond RFC 8259.
 struct QZJsonReadOptions
 {
     /// How many arrays and objects may be open at the same time; negative: any number.
@@ -31,7 +31,7 @@ struct QZJsonReadOptions
     QZBool ByteOrderMark = 0;
 };
 
-/// What QZJson writes for a surrogate that stands alone, which is no character.
+/// What QZJson writes for a surrogate without its other half, which is no character.
 enum class QZJsonLoneSurrogates
 {
     Replace,  ///< U+FFFD, so that every reader can read the text
@@ -52,7 +52,7 @@ struct QZJsonWriteOptions
     QZJsonLoneSurrogates LoneSurrogates = QZJsonLoneSurrogates::Replace;
 };
 
-/// The kinds of faults that QZJson finds in a text.
+/// The reasons for which QZJson refuses a text.
 enum class QZJsonErrorCode
 {
     None,
@@ -79,15 +79,16 @@ struct QZJsonError
     QZInt64 Line = 0;
     /// Characters from 1.
     QZInt64 Column = 0;
-    /// The reason in words; a text that stays.
+    /// The reason in words, a static text.
     const QZWChar* Reason = QZ_W("");
 };
 
-/// JSON by RFC 8259, an addition beside QZJsonFactory with its grammar of its own. All static, any thread.
+/// Reads and writes JSON as RFC 8259 defines it, an addition to QZJsonFactory, whose grammar differs. Any
+/// thread may call.
 ///
 /// Values are those of QZJsonFactory: they belong to the caller, who gives them back with
-/// QZJsonFactory::Recycle. Reading takes linear time (for the names of large objects n log n) and no
-/// recursion, nor does writing.
+/// QZJsonFactory::Recycle. Reading and writing take linear time; the names of an object with n names take
+/// n log n. Neither uses recursion.
 ///
 /// Numbers: a whole number without point and exponent that fits 64 bits keeps all its digits, in
 /// QZJsonDecimal::GetInt64 or GetUInt64. Every other number is the nearest double; one that is too large for

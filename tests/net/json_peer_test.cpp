@@ -1,4 +1,4 @@
-// QZJson and a reader of other people agree about which texts are JSON, and about what stands in them.
+// QZJson and an independent reader agree about which texts are JSON, and about their values.
 
 #include "net/json_strict_support.h"
 

@@ -36,8 +36,8 @@ struct QZJsonAccess
     /// The string that Val returned; null when nobody called it.
     static QZString* StringOf(QZJsonValue* value) { return value->m_val.load(std::memory_order_acquire); }
 
-    /// The attributes of an object that is going to have some: they are made with the first one, because many
-    /// objects are empty. Null is possible elsewhere only.
+    /// The attributes of an object. The first call makes them, so only callers that add an attribute, or know
+    /// that there is one, call it: many objects stay empty.
     static JsonAttributes* AttributesOf(QZJsonObject* object);
     static QZList<QZJsonValue>* ListOf(QZJsonValueCollection* collection) { return collection->m_list.get(); }
 
