@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <concepts>
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -21,8 +22,7 @@ class QZString;
 /// Every value holds its text in a string of its own; a number is converted when it is read. Values come from
 /// QZJsonFactory and go back to it. Values in a collection or an object belong to it, and giving back the
 /// root gives back the whole tree. A copy made by value has the text of its source and shares the values in
-/// it; a copy of an object without attributes shares nothing. Several threads may read a value while nobody
-/// changes it.
+/// it. Several threads may read a value while nobody changes it.
 class QZ_API QZJsonValue : public QZObject
 {
 public:
@@ -275,6 +275,9 @@ protected:
 
 private:
     friend struct QZJsonAccess;
+    explicit QZJsonObject(std::nullptr_t);
+
+    /// Null in an object of QZJson::Parse until it gets its first attribute.
     std::shared_ptr<JsonAttributes> m_attributes;
 };
 

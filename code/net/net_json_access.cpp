@@ -28,9 +28,15 @@ void QZJsonAccess::ClearText(QZJsonValue* value)
     value->m_val.store(nullptr, std::memory_order_relaxed);
 }
 
+QZJsonObject* QZJsonAccess::NewSmallObject()
+{
+    QZObjectCache* cache = QZJsonFactory::m_objectCache;
+    return cache->Count() > 0 ? QZTake<QZJsonObject>(cache) : new QZJsonObject(nullptr);
+}
+
 JsonAttributes* QZJsonAccess::AttributesOf(QZJsonObject* object)
 {
-    if (object->m_attributes == nullptr) object->m_attributes = std::make_shared<JsonAttributes>();
+    if (object->m_attributes == nullptr) object->m_attributes = std::make_shared<JsonAttributes>(false);
     return object->m_attributes.get();
 }
 

@@ -1,6 +1,5 @@
 #include "net/internal/net_json_attributes.h"
 
-#include "fw/fw_keyed.h"
 #include "fw/fw_string_factory.h"
 #include "net/internal/net_characters.h"
 #include "net/internal/net_json_access.h"
@@ -12,6 +11,10 @@ bool JsonSameName(JsonView a, JsonView b)
         if (a[i] != b[i] && net::Lower(a[i]) != net::Lower(b[i])) return false;
     return true;
 }
+
+JsonAttributes::JsonAttributes(bool withNameList)
+    : m_nameList(withNameList ? std::make_unique<QZKeyValueCollection>() : nullptr)
+{}
 
 JsonAttributes::~JsonAttributes()
 {

@@ -261,7 +261,7 @@ private:
     {
         if (!CheckDepth()) return false;
         ++m_position;
-        QZJsonObject* object = QZJsonFactory::CreateObject();
+        QZJsonObject* object = QZJsonAccess::NewSmallObject();
         Place(object);
         m_levels.push_back({nullptr, object, true, nullptr});
         return true;

@@ -184,7 +184,8 @@ QZJsonValue* QZJsonValueCollection::GetLast() { return m_list->GetLast(); }
 
 // ---- Objects
 
-QZJsonObject::QZJsonObject() = default;
+QZJsonObject::QZJsonObject() : m_attributes(std::make_shared<JsonAttributes>(true)) {}
+QZJsonObject::QZJsonObject(std::nullptr_t) {}
 
 QZObject* QZJsonObject::NewObject() { return new QZJsonObject(); }
 void QZJsonObject::DeleteObject(QZObject* value) { delete value; }

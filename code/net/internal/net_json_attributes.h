@@ -1,11 +1,13 @@
 #ifndef QZLIB_NET_JSON_ATTRIBUTES_H
 #define QZLIB_NET_JSON_ATTRIBUTES_H
 
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "fw/fw_keyed.h"
 #include "fw/fw_object.h"
 #include "fw/fw_string.h"
 
@@ -27,7 +29,10 @@ bool JsonSameName(JsonView a, JsonView b);
 class JsonAttributes : public QZObject
 {
 public:
-    JsonAttributes() = default;
+    /// @param withNameList  holds a list from the string factory, as the objects of QZJsonFactory do: hosts
+    /// see
+    ///                      it in the figures of that factory. It is of no use here.
+    explicit JsonAttributes(bool withNameList);
     JsonAttributes(const JsonAttributes&) = delete;
     JsonAttributes& operator=(const JsonAttributes&) = delete;
     /// Deletes the values that nobody else has locked.
@@ -80,6 +85,7 @@ private:
     void DropName(const Entry& entry);
     void Unlock(QZJsonValue* value);
 
+    std::unique_ptr<QZKeyValueCollection> m_nameList;
     std::vector<Entry> m_entries;
     std::basic_string<QZWChar> m_names;
     /// Units of m_names that belong to no entry any more.
