@@ -5,6 +5,7 @@
 
 #include "support/qz_line.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_error.h"
 
 namespace qztest
 {
