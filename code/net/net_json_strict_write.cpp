@@ -269,6 +269,45 @@ private:
     std::vector<Level> m_levels;
 };
 
+/// Puts the text as UTF-8 behind the bytes. All surrogates of the text are pairs. QZEncoding does not know
+/// the pairs that begin with U+D800, which is its kept behaviour.
+void AppendUtf8(const TextBuilder& text, std::string* bytes)
+{
+    auto append = [bytes](unsigned byte) { bytes->push_back(static_cast<char>(byte)); };
+    for (QZInt64 i = 0; i < text.Count(); ++i)
+    {
+        unsigned character = static_cast<unsigned>(text.Units()[i]);
+        if (IsHighSurrogate(character))
+        {
+            const unsigned low = static_cast<unsigned>(text.Units()[++i]);
+            character = 0x10000 + ((character - 0xD800) << 10) + (low - 0xDC00);
+        }
+        if (character < 0x80)
+        {
+            append(character);
+            continue;
+        }
+        if (character < 0x800)
+        {
+            append(0xC0 | (character >> 6));
+        }
+        else
+        {
+            if (character < 0x10000)
+            {
+                append(0xE0 | (character >> 12));
+            }
+            else
+            {
+                append(0xF0 | (character >> 18));
+                append(0x80 | ((character >> 12) & 0x3F));
+            }
+            append(0x80 | ((character >> 6) & 0x3F));
+        }
+        append(0x80 | (character & 0x3F));
+    }
+}
+
 void CheckValue(QZJsonValue* value, const QZWChar* method)
 {
     if (value != nullptr) return;
@@ -289,12 +328,12 @@ QZData* QZJson::WriteUtf8(QZJsonValue* value, const QZJsonWriteOptions& options)
     CheckValue(value, QZ_W("WriteUtf8"));
     Writer writer(options);
     const TextBuilder& text = writer.Write(value);
-    const QZInt64 size = text.Utf8Size();
+    std::string bytes;
+    AppendUtf8(text, &bytes);
     QZData* utf8 = QZDataFactory::CreateData();
     try
     {
-        utf8->NewSize(size);
-        text.WriteUtf8(utf8->GetPointer(), size);
+        utf8->Set(bytes.data(), static_cast<QZInt64>(bytes.size()));
     }
     catch (QZException*)
     {

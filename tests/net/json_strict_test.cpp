@@ -231,6 +231,12 @@ TEST(JsonStrict, EveryCharacterInUtf8AndUtf16)
         ASSERT_EQ(Verdict(utf8), utf8) << character;
         const qztest::Text wide = qztest::Wide(utf8);
         QZJsonValue* value = QZJson::Parse(wide.data(), static_cast<QZInt64>(wide.size()));
+        QZData* written = QZJson::WriteUtf8(value);
+        ASSERT_EQ(std::string(static_cast<const char*>(written->GetPointer()),
+                              static_cast<std::size_t>(written->GetSize())),
+                  utf8)
+            << character;
+        QZDataFactory::Recycle(&written);
         ASSERT_EQ(qztest::Written(value), utf8) << character;
     }
 }
