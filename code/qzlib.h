@@ -76,6 +76,7 @@
 #include "net/net_http_server.h"
 #include "net/net_http_site.h"
 #include "net/net_json.h"
+#include "net/net_json_strict.h"
 #include "net/net_url.h"
 
 #include "codec/cod_base64.h"

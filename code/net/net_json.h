@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <concepts>
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -77,13 +78,17 @@ public:
     /// Sets the text to "true" or "false".
     void Val(QZBool value);
 
+    /// An addition: 1 when the text is "true", in any case.
+    QZBool IsTrue();
+
 protected:
     QZJsonBool();
     static QZObject* NewObject();
     static void DeleteObject(QZObject* value);
 };
 
-/// A number, stored as the text that QZString makes from a double.
+/// A number, stored as text. QZJsonFactory stores the text that QZString makes from a double; QZJson and the
+/// Set operations store one that keeps the number exactly.
 class QZ_API QZJsonDecimal : public QZJsonValue
 {
 public:
@@ -91,6 +96,19 @@ public:
 
     QZInt64 GetType() override;
     QZString* ToString() override;
+
+    // ---- Additions: exact numbers, in the texts of QZConvert::Format... and Parse...
+
+    void SetDouble(double value);
+    void SetInt64(QZInt64 value);
+    void SetUInt64(QZUInt64 value);
+
+    /// The number, when the text is one of this type: GetInt64 of "1.0" and of a number that does not fit is
+    /// 0.
+    /// @param value  set only when the result is 1
+    QZBool GetDouble(double* value);
+    QZBool GetInt64(QZInt64* value);
+    QZBool GetUInt64(QZUInt64* value);
 
 protected:
     QZJsonDecimal();
@@ -154,6 +172,29 @@ public:
     QZJsonValue* GetFirst();
     QZJsonValue* GetLast();
 
+    // ---- Additions. An operation that throws changes nothing, and the value stays the caller's.
+
+    /// The value, which stays the array's; null for an index outside 0 to count - 1. The cost is the index:
+    /// to go through an array, start with GetFirst and go on with Next.
+    QZJsonValue* At(QZInt64 index);
+    /// The value behind one that stands in this array; null behind the last.
+    QZJsonValue* Next(QZJsonValue* value);
+
+    /// Adds at the end. From now on the value belongs to the array.
+    /// @throws QZException 1792 for null, 1280 for a value that stands somewhere already
+    void Add(QZJsonValue* value);
+
+    /// Puts a value in front of the one at the index; the index `count` adds at the end. The cost is the
+    /// number of values behind it.
+    /// @throws QZException 256 for an index outside 0 to count, else as Add
+    void Insert(QZInt64 index, QZJsonValue* value);
+
+    /// Takes a value out and recycles it.
+    /// @return 1, or 0 for an index outside 0 to count - 1
+    QZBool RemoveAt(QZInt64 index);
+    /// Takes a value out, which then is the caller's; null for an index outside 0 to count - 1.
+    QZJsonValue* TakeAt(QZInt64 index);
+
 protected:
     QZJsonValueCollection();
     static QZObject* NewObject();
@@ -199,6 +240,34 @@ public:
         return RemoveAttr(static_cast<QZInt64>(index));
     }
 
+    // ---- Additions. They compare names exactly, with their case, and take the empty name as well; where a
+    // name occurs more than once, they mean the first. The cost is the number of names. A narrow name is in
+    // the machine's narrow page. All throw QZException 1792 for a null name.
+
+    /// The value, which stays the object's; null when the name is absent.
+    QZJsonValue* Find(const char* name);
+    QZJsonValue* Find(const QZWChar* name);
+    QZJsonValue* Find(QZString* name);
+
+    /// Puts a value under a name: a new name is added at the end, the value of another is replaced and
+    /// recycled. From now on the value belongs to the object.
+    /// @throws QZException 1792 for null, 1280 for a value that stands somewhere already; the value then
+    /// stays the caller's and the object as it was
+    void Set(const char* name, QZJsonValue* value);
+    void Set(const QZWChar* name, QZJsonValue* value);
+    void Set(QZString* name, QZJsonValue* value);
+
+    /// Takes an attribute out and recycles its value.
+    /// @return 1, or 0 when the name is absent
+    QZBool Remove(const char* name);
+    QZBool Remove(const QZWChar* name);
+    QZBool Remove(QZString* name);
+
+    /// Takes an attribute out; its value then is the caller's. Null when the name is absent.
+    QZJsonValue* Take(const char* name);
+    QZJsonValue* Take(const QZWChar* name);
+    QZJsonValue* Take(QZString* name);
+
 protected:
     QZJsonObject();
     static QZObject* NewObject();
@@ -206,6 +275,9 @@ protected:
 
 private:
     friend struct QZJsonAccess;
+    explicit QZJsonObject(std::nullptr_t);
+
+    /// Null in an object of QZJson::Parse until it gets its first attribute.
     std::shared_ptr<JsonAttributes> m_attributes;
 };
 
@@ -226,9 +298,9 @@ protected:
 
 /// Makes JSON values, reads and writes JSON text, and takes values back. Any thread may call.
 ///
-/// docs/json.md describes the grammar, which is the library's own. An object that a Create operation or
-/// DeserializeObject returns belongs to the caller until Recycle takes it back and clears the caller's
-/// variable.
+/// docs/json.md describes the grammar, which is the library's own; QZJson reads and writes by RFC 8259. An
+/// object that a Create operation or DeserializeObject returns belongs to the caller until Recycle takes it
+/// back and clears the caller's variable.
 class QZ_API QZJsonFactory
 {
 public:
@@ -244,11 +316,12 @@ public:
     static QZJsonValueCollection* CreateValueCollection();
 
     /// Reads the last complete array or object of the text. Null for blank text and for "null" in any case.
+    /// QZJson::Parse reads by RFC 8259.
     /// @throws QZJsonException UnexpectedSymbols, UnknwonDataType or JsonFormatException
     /// @throws QZException 1024 for text without a complete array or object, 2048 for an empty name
     static QZJsonValue* DeserializeObject(QZString* text);
 
-    /// The result of the value's ToString.
+    /// The result of the value's ToString. QZJson::Write writes by RFC 8259.
     /// @throws QZException 1792 for null
     static QZString* SerializeObject(QZJsonValue* value);
 
@@ -287,12 +360,14 @@ public:
     static QZJsonValueCollection* DataTable2Json(QZDataTable* table);
 
     /// Breaks JSON text into lines with one tab for each level; "[{" and ",{" stay on one line. The text is
-    /// not parsed, so symbols inside strings count too. A new string.
+    /// not parsed, so symbols inside strings count too. A new string. QZJson::Write with an Indent keeps
+    /// strings as they are.
     /// @throws QZException 1792 for null
     static QZString* Format(QZString* text);
 
     /// Removes the line ends of JSON text, and after the first line end, bracket, brace or comma also all
-    /// blanks and tabs, including those inside strings. A new string.
+    /// blanks and tabs, including those inside strings. A new string. QZJson::Write keeps strings as they
+    /// are.
     /// @throws QZException 1792 for null
     static QZString* Minify(QZString* text);
 

@@ -28,6 +28,18 @@ void QZJsonAccess::ClearText(QZJsonValue* value)
     value->m_val.store(nullptr, std::memory_order_relaxed);
 }
 
+QZJsonObject* QZJsonAccess::NewSmallObject()
+{
+    QZObjectCache* cache = QZJsonFactory::m_objectCache;
+    return cache->Count() > 0 ? QZTake<QZJsonObject>(cache) : new QZJsonObject(nullptr);
+}
+
+JsonAttributes* QZJsonAccess::AttributesOf(QZJsonObject* object)
+{
+    if (object->m_attributes == nullptr) object->m_attributes = std::make_shared<JsonAttributes>(false);
+    return object->m_attributes.get();
+}
+
 void QZJsonAccess::SetAttr(QZJsonObject* object, JsonView name, QZInt64 index, QZJsonValue* value)
 {
     JsonAttributes* attributes = AttributesOf(object);
@@ -54,7 +66,8 @@ QZJsonValue* QZJsonAccess::TakeLast(QZJsonValue* container)
         return static_cast<QZJsonValueCollection*>(container)->m_list->Pop();
     if (type != QZJsonObject::Type) return nullptr;
     auto* object = static_cast<QZJsonObject*>(container);
-    return object->m_attributes->Remove(object->m_attributes->Count() - 1);
+    JsonAttributes* attributes = object->m_attributes.get();
+    return attributes != nullptr ? attributes->Remove(attributes->Count() - 1) : nullptr;
 }
 
 void QZJsonAccess::Discard(QZJsonValue* value)

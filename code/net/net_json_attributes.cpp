@@ -12,6 +12,10 @@ bool JsonSameName(JsonView a, JsonView b)
     return true;
 }
 
+JsonAttributes::JsonAttributes(bool withNameList)
+    : m_nameList(withNameList ? std::make_unique<QZKeyValueCollection>() : nullptr)
+{}
+
 JsonAttributes::~JsonAttributes()
 {
     while (QZJsonValue* value = Remove(Count() - 1)) QZJsonAccess::DiscardFree(value);
@@ -32,6 +36,14 @@ QZInt64 JsonAttributes::Find(JsonView name) const
     return -1;
 }
 
+QZInt64 JsonAttributes::FindExact(JsonView name) const
+{
+    const QZInt64 count = Count();
+    for (QZInt64 i = 0; i < count; ++i)
+        if (NameAt(i) == name) return i;
+    return -1;
+}
+
 QZString* JsonAttributes::StringAt(QZInt64 index)
 {
     if (index < 0 || index >= Count()) return nullptr;
@@ -48,17 +60,29 @@ QZString* JsonAttributes::StringAt(QZInt64 index)
 
 void JsonAttributes::Add(JsonView name, QZJsonValue* value)
 {
-    // The dictionary throws for an empty name.
-    if (name.empty()) m_dictionary.Add(QZ_W(""), value);
-    value->SetDisposable(m_dictionary.GetObjectID(), 0);
-    m_entries.push_back({value, nullptr, m_names.size(), name.size()});
+    // Hosts get the exception of the library's dictionary for an empty name.
+    if (name.empty()) QZKeyValueCollection().Add(QZ_W(""), value);
+    Append(name, value);
+}
+
+void JsonAttributes::Append(JsonView name, QZJsonValue* value)
+{
+    value->SetDisposable(GetObjectID(), 0);
+    // An empty name has no place in the text, so that it stays right when names before it go.
+    m_entries.push_back({value, nullptr, name.empty() ? 0 : m_names.size(), name.size()});
     m_names.append(name);
 }
 
 void JsonAttributes::Unlock(QZJsonValue* value)
 {
     // A value that Replace put in was never locked, so the result is not checked.
-    static_cast<void>(value->SetDisposable(m_dictionary.GetObjectID(), 1));
+    static_cast<void>(value->SetDisposable(GetObjectID(), 1));
+}
+
+QZJsonValue* JsonAttributes::Exchange(QZInt64 index, QZJsonValue* value)
+{
+    value->SetDisposable(GetObjectID(), 0);
+    return Replace(index, value);
 }
 
 QZJsonValue* JsonAttributes::Replace(QZInt64 index, QZJsonValue* value)

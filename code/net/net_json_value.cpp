@@ -31,6 +31,16 @@ QZInt64 SizeOfString(std::size_t units)
         .Argument(type, static_cast<const QZWChar*>(nullptr))
         .Throw();
 }
+
+/// The values of an array. Those that nobody else has locked are deleted with it.
+class OwnList : public QZList<QZJsonValue>
+{
+public:
+    ~OwnList() override
+    {
+        while (QZJsonValue* value = Pop()) QZJsonAccess::DiscardFree(value);
+    }
+};
 }  // namespace
 
 // ---- Values
@@ -147,12 +157,7 @@ QZString* QZJsonNull::ToString() { return JsonToText(this); }
 
 // ---- Arrays
 
-QZJsonValueCollection::QZJsonValueCollection()
-    : m_list(new QZList<QZJsonValue>(), [](QZList<QZJsonValue>* list) {
-          while (QZJsonValue* value = list->Pop()) QZJsonAccess::DiscardFree(value);
-          delete list;
-      })
-{}
+QZJsonValueCollection::QZJsonValueCollection() : m_list(std::make_shared<OwnList>()) {}
 
 QZObject* QZJsonValueCollection::NewObject() { return new QZJsonValueCollection(); }
 void QZJsonValueCollection::DeleteObject(QZObject* value) { delete value; }
@@ -178,7 +183,8 @@ QZJsonValue* QZJsonValueCollection::GetLast() { return m_list->GetLast(); }
 
 // ---- Objects
 
-QZJsonObject::QZJsonObject() : m_attributes(std::make_shared<JsonAttributes>()) {}
+QZJsonObject::QZJsonObject() : m_attributes(std::make_shared<JsonAttributes>(true)) {}
+QZJsonObject::QZJsonObject(std::nullptr_t) {}
 
 QZObject* QZJsonObject::NewObject() { return new QZJsonObject(); }
 void QZJsonObject::DeleteObject(QZObject* value) { delete value; }
@@ -191,28 +197,37 @@ QZInt64 QZJsonObject::GetMemorySize()
 QZInt64 QZJsonObject::GetType() { return Type; }
 QZString* QZJsonObject::ToString() { return JsonToText(this); }
 
-QZInt64 QZJsonObject::AttrCount() { return m_attributes->Count(); }
+QZInt64 QZJsonObject::AttrCount() { return m_attributes != nullptr ? m_attributes->Count() : 0; }
 void QZJsonObject::Recycle(QZJsonValue** value) { QZJsonFactory::Recycle(value); }
 
 QZJsonValue* QZJsonObject::RemoveAttr(const char* name)
 {
     if (name == nullptr) ThrowNullName(QZ_W("QZChar*"));
     QZString text(name);
-    return RemoveAttr(m_attributes->Find(JsonViewOf(&text)));
+    return m_attributes != nullptr ? RemoveAttr(m_attributes->Find(JsonViewOf(&text))) : nullptr;
 }
 
 QZJsonValue* QZJsonObject::RemoveAttr(const QZWChar* name)
 {
     if (name == nullptr) ThrowNullName(QZ_W("QZWChar*"));
-    return RemoveAttr(m_attributes->Find(name));
+    return m_attributes != nullptr ? RemoveAttr(m_attributes->Find(name)) : nullptr;
 }
 
 QZJsonValue* QZJsonObject::RemoveAttr(QZString* name)
 {
     if (name == nullptr) ThrowNullName(QZ_W("QZString*"));
-    return RemoveAttr(m_attributes->Find(JsonViewOf(name)));
+    return m_attributes != nullptr ? RemoveAttr(m_attributes->Find(JsonViewOf(name))) : nullptr;
 }
 
-QZJsonValue* QZJsonObject::RemoveAttr(QZInt64 index) { return m_attributes->Remove(index); }
-QZJsonValue* QZJsonObject::GetAttrValue(QZInt64 index) { return m_attributes->ValueAt(index); }
-QZString* QZJsonObject::GetAttrName(QZInt64 index) { return m_attributes->StringAt(index); }
+QZJsonValue* QZJsonObject::RemoveAttr(QZInt64 index)
+{
+    return m_attributes != nullptr ? m_attributes->Remove(index) : nullptr;
+}
+QZJsonValue* QZJsonObject::GetAttrValue(QZInt64 index)
+{
+    return m_attributes != nullptr ? m_attributes->ValueAt(index) : nullptr;
+}
+QZString* QZJsonObject::GetAttrName(QZInt64 index)
+{
+    return m_attributes != nullptr ? m_attributes->StringAt(index) : nullptr;
+}

@@ -36,7 +36,13 @@ struct QZJsonAccess
     /// The string that Val returned; null when nobody called it.
     static QZString* StringOf(QZJsonValue* value) { return value->m_val.load(std::memory_order_acquire); }
 
-    static JsonAttributes* AttributesOf(QZJsonObject* object) { return object->m_attributes.get(); }
+    /// An object from its cache or, when the cache has none, one that makes its attributes with the first of
+    /// them: many objects of large texts are empty or small.
+    static QZJsonObject* NewSmallObject();
+
+    /// The attributes of an object. The first call for a small object makes them, so only callers that add an
+    /// attribute, or know that there is one, call it.
+    static JsonAttributes* AttributesOf(QZJsonObject* object);
     static QZList<QZJsonValue>* ListOf(QZJsonValueCollection* collection) { return collection->m_list.get(); }
 
     /// Deletes a value and everything in it, without the caches. A part that somebody else has locked is not

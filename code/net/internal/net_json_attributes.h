@@ -1,12 +1,15 @@
 #ifndef QZLIB_NET_JSON_ATTRIBUTES_H
 #define QZLIB_NET_JSON_ATTRIBUTES_H
 
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "fw/fw_keyed.h"
+#include "fw/fw_object.h"
+#include "fw/fw_string.h"
 
 class QZJsonValue;
 
@@ -22,11 +25,14 @@ bool JsonSameName(JsonView a, JsonView b);
 /// The named values of a JSON object, in order. Internal.
 ///
 /// The names lie side by side in one text. A name becomes a string object when StringAt asks for it first;
-/// from then on that string is the name. The values are locked with the id of m_dictionary.
+/// from then on that string is the name. The values are locked with the id of this object.
 class JsonAttributes : public QZObject
 {
 public:
-    JsonAttributes() = default;
+    /// @param withNameList  holds a list from the string factory, as the objects of QZJsonFactory do: hosts
+    /// see
+    ///                      it in the figures of that factory. It is of no use here.
+    explicit JsonAttributes(bool withNameList);
     JsonAttributes(const JsonAttributes&) = delete;
     JsonAttributes& operator=(const JsonAttributes&) = delete;
     /// Deletes the values that nobody else has locked.
@@ -36,6 +42,9 @@ public:
 
     /// The index of the name, or -1. Names that differ only in the case of A to Z are one name.
     QZInt64 Find(JsonView name) const;
+
+    /// The index of the first entry with exactly this name, or -1.
+    QZInt64 FindExact(JsonView name) const;
 
     JsonView NameAt(QZInt64 index) const;
     QZJsonValue* ValueAt(QZInt64 index) const
@@ -49,6 +58,14 @@ public:
     /// Adds a value under a name that does not exist yet.
     /// @throws QZException 2048 for an empty name, 1280 for a locked value
     void Add(JsonView name, QZJsonValue* value);
+
+    /// Adds a value under any name, also an empty one and one that is there already.
+    /// @throws QZException 1280 for a locked value
+    void Append(JsonView name, QZJsonValue* value);
+
+    /// Replaces a value and returns the old one, unlocked. The new value is locked, as an added one is.
+    /// @throws QZException 1280 for a locked value
+    QZJsonValue* Exchange(QZInt64 index, QZJsonValue* value);
 
     /// Replaces a value and returns the old one, unlocked. The new value is not locked.
     QZJsonValue* Replace(QZInt64 index, QZJsonValue* value);
@@ -68,7 +85,7 @@ private:
     void DropName(const Entry& entry);
     void Unlock(QZJsonValue* value);
 
-    QZKeyValueCollection m_dictionary;
+    std::unique_ptr<QZKeyValueCollection> m_nameList;
     std::vector<Entry> m_entries;
     std::basic_string<QZWChar> m_names;
     /// Units of m_names that belong to no entry any more.
