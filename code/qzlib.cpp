@@ -1,9 +1,10 @@
 #include "qzlib.h"
 
+#include "fw/fw_exception_factory.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_memory_pool.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_start.h"
-#include "fw/internal/fw_trace.h"
 #include "graphics/internal/gr_start.h"
 #include "net/internal/net_start.h"
 #include "os/internal/os_start.h"
@@ -18,9 +19,8 @@ void StartSockets()
 {
     if (os::NetStart() != 0)
     {
-        throw QZTrace(QZExceptionFactory::CreateSocketException(QZSocketExceptionCode::SocketErrorOnStartup),
-                      QZ_W("QZSocket"), QZ_W("Init"))
-            .Exception();
+        QZRaise(QZSocketFailure(QZSocketExceptionCode::SocketErrorOnStartup), QZ_W("QZSocket"), QZ_W("Init"))
+            .Throw();
     }
 }
 }  // namespace

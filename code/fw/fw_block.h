@@ -4,7 +4,9 @@
 #include "sys/sys_bytes.h"
 #include "sys/sys_types.h"
 
-/// The self-describing storage block of QZData, QZString and QZQueue. Internal.
+/// The self-describing storage block of QZData, QZString and QZQueue. This header is installed because the
+/// accessors of QZData are inline for speed and read the block's header. Programs use those accessors and
+/// none of the functions here.
 ///
 /// Layout, 64-bit words: marker 65535, data type, size, offset (head room), structure size; then the
 /// structure area, the head room, the data; and at the end of the data, rounded up to a multiple of 8, the

@@ -22,7 +22,7 @@ QZCollection::QZCollection(QZCollection* other)
     : QZStack(static_cast<QZStack*>(other)), m_duplicatesAllowed(other->m_duplicatesAllowed)
 {}
 
-QZInt64 QZCollection::GetType() { return 0x8111100; }
+QZInt64 QZCollection::GetType() { return Type; }
 
 void QZCollection::Clear() { QZStack::Clear(); }
 
@@ -68,8 +68,8 @@ QZBool QZCollection::RemoveElement(QZInt64 index)
     CheckIndex(index, QZ_W("RemoveElement"));
     QZUInt64* words = Words();
     const QZInt64 count = CountOf();
-    const QZInt64 behind = count - index - 1;
-    if (behind > 0) QZMemMove(words + index + 1, words + index + 2, behind * 8);
+    const QZInt64 following = count - index - 1;
+    if (following > 0) QZMemMove(words + index + 1, words + index + 2, following * 8);
     SetCount(count - 1);
     return 1;
 }

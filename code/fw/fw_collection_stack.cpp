@@ -19,7 +19,7 @@ QZStack& QZStack::operator=(const QZStack& other)
     return *this;
 }
 
-QZInt64 QZStack::GetType() { return 0x8111000; }
+QZInt64 QZStack::GetType() { return Type; }
 
 void QZStack::RefreshWords()
 {

@@ -4,7 +4,7 @@
 
 const QZInt64 QZContainer::Type;
 
-QZInt64 QZContainer::GetType() { return 0x81F0000; }
+QZInt64 QZContainer::GetType() { return Type; }
 
 QZInt64 QZContainer::Count() { return m_count; }
 

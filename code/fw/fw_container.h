@@ -74,7 +74,7 @@ class QZList : public QZContainer
 public:
     static constexpr QZInt64 Type = 0x81F7000;
 
-    QZInt64 GetType() override { return 0x81F7000; }
+    QZInt64 GetType() override { return Type; }
     virtual QZBool Push(T* object) { return QZContainer::Push(object); }
     virtual T* Pop() { return static_cast<T*>(QZContainer::Pop()); }
     virtual QZBool AddLast(T* object) { return QZContainer::AddLast(object); }

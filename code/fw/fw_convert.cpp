@@ -21,7 +21,7 @@ struct Span
 {
     const Unit* units;
     QZInt64 count;
-    bool IsEmpty() const { return !units || count < 1; }
+    bool IsEmpty() const { return units == nullptr || count < 1; }
 };
 
 Span<QZWChar> SpanOf(QZString* text)
@@ -132,43 +132,43 @@ QZString* Written(Writer write)
     return QZStringFactory::CreateString(units, count * static_cast<QZInt64>(sizeof(QZWChar)));
 }
 
-/// The pieces of a text.
-class Pieces
+/// The fields of a text between separators, read as numbers.
+class NumberFields
 {
 public:
-    Pieces(QZString* text, QZWChar separator) : m_pieces(text->Split(separator)) {}
+    NumberFields(QZString* text, QZWChar separator) : m_fields(text->Split(separator)) {}
 
-    QZInt64 Count() const { return m_pieces->Count(); }
-    QZString* Text(QZInt64 index) const { return m_pieces->GetElement(index); }
+    QZInt64 Count() const { return m_fields->Count(); }
+    QZString* Text(QZInt64 index) const { return m_fields->GetElement(index); }
     QZInt64 Number(QZInt64 index) const { return QZConvert::StringToInt64(Text(index)); }
 
-    /// Throws unless there are exactly `count` pieces.
+    /// Throws unless there are exactly `count` fields.
     void Expect(QZInt64 count) const
     {
         if (Count() != count) QZRaise(QZGeneralFailure(QZExceptionCode::ArgumentOutOfRange)).Throw();
     }
 
 private:
-    QZScopedStringCollection m_pieces;
+    QZScopedStringCollection m_fields;
 };
 
 QZDateTime* ReadDateTime(QZString* text)
 {
-    const Pieces parts(text, ' ');
+    const NumberFields parts(text, ' ');
     if (parts.Count() > 2) parts.Expect(2);
-    const Pieces date(parts.Text(0), '-');
+    const NumberFields date(parts.Text(0), '-');
     date.Expect(3);
     const QZInt64 year = date.Number(0);
     const QZInt64 month = date.Number(1);
     const QZInt64 day = date.Number(2);
     if (parts.Count() < 2) return new QZDateTime(year, month, day, 0, 0, 0, 0);
-    const Pieces time(parts.Text(1), ':');
+    const NumberFields time(parts.Text(1), ':');
     time.Expect(3);
     const QZInt64 hours = time.Number(0);
     const QZInt64 minutes = time.Number(1);
     if (!time.Text(2)->Contains(static_cast<QZWChar>('.')))
         return new QZDateTime(year, month, day, hours, minutes, time.Number(2), 0);
-    const Pieces seconds(time.Text(2), '.');
+    const NumberFields seconds(time.Text(2), '.');
     seconds.Expect(2);
     return new QZDateTime(year, month, day, hours, minutes, seconds.Number(0), seconds.Number(1));
 }

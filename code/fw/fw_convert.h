@@ -14,7 +14,9 @@ class QZString;
 ///
 /// Numbers are read leniently: "0x" in front selects hexadecimal, a leading "-" counts, and a unit that is
 /// not a digit gives a meaningless number and no failure. The plain forms throw QZException 256 only for null
-/// and empty text; the Try forms return false there and leave the value unchanged.
+/// and empty text; the Try forms return false there and leave the value unchanged. A wrong number from
+/// text that people, files or networks supply is therefore not noticed: read such text with the strict
+/// family, ParseInt64 to ParseDateTime.
 class QZ_API QZConvert
 {
 public:
@@ -39,6 +41,7 @@ public:
     /// @return the bytes written; with a null buffer the bytes needed
     static QZInt64 UInt64ToStringHex(QZUInt64 value, QZWChar* buffer);
 
+    /// Not every text reads back as the same number; FormatDouble writes one that does.
     /// As many digits after the point as the fraction needs, at most 12, and none for a whole number; or
     /// exactly `precision` digits, at most 12, and no point for 0. A negative precision is the same as none.
     static QZString* DoubleToString(double value);
@@ -46,6 +49,7 @@ public:
     static QZString* FloatToString(float value);
     static QZString* FloatToString(float value, QZInt64 precision);
 
+    /// "12x" is read as some number and not refused. Strict: ParseInt64.
     static QZInt64 StringToInt64(QZString* text);
     static QZInt64 StringToInt64(const char* text);
     static QZInt64 StringToInt64(const QZWChar* text);
@@ -62,7 +66,7 @@ public:
     static QZUInt64 StringToUInt64Hex(const char* text, QZInt64 length);
     static QZUInt64 StringToUInt64Hex(const QZWChar* text, QZInt64 length);
 
-    /// The 64-bit number, cut to 32 bits.
+    /// The 64-bit number, cut to 32 bits: "4294967297" reads as 1. Strict: ParseUInt64 and ParseInt64.
     static QZUInt32 StringToUInt32(QZString* text);
     static QZUInt32 StringToUInt32(const char* text);
     static QZUInt32 StringToUInt32(const QZWChar* text);
@@ -71,7 +75,7 @@ public:
     static QZInt32 StringToInt32(const QZWChar* text);
 
     /// The last "." is the point; at most 12 digits after it count. The sign is the integer part's, so "-0.5"
-    /// reads 0.5.
+    /// reads as 0.5. Strict: ParseDouble.
     static double StringToDouble(QZString* text);
     static double StringToDouble(const char* text);
     static double StringToDouble(const QZWChar* text);
@@ -79,30 +83,36 @@ public:
     static float StringToFloat(const char* text);
     static float StringToFloat(const QZWChar* text);
 
-    /// "true" and "false" in any case.
+    /// "true" and "false" in any case. Strict, without an exception and with "1" and "0": ParseBool.
     /// @throws QZException 256 for any other text
     static QZBool StringToBool(QZString* text);
     static QZBool StringToBool(const char* text);
     static QZBool StringToBool(const QZWChar* text);
 
+    /// The result 0 means null or empty text; a text that is no number gives 1 and a meaningless value.
+    /// Strict: ParseInt64.
     static QZBool TryStringToInt64(QZString* text, QZInt64* value);
     static QZBool TryStringToInt64(const char* text, QZInt64* value);
     static QZBool TryStringToInt64(const QZWChar* text, QZInt64* value);
     static QZBool TryStringToInt64Hex(QZString* text, QZInt64* value);
     static QZBool TryStringToInt64Hex(const char* text, QZInt64* value);
     static QZBool TryStringToInt64Hex(const QZWChar* text, QZInt64* value);
+    /// Cut to 32 bits like StringToUInt32. Strict: ParseUInt64.
     static QZBool TryStringToUInt32(QZString* text, QZUInt32* value);
     static QZBool TryStringToUInt32(const char* text, QZUInt32* value);
     static QZBool TryStringToUInt32(const QZWChar* text, QZUInt32* value);
     static QZBool TryStringToUInt32Hex(QZString* text, QZUInt32* value);
     static QZBool TryStringToUInt32Hex(const char* text, QZUInt32* value);
     static QZBool TryStringToUInt32Hex(const QZWChar* text, QZUInt32* value);
+    /// Cut to 32 bits like StringToInt32. Strict: ParseInt64.
     static QZBool TryStringToInt32(QZString* text, QZInt32* value);
     static QZBool TryStringToInt32(const char* text, QZInt32* value);
     static QZBool TryStringToInt32(const QZWChar* text, QZInt32* value);
+    /// "-0.5" reads as 0.5, as for StringToDouble. Strict: ParseDouble.
     static QZBool TryStringToDouble(QZString* text, double* value);
     static QZBool TryStringToDouble(const char* text, double* value);
     static QZBool TryStringToDouble(const QZWChar* text, double* value);
+    /// Strict, with "1" and "0": ParseBool.
     static QZBool TryStringToBool(QZString* text, QZBool* value);
     static QZBool TryStringToBool(const char* text, QZBool* value);
     static QZBool TryStringToBool(const QZWChar* text, QZBool* value);
@@ -112,11 +122,12 @@ public:
 
     /// The 32 bytes of QZDateTime::ToData.
     static QZData* DateTimeToData(QZDateTime* time);
-    /// The text of QZDateTime::ToString, and its date alone.
+    /// The text of QZDateTime::ToString, and its date alone. ISO 8601: FormatDateTime.
     static QZString* DateTimeToString(QZDateTime* time);
     static QZString* DateTimeToStringYMD(QZDateTime* time);
 
     /// Reads "year-month-day", or that, a blank and "hours:minutes:seconds" with or without ".milliseconds".
+    /// The fields are read like StringToInt64, so they may be meaningless. Strict: ParseDateTime.
     /// @throws QZException 256 beginning "Invalid datetime " for anything else
     static QZDateTime* StringToDateTime(QZString* text);
     static QZDateTime* StringToDateTime(const char* text);
@@ -185,7 +196,7 @@ public:
     /// or an offset from UTC ("+02:00", "+0200", "+02"). Every field is checked against the calendar; years
     /// are 1 to 9999.
     /// @param timestamp  milliseconds from the start of year 1, set only when the result is 1. With "Z" or an
-    ///                   offset in the text it is UTC, else the date and time as they are written
+    /// offset in the text it is UTC, else the date and time as they are written
     /// @param hasOffset  where it is not null, 1 when the text has "Z" or an offset, else 0
     /// @return 1, or 0 for null and for any other text
     static QZBool ParseDateTime(const char* text, QZInt64* timestamp, QZBool* hasOffset = nullptr);

@@ -9,6 +9,7 @@
 #include "fw/fw_encoding.h"
 #include "fw/fw_time.h"
 #include "fw/fw_value.h"
+#include "fw/internal/fw_datetime_text.h"
 #include "fw/internal/fw_hex_text.h"
 #include "fw/internal/fw_number_text.h"
 #include "fw/internal/fw_string_internal.h"

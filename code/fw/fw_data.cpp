@@ -134,7 +134,7 @@ void QZData::ReleaseBlock()
 
 QZInt64 QZData::GetMemorySize() { return MemoryGetBlockSize(m_block) + 8; }
 
-QZInt64 QZData::GetType() { return 0x2000000; }
+QZInt64 QZData::GetType() { return Type; }
 
 void QZData::Clear()
 {

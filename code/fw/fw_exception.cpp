@@ -54,7 +54,7 @@ void QZException::ReleaseText(QZString** text)
     QZStringFactory::Recycle(text);
 }
 
-QZInt64 QZException::GetType() { return 0x81B0000; }
+QZInt64 QZException::GetType() { return Type; }
 
 QZInt64 QZException::GetCode() { return m_code; }
 

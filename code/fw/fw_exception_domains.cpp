@@ -11,7 +11,7 @@ QZIOException::QZIOException(QZInt64 code, QZInt64 lastError)
 {
     ConstructMessage(code, ErrorCodeToMessage(code), lastError);
 }
-QZInt64 QZIOException::GetType() { return 0x81B1000; }
+QZInt64 QZIOException::GetType() { return Type; }
 void QZIOException::Set(const QZWChar* message, QZUInt64 code, QZInt64 lastError)
 {
     SetMessage(message, code, ErrorCodeToMessage(static_cast<QZInt64>(code)), lastError);
@@ -25,7 +25,7 @@ QZTaskException::QZTaskException(QZInt64 code, QZInt64 lastError)
 {
     ConstructMessage(code, ErrorCodeToMessage(code), lastError);
 }
-QZInt64 QZTaskException::GetType() { return 0x81FFF20; }
+QZInt64 QZTaskException::GetType() { return Type; }
 void QZTaskException::Set(const QZWChar* message, QZUInt64 code, QZInt64 lastError)
 {
     SetMessage(message, code, ErrorCodeToMessage(static_cast<QZInt64>(code)), lastError);
@@ -55,7 +55,7 @@ QZSocketException::QZSocketException(QZInt64 code, QZInt64 lastError)
 {
     ConstructMessage(code, nullptr, lastError);
 }
-QZInt64 QZSocketException::GetType() { return 0x8310005; }
+QZInt64 QZSocketException::GetType() { return Type; }
 void QZSocketException::Set(const QZWChar* message, QZUInt64 code, QZInt64 lastError)
 {
     SetMessage(message, code, ErrorCodeToMessage(static_cast<QZInt64>(code)), lastError);
@@ -69,7 +69,7 @@ QZHttpException::QZHttpException(QZInt64 code, QZInt64 lastError)
 {
     ConstructMessage(code, nullptr, lastError);
 }
-QZInt64 QZHttpException::GetType() { return 0x8310012; }
+QZInt64 QZHttpException::GetType() { return Type; }
 void QZHttpException::Set(const QZWChar* message, QZUInt64 code, QZInt64 lastError)
 {
     SetMessage(message, code, ErrorCodeToMessage(static_cast<QZInt64>(code)), lastError);
@@ -86,7 +86,7 @@ QZJsonException::QZJsonException(QZInt64 code, QZInt64 lastError)
 {
     ConstructMessage(code, code != 0 ? ErrorCodeToMessage(code) : nullptr, lastError);
 }
-QZInt64 QZJsonException::GetType() { return 0x8310027; }
+QZInt64 QZJsonException::GetType() { return Type; }
 void QZJsonException::Set(const QZWChar* message, QZUInt64 code, QZInt64 lastError)
 {
     SetMessage(message, code, ErrorCodeToMessage(static_cast<QZInt64>(code)), lastError);
@@ -102,5 +102,5 @@ QZSerialException::QZSerialException(QZByte code)
     }();
     ConstructMessage(code, ErrorCodeToMessage(code), 0);
 }
-QZInt64 QZSerialException::GetType() { return 0x931003B; }
+QZInt64 QZSerialException::GetType() { return Type; }
 void QZSerialException::DeleteObject(QZObject* exception) { delete exception; }

@@ -5,6 +5,7 @@
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
+#include "fw/internal/fw_word.h"
 
 const QZInt64 QZObjectCollection::Type;
 const QZInt64 QZDataCollection::Type;
@@ -12,19 +13,6 @@ const QZInt64 QZStringCollection::Type;
 const QZInt64 QZKeyValue::Type;
 const QZInt64 QZCallbackCollection::Type;
 const QZInt64 QZKeyValueCollection::Type;
-
-namespace
-{
-
-QZUInt64 ToWord(const void* pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
-
-template <typename T>
-T* FromWord(QZUInt64 word)
-{
-    return reinterpret_cast<T*>(static_cast<std::uintptr_t>(word));
-}
-
-}  // namespace
 
 // ---- QZObjectCollection
 
@@ -47,7 +35,7 @@ QZInt64 QZObjectCollection::GetMemorySize()
     return size;
 }
 
-QZInt64 QZObjectCollection::GetType() { return 0x81F6000; }
+QZInt64 QZObjectCollection::GetType() { return Type; }
 
 QZObject* QZObjectCollection::GetElement(QZInt64 index)
 {
@@ -98,7 +86,7 @@ QZDataCollection::QZDataCollection(QZDataCollection* other)
     : QZObjectCollection(static_cast<QZObjectCollection*>(other))
 {}
 
-QZInt64 QZDataCollection::GetType() { return 0x81F9000; }
+QZInt64 QZDataCollection::GetType() { return Type; }
 
 QZData* QZDataCollection::GetElement(QZInt64 index)
 {
@@ -119,7 +107,7 @@ QZStringCollection::QZStringCollection(QZStringCollection* other)
     : QZObjectCollection(static_cast<QZObjectCollection*>(other))
 {}
 
-QZInt64 QZStringCollection::GetType() { return 0x81FA000; }
+QZInt64 QZStringCollection::GetType() { return Type; }
 
 QZString* QZStringCollection::GetElement(QZInt64 index)
 {
@@ -174,7 +162,7 @@ QZKeyValue::QZKeyValue(const QZKeyValue& other) = default;
 QZKeyValue& QZKeyValue::operator=(const QZKeyValue& other) = default;
 QZKeyValue::~QZKeyValue() = default;
 
-QZInt64 QZKeyValue::GetType() { return 0x81F1000; }
+QZInt64 QZKeyValue::GetType() { return Type; }
 
 QZString* QZKeyValue::GetKey() { return m_texts->key; }
 QZString* QZKeyValue::GetValue() { return m_texts->value; }
@@ -193,7 +181,7 @@ QZCallbackCollection::QZCallbackCollection(const QZCallbackCollection& other) = 
 QZCallbackCollection& QZCallbackCollection::operator=(const QZCallbackCollection& other) = default;
 QZCallbackCollection::~QZCallbackCollection() = default;
 
-QZInt64 QZCallbackCollection::GetType() { return 0x81F2000; }
+QZInt64 QZCallbackCollection::GetType() { return Type; }
 
 QZBool QZCallbackCollection::Add(void* function) { return m_functions->Push(ToWord(function)); }
 
@@ -290,7 +278,7 @@ QZKeyValueCollection& QZKeyValueCollection::operator=(const QZKeyValueCollection
 
 QZKeyValueCollection::~QZKeyValueCollection() { Clear(); }
 
-QZInt64 QZKeyValueCollection::GetType() { return 0x81F8000; }
+QZInt64 QZKeyValueCollection::GetType() { return Type; }
 
 void QZKeyValueCollection::Unlock(QZObject* object)
 {

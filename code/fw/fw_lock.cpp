@@ -17,7 +17,7 @@ QZMutex::~QZMutex()
     os::MutexClose(m_handle);
 }
 
-QZInt64 QZMutex::GetType() { return 0x81FFD00; }
+QZInt64 QZMutex::GetType() { return Type; }
 
 void QZMutex::Lock()
 {
@@ -41,7 +41,7 @@ QZCriticalSection::~QZCriticalSection()
     MemoryRawFree(m_section, os::CriticalSize());
 }
 
-QZInt64 QZCriticalSection::GetType() { return 0x81FFE00; }
+QZInt64 QZCriticalSection::GetType() { return Type; }
 
 void QZCriticalSection::Lock()
 {

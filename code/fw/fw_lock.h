@@ -49,17 +49,21 @@ private:
     void* m_section;
 };
 
-/// Holds a critical section from construction to the end of the scope.
-class QZCriticalGuard
+/// Holds a lock, anything with Lock and Unlock, from construction to the end of the scope. The lock is not
+/// null.
+template <typename T>
+class QZLockGuard
 {
 public:
-    explicit QZCriticalGuard(QZCriticalSection* section) : m_section(section) { m_section->Lock(); }
-    ~QZCriticalGuard() { m_section->Unlock(); }
-    QZCriticalGuard(const QZCriticalGuard&) = delete;
-    QZCriticalGuard& operator=(const QZCriticalGuard&) = delete;
+    explicit QZLockGuard(T* lock) : m_lock(lock) { m_lock->Lock(); }
+    ~QZLockGuard() { m_lock->Unlock(); }
+    QZLockGuard(const QZLockGuard&) = delete;
+    QZLockGuard& operator=(const QZLockGuard&) = delete;
 
 private:
-    QZCriticalSection* m_section;
+    T* m_lock;
 };
+
+using QZCriticalGuard = QZLockGuard<QZCriticalSection>;
 
 #endif

@@ -54,4 +54,4 @@ QZUInt64 QZObject::GetObjectID() { return m_objectId; }
 
 QZInt64 QZObject::GetMemorySize() { return 8; }
 
-QZInt64 QZObject::GetType() { return 0x8100000; }
+QZInt64 QZObject::GetType() { return Type; }

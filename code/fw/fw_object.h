@@ -53,6 +53,7 @@ private:
     QZObject* m_previous = nullptr;
     QZObject* m_next = nullptr;
     QZUInt64 m_lockKey = 0;
+    /// Not used. It keeps the layout of the object, which hosts were compiled with.
     QZByte m_flag = 0;
     QZBool m_disposable = 1;
     QZUInt64 m_objectId;

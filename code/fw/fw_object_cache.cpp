@@ -23,7 +23,7 @@ QZObjectCache::~QZObjectCache()
     delete m_section;
 }
 
-QZInt64 QZObjectCache::GetType() { return 0x85F0000; }
+QZInt64 QZObjectCache::GetType() { return Type; }
 
 void QZObjectCache::DeleteObject(QZObject* object) { delete object; }
 

@@ -83,7 +83,7 @@ public:
     static const QZInt64 Type = 0x85F7001;
     QZCache(QZInt64 createdLimit, QZInt64 idleLimit) : QZObjectCache(createdLimit, idleLimit) {}
     ~QZCache() override { Collect(0); }
-    QZInt64 GetType() override { return 0x85F7001; }
+    QZInt64 GetType() override { return Type; }
 
 protected:
     QZObject* NewObject() override { return new T(); }

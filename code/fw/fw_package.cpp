@@ -345,7 +345,7 @@ QZPackage::QZPackage(const QZPackage& other) = default;
 QZPackage& QZPackage::operator=(const QZPackage& other) = default;
 QZPackage::~QZPackage() = default;
 
-QZInt64 QZPackage::GetType() { return 0x81FF100; }
+QZInt64 QZPackage::GetType() { return Type; }
 
 QZBool QZPackage::Add(QZUInt64 id, QZData* data, QZUInt64 type)
 {
@@ -387,7 +387,7 @@ QZPackage32::QZPackage32(const QZPackage32& other) = default;
 QZPackage32& QZPackage32::operator=(const QZPackage32& other) = default;
 QZPackage32::~QZPackage32() = default;
 
-QZInt64 QZPackage32::GetType() { return 0x81FF100; }
+QZInt64 QZPackage32::GetType() { return Type; }
 
 QZBool QZPackage32::Add(QZUInt64 id, QZData* data, QZUInt64 type)
 {

@@ -65,7 +65,7 @@ void QZQueue::ReleaseBlock()
     if (!block::Free(m_block)) QZLibAssert(0);
 }
 
-QZInt64 QZQueue::GetType() { return 0x8120000; }
+QZInt64 QZQueue::GetType() { return Type; }
 
 QZBool QZQueue::EnQueue(QZUInt64 value)
 {

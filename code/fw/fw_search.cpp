@@ -9,7 +9,7 @@ QZSearch::QZSearch(const void* data, QZInt64 dataSize, const void* pattern, QZIn
     : m_data(data), m_dataSize(dataSize), m_pattern(pattern), m_patternSize(patternSize)
 {}
 
-QZInt64 QZSearch::GetType() { return 0x81E0000; }
+QZInt64 QZSearch::GetType() { return Type; }
 
 QZInt64 QZSearch::New()
 {

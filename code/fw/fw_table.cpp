@@ -8,6 +8,7 @@
 #include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_string_internal.h"
+#include "fw/internal/fw_word.h"
 
 const QZInt64 QZColumnCollection::Type;
 const QZInt64 QZDataRow::Type;
@@ -16,14 +17,6 @@ const QZInt64 QZDataTable::Type;
 
 namespace
 {
-
-QZUInt64 ToWord(const void* pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
-
-template <typename T>
-T* FromWord(QZUInt64 word)
-{
-    return reinterpret_cast<T*>(static_cast<std::uintptr_t>(word));
-}
 
 /// A list that doubles its capacity when it is full, so that a table of many rows is filled in linear time.
 class GrowingList : public QZCollection
@@ -67,7 +60,7 @@ QZColumnCollection::QZColumnCollection(const QZColumnCollection& other) = defaul
 QZColumnCollection& QZColumnCollection::operator=(const QZColumnCollection& other) = default;
 QZColumnCollection::~QZColumnCollection() = default;
 
-QZInt64 QZColumnCollection::GetType() { return 0x81FE000; }
+QZInt64 QZColumnCollection::GetType() { return Type; }
 
 QZBool QZColumnCollection::Add(const char* name, QZInt64 type)
 {
@@ -141,7 +134,7 @@ QZDataRow::QZDataRow(const QZDataRow& other) = default;
 QZDataRow& QZDataRow::operator=(const QZDataRow& other) = default;
 QZDataRow::~QZDataRow() = default;
 
-QZInt64 QZDataRow::GetType() { return 0x81FB000; }
+QZInt64 QZDataRow::GetType() { return Type; }
 
 void QZDataRow::Add() { m_values->list.Push(0); }
 
@@ -230,7 +223,7 @@ QZRowCollection::QZRowCollection(const QZRowCollection& other) = default;
 QZRowCollection& QZRowCollection::operator=(const QZRowCollection& other) = default;
 QZRowCollection::~QZRowCollection() = default;
 
-QZInt64 QZRowCollection::GetType() { return 0x81FD000; }
+QZInt64 QZRowCollection::GetType() { return Type; }
 
 QZDataRow* QZRowCollection::NewRow()
 {
@@ -295,7 +288,7 @@ QZDataTable::QZDataTable(const QZDataTable& other) = default;
 QZDataTable& QZDataTable::operator=(const QZDataTable& other) = default;
 QZDataTable::~QZDataTable() = default;
 
-QZInt64 QZDataTable::GetType() { return 0x81FC000; }
+QZInt64 QZDataTable::GetType() { return Type; }
 
 QZString* QZDataTable::GetName() { return &m_parts->name; }
 void QZDataTable::SetName(QZString* name) { m_parts->name.Set(name); }

@@ -53,7 +53,7 @@ QZTime::QZTime(QZInt64 hours, QZInt64 minutes, QZInt64 seconds, QZInt64 millisec
 QZTime::QZTime(QZTime* time) : m_value(time->m_value) {}
 QZTime::QZTime(QZInt64 milliseconds) : m_value(milliseconds) {}
 
-QZInt64 QZTime::GetType() { return 0x81F3000; }
+QZInt64 QZTime::GetType() { return Type; }
 
 void QZTime::Add(QZTime* time) { AddTo(&m_value, time->m_value, 1); }
 void QZTime::AddHours(QZInt64 hours) { AddTo(&m_value, hours, calendar::kHour); }
@@ -99,7 +99,7 @@ void QZTime::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
 QZDate::QZDate() : QZDate(1, 1, 1) {}
 QZDate::QZDate(QZInt64 year, QZInt64 month, QZInt64 day) : m_value(DateToMilliseconds(year, month, day)) {}
 
-QZInt64 QZDate::GetType() { return 0x81F4000; }
+QZInt64 QZDate::GetType() { return Type; }
 
 QZBool QZDate::IsLeapYear(QZInt64 year) { return calendar::IsLeapYear(year); }
 QZInt64 QZDate::YearToDay(QZInt64 year) { return calendar::YearToDay(year); }
@@ -142,7 +142,7 @@ QZDateTime::QZDateTime(QZInt64 year, QZInt64 month, QZInt64 day, QZInt64 hours, 
 QZDateTime::QZDateTime(QZDateTime* time) : m_value(time->m_value) {}
 QZDateTime::QZDateTime(QZInt64 timestamp) : m_value(timestamp) {}
 
-QZInt64 QZDateTime::GetType() { return 0x81F5000; }
+QZInt64 QZDateTime::GetType() { return Type; }
 
 QZData* QZDateTime::ToData() const
 {

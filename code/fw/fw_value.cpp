@@ -2,54 +2,12 @@
 
 #include <bit>
 
-#include "fw/fw_data_type.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/fw_time.h"
+#include "fw/internal/fw_datetime_text.h"
 #include "fw/internal/fw_number_text.h"
 #include "fw/internal/fw_scoped.h"
-
-const QZInt64 QZDataType::ANY;
-const QZInt64 QZDataType::BINARY;
-const QZInt64 QZDataType::DATATYPEVALUE;
-const QZInt64 QZDataType::TEXTGB2312;
-const QZInt64 QZDataType::TEXTUTF16LE;
-const QZInt64 QZDataType::TEXTUTF8;
-const QZInt64 QZDataType::BMP32;
-const QZInt64 QZDataType::BMP24;
-const QZInt64 QZDataType::QZBMP32;
-const QZInt64 QZDataType::QZBMP24;
-const QZInt64 QZDataType::ARRAYINT32;
-const QZInt64 QZDataType::ARRAYINT64;
-const QZInt64 QZDataType::ARRAYDOUBLE;
-const QZInt64 QZDataType::WAVE8000HZ;
-const QZInt64 QZDataType::WAVE44100HZ;
-const QZInt64 QZDataType::WAVE48000HZ;
-const QZInt64 QZDataType::WAVE96000HZ;
-const QZInt64 QZDataType::ARRAYDATA;
-const QZInt64 QZDataType::INFOLIST;
-const QZInt64 QZDataType::FILEBIN;
-const QZInt64 QZDataType::FILEJPG;
-const QZInt64 QZDataType::FILEPNG;
-const QZInt64 QZDataType::FILEBMP;
-const QZInt64 QZDataType::FILEGIF;
-const QZInt64 QZDataType::FILETIF;
-const QZInt64 QZDataType::BOOL;
-const QZInt64 QZDataType::INT8;
-const QZInt64 QZDataType::INT16;
-const QZInt64 QZDataType::INT32;
-const QZInt64 QZDataType::INT64;
-const QZInt64 QZDataType::DOUBLE;
-const QZInt64 QZDataType::TIMESTAMP;
-const QZInt64 QZDataType::DATETIME;
-const QZInt64 QZDataType::BYTE;
-const QZInt64 QZDataType::FLOAT;
-
-QZBool QZDataType::IsDataType(int value)
-{
-    // Only the range is checked; numbers without a name pass too.
-    return value / 0x100000 == 32;
-}
 
 const QZInt64 QZDataBool::Type;
 const QZInt64 QZDataInt8::Type;
@@ -100,7 +58,7 @@ void AppendPadded(QZString* text, QZInt32 value, int width)
 
 QZDataBool::QZDataBool() : QZData(QZInt64{1}) {}
 QZDataBool::QZDataBool(QZData* source) : QZData(Source(source)) {}
-QZInt64 QZDataBool::GetType() { return 0x2080100; }
+QZInt64 QZDataBool::GetType() { return Type; }
 QZBool QZDataBool::GetValue() { return GetValueByte(0); }
 
 void QZDataBool::SetValue(QZBool value)
@@ -113,7 +71,7 @@ void QZDataBool::SetValue(QZBool value)
 
 QZDataInt8::QZDataInt8() : QZData(QZInt64{1}) {}
 QZDataInt8::QZDataInt8(QZData* source) : QZData(Source(source)) {}
-QZInt64 QZDataInt8::GetType() { return 0x2080200; }
+QZInt64 QZDataInt8::GetType() { return Type; }
 char QZDataInt8::GetValue() { return static_cast<char>(GetValueByte(0)); }
 
 void QZDataInt8::SetValue(char value)
@@ -126,7 +84,7 @@ void QZDataInt8::SetValue(char value)
 
 QZDataByte::QZDataByte() : QZData(QZInt64{1}) {}
 QZDataByte::QZDataByte(QZData* source) : QZData(Source(source)) {}
-QZInt64 QZDataByte::GetType() { return 0x2080900; }
+QZInt64 QZDataByte::GetType() { return Type; }
 QZByte QZDataByte::GetValue() { return GetValueByte(0); }
 
 void QZDataByte::SetValue(QZByte value)
@@ -139,7 +97,7 @@ void QZDataByte::SetValue(QZByte value)
 
 QZDataInt16::QZDataInt16() : QZData(QZInt64{2}) {}
 QZDataInt16::QZDataInt16(QZData* source) : QZData(Source(source)) {}
-QZInt64 QZDataInt16::GetType() { return 0x2080300; }
+QZInt64 QZDataInt16::GetType() { return Type; }
 QZInt16 QZDataInt16::GetValue() { return GetValueInt16(0); }
 
 void QZDataInt16::SetValue(QZInt16 value)
@@ -152,7 +110,7 @@ void QZDataInt16::SetValue(QZInt16 value)
 
 QZDataInt32::QZDataInt32() : QZData(QZInt64{4}) {}
 QZDataInt32::QZDataInt32(QZData* source) : QZData(Source(source)) {}
-QZInt64 QZDataInt32::GetType() { return 0x2080400; }
+QZInt64 QZDataInt32::GetType() { return Type; }
 QZInt32 QZDataInt32::GetValue() { return GetValueInt32(0); }
 
 void QZDataInt32::SetValue(QZInt32 value)
@@ -165,7 +123,7 @@ void QZDataInt32::SetValue(QZInt32 value)
 
 QZDataFloat::QZDataFloat() : QZData(QZInt64{4}) {}
 QZDataFloat::QZDataFloat(QZData* source) : QZData(Source(source)) {}
-QZInt64 QZDataFloat::GetType() { return 0x2081000; }
+QZInt64 QZDataFloat::GetType() { return Type; }
 float QZDataFloat::GetValue() { return std::bit_cast<float>(GetValueUInt32(0)); }
 
 void QZDataFloat::SetValue(float value)
@@ -178,7 +136,7 @@ void QZDataFloat::SetValue(float value)
 
 QZDataInt64::QZDataInt64() : QZData(QZInt64{8}) {}
 QZDataInt64::QZDataInt64(QZData* source) : QZData(Source(source)) {}
-QZInt64 QZDataInt64::GetType() { return 0x2080500; }
+QZInt64 QZDataInt64::GetType() { return Type; }
 QZInt64 QZDataInt64::GetValue() { return GetValueInt64(0); }
 
 void QZDataInt64::SetValue(QZInt64 value)
@@ -191,7 +149,7 @@ void QZDataInt64::SetValue(QZInt64 value)
 
 QZDataDouble::QZDataDouble() : QZData(QZInt64{8}) {}
 QZDataDouble::QZDataDouble(QZData* source) : QZData(Source(source)) {}
-QZInt64 QZDataDouble::GetType() { return 0x2080600; }
+QZInt64 QZDataDouble::GetType() { return Type; }
 double QZDataDouble::GetValue() { return GetValueDouble(0); }
 
 void QZDataDouble::SetValue(double value)
@@ -204,7 +162,7 @@ void QZDataDouble::SetValue(double value)
 
 QZDataTimestamp::QZDataTimestamp() : QZData(QZInt64{8}) {}
 QZDataTimestamp::QZDataTimestamp(QZData* source) : QZData(Source(source)) {}
-QZInt64 QZDataTimestamp::GetType() { return 0x2080700; }
+QZInt64 QZDataTimestamp::GetType() { return Type; }
 QZInt64 QZDataTimestamp::GetValue() { return GetValueInt64(0); }
 
 void QZDataTimestamp::SetValue(QZInt64 value)
@@ -217,7 +175,7 @@ void QZDataTimestamp::SetValue(QZInt64 value)
 
 QZDataDatetime::QZDataDatetime() : QZData(kDatetimeSize) { SetValueInt32(0, kDatetimeFields); }
 QZDataDatetime::QZDataDatetime(QZData* source) : QZData(Source(source)) {}
-QZInt64 QZDataDatetime::GetType() { return 0x2080800; }
+QZInt64 QZDataDatetime::GetType() { return Type; }
 
 QZInt64 QZDataDatetime::GetValue()
 {

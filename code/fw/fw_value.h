@@ -194,8 +194,4 @@ public:
     virtual void Recycle(QZString** text);
 };
 
-/// Appends the text of a date and time in the layout above, for any buffer; QZDataDatetime::ToString uses it.
-/// Internal.
-void QZDatetimeText(const QZData* words, QZString* target);
-
 #endif

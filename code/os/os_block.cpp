@@ -6,7 +6,7 @@
 #include "fw/fw_exception_code.h"
 #include "fw/internal/fw_buffer.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "os/internal/os_opened_file.h"
 
 const QZInt64 QZBlock::Type;
@@ -19,10 +19,9 @@ constexpr QZInt64 kLoadedAtOnce = 262144;
 
 [[noreturn]] void ThrowOutOfMemory(QZInt64 size)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)),
-                  QZ_W("QZBlock"), QZ_W("Set"))
+    QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), QZ_W("QZBlock"), QZ_W("Set"))
         .Argument(QZ_W("QZInt64"), size)
-        .Exception();
+        .Throw();
 }
 
 }  // namespace
@@ -35,7 +34,7 @@ QZBlock::QZBlock()
       m_pages(nullptr),
       m_present(nullptr),
       m_presentStretches(0),
-      m_behind(0),
+      m_fileBytes(0),
       m_contentEnd(0),
       m_lastUse(0),
       m_changed(0)
@@ -103,8 +102,8 @@ void QZBlock::Write(QZInt64 at, const void* source, QZInt64 size)
 void QZBlock::RequireStretches(QZInt64 from, QZInt64 to)
 {
     const QZInt64 all = m_size >> kStretchShift;
-    const QZInt64 behind = (to + (1LL << kStretchShift) - 1) >> kStretchShift;
-    for (QZInt64 stretch = from >> kStretchShift; stretch < behind;)
+    const QZInt64 end = (to + (1LL << kStretchShift) - 1) >> kStretchShift;
+    for (QZInt64 stretch = from >> kStretchShift; stretch < end;)
     {
         if (IsPresent(stretch))
         {
@@ -112,31 +111,30 @@ void QZBlock::RequireStretches(QZInt64 from, QZInt64 to)
             continue;
         }
         // A stretch after a loaded one is read in order, so the following stretches are fetched with it.
-        QZInt64 wanted = behind;
+        QZInt64 wanted = end;
         if (stretch > 0 && IsPresent(stretch - 1) && wanted < stretch + kStretchesAhead)
             wanted = stretch + kStretchesAhead;
         if (wanted > all) wanted = all;
-        QZInt64 end = stretch + 1;
-        while (end < wanted && !IsPresent(end)) ++end;
-        BringStretches(stretch, end);
-        stretch = end;
+        QZInt64 next = stretch + 1;
+        while (next < wanted && !IsPresent(next)) ++next;
+        BringStretches(stretch, next);
+        stretch = next;
     }
 }
 
-void QZBlock::BringStretches(QZInt64 first, QZInt64 behind)
+void QZBlock::BringStretches(QZInt64 first, QZInt64 end)
 {
     const QZInt64 from = first << kStretchShift;
-    const QZInt64 to = behind << kStretchShift;
+    const QZInt64 to = end << kStretchShift;
     QZInt64 empty = from;
-    if (m_behind > from)
+    if (m_fileBytes > from)
     {
-        empty = m_behind < to ? m_behind : to;
+        empty = m_fileBytes < to ? m_fileBytes : to;
         Fetch(from, empty);
     }
     if (empty < to) QZMemClean(m_bytes + empty, to - empty);
-    for (QZInt64 stretch = first; stretch < behind; ++stretch)
-        m_present[stretch >> 6] |= 1ULL << (stretch & 63);
-    m_presentStretches += behind - first;
+    for (QZInt64 stretch = first; stretch < end; ++stretch) m_present[stretch >> 6] |= 1ULL << (stretch & 63);
+    m_presentStretches += end - first;
 }
 
 void QZBlock::PresentAround(QZInt64 at, QZInt64* from, QZInt64* to) const
@@ -155,8 +153,8 @@ void QZBlock::PresentAround(QZInt64 at, QZInt64* from, QZInt64* to) const
     word = stretch >> 6;
     gaps = ~m_present[word] & (~0ULL << (stretch & 63));
     while (gaps == 0 && word + 1 < words) gaps = ~m_present[++word];
-    const QZInt64 behind = gaps == 0 ? all : word * 64 + std::countr_zero(gaps);
-    *to = (behind < all ? behind : all) << kStretchShift;
+    const QZInt64 end = gaps == 0 ? all : word * 64 + std::countr_zero(gaps);
+    *to = (end < all ? end : all) << kStretchShift;
 }
 
 void QZBlock::NoteRun(QZUInt64 first, QZUInt64 last)
@@ -172,7 +170,7 @@ void QZBlock::ClearChanges()
 
 void QZBlock::SetLoaded(QZInt64 count)
 {
-    m_behind = count;
+    m_fileBytes = count;
     m_contentEnd = count;
 }
 
@@ -185,7 +183,7 @@ void QZBlock::Release()
     m_present = nullptr;
     m_size = 0;
     m_presentStretches = 0;
-    m_behind = 0;
+    m_fileBytes = 0;
     m_contentEnd = 0;
     m_changed = 0;
 }
@@ -220,11 +218,10 @@ void QZFileBlock::WriteBack()
     ForEachChange([this](QZInt64 from, QZInt64 to) {
         from += QZWriteWhole(m_file, GetOffset() + from, Bytes() + from, to - from);
         if (from == to) return;
-        throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::WriteFailed),
-                      QZ_W("QZFileBlock"), QZ_W("WriteBack"))
+        QZRaise(QZIOFailure(QZIOExceptionCode::WriteFailed), QZ_W("QZFileBlock"), QZ_W("WriteBack"))
             .Argument(QZ_W("QZInt64"), GetOffset() + from)
             .Argument(QZ_W("QZInt64"), to - from)
-            .Exception();
+            .Throw();
     });
     ClearChanges();
 }

@@ -91,7 +91,8 @@ private:
     static constexpr QZInt64 kStretchesAhead = 16;
 
     void RequireStretches(QZInt64 from, QZInt64 to);
-    void BringStretches(QZInt64 first, QZInt64 behind);
+    /// Loads the stretches `first` to `end` - 1: what the file holds, and zeros after it.
+    void BringStretches(QZInt64 first, QZInt64 end);
     bool IsPresent(QZInt64 stretch) const { return (m_present[stretch >> 6] >> (stretch & 63) & 1) != 0; }
 
     /// Stores the range of loaded bytes around a position that is loaded.
@@ -122,7 +123,7 @@ private:
     QZUInt64* m_present;
     QZInt64 m_presentStretches;
     /// The number of bytes that the file holds, as set by SetLoaded.
-    QZInt64 m_behind;
+    QZInt64 m_fileBytes;
     QZInt64 m_contentEnd;
     /// The buffer's count of uses at the last use of this block.
     QZUInt64 m_lastUse;

@@ -10,6 +10,7 @@
 #include "fw/fw_exception_code.h"
 #include "fw/fw_library.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 
 const QZInt64 QZBuffer::Type;
@@ -40,11 +41,11 @@ QZInt64 Smaller(QZInt64 a, QZInt64 b) { return a < b ? a : b; }
 
 [[noreturn]] void ThrowNullPointer(const QZWChar* method, QZInt64 offset, QZInt64 size)
 {
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZBuffer"), method)
+    QZRaise(QZExceptionCode::NullPointer, QZ_W("QZBuffer"), method)
         .Argument(QZ_W("QZInt64"), offset)
         .Argument(QZ_W("QZPVoid"), nullptr, 0)
         .Argument(QZ_W("QZInt64"), size)
-        .Exception();
+        .Throw();
 }
 
 }  // namespace

@@ -55,7 +55,7 @@ public:
 
 QZConsole::QZConsole() = default;
 QZConsole::~QZConsole() = default;
-QZInt64 QZConsole::GetType() { return 0x81FF000; }
+QZInt64 QZConsole::GetType() { return Type; }
 
 QZString* QZConsole::Read()
 {
@@ -164,7 +164,7 @@ void QZConsole::Recycle(QZString** text) { QZStringFactory::Recycle(text); }
 
 QZConsoleT::QZConsoleT() = default;
 QZConsoleT::~QZConsoleT() = default;
-QZInt64 QZConsoleT::GetType() { return 0x81FFC00; }
+QZInt64 QZConsoleT::GetType() { return Type; }
 
 void QZConsoleT::Write(const char* text)
 {

@@ -107,10 +107,10 @@ constexpr Range kZero[] = {
 template <std::size_t N>
 bool IsIn(const Range (&ranges)[N], QZUInt32 codePoint)
 {
-    const Range* behind =
+    const Range* next =
         std::upper_bound(std::begin(ranges), std::end(ranges), codePoint,
                          [](QZUInt32 point, const Range& range) { return point < range.first; });
-    return behind != std::begin(ranges) && codePoint <= std::prev(behind)->last;
+    return next != std::begin(ranges) && codePoint <= std::prev(next)->last;
 }
 }  // namespace
 

@@ -13,8 +13,10 @@
 #include "fw/fw_search.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
+#include "os/internal/os_path_failure.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_file.h"
 #include "sys/internal/sys_text.h"
@@ -40,11 +42,6 @@ QZIOException* OpenFailed()
     if (os::LastError() == os::ErrorFileExists())
         return QZExceptionFactory::CreateIOException(QZIOExceptionCode::FileExistsCreateFailed);
     return Failed(QZIOExceptionCode::OperationFailed);
-}
-
-QZIOException* PathTooLong()
-{
-    return QZExceptionFactory::CreateIOException(QZIOExceptionCode::PathIsTooLong);
 }
 
 template <typename Text>
@@ -110,7 +107,7 @@ QZFile::~QZFile()
     if (m_path != nullptr) QZStringFactory::Recycle(&m_path);
 }
 
-QZInt64 QZFile::GetType() { return 0x81FF500; }
+QZInt64 QZFile::GetType() { return Type; }
 
 void QZFile::Init()
 {
@@ -276,11 +273,10 @@ QZInt64 QZFile::Write(QZInt64 offset, const void* buffer, QZInt64 size)
 QZInt64 QZFile::Write(QZInt64 offset, QZData* data)
 {
     if (data == nullptr)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::NullPointer), QZ_W("QZFile"),
-                      QZ_W("Write"))
+        QZRaise(QZExceptionCode::NullPointer, QZ_W("QZFile"), QZ_W("Write"))
             .Argument(QZ_W("QZInt64"), offset)
             .Argument(QZ_W("QZData*"), nullptr, 0)
-            .Exception();
+            .Throw();
     try
     {
         return Write(offset, data->GetPointer(), data->GetSize());

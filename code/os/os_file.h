@@ -72,9 +72,8 @@ public:
     QZData* ReadToEnd();
 
     /// Opens an existing file; without options for reading and writing, shared for both.
-    /// @throws QZIOException 4864 for a path of more than 255 characters, 6400 when the system reports that
-    /// the
-    ///         file exists, 5888 with the system's number otherwise
+    /// @throws QZIOException 4864 for a path of more than 255 characters, 6400 when the system
+    /// reports that the file exists, 5888 with the system's number otherwise
     static QZFile* Open(const char* path);
     static QZFile* Open(const QZWChar* path);
     static QZFile* Open(QZString* path);

@@ -9,6 +9,7 @@
 #include "fw/fw_keyed.h"
 #include "fw/internal/fw_path_text.h"
 #include "fw/internal/fw_trace.h"
+#include "os/internal/os_path_failure.h"
 #include "os/os_path.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_file.h"
@@ -24,11 +25,6 @@ QZIOException* Failed()
 {
     return QZExceptionFactory::CreateIOException(QZIOExceptionCode::OperationFailed,
                                                  static_cast<QZInt64>(os::LastError()));
-}
-
-QZIOException* PathTooLong()
-{
-    return QZExceptionFactory::CreateIOException(QZIOExceptionCode::PathIsTooLong);
 }
 
 template <typename Text>
@@ -163,7 +159,7 @@ QZStringCollection* List(QZString* path, const QZWChar* method, Listing listing)
 
 }  // namespace
 
-QZInt64 QZFileDirectory::GetType() { return 0x81FF400; }
+QZInt64 QZFileDirectory::GetType() { return Type; }
 
 void QZFileDirectory::Create(const char* path) { CreateAs(path); }
 void QZFileDirectory::Create(const QZWChar* path) { CreateAs(path); }

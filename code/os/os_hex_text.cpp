@@ -7,7 +7,7 @@ const QZInt64 QZText::Type;
 QZText::QZText() = default;
 QZText::~QZText() = default;
 
-QZInt64 QZText::GetType() { return 0x81FFF00; }
+QZInt64 QZText::GetType() { return Type; }
 
 long long QZText::TextToQZData(void* out, const QZWChar* text, long long sizeInBytes)
 {

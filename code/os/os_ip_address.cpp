@@ -6,8 +6,8 @@
 #include "fw/fw_keyed.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
-#include "fw/internal/fw_trace.h"
 
 const QZInt64 QZIPAddress::Type;
 
@@ -49,7 +49,7 @@ QZIPAddress::QZIPAddress(unsigned char a1, unsigned char a2, unsigned char a3, u
     SetNumber(3, a4);
 }
 
-QZInt64 QZIPAddress::GetType() { return 0x8310001; }
+QZInt64 QZIPAddress::GetType() { return Type; }
 
 unsigned char QZIPAddress::Number(int index) { return static_cast<unsigned char>(m_value >> (8 * index)); }
 
@@ -105,10 +105,9 @@ void QZIPAddress::Set(QZString* text)
     {
         m_value = 0;
         m_port = 0;
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::InvalidArgument),
-                      QZ_W("QZIPAddress"), QZ_W("Set"))
+        QZRaise(QZExceptionCode::InvalidArgument, QZ_W("QZIPAddress"), QZ_W("Set"))
             .Argument(QZ_W("QZString*"), text)
-            .Exception();
+            .Throw();
     }
     // The range is not tested: callers get 44 for 300.
     for (int i = 0; i < kNumbers; ++i) SetNumber(i, QZConvert::StringToUInt32(numbers->GetElement(i)));

@@ -60,7 +60,7 @@ public:
     /// Sets "10.0.0.1" or "10.0.0.1:8080". Without a port in the text the port does not change. Each number
     /// is cut to its low byte, the port to 16 bits.
     /// @throws QZException 8192 for a text without four numbers, after which value and port are 0; 256 for an
-    ///         empty number
+    /// empty number
     void Set(const char* text);
     void Set(const QZWChar* text);
     void Set(QZString* text);

@@ -40,7 +40,7 @@ QZLog::~QZLog()
     delete m_lock;
 }
 
-QZInt64 QZLog::GetType() { return 0x8300006; }
+QZInt64 QZLog::GetType() { return Type; }
 
 QZLog* QZLog::Open(const QZWChar* name)
 {

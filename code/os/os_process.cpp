@@ -7,7 +7,7 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_path_text.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "os/os_file.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_process.h"
@@ -55,7 +55,7 @@ QZProcess::QZProcess(long long pid) : m_pid(pid), m_handle(os::ProcessOpen(pid))
 
 QZProcess::~QZProcess() { os::ProcessClose(m_handle); }
 
-QZInt64 QZProcess::GetType() { return 0x831003A; }
+QZInt64 QZProcess::GetType() { return Type; }
 
 long long QZProcess::GetPID() { return m_pid; }
 
@@ -104,10 +104,10 @@ QZByte QZProcess::Exists(QZString* name)
     QZPathText wanted(name);
     Walk walk;
     if (!walk)
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::OperationFailed, SystemNumber()),
-                      QZ_W("QZProcess"), QZ_W("Exists"))
+        QZRaise(QZGeneralFailure(QZExceptionCode::OperationFailed, SystemNumber()), QZ_W("QZProcess"),
+                QZ_W("Exists"))
             .Argument(QZ_W("QZString*"), name)
-            .Exception();
+            .Throw();
     QZInt64 pid;
     while (walk.Next(&pid))
         if (walk.IsProgram(wanted)) return 1;
@@ -130,18 +130,17 @@ QZString* QZProcess::GetCurrentExeFilePath()
 {
     QZWChar path[kImagePathUnits];
     if (os::ProcessImagePath(path, kImagePathUnits)) return QZStringFactory::CreateString(path);
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::SystemError, SystemNumber()),
-                  QZ_W("QZProcess"), QZ_W("GetCurrentExeFilePath"))
-        .Exception();
+    QZRaise(QZGeneralFailure(QZExceptionCode::SystemError, SystemNumber()), QZ_W("QZProcess"),
+            QZ_W("GetCurrentExeFilePath"))
+        .Throw();
 }
 
 QZByte QZProcess::Kill(long long pid)
 {
     if (os::ProcessTerminate(pid)) return 1;
-    throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::OperationFailed, SystemNumber()),
-                  QZ_W("QZProcess"), QZ_W("Kill"))
+    QZRaise(QZIOFailure(QZIOExceptionCode::OperationFailed, SystemNumber()), QZ_W("QZProcess"), QZ_W("Kill"))
         .Argument(QZ_W("QZInt64"), pid)
-        .Exception();
+        .Throw();
 }
 
 long long QZProcess::GetMemoryUsage(long long pid)

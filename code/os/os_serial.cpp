@@ -9,6 +9,7 @@
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_path_text.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "sys/internal/sys_error.h"
@@ -282,9 +283,7 @@ QZList<QZString>* QZSerial::GetDeviceList()
     {
         const QZUInt32 error = os::LastError();
         if (error == os::ErrorNotFound()) return new QZList<QZString>();
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::SystemError, error), kClass,
-                      QZ_W("GetDeviceList"))
-            .Exception();
+        QZRaise(QZGeneralFailure(QZExceptionCode::SystemError, error), kClass, QZ_W("GetDeviceList")).Throw();
     }
     QZList<QZString>* list = new QZList<QZString>();
     const QZWChar* name;

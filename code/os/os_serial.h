@@ -36,9 +36,8 @@ public:
     /// A port that this object has open stays open in the system until the object is destroyed. The path is
     /// stored on success, the speed as soon as it is accepted.
     /// @param baud  2400, 4800, 9600, 19200, 115200, 230400, 460800, 921600 or 2000000
-    /// @throws QZIOException 5376 when the port cannot be opened, 5632 when it refuses its settings;
-    /// QZException 8192 for
-    ///         another speed, after the port was opened and closed again
+    /// @throws QZIOException 5376 when the port cannot be opened, 5632 when it refuses its settings
+    /// @throws QZException 8192 for another speed, after the port was opened and closed again
     void Connect(QZString* path, QZInt64 baud);
     void Connect(const QZWChar* path, QZInt64 baud);
     void Connect(const char* path, QZInt64 baud);
@@ -51,15 +50,14 @@ public:
 
     /// Reads up to `length` bytes; waits for all of them until the timeout.
     /// @return the number of bytes received, fewer than `length` after a timeout
-    /// @throws QZIOException 6144 when none were received, 5632 when the transfer fails; QZException 1792 on
-    /// a
-    ///         closed port
+    /// @throws QZIOException 6144 when none were received, 5632 when the transfer fails
+    /// @throws QZException 1792 on a closed port
     int Read(void* buffer, int length);
 
     /// Writes all bytes and returns their number.
     /// @throws QZIOException 6144 after a timeout, 5632 when the transfer fails, 5888 when fewer were
-    /// written;
-    ///         QZException 1792 on a closed port
+    /// written
+    /// @throws QZException 1792 on a closed port
     int Write(const void* buffer, int length);
 
     /// Reads the bytes already received, up to `length`. Returns 0 on a closed port and on every failure;

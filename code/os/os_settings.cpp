@@ -9,6 +9,7 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_hooks.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "os/internal/os_opened_file.h"
@@ -26,10 +27,9 @@ void* Allocate(QZInt64 size, const QZWChar* method)
 {
     void* buffer = MemoryAllocateClean(size);
     if (buffer != nullptr) return buffer;
-    throw QZTrace(QZExceptionFactory::CreateException(QZLastErrorOr(QZExceptionCode::OutOfMemory)), kClass,
-                  method)
+    QZRaise(QZLastErrorOr(QZExceptionCode::OutOfMemory), kClass, method)
         .Argument(QZ_W("QZInt64"), size)
-        .Exception();
+        .Throw();
 }
 
 /// The bytes of a text in an encoding.
@@ -92,7 +92,7 @@ QZSettingsAdapter::~QZSettingsAdapter()
     if (m_text != nullptr) MemoryFree(m_text);
 }
 
-QZInt64 QZSettingsAdapter::GetType() { return 0x81FFB00; }
+QZInt64 QZSettingsAdapter::GetType() { return Type; }
 
 void QZSettingsAdapter::Take(void* text, QZInt64 length)
 {
@@ -106,10 +106,9 @@ void QZSettingsAdapter::LoadFile(QZString* path)
     Encoded narrow(QZEncodingType::ANSI, path);
     if (narrow.Size() >= kPathBytes)
     {
-        throw QZTrace(QZExceptionFactory::CreateIOException(QZIOExceptionCode::PathIsTooLong), kClass,
-                      QZ_W("Load"))
+        QZRaise(QZIOFailure(QZIOExceptionCode::PathIsTooLong), kClass, QZ_W("Load"))
             .Argument(QZ_W("QZString*"), path)
-            .Exception();
+            .Throw();
     }
     QZOpenedFile file(QZFile::Open(path, QZFileOptions::Read | QZFileOptions::ShareReadWrite));
     try
@@ -140,11 +139,10 @@ void QZSettingsAdapter::Load(const void* text, QZInt64 size)
 {
     if (size < 0 || ((text == nullptr) && size > 0))
     {
-        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), kClass,
-                      QZ_W("Load"))
+        QZRaise(QZExceptionCode::ArgumentOutOfRange, kClass, QZ_W("Load"))
             .Argument(QZ_W("QZPVoid"), text, size < 0 ? 0 : size)
             .Argument(QZ_W("QZInt64"), size)
-            .Exception();
+            .Throw();
     }
     void* copy = Allocate(size + 1, QZ_W("Load"));
     if (size > 0) QZMemCopy(copy, text, size);

@@ -27,7 +27,7 @@ QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<
 
 /// Adds the trace frame of an operation with a handle argument.
 template <typename E>
-E* Traced(E* exception, const QZWChar* method, long long handle, const void* buffer, long long size)
+E* Traced(E* exception, const QZWChar* method, QZInt64 handle, const void* buffer, QZInt64 size)
 {
     return QZTrace(exception, kClass, method)
         .Argument(QZ_W("QZInt64"), handle)
@@ -38,7 +38,7 @@ E* Traced(E* exception, const QZWChar* method, long long handle, const void* buf
 
 /// Adds the trace frame of an operation on the socket's own handle.
 template <typename E>
-E* Traced(E* exception, const QZWChar* method, const void* buffer, long long size)
+E* Traced(E* exception, const QZWChar* method, const void* buffer, QZInt64 size)
 {
     return QZTrace(exception, kClass, method)
         .Argument(QZ_W("QZPVoid"), AddressOf(buffer))
@@ -46,7 +46,7 @@ E* Traced(E* exception, const QZWChar* method, const void* buffer, long long siz
         .Exception();
 }
 
-void RequireSize(const QZWChar* method, const void* buffer, long long size)
+void RequireSize(const QZWChar* method, const void* buffer, QZInt64 size)
 {
     if (size < 0)
         throw Traced(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange), method, buffer,
@@ -100,7 +100,7 @@ QZSocket& QZSocket::operator=(const QZSocket& other) = default;
 // The handle stays open: the socket does not own it.
 QZSocket::~QZSocket() = default;
 
-QZInt64 QZSocket::GetType() { return 0x8310006; }
+QZInt64 QZSocket::GetType() { return Type; }
 
 long long QZSocket::Send(const void* buffer, long long size)
 {

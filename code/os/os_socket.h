@@ -62,15 +62,13 @@ public:
     /// pause.
     /// @return size
     /// @throws QZSocketException 512 when there was no room for Timeout milliseconds or a blocking send took
-    /// too
-    ///         long, 4096 when the connection is closed, and the codes of the system's failures
+    /// too long, 4096 when the connection is closed, and the codes of the system's failures
     static long long Send(long long handle, const void* buffer, long long size);
 
     /// Receives once, up to `size` bytes. 0 means that no bytes have been received yet; the end of the stream
     /// is an exception.
     /// @throws QZSocketException 4096 at the end of the stream, 512 when a blocking receive took too long,
-    /// and the
-    ///         codes of the system's failures
+    /// and the codes of the system's failures
     static long long Recv(long long handle, void* buffer, long long size);
 
 protected:

@@ -1,5 +1,6 @@
 #include "os/os_socket_client.h"
 
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 #include "os/os_ip_address.h"
 #include "sys/internal/sys_socket.h"
@@ -14,7 +15,7 @@ constexpr const QZWChar* kClass = QZ_W("QZSocketClient");
 
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
-void Trace(QZException* exception, const QZWChar* method, const void* buffer, long long size)
+void Trace(QZException* exception, const QZWChar* method, const void* buffer, QZInt64 size)
 {
     QZTrace(exception, kClass, method)
         .Argument(QZ_W("QZPVoid"), AddressOf(buffer))
@@ -32,7 +33,7 @@ QZSocketClient::~QZSocketClient()
     if (m_handle != 0) CloseHandle();
 }
 
-QZInt64 QZSocketClient::GetType() { return 0x8310007; }
+QZInt64 QZSocketClient::GetType() { return Type; }
 
 long long QZSocketClient::Send(const void* buffer, long long size)
 {
@@ -105,14 +106,14 @@ void QZSocketClient::Init(QZIPAddress* address, unsigned short port, int sendTim
                           unsigned char blocking, unsigned long long protocol)
 {
     auto fail = [&](QZInt64 code) {
-        throw QZTrace(QZExceptionFactory::CreateSocketException(code), kClass, QZ_W("Init"))
+        QZRaise(QZSocketFailure(code), kClass, QZ_W("Init"))
             .Argument(QZ_W("QZIPAddress*"), AddressOf(address))
             .Argument(QZ_W("QZUInt16"), static_cast<int>(port))
             .Argument(QZ_W("QZInt32"), sendTimeout)
             .Argument(QZ_W("QZInt32"), recvTimeout)
             .Argument(QZ_W("QZBool"), static_cast<int>(blocking))
             .Argument(QZ_W("QZUInt64"), static_cast<QZInt64>(protocol))
-            .Exception();
+            .Throw();
     };
     // After a failure the field keeps the closed handle; callers read it there.
     auto closeAndFail = [&](QZInt64 code) {

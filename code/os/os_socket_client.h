@@ -33,8 +33,7 @@ public:
     /// with `blocking` 0 the socket does not block. A datagram socket is made but not connected.
     /// @param protocol  of QZSocketProtocol
     /// @throws QZSocketException 1280 when no socket can be made, 1792 when its mode cannot be set, 1536 when
-    /// there
-    ///         is no connection at once
+    /// there is no connection at once
     virtual void Connect(QZIPAddress* address, unsigned short port, int sendTimeout, int recvTimeout,
                          unsigned char blocking, unsigned long long protocol);
     /// TCP.

@@ -1,6 +1,6 @@
 #include "os/os_socket_server.h"
 
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "os/os_ip_address.h"
 #include "os/os_socket.h"
 #include "sys/internal/sys_error.h"
@@ -36,21 +36,20 @@ QZSocketServer& QZSocketServer::operator=(const QZSocketServer& other) = default
 
 QZSocketServer::~QZSocketServer() { QZSocketServer::CloseServer(); }
 
-QZInt64 QZSocketServer::GetType() { return 0x8310008; }
+QZInt64 QZSocketServer::GetType() { return Type; }
 
 void QZSocketServer::Init(unsigned short port, int sendTimeout, int recvTimeout, unsigned char blocking,
                           int backlog, unsigned long long protocol)
 {
     auto fail = [&](QZInt64 code, QZUInt32 error) {
-        throw QZTrace(QZExceptionFactory::CreateSocketException(code, error), QZ_W("QZSocketServer"),
-                      QZ_W("Init"))
+        QZRaise(QZSocketFailure(code, error), QZ_W("QZSocketServer"), QZ_W("Init"))
             .Argument(QZ_W("QZUInt16"), static_cast<int>(port))
             .Argument(QZ_W("QZInt32"), sendTimeout)
             .Argument(QZ_W("QZInt32"), recvTimeout)
             .Argument(QZ_W("QZBool"), static_cast<int>(blocking))
             .Argument(QZ_W("QZInt32"), backlog)
             .Argument(QZ_W("QZUInt64"), static_cast<QZInt64>(protocol))
-            .Exception();
+            .Throw();
     };
     auto closeAndFail = [&](QZInt64 code) {
         const QZUInt32 error = os::LastError();

@@ -23,8 +23,7 @@ public:
                    int backlog);
     /// @param protocol  of QZSocketProtocol; a datagram socket is bound and does not listen
     /// @throws QZSocketException with the system's text: 1280 when no socket can be made, 1792 when its mode
-    /// cannot
-    ///         be set, 2048 when the port cannot be bound
+    /// cannot be set, 2048 when the port cannot be bound
     QZSocketServer(unsigned short port, int sendTimeout, int recvTimeout, unsigned char blocking, int backlog,
                    unsigned long long protocol);
     QZSocketServer(const QZSocketServer& other);

@@ -4,10 +4,11 @@
 #include <memory>
 
 #include "fw/fw_exception_code.h"
+#include "fw/fw_exception_factory.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_hooks.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "os/internal/os_opened_file.h"
 #include "sys/sys_bytes.h"
 
@@ -44,10 +45,10 @@ QZInt64 RoundUp(QZInt64 size) { return (size + 7) / 8 * 8; }
 
 [[noreturn]] void Throw(QZInt64 code, const QZWChar* method, QZInt64 offset, QZInt64 size)
 {
-    throw QZTrace(QZExceptionFactory::CreateIOException(code), QZ_W("QZFileBuffer"), method)
+    QZRaise(QZIOFailure(code), QZ_W("QZFileBuffer"), method)
         .Argument(QZ_W("QZInt64"), offset)
         .Argument(QZ_W("QZInt64"), size)
-        .Exception();
+        .Throw();
 }
 
 void WriteAll(QZFile* file, QZInt64 offset, const unsigned char* bytes, QZInt64 size)

@@ -4,7 +4,7 @@
 
 #include "fw/fw_exception_code.h"
 #include "fw/fw_string_factory.h"
-#include "fw/internal/fw_trace.h"
+#include "fw/internal/fw_raise.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_file.h"
 #include "sys/internal/sys_process.h"
@@ -67,12 +67,11 @@ unsigned long long QZSystem::GetDiskFreeBytes(const QZWChar* path, long long num
 {
     QZUInt64 bytes;
     if (os::DiskFreeBytes(path, &bytes)) return bytes;
-    throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::UnknownType,
-                                                      static_cast<QZInt64>(os::LastError())),
-                  QZ_W("QZSystem"), QZ_W("GetDiskFreeBytes"))
+    QZRaise(QZGeneralFailure(QZExceptionCode::UnknownType, static_cast<QZInt64>(os::LastError())),
+            QZ_W("QZSystem"), QZ_W("GetDiskFreeBytes"))
         .Argument(QZ_W("QZWChar*"), path)
         .Argument(QZ_W("QZInt64"), number)
-        .Exception();
+        .Throw();
 }
 
 void QZSystem::Recycle(QZString** text) { QZStringFactory::Recycle(text); }

@@ -24,7 +24,7 @@ QZTask::~QZTask()
     delete m_lock;
 }
 
-QZInt64 QZTask::GetType() { return 0x81FFF10; }
+QZInt64 QZTask::GetType() { return Type; }
 
 void QZTask::Execute() {}
 

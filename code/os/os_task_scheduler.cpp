@@ -5,6 +5,7 @@
 #include "fw/fw_lock.h"
 #include "fw/fw_report.h"
 #include "fw/fw_time.h"
+#include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 #include "os/os_task.h"
 #include "os/os_thread.h"
@@ -56,7 +57,7 @@ QZTaskScheduler::~QZTaskScheduler()
     delete m_lock;
 }
 
-QZInt64 QZTaskScheduler::GetType() { return 0x81FFF40; }
+QZInt64 QZTaskScheduler::GetType() { return Type; }
 
 void QZTaskScheduler::AddTask(QZTask* task)
 {
@@ -76,7 +77,7 @@ void QZTaskScheduler::RemoveTask(QZTask* task) { m_tasks->RemoveElement(task); }
 
 void QZTaskScheduler::Refuse(const QZWChar* method)
 {
-    throw QZTrace(QZExceptionFactory::CreateTaskException(256), QZ_W("QZTaskScheduler"), method).Exception();
+    QZRaise(QZTaskFailure(256), QZ_W("QZTaskScheduler"), method).Throw();
 }
 
 void QZTaskScheduler::Start()

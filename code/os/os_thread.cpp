@@ -114,7 +114,7 @@ void EnterTwo(void* parameter)
 }
 
 template <typename Start>
-long long CreateWith(void (*entry)(void*), const Start& start)
+QZInt64 CreateWith(void (*entry)(void*), const Start& start)
 {
     void* block = MemoryRawAllocate(sizeof(Start));
     if (block == nullptr) return 0;

@@ -22,7 +22,7 @@ QZThreadPool::~QZThreadPool()
     delete m_lock;
 }
 
-QZInt64 QZThreadPool::GetType() { return 0x81FFF50; }
+QZInt64 QZThreadPool::GetType() { return Type; }
 
 namespace
 {

@@ -56,7 +56,7 @@ bool QZThread::WaitForEnd()
     }
 }
 
-QZInt64 QZThread::GetType() { return 0x81FFF30; }
+QZInt64 QZThread::GetType() { return Type; }
 
 void QZThread::SetTimeout(long long timeout) { m_timeout.store(timeout, std::memory_order_relaxed); }
 

@@ -16,17 +16,7 @@ constexpr const QZWChar* kClass = QZ_W("QZSerialDevice");
 inline QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
 /// Holds the device's mutex for the time of a scope.
-class MutexGuard
-{
-public:
-    explicit MutexGuard(QZMutex* mutex) : m_mutex(mutex) { m_mutex->Lock(); }
-    ~MutexGuard() { m_mutex->Unlock(); }
-    MutexGuard(const MutexGuard&) = delete;
-    MutexGuard& operator=(const MutexGuard&) = delete;
-
-private:
-    QZMutex* m_mutex;
-};
+using MutexGuard = QZLockGuard<QZMutex>;
 
 /// An argument of an operation as its trace shows it.
 template <typename V>

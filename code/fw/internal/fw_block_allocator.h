@@ -7,7 +7,9 @@
 /// access zones, allocations named by a text, and a watch list of pointer variables that are set to zero or
 /// to the new address when their block is freed or moves.
 ///
-/// Nothing in the library calls it. Its 1024 tables lie in static storage; all operations work on table 0,
+/// A tool for those who search memory faults in the library: they put its calls in the place of the memory
+/// manager's and print the lists. The library itself never calls it and does not export it; the tests keep
+/// its results and printouts. Its 1024 tables lie in static storage; all operations work on table 0,
 /// and only the two counters use the calling thread's table. Not safe between threads.
 namespace block_allocator
 {

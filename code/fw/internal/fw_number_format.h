@@ -3,7 +3,9 @@
 
 #include "sys/sys_types.h"
 
-/// Numbers written into text templates.
+/// Numbers written into text templates. The library itself writes no number this way and does not export
+/// these functions; its tests use them. They have a header of their own because they need QZString, which
+/// needs fw_number_text.h.
 
 class QZString;
 

@@ -9,7 +9,7 @@
 #include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
 
-/// What the sources of QZString share. Internal.
+/// What the sources of QZString share.
 namespace text
 {
 /// Units, or bytes, up to the terminator; 0 for null.
@@ -19,7 +19,7 @@ QZInt64 Length(const Unit* text)
     return text != nullptr ? static_cast<QZInt64>(std::char_traits<Unit>::length(text)) : 0;
 }
 
-/// Units that belong to somebody else; null units are no text at all.
+/// Units that another object owns; with null `units` there is no text.
 struct View
 {
     const QZWChar* units;
@@ -33,10 +33,10 @@ inline View ViewOf(QZString* text)
     return text != nullptr ? View{text->GetPointer(), text->GetLength()} : View{nullptr, 0};
 }
 
-/// A string for short use, which its owner gives back to the factory.
+/// A string that goes back to the factory at the end of the scope.
 using Temporary = QZScopedString;
 
-/// Narrow text as a string for short use; null stays null.
+/// Narrow text as a string that goes back to the factory at the end of the scope; null stays null.
 class Wide : public QZScopedString
 {
 public:
