@@ -1,5 +1,6 @@
 #include "db/internal/db_rollback.h"
 
+#include "db/internal/db_list_order.h"
 #include "db/internal/db_walk.h"
 #include "fw/fw_collection.h"
 
@@ -14,6 +15,9 @@ constexpr QZInt64 kNoWay = -1;
 /// From this many elements on a collection is made to grow by doubling.
 constexpr QZInt64 kDoublingFrom = 64;
 
+/// The order of a list of so many records is remembered.
+constexpr QZInt64 kLongFrom = 64;
+
 /// Turns the log off while the component writes its own structure and on again at the end of the scope.
 class Silence
 {
@@ -27,6 +31,9 @@ private:
     QZDbFlag* m_state;
 };
 
+/// The list of a record. Address 0 names none, whatever bytes lie there.
+QZInt64 HeadOf(READ* read, QZInt64 record) { return record == 0 ? 0 : read->HeadOf(record); }
+
 /// Appends to a collection that may become long: it grows by doubling, so that gathering stays linear.
 void Append(QZCollection* list, QZInt64 value)
 {
@@ -38,11 +45,87 @@ void Append(QZCollection* list, QZInt64 value)
     }
     list->Push(static_cast<QZUInt64>(value));
 }
+
+/// The result of READ::Position. In a long list of the log it is found from what the file remembers of the
+/// list: the first question costs the length of the list, the next ones the distance from its end.
+struct Places
+{
+    QZDbFile* File;
+    ADDRESS* Address;
+    READ* Read;
+
+    QZInt64 Of(QZInt64 record) const
+    {
+        if (record == 0) return 0;
+        QZDbListOrder* order = File->ListOrder();
+        const QZInt64 a = Address->Length();
+        if (!File->IsPlain())
+        {
+            // What is remembered was read without the transformations.
+            order->Start(0, a);
+            return Read->Position(record);
+        }
+        const QZInt64 head = Read->HeadOf(record);
+        const QZInt64 first = Read->ReadHD(kSideThis, head, QZDatabaseInfo::HD_FIRSTDATA);
+        if (order->Head() != head || order->Count() == 0 || order->First() != first)
+        {
+            QZInt64 place = 0;
+            if (IsNear(first, record, &place)) return place;
+            order->Start(head, a);
+            if (!Fits(first) || !order->Add(first)) return Read->Position(record);
+        }
+        const QZInt64 place = order->PlaceOf(record);
+        return place != 0 ? place : Find(record);
+    }
+
+private:
+    /// Remembers more of the list, up to the record. A list that holds something else than log records, and
+    /// one that goes round, is walked each time.
+    QZInt64 Find(QZInt64 record) const
+    {
+        QZDbListOrder* order = File->ListOrder();
+        const QZInt64 a = Address->Length();
+        while (true)
+        {
+            const QZInt64 last = order->Last();
+            const QZInt64 end = Address->Get(layout::DataEnd(last, a));
+            if (end != layout::AdEnd(last, a) && end != layout::RdEnd(last, a)) break;
+            const QZInt64 next = Address->Get(layout::DataNextFromEnd(end, a));
+            if (next == 0) return 0;
+            if (!Fits(next) || !order->Add(next)) break;
+            if (next == record) return order->Count();
+        }
+        return Read->Position(record);
+    }
+
+    bool Fits(QZInt64 record) const { return record > 0 && record <= File->Buffer()->GetFileSize(); }
+
+    /// Walks the beginning of the list. True when it found the record, whose place is stored, or the end of
+    /// the list.
+    bool IsNear(QZInt64 first, QZInt64 record, QZInt64* place) const
+    {
+        QZInt64 current = first;
+        for (QZInt64 steps = 1; steps < kLongFrom && current != 0; ++steps)
+        {
+            if (current == record)
+            {
+                *place = steps;
+                return true;
+            }
+            current = Read->Next(current);
+        }
+        return current == 0;
+    }
+};
 }  // namespace
 
 ROLLBACK::~ROLLBACK() = default;
 
-void ROLLBACK::NoteAddressLength() { m_addressLength = m_address->Length(); }
+void ROLLBACK::NoteAddressLength()
+{
+    m_addressLength = m_address->Length();
+    m_file->ListOrder()->Start(0, m_addressLength);
+}
 
 void ROLLBACK::Record(QZInt64 code) { m_file->RecordError(code); }
 
@@ -210,6 +293,8 @@ QZInt64 ROLLBACK::Present()
 
 QZInt64 ROLLBACK::KindOf(QZInt64 record)
 {
+    // No record is at 0, but with some file lengths the bytes there look like one.
+    if (record == 0) return QZDatabaseInfo::UNKNOWN;
     const QZInt64 end = m_read->ReadData(kSideThis, record, QZDatabaseInfo::DATA_END);
     const QZInt64 a = m_address->Length();
     if (end == layout::AdEnd(record, a)) return QZDatabaseInfo::DATA_AD;
@@ -266,7 +351,7 @@ bool ROLLBACK::Walk(QZCollection* list, QZInt64 from, QZInt64 fork)
 void ROLLBACK::Climb(QZCollection* levels, QZInt64 record)
 {
     QZDbWalk walk;
-    QZInt64 level = m_read->HeadOf(record);
+    QZInt64 level = HeadOf(m_read, record);
     while (level != m_root && m_read->Mark(level) == layout::kMarkHd && walk.Enter(level))
     {
         Append(levels, level);
@@ -278,7 +363,7 @@ void ROLLBACK::Climb(QZCollection* levels, QZInt64 record)
 
 QZInt64 ROLLBACK::ForkPoint(QZInt64 a, QZInt64 b)
 {
-    if (m_read->HeadOf(a) == m_read->HeadOf(b)) return IsNotBefore(a, b) ? b : a;
+    if (HeadOf(m_read, a) == HeadOf(m_read, b)) return IsNotBefore(a, b) ? b : a;
 
     QZCollection levelsA;
     QZCollection levelsB;
@@ -304,8 +389,7 @@ QZInt64 ROLLBACK::ForkPoint(QZInt64 a, QZInt64 b)
         if (placeA > 0) sideA = hook;
         if (placeB > 0) sideB = hook;
     }
-    if (sideA == sideB) return sideB;
-    return m_read->Position(sideA) >= m_read->Position(sideB) ? sideB : sideA;
+    return IsNotBefore(sideA, sideB) ? sideB : sideA;
 }
 
 /// The previous record in the same list, 0 for the first; kNoWay when the links of the two do not agree.
@@ -322,39 +406,19 @@ QZInt64 ROLLBACK::Before(QZInt64 record)
     return before != 0 && m_read->Next(before) == record ? before : kNoWay;
 }
 
-/// Position(a) >= Position(b) for two records of one list. When the links agree, it is found by going back
-/// from both at once, which costs their distance and not the length of the log.
+/// Whether Position(a) >= Position(b).
 bool ROLLBACK::IsNotBefore(QZInt64 a, QZInt64 b)
 {
     if (a == b) return true;
-    QZInt64 fromA = a;
-    QZInt64 fromB = b;
-    QZDbWalk walkA;
-    QZDbWalk walkB;
-    while (fromA > 0 || fromB > 0)
-    {
-        if (fromA > 0) fromA = walkA.Enter(fromA) ? Before(fromA) : kNoWay;
-        if (fromA == b) return true;
-        if (fromB > 0) fromB = walkB.Enter(fromB) ? Before(fromB) : kNoWay;
-        if (fromB == a) return false;
-        if (fromA == kNoWay || fromB == kNoWay) break;
-    }
-    return m_read->Position(a) >= m_read->Position(b);
+    const Places places{m_file, m_address, m_read};
+    return places.Of(a) >= places.Of(b);
 }
 
-/// Position(later) - Position(earlier), found like IsNotBefore.
+/// Position(later) - Position(earlier).
 QZInt64 ROLLBACK::Distance(QZInt64 later, QZInt64 earlier)
 {
-    QZDbWalk walk;
-    QZInt64 record = later;
-    QZInt64 steps = 0;
-    while (record > 0 && record != earlier)
-    {
-        record = walk.Enter(record) ? Before(record) : kNoWay;
-        ++steps;
-    }
-    if (record == earlier && record > 0) return steps;
-    return m_read->Position(later) - m_read->Position(earlier);
+    const Places places{m_file, m_address, m_read};
+    return places.Of(later) - places.Of(earlier);
 }
 
 void ROLLBACK::CollectMarks(QZCollection* collection, QZInt64 limit)

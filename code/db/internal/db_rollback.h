@@ -84,6 +84,7 @@ private:
     bool Walk(QZCollection* list, QZInt64 from, QZInt64 fork);
     bool Gather(QZCollection* undo, QZCollection* redo, QZInt64 target);
     void Climb(QZCollection* levels, QZInt64 record);
+    /// No operation of the library calls it; the library keeps its symbol.
     QZInt64 Before(QZInt64 record);
     bool IsNotBefore(QZInt64 a, QZInt64 b);
     QZInt64 Distance(QZInt64 later, QZInt64 earlier);
