@@ -46,8 +46,9 @@ void Append(QZCollection* list, QZInt64 value)
     list->Push(static_cast<QZUInt64>(value));
 }
 
-/// The result of READ::Position. In a long list of the log it is found from what the file remembers of the
-/// list: the first question costs the length of the list, the next ones the distance from its end.
+/// The result of READ::Position. In the list of the write position, and in another long one, it is found from
+/// what the file remembers of the list. A list that began before the file was opened costs one walk; after
+/// that, and in a list that began later, a question costs the distance from the end.
 struct Places
 {
     QZDbFile* File;
@@ -78,24 +79,45 @@ struct Places
         return place != 0 ? place : Find(record);
     }
 
+    /// Remembers what was appended to the list of the write position.
+    void Note(QZInt64 head) const
+    {
+        QZDbListOrder* order = File->ListOrder();
+        if (order->Head() != head || !File->IsPlain()) return;
+        if (order->Count() == 0)
+        {
+            const QZInt64 first = Read->ReadHD(kSideThis, head, QZDatabaseInfo::HD_FIRSTDATA);
+            if (!Fits(first) || !order->Add(first)) return;
+        }
+        while (true)
+        {
+            const QZInt64 next = After(order->Last());
+            if (next <= 0 || !Fits(next) || !order->Add(next)) return;
+        }
+    }
+
 private:
     /// Remembers more of the list, up to the record. A list that holds something else than log records, and
     /// one that goes round, is walked each time.
     QZInt64 Find(QZInt64 record) const
     {
         QZDbListOrder* order = File->ListOrder();
-        const QZInt64 a = Address->Length();
         while (true)
         {
-            const QZInt64 last = order->Last();
-            const QZInt64 end = Address->Get(layout::DataEnd(last, a));
-            if (end != layout::AdEnd(last, a) && end != layout::RdEnd(last, a)) break;
-            const QZInt64 next = Address->Get(layout::DataNextFromEnd(end, a));
+            const QZInt64 next = After(order->Last());
             if (next == 0) return 0;
-            if (!Fits(next) || !order->Add(next)) break;
+            if (next == kNoWay || !Fits(next) || !order->Add(next)) return Read->Position(record);
             if (next == record) return order->Count();
         }
-        return Read->Position(record);
+    }
+
+    /// The next record, 0 after the last; kNoWay for a record that is none of the log.
+    QZInt64 After(QZInt64 record) const
+    {
+        const QZInt64 a = Address->Length();
+        const QZInt64 end = Address->Get(layout::DataEnd(record, a));
+        if (end != layout::AdEnd(record, a) && end != layout::RdEnd(record, a)) return kNoWay;
+        return Address->Get(layout::DataNextFromEnd(end, a));
     }
 
     bool Fits(QZInt64 record) const { return record > 0 && record <= File->Buffer()->GetFileSize(); }
@@ -156,7 +178,13 @@ void ROLLBACK::Load()
     m_marks = m_read->TreeRoot(root, layout::kLogMarks);
     m_writePosition = m_read->TreeRoot(root, layout::kLogWritePosition);
     if (m_base != 0 && m_marks != 0 && m_writePosition != 0)
+    {
         m_state.Set(1);
+        // An empty list is known from its beginning.
+        const bool inFile = m_writePosition > 0 && m_writePosition <= m_file->Buffer()->GetFileSize();
+        if (inFile && m_read->ReadHD(kSideThis, m_writePosition, QZDatabaseInfo::HD_FIRSTDATA) == 0)
+            m_file->ListOrder()->Start(m_writePosition, m_address->Length());
+    }
     else
         Record(QZDatabaseInfo::BAD_STRUCT);
 }
@@ -165,6 +193,7 @@ void ROLLBACK::Log(QZInt64 position, QZInt64 value)
 {
     const QZInt64 old = m_address->Get(position);
     m_data->NewRD(m_writePosition, position, old, value);
+    Places{m_file, m_address, m_read}.Note(m_writePosition);
 }
 
 bool ROLLBACK::TurnOn()
@@ -278,6 +307,7 @@ bool ROLLBACK::OpenBranch(QZInt64 target, bool redone)
     if (steps > 0) m_link->MoveUp(branch, steps);
 
     Silence silence(&m_state);
+    m_file->ListOrder()->Start(head, m_address->Length());
     m_writePosition = m_read->ReadAD(kSideThis, branch, QZDatabaseInfo::AD_FREE);
     const QZInt64 place = m_read->Nth(m_root, layout::kLogWritePosition, QZDatabaseInfo::DATA_THIS);
     m_data->PutField(place, QZDatabaseInfo::AD_FREE, m_writePosition);

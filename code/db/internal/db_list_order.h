@@ -1,12 +1,13 @@
 #ifndef QZLIB_DB_LIST_ORDER_H
 #define QZLIB_DB_LIST_ORDER_H
 
+#include <cstddef>
 #include <vector>
 
 #include "sys/sys_types.h"
 
-/// The beginning of one long list, record by record, as a walk from its head found it. With it the place of a
-/// record near the end is found without another walk.
+/// The beginning of one list of the log, record by record, as its links lead there from the head. With it the
+/// place of a record near the end is found without a walk.
 ///
 /// It stays true because every write to the file is told to it: a write into a record that leads to another
 /// one takes off all that follows that record. The last record leads to none yet, so appending to the list
@@ -14,7 +15,7 @@
 class QZDbListOrder
 {
 public:
-    /// Forgets everything; the list of `head`, with addresses of `a` bytes, comes next.
+    /// Forgets everything; the list of `head`, with addresses of `a` bytes, comes next. 0 for none.
     void Start(QZInt64 head, QZInt64 a);
 
     QZInt64 Head() const { return m_head; }
@@ -37,6 +38,8 @@ public:
     }
 
 private:
+    std::size_t Unit(QZInt64 position) const;
+    bool MakeRoom(QZInt64 record);
     bool IsMarked(QZInt64 position, QZInt64 length) const;
     void Mark(QZInt64 record, bool on);
     void TakeOff(QZInt64 position, QZInt64 length);
@@ -45,7 +48,8 @@ private:
     /// The bytes of a log record up to its closing mark.
     QZInt64 m_size = 0;
     std::vector<QZInt64> m_records;
-    /// A bit for each 16 bytes of the file: whether they belong to a record that leads to another one.
+    /// A bit for each 16 bytes of the file, from the head on: whether they belong to a record that leads to
+    /// another one.
     std::vector<QZUInt64> m_marked;
 };
 
