@@ -45,6 +45,7 @@ public:
 
     /// Goes to the state right after the log record `target` and opens a branch there. Returns false, and
     /// changes nothing, when the walk does not reach it or while off. Linear in the number of records walked.
+    /// The first one in a list of the log that was not empty when the file was opened also walks that list.
     bool Restore(QZInt64 target);
 
     /// Pushes the user marks of the present line, newest first, at most `limit` of them; 0 means all.
