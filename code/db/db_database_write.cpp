@@ -9,6 +9,7 @@
 #include "db/internal/db_objects.h"
 #include "db/internal/db_read.h"
 #include "db/internal/db_repair.h"
+#include "db/internal/db_walk.h"
 #include "fw/fw_collection.h"
 #include "fw/fw_exception_factory.h"
 
@@ -18,6 +19,41 @@ namespace
 {
 /// In a test: any record or HD.
 constexpr QZInt64 kAnyRecord = QZDatabaseInfo::UNKNOWN;
+
+/// What a walk through a list finds.
+struct ListEnd
+{
+    QZInt64 Count = 0;
+    /// The last record of the walk, 0 for an empty list.
+    QZInt64 Last = 0;
+    /// False when the list goes round.
+    bool Ends = false;
+};
+
+/// Walks to the n-th record or to the end of a shorter list.
+ListEnd WalkTo(READ* read, QZInt64 hd, QZInt64 n)
+{
+    QZDbWalk walk;
+    ListEnd end;
+    QZInt64 record = read->ReadHD(kSideThis, hd, QZDatabaseInfo::HD_FIRSTDATA);
+    for (; record != 0 && end.Count != n && walk.Enter(record); record = read->Next(record))
+    {
+        ++end.Count;
+        end.Last = record;
+    }
+    end.Ends = record == 0;
+    return end;
+}
+
+/// Whether a record that was just appended directly follows the end that the list had before. The list then
+/// has one record more and need not be counted.
+bool Lengthens(READ* read, QZInt64 hd, const ListEnd& before, QZInt64 record)
+{
+    if (!before.Ends) return false;
+    const QZInt64 following = before.Last != 0 ? read->Next(before.Last)
+                                               : read->ReadHD(kSideThis, hd, QZDatabaseInfo::HD_FIRSTDATA);
+    return following == record && read->Next(record) == 0;
+}
 }  // namespace
 
 // ---- Records
@@ -194,18 +230,32 @@ QZInt64 QZDatabase::PutFieldContent(QZInt64 ld, QZInt64 field, const void* buffe
 }
 
 /// The CD of a field. When it does not exist, it and those before it are appended. 0 when that is refused.
+///
+/// After a restore the links of the list and the end that its HD holds may disagree. An append may then cut
+/// records off, and it takes more of them than fields are missing.
 QZInt64 QZDatabase::FieldForWriting(QZInt64 fields, QZInt64 field)
 {
     READ* read = m_objects->Read();
-    QZInt64 count = 0;
-    const QZInt64 there = read->NthOrCount(fields, field, &count);
-    if (there != 0) return read->ReadData(kSideThis, there, QZDatabaseInfo::DATA_THIS);
+    ListEnd end = WalkTo(read, fields, field);
+    if (end.Count == field) return read->ReadData(kSideThis, end.Last, QZDatabaseInfo::DATA_THIS);
     const QZInt64 nothing = 0;
-    while (count < field)
+    const QZInt64 missing = field - end.Count;
+    for (QZInt64 appended = 1; end.Count < field; ++appended)
     {
-        if (m_objects->Data()->NewCD(fields, &nothing, 0) < 0) return 0;
-        // A field that write protection cut short is not in the list.
-        count = m_objects->Console()->GetWriteProtect() == 0 ? count + 1 : read->Count(fields);
+        const QZInt64 cd = m_objects->Data()->NewCD(fields, &nothing, 0);
+        if (cd < 0) return 0;
+        if (Lengthens(read, fields, end, cd))
+        {
+            ++end.Count;
+            end.Last = cd;
+            continue;
+        }
+        end = WalkTo(read, fields, field);
+        // When the new record is not the last one, neither it nor the following ones will be reached. A
+        // record that write protection cut short is not reached either, but the next append tells that.
+        const bool reached = end.Ends && end.Last == cd;
+        const bool enough = appended >= (reached ? field : missing);
+        if (enough && m_objects->Console()->GetWriteProtect() == 0) break;
     }
     return read->Nth(fields, field, QZDatabaseInfo::DATA_THIS);
 }

@@ -1,5 +1,6 @@
 #include "db/internal/db_rollback.h"
 
+#include "db/internal/db_list_order.h"
 #include "db/internal/db_walk.h"
 #include "fw/fw_collection.h"
 
@@ -14,6 +15,9 @@ constexpr QZInt64 kNoWay = -1;
 /// From this many elements on a collection is made to grow by doubling.
 constexpr QZInt64 kDoublingFrom = 64;
 
+/// The order of a list of so many records is remembered.
+constexpr QZInt64 kLongFrom = 64;
+
 /// Turns the log off while the component writes its own structure and on again at the end of the scope.
 class Silence
 {
@@ -27,6 +31,9 @@ private:
     QZDbFlag* m_state;
 };
 
+/// The list of a record. Address 0 names none, whatever bytes lie there.
+QZInt64 HeadOf(READ* read, QZInt64 record) { return record == 0 ? 0 : read->HeadOf(record); }
+
 /// Appends to a collection that may become long: it grows by doubling, so that gathering stays linear.
 void Append(QZCollection* list, QZInt64 value)
 {
@@ -38,11 +45,109 @@ void Append(QZCollection* list, QZInt64 value)
     }
     list->Push(static_cast<QZUInt64>(value));
 }
+
+/// The result of READ::Position. In the list of the write position, and in another long one, it is found from
+/// what the file remembers of the list. A list that began before the file was opened costs one walk; after
+/// that, and in a list that began later, a question costs the distance from the end.
+struct Places
+{
+    QZDbFile* File;
+    ADDRESS* Address;
+    READ* Read;
+
+    QZInt64 Of(QZInt64 record) const
+    {
+        if (record == 0) return 0;
+        QZDbListOrder* order = File->ListOrder();
+        const QZInt64 a = Address->Length();
+        if (!File->IsPlain())
+        {
+            // What is remembered was read without the transformations.
+            order->Start(0, a);
+            return Read->Position(record);
+        }
+        const QZInt64 head = Read->HeadOf(record);
+        const QZInt64 first = Read->ReadHD(kSideThis, head, QZDatabaseInfo::HD_FIRSTDATA);
+        if (order->Head() != head || order->Count() == 0 || order->First() != first)
+        {
+            QZInt64 place = 0;
+            if (IsNear(first, record, &place)) return place;
+            order->Start(head, a);
+            if (!Fits(first) || !order->Add(first)) return Read->Position(record);
+        }
+        const QZInt64 place = order->PlaceOf(record);
+        return place != 0 ? place : Find(record);
+    }
+
+    /// Remembers what was appended to the list of the write position.
+    void Note(QZInt64 head) const
+    {
+        QZDbListOrder* order = File->ListOrder();
+        if (order->Head() != head || !File->IsPlain()) return;
+        if (order->Count() == 0)
+        {
+            const QZInt64 first = Read->ReadHD(kSideThis, head, QZDatabaseInfo::HD_FIRSTDATA);
+            if (!Fits(first) || !order->Add(first)) return;
+        }
+        while (true)
+        {
+            const QZInt64 next = After(order->Last());
+            if (next <= 0 || !Fits(next) || !order->Add(next)) return;
+        }
+    }
+
+private:
+    /// Remembers more of the list, up to the record. A list that holds something else than log records, and
+    /// one that goes round, is walked each time.
+    QZInt64 Find(QZInt64 record) const
+    {
+        QZDbListOrder* order = File->ListOrder();
+        while (true)
+        {
+            const QZInt64 next = After(order->Last());
+            if (next == 0) return 0;
+            if (next == kNoWay || !Fits(next) || !order->Add(next)) return Read->Position(record);
+            if (next == record) return order->Count();
+        }
+    }
+
+    /// The next record, 0 after the last; kNoWay for a record that is none of the log.
+    QZInt64 After(QZInt64 record) const
+    {
+        const QZInt64 a = Address->Length();
+        const QZInt64 end = Address->Get(layout::DataEnd(record, a));
+        if (end != layout::AdEnd(record, a) && end != layout::RdEnd(record, a)) return kNoWay;
+        return Address->Get(layout::DataNextFromEnd(end, a));
+    }
+
+    bool Fits(QZInt64 record) const { return record > 0 && record <= File->Buffer()->GetFileSize(); }
+
+    /// Walks the beginning of the list. True when it found the record, whose place is stored, or the end of
+    /// the list.
+    bool IsNear(QZInt64 first, QZInt64 record, QZInt64* place) const
+    {
+        QZInt64 current = first;
+        for (QZInt64 steps = 1; steps < kLongFrom && current != 0; ++steps)
+        {
+            if (current == record)
+            {
+                *place = steps;
+                return true;
+            }
+            current = Read->Next(current);
+        }
+        return current == 0;
+    }
+};
 }  // namespace
 
 ROLLBACK::~ROLLBACK() = default;
 
-void ROLLBACK::NoteAddressLength() { m_addressLength = m_address->Length(); }
+void ROLLBACK::NoteAddressLength()
+{
+    m_addressLength = m_address->Length();
+    m_file->ListOrder()->Start(0, m_addressLength);
+}
 
 void ROLLBACK::Record(QZInt64 code) { m_file->RecordError(code); }
 
@@ -73,7 +178,13 @@ void ROLLBACK::Load()
     m_marks = m_read->TreeRoot(root, layout::kLogMarks);
     m_writePosition = m_read->TreeRoot(root, layout::kLogWritePosition);
     if (m_base != 0 && m_marks != 0 && m_writePosition != 0)
+    {
         m_state.Set(1);
+        // An empty list is known from its beginning.
+        const bool inFile = m_writePosition > 0 && m_writePosition <= m_file->Buffer()->GetFileSize();
+        if (inFile && m_read->ReadHD(kSideThis, m_writePosition, QZDatabaseInfo::HD_FIRSTDATA) == 0)
+            m_file->ListOrder()->Start(m_writePosition, m_address->Length());
+    }
     else
         Record(QZDatabaseInfo::BAD_STRUCT);
 }
@@ -82,6 +193,7 @@ void ROLLBACK::Log(QZInt64 position, QZInt64 value)
 {
     const QZInt64 old = m_address->Get(position);
     m_data->NewRD(m_writePosition, position, old, value);
+    Places{m_file, m_address, m_read}.Note(m_writePosition);
 }
 
 bool ROLLBACK::TurnOn()
@@ -195,6 +307,7 @@ bool ROLLBACK::OpenBranch(QZInt64 target, bool redone)
     if (steps > 0) m_link->MoveUp(branch, steps);
 
     Silence silence(&m_state);
+    m_file->ListOrder()->Start(head, m_address->Length());
     m_writePosition = m_read->ReadAD(kSideThis, branch, QZDatabaseInfo::AD_FREE);
     const QZInt64 place = m_read->Nth(m_root, layout::kLogWritePosition, QZDatabaseInfo::DATA_THIS);
     m_data->PutField(place, QZDatabaseInfo::AD_FREE, m_writePosition);
@@ -210,6 +323,8 @@ QZInt64 ROLLBACK::Present()
 
 QZInt64 ROLLBACK::KindOf(QZInt64 record)
 {
+    // No record is at 0, but with some file lengths the bytes there look like one.
+    if (record == 0) return QZDatabaseInfo::UNKNOWN;
     const QZInt64 end = m_read->ReadData(kSideThis, record, QZDatabaseInfo::DATA_END);
     const QZInt64 a = m_address->Length();
     if (end == layout::AdEnd(record, a)) return QZDatabaseInfo::DATA_AD;
@@ -266,7 +381,7 @@ bool ROLLBACK::Walk(QZCollection* list, QZInt64 from, QZInt64 fork)
 void ROLLBACK::Climb(QZCollection* levels, QZInt64 record)
 {
     QZDbWalk walk;
-    QZInt64 level = m_read->HeadOf(record);
+    QZInt64 level = HeadOf(m_read, record);
     while (level != m_root && m_read->Mark(level) == layout::kMarkHd && walk.Enter(level))
     {
         Append(levels, level);
@@ -278,7 +393,7 @@ void ROLLBACK::Climb(QZCollection* levels, QZInt64 record)
 
 QZInt64 ROLLBACK::ForkPoint(QZInt64 a, QZInt64 b)
 {
-    if (m_read->HeadOf(a) == m_read->HeadOf(b)) return IsNotBefore(a, b) ? b : a;
+    if (HeadOf(m_read, a) == HeadOf(m_read, b)) return IsNotBefore(a, b) ? b : a;
 
     QZCollection levelsA;
     QZCollection levelsB;
@@ -304,8 +419,7 @@ QZInt64 ROLLBACK::ForkPoint(QZInt64 a, QZInt64 b)
         if (placeA > 0) sideA = hook;
         if (placeB > 0) sideB = hook;
     }
-    if (sideA == sideB) return sideB;
-    return m_read->Position(sideA) >= m_read->Position(sideB) ? sideB : sideA;
+    return IsNotBefore(sideA, sideB) ? sideB : sideA;
 }
 
 /// The previous record in the same list, 0 for the first; kNoWay when the links of the two do not agree.
@@ -322,39 +436,19 @@ QZInt64 ROLLBACK::Before(QZInt64 record)
     return before != 0 && m_read->Next(before) == record ? before : kNoWay;
 }
 
-/// Position(a) >= Position(b) for two records of one list. When the links agree, it is found by going back
-/// from both at once, which costs their distance and not the length of the log.
+/// Whether Position(a) >= Position(b).
 bool ROLLBACK::IsNotBefore(QZInt64 a, QZInt64 b)
 {
     if (a == b) return true;
-    QZInt64 fromA = a;
-    QZInt64 fromB = b;
-    QZDbWalk walkA;
-    QZDbWalk walkB;
-    while (fromA > 0 || fromB > 0)
-    {
-        if (fromA > 0) fromA = walkA.Enter(fromA) ? Before(fromA) : kNoWay;
-        if (fromA == b) return true;
-        if (fromB > 0) fromB = walkB.Enter(fromB) ? Before(fromB) : kNoWay;
-        if (fromB == a) return false;
-        if (fromA == kNoWay || fromB == kNoWay) break;
-    }
-    return m_read->Position(a) >= m_read->Position(b);
+    const Places places{m_file, m_address, m_read};
+    return places.Of(a) >= places.Of(b);
 }
 
-/// Position(later) - Position(earlier), found like IsNotBefore.
+/// Position(later) - Position(earlier).
 QZInt64 ROLLBACK::Distance(QZInt64 later, QZInt64 earlier)
 {
-    QZDbWalk walk;
-    QZInt64 record = later;
-    QZInt64 steps = 0;
-    while (record > 0 && record != earlier)
-    {
-        record = walk.Enter(record) ? Before(record) : kNoWay;
-        ++steps;
-    }
-    if (record == earlier && record > 0) return steps;
-    return m_read->Position(later) - m_read->Position(earlier);
+    const Places places{m_file, m_address, m_read};
+    return places.Of(later) - places.Of(earlier);
 }
 
 void ROLLBACK::CollectMarks(QZCollection* collection, QZInt64 limit)

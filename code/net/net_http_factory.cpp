@@ -64,6 +64,8 @@ QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection(QZString* text)
                                            http::Text line(nullptr, 0);
                                            while (lines.Next(&line))
                                            {
+                                               // A line that does not split makes no header.
+                                               if (line.Find(':') < 1) continue;
                                                QZHttpHeader* header = CreateHeader();
                                                headers->Push(header);
                                                http::ReadHeader(header, line);

@@ -29,7 +29,8 @@ public:
     static QZHttpCookie* CreateCookie(QZString* text);
 
     static QZHttpHeaderCollection* CreateHeaderCollection();
-    /// One header for each line of the text. A line that is no header gives an empty one.
+    /// One header for each line of the text that a colon after its first character splits. Other lines make
+    /// none.
     static QZHttpHeaderCollection* CreateHeaderCollection(QZString* text);
 
     static QZHttpCookieCollection* CreateCookieCollection();

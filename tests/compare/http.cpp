@@ -174,6 +174,20 @@ void SetContent(Case& c, QZHttpContext* message)
     }
 }
 
+/// Takes off headers with neither name nor value. Up to 369028f a line that does not split made one, now it
+/// makes none, as is intended; everything else about such texts is compared. To be dropped when a release
+/// that has the change is what is compared with.
+void DropBlank(QZHttpHeaderCollection* headers)
+{
+    for (QZInt64 i = headers->Count() - 1; i >= 0; --i)
+    {
+        QZHttpHeader* header = headers->GetElement(i);
+        if (header->GetName()->GetSize() > 0 || header->GetValue()->GetSize() > 0) continue;
+        headers->RemoveElement(i);
+        QZHttpFactory::Recycle(&header);
+    }
+}
+
 void SetHeaders(Case& c, QZHttpContext* message)
 {
     std::string lines;
@@ -181,6 +195,7 @@ void SetHeaders(Case& c, QZHttpContext* message)
     QZString* text = Text(lines);
     c.Do("CreateHeaderCollection", [&] {
         QZHttpHeaderCollection* headers = QZHttpFactory::CreateHeaderCollection(text);
+        DropBlank(headers);
         message->SetHeader(headers);
         const QZInt64 count = headers->Count();
         QZHttpFactory::Recycle(&headers);

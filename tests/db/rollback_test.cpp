@@ -1,5 +1,8 @@
 #include "db/internal/db_rollback.h"
 
+#include <algorithm>
+#include <random>
+
 #include "db/database_fixture.h"
 #include "db/engine_fixture.h"
 
@@ -311,6 +314,150 @@ TEST_F(Rollback, RestoreWith32BitAddresses)
     EXPECT_EQ(Value(), 1);
     ASSERT_TRUE(m_channel->AB_CB(two));
     EXPECT_EQ(Value(), 2);
+}
+
+// ---- Restores into the middle of the engine's own writes
+
+/// A new database with one LD, at 1055.
+class RollbackOfAnLD : public DatabaseTest
+{
+protected:
+    void SetUp() override
+    {
+        Fresh(3, 1);
+        ASSERT_EQ(m_channel->P_D(223, Info::DATA_LD), 1055);
+    }
+};
+
+TEST_F(RollbackOfAnLD, FieldIsWrittenAfterTheEndOfTheFieldListWasTakenBack)
+{
+    Put(1055, 1, "one");
+    Put(1055, 2, "two");
+    // The field list has both links again, but still ends after the first field.
+    ASSERT_TRUE(m_channel->AB_CB(2399));
+    EXPECT_RECORDS_NOTHING(EXPECT_EQ(Put(1055, 3, "three"), 1));
+    EXPECT_EQ(List(A(1055, Info::LD_LDS)).size(), 3u);
+    EXPECT_EQ(Get(1055, 1), "one");
+    EXPECT_EQ(Get(1055, 3), "three");
+}
+
+TEST_F(RollbackOfAnLD, FieldIsWrittenAfterTheFieldListWasTakenBackToItsFirstLink)
+{
+    Put(1055, 1, "one");
+    ASSERT_TRUE(m_channel->AB_CB(1647));
+    EXPECT_RECORDS_NOTHING(EXPECT_EQ(Put(1055, 3, "three"), 1));
+    EXPECT_EQ(List(A(1055, Info::LD_LDS)).size(), 3u);
+    EXPECT_EQ(Get(1055, 3), "three");
+}
+
+TEST_F(RollbackOfAnLD, FieldOfAListThatNoAppendReachesIsRefused)
+{
+    Put(1055, 1, "one");
+    Put(1055, 2, "two");
+    const QZInt64 fields = A(1055, Info::LD_LDS);
+    // The first field leads nowhere, and appends go after the second one.
+    ASSERT_EQ(m_channel->P_A(List(fields)[0], Info::DATA_NEXT, 0), 1);
+    EXPECT_RECORDS(Info::WRITE_FAILED, EXPECT_EQ(Put(1055, 5, "five"), 0));
+    EXPECT_EQ(List(fields).size(), 1u);
+    EXPECT_EQ(Get(1055, 1), "one");
+}
+
+TEST_F(RollbackOfAnLD, RestoreThroughABranchWithoutAnOwnerWritesOnlyWhatTheLogTells)
+{
+    const std::string zeros(10708, '\0');
+    Put(1055, 2, zeros);
+    for (const QZInt64 record : {1743, 13711, 14895}) ASSERT_TRUE(m_channel->AB_CB(record));
+    Put(1055, 1, "0");
+    // The first eight bytes of the address space hold no log record, though with a length from 16640 to 16895
+    // they look like one.
+    EXPECT_RECORDS_NOTHING(EXPECT_TRUE(m_channel->AB_CB(14415)));
+    const std::string file = File();
+    EXPECT_EQ(AddressAt(16), static_cast<QZInt64>(file.size()) - 1);
+    Reopen();
+    EXPECT_EQ(m_channel->G_EN(), 0);
+    EXPECT_EQ(File(), file);
+}
+
+TEST_F(RollbackOfAnLD, BranchIsPutByThePlacesThatTheListHolds)
+{
+    Put(1055, 1, "8");
+    for (const QZInt64 record : {1151, 1247, 3983, 3327}) ASSERT_TRUE(m_channel->AB_CB(record));
+    // The list no longer holds 3327: its place is 0.
+    EXPECT_EQ(A(5311, Info::DATA_PREV_THIS), 2991);
+}
+
+TEST_F(RollbackOfAnLD, RestoreBehindACutInTheLogIsRefused)
+{
+    for (int i = 0; i < 4; ++i) Put(1055, 1, "text");
+    m_channel->RB_OFF();
+    ASSERT_EQ(m_channel->P_A(1247, Info::DATA_NEXT, 0), 1);
+    m_channel->RB_ON();
+    const std::string before = File();
+    EXPECT_RECORDS(Info::ROLLBACK_ERROR_INVALIDADDR, EXPECT_FALSE(m_channel->AB_CB(3087)));
+    EXPECT_EQ(File(), before);
+}
+
+TEST_F(RollbackOfAnLD, CutOfALongLogIsSeenAlsoAfterEarlierRestores)
+{
+    for (int i = 0; i < 40; ++i) Put(1055, 1, "text");
+    const QZInt64 target = A(719, Info::HD_LASTDATA_THIS);
+    const QZInt64 before = A(target, Info::DATA_PREV_THIS);
+    ASSERT_TRUE(m_channel->AB_CB(target));
+    m_channel->RB_OFF();
+    ASSERT_EQ(m_channel->P_A(1247, Info::DATA_NEXT, 0), 1);
+    m_channel->RB_ON();
+    EXPECT_RECORDS(Info::ROLLBACK_ERROR_INVALIDADDR, EXPECT_FALSE(m_channel->AB_CB(before)));
+}
+
+/// A host that works on a database with rollback at random, restores to any log record included.
+class RandomHost : public DatabaseTest
+{
+protected:
+    void Act(std::mt19937& random)
+    {
+        const auto below = [&random](QZInt64 n) { return static_cast<QZInt64>(random() % n); };
+        const QZInt64 what = below(20);
+        if (what < 9) Put(1055, 1 + below(3), std::string(static_cast<std::size_t>(below(40)), 'x'));
+        const Addresses log = List(A(975, Info::AD_FREE));
+        if (what >= 9 && what < 17 && !log.empty())
+            Restore(log[log.size() - 1 - static_cast<std::size_t>(below(std::min(8, int(log.size()))))]);
+        const Addresses base = List(719);
+        const QZInt64 any = base[static_cast<std::size_t>(below(static_cast<QZInt64>(base.size())))];
+        if (what == 17 || what == 18) Restore(any);
+        if (what == 19 && below(4) == 0)
+        {
+            m_channel->RB_OFF();
+            m_channel->P_A(any, Info::DATA_NEXT, base[base.size() / 2]);
+            m_channel->RB_ON();
+        }
+    }
+
+    void Restore(QZInt64 record)
+    {
+        if (m_reopens) Reopen();
+        m_channel->AB_CB(record);
+    }
+
+    std::string FileAfter(unsigned seed, bool reopens)
+    {
+        Close();
+        std::filesystem::remove(m_dir.Path("test.db"));
+        Fresh(3, 1);
+        m_reopens = reopens;
+        m_channel->P_D(223, Info::DATA_LD);
+        std::mt19937 random(seed);
+        for (int i = 0; i < 30; ++i) Put(1055, 1, "text");
+        for (int i = 0; i < 60; ++i) Act(random);
+        return File();
+    }
+
+    bool m_reopens = false;
+};
+
+TEST_F(RandomHost, RestoresDoTheSameInADatabaseThatWasJustOpened)
+{
+    for (unsigned seed = 0; seed < 40; ++seed)
+        ASSERT_EQ(Difference(FileAfter(seed, false), FileAfter(seed, true)), "") << "seed " << seed;
 }
 
 // ---- Bytes

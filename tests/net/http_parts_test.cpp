@@ -194,14 +194,26 @@ TEST(HttpCookie, RecycleKeepsItsOwnStrings)
     EXPECT_EQ(foreign, nullptr);
 }
 
-TEST(HttpFactory, CreatesOneHeaderForEachLine)
+TEST(HttpFactory, CreatesOneHeaderForEachLineThatSplits)
 {
     Held<QZHttpHeaderCollection> headers(
         QZHttpFactory::CreateHeaderCollection(Str("A: 1\r\nnothing\r\nB:2\n3\r\n")));
-    EXPECT_EQ(HeadersOf(headers.Get()), "A: 1|: |B: 2\n3|: ");
+    EXPECT_EQ(HeadersOf(headers.Get()), "A: 1|B: 2\n3");
     EXPECT_EQ(headers->GetType(), 0x8310016);
     // Names of 1 unit each, values of 1 and 3 units: 6 units are 12 bytes.
     EXPECT_EQ(headers->GetHeadersSize(), 12);
+}
+
+TEST(HttpFactory, LineWithoutANameBeforeAColonMakesNoHeader)
+{
+    Held<QZHttpHeaderCollection> headers(
+        QZHttpFactory::CreateHeaderCollection(Str("A: 1\r\nnothing\r\nB: 2")));
+    EXPECT_EQ(headers->Count(), 2);
+    Held<QZHttpHeaderCollection> none(QZHttpFactory::CreateHeaderCollection(Str(":x\r\n\r\nnothing")));
+    EXPECT_EQ(none->Count(), 0);
+    // A blank before the colon is enough to split the line; the name is then empty.
+    Held<QZHttpHeaderCollection> blank(QZHttpFactory::CreateHeaderCollection(Str(" : x")));
+    EXPECT_EQ(HeadersOf(blank.Get()), ": x");
 }
 
 TEST(HttpFactory, CreatesOneCookieForEachPiece)

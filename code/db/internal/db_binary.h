@@ -25,6 +25,7 @@ public:
     QZInt64 PutBytes(QZInt64 position, QZInt64 length, const void* buffer)
     {
         if (!CheckWrite(position, position, length)) return 0;
+        m_file->ListOrder()->Touch(position, length);
         if (m_file->ByteTransformation()->Flag != 0) return PutTransformed(position, length, buffer);
         m_file->Buffer()->Write(position, buffer, length);
         return 1;

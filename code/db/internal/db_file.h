@@ -3,6 +3,7 @@
 
 #include <atomic>
 
+#include "db/internal/db_list_order.h"
 #include "db/internal/db_transformation.h"
 #include "fw/fw_object.h"
 #include "os/os_file_buffer.h"
@@ -79,6 +80,9 @@ public:
     /// Whether addresses are stored as they are.
     bool IsPlain() const { return (m_bytes.Flag | m_addresses.Flag) == 0; }
 
+    /// What is known of a list of the rollback log. Every write is told to it.
+    QZDbListOrder* ListOrder() { return &m_listOrder; }
+
     QZInt64 GetContentRead() const { return m_contentRead; }
     QZInt64 GetContentWritten() const { return m_contentWritten; }
     void AddContentRead(QZInt64 count) { m_contentRead += count; }
@@ -101,6 +105,7 @@ private:
     QZDbTransformation m_contents;
     QZInt64 m_contentRead;
     QZInt64 m_contentWritten;
+    QZDbListOrder m_listOrder;
 };
 
 #endif

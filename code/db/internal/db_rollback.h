@@ -45,6 +45,7 @@ public:
 
     /// Goes to the state right after the log record `target` and opens a branch there. Returns false, and
     /// changes nothing, when the walk does not reach it or while off. Linear in the number of records walked.
+    /// The first one in a list of the log that was not empty when the file was opened also walks that list.
     bool Restore(QZInt64 target);
 
     /// Pushes the user marks of the present line, newest first, at most `limit` of them; 0 means all.
@@ -84,6 +85,7 @@ private:
     bool Walk(QZCollection* list, QZInt64 from, QZInt64 fork);
     bool Gather(QZCollection* undo, QZCollection* redo, QZInt64 target);
     void Climb(QZCollection* levels, QZInt64 record);
+    /// No operation of the library calls it; the library keeps its symbol.
     QZInt64 Before(QZInt64 record);
     bool IsNotBefore(QZInt64 a, QZInt64 b);
     QZInt64 Distance(QZInt64 later, QZInt64 earlier);
