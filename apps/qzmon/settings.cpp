@@ -33,7 +33,7 @@ std::string Range(const Setting& setting)
 
 const std::vector<Setting>& Settings::All()
 {
-    static const std::vector<Setting> all = {
+    static const std::vector<Setting> kAll = {
         {"sample-ms", "1000", 20, 3600000, true, "milliseconds between two samples"},
         {"snapshot-minutes", "60", 1, 10080, true, "minutes between two snapshots taken by itself"},
         {"chart-seconds", "120", 10, 86400, true, "what the live chart shows"},
@@ -47,7 +47,7 @@ const std::vector<Setting>& Settings::All()
          "the address to listen on; others than loopback ask for the token"},
         {"http-token", "", 0, 0, false, "made at the first start that needs one"},
     };
-    return all;
+    return kAll;
 }
 
 const Setting& Settings::Find(const std::string& name)

@@ -27,7 +27,7 @@ QZInt64 SystemNumber() { return static_cast<QZInt64>(os::LastError()); }
 }  // namespace
 
 QZBool QZEnvironment::UseMemPoolCache = 0;
-const QZBool* const g_memoryPoolSwitch = &QZEnvironment::UseMemPoolCache;
+const QZBool* const kMemoryPoolSwitch = &QZEnvironment::UseMemPoolCache;
 QZString* QZEnvironment::NewLine = nullptr;
 const QZInt64 QZEnvironment::CurrentCharacterEncodingType;
 const QZInt64 QZEnvironment::CurrentWideCharacterEncodingType;

@@ -13,7 +13,7 @@
 #include "sys/sys_bytes.h"
 
 QZBool QZMemory::MemoryTest = 0;
-const QZBool* const g_memoryTestSwitch = &QZMemory::MemoryTest;
+const QZBool* const kMemoryTestSwitch = &QZMemory::MemoryTest;
 
 void QZMemory::Copy(void* destination, const void* source, QZInt64 size)
 {

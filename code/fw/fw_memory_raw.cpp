@@ -89,7 +89,7 @@ bool MemoryOccupy(void* block, QZInt64 size)
 
 void* MemoryRawAllocate(QZInt64 size)
 {
-    void* block = *g_memoryTestSwitch != 0 ? TestedHeapBlock(size) : os::HeapAllocate(size);
+    void* block = *kMemoryTestSwitch != 0 ? TestedHeapBlock(size) : os::HeapAllocate(size);
     if (block == nullptr) return nullptr;
     Add(&g_totalBytes, size);
     Add(&g_liveBlocks, 1);
@@ -102,7 +102,7 @@ void* MemoryRawResize(void* block, QZInt64 newSize, QZInt64 oldSize, QZInt64* tr
     Add(&g_operations, 1);
     if (newSize != static_cast<QZInt32>(newSize)) return nullptr;
     void* moved;
-    if (*g_memoryTestSwitch != 0)
+    if (*kMemoryTestSwitch != 0)
     {
         moved = TestedHeapBlock(newSize);
         if (moved != nullptr)

@@ -8,10 +8,10 @@
 
 /// The address of QZEnvironment::UseMemPoolCache, through which the memory layers read the switch. Defined in
 /// fw_environment.cpp.
-extern const QZBool* const g_memoryPoolSwitch;
+extern const QZBool* const kMemoryPoolSwitch;
 
 /// True when buffers go through the pool.
-inline bool MemoryPoolIsOn() { return *g_memoryPoolSwitch != 0; }
+inline bool MemoryPoolIsOn() { return *kMemoryPoolSwitch != 0; }
 
 /// A block of at least `size` bytes; *trueSize becomes its real size. Null when there is no memory.
 void* MemoryPoolAllocate(QZInt64 size, QZInt64* trueSize);

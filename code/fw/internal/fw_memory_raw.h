@@ -6,7 +6,7 @@
 /// The lowest layer under the checked buffers: the process heap with its figures and its pattern test.
 
 /// The address of QZMemory::MemoryTest, through which this layer reads the switch. Defined in fw_memory.cpp.
-extern const QZBool* const g_memoryTestSwitch;
+extern const QZBool* const kMemoryTestSwitch;
 
 /// The raw allocator below the buffers, also for the library's small system structures: counted, and pattern-
 /// tested on request.
