@@ -11,9 +11,7 @@
 #include "bench_support.h"
 #include "fw/fw_string.h"
 #include "os/os_file_buffer.h"
-#ifdef QZ_HAVE_SQLITE
-#include <sqlite3.h>
-#endif
+#include "sqlite_peer.h"
 
 namespace
 {
@@ -62,32 +60,26 @@ void Synced(benchmark::State& state, bool whole)
 /// One row per page, so that as many pages of the file change.
 void Transaction(benchmark::State& state)
 {
-    const std::string name = qzbench::FreshName("wal");
-    sqlite3* db = nullptr;
-    sqlite3_open(name.c_str(), &db);
-    auto run = [db](const char* text) { sqlite3_exec(db, text, nullptr, nullptr, nullptr); };
-    run("PRAGMA journal_mode=WAL");
-    run("PRAGMA synchronous=OFF");
-    run("CREATE TABLE t(a INTEGER, b BLOB)");
-    run("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n WHERE i<4095) INSERT INTO t SELECT 0, "
-        "zeroblob(3800) FROM n");
-    run("PRAGMA wal_checkpoint(TRUNCATE)");
-    run("PRAGMA synchronous=FULL");
-    sqlite3_stmt* update = nullptr;
-    sqlite3_prepare_v2(db, "UPDATE t SET a=a+1 WHERE rowid=?", -1, &update, nullptr);
+    Lite database;
+    database.Run("PRAGMA journal_mode=WAL");
+    database.Run("CREATE TABLE pages(a INTEGER, b BLOB)");
+    database.Run(
+        "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i+1 FROM n WHERE i<4095) INSERT INTO pages "
+        "SELECT 0, zeroblob(3800) FROM n");
+    database.Run("PRAGMA wal_checkpoint(TRUNCATE)");
+    database.Run("PRAGMA synchronous=FULL");
+    sqlite3_stmt* update = database.Prepare("UPDATE pages SET a=a+1 WHERE rowid=?");
     Timed(state, [&](const std::vector<QZInt64>& pages) {
-        run("BEGIN");
+        database.Run("BEGIN");
         for (const QZInt64 page : pages)
         {
             sqlite3_bind_int64(update, 1, page + 1);
             sqlite3_step(update);
             sqlite3_reset(update);
         }
-        run("COMMIT");
+        database.Run("COMMIT");
     });
     sqlite3_finalize(update);
-    sqlite3_close(db);
-    for (const char* ending : {"", "-wal", "-shm"}) std::remove((name + ending).c_str());
 }
 #endif
 
