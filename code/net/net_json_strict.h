@@ -99,9 +99,8 @@ class QZ_API QZJson
 {
 public:
     /// Reads the whole text as one value; blanks, tabs, line feeds and carriage returns may surround it.
-    /// @param utf8    null is an empty text, which is refused
-    /// @param size    bytes
-    /// @param length  units
+    /// The size of UTF-8 counts bytes, the length of wide text counts units. Null is an empty text, which is
+    /// refused.
     /// @throws QZJsonException JsonFormatException, with position and reason in its message
     /// @throws QZException 256 for a negative size, 4352 when there is no memory
     static QZJsonValue* Parse(const char* utf8, QZInt64 size,
