@@ -4,6 +4,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 
 #include "common/private_files.h"
 #include "tool.h"
@@ -19,8 +20,13 @@ void Stop(int) { g_stop = true; }
 
 int main(int argc, char** argv)
 {
-    std::signal(SIGINT, Stop);
-    std::signal(SIGTERM, Stop);
+    // The simulation ends in good order. Every other command ends at once, also while it asks or waits for
+    // the device.
+    if (argc > 1 && std::strcmp(argv[1], "simulate") == 0)
+    {
+        std::signal(SIGINT, Stop);
+        std::signal(SIGTERM, Stop);
+    }
     QZLibInit();
     qzapp::KeepFilesPrivate();
     // A question needs a person at both ends.
