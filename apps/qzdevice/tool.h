@@ -27,7 +27,7 @@ struct Console
     std::FILE* err;
     /// err is a terminal, so a progress bar makes sense.
     bool terminal;
-    /// Set from outside to end a simulation.
+    /// A signal handler sets it to end a simulation.
     const std::atomic<bool>* stop;
     /// Where a person answers a question; null when nobody does.
     std::FILE* in = nullptr;
