@@ -9,9 +9,8 @@
 /// The beginning of one list of the log, record by record, as its links lead there from the head. With it the
 /// place of a record near the end is found without a walk.
 ///
-/// It stays true because every write to the file is told to it: a write into a record that leads to another
-/// one takes off all that follows that record. The last record leads to none yet, so appending to the list
-/// takes nothing off.
+/// It stays correct because BINARY calls Touch before every write: a write into a record that has a successor
+/// removes all records after it from this list. The last record has none yet, so appending removes nothing.
 class QZDbListOrder
 {
 public:
