@@ -166,10 +166,12 @@ QZFile* QZFile::WithHandle(QZInt64 handle, QZString* path)
     return file;
 }
 
-QZFile* QZFileInside::OpenUnlessInUse(QZString* path, unsigned int options)
+QZFile* QZFileInside::OpenUnlessInUse(QZString* path, Role role)
 {
     const QZPathText text(path);
-    const QZInt64 handle = text.TooLong() ? 0 : OpenHandle(text.Wide(), options);
+    const QZInt64 handle =
+        text.TooLong() ? 0
+                       : os::FileOpen(text.Wide(), true, role == Role::Writer, true, role == Role::Copier);
     if (handle != 0) return QZFile::WithHandle(handle, path);
     QZIOException* failure = nullptr;
     if (text.TooLong())

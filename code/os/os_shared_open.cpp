@@ -14,9 +14,7 @@
 namespace
 {
 
-constexpr unsigned int kAlone = QZFileOptions::Read | QZFileOptions::Write | QZFileOptions::ShareRead;
-constexpr unsigned int kReader = QZFileOptions::Read | QZFileOptions::ShareRead;
-constexpr unsigned int kCopier = QZFileOptions::Read | QZFileOptions::ShareReadWrite;
+using Role = QZFileInside::Role;
 
 /// How often, and after how many milliseconds, a reader tries again to recover a file while another reader
 /// has it open and wants to recover it too.
@@ -46,7 +44,7 @@ QZFile* OpenToRecover(QZString* path)
 {
     try
     {
-        return QZFileInside::OpenUnlessInUse(path, kAlone);
+        return QZFileInside::OpenUnlessInUse(path, Role::Writer);
     }
     catch (QZException* e)
     {
@@ -54,6 +52,13 @@ QZFile* OpenToRecover(QZString* path)
     }
     ThrowWithText(path,
                   ": its writer did not finish; it has to be recovered, and cannot be opened for writing.");
+}
+
+QZFile* OpenToCopy(QZString* path)
+{
+    QZFile* file = QZFileInside::OpenUnlessInUse(path, Role::Copier);
+    if (file == nullptr) ThrowInUse(path);
+    return file;
 }
 
 void CopyOne(QZString* from, QZString* to, const char* ending)
@@ -64,7 +69,7 @@ void CopyOne(QZString* from, QZString* to, const char* ending)
     target.Append(ending);
     if (*ending != 0 && !QZFile::Exists(&source)) return;
     QZFile::Create(&target);
-    const QZOpenedFile in(QZFile::Open(&source, kCopier));
+    const QZOpenedFile in(OpenToCopy(&source));
     const QZOpenedFile out(QZFile::Open(&target));
     QZFile::Copy(in.Get(), 0, out.Get(), 0, in->GetSize(), kCopiedAtOnce, nullptr);
 }
@@ -87,7 +92,7 @@ void DeleteQuietly(QZString* path, const char* ending)
 
 QZFile* OpenAlone(QZString* path)
 {
-    QZFile* file = QZFileInside::OpenUnlessInUse(path, kAlone);
+    QZFile* file = QZFileInside::OpenUnlessInUse(path, Role::Writer);
     if (file == nullptr) ThrowInUse(path);
     if (os::FileIsShared(QZFileInside::Handle(file))) return file;
     QZFile::Close(&file);
@@ -98,7 +103,7 @@ QZFile* OpenToRead(QZString* path)
 {
     for (int tries = 0; tries < kRecoveryTries; ++tries)
     {
-        QZScoped<QZFile, QZFileCloser> reader(QZFileInside::OpenUnlessInUse(path, kReader));
+        QZScoped<QZFile, QZFileCloser> reader(QZFileInside::OpenUnlessInUse(path, Role::Reader));
         if (reader.Get() == nullptr) break;
         // No writer has the file, so nothing changes the recovery files.
         if (!WholeSync::IsNeeded(path)) return reader.Release();
@@ -119,8 +124,7 @@ void CopySynced(QZString* from, QZString* to)
     try
     {
         {
-            const QZOpenedFile source(QZFileInside::OpenUnlessInUse(from, kCopier));
-            if (source.Get() == nullptr) ThrowInUse(from);
+            const QZOpenedFile source(OpenToCopy(from));
             const ChangeLock lock(source.Get(), ChangeLock::Kind::Copy);
             for (const char* ending : {"", ".sync", ".undo"}) CopyOne(from, to, ending);
         }
