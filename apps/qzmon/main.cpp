@@ -158,6 +158,9 @@ void Serve(const Options& options)
     EnterFolder(options.data);
     // The file has either all changes of a sync or none, however this process ends.
     QZFileBuffer::AtomicSync = 1;
+    // A failed operation is told and leaves the database usable for all threads.
+    QZDatabase::UnlockOnRaise = 1;
+    QZTaskScheduler::LongestPause = 100;
     qzmon::Settings settings("qzmon.ini");
     qzmon::Session session;
     session.line = options.port.empty() ? settings.Get("serial-line") : options.port;

@@ -20,6 +20,15 @@ DESKTOP = (1280, 900, 1)
 PHONE = (390, 844, 2)
 
 
+def wake_ups(process):
+    """How often the threads of a process have gone to sleep so far."""
+    count = 0
+    for thread in os.listdir(f"/proc/{process}/task"):
+        with open(f"/proc/{process}/task/{thread}/status", encoding="ascii") as status:
+            count += sum(int(line.split()[1]) for line in status if line.startswith("voluntary_ctxt_switches"))
+    return count
+
+
 class PageAtDesktopWidth(unittest.TestCase):
     size = DESKTOP
     name = "desktop"
@@ -363,6 +372,15 @@ class Server(unittest.TestCase):
                 self.assertIn("put aside as qzmon-damaged-", monitor.lines[0])
                 monitor.wait_for_samples(2)
             self.assertTrue(any(name.startswith("qzmon-damaged-") for name in os.listdir(folder)))
+
+    def test_without_a_browser_it_sleeps_nearly_all_the_time(self):
+        with Monitor() as monitor:
+            time.sleep(2)
+            before = wake_ups(monitor.process.pid)
+            time.sleep(5)
+            # One sample a second from the simulator takes about 300 wake-ups a second, most of them for the
+            # bytes of the simulated line.
+            self.assertLess(wake_ups(monitor.process.pid) - before, 5 * 1000)
 
     def test_two_monitors_do_not_share_a_folder(self):
         with tempfile.TemporaryDirectory() as folder, Monitor(folder):
