@@ -251,7 +251,7 @@ class Server(unittest.TestCase):
                                 ('{"channel":1,"offset":1e7,"gain":1}', '"offset" takes a number from -1000000'),
                                 ('{"channel":1,"offset":null,"gain":1}', '"offset" is missing'),
                                 ('{"channel":1.5,"offset":0,"gain":1}', '"channel" takes a whole number'),
-                                ('{"channel":1,"offset":--1,"gain":1}', "at byte 23, a digit is missing"),
+                                ('{"channel":1,"offset":--1,"gain":1}', "at byte 23, a digit is expected"),
                                 ('{"channel":1,"offset":0,"gain":"nan"}', '"gain" takes a number')):
                 status, _, answer = monitor.request("POST", "/api/parameters", body, {"X-Qzmon": "test"})
                 self.assertEqual(status, 400, body)
