@@ -16,6 +16,9 @@ using qzmon::Failure;
 
 std::atomic<bool> g_stop{false};
 
+/// Samples are missing in the file.
+constexpr int kExitUnwritten = 3;
+
 const char kHelp[] =
     "usage: qzmon [OPTION...]\n"
     "Reads an instrument controller, stores what it measures, and shows it in a browser.\n"
@@ -28,7 +31,9 @@ const char kHelp[] =
     "  --for SECONDS    stop after that time\n"
     "  --help           this text\n"
     "\n"
-    "Ctrl+C and SIGTERM stop it with everything written. The settings are in qzmon.ini in the folder.\n";
+    "Ctrl+C and SIGTERM stop it with everything written. The settings are in qzmon.ini in the folder.\n"
+    "Exit code 0: every sample is in the file; 1: it did not start; 2: an option is wrong; 3: samples could\n"
+    "not be written.\n";
 
 struct Options
 {
@@ -153,7 +158,8 @@ void Say(const std::string& line)
     std::fflush(stdout);
 }
 
-void Serve(const Options& options)
+/// Returns the exit code.
+int Serve(const Options& options)
 {
     EnterFolder(options.data);
     // The file has either all changes of a sync or none, however this process ends.
@@ -198,9 +204,9 @@ void Serve(const Options& options)
                 break;
         }
     }
-    const qzmon::StoreFigures figures = monitor.GetStore().Figures();
     monitor.Stop();
-    Say("Stopped, " + std::to_string(figures.samples) + " samples are stored.");
+    Say(monitor.GetEnd().line);
+    return monitor.GetEnd().complete ? 0 : kExitUnwritten;
 }
 
 int Run(int argc, char** argv)
@@ -208,10 +214,8 @@ int Run(int argc, char** argv)
     try
     {
         const Options options = ParseOptions(argc, argv);
-        if (options.help)
-            std::fputs(kHelp, stdout);
-        else
-            Serve(options);
+        if (!options.help) return Serve(options);
+        std::fputs(kHelp, stdout);
         return 0;
     }
     catch (const Failure& failure)

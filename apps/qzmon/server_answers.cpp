@@ -173,6 +173,14 @@ Server::Answer Server::GetStatusJson(const Fields&)
         .Add("age", latest.time > 0 ? QZEnvironment::GetCurrentTimestamp() - latest.time : QZInt64{-1})
         .Add("chartSeconds", m_monitor->GetSettings().Number("chart-seconds"))
         .Add("rowsPerPage", m_monitor->GetSettings().Number("rows-per-page"));
+    const StoreState store = m_monitor->GetStore().GetState();
+    json.Open("storage")
+        .Add("works", store.trouble.empty())
+        .Add("trouble", store.trouble)
+        .Add("stored", store.stored)
+        .Add("atRisk", store.atRisk)
+        .Add("lost", store.lost)
+        .Close();
     json.OpenList("channels");
     for (std::size_t i = 0; i < status.channels.size(); ++i)
     {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <system_error>
 
 #include "qzmon/device.h"
 #include "qzmon/json_reader.h"
@@ -12,6 +13,7 @@
 #include "qzmon/settings.h"
 #include "qzmon/store.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_hooks.h"
 
 namespace
 {
@@ -44,6 +46,34 @@ int StatusOf(const std::function<void()>& work)
     }
     return 0;
 }
+
+/// Lets all operations of one kind fail, on all threads, for the time of a scope.
+class Failing
+{
+public:
+    Failing(os::Op operation, QZUInt32 error) : m_operation(operation), m_error(error)
+    {
+        os::SetTestHooks(&m_hooks);
+    }
+    ~Failing() { os::SetTestHooks(nullptr); }
+    Failing(const Failing&) = delete;
+    Failing& operator=(const Failing&) = delete;
+
+private:
+    static bool Gate(void* self, os::Op operation, QZInt64*, QZUInt32* error)
+    {
+        const Failing* failing = static_cast<Failing*>(self);
+        *error = failing->m_error;
+        return operation != failing->m_operation;
+    }
+
+    os::Op m_operation;
+    QZUInt32 m_error;
+    os::TestHooks m_hooks{this, nullptr, Gate, nullptr};
+};
+
+/// A number that both systems have a text for.
+constexpr QZUInt32 kRefused = 5;
 
 class MonitorStore : public testing::Test
 {
@@ -353,6 +383,98 @@ TEST_F(MonitorStore, AFullFileIsPutAsideAndItsParametersStay)
     EXPECT_TRUE(m_store->Last(5).empty());
     EXPECT_EQ(m_store->Corrections().at(0).offset, 5);
     m_store->Append(At(2000, 2));
+    EXPECT_EQ(Reopen().find("m.qzd: checks clean, 1 samples"), 0u);
+}
+
+TEST_F(MonitorStore, WhileNothingCanBeWrittenSamplesWaitAndNoneIsLost)
+{
+    Reopen();
+    m_store->Append(At(1000, 1));
+    m_store->Sync();
+    EXPECT_EQ(m_store->GetState().trouble, "");
+    EXPECT_EQ(m_store->GetState().stored, 1);
+    {
+        const Failing writes(os::Op::FileWrite, kRefused);
+        m_store->Append(At(2000, 2));
+        m_store->Sync();
+        EXPECT_EQ(m_store->GetState().trouble, std::error_code(kRefused, std::system_category()).message());
+        for (int i = 3; i <= 50; ++i) m_store->Append(At(i * 1000, i));
+        m_store->Sync();
+        const qzmon::StoreState state = m_store->GetState();
+        EXPECT_NE(state.trouble, "");
+        EXPECT_EQ(state.stored, 1);
+        EXPECT_EQ(state.atRisk, 49);
+        EXPECT_EQ(state.lost, 0);
+        EXPECT_EQ(m_store->Rows("samples", 0, 10).count, 2);
+    }
+    m_store->Sync();
+    EXPECT_EQ(m_store->GetState().trouble, "");
+    EXPECT_EQ(m_store->GetState().stored, 50);
+    EXPECT_EQ(m_store->GetState().atRisk, 0);
+    EXPECT_EQ(Reopen().find("m.qzd: checks clean, 50 samples"), 0u);
+    const std::vector<double> firsts = Firsts(m_store->Last(100));
+    ASSERT_EQ(firsts.size(), 50u);
+    for (int i = 0; i < 50; ++i) EXPECT_EQ(firsts[static_cast<std::size_t>(i)], i + 1);
+}
+
+TEST_F(MonitorStore, MemoryHoldsSoManySamplesAndTheRestIsCounted)
+{
+    Reopen();
+    const Failing writes(os::Op::FileWrite, kRefused);
+    m_store->Append(At(1, 1));
+    m_store->Sync();
+    const QZInt64 most = static_cast<QZInt64>(Store::kHeldMax);
+    for (QZInt64 i = 0; i < most + 7; ++i) m_store->Append(At(i + 2, 2));
+    m_store->Sync();
+    EXPECT_EQ(m_store->GetState().lost, 7);
+    // One sample is a row that no sync has written.
+    EXPECT_EQ(m_store->GetState().atRisk, most + 1);
+}
+
+TEST_F(MonitorStore, AFileThatCannotBePutAsideStaysInUse)
+{
+    Reopen();
+    m_store->Append(At(1000, 1));
+    m_store->Sync();
+    {
+        const Failing names(os::Op::FileName, kRefused);
+        EXPECT_EQ(StatusOf([&] { m_store->Rotate(1000); }), 500);
+    }
+    m_store->Append(At(2000, 2));
+    m_store->Sync();
+    EXPECT_EQ(m_store->GetState().stored, 2);
+    EXPECT_EQ(m_store->Rows("samples", 0, 10).count, 2);
+    EXPECT_EQ(Reopen().find("m.qzd: checks clean, 2 samples"), 0u);
+}
+
+TEST_F(MonitorStore, AFullFileThatHasNoSuccessorIsMadeAgainWhenThereIsRoom)
+{
+    Reopen();
+    m_store->Append(At(1000, 1));
+    m_store->Sync();
+    {
+        // The old file has nothing left to write: the first write is that of the new one.
+        const Failing writes(os::Op::FileWrite, kRefused);
+        EXPECT_EQ(StatusOf([&] { m_store->Rotate(1000); }), 503);
+        m_store->Append(At(2000, 2));
+        m_store->Sync();
+        EXPECT_EQ(m_store->GetState().atRisk, 1);
+        EXPECT_EQ(StatusOf([&] { m_store->Rows("samples", 0, 10); }), 503);
+    }
+    m_store->Sync();
+    EXPECT_EQ(m_store->GetState().trouble, "");
+    EXPECT_EQ(Reopen().find("m.qzd: checks clean, 1 samples"), 0u);
+}
+
+TEST_F(MonitorStore, AFileThatCannotBeOpenedIsNotTakenForADamagedOne)
+{
+    Reopen();
+    m_store->Append(At(1000, 1));
+    m_store.reset();
+    {
+        const Failing opens(os::Op::FileOpen, kRefused);
+        EXPECT_TRUE(QZ_TEST_CATCH(Reopen()).thrown);
+    }
     EXPECT_EQ(Reopen().find("m.qzd: checks clean, 1 samples"), 0u);
 }
 

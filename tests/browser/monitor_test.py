@@ -5,6 +5,8 @@
 
 import json
 import os
+import re
+import resource
 import signal
 import subprocess
 import sys
@@ -18,6 +20,19 @@ from webdriver import Browser, wait_for
 SCREENSHOTS = None
 DESKTOP = (1280, 900, 1)
 PHONE = (390, 844, 2)
+
+
+def storage(monitor):
+    return monitor.get("/api/status")["storage"]
+
+
+def limit_files(process, size):
+    """No file of the process grows beyond the size."""
+    resource.prlimit(process, resource.RLIMIT_FSIZE, (size, resource.RLIM_INFINITY))
+
+
+def samples_in_the_line(line):
+    return int(re.search("([0-9]+) samples are in the file", line).group(1))
 
 
 def wake_ups(process):
@@ -381,6 +396,45 @@ class Server(unittest.TestCase):
             # One sample a second from the simulator takes about 300 wake-ups a second, most of them for the
             # bytes of the simulated line.
             self.assertLess(wake_ups(monitor.process.pid) - before, 5 * 1000)
+
+    def test_a_full_disk_is_told_survived_and_counted(self):
+        with Monitor() as monitor:
+            monitor.post("/api/settings", {"name": "sample-ms", "value": "20"})
+            wait_for("samples", lambda: storage(monitor)["stored"] > 20)
+            size = os.path.getsize(os.path.join(monitor.folder, "qzmon.qzd"))
+            limit_files(monitor.process.pid, size + 100000)
+            wait_for("the trouble", lambda: not storage(monitor)["works"])
+            state = storage(monitor)
+            self.assertIn("File too large", state["trouble"])
+            wait_for("samples in memory", lambda: storage(monitor)["atRisk"] > 200)
+            self.assertEqual(storage(monitor)["lost"], 0)
+            self.assertGreater(len(monitor.get("/api/samples?seconds=60")["samples"]), state["stored"])
+            self.assertEqual(monitor.request("GET", "/api/table?name=samples")[0], 200)
+            limit_files(monitor.process.pid, resource.RLIM_INFINITY)
+            wait_for("room", lambda: storage(monitor)["works"])
+            wait_for("everything stored", lambda: storage(monitor)["stored"] > state["stored"] + 200)
+            log = [entry["text"] for entry in monitor.get("/api/log?count=50")["entries"]]
+            self.assertEqual(len([text for text in log if text.startswith("Cannot write the database: ")]), 1, log)
+            self.assertIn("Samples are stored again.", log)
+            taken = monitor.get("/api/status")["samples"]
+            self.assertEqual(monitor.stop(), 0)
+            self.assertGreaterEqual(samples_in_the_line(monitor.lines[-1]), taken)
+
+    def test_a_disk_that_stays_full_is_told_at_the_end(self):
+        with Monitor() as monitor:
+            monitor.post("/api/settings", {"name": "sample-ms", "value": "20"})
+            wait_for("samples", lambda: storage(monitor)["stored"] > 20)
+            size = os.path.getsize(os.path.join(monitor.folder, "qzmon.qzd"))
+            limit_files(monitor.process.pid, size + 100000)
+            wait_for("samples in memory", lambda: storage(monitor)["atRisk"] > 50)
+            self.assertEqual(monitor.stop(), 3)
+            self.assertRegex(monitor.lines[-1], "Stopped, [0-9]+ samples are in the file, [0-9]+ could not be written: "
+                                                "File too large")
+            stored = samples_in_the_line(monitor.lines[-1])
+            with Monitor(monitor.folder) as again:
+                # The last sync may have failed after its changes were safe in the second file.
+                found = re.search("checks clean, ([0-9]+) samples", again.lines[0])
+                self.assertGreaterEqual(int(found.group(1)), stored)
 
     def test_two_monitors_do_not_share_a_folder(self):
         with tempfile.TemporaryDirectory() as folder, Monitor(folder):
