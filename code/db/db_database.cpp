@@ -5,6 +5,7 @@
 #include "db/db_format.h"
 #include "db/internal/db_console.h"
 #include "db/internal/db_objects.h"
+#include "db/internal/db_operation.h"
 #include "db/internal/db_repair.h"
 #include "db/internal/db_rollback.h"
 #include "fw/fw_library.h"
@@ -14,6 +15,7 @@
 
 const QZInt64 QZDbSysInfo::Type;
 const QZInt64 QZDatabase::Type;
+QZByte QZDatabase::UnlockOnRaise = 0;
 
 QZInt64 QZDbSysInfo::GetType() { return Type; }
 
@@ -99,8 +101,6 @@ void QZDatabase::ConsoleLock() { m_section->Lock(); }
 
 void QZDatabase::ConsoleUnlock() { m_section->Unlock(); }
 
-/// Every operation that locks begins with this. There is no guard object, because an exception that leaves an
-/// operation must leave the section entered: the header documents it.
 void QZDatabase::Enter()
 {
     m_section->Lock();
@@ -111,32 +111,32 @@ void QZDatabase::Leave() { m_section->Unlock(); }
 
 QZBool QZDatabase::Collect()
 {
-    Enter();
+    Operation operation(this);
     const QZBool answer = m_objects->Console()->Buffer()->Collect();
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZBool QZDatabase::Sync()
 {
-    Enter();
+    Operation operation(this);
     const QZBool answer = m_objects->Console()->Buffer()->Sync();
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 void QZDatabase::CheckParam(QZInt64 flag)
 {
-    Enter();
+    Operation operation(this);
     m_objects->Console()->SetCheckParam(flag != 0);
-    Leave();
+    operation.Leave();
 }
 
 QZBool QZDatabase::CheckParam()
 {
-    Enter();
+    Operation operation(this);
     const bool answer = m_objects->Console()->IsCheckParam();
-    Leave();
+    operation.Leave();
     return answer ? 1 : 0;
 }
 
@@ -144,17 +144,17 @@ QZInt64 QZDatabase::G_AS() { return m_objects->Console()->AddressInfo()->Address
 
 QZInt64 QZDatabase::G_EN()
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = m_objects->Console()->GetErrorCount();
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::G_LE()
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = m_objects->Console()->GetLastError();
-    Leave();
+    operation.Leave();
     return answer;
 }
 
