@@ -16,7 +16,6 @@ namespace qzmon
 namespace
 {
 
-
 const char* const kSamples = "samples";
 const char* const kParameters = "parameters";
 
