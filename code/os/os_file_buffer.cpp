@@ -144,10 +144,42 @@ QZBlock* QZFileBuffer::NewBlock()
     return new QZFileBlock(m_file);
 }
 
+QZWriteState QZFileBuffer::GetWriteState()
+{
+    QZWriteState state = m_writeState;
+    ForEachChangedBlock([&state](QZBlock* block) {
+        block->ForEachChange([&state](QZInt64 from, QZInt64 to) { state.Unwritten += to - from; });
+    });
+    return state;
+}
+
+template <typename Work>
+void QZFileBuffer::Watched(Work work)
+{
+    try
+    {
+        work();
+        if (!m_flushFailed) m_writeState.Code = m_writeState.SystemError = 0;
+    }
+    catch (QZException* e)
+    {
+        ++m_writeState.Failures;
+        m_writeState.Code = e->GetCode();
+        m_writeState.SystemError = e->GetSystemError();
+        throw;
+    }
+}
+
 void QZFileBuffer::Flush()
 {
     // With AtomicSync, WriteBackAll has flushed the file. A file that is only read has nothing to flush.
-    if (m_sync == nullptr && !RefusesWrites()) m_file->Sync();
+    if (m_sync != nullptr || RefusesWrites()) return;
+    Watched([this] {
+        const bool failedBefore = m_flushFailed;
+        m_flushFailed = true;
+        m_file->Sync();
+        m_flushFailed = failedBefore;
+    });
 }
 
 struct QZFileBuffer::Changes
@@ -164,21 +196,25 @@ void QZFileBuffer::AddChanges(QZBlock* block, Changes* changes)
 
 void QZFileBuffer::WriteBackLeaving(QZBlock* block)
 {
-    if (m_sync == nullptr) return block->WriteBack();
     if (!block->IsChanged()) return;
-    Changes changed;
-    Changes leaving;
-    ForEachChangedBlock([&](QZBlock* one) { AddChanges(one, &changed); });
-    AddChanges(block, &leaving);
-    m_sync->Spill(changed.runs, leaving.runs);
-    block->ClearChanges();
+    Watched([this, block] {
+        if (m_sync == nullptr) return block->WriteBack();
+        Changes changed;
+        Changes leaving;
+        ForEachChangedBlock([&](QZBlock* one) { AddChanges(one, &changed); });
+        AddChanges(block, &leaving);
+        m_sync->Spill(changed.runs, leaving.runs);
+        block->ClearChanges();
+    });
 }
 
 void QZFileBuffer::WriteBackAll()
 {
-    if (m_sync == nullptr) return QZBuffer::WriteBackAll();
-    Changes changed;
-    ForEachChangedBlock([&](QZBlock* block) { AddChanges(block, &changed); });
-    m_sync->Sync(std::move(changed.runs));
-    ForEachChangedBlock([](QZBlock* block) { block->ClearChanges(); });
+    Watched([this] {
+        if (m_sync == nullptr) return QZBuffer::WriteBackAll();
+        Changes changed;
+        ForEachChangedBlock([&](QZBlock* block) { AddChanges(block, &changed); });
+        m_sync->Sync(std::move(changed.runs));
+        ForEachChangedBlock([](QZBlock* block) { block->ClearChanges(); });
+    });
 }

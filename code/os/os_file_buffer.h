@@ -6,6 +6,21 @@
 class QZString;
 class WholeSync;
 
+/// Whether the changes of a buffer reach its file. A plain record.
+struct QZWriteState
+{
+    /// Attempts to write or to flush that have failed since the file was opened.
+    QZInt64 Failures = 0;
+    /// The code of the last failure, a QZIOExceptionCode; 0 when all attempts since then have succeeded.
+    /// After a failed flush without AtomicSync it stays until the file is closed: the system may have dropped
+    /// what it did not flush.
+    QZInt64 Code = 0;
+    /// The system's number of that failure; 0 with Code 0, and for a failure that has none.
+    QZInt64 SystemError = 0;
+    /// Bytes that were changed in memory and not written yet, in whole pages of 4096 bytes.
+    QZInt64 Unwritten = 0;
+};
+
 /// A file that is read and written through a bounded number of blocks in memory.
 ///
 /// Writes stay in memory until their block leaves memory, or until Sync, Collect or Close. Open makes a
@@ -68,6 +83,10 @@ public:
     /// The whole content in a new QZData; give it back with Recycle.
     QZData* ReadAll();
 
+    /// Whether the changes reach the file. Failures are also thrown by the operation that meets them; this
+    /// tells about those of the past, and about those of operations whose callers drop exceptions.
+    QZWriteState GetWriteState();
+
 protected:
     QZFileBuffer(QZFile* file, QZString* path, QZInt64 memoryLimit, QZInt64 blockSize);
 
@@ -83,8 +102,15 @@ private:
     /// Adds the changed stretches of a block, from the last to the first.
     static void AddChanges(QZBlock* block, Changes* changes);
 
+    /// Does a part of writing and notes its failure.
+    template <typename Work>
+    void Watched(Work work);
+
     QZFile* m_file;
     QZString* m_path;
+    QZWriteState m_writeState;
+    /// A flush of written bytes has failed.
+    bool m_flushFailed = false;
     /// Null without AtomicSync.
     WholeSync* m_sync;
 };
