@@ -130,7 +130,8 @@ void FileBuffer(Case& c)
 {
     Random& r = c.random;
     WriteFile(kFile, r.Bytes(r.Chance(40) ? 0 : r.Below(30000)));
-    QZFileBuffer::AtomicSync = static_cast<QZByte>(r.Chance(30));
+    const bool whole = r.Chance(30);
+    QZFileBuffer::AtomicSync = static_cast<QZByte>(whole);
     QZString path(r.Chance(97) ? kFile : "missing.bin");
     QZFileBuffer* buffer = nullptr;
     c.Do("Open", [&] {
@@ -143,7 +144,9 @@ void FileBuffer(Case& c)
     Buffered(c, *buffer);
     c.Value("size", buffer->GetFileSize());
     if (buffer->GetFileSize() < 100000) c.Do("ReadAll", [&] { return Own(buffer->ReadAll()); });
-    const bool refused = r.Chance(10) && LimitFileSize(r.Below(5000));
+    // The layout of the files beside a file with whole syncs may change, and with it the place where a write
+    // of them meets the limit.
+    const bool refused = r.Chance(10) && !whole && LimitFileSize(r.Below(5000));
     c.Do("Close", [&] { QZFileBuffer::Close(&buffer); });
     if (refused) LimitFileSize(-1);
     c.File("file", kFile);
