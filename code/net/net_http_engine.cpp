@@ -1,6 +1,7 @@
 #include "net/net_http_engine.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "fw/fw_collection.h"
 #include "fw/fw_environment.h"
@@ -12,6 +13,8 @@
 #include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
+#include "net/internal/net_http_engine_strictness.h"
+#include "net/internal/net_http_guard.h"
 #include "net/internal/net_json_access.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_server.h"
@@ -42,9 +45,13 @@ const QZInt64 QZHttpServerEngine::TaskConnectCloseInterval;
 const QZInt64 QZHttpServerEngine::TaskCacheCollectInterval;
 int QZHttpServerEngine::CompletionPause = 1;
 QZByte QZHttpServerEngine::AnswerInPlace = 0;
+QZByte QZHttpServerEngine::Strict = 0;
 
 namespace
 {
+
+// Messages know nothing of engines and follow the switch all the same.
+[[maybe_unused]] const bool kWatched = http::WatchStrictMode(&QZHttpServerEngine::Strict);
 
 using Status = QZHttpServerEngineStatus;
 using ThreadStatus = QZHttpServerEngineThreadStatus;
@@ -141,7 +148,7 @@ QZInt64 QZHttpServerEngine::GetType() { return Type; }
 
 void QZHttpServerEngine::MakeParts()
 {
-    m_server = new QZHttpServer();
+    m_server = new Strictness();
     m_serverName = new QZString();
     m_connects = new QZHttpConnectCollection();
     m_closeWait = new QZHttpConnectCollection();
@@ -190,6 +197,31 @@ void QZHttpServerEngine::MakeListener()
     os::PortAssociate(m_handle, m_listen, 0);
 }
 
+/// False with LastError set on failure.
+bool QZHttpServerEngine::BindListener()
+{
+    const Strictness& chosen = *Strictly();
+    if (!chosen.hasAddress) return os::SocketBind(m_listen, m_port, m_bindAddress);
+    if (!chosen.address.Six)
+    {
+        QZUInt32 address;
+        std::memcpy(&address, chosen.address.Bytes, sizeof(address));
+        return os::SocketBind(m_listen, m_port, address);
+    }
+    const QZInt64 socket = os::SocketOpenSix();
+    if (socket == 0) return false;
+    os::SocketClose(m_listen);
+    m_listen = socket;
+    if (!os::SocketKeepAlive(m_listen, kKeepAliveTime, kKeepAliveInterval)) return false;
+    os::PortAssociate(m_handle, m_listen, 0);
+    os::SocketAddress address = chosen.address;
+    // The bytes of a port in network order, as they lie in memory.
+    const unsigned char port[] = {static_cast<unsigned char>(m_port >> 8),
+                                  static_cast<unsigned char>(m_port & 0xFF)};
+    std::memcpy(&address.Port, port, sizeof(port));
+    return os::SocketBindSix(m_listen, address, chosen.both);
+}
+
 void QZHttpServerEngine::MakeScheduler()
 {
     m_scheduler = new QZTaskScheduler(m_report);
@@ -211,7 +243,8 @@ void QZHttpServerEngine::Start()
                 QZ_W("Start"))
             .Throw();
     }
-    if (!os::SocketBind(m_listen, m_port, m_bindAddress)) throw StartFailure(QZ_W("bind failed with error"));
+    Strictly()->on = Strict != 0;
+    if (!BindListener()) throw StartFailure(QZ_W("bind failed with error"));
     if (!os::SocketListen(m_listen, kBacklog)) throw StartFailure(QZ_W("listen failed with error"));
     QZUInt32 address = 0;
     if (m_port == 0) os::SocketLocalName(m_listen, &address, &m_port);
@@ -358,6 +391,7 @@ void QZHttpServerEngine::WakeStalled() { m_threadPool->WakeStalled(); }
 
 void QZHttpServerEngine::Report(QZException* exception)
 {
+    if (IsStrict() && ReportsAgain(exception)) return;
     if (m_report != nullptr) m_report->Report(exception);
 }
 
@@ -367,6 +401,22 @@ namespace
 void AddText(QZJsonObject* object, const QZWChar* name, QZString* text)
 {
     QZJsonAccess::SetAttr(object, name, QZJsonFactory::CreateString(text));
+}
+
+/// An IPv6 client has no address in the connection's own object.
+void AddAddress(QZJsonObject* object, QZHttpConnect* connect, bool strict)
+{
+    const http::StrictConnection* state = strict ? QZHttpConnectAccess::Strict(connect) : nullptr;
+    if (state != nullptr && state->peer.Six)
+    {
+        char text[64];
+        os::SocketAddressWrite(state->peer, text, sizeof(text));
+        QZString address(text);
+        return AddText(object, QZ_W("IP"), &address);
+    }
+    QZString* address = connect->GetIP()->ToString();
+    AddText(object, QZ_W("IP"), address);
+    QZIPAddress::Recycle(&address);
 }
 
 void AddTime(QZJsonObject* object, const QZWChar* name, QZInt64 timestamp)
@@ -389,9 +439,7 @@ QZJsonValueCollection* QZHttpServerEngine::GetConnectInfo()
     {
         QZHttpConnect* connect = m_connects->GetElement(i);
         QZJsonObject* object = QZJsonFactory::CreateObject();
-        QZString* address = connect->GetIP()->ToString();
-        AddText(object, QZ_W("IP"), address);
-        QZIPAddress::Recycle(&address);
+        AddAddress(object, connect, IsStrict());
         const QZHttpConnectAccess::Times times = QZHttpConnectAccess::TimesOf(connect);
         AddTime(object, QZ_W("TimeStart"), times.created);
         AddTime(object, QZ_W("LastUse"), times.lastUse);

@@ -98,6 +98,7 @@ void QZHttpServerEngine::ConnectClose(QZHttpConnect* connect)
 /// in LeaveAll.
 void QZHttpServerEngine::Leave(QZHttpConnect* connect)
 {
+    if (IsStrict()) Forget(connect);
     if (connect->IsUseComplete())
     {
         QZHttpFactory::Recycle(&connect);
@@ -115,6 +116,7 @@ void QZHttpServerEngine::LeaveAll()
 
 void QZHttpServerEngine::ConnectCloseFree()
 {
+    if (IsStrict()) return StrictCheck();
     try
     {
         LeaveAll();
@@ -149,6 +151,8 @@ void QZHttpServerEngine::ConnectCloseFree()
 
 void QZHttpServerEngine::ConnectCheck()
 {
+    // In strict mode each stage of a connection has a limit of its own.
+    if (IsStrict()) return;
     try
     {
         QZCollection silent;

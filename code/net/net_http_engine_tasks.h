@@ -6,6 +6,7 @@
 
 class QZCriticalSection;
 class QZData;
+class QZHttpConnect;
 class QZHttpServerEngine;
 class QZHttpServerTaskPool;
 
@@ -35,6 +36,9 @@ private:
     QZInt64 m_offset;
     QZUInt64 m_serial;
     QZUInt64 m_piece;
+    /// In strict mode the connection whose receive block holds the bytes, marked as in use; else null.
+    QZHttpConnect* m_connect;
+    QZUInt32 m_bytes;
 };
 
 /// The process tasks of an engine. Free tasks belong to the pool, the others to the caller of GetTask. Any

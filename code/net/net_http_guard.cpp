@@ -25,4 +25,11 @@ void RequireOneLine(const QZWChar* className, const QZWChar* method, Text text)
             className, method)
         .Throw();
 }
+
+void RequireOneLine(const QZWChar* className, const QZWChar* method, const char* text)
+{
+    if (!IsStrict()) return;
+    const text::Wide wide(text);
+    RequireOneLine(className, method, Text(wide.Get()));
+}
 }  // namespace http

@@ -293,9 +293,8 @@ void RequestReader::EndHead()
 /// The status with which the head is refused, or 0.
 int RequestReader::Judge()
 {
-    for (int (RequestReader::*rule)() :
-         {&RequestReader::JudgeTarget, &RequestReader::JudgeHost, &RequestReader::JudgeFraming,
-          &RequestReader::JudgeExpect})
+    for (int (RequestReader::*rule)() : {&RequestReader::JudgeTarget, &RequestReader::JudgeHost,
+                                         &RequestReader::JudgeFraming, &RequestReader::JudgeExpect})
         if (const int status = (this->*rule)(); status != 0) return status;
     bool close = false;
     bool keep = false;
@@ -415,7 +414,8 @@ void RequestReader::EndChunkSize(std::string_view line)
     while (digits < line.size() && net::IsHexDigit(static_cast<unsigned char>(line[digits]))) ++digits;
     const std::string_view rest = line.substr(digits);
     const std::string_view extensions = Stripped(rest);
-    if (digits == 0 || (!rest.empty() && (extensions.empty() || extensions[0] != ';'))) return Refuse(kBadRequest);
+    if (digits == 0 || (!rest.empty() && (extensions.empty() || extensions[0] != ';')))
+        return Refuse(kBadRequest);
     if (digits > kMostChunkDigits) return Refuse(kContentTooLarge);
     m_left = HexOf(line.substr(0, digits));
     m_line.clear();

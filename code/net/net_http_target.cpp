@@ -103,7 +103,8 @@ bool IsAbsolute(std::string_view text, Target* target)
 bool IsTokenCharacter(unsigned char byte)
 {
     return net::IsLetter(byte) || net::IsDigit(byte) ||
-           (byte != 0 && std::string_view("!#$%&'*+-.^_`|~").find(static_cast<char>(byte)) != std::string_view::npos);
+           (byte != 0 &&
+            std::string_view("!#$%&'*+-.^_`|~").find(static_cast<char>(byte)) != std::string_view::npos);
 }
 
 bool IsToken(std::string_view text)
@@ -117,7 +118,8 @@ bool IsWord(std::string_view text, std::string_view lower)
 {
     if (text.size() != lower.size()) return false;
     for (std::size_t i = 0; i < text.size(); ++i)
-        if (net::Lower(static_cast<unsigned char>(text[i])) != static_cast<unsigned char>(lower[i])) return false;
+        if (net::Lower(static_cast<unsigned char>(text[i])) != static_cast<unsigned char>(lower[i]))
+            return false;
     return true;
 }
 
@@ -196,7 +198,8 @@ bool IsAuthority(std::string_view text)
         const std::size_t end = text.find(']');
         if (end == std::string_view::npos || end < 3) return false;
         for (const char byte : text.substr(1, end - 1))
-            if (!net::IsHexDigit(static_cast<unsigned char>(byte)) && byte != ':' && byte != '.') return false;
+            if (!net::IsHexDigit(static_cast<unsigned char>(byte)) && byte != ':' && byte != '.')
+                return false;
         const std::string_view rest = text.substr(end + 1);
         return rest.empty() || (rest[0] == ':' && IsPort(rest.substr(1)));
     }
@@ -225,7 +228,8 @@ std::basic_string<QZWChar> WideOf(std::string_view bytes)
     const bool utf8 = IsUtf8(bytes);
     while (!bytes.empty())
     {
-        const Character character = utf8 ? FirstOf(bytes) : Character{static_cast<unsigned char>(bytes[0]), 1};
+        const Character character =
+            utf8 ? FirstOf(bytes) : Character{static_cast<unsigned char>(bytes[0]), 1};
         bytes.remove_prefix(character.length);
         if (character.number < 0x10000)
         {

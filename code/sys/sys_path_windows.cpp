@@ -21,7 +21,8 @@ bool RealPath(const QZWChar* path, std::basic_string<QZWChar>* real, bool* plain
              (state.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
     const DWORD size = GetFinalPathNameByHandleW(file, nullptr, 0, FILE_NAME_NORMALIZED);
     real->assign(size, 0);
-    const DWORD written = size > 0 ? GetFinalPathNameByHandleW(file, real->data(), size, FILE_NAME_NORMALIZED) : 0;
+    const DWORD written =
+        size > 0 ? GetFinalPathNameByHandleW(file, real->data(), size, FILE_NAME_NORMALIZED) : 0;
     real->resize(written);
     const DWORD error = GetLastError();
     CloseHandle(file);

@@ -20,6 +20,7 @@ bool SplitsMessage(Text text);
 /// nothing.
 /// @throws QZException InvalidArgument
 void RequireOneLine(const QZWChar* className, const QZWChar* method, Text text);
+void RequireOneLine(const QZWChar* className, const QZWChar* method, const char* text);
 }  // namespace http
 
 #endif

@@ -80,7 +80,10 @@ public:
     /// The body, without the framing of chunks.
     const std::string& BodyBytes() const { return m_body; }
     /// True when the client waits for the status 100 before it sends the body.
-    bool ExpectsContinue() const { return m_continue && m_stage == Stage::Body && m_body.empty() && !m_begun; }
+    bool ExpectsContinue() const
+    {
+        return m_continue && m_stage == Stage::Body && m_body.empty() && !m_begun;
+    }
     /// True when the client keeps the connection open after the response.
     bool KeepsAlive() const { return m_keepAlive; }
     /// The client's address in the PROXY line of the connection; empty without one.

@@ -1,12 +1,13 @@
 #ifndef QZLIB_SYS_SOCKET_H
 #define QZLIB_SYS_SOCKET_H
 
-/// Start of the socket layer, sockets, addresses of hosts, and sleeps in microseconds, which wait on a socket.
+/// Start of the socket layer, sockets, addresses of hosts, and sleeps in microseconds, which wait on a
+/// socket.
 ///
 /// A socket is the system's own handle, never 0. A number as address is an IPv4 address in network order, as
-/// it lies in memory. A function that returns bool returns false with LastError set on failure. LastError then is a
-/// number of Windows on both platforms (10054 for a connection that was reset); the gate of the test hooks
-/// sets one of these too.
+/// it lies in memory. A function that returns bool returns false with LastError set on failure. LastError
+/// then is a number of Windows on both platforms (10054 for a connection that was reset); the gate of the
+/// test hooks sets one of these too.
 
 #include "sys/sys_types.h"
 
