@@ -258,6 +258,9 @@ private:
     void Forget(QZHttpConnect* connect);
     void BeginReceiving(QZHttpConnect* connect, QZHttpConnectCollection* list);
     void StrictReceived(QZInt64 id, QZUInt32 bytes);
+    void StrictPeerClosed(QZInt64 id);
+    bool TakeDone(QZHttpConnect* connect);
+    void StrictContinue(QZHttpConnect* connect);
     void StrictServe(QZHttpConnect* connect, QZUInt32 bytes);
     void StrictCheck();
     void EndOverdue();

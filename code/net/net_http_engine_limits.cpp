@@ -268,9 +268,7 @@ void QZHttpServerEngine::StrictReceived(QZInt64 id, QZUInt32 bytes)
     {
         // The bytes are dropped. They are received all the same: a socket that is closed with bytes unread
         // takes the last response away from its client.
-        if (!Access::Receive(connect)) Broken(connect);
-        Recycle(&connect);
-        return;
+        return StrictContinue(connect);
     }
     if (AnswerInPlace) return StrictServe(connect, bytes);
     QZHttpServerProcessTask* task = nullptr;
@@ -290,13 +288,50 @@ void QZHttpServerEngine::StrictReceived(QZInt64 id, QZUInt32 bytes)
     m_threadPool->ExecOnceASync(task);
 }
 
+/// The client has ended its stream, and all its requests are answered, because the receive began after them.
+void QZHttpServerEngine::StrictPeerClosed(QZInt64 id)
+{
+    QZHttpConnect* connect;
+    {
+        QZCriticalGuard guard(m_connectLock);
+        connect = Access::Find(m_connects, id);
+        if (connect == nullptr) connect = Access::Find(m_closeWait, id);
+        if (connect == nullptr) return;
+        Broken(connect);
+        if (!TakeDone(connect)) return;
+    }
+    Access::CloseSocket(connect);
+    Leave(connect);
+}
+
+/// Takes a connection out of its list when its client has gone and nobody uses it. The caller holds the lock
+/// of the connections.
+bool QZHttpServerEngine::TakeDone(QZHttpConnect* connect)
+{
+    return Access::IsPeerClosed(connect) && connect->IsUseComplete() != 0 &&
+           Access::TakeOut(m_closeWait, connect);
+}
+
 /// Processes the bytes in the receive block of a connection, starts its next receive, and ends the use of the
 /// connection that the caller began.
 void QZHttpServerEngine::StrictServe(QZHttpConnect* connect, QZUInt32 bytes)
 {
     StrictExchange(this, connect).Run(Access::ReceivedBytes(connect), bytes);
+    StrictContinue(connect);
+}
+
+/// Starts the next receive and ends the use of the connection.
+void QZHttpServerEngine::StrictContinue(QZHttpConnect* connect)
+{
     if (!Access::Receive(connect)) Broken(connect);
-    Recycle(&connect);
+    {
+        // Under the lock nobody else can close the connection and give it to another client.
+        QZCriticalGuard guard(m_connectLock);
+        connect->UseComplete();
+        if (!TakeDone(connect)) return;
+    }
+    Access::CloseSocket(connect);
+    Leave(connect);
 }
 
 // ---- Housekeeping

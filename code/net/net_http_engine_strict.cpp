@@ -266,8 +266,6 @@ QZHttpResponse* QZHttpServerEngine::StrictExchange::AnswerWithoutPage()
     const bool served = Lists(methods, m_reader.Method()) && m_reader.RequestTarget().form != Form::Authority;
     if (!served)
     {
-        // After CONNECT the client would speak to somebody else.
-        if (m_reader.RequestTarget().form == Form::Authority) m_keepAlive = false;
         return QZHttpServer::PageOf(Lists(kKnown, m_reader.Method()) ? kMethodNotAllowed : kNotImplemented,
                                     name);
     }

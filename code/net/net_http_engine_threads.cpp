@@ -281,6 +281,7 @@ void QZHttpServerEngine::Broken(QZHttpConnect* connect)
 
 void QZHttpServerEngine::PeerClosed(QZInt64 id)
 {
+    if (IsStrict()) return StrictPeerClosed(id);
     QZCriticalGuard guard(m_connectLock);
     if (QZHttpConnect* connect = Access::Find(m_connects, id))
         Broken(connect);

@@ -305,7 +305,8 @@ int RequestReader::Judge()
         close = close || HasMember(field.value, "close");
         keep = keep || HasMember(field.value, "keep-alive");
     }
-    m_keepAlive = !close && (m_minor == 1 || keep);
+    // After CONNECT the client would speak to somebody else.
+    m_keepAlive = m_target.form != Target::Form::Authority && !close && (m_minor == 1 || keep);
     return 0;
 }
 
