@@ -133,10 +133,14 @@ Server::Server(Monitor* monitor, QZErrorReport* report, const std::string& bind,
 {
     constexpr QZInt32 kMostClients = 200;
     constexpr QZInt64 kMostHead = 16384;
+    constexpr QZInt64 kMostBody = 1048576;
     QZString address = Text(bind);
     m_bindAddress = QZIPAddress(&address).GetValue();
     m_maxClient = kMostClients;
     m_headLimit = kMostHead;
+    Strict = 1;
+    GetLimits()->body = kMostBody;
+    GetLimits()->methods = "GET, HEAD, POST";
     GetServerName()->Set("qzmon");
 }
 
@@ -174,12 +178,13 @@ QZHttpResponse* Server::CreatePage(QZHttpRequest* request)
     else
         response->SetStatus(answer.status);
     response->SetContent(answer.body.data(), static_cast<QZInt64>(answer.body.size()));
-    QZString lines = Text("Content-Type: " + answer.type +
-                          "\nCache-Control: no-store\nX-Content-Type-Options: nosniff\nX-Frame-Options: DENY"
-                          "\nReferrer-Policy: no-referrer\nContent-Security-Policy: default-src 'none'; "
-                          "script-src 'self'; style-src 'self'; img-src 'self' blob:; connect-src 'self'; "
-                          "form-action 'self'; base-uri 'none'; frame-ancestors 'none'" +
-                          answer.headers);
+    QZString lines =
+        Text("Content-Type: " + answer.type +
+             "\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\nX-Frame-Options: DENY"
+             "\r\nReferrer-Policy: no-referrer\r\nContent-Security-Policy: default-src 'none'; "
+             "script-src 'self'; style-src 'self'; img-src 'self' blob:; connect-src 'self'; "
+             "form-action 'self'; base-uri 'none'; frame-ancestors 'none'" +
+             answer.headers);
     QZHttpHeaderCollection* headers = QZHttpFactory::CreateHeaderCollection(&lines);
     response->SetHeader(headers);
     QZHttpFactory::Recycle(&headers);
@@ -254,13 +259,26 @@ bool Server::IsAllowed(QZHttpRequest* request, Answer* answer)
         // Moves the token from the address into a cookie.
         answer->status = 302;
         answer->headers =
-            "\nLocation: /\nSet-Cookie: qzmon-token=" + m_token + "; Path=/; HttpOnly; SameSite=Strict";
+            "\r\nLocation: /\r\nSet-Cookie: qzmon-token=" + m_token + "; Path=/; HttpOnly; SameSite=Strict";
         return false;
     }
     *answer = ErrorAnswer(
         request, 401,
         fields["token"].empty() ? "It was printed when the monitor was started." : "That is not the token.");
     return false;
+}
+
+/// The methods that the table has for a path, HEAD wherever there is GET.
+std::string Server::AllowedAt(const std::string& path)
+{
+    std::string methods;
+    for (const Route& route : kRoutes)
+    {
+        if (path != route.path) continue;
+        methods += (methods.empty() ? "" : ", ") + std::string(route.method);
+        if (methods == "GET") methods += ", HEAD";
+    }
+    return methods;
 }
 
 Server::Answer Server::Dispatch(QZHttpRequest* request)
@@ -279,7 +297,9 @@ Server::Answer Server::Dispatch(QZHttpRequest* request)
         return (this->*route.handler)(fields);
     }
     if (!known) throw Failure{404, "Nothing is served at " + path + "."};
-    throw Failure{405, method + " " + path + " does nothing."};
+    Answer answer = ErrorAnswer(request, 405, method + " " + path + " does nothing.");
+    answer.headers = "\r\nAllow: " + AllowedAt(path);
+    return answer;
 }
 
 }  // namespace qzmon

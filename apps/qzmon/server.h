@@ -48,6 +48,7 @@ private:
 
     Answer Serve(QZHttpRequest* request);
     Answer Dispatch(QZHttpRequest* request);
+    static std::string AllowedAt(const std::string& path);
     bool IsAllowed(QZHttpRequest* request, Answer* answer);
     bool HasToken(QZHttpRequest* request);
     static Answer ErrorAnswer(QZHttpRequest* request, int status, const std::string& text);

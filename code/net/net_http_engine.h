@@ -85,7 +85,7 @@ public:
     /// 1: requests are read by the rules of RFC 9112 and within the limits of GetLimits, and messages and
     /// pages follow stricter rules; docs/http-server.md lists them. New servers should set it. The initial
     /// value is 0: the server behaves as earlier versions did. Applies to all engines and messages of the
-    /// process; set it before the first engine is constructed.
+    /// process; set it before Start.
     static QZByte Strict;
 
     /// QZHttpServerEfficiencyNormal.

@@ -34,6 +34,7 @@ constexpr const QZWChar* kConnection = QZ_W("Connection");
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
 constexpr int kRequestTimeout = 408;
+constexpr int kForbidden = 403;
 constexpr int kMethodNotAllowed = 405;
 constexpr int kNotImplemented = 501;
 // Milliseconds for which the farewell of an overdue client may block.
@@ -269,6 +270,7 @@ QZHttpResponse* QZHttpServerEngine::StrictExchange::AnswerWithoutPage()
         return QZHttpServer::PageOf(Lists(kKnown, m_reader.Method()) ? kMethodNotAllowed : kNotImplemented,
                                     name);
     }
+    if (m_reader.IsForbidden()) return QZHttpServer::PageOf(kForbidden, name);
     if (m_reader.RequestTarget().form != Form::Asterisk) return nullptr;
     QZHttpResponse* response = QZHttpFactory::CreateResponse();
     response->SetStatus(204);

@@ -91,6 +91,7 @@ void RequestReader::Clear()
     m_method = m_targetText = {};
     m_target = {};
     m_path.clear();
+    m_verdict = PathVerdict::Good;
     m_minor = 1;
     m_fields.clear();
     m_chunked = m_hasLength = m_continue = m_begun = false;
@@ -315,9 +316,9 @@ int RequestReader::JudgeTarget()
     if (!ReadTarget(Method(), TargetText(), &m_target)) return kBadRequest;
     if (m_target.form == Target::Form::Asterisk)
         m_path = "*";
-    else if (m_target.form != Target::Form::Authority && !DecodePath(m_target.path, &m_path))
-        return kBadRequest;
-    return 0;
+    else if (m_target.form != Target::Form::Authority)
+        m_verdict = DecodePath(m_target.path, &m_path);
+    return m_verdict == PathVerdict::Malformed ? kBadRequest : 0;
 }
 
 int RequestReader::JudgeHost()

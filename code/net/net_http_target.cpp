@@ -167,9 +167,11 @@ bool ReadTarget(std::string_view method, std::string_view text, Target* target)
     return true;
 }
 
-bool DecodePath(std::string_view path, std::string* decoded)
+PathVerdict DecodePath(std::string_view path, std::string* decoded)
 {
     decoded->clear();
+    std::string text;
+    bool forbidden = false;
     for (std::size_t i = 0; i < path.size(); ++i)
     {
         auto byte = static_cast<unsigned char>(path[i]);
@@ -178,16 +180,20 @@ bool DecodePath(std::string_view path, std::string* decoded)
         {
             if (path.size() - i < 3 || !net::IsHexDigit(static_cast<unsigned char>(path[i + 1])) ||
                 !net::IsHexDigit(static_cast<unsigned char>(path[i + 2])))
-                return false;
+                return PathVerdict::Malformed;
             byte = static_cast<unsigned char>(DigitOf(static_cast<unsigned char>(path[i + 1])) << 4 |
                                               DigitOf(static_cast<unsigned char>(path[i + 2])));
             i += 2;
         }
-        if (byte < ' ' || byte == 0x7F || byte == '\\' || (escaped && byte == '/')) return false;
-        if (byte == '/' && !decoded->empty() && decoded->back() == '/') continue;
-        decoded->push_back(static_cast<char>(byte));
+        if (byte < ' ' || byte == 0x7F) return PathVerdict::Malformed;
+        forbidden = forbidden || byte == '\\' || (escaped && byte == '/');
+        if (byte == '/' && !text.empty() && text.back() == '/') continue;
+        text.push_back(static_cast<char>(byte));
     }
-    return IsUtf8(*decoded) && !HasDots(*decoded);
+    if (!IsUtf8(text)) return PathVerdict::Malformed;
+    if (forbidden || HasDots(text)) return PathVerdict::Forbidden;
+    *decoded = std::move(text);
+    return PathVerdict::Good;
 }
 
 bool IsAuthority(std::string_view text)

@@ -69,8 +69,10 @@ public:
     std::string_view Method() const { return Part(m_method); }
     std::string_view TargetText() const { return Part(m_targetText); }
     const Target& RequestTarget() const { return m_target; }
-    /// The path in UTF-8; "*" for the asterisk form and empty for the authority form.
+    /// The path in UTF-8; "*" for the asterisk form, and empty for the authority form and a forbidden path.
     const std::string& Path() const { return m_path; }
+    /// True for a request that is whole but asks for a path that no page may see.
+    bool IsForbidden() const { return m_verdict == PathVerdict::Forbidden; }
     /// 1 for HTTP/1.1, 0 for HTTP/1.0.
     int MinorVersion() const { return m_minor; }
     std::size_t FieldCount() const { return m_fields.size(); }
@@ -152,6 +154,7 @@ private:
     Span m_targetText;
     Target m_target;
     std::string m_path;
+    PathVerdict m_verdict = PathVerdict::Good;
     int m_minor = 1;
     std::vector<std::pair<Span, Span>> m_fields;
     bool m_chunked = false;

@@ -33,10 +33,20 @@ struct Target
 /// authority alone to CONNECT. False when the target is not allowed.
 bool ReadTarget(std::string_view method, std::string_view text, Target* target);
 
-/// Decodes a path into UTF-8 and joins repeated slashes. False for a path that is refused: an escape without
-/// two hexadecimal digits; an escaped slash; a backslash or a control character, NUL among them, escaped or
-/// not; bytes that are not UTF-8; a segment of dots and blanks only.
-bool DecodePath(std::string_view path, std::string* decoded);
+/// What DecodePath found.
+enum class PathVerdict
+{
+    Good,
+    /// No path: an escape without two hexadecimal digits; a control character, NUL among them, escaped or
+    /// not; bytes that are not UTF-8.
+    Malformed,
+    /// A path that could lead somewhere else than it seems: an escaped slash; a backslash, escaped or not; a
+    /// segment of dots and blanks only.
+    Forbidden,
+};
+
+/// Decodes a path into UTF-8 and joins repeated slashes. *decoded is empty unless the path is good.
+PathVerdict DecodePath(std::string_view path, std::string* decoded);
 
 /// True for "host", "host:port" and "[::1]:port" with the characters that a host may have.
 bool IsAuthority(std::string_view text);
