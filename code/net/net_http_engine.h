@@ -23,6 +23,12 @@ class QZTaskScheduler;
 class QZThreadPool;
 struct QZHttpServerLimits;
 
+namespace http
+{
+class StrictExchange;
+class StrictServer;
+}  // namespace http
+
 /// The states of an engine. It passes through them once, in this order.
 class QZ_API QZHttpServerEngineStatus
 {
@@ -206,9 +212,9 @@ protected:
 private:
     friend class QZHttpServerProcessTask;
     friend class QZTaskConnectClose;
+    friend class http::StrictServer;
+    friend class http::StrictExchange;
     class Exchange;
-    class Strictness;
-    class StrictExchange;
 
     /// Where a piece comes from: the serial of its client (0 for any client with the id), the number of the
     /// piece, and the connection when the caller has it in use.
@@ -246,28 +252,6 @@ private:
     void PeerClosed(QZInt64 id);
     void Broken(QZHttpConnect* connect);
 
-    Strictness* Strictly() const;
-    bool IsStrict() const;
-    bool BindListener();
-    void StrictAccept();
-    void StrictWelcome(QZHttpConnect* connect);
-    void StrictTurnAway(QZHttpConnect* connect);
-    QZHttpConnect* MakeStrictConnect(QZInt64 id, const void* peer);
-    bool HasRoomFor(const void* peer);
-    void Remember(QZHttpConnect* connect);
-    void Forget(QZHttpConnect* connect);
-    void BeginReceiving(QZHttpConnect* connect, QZHttpConnectCollection* list);
-    void StrictReceived(QZInt64 id, QZUInt32 bytes);
-    void StrictPeerClosed(QZInt64 id);
-    bool TakeDone(QZHttpConnect* connect);
-    void StrictContinue(QZHttpConnect* connect);
-    void StrictServe(QZHttpConnect* connect, QZUInt32 bytes);
-    void StrictCheck();
-    void EndOverdue();
-    void CloseEnded();
-    bool ReportsAgain(QZException* exception);
-    void ReportRepeats(bool now);
-
     void Process(QZInt64 id, const Origin& origin, const void* data, QZInt64 offset, QZInt64 size);
     void ProcessPiece(QZInt64 id, const Origin& origin, const void* data, QZInt64 offset, QZInt64 size);
     QZString* RecordPath(QZHttpConnect* connect);
@@ -300,7 +284,7 @@ private:
     /// Held while a connection enters, leaves or changes one of the two collections.
     QZCriticalSection* m_connectLock;
     QZHttpConnectCollection* m_closeWait;
-    /// Holds what only strict mode needs.
+    /// What only strict mode needs: an http::StrictServer.
     QZHttpServer* m_server;
     /// Closed connections that are still in use.
     QZList<QZHttpConnect>* m_leaving;

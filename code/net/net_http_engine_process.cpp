@@ -12,9 +12,9 @@
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
-#include "net/internal/net_http_engine_strictness.h"
 #include "net/internal/net_http_fields.h"
 #include "net/internal/net_http_sending.h"
+#include "net/internal/net_http_strict_server.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
@@ -40,6 +40,7 @@ constexpr const QZWChar* kRecordFolder = QZ_W("LastRecord");
 constexpr QZInt64 kGatherFrom = 4096;
 
 using http::Now;
+using http::StrictServer;
 
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
@@ -310,9 +311,9 @@ void QZHttpServerEngine::ProcessPiece(QZInt64 id, const Origin& origin, const vo
         if (m_report != nullptr) m_report->Report(&text);
         return;
     }
-    if (IsStrict())
+    if (StrictServer::Of(this).on)
     {
-        StrictExchange(this, connect).Run(data, size);
+        http::StrictExchange(this, connect).Run(data, size);
         Recycle(&connect);
         return;
     }
@@ -340,7 +341,7 @@ void QZHttpServerProcessTask::Execute()
     origin.serial = m_serial;
     origin.piece = m_piece;
     if (m_connect != nullptr)
-        m_engine->StrictServe(m_connect, m_bytes);
+        http::StrictServer::Of(m_engine).Serve(m_connect, m_bytes);
     else
         m_engine->ProcessPiece(m_clientId, origin, m_data->GetPointer(), m_offset, m_data->GetSize());
     QZHttpServerProcessTask* self = this;
@@ -353,7 +354,7 @@ void QZHttpServerEngine::SendResponse(long long id, QZHttpResponse* response)
 {
     http::RemoveHeader(response->GetHeaders(), QZHttpConstant::HeaderNameTransferEncodingString);
     QZScopedData bytes(response->ToData());
-    if (IsStrict()) CutToHead(response, bytes.Get());
+    if (StrictServer::Of(this).on) CutToHead(response, bytes.Get());
     // The system gathers the pieces of a response, so that the client does not wake up for each of them.
     const bool manyPieces = bytes->GetSize() > kGatherFrom;
     if (manyPieces) os::SocketGather(id, true);
@@ -363,7 +364,7 @@ void QZHttpServerEngine::SendResponse(long long id, QZHttpResponse* response)
 
 unsigned char QZHttpServerEngine::IsKeepAlive(QZHttpRequest* request)
 {
-    if (IsStrict()) return ClosesStrictly(request) ? 0 : 1;
+    if (StrictServer::Of(this).on) return ClosesStrictly(request) ? 0 : 1;
     QZHttpHeader* header = http::FindHeader(request->GetHeaders(), kConnection);
     return header == nullptr || !header->GetValue()->Equals(QZ_W("close"), 1);
 }

@@ -10,6 +10,11 @@ class QZHttpConnect;
 class QZHttpServerEngine;
 class QZHttpServerTaskPool;
 
+namespace http
+{
+class StrictServer;
+}
+
 /// One piece of received bytes that a worker will process. After it has run, it puts itself back into its
 /// pool.
 class QZ_API QZHttpServerProcessTask : public QZTask
@@ -28,6 +33,7 @@ public:
 
 private:
     friend class QZHttpServerEngine;
+    friend class http::StrictServer;
 
     QZHttpServerTaskPool* m_pool;
     QZData* m_data;

@@ -8,7 +8,7 @@
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
-#include "net/internal/net_http_engine_strictness.h"
+#include "net/internal/net_http_strict_server.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
 #include "os/os_thread.h"
@@ -21,6 +21,7 @@ namespace
 {
 
 using Access = QZHttpConnectAccess;
+using http::StrictServer;
 using Status = QZHttpServerEngineStatus;
 using ThreadStatus = QZHttpServerEngineThreadStatus;
 
@@ -68,7 +69,7 @@ void QZHttpServerEngine::AcceptLoop()
             Report(e);
             QZExceptionFactory::Recycle(&e);
             // Without descriptors the next try would fail at once.
-            QZThread::Sleep(IsStrict() ? kRest : 1);
+            QZThread::Sleep(StrictServer::Of(this).on ? kRest : 1);
         }
     }
     QZCriticalGuard guard(m_statusLock);
@@ -78,7 +79,9 @@ void QZHttpServerEngine::AcceptLoop()
 void QZHttpServerEngine::WaitForRoom()
 {
     if (m_maxClient == MaxClientDefault) return;
-    const auto open = [this] { return m_connects->Count() + (IsStrict() ? m_closeWait->Count() : 0); };
+    const auto open = [this] {
+        return m_connects->Count() + (StrictServer::Of(this).on ? m_closeWait->Count() : 0);
+    };
     while (open() >= m_maxClient && !QZThread::IsThreadsAbort() && IsWorking()) QZThread::Sleep(10);
 }
 
@@ -86,12 +89,12 @@ void QZHttpServerEngine::Accept()
 {
     WaitForRoom();
     if (!IsWorking()) return;
-    if (IsStrict()) return StrictAccept();
+    if (StrictServer::Of(this).on) return StrictServer::Of(this).Accept();
     QZUInt32 address = 0;
     QZUInt16 port = 0;
     // Only a listener of ListenOn has clients of both families.
     os::SocketAddress peer = {};
-    const bool any = Strictly()->hasAddress;
+    const bool any = StrictServer::Of(this).hasAddress;
     const QZInt64 socket =
         any ? os::SocketAcceptAny(m_listen, &peer) : os::SocketAccept(m_listen, &address, &port);
     if (any && !peer.Six)
@@ -231,7 +234,7 @@ void QZHttpServerEngine::Completed(QZInt64 id, QZUInt32 bytes, bool succeeded)
 
 void QZHttpServerEngine::Received(QZInt64 id, QZUInt32 bytes)
 {
-    if (IsStrict()) return StrictReceived(id, bytes);
+    if (StrictServer::Of(this).on) return StrictServer::Of(this).Received(id, bytes);
     QZHttpConnect* connect = GetConnectByID(id);
     if (connect == nullptr) return;
     Access::Piece piece;
@@ -281,7 +284,7 @@ void QZHttpServerEngine::Broken(QZHttpConnect* connect)
 
 void QZHttpServerEngine::PeerClosed(QZInt64 id)
 {
-    if (IsStrict()) return StrictPeerClosed(id);
+    if (StrictServer::Of(this).on) return StrictServer::Of(this).PeerClosed(id);
     QZCriticalGuard guard(m_connectLock);
     if (QZHttpConnect* connect = Access::Find(m_connects, id))
         Broken(connect);

@@ -1,5 +1,7 @@
 // The path of the requests of one connection through an engine in strict mode.
 
+#include "net/internal/net_http_strict_server.h"
+
 #include <new>
 
 #include "fw/fw_data.h"
@@ -9,7 +11,6 @@
 #include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
-#include "net/internal/net_http_engine_strictness.h"
 #include "net/internal/net_http_fields.h"
 #include "net/internal/net_http_guard.h"
 #include "net/internal/net_http_sending.h"
@@ -94,7 +95,7 @@ bool AsksForClose(QZHttpResponse* response)
 
 }  // namespace
 
-QZHttpServerEngine::StrictExchange::StrictExchange(QZHttpServerEngine* engine, QZHttpConnect* connect)
+http::StrictExchange::StrictExchange(QZHttpServerEngine* engine, QZHttpConnect* connect)
     : m_engine(engine),
       m_connect(connect),
       m_id(connect->GetClientID()),
@@ -103,7 +104,7 @@ QZHttpServerEngine::StrictExchange::StrictExchange(QZHttpServerEngine* engine, Q
       m_request(Access::Request(connect))
 {}
 
-void QZHttpServerEngine::StrictExchange::Run(const void* bytes, QZInt64 size)
+void http::StrictExchange::Run(const void* bytes, QZInt64 size)
 {
     const std::lock_guard<std::recursive_mutex> turn(m_state.turn);
     {
@@ -121,12 +122,12 @@ void QZHttpServerEngine::StrictExchange::Run(const void* bytes, QZInt64 size)
     if (m_state.At() == Stage::Ended) m_engine->ConnectClose(m_connect);
 }
 
-bool QZHttpServerEngine::StrictExchange::MayGoOn() const
+bool http::StrictExchange::MayGoOn() const
 {
     return m_state.At() != Stage::Ended && !Access::IsClosing(m_connect) && m_engine->IsWorking();
 }
 
-void QZHttpServerEngine::StrictExchange::Loop(const char* bytes, std::size_t size)
+void http::StrictExchange::Loop(const char* bytes, std::size_t size)
 {
     while (size > 0 && MayGoOn())
     {
@@ -153,7 +154,7 @@ void QZHttpServerEngine::StrictExchange::Loop(const char* bytes, std::size_t siz
 }
 
 /// Notes when the parts of the request arrived.
-void QZHttpServerEngine::StrictExchange::NoteProgress(bool newRequest)
+void http::StrictExchange::NoteProgress(bool newRequest)
 {
     const QZInt64 begin = newRequest ? Now() : Access::TimesOf(m_connect).receiveBegin;
     const bool inHead = m_reader.At() == ReadStage::Head;
@@ -162,7 +163,7 @@ void QZHttpServerEngine::StrictExchange::NoteProgress(bool newRequest)
 }
 
 /// Tells the client to send its body. Only once for a request: the body follows.
-void QZHttpServerEngine::StrictExchange::SayContinue()
+void http::StrictExchange::SayContinue()
 {
     try
     {
@@ -177,7 +178,7 @@ void QZHttpServerEngine::StrictExchange::SayContinue()
 
 // ---- One request
 
-void QZHttpServerEngine::StrictExchange::Answer()
+void http::StrictExchange::Answer()
 {
     m_state.Enter(Stage::Page);
     m_begin = Now();
@@ -207,7 +208,7 @@ void QZHttpServerEngine::StrictExchange::Answer()
 }
 
 /// Makes the request object from what was read.
-void QZHttpServerEngine::StrictExchange::Fill()
+void http::StrictExchange::Fill()
 {
     const http::Target& target = m_reader.RequestTarget();
     const auto method = http::WideOf(m_reader.Method());
@@ -249,7 +250,7 @@ void QZHttpServerEngine::StrictExchange::Fill()
     stamps.ready = stamps.end = m_begin;
 }
 
-QZHttpResponse* QZHttpServerEngine::StrictExchange::Respond()
+QZHttpResponse* http::StrictExchange::Respond()
 {
     QZHttpResponse* response = AnswerWithoutPage();
     if (response != nullptr) return response;
@@ -258,11 +259,11 @@ QZHttpResponse* QZHttpServerEngine::StrictExchange::Respond()
 }
 
 /// The response to a request that no page is made for; null for the other requests.
-QZHttpResponse* QZHttpServerEngine::StrictExchange::AnswerWithoutPage()
+QZHttpResponse* http::StrictExchange::AnswerWithoutPage()
 {
     // The methods of RFC 9110 and of RFC 5789.
     constexpr std::string_view kKnown = "GET, HEAD, POST, PUT, DELETE, CONNECT, OPTIONS, TRACE, PATCH";
-    const char* methods = m_engine->Strictly()->limits.methods;
+    const char* methods = http::StrictServer::Of(m_engine).limits.methods;
     const QZWChar* name = m_engine->GetServerName()->GetPointer();
     const bool served = Lists(methods, m_reader.Method()) && m_reader.RequestTarget().form != Form::Authority;
     if (!served)
@@ -278,7 +279,7 @@ QZHttpResponse* QZHttpServerEngine::StrictExchange::AnswerWithoutPage()
     return response;
 }
 
-QZHttpResponse* QZHttpServerEngine::StrictExchange::MakePage()
+QZHttpResponse* http::StrictExchange::MakePage()
 {
     if (m_engine->m_lastRecord != 0) WriteRecord();
     QZHttpResponse* response = m_engine->CreatePage(m_request);
@@ -298,7 +299,7 @@ QZHttpResponse* QZHttpServerEngine::StrictExchange::MakePage()
 }
 
 /// The connection stays open: a page that throws does not close the connection of its client.
-QZHttpResponse* QZHttpServerEngine::StrictExchange::MakeFailurePage(QZException* exception)
+QZHttpResponse* http::StrictExchange::MakeFailurePage(QZException* exception)
 {
     QZHttpResponse* response =
         QZHttpServer::Page500(m_engine->GetServerName()->GetPointer(), exception->GetMsg());
@@ -308,12 +309,12 @@ QZHttpResponse* QZHttpServerEngine::StrictExchange::MakeFailurePage(QZException*
 }
 
 /// Adds the headers that the engine is responsible for.
-void QZHttpServerEngine::StrictExchange::Complete(QZHttpResponse* response)
+void http::StrictExchange::Complete(QZHttpResponse* response)
 {
     QZHttpHeaderCollection* headers = response->GetHeaders();
     if (response->GetStatus()->StartsWith(QZ_W("405")) && !http::HasHeader(headers, QZ_W("Allow")))
         http::SetHeaderValue(headers, QZ_W("Allow"),
-                             TextOf(http::WideOf(m_engine->Strictly()->limits.methods)));
+                             TextOf(http::WideOf(http::StrictServer::Of(m_engine).limits.methods)));
     m_keepAlive = m_keepAlive && !AsksForClose(response);
     Access::SetKeepAlive(m_connect, m_keepAlive);
     http::SetHeaderValue(headers, kConnection, m_keepAlive ? QZ_W("keep-alive") : QZ_W("close"));
@@ -321,7 +322,7 @@ void QZHttpServerEngine::StrictExchange::Complete(QZHttpResponse* response)
 
 /// Answers a request that breaks a rule, and ends the connection: nobody knows where the next request would
 /// begin.
-void QZHttpServerEngine::StrictExchange::Refuse(int status)
+void http::StrictExchange::Refuse(int status)
 {
     Access::SetKeepAlive(m_connect, false);
     m_begin = Now();
@@ -333,7 +334,7 @@ void QZHttpServerEngine::StrictExchange::Refuse(int status)
     End();
 }
 
-void QZHttpServerEngine::StrictExchange::TimeOut()
+void http::StrictExchange::TimeOut()
 {
     QZCriticalGuard hold(Access::SendLock(m_connect));
     if (!MayGoOn()) return;
@@ -341,7 +342,7 @@ void QZHttpServerEngine::StrictExchange::TimeOut()
     Refuse(kRequestTimeout);
 }
 
-void QZHttpServerEngine::StrictExchange::Send(QZHttpResponse* response)
+void http::StrictExchange::Send(QZHttpResponse* response)
 {
     m_state.Enter(Stage::Sending);
     QZHttpStamps& stamps = http::StampsOf(response);
@@ -363,7 +364,7 @@ void QZHttpServerEngine::StrictExchange::Send(QZHttpResponse* response)
     stamps.end = Now();
 }
 
-void QZHttpServerEngine::StrictExchange::Record(QZHttpRequest* request, QZHttpResponse* response)
+void http::StrictExchange::Record(QZHttpRequest* request, QZHttpResponse* response)
 {
     try
     {
@@ -378,7 +379,7 @@ void QZHttpServerEngine::StrictExchange::Record(QZHttpRequest* request, QZHttpRe
 }
 
 /// Writes the bytes of the request to its record file. A failure is reported and the request continues.
-void QZHttpServerEngine::StrictExchange::WriteRecord()
+void http::StrictExchange::WriteRecord()
 {
     try
     {
@@ -397,4 +398,4 @@ void QZHttpServerEngine::StrictExchange::WriteRecord()
     }
 }
 
-void QZHttpServerEngine::StrictExchange::End() { m_state.Enter(Stage::Ended); }
+void http::StrictExchange::End() { m_state.Enter(Stage::Ended); }

@@ -1,4 +1,4 @@
-// The part of an engine in strict mode that accepts clients within the limits and ends connections.
+#include "net/internal/net_http_strict_server.h"
 
 #include <cstring>
 #include <mutex>
@@ -12,7 +12,6 @@
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
-#include "net/internal/net_http_engine_strictness.h"
 #include "net/internal/net_http_fields.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
@@ -62,93 +61,97 @@ bool IsOverdue(const http::StrictConnection& state, const QZHttpServerLimits& li
     return time > 0 && state.Age() > time;
 }
 
+/// What counts as one address: an IPv4 address, or an IPv6 network with a prefix of 64 bits.
+std::string KeyOf(const os::SocketAddress& peer)
+{
+    constexpr std::size_t kFour = 4;
+    constexpr std::size_t kNetwork = 8;
+    return {reinterpret_cast<const char*>(peer.Bytes), peer.Six ? kNetwork : kFour};
+}
+
 }  // namespace
 
-QZHttpServerEngine::Strictness* QZHttpServerEngine::Strictly() const
+namespace http
 {
-    return static_cast<Strictness*>(m_server);
-}
 
-bool QZHttpServerEngine::IsStrict() const { return Strictly()->on; }
+// ---- Listening
 
-QZHttpServerLimits* QZHttpServerEngine::GetLimits() { return &Strictly()->limits; }
-
-QZBool QZHttpServerEngine::ListenOn(const char* address, QZBool both)
+bool StrictServer::Bind()
 {
-    os::SocketAddress read;
-    if (address == nullptr || !os::SocketAddressRead(address, &read)) return 0;
-    Strictly()->address = read;
-    Strictly()->hasAddress = true;
-    Strictly()->both = both != 0;
-    return 1;
-}
-
-QZBool QZHttpServerEngine::GetClientAddress(QZHttpRequest* request, QZString* text)
-{
-    os::SocketAddress peer = {};
+    if (!hasAddress) return os::SocketBind(m_engine->m_listen, m_engine->m_port, m_engine->m_bindAddress);
+    if (!address.Six)
     {
-        QZCriticalGuard guard(m_connectLock);
-        QZHttpConnect* connect = Access::Find(m_connects, request->GetHandle());
-        if (connect == nullptr) connect = Access::Find(m_closeWait, request->GetHandle());
-        if (connect == nullptr) return 0;
-        const QZUInt32 value = connect->GetIP()->GetValue();
-        std::memcpy(peer.Bytes, &value, sizeof(value));
-        if (IsStrict()) peer = Access::Strict(connect)->peer;
+        QZUInt32 four;
+        std::memcpy(&four, address.Bytes, sizeof(four));
+        return os::SocketBind(m_engine->m_listen, m_engine->m_port, four);
     }
-    char characters[64];
-    os::SocketAddressWrite(peer, characters, sizeof(characters));
-    text->Set(characters);
-    return 1;
+    const QZInt64 socket = os::SocketOpenSix();
+    if (socket == 0) return false;
+    os::SocketClose(m_engine->m_listen);
+    m_engine->m_listen = socket;
+    if (!os::SocketKeepAlive(m_engine->m_listen, kKeepAliveTime, kKeepAliveInterval)) return false;
+    os::PortAssociate(m_engine->m_handle, m_engine->m_listen, 0);
+    os::SocketAddress bound = address;
+    // The bytes of a port in network order, as they lie in memory.
+    const unsigned char port[] = {static_cast<unsigned char>(m_engine->m_port >> 8),
+                                  static_cast<unsigned char>(m_engine->m_port & 0xFF)};
+    std::memcpy(&bound.Port, port, sizeof(port));
+    return os::SocketBindSix(m_engine->m_listen, bound, both);
 }
 
 // ---- Accepting
 
-void QZHttpServerEngine::StrictAccept()
+void StrictServer::Accept()
 {
     os::SocketAddress peer = {};
-    const QZInt64 socket = os::SocketAcceptAny(m_listen, &peer);
+    const QZInt64 socket = os::SocketAcceptAny(m_engine->m_listen, &peer);
     if (socket == 0)
     {
-        if (!IsWorking()) return;
+        if (!m_engine->IsWorking()) return;
         throw SystemFailure(QZ_W("QZHttpServerEngine accept failed"));
     }
-    if (!IsWorking())
+    if (!m_engine->IsWorking())
     {
         os::SocketClose(socket);
         return;
     }
-    DropNamesakes(socket);
-    const bool room = HasRoomFor(&peer);
-    if (!room && Strictly()->refused >= kMostTurnedAway)
+    m_engine->DropNamesakes(socket);
+    const bool room = HasRoomFor(peer);
+    if (!room && !MayTurnAway())
     {
         os::SocketClose(socket);
         return;
     }
     os::SocketNoDelay(socket);
-    QZHttpConnect* connect = MakeStrictConnect(socket, &peer);
+    QZHttpConnect* connect = MakeConnect(socket, peer);
     if (room)
-        StrictWelcome(connect);
+        Welcome(connect);
     else
-        StrictTurnAway(connect);
+        TurnAway(connect);
 }
 
-/// True when the limits allow one more connection of this address, an os::SocketAddress. Only the accepting
-/// thread adds connections.
-bool QZHttpServerEngine::HasRoomFor(const void* peer)
+/// True when a client without room gets a response.
+bool StrictServer::MayTurnAway()
 {
-    const Strictness& strictness = *Strictly();
-    const QZHttpServerLimits& limits = strictness.limits;
-    QZCriticalGuard guard(m_connectLock);
-    const QZInt64 open = m_connects->Count() + m_closeWait->Count() + m_leaving->Count() - strictness.refused;
+    QZCriticalGuard guard(m_engine->m_connectLock);
+    return m_refused < kMostTurnedAway;
+}
+
+/// True when the limits allow one more connection of this address. Only the accepting thread adds
+/// connections.
+bool StrictServer::HasRoomFor(const os::SocketAddress& peer)
+{
+    QZCriticalGuard guard(m_engine->m_connectLock);
+    const QZInt64 open = m_engine->m_connects->Count() + m_engine->m_closeWait->Count() +
+                         m_engine->m_leaving->Count() - m_refused;
     if (limits.connections > 0 && open >= limits.connections) return false;
     if (limits.connectionsOfAddress <= 0) return true;
-    const auto found =
-        strictness.addresses.find(Strictness::KeyOf(*static_cast<const os::SocketAddress*>(peer)));
-    return found == strictness.addresses.end() || found->second < limits.connectionsOfAddress;
+    const auto found = m_addresses.find(KeyOf(peer));
+    return found == m_addresses.end() || found->second < limits.connectionsOfAddress;
 }
 
 /// A connection in no list. Closes the socket when there is no memory for it.
-QZHttpConnect* QZHttpServerEngine::MakeStrictConnect(QZInt64 id, const void* peer)
+QZHttpConnect* StrictServer::MakeConnect(QZInt64 id, const os::SocketAddress& peer)
 {
     QZHttpConnect* connect;
     try
@@ -160,43 +163,43 @@ QZHttpConnect* QZHttpServerEngine::MakeStrictConnect(QZInt64 id, const void* pee
         os::SocketClose(id);
         throw;
     }
-    Access::SetHeadLimit(connect, m_headLimit);
+    Access::SetHeadLimit(connect, m_engine->m_headLimit);
     connect->SetClientID(id);
     if (Access::Strict(connect) == nullptr) Access::SetStrict(connect, new http::StrictConnection);
     http::StrictConnection& state = *Access::Strict(connect);
-    state.peer = *static_cast<const os::SocketAddress*>(peer);
+    state.peer = peer;
     state.counted = state.refused = false;
-    const QZHttpServerLimits& limits = Strictly()->limits;
-    state.reader.Start({m_headLimit, limits.headers, limits.body, limits.proxyLine != 0});
+    state.reader.Start({m_engine->m_headLimit, limits.headers, limits.body, limits.proxyLine != 0});
     state.since.store(http::Ticks(), std::memory_order_relaxed);
     state.stage.store(Stage::Idle, std::memory_order_release);
-    QZUInt32 address = 0;
-    if (!state.peer.Six) std::memcpy(&address, state.peer.Bytes, sizeof(address));
-    connect->SetIP(address, state.peer.Port);
+    QZUInt32 value = 0;
+    if (!state.peer.Six) std::memcpy(&value, state.peer.Bytes, sizeof(value));
+    connect->SetIP(value, state.peer.Port);
     return connect;
 }
 
-void QZHttpServerEngine::StrictWelcome(QZHttpConnect* connect)
+void StrictServer::Welcome(QZHttpConnect* connect)
 {
     {
-        QZCriticalGuard guard(m_connectLock);
-        ++Strictly()->addresses[Strictness::KeyOf(Access::Strict(connect)->peer)];
+        QZCriticalGuard guard(m_engine->m_connectLock);
+        ++m_addresses[KeyOf(Access::Strict(connect)->peer)];
         Access::Strict(connect)->counted = true;
     }
-    BeginReceiving(connect, m_connects);
+    BeginReceiving(connect, m_engine->m_connects);
 }
 
 /// Answers a client for which there is no room, and waits for it to leave.
-void QZHttpServerEngine::StrictTurnAway(QZHttpConnect* connect)
+void StrictServer::TurnAway(QZHttpConnect* connect)
 {
     {
-        QZCriticalGuard guard(m_connectLock);
-        ++Strictly()->refused;
+        QZCriticalGuard guard(m_engine->m_connectLock);
+        ++m_refused;
         Access::Strict(connect)->refused = true;
     }
     Access::Strict(connect)->Enter(Stage::Ended);
     Access::BeginClosing(connect);
-    QZHttpResponse* response = QZHttpServer::PageOf(kServiceUnavailable, m_serverName->GetPointer());
+    QZHttpResponse* response =
+        QZHttpServer::PageOf(kServiceUnavailable, m_engine->m_serverName->GetPointer());
     http::SetHeaderValue(response->GetHeaders(), QZ_W("Connection"), QZ_W("close"));
     QZData* bytes = response->ToData();
     const QZInt64 id = connect->GetClientID();
@@ -206,15 +209,15 @@ void QZHttpServerEngine::StrictTurnAway(QZHttpConnect* connect)
     Access::ShutdownSend(connect);
     response->Recycle(&bytes);
     QZHttpFactory::Recycle(&response);
-    BeginReceiving(connect, m_closeWait);
+    BeginReceiving(connect, m_engine->m_closeWait);
 }
 
 /// Puts a new connection into a list and starts its first receive.
-void QZHttpServerEngine::BeginReceiving(QZHttpConnect* connect, QZHttpConnectCollection* list)
+void StrictServer::BeginReceiving(QZHttpConnect* connect, QZHttpConnectCollection* list)
 {
     bool taken;
     {
-        QZCriticalGuard guard(m_connectLock);
+        QZCriticalGuard guard(m_engine->m_connectLock);
         taken = list->EnQueue(connect) != 0;
     }
     QZException* failure = nullptr;
@@ -222,45 +225,45 @@ void QZHttpServerEngine::BeginReceiving(QZHttpConnect* connect, QZHttpConnectCol
     {
         const QZInt64 id = connect->GetClientID();
         Access::ClearBlock(connect);
-        if (os::PortAssociate(m_handle, id, id))
+        if (os::PortAssociate(m_engine->m_handle, id, id))
         {
-            if (!Access::Receive(connect)) Broken(connect);
+            if (!Access::Receive(connect)) m_engine->Broken(connect);
             return;
         }
         failure = SystemFailure(QZ_W("CreateIoCompletionPort associate failed"));
-        QZCriticalGuard guard(m_connectLock);
+        QZCriticalGuard guard(m_engine->m_connectLock);
         list->Remove(connect);
     }
     Access::CloseSocket(connect);
-    Leave(connect);
+    m_engine->Leave(connect);
     if (failure != nullptr) throw failure;
 }
 
-/// Takes a connection that leaves the engine out of the counts.
-void QZHttpServerEngine::Forget(QZHttpConnect* connect)
+void StrictServer::Forget(QZHttpConnect* connect)
 {
     http::StrictConnection* state = Access::Strict(connect);
     if (state == nullptr) return;
-    QZCriticalGuard guard(m_connectLock);
-    if (state->refused) --Strictly()->refused;
+    QZCriticalGuard guard(m_engine->m_connectLock);
+    if (state->refused) --m_refused;
     if (state->counted)
     {
-        auto& addresses = Strictly()->addresses;
-        const auto found = addresses.find(Strictness::KeyOf(state->peer));
-        if (found != addresses.end() && --found->second == 0) addresses.erase(found);
+        const auto found = m_addresses.find(KeyOf(state->peer));
+        if (found != m_addresses.end() && --found->second == 0) m_addresses.erase(found);
     }
     state->counted = state->refused = false;
+    // A connection in the cache needs no memory for a body.
+    if (connect->IsUseComplete() != 0) state->reader.Next();
 }
 
 // ---- Receiving
 
-void QZHttpServerEngine::StrictReceived(QZInt64 id, QZUInt32 bytes)
+void StrictServer::Received(QZInt64 id, QZUInt32 bytes)
 {
     QZHttpConnect* connect;
     {
-        QZCriticalGuard guard(m_connectLock);
-        connect = Access::Find(m_connects, id);
-        if (connect == nullptr) connect = Access::Find(m_closeWait, id);
+        QZCriticalGuard guard(m_engine->m_connectLock);
+        connect = Access::Find(m_engine->m_connects, id);
+        if (connect == nullptr) connect = Access::Find(m_engine->m_closeWait, id);
         if (connect == nullptr) return;
         connect->InUse();
     }
@@ -268,79 +271,77 @@ void QZHttpServerEngine::StrictReceived(QZInt64 id, QZUInt32 bytes)
     {
         // The bytes are dropped. They are received all the same: a socket that is closed with bytes unread
         // takes the last response away from its client.
-        return StrictContinue(connect);
+        return Continue(connect);
     }
-    if (AnswerInPlace) return StrictServe(connect, bytes);
+    if (QZHttpServerEngine::AnswerInPlace) return Serve(connect, bytes);
     QZHttpServerProcessTask* task = nullptr;
     try
     {
-        task = m_taskPool->GetTask();
+        task = m_engine->m_taskPool->GetTask();
         task->m_clientId = id;
         task->m_connect = connect;
         task->m_bytes = bytes;
     }
     catch (QZException*)
     {
-        ConnectClose(connect);
-        Recycle(&connect);
+        m_engine->ConnectClose(connect);
+        m_engine->Recycle(&connect);
         throw;
     }
-    m_threadPool->ExecOnceASync(task);
+    m_engine->m_threadPool->ExecOnceASync(task);
 }
 
 /// The client has ended its stream, and all its requests are answered, because the receive began after them.
-void QZHttpServerEngine::StrictPeerClosed(QZInt64 id)
+void StrictServer::PeerClosed(QZInt64 id)
 {
     QZHttpConnect* connect;
     {
-        QZCriticalGuard guard(m_connectLock);
-        connect = Access::Find(m_connects, id);
-        if (connect == nullptr) connect = Access::Find(m_closeWait, id);
+        QZCriticalGuard guard(m_engine->m_connectLock);
+        connect = Access::Find(m_engine->m_connects, id);
+        if (connect == nullptr) connect = Access::Find(m_engine->m_closeWait, id);
         if (connect == nullptr) return;
-        Broken(connect);
+        m_engine->Broken(connect);
         if (!TakeDone(connect)) return;
     }
     Access::CloseSocket(connect);
-    Leave(connect);
+    m_engine->Leave(connect);
 }
 
 /// Takes a connection out of its list when its client has gone and nobody uses it. The caller holds the lock
 /// of the connections.
-bool QZHttpServerEngine::TakeDone(QZHttpConnect* connect)
+bool StrictServer::TakeDone(QZHttpConnect* connect)
 {
     return Access::IsPeerClosed(connect) && connect->IsUseComplete() != 0 &&
-           Access::TakeOut(m_closeWait, connect);
+           Access::TakeOut(m_engine->m_closeWait, connect);
 }
 
-/// Processes the bytes in the receive block of a connection, starts its next receive, and ends the use of the
-/// connection that the caller began.
-void QZHttpServerEngine::StrictServe(QZHttpConnect* connect, QZUInt32 bytes)
+void StrictServer::Serve(QZHttpConnect* connect, QZUInt32 bytes)
 {
-    StrictExchange(this, connect).Run(Access::ReceivedBytes(connect), bytes);
-    StrictContinue(connect);
+    StrictExchange(m_engine, connect).Run(Access::ReceivedBytes(connect), bytes);
+    Continue(connect);
 }
 
 /// Starts the next receive and ends the use of the connection.
-void QZHttpServerEngine::StrictContinue(QZHttpConnect* connect)
+void StrictServer::Continue(QZHttpConnect* connect)
 {
-    if (!Access::Receive(connect)) Broken(connect);
+    if (!Access::Receive(connect)) m_engine->Broken(connect);
     {
         // Under the lock nobody else can close the connection and give it to another client.
-        QZCriticalGuard guard(m_connectLock);
+        QZCriticalGuard guard(m_engine->m_connectLock);
         connect->UseComplete();
         if (!TakeDone(connect)) return;
     }
     Access::CloseSocket(connect);
-    Leave(connect);
+    m_engine->Leave(connect);
 }
 
 // ---- Housekeeping
 
-void QZHttpServerEngine::StrictCheck()
+void StrictServer::Check()
 {
     try
     {
-        LeaveAll();
+        m_engine->LeaveAll();
         EndOverdue();
         CloseEnded();
         ReportRepeats(false);
@@ -348,19 +349,18 @@ void QZHttpServerEngine::StrictCheck()
     catch (QZException* e)
     {
         QZTrace(e, kClass, QZ_W("ConnectCloseFree"));
-        Report(e);
+        m_engine->Report(e);
         QZExceptionFactory::Recycle(&e);
     }
 }
 
 /// Ends the connections whose stage lasts too long.
-void QZHttpServerEngine::EndOverdue()
+void StrictServer::EndOverdue()
 {
-    const QZHttpServerLimits& limits = Strictly()->limits;
     std::vector<QZHttpConnect*> overdue;
     {
-        QZCriticalGuard guard(m_connectLock);
-        Access::ForEach(m_connects, [&](QZHttpConnect* connect) {
+        QZCriticalGuard guard(m_engine->m_connectLock);
+        Access::ForEach(m_engine->m_connects, [&](QZHttpConnect* connect) {
             const http::StrictConnection& state = *Access::Strict(connect);
             if (!IsOverdue(state, limits)) return;
             // Bytes that have arrived are processed first. A response is sent by somebody who uses the
@@ -383,70 +383,69 @@ void QZHttpServerEngine::EndOverdue()
             if (state.At() == Stage::Idle)
                 state.Enter(Stage::Ended);
             else
-                StrictExchange(this, connect).TimeOut();
-            ConnectClose(connect);
+                StrictExchange(m_engine, connect).TimeOut();
+            m_engine->ConnectClose(connect);
         }
-        Recycle(&connect);
+        m_engine->Recycle(&connect);
     }
 }
 
 /// Closes the connections whose client has ended its stream too, or has not done so in its time.
-void QZHttpServerEngine::CloseEnded()
+void StrictServer::CloseEnded()
 {
     std::vector<QZHttpConnect*> ended;
     {
-        QZCriticalGuard guard(m_connectLock);
-        Access::ForEach(m_closeWait, [&](QZHttpConnect* connect) {
+        QZCriticalGuard guard(m_engine->m_connectLock);
+        Access::ForEach(m_engine->m_closeWait, [&](QZHttpConnect* connect) {
             http::StrictConnection& state = *Access::Strict(connect);
             const bool unused = connect->IsUseComplete() != 0;
             // The host has closed the connection.
             if (unused && state.At() != Stage::Ended) state.Enter(Stage::Ended);
-            const bool late = state.At() == Stage::Ended && state.Age() > Strictly()->limits.closeTime;
+            const bool late = state.At() == Stage::Ended && state.Age() > limits.closeTime;
             if (late || (unused && Access::IsPeerClosed(connect))) ended.push_back(connect);
         });
-        for (QZHttpConnect* connect : ended) m_closeWait->Remove(connect);
+        for (QZHttpConnect* connect : ended) m_engine->m_closeWait->Remove(connect);
     }
     for (QZHttpConnect* connect : ended)
     {
         Access::CloseSocket(connect);
-        Leave(connect);
+        m_engine->Leave(connect);
     }
 }
 
 // ---- Reports
 
-/// True for a report that is equal to the one before it: it is counted and not passed on.
-bool QZHttpServerEngine::ReportsAgain(QZException* exception)
+bool StrictServer::ReportsAgain(QZException* exception)
 {
-    Strictness& strictness = *Strictly();
     const std::basic_string<QZWChar> text(exception->GetMsg()->GetPointer());
     {
-        const std::lock_guard<std::mutex> guard(strictness.reportLock);
-        if (text == strictness.lastReport && http::Ticks() - strictness.lastReportTime < kReportTime)
+        const std::lock_guard<std::mutex> guard(m_reportLock);
+        if (text == m_lastReport && http::Ticks() - m_lastReportTime < kReportTime)
         {
-            ++strictness.repeatedReports;
+            ++m_repeatedReports;
             return true;
         }
     }
     ReportRepeats(true);
-    const std::lock_guard<std::mutex> guard(strictness.reportLock);
-    strictness.lastReport = text;
-    strictness.lastReportTime = http::Ticks();
+    const std::lock_guard<std::mutex> guard(m_reportLock);
+    m_lastReport = text;
+    m_lastReportTime = http::Ticks();
     return false;
 }
 
 /// Reports how often the last report came again.
 /// @param now  false: only when the time of the last report is over
-void QZHttpServerEngine::ReportRepeats(bool now)
+void StrictServer::ReportRepeats(bool now)
 {
-    Strictness& strictness = *Strictly();
     QZString text(QZ_W("The last report came again this often: "));
     {
-        const std::lock_guard<std::mutex> guard(strictness.reportLock);
-        const bool over = http::Ticks() - strictness.lastReportTime >= kReportTime;
-        if (strictness.repeatedReports == 0 || !(now || over)) return;
-        text.Append(strictness.repeatedReports);
-        strictness.repeatedReports = 0;
+        const std::lock_guard<std::mutex> guard(m_reportLock);
+        const bool over = http::Ticks() - m_lastReportTime >= kReportTime;
+        if (m_repeatedReports == 0 || !(now || over)) return;
+        text.Append(m_repeatedReports);
+        m_repeatedReports = 0;
     }
-    if (m_report != nullptr) m_report->Report(&text);
+    if (m_engine->m_report != nullptr) m_engine->m_report->Report(&text);
 }
+
+}  // namespace http
