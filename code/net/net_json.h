@@ -4,14 +4,12 @@
 #include <atomic>
 #include <concepts>
 #include <cstddef>
-#include <memory>
-#include <string>
+#include <cstdint>
 
 #include "fw/fw_container.h"
 #include "fw/fw_object.h"
 #include "fw/fw_object_cache.h"
 
-class JsonAttributes;
 class QZCriticalSection;
 class QZDataTable;
 class QZObjectCache;
@@ -57,12 +55,17 @@ protected:
 private:
     friend struct QZJsonAccess;
 
-    /// The text until Val is called for the string.
-    std::basic_string<QZWChar> m_text;
-    /// The string; null until the first call of Val. The value keeps it when it goes back to its cache.
-    QZString* m_string = nullptr;
-    /// m_string while it is the value's text; null while m_text is.
-    std::atomic<QZString*> m_val = nullptr;
+    /// A short text until Val is called for the string, or the address of a longer text, or of the values in
+    /// an array or object.
+    union Cell
+    {
+        QZWChar Units[8];
+        void* Part;
+    };
+    Cell m_cell;
+    /// The address of the string; 0 until the first call of Val. Its lowest bit is set while the string is
+    /// not the value's text: the value keeps the string when it goes back to its cache.
+    std::atomic<std::uintptr_t> m_string = 0;
 };
 
 /// True or false.
@@ -141,6 +144,10 @@ class QZ_API QZJsonValueCollection : public QZJsonValue
 public:
     static const QZInt64 Type = 0x8010040;
 
+    QZJsonValueCollection(const QZJsonValueCollection& other);
+    QZJsonValueCollection& operator=(const QZJsonValueCollection& other);
+    ~QZJsonValueCollection() override;
+
     QZInt64 GetMemorySize() override;
     QZInt64 GetType() override;
     QZString* ToString() override;
@@ -199,10 +206,6 @@ protected:
     QZJsonValueCollection();
     static QZObject* NewObject();
     static void DeleteObject(QZObject* value);
-
-private:
-    friend struct QZJsonAccess;
-    std::shared_ptr<QZList<QZJsonValue>> m_list;
 };
 
 /// Named values, in the order in which their names were added. Names that differ only in the case of A to Z
@@ -211,6 +214,10 @@ class QZ_API QZJsonObject : public QZJsonValue
 {
 public:
     static const QZInt64 Type = 0x8010050;
+
+    QZJsonObject(const QZJsonObject& other);
+    QZJsonObject& operator=(const QZJsonObject& other);
+    ~QZJsonObject() override;
 
     QZInt64 GetMemorySize() override;
     QZInt64 GetType() override;
@@ -276,9 +283,6 @@ protected:
 private:
     friend struct QZJsonAccess;
     explicit QZJsonObject(std::nullptr_t);
-
-    /// Null in an object of QZJson::Parse until it gets its first attribute.
-    std::shared_ptr<JsonAttributes> m_attributes;
 };
 
 /// The value null.

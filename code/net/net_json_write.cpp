@@ -10,6 +10,7 @@
 #include "fw/internal/fw_text_builder.h"
 #include "net/internal/net_characters.h"
 #include "net/internal/net_json_access.h"
+#include "net/internal/net_json_list.h"
 
 namespace
 {
@@ -66,7 +67,7 @@ private:
         else if (auto* list = As<QZJsonValueCollection>(value))
         {
             m_text.Append('[');
-            m_levels.push_back({list, nullptr, QZJsonAccess::ListOf(list)->GetFirst(), 0, list->Count()});
+            m_levels.push_back({list, nullptr, JsonList::First(list), 0, list->Count()});
         }
         else if (As<QZJsonNull>(value))
         {
