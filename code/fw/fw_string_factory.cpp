@@ -125,6 +125,12 @@ void QZStringFactory::Collect(QZBool partial)
     m_stringCollectionCache->Collect(partial);
 }
 
+void QZStringFactory::SetIdleLimit(QZInt64 objects, QZInt64 bytes)
+{
+    m_stringCache->SetIdleLimit(objects, bytes);
+    m_stringCollectionCache->SetIdleLimit(objects, bytes);
+}
+
 QZInt64 QZStringFactory::GetMemorySize()
 {
     return m_stringCache->GetMemorySize() + m_stringCollectionCache->GetMemorySize();

@@ -366,8 +366,16 @@ public:
     /// Breaks JSON text into lines with one tab for each level; "[{" and ",{" stay on one line. The text is
     /// not parsed, so symbols inside strings count too. A new string. QZJson::Write with an Indent keeps
     /// strings as they are.
-    /// @throws QZException 1792 for null
+    /// The tabs grow with the square of the depth: for texts from strangers use TryFormat.
+    /// @throws QZException 1792 for null, 4352 at once for a result of more than 2^30 units
     static QZString* Format(QZString* text);
+
+    /// An addition: Format for a result of at most so many units.
+    /// @param longest  above it nothing is built
+    /// @param result   a new string; set only when the result is 1
+    /// @return 1, or 0 for a text whose result would be longer
+    /// @throws QZException 1792 for a null text
+    static QZBool TryFormat(QZString* text, QZInt64 longest, QZString** result);
 
     /// Removes the line ends of JSON text, and after the first line end, bracket, brace or comma also all
     /// blanks and tabs, including those inside strings. A new string. QZJson::Write keeps strings as they
@@ -377,6 +385,10 @@ public:
 
     /// Collects the seven caches; see QZObjectCache::Collect.
     static void Collect(QZBool partial);
+
+    /// An addition: bounds what each of the seven caches keeps idle; see QZObjectCache::SetIdleLimit. Names
+    /// and texts of values that a host asked for are in the caches of QZStringFactory.
+    static void SetIdleLimit(QZInt64 objects, QZInt64 bytes);
 
     /// A new object with the number of idle values in each cache: "JsonValueCache", "JsonDecimalCache",
     /// "JsonBoolCache", "JsonStringCache", "JsonObjectCache", "JsonNullCache" and "JsonValueCollectionCache".
