@@ -114,11 +114,12 @@ void CheckAddress(const std::string& text)
         throw Failure{2, "--bind: \"" + text + "\" is no address such as 127.0.0.1"};
 }
 
-/// 32 hexadecimal digits that nobody can guess; empty when the system has no random numbers.
+/// 32 hexadecimal digits that nobody can guess.
 std::string RandomToken()
 {
     unsigned char bytes[16];
-    if (!qzmon::FillRandom(bytes, sizeof bytes)) return {};
+    if (!qzmon::FillRandom(bytes, sizeof bytes))
+        throw Failure{1, "the system has no random numbers for a token"};
     std::string text;
     for (const unsigned char byte : bytes)
     {
@@ -138,7 +139,6 @@ std::string MakeToken(qzmon::Settings* settings)
         throw Failure{1, "qzmon.ini: \"http-token\" takes letters, digits, - and _ alone"};
     if (token.size() >= 16) return token;
     token = RandomToken();
-    if (token.empty()) throw Failure{1, "the system has no random numbers for a token"};
     settings->Put("http-token", token);
     return token;
 }
@@ -186,7 +186,7 @@ int Serve(const Options& options)
     }
     {
         qzmon::LogReport report(&monitor, "HTTP server");
-        qzmon::Server server(&monitor, &report, bind, static_cast<QZUInt16>(port), token);
+        qzmon::Server server(&monitor, &report, bind, static_cast<QZUInt16>(port), token, RandomToken());
         server.Start();
         const std::string address = "http://" + (bind == "0.0.0.0" ? std::string("127.0.0.1") : bind) + ":" +
                                     std::to_string(server.GetPort()) + "/" +

@@ -100,6 +100,16 @@ Server::Answer Server::Page(const Fields&)
     Answer answer;
     answer.type = "text/html; charset=utf-8";
     answer.body = kMonitorHtml;
+    constexpr std::string_view kPlace = "{{write-token}}";
+    const std::size_t place = answer.body.find(kPlace);
+    if (place != std::string::npos) answer.body.replace(place, kPlace.size(), m_access.WriteToken());
+    return answer;
+}
+
+Server::Answer Server::GetToken(const Fields&)
+{
+    Answer answer;
+    answer.body = JsonWriter().Open().Add("token", m_access.WriteToken()).Close().Str();
     return answer;
 }
 

@@ -125,6 +125,77 @@ QZBool QZDatabase::Sync()
     return answer;
 }
 
+namespace
+{
+/// Runs an operation that may throw for a file that cannot be written. The state tells the failure.
+template <typename Work>
+void Quietly(Work work)
+{
+    try
+    {
+        work();
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+    }
+}
+}  // namespace
+
+QZWriteState QZDatabase::TryClose(QZDatabase** database)
+{
+    if (*database == nullptr)
+    {
+        QZLibAssert(0);
+        return {};
+    }
+    QZWriteState state = (*database)->TryCollect();
+    try
+    {
+        Close(database);
+        // The second attempt has written what the first one could not.
+        if (state.Unwritten > 0) state.Unwritten = state.Code = state.SystemError = 0;
+    }
+    catch (QZException* e)
+    {
+        ++state.Failures;
+        state.Code = e->GetCode();
+        state.SystemError = e->GetSystemError();
+        QZExceptionFactory::Recycle(&e);
+    }
+    return state;
+}
+
+QZWriteState QZDatabase::TryCollect()
+{
+    Operation operation(this);
+    QZFileBuffer* buffer = m_objects->Console()->Buffer();
+    Quietly([buffer] { buffer->Collect(); });
+    const QZWriteState state = buffer->GetWriteState();
+    operation.Leave();
+    return state;
+}
+
+QZWriteState QZDatabase::TrySync()
+{
+    Operation operation(this);
+    QZFileBuffer* buffer = m_objects->Console()->Buffer();
+    Quietly([buffer] { buffer->Sync(); });
+    const QZWriteState state = buffer->GetWriteState();
+    operation.Leave();
+    return state;
+}
+
+QZWriteState QZDatabase::GetWriteState()
+{
+    Operation operation(this);
+    const QZWriteState state = m_objects->Console()->Buffer()->GetWriteState();
+    operation.Leave();
+    return state;
+}
+
+QZString* QZDatabase::GetPath() { return m_objects->Console()->Buffer()->GetPath(); }
+
 void QZDatabase::CheckParam(QZInt64 flag)
 {
     Operation operation(this);

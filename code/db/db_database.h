@@ -8,6 +8,7 @@ class QZChannel;
 class QZCollection;
 class QZCriticalSection;
 class QZString;
+struct QZWriteState;
 
 /// Information about a database. GetSysInfo makes it, Recycle deletes it. A plain record.
 class QZ_API QZDbSysInfo : public QZObject
@@ -75,6 +76,17 @@ public:
     /// The file buffer's operation and its result.
     QZBool Collect();
     QZBool Sync();
+
+    /// Additions: Close, Collect and Sync for those who ask whether everything was written. They throw
+    /// nothing for a file that cannot be written, and return the state afterwards; see
+    /// QZFileBuffer::GetWriteState. After TryClose, Unwritten is what was lost.
+    static QZWriteState TryClose(QZDatabase** database);
+    QZWriteState TryCollect();
+    QZWriteState TrySync();
+    /// An addition: whether the changes reach the file.
+    QZWriteState GetWriteState();
+    /// An addition: the path of the file, which belongs to the database.
+    QZString* GetPath();
 
     /// Argument tests: not 0 turns them on.
     void CheckParam(QZInt64 flag);

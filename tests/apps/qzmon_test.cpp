@@ -5,7 +5,9 @@
 #include <functional>
 #include <memory>
 #include <system_error>
+#include <thread>
 
+#include "qzmon/access.h"
 #include "qzmon/device.h"
 #include "qzmon/json_reader.h"
 #include "qzmon/json_writer.h"
@@ -187,6 +189,109 @@ TEST(MonitorText, ARequestIsReadAsItIsWrittenOrRefused)
     {
         EXPECT_NE(failure.text.find("at byte 11, "), std::string::npos) << failure.text;
     }
+}
+
+/// A request of the page itself at 127.0.0.1:8650, to be changed by a test.
+qzmon::Visitor OwnPage(const std::string& method, const std::string& path)
+{
+    qzmon::Visitor visitor;
+    visitor.method = method;
+    visitor.path = path;
+    visitor.host = "127.0.0.1:8650";
+    visitor.origin = method == "POST" ? "http://127.0.0.1:8650" : "";
+    visitor.fetchSite = "same-origin";
+    visitor.fetchMode = "cors";
+    visitor.writeToken = "w";
+    return visitor;
+}
+
+int Answered(qzmon::Access* access, const qzmon::Visitor& visitor)
+{
+    return StatusOf([&] { access->Check(visitor, 8650); });
+}
+
+TEST(MonitorAccess, OnlyAnExactHostIsAnswered)
+{
+    qzmon::Access access("127.0.0.1", "", "w");
+    const auto with = [&](const std::string& host) {
+        qzmon::Visitor visitor = OwnPage("GET", "/api/status");
+        visitor.host = host;
+        return Answered(&access, visitor);
+    };
+    EXPECT_EQ(with("127.0.0.1:8650"), 0);
+    EXPECT_EQ(with("localhost:8650"), 0);
+    EXPECT_EQ(with("LocalHost:8650"), 0);
+    for (const char* host :
+         {"", "127.0.0.1", "localhost", "127.0.0.1:80", "127.0.0.1:86500", "127.attacker.example:8650",
+          "127.0.0.1.nip.io:8650", "localhost:x@evil.com", "localhost:8650@evil.com", "127.0.0.2:8650",
+          "127.0.0.1:8650 ", "evil.example:8650", "[::1]:8650"})
+        EXPECT_EQ(with(host), 403) << host;
+    qzmon::Access other("127.0.0.2", "", "w");
+    qzmon::Visitor visitor = OwnPage("GET", "/");
+    visitor.host = "127.0.0.2:8650";
+    EXPECT_EQ(Answered(&other, visitor), 0);
+}
+
+TEST(MonitorAccess, PagesOfOtherSitesGetNothingButALinkToThePage)
+{
+    qzmon::Access access("127.0.0.1", "", "w");
+    const auto from = [&](const std::string& path, const std::string& origin, const std::string& site,
+                          const std::string& mode) {
+        qzmon::Visitor visitor = OwnPage("GET", path);
+        visitor.origin = origin;
+        visitor.fetchSite = site;
+        visitor.fetchMode = mode;
+        return Answered(&access, visitor);
+    };
+    EXPECT_EQ(from("/api/status", "", "", ""), 0);
+    EXPECT_EQ(from("/", "", "none", "navigate"), 0);
+    EXPECT_EQ(from("/", "", "cross-site", "navigate"), 0);
+    EXPECT_EQ(from("/", "", "cross-site", "no-cors"), 403);
+    EXPECT_EQ(from("/api/status", "", "cross-site", "navigate"), 403);
+    EXPECT_EQ(from("/api/status", "", "same-site", "cors"), 403);
+    EXPECT_EQ(from("/api/status", "http://evil.example", "", ""), 403);
+    EXPECT_EQ(from("/api/status", "null", "", ""), 403);
+    EXPECT_EQ(from("/api/status", "http://127.0.0.1:8651", "", ""), 403);
+}
+
+TEST(MonitorAccess, AChangeNeedsTheTokenOfTheStart)
+{
+    qzmon::Access access("127.0.0.1", "", "0123456789abcdef");
+    for (const char* path : {"/api/parameters", "/api/settings", "/api/restore", "/none"})
+    {
+        qzmon::Visitor visitor = OwnPage("POST", path);
+        visitor.writeToken = "0123456789abcdef";
+        EXPECT_EQ(Answered(&access, visitor), 0) << path;
+        for (const char* token : {"", "1", "page", "0123456789abcdeF", "0123456789abcdef0"})
+        {
+            visitor.writeToken = token;
+            EXPECT_EQ(Answered(&access, visitor), 403) << path << ' ' << token;
+        }
+        visitor.writeToken = "0123456789abcdef";
+        visitor.origin = "http://evil.example";
+        EXPECT_EQ(Answered(&access, visitor), 403) << path;
+    }
+    // A preview copies the whole database.
+    qzmon::Visitor preview = OwnPage("GET", "/api/preview");
+    EXPECT_EQ(Answered(&access, preview), 403);
+    preview.writeToken = "0123456789abcdef";
+    EXPECT_EQ(Answered(&access, preview), 0);
+}
+
+TEST(MonitorAccess, WrongTokensAreAnsweredSlowlyOneAfterTheOther)
+{
+    qzmon::Access access("0.0.0.0", "abcdabcdabcdabcd", "w");
+    qzmon::Visitor visitor = OwnPage("GET", "/");
+    visitor.host = "lab.example";
+    EXPECT_EQ(Answered(&access, visitor), 401);
+    visitor.accessTokens = {"", "abcdabcdabcdabcd"};
+    EXPECT_EQ(Answered(&access, visitor), 0);
+    const QZUInt64 start = QZEnvironment::GetTickCount();
+    visitor.accessTokens = {"abcdabcdabcdabce"};
+    std::thread other([&] { EXPECT_EQ(Answered(&access, visitor), 401); });
+    EXPECT_EQ(Answered(&access, visitor), 401);
+    other.join();
+    EXPECT_GE(QZEnvironment::GetTickCount() - start, 380u);
 }
 
 TEST(MonitorSettings, AChangeLeavesCommentsAndOrderAlone)

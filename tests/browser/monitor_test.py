@@ -203,7 +203,8 @@ class PageAtDesktopWidth(unittest.TestCase):
         with open(os.path.join(self.monitor.folder, "qzmon.ini"), encoding="utf-8") as file:
             self.assertIn("chart-seconds=60; what the live chart shows", file.read())
         status, _, body = self.monitor.request(
-            "POST", "/api/settings", json.dumps({"name": "chart-seconds", "value": "1"}), {"X-Qzmon": "test"})
+            "POST", "/api/settings", json.dumps({"name": "chart-seconds", "value": "1"}),
+            self.monitor.write_token())
         self.assertEqual(status, 400)
         self.assertIn("from 10 to", json.loads(body)["error"])
 
@@ -236,7 +237,7 @@ class Server(unittest.TestCase):
                                          ("GET", "/api/restore", 405), ("GET", "/api/table?name=x", 404),
                                          ("GET", "/api/table?page=x", 400), ("GET", "/api/preview", 400),
                                          ("GET", "/api/preview?id=7", 404), ("PUT", "/", 405)):
-                answer, headers, body = monitor.request(method, path)
+                answer, headers, body = monitor.request(method, path, None, monitor.write_token())
                 self.assertEqual(answer, status, path)
                 if path.startswith("/api/"):
                     self.assertIn("error", json.loads(body), path)
@@ -244,7 +245,7 @@ class Server(unittest.TestCase):
                     self.assertIn("text/html", headers["Content-Type"])
                     self.assertIn(b"To the monitor", body)
             for body in ("{", "[]", '{"channel":0,"offset":"x","gain":1}', '{"channel":9,"offset":0,"gain":1}'):
-                answer, _, _ = monitor.request("POST", "/api/parameters", body, {"X-Qzmon": "1"})
+                answer, _, _ = monitor.request("POST", "/api/parameters", body, monitor.write_token())
                 self.assertIn(answer, (400, 404), body)
             _, _, body = monitor.request("GET", "/<script>alert(1)</script>")
             self.assertNotIn(b"<script>", body)
@@ -268,7 +269,7 @@ class Server(unittest.TestCase):
                                 ('{"channel":1.5,"offset":0,"gain":1}', '"channel" takes a whole number'),
                                 ('{"channel":1,"offset":--1,"gain":1}', "at byte 23, a digit is expected"),
                                 ('{"channel":1,"offset":0,"gain":"nan"}', '"gain" takes a number')):
-                status, _, answer = monitor.request("POST", "/api/parameters", body, {"X-Qzmon": "test"})
+                status, _, answer = monitor.request("POST", "/api/parameters", body, monitor.write_token())
                 self.assertEqual(status, 400, body)
                 self.assertIn(about, json.loads(answer)["error"])
             self.assertEqual(monitor.get("/api/parameters")["channels"][1]["gain"], 1)
@@ -288,7 +289,7 @@ class Server(unittest.TestCase):
         with Monitor() as monitor:
             monitor.wait_for_samples(1)
             monitor.post("/api/snapshots", {"label": "one"})
-            status, _, body = monitor.request("POST", "/api/snapshots", '{"label":"one"}', {"X-Qzmon": "test"})
+            status, _, body = monitor.request("POST", "/api/snapshots", '{"label":"one"}', monitor.write_token())
             self.assertEqual(status, 409)
             self.assertIn('There is a snapshot "one" already', json.loads(body)["error"])
             self.assertEqual(len(monitor.get("/api/snapshots")["snapshots"]), 1)
@@ -325,8 +326,15 @@ class Server(unittest.TestCase):
             status, _, _ = monitor.request("POST", "/api/snapshots", '{"label":"x"}')
             self.assertEqual(status, 403)
             self.assertEqual(monitor.get("/api/snapshots")["snapshots"], [])
+            status, _, _ = monitor.request("POST", "/api/snapshots", '{"label":"x"}', {"X-Qzmon": "page"})
+            self.assertEqual(status, 403)
             status, _, _ = monitor.request("GET", "/api/status", None, {"Host": "evil.example"})
             self.assertEqual(status, 403)
+            origin = {"Origin": "http://evil.example", **monitor.write_token()}
+            self.assertEqual(monitor.request("POST", "/api/snapshots", '{"label":"x"}', origin)[0], 403)
+            self.assertEqual(monitor.get("/api/snapshots")["snapshots"], [])
+            self.assertEqual(monitor.request("GET", "/api/preview?id=1")[0], 403)
+            self.assertEqual(monitor.request("GET", "/api/preview?id=1", None, monitor.write_token())[0], 404)
 
     def test_an_address_that_is_not_the_loopback_asks_for_the_token(self):
         with Monitor(options=("--bind", "0.0.0.0")) as monitor:

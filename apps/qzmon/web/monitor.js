@@ -14,12 +14,15 @@ function make(tag, attributes, ...children) {
   return element;
 }
 
+// A page of another site cannot read it, so that only this page changes something.
+const writeToken = document.querySelector("meta[name=write-token]").content;
+
 async function ask(path, body) {
   let response;
   try {
-    response = await fetch(path, body === undefined ? {} :
-      {method: "POST", headers: {"Content-Type": "application/json", "X-Qzmon": "page"},
-       body: JSON.stringify(body)});
+    const token = {"X-Qzmon": writeToken};
+    response = await fetch(path, body === undefined ? {headers: token} :
+      {method: "POST", headers: {"Content-Type": "application/json", ...token}, body: JSON.stringify(body)});
   } catch (e) {
     throw new Error("The monitor cannot be reached.");
   }
