@@ -199,12 +199,12 @@ void QZFileBuffer::WriteBackLeaving(QZBlock* block)
     if (!block->IsChanged()) return;
     Watched([this, block] {
         if (m_sync == nullptr) return block->WriteBack();
+        // All blocks, since the flush of what they overwrite is the same for one and for all. The next blocks
+        // that leave are then seldom changed.
         Changes changed;
-        Changes leaving;
         ForEachChangedBlock([&](QZBlock* one) { AddChanges(one, &changed); });
-        AddChanges(block, &leaving);
-        m_sync->Spill(changed.runs, leaving.runs);
-        block->ClearChanges();
+        m_sync->Spill(changed.runs);
+        ForEachChangedBlock([](QZBlock* one) { one->ClearChanges(); });
     });
 }
 

@@ -121,13 +121,13 @@ void WholeSync::Abandon()
 
 // ---- Between two syncs
 
-void WholeSync::Spill(const std::vector<Run>& changed, const std::vector<Run>& leaving)
+void WholeSync::Spill(const std::vector<Run>& changed)
 {
     const ChangeLock lock(m_file, ChangeLock::Kind::Change);
     CompleteSync();
     MakeWritable();
     m_undo.Keep(m_file, m_length, changed);
-    for (const Run& run : leaving)
+    for (const Run& run : changed)
     {
         if (run.offset >= kPage)
         {

@@ -31,11 +31,10 @@ public:
     /// True when the files beside `path` hold something that an opening has to recover.
     static bool IsNeeded(QZString* path);
 
-    /// Writes runs in place before a sync. `changed` are all changed runs in memory, whose old bytes are kept
-    /// at once, so that the next call seldom has to flush. The first page does not reach the file, see
-    /// Overlay.
+    /// Writes changed runs in place before a sync, after what they overwrite is kept. The first page does not
+    /// reach the file, see Overlay.
     /// @throws QZIOException  the runs still count as changed then
-    void Spill(const std::vector<Run>& changed, const std::vector<Run>& leaving);
+    void Spill(const std::vector<Run>& changed);
 
     /// Makes the present content, with these changes, the state that an opening finds.
     /// @throws QZIOException  the runs still count as changed then
