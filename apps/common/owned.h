@@ -16,12 +16,15 @@ struct GiveBack
     void operator()(QZString* text) const { QZStringFactory::Recycle(&text); }
     void operator()(QZData* data) const { QZDataFactory::Recycle(&data); }
     void operator()(QZDataTable* table) const { QZDbTable::Recycle(&table); }
+    void operator()(QZJsonValue* value) const { QZJsonFactory::Recycle(&value); }
     void operator()(QZFile* file) const { QZFile::Close(&file); }
 };
 
 using OwnedString = std::unique_ptr<QZString, GiveBack>;
 using OwnedData = std::unique_ptr<QZData, GiveBack>;
 using OwnedTable = std::unique_ptr<QZDataTable, GiveBack>;
+/// A JSON value with everything in it.
+using OwnedJson = std::unique_ptr<QZJsonValue, GiveBack>;
 /// An open file, which is closed at the end of the scope.
 using OwnedFile = std::unique_ptr<QZFile, GiveBack>;
 

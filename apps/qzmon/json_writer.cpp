@@ -1,91 +1,78 @@
 #include "json_writer.h"
 
-#include <cmath>
-#include <cstdio>
+#include "common/owned.h"
 
 namespace qzmon
 {
 
-void JsonWriter::Escape(unsigned unit)
+void JsonWriter::Put(const char* name, QZJsonValue* value)
 {
-    char escape[8];
-    std::snprintf(escape, sizeof escape, "\\u%04x", unit & 0xFFFF);
-    m_text += escape;
-}
-
-void JsonWriter::Quote(std::string_view text)
-{
-    constexpr unsigned kReplacement = 0xFFFD;
-    m_text.push_back('"');
-    for (std::size_t at = 0; at < text.size();)
+    qzapp::OwnedJson owned(value);
+    if (m_open.empty())
     {
-        unsigned point = 0;
-        const std::size_t length = TakeUtf8(text.substr(at), &point);
-        const char c = text[at];
-        const bool line = point == 0x2028 || point == 0x2029;
-        if (length == 0)
-            Escape(kReplacement);
-        else if (c == '"' || c == '\\')
-            m_text.append(1, '\\').push_back(c);
-        else if (point < 0x20 || (point >= 0x7F && point < 0xA0) || line || c == '<' || c == '>' || c == '&')
-            Escape(point);
-        else
-            m_text += text.substr(at, length);
-        at += length == 0 ? 1 : length;
+        m_root = std::move(owned);
+        return;
     }
-    m_text.push_back('"');
+    QZJsonValue* into = m_open.back();
+    if (into->GetType() == QZJsonObject::Type)
+        static_cast<QZJsonObject*>(into)->Set(name, value);
+    else
+        static_cast<QZJsonValueCollection*>(into)->Add(value);
+    owned.release();
 }
 
-void JsonWriter::Name(const char* name)
+JsonWriter& JsonWriter::Begin(const char* name, QZJsonValue* container)
 {
-    if (!m_first) m_text.push_back(',');
-    m_first = false;
-    if (name == nullptr) return;
-    Quote(name);
-    m_text.push_back(':');
-}
-
-JsonWriter& JsonWriter::Begin(char bracket, const char* name)
-{
-    Name(name);
-    m_text.push_back(bracket);
-    m_first = true;
+    Put(name, container);
+    m_open.push_back(container);
     return *this;
 }
 
-JsonWriter& JsonWriter::End(char bracket)
+JsonWriter& JsonWriter::Open(const char* name) { return Begin(name, QZJsonFactory::CreateObject()); }
+
+JsonWriter& JsonWriter::OpenList(const char* name)
 {
-    m_text.push_back(bracket);
-    m_first = false;
+    return Begin(name, QZJsonFactory::CreateValueCollection());
+}
+
+JsonWriter& JsonWriter::End()
+{
+    m_open.pop_back();
     return *this;
 }
 
 JsonWriter& JsonWriter::Add(const char* name, std::string_view text)
 {
-    Name(name);
-    Quote(text);
+    QZString wide = Text(WellFormed(text));
+    Put(name, QZJsonFactory::CreateString(&wide));
     return *this;
 }
 
 JsonWriter& JsonWriter::Add(const char* name, QZInt64 value)
 {
-    Name(name);
-    m_text += std::to_string(value);
+    Put(name, QZJson::CreateInt64(value));
     return *this;
 }
 
 JsonWriter& JsonWriter::Add(const char* name, double value)
 {
-    Name(name);
-    m_text += std::isfinite(value) ? NumberText(value) : "null";
+    Put(name, QZJson::CreateNumber(value));
     return *this;
 }
 
 JsonWriter& JsonWriter::Add(const char* name, bool value)
 {
-    Name(name);
-    m_text += value ? "true" : "false";
+    Put(name, QZJsonFactory::CreateBool(value ? 1 : 0));
     return *this;
+}
+
+std::string JsonWriter::Str() const
+{
+    QZJsonWriteOptions options;
+    options.HtmlSafe = 1;
+    options.NotFiniteAsNull = 1;
+    const qzapp::OwnedData text(QZJson::WriteUtf8(m_root.get(), options));
+    return qzapp::BytesOf(text.get());
 }
 
 }  // namespace qzmon

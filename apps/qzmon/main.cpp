@@ -16,6 +16,9 @@ using qzmon::Failure;
 
 std::atomic<bool> g_stop{false};
 
+/// Samples are missing in the file.
+constexpr int kExitUnwritten = 3;
+
 const char kHelp[] =
     "usage: qzmon [OPTION...]\n"
     "Reads an instrument controller, stores what it measures, and shows it in a browser.\n"
@@ -28,7 +31,9 @@ const char kHelp[] =
     "  --for SECONDS    stop after that time\n"
     "  --help           this text\n"
     "\n"
-    "Ctrl+C and SIGTERM stop it with everything written. The settings are in qzmon.ini in the folder.\n";
+    "Ctrl+C and SIGTERM stop it with everything written. The settings are in qzmon.ini in the folder.\n"
+    "Exit code 0: every sample is in the file; 1: it did not start; 2: an option is wrong; 3: samples could\n"
+    "not be written.\n";
 
 struct Options
 {
@@ -109,11 +114,12 @@ void CheckAddress(const std::string& text)
         throw Failure{2, "--bind: \"" + text + "\" is no address such as 127.0.0.1"};
 }
 
-/// 32 hexadecimal digits that nobody can guess; empty when the system has no random numbers.
+/// 32 hexadecimal digits that nobody can guess.
 std::string RandomToken()
 {
     unsigned char bytes[16];
-    if (!qzmon::FillRandom(bytes, sizeof bytes)) return {};
+    if (!qzmon::FillRandom(bytes, sizeof bytes))
+        throw Failure{1, "the system has no random numbers for a token"};
     std::string text;
     for (const unsigned char byte : bytes)
     {
@@ -133,7 +139,6 @@ std::string MakeToken(qzmon::Settings* settings)
         throw Failure{1, "qzmon.ini: \"http-token\" takes letters, digits, - and _ alone"};
     if (token.size() >= 16) return token;
     token = RandomToken();
-    if (token.empty()) throw Failure{1, "the system has no random numbers for a token"};
     settings->Put("http-token", token);
     return token;
 }
@@ -153,11 +158,16 @@ void Say(const std::string& line)
     std::fflush(stdout);
 }
 
-void Serve(const Options& options)
+/// Returns the exit code.
+int Serve(const Options& options)
 {
     EnterFolder(options.data);
-    // The file has either all changes of a sync or none, however this process ends.
-    QZFileBuffer::AtomicSync = 1;
+    // Nobody else writes the file, and it has either all changes of a sync or none, however this process
+    // ends.
+    QZFileBuffer::Exclusive = 1;
+    // A failed operation is told and leaves the database usable for all threads.
+    QZDatabase::UnlockOnRaise = 1;
+    QZTaskScheduler::LongestPause = 100;
     qzmon::Settings settings("qzmon.ini");
     qzmon::Session session;
     session.line = options.port.empty() ? settings.Get("serial-line") : options.port;
@@ -177,7 +187,7 @@ void Serve(const Options& options)
     }
     {
         qzmon::LogReport report(&monitor, "HTTP server");
-        qzmon::Server server(&monitor, &report, bind, static_cast<QZUInt16>(port), token);
+        qzmon::Server server(&monitor, &report, bind, static_cast<QZUInt16>(port), token, RandomToken());
         server.Start();
         const std::string address = "http://" + (bind == "0.0.0.0" ? std::string("127.0.0.1") : bind) + ":" +
                                     std::to_string(server.GetPort()) + "/" +
@@ -195,9 +205,9 @@ void Serve(const Options& options)
                 break;
         }
     }
-    const qzmon::StoreFigures figures = monitor.GetStore().Figures();
     monitor.Stop();
-    Say("Stopped, " + std::to_string(figures.samples) + " samples are stored.");
+    Say(monitor.GetEnd().line);
+    return monitor.GetEnd().complete ? 0 : kExitUnwritten;
 }
 
 int Run(int argc, char** argv)
@@ -205,10 +215,8 @@ int Run(int argc, char** argv)
     try
     {
         const Options options = ParseOptions(argc, argv);
-        if (options.help)
-            std::fputs(kHelp, stdout);
-        else
-            Serve(options);
+        if (!options.help) return Serve(options);
+        std::fputs(kHelp, stdout);
         return 0;
     }
     catch (const Failure& failure)

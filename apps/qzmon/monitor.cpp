@@ -76,7 +76,15 @@ Monitor::Monitor(Settings* settings, Session session)
 Monitor::~Monitor()
 {
     Stop();
-    QZLog::Close(&m_log);
+    try
+    {
+        QZLog::Close(&m_log);
+    }
+    catch (QZException* e)
+    {
+        // The disk may be full.
+        QZExceptionFactory::Recycle(&e);
+    }
 }
 
 std::string Monitor::Start()
@@ -116,20 +124,27 @@ void Monitor::Stop()
     m_house.reset();
     m_device.Disconnect();
     m_simulator.reset();
+    std::string trouble;
     try
     {
         m_store.Sync();
+        trouble = m_store.GetState().trouble;
         m_store.Close();
-        Log("Stopped, everything is written.");
     }
     catch (QZException* e)
     {
-        Log("Stopped, and not everything could be written: " + TakeMessage(e));
+        const std::string why = TakeMessage(e);
+        if (trouble.empty()) trouble = why;
     }
-    catch (const Failure& failure)
-    {
-        Log("Stopped. " + failure.text);
-    }
+    const StoreState state = m_store.GetState();
+    const QZInt64 missing = state.atRisk + state.lost;
+    m_end.complete = missing == 0;
+    m_end.line = "Stopped, " + std::to_string(state.stored) + " samples are in the file";
+    if (missing > 0)
+        m_end.line += ", " + std::to_string(missing) + " could not be written" +
+                      (trouble.empty() ? std::string() : ": " + trouble);
+    m_end.line += ".";
+    Log(m_end.line);
 }
 
 void Monitor::FillRecent()
@@ -228,25 +243,29 @@ void Monitor::SampleStep()
 
 void Monitor::SyncStep()
 {
+    std::string trouble;
     try
     {
         m_store.Sync();
-        if (m_storeFailed) Log("Samples are stored again.");
-        m_storeFailed = false;
-        if (m_store.Rotate(m_settings->Number("file-limit-mb") * kMegabyte))
+        trouble = m_store.GetState().trouble;
+        if (trouble.empty() && m_store.Rotate(m_settings->Number("file-limit-mb") * kMegabyte))
             Log("The database was full: put aside, and a new one begun.");
     }
     catch (QZException* e)
     {
-        const std::string text = TakeMessage(e);
-        if (!m_storeFailed) Log("Cannot write: " + text);
-        m_storeFailed = true;
+        trouble = TakeMessage(e);
     }
     catch (const Failure& failure)
     {
-        if (!m_storeFailed) Log(failure.text);
-        m_storeFailed = true;
+        trouble = failure.text;
     }
+    // The same trouble comes back every second and is logged once.
+    if (trouble == m_storeTrouble) return;
+    if (trouble.empty())
+        Log("Samples are stored again.");
+    else
+        Log("Cannot write the database: " + trouble);
+    m_storeTrouble = trouble;
 }
 
 void Monitor::SnapshotStep() { TakeSnapshot("by itself " + TimeText(QZEnvironment::GetCurrentTimestamp())); }

@@ -40,6 +40,15 @@ struct Status
     std::vector<Channel> channels;
 };
 
+/// How a monitor ended.
+struct MonitorEnd
+{
+    /// Whether every sample is in the file.
+    bool complete = true;
+    /// What the program says about it.
+    std::string line;
+};
+
 class Monitor;
 
 /// Writes failures to the log for which no caller waits.
@@ -69,7 +78,10 @@ public:
 
     /// Opens the database and starts. @return in one line what the database holds
     std::string Start();
+    /// Stops and writes everything, as far as that succeeds.
     void Stop();
+    /// How Stop ended.
+    const MonitorEnd& GetEnd() const { return m_end; }
 
     Status GetStatus();
     /// The samples of the last `seconds` seconds, and the one before them.
@@ -120,7 +132,9 @@ private:
     std::deque<Sample> m_recent;
     bool m_sendCorrections = false;
     QZUInt64 m_nextTry = 0;
-    bool m_storeFailed = false;
+    /// Why samples cannot be stored, as it was logged; empty while they can.
+    std::string m_storeTrouble;
+    MonitorEnd m_end;
 
     std::unique_ptr<Task> m_sampleTask;
     std::unique_ptr<Task> m_syncTask;

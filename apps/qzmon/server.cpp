@@ -1,6 +1,6 @@
 #include "server.h"
 
-#include <cctype>
+#include <utility>
 
 #include "common/owned.h"
 #include "json_writer.h"
@@ -10,12 +10,6 @@ namespace qzmon
 
 namespace
 {
-
-std::string Lower(std::string text)
-{
-    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
 
 std::string HeaderOf(QZHttpRequest* request, const char* name)
 {
@@ -78,16 +72,6 @@ void AddBody(QZHttpRequest* request, Fields* fields)
     for (const auto& [name, value] : ReadJsonObject(body)) (*fields)[name] = value;
 }
 
-/// Compares two tokens. The time does not depend on where they differ, so that it does not give a token away.
-bool SameToken(const std::string& a, const std::string& b)
-{
-    if (a.size() != b.size()) return false;
-    unsigned char difference = 0;
-    for (std::size_t i = 0; i < a.size(); ++i)
-        difference = static_cast<unsigned char>(difference | (a[i] ^ b[i]));
-    return difference == 0;
-}
-
 const char* ReasonOf(int status)
 {
     switch (status)
@@ -120,15 +104,29 @@ std::string ErrorPage(int status, const std::string& text)
     return page + "</main></html>";
 }
 
+Visitor VisitorOf(QZHttpRequest* request)
+{
+    Visitor visitor;
+    visitor.method = Utf8(request->GetMethod());
+    visitor.path = Utf8(request->GetUrl()->GetPath());
+    visitor.host = HeaderOf(request, "Host");
+    visitor.origin = HeaderOf(request, "Origin");
+    visitor.fetchSite = HeaderOf(request, "Sec-Fetch-Site");
+    visitor.fetchMode = HeaderOf(request, "Sec-Fetch-Mode");
+    visitor.writeToken = HeaderOf(request, "X-Qzmon");
+    visitor.accessTokens = {HeaderOf(request, "X-Token"), CookieOf(request, "qzmon-token")};
+    return visitor;
+}
+
 }  // namespace
 
 // ---- From a request to an answer
 
 Server::Server(Monitor* monitor, QZErrorReport* report, const std::string& bind, QZUInt16 port,
-               std::string token)
+               std::string accessToken, std::string writeToken)
     : QZHttpServerEngine(report, port),
       m_monitor(monitor),
-      m_token(std::move(token)),
+      m_access(bind, std::move(accessToken), std::move(writeToken)),
       m_start(QZEnvironment::GetTickCount())
 {
     constexpr QZInt32 kMostClients = 200;
@@ -149,6 +147,7 @@ const Server::Route Server::kRoutes[] = {
     {"GET", "/monitor.css", &Server::Style},
     {"GET", "/monitor.js", &Server::Script},
     {"GET", "/favicon.ico", &Server::Icon},
+    {"GET", "/api/token", &Server::GetToken},
     {"GET", "/chart.bmp", &Server::Chart},
     {"GET", "/ruler.bmp", &Server::Ruler},
     {"GET", "/api/status", &Server::GetStatusJson},
@@ -195,8 +194,9 @@ Server::Answer Server::Serve(QZHttpRequest* request)
 {
     try
     {
-        Answer refusal;
-        if (!IsAllowed(request, &refusal)) return refusal;
+        Answer moved;
+        if (TakesToken(request, &moved)) return moved;
+        m_access.Check(VisitorOf(request), static_cast<unsigned short>(GetPort()));
         return Dispatch(request);
     }
     catch (const Failure& failure)
@@ -227,45 +227,19 @@ Server::Answer Server::ErrorAnswer(QZHttpRequest* request, int status, const std
     return answer;
 }
 
-bool Server::HasToken(QZHttpRequest* request)
+/// Whether the request is the form with the access token. It moves the token from the address into a cookie.
+bool Server::TakesToken(QZHttpRequest* request, Answer* answer)
 {
-    return SameToken(HeaderOf(request, "X-Token"), m_token) ||
-           SameToken(CookieOf(request, "qzmon-token"), m_token);
-}
-
-bool Server::IsAllowed(QZHttpRequest* request, Answer* answer)
-{
-    const bool changes = request->GetMethod()->Equals("POST", 1) != 0;
-    if (changes && HeaderOf(request, "X-Qzmon").empty())
-    {
-        *answer = ErrorAnswer(request, 403, "A request that changes something needs the header X-Qzmon.");
-        return false;
-    }
-    if (m_token.empty())
-    {
-        // A name of another site may have been made to resolve to this machine.
-        std::string host = Lower(HeaderOf(request, "Host"));
-        host = host.substr(0, host.rfind(':'));
-        if (host.empty() || host == "localhost" || host.rfind("127.", 0) == 0) return true;
-        *answer = ErrorAnswer(request, 403, "The monitor is reached as 127.0.0.1 or localhost.");
-        return false;
-    }
-    const std::string path = Utf8(request->GetUrl()->GetPath());
-    if (HasToken(request) || path == "/monitor.css") return true;
+    if (!m_access.NeedsAccessToken() || Utf8(request->GetUrl()->GetPath()) != "/") return false;
     Fields fields;
     AddAddress(request, &fields);
-    if (!changes && path == "/" && SameToken(fields["token"], m_token))
-    {
-        // Moves the token from the address into a cookie.
-        answer->status = 302;
-        answer->headers =
-            "\r\nLocation: /\r\nSet-Cookie: qzmon-token=" + m_token + "; Path=/; HttpOnly; SameSite=Strict";
-        return false;
-    }
-    *answer = ErrorAnswer(
-        request, 401,
-        fields["token"].empty() ? "It was printed when the monitor was started." : "That is not the token.");
-    return false;
+    const std::string token = fields["token"];
+    if (token.empty()) return false;
+    if (!m_access.IsAccessToken(token)) throw Failure{401, "That is not the token."};
+    answer->status = 302;
+    answer->headers =
+        "\r\nLocation: /\r\nSet-Cookie: qzmon-token=" + token + "; Path=/; HttpOnly; SameSite=Strict";
+    return true;
 }
 
 /// The methods that the table has for a path, HEAD wherever there is GET.

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "access.h"
 #include "json_reader.h"
 #include "monitor.h"
 
@@ -13,17 +14,15 @@ namespace qzmon
 /// Serves the page and the data that the page asks for. It answers only the addresses in its table; no path
 /// of a request reaches the file system.
 ///
-/// A request that changes something needs the header "X-Qzmon", which a page of another site cannot send. On
-/// the loopback, the Host header has to be a name of the loopback. On any other address, each request needs
-/// the token.
+/// Access decides which requests are answered.
 ///
 /// The fields of a request are the parameters of its address and those of a body that is a JSON object.
 class Server : public QZHttpServerEngine
 {
 public:
-    /// @param token  required unless it is empty
+    /// The tokens are those of Access.
     Server(Monitor* monitor, QZErrorReport* report, const std::string& bind, QZUInt16 port,
-           std::string token);
+           std::string accessToken, std::string writeToken);
     ~Server() override { Shutdown(); }
 
 protected:
@@ -48,9 +47,8 @@ private:
 
     Answer Serve(QZHttpRequest* request);
     Answer Dispatch(QZHttpRequest* request);
+    bool TakesToken(QZHttpRequest* request, Answer* answer);
     static std::string AllowedAt(const std::string& path);
-    bool IsAllowed(QZHttpRequest* request, Answer* answer);
-    bool HasToken(QZHttpRequest* request);
     static Answer ErrorAnswer(QZHttpRequest* request, int status, const std::string& text);
 
     Answer Page(const Fields& fields);
@@ -59,6 +57,7 @@ private:
     Answer Icon(const Fields& fields);
     Answer Chart(const Fields& fields);
     Answer Ruler(const Fields& fields);
+    Answer GetToken(const Fields& fields);
     Answer GetStatusJson(const Fields& fields);
     Answer GetSamples(const Fields& fields);
     Answer GetTable(const Fields& fields);
@@ -75,7 +74,7 @@ private:
     Answer Plug(const Fields& fields);
 
     Monitor* m_monitor;
-    std::string m_token;
+    Access m_access;
     QZUInt64 m_start;
 };
 

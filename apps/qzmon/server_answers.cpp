@@ -100,6 +100,16 @@ Server::Answer Server::Page(const Fields&)
     Answer answer;
     answer.type = "text/html; charset=utf-8";
     answer.body = kMonitorHtml;
+    constexpr std::string_view kPlace = "{{write-token}}";
+    const std::size_t place = answer.body.find(kPlace);
+    if (place != std::string::npos) answer.body.replace(place, kPlace.size(), m_access.WriteToken());
+    return answer;
+}
+
+Server::Answer Server::GetToken(const Fields&)
+{
+    Answer answer;
+    answer.body = JsonWriter().Open().Add("token", m_access.WriteToken()).Close().Str();
     return answer;
 }
 
@@ -173,6 +183,14 @@ Server::Answer Server::GetStatusJson(const Fields&)
         .Add("age", latest.time > 0 ? QZEnvironment::GetCurrentTimestamp() - latest.time : QZInt64{-1})
         .Add("chartSeconds", m_monitor->GetSettings().Number("chart-seconds"))
         .Add("rowsPerPage", m_monitor->GetSettings().Number("rows-per-page"));
+    const StoreState store = m_monitor->GetStore().GetState();
+    json.Open("storage")
+        .Add("works", store.trouble.empty())
+        .Add("trouble", store.trouble)
+        .Add("stored", store.stored)
+        .Add("atRisk", store.atRisk)
+        .Add("lost", store.lost)
+        .Close();
     json.OpenList("channels");
     for (std::size_t i = 0; i < status.channels.size(); ++i)
     {

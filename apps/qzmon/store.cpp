@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "common/owned.h"
@@ -13,11 +16,8 @@ namespace qzmon
 namespace
 {
 
-using qzapp::OwnedFile;
-
 const char* const kSamples = "samples";
 const char* const kParameters = "parameters";
-constexpr QZInt64 kMegabyte = 1 << 20;
 
 bool Exists(const std::string& path)
 {
@@ -31,10 +31,10 @@ void Remove(const std::string& path)
     if (QZFile::Exists(&text)) QZFile::Delete(&text);
 }
 
+/// The size of a file that this process has open for itself.
 QZInt64 FileSize(const std::string& path)
 {
-    QZString text = Text(path);
-    return OwnedFile(QZFile::Open(&text))->GetSize();
+    return static_cast<QZInt64>(std::filesystem::file_size(std::u8string(path.begin(), path.end())));
 }
 
 void CopyFile(const std::string& from, const std::string& to)
@@ -42,10 +42,7 @@ void CopyFile(const std::string& from, const std::string& to)
     Remove(to);
     QZString source = Text(from);
     QZString target = Text(to);
-    QZFile::Create(&target);
-    const OwnedFile in(QZFile::Open(&source));
-    const OwnedFile out(QZFile::Open(&target));
-    QZFile::Copy(in.get(), 0, out.get(), 0, in->GetSize(), kMegabyte, nullptr);
+    QZFileBuffer::CopyInUse(&source, &target);
 }
 
 /// The path with a word and the time before its extension.
@@ -71,6 +68,14 @@ void SetDouble(QZDbTable* table, QZInt64 row, QZInt64 field, double value)
 {
     const QZData data(&value, sizeof value);
     table->DataSetValue(row, field, const_cast<QZData*>(&data));
+}
+
+/// Why an operation failed: the system's words where it has some. Returns the exception to the library.
+std::string WhyOf(QZException* e)
+{
+    const int number = static_cast<int>(e->GetSystemError());
+    const std::string message = TakeMessage(e);
+    return number == 0 ? message : std::error_code(number, std::system_category()).message();
 }
 
 void AddField(QZDbTable* table, const std::string& name, QZInt64 type)
@@ -146,44 +151,79 @@ std::string Store::Open(int channels)
 std::string Store::OpenFile()
 {
     const std::string name = m_path.substr(m_path.find_last_of("/\\") + 1);
-    QZString path = Text(m_path);
     std::string aside;
     if (Exists(m_path))
     {
-        std::string fault;
-        try
-        {
-            m_channel = QZChannel::Open(QZChannel::MODE_FILE, &path);
-            if (m_channel->G_EN() != 0) fault = "error " + std::to_string(m_channel->G_LE());
-            for (QZInt64 tree = 1; fault.empty() && tree <= QZDatabaseInfo::TREEBSN; ++tree)
-            {
-                const QZInt64 root = m_channel->G_TA(tree);
-                if (root <= 0 ||
-                    m_channel->G_T(QZDatabaseInfo::ADDRESS_MARK_THIS, root) != QZDatabaseInfo::TABLE_HD)
-                    fault = "tree " + std::to_string(tree) + " is missing";
-            }
-            if (fault.empty())
-            {
-                OpenTables();
-                return name + ": " + CheckRows();
-            }
-        }
-        catch (QZException* e)
-        {
-            fault = TakeMessage(e);
-        }
-        CloseTables();
-        if (m_channel != nullptr) QZChannel::Close(&m_channel);
+        const std::string fault = OpenExisting();
+        if (fault.empty()) return name + ": " + CheckRows();
+        CloseQuietly();
         const std::string damaged = Aside(m_path, "damaged-");
         Rename(m_path, damaged);
         aside = "the old one is damaged (" + fault + ") and was put aside as " +
                 damaged.substr(damaged.find_last_of("/\\") + 1) + "; ";
     }
-    if (!QZChannel::Create(&path)) throw Failure{500, m_path + ": cannot be made"};
-    m_channel = QZChannel::Open(QZChannel::MODE_FILE, &path);
-    MakeTables();
-    m_channel->SYNC();
+    MakeFile();
     return name + ": " + aside + "a new database";
+}
+
+/// Opens the file. Returns why it is no sound database; empty when it is one. A file that the system does not
+/// let us open or read is no damage: what it throws goes to the caller.
+std::string Store::OpenExisting()
+{
+    try
+    {
+        QZString path = Text(m_path);
+        m_channel = QZChannel::Open(QZChannel::MODE_FILE, &path);
+        if (m_channel->G_EN() != 0) return "error " + std::to_string(m_channel->G_LE());
+        for (QZInt64 tree = 1; tree <= QZDatabaseInfo::TREEBSN; ++tree)
+        {
+            const QZInt64 root = m_channel->G_TA(tree);
+            if (root <= 0 ||
+                m_channel->G_T(QZDatabaseInfo::ADDRESS_MARK_THIS, root) != QZDatabaseInfo::TABLE_HD)
+                return "tree " + std::to_string(tree) + " is missing";
+        }
+        OpenTables();
+        return {};
+    }
+    catch (QZException* e)
+    {
+        if (e->GetType() != QZIOException::Type) return TakeMessage(e);
+        CloseQuietly();
+        throw;
+    }
+}
+
+/// Makes the file with empty tables, or leaves none.
+void Store::MakeFile()
+{
+    try
+    {
+        QZString path = Text(m_path);
+        if (!QZChannel::Create(&path)) throw Failure{500, m_path + ": cannot be made"};
+        m_channel = QZChannel::Open(QZChannel::MODE_FILE, &path);
+        MakeTables();
+        m_channel->SYNC();
+    }
+    catch (QZException*)
+    {
+        CloseQuietly();
+        Remove(m_path);
+        throw;
+    }
+}
+
+/// Closes tables and file. What a failing close throws is dropped: the caller has a failure to tell already.
+void Store::CloseQuietly()
+{
+    try
+    {
+        CloseTables();
+        if (m_channel != nullptr) QZChannel::Close(&m_channel);
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+    }
 }
 
 void Store::MakeTables()
@@ -220,6 +260,30 @@ void Store::CloseTables()
     if (m_samples != nullptr) QZDbTable::Close(&m_samples);
     if (m_parameters != nullptr) QZDbTable::Close(&m_parameters);
     m_rows.clear();
+    m_halfRows.clear();
+}
+
+void Store::Ensure()
+{
+    if (m_samples != nullptr && m_parameters != nullptr) return;
+    try
+    {
+        CloseTables();
+        if (m_channel == nullptr)
+            OpenFile();
+        else
+            OpenTables();
+        return;
+    }
+    catch (QZException* e)
+    {
+        Fail(WhyOf(e));
+    }
+    catch (const Failure& failure)
+    {
+        Fail(failure.text);
+    }
+    throw Failure{503, "The database is not open: " + GetState().trouble};
 }
 
 bool Store::IsSound(QZInt64 row)
@@ -253,8 +317,13 @@ std::string Store::CheckRows()
 void Store::Close()
 {
     Do([this] {
+        if (m_channel == nullptr) return;
+        const QZInt64 rows = static_cast<QZInt64>(m_rows.size());
         CloseTables();
-        if (m_channel != nullptr) QZChannel::Close(&m_channel);
+        QZChannel::Close(&m_channel);
+        const std::lock_guard<std::mutex> guard(m_stateLock);
+        m_state.stored = rows;
+        m_state.atRisk = static_cast<QZInt64>(m_held.size());
     });
 }
 
@@ -268,50 +337,117 @@ void Store::AppendRow(const Sample& sample)
 {
     const QZInt64 row = m_samples->DataAdd();
     if (row <= 0) Refused("A sample");
+    m_halfRows.push_back(row);
     const QZData time(&sample.time, sizeof sample.time);
     m_samples->DataSetValue(row, 1, const_cast<QZData*>(&time));
     for (std::size_t i = 0; i < sample.values.size(); ++i)
         SetDouble(m_samples, row, static_cast<QZInt64>(i) + 2, sample.values[i]);
+    m_halfRows.pop_back();
     m_rows.push_back(row);
 }
 
 void Store::Append(const Sample& sample)
 {
     Post([this, sample] {
-        if (m_samples == nullptr) return;
+        m_held.push_back(sample);
         try
         {
-            AppendRow(sample);
+            if (GetState().trouble.empty()) StoreHeld();
         }
         catch (QZException* e)
         {
-            m_failure = TakeMessage(e);
+            Fail(WhyOf(e));
         }
         catch (const Failure& failure)
         {
-            m_failure = failure.text;
+            Fail(failure.text);
         }
+        CountHeld();
     });
+}
+
+void Store::StoreHeld()
+{
+    Ensure();
+    while (!m_halfRows.empty())
+    {
+        m_samples->DataRemove(m_halfRows.back());
+        m_halfRows.pop_back();
+    }
+    while (!m_held.empty())
+    {
+        AppendRow(m_held.front());
+        m_held.pop_front();
+    }
+}
+
+void Store::Fail(const std::string& why)
+{
+    const std::lock_guard<std::mutex> guard(m_stateLock);
+    m_state.trouble = why.empty() ? "the database refused a write" : why;
+}
+
+void Store::Succeed()
+{
+    const std::lock_guard<std::mutex> guard(m_stateLock);
+    m_state.trouble.clear();
+    m_state.stored = static_cast<QZInt64>(m_rows.size());
+}
+
+/// Drops what memory cannot hold, and counts what only this process holds.
+void Store::CountHeld()
+{
+    const std::lock_guard<std::mutex> guard(m_stateLock);
+    for (; m_held.size() > kHeldMax; m_held.pop_front()) ++m_state.lost;
+    const QZInt64 rows = static_cast<QZInt64>(m_rows.size());
+    m_state.atRisk = std::max<QZInt64>(rows - m_state.stored, 0) + static_cast<QZInt64>(m_held.size());
+}
+
+StoreState Store::GetState()
+{
+    const std::lock_guard<std::mutex> guard(m_stateLock);
+    return m_state;
+}
+
+void Store::SyncFile()
+{
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point start = Clock::now();
+    m_channel->SYNC();
+    m_figures.syncMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    ++m_figures.syncs;
+    m_figures.fileBytes = FileSize(m_path);
 }
 
 void Store::Sync()
 {
-    const std::string failure = Do([this] {
-        if (m_channel == nullptr) return std::string();
-        using Clock = std::chrono::steady_clock;
-        const Clock::time_point start = Clock::now();
-        m_channel->SYNC();
-        m_figures.syncMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-        ++m_figures.syncs;
-        m_figures.fileBytes = FileSize(m_path);
-        return std::exchange(m_failure, std::string());
+    Do([this] {
+        try
+        {
+            Ensure();
+            // What the last failure left unwritten goes first, so that the samples that wait find room for
+            // it.
+            if (!m_held.empty()) SyncFile();
+            StoreHeld();
+            SyncFile();
+            Succeed();
+        }
+        catch (QZException* e)
+        {
+            Fail(WhyOf(e));
+        }
+        catch (const Failure& failure)
+        {
+            Fail(failure.text);
+        }
+        CountHeld();
     });
-    if (!failure.empty()) throw Failure{500, "Samples could not be stored: " + failure};
 }
 
 std::vector<Sample> Store::Last(std::size_t count)
 {
     return Do([=, this] {
+        Ensure();
         std::vector<Sample> samples;
         const std::size_t first = m_rows.size() > count ? m_rows.size() - count : 0;
         for (std::size_t i = first; i < m_rows.size(); ++i)
@@ -330,6 +466,7 @@ std::vector<Sample> Store::Last(std::size_t count)
 TablePage Store::Rows(const std::string& table, QZInt64 page, QZInt64 size)
 {
     return Do([=, this] {
+        Ensure();
         if (table == kSamples) return ReadPage(m_samples, m_rows, page, size);
         if (table == kParameters) return ReadPage(m_parameters, RowsOf(m_parameters), page, size);
         throw Failure{404, "There is no table \"" + table + "\"."};
@@ -338,7 +475,10 @@ TablePage Store::Rows(const std::string& table, QZInt64 page, QZInt64 size)
 
 std::vector<Correction> Store::Corrections()
 {
-    return Do([this] { return ReadCorrections(m_parameters); });
+    return Do([this] {
+        Ensure();
+        return ReadCorrections(m_parameters);
+    });
 }
 
 void Store::WriteCorrections(const std::vector<std::string>& names,
@@ -365,12 +505,18 @@ void Store::WriteCorrections(const std::vector<std::string>& names,
 
 void Store::SetCorrections(const std::vector<std::string>& names, const std::vector<Correction>& corrections)
 {
-    Do([&, this] { WriteCorrections(names, corrections); });
+    Do([&, this] {
+        Ensure();
+        WriteCorrections(names, corrections);
+    });
 }
 
 std::vector<Snapshot> Store::Snapshots()
 {
-    return Do([this] { return ReadSnapshots(m_channel); });
+    return Do([this] {
+        Ensure();
+        return ReadSnapshots(m_channel);
+    });
 }
 
 Snapshot Store::NewMark(const std::string& label)
@@ -392,6 +538,7 @@ Snapshot Store::NewMark(const std::string& label)
 Snapshot Store::TakeSnapshot(const std::string& label)
 {
     return Do([&, this] {
+        Ensure();
         if (!label.empty() && HasLabel(label))
             throw Failure{409,
                           "There is a snapshot \"" + Visible(label) + "\" already; choose another label."};
@@ -418,6 +565,7 @@ Snapshot Store::Find(QZInt64 id)
 void Store::Restore(QZInt64 id)
 {
     Do([=, this] {
+        Ensure();
         const Snapshot snapshot = Find(id);
         const std::string label = "before the restore of " + TimeText(snapshot.time).substr(0, 19);
         std::string free = label;
@@ -437,6 +585,7 @@ Preview Store::Look(QZInt64 id, QZInt64 rows)
     const std::string copy = m_path + ".preview";
     Preview preview;
     preview.snapshot = Do([&, this] {
+        Ensure();
         const Snapshot snapshot = Find(id);
         m_channel->SYNC();
         CopyFile(m_path, copy);
@@ -481,7 +630,7 @@ StoreFigures Store::Figures()
     return Do([=, this] {
         m_figures.waiting = static_cast<QZInt64>(waiting);
         m_figures.samples = static_cast<QZInt64>(m_rows.size());
-        m_figures.snapshots = static_cast<QZInt64>(ReadSnapshots(m_channel).size());
+        if (m_channel != nullptr) m_figures.snapshots = static_cast<QZInt64>(ReadSnapshots(m_channel).size());
         return m_figures;
     });
 }
@@ -489,17 +638,27 @@ StoreFigures Store::Figures()
 bool Store::Rotate(QZInt64 limit)
 {
     return Do([=, this] {
-        if (m_figures.fileBytes <= limit) return false;
+        if (m_figures.fileBytes <= limit || !GetState().trouble.empty()) return false;
+        Ensure();
         std::vector<std::string> names;
         for (const QZInt64 row : RowsOf(m_parameters)) names.push_back(ReadText(m_parameters, row, 1));
         const std::vector<Correction> corrections = ReadCorrections(m_parameters);
         CloseTables();
         QZChannel::Close(&m_channel);
-        Rename(m_path, Aside(m_path, ""));
-        OpenFile();
+        std::string why;
+        try
+        {
+            Rename(m_path, Aside(m_path, ""));
+        }
+        catch (QZException* e)
+        {
+            why = WhyOf(e);
+        }
+        Ensure();
+        if (!why.empty()) throw Failure{500, "The full database cannot be put aside: " + why};
         WriteCorrections(names, corrections);
-        m_channel->SYNC();
-        m_figures.fileBytes = FileSize(m_path);
+        SyncFile();
+        Succeed();
         return true;
     });
 }

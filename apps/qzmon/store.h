@@ -48,6 +48,19 @@ struct Preview
     TablePage parameters;
 };
 
+/// Whether samples reach the file. While they do not, they are kept in memory.
+struct StoreState
+{
+    /// Why nothing can be written, in one sentence; empty while writing succeeds.
+    std::string trouble;
+    /// Samples that the file holds for certain: those of the last sync.
+    QZInt64 stored = 0;
+    /// Samples that only this process holds.
+    QZInt64 atRisk = 0;
+    /// Samples that were dropped, because memory holds only so many.
+    QZInt64 lost = 0;
+};
+
 struct StoreFigures
 {
     QZInt64 fileBytes = 0;
@@ -63,10 +76,16 @@ struct StoreFigures
 /// wait.
 ///
 /// Tables: "samples" (time and a DOUBLE for each channel, the rows in the order of time), "parameters" (name,
-/// offset and gain of each channel). Failures of the database are QZException objects.
+/// offset and gain of each channel). Failures of the database are QZException objects; while no file is open,
+/// operations throw Failure 503.
+///
+/// When a write fails, samples wait in memory, and each Sync tries again.
 class Store
 {
 public:
+    /// The samples that wait in memory while nothing can be written; of more, the oldest are dropped.
+    static constexpr std::size_t kHeldMax = 100000;
+
     explicit Store(std::string path);
     ~Store();
     Store(const Store&) = delete;
@@ -75,12 +94,16 @@ public:
     /// Opens the file, or makes it, and checks every row. Returns in one line what it found. A file that is
     /// no sound database is renamed, and a new one is made.
     std::string Open(int channels);
-    /// Runs the jobs that wait, then writes everything and closes.
+    /// Runs the jobs that wait, then writes everything and closes. Samples that could not be written stay
+    /// counted in GetState as at risk.
     void Close();
 
-    /// Queues a sample and returns at once. When storing it fails, the next Sync throws.
+    /// Queues a sample and returns at once.
     void Append(const Sample& sample);
+    /// Writes all samples to the file, those that wait in memory too. GetState tells whether it succeeded.
     void Sync();
+    /// Does not wait for the jobs.
+    StoreState GetState();
 
     /// The last samples, oldest first.
     std::vector<Sample> Last(std::size_t count);
@@ -100,7 +123,8 @@ public:
 
     StoreFigures Figures();
 
-    /// Renames the file and begins a new one when it is larger than the limit. Returns whether it did.
+    /// Renames the file and begins a new one when it is larger than the limit. Returns whether it did. When
+    /// the file cannot be renamed, it stays in use, and this throws Failure 500.
     bool Rotate(QZInt64 limit);
 
 private:
@@ -110,6 +134,16 @@ private:
     auto Do(Work work);
 
     std::string OpenFile();
+    std::string OpenExisting();
+    void MakeFile();
+    void CloseQuietly();
+    /// Opens what a failure has left closed. Throws Failure 503 when that fails again.
+    void Ensure();
+    void SyncFile();
+    void StoreHeld();
+    void Fail(const std::string& why);
+    void Succeed();
+    void CountHeld();
     void OpenTables();
     void CloseTables();
     void MakeTables();
@@ -128,8 +162,14 @@ private:
     QZDbTable* m_samples = nullptr;
     QZDbTable* m_parameters = nullptr;
     std::vector<QZInt64> m_rows;
-    std::string m_failure;
+    /// Rows that got only a part of their values, to be taken out.
+    std::vector<QZInt64> m_halfRows;
+    /// Samples that wait for the file, oldest first.
+    std::deque<Sample> m_held;
     StoreFigures m_figures;
+
+    std::mutex m_stateLock;
+    StoreState m_state;
 
     std::mutex m_lock;
     std::condition_variable m_wake;

@@ -35,25 +35,39 @@ std::string SizeText(QZInt64 bytes)
     return FixedText(value, value < 10 ? 2 : 1) + " " + units[unit];
 }
 
-std::size_t TakeUtf8(std::string_view text, unsigned* point)
+namespace
+{
+/// The length in bytes of the first character of UTF-8; 0 when it is not well-formed.
+std::size_t CharacterLength(std::string_view text)
 {
     const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    if (text.empty()) return 0;
     const unsigned first = byte(0);
-    *point = first;
     if (first < 0x80) return 1;
     const std::size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
     if (first < 0xC2 || first > 0xF4 || text.size() < length) return 0;
-    *point = first & (0x7Fu >> length);
+    unsigned point = first & (0x7Fu >> length);
     for (std::size_t i = 1; i < length; ++i)
     {
         if ((byte(i) & 0xC0) != 0x80) return 0;
-        *point = *point << 6 | (byte(i) & 0x3Fu);
+        point = point << 6 | (byte(i) & 0x3Fu);
     }
     // Not well-formed: overlong forms, surrogates, and code points after the last character.
     const unsigned least[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool surrogate = *point >= 0xD800 && *point < 0xE000;
-    return *point < least[length] || *point > 0x10FFFF || surrogate ? 0 : length;
+    const bool surrogate = point >= 0xD800 && point < 0xE000;
+    return point < least[length] || point > 0x10FFFF || surrogate ? 0 : length;
+}
+}  // namespace
+
+std::string WellFormed(std::string_view text)
+{
+    std::string result;
+    while (!text.empty())
+    {
+        const std::size_t length = CharacterLength(text);
+        result += length == 0 ? std::string_view("\xEF\xBF\xBD") : text.substr(0, length);
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return result;
 }
 
 std::string HtmlText(std::string_view text)

@@ -37,8 +37,8 @@ std::string FixedText(double value, int digits);
 /// "12.3 MB".
 std::string SizeText(QZInt64 bytes);
 
-/// Reads the first character of UTF-8. Returns its length in bytes, 0 when it is not well-formed.
-std::size_t TakeUtf8(std::string_view text, unsigned* point);
+/// The text with U+FFFD in the place of every byte that is no UTF-8.
+std::string WellFormed(std::string_view text);
 
 /// Text as it stands between the tags of a page, with its special characters escaped.
 std::string HtmlText(std::string_view text);

@@ -6,6 +6,7 @@
 #include "fw/fw_exception_code.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
+#include "os/os_file_buffer.h"
 
 const QZInt64 QZChannel::Type;
 const QZInt64 QZChannel::MODE_FILE;
@@ -109,6 +110,28 @@ void QZChannel::Close(QZChannel** channel)
     delete closing;
     QZDatabase::Close(&database);
 }
+
+QZWriteState QZChannel::TryClose(QZChannel** channel)
+{
+    if (*channel == nullptr)
+    {
+        QZLibAssert(0);
+        return {};
+    }
+    QZChannel* closing = *channel;
+    *channel = nullptr;
+    QZDatabase* database = closing->m_database;
+    delete closing;
+    return QZDatabase::TryClose(&database);
+}
+
+QZWriteState QZChannel::TryCollect() { return IsFile() ? m_database->TryCollect() : QZWriteState(); }
+
+QZWriteState QZChannel::TrySync() { return IsFile() ? m_database->TrySync() : QZWriteState(); }
+
+QZWriteState QZChannel::GetWriteState() { return IsFile() ? m_database->GetWriteState() : QZWriteState(); }
+
+QZString* QZChannel::GetPath() { return IsFile() ? m_database->GetPath() : nullptr; }
 
 QZInt64 QZChannel::CallFun(QZInt64 command, QZInt64 a, QZInt64 b, QZInt64 c, QZInt64 d, QZInt64 e)
 {

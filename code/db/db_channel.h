@@ -52,9 +52,17 @@ public:
     void ConsoleLock();
     void ConsoleUnlock();
 
-    /// Write everything to the disk. Both return 0, whatever the result of the database is.
+    /// Write everything to the disk. Both return 0, whatever the result of the database is. TrySync tells
+    /// whether it succeeded.
     QZInt64 COLLECT();
     QZInt64 SYNC();
+
+    /// Additions, see QZDatabase. Outside MODE_FILE the state is empty and the path null.
+    static QZWriteState TryClose(QZChannel** channel);
+    QZWriteState TryCollect();
+    QZWriteState TrySync();
+    QZWriteState GetWriteState();
+    QZString* GetPath();
 
     void CheckParam(QZInt64 flag);
     QZBool CheckParam();

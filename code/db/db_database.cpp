@@ -5,6 +5,7 @@
 #include "db/db_format.h"
 #include "db/internal/db_console.h"
 #include "db/internal/db_objects.h"
+#include "db/internal/db_operation.h"
 #include "db/internal/db_repair.h"
 #include "db/internal/db_rollback.h"
 #include "fw/fw_library.h"
@@ -14,6 +15,7 @@
 
 const QZInt64 QZDbSysInfo::Type;
 const QZInt64 QZDatabase::Type;
+QZByte QZDatabase::UnlockOnRaise = 0;
 
 QZInt64 QZDbSysInfo::GetType() { return Type; }
 
@@ -99,8 +101,6 @@ void QZDatabase::ConsoleLock() { m_section->Lock(); }
 
 void QZDatabase::ConsoleUnlock() { m_section->Unlock(); }
 
-/// Every operation that locks begins with this. There is no guard object, because an exception that leaves an
-/// operation must leave the section entered: the header documents it.
 void QZDatabase::Enter()
 {
     m_section->Lock();
@@ -111,32 +111,103 @@ void QZDatabase::Leave() { m_section->Unlock(); }
 
 QZBool QZDatabase::Collect()
 {
-    Enter();
+    Operation operation(this);
     const QZBool answer = m_objects->Console()->Buffer()->Collect();
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZBool QZDatabase::Sync()
 {
-    Enter();
+    Operation operation(this);
     const QZBool answer = m_objects->Console()->Buffer()->Sync();
-    Leave();
+    operation.Leave();
     return answer;
 }
 
+namespace
+{
+/// Runs an operation that may throw for a file that cannot be written. The state tells the failure.
+template <typename Work>
+void Quietly(Work work)
+{
+    try
+    {
+        work();
+    }
+    catch (QZException* e)
+    {
+        QZExceptionFactory::Recycle(&e);
+    }
+}
+}  // namespace
+
+QZWriteState QZDatabase::TryClose(QZDatabase** database)
+{
+    if (*database == nullptr)
+    {
+        QZLibAssert(0);
+        return {};
+    }
+    QZWriteState state = (*database)->TryCollect();
+    try
+    {
+        Close(database);
+        // The second attempt has written what the first one could not.
+        if (state.Unwritten > 0) state.Unwritten = state.Code = state.SystemError = 0;
+    }
+    catch (QZException* e)
+    {
+        ++state.Failures;
+        state.Code = e->GetCode();
+        state.SystemError = e->GetSystemError();
+        QZExceptionFactory::Recycle(&e);
+    }
+    return state;
+}
+
+QZWriteState QZDatabase::TryCollect()
+{
+    Operation operation(this);
+    QZFileBuffer* buffer = m_objects->Console()->Buffer();
+    Quietly([buffer] { buffer->Collect(); });
+    const QZWriteState state = buffer->GetWriteState();
+    operation.Leave();
+    return state;
+}
+
+QZWriteState QZDatabase::TrySync()
+{
+    Operation operation(this);
+    QZFileBuffer* buffer = m_objects->Console()->Buffer();
+    Quietly([buffer] { buffer->Sync(); });
+    const QZWriteState state = buffer->GetWriteState();
+    operation.Leave();
+    return state;
+}
+
+QZWriteState QZDatabase::GetWriteState()
+{
+    Operation operation(this);
+    const QZWriteState state = m_objects->Console()->Buffer()->GetWriteState();
+    operation.Leave();
+    return state;
+}
+
+QZString* QZDatabase::GetPath() { return m_objects->Console()->Buffer()->GetPath(); }
+
 void QZDatabase::CheckParam(QZInt64 flag)
 {
-    Enter();
+    Operation operation(this);
     m_objects->Console()->SetCheckParam(flag != 0);
-    Leave();
+    operation.Leave();
 }
 
 QZBool QZDatabase::CheckParam()
 {
-    Enter();
+    Operation operation(this);
     const bool answer = m_objects->Console()->IsCheckParam();
-    Leave();
+    operation.Leave();
     return answer ? 1 : 0;
 }
 
@@ -144,17 +215,17 @@ QZInt64 QZDatabase::G_AS() { return m_objects->Console()->AddressInfo()->Address
 
 QZInt64 QZDatabase::G_EN()
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = m_objects->Console()->GetErrorCount();
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::G_LE()
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = m_objects->Console()->GetLastError();
-    Leave();
+    operation.Leave();
     return answer;
 }
 

@@ -8,6 +8,7 @@ class QZChannel;
 class QZCollection;
 class QZCriticalSection;
 class QZString;
+struct QZWriteState;
 
 /// Information about a database. GetSysInfo makes it, Recycle deletes it. A plain record.
 class QZ_API QZDbSysInfo : public QZObject
@@ -41,11 +42,16 @@ public:
 ///
 /// Any thread may call. One recursive section serialises the operations; G_AS, G_WS, GetSysInfo and the
 /// rollback operations do not enter it. An exception that passes through an operation leaves the section
-/// entered by the thread.
+/// entered by the thread, and every other thread then waits for ever: UnlockOnRaise changes that.
 class QZ_API QZDatabase : public QZObject
 {
 public:
     static const QZInt64 Type = 0x81FFFFD;
+
+    /// 1: an exception that passes through an operation leaves the section, so that a failed operation is
+    /// one failure and other threads go on. Brackets of ConsoleLock stay: their owner unlocks them. 0, the
+    /// default: the section stays entered by the thread. Set it before the first operation.
+    static QZByte UnlockOnRaise;
 
     QZInt64 GetType() override;
 
@@ -71,6 +77,17 @@ public:
     QZBool Collect();
     QZBool Sync();
 
+    /// Additions: Close, Collect and Sync for those who ask whether everything was written. They throw
+    /// nothing for a file that cannot be written, and return the state afterwards; see
+    /// QZFileBuffer::GetWriteState. After TryClose, Unwritten is what was lost.
+    static QZWriteState TryClose(QZDatabase** database);
+    QZWriteState TryCollect();
+    QZWriteState TrySync();
+    /// An addition: whether the changes reach the file.
+    QZWriteState GetWriteState();
+    /// An addition: the path of the file, which belongs to the database.
+    QZString* GetPath();
+
     /// Argument tests: not 0 turns them on.
     void CheckParam(QZInt64 flag);
     QZBool CheckParam();
@@ -86,15 +103,16 @@ public:
     /// The root HD of tree n (TREEASN to TREEBSN), 0 if there is none.
     QZInt64 G_TA(QZInt64 n);
     /// An address field of a record or HD; -1 when refused.
-    /// @throws QZDatabaseException BadStruct, with the section still entered, when argument tests are on and
-    /// the record does not fit the selector
+    /// @throws QZDatabaseException BadStruct, when argument tests are on and the record does not fit the
+    /// selector; without UnlockOnRaise the section stays entered
     QZInt64 G_A(QZInt64 address, QZInt64 selector);
     /// A field of an HD, untested.
     QZInt64 G_HD_A(QZInt64 side, QZInt64 address, QZInt64 selector);
     /// What lies at the address: a type code.
     QZInt64 G_T(QZInt64 side, QZInt64 address);
     /// Counts and places; `code` is HD_NODE_COUNT and its like. -1 when refused.
-    /// @throws QZException 1024 with HD_NODE_COUNT_ALL on a list that is not empty; the section stays entered
+    /// @throws QZException 1024 with HD_NODE_COUNT_ALL on a list that is not empty; without
+    /// UnlockOnRaise the section stays entered
     QZInt64 G_CN(QZInt64 address, QZInt64 code, QZInt64 argument);
     /// Fills `collection`; `code` is ADDRESSARRAYCOPY_PD_FROM_HD and its like. -1, on success too; 0 for a
     /// null collection; a byte size for ADDRESSARRAYCOPY_ROLLBACKMARKS.
@@ -150,6 +168,7 @@ public:
 
 private:
     friend class QZChannel;
+    class Operation;
 
     explicit QZDatabase(OBJECTS* objects);
     ~QZDatabase() override;

@@ -4,6 +4,7 @@
 #include "db/db_format.h"
 #include "db/internal/db_console.h"
 #include "db/internal/db_objects.h"
+#include "db/internal/db_operation.h"
 #include "db/internal/db_read.h"
 #include "db/internal/db_repair.h"
 #include "db/internal/db_rollback.h"
@@ -14,25 +15,26 @@ using layout::kSideThis;
 
 QZInt64 QZDatabase::G_TA(QZInt64 n)
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = m_objects->Read()->TreeRoot(layout::kMainHd, n);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::G_A(QZInt64 address, QZInt64 selector)
 {
-    Enter();
+    Operation operation(this);
     if (Testing() && !CheckObject(kSideThis, address, selector))
     {
-        // The only operation that throws. It throws with the section entered, and the same thread can go on.
+        // The only operation that throws. Without UnlockOnRaise it throws with the section
+        // entered, and the same thread can go on.
         QZRaise(QZDatabaseFailure(QZDatabaseInfo::BAD_STRUCT), QZ_W("QZDatabase"), QZ_W("G_A"))
             .Argument(QZ_W("QZInt64"), address)
             .Argument(QZ_W("QZInt64"), selector)
             .Throw();
     }
     const QZInt64 answer = ReadField(address, selector);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
@@ -61,25 +63,25 @@ QZInt64 QZDatabase::ReadField(QZInt64 address, QZInt64 selector)
 
 QZInt64 QZDatabase::G_HD_A(QZInt64 side, QZInt64 address, QZInt64 selector)
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = m_objects->Read()->ReadHD(side, address, selector);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::G_T(QZInt64 side, QZInt64 address)
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = m_objects->Repair()->TypeOf(side, address);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::G_CN(QZInt64 address, QZInt64 code, QZInt64 argument)
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = CountOrNumber(address, code, argument);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
@@ -130,9 +132,9 @@ QZInt64 QZDatabase::NthRecord(QZInt64 hd, QZInt64 n)
 QZInt64 QZDatabase::G_AL(QZInt64 code, QZInt64 address, QZCollection* collection)
 {
     if (collection == nullptr) return 0;
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = ListAddresses(code, address, collection);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
@@ -180,17 +182,17 @@ QZInt64 QZDatabase::A_G(QZInt64 hd, QZInt64 selector, const void* buffer, QZInt6
     (void)buffer;
     (void)length;
     (void)collection;
-    Enter();
+    Operation operation(this);
     const bool fits = !Testing() || Fits(Is(hd, QZDatabaseInfo::TABLE_HD));
-    Leave();
+    operation.Leave();
     return fits ? 0 : -1;
 }
 
 QZInt64 QZDatabase::CK(QZInt64 side, QZInt64 address)
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = StructCheck(side, address);
-    Leave();
+    operation.Leave();
     return answer;
 }
 

@@ -7,6 +7,7 @@
 #include "db/internal/db_console.h"
 #include "db/internal/db_link.h"
 #include "db/internal/db_objects.h"
+#include "db/internal/db_operation.h"
 #include "db/internal/db_read.h"
 #include "db/internal/db_repair.h"
 #include "db/internal/db_walk.h"
@@ -60,9 +61,9 @@ bool Lengthens(READ* read, QZInt64 hd, const ListEnd& before, QZInt64 record)
 
 QZInt64 QZDatabase::P_D(QZInt64 hd, QZInt64 kind)
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = AppendRecord(hd, kind);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
@@ -84,35 +85,35 @@ QZInt64 QZDatabase::AppendRecord(QZInt64 hd, QZInt64 kind)
 
 QZInt64 QZDatabase::P_HD(QZInt64 pd)
 {
-    Enter();
+    Operation operation(this);
     // For a bad PD the result is -1 and no error is recorded.
     const QZInt64 answer =
         Testing() && !Is(pd, QZDatabaseInfo::DATA_PD) ? -1 : m_objects->Data()->NewHDForPD(pd);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::P_HDF()
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = m_objects->Data()->NewHD(0);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::P_A(QZInt64 address, QZInt64 selector, QZInt64 value)
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = Testing() && !Fits(Is(address, kAnyRecord))
                                ? -1
                                : m_objects->Data()->PutField(address, selector, value);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::MV(QZInt64 address, QZInt64 steps)
 {
-    Enter();
+    Operation operation(this);
     QZInt64 answer = -1;
     if (!Testing() || Fits(Is(address, kAnyRecord)))
     {
@@ -121,24 +122,24 @@ QZInt64 QZDatabase::MV(QZInt64 address, QZInt64 steps)
         if (steps < 0) link->MoveUp(address, layout::At(~steps, 1));
         answer = 0;
     }
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::MT(QZInt64 address, QZInt64 hd)
 {
-    Enter();
+    Operation operation(this);
     const bool fits = !Testing() || Fits(Is(address, kAnyRecord) && Is(hd, QZDatabaseInfo::TABLE_HD));
     const QZInt64 answer = fits ? m_objects->Link()->MoveToHD(address, hd) : -1;
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZBool QZDatabase::D_DATA(QZInt64 address, QZInt64 code)
 {
-    Enter();
+    Operation operation(this);
     const bool answer = (!Testing() || Fits(Is(address, kAnyRecord))) && Delete(address, code);
-    Leave();
+    operation.Leave();
     return answer ? 1 : 0;
 }
 
@@ -185,9 +186,9 @@ void QZDatabase::DeleteWithBranch(QZInt64 pd)
 
 QZInt64 QZDatabase::P_C(QZInt64 address, QZInt64 field, const void* buffer, QZInt64 length)
 {
-    Enter();
+    Operation operation(this);
     const QZInt64 answer = PutContent(address, field, buffer, length);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
@@ -288,10 +289,10 @@ QZInt64 QZDatabase::ContentSlot(QZInt64 address, QZInt64 field)
 
 QZInt64 QZDatabase::G_C(QZInt64 address, QZInt64 field, void* buffer)
 {
-    Enter();
+    Operation operation(this);
     QZInt64 answer = ContentSlot(address, field);
     if (answer > 0) answer = m_objects->Chars()->Read(answer, buffer);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
@@ -299,7 +300,7 @@ QZInt64 QZDatabase::G_C_L(QZInt64 address, QZInt64 field) { return ReadContent(a
 
 QZInt64 QZDatabase::ReadContent(QZInt64 address, QZInt64 field, void* buffer, QZInt64 room)
 {
-    Enter();
+    Operation operation(this);
     QZInt64 answer = -1;
     QZInt64 slot = 0;
     try
@@ -314,15 +315,15 @@ QZInt64 QZDatabase::ReadContent(QZInt64 address, QZInt64 field, void* buffer, QZ
         answer = -1;
     }
     if (slot > 0 && answer >= 0 && answer <= room) m_objects->Chars()->Read(slot, buffer);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 bool QZDatabase::FieldSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* slots)
 {
-    Enter();
+    Operation operation(this);
     const bool found = FindSlots(ld, field, count, slots);
-    Leave();
+    operation.Leave();
     return found;
 }
 
@@ -347,7 +348,7 @@ bool QZDatabase::FindSlots(QZInt64 ld, QZInt64 field, QZInt64 count, QZInt64* sl
 
 QZInt64 QZDatabase::ReadSlot(QZInt64 slot, void* buffer, QZInt64 room)
 {
-    Enter();
+    Operation operation(this);
     QZInt64 answer = -1;
     try
     {
@@ -359,13 +360,13 @@ QZInt64 QZDatabase::ReadSlot(QZInt64 slot, void* buffer, QZInt64 room)
         Record(QZDatabaseInfo::ERROR_ABORT);
     }
     if (answer >= 0 && answer <= room) m_objects->Chars()->Read(slot, buffer);
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::E_C(QZInt64 address, QZInt64 field)
 {
-    Enter();
+    Operation operation(this);
     QZInt64 answer = -1;
     try
     {
@@ -378,13 +379,13 @@ QZInt64 QZDatabase::E_C(QZInt64 address, QZInt64 field)
         Record(QZDatabaseInfo::ERROR_ABORT);
         answer = -1;
     }
-    Leave();
+    operation.Leave();
     return answer;
 }
 
 QZInt64 QZDatabase::ERASE(QZInt64 address, QZInt64 count)
 {
-    Enter();
+    Operation operation(this);
     try
     {
         // Not logged, like E_C: a restore does not bring erased bytes back.
@@ -395,6 +396,6 @@ QZInt64 QZDatabase::ERASE(QZInt64 address, QZInt64 count)
         QZExceptionFactory::Recycle(&e);
         Record(QZDatabaseInfo::ERROR_ABORT);
     }
-    Leave();
+    operation.Leave();
     return count;
 }

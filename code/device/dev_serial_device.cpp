@@ -11,6 +11,7 @@
 #include "fw/internal/fw_hooks.h"
 #include "fw/internal/fw_raise.h"
 #include "os/os_thread.h"
+#include "sys/internal/sys_thread.h"
 
 using namespace serialdevice;
 
@@ -30,6 +31,8 @@ struct QZSerialDevice::Shared
     QZList<QZSerialFunData>* queue;
     QZList<QZSerialFunData>* unused;
     QZCriticalSection* lock;
+    /// Set when a request is queued or the queue thread is to end.
+    void* queued;
 };
 
 /// The flags of the queue thread, which are read in loops without a lock.
@@ -42,8 +45,11 @@ struct QZSerialDevice::Worker
 namespace
 {
 
-/// Time between two looks of a waiting thread, in microseconds.
+/// Time between two looks of a thread that waits for its call, in microseconds.
 constexpr int kPauseMicros = 100;
+
+/// The queue thread looks at the library's abort flag this often, in milliseconds.
+constexpr QZUInt32 kIdleWait = 100;
 
 /// Sets the caller's word, on which another thread waits.
 void SetDone(int* done)
@@ -71,7 +77,8 @@ QZSerialDevice::Shared::Shared(QZUInt64 id)
       mutex(new QZMutex),
       queue(new QZList<QZSerialFunData>),
       unused(new QZList<QZSerialFunData>),
-      lock(new QZCriticalSection)
+      lock(new QZCriticalSection),
+      queued(os::EventCreate())
 {
     for (QZString* text : {model, sn, version}) text->SetDisposable(owner, 0);
 }
@@ -83,6 +90,7 @@ QZSerialDevice::Shared::~Shared()
         (*text)->SetDisposable(owner, 1);
         QZStringFactory::Recycle(text);
     }
+    os::EventClose(queued);
     delete lock;
     for (QZList<QZSerialFunData>* list : {queue, unused})
     {
@@ -140,6 +148,7 @@ void QZSerialDevice::StopWorker()
 {
     if (m_worker == nullptr) return;
     m_worker->stop = 1;
+    os::EventSet(m_shared->queued);
     while (m_worker->alive != 0) QZThread::Sleep(5);
     m_worker.reset();
 }
@@ -309,6 +318,7 @@ void QZSerialDevice::QueueAdd(QZSerialFunData* data)
 {
     const QZCriticalGuard guard(m_shared->lock);
     m_shared->queue->EnQueue(data);
+    os::EventSet(m_shared->queued);
 }
 
 void QZSerialDevice::DataProcessThread(void* device)
@@ -327,7 +337,7 @@ void QZSerialDevice::ServeQueue()
         QZSerialFunData* data = TakeRequest();
         if (data == nullptr)
         {
-            QZThread::SleepUs(kPauseMicros);
+            os::EventWait(m_shared->queued, kIdleWait);
             continue;
         }
         try

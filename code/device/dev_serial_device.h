@@ -116,6 +116,8 @@ public:
     void FunExec(short function, const void* arguments, QZInt64 size, QZSerialDeviceBuffer* result);
     void FunExec(short function, const void* arguments, QZInt64 size, QZSerialDeviceBuffer* result,
                  QZInt64 resultSize);
+    /// With m_queued set by a derived class this waits for the queue thread and holds the mutex that the
+    /// queue thread needs: the call never returns. Such a class queues its calls with QueueAdd.
     /// @param priority  used for queued calls only
     void FunExec(short function, const void* arguments, QZInt64 size, QZSerialDeviceBuffer* result,
                  QZInt64 resultSize, int priority);
@@ -172,8 +174,8 @@ protected:
     QZByte m_mirror[16] = {};
     QZByte m_mirrorCount = 0;
 
-    /// m_bulk: several bytes in one exchange instead of one by one. m_queued: FunExec uses the queue. Derived
-    /// classes set them.
+    /// m_bulk: several bytes in one exchange instead of one by one. m_queued: FunExec uses the queue, and
+    /// waits for ever (see there). Derived classes set them.
     QZByte m_bulk = 0;
     QZByte m_queued = 0;
 

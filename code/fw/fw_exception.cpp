@@ -58,6 +58,8 @@ QZInt64 QZException::GetType() { return Type; }
 
 QZInt64 QZException::GetCode() { return m_code; }
 
+QZInt64 QZException::GetSystemError() { return m_systemError; }
+
 QZString* QZException::GetMsg() { return m_message; }
 
 QZString* QZException::GetStackTrace()
@@ -78,11 +80,13 @@ void QZException::Clear()
     m_stackTrace->Clear();
     m_argumentTrace->Clear();
     m_code = 0;
+    m_systemError = 0;
 }
 
 void QZException::AppendCode(const QZWChar* message, QZUInt64 code, const QZWChar* codeText,
                              QZInt64 lastError)
 {
+    m_systemError = lastError;
     if (message != nullptr) m_message->Append(message);
     if (code != 0)
     {
@@ -117,6 +121,7 @@ void QZException::SetMessage(const QZWChar* message, QZUInt64 code, const QZWCha
 void QZException::ConstructMessage(QZInt64 code, const QZWChar* codeText, QZInt64 lastError)
 {
     m_code = code;
+    m_systemError = lastError;
     if (codeText != nullptr) m_message->Append(codeText);
     if (lastError == 0) return;
     QZString* text = LastErrorToMessage(lastError);

@@ -26,6 +26,10 @@ public:
     /// The code, 0 when there is none.
     QZInt64 GetCode();
 
+    /// An addition: the system's number of the failure, for a file errno or the result of GetLastError; 0
+    /// when the failure has none.
+    QZInt64 GetSystemError();
+
     /// The message, owned by the exception.
     QZString* GetMsg();
 
@@ -34,7 +38,7 @@ public:
     QZString* GetStackTrace();
     QZString* GetArgumentTrace();
 
-    /// Empties message and traces and sets the code to 0.
+    /// Empties message and traces and sets the code and the system's number to 0.
     void Clear();
 
     /// Builds the message: the text (null for none), a blank and the code's text (unless the code is 0, which
@@ -93,6 +97,7 @@ private:
     void ArgumentSeparator();
 
     QZInt64 m_code = 0;
+    QZInt64 m_systemError = 0;
     QZString* m_message = nullptr;
     QZString* m_stackTrace = nullptr;
     QZString* m_argumentTrace = nullptr;

@@ -40,6 +40,8 @@ public:
     static const QZInt64 OperationFailed = 0x1700;
     static const QZInt64 OperationTimeout = 0x1800;
     static const QZInt64 FileExistsCreateFailed = 0x1900;
+    /// Another process, or another handle of this one, has the file open. Thrown by QZFileBuffer::Open.
+    static const QZInt64 FileInUse = 0x1A00;
 };
 
 /// Codes of QZDatabaseException.

@@ -48,6 +48,7 @@ constexpr CodeText kIO[] = {
     {QZIOExceptionCode::OperationFailed, QZ_W("Operation Failed")},
     {QZIOExceptionCode::OperationTimeout, QZ_W("Operation Timeout")},
     {QZIOExceptionCode::FileExistsCreateFailed, QZ_W("File Exists Create Failed")},
+    {QZIOExceptionCode::FileInUse, QZ_W("File Is In Use By Another Process Or Handle")},
 };
 
 constexpr CodeText kTask[] = {
@@ -193,6 +194,7 @@ const QZInt64 QZIOExceptionCode::DeviceOperationFailed;
 const QZInt64 QZIOExceptionCode::OperationFailed;
 const QZInt64 QZIOExceptionCode::OperationTimeout;
 const QZInt64 QZIOExceptionCode::FileExistsCreateFailed;
+const QZInt64 QZIOExceptionCode::FileInUse;
 
 const QZInt64 QZDatabaseExceptionCode::ArgumentOutOfRange;
 const QZInt64 QZDatabaseExceptionCode::UnknownNodeType;

@@ -139,7 +139,8 @@ public:
     /// the housekeeping closes them.
     void ConnectClose(long long id);
     void ConnectClose(QZHttpConnect* connect);
-    /// Closes every connection at once.
+    /// Closes every connection at once, after the requests that are being answered. A page may call it, but
+    /// only one thread at a time: two pages that call it at the same moment wait for each other for ever.
     void CloseAll();
 
     /// The housekeeping, which the scheduler calls. The first closes the connections that may be closed; the

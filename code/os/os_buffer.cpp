@@ -48,6 +48,15 @@ QZInt64 Smaller(QZInt64 a, QZInt64 b) { return a < b ? a : b; }
         .Throw();
 }
 
+[[noreturn]] void ThrowRefused(QZInt64 offset, QZInt64 size)
+{
+    QZRaise(QZIOFailure(QZIOExceptionCode::WriteFailed).With("The file is open for reading only."),
+            QZ_W("QZBuffer"), QZ_W("Write"))
+        .Argument(QZ_W("QZInt64"), offset)
+        .Argument(QZ_W("QZInt64"), size)
+        .Throw();
+}
+
 }  // namespace
 
 QZBuffer::QZBuffer(QZInt64 memoryLimit, QZInt64 blockSize)
@@ -57,6 +66,7 @@ QZBuffer::QZBuffer(QZInt64 memoryLimit, QZInt64 blockSize)
       m_blocks(new QZContainer()),
       m_freeBlocks(new QZContainer()),
       m_blockShift(std::countr_zero(static_cast<QZUInt64>(m_blockSize))),
+      m_refusesWrites(false),
       m_uses(0)
 {
     if (m_memoryMax < 2 * m_blockSize) m_memoryMax = 2 * m_blockSize;
@@ -122,6 +132,7 @@ QZInt64 QZBuffer::WriteThrough(QZInt64 offset, const void* source, QZInt64 size)
     if (offset < 0) offset = 0;
     if (size <= 0) return 0;
     if (source == nullptr) ThrowNullPointer(QZ_W("Write"), offset, size);
+    if (m_refusesWrites) ThrowRefused(offset, size);
     QZInt64 done = 0;
     for (;;)
     {

@@ -54,12 +54,13 @@ public:
     QZData* Read(QZInt64 offset, QZInt64 size);
 
     /// Copies `size` bytes from the source to the offset and returns the count. Negative values count as 0.
-    /// @throws QZException 1792 for a null source; what the blocks throw
+    /// @throws QZException 1792 for a null source; QZIOException WriteFailed for a buffer that only reads;
+    /// what the blocks throw
     QZInt64 Write(QZInt64 offset, const void* source, QZInt64 size)
     {
         const Window& window = WindowAt(offset);
         const QZUInt64 at = static_cast<QZUInt64>(offset) - window.begin;
-        if (source != nullptr && window.Holds(at, size))
+        if (source != nullptr && window.Holds(at, size) && !m_refusesWrites)
         {
             Use(window.block);
             CopyRun(window.bytes + at, source, size);
@@ -121,6 +122,10 @@ protected:
     /// The highest end of content of all blocks in use.
     QZInt64 GetContentEnd() const;
 
+    /// From now on every Write is refused.
+    void RefuseWrites() { m_refusesWrites = true; }
+    bool RefusesWrites() const { return m_refusesWrites; }
+
 private:
     /// A range of loaded bytes of one block, for reads and writes without a search. Length 0: no range.
     struct Window
@@ -180,6 +185,7 @@ private:
     QZContainer* m_freeBlocks;
 
     int m_blockShift;
+    bool m_refusesWrites;
     QZUInt64 m_uses;
     Window m_windows[kWindows];
 };

@@ -16,6 +16,7 @@
 #include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_trace.h"
+#include "os/internal/os_file_inside.h"
 #include "os/internal/os_path_failure.h"
 #include "sys/internal/sys_error.h"
 #include "sys/internal/sys_file.h"
@@ -78,6 +79,15 @@ bool PlatformSize(QZInt64 size, QZUInt32* asked)
     return false;
 }
 
+QZInt64 OpenHandle(const QZWChar* path, unsigned int options)
+{
+    const bool shareRead = (options & QZFileOptions::ShareRead) > 3;
+    // Sharing for writing needs both bits of ShareWrite; one of them alone does not share.
+    const bool shareWrite = (options & QZFileOptions::ShareWrite) > 9;
+    return os::FileOpen(path, (options & QZFileOptions::Read) != 0, (options & QZFileOptions::Write) != 0,
+                        shareRead, shareWrite);
+}
+
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
 /// Calls action(start, length) for every line: the text before each CR LF, and the rest.
@@ -134,11 +144,7 @@ QZFile* QZFile::OpenAs(Text path, QZUInt32 options, bool named)
     }
     else
     {
-        bool shareRead = (options & QZFileOptions::ShareRead) > 3;
-        // Sharing for writing needs both bits of ShareWrite; one of them alone does not share.
-        bool shareWrite = (options & QZFileOptions::ShareWrite) > 9;
-        handle = os::FileOpen(text.Wide(), (options & QZFileOptions::Read) != 0,
-                              (options & QZFileOptions::Write) != 0, shareRead, shareWrite);
+        handle = OpenHandle(text.Wide(), options);
         if (handle == 0) failure = OpenFailed();
     }
     if (failure != nullptr)
@@ -148,12 +154,36 @@ QZFile* QZFile::OpenAs(Text path, QZUInt32 options, bool named)
         if (named) trace.Argument(QZ_W("QZUInt32"), static_cast<QZInt64>(options));
         throw trace.Exception();
     }
+    return WithHandle(handle, text.Text());
+}
+
+QZFile* QZFile::WithHandle(QZInt64 handle, QZString* path)
+{
     QZFile* file = new QZFile;
     file->Init();
     file->m_handle = handle;
-    file->m_path = QZStringFactory::CreateString(text.Text());
+    file->m_path = QZStringFactory::CreateString(path);
     return file;
 }
+
+QZFile* QZFileInside::OpenUnlessInUse(QZString* path, Role role)
+{
+    const QZPathText text(path);
+    const QZInt64 handle =
+        text.TooLong() ? 0
+                       : os::FileOpen(text.Wide(), true, role == Role::Writer, true, role == Role::Copier);
+    if (handle != 0) return QZFile::WithHandle(handle, path);
+    QZIOException* failure = nullptr;
+    if (text.TooLong())
+        failure = PathTooLong();
+    else if (os::LastError() == os::ErrorInUse())
+        return nullptr;
+    else
+        failure = OpenFailed();
+    ThrowFor(failure, QZ_W("Open"), path);
+}
+
+QZInt64 QZFileInside::Handle(const QZFile* file) { return file->m_handle; }
 
 QZFile* QZFile::Open(const char* path) { return OpenAs(path, QZFileOptions::ShareReadWrite, false); }
 QZFile* QZFile::Open(const QZWChar* path) { return OpenAs(path, QZFileOptions::ShareReadWrite, false); }

@@ -6,7 +6,11 @@
 class QZData;
 class QZString;
 
-/// The access that a file is opened for, and the access that others get meanwhile. Linux ignores sharing.
+/// The access that a file is opened for, and the access that other handles get meanwhile, those of other
+/// processes and of this one.
+///
+/// An open that contradicts one of the others fails with the system's number for a file in use (Windows 32,
+/// Linux 16). On Linux sharing holds among users of this class, on file systems that have locks.
 class QZ_API QZFileOptions
 {
 public:
@@ -118,6 +122,9 @@ protected:
     virtual void CloseHandle();
 
 private:
+    friend class QZFileInside;
+
+    static QZFile* WithHandle(QZInt64 handle, QZString* path);
     template <typename Text>
     static QZFile* OpenAs(Text path, QZUInt32 options, bool named);
     template <typename Text>

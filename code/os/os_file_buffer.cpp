@@ -1,5 +1,6 @@
 #include "os/os_file_buffer.h"
 
+#include <utility>
 #include <vector>
 
 #include "fw/fw_exception.h"
@@ -7,12 +8,15 @@
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_trace.h"
-#include "os/internal/os_sync_file.h"
+#include "os/internal/os_shared_open.h"
+#include "os/internal/os_whole_sync.h"
 #include "os/os_file.h"
 
 const QZInt64 QZFileBuffer::Type;
 const QZInt64 QZFileBuffer::FREEDESKSPACE_MIN;
 QZByte QZFileBuffer::AtomicSync = 0;
+QZByte QZFileBuffer::Exclusive = 0;
+QZByte QZFileBuffer::ReadOnly = 0;
 
 QZFileBuffer::QZFileBuffer(QZFile* file, QZString* path, QZInt64 memoryLimit, QZInt64 blockSize)
     : QZBuffer(memoryLimit, blockSize),
@@ -31,6 +35,7 @@ QZFileBuffer::~QZFileBuffer()
     {
         // Close has reported the failure; deleting the buffer directly cannot report one.
         QZExceptionFactory::Recycle(&e);
+        if (m_sync != nullptr) m_sync->Abandon();
     }
     DeleteBlocks();
     delete m_sync;
@@ -42,25 +47,43 @@ QZInt64 QZFileBuffer::GetType() { return Type; }
 
 QZFileBuffer* QZFileBuffer::Open(QZString* path, QZInt64 memoryLimit, QZInt64 blockSize)
 {
-    QZFile* file = nullptr;
-    QZFileBuffer* buffer = nullptr;
     try
     {
-        file = QZFile::Open(path);
-        buffer = new QZFileBuffer(file, path, memoryLimit, blockSize);
-        if (AtomicSync) buffer->m_sync = new SyncFile(path, file);
-        return buffer;
+        if (ReadOnly)
+        {
+            QZFileBuffer* buffer = OpenFor(OpenToRead(path), path, memoryLimit, blockSize, false);
+            buffer->RefuseWrites();
+            return buffer;
+        }
+        QZFile* file = Exclusive ? OpenAlone(path) : QZFile::Open(path);
+        return OpenFor(file, path, memoryLimit, blockSize, Exclusive || AtomicSync);
     }
     catch (QZException* e)
     {
-        if (buffer != nullptr)
-            delete buffer;
-        else if (file != nullptr)
-            QZFile::Close(&file);
         QZTrace(e, QZ_W("QZFileBuffer"), QZ_W("Open"))
             .Argument(QZ_W("QZString*"), path)
             .Argument(QZ_W("QZInt64"), memoryLimit)
             .Argument(QZ_W("QZInt64"), blockSize);
+        throw;
+    }
+}
+
+QZFileBuffer* QZFileBuffer::OpenFor(QZFile* file, QZString* path, QZInt64 memoryLimit, QZInt64 blockSize,
+                                    bool whole)
+{
+    QZFileBuffer* buffer = nullptr;
+    try
+    {
+        buffer = new QZFileBuffer(file, path, memoryLimit, blockSize);
+        if (whole) buffer->m_sync = new WholeSync(path, file);
+        return buffer;
+    }
+    catch (QZException*)
+    {
+        if (buffer != nullptr)
+            delete buffer;
+        else
+            QZFile::Close(&file);
         throw;
     }
 }
@@ -81,12 +104,30 @@ void QZFileBuffer::Close(QZFileBuffer** buffer)
     catch (QZException* e)
     {
         closing->DeleteBlocks();
+        if (closing->m_sync != nullptr) closing->m_sync->Abandon();
         delete closing;
         QZTrace(e, QZ_W("QZFileBuffer"), QZ_W("Close"));
         throw;
     }
     delete closing;
 }
+
+void QZFileBuffer::CopyInUse(QZString* from, QZString* to)
+{
+    try
+    {
+        CopySynced(from, to);
+    }
+    catch (QZException* e)
+    {
+        QZTrace(e, QZ_W("QZFileBuffer"), QZ_W("CopyInUse"))
+            .Argument(QZ_W("QZString*"), from)
+            .Argument(QZ_W("QZString*"), to);
+        throw;
+    }
+}
+
+QZString* QZFileBuffer::TakePutAside() { return recovery::TakePutAside(); }
 
 QZInt64 QZFileBuffer::GetFileSize()
 {
@@ -97,36 +138,83 @@ QZInt64 QZFileBuffer::GetFileSize()
 
 QZData* QZFileBuffer::ReadAll() { return Read(0, GetFileSize()); }
 
-QZBlock* QZFileBuffer::NewBlock() { return new QZFileBlock(m_file); }
+QZBlock* QZFileBuffer::NewBlock()
+{
+    if (m_sync != nullptr) return new WholeSyncBlock(m_file, m_sync);
+    return new QZFileBlock(m_file);
+}
+
+QZWriteState QZFileBuffer::GetWriteState()
+{
+    QZWriteState state = m_writeState;
+    ForEachChangedBlock([&state](QZBlock* block) {
+        block->ForEachChange([&state](QZInt64 from, QZInt64 to) { state.Unwritten += to - from; });
+    });
+    return state;
+}
+
+template <typename Work>
+void QZFileBuffer::Watched(Work work)
+{
+    try
+    {
+        work();
+        if (!m_flushFailed) m_writeState.Code = m_writeState.SystemError = 0;
+    }
+    catch (QZException* e)
+    {
+        ++m_writeState.Failures;
+        m_writeState.Code = e->GetCode();
+        m_writeState.SystemError = e->GetSystemError();
+        throw;
+    }
+}
 
 void QZFileBuffer::Flush()
 {
-    // With AtomicSync, WriteBackAll has flushed the file.
-    if (m_sync == nullptr) m_file->Sync();
+    // With AtomicSync, WriteBackAll has flushed the file. A file that is only read has nothing to flush.
+    if (m_sync != nullptr || RefusesWrites()) return;
+    Watched([this] {
+        const bool failedBefore = m_flushFailed;
+        m_flushFailed = true;
+        m_file->Sync();
+        m_flushFailed = failedBefore;
+    });
+}
+
+struct QZFileBuffer::Changes
+{
+    std::vector<WholeSync::Run> runs;
+};
+
+void QZFileBuffer::AddChanges(QZBlock* block, Changes* changes)
+{
+    block->ForEachChange([&](QZInt64 from, QZInt64 to) {
+        changes->runs.push_back({block->GetOffset() + from, block->Bytes() + from, to - from});
+    });
 }
 
 void QZFileBuffer::WriteBackLeaving(QZBlock* block)
 {
-    if (m_sync == nullptr)
-        block->WriteBack();
-    else if (block->IsChanged())
-        WriteBackAll();
+    if (!block->IsChanged()) return;
+    Watched([this, block] {
+        if (m_sync == nullptr) return block->WriteBack();
+        Changes changed;
+        Changes leaving;
+        ForEachChangedBlock([&](QZBlock* one) { AddChanges(one, &changed); });
+        AddChanges(block, &leaving);
+        m_sync->Spill(changed.runs, leaving.runs);
+        block->ClearChanges();
+    });
 }
 
 void QZFileBuffer::WriteBackAll()
 {
-    if (m_sync == nullptr) return QZBuffer::WriteBackAll();
-    // First completes a sync that could not be written in place: the second file holds its only whole copy.
-    if (m_sync->IsHolding()) m_sync->Apply();
-    std::vector<SyncFile::Run> runs;
-    ForEachChangedBlock([&runs](QZBlock* block) {
-        block->ForEachChange([&runs, block](QZInt64 from, QZInt64 to) {
-            runs.push_back({block->GetOffset() + from, block->Bytes() + from, to - from});
-        });
+    Watched([this] {
+        if (m_sync == nullptr) return QZBuffer::WriteBackAll();
+        Changes changed;
+        ForEachChangedBlock([&](QZBlock* block) { AddChanges(block, &changed); });
+        m_sync->Sync(std::move(changed.runs));
+        ForEachChangedBlock([](QZBlock* block) { block->ClearChanges(); });
     });
-    if (runs.empty()) return;
-    m_sync->Hold(runs);
-    QZBuffer::WriteBackAll();
-    m_file->Sync();
-    m_sync->Release();
 }

@@ -1,5 +1,7 @@
 #include "os/os_task_scheduler.h"
 
+#include <algorithm>
+
 #include "fw/fw_collection.h"
 #include "fw/fw_environment.h"
 #include "fw/fw_lock.h"
@@ -12,6 +14,7 @@
 #include "sys/internal/sys_thread.h"
 
 const QZInt64 QZTaskScheduler::Type;
+QZInt64 QZTaskScheduler::LongestPause = 1;
 const QZInt64 QZTaskSchedulerStatus::TaskSchedulerWaiting;
 const QZInt64 QZTaskSchedulerStatus::TaskSchedulerRunning;
 const QZInt64 QZTaskSchedulerStatus::TaskSchedulerPause;
@@ -25,6 +28,9 @@ using Status = QZTaskSchedulerStatus;
 
 constexpr int kResetRounds = 3000;
 constexpr QZInt64 kLastSteps = 1000;
+
+/// The largest value of LongestPause that counts. Reset waits three times as long for the thread.
+constexpr QZInt64 kLongestPauseMax = 1000;
 
 /// Intervals may have any length: a time past the largest number wraps around.
 QZInt64 Later(QZInt64 time, QZUInt64 milliseconds)
@@ -197,7 +203,7 @@ void QZTaskScheduler::Run()
                 QZExceptionFactory::Recycle(&exception);
             }
         }
-        QZThread::Sleep(1);
+        QZThread::Sleep(PauseUntilDue());
     }
     QZCriticalGuard guard(m_lock);
     m_status.store(Status::TaskSchedulerDispose);
@@ -221,4 +227,21 @@ void QZTaskScheduler::Pass()
             task->SetStatus(QZTask::StatusHaveExecuted);
         task->Execute();
     }
+}
+
+/// The milliseconds to sleep before the next pass: 1, or up to LongestPause when no task is due before.
+int QZTaskScheduler::PauseUntilDue() const
+{
+    QZInt64 pause = std::min(LongestPause, kLongestPauseMax);
+    if (pause <= 1) return 1;
+    const QZInt64 now = QZEnvironment::GetCurrentTimestamp();
+    const QZInt64 count = m_tasks->Count();
+    for (QZInt64 i = 0; i < count; ++i)
+    {
+        QZTask* task = m_tasks->GetElement(i);
+        if (task == nullptr || task->GetStstus() != QZTask::StatusNotExecuted) continue;
+        const QZInt64 due = task->GetExecTime()->ToTimestamp();
+        pause = due <= now ? 1 : std::min(pause, due - now);
+    }
+    return static_cast<int>(std::max<QZInt64>(pause, 1));
 }

@@ -24,7 +24,8 @@ public:
     static const QZInt64 TaskSchedulerDispose = 32;
 };
 
-/// Runs due tasks one after another on a thread of its own, which tests its list once a millisecond.
+/// Runs due tasks one after another on a thread of its own, which tests its list once a millisecond, or less
+/// often as LongestPause allows.
 ///
 /// The usual order is: construct, AddTask, Start, Pause and Resume, Stop, destroy. Reset returns the
 /// scheduler to the state before Start. The caller owns the tasks. The list has no lock: tasks are to be
@@ -33,6 +34,13 @@ class QZ_API QZTaskScheduler : public QZObject
 {
 public:
     static const QZInt64 Type = 0x81FFF40;
+
+    /// The longest time between two tests of the list, in milliseconds. With a value above 1 a scheduler
+    /// sleeps until its next task is due, but not longer than this, so that it takes next to no processor
+    /// time while nothing is due. What a host changes meanwhile (a task's time or status, Pause, Resume,
+    /// Stop, the clock) takes effect up to this time later. 1, the default, and lower values: the list is
+    /// tested once a millisecond.
+    static QZInt64 LongestPause;
 
     QZTaskScheduler();
     /// @param report  receives the exceptions that leave a task; the caller owns it
@@ -69,6 +77,7 @@ private:
     static void Thread(void* self);
     void Run();
     void Pass();
+    int PauseUntilDue() const;
     [[noreturn]] void Refuse(const QZWChar* method);
 
     std::atomic<QZInt64> m_status;

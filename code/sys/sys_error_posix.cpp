@@ -87,6 +87,8 @@ QZUInt32 ErrorNameTooLong() { return ENAMETOOLONG; }
 
 QZUInt32 ErrorNotFound() { return ENOENT; }
 
+QZUInt32 ErrorInUse() { return EBUSY; }
+
 QZUInt32 SocketNumberOf(int native)
 {
     switch (native)

@@ -41,4 +41,6 @@ QZUInt32 ErrorNameTooLong() { return ERROR_FILENAME_EXCED_RANGE; }
 
 QZUInt32 ErrorNotFound() { return ERROR_FILE_NOT_FOUND; }
 
+QZUInt32 ErrorInUse() { return ERROR_SHARING_VIOLATION; }
+
 }  // namespace os

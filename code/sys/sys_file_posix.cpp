@@ -12,6 +12,7 @@
 #include <new>
 
 #include "sys/internal/sys_file.h"
+#include "sys/internal/sys_file_lock.h"
 #include "sys/internal/sys_hooks.h"
 #include "sys/internal/sys_posix.h"
 
@@ -64,18 +65,30 @@ QZInt64 TransferAll(QZInt64 size, Transfer transfer)
 
 }  // namespace
 
-QZInt64 FileOpen(const QZWChar* path, bool read, bool write, bool, bool)
+QZInt64 FileOpen(const QZWChar* path, bool read, bool write, bool shareRead, bool shareWrite)
 {
     if (!Gate(Op::FileOpen)) return 0;
     // Without access rights the handle only names the file, as on Windows: reads and writes fail.
     int flags = read && write ? O_RDWR : write ? O_WRONLY : read ? O_RDONLY : O_PATH;
-    return OpenPath(path, flags, 0);
+    const QZInt64 file = OpenPath(path, flags, 0);
+    if (file == 0) return 0;
+    if (!LocksTake(DescriptorOf(file), {read, write, shareRead, shareWrite}))
+    {
+        // Closing also gives back the locks that were taken.
+        close(DescriptorOf(file));
+        errno = EBUSY;
+        return 0;
+    }
+    Changed({.kind = FileEvent::Kind::Opened, .file = file, .path = path});
+    return file;
 }
 
 QZInt64 FileCreate(const QZWChar* path)
 {
     if (!Gate(Op::FileOpen)) return 0;
-    return OpenPath(path, O_RDWR | O_CREAT | O_EXCL, 0666);
+    const QZInt64 file = OpenPath(path, O_RDWR | O_CREAT | O_EXCL, 0666);
+    if (file != 0) Changed({.kind = FileEvent::Kind::Created, .file = file, .path = path});
+    return file;
 }
 
 void FileClose(QZInt64 file)
@@ -83,6 +96,8 @@ void FileClose(QZInt64 file)
     int descriptor = DescriptorOf(file);
     if (descriptor < 0) return;
     Notify(Event::HandleClose, file);
+    Changed({.kind = FileEvent::Kind::Closed, .file = file});
+    LocksRelease(descriptor);
     close(descriptor);
 }
 
@@ -112,9 +127,16 @@ QZInt64 FileWrite(QZInt64 file, QZInt64 offset, const void* buffer, QZUInt32 siz
         char none = 0;
         return pwrite(descriptor, &none, 0, offset) < 0 ? -1 : 0;
     }
-    return TransferAll(wanted, [&](QZInt64 done, size_t rest) {
+    const QZInt64 written = TransferAll(wanted, [&](QZInt64 done, size_t rest) {
         return pwrite(descriptor, static_cast<const char*>(buffer) + done, rest, offset + done);
     });
+    if (written > 0)
+        Changed({.kind = FileEvent::Kind::Written,
+                 .file = file,
+                 .offset = offset,
+                 .bytes = buffer,
+                 .size = written});
+    return written;
 }
 
 QZInt64 FileGetSize(QZInt64 file)
@@ -131,13 +153,41 @@ bool FileSetSize(QZInt64 file, QZInt64 size)
     int result;
     do result = ftruncate(DescriptorOf(file), size);
     while (result != 0 && errno == EINTR);
+    if (result == 0) Changed({.kind = FileEvent::Kind::Resized, .file = file, .size = size});
     return result == 0;
 }
 
 bool FileSync(QZInt64 file)
 {
     if (!Gate(Op::FileSync)) return false;
-    return fsync(DescriptorOf(file)) == 0;
+    if (fsync(DescriptorOf(file)) != 0) return false;
+    Changed({.kind = FileEvent::Kind::Flushed, .file = file});
+    return true;
+}
+
+bool FileIsShared(QZInt64 file) { return LocksWork(DescriptorOf(file)); }
+
+bool FileChangeLock(QZInt64 file, bool alone) { return ChangeLockTake(DescriptorOf(file), alone); }
+
+void FileChangeUnlock(QZInt64 file) { ChangeLockRelease(DescriptorOf(file)); }
+
+bool FolderSync(const QZWChar* path)
+{
+    if (!Gate(Op::FileSync)) return false;
+    TerminationHold hold;
+    const std::string bytes = ToBytes(path);
+    const std::size_t slash = bytes.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : bytes.substr(0, slash + 1);
+    int descriptor;
+    do descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    while (descriptor < 0 && errno == EINTR);
+    if (descriptor < 0) return errno == EACCES;
+    const bool flushed = fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS;
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    if (flushed) Changed({.kind = FileEvent::Kind::FolderFlushed, .path = path});
+    return flushed;
 }
 
 FileKind FileKindOf(const QZWChar* path)
@@ -151,13 +201,19 @@ FileKind FileKindOf(const QZWChar* path)
 bool FileDelete(const QZWChar* path)
 {
     if (!Gate(Op::FileName)) return false;
-    TerminationHold hold;
-    return unlink(ToBytes(path).c_str()) == 0;
+    {
+        TerminationHold hold;
+        if (unlink(ToBytes(path).c_str()) != 0) return false;
+    }
+    Changed({.kind = FileEvent::Kind::Deleted, .path = path});
+    return true;
 }
 
-bool FileRename(const char* from, const char* to)
+namespace
 {
-    if (!Gate(Op::FileName)) return false;
+
+bool RenameNew(const char* from, const char* to)
+{
     if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return true;
     if (errno != EINVAL && errno != ENOSYS) return false;
     // The file system has no exclusive rename: test first whether the target exists.
@@ -168,6 +224,16 @@ bool FileRename(const char* from, const char* to)
         return false;
     }
     return rename(from, to) == 0;
+}
+
+}  // namespace
+
+bool FileRename(const char* from, const char* to)
+{
+    if (!Gate(Op::FileName)) return false;
+    if (!RenameNew(from, to)) return false;
+    Changed({.kind = FileEvent::Kind::Renamed, .from = from, .to = to});
+    return true;
 }
 
 bool DirectoryCreate(const QZWChar* path)

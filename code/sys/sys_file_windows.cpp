@@ -38,20 +38,27 @@ QZInt64 FileOpen(const QZWChar* path, bool read, bool write, bool shareRead, boo
     if (!Gate(Op::FileOpen)) return 0;
     DWORD access = (read ? kReadAccess : 0) | (write ? kWriteAccess : 0);
     DWORD share = (shareRead ? FILE_SHARE_READ : 0) | (shareWrite ? FILE_SHARE_WRITE : 0);
-    return ToNumber(CreateFileW(path, access, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const QZInt64 file =
+        ToNumber(CreateFileW(path, access, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (file != 0) Changed({.kind = FileEvent::Kind::Opened, .file = file, .path = path});
+    return file;
 }
 
 QZInt64 FileCreate(const QZWChar* path)
 {
     if (!Gate(Op::FileOpen)) return 0;
-    return ToNumber(CreateFileW(path, kReadAccess | kWriteAccess, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const QZInt64 file =
+        ToNumber(CreateFileW(path, kReadAccess | kWriteAccess, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                             CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (file != 0) Changed({.kind = FileEvent::Kind::Created, .file = file, .path = path});
+    return file;
 }
 
 void FileClose(QZInt64 file)
 {
     if (file == 0) return;
     Notify(Event::HandleClose, file);
+    Changed({.kind = FileEvent::Kind::Closed, .file = file});
     CloseHandle(ToHandle(file));
 }
 
@@ -72,6 +79,12 @@ QZInt64 FileWrite(QZInt64 file, QZInt64 offset, const void* buffer, QZUInt32 siz
     DWORD done = 0;
     if (!MoveTo(file, offset)) return -1;
     if (!WriteFile(ToHandle(file), buffer, static_cast<DWORD>(wanted), &done, nullptr)) return -1;
+    if (done > 0)
+        Changed({.kind = FileEvent::Kind::Written,
+                 .file = file,
+                 .offset = offset,
+                 .bytes = buffer,
+                 .size = static_cast<QZInt64>(done)});
     return done;
 }
 
@@ -85,13 +98,51 @@ QZInt64 FileGetSize(QZInt64 file)
 bool FileSetSize(QZInt64 file, QZInt64 size)
 {
     if (!Gate(Op::FileSize)) return false;
-    return MoveTo(file, size) && SetEndOfFile(ToHandle(file)) != 0;
+    if (!MoveTo(file, size) || SetEndOfFile(ToHandle(file)) == 0) return false;
+    Changed({.kind = FileEvent::Kind::Resized, .file = file, .size = size});
+    return true;
 }
 
 bool FileSync(QZInt64 file)
 {
     if (!Gate(Op::FileSync)) return false;
-    return FlushFileBuffers(ToHandle(file)) != 0;
+    if (FlushFileBuffers(ToHandle(file)) == 0) return false;
+    Changed({.kind = FileEvent::Kind::Flushed, .file = file});
+    return true;
+}
+
+bool FileIsShared(QZInt64) { return true; }
+
+namespace
+{
+
+/// The byte of the change lock lies far behind the data, because a locked byte cannot be read by others.
+OVERLAPPED ChangeLockPlace()
+{
+    OVERLAPPED place = {};
+    place.OffsetHigh = 0x40000000;
+    return place;
+}
+
+}  // namespace
+
+bool FileChangeLock(QZInt64 file, bool alone)
+{
+    OVERLAPPED place = ChangeLockPlace();
+    return LockFileEx(ToHandle(file), alone ? LOCKFILE_EXCLUSIVE_LOCK : 0, 0, 1, 0, &place) != 0;
+}
+
+void FileChangeUnlock(QZInt64 file)
+{
+    OVERLAPPED place = ChangeLockPlace();
+    UnlockFileEx(ToHandle(file), 0, 1, 0, &place);
+}
+
+bool FolderSync(const QZWChar* path)
+{
+    if (!Gate(Op::FileSync)) return false;
+    Changed({.kind = FileEvent::Kind::FolderFlushed, .path = path});
+    return true;
 }
 
 FileKind FileKindOf(const QZWChar* path)
@@ -104,13 +155,17 @@ FileKind FileKindOf(const QZWChar* path)
 bool FileDelete(const QZWChar* path)
 {
     if (!Gate(Op::FileName)) return false;
-    return DeleteFileW(path) != 0;
+    if (DeleteFileW(path) == 0) return false;
+    Changed({.kind = FileEvent::Kind::Deleted, .path = path});
+    return true;
 }
 
 bool FileRename(const char* from, const char* to)
 {
     if (!Gate(Op::FileName)) return false;
-    return MoveFileA(from, to) != 0;
+    if (MoveFileA(from, to) == 0) return false;
+    Changed({.kind = FileEvent::Kind::Renamed, .from = from, .to = to});
+    return true;
 }
 
 bool DirectoryCreate(const QZWChar* path)

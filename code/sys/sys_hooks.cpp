@@ -31,6 +31,12 @@ void NotifyHooked(Event event, QZInt64 value)
     if (hooks != nullptr && hooks->Notify != nullptr) hooks->Notify(hooks->Context, event, value);
 }
 
+void ChangedHooked(const FileEvent& event)
+{
+    const TestHooks* hooks = g_testHooks.load(std::memory_order_acquire);
+    if (hooks != nullptr && hooks->Changed != nullptr) hooks->Changed(hooks->Context, event);
+}
+
 bool ClockHooked(QZInt64* timestamp)
 {
     const TestHooks* hooks = g_testHooks.load(std::memory_order_acquire);

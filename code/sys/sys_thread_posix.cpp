@@ -1,3 +1,4 @@
+#include <linux/futex.h>
 #include <pthread.h>
 #include <sched.h>
 #include <semaphore.h>
@@ -11,6 +12,7 @@
 #include <netinet/in.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <mutex>
 #include <new>
 #include <unordered_map>
@@ -508,5 +510,50 @@ void Sleep(QZUInt32 milliseconds)
         {}
     ThreadGate();
 }
+
+// ---- Events
+
+namespace
+{
+/// 1 while the event is set. A thread that is terminated while it waits leaves nothing behind.
+using EventWord = std::atomic<std::uint32_t>;
+
+long Futex(EventWord* word, int operation, std::uint32_t value, const timespec* timeout)
+{
+    return syscall(SYS_futex, reinterpret_cast<std::uint32_t*>(word), operation, value, timeout, nullptr, 0);
+}
+}  // namespace
+
+void* EventCreate() { return new (std::nothrow) EventWord(0); }
+
+void EventSet(void* event)
+{
+    EventWord* word = static_cast<EventWord*>(event);
+    if (word == nullptr) return;
+    if (word->exchange(1, std::memory_order_acq_rel) == 0) Futex(word, FUTEX_WAKE_PRIVATE, 1, nullptr);
+}
+
+bool EventWait(void* event, QZUInt32 milliseconds)
+{
+    if (event == nullptr)
+    {
+        Sleep(milliseconds);
+        return false;
+    }
+    ThreadGate();
+    EventWord* word = static_cast<EventWord*>(event);
+    bool set = word->exchange(0, std::memory_order_acq_rel) == 1;
+    if (!set && milliseconds > 0)
+    {
+        const timespec timeout = {static_cast<time_t>(milliseconds / 1000),
+                                  static_cast<long>(milliseconds % 1000) * 1000000};
+        Futex(word, FUTEX_WAIT_PRIVATE, 0, &timeout);
+        set = word->exchange(0, std::memory_order_acq_rel) == 1;
+    }
+    ThreadGate();
+    return set;
+}
+
+void EventClose(void* event) { delete static_cast<EventWord*>(event); }
 
 }  // namespace os

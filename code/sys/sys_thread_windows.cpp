@@ -282,6 +282,33 @@ void CriticalLeave(void* section)
 
 void CriticalDelete(void* section) { DeleteCriticalSection(static_cast<CRITICAL_SECTION*>(section)); }
 
+// ---- Events
+
+void* EventCreate() { return CreateEventW(nullptr, FALSE, FALSE, nullptr); }
+
+void EventSet(void* event)
+{
+    if (event != nullptr) SetEvent(event);
+}
+
+bool EventWait(void* event, QZUInt32 milliseconds)
+{
+    if (event == nullptr)
+    {
+        Sleep(milliseconds);
+        return false;
+    }
+    ThreadGate();
+    const bool set = WaitForSingleObject(event, milliseconds) == WAIT_OBJECT_0;
+    ThreadGate();
+    return set;
+}
+
+void EventClose(void* event)
+{
+    if (event != nullptr) CloseHandle(event);
+}
+
 // ---- Sleep
 
 void Sleep(QZUInt32 milliseconds)

@@ -35,19 +35,24 @@ public:
         }
     }
 
-    void AddSites(const char* path)
+    /// Reads the list of sites. False when the file holds another JSON value.
+    bool AddSites(const char* path)
     {
         QZFile* file = QZFile::Open(path);
         QZData* bytes = file->ReadToEnd();
         QZFile::Close(&file);
-        QZString* text = QZEncoding::GetString(QZEncodingType::UTF8, bytes);
-        QZJsonValue* list = QZJsonFactory::DeserializeObject(text);
-        auto* sites = static_cast<QZJsonValueCollection*>(list);
-        for (QZInt64 i = 0; i < sites->Count(); ++i)
-            m_sites.Push(QZSite::Parse(static_cast<QZJsonObject*>(sites->GetElement(i))));
-        QZJsonFactory::Recycle(&list);
-        QZStringFactory::Recycle(&text);
+        QZJsonValue* list = QZJson::Parse(bytes);
         QZFile::Recycle(&bytes);
+        bool good = list->GetType() == QZJsonValueCollection::Type;
+        auto* sites = good ? static_cast<QZJsonValueCollection*>(list) : nullptr;
+        for (QZJsonValue* site = good ? sites->GetFirst() : nullptr; good && site != nullptr;
+             site = sites->Next(site))
+        {
+            good = site->GetType() == QZJsonObject::Type;
+            if (good) m_sites.Push(QZSite::Parse(static_cast<QZJsonObject*>(site)));
+        }
+        QZJsonFactory::Recycle(&list);
+        return good;
     }
 
 protected:
@@ -141,12 +146,19 @@ int main(int argc, char** argv)
     {
         QZErrorReport report;
         FileServer server(&report, port);
-        server.AddSites(argv[2]);
-        server.Start();
-        std::printf("%d\n", server.GetPort());
-        std::fflush(stdout);
-        while (std::getchar() != EOF)
-        {}
+        if (server.AddSites(argv[2]))
+        {
+            server.Start();
+            std::printf("%d\n", server.GetPort());
+            std::fflush(stdout);
+            while (std::getchar() != EOF)
+            {}
+        }
+        else
+        {
+            std::fprintf(stderr, "http_files: %s: no list of sites\n", argv[2]);
+            code = 1;
+        }
     }
     catch (QZException* e)
     {

@@ -69,7 +69,7 @@ public:
     void AppendClients(QZString* json)
     {
         QZJsonValueCollection* info = GetConnectInfo();
-        QZString* text = QZJsonFactory::SerializeObject(info);
+        QZString* text = QZJson::Write(info);
         json->Append(text);
         QZJsonFactory::Recycle(&text);
         Recycle(&info);

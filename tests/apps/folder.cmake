@@ -3,7 +3,7 @@ file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/apps/common/*.cpp
     ${PROJECT_SOURCE_DIR}/apps/qzdb/*.cpp ${PROJECT_SOURCE_DIR}/apps/qzdevice/*.cpp)
 list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
 # Of the monitor what does not serve its page: tests/browser has that.
-foreach(part text json_writer json_reader settings store store_read pictures simulator device)
+foreach(part access text json_writer json_reader settings store store_read pictures simulator device)
     list(APPEND sources ${PROJECT_SOURCE_DIR}/apps/qzmon/${part}.cpp)
 endforeach()
 qz_keep_platform_sources(sources)

@@ -4,7 +4,10 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <system_error>
+#include <thread>
 
+#include "qzmon/access.h"
 #include "qzmon/device.h"
 #include "qzmon/json_reader.h"
 #include "qzmon/json_writer.h"
@@ -12,6 +15,7 @@
 #include "qzmon/settings.h"
 #include "qzmon/store.h"
 #include "support/qz_test.h"
+#include "sys/internal/sys_hooks.h"
 
 namespace
 {
@@ -44,6 +48,34 @@ int StatusOf(const std::function<void()>& work)
     }
     return 0;
 }
+
+/// Lets all operations of one kind fail, on all threads, for the time of a scope.
+class Failing
+{
+public:
+    Failing(os::Op operation, QZUInt32 error) : m_operation(operation), m_error(error)
+    {
+        os::SetTestHooks(&m_hooks);
+    }
+    ~Failing() { os::SetTestHooks(nullptr); }
+    Failing(const Failing&) = delete;
+    Failing& operator=(const Failing&) = delete;
+
+private:
+    static bool Gate(void* self, os::Op operation, QZInt64*, QZUInt32* error)
+    {
+        const Failing* failing = static_cast<Failing*>(self);
+        *error = failing->m_error;
+        return operation != failing->m_operation;
+    }
+
+    os::Op m_operation;
+    QZUInt32 m_error;
+    os::TestHooks m_hooks{this, nullptr, Gate, nullptr};
+};
+
+/// A number that both systems have a text for.
+constexpr QZUInt32 kRefused = 5;
 
 class MonitorStore : public testing::Test
 {
@@ -92,7 +124,7 @@ TEST(MonitorText, JsonAndPagesCarryAnyText)
                                  .Add("t", true)
                                  .Close()
                                  .Str();
-    EXPECT_EQ(json, "{\"a\\\"\":\"b\\\\\\u000a\",\"l\":[1.5],\"t\":true}");
+    EXPECT_EQ(json, "{\"a\\\"\":\"b\\\\\\n\",\"l\":[1.5],\"t\":true}");
     EXPECT_EQ(qzmon::HtmlText("<a href='x'>&\""), "&lt;a href=&#39;x&#39;&gt;&amp;&quot;");
 }
 
@@ -102,12 +134,12 @@ TEST(MonitorText, JsonEscapesWhatAReaderCouldTakeForSomethingElse)
         return qzmon::JsonWriter().Open().Add("t", text).Close().Str();
     };
     EXPECT_EQ(json("]}\"\\"), "{\"t\":\"]}\\\"\\\\\"}");
-    EXPECT_EQ(json("</script>&"), "{\"t\":\"\\u003c/script\\u003e\\u0026\"}");
-    EXPECT_EQ(json(std::string("\r\n\t\0\x7F", 5)), "{\"t\":\"\\u000d\\u000a\\u0009\\u0000\\u007f\"}");
-    EXPECT_EQ(json("\xE2\x80\xA8\xC2\x85"), "{\"t\":\"\\u2028\\u0085\"}");
+    EXPECT_EQ(json("</script>&"), "{\"t\":\"\\u003C/script\\u003E\\u0026\"}");
+    EXPECT_EQ(json(std::string("\r\n\t\0\x7F", 5)), "{\"t\":\"\\r\\n\\t\\u0000\x7F\"}");
+    EXPECT_EQ(json("\xE2\x80\xA8\xC2\x85"), "{\"t\":\"\\u2028\xC2\x85\"}");
     EXPECT_EQ(json("\xF0\x9F\x98\x80\xC3\xA4"), "{\"t\":\"\xF0\x9F\x98\x80\xC3\xA4\"}");
-    EXPECT_EQ(json("a\xC3"), "{\"t\":\"a\\ufffd\"}");
-    EXPECT_EQ(json("\xED\xA0\x80"), "{\"t\":\"\\ufffd\\ufffd\\ufffd\"}");
+    EXPECT_EQ(json("a\xC3"), "{\"t\":\"a\xEF\xBF\xBD\"}");
+    EXPECT_EQ(json("\xED\xA0\x80"), "{\"t\":\"\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\"}");
     EXPECT_EQ(qzmon::JsonWriter().OpenList().Item(std::nan("")).Item(-0.5).CloseList().Str(), "[null,-0.5]");
 }
 
@@ -121,7 +153,7 @@ TEST(MonitorText, ARequestIsReadAsItIsWrittenOrRefused)
     EXPECT_EQ(fields.at("offset"), "-0.5");
     EXPECT_EQ(fields.at("a"), "]}\"\\/\r\n<script>\x01\xF0\x9F\x98\x80\xF0\x9F\x98\x80\xC3\xA4");
     EXPECT_EQ(fields.at("t"), "true");
-    EXPECT_EQ(fields.at("e"), "1.5E+3");
+    EXPECT_EQ(fields.at("e"), "1500");
     EXPECT_TRUE(qzmon::ReadJsonObject("{}").empty());
     for (const char* bad : {"",
                             "{",
@@ -155,8 +187,111 @@ TEST(MonitorText, ARequestIsReadAsItIsWrittenOrRefused)
     }
     catch (const Failure& failure)
     {
-        EXPECT_NE(failure.text.find("at byte 11, a digit is missing"), std::string::npos) << failure.text;
+        EXPECT_NE(failure.text.find("at byte 11, "), std::string::npos) << failure.text;
     }
+}
+
+/// A request of the page itself at 127.0.0.1:8650, to be changed by a test.
+qzmon::Visitor OwnPage(const std::string& method, const std::string& path)
+{
+    qzmon::Visitor visitor;
+    visitor.method = method;
+    visitor.path = path;
+    visitor.host = "127.0.0.1:8650";
+    visitor.origin = method == "POST" ? "http://127.0.0.1:8650" : "";
+    visitor.fetchSite = "same-origin";
+    visitor.fetchMode = "cors";
+    visitor.writeToken = "w";
+    return visitor;
+}
+
+int Answered(qzmon::Access* access, const qzmon::Visitor& visitor)
+{
+    return StatusOf([&] { access->Check(visitor, 8650); });
+}
+
+TEST(MonitorAccess, OnlyAnExactHostIsAnswered)
+{
+    qzmon::Access access("127.0.0.1", "", "w");
+    const auto with = [&](const std::string& host) {
+        qzmon::Visitor visitor = OwnPage("GET", "/api/status");
+        visitor.host = host;
+        return Answered(&access, visitor);
+    };
+    EXPECT_EQ(with("127.0.0.1:8650"), 0);
+    EXPECT_EQ(with("localhost:8650"), 0);
+    EXPECT_EQ(with("LocalHost:8650"), 0);
+    for (const char* host :
+         {"", "127.0.0.1", "localhost", "127.0.0.1:80", "127.0.0.1:86500", "127.attacker.example:8650",
+          "127.0.0.1.nip.io:8650", "localhost:x@evil.com", "localhost:8650@evil.com", "127.0.0.2:8650",
+          "127.0.0.1:8650 ", "evil.example:8650", "[::1]:8650"})
+        EXPECT_EQ(with(host), 403) << host;
+    qzmon::Access other("127.0.0.2", "", "w");
+    qzmon::Visitor visitor = OwnPage("GET", "/");
+    visitor.host = "127.0.0.2:8650";
+    EXPECT_EQ(Answered(&other, visitor), 0);
+}
+
+TEST(MonitorAccess, PagesOfOtherSitesGetNothingButALinkToThePage)
+{
+    qzmon::Access access("127.0.0.1", "", "w");
+    const auto from = [&](const std::string& path, const std::string& origin, const std::string& site,
+                          const std::string& mode) {
+        qzmon::Visitor visitor = OwnPage("GET", path);
+        visitor.origin = origin;
+        visitor.fetchSite = site;
+        visitor.fetchMode = mode;
+        return Answered(&access, visitor);
+    };
+    EXPECT_EQ(from("/api/status", "", "", ""), 0);
+    EXPECT_EQ(from("/", "", "none", "navigate"), 0);
+    EXPECT_EQ(from("/", "", "cross-site", "navigate"), 0);
+    EXPECT_EQ(from("/", "", "cross-site", "no-cors"), 403);
+    EXPECT_EQ(from("/api/status", "", "cross-site", "navigate"), 403);
+    EXPECT_EQ(from("/api/status", "", "same-site", "cors"), 403);
+    EXPECT_EQ(from("/api/status", "http://evil.example", "", ""), 403);
+    EXPECT_EQ(from("/api/status", "null", "", ""), 403);
+    EXPECT_EQ(from("/api/status", "http://127.0.0.1:8651", "", ""), 403);
+}
+
+TEST(MonitorAccess, AChangeNeedsTheTokenOfTheStart)
+{
+    qzmon::Access access("127.0.0.1", "", "0123456789abcdef");
+    for (const char* path : {"/api/parameters", "/api/settings", "/api/restore", "/none"})
+    {
+        qzmon::Visitor visitor = OwnPage("POST", path);
+        visitor.writeToken = "0123456789abcdef";
+        EXPECT_EQ(Answered(&access, visitor), 0) << path;
+        for (const char* token : {"", "1", "page", "0123456789abcdeF", "0123456789abcdef0"})
+        {
+            visitor.writeToken = token;
+            EXPECT_EQ(Answered(&access, visitor), 403) << path << ' ' << token;
+        }
+        visitor.writeToken = "0123456789abcdef";
+        visitor.origin = "http://evil.example";
+        EXPECT_EQ(Answered(&access, visitor), 403) << path;
+    }
+    // A preview copies the whole database.
+    qzmon::Visitor preview = OwnPage("GET", "/api/preview");
+    EXPECT_EQ(Answered(&access, preview), 403);
+    preview.writeToken = "0123456789abcdef";
+    EXPECT_EQ(Answered(&access, preview), 0);
+}
+
+TEST(MonitorAccess, WrongTokensAreAnsweredSlowlyOneAfterTheOther)
+{
+    qzmon::Access access("0.0.0.0", "abcdabcdabcdabcd", "w");
+    qzmon::Visitor visitor = OwnPage("GET", "/");
+    visitor.host = "lab.example";
+    EXPECT_EQ(Answered(&access, visitor), 401);
+    visitor.accessTokens = {"", "abcdabcdabcdabcd"};
+    EXPECT_EQ(Answered(&access, visitor), 0);
+    const QZUInt64 start = QZEnvironment::GetTickCount();
+    visitor.accessTokens = {"abcdabcdabcdabce"};
+    std::thread other([&] { EXPECT_EQ(Answered(&access, visitor), 401); });
+    EXPECT_EQ(Answered(&access, visitor), 401);
+    other.join();
+    EXPECT_GE(QZEnvironment::GetTickCount() - start, 380u);
 }
 
 TEST(MonitorSettings, AChangeLeavesCommentsAndOrderAlone)
@@ -353,6 +488,98 @@ TEST_F(MonitorStore, AFullFileIsPutAsideAndItsParametersStay)
     EXPECT_TRUE(m_store->Last(5).empty());
     EXPECT_EQ(m_store->Corrections().at(0).offset, 5);
     m_store->Append(At(2000, 2));
+    EXPECT_EQ(Reopen().find("m.qzd: checks clean, 1 samples"), 0u);
+}
+
+TEST_F(MonitorStore, WhileNothingCanBeWrittenSamplesWaitAndNoneIsLost)
+{
+    Reopen();
+    m_store->Append(At(1000, 1));
+    m_store->Sync();
+    EXPECT_EQ(m_store->GetState().trouble, "");
+    EXPECT_EQ(m_store->GetState().stored, 1);
+    {
+        const Failing writes(os::Op::FileWrite, kRefused);
+        m_store->Append(At(2000, 2));
+        m_store->Sync();
+        EXPECT_EQ(m_store->GetState().trouble, std::error_code(kRefused, std::system_category()).message());
+        for (int i = 3; i <= 50; ++i) m_store->Append(At(i * 1000, i));
+        m_store->Sync();
+        const qzmon::StoreState state = m_store->GetState();
+        EXPECT_NE(state.trouble, "");
+        EXPECT_EQ(state.stored, 1);
+        EXPECT_EQ(state.atRisk, 49);
+        EXPECT_EQ(state.lost, 0);
+        EXPECT_EQ(m_store->Rows("samples", 0, 10).count, 2);
+    }
+    m_store->Sync();
+    EXPECT_EQ(m_store->GetState().trouble, "");
+    EXPECT_EQ(m_store->GetState().stored, 50);
+    EXPECT_EQ(m_store->GetState().atRisk, 0);
+    EXPECT_EQ(Reopen().find("m.qzd: checks clean, 50 samples"), 0u);
+    const std::vector<double> firsts = Firsts(m_store->Last(100));
+    ASSERT_EQ(firsts.size(), 50u);
+    for (int i = 0; i < 50; ++i) EXPECT_EQ(firsts[static_cast<std::size_t>(i)], i + 1);
+}
+
+TEST_F(MonitorStore, MemoryHoldsSoManySamplesAndTheRestIsCounted)
+{
+    Reopen();
+    const Failing writes(os::Op::FileWrite, kRefused);
+    m_store->Append(At(1, 1));
+    m_store->Sync();
+    const QZInt64 most = static_cast<QZInt64>(Store::kHeldMax);
+    for (QZInt64 i = 0; i < most + 7; ++i) m_store->Append(At(i + 2, 2));
+    m_store->Sync();
+    EXPECT_EQ(m_store->GetState().lost, 7);
+    // One sample is a row that no sync has written.
+    EXPECT_EQ(m_store->GetState().atRisk, most + 1);
+}
+
+TEST_F(MonitorStore, AFileThatCannotBePutAsideStaysInUse)
+{
+    Reopen();
+    m_store->Append(At(1000, 1));
+    m_store->Sync();
+    {
+        const Failing names(os::Op::FileName, kRefused);
+        EXPECT_EQ(StatusOf([&] { m_store->Rotate(1000); }), 500);
+    }
+    m_store->Append(At(2000, 2));
+    m_store->Sync();
+    EXPECT_EQ(m_store->GetState().stored, 2);
+    EXPECT_EQ(m_store->Rows("samples", 0, 10).count, 2);
+    EXPECT_EQ(Reopen().find("m.qzd: checks clean, 2 samples"), 0u);
+}
+
+TEST_F(MonitorStore, AFullFileThatHasNoSuccessorIsMadeAgainWhenThereIsRoom)
+{
+    Reopen();
+    m_store->Append(At(1000, 1));
+    m_store->Sync();
+    {
+        // The old file has nothing left to write: the first write is that of the new one.
+        const Failing writes(os::Op::FileWrite, kRefused);
+        EXPECT_EQ(StatusOf([&] { m_store->Rotate(1000); }), 503);
+        m_store->Append(At(2000, 2));
+        m_store->Sync();
+        EXPECT_EQ(m_store->GetState().atRisk, 1);
+        EXPECT_EQ(StatusOf([&] { m_store->Rows("samples", 0, 10); }), 503);
+    }
+    m_store->Sync();
+    EXPECT_EQ(m_store->GetState().trouble, "");
+    EXPECT_EQ(Reopen().find("m.qzd: checks clean, 1 samples"), 0u);
+}
+
+TEST_F(MonitorStore, AFileThatCannotBeOpenedIsNotTakenForADamagedOne)
+{
+    Reopen();
+    m_store->Append(At(1000, 1));
+    m_store.reset();
+    {
+        const Failing opens(os::Op::FileOpen, kRefused);
+        EXPECT_TRUE(QZ_TEST_CATCH(Reopen()).thrown);
+    }
     EXPECT_EQ(Reopen().find("m.qzd: checks clean, 1 samples"), 0u);
 }
 

@@ -20,6 +20,7 @@ class Monitor:
 
     def __init__(self, folder=None, options=()):
         self._own = None
+        self._token = None
         if folder is None:
             self._own = tempfile.TemporaryDirectory(prefix="qz-monitor-")
             folder = self._own.name
@@ -80,14 +81,23 @@ class Monitor:
         finally:
             connection.close()
 
+    def write_token(self):
+        """The header without which nothing is changed."""
+        if self._token is None:
+            status, _, body = self.request("GET", "/api/token")
+            if status != 200:
+                raise AssertionError(f"no token: {status}")
+            self._token = {"X-Qzmon": json.loads(body)["token"]}
+        return self._token
+
     def get(self, path):
-        status, _, body = self.request("GET", path)
+        status, _, body = self.request("GET", path, None, self.write_token())
         if status != 200:
             raise AssertionError(f"GET {path}: {status} {body[:300]}")
         return json.loads(body)
 
     def post(self, path, fields):
-        status, _, body = self.request("POST", path, json.dumps(fields), {"X-Qzmon": "test"})
+        status, _, body = self.request("POST", path, json.dumps(fields), self.write_token())
         if status != 200:
             raise AssertionError(f"POST {path}: {status} {body[:300]}")
         return json.loads(body)

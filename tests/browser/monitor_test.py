@@ -3,12 +3,17 @@
     python3 tests/browser/monitor_test.py [--screenshots FOLDER]
 """
 
+import http.server
 import json
 import os
+import re
+import resource
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -18,6 +23,61 @@ from webdriver import Browser, wait_for
 SCREENSHOTS = None
 DESKTOP = (1280, 900, 1)
 PHONE = (390, 844, 2)
+
+
+def storage(monitor):
+    return monitor.get("/api/status")["storage"]
+
+
+def limit_files(process, size):
+    """No file of the process grows beyond the size."""
+    resource.prlimit(process, resource.RLIMIT_FSIZE, (size, resource.RLIM_INFINITY))
+
+
+def samples_in_the_line(line):
+    return int(re.search("([0-9]+) samples are in the file", line).group(1))
+
+
+def second_request(monitor, gain, token):
+    """A whole request, to be sent as the body of another one."""
+    body = json.dumps({"channel": 0, "offset": 0, "gain": gain})
+    return (f"POST /api/parameters HTTP/1.1\r\nHost: 127.0.0.1:{monitor.port}\r\nX-Qzmon: {token}\r\n"
+            f"Content-Type: application/json\r\nContent-Length: {len(body)}\r\n\r\n{body}")
+
+
+class ForeignPage:
+    """An empty page of another origin, on the loopback."""
+
+    class Handler(http.server.BaseHTTPRequestHandler):
+        def do_GET(self):
+            self.send_response(200)
+            self.send_header("Content-Type", "text/html")
+            self.end_headers()
+            self.wfile.write(b"<!doctype html><title>another site</title>")
+
+        def log_message(self, *_):
+            pass
+
+    def __enter__(self):
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), self.Handler)
+        self.thread = threading.Thread(target=self.server.serve_forever)
+        self.thread.start()
+        self.address = f"http://localhost:{self.server.server_port}/"
+        return self
+
+    def __exit__(self, *_):
+        self.server.shutdown()
+        self.thread.join()
+        self.server.server_close()
+
+
+def wake_ups(process):
+    """How often the threads of a process have gone to sleep so far."""
+    count = 0
+    for thread in os.listdir(f"/proc/{process}/task"):
+        with open(f"/proc/{process}/task/{thread}/status", encoding="ascii") as status:
+            count += sum(int(line.split()[1]) for line in status if line.startswith("voluntary_ctxt_switches"))
+    return count
 
 
 class PageAtDesktopWidth(unittest.TestCase):
@@ -179,7 +239,8 @@ class PageAtDesktopWidth(unittest.TestCase):
         with open(os.path.join(self.monitor.folder, "qzmon.ini"), encoding="utf-8") as file:
             self.assertIn("chart-seconds=60; what the live chart shows", file.read())
         status, _, body = self.monitor.request(
-            "POST", "/api/settings", json.dumps({"name": "chart-seconds", "value": "1"}), {"X-Qzmon": "test"})
+            "POST", "/api/settings", json.dumps({"name": "chart-seconds", "value": "1"}),
+            self.monitor.write_token())
         self.assertEqual(status, 400)
         self.assertIn("from 10 to", json.loads(body)["error"])
 
@@ -212,7 +273,7 @@ class Server(unittest.TestCase):
                                          ("GET", "/api/restore", 405), ("GET", "/api/table?name=x", 404),
                                          ("GET", "/api/table?page=x", 400), ("GET", "/api/preview", 400),
                                          ("GET", "/api/preview?id=7", 404), ("PUT", "/", 405)):
-                answer, headers, body = monitor.request(method, path)
+                answer, headers, body = monitor.request(method, path, None, monitor.write_token())
                 self.assertEqual(answer, status, path)
                 if path.startswith("/api/"):
                     self.assertIn("error", json.loads(body), path)
@@ -220,7 +281,7 @@ class Server(unittest.TestCase):
                     self.assertIn("text/html", headers["Content-Type"])
                     self.assertIn(b"To the monitor", body)
             for body in ("{", "[]", '{"channel":0,"offset":"x","gain":1}', '{"channel":9,"offset":0,"gain":1}'):
-                answer, _, _ = monitor.request("POST", "/api/parameters", body, {"X-Qzmon": "1"})
+                answer, _, _ = monitor.request("POST", "/api/parameters", body, monitor.write_token())
                 self.assertIn(answer, (400, 404), body)
             _, _, body = monitor.request("GET", "/<script>alert(1)</script>")
             self.assertNotIn(b"<script>", body)
@@ -242,9 +303,9 @@ class Server(unittest.TestCase):
                                 ('{"channel":1,"offset":1e7,"gain":1}', '"offset" takes a number from -1000000'),
                                 ('{"channel":1,"offset":null,"gain":1}', '"offset" is missing'),
                                 ('{"channel":1.5,"offset":0,"gain":1}', '"channel" takes a whole number'),
-                                ('{"channel":1,"offset":--1,"gain":1}', "at byte 23, a digit is missing"),
+                                ('{"channel":1,"offset":--1,"gain":1}', "at byte 23, a digit is expected"),
                                 ('{"channel":1,"offset":0,"gain":"nan"}', '"gain" takes a number')):
-                status, _, answer = monitor.request("POST", "/api/parameters", body, {"X-Qzmon": "test"})
+                status, _, answer = monitor.request("POST", "/api/parameters", body, monitor.write_token())
                 self.assertEqual(status, 400, body)
                 self.assertIn(about, json.loads(answer)["error"])
             self.assertEqual(monitor.get("/api/parameters")["channels"][1]["gain"], 1)
@@ -264,7 +325,7 @@ class Server(unittest.TestCase):
         with Monitor() as monitor:
             monitor.wait_for_samples(1)
             monitor.post("/api/snapshots", {"label": "one"})
-            status, _, body = monitor.request("POST", "/api/snapshots", '{"label":"one"}', {"X-Qzmon": "test"})
+            status, _, body = monitor.request("POST", "/api/snapshots", '{"label":"one"}', monitor.write_token())
             self.assertEqual(status, 409)
             self.assertIn('There is a snapshot "one" already', json.loads(body)["error"])
             self.assertEqual(len(monitor.get("/api/snapshots")["snapshots"]), 1)
@@ -301,8 +362,41 @@ class Server(unittest.TestCase):
             status, _, _ = monitor.request("POST", "/api/snapshots", '{"label":"x"}')
             self.assertEqual(status, 403)
             self.assertEqual(monitor.get("/api/snapshots")["snapshots"], [])
+            status, _, _ = monitor.request("POST", "/api/snapshots", '{"label":"x"}', {"X-Qzmon": "page"})
+            self.assertEqual(status, 403)
             status, _, _ = monitor.request("GET", "/api/status", None, {"Host": "evil.example"})
             self.assertEqual(status, 403)
+            origin = {"Origin": "http://evil.example", **monitor.write_token()}
+            self.assertEqual(monitor.request("POST", "/api/snapshots", '{"label":"x"}', origin)[0], 403)
+            self.assertEqual(monitor.get("/api/snapshots")["snapshots"], [])
+            self.assertEqual(monitor.request("GET", "/api/preview?id=1")[0], 403)
+            self.assertEqual(monitor.request("GET", "/api/preview?id=1", None, monitor.write_token())[0], 404)
+
+    def test_a_request_within_a_body_is_not_run(self):
+        with Monitor() as monitor:
+            wait_for("the device", lambda: monitor.get("/api/status")["connected"])
+            inner = second_request(monitor, 666, monitor.write_token()["X-Qzmon"])
+            with socket.create_connection(("127.0.0.1", monitor.port), 10) as connection:
+                connection.sendall((f"POST /x?Content-Length: HTTP/1.1\r\nHost: 127.0.0.1:{monitor.port}\r\n"
+                                    f"Content-Length: {len(inner)}\r\n\r\n").encode())
+                # A browser sends the body of a request by itself.
+                time.sleep(0.5)
+                connection.sendall(inner.encode())
+                time.sleep(0.5)
+            self.assertEqual(monitor.get("/api/parameters")["channels"][0]["gain"], 1)
+
+    def test_a_foreign_page_in_a_browser_changes_nothing(self):
+        with Monitor() as monitor, Browser(*DESKTOP) as browser:
+            wait_for("the device", lambda: monitor.get("/api/status")["connected"])
+            with ForeignPage() as page:
+                browser.open(page.address)
+                for token in ("1", "page"):
+                    for path in ("/x?Content-Length:", "/x?Content-Length:%200", "/api/parameters"):
+                        browser.run("fetch(arguments[0], {method: 'POST', mode: 'no-cors', body: arguments[1]})",
+                                    f"http://127.0.0.1:{monitor.port}{path}", second_request(monitor, 666, token))
+                time.sleep(3)
+            self.assertEqual(monitor.get("/api/parameters")["channels"][0]["gain"], 1)
+            self.assertNotIn("666", json.dumps(monitor.get("/api/log?count=50")))
 
     def test_an_address_that_is_not_the_loopback_asks_for_the_token(self):
         with Monitor(options=("--bind", "0.0.0.0")) as monitor:
@@ -363,6 +457,54 @@ class Server(unittest.TestCase):
                 self.assertIn("put aside as qzmon-damaged-", monitor.lines[0])
                 monitor.wait_for_samples(2)
             self.assertTrue(any(name.startswith("qzmon-damaged-") for name in os.listdir(folder)))
+
+    def test_without_a_browser_it_sleeps_nearly_all_the_time(self):
+        with Monitor() as monitor:
+            time.sleep(2)
+            before = wake_ups(monitor.process.pid)
+            time.sleep(5)
+            # One sample a second from the simulator takes about 300 wake-ups a second, most of them for the
+            # bytes of the simulated line.
+            self.assertLess(wake_ups(monitor.process.pid) - before, 5 * 1000)
+
+    def test_a_full_disk_is_told_survived_and_counted(self):
+        with Monitor() as monitor:
+            monitor.post("/api/settings", {"name": "sample-ms", "value": "20"})
+            wait_for("samples", lambda: storage(monitor)["stored"] > 20)
+            size = os.path.getsize(os.path.join(monitor.folder, "qzmon.qzd"))
+            limit_files(monitor.process.pid, size + 100000)
+            wait_for("the trouble", lambda: not storage(monitor)["works"])
+            state = storage(monitor)
+            self.assertIn("File too large", state["trouble"])
+            wait_for("samples in memory", lambda: storage(monitor)["atRisk"] > 200)
+            self.assertEqual(storage(monitor)["lost"], 0)
+            self.assertGreater(len(monitor.get("/api/samples?seconds=60")["samples"]), state["stored"])
+            self.assertEqual(monitor.request("GET", "/api/table?name=samples")[0], 200)
+            limit_files(monitor.process.pid, resource.RLIM_INFINITY)
+            wait_for("room", lambda: storage(monitor)["works"])
+            wait_for("everything stored", lambda: storage(monitor)["stored"] > state["stored"] + 200)
+            log = [entry["text"] for entry in monitor.get("/api/log?count=50")["entries"]]
+            self.assertEqual(len([text for text in log if text.startswith("Cannot write the database: ")]), 1, log)
+            self.assertIn("Samples are stored again.", log)
+            taken = monitor.get("/api/status")["samples"]
+            self.assertEqual(monitor.stop(), 0)
+            self.assertGreaterEqual(samples_in_the_line(monitor.lines[-1]), taken)
+
+    def test_a_disk_that_stays_full_is_told_at_the_end(self):
+        with Monitor() as monitor:
+            monitor.post("/api/settings", {"name": "sample-ms", "value": "20"})
+            wait_for("samples", lambda: storage(monitor)["stored"] > 20)
+            size = os.path.getsize(os.path.join(monitor.folder, "qzmon.qzd"))
+            limit_files(monitor.process.pid, size + 100000)
+            wait_for("samples in memory", lambda: storage(monitor)["atRisk"] > 50)
+            self.assertEqual(monitor.stop(), 3)
+            self.assertRegex(monitor.lines[-1], "Stopped, [0-9]+ samples are in the file, [0-9]+ could not be written: "
+                                                "File too large")
+            stored = samples_in_the_line(monitor.lines[-1])
+            with Monitor(monitor.folder) as again:
+                # The last sync may have failed after its changes were safe in the second file.
+                found = re.search("checks clean, ([0-9]+) samples", again.lines[0])
+                self.assertGreaterEqual(int(found.group(1)), stored)
 
     def test_two_monitors_do_not_share_a_folder(self):
         with tempfile.TemporaryDirectory() as folder, Monitor(folder):

@@ -16,6 +16,9 @@ using qztest::BodyOf;
 using qztest::RawClient;
 using qztest::StatusOf;
 
+/// A path with slashes, which stand in JSON as they are.
+std::string Slashes(const std::string& path) { return std::filesystem::path(path).generic_string(); }
+
 std::string Path(const char* program) { return std::filesystem::path(program).make_preferred().string(); }
 
 std::string Get(const std::string& host, const std::string& path)
@@ -52,7 +55,7 @@ protected:
         m_dir.Write("secret.txt", "secret");
         m_dir.Write(
             "sites.json",
-            R"([{"Host":"here","SiteStatus":"Local","PhyLocation":")" + m_dir.NarrowName("site") +
+            R"([{"Host":"here","SiteStatus":"Local","PhyLocation":")" + Slashes(m_dir.NarrowName("site")) +
                 R"(","IndexPage":"index.html"},{"Host":"moved","SiteStatus":"Redirect301","Location":)"
                 R"("http://here/"},{"Host":"far","SiteStatus":"Remote","Location":"elsewhere"}])");
         m_port = Start(Path(QZ_TEST_HTTP_FILES), m_dir.NarrowName("sites.json"));
@@ -132,6 +135,21 @@ TEST(ServerExamples, RefuseAPortThatIsNone)
     EXPECT_EQ(RunFor(Path(QZ_TEST_HTTP_FILES) + " 0 " + dir.NarrowName("none.json"), dir.NarrowName("err")),
               1);
     EXPECT_EQ(dir.Read("err").find("http_files: Operation Failed"), 0u) << dir.Read("err");
+}
+
+TEST(ServerExamples, RefuseAListOfSitesThatIsNone)
+{
+    qztest::TempDir dir;
+    const auto words = [&](const std::string& sites) {
+        dir.Write("sites.json", sites);
+        const std::string line = Path(QZ_TEST_HTTP_FILES) + " 0 " + dir.NarrowName("sites.json");
+        EXPECT_EQ(RunFor(line, dir.NarrowName("err")), 1) << sites;
+        return dir.Read("err");
+    };
+    EXPECT_NE(words("{}").find("no list of sites"), std::string::npos);
+    EXPECT_NE(words("[1]").find("no list of sites"), std::string::npos);
+    EXPECT_EQ(words("[{\"Host\":\"a\",}]").find("http_files: "), 0u);
+    EXPECT_EQ(words("").find("http_files: "), 0u);
 }
 
 class StatusExample : public Example

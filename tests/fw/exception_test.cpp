@@ -96,6 +96,22 @@ TEST(Exception, SystemErrorTextFollowsAfterABlank)
     EXPECT_EQ(http.rfind(" Time out ", 0), 0u) << http;
 }
 
+TEST(Exception, TheSystemsNumberCanBeAskedFor)
+{
+    QZException* exception = QZExceptionFactory::CreateIOException(QZIOExceptionCode::WriteFailed, 28);
+    EXPECT_EQ(exception->GetSystemError(), 28);
+    exception->Set(QZ_W("text"), 256, 0);
+    EXPECT_EQ(exception->GetSystemError(), 0);
+    exception->Set(QZ_W("text"), 256, 5);
+    EXPECT_EQ(exception->GetSystemError(), 5);
+    exception->Clear();
+    EXPECT_EQ(exception->GetSystemError(), 0);
+    QZExceptionFactory::Recycle(&exception);
+    exception = QZExceptionFactory::CreateException(256);
+    EXPECT_EQ(exception->GetSystemError(), 0);
+    QZExceptionFactory::Recycle(&exception);
+}
+
 TEST(Exception, UnknownSystemErrorReadsFormatMessageError)
 {
     std::string message = MessageOf(F::CreateException(0x10, 0x7FFF1234));

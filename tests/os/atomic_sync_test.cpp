@@ -4,10 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "fw/fw_string.h"
+#include "fw/fw_string_factory.h"
 #include "os/os_file_buffer.h"
 #include "support/qz_hooks.h"
 #include "support/qz_test.h"
@@ -88,10 +92,10 @@ public:
     {
         if (m_buffer == nullptr) return;
         const auto at = static_cast<std::size_t>(offset);
-        // The write may evict a block, which syncs before the new bytes are in the buffer; a write that fails
-        // may have done so too.
-        m_allowed.insert(HashOf(m_now));
-        if (!Try([&] { m_buffer->Write(offset, bytes.data(), static_cast<QZInt64>(bytes.size())); })) return;
+        // A write that fails may have changed a part of its bytes. Each fault happens once, so the second try
+        // changes all of them.
+        const auto write = [&] { m_buffer->Write(offset, bytes.data(), static_cast<QZInt64>(bytes.size())); };
+        if (!Try(write) && !Try(write)) return;
         if (m_now.size() < at + bytes.size()) m_now.resize(at + bytes.size(), '\0');
         m_now.replace(at, bytes.size(), bytes);
     }
@@ -184,6 +188,33 @@ void ManyBlocks(Session* session)
     session->Close();
 }
 
+/// Two transactions that do not fit into memory: both overwrite what is there, with runs that lie in two
+/// blocks, and append. The first page is changed by the first one only.
+void LargeTransactions(Session* session)
+{
+    if (!session->Open(0)) return;
+    for (int round = 0; round < 2; ++round)
+    {
+        for (const int block : {3, 1, 2, 1, 4})
+            session->Write(block * 524288 - 3000, Filled(6000, static_cast<char>('a' + block + round)));
+        if (round == 0) session->Write(3, "head");
+        session->Sync();
+    }
+    session->Write(2 * 524288, "last");
+    session->Close();
+}
+
+/// One sync that appends more than is written twice.
+void LargeAppend(Session* session)
+{
+    if (!session->Open(32 << 20)) return;
+    session->Write(100, "small");
+    session->Write(20000, Filled(5 << 20, 'z'));
+    session->Sync();
+    session->Write(6000, "more");
+    session->Close();
+}
+
 void ExpectCompleteSyncAtEveryFault(void (*work)(Session*), Fault fault, const std::string& start)
 {
     const AtomicSyncOn on;
@@ -210,6 +241,7 @@ void ExpectCompleteSyncAtEveryFault(void (*work)(Session*), Fault fault, const s
         const std::string content = session.Reopened();
         EXPECT_TRUE(session.Allows(content)) << "operation " << at << " of " << operations;
         EXPECT_FALSE(dir.Exists("data.sync"));
+        EXPECT_FALSE(dir.Exists("data.undo"));
     }
 }
 
@@ -232,6 +264,61 @@ TEST(AtomicSync, DyingAtAnyOperationLeavesACompleteSync)
 TEST(AtomicSync, EvictionLeavesACompleteSync)
 {
     ExpectCompleteSyncAtEveryFault(&ManyBlocks, Fault::Dies, "start");
+}
+
+TEST(AtomicSync, EveryFaultOfAnEviction)
+{
+    ExpectCompleteSyncAtEveryFault(&ManyBlocks, Fault::Fails, "start");
+    ExpectCompleteSyncAtEveryFault(&ManyBlocks, Fault::IsShort, "start");
+}
+
+TEST(AtomicSync, EveryFaultOfLargeTransactions)
+{
+    const std::string start = Filled(2 * 524288 + 777, 'o');
+    for (const Fault fault : {Fault::Fails, Fault::IsShort, Fault::Dies})
+        ExpectCompleteSyncAtEveryFault(&LargeTransactions, fault, start);
+    ExpectCompleteSyncAtEveryFault(&LargeTransactions, Fault::Dies, "");
+    ExpectCompleteSyncAtEveryFault(&LargeTransactions, Fault::Dies, "short");
+}
+
+TEST(AtomicSync, EveryFaultOfALargeAppend)
+{
+    for (const Fault fault : {Fault::Fails, Fault::IsShort, Fault::Dies})
+        ExpectCompleteSyncAtEveryFault(&LargeAppend, fault, Filled(9000, 'o'));
+}
+
+TEST(AtomicSync, EveryFaultOfARecovery)
+{
+    const AtomicSyncOn on;
+    const std::string start = Filled(2 * 524288 + 777, 'o');
+    int tried = 0;
+    // The writer dies at some operation, and the opening that follows at each of its own.
+    for (int death = 8; death < 90; death += 7)
+    {
+        for (int at = 1;; ++at)
+        {
+            const qztest::TempDir dir;
+            Session session(dir);
+            session.Start(start);
+            {
+                const FaultyFiles files(Fault::Dies, death);
+                LargeTransactions(&session);
+                session.Forget();
+            }
+            bool reached = false;
+            {
+                const FaultyFiles files(Fault::Dies, at);
+                Session opener(dir);
+                opener.Open(0);
+                reached = files.Operations() >= at;
+                opener.Forget();
+            }
+            EXPECT_TRUE(session.Allows(session.Reopened())) << "death " << death << ", operation " << at;
+            ++tried;
+            if (!reached) break;
+        }
+    }
+    EXPECT_GT(tried, 100);
 }
 
 /// The second file of an atomic sync, data.sync, byte by byte as in docs/database-file.md.
@@ -338,6 +425,273 @@ TEST_F(Sidecar, SidecarExistsWhileTheFileIsOpenAndIsClearedBySync)
     const std::string left = m_dir.Read("data.sync");
     EXPECT_EQ(left.substr(0, 32), std::string(32, '\0'));
     QZFileBuffer::Close(&buffer);
+    EXPECT_FALSE(m_dir.Exists("data.sync"));
+}
+
+/// The layout with which syncs are written now, and that of the undo file.
+class RecoveryFiles : public Sidecar
+{
+protected:
+    static std::uint64_t SumOf(const std::string& bytes, std::uint64_t start = 0xCBF29CE484222325u)
+    {
+        std::uint64_t sum = start;
+        const std::string words = Padded(bytes);
+        for (std::size_t i = 0; i < words.size(); i += 8)
+        {
+            std::uint64_t word = 0;
+            for (std::size_t k = 8; k-- > 0;) word = word << 8 | static_cast<unsigned char>(words[i + k]);
+            sum = (sum ^ word) * 0x100000001B3u;
+            sum ^= sum >> 32;
+        }
+        return sum;
+    }
+
+    static std::string Padded(const std::string& bytes)
+    {
+        return bytes + std::string((8 - bytes.size() % 8) % 8, '\0');
+    }
+
+    using Runs = std::vector<std::pair<std::uint64_t, std::string>>;
+
+    /// A sync of the runs for a file with this content.
+    static std::string Sync(const std::string& before, const Runs& runs, std::uint64_t salt = 0)
+    {
+        const std::size_t first = std::min<std::size_t>(4096, before.size());
+        const std::size_t last = std::min<std::size_t>(4096, before.size() - first);
+        std::string body = Padded(before.substr(0, first)) + Padded(before.substr(before.size() - last));
+        for (const auto& [offset, bytes] : runs) body += Word(offset) + Word(bytes.size()) + Padded(bytes);
+        const std::string whole = "QZSYNC2\n" + Word(runs.size()) + Word(64 + body.size() + 8) + Word(salt) +
+                                  Word(before.size()) + std::string(24, '\0') + body;
+        return whole + Word(SumOf(whole));
+    }
+
+    /// An undo that goes back to a file with this content, with the images of the runs.
+    static std::string Undo(const std::string& before, const Runs& images, std::uint64_t salt = 77)
+    {
+        std::string first = before.substr(0, 4096);
+        first.resize(4096);
+        const std::size_t lastPage = before.size() > 4096 ? (before.size() - 1) / 4096 * 4096 : before.size();
+        std::string head = "QZUNDO1\n" + Word(salt) + Word(before.size()) + Word(SumOf(first)) +
+                           Word(SumOf(before.substr(lastPage))) + Word(0) + Word(0);
+        head += Word(SumOf(head));
+        for (const auto& [offset, bytes] : images)
+        {
+            const std::string image = Word(offset) + Word(bytes.size()) + Padded(bytes);
+            head += image + Word(SumOf(image, 0xCBF29CE484222325u ^ salt));
+        }
+        return head;
+    }
+
+    std::string Opened(const std::string& content, const std::string& sync, const std::string& undo)
+    {
+        m_dir.Write("data", content);
+        if (!sync.empty()) m_dir.Write("data.sync", sync);
+        if (!undo.empty()) m_dir.Write("data.undo", undo);
+        const AtomicSyncOn on;
+        QZString path(m_dir.Name("data").c_str());
+        QZFileBuffer* buffer = QZFileBuffer::Open(&path, 0, 0);
+        QZFileBuffer::Close(&buffer);
+        EXPECT_FALSE(m_dir.Exists("data.sync"));
+        EXPECT_FALSE(m_dir.Exists("data.undo"));
+        return m_dir.Read("data");
+    }
+
+    static std::string PutAside()
+    {
+        QZString* text = QZFileBuffer::TakePutAside();
+        if (text == nullptr) return "";
+        std::string names;
+        for (const QZWChar* c = text->GetPointer(); *c != 0; ++c) names += static_cast<char>(*c);
+        QZStringFactory::Recycle(&text);
+        return names;
+    }
+
+    void ExpectPutAside(const std::string& name, const std::string& bytes)
+    {
+        EXPECT_EQ(PutAside(), m_dir.NarrowName(name));
+        EXPECT_EQ(m_dir.Read(name), bytes);
+        std::filesystem::remove(m_dir.Path(name));
+    }
+
+    std::string m_long = Filled(5000, 'a') + Filled(5000, 'b') + Filled(5000, 'c');
+};
+
+TEST_F(RecoveryFiles, SyncIsApplied)
+{
+    const Runs runs = {{12, "++++++"}, {2, "!"}};
+    EXPECT_EQ(Opened("0123456789abcdef", Sync("0123456789abcdef", runs), ""), "01!3456789ab++++++");
+    // Half of it is in place.
+    EXPECT_EQ(Opened("0123456789ab++++++", Sync("0123456789abcdef", runs), ""), "01!3456789ab++++++");
+    EXPECT_EQ(PutAside(), "");
+}
+
+TEST_F(RecoveryFiles, SyncOfAnotherFileIsPutAside)
+{
+    const std::string sync = Sync("0123456789abcdef", {{2, "!"}});
+    for (const char* other : {"0123456789abcdeX", "0123456789abcde", "0123456789abcdefg", "X"})
+    {
+        EXPECT_EQ(Opened(other, sync, ""), other);
+        ExpectPutAside("data.sync.put-aside", sync);
+    }
+    std::string changed = m_long;
+    changed[14000] = 'x';
+    EXPECT_EQ(Opened(changed, Sync(m_long, {{9000, "new"}}), ""), changed);
+    ExpectPutAside("data.sync.put-aside", Sync(m_long, {{9000, "new"}}));
+}
+
+TEST_F(RecoveryFiles, FilesThatArePutAsideAreNumbered)
+{
+    m_dir.Write("data.sync.put-aside", "1");
+    m_dir.Write("data.sync.put-aside.2", "2");
+    const std::string sync = Sync("0123", {{2, "!"}});
+    EXPECT_EQ(Opened("9999", sync, ""), "9999");
+    ExpectPutAside("data.sync.put-aside.3", sync);
+}
+
+TEST_F(RecoveryFiles, UndoRestoresImagesAndLength)
+{
+    std::string now = m_long;
+    now.replace(4096, 8192, Filled(8192, 'x'));
+    now += Filled(20000, 'y');
+    const std::string undo =
+        Undo(m_long, {{4096, m_long.substr(4096, 4096)}, {8192, m_long.substr(8192, 4096)}});
+    EXPECT_EQ(Opened(now, "", undo), m_long);
+    // Stale bytes after the last image, and an image that is not whole, end it.
+    EXPECT_EQ(Opened(now, "", undo + "stale bytes, more than a head has, 0123456789"), m_long);
+    std::string half = m_long;
+    half.replace(4096, 4096, Filled(4096, 'x'));
+    EXPECT_EQ(Opened(half, "", undo.substr(0, undo.size() - 1)), m_long);
+    EXPECT_EQ(PutAside(), "");
+}
+
+TEST_F(RecoveryFiles, UndoOfAnEmptyFile)
+{
+    EXPECT_EQ(Opened(std::string(4096, '\0') + Filled(9000, 'x'), "", Undo("", {})), "");
+    EXPECT_EQ(PutAside(), "");
+    EXPECT_EQ(Opened("a file of somebody else", "", Undo("", {})), "a file of somebody else");
+    ExpectPutAside("data.undo.put-aside", Undo("", {}));
+}
+
+TEST_F(RecoveryFiles, UndoOfAnotherFileIsPutAside)
+{
+    const std::string undo = Undo(m_long, {{8192, m_long.substr(8192, 4096)}});
+    for (const std::size_t at : {std::size_t{0}, std::size_t{4095}, m_long.size() - 1})
+    {
+        std::string other = m_long + "more";
+        other[at] = '#';
+        EXPECT_EQ(Opened(other, "", undo), other);
+        ExpectPutAside("data.undo.put-aside", undo);
+    }
+    EXPECT_EQ(Opened(m_long.substr(0, 14999), "", undo), m_long.substr(0, 14999));
+    ExpectPutAside("data.undo.put-aside", undo);
+}
+
+TEST_F(RecoveryFiles, SyncThatNamesTheUndoEndsIt)
+{
+    std::string now = m_long;
+    now.replace(8192, 4096, Filled(4096, 'x'));
+    const std::string undo = Undo(m_long, {{8192, m_long.substr(8192, 4096)}}, 77);
+    std::string after = now;
+    after.replace(1, 3, "end");
+    EXPECT_EQ(Opened(now, Sync(now, {{1, "end"}}, 77), undo), after);
+    // The sync before the undo does not count any more.
+    EXPECT_EQ(Opened(now, Sync(m_long, {{1, "end"}}, 76), undo), m_long);
+    EXPECT_EQ(Opened(now, Sync(m_long, {{1, "end"}}, 0), undo), m_long);
+    EXPECT_EQ(PutAside(), "");
+}
+
+TEST_F(RecoveryFiles, CraftedFilesNeitherHangNorGrow)
+{
+    // 120 bytes with 2^62 runs, of which all seem to have 0 bytes.
+    std::string endless = "QZSYNC1\n" + Word(1ull << 62) + Word(120) + std::string(88, '\0');
+    endless += Word(SumOf(endless));
+    ASSERT_EQ(endless.size(), 120u);
+    EXPECT_EQ(Opened("0123", endless, ""), "0123");
+    ExpectPutAside("data.sync.put-aside", endless);
+    for (const std::uint64_t offset : {1ull << 40, 1ull << 62, ~0ull, ~0ull >> 1, ~0ull - 3})
+    {
+        std::string older =
+            "QZSYNC1\n" + Word(1) + Word(64) + Word(0) + Word(offset) + Word(4) + Padded("WXYZ");
+        older += Word(SumOf(older));
+        for (const std::string& sync : {older, Sync("0123", {{offset, "WXYZ"}})})
+        {
+            EXPECT_EQ(Opened("0123", sync, ""), "0123") << offset;
+            ExpectPutAside("data.sync.put-aside", sync);
+        }
+        // A run of this size, and an image at this place.
+        std::string size = "QZSYNC2\n" + Word(1) + Word(96) + Word(0) + Word(4) + std::string(24, '\0') +
+                           Padded("0123") + Word(0) + Word(offset);
+        size += Word(SumOf(size));
+        EXPECT_EQ(Opened("0123", size, ""), "0123") << offset;
+        ExpectPutAside("data.sync.put-aside", size);
+        const std::string undo = Undo(m_long, {{offset, Filled(4096, 'x')}});
+        EXPECT_EQ(Opened(m_long, "", undo), m_long) << offset;
+        ExpectPutAside("data.undo.put-aside", undo);
+    }
+    // An undo that says that the file was larger does not make it larger.
+    std::string larger = "QZUNDO1\n" + Word(5) + Word(1ull << 40) + std::string(32, '\0');
+    larger += Word(SumOf(larger));
+    EXPECT_EQ(Opened("0123", "", larger), "0123");
+    ExpectPutAside("data.undo.put-aside", larger);
+}
+
+TEST_F(RecoveryFiles, DamagedUndoIsDiscarded)
+{
+    const std::string undo = Undo(m_long, {{8192, m_long.substr(8192, 4096)}});
+    for (std::size_t at = 0; at < 64; ++at)
+    {
+        std::string damaged = undo;
+        damaged[at] = static_cast<char>(damaged[at] ^ 4);
+        EXPECT_EQ(Opened(m_long + "x", "", damaged), m_long + "x") << at;
+    }
+    EXPECT_EQ(PutAside(), "");
+}
+
+TEST_F(RecoveryFiles, BytesOfTheUndoOfAWriter)
+{
+    m_dir.Write("data", m_long);
+    const AtomicSyncOn on;
+    QZString path(m_dir.Name("data").c_str());
+    QZFileBuffer* buffer = QZFileBuffer::Open(&path, 0, 0);
+    buffer->Write(9000, "####", 4);
+    buffer->Write(10, "first", 5);
+    // Two more blocks, so that the first one leaves memory.
+    buffer->Write(600000, "2", 1);
+    buffer->Write(1200000, "3", 1);
+    const std::string undo = m_dir.Read("data.undo");
+    const std::uint64_t salt = [&undo] {
+        std::uint64_t word = 0;
+        for (std::size_t k = 8; k-- > 0;) word = word << 8 | static_cast<unsigned char>(undo[8 + k]);
+        return word;
+    }();
+    EXPECT_EQ(undo, Undo(m_long, {{8192, m_long.substr(8192, 4096)}}, salt));
+    // The changed page is in place; the first page is not.
+    std::string now = m_long;
+    now.replace(9000, 4, "####");
+    EXPECT_EQ(m_dir.Read("data").substr(0, m_long.size()), now);
+    // Reads find the first page as it was written.
+    char bytes[5] = {};
+    buffer->Read(10, bytes, 5);
+    EXPECT_EQ(std::string(bytes, 5), "first");
+    buffer->Sync();
+    EXPECT_EQ(m_dir.Read("data").substr(10, 5), "first");
+    EXPECT_EQ(m_dir.Read("data.undo").substr(0, 32), std::string(32, '\0'));
+    QZFileBuffer::Close(&buffer);
+    EXPECT_FALSE(m_dir.Exists("data.undo"));
+}
+
+TEST_F(RecoveryFiles, ReaderRecoversFirst)
+{
+    QZFileBuffer::ReadOnly = 1;
+    m_dir.Write("data", m_long + "not synced");
+    m_dir.Write("data.undo", Undo(m_long, {}));
+    QZString path(m_dir.Name("data").c_str());
+    QZFileBuffer* reader = QZFileBuffer::Open(&path, 0, 0);
+    EXPECT_EQ(reader->GetFileSize(), static_cast<QZInt64>(m_long.size()));
+    QZFileBuffer::Close(&reader);
+    QZFileBuffer::ReadOnly = 0;
+    EXPECT_EQ(m_dir.Read("data"), m_long);
+    EXPECT_FALSE(m_dir.Exists("data.undo"));
     EXPECT_FALSE(m_dir.Exists("data.sync"));
 }
 }  // namespace

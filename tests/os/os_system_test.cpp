@@ -151,6 +151,41 @@ TEST(System, GateIsOpenWithoutHooksAndNeverExtends)
     EXPECT_EQ(size, 4);
 }
 
+TEST(System, AnEventThatIsSetEndsOneWait)
+{
+    void* event = os::EventCreate();
+    ASSERT_NE(event, nullptr);
+    EXPECT_FALSE(os::EventWait(event, 0));
+    os::EventSet(event);
+    os::EventSet(event);
+    EXPECT_TRUE(os::EventWait(event, 60000));
+    EXPECT_FALSE(os::EventWait(event, 1));
+    os::EventClose(event);
+}
+
+TEST(System, AnEventWakesAThreadThatWaits)
+{
+    void* event = os::EventCreate();
+    std::atomic<int> woken{0};
+    std::thread thread([&] {
+        for (int i = 0; i < 1000; ++i) woken += os::EventWait(event, 60000) ? 1 : 0;
+    });
+    for (int i = 1; i <= 1000; ++i)
+    {
+        os::EventSet(event);
+        ASSERT_TRUE(qztest::Eventually([&] { return woken == i; }));
+    }
+    thread.join();
+    os::EventClose(event);
+}
+
+TEST(System, WithoutAnEventAWaitSleepsAndASetDoesNothing)
+{
+    os::EventSet(nullptr);
+    EXPECT_FALSE(os::EventWait(nullptr, 1));
+    os::EventClose(nullptr);
+}
+
 TEST(System, HasAtLeastOneProcessor) { EXPECT_GE(os::ProcessorCount(), 1); }
 
 TEST(System, MonotonicClockAdvances)

@@ -334,6 +334,45 @@ TEST(TaskScheduler, DestructionWaitsForTheRunningTask)
     EXPECT_FALSE(task.held);
 }
 
+/// Lets schedulers sleep up to so many milliseconds, for the time of a scope.
+class LongPause
+{
+public:
+    explicit LongPause(QZInt64 pause) { QZTaskScheduler::LongestPause = pause; }
+    ~LongPause() { QZTaskScheduler::LongestPause = 1; }
+    LongPause(const LongPause&) = delete;
+    LongPause& operator=(const LongPause&) = delete;
+};
+
+TEST(TaskScheduler, WithALongPauseATaskStillRunsWhenItIsDue)
+{
+    const LongPause pause(60000);
+    QZTaskScheduler scheduler;
+    Probe task;
+    const QZInt64 start = QZEnvironment::GetCurrentTimestamp();
+    task.SetExecTime(start + 100);
+    task.SetInterval(50);
+    scheduler.AddTask(&task);
+    scheduler.Start();
+    // A sleep lasts 1000 ms at most, whatever the pause: with the due times it takes 150 ms to the second
+    // run.
+    ASSERT_TRUE(Eventually([&] { return task.runs >= 2; }));
+    EXPECT_GE(QZEnvironment::GetCurrentTimestamp() - start, 150);
+    EXPECT_LT(QZEnvironment::GetCurrentTimestamp() - start, 900);
+    scheduler.Reset();
+    scheduler.RemoveTask(&task);
+}
+
+TEST(TaskScheduler, AStopTakesEffectAfterThePauseAtTheLatest)
+{
+    const LongPause pause(100);
+    QZTaskScheduler scheduler;
+    scheduler.Start();
+    QZThread::Sleep(20);
+    scheduler.Stop();
+    EXPECT_TRUE(Eventually([&] { return scheduler.GetStatus() == Status::TaskSchedulerDispose; }));
+}
+
 TEST(ThreadPool, GrowsWithTheTasksThatRunAtTheSameTime)
 {
     QZThreadPool pool;

@@ -185,7 +185,11 @@ std::string TempDir::Read(std::string_view name) const
 {
     std::ifstream file(Path(name), std::ios::binary);
     if (!file) ADD_FAILURE() << "cannot read " << Path(name);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    std::string bytes;
+    std::string piece(1 << 20, '\0');
+    while (file.read(piece.data(), static_cast<std::streamsize>(piece.size())) || file.gcount() > 0)
+        bytes.append(piece, 0, static_cast<std::size_t>(file.gcount()));
+    return bytes;
 }
 
 bool TempDir::Exists(std::string_view name) const { return std::filesystem::exists(Path(name)); }

@@ -14,12 +14,15 @@ function make(tag, attributes, ...children) {
   return element;
 }
 
+// A page of another site cannot read it, so that only this page changes something.
+const writeToken = document.querySelector("meta[name=write-token]").content;
+
 async function ask(path, body) {
   let response;
   try {
-    response = await fetch(path, body === undefined ? {} :
-      {method: "POST", headers: {"Content-Type": "application/json", "X-Qzmon": "page"},
-       body: JSON.stringify(body)});
+    const token = {"X-Qzmon": writeToken};
+    response = await fetch(path, body === undefined ? {headers: token} :
+      {method: "POST", headers: {"Content-Type": "application/json", ...token}, body: JSON.stringify(body)});
   } catch (e) {
     throw new Error("The monitor cannot be reached.");
   }
@@ -79,11 +82,23 @@ async function drawChart() {
   await loadPicture(image, `/chart.bmp?w=${width}&h=${height}&dot=${dots()}&t=${Date.now()}`);
 }
 
+function showStorage() {
+  const {works, trouble, stored, atRisk, lost} = status.storage;
+  const bar = $("storage");
+  // An alert is read aloud when its text changes, so the figures change it only while it shows.
+  const dropped = lost > 0 ? `, ${lost} were dropped` : "";
+  bar.textContent = works ? "" : `Samples cannot be stored: ${trouble}. ${stored} are in the file, ` +
+    `${atRisk} are only in memory${dropped}. The monitor tries again every second.`;
+  bar.hidden = works;
+}
+
 function showStatus() {
   const pill = $("state");
   const connected = status.connected;
-  pill.textContent = connected ? "connected" : "device lost";
-  pill.className = "pill " + (connected ? "good" : "bad");
+  const works = status.storage.works;
+  pill.textContent = !connected ? "device lost" : works ? "connected" : "not storing";
+  pill.className = "pill " + (connected && works ? "good" : "bad");
+  showStorage();
   $("device").textContent = connected ? status.device : status.trouble + "; looking for it every second";
   $("clock").textContent = status.time === "" ? "no sample yet" :
     (connected ? "" : "last sample ") + status.time.slice(0, 19) + (connected ? ", " + status.samples + " samples since the start" : "");

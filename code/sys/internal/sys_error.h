@@ -27,6 +27,8 @@ QZUInt32 ErrorBadAddress();
 QZUInt32 ErrorNameTooLong();
 /// Something does not exist.
 QZUInt32 ErrorNotFound();
+/// Another handle has the file open and does not share it.
+QZUInt32 ErrorInUse();
 
 /// Stores the system's text of an error number in *text, with a terminating zero; free it with ErrorTextFree.
 /// False with null in *text and LastError set when the system has no text for the number.

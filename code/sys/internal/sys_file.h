@@ -11,8 +11,13 @@
 namespace os
 {
 
-/// Opens an existing file and returns its handle; 0 with LastError set on failure. Linux ignores the share
-/// flags.
+/// Opens an existing file and returns its handle; 0 with LastError set on failure. LastError is ErrorInUse
+/// when another handle does not share the file for this access, or has an access that this one does not
+/// share.
+///
+/// Linux keeps the flags as locks of the open file, which end with FileClose. They hold among the users of
+/// this function, in this process and in others. Where the file system has no locks, the share flags have no
+/// effect.
 QZInt64 FileOpen(const QZWChar* path, bool read, bool write, bool shareRead, bool shareWrite);
 /// Creates a file, opens it for reading and writing, and returns its handle; 0 with LastError set on failure,
 /// ErrorFileExists when the file exists.
@@ -30,6 +35,19 @@ QZInt64 FileGetSize(QZInt64 file);
 bool FileSetSize(QZInt64 file, QZInt64 size);
 /// Returns when the disk has everything that was written.
 bool FileSync(QZInt64 file);
+
+/// True when the share flags of FileOpen have an effect on this file.
+bool FileIsShared(QZInt64 file);
+/// Takes the lock that keeps the changes of a writer and the copying of a reader apart, and waits for it.
+/// `alone` for a writer: no other handle has the lock then. The handle must have the right to write, without
+/// `alone` the right to read.
+bool FileChangeLock(QZInt64 file, bool alone);
+/// Gives the lock back.
+void FileChangeUnlock(QZInt64 file);
+/// Returns when the disk has the entries of the folder that holds the path: names that were made, removed or
+/// changed. A folder that this process may not read, and a file system that cannot flush folders, count as
+/// flushed. Does nothing on Windows.
+bool FolderSync(const QZWChar* path);
 
 /// What a path names. A directory is Directory, everything else that exists is File.
 enum class FileKind

@@ -47,6 +47,32 @@ enum class Event
     HandleClose,  ///< value: the handle that is closed
 };
 
+/// A change that an operation has made to a file or to a folder.
+struct FileEvent
+{
+    enum class Kind
+    {
+        Opened,         ///< file, path
+        Created,        ///< file, path
+        Closed,         ///< file
+        Written,        ///< file, offset, bytes, size
+        Resized,        ///< file, size
+        Flushed,        ///< file
+        Deleted,        ///< path
+        Renamed,        ///< from, to
+        FolderFlushed,  ///< path: of a file in the folder
+    };
+
+    Kind kind;
+    QZInt64 file = 0;
+    const QZWChar* path = nullptr;
+    const char* from = nullptr;
+    const char* to = nullptr;
+    QZInt64 offset = 0;
+    const void* bytes = nullptr;
+    QZInt64 size = 0;
+};
+
 struct DateTime;
 class Line;
 
@@ -67,6 +93,8 @@ struct TestHooks
     /// Called when a serial line is opened. Returns a line of the test's own, which the caller then deletes,
     /// or null to let the system open the line.
     Line* (*OpenLine)(void* context, const QZWChar* path) = nullptr;
+    /// Called after an operation that opened, closed or changed a file.
+    void (*Changed)(void* context, const FileEvent& event) = nullptr;
 };
 
 /// Sets the table; null removes it. The caller owns the table and keeps it while it is set.
@@ -80,6 +108,7 @@ void NotifyHooked(Event event, QZInt64 value);
 bool ClockHooked(QZInt64* timestamp);
 bool SetTimeHooked(const DateTime& time, bool* done);
 Line* OpenLineHooked(const QZWChar* path);
+void ChangedHooked(const FileEvent& event);
 
 /// Calls the gate. False with LastError set when the test lets the operation fail; *size may become smaller.
 inline bool Gate(Op operation, QZInt64* size = nullptr)
@@ -91,6 +120,12 @@ inline bool Gate(Op operation, QZInt64* size = nullptr)
 inline void Notify(Event event, QZInt64 value)
 {
     if (g_testHooks.load(std::memory_order_relaxed) != nullptr) NotifyHooked(event, value);
+}
+
+/// Tells the test of a change to a file.
+inline void Changed(const FileEvent& event)
+{
+    if (g_testHooks.load(std::memory_order_relaxed) != nullptr) ChangedHooked(event);
 }
 
 /// True, with *timestamp set, when a test replaces the clock.

@@ -1,7 +1,7 @@
 #ifndef QZLIB_SYS_THREAD_H
 #define QZLIB_SYS_THREAD_H
 
-/// Threads, sleeps and locks.
+/// Threads, sleeps, events and locks.
 ///
 /// A thread can be suspended by another thread only at a gate, so that it is not stopped inside a lock or
 /// inside the heap. Gates are Sleep, MutexLock, CriticalEnter and ThreadGate.
@@ -48,6 +48,19 @@ void Sleep(QZUInt32 milliseconds);
 /// Sleeps with a finer timer resolution: 1 ms for sleeps below 100 ms, 10 ms for sleeps below 1000 ms. A
 /// negative time returns at once.
 void SleepPrecise(int milliseconds);
+
+// ---- Events
+
+/// Makes an event that is not set; null on failure. An event wakes one waiting thread and is then not set
+/// again.
+void* EventCreate();
+/// Sets the event. A set that nobody waits for is kept for the next wait. Null is allowed.
+void EventSet(void* event);
+/// Waits until the event is set, at most for the time, and returns whether it was set. Null is never set. A
+/// gate, before and after the wait.
+bool EventWait(void* event, QZUInt32 milliseconds);
+/// Deletes the event. Nobody may wait for it. Null is allowed.
+void EventClose(void* event);
 
 // ---- Locks
 
