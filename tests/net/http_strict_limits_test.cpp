@@ -278,6 +278,8 @@ TEST_F(HttpStrictLimits, AcceptRestsWithoutDescriptorsAndReportsOnce)
 {
     BrokenAccept accept;
     Run();
+    EXPECT_EQ(BodyOf(Exchange(Get("/"))), "GET / 0");
+    os::Sleep(300);
     accept.broken = true;
     // The accept that waits already succeeds; the next one fails.
     EXPECT_EQ(BodyOf(Exchange(Get("/"))), "GET / 0");
