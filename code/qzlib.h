@@ -70,6 +70,7 @@
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_header.h"
+#include "net/net_http_limits.h"
 #include "net/net_http_page.h"
 #include "net/net_http_request.h"
 #include "net/net_http_response.h"

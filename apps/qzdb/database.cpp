@@ -1,6 +1,7 @@
 #include "database.h"
 
-#include "common/owned.h"
+#include <fstream>
+
 #include "text.h"
 
 namespace qzdb
@@ -12,6 +13,8 @@ namespace
 /// Bytes of the header up to the main HD.
 constexpr QZInt64 kHeaderSize = 31;
 
+bool g_copies = false;
+
 QZInt64 LoadAddress(const unsigned char* bytes, QZInt64 length)
 {
     QZUInt64 value = 0;
@@ -21,23 +24,59 @@ QZInt64 LoadAddress(const unsigned char* bytes, QZInt64 length)
 
 }  // namespace
 
-Database::Database(const std::string& path) : m_path(path)
+void ReadPrivateCopies(bool copies) { g_copies = copies; }
+
+Database::Database(const std::string& path) : m_path(path), m_opened(path)
 {
     try
     {
         if (QZFileDirectory::Exists(path.c_str())) Fail(kExitAccess, "a folder, not a file");
         if (!QZFile::Exists(path.c_str())) Fail(kExitAccess, "no such file");
         ReadHeader();
-        m_channel = QZChannel::Open(QZChannel::MODE_FILE, path.c_str());
+        Open();
+        // The first reading refuses other files before anything opens them. What counts is the header now:
+        // until the database was open, others could write it, or a writer that has died left it to be
+        // recovered.
+        ReadHeader();
+    }
+    catch (const Failure&)
+    {
+        if (m_channel != nullptr) QZChannel::Close(&m_channel);
+        throw;
+    }
+    catch (const std::filesystem::filesystem_error& e)
+    {
+        Fail(kExitAccess, std::string("cannot make a copy: ") + e.what());
     }
     catch (QZException* e)
     {
+        if (m_channel != nullptr) QZChannel::Close(&m_channel);
+        const bool inUse =
+            e->GetType() == QZIOException::Type && e->GetCode() == QZIOExceptionCode::FileInUse;
+        const std::string message = TakeMessage(e);
+        if (inUse)
+            Fail(kExitAccess, QZFileBuffer::ReadOnly
+                                  ? "in use by another program; --while-in-use reads a copy of its last sync"
+                                  : "in use by another program");
         // The header is good, so the reason comes from the operating system.
-        Fail(kExitAccess, "cannot open: " + TakeMessage(e));
+        Fail(kExitAccess, "cannot open: " + message);
     }
     m_most = m_header.fileSize / 16 + 1;
     m_openError = m_channel->G_EN() == 0 ? 0 : m_channel->G_LE();
     m_channel->CheckParam(0);
+}
+
+void Database::Open()
+{
+    if (g_copies)
+    {
+        m_folder = std::make_unique<qzapp::PrivateFolder>();
+        m_opened = m_folder->Path("copy.db");
+        QZString from(m_path.c_str());
+        QZString to(m_opened.c_str());
+        QZFileBuffer::CopyInUse(&from, &to);
+    }
+    m_channel = QZChannel::Open(QZChannel::MODE_FILE, m_opened.c_str());
 }
 
 Database::~Database()
@@ -65,15 +104,18 @@ void Database::Close()
     }
 }
 
-void Database::ReadHeader()
+/// Reads the header without opening the file as a database, which others may have open. False when it cannot
+/// be read; opening the database then tells why.
+bool Database::ReadHeader()
 {
     unsigned char bytes[kHeaderSize] = {};
-    {
-        const qzapp::OwnedFile file(QZFile::Open(m_path.c_str()));
-        m_header.fileSize = file->GetSize();
-        if (m_header.fileSize == 0) Fail(kExitFaults, "not a database: the file is empty");
-        file->Read(0, bytes, kHeaderSize);
-    }
+    std::ifstream file(m_opened, std::ios::binary | std::ios::ate);
+    if (!file) return false;
+    m_header = Header();
+    m_header.fileSize = static_cast<QZInt64>(file.tellg());
+    if (m_header.fileSize == 0) Fail(kExitFaults, "not a database: the file is empty");
+    file.seekg(0);
+    file.read(reinterpret_cast<char*>(bytes), kHeaderSize);
     m_header.version = bytes[QZDatabaseInfo::DBV_POSITION];
     m_header.addressMode = bytes[QZDatabaseInfo::DBAM_POSITION];
     m_header.fileMode = bytes[QZDatabaseInfo::FILEMODE_POSITION];
@@ -93,6 +135,7 @@ void Database::ReadHeader()
         if (i >= QZDatabaseInfo::DBL_POSITION_V5 && i < lengthEnd) continue;
         if (bytes[i] != 0) m_header.reservedClean = false;
     }
+    return true;
 }
 
 void Database::RequireSound()

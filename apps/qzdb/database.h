@@ -2,8 +2,10 @@
 #define QZLIB_APPS_QZDB_DATABASE_H
 
 #include <functional>
+#include <memory>
 #include <string>
 
+#include "common/private_files.h"
 #include "tool.h"
 
 namespace qzdb
@@ -22,6 +24,10 @@ struct Header
     /// The reserved bytes are as they were made: zero.
     bool reservedClean = true;
 };
+
+/// From now on a Database is a private copy of its file, in the state of the last sync, which is deleted at
+/// the end.
+void ReadPrivateCopies(bool copies);
 
 /// An open database whose file may be damaged. It checks each address before it follows it, and every walk
 /// ends.
@@ -88,9 +94,14 @@ public:
     QZInt64 MostBytes() const { return m_most * 16; }
 
 private:
-    void ReadHeader();
+    void Open();
+    bool ReadHeader();
 
     std::string m_path;
+    /// Where the private copy lies, null without one.
+    std::unique_ptr<qzapp::PrivateFolder> m_folder;
+    /// What is opened: m_path or the copy.
+    std::string m_opened;
     Header m_header;
     QZChannel* m_channel = nullptr;
     QZInt64 m_openError = 0;

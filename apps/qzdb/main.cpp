@@ -24,8 +24,9 @@ int main(int argc, char** argv)
     UseBinaryStreams();
     qzapp::KeepFilesPrivate();
     QZLibInit();
-    // The file keeps the state of the last sync when the process is killed at any moment.
-    QZFileBuffer::AtomicSync = 1;
+    // Nobody else writes the file meanwhile, and it keeps the state of the last sync when the process is
+    // killed at any moment.
+    QZFileBuffer::Exclusive = 1;
     // A failed operation is told and leaves the database usable for all threads.
     QZDatabase::UnlockOnRaise = 1;
     const qzdb::Console console{stdin, stdout, stderr, isatty(2) != 0};

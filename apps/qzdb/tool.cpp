@@ -1,5 +1,9 @@
 #include "tool.h"
 
+#include <algorithm>
+
+#include "common/owned.h"
+#include "database.h"
 #include "text.h"
 
 namespace qzdb
@@ -53,11 +57,23 @@ const char kHelpText[] =
     "Dates and times are read and written as 2024-05-06T07:08:09.123, read with a\n"
     "blank for the T too, and exported the way they were imported.\n"
     "\n"
+    "One command at a time may write a database. Commands that only read go together,\n"
+    "and are refused while another program has the database open for writing;\n"
+    "  qzdb COMMAND FILE ... --while-in-use\n"
+    "                              reads a private copy of the state of its last sync\n"
+    "\n"
     "  qzdb --help                 this text\n"
     "\n"
     "Exit codes: 0 good, 1 the database has faults, 2 usage (also: no such name,\n"
-    "mark, row or record), 3 cannot read or write, 4 faults in a CSV file (nothing is\n"
+    "mark, row or record), 3 cannot read or write, or in use, 4 faults in a CSV file (nothing is\n"
     "imported then).\n";
+
+/// What a command does with the database.
+enum class Access
+{
+    Write,
+    Read
+};
 
 struct Command
 {
@@ -65,30 +81,67 @@ struct Command
     std::size_t least;
     std::size_t most;
     int (*run)(const Arguments&, const Console&);
+    Access access = Access::Write;
 };
 
 const Command kCommands[] = {
     {"create", 1, 4, CreateCommand},
-    {"info", 1, 1, InfoCommand},
+    {"info", 1, 1, InfoCommand, Access::Read},
     {"import", 2, 2, ImportCommand},
-    {"export", 2, 2, ExportCommand},
-    {"tree", 1, 1, TreeCommand},
-    {"show", 2, 2, ShowCommand},
-    {"check", 1, 1, CheckCommand},
-    {"log", 1, 2, LogCommand},
+    {"export", 2, 2, ExportCommand, Access::Read},
+    {"tree", 1, 1, TreeCommand, Access::Read},
+    {"show", 2, 2, ShowCommand, Access::Read},
+    {"check", 1, 1, CheckCommand, Access::Read},
+    {"log", 1, 2, LogCommand, Access::Read},
     {"snapshot", 1, 2, SnapshotCommand},
     {"restore", 2, 2, RestoreCommand},
-    {"nodes", 1, 1, NodesCommand},
-    {"tables", 1, 1, TablesCommand},
+    {"nodes", 1, 1, NodesCommand, Access::Read},
+    {"tables", 1, 1, TablesCommand, Access::Read},
     {"create-table", 2, 1000, CreateTableCommand},
     {"add-field", 3, 4, AddFieldCommand},
     {"import-csv", 1, 10000, ImportCsvCommand},
-    {"export-csv", 2, 4, ExportCsvCommand},
-    {"select", 2, 4, SelectCommand},
+    {"export-csv", 2, 4, ExportCsvCommand, Access::Read},
+    {"select", 2, 4, SelectCommand, Access::Read},
     {"set", 5, 5, SetCommand},
     {"move", 4, 4, MoveCommand},
     {"remove", 2, 3, RemoveCommand},
 };
+
+/// Opens databases for the time of a command as the command needs them.
+class AccessScope
+{
+public:
+    AccessScope(Access access, bool copies)
+    {
+        QZFileBuffer::ReadOnly = access == Access::Read && !copies;
+        ReadPrivateCopies(copies);
+    }
+    ~AccessScope()
+    {
+        QZFileBuffer::ReadOnly = 0;
+        ReadPrivateCopies(false);
+    }
+    AccessScope(const AccessScope&) = delete;
+    AccessScope& operator=(const AccessScope&) = delete;
+};
+
+/// Names the recovery files that did not belong to their database.
+void TellPutAside(std::FILE* err)
+{
+    QZString* names = QZFileBuffer::TakePutAside();
+    if (names == nullptr) return;
+    std::fprintf(err, "qzdb: note: did not belong to the database beside it, and was put aside: %s\n",
+                 Visible(qzapp::Utf8(qzapp::OwnedString(names).get())).c_str());
+}
+
+/// Takes an option out of the words; false when it is not there.
+bool TakeOption(Arguments* words, const char* option)
+{
+    const auto found = std::find(words->begin(), words->end(), option);
+    if (found == words->end()) return false;
+    words->erase(found);
+    return true;
+}
 
 int Run(const Arguments& arguments, const Console& console)
 {
@@ -100,8 +153,10 @@ int Run(const Arguments& arguments, const Console& console)
         return kExitGood;
     }
     const Command& command = qzapp::FindCommand(kCommands, arguments[0], "qzdb");
-    const Arguments words(arguments.begin() + 1, arguments.end());
+    Arguments words(arguments.begin() + 1, arguments.end());
+    const bool copies = command.access == Access::Read && TakeOption(&words, "--while-in-use");
     qzapp::CheckCount(command, words, "qzdb");
+    const AccessScope scope(command.access, copies);
     try
     {
         const int code = command.run(words, console);
@@ -118,7 +173,9 @@ int Run(const Arguments& arguments, const Console& console)
 
 int RunTool(const Arguments& arguments, const Console& console)
 {
-    return qzapp::ReportFailure("qzdb", console.err, [&] { return Run(arguments, console); });
+    const int code = qzapp::ReportFailure("qzdb", console.err, [&] { return Run(arguments, console); });
+    TellPutAside(console.err);
+    return code;
 }
 
 }  // namespace qzdb

@@ -162,8 +162,9 @@ void Say(const std::string& line)
 int Serve(const Options& options)
 {
     EnterFolder(options.data);
-    // The file has either all changes of a sync or none, however this process ends.
-    QZFileBuffer::AtomicSync = 1;
+    // Nobody else writes the file, and it has either all changes of a sync or none, however this process
+    // ends.
+    QZFileBuffer::Exclusive = 1;
     // A failed operation is told and leaves the database usable for all threads.
     QZDatabase::UnlockOnRaise = 1;
     QZTaskScheduler::LongestPause = 100;

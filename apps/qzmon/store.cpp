@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -14,11 +16,8 @@ namespace qzmon
 namespace
 {
 
-using qzapp::OwnedFile;
-
 const char* const kSamples = "samples";
 const char* const kParameters = "parameters";
-constexpr QZInt64 kMegabyte = 1 << 20;
 
 bool Exists(const std::string& path)
 {
@@ -32,10 +31,10 @@ void Remove(const std::string& path)
     if (QZFile::Exists(&text)) QZFile::Delete(&text);
 }
 
+/// The size of a file that this process has open for itself.
 QZInt64 FileSize(const std::string& path)
 {
-    QZString text = Text(path);
-    return OwnedFile(QZFile::Open(&text))->GetSize();
+    return static_cast<QZInt64>(std::filesystem::file_size(std::u8string(path.begin(), path.end())));
 }
 
 void CopyFile(const std::string& from, const std::string& to)
@@ -43,10 +42,7 @@ void CopyFile(const std::string& from, const std::string& to)
     Remove(to);
     QZString source = Text(from);
     QZString target = Text(to);
-    QZFile::Create(&target);
-    const OwnedFile in(QZFile::Open(&source));
-    const OwnedFile out(QZFile::Open(&target));
-    QZFile::Copy(in.get(), 0, out.get(), 0, in->GetSize(), kMegabyte, nullptr);
+    QZFileBuffer::CopyInUse(&source, &target);
 }
 
 /// The path with a word and the time before its extension.

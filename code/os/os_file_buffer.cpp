@@ -182,11 +182,15 @@ void QZFileBuffer::Flush()
     });
 }
 
-template <typename Runs>
-void QZFileBuffer::AddChanges(QZBlock* block, Runs* runs)
+struct QZFileBuffer::Changes
+{
+    std::vector<WholeSync::Run> runs;
+};
+
+void QZFileBuffer::AddChanges(QZBlock* block, Changes* changes)
 {
     block->ForEachChange([&](QZInt64 from, QZInt64 to) {
-        runs->push_back({block->GetOffset() + from, block->Bytes() + from, to - from});
+        changes->runs.push_back({block->GetOffset() + from, block->Bytes() + from, to - from});
     });
 }
 
@@ -195,11 +199,11 @@ void QZFileBuffer::WriteBackLeaving(QZBlock* block)
     if (!block->IsChanged()) return;
     Watched([this, block] {
         if (m_sync == nullptr) return block->WriteBack();
-        std::vector<WholeSync::Run> changed;
-        std::vector<WholeSync::Run> leaving;
+        Changes changed;
+        Changes leaving;
         ForEachChangedBlock([&](QZBlock* one) { AddChanges(one, &changed); });
         AddChanges(block, &leaving);
-        m_sync->Spill(changed, leaving);
+        m_sync->Spill(changed.runs, leaving.runs);
         block->ClearChanges();
     });
 }
@@ -208,9 +212,9 @@ void QZFileBuffer::WriteBackAll()
 {
     Watched([this] {
         if (m_sync == nullptr) return QZBuffer::WriteBackAll();
-        std::vector<WholeSync::Run> changed;
+        Changes changed;
         ForEachChangedBlock([&](QZBlock* block) { AddChanges(block, &changed); });
-        m_sync->Sync(std::move(changed));
+        m_sync->Sync(std::move(changed.runs));
         ForEachChangedBlock([](QZBlock* block) { block->ClearChanges(); });
     });
 }

@@ -98,9 +98,9 @@ protected:
 private:
     static QZFileBuffer* OpenFor(QZFile* file, QZString* path, QZInt64 memoryLimit, QZInt64 blockSize,
                                  bool whole);
+    struct Changes;
     /// Adds the changed stretches of a block, from the last to the first.
-    template <typename Runs>
-    static void AddChanges(QZBlock* block, Runs* runs);
+    static void AddChanges(QZBlock* block, Changes* changes);
 
     /// Does a part of writing and notes its failure.
     template <typename Work>

@@ -7,7 +7,6 @@
 #include "os/internal/os_file_inside.h"
 #include "os/internal/os_opened_file.h"
 #include "os/internal/os_whole_sync.h"
-#include "os/os_file_buffer.h"
 #include "sys/internal/sys_file.h"
 #include "sys/internal/sys_thread.h"
 

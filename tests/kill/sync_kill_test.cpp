@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "child.h"
 #include "db/db_channel.h"
 #include "db/db_format.h"
 #include "fw/fw_library.h"
@@ -211,6 +212,11 @@ TEST_F(SyncKill, FileOpensInTheStateOfACompletedSyncAfterAKill)
 
 int main(int argc, char** argv)
 {
+    if (argc == 4)
+    {
+        const int code = qztest::RunLargeWriter(argv[1], {argv[2], argv[3]});
+        if (code >= 0) return code;
+    }
     const std::string mode = argc == 3 ? argv[1] : "";
     if (mode == "--writer" || mode == "--stepping-writer") return Writer(argv[2], mode != "--writer");
     ::testing::InitGoogleTest(&argc, argv);
