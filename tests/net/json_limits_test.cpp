@@ -56,7 +56,6 @@ TEST(JsonLimits, PairsWithoutCommasAreReadInLinearTime)
 {
     ExpectLinear("{", R"("a":1:)", "1}", R"({"a":1})");
     ExpectLinear("{", R"("a":"b":)", R"("c"})", R"({"a":"c"})");
-    ExpectLinear(R"({"a":)", R"(true:)", "null}", R"({"a":null})");
     ExpectLinear(R"({"a":)", R"([2]:)", "[3]}", R"({"a":[3]})");
 }
 
@@ -297,16 +296,20 @@ TEST(JsonValueParts, TextsAroundTheLengthThatFits)
         const std::string text(length, 'x');
         const std::string json = "[\"" + text + "\",\"" + text + "\"]";
         QZJsonValueCollection* array = ArrayOf(json);
-        auto* first = static_cast<QZJsonString*>(array->GetFirst());
         EXPECT_EQ(Taken(array->ToString()), json);
+        // A copy of a value that is in an array would be locked as that is.
+        auto* first = static_cast<QZJsonString*>(array->Pop());
+        auto* second = static_cast<QZJsonString*>(array->Pop());
         {
             QZJsonString copy(*first);
             EXPECT_EQ(Taken(copy.ToString()), "\"" + text + "\"");
-            QZJsonString other(*static_cast<QZJsonString*>(array->GetLast()));
+            QZJsonString other(*second);
             other = copy;
             EXPECT_EQ(qztest::Utf8(other.Val()), text);
         }
         EXPECT_EQ(qztest::Utf8(first->Val()), text);
+        QZJsonFactory::Recycle(&first);
+        QZJsonFactory::Recycle(&second);
         QZJsonFactory::Recycle(&array);
     }
 }
