@@ -93,6 +93,7 @@
 #include "db/db_database.h"
 #include "db/db_format.h"
 #include "db/db_node.h"
+#include "db/db_report.h"
 #include "db/db_semantic.h"
 #include "db/db_table.h"
 #include "db/db_tree_table.h"
