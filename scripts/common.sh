@@ -10,8 +10,8 @@ PACKAGES_BUILD="cmake ninja-build g++ ccache pkg-config libgtest-dev libbenchmar
 PACKAGES_CLANG="clang-14 libclang-rt-14-dev llvm-14"
 PACKAGES_WINDOWS="g++-mingw-w64-x86-64-posix wine64 googletest"
 PACKAGES_ARM64="g++-aarch64-linux-gnu qemu-user googletest"
-# Programs that tests/peers talks to, which leaves out what is missing.
-PACKAGES_PEERS="python3 curl chromium haproxy"
+# Programs that tests/peers and tests/front talk to, which leave out what is missing.
+PACKAGES_PEERS="python3 curl chromium haproxy nginx-light"
 # Programs that scripts/bench-http measures beside.
 PACKAGES_HTTP="python3 wrk nginx-light libcpp-httplib-dev"
 PACKAGES_BROWSER="chromium chromium-driver python3"

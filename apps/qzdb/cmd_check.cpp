@@ -1,6 +1,7 @@
 #include <initializer_list>
 #include <unordered_set>
 
+#include "check.h"
 #include "scan.h"
 #include "text.h"
 
@@ -177,8 +178,15 @@ private:
         {
             std::string bytes(static_cast<std::size_t>(m_database.ContentLength(record, field)) + 1, '\0');
             const QZInt64 last = m_database.Channel()->G_C(record, field, bytes.data());
-            const QZInt64 start = last + 2 - static_cast<QZInt64>(bytes.size());
+            const QZInt64 size = static_cast<QZInt64>(bytes.size()) - 1;
             const QZInt64 own = slot + (field == QZDatabaseInfo::PD_DATA ? 7 : 5) * width + 1;
+            // The pointer may have any value in a damaged file.
+            if (last < 0 || last > m_database.MostBytes())
+            {
+                Fault(record, kind, "content outside any CD");
+                return;
+            }
+            const QZInt64 start = last + 1 - size;
             if (start == own) return;
             const QZInt64 holder = start - 5 * width - 1;
             if (m_database.Kind(holder) != QZDatabaseInfo::DATA_CD)
@@ -275,7 +283,9 @@ private:
     template <typename Visit>
     bool WalkKinds(QZInt64 hd, Visit visit)
     {
-        if (m_database.Kind(hd) != QZDatabaseInfo::TABLE_HD) return true;
+        // The engine's check reports where nothing is. Another record it would take for a list.
+        const QZInt64 listKind = m_database.Kind(hd);
+        if (listKind != QZDatabaseInfo::TABLE_HD) return listKind == QZDatabaseInfo::UNKNOWN;
         std::unordered_set<QZInt64> seen;
         QZInt64 record = m_database.Field(hd, QZDatabaseInfo::HD_FIRSTDATA);
         while (record != 0)
@@ -319,6 +329,13 @@ private:
 };
 
 }  // namespace
+
+QZInt64 CountFaults(Database& database, std::FILE* out)
+{
+    Checker checker(database, out);
+    checker.Run();
+    return checker.Faults();
+}
 
 int CheckCommand(const Arguments& arguments, const Console& console)
 {

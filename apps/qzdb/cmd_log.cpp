@@ -1,5 +1,4 @@
 #include <map>
-#include <optional>
 #include <set>
 
 #include "marks.h"
@@ -14,52 +13,6 @@ namespace
 
 /// How many levels of branches `log` follows.
 constexpr int kDeepestLevel = 1000;
-
-/// The three parts of the log, to which the ADs of tree B lead in this order.
-struct Log
-{
-    QZInt64 base = 0;
-    QZInt64 marks = 0;
-    QZInt64 current = 0;
-};
-
-Log OpenLog(Database& database)
-{
-    Log log;
-    QZInt64* const places[] = {&log.base, &log.marks, &log.current};
-    std::size_t n = 0;
-    database.Walk(database.Root(QZDatabaseInfo::TREEBSN), [&](QZInt64 record, QZInt64 kind) {
-        if (kind != QZDatabaseInfo::DATA_AD) database.FailDamaged(record, "no AD in the list of the log");
-        *places[n] = database.Field(record, QZDatabaseInfo::AD_FREE);
-        if (database.Kind(*places[n]) != QZDatabaseInfo::TABLE_HD)
-            database.FailDamaged(*places[n], "no HD where the log should be");
-        return ++n < 3;
-    });
-    if (n == 0) database.Fail(kExitUsage, "the database was made without rollback and has no log");
-    if (n < 3) database.Fail(kExitFaults, "damaged: a part of the log is missing");
-    if (!database.RollbackOn()) database.Fail(kExitFaults, "damaged: the engine finds no log");
-    return log;
-}
-
-/// The mark that the words name by its address or its label, if there is one. Of several marks with one label
-/// it is the latest.
-std::optional<Mark> FindMark(const std::vector<Mark>& marks, const std::string& words)
-{
-    QZInt64 address = 0;
-    if (ParseNumber(words, &address))
-    {
-        for (const Mark& mark : marks)
-        {
-            if (mark.address == address) return mark;
-        }
-    }
-    const std::string label = Utf8FromNarrow(words);
-    for (std::size_t i = marks.size(); i > 0; --i)
-    {
-        if (!label.empty() && marks[i - 1].label == label) return marks[i - 1];
-    }
-    return std::nullopt;
-}
 
 /// Whether a record of the log is at the address: each of them is a state, the one right after it.
 bool IsState(Database& database, const Log& log, QZInt64 address)
@@ -98,12 +51,11 @@ Target FindTarget(Database& database, const Log& log, const std::string& words)
             database.Fail(kExitUsage, "no state " + Visible(words) + " in the log; see qzdb log --states");
         return {address, "state @" + std::to_string(address)};
     }
-    const std::optional<Mark> mark = FindMark(ReadMarks(database, log.marks), words);
-    if (!mark) database.Fail(kExitUsage, "no mark \"" + Visible(words) + "\"; see qzdb log");
-    const QZInt64 kind = database.Kind(mark->point);
+    const Mark mark = RequireMark(database, ReadMarks(database, log.marks), words);
+    const QZInt64 kind = database.Kind(mark.point);
     if (kind != QZDatabaseInfo::DATA_RD && kind != QZDatabaseInfo::DATA_AD)
-        database.FailDamaged(mark->address, "a mark that names no record of the log");
-    return {mark->point, MarkText(*mark)};
+        database.FailDamaged(mark.address, "a mark that names no record of the log");
+    return {mark.point, MarkText(mark)};
 }
 
 class LogPrinter
@@ -191,7 +143,7 @@ int SnapshotCommand(const Arguments& arguments, const Console& console)
     const std::string label = arguments.size() > 1 ? Utf8FromNarrow(arguments[1]) : std::string();
     Database database(arguments[0]);
     database.RequireSound();
-    OpenLog(database);
+    CheckLabel(label, ReadMarks(database, OpenLog(database).marks));
     Mark mark;
     try
     {

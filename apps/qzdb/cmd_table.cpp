@@ -169,6 +169,7 @@ int SelectCommand(const Arguments& arguments, const Console& console)
 
 int SetCommand(const Arguments& arguments, const Console& console)
 {
+    std::string stored;
     Database database(arguments[0]);
     database.RequireSound();
     {
@@ -183,10 +184,11 @@ int SetCommand(const Arguments& arguments, const Console& console)
             const OwnedData value = ValueOfText(text, type);
             table->DataSetValue(row, static_cast<QZInt64>(field) + 1, value.get());
         });
+        stored = TextOfValue(table.Values(row)[field], type);
     }
     database.Close();
     std::fprintf(console.out, "%s: row %s, \"%s\" is \"%s\"\n", arguments[0].c_str(), arguments[2].c_str(),
-                 Visible(arguments[3]).c_str(), Visible(arguments[4]).c_str());
+                 Visible(arguments[3]).c_str(), Visible(stored).c_str());
     return kExitGood;
 }
 

@@ -13,6 +13,17 @@ using qzapp::ReadTypedNumber;
 using qzapp::TypedBytes;
 using qzapp::TypedNumber;
 
+namespace
+{
+/// An address in the form that no label has by accident.
+std::string HexNumber(QZInt64 value)
+{
+    char text[24];
+    std::snprintf(text, sizeof text, "0x%llX", static_cast<unsigned long long>(value));
+    return text;
+}
+}  // namespace
+
 std::string MarkText(const Mark& mark)
 {
     std::string text = "mark " + std::to_string(mark.address);
@@ -35,6 +46,62 @@ Mark TakeMark(Database& database, const std::string& label)
     database.PutContent(ld, kMarkLabelField, TypedBytes(label));
     database.PutContent(ld, kMarkTimeField, TypedNumber(mark.time));
     return mark;
+}
+
+Log OpenLog(Database& database)
+{
+    Log log;
+    QZInt64* const places[] = {&log.base, &log.marks, &log.current};
+    std::size_t n = 0;
+    database.Walk(database.Root(QZDatabaseInfo::TREEBSN), [&](QZInt64 record, QZInt64 kind) {
+        if (kind != QZDatabaseInfo::DATA_AD) database.FailDamaged(record, "no AD in the list of the log");
+        *places[n] = database.Field(record, QZDatabaseInfo::AD_FREE);
+        if (database.Kind(*places[n]) != QZDatabaseInfo::TABLE_HD)
+            database.FailDamaged(*places[n], "no HD where the log should be");
+        return ++n < 3;
+    });
+    if (n == 0) database.Fail(kExitUsage, "the database was made without rollback and has no log");
+    if (n < 3) database.Fail(kExitFaults, "damaged: a part of the log is missing");
+    if (!database.RollbackOn()) database.Fail(kExitFaults, "damaged: the engine finds no log");
+    return log;
+}
+
+Mark RequireMark(const Database& database, const std::vector<Mark>& marks, const std::string& words)
+{
+    const Mark* byAddress = nullptr;
+    const Mark* byLabel = nullptr;
+    QZInt64 address = 0;
+    const bool number = ParseNumber(words, &address);
+    const std::string label = Utf8FromNarrow(words);
+    for (const Mark& mark : marks)
+    {
+        if (number && mark.address == address) byAddress = &mark;
+        if (!label.empty() && mark.label == label) byLabel = &mark;
+    }
+    if (byAddress != nullptr && byLabel != nullptr && byAddress != byLabel)
+        throw Failure{kExitUsage, "\"" + Visible(words) + "\" is the address of " + MarkText(*byAddress) +
+                                      " and the label of " + MarkText(*byLabel) + "; give " +
+                                      HexNumber(byAddress->address) + " or " + HexNumber(byLabel->address)};
+    if (byAddress != nullptr) return *byAddress;
+    if (byLabel == nullptr) database.Fail(kExitUsage, "no mark \"" + Visible(words) + "\"; see qzdb log");
+    return *byLabel;
+}
+
+void CheckLabel(const std::string& label, const std::vector<Mark>& marks)
+{
+    QZInt64 address = 0;
+    if (label.empty()) return;
+    if (label[0] == '@' && ParseNumber(label.substr(1), &address))
+        throw Failure{kExitUsage, "the label \"" + Visible(label) + "\" would name a state of the log"};
+    const bool number = ParseNumber(label, &address);
+    for (const Mark& mark : marks)
+    {
+        if (mark.label == label)
+            throw Failure{kExitUsage,
+                          "there is a mark \"" + Visible(label) + "\" already; choose another label"};
+        if (number && mark.address == address)
+            throw Failure{kExitUsage, "the label \"" + Visible(label) + "\" is the address of a mark"};
+    }
 }
 
 void GoToPoint(Database& database, QZInt64 point)

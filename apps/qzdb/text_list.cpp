@@ -1,6 +1,7 @@
 #include "text_list.h"
 
 #include <utility>
+#include <vector>
 
 #include "common/typed_fields.h"
 
@@ -118,6 +119,35 @@ QZInt64 ListWriter::BuildNode()
     m_database.PutField(pd, QZDatabaseInfo::PD_LD_A, ld);
     m_database.PutContent(pd, QZDatabaseInfo::PD_DATA, TypedName(m_name));
     return pd;
+}
+
+QZInt64 MendList(Database& database, QZInt64 pd)
+{
+    const QZInt64 hd = database.Field(pd, QZDatabaseInfo::PD_HD_A);
+    if (database.Kind(hd) != QZDatabaseInfo::TABLE_HD)
+    {
+        database.PutField(pd, QZDatabaseInfo::PD_HD_A, database.PutFreeHead());
+        return 1;
+    }
+    std::vector<QZInt64> bad;
+    std::vector<std::pair<QZInt64, QZInt64>> wrong;
+    QZInt64 count = 0;
+    database.Walk(hd, [&](QZInt64 line, QZInt64 kind) {
+        std::string text;
+        if (kind != QZDatabaseInfo::DATA_LD || !ReadTypedBytes(database.Content(line, kTextField), &text))
+        {
+            bad.push_back(line);
+            return true;
+        }
+        QZInt64 number = 0;
+        ++count;
+        if (!ReadTypedNumber(database.Content(line, kNumberField), &number) || number != count)
+            wrong.emplace_back(line, count);
+        return true;
+    });
+    for (const QZInt64 line : bad) database.Channel()->D_DATA(line, QZDatabaseInfo::DELETE_DATA);
+    for (const auto& [line, number] : wrong) database.PutContent(line, kNumberField, TypedNumber(number));
+    return static_cast<QZInt64>(bad.size() + wrong.size());
 }
 
 void ReadLines(Database& database, QZInt64 pd,

@@ -52,6 +52,10 @@ private:
     QZInt64 m_count = 0;
 };
 
+/// Makes a list readable from which a repair has left lines out: takes out the lines without a text and
+/// numbers the others again. Returns how many lines it changed or took out.
+QZInt64 MendList(Database& database, QZInt64 pd);
+
 /// Calls take(text, ended) for each line of the list in order. Failure when the list is damaged.
 void ReadLines(Database& database, QZInt64 pd,
                const std::function<void(const std::string& text, bool ended)>& take);

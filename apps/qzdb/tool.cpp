@@ -30,6 +30,13 @@ const char kHelpText[] =
     "  qzdb restore FILE MARK      goes to a mark, given by address or label\n"
     "  qzdb restore FILE @ADDRESS  goes to the state after one change of the log\n"
     "  qzdb remove FILE NAME       takes the lines of NAME out; they stay in the log\n"
+    "  qzdb repair FILE NEW        brings all that can be reached in a damaged file into a\n"
+    "                              new one and lists what it cannot bring; the log and\n"
+    "                              the marks stay behind\n"
+    "  qzdb compact FILE [NEW] [--keep MARK...]\n"
+    "                              writes the present state without the log and without\n"
+    "                              dead contents, and with --keep also the states at\n"
+    "                              marks; without NEW the new file replaces FILE\n"
     "\n"
     "Tables; TABLE is a name, or a path such as stock/parts:\n"
     "  qzdb tables FILE            the tables with their fields and rows\n"
@@ -105,6 +112,8 @@ const Command kCommands[] = {
     {"set", 5, 5, SetCommand},
     {"move", 4, 4, MoveCommand},
     {"remove", 2, 3, RemoveCommand},
+    {"repair", 2, 2, RepairCommand},
+    {"compact", 1, 10000, CompactCommand},
 };
 
 /// Opens databases for the time of a command as the command needs them.

@@ -57,6 +57,8 @@ int SelectCommand(const Arguments& arguments, const Console& console);
 int SetCommand(const Arguments& arguments, const Console& console);
 int RemoveCommand(const Arguments& arguments, const Console& console);
 int MoveCommand(const Arguments& arguments, const Console& console);
+int RepairCommand(const Arguments& arguments, const Console& console);
+int CompactCommand(const Arguments& arguments, const Console& console);
 
 }  // namespace qzdb
 

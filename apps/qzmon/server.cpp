@@ -131,10 +131,14 @@ Server::Server(Monitor* monitor, QZErrorReport* report, const std::string& bind,
 {
     constexpr QZInt32 kMostClients = 200;
     constexpr QZInt64 kMostHead = 16384;
+    constexpr QZInt64 kMostBody = 1048576;
     QZString address = Text(bind);
     m_bindAddress = QZIPAddress(&address).GetValue();
     m_maxClient = kMostClients;
     m_headLimit = kMostHead;
+    Strict = 1;
+    GetLimits()->body = kMostBody;
+    GetLimits()->methods = "GET, HEAD, POST";
     GetServerName()->Set("qzmon");
 }
 
@@ -173,12 +177,13 @@ QZHttpResponse* Server::CreatePage(QZHttpRequest* request)
     else
         response->SetStatus(answer.status);
     response->SetContent(answer.body.data(), static_cast<QZInt64>(answer.body.size()));
-    QZString lines = Text("Content-Type: " + answer.type +
-                          "\nCache-Control: no-store\nX-Content-Type-Options: nosniff\nX-Frame-Options: DENY"
-                          "\nReferrer-Policy: no-referrer\nContent-Security-Policy: default-src 'none'; "
-                          "script-src 'self'; style-src 'self'; img-src 'self' blob:; connect-src 'self'; "
-                          "form-action 'self'; base-uri 'none'; frame-ancestors 'none'" +
-                          answer.headers);
+    QZString lines =
+        Text("Content-Type: " + answer.type +
+             "\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\nX-Frame-Options: DENY"
+             "\r\nReferrer-Policy: no-referrer\r\nContent-Security-Policy: default-src 'none'; "
+             "script-src 'self'; style-src 'self'; img-src 'self' blob:; connect-src 'self'; "
+             "form-action 'self'; base-uri 'none'; frame-ancestors 'none'" +
+             answer.headers);
     QZHttpHeaderCollection* headers = QZHttpFactory::CreateHeaderCollection(&lines);
     response->SetHeader(headers);
     QZHttpFactory::Recycle(&headers);
@@ -233,8 +238,21 @@ bool Server::TakesToken(QZHttpRequest* request, Answer* answer)
     if (!m_access.IsAccessToken(token)) throw Failure{401, "That is not the token."};
     answer->status = 302;
     answer->headers =
-        "\nLocation: /\nSet-Cookie: qzmon-token=" + token + "; Path=/; HttpOnly; SameSite=Strict";
+        "\r\nLocation: /\r\nSet-Cookie: qzmon-token=" + token + "; Path=/; HttpOnly; SameSite=Strict";
     return true;
+}
+
+/// The methods that the table has for a path, HEAD wherever there is GET.
+std::string Server::AllowedAt(const std::string& path)
+{
+    std::string methods;
+    for (const Route& route : kRoutes)
+    {
+        if (path != route.path) continue;
+        methods += (methods.empty() ? "" : ", ") + std::string(route.method);
+        if (methods == "GET") methods += ", HEAD";
+    }
+    return methods;
 }
 
 Server::Answer Server::Dispatch(QZHttpRequest* request)
@@ -253,7 +271,9 @@ Server::Answer Server::Dispatch(QZHttpRequest* request)
         return (this->*route.handler)(fields);
     }
     if (!known) throw Failure{404, "Nothing is served at " + path + "."};
-    throw Failure{405, method + " " + path + " does nothing."};
+    Answer answer = ErrorAnswer(request, 405, method + " " + path + " does nothing.");
+    answer.headers = "\r\nAllow: " + AllowedAt(path);
+    return answer;
 }
 
 }  // namespace qzmon

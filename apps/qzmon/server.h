@@ -48,6 +48,7 @@ private:
     Answer Serve(QZHttpRequest* request);
     Answer Dispatch(QZHttpRequest* request);
     bool TakesToken(QZHttpRequest* request, Answer* answer);
+    static std::string AllowedAt(const std::string& path);
     static Answer ErrorAnswer(QZHttpRequest* request, int status, const std::string& text);
 
     Answer Page(const Fields& fields);

@@ -183,7 +183,12 @@ std::string Store::OpenExisting()
                 return "tree " + std::to_string(tree) + " is missing";
         }
         OpenTables();
+        ReadSnapshots(m_channel);
         return {};
+    }
+    catch (const Failure& failure)
+    {
+        return failure.text;
     }
     catch (QZException* e)
     {

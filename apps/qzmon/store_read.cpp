@@ -1,6 +1,7 @@
 #include "store_read.h"
 
 #include <cstring>
+#include <unordered_set>
 
 #include "common/typed_fields.h"
 
@@ -76,7 +77,12 @@ std::string ReadText(QZDbTable* table, QZInt64 row, QZInt64 field)
 std::vector<QZInt64> RowsOf(QZDbTable* table)
 {
     std::vector<QZInt64> rows;
-    for (QZInt64 row = table->DataGetFirst(); row > 0; row = table->DataGetNext(row)) rows.push_back(row);
+    std::unordered_set<QZInt64> met;
+    for (QZInt64 row = table->DataGetFirst(); row > 0; row = table->DataGetNext(row))
+    {
+        if (!met.insert(row).second) throw Failure{500, "a list of rows has no end"};
+        rows.push_back(row);
+    }
     return rows;
 }
 
@@ -123,9 +129,11 @@ std::vector<Snapshot> ReadSnapshots(QZChannel* channel)
     if (place > 0) place = channel->G_A(place, QZDatabaseInfo::DATA_NEXT);
     if (place <= 0) return all;
     const QZInt64 marks = channel->G_A(place, QZDatabaseInfo::AD_FREE);
+    std::unordered_set<QZInt64> met;
     for (QZInt64 mark = channel->G_A(marks, QZDatabaseInfo::HD_FIRSTDATA); mark > 0;
          mark = channel->G_A(mark, QZDatabaseInfo::DATA_NEXT))
     {
+        if (!met.insert(mark).second) throw Failure{500, "the list of the snapshots has no end"};
         Snapshot snapshot;
         snapshot.id = mark;
         snapshot.point = channel->G_A(mark, QZDatabaseInfo::RD_P);

@@ -106,7 +106,9 @@ class Bench:
 
     def servers(self, connections):
         """What there is to measure: name and a way to start it."""
-        found = [("ours", lambda: self.ours(0)), ("ours, in place", lambda: self.ours(0, "in-place"))]
+        found = [("ours", lambda: self.ours(0)), ("ours, in place", lambda: self.ours(0, "in-place")),
+                 ("ours, strict", lambda: self.ours(0, "strict")),
+                 ("ours, strict, in place", lambda: self.ours(0, "in-place", "strict"))]
         if shutil.which("nginx"):
             found.append(("nginx", self.nginx))
         if os.path.exists(f"{self.bin}/http_bench_peer"):

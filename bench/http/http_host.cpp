@@ -1,6 +1,6 @@
 // The server that bench/http/bench_http.py measures.
 //
-//     http_bench_host FILE PAUSE [in-place]
+//     http_bench_host FILE PAUSE [in-place] [strict]
 //
 // GET /small returns a small page, GET /file the file, GET /counts the numbers of objects in use as JSON. The
 // program prints its port and ends when its input ends.
@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace
 {
@@ -72,16 +73,25 @@ private:
 
 int main(int argc, char** argv)
 {
-    if (argc != 3 && argc != 4)
-        return std::fprintf(stderr, "usage: http_bench_host FILE PAUSE [in-place]\n"), 2;
+    if (argc < 3 || argc > 5)
+        return std::fprintf(stderr, "usage: http_bench_host FILE PAUSE [in-place] [strict]\n"), 2;
+    bool inPlace = false;
+    bool strict = false;
+    for (int i = 3; i < argc; ++i)
+    {
+        inPlace = inPlace || std::strcmp(argv[i], "in-place") == 0;
+        strict = strict || std::strcmp(argv[i], "strict") == 0;
+    }
     QZLibInit();
     int code = 0;
     try
     {
         QZErrorReport report;
         QZHttpServerEngine::CompletionPause = std::atoi(argv[2]);
-        QZHttpServerEngine::AnswerInPlace = argc == 4;
+        QZHttpServerEngine::AnswerInPlace = inPlace;
+        QZHttpServerEngine::Strict = strict;
         BenchServer server(&report, argv[1]);
+        server.GetLimits()->connections = 0;
         server.Start();
         std::printf("%d\n", server.GetPort());
         std::fflush(stdout);

@@ -176,3 +176,36 @@ QZULong QZCompression::BitmapBitsDecompress32(unsigned char* buffer, QZULong len
         }
     }
 }
+
+QZBool QZCompression::TryBitmapBitsDecompress32(unsigned char* buffer, QZULong length, QZULong room,
+                                                QZULong* result)
+{
+    // Two are enough for every image of BitmapBitsCompress32 without tiles, three with them. There are
+    // streams that give themselves when they are decoded.
+    constexpr int kMostStages = 16;
+    if (buffer == nullptr || length > room) return 0;
+    for (int stage = 0; stage <= kMostStages; ++stage)
+    {
+        const QZUInt32 size = static_cast<QZUInt32>(length);
+        if (EndsWith(buffer, size, kPlainMarker))
+        {
+            *result = length - static_cast<QZULong>(kMarkerSize);
+            return 1;
+        }
+        if (EndsWith(buffer, size, kDividedMarker))
+        {
+            length = UnDivide(buffer, length);
+        }
+        else if (EndsWith(buffer, size, kCompressedMarker))
+        {
+            if (!Check(buffer, length) || DecompressGetSourceLength(buffer, length) > room) return 0;
+            length = Decompress(buffer, length);
+        }
+        else
+        {
+            if (!EndsWith(buffer, size, kTiledMarker) || !IsWholeTiled(buffer, size, room)) return 0;
+            length = LineToRect(buffer, length);
+        }
+    }
+    return 0;
+}

@@ -13,7 +13,8 @@
 /// The caller owns the buffer and makes it large enough for every result; the size is not tested. Compress
 /// needs 2 * length + 64 bytes, Divide 8 * planes + 8 more than the length, RectToLine 20 more than the
 /// pixels, Decompress the result of DecompressGetSourceLength. For streams from an untrusted source call
-/// Check first: Decompress does not validate a stream.
+/// Check first: Decompress does not validate a stream. For images from one there is
+/// TryBitmapBitsDecompress32.
 ///
 /// Compression is lossy: blocks with differences of one and two bits do not return all bytes exactly.
 ///
@@ -79,6 +80,16 @@ public:
     /// @return the length of what is left, which is 12 more than the pixels after a tiled image
     /// @throws QZException 5888 for an unknown marker, and so for most tiled images with left-out columns
     QZULong BitmapBitsDecompress32(unsigned char* buffer, QZULong length);
+
+    /// An addition: BitmapBitsDecompress32 for images from strangers, whose heads and stages it tests first.
+    /// Nothing is written past the room, and no stage takes more memory than the room, some slack, and what
+    /// the stages of an image of that size take.
+    /// @param room    the size of the buffer, and the most bytes that a stage may give
+    /// @param result  what BitmapBitsDecompress32 returns; set only when the result is 1
+    /// @return 1, or 0 for an image that is refused: an unknown marker, a compressed stream that Check
+    /// refuses, sizes that contradict each other or exceed the room, more than 16 stages. The content of the
+    /// buffer is then undefined.
+    QZBool TryBitmapBitsDecompress32(unsigned char* buffer, QZULong length, QZULong room, QZULong* result);
 
 private:
     QZULong DivideAndCompress(unsigned char* buffer, QZULong length);

@@ -98,6 +98,14 @@ void CopyPixels(QZByte* to, const QZByte* from, QZInt64 count)
 
 }  // namespace
 
+bool compression::IsWholeTiled(const QZByte* buffer, QZInt64 size, QZInt64 room)
+{
+    if (size < kHeadSize + kTailSize || QZLoad<QZUInt32>(buffer + 8) == 0) return false;
+    const Tiling tiling(QZLoad<QZInt32>(buffer), QZLoad<QZInt32>(buffer + 4), QZLoad<QZUInt32>(buffer + 8));
+    if (tiling.width < 0 || tiling.height < 0 || tiling.ImageSize() > room) return false;
+    return kHeadSize + tiling.Count() * kPixelSize + kTailSize == size;
+}
+
 QZULong QZCompression::RectToLine(unsigned char* buffer, QZLong width, QZLong height, QZULong tile)
 {
     if (tile == 0)

@@ -7,6 +7,7 @@ class OBJECTS;
 class QZChannel;
 class QZCollection;
 class QZCriticalSection;
+class QZDbReport;
 class QZString;
 struct QZWriteState;
 
@@ -63,6 +64,36 @@ public:
     /// default)
     /// @param rollback     not 0 (the default): the file gets the structure of the rollback log
     static QZBool Create(QZString* path, QZInt64 version, QZInt64 addressMode, QZInt64 rollback);
+
+    /// Copies everything that can be reached in a damaged file into a new one: lists, records, contents and
+    /// the references between them. The earlier states of the log and the snapshots are not copied, and the
+    /// addresses are others. The damaged file is only read; nobody may have it open.
+    /// @param newPath  the file to make. It gets its name when it is whole and on the disk; until then it is
+    /// newPath with ".part" appended, which a later run deletes
+    /// @param report   gets what was left out and what was mended; may be null
+    /// @return 0, and there is no new file, when newPath exists or when the report ended it
+    /// @throws QZDatabaseException BAD_STRUCT: not even a header or a main list can be recognised
+    /// @throws QZIOException       a file cannot be opened, made or written; there is no new file then
+    static QZBool Repair(QZString* path, QZString* newPath, QZDbReport* report);
+
+    /// Writes the live state into a new file without the log and without contents that nothing refers to. The
+    /// addresses of the records change; a reference of one record to another follows. Bytes of contents are
+    /// copied as they are. The memory that it takes is about 12 bytes for each record, 3 percent of the
+    /// file, and the blocks of two files. Nobody else may have the file open.
+    /// @param newPath  null: the new file replaces the old one in one step. Else the file to make. Until it
+    /// is whole it has the name with ".part" appended, which a later run deletes
+    /// @param marks    snapshot marks, by their addresses; null for none. The new file can restore the
+    /// states at these marks; their own fields are copied. Each of them takes a copy of the file for a while,
+    /// whose name ends with ".state"
+    /// @param report   gets sizes and, for a damaged file, the faults; may be null
+    /// @return 0, and nothing has changed, when newPath exists, when the file is damaged (use Repair), or
+    /// when the report ended it
+    /// @throws QZException         ArgumentOutOfRange for a mark that is none; StructuralFailure when a sync
+    /// of the file was not completed and AtomicSync is off
+    /// @throws QZDatabaseException BAD_STRUCT: the file is no database; ROLLBACK_ERROR_INVALIDADDR: the log
+    /// does not lead to a mark; WRITE_ERROR_WRITEPROTECT: no address is left for the new file
+    /// @throws QZIOException       a file cannot be opened, made, written or replaced
+    static QZBool Compact(QZString* path, QZString* newPath, QZCollection* marks, QZDbReport* report);
 
     /// Writes everything to the disk, closes the file, deletes the object and clears the variable. A null in
     /// the variable is a QZLibAssert(false).

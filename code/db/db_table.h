@@ -253,7 +253,8 @@ public:
     QZInt64 Sum(QZString* name);
 
     /// Sorting in place. By letters: smallest bytes looked for from each place on, but the row found goes
-    /// towards the end (see DataMove). Throws "错误的字段索引". True.
+    /// towards the end (see DataMove). Throws "错误的字段索引". True; false when the list of the rows is
+    /// damaged so that it has no end.
     QZBool ArrangementByLetters(QZString* name);
     /// By time: false unless the field is an ARRAYINT32; throws 1024 with two rows or more, and makes the
     /// child list again with fewer. Throws "找不到字段".
@@ -284,6 +285,7 @@ private:
     void TestTarget(QZInt64 field);
     bool Exists(QZInt64 field, QZData* value);
     QZInt64 NewRow(QZInt64 keyField, QZData* key, const QZWChar* name);
+    bool GoesRound();
     QZInt64 Write(QZDataTable* table, bool keepRows);
     static QZStringCollection* NamesIn(QZChannel* channel, QZInt64 list);
     static void PutTypes(QZChannel* channel, QZInt64 handle);

@@ -336,16 +336,28 @@ QZBool QZDbTable::com_biger(QZData* a, QZData* b)
     return order != 0 ? order > 0 : sizeA > sizeB;
 }
 
+/// Whether the list of the rows is damaged so that it has no end.
+bool QZDbTable::GoesRound()
+{
+    QZDbWalk walk;
+    QZInt64 row = DataGetFirst();
+    while (row != 0 && walk.Enter(row)) row = DataGetNext(row);
+    return row != 0;
+}
+
 QZBool QZDbTable::ArrangementByLetters(QZString* name)
 {
     const QZInt64 field = FieldNumber(name, QZ_W("错误的字段索引"), QZ_W("ArrangementByLetters"));
+    if (GoesRound()) return 0;
     const QZInt64 count = DataCount();
     for (QZInt64 place = 1; place < count; ++place)
     {
         std::unique_ptr<QZData> smallest;
         QZInt64 row = DataGet(place);
-        while (row != 0)
+        // A row that is moved is met once more. Where links do not agree, moving may make the list go round.
+        for (QZInt64 steps = 0; row != 0; ++steps)
         {
+            if (steps > 2 * count) return 0;
             const QZInt64 next = DataGetNext(row);
             std::unique_ptr<QZData> value(DataGetValue(row, field));
             if (!smallest || com_biger(smallest.get(), value.get()))

@@ -162,6 +162,11 @@ void QZDataFactory::Collect(QZBool partial)
     for (QZObjectCache* cache : m_caches) cache->Collect(partial);
 }
 
+void QZDataFactory::SetIdleLimit(QZInt64 objects, QZInt64 bytes)
+{
+    for (QZObjectCache* cache : m_caches) cache->SetIdleLimit(objects, bytes);
+}
+
 QZInt64 QZDataFactory::GetMemorySize()
 {
     QZInt64 size = 0;

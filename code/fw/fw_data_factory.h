@@ -79,6 +79,9 @@ public:
     /// Collects the caches; see QZObjectCache::Collect.
     static void Collect(QZBool partial);
 
+    /// An addition: bounds what each cache keeps idle; see QZObjectCache::SetIdleLimit.
+    static void SetIdleLimit(QZInt64 objects, QZInt64 bytes);
+
     /// A new object with the idle count of each cache: "Data", "DataDatetime", "DataTimestamp", "DataDouble",
     /// "DataFloat", "DataInt64", "DataInt32", "DataInt16", "DataInt8", "DataBool", "DataByte",
     /// "DataCollection" and "Collection". Given back with Recycle.

@@ -49,6 +49,7 @@ public:
 
 private:
     friend class QZContainer;
+    friend struct QZObjectLinks;
 
     QZObject* m_previous = nullptr;
     QZObject* m_next = nullptr;

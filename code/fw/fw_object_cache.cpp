@@ -9,9 +9,17 @@
 
 const QZInt64 QZObjectCache::Type;
 
+struct QZObjectCache::Guarded
+{
+    QZCriticalSection section;
+    QZInt64 bytesLimit = -1;
+    /// The bytes of all idle objects; counted while there is a limit.
+    QZInt64 idleBytes = 0;
+};
+
 QZObjectCache::QZObjectCache(QZInt64 createdLimit, QZInt64 idleLimit)
     : m_idle(new QZContainer()),
-      m_section(new QZCriticalSection()),
+      m_guarded(new Guarded()),
       m_createdLimit(createdLimit),
       m_idleLimit(idleLimit)
 {}
@@ -20,7 +28,7 @@ QZObjectCache::~QZObjectCache()
 {
     QZObjectCache::Collect(0);
     delete m_idle;
-    delete m_section;
+    delete m_guarded;
 }
 
 QZInt64 QZObjectCache::GetType() { return Type; }
@@ -29,7 +37,7 @@ void QZObjectCache::DeleteObject(QZObject* object) { delete object; }
 
 QZInt64 QZObjectCache::GetMemorySize()
 {
-    QZCriticalGuard guard(m_section);
+    QZCriticalGuard guard(&m_guarded->section);
     QZInt64 sum = 8;
     for (QZObject* object = m_idle->GetFirst(); object != nullptr; object = object->LinkNext())
         sum += object->GetMemorySize();
@@ -49,6 +57,7 @@ QZObject* QZObjectCache::Renew()
     {
         if (idle - 1 < m_lowMark) m_lowMark = idle - 1;
         QZObject* object = m_idle->Pop();
+        m_guarded->idleBytes -= SizeOf(object);
         NoteCount();
         return object;
     }
@@ -66,7 +75,7 @@ QZObject* QZObjectCache::Out()
     for (;;)
     {
         {
-            QZCriticalGuard guard(m_section);
+            QZCriticalGuard guard(&m_guarded->section);
             if (!IsExhausted()) return Renew();
         }
         const QZInt64 timeout = m_timeout.load(std::memory_order_relaxed);
@@ -80,6 +89,39 @@ QZObject* QZObjectCache::Out()
         }
         os::SleepPrecise(5);
     }
+}
+
+QZInt64 QZObjectCache::SizeOf(QZObject* object)
+{
+    return m_guarded->bytesLimit >= 0 ? object->GetMemorySize() : 0;
+}
+
+/// True when the cache cannot keep one more object of the size.
+bool QZObjectCache::IsFull(QZInt64 size)
+{
+    return (m_idleLimit >= 0 && m_idle->Count() >= m_idleLimit) ||
+           (m_guarded->bytesLimit >= 0 && size > m_guarded->bytesLimit - m_guarded->idleBytes);
+}
+
+void QZObjectCache::SetIdleLimit(QZInt64 objects, QZInt64 bytes)
+{
+    QZCriticalGuard guard(&m_guarded->section);
+    m_idleLimit = objects;
+    m_guarded->bytesLimit = bytes;
+    m_guarded->idleBytes = 0;
+    for (QZObject* object = m_idle->GetFirst(); object != nullptr; object = object->LinkNext())
+        m_guarded->idleBytes += SizeOf(object);
+    while (m_idle->Count() > 0 &&
+           ((m_idleLimit >= 0 && m_idle->Count() > m_idleLimit) ||
+            (m_guarded->bytesLimit >= 0 && m_guarded->idleBytes > m_guarded->bytesLimit)))
+    {
+        QZObject* object = m_idle->DeQueue();
+        m_guarded->idleBytes -= SizeOf(object);
+        DeleteObject(object);
+        --m_created;
+    }
+    if (m_idle->Count() < m_lowMark) m_lowMark = m_idle->Count();
+    NoteCount();
 }
 
 void QZObjectCache::In(QZObject** object)
@@ -97,11 +139,14 @@ void QZObjectCache::In(QZObject** object)
     }
     bool discard = false;
     {
-        QZCriticalGuard guard(m_section);
-        if (m_idleLimit >= 0 && m_idle->Count() >= m_idleLimit)
-            discard = true;
-        else
+        QZCriticalGuard guard(&m_guarded->section);
+        const QZInt64 size = SizeOf(*object);
+        discard = IsFull(size);
+        if (!discard)
+        {
             m_idle->Push(*object);
+            m_guarded->idleBytes += size;
+        }
         NoteCount();
     }
     // A discarded object stays in the created count: a cache with both limits has no objects left after
@@ -112,7 +157,7 @@ void QZObjectCache::In(QZObject** object)
 
 void QZObjectCache::Collect(QZBool partial)
 {
-    QZCriticalGuard guard(m_section);
+    QZCriticalGuard guard(&m_guarded->section);
     QZInt64 idle = m_idle->Count();
     QZInt64 remaining = partial ? m_lowMark : idle;
     if (partial)
@@ -127,13 +172,16 @@ void QZObjectCache::Collect(QZBool partial)
                 m_idle->EnQueue(object);
                 continue;
             }
+            m_guarded->idleBytes -= SizeOf(object);
             DeleteObject(object);
             --remaining;
         }
     }
     for (; remaining > 0; --remaining)
     {
-        DeleteObject(m_idle->Pop());
+        QZObject* object = m_idle->Pop();
+        m_guarded->idleBytes -= SizeOf(object);
+        DeleteObject(object);
         --m_created;
     }
     m_lowMark = m_idle->Count();

@@ -7,7 +7,6 @@
 
 class QZContainer;
 class QZCriticalSection;
-
 /// A typed cache of idle objects: Out returns the most recently returned object, or a new one; In takes it
 /// back.
 ///
@@ -48,6 +47,14 @@ public:
     void SetTimeout(QZInt64 timeout);
     QZInt64 GetTimeout();
 
+    /// An addition: bounds what the cache keeps idle, for hosts whose load has peaks; by default the idle
+    /// limit of the constructor holds, and no limit of bytes. Idle objects above a limit are deleted at once,
+    /// the oldest first; later In deletes an object that would exceed one. An object counts with its
+    /// GetMemorySize.
+    /// @param objects  how many idle objects it keeps; negative: no limit
+    /// @param bytes    how many bytes they may have together; negative: no limit
+    void SetIdleLimit(QZInt64 objects, QZInt64 bytes);
+
     /// Objects made by this cache and not counted as destroyed.
     QZInt64 Created() const { return m_created.load(std::memory_order_relaxed); }
 
@@ -59,12 +66,17 @@ private:
     QZObjectCache(const QZObjectCache& other) = delete;
     QZObjectCache& operator=(const QZObjectCache& other) = delete;
 
+    /// The section and the limit of bytes. They lie outside the object, whose size hosts were compiled with.
+    struct Guarded;
+
     bool IsExhausted();
     QZObject* Renew();
     void NoteCount();
+    bool IsFull(QZInt64 size);
+    QZInt64 SizeOf(QZObject* object);
 
     QZContainer* m_idle;
-    QZCriticalSection* m_section;
+    Guarded* m_guarded;
     QZInt64 m_lowMark = 0;
     std::atomic<QZInt64> m_created = 0;
     QZInt64 m_createdLimit;

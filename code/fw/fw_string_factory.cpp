@@ -8,6 +8,7 @@
 #include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_start.h"
 #include "fw/internal/fw_status.h"
+#include "fw/internal/fw_string_lists.h"
 
 QZObjectCache* QZStringFactory::m_stringCache = nullptr;
 QZObjectCache* QZStringFactory::m_stringCollectionCache = nullptr;
@@ -124,6 +125,12 @@ void QZStringFactory::Collect(QZBool partial)
     m_stringCollectionCache->Collect(partial);
 }
 
+void QZStringFactory::SetIdleLimit(QZInt64 objects, QZInt64 bytes)
+{
+    m_stringCache->SetIdleLimit(objects, bytes);
+    m_stringCollectionCache->SetIdleLimit(objects, bytes);
+}
+
 QZInt64 QZStringFactory::GetMemorySize()
 {
     return m_stringCache->GetMemorySize() + m_stringCollectionCache->GetMemorySize();
@@ -133,6 +140,8 @@ struct QZStringFactoryStart
 {
     static void Init();
     static void End();
+    static QZStringCollection* TakeList();
+    static void GiveList(QZStringCollection* list);
 };
 
 void QZStringFactoryStart::Init()
@@ -155,6 +164,30 @@ void QZStringFactoryStart::End()
 }
 
 void QZStringFactoryEnd() { QZStringFactoryStart::End(); }
+
+QZStringCollection* QZStringFactoryStart::TakeList()
+{
+    QZObjectCache* cache = QZStringFactory::m_stringCollectionCache;
+    return cache != nullptr && cache->Count() > 0 ? QZTake<QZStringCollection>(cache) : nullptr;
+}
+
+void QZStringFactoryStart::GiveList(QZStringCollection* list)
+{
+    QZObjectCache* cache = QZStringFactory::m_stringCollectionCache;
+    if (cache == nullptr)
+    {
+        delete list;
+        return;
+    }
+    // Every list takes kilobytes.
+    constexpr QZInt64 kEnoughIdle = 256;
+    if (list == nullptr && cache->Count() >= kEnoughIdle) return;
+    QZObject* object = list != nullptr ? list : new QZStringCollection();
+    cache->In(&object);
+}
+
+QZStringCollection* QZStringListTake() { return QZStringFactoryStart::TakeList(); }
+void QZStringListGive(QZStringCollection* list) { QZStringFactoryStart::GiveList(list); }
 
 QZJsonObject* QZStringFactory::GetStatus()
 {

@@ -34,6 +34,9 @@ public:
     /// Collects both caches; see QZObjectCache::Collect.
     static void Collect(QZBool partial);
 
+    /// An addition: bounds what each of both caches keeps idle; see QZObjectCache::SetIdleLimit.
+    static void SetIdleLimit(QZInt64 objects, QZInt64 bytes);
+
     /// A new object with the idle counts "String" and "StringCollection"; given back with Recycle.
     static QZJsonObject* GetStatus();
 

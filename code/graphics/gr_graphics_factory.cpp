@@ -123,6 +123,15 @@ void QZGraphicsFactory::Collect(unsigned char partial)
     m_pixelBlockCache->Collect(partial);
 }
 
+void QZGraphicsFactory::SetIdleLimit(QZInt64 objects, QZInt64 bytes)
+{
+    if (m_shapeCache == nullptr) return;
+    for (QZObjectCache* cache :
+         {m_shapeCache, m_pixelBlockCache, m_rectangleCache, m_rectangleCollectionCache, m_sizeCache,
+          m_arcCache, m_lineCache, m_pointCache, m_rayCache})
+        cache->SetIdleLimit(objects, bytes);
+}
+
 QZInt64 QZGraphicsFactory::GetMemorySize()
 {
     return m_shapeCache != nullptr ? m_shapeCache->GetMemorySize() + m_pixelBlockCache->GetMemorySize() : 0;

@@ -52,6 +52,9 @@ public:
     /// call it.
     static void Collect(unsigned char partial);
 
+    /// An addition: bounds what each cache keeps idle; see QZObjectCache::SetIdleLimit.
+    static void SetIdleLimit(QZInt64 objects, QZInt64 bytes);
+
     /// A new object with the idle counts "Shape" and "PixelBlock"; given back with Recycle.
     static QZJsonObject* GetStatus();
 

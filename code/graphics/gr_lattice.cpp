@@ -149,6 +149,39 @@ QZInt64 QZLattice::Load(unsigned char* buffer, unsigned short code)
 
 void QZLattice::Recycle(QZData** data) { QZDeleteAndClear(data); }
 
+QZBool QZLattice::Check(const void* table, QZInt64 size)
+{
+    if (table == nullptr || size != lattice::kTableSize) return 0;
+    const auto* slot = static_cast<const unsigned char*>(table);
+    for (QZInt64 code = 0; code < lattice::kSlots; ++code, slot += lattice::kSlotSize)
+    {
+        const bool isEmpty = slot[0] == 0 || slot[1] == 0;
+        if (!isEmpty && (slot[0] > lattice::kSideLimit || slot[1] > lattice::kSideLimit)) return 0;
+    }
+    return 1;
+}
+
+QZBool QZLattice::Check(const QZWChar* path)
+{
+    if (path == nullptr)
+        QZRaise(QZExceptionCode::NullPointer, kClass, QZ_W("Check")).Argument(QZ_W("QZWChar*"), path).Throw();
+    try
+    {
+        if (!QZFile::Exists(path))
+            throw QZExceptionFactory::CreateIOException(QZIOExceptionCode::FileNotFound);
+        QZOpenedFile file(QZFile::Open(path, QZFileOptions::Read | QZFileOptions::ShareRead));
+        if (file->GetSize() != lattice::kTableSize) return 0;
+        QZData table(lattice::kTableSize);
+        auto* bytes = static_cast<unsigned char*>(table.GetPointer());
+        return Check(bytes, QZReadWhole(file.Get(), 0, bytes, lattice::kTableSize));
+    }
+    catch (QZException* e)
+    {
+        QZTrace(e, kClass, QZ_W("Check")).Argument(QZ_W("QZWChar*"), path);
+        throw;
+    }
+}
+
 void QZLattice::Sync()
 {
     EnsureInitialised();

@@ -11,7 +11,7 @@ class QZData;
 /// built-in glyphs are used and written to a new file. With a null path the font is only in memory. The
 /// pointer is stored, not the text: the text must stay until QZLatticeDispose. A call with the same pointer
 /// does nothing, a call with another pointer starts the font again. Without this call the font starts with
-/// null at its first use.
+/// null at its first use. For a file from strangers call QZLattice::Check first: no slot is tested here.
 /// @throws QZException 4352 without memory for the table; QZIOException as QZFile does
 QZ_API void QZLatticeInit(const QZWChar* path);
 
@@ -71,6 +71,14 @@ public:
 
     /// Deletes the object and clears the variable. A null in the variable is a QZLibAssert(false).
     static void Recycle(QZData** data);
+
+    /// An addition: true when the file, or the bytes, are a font table: of exactly 8388608 bytes, each slot
+    /// empty or with sides of 1 to 31 dots. It reads only, and a file of another size is not read at all.
+    /// Null bytes are no table.
+    /// @throws QZIOException 4096 for a missing file, else as QZFile::Open and QZFile::Read do
+    /// @throws QZException 1792 for a null path
+    static QZBool Check(const QZWChar* path);
+    static QZBool Check(const void* table, QZInt64 size);
 
     /// Writes the table to the font's file, if it has one.
     /// @throws QZIOException as QZFile does

@@ -7,6 +7,35 @@
 class QZShape;
 class QZString;
 
+/// What QZPixelBlock's checked readers accept at most.
+struct QZPixelReadLimits
+{
+    /// Width and height each.
+    QZInt64 MaxSide = 65536;
+    /// Width times height.
+    QZInt64 MaxPixels = QZInt64{1} << 26;
+    /// The size of the file or buffer.
+    QZInt64 MaxBytes = QZInt64{1} << 30;
+};
+
+/// Why QZPixelBlock's checked readers refuse a file.
+enum class QZPixelReadCode
+{
+    None,
+    Short,      ///< fewer bytes than the head has, or than the pixels need
+    Signature,  ///< not a file of this format
+    Form,       ///< a form of the format that the reader does not read
+    Size,       ///< a negative side, or counts that contradict each other
+    Limit       ///< larger than the limits
+};
+
+struct QZPixelReadError
+{
+    QZPixelReadCode Code = QZPixelReadCode::None;
+    /// The reason in words, a static text.
+    const QZWChar* Reason = QZ_W("");
+};
+
 /// A raster surface of 32-bit pixels in one buffer.
 ///
 /// A pixel is a word with alpha in the top byte, then red, green and blue: in memory blue, green, red, alpha.
@@ -122,11 +151,35 @@ public:
 
     /// Reads a 32-bit bitmap. Signature and depth are not tested. The rows keep the order of the file: a
     /// bottom-up file gives the picture upside down, and ToFileBitmap writes it back the right way up.
+    /// It trusts the head, whose sizes decide how much memory it takes: for files from strangers use
+    /// TryReadBitmap32.
     /// @throws QZIOException 4096 for a missing file
     static QZPixelBlock* FromFileBitmap32(QZString* path);
-    /// Reads a file of ToFileBin. The head is not tested.
+    /// Reads a file of ToFileBin. The head is not tested: for files from strangers use TryReadBin.
     /// @throws QZIOException 4096 for a missing file
     static QZPixelBlock* FromFileBin(QZString* path);
+
+    /// Additions: checked readers. They compare the head with the size of the file and with the limits before
+    /// they take memory for pixels, so a refused file costs a read of its head. What they accept, they read
+    /// as FromFileBitmap32 and FromFileBin do. The bitmap has its signature, one plane of 32 bits, no
+    /// compression and no negative height; the bin file has its first word, and the count of its pixels. The
+    /// forms with bytes read a file that is in memory; null bytes are an empty file.
+    /// @param block   set only when the result is 1; give the block back with Recycle
+    /// @param error   set only when the result is 0; may be null
+    /// @return 1, or 0 for a file that is refused
+    /// @throws QZIOException 4096 for a missing file, else as QZFile::Open and QZFile::Read do
+    /// @throws QZException 4352 when there is no memory, 256 for a negative size
+    static QZBool TryReadBitmap32(QZString* path, QZPixelBlock** block, QZPixelReadError* error = nullptr,
+                                  const QZPixelReadLimits& limits = QZPixelReadLimits());
+    static QZBool TryReadBitmap32(const void* bytes, QZInt64 size, QZPixelBlock** block,
+                                  QZPixelReadError* error = nullptr,
+                                  const QZPixelReadLimits& limits = QZPixelReadLimits());
+    static QZBool TryReadBin(QZString* path, QZPixelBlock** block, QZPixelReadError* error = nullptr,
+                             const QZPixelReadLimits& limits = QZPixelReadLimits());
+    static QZBool TryReadBin(const void* bytes, QZInt64 size, QZPixelBlock** block,
+                             QZPixelReadError* error = nullptr,
+                             const QZPixelReadLimits& limits = QZPixelReadLimits());
+
     /// Writes a new file: a head of seven 64-bit words (0x8000100, three zeros, width, height, bytes of the
     /// pixels), then the pixels. True.
     /// @throws QZIOException as QZFile::Create and QZFile::Open do

@@ -16,6 +16,7 @@
 #include "net/internal/net_characters.h"
 #include "net/internal/net_http_connection_access.h"
 #include "net/internal/net_http_give_back.h"
+#include "net/internal/net_http_strict_connection.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_request.h"
 #include "os/os_ip_address.h"
@@ -102,7 +103,8 @@ QZHttpConnect::QZHttpConnect()
       m_pieces(0),
       m_turn(0),
       m_place(kNotListed),
-      m_chained(nullptr)
+      m_chained(nullptr),
+      m_strict(nullptr)
 {
     MemAlloc(os::kPortBlockSize);
     const QZUInt64 key = QZObject::GetObjectID();
@@ -129,6 +131,7 @@ QZHttpConnect::~QZHttpConnect()
     m_ip->SetDisposable(key, 1);
     delete m_ip;
     MemFree(os::kPortBlockSize);
+    delete m_strict;
     m_cacheLock->Unlock();
     delete m_cacheLock;
     delete m_useLock;

@@ -17,6 +17,11 @@ namespace os
 struct PortBlock;
 }
 
+namespace http
+{
+struct StrictConnection;
+}
+
 /// The connection of one client to a server. It owns the block that the completion port writes into, the
 /// cache in which the pieces of a request are put together, the request object, which all messages of the
 /// connection use, and the times that the housekeeping reads.
@@ -141,6 +146,8 @@ private:
     /// The next connection at the same position.
     QZHttpConnect* m_chained;
     static constexpr int kNotListed = -1;
+    /// The state of a connection of a server in strict mode; null until such a server used the object.
+    http::StrictConnection* m_strict;
 };
 
 /// A locked list of connections with their client ids as keys, and the rule by which an idle connection is

@@ -2,6 +2,7 @@
 
 #include "fw/fw_string_factory.h"
 #include "net/internal/net_http_elements.h"
+#include "net/internal/net_http_guard.h"
 #include "net/internal/net_http_text.h"
 
 const QZInt64 QZHttpCookie::Type;
@@ -29,6 +30,7 @@ QZString* QZHttpCookie::GetExpries() { return &m_expires; }
 
 void QZHttpCookie::Set(QZString* text)
 {
+    http::RequireOneLine(QZ_W("QZHttpCookie"), QZ_W("Set"), text);
     // Clearing comes first, so a cookie that is set to one of its own strings becomes empty.
     Clear();
     http::ReadCookie({&m_name, &m_value, &m_domain, &m_path, &m_expires}, text);
@@ -36,6 +38,8 @@ void QZHttpCookie::Set(QZString* text)
 
 void QZHttpCookie::Set(QZString* name, QZString* value, QZString* path, QZString* domain, QZString* expires)
 {
+    for (QZString* text : {name, value, path, domain, expires})
+        http::RequireOneLine(QZ_W("QZHttpCookie"), QZ_W("Set"), text);
     m_name.Set(name);
     m_value.Set(value);
     m_path.Set(path);

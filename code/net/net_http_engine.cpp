@@ -1,6 +1,7 @@
 #include "net/net_http_engine.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "fw/fw_collection.h"
 #include "fw/fw_environment.h"
@@ -12,8 +13,11 @@
 #include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
+#include "net/internal/net_http_guard.h"
+#include "net/internal/net_http_strict_server.h"
 #include "net/internal/net_json_access.h"
 #include "net/net_http_engine_tasks.h"
+#include "net/net_http_request.h"
 #include "net/net_http_server.h"
 #include "os/os_ip_address.h"
 #include "os/os_task_scheduler.h"
@@ -42,18 +46,20 @@ const QZInt64 QZHttpServerEngine::TaskConnectCloseInterval;
 const QZInt64 QZHttpServerEngine::TaskCacheCollectInterval;
 int QZHttpServerEngine::CompletionPause = 1;
 QZByte QZHttpServerEngine::AnswerInPlace = 0;
+QZByte QZHttpServerEngine::Strict = 0;
 
 namespace
 {
 
+// Messages know nothing of engines and follow the switch all the same.
+[[maybe_unused]] const bool kWatched = http::WatchStrictMode(&QZHttpServerEngine::Strict);
+
+using http::StrictServer;
 using Status = QZHttpServerEngineStatus;
 using ThreadStatus = QZHttpServerEngineThreadStatus;
 
 // Clients that may wait to be accepted.
 constexpr int kBacklog = 511;
-// Milliseconds of silence before the system tests a connection, and between its tests.
-constexpr QZUInt32 kKeepAliveTime = 180;
-constexpr QZUInt32 kKeepAliveInterval = 10000;
 
 /// The number of completion threads for an efficiency option.
 QZInt64 WorkersFor(QZInt64 efficiency)
@@ -141,7 +147,7 @@ QZInt64 QZHttpServerEngine::GetType() { return Type; }
 
 void QZHttpServerEngine::MakeParts()
 {
-    m_server = new QZHttpServer();
+    m_server = new http::StrictServer(this);
     m_serverName = new QZString();
     m_connects = new QZHttpConnectCollection();
     m_closeWait = new QZHttpConnectCollection();
@@ -185,7 +191,7 @@ void QZHttpServerEngine::MakeListener()
 {
     m_listen = os::SocketOpen(os::SocketKind::Stream);
     if (m_listen == 0) throw SystemFailure(QZ_W("Create of listen socket failed"));
-    if (!os::SocketKeepAlive(m_listen, kKeepAliveTime, kKeepAliveInterval))
+    if (!os::SocketKeepAlive(m_listen, http::kKeepAliveTime, http::kKeepAliveInterval))
         throw SystemFailure(QZ_W("WSAIoctl failed"));
     os::PortAssociate(m_handle, m_listen, 0);
 }
@@ -211,7 +217,8 @@ void QZHttpServerEngine::Start()
                 QZ_W("Start"))
             .Throw();
     }
-    if (!os::SocketBind(m_listen, m_port, m_bindAddress)) throw StartFailure(QZ_W("bind failed with error"));
+    StrictServer::Of(this).on = Strict != 0;
+    if (!StrictServer::Of(this).Bind()) throw StartFailure(QZ_W("bind failed with error"));
     if (!os::SocketListen(m_listen, kBacklog)) throw StartFailure(QZ_W("listen failed with error"));
     QZUInt32 address = 0;
     if (m_port == 0) os::SocketLocalName(m_listen, &address, &m_port);
@@ -341,6 +348,36 @@ unsigned char QZHttpServerEngine::IsConnectAlive(long long id) { return m_connec
 long long QZHttpServerEngine::ConnectCount() { return m_connects->Count(); }
 long long QZHttpServerEngine::ConnectCloseWaitCount() { return m_closeWait->Count(); }
 
+QZHttpServerLimits* QZHttpServerEngine::GetLimits() { return &StrictServer::Of(this).limits; }
+
+QZBool QZHttpServerEngine::ListenOn(const char* address, QZBool both)
+{
+    os::SocketAddress read;
+    if (address == nullptr || !os::SocketAddressRead(address, &read)) return 0;
+    StrictServer::Of(this).address = read;
+    StrictServer::Of(this).hasAddress = true;
+    StrictServer::Of(this).both = both != 0;
+    return 1;
+}
+
+QZBool QZHttpServerEngine::GetClientAddress(QZHttpRequest* request, QZString* text)
+{
+    os::SocketAddress peer = {};
+    {
+        QZCriticalGuard guard(m_connectLock);
+        QZHttpConnect* connect = QZHttpConnectAccess::Find(m_connects, request->GetHandle());
+        if (connect == nullptr) connect = QZHttpConnectAccess::Find(m_closeWait, request->GetHandle());
+        if (connect == nullptr) return 0;
+        const QZUInt32 value = connect->GetIP()->GetValue();
+        std::memcpy(peer.Bytes, &value, sizeof(value));
+        if (StrictServer::Of(this).on) peer = QZHttpConnectAccess::Strict(connect)->peer;
+    }
+    char characters[64];
+    os::SocketAddressWrite(peer, characters, sizeof(characters));
+    text->Set(characters);
+    return 1;
+}
+
 void QZHttpServerEngine::TaskReset()
 {
     m_scheduler->Reset();
@@ -358,6 +395,7 @@ void QZHttpServerEngine::WakeStalled() { m_threadPool->WakeStalled(); }
 
 void QZHttpServerEngine::Report(QZException* exception)
 {
+    if (StrictServer::Of(this).on && StrictServer::Of(this).ReportsAgain(exception)) return;
     if (m_report != nullptr) m_report->Report(exception);
 }
 
@@ -367,6 +405,22 @@ namespace
 void AddText(QZJsonObject* object, const QZWChar* name, QZString* text)
 {
     QZJsonAccess::SetAttr(object, name, QZJsonFactory::CreateString(text));
+}
+
+/// An IPv6 client has no address in the connection's own object.
+void AddAddress(QZJsonObject* object, QZHttpConnect* connect, bool strict)
+{
+    const http::StrictConnection* state = strict ? QZHttpConnectAccess::Strict(connect) : nullptr;
+    if (state != nullptr && state->peer.Six)
+    {
+        char text[64];
+        os::SocketAddressWrite(state->peer, text, sizeof(text));
+        QZString address(text);
+        return AddText(object, QZ_W("IP"), &address);
+    }
+    QZString* address = connect->GetIP()->ToString();
+    AddText(object, QZ_W("IP"), address);
+    QZIPAddress::Recycle(&address);
 }
 
 void AddTime(QZJsonObject* object, const QZWChar* name, QZInt64 timestamp)
@@ -389,9 +443,7 @@ QZJsonValueCollection* QZHttpServerEngine::GetConnectInfo()
     {
         QZHttpConnect* connect = m_connects->GetElement(i);
         QZJsonObject* object = QZJsonFactory::CreateObject();
-        QZString* address = connect->GetIP()->ToString();
-        AddText(object, QZ_W("IP"), address);
-        QZIPAddress::Recycle(&address);
+        AddAddress(object, connect, StrictServer::Of(this).on);
         const QZHttpConnectAccess::Times times = QZHttpConnectAccess::TimesOf(connect);
         AddTime(object, QZ_W("TimeStart"), times.created);
         AddTime(object, QZ_W("LastUse"), times.lastUse);

@@ -21,6 +21,13 @@ class QZString;
 class QZTask;
 class QZTaskScheduler;
 class QZThreadPool;
+struct QZHttpServerLimits;
+
+namespace http
+{
+class StrictExchange;
+class StrictServer;
+}  // namespace http
 
 /// The states of an engine. It passes through them once, in this order.
 class QZ_API QZHttpServerEngineStatus
@@ -81,6 +88,11 @@ public:
     /// responses at once, for example behind a proxy. A page that waits, or a client that reads slowly,
     /// blocks its completion thread and all clients that wait for that thread.
     static QZByte AnswerInPlace;
+    /// 1: requests are read by the rules of RFC 9112 and within the limits of GetLimits, and messages and
+    /// pages follow stricter rules; docs/http-server.md lists them. New servers should set it. The initial
+    /// value is 0: the server behaves as earlier versions did. Applies to all engines and messages of the
+    /// process; set it before Start.
+    static QZByte Strict;
 
     /// QZHttpServerEfficiencyNormal.
     QZHttpServerEngine(QZErrorReport* report, unsigned short port);
@@ -145,8 +157,23 @@ public:
     /// The port of the constructor; after Start the port that was bound.
     unsigned short GetPort();
 
+    /// The limits of strict mode, to be changed before Start. They belong to the engine.
+    QZHttpServerLimits* GetLimits();
+
+    /// Chooses the address to listen on, in place of m_bindAddress: an IPv4 or IPv6 address as text, "::" for
+    /// all IPv6 addresses of this host. Call it before Start.
+    /// @param both  1: with "::" IPv4 clients can connect too
+    /// @return 0, and nothing changes, for a text that is no address
+    QZBool ListenOn(const char* address, QZBool both = 0);
+
+    /// Stores the address of the client of a request as text, for example "127.0.0.1" or "::1", without a
+    /// port. QZHttpRequest::GetClientIP holds IPv4 addresses only. Called from CreatePage.
+    /// @return 0, and the text stays, when there is no such client
+    QZBool GetClientAddress(QZHttpRequest* request, QZString* text);
+
     /// 0 for a request with "Connection: close", else 1. A request without the header gives 1, also from an
-    /// HTTP/1.0 client.
+    /// HTTP/1.0 client. In strict mode "close" may be one of several members of a list, and HTTP/1.0 needs
+    /// "keep-alive".
     unsigned char IsKeepAlive(QZHttpRequest* request);
 
     long long ThreadPoolCount();
@@ -186,6 +213,8 @@ protected:
 private:
     friend class QZHttpServerProcessTask;
     friend class QZTaskConnectClose;
+    friend class http::StrictServer;
+    friend class http::StrictExchange;
     class Exchange;
 
     /// Where a piece comes from: the serial of its client (0 for any client with the id), the number of the
@@ -256,6 +285,7 @@ private:
     /// Held while a connection enters, leaves or changes one of the two collections.
     QZCriticalSection* m_connectLock;
     QZHttpConnectCollection* m_closeWait;
+    /// What only strict mode needs: an http::StrictServer.
     QZHttpServer* m_server;
     /// Closed connections that are still in use.
     QZList<QZHttpConnect>* m_leaving;

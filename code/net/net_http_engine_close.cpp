@@ -5,6 +5,7 @@
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
+#include "net/internal/net_http_strict_server.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
 #include "os/os_thread.h"
@@ -21,6 +22,7 @@ constexpr int kLastSteps = 100;
 constexpr QZInt64 kAllConnections = -1;
 
 using http::Now;
+using http::StrictServer;
 
 }  // namespace
 
@@ -98,6 +100,7 @@ void QZHttpServerEngine::ConnectClose(QZHttpConnect* connect)
 /// in LeaveAll.
 void QZHttpServerEngine::Leave(QZHttpConnect* connect)
 {
+    if (StrictServer::Of(this).on) StrictServer::Of(this).Forget(connect);
     if (connect->IsUseComplete())
     {
         QZHttpFactory::Recycle(&connect);
@@ -115,6 +118,7 @@ void QZHttpServerEngine::LeaveAll()
 
 void QZHttpServerEngine::ConnectCloseFree()
 {
+    if (StrictServer::Of(this).on) return StrictServer::Of(this).Check();
     try
     {
         LeaveAll();
@@ -149,6 +153,8 @@ void QZHttpServerEngine::ConnectCloseFree()
 
 void QZHttpServerEngine::ConnectCheck()
 {
+    // In strict mode each stage of a connection has a limit of its own.
+    if (StrictServer::Of(this).on) return;
     try
     {
         QZCollection silent;

@@ -3,6 +3,7 @@
 #include "net/net_http_engine.h"
 #include "fw/fw_data.h"
 #include "fw/fw_data_factory.h"
+#include "fw/fw_encoding.h"
 #include "fw/fw_lock.h"
 #include "fw/fw_report.h"
 #include "fw/fw_string.h"
@@ -12,6 +13,8 @@
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
 #include "net/internal/net_http_fields.h"
+#include "net/internal/net_http_sending.h"
+#include "net/internal/net_http_strict_server.h"
 #include "net/net_http_constant.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
@@ -37,6 +40,7 @@ constexpr const QZWChar* kRecordFolder = QZ_W("LastRecord");
 constexpr QZInt64 kGatherFrom = 4096;
 
 using http::Now;
+using http::StrictServer;
 
 QZInt64 AddressOf(const void* p) { return static_cast<QZInt64>(reinterpret_cast<QZUInt64>(p)); }
 
@@ -58,6 +62,41 @@ void RecordStep(const QZWChar* text, const QZWChar* method, Step step)
         QZExceptionFactory::Recycle(&e);
         RecordFailure(text, method);
     }
+}
+
+/// Removes the content of a response that is sent without one: the response to HEAD, and those whose status
+/// has no content. The latter have no length either.
+void CutToHead(QZHttpResponse* response, QZData* bytes)
+{
+    const http::Text status(response->GetStatus());
+    const bool none = status.StartsWith("204") || status.StartsWith("304") || status.StartsWith("1");
+    if (!none && !http::HeadOnly::IsWanted()) return;
+    bytes->NewSize(bytes->GetSize() - response->GetContent()->GetSize());
+    if (!none) return;
+    http::RemoveHeader(response->GetHeaders(), QZHttpConstant::HeaderNameContentLengthString);
+    QZString* head = response->GetHead();
+    QZEncoding::GetData(QZEncodingType::UTF8, head, bytes);
+    response->Recycle(&head);
+}
+
+/// True for HTTP/1.0 clients that close, and for all whose header "Connection" has the member "close".
+bool ClosesStrictly(QZHttpRequest* request)
+{
+    bool close = false;
+    bool keep = request->GetVersion()->Equals(QZ_W("HTTP/1.1")) != 0;
+    QZHttpHeaderCollection* headers = request->GetHeaders();
+    for (QZInt64 i = 0; i < headers->Count(); ++i)
+    {
+        if (!http::Text(kConnection).Is(headers->GetElement(i)->GetName())) continue;
+        http::TextSplitter members(headers->GetElement(i)->GetValue(), ',');
+        http::Text member(nullptr, 0);
+        while (members.Next(&member))
+        {
+            close = close || member.Trimmed().Is(QZ_W("close"));
+            keep = keep || member.Trimmed().Is(QZ_W("keep-alive"));
+        }
+    }
+    return close || !keep;
 }
 
 }  // namespace
@@ -272,6 +311,12 @@ void QZHttpServerEngine::ProcessPiece(QZInt64 id, const Origin& origin, const vo
         if (m_report != nullptr) m_report->Report(&text);
         return;
     }
+    if (StrictServer::Of(this).on)
+    {
+        http::StrictExchange(this, connect).Run(data, size);
+        Recycle(&connect);
+        return;
+    }
     if (m_lastRecord != 0)
     {
         try
@@ -295,7 +340,10 @@ void QZHttpServerProcessTask::Execute()
     QZHttpServerEngine::Origin origin;
     origin.serial = m_serial;
     origin.piece = m_piece;
-    m_engine->ProcessPiece(m_clientId, origin, m_data->GetPointer(), m_offset, m_data->GetSize());
+    if (m_connect != nullptr)
+        http::StrictServer::Of(m_engine).Serve(m_connect, m_bytes);
+    else
+        m_engine->ProcessPiece(m_clientId, origin, m_data->GetPointer(), m_offset, m_data->GetSize());
     QZHttpServerProcessTask* self = this;
     m_pool->Recycle(&self);
 }
@@ -305,7 +353,8 @@ void QZHttpServerEngine::ProcessRecord(QZHttpConnect*, QZHttpRequest*, QZHttpRes
 void QZHttpServerEngine::SendResponse(long long id, QZHttpResponse* response)
 {
     http::RemoveHeader(response->GetHeaders(), QZHttpConstant::HeaderNameTransferEncodingString);
-    const QZScopedData bytes(response->ToData());
+    QZScopedData bytes(response->ToData());
+    if (StrictServer::Of(this).on) CutToHead(response, bytes.Get());
     // The system gathers the pieces of a response, so that the client does not wake up for each of them.
     const bool manyPieces = bytes->GetSize() > kGatherFrom;
     if (manyPieces) os::SocketGather(id, true);
@@ -315,6 +364,7 @@ void QZHttpServerEngine::SendResponse(long long id, QZHttpResponse* response)
 
 unsigned char QZHttpServerEngine::IsKeepAlive(QZHttpRequest* request)
 {
+    if (StrictServer::Of(this).on) return ClosesStrictly(request) ? 0 : 1;
     QZHttpHeader* header = http::FindHeader(request->GetHeaders(), kConnection);
     return header == nullptr || !header->GetValue()->Equals(QZ_W("close"), 1);
 }

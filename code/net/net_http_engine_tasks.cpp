@@ -13,7 +13,9 @@ QZHttpServerProcessTask::QZHttpServerProcessTask(QZHttpServerTaskPool* pool, QZH
       m_clientId(0),
       m_offset(0),
       m_serial(0),
-      m_piece(0)
+      m_piece(0),
+      m_connect(nullptr),
+      m_bytes(0)
 {}
 
 QZHttpServerProcessTask::~QZHttpServerProcessTask() { delete m_data; }
@@ -26,6 +28,8 @@ void QZHttpServerProcessTask::SetProcessData(long long id, const void* data, lon
     m_offset = offset;
     m_serial = 0;
     m_piece = 0;
+    m_connect = nullptr;
+    m_bytes = 0;
     m_data->Set(data, size);
 }
 

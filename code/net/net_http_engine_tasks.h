@@ -6,8 +6,14 @@
 
 class QZCriticalSection;
 class QZData;
+class QZHttpConnect;
 class QZHttpServerEngine;
 class QZHttpServerTaskPool;
+
+namespace http
+{
+class StrictServer;
+}
 
 /// One piece of received bytes that a worker will process. After it has run, it puts itself back into its
 /// pool.
@@ -27,6 +33,7 @@ public:
 
 private:
     friend class QZHttpServerEngine;
+    friend class http::StrictServer;
 
     QZHttpServerTaskPool* m_pool;
     QZData* m_data;
@@ -35,6 +42,9 @@ private:
     QZInt64 m_offset;
     QZUInt64 m_serial;
     QZUInt64 m_piece;
+    /// In strict mode the connection whose receive block holds the bytes, marked as in use; else null.
+    QZHttpConnect* m_connect;
+    QZUInt32 m_bytes;
 };
 
 /// The process tasks of an engine. Free tasks belong to the pool, the others to the caller of GetTask. Any

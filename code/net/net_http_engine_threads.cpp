@@ -1,10 +1,14 @@
 // The thread of an engine that accepts clients, and its completion threads.
 
 #include "net/net_http_engine.h"
+
+#include <cstring>
+
 #include "fw/fw_environment.h"
 #include "fw/fw_lock.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_http_connection_access.h"
+#include "net/internal/net_http_strict_server.h"
 #include "net/net_http_engine_tasks.h"
 #include "net/net_http_factory.h"
 #include "os/os_thread.h"
@@ -17,11 +21,14 @@ namespace
 {
 
 using Access = QZHttpConnectAccess;
+using http::StrictServer;
 using Status = QZHttpServerEngineStatus;
 using ThreadStatus = QZHttpServerEngineThreadStatus;
 
 // Milliseconds of one wait for a completion.
 constexpr QZUInt32 kWait = 3000;
+// Milliseconds for which a server in strict mode accepts nobody after a failure.
+constexpr int kRest = 100;
 // A number of bytes that no receive can have; such a completion is ignored.
 constexpr QZUInt32 kNoCount = 0xFFFFFFFF;
 
@@ -62,7 +69,7 @@ void QZHttpServerEngine::AcceptLoop()
             Report(e);
             QZExceptionFactory::Recycle(&e);
             // Without descriptors the next try would fail at once.
-            QZThread::Sleep(1);
+            QZThread::Sleep(StrictServer::Of(this).on ? kRest : 1);
         }
     }
     QZCriticalGuard guard(m_statusLock);
@@ -72,17 +79,29 @@ void QZHttpServerEngine::AcceptLoop()
 void QZHttpServerEngine::WaitForRoom()
 {
     if (m_maxClient == MaxClientDefault) return;
-    while (m_connects->Count() >= m_maxClient && !QZThread::IsThreadsAbort() && IsWorking())
-        QZThread::Sleep(10);
+    const auto open = [this] {
+        return m_connects->Count() + (StrictServer::Of(this).on ? m_closeWait->Count() : 0);
+    };
+    while (open() >= m_maxClient && !QZThread::IsThreadsAbort() && IsWorking()) QZThread::Sleep(10);
 }
 
 void QZHttpServerEngine::Accept()
 {
     WaitForRoom();
     if (!IsWorking()) return;
+    if (StrictServer::Of(this).on) return StrictServer::Of(this).Accept();
     QZUInt32 address = 0;
     QZUInt16 port = 0;
-    const QZInt64 socket = os::SocketAccept(m_listen, &address, &port);
+    // Only a listener of ListenOn has clients of both families.
+    os::SocketAddress peer = {};
+    const bool any = StrictServer::Of(this).hasAddress;
+    const QZInt64 socket =
+        any ? os::SocketAcceptAny(m_listen, &peer) : os::SocketAccept(m_listen, &address, &port);
+    if (any && !peer.Six)
+    {
+        std::memcpy(&address, peer.Bytes, sizeof(address));
+        port = peer.Port;
+    }
     if (socket == 0)
     {
         if (!IsWorking()) return;
@@ -215,6 +234,7 @@ void QZHttpServerEngine::Completed(QZInt64 id, QZUInt32 bytes, bool succeeded)
 
 void QZHttpServerEngine::Received(QZInt64 id, QZUInt32 bytes)
 {
+    if (StrictServer::Of(this).on) return StrictServer::Of(this).Received(id, bytes);
     QZHttpConnect* connect = GetConnectByID(id);
     if (connect == nullptr) return;
     Access::Piece piece;
@@ -264,6 +284,7 @@ void QZHttpServerEngine::Broken(QZHttpConnect* connect)
 
 void QZHttpServerEngine::PeerClosed(QZInt64 id)
 {
+    if (StrictServer::Of(this).on) return StrictServer::Of(this).PeerClosed(id);
     QZCriticalGuard guard(m_connectLock);
     if (QZHttpConnect* connect = Access::Find(m_connects, id))
         Broken(connect);

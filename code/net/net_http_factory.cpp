@@ -9,6 +9,7 @@
 #include "fw/internal/fw_status.h"
 #include "net/internal/net_http_find.h"
 #include "net/internal/net_http_give_back.h"
+#include "net/internal/net_http_guard.h"
 
 // This source holds the part of the factory for headers and cookies, and what concerns all its caches. The
 // parts for messages and connections stand beside their classes.
@@ -66,6 +67,7 @@ QZHttpHeaderCollection* QZHttpFactory::CreateHeaderCollection(QZString* text)
                                            {
                                                // A line that does not split makes no header.
                                                if (line.Find(':') < 1) continue;
+                                               http::RequireOneLine(QZ_W("QZHttpHeader"), QZ_W("Set"), line);
                                                QZHttpHeader* header = CreateHeader();
                                                headers->Push(header);
                                                http::ReadHeader(header, line);
@@ -82,6 +84,7 @@ QZHttpCookieCollection* QZHttpFactory::CreateCookieCollection(QZString* text)
 {
     return http::Filled<QZHttpFactory>(CreateCookieCollection(), text, QZ_W("CreateCookieCollection"),
                                        [=](QZHttpCookieCollection* cookies) {
+                                           http::RequireOneLine(QZ_W("QZHttpCookie"), QZ_W("Set"), text);
                                            const QZScopedString list(QZStringFactory::CreateString(text));
                                            if (list->Contains(QZ_W("Cookie")))
                                                list->ReplaceThis(QZ_W("Cookie:"), QZ_W(""));

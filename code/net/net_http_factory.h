@@ -31,6 +31,7 @@ public:
     static QZHttpHeaderCollection* CreateHeaderCollection();
     /// One header for each line of the text that a colon after its first character splits. Other lines make
     /// none.
+    /// @throws QZException InvalidArgument in strict mode for a line with a line end or a NUL in it
     static QZHttpHeaderCollection* CreateHeaderCollection(QZString* text);
 
     static QZHttpCookieCollection* CreateCookieCollection();

@@ -2,6 +2,7 @@
 
 #include "fw/internal/fw_number_text.h"
 #include "fw/internal/fw_scoped.h"
+#include "net/internal/net_http_guard.h"
 #include "net/internal/net_ownership.h"
 #include "net/net_http_factory.h"
 
@@ -34,6 +35,14 @@ void AddCookie(QZHttpCookieCollection* cookies, Text text, bool nameless)
     if (nameless || cookie->GetName()->GetSize() > 0) Enter(&cookie, cookies);
 }
 
+void PushHeader(QZHttpHeaderCollection* headers, Text name, Text value)
+{
+    QZScoped<QZHttpHeader, QZHttpFactory> header(QZHttpFactory::CreateHeader());
+    Assign(header->GetName(), name);
+    Assign(header->GetValue(), value);
+    Enter(&header, headers);
+}
+
 bool RemoveHeader(QZHttpHeaderCollection* headers, Text name)
 {
     const QZInt64 count = headers->Count();
@@ -50,11 +59,9 @@ bool RemoveHeader(QZHttpHeaderCollection* headers, Text name)
 
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, Text value)
 {
+    for (const Text text : {name, value}) RequireOneLine(QZ_W("QZHttpHeader"), QZ_W("Set"), text);
     if (QZHttpHeader* present = FindHeader(headers, name)) return Assign(present->GetValue(), value);
-    QZScoped<QZHttpHeader, QZHttpFactory> header(QZHttpFactory::CreateHeader());
-    Assign(header->GetName(), name);
-    Assign(header->GetValue(), value);
-    Enter(&header, headers);
+    PushHeader(headers, name, value);
 }
 
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, QZInt64 value)

@@ -1,5 +1,7 @@
 #include "net/internal/net_http_head.h"
 
+#include "net/internal/net_http_guard.h"
+
 namespace http
 {
 void HeadBuilder::AppendHeaders(QZHttpHeaderCollection* headers)
@@ -8,6 +10,8 @@ void HeadBuilder::AppendHeaders(QZHttpHeaderCollection* headers)
     for (QZInt64 i = 0; i < count; ++i)
     {
         QZHttpHeader* header = headers->GetElement(i);
+        for (QZString* text : {header->GetName(), header->GetValue()})
+            RequireOneLine(QZ_W("QZHttpHeader"), QZ_W("ToData"), text);
         Append(header->GetName());
         Append(QZ_W(": "));
         Append(header->GetValue());

@@ -3,6 +3,7 @@
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_scoped.h"
 #include "net/internal/net_http_elements.h"
+#include "net/internal/net_http_guard.h"
 #include "net/internal/net_http_text.h"
 
 const QZInt64 QZHttpHeader::Type;
@@ -25,6 +26,7 @@ QZString* QZHttpHeader::GetValue() { return &m_value; }
 
 void QZHttpHeader::Set(QZString* line)
 {
+    http::RequireOneLine(QZ_W("QZHttpHeader"), QZ_W("Set"), line);
     if (line != &m_name && line != &m_value) return http::ReadHeader(&m_name, &m_value, line);
     const QZScopedString copy(QZStringFactory::CreateString(line));
     http::ReadHeader(&m_name, &m_value, copy.Get());

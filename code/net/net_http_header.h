@@ -24,6 +24,7 @@ public:
 
     /// Splits a line at its first colon and trims both sides. A line without a colon, or with one at its
     /// start, leaves the header as it was.
+    /// @throws QZException InvalidArgument in strict mode for a line with a line end or a NUL in it
     void Set(QZString* line);
 
     /// Empties name and value.

@@ -1,6 +1,7 @@
 #include "net/net_http_request.h"
 
 #include "net/internal/net_http_give_back.h"
+#include "net/internal/net_http_guard.h"
 #include "net/internal/net_http_head.h"
 #include "net/internal/net_ownership.h"
 
@@ -27,6 +28,8 @@ void SetUrlText(QZUrl* url, const QZWChar* text)
 /// Appends the whole head. Puts the method in upper case.
 void AppendHead(http::HeadBuilder* head, QZHttpRequest* request)
 {
+    for (QZString* text : {request->GetMethod(), request->GetUrl()->GetUrl(), request->GetVersion()})
+        http::RequireOneLine(kClass, QZ_W("ToData"), text);
     request->GetMethod()->ToUpperThis();
     head->Append(request->GetMethod());
     head->Append(' ');
@@ -46,6 +49,8 @@ void AppendHead(http::HeadBuilder* head, QZHttpRequest* request)
     for (QZInt64 i = 0; i < count; ++i)
     {
         QZHttpCookie* cookie = cookies->GetElement(i);
+        for (QZString* text : {cookie->GetName(), cookie->GetValue()})
+            http::RequireOneLine(kClass, QZ_W("ToData"), text);
         if (i == 0)
             head->Append(QZ_W("Cookie: "));
         else
@@ -156,11 +161,32 @@ QZData* QZHttpRequest::ToData() { return http::MessageToData(this, AppendHead); 
 
 QZString* QZHttpRequest::GetVersion() { return &m_version; }
 QZUrl* QZHttpRequest::GetUrl() { return &m_url; }
-void QZHttpRequest::SetUrl(QZString* url) { m_url.Set(url); }
+
+void QZHttpRequest::SetUrl(QZString* url)
+{
+    http::RequireOneLine(kClass, QZ_W("SetUrl"), url);
+    m_url.Set(url);
+}
+
 QZString* QZHttpRequest::GetMethod() { return &m_method; }
-void QZHttpRequest::SetMethod(QZString* method) { m_method.Set(method); }
-void QZHttpRequest::SetMethod(const char* method) { m_method.Set(method); }
-void QZHttpRequest::SetMethod(const QZWChar* method) { m_method.Set(method); }
+
+void QZHttpRequest::SetMethod(QZString* method)
+{
+    http::RequireOneLine(kClass, QZ_W("SetMethod"), method);
+    m_method.Set(method);
+}
+
+void QZHttpRequest::SetMethod(const char* method)
+{
+    http::RequireOneLine(kClass, QZ_W("SetMethod"), method);
+    m_method.Set(method);
+}
+
+void QZHttpRequest::SetMethod(const QZWChar* method)
+{
+    http::RequireOneLine(kClass, QZ_W("SetMethod"), method);
+    m_method.Set(method);
+}
 
 QZData* QZHttpRequest::GetContent() { return QZHttpContext::GetContent(); }
 void QZHttpRequest::SetContent(const QZData* content) { m_content.Set(content); }

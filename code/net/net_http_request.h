@@ -41,8 +41,10 @@ public:
     /// Always "HTTP/1.1", also after reading a request line with another version.
     QZString* GetVersion();
     QZUrl* GetUrl();
+    /// @throws QZException InvalidArgument in strict mode for a text with a line end or a NUL in it
     void SetUrl(QZString* url);
     QZString* GetMethod();
+    /// @throws QZException InvalidArgument in strict mode for a text with a line end or a NUL in it
     void SetMethod(QZString* method);
     void SetMethod(const char* method);
     void SetMethod(const QZWChar* method);

@@ -2,7 +2,9 @@
 
 #include "fw/internal/fw_number_text.h"
 #include "net/internal/net_http_give_back.h"
+#include "net/internal/net_http_guard.h"
 #include "net/internal/net_http_head.h"
+#include "net/internal/net_http_reason.h"
 #include "net/internal/net_ownership.h"
 
 const QZInt64 QZHttpResponse::Type;
@@ -22,6 +24,7 @@ QZHttpException* BadResponse()
 /// Appends the whole head.
 void AppendHead(http::HeadBuilder* head, QZHttpResponse* response)
 {
+    http::RequireOneLine(kClass, QZ_W("ToData"), response->GetStatus());
     head->Append(QZ_W("HTTP/1.1 "));
     head->Append(response->GetStatus());
     head->Append(QZ_W("\r\n"));
@@ -31,6 +34,9 @@ void AppendHead(http::HeadBuilder* head, QZHttpResponse* response)
     for (QZInt64 i = 0; i < count; ++i)
     {
         QZHttpCookie* cookie = cookies->GetElement(i);
+        for (QZString* text : {cookie->GetName(), cookie->GetValue(), cookie->GetDomain(),
+                               cookie->GetExpries(), cookie->GetPath()})
+            http::RequireOneLine(kClass, QZ_W("ToData"), text);
         head->Append(QZ_W("Set-Cookie: "));
         head->Append(cookie->GetName());
         head->Append('=');
@@ -109,9 +115,23 @@ QZString* QZHttpResponse::GetHead() { return http::HeadToString(this, AppendHead
 QZData* QZHttpResponse::ToData() { return http::MessageToData(this, AppendHead); }
 
 QZString* QZHttpResponse::GetStatus() { return &m_status; }
-void QZHttpResponse::SetStatus(QZString* status) { m_status.Set(status); }
-void QZHttpResponse::SetStatus(const char* status) { m_status.Set(status); }
-void QZHttpResponse::SetStatus(const QZWChar* status) { m_status.Set(status); }
+void QZHttpResponse::SetStatus(QZString* status)
+{
+    http::RequireOneLine(kClass, QZ_W("SetStatus"), status);
+    m_status.Set(status);
+}
+
+void QZHttpResponse::SetStatus(const char* status)
+{
+    http::RequireOneLine(kClass, QZ_W("SetStatus"), status);
+    m_status.Set(status);
+}
+
+void QZHttpResponse::SetStatus(const QZWChar* status)
+{
+    http::RequireOneLine(kClass, QZ_W("SetStatus"), status);
+    m_status.Set(status);
+}
 
 void QZHttpResponse::SetStatus(int code)
 {
@@ -119,7 +139,7 @@ void QZHttpResponse::SetStatus(int code)
     const int count = number::WriteInt64(digits, code);
     m_status.Set(digits, count * 2);
     m_status.Append(QZ_W(" "));
-    m_status.Append(QZHttpStatusCode::ToMessage(static_cast<float>(code)));
+    m_status.Append(http::ReasonOf(code));
 }
 
 QZInt64 QZHttpResponse::GetHandle() { return m_handle; }

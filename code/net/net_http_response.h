@@ -35,10 +35,13 @@ public:
     QZData* ToData();
 
     QZString* GetStatus();
+    /// Sets the whole text.
+    /// @throws QZException InvalidArgument in strict mode for a text with a line end or a NUL in it
     void SetStatus(QZString* status);
     void SetStatus(const char* status);
     void SetStatus(const QZWChar* status);
-    /// Sets the number, a blank, and the text of QZHttpStatusCode, if there is one.
+    /// Sets the number, a blank, and the text of QZHttpStatusCode, if there is one. In strict mode the other
+    /// codes of RFC 9110 have a text too.
     void SetStatus(int code);
 
     QZInt64 GetHandle();

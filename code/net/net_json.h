@@ -4,14 +4,12 @@
 #include <atomic>
 #include <concepts>
 #include <cstddef>
-#include <memory>
-#include <string>
+#include <cstdint>
 
 #include "fw/fw_container.h"
 #include "fw/fw_object.h"
 #include "fw/fw_object_cache.h"
 
-class JsonAttributes;
 class QZCriticalSection;
 class QZDataTable;
 class QZObjectCache;
@@ -57,12 +55,17 @@ protected:
 private:
     friend struct QZJsonAccess;
 
-    /// The text until Val is called for the string.
-    std::basic_string<QZWChar> m_text;
-    /// The string; null until the first call of Val. The value keeps it when it goes back to its cache.
-    QZString* m_string = nullptr;
-    /// m_string while it is the value's text; null while m_text is.
-    std::atomic<QZString*> m_val = nullptr;
+    /// A short text until Val is called for the string, or the address of a longer text, or of the values in
+    /// an array or object.
+    union Cell
+    {
+        QZWChar Units[8];
+        void* Part;
+    };
+    Cell m_cell;
+    /// The address of the string; 0 until the first call of Val. Its lowest bit is set while the string is
+    /// not the value's text: the value keeps the string when it goes back to its cache.
+    std::atomic<std::uintptr_t> m_string = 0;
 };
 
 /// True or false.
@@ -141,6 +144,10 @@ class QZ_API QZJsonValueCollection : public QZJsonValue
 public:
     static const QZInt64 Type = 0x8010040;
 
+    QZJsonValueCollection(const QZJsonValueCollection& other);
+    QZJsonValueCollection& operator=(const QZJsonValueCollection& other);
+    ~QZJsonValueCollection() override;
+
     QZInt64 GetMemorySize() override;
     QZInt64 GetType() override;
     QZString* ToString() override;
@@ -199,10 +206,6 @@ protected:
     QZJsonValueCollection();
     static QZObject* NewObject();
     static void DeleteObject(QZObject* value);
-
-private:
-    friend struct QZJsonAccess;
-    std::shared_ptr<QZList<QZJsonValue>> m_list;
 };
 
 /// Named values, in the order in which their names were added. Names that differ only in the case of A to Z
@@ -211,6 +214,10 @@ class QZ_API QZJsonObject : public QZJsonValue
 {
 public:
     static const QZInt64 Type = 0x8010050;
+
+    QZJsonObject(const QZJsonObject& other);
+    QZJsonObject& operator=(const QZJsonObject& other);
+    ~QZJsonObject() override;
 
     QZInt64 GetMemorySize() override;
     QZInt64 GetType() override;
@@ -276,9 +283,6 @@ protected:
 private:
     friend struct QZJsonAccess;
     explicit QZJsonObject(std::nullptr_t);
-
-    /// Null in an object of QZJson::Parse until it gets its first attribute.
-    std::shared_ptr<JsonAttributes> m_attributes;
 };
 
 /// The value null.
@@ -362,8 +366,16 @@ public:
     /// Breaks JSON text into lines with one tab for each level; "[{" and ",{" stay on one line. The text is
     /// not parsed, so symbols inside strings count too. A new string. QZJson::Write with an Indent keeps
     /// strings as they are.
-    /// @throws QZException 1792 for null
+    /// The tabs grow with the square of the depth: for texts from strangers use TryFormat.
+    /// @throws QZException 1792 for null, 4352 at once for a result of more than 2^30 units
     static QZString* Format(QZString* text);
+
+    /// An addition: Format for a result of at most so many units.
+    /// @param longest  above it nothing is built
+    /// @param result   a new string; set only when the result is 1
+    /// @return 1, or 0 for a text whose result would be longer
+    /// @throws QZException 1792 for a null text
+    static QZBool TryFormat(QZString* text, QZInt64 longest, QZString** result);
 
     /// Removes the line ends of JSON text, and after the first line end, bracket, brace or comma also all
     /// blanks and tabs, including those inside strings. A new string. QZJson::Write keeps strings as they
@@ -373,6 +385,10 @@ public:
 
     /// Collects the seven caches; see QZObjectCache::Collect.
     static void Collect(QZBool partial);
+
+    /// An addition: bounds what each of the seven caches keeps idle; see QZObjectCache::SetIdleLimit. Names
+    /// and texts of values that a host asked for are in the caches of QZStringFactory.
+    static void SetIdleLimit(QZInt64 objects, QZInt64 bytes);
 
     /// A new object with the number of idle values in each cache: "JsonValueCache", "JsonDecimalCache",
     /// "JsonBoolCache", "JsonStringCache", "JsonObjectCache", "JsonNullCache" and "JsonValueCollectionCache".

@@ -3,41 +3,64 @@
 #include <vector>
 
 #include "fw/internal/fw_start.h"
+#include "net/internal/net_json_list.h"
 
 QZJsonString* QZJsonAccess::NewString() { return QZTake<QZJsonString>(QZJsonFactory::m_stringCache); }
 
-JsonView QZJsonAccess::TextOf(QZJsonValue* value)
+JsonView QZJsonAccess::TextOf(const QZJsonValue* value)
 {
     QZString* string = StringOf(value);
-    return string != nullptr ? JsonViewOf(string) : JsonView(value->m_text);
+    return string != nullptr ? JsonViewOf(string) : Cell::View(value->m_cell);
 }
 
 void QZJsonAccess::SetText(QZJsonValue* value, JsonView text)
 {
-    if (QZString* string = StringOf(value))
+    QZString* string = StringOf(value);
+    if (string == nullptr && Cell::HasParts(value->m_cell))
+    {
+        if (text.empty()) return;
+        string = UseString(value);
+    }
+    if (string != nullptr)
         string->Set(text.data(), static_cast<QZInt64>(text.size()) * 2);
     else
-        value->m_text.assign(text);
+        Cell::Assign(&value->m_cell, text);
 }
 
 void QZJsonAccess::ClearText(QZJsonValue* value)
 {
-    value->m_text.clear();
-    if (StringOf(value) == nullptr) return;
-    value->m_string->Clear();
-    value->m_val.store(nullptr, std::memory_order_relaxed);
+    Cell::Clear(&value->m_cell);
+    QZString* string = StringOf(value);
+    if (string == nullptr) return;
+    string->Clear();
+    value->m_string.fetch_or(kNotInUse, std::memory_order_relaxed);
 }
 
-QZJsonObject* QZJsonAccess::NewSmallObject()
+QZString* QZJsonAccess::UseString(QZJsonValue* value)
 {
-    QZObjectCache* cache = QZJsonFactory::m_objectCache;
-    return cache->Count() > 0 ? QZTake<QZJsonObject>(cache) : new QZJsonObject(nullptr);
+    const std::lock_guard<std::mutex> guard(g_jsonStringLock);
+    if (QZString* string = StringOf(value)) return string;
+    QZString* string = KeptStringOf(value);
+    if (string == nullptr)
+    {
+        string = new QZString();
+        string->SetDisposable(value->QZObject::GetObjectID(), 0);
+        // From here on the value deletes it, also when the text cannot be copied.
+        value->m_string.store(reinterpret_cast<std::uintptr_t>(string) | kNotInUse,
+                              std::memory_order_relaxed);
+    }
+    const JsonView text = Cell::View(value->m_cell);
+    string->Set(text.data(), static_cast<QZInt64>(text.size()) * 2);
+    value->m_string.store(reinterpret_cast<std::uintptr_t>(string), std::memory_order_release);
+    return string;
 }
 
-JsonAttributes* QZJsonAccess::AttributesOf(QZJsonObject* object)
+void QZJsonAccess::BeginParts(QZJsonValue* value)
 {
-    if (object->m_attributes == nullptr) object->m_attributes = std::make_shared<JsonAttributes>(false);
-    return object->m_attributes.get();
+    if (!TextOf(value).empty()) UseString(value);
+    Cell::End(&value->m_cell);
+    value->m_cell.Part = nullptr;
+    Cell::Tag(value->m_cell) = Cell::kParts;
 }
 
 void QZJsonAccess::SetAttr(QZJsonObject* object, JsonView name, QZInt64 index, QZJsonValue* value)
@@ -63,10 +86,12 @@ QZJsonValue* QZJsonAccess::TakeLast(QZJsonValue* container)
 {
     const QZInt64 type = container->GetType();
     if (type == QZJsonValueCollection::Type)
-        return static_cast<QZJsonValueCollection*>(container)->m_list->Pop();
+    {
+        auto* array = static_cast<QZJsonValueCollection*>(container);
+        return JsonList::TakeOut(array, JsonList::Last(array));
+    }
     if (type != QZJsonObject::Type) return nullptr;
-    auto* object = static_cast<QZJsonObject*>(container);
-    JsonAttributes* attributes = object->m_attributes.get();
+    JsonAttributes* attributes = FindAttributes(static_cast<QZJsonObject*>(container));
     return attributes != nullptr ? attributes->Remove(attributes->Count() - 1) : nullptr;
 }
 
@@ -114,7 +139,7 @@ QZInt64 QZJsonAccess::SizeOfContent(QZJsonValue* container)
             for (QZInt64 i = 0; i < count; ++i) visit(object->GetAttrValue(i));
             continue;
         }
-        QZObject* value = static_cast<QZJsonValueCollection*>(current)->m_list->GetFirst();
+        QZObject* value = JsonList::First(static_cast<QZJsonValueCollection*>(current));
         for (; value != nullptr; value = value->LinkNext()) visit(static_cast<QZJsonValue*>(value));
     }
     return size;

@@ -1,6 +1,8 @@
 #include "net/internal/net_json_attributes.h"
 
+#include "fw/fw_keyed.h"
 #include "fw/fw_string_factory.h"
+#include "fw/internal/fw_string_lists.h"
 #include "net/internal/net_characters.h"
 #include "net/internal/net_json_access.h"
 
@@ -12,13 +14,10 @@ bool JsonSameName(JsonView a, JsonView b)
     return true;
 }
 
-JsonAttributes::JsonAttributes(bool withNameList)
-    : m_nameList(withNameList ? std::make_unique<QZKeyValueCollection>() : nullptr)
-{}
-
 JsonAttributes::~JsonAttributes()
 {
     while (QZJsonValue* value = Remove(Count() - 1)) QZJsonAccess::DiscardFree(value);
+    if (m_list != NameList::None) QZStringListGive(m_held);
 }
 
 JsonView JsonAttributes::NameAt(QZInt64 index) const
@@ -67,7 +66,7 @@ void JsonAttributes::Add(JsonView name, QZJsonValue* value)
 
 void JsonAttributes::Append(JsonView name, QZJsonValue* value)
 {
-    value->SetDisposable(GetObjectID(), 0);
+    value->SetDisposable(m_key, 0);
     // An empty name has no place in the text, so that it stays right when names before it go.
     m_entries.push_back({value, nullptr, name.empty() ? 0 : m_names.size(), name.size()});
     m_names.append(name);
@@ -76,12 +75,12 @@ void JsonAttributes::Append(JsonView name, QZJsonValue* value)
 void JsonAttributes::Unlock(QZJsonValue* value)
 {
     // A value that Replace put in was never locked, so the result is not checked.
-    static_cast<void>(value->SetDisposable(GetObjectID(), 1));
+    static_cast<void>(value->SetDisposable(m_key, 1));
 }
 
 QZJsonValue* JsonAttributes::Exchange(QZInt64 index, QZJsonValue* value)
 {
-    value->SetDisposable(GetObjectID(), 0);
+    value->SetDisposable(m_key, 0);
     return Replace(index, value);
 }
 

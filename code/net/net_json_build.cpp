@@ -7,6 +7,7 @@
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_json_access.h"
+#include "net/internal/net_json_list.h"
 
 namespace
 {
@@ -115,7 +116,10 @@ QZBool QZJsonDecimal::GetUInt64(QZUInt64* value) { return ReadText(this, &QZConv
 
 QZJsonValue* QZJsonValueCollection::At(QZInt64 index)
 {
-    return index < 0 || index >= m_list->Count() ? nullptr : m_list->GetElement(index);
+    if (index < 0 || index >= JsonList::Count(this)) return nullptr;
+    QZJsonValue* value = JsonList::First(this);
+    for (QZInt64 i = 0; i < index; ++i) value = Next(value);
+    return value;
 }
 
 QZJsonValue* QZJsonValueCollection::Next(QZJsonValue* value)
@@ -123,29 +127,29 @@ QZJsonValue* QZJsonValueCollection::Next(QZJsonValue* value)
     return value == nullptr ? nullptr : static_cast<QZJsonValue*>(value->LinkNext());
 }
 
-void QZJsonValueCollection::Add(QZJsonValue* value) { m_list->AddLast(value); }
+void QZJsonValueCollection::Add(QZJsonValue* value) { JsonList::AddLast(this, value, QZ_W("Push")); }
 
 void QZJsonValueCollection::Insert(QZInt64 index, QZJsonValue* value)
 {
-    const QZInt64 count = m_list->Count();
+    const QZInt64 count = JsonList::Count(this);
     if (index < 0 || index > count)
         throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::ArgumentOutOfRange),
                       QZ_W("QZJsonValueCollection"), QZ_W("Insert"))
             .Argument(QZ_W("QZInt64"), index)
             .Exception();
     // The first addition throws for a value that cannot be added; the list is as it was then.
-    m_list->AddLast(value);
-    m_list->Pop();
+    Add(value);
+    JsonList::TakeOut(this, value);
     QZList<QZJsonValue> behind;
-    for (QZInt64 i = count; i > index; --i) behind.AddFirst(m_list->Pop());
-    m_list->AddLast(value);
-    while (QZJsonValue* next = behind.DeQueue()) m_list->AddLast(next);
+    for (QZInt64 i = count; i > index; --i) behind.AddFirst(JsonList::TakeOut(this, JsonList::Last(this)));
+    Add(value);
+    while (QZJsonValue* next = behind.DeQueue()) Add(next);
 }
 
 QZJsonValue* QZJsonValueCollection::TakeAt(QZInt64 index)
 {
     QZJsonValue* value = At(index);
-    if (value != nullptr) m_list->RemoveElement(value);
+    JsonList::Remove(this, value);
     return value;
 }
 

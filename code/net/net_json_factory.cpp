@@ -208,6 +208,15 @@ void QZJsonFactory::Collect(QZBool partial)
         cache->Collect(partial);
 }
 
+void QZJsonFactory::SetIdleLimit(QZInt64 objects, QZInt64 bytes)
+{
+    if (m_section == nullptr) return;
+    const QZCriticalGuard guard(m_section);
+    for (QZObjectCache* cache : {m_valueCache, m_decimalCache, m_boolCache, m_objectCache, m_nullCache,
+                                 m_stringCache, m_collectionCache})
+        cache->SetIdleLimit(objects, bytes);
+}
+
 QZInt64 QZJsonFactory::GetMemorySize()
 {
     if (m_section == nullptr) return 0;

@@ -3,7 +3,10 @@
 // to any depth.
 
 #include <algorithm>
+#include <cstdint>
+#include <deque>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "fw/fw_string.h"
@@ -11,6 +14,7 @@
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_characters.h"
 #include "net/internal/net_json_access.h"
+#include "net/internal/net_json_list.h"
 #include "net/internal/net_json_symbols.h"
 
 namespace
@@ -37,46 +41,97 @@ QZTrace<QZJsonException> Failure(QZInt64 code)
 [[noreturn]] void Throw(QZInt64 code) { throw Failure(code).Exception(); }
 
 /// A hash table of the names of one large object while it is read. It finds the same name as
-/// JsonAttributes::Find, which compares all names.
+/// JsonAttributes::Find, which compares all names. Names that were chosen to meet in the table move to a
+/// sorted set.
 class NameIndex
 {
 public:
     /// Smaller objects use JsonAttributes::Find.
     static constexpr QZInt64 kWorthwhile = 16;
 
-    explicit NameIndex(const JsonAttributes* names) : m_names(names)
+    explicit NameIndex(const JsonAttributes* names) : m_names(names), m_sorted(Less{names})
     {
         for (QZInt64 i = 0; i < m_names->Count(); ++i) Add(i);
     }
 
-    QZInt64 Find(JsonView name) const
+    QZInt64 Find(JsonView name)
     {
-        for (std::size_t slot = Hash(name) & (m_slots.size() - 1);; slot = (slot + 1) & (m_slots.size() - 1))
+        if (m_isSorted) return FindSorted(name);
+        const std::size_t mask = m_slots.size() - 1;
+        std::size_t slot = Hash(name) & mask;
+        for (std::size_t steps = 0; steps < kManySteps; ++steps, slot = (slot + 1) & mask)
         {
             const QZInt64 index = m_slots[slot];
             if (index < 0 || JsonSameName(m_names->NameAt(index), name)) return index;
         }
+        Sort();
+        return FindSorted(name);
     }
 
     /// Adds the name at the index; names are added in the order of their indexes.
     void Add(QZInt64 index)
     {
-        if (static_cast<std::size_t>(index) * 2 >= m_slots.size()) Grow(index);
-        Put(index);
+        if (!m_isSorted && static_cast<std::size_t>(index) * 2 >= m_slots.size()) Grow(index);
+        if (!m_isSorted && !Put(index)) Sort();
+        if (m_isSorted) m_sorted.insert(index);
     }
 
 private:
+    /// More steps than a table that is half full needs for names that nobody chose.
+    static constexpr std::size_t kManySteps = 256;
+
+    /// Orders names by their lower-case units.
+    struct Less
+    {
+        using is_transparent = void;
+        const JsonAttributes* Names;
+
+        bool operator()(QZInt64 a, QZInt64 b) const { return Compare(Names->NameAt(a), Names->NameAt(b)); }
+        bool operator()(QZInt64 a, JsonView b) const { return Compare(Names->NameAt(a), b); }
+        bool operator()(JsonView a, QZInt64 b) const { return Compare(a, Names->NameAt(b)); }
+
+        static bool Compare(JsonView a, JsonView b)
+        {
+            return std::lexicographical_compare(
+                a.begin(), a.end(), b.begin(), b.end(),
+                [](QZWChar x, QZWChar y) { return net::Lower(x) < net::Lower(y); });
+        }
+    };
+
     void Grow(QZInt64 count)
     {
         m_slots.assign(std::max<std::size_t>(m_slots.size() * 4, 64), -1);
-        for (QZInt64 i = 0; i < count; ++i) Put(i);
+        for (QZInt64 i = 0; i < count && !m_isSorted; ++i)
+            if (!Put(i)) return SortUpTo(count);
     }
 
-    void Put(QZInt64 index)
+    /// False when the name finds no place within the steps.
+    bool Put(QZInt64 index)
     {
-        std::size_t slot = Hash(m_names->NameAt(index)) & (m_slots.size() - 1);
-        while (m_slots[slot] >= 0) slot = (slot + 1) & (m_slots.size() - 1);
-        m_slots[slot] = index;
+        const std::size_t mask = m_slots.size() - 1;
+        std::size_t slot = Hash(m_names->NameAt(index)) & mask;
+        for (std::size_t steps = 0; steps < kManySteps; ++steps, slot = (slot + 1) & mask)
+        {
+            if (m_slots[slot] >= 0) continue;
+            m_slots[slot] = index;
+            return true;
+        }
+        return false;
+    }
+
+    void Sort() { SortUpTo(m_names->Count()); }
+
+    void SortUpTo(QZInt64 count)
+    {
+        m_isSorted = true;
+        m_slots = {};
+        for (QZInt64 i = 0; i < count; ++i) m_sorted.insert(i);
+    }
+
+    QZInt64 FindSorted(JsonView name) const
+    {
+        const auto found = m_sorted.find(name);
+        return found == m_sorted.end() ? -1 : *found;
     }
 
     static std::size_t Hash(JsonView name)
@@ -89,6 +144,8 @@ private:
 
     const JsonAttributes* m_names;
     std::vector<QZInt64> m_slots;
+    std::set<QZInt64, Less> m_sorted;
+    bool m_isSorted = false;
 };
 
 /// Units of the text from `begin` to `end`, both included.
@@ -98,6 +155,8 @@ struct Stretch
     QZInt64 end;
 };
 
+/// @tparam Word  holds the positions of the text
+template <typename Word>
 class Reader
 {
 public:
@@ -107,7 +166,7 @@ public:
     {
         // When the text cannot be read, the values made so far are deleted; none goes back to a cache.
         if (m_value != nullptr) QZJsonAccess::Discard(m_value);
-        for (Level& level : m_levels) QZJsonAccess::Discard(level.value);
+        for (const Level& level : m_levels) QZJsonAccess::Discard(level.Value());
     }
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
@@ -127,7 +186,7 @@ public:
         {
             if (m_value != nullptr)
                 Attach();
-            else if (m_levels.back().object != nullptr)
+            else if (m_levels.back().IsObject())
                 StepObject();
             else
                 StepArray();
@@ -139,31 +198,33 @@ public:
     }
 
 private:
-    /// An array or object that is being read. A stretch is the text between two commas of its level.
+    /// An array or object that is being read. A stretch is the text between two commas of its level. A text
+    /// may open one with every unit, so a level is small: what only objects need is in m_pairs.
     struct Level
     {
-        QZJsonValue* value;
-        QZJsonObject* object;  ///< null for an array
-        QZInt64 closing;       ///< its closing symbol
-        QZInt64 next;          ///< the symbol at which reading continues
-        QZInt64 begin;         ///< arrays: the beginning of the next stretch
-        QZInt64 comma;         ///< objects: the symbol that ends the current stretch
-        QZInt64 first;         ///< objects: the first symbol of the current stretch
-        QZInt64 colon;         ///< objects: the colon of the current pair; kNone between stretches
-        JsonView name;         ///< objects: the name whose value is being read
-        std::unique_ptr<NameIndex> names;
+        std::uintptr_t word;  ///< the address of the value, and the lowest bit set for an object
+        Word closing;         ///< its closing symbol
+        Word next;            ///< the symbol at which reading continues; the one before it ends the stretch
 
-        Level(QZJsonValue* v, QZJsonObject* o, QZInt64 opening, QZInt64 end, QZInt64 index)
-            : value(v),
-              object(o),
-              closing(end),
-              next(opening + 1),
-              begin(index + 1),
-              comma(opening),
-              first(opening + 1),
-              colon(JsonSymbols::kNone)
-        {}
+        bool IsObject() const { return (word & 1) != 0; }
+        QZJsonValue* Value() const { return reinterpret_cast<QZJsonValue*>(word & ~std::uintptr_t{1}); }
+        QZJsonObject* Object() const { return static_cast<QZJsonObject*>(Value()); }
+        QZJsonValueCollection* Array() const { return static_cast<QZJsonValueCollection*>(Value()); }
     };
+
+    /// Where the reader is in an object. All pairs of one stretch have the name of its first one, so each
+    /// replaces the pair before it.
+    struct Pairs
+    {
+        Word colon;      ///< of the current pair; kNoColon between stretches
+        Word next;       ///< the colon of the next pair in the stretch, or kNoColon
+        Word nameBegin;  ///< of the name, in the text
+        Word nameLength;
+        Word end;  ///< the last unit of the stretch, without white space at its end
+        std::unique_ptr<NameIndex> names;
+    };
+
+    static constexpr Word kNoColon = static_cast<Word>(-1);
 
     /// Units of the text from `begin` up to, but without, `end`.
     JsonView ViewOf(QZInt64 begin, QZInt64 end) const
@@ -173,29 +234,42 @@ private:
 
     QZWChar UnitOf(QZInt64 symbol) const { return m_text[m_symbols.Index(symbol)]; }
 
+    /// The first and the last unit of the stretch that are no white space; without any, the end is before the
+    /// beginning.
+    Stretch Trimmed(Stretch stretch) const
+    {
+        while (stretch.begin <= stretch.end && IsWhiteSpace(m_text[stretch.begin])) ++stretch.begin;
+        while (stretch.end > stretch.begin && IsWhiteSpace(m_text[stretch.end])) --stretch.end;
+        return stretch;
+    }
+
     /// Reads one value into m_value, or opens it as a new level.
     /// @param symbol  the first symbol at or after the beginning of the stretch
     void ReadValue(Stretch stretch, QZInt64 symbol)
     {
-        Stretch trimmed = stretch;
-        while (trimmed.begin <= trimmed.end && IsWhiteSpace(m_text[trimmed.begin])) ++trimmed.begin;
-        while (trimmed.end > trimmed.begin && IsWhiteSpace(m_text[trimmed.end])) --trimmed.end;
+        ReadTrimmed(Trimmed(stretch), m_text[stretch.end] == '"', symbol);
+    }
+
+    /// @param whole      a string ends at the last unit, see ReadString
+    /// @param isDropped  a later pair replaces the value: faults are found, but its text is not copied
+    void ReadTrimmed(Stretch trimmed, bool whole, QZInt64 symbol, bool isDropped = false)
+    {
         if (trimmed.begin > trimmed.end) Throw(QZJsonExceptionCode::UnknwonDataType);
         const QZWChar unit = m_text[trimmed.begin];
         if (unit == '"')
-            ReadString(trimmed, m_text[stretch.end] == '"', symbol);
+            ReadString(trimmed, whole, symbol, isDropped);
         else if (unit == '[' || unit == '{')
             Open(symbol, unit == '{');
         else if (IsDigit(unit) ||
                  (unit == '-' && trimmed.begin < trimmed.end && IsDigit(m_text[trimmed.begin + 1])))
-            ReadNumber(trimmed);
+            ReadNumber(trimmed, isDropped);
         else
             ReadWord(trimmed);
     }
 
     /// Reads a string. It ends at the last unit of the stretch when that is a quotation mark (`whole`), else
     /// at the next quotation mark.
-    void ReadString(Stretch stretch, bool whole, QZInt64 symbol)
+    void ReadString(Stretch stretch, bool whole, QZInt64 symbol, bool isDropped)
     {
         QZInt64 end = stretch.end;
         if (!whole)
@@ -206,13 +280,14 @@ private:
         }
         if (end <= stretch.begin || end > stretch.end) Throw(QZJsonExceptionCode::JsonFormatException);
         m_value = QZJsonAccess::NewString();
-        QZJsonAccess::SetText(m_value, ViewOf(stretch.begin + 1, end));
+        if (!isDropped) QZJsonAccess::SetText(m_value, ViewOf(stretch.begin + 1, end));
     }
 
-    void ReadNumber(Stretch stretch)
+    void ReadNumber(Stretch stretch, bool isDropped)
     {
-        m_value = QZJsonFactory::CreateDecimal(
-            number::ReadDouble(m_text + stretch.begin, stretch.end - stretch.begin + 1));
+        const double value =
+            isDropped ? 0 : number::ReadDouble(m_text + stretch.begin, stretch.end - stretch.begin + 1);
+        m_value = QZJsonFactory::CreateDecimal(value);
     }
 
     void ReadWord(Stretch stretch)
@@ -237,14 +312,14 @@ private:
     void Open(QZInt64 symbol, bool isObject)
     {
         const QZInt64 closing = m_symbols.ClosingOf(symbol);
-        QZJsonObject* object = nullptr;
         if (isObject)
-            m_value = object = QZJsonFactory::CreateObject();
+            m_value = QZJsonFactory::CreateObject();
         else
             m_value = QZJsonFactory::CreateValueCollection();
-        if (object == nullptr && IsBlankBetween(m_symbols.Index(symbol) + 1, m_symbols.Index(closing)))
-            return;
-        m_levels.emplace_back(m_value, object, symbol, closing, m_symbols.Index(symbol));
+        if (!isObject && IsBlankBetween(m_symbols.Index(symbol) + 1, m_symbols.Index(closing))) return;
+        if (isObject) m_pairs.push_back({kNoColon, kNoColon, 0, 0, 0, nullptr});
+        m_levels.push_back({reinterpret_cast<std::uintptr_t>(m_value) | (isObject ? 1u : 0u),
+                            static_cast<Word>(closing), static_cast<Word>(symbol + 1)});
         m_value = nullptr;
     }
 
@@ -257,28 +332,30 @@ private:
     /// Puts m_value into the innermost level.
     void Attach()
     {
-        Level& level = m_levels.back();
-        if (level.object == nullptr)
+        const Level& level = m_levels.back();
+        if (!level.IsObject())
         {
-            static_cast<QZJsonValueCollection*>(level.value)->Push(m_value);
+            JsonList::AddLast(level.Array(), m_value, QZ_W("Push"));
             m_value = nullptr;
             return;
         }
-        const JsonAttributes* attributes = QZJsonAccess::AttributesOf(level.object);
-        const QZInt64 index =
-            level.names != nullptr ? level.names->Find(level.name) : attributes->Find(level.name);
-        QZJsonAccess::SetAttr(level.object, level.name, index, m_value);
+        Pairs& pairs = m_pairs.back();
+        const JsonAttributes* attributes = QZJsonAccess::AttributesOf(level.Object());
+        const JsonView name(m_text + pairs.nameBegin, static_cast<std::size_t>(pairs.nameLength));
+        const QZInt64 index = pairs.names != nullptr ? pairs.names->Find(name) : attributes->Find(name);
+        QZJsonAccess::SetAttr(level.Object(), name, index, m_value);
         m_value = nullptr;
         if (index >= 0) return;
-        if (level.names != nullptr)
-            level.names->Add(attributes->Count() - 1);
+        if (pairs.names != nullptr)
+            pairs.names->Add(attributes->Count() - 1);
         else if (attributes->Count() == NameIndex::kWorthwhile)
-            level.names = std::make_unique<NameIndex>(attributes);
+            pairs.names = std::make_unique<NameIndex>(attributes);
     }
 
     void Close()
     {
-        m_value = m_levels.back().value;
+        m_value = m_levels.back().Value();
+        if (m_levels.back().IsObject()) m_pairs.pop_back();
         m_levels.pop_back();
     }
 
@@ -289,12 +366,11 @@ private:
         Level& level = m_levels.back();
         if (level.next > level.closing) return Close();
         const QZInt64 first = level.next;
+        const QZInt64 closing = level.closing;
         QZInt64 symbol = first;
-        while (symbol < level.closing && UnitOf(symbol) != ',') symbol = After(symbol);
-        const Stretch stretch{level.begin, m_symbols.Index(symbol) - 1};
-        level.begin = stretch.end + 2;
-        level.next = symbol + 1;
-        ReadValue(stretch, first);
+        while (symbol < closing && UnitOf(symbol) != ',') symbol = After(symbol);
+        level.next = static_cast<Word>(symbol + 1);
+        ReadValue({m_symbols.Index(first - 1) + 1, m_symbols.Index(symbol) - 1}, first);
     }
 
     /// The next symbol on the same level.
@@ -308,23 +384,36 @@ private:
     void StepObject()
     {
         Level& level = m_levels.back();
-        if (level.colon >= 0)
-        {
-            level.colon = NextColon(level.colon + 1, level.comma, nullptr);
-        }
+        Pairs& pairs = m_pairs.back();
+        if (pairs.colon != kNoColon)
+            pairs.colon = pairs.next;
         else if (level.next > level.closing)
-        {
             return Close();
-        }
         else
-        {
-            level.first = level.next;
-            level.colon = NextColon(level.first, level.closing, &level.comma);
-            level.next = level.comma + 1;
-        }
-        if (level.colon < 0) return;
-        TakeName(&level);
-        ReadValue({m_symbols.Index(level.colon) + 1, m_symbols.Index(level.comma) - 1}, level.colon + 1);
+            TakeStretch(&level, &pairs);
+        if (pairs.colon == kNoColon) return;
+        // The comma, or the end of the object.
+        const QZInt64 last = QZInt64{level.next} - 1;
+        pairs.next = static_cast<Word>(NextColon(QZInt64{pairs.colon} + 1, last, nullptr));
+        QZInt64 begin = m_symbols.Index(pairs.colon) + 1;
+        const QZInt64 end = m_symbols.Index(last) - 1;
+        while (begin <= end && IsWhiteSpace(m_text[begin])) ++begin;
+        const bool whole = m_text[end] == '"';
+        ReadTrimmed({begin, begin > end ? end : std::max<QZInt64>(begin, pairs.end)}, whole,
+                    QZInt64{pairs.colon} + 1, pairs.next != kNoColon);
+    }
+
+    /// Finds the end of the next stretch, its first colon and its name.
+    void TakeStretch(Level* level, Pairs* pairs)
+    {
+        const QZInt64 first = level->next;
+        QZInt64 comma = first;
+        pairs->colon = static_cast<Word>(NextColon(first, level->closing, &comma));
+        level->next = static_cast<Word>(comma + 1);
+        if (pairs->colon == kNoColon) return;
+        TakeName(pairs, first);
+        const QZInt64 begin = m_symbols.Index(pairs->colon) + 1;
+        pairs->end = static_cast<Word>(Trimmed({begin, m_symbols.Index(comma) - 1}).end);
     }
 
     /// The first colon outside quotation marks from a symbol on, or kNone. Nested values are skipped.
@@ -350,28 +439,33 @@ private:
         return colon;
     }
 
-    /// The name lies between the first two quotation marks before the colon.
-    void TakeName(Level* level)
+    /// The name lies between the first two quotation marks of the stretch, before the colon.
+    void TakeName(Pairs* pairs, QZInt64 first)
     {
-        QZInt64 opening = level->first;
-        while (opening < level->colon && UnitOf(opening) != '"') ++opening;
+        const QZInt64 colon = pairs->colon;
+        QZInt64 opening = first;
+        while (opening < colon && UnitOf(opening) != '"') ++opening;
         QZInt64 end = opening + 1;
-        while (end < level->colon && UnitOf(end) != '"') ++end;
-        if (end >= level->colon) Throw(QZJsonExceptionCode::JsonFormatException);
+        while (end < colon && UnitOf(end) != '"') ++end;
+        if (end >= colon) Throw(QZJsonExceptionCode::JsonFormatException);
         const QZInt64 begin = m_symbols.Index(opening) + 1;
-        level->name = ViewOf(begin, m_symbols.Index(end));
+        pairs->nameBegin = static_cast<Word>(begin);
+        pairs->nameLength = static_cast<Word>(m_symbols.Index(end) - begin);
     }
 
     const QZWChar* m_text;
     QZInt64 m_length;
     JsonSymbols m_symbols;
     QZJsonValue* m_value = nullptr;
-    std::vector<Level> m_levels;
+    std::deque<Level> m_levels;
+    /// One for each object in m_levels.
+    std::deque<Pairs> m_pairs;
 };
 }  // namespace
 
 QZJsonValue* QZJsonFactory::DeserializeObject(QZString* text)
 {
     if (QZString::IsNullOrWhiteSpace(text) || text->Equals(QZ_W("null"), 1)) return nullptr;
-    return Reader(text).Read();
+    if (text->GetLength() < 0x7FFFFFFF) return Reader<QZUInt32>(text).Read();
+    return Reader<QZInt64>(text).Read();
 }

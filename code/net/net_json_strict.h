@@ -90,8 +90,6 @@ struct QZJsonError
 /// QZJsonFactory::Recycle. Reading and writing take linear time; the names of an object with n names take
 /// n log n. Neither uses recursion.
 ///
-/// A copy by value of an empty object from Parse shares nothing with the object.
-///
 /// Numbers: a whole number without point and exponent that fits 64 bits keeps all its digits, in
 /// QZJsonDecimal::GetInt64 or GetUInt64. Every other number is the nearest double; one that is too large for
 /// a double and one of more than 4096 characters are refused.

@@ -2,7 +2,8 @@
 // stack of the reader's own.
 
 #include <charconv>
-#include <memory>
+#include <cstdint>
+#include <deque>
 #include <set>
 #include <string>
 #include <string_view>
@@ -14,6 +15,7 @@
 #include "fw/internal/fw_trace.h"
 #include "net/internal/net_characters.h"
 #include "net/internal/net_json_access.h"
+#include "net/internal/net_json_list.h"
 #include "net/net_json_strict.h"
 
 namespace
@@ -96,13 +98,38 @@ public:
     }
 
 private:
-    /// An array or object that is open. It stands in its parent already.
-    struct Level
+    /// An array or object that is open. It stands in its parent already. A text may open one with every
+    /// unit, so a level is only the address and two bits.
+    class Level
     {
-        QZJsonValueCollection* list;
-        QZJsonObject* object;
-        bool isEmpty;
-        std::unique_ptr<NameSet> names;
+    public:
+        explicit Level(QZJsonObject* object)
+            : m_word(reinterpret_cast<std::uintptr_t>(static_cast<QZJsonValue*>(object)) | kObject)
+        {}
+        explicit Level(QZJsonValueCollection* list)
+            : m_word(reinterpret_cast<std::uintptr_t>(static_cast<QZJsonValue*>(list)))
+        {}
+
+        bool IsObject() const { return (m_word & kObject) != 0; }
+        bool IsEmpty() const { return (m_word & kFilled) == 0; }
+        void SetFilled() { m_word |= kFilled; }
+        QZJsonObject* Object() const { return static_cast<QZJsonObject*>(Value()); }
+        QZJsonValueCollection* List() const { return static_cast<QZJsonValueCollection*>(Value()); }
+
+    private:
+        static constexpr std::uintptr_t kObject = 1;
+        static constexpr std::uintptr_t kFilled = 2;
+
+        QZJsonValue* Value() const { return reinterpret_cast<QZJsonValue*>(m_word & ~(kObject | kFilled)); }
+
+        std::uintptr_t m_word;
+    };
+
+    /// The sorted names of an open object that has many.
+    struct Sorted
+    {
+        std::size_t depth;  ///< of its level, from 1
+        NameSet names;
     };
 
     /// Objects with fewer names are searched from the front.
@@ -147,7 +174,7 @@ private:
     bool Step()
     {
         Level& level = m_levels.back();
-        const bool isObject = level.object != nullptr;
+        const bool isObject = level.IsObject();
         SkipBlanks();
         if (AtEnd())
             return FailAtEnd(isObject ? QZ_W("the text ends inside an object")
@@ -155,10 +182,11 @@ private:
         if (Current() == (isObject ? '}' : ']'))
         {
             ++m_position;
+            if (SortedNames() != nullptr) m_sorted.pop_back();
             m_levels.pop_back();
             return true;
         }
-        if (!level.isEmpty)
+        if (!level.IsEmpty())
         {
             if (Current() != ',')
                 return Fail(QZJsonErrorCode::Syntax,
@@ -166,19 +194,19 @@ private:
             ++m_position;
             SkipBlanks();
         }
-        level.isEmpty = false;
-        return (!isObject || ReadName(&level)) && ReadValue();
+        level.SetFilled();
+        return (!isObject || ReadName(level.Object())) && ReadValue();
     }
 
     /// Reads the name of a pair into m_name, and the colon.
-    bool ReadName(const Level* level)
+    bool ReadName(QZJsonObject* object)
     {
         if (AtEnd()) return FailAtEnd(QZ_W("the text ends inside an object"));
         if (Current() != '"')
             return Fail(QZJsonErrorCode::Syntax, QZ_W("a name in quotation marks is expected"));
         const QZInt64 begin = m_position;
         if (!ReadString(&m_name)) return false;
-        m_index = IndexOfName(level);
+        m_index = IndexOfName(object);
         if (m_index >= 0 && m_options.Duplicates == QZJsonDuplicates::Refuse)
             return Fail(QZJsonErrorCode::DuplicateName, begin, QZ_W("the object has this name already"));
         SkipBlanks();
@@ -190,11 +218,19 @@ private:
     }
 
     /// The index of m_name in the object, or -1 for a new name.
-    QZInt64 IndexOfName(const Level* level) const
+    QZInt64 IndexOfName(QZJsonObject* object)
     {
         if (m_options.Duplicates == QZJsonDuplicates::KeepAll) return -1;
-        if (level->names != nullptr) return level->names->Find(m_name);
-        return QZJsonAccess::AttributesOf(level->object)->FindExact(m_name);
+        if (const NameSet* names = SortedNames()) return names->Find(m_name);
+        const JsonAttributes* attributes = QZJsonAccess::FindAttributes(object);
+        return attributes != nullptr ? attributes->FindExact(m_name) : -1;
+    }
+
+    /// The sorted names of the innermost level; null while it has few.
+    NameSet* SortedNames()
+    {
+        return !m_sorted.empty() && m_sorted.back().depth == m_levels.size() ? &m_sorted.back().names
+                                                                             : nullptr;
     }
 
     /// Reads a value and places it; an array or object is only opened.
@@ -230,13 +266,13 @@ private:
             m_root = value;
             return true;
         }
-        Level& level = m_levels.back();
-        if (level.object == nullptr)
+        const Level level = m_levels.back();
+        if (!level.IsObject())
         {
-            QZJsonAccess::ListOf(level.list)->AddLast(value);
+            JsonList::AddLast(level.List(), value, QZ_W("Push"));
             return true;
         }
-        JsonAttributes* attributes = QZJsonAccess::AttributesOf(level.object);
+        JsonAttributes* attributes = QZJsonAccess::AttributesOf(level.Object());
         if (m_index >= 0)
         {
             QZJsonAccess::Discard(attributes->Exchange(m_index, value));
@@ -244,10 +280,10 @@ private:
         }
         attributes->Append(m_name, value);
         if (m_options.Duplicates == QZJsonDuplicates::KeepAll) return true;
-        if (level.names != nullptr)
-            level.names->Add(attributes->Count() - 1);
+        if (NameSet* names = SortedNames())
+            names->Add(attributes->Count() - 1);
         else if (attributes->Count() == kWorthSorting)
-            level.names = std::make_unique<NameSet>(attributes);
+            m_sorted.push_back({m_levels.size(), NameSet(attributes)});
         return true;
     }
 
@@ -263,7 +299,7 @@ private:
         ++m_position;
         QZJsonObject* object = QZJsonAccess::NewSmallObject();
         Place(object);
-        m_levels.push_back({nullptr, object, true, nullptr});
+        m_levels.emplace_back(object);
         return true;
     }
 
@@ -273,7 +309,7 @@ private:
         ++m_position;
         QZJsonValueCollection* list = QZJsonFactory::CreateValueCollection();
         Place(list);
-        m_levels.push_back({list, nullptr, true, nullptr});
+        m_levels.emplace_back(list);
         return true;
     }
 
@@ -539,7 +575,8 @@ private:
     QZInt64 m_index = -1;
     Text m_string;
     std::string m_number;
-    std::vector<Level> m_levels;
+    std::deque<Level> m_levels;
+    std::vector<Sorted> m_sorted;
     QZJsonError m_error;
 };
 

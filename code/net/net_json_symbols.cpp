@@ -7,8 +7,6 @@
 
 namespace
 {
-constexpr QZInt64 kFirstCapacity = 256;
-
 /// The characters that are symbols.
 constexpr std::array<bool, 128> MakeTable()
 {
@@ -66,17 +64,37 @@ JsonSymbols::~JsonSymbols()
     QZDataFactory::Recycle(&m_closings);
 }
 
-void JsonSymbols::Reserve(QZInt64 capacity)
+/// Makes room for exactly the symbols of the text: doubling would take more memory than a second count takes
+/// time.
+void JsonSymbols::Reserve(const QZWChar* text, QZInt64 length)
 {
-    m_indexes->NewLength(capacity);
-    m_closings->NewLength(capacity);
-    m_capacity = capacity;
+    m_isPacked = length <= 0x7FFFFFFF;
+    const QZInt64 count = std::count_if(text, text + length, IsSymbol);
+    m_indexes->NewLength(count);
+    if (!m_isPacked) m_closings->NewLength(count);
     m_indexWords = m_indexes->GetPointer() + 1;
     m_closingWords = m_closings->GetPointer() + 1;
 }
 
+void JsonSymbols::SetIndex(QZInt64 symbol, QZInt64 index)
+{
+    // The high half is kNone until SetClosing.
+    m_indexWords[symbol] =
+        static_cast<QZUInt64>(m_isPacked ? index | static_cast<QZInt64>(~QZUInt64{0} << 32) : index);
+    if (!m_isPacked) m_closingWords[symbol] = static_cast<QZUInt64>(kNone);
+}
+
+void JsonSymbols::SetClosing(QZInt64 symbol, QZInt64 closing)
+{
+    if (m_isPacked)
+        m_indexWords[symbol] = (m_indexWords[symbol] & 0xFFFFFFFF) | static_cast<QZUInt64>(closing) << 32;
+    else
+        m_closingWords[symbol] = static_cast<QZUInt64>(closing);
+}
+
 QZInt64 JsonSymbols::Scan(const QZWChar* text, QZInt64 length)
 {
+    Reserve(text, length);
     QuotationWatch watch;
     // Open brackets form a chain through their closing words, innermost first.
     QZInt64 open = kNone;
@@ -84,10 +102,8 @@ QZInt64 JsonSymbols::Scan(const QZWChar* text, QZInt64 length)
     {
         const QZWChar unit = text[i];
         if (!IsSymbol(unit)) continue;
-        if (m_count == m_capacity) Reserve(std::max(kFirstCapacity, m_capacity * 2));
         const QZInt64 symbol = m_count++;
-        m_indexWords[symbol] = static_cast<QZUInt64>(i);
-        m_closingWords[symbol] = static_cast<QZUInt64>(kNone);
+        SetIndex(symbol, i);
         switch (unit)
         {
             case '"':
@@ -97,7 +113,7 @@ QZInt64 JsonSymbols::Scan(const QZWChar* text, QZInt64 length)
             case ':': watch.Colon(); break;
             case '{': watch.Brace(); [[fallthrough]];
             case '[':
-                m_closingWords[symbol] = static_cast<QZUInt64>(open);
+                SetClosing(symbol, open);
                 open = symbol;
                 break;
             default:
@@ -105,7 +121,7 @@ QZInt64 JsonSymbols::Scan(const QZWChar* text, QZInt64 length)
                 if (open == kNone) return i;
                 m_lastPair = open;
                 open = ClosingOf(m_lastPair);
-                m_closingWords[m_lastPair] = static_cast<QZUInt64>(symbol);
+                SetClosing(m_lastPair, symbol);
                 break;
         }
     }

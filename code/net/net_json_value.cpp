@@ -1,10 +1,12 @@
 #include "fw/fw_block.h"
+#include "fw/fw_container.h"
 #include "fw/fw_exception_factory.h"
 #include "fw/fw_library.h"
 #include "fw/fw_string.h"
 #include "fw/fw_string_factory.h"
 #include "fw/internal/fw_raise.h"
 #include "net/internal/net_json_access.h"
+#include "net/internal/net_json_list.h"
 
 const QZInt64 QZJsonValue::Type;
 const QZInt64 QZJsonBool::Type;
@@ -32,42 +34,44 @@ QZInt64 SizeOfString(std::size_t units)
         .Throw();
 }
 
-/// The values of an array. Those that nobody else has locked are deleted with it.
-class OwnList : public QZList<QZJsonValue>
+QZJsonValue* RemoveNamed(QZJsonObject* object, JsonView name)
 {
-public:
-    ~OwnList() override
-    {
-        while (QZJsonValue* value = Pop()) QZJsonAccess::DiscardFree(value);
-    }
-};
+    JsonAttributes* attributes = QZJsonAccess::FindAttributes(object);
+    return attributes != nullptr ? object->RemoveAttr(attributes->Find(name)) : nullptr;
+}
 }  // namespace
 
 // ---- Values
 
-QZJsonValue::QZJsonValue() = default;
-QZJsonValue::QZJsonValue(const QZJsonValue& other) : QZObject(other) { *this = other; }
+QZJsonValue::QZJsonValue() { QZJsonAccess::Cell::Begin(&m_cell); }
+QZJsonValue::QZJsonValue(const QZJsonValue& other) : QZObject(other)
+{
+    QZJsonAccess::Cell::Begin(&m_cell);
+    *this = other;
+}
 
 QZJsonValue& QZJsonValue::operator=(const QZJsonValue& other)
 {
     if (this == &other) return *this;
     const QZUInt64 key = QZObject::GetObjectID();
     QZObject::operator=(other);
-    if (m_string != nullptr)
+    if (QZString* string = QZJsonAccess::KeptStringOf(this))
     {
         // The base class copied the object id, and the string is locked under the id.
-        m_string->SetDisposable(key, 1);
-        m_string->SetDisposable(QZObject::GetObjectID(), 0);
+        string->SetDisposable(key, 1);
+        string->SetDisposable(QZObject::GetObjectID(), 0);
     }
-    QZJsonAccess::SetText(this, QZJsonAccess::TextOf(const_cast<QZJsonValue*>(&other)));
+    QZJsonAccess::SetText(this, QZJsonAccess::TextOf(&other));
     return *this;
 }
 
 QZJsonValue::~QZJsonValue()
 {
-    if (m_string == nullptr) return;
-    m_string->SetDisposable(QZObject::GetObjectID(), 1);
-    delete m_string;
+    QZJsonAccess::Cell::End(&m_cell);
+    QZString* string = QZJsonAccess::KeptStringOf(this);
+    if (string == nullptr) return;
+    string->SetDisposable(QZObject::GetObjectID(), 1);
+    delete string;
 }
 
 QZObject* QZJsonValue::NewObject() { return new QZJsonValue(); }
@@ -75,8 +79,9 @@ void QZJsonValue::DeleteObject(QZObject* value) { delete value; }
 
 QZInt64 QZJsonValue::GetMemorySize()
 {
+    QZString* string = QZJsonAccess::KeptStringOf(this);
     return QZObject::GetMemorySize() +
-           (m_string != nullptr ? m_string->GetMemorySize() : SizeOfString(m_text.capacity()));
+           (string != nullptr ? string->GetMemorySize() : SizeOfString(QZJsonAccess::Cell::Capacity(m_cell)));
 }
 QZInt64 QZJsonValue::GetType() { return Type; }
 
@@ -98,19 +103,8 @@ void QZJsonValue::Val(QZString* text) { QZJsonValue::Val()->Set(text); }
 
 QZString* QZJsonValue::Val()
 {
-    QZString* val = m_val.load(std::memory_order_acquire);
-    if (val != nullptr) return val;
-    const std::lock_guard<std::mutex> guard(g_jsonStringLock);
-    val = m_val.load(std::memory_order_relaxed);
-    if (val != nullptr) return val;
-    if (m_string == nullptr)
-    {
-        m_string = new QZString();
-        m_string->SetDisposable(QZObject::GetObjectID(), 0);
-    }
-    m_string->Set(m_text.data(), static_cast<QZInt64>(m_text.size()) * 2);
-    m_val.store(m_string, std::memory_order_release);
-    return m_string;
+    QZString* string = QZJsonAccess::StringOf(this);
+    return string != nullptr ? string : QZJsonAccess::UseString(this);
 }
 
 // ---- Values with a text
@@ -157,7 +151,23 @@ QZString* QZJsonNull::ToString() { return JsonToText(this); }
 
 // ---- Arrays
 
-QZJsonValueCollection::QZJsonValueCollection() : m_list(std::make_shared<OwnList>()) {}
+QZJsonValueCollection::QZJsonValueCollection() { QZJsonAccess::BeginParts(this); }
+QZJsonValueCollection::QZJsonValueCollection(const QZJsonValueCollection& other) : QZJsonValue(other)
+{
+    QZJsonAccess::BeginParts(this);
+    JsonList::Share(this, &other);
+}
+
+QZJsonValueCollection& QZJsonValueCollection::operator=(const QZJsonValueCollection& other)
+{
+    if (this == &other) return *this;
+    JsonList::KeepKey(this);
+    QZJsonValue::operator=(other);
+    JsonList::Share(this, &other);
+    return *this;
+}
+
+QZJsonValueCollection::~QZJsonValueCollection() { JsonList::End(this); }
 
 QZObject* QZJsonValueCollection::NewObject() { return new QZJsonValueCollection(); }
 void QZJsonValueCollection::DeleteObject(QZObject* value) { delete value; }
@@ -170,21 +180,73 @@ QZInt64 QZJsonValueCollection::GetMemorySize()
 QZInt64 QZJsonValueCollection::GetType() { return Type; }
 QZString* QZJsonValueCollection::ToString() { return JsonToText(this); }
 
-QZJsonValue* QZJsonValueCollection::Pop() { return m_list->Pop(); }
-QZJsonValue* QZJsonValueCollection::GetElement(QZInt64 index) { return m_list->GetElement(index); }
-QZBool QZJsonValueCollection::Push(QZJsonValue* value) { return m_list->Push(value); }
-QZInt64 QZJsonValueCollection::Count() { return m_list->Count(); }
-QZJsonValue* QZJsonValueCollection::DeQueue() { return m_list->DeQueue(); }
-QZBool QZJsonValueCollection::EnQueue(QZJsonValue* value) { return m_list->EnQueue(value); }
-QZBool QZJsonValueCollection::AddFirst(QZJsonValue* value) { return m_list->AddFirst(value); }
-QZBool QZJsonValueCollection::AddLast(QZJsonValue* value) { return m_list->AddLast(value); }
-QZJsonValue* QZJsonValueCollection::GetFirst() { return m_list->GetFirst(); }
-QZJsonValue* QZJsonValueCollection::GetLast() { return m_list->GetLast(); }
+QZJsonValue* QZJsonValueCollection::Pop() { return JsonList::TakeOut(this, JsonList::Last(this)); }
+
+QZJsonValue* QZJsonValueCollection::GetElement(QZInt64 index)
+{
+    // Hosts get the exception of a container that has no such index.
+    if (index < 0 || index >= JsonList::Count(this)) QZContainer().GetElement(index);
+    return At(index);
+}
+
+QZBool QZJsonValueCollection::Push(QZJsonValue* value)
+{
+    JsonList::AddLast(this, value, QZ_W("Push"));
+    return 1;
+}
+
+QZInt64 QZJsonValueCollection::Count() { return JsonList::Count(this); }
+QZJsonValue* QZJsonValueCollection::DeQueue() { return JsonList::TakeOut(this, JsonList::First(this)); }
+
+QZBool QZJsonValueCollection::EnQueue(QZJsonValue* value)
+{
+    JsonList::AddLast(this, value, QZ_W("EnQueue"));
+    return 1;
+}
+
+QZBool QZJsonValueCollection::AddFirst(QZJsonValue* value)
+{
+    JsonList::AddFirst(this, value);
+    return 1;
+}
+
+QZBool QZJsonValueCollection::AddLast(QZJsonValue* value)
+{
+    JsonList::AddLast(this, value, QZ_W("Push"));
+    return 1;
+}
+
+QZJsonValue* QZJsonValueCollection::GetFirst() { return JsonList::First(this); }
+QZJsonValue* QZJsonValueCollection::GetLast() { return JsonList::Last(this); }
 
 // ---- Objects
 
-QZJsonObject::QZJsonObject() : m_attributes(std::make_shared<JsonAttributes>(true)) {}
-QZJsonObject::QZJsonObject(std::nullptr_t) {}
+QZJsonObject::QZJsonObject()
+{
+    QZJsonAccess::BeginParts(this);
+    QZJsonAccess::BeginAttributes(this, true);
+}
+QZJsonObject::QZJsonObject(std::nullptr_t)
+{
+    QZJsonAccess::BeginParts(this);
+    QZJsonAccess::BeginAttributes(this, false);
+}
+
+QZJsonObject::QZJsonObject(const QZJsonObject& other) : QZJsonValue(other)
+{
+    QZJsonAccess::BeginParts(this);
+    QZJsonAccess::ShareAttributes(this, &other);
+}
+
+QZJsonObject& QZJsonObject::operator=(const QZJsonObject& other)
+{
+    if (this == &other) return *this;
+    QZJsonValue::operator=(other);
+    QZJsonAccess::ShareAttributes(this, &other);
+    return *this;
+}
+
+QZJsonObject::~QZJsonObject() { QZJsonAccess::EndAttributes(this); }
 
 QZObject* QZJsonObject::NewObject() { return new QZJsonObject(); }
 void QZJsonObject::DeleteObject(QZObject* value) { delete value; }
@@ -197,37 +259,44 @@ QZInt64 QZJsonObject::GetMemorySize()
 QZInt64 QZJsonObject::GetType() { return Type; }
 QZString* QZJsonObject::ToString() { return JsonToText(this); }
 
-QZInt64 QZJsonObject::AttrCount() { return m_attributes != nullptr ? m_attributes->Count() : 0; }
+QZInt64 QZJsonObject::AttrCount()
+{
+    const JsonAttributes* attributes = QZJsonAccess::FindAttributes(this);
+    return attributes != nullptr ? attributes->Count() : 0;
+}
 void QZJsonObject::Recycle(QZJsonValue** value) { QZJsonFactory::Recycle(value); }
 
 QZJsonValue* QZJsonObject::RemoveAttr(const char* name)
 {
     if (name == nullptr) ThrowNullName(QZ_W("QZChar*"));
     QZString text(name);
-    return m_attributes != nullptr ? RemoveAttr(m_attributes->Find(JsonViewOf(&text))) : nullptr;
+    return RemoveNamed(this, JsonViewOf(&text));
 }
 
 QZJsonValue* QZJsonObject::RemoveAttr(const QZWChar* name)
 {
     if (name == nullptr) ThrowNullName(QZ_W("QZWChar*"));
-    return m_attributes != nullptr ? RemoveAttr(m_attributes->Find(name)) : nullptr;
+    return RemoveNamed(this, name);
 }
 
 QZJsonValue* QZJsonObject::RemoveAttr(QZString* name)
 {
     if (name == nullptr) ThrowNullName(QZ_W("QZString*"));
-    return m_attributes != nullptr ? RemoveAttr(m_attributes->Find(JsonViewOf(name))) : nullptr;
+    return RemoveNamed(this, JsonViewOf(name));
 }
 
 QZJsonValue* QZJsonObject::RemoveAttr(QZInt64 index)
 {
-    return m_attributes != nullptr ? m_attributes->Remove(index) : nullptr;
+    JsonAttributes* attributes = QZJsonAccess::FindAttributes(this);
+    return attributes != nullptr ? attributes->Remove(index) : nullptr;
 }
 QZJsonValue* QZJsonObject::GetAttrValue(QZInt64 index)
 {
-    return m_attributes != nullptr ? m_attributes->ValueAt(index) : nullptr;
+    JsonAttributes* attributes = QZJsonAccess::FindAttributes(this);
+    return attributes != nullptr ? attributes->ValueAt(index) : nullptr;
 }
 QZString* QZJsonObject::GetAttrName(QZInt64 index)
 {
-    return m_attributes != nullptr ? m_attributes->StringAt(index) : nullptr;
+    JsonAttributes* attributes = QZJsonAccess::FindAttributes(this);
+    return attributes != nullptr ? attributes->StringAt(index) : nullptr;
 }

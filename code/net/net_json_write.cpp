@@ -8,8 +8,10 @@
 #include "fw/internal/fw_raise.h"
 #include "fw/internal/fw_scoped.h"
 #include "fw/internal/fw_text_builder.h"
+#include "fw/internal/fw_trace.h"
 #include "net/internal/net_characters.h"
 #include "net/internal/net_json_access.h"
+#include "net/internal/net_json_list.h"
 
 namespace
 {
@@ -66,7 +68,7 @@ private:
         else if (auto* list = As<QZJsonValueCollection>(value))
         {
             m_text.Append('[');
-            m_levels.push_back({list, nullptr, QZJsonAccess::ListOf(list)->GetFirst(), 0, list->Count()});
+            m_levels.push_back({list, nullptr, JsonList::First(list), 0, list->Count()});
         }
         else if (As<QZJsonNull>(value))
         {
@@ -135,10 +137,12 @@ QZString* QZJsonFactory::SerializeObject(QZJsonValue* value)
     return value->ToString();
 }
 
-QZString* QZJsonFactory::Format(QZString* text)
+namespace
 {
-    if (text == nullptr) ThrowNull(QZ_W("Format"), QZ_W("QZString*"));
-    const QZScopedString lines(QZStringFactory::CreateString(text));
+/// A copy of the text with its line ends, without its tabs.
+QZString* BrokenIntoLines(QZString* text)
+{
+    QZScopedString lines(QZStringFactory::CreateString(text));
     lines->ReplaceThis(QZ_W("{"), QZ_W("{\r\n"));
     lines->ReplaceThis(QZ_W("["), QZ_W("[\r\n"));
     lines->ReplaceThis(QZ_W(","), QZ_W(",\r\n"));
@@ -149,7 +153,13 @@ QZString* QZJsonFactory::Format(QZString* text)
     lines->ReplaceThis(QZ_W("[\r\n{"), QZ_W("[{"));
     lines->ReplaceThis(QZ_W(",\r\n{"), QZ_W(",{"));
 
-    JsonBuilder indented;
+    return lines.Release();
+}
+
+/// Calls visit for every unit of the lines, with the number of tabs behind it.
+template <typename Visit>
+void VisitLines(QZString* lines, Visit visit)
+{
     const QZWChar* units = lines->GetPointer();
     const QZInt64 length = lines->GetLength();
     QZInt64 depth = 1;
@@ -158,11 +168,48 @@ QZString* QZJsonFactory::Format(QZString* text)
         if (IsOpening(units[i])) ++depth;
         // After the last unit stands the terminator of the string.
         if (IsClosing(units[i + 1])) --depth;
-        indented.Append(units[i]);
-        if (units[i] != '\n') continue;
-        for (QZInt64 tab = 1; tab < depth; ++tab) indented.Append('\t');
+        visit(units[i], units[i] == '\n' && depth > 1 ? depth - 1 : 0);
     }
+}
+
+/// The formatted text; null when it would have more units than that. Its length is known before it is built,
+/// since the tabs of a deeply nested text would fill any memory.
+QZString* Formatted(QZString* text, QZInt64 longest)
+{
+    const QZScopedString lines(BrokenIntoLines(text));
+    QZInt64 length = 0;
+    VisitLines(lines.Get(), [&](QZWChar, QZInt64 tabs) {
+        if (length <= longest) length += 1 + tabs;
+    });
+    if (length > longest) return nullptr;
+    JsonBuilder indented;
+    VisitLines(lines.Get(), [&](QZWChar unit, QZInt64 tabs) {
+        indented.Append(unit);
+        for (; tabs > 0; --tabs) indented.Append('\t');
+    });
     return indented.ToString();
+}
+}  // namespace
+
+QZString* QZJsonFactory::Format(QZString* text)
+{
+    if (text == nullptr) ThrowNull(QZ_W("Format"), QZ_W("QZString*"));
+    constexpr QZInt64 kLongest = QZInt64{1} << 30;
+    QZString* formatted = Formatted(text, kLongest);
+    if (formatted == nullptr)
+        throw QZTrace(QZExceptionFactory::CreateException(QZExceptionCode::OutOfMemory),
+                      QZ_W("QZJsonFactory"), QZ_W("SerializeObject"))
+            .Exception();
+    return formatted;
+}
+
+QZBool QZJsonFactory::TryFormat(QZString* text, QZInt64 longest, QZString** result)
+{
+    if (text == nullptr) ThrowNull(QZ_W("TryFormat"), QZ_W("QZString*"));
+    QZString* formatted = Formatted(text, longest);
+    if (formatted == nullptr) return 0;
+    *result = formatted;
+    return 1;
 }
 
 QZString* QZJsonFactory::Minify(QZString* text)

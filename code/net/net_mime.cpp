@@ -1,5 +1,7 @@
 #include "net/internal/net_mime.h"
 
+#include <iterator>
+
 #include "net/internal/net_characters.h"
 
 namespace mime
@@ -34,6 +36,18 @@ constexpr FileType kTypes[] = {
     {QZ_W("obj"), nullptr},
 };
 
+// The entries that strict mode changes, and the one of all other extensions at the end.
+constexpr FileType kStrictTypes[] = {
+    {QZ_W("svg"), QZ_W("image/svg+xml; charset=utf-8")},
+    {QZ_W("html"), QZ_W("text/html; charset=utf-8")},
+    {QZ_W("htm"), QZ_W("text/html; charset=utf-8")},
+    {QZ_W("css"), QZ_W("text/css; charset=utf-8")},
+    {QZ_W("js"), QZ_W("application/javascript; charset=utf-8")},
+    {QZ_W("xml"), QZ_W("text/xml; charset=utf-8")},
+    {QZ_W("txt"), QZ_W("text/plain; charset=utf-8")},
+    {QZ_W(""), QZ_W("application/octet-stream")},
+};
+
 /// Equality of a lower-case text with another one, whose case does not count.
 bool Equals(const QZWChar* lower, const QZWChar* text)
 {
@@ -48,6 +62,14 @@ const FileType* Find(const QZWChar* extension)
     for (const FileType& type : kTypes)
         if (Equals(type.extension, extension)) return &type;
     return nullptr;
+}
+
+const FileType* FindStrict(const QZWChar* extension)
+{
+    for (const FileType& type : kStrictTypes)
+        if (*type.extension != 0 && Equals(type.extension, extension)) return &type;
+    const FileType* found = Find(extension);
+    return found != nullptr && found->contentType != nullptr ? found : std::end(kStrictTypes) - 1;
 }
 
 }  // namespace mime

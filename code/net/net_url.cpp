@@ -186,6 +186,20 @@ void QZUrl::Init()
     }
 }
 
+void QZUrl::SetTarget(const QZWChar* whole, QZInt64 wholeCount, const QZWChar* path, QZInt64 pathCount,
+                      const QZWChar* query, QZInt64 queryCount)
+{
+    m_parts->url.Set(whole, wholeCount * 2);
+    m_parts->path.Set(path, pathCount * 2);
+    m_parts->host.Clear();
+    m_parts->protocol.Clear();
+    m_port = kPort;
+    ClearParams(GetParam());
+    if (queryCount == 0) return;
+    const QZScopedString params(QZStringFactory::CreateString(query, queryCount * 2));
+    ParseParam(params.Get(), GetParam());
+}
+
 void QZUrl::SetHost(const QZWChar* text, QZInt64 count)
 {
     QZInt64 colon = 0;

@@ -64,9 +64,12 @@ public:
     static void Recycle(QZString** text);
 
 private:
+    friend struct QZUrlAccess;
     struct Parts;
 
     void Init();
+    void SetTarget(const QZWChar* whole, QZInt64 wholeCount, const QZWChar* path, QZInt64 pathCount,
+                   const QZWChar* query, QZInt64 queryCount);
     void SetHost(const QZWChar* text, QZInt64 count);
     void ParseParam(QZString* query, QZKeyValueCollection* params);
     QZKeyValueCollection* GetParam();

@@ -226,7 +226,37 @@ bool RenameNew(const char* from, const char* to)
     return rename(from, to) == 0;
 }
 
+bool RenameOver(const char* from, const std::string& to)
+{
+    struct stat status;
+    if (stat(to.c_str(), &status) == 0 && chmod(from, status.st_mode & 07777) != 0) return false;
+    return rename(from, to.c_str()) == 0;
+}
+
+/// The file that a path names in the end.
+std::string WithoutLinks(const std::string& path)
+{
+    char* resolved = realpath(path.c_str(), nullptr);
+    const std::string result = resolved != nullptr ? resolved : path;
+    free(resolved);
+    return result;
+}
+
 }  // namespace
+
+bool FileMove(const QZWChar* from, const QZWChar* to, bool replace)
+{
+    if (!Gate(Op::FileName)) return false;
+    {
+        TerminationHold hold;
+        const std::string source = ToBytes(from);
+        const std::string target = replace ? WithoutLinks(ToBytes(to)) : ToBytes(to);
+        if (replace ? !RenameOver(source.c_str(), target) : !RenameNew(source.c_str(), target.c_str()))
+            return false;
+        Changed({.kind = FileEvent::Kind::Renamed, .from = source.c_str(), .to = target.c_str()});
+    }
+    return FolderSync(to);
+}
 
 bool FileRename(const char* from, const char* to)
 {

@@ -168,6 +168,13 @@ bool FileRename(const char* from, const char* to)
     return true;
 }
 
+bool FileMove(const QZWChar* from, const QZWChar* to, bool replace)
+{
+    if (!Gate(Op::FileName)) return false;
+    const DWORD flags = MOVEFILE_WRITE_THROUGH | (replace ? MOVEFILE_REPLACE_EXISTING : 0);
+    return MoveFileExW(from, to, flags) != 0;
+}
+
 bool DirectoryCreate(const QZWChar* path)
 {
     if (!Gate(Op::FileName)) return false;

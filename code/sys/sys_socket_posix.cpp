@@ -1,3 +1,4 @@
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <limits.h>
 #include <netdb.h>
@@ -62,6 +63,31 @@ sockaddr_in NameOf(QZUInt32 address, QZUInt16 port)
     name.sin_addr.s_addr = address;
     name.sin_port = htons(port);
     return name;
+}
+
+/// Stores the address of a peer of either family.
+void Store(const sockaddr_storage& name, SocketAddress* address)
+{
+    *address = {};
+    if (name.ss_family != AF_INET6)
+    {
+        sockaddr_in four;
+        std::memcpy(&four, &name, sizeof(four));
+        std::memcpy(address->Bytes, &four.sin_addr, 4);
+        address->Port = four.sin_port;
+        return;
+    }
+    sockaddr_in6 six;
+    std::memcpy(&six, &name, sizeof(six));
+    address->Port = six.sin6_port;
+    if (IN6_IS_ADDR_V4MAPPED(&six.sin6_addr))
+    {
+        std::memcpy(address->Bytes, six.sin6_addr.s6_addr + 12, 4);
+        return;
+    }
+    std::memcpy(address->Bytes, &six.sin6_addr, 16);
+    address->Six = true;
+    address->Scope = six.sin6_scope_id;
 }
 
 bool Blocks(int descriptor)
@@ -251,21 +277,33 @@ bool SocketListen(QZInt64 socket, int backlog)
     return Succeeded(listen(DescriptorOf(socket), backlog));
 }
 
-QZInt64 SocketAccept(QZInt64 socket, QZUInt32* address, QZUInt16* port)
+namespace
 {
-    if (!Gate(Op::Socket)) return 0;
-    int descriptor = DescriptorOf(socket);
-    bool blocks = Blocks(descriptor);
-    sockaddr_in name = {};
+
+/// Waits for the next connection. Returns its descriptor, or -1 with errno set.
+int AcceptInto(int descriptor, sockaddr_storage* name)
+{
+    const bool blocks = Blocks(descriptor);
     int made;
     do {
-        socklen_t size = sizeof(name);
-        made = accept4(descriptor, reinterpret_cast<sockaddr*>(&name), &size,
+        socklen_t size = sizeof(*name);
+        made = accept4(descriptor, reinterpret_cast<sockaddr*>(name), &size,
                        SOCK_CLOEXEC | (blocks ? 0 : SOCK_NONBLOCK));
         // A time limit of the listener is for its connections, not for accept.
     } while (made < 0 && (errno == EINTR || (errno == EAGAIN && blocks)));
-    QZInt64 result = HandleOf(made);
+    return made;
+}
+
+}  // namespace
+
+QZInt64 SocketAccept(QZInt64 socket, QZUInt32* address, QZUInt16* port)
+{
+    if (!Gate(Op::Socket)) return 0;
+    sockaddr_storage any = {};
+    const QZInt64 result = HandleOf(AcceptInto(DescriptorOf(socket), &any));
     if (result == 0) return 0;
+    sockaddr_in name;
+    std::memcpy(&name, &any, sizeof(name));
     *address = name.sin_addr.s_addr;
     *port = name.sin_port;
     return result;
@@ -297,9 +335,12 @@ QZInt64 SocketReceive(QZInt64 socket, void* buffer, QZInt64 size)
 
 bool SocketLocalName(QZInt64 socket, QZUInt32* address, QZUInt16* port)
 {
-    sockaddr_in name = {};
-    socklen_t size = sizeof(name);
-    if (getsockname(DescriptorOf(socket), reinterpret_cast<sockaddr*>(&name), &size) != 0) return Failed();
+    sockaddr_storage any = {};
+    socklen_t size = sizeof(any);
+    if (getsockname(DescriptorOf(socket), reinterpret_cast<sockaddr*>(&any), &size) != 0) return Failed();
+    // The port lies at the same place in the addresses of both families.
+    sockaddr_in name;
+    std::memcpy(&name, &any, sizeof(name));
     *address = name.sin_addr.s_addr;
     *port = ntohs(name.sin_port);
     return true;
@@ -332,6 +373,54 @@ void SocketGather(QZInt64 socket, bool gather)
 {
     int on = gather ? 1 : 0;
     setsockopt(DescriptorOf(socket), IPPROTO_TCP, TCP_CORK, &on, sizeof(on));
+}
+
+// ---- Both families of addresses
+
+QZInt64 SocketOpenSix()
+{
+    if (!Gate(Op::Socket)) return 0;
+    return HandleOf(socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
+}
+
+bool SocketBindSix(QZInt64 socket, const SocketAddress& address, bool both)
+{
+    if (!Gate(Op::Socket)) return false;
+    const int descriptor = DescriptorOf(socket);
+    const int on = 1;
+    const int sixOnly = both ? 0 : 1;
+    setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+    if (setsockopt(descriptor, IPPROTO_IPV6, IPV6_V6ONLY, &sixOnly, sizeof(sixOnly)) != 0) return Failed();
+    sockaddr_in6 name = {};
+    name.sin6_family = AF_INET6;
+    name.sin6_port = address.Port;
+    name.sin6_scope_id = address.Scope;
+    std::memcpy(&name.sin6_addr, address.Bytes, sizeof(name.sin6_addr));
+    return Succeeded(bind(descriptor, reinterpret_cast<sockaddr*>(&name), sizeof(name)));
+}
+
+QZInt64 SocketAcceptAny(QZInt64 socket, SocketAddress* peer)
+{
+    if (!Gate(Op::Socket)) return 0;
+    sockaddr_storage name = {};
+    const QZInt64 result = HandleOf(AcceptInto(DescriptorOf(socket), &name));
+    if (result != 0) Store(name, peer);
+    return result;
+}
+
+bool SocketAddressRead(const char* text, SocketAddress* address)
+{
+    *address = {};
+    if (inet_pton(AF_INET, text, address->Bytes) == 1) return true;
+    address->Six = inet_pton(AF_INET6, text, address->Bytes) == 1;
+    return address->Six;
+}
+
+void SocketAddressWrite(const SocketAddress& address, char* text, int size)
+{
+    if (inet_ntop(address.Six ? AF_INET6 : AF_INET, address.Bytes, text, static_cast<socklen_t>(size)) ==
+        nullptr)
+        text[0] = 0;
 }
 
 // ---- Addresses of hosts

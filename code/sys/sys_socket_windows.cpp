@@ -34,6 +34,31 @@ sockaddr_in NameOf(QZUInt32 address, QZUInt16 port)
     return name;
 }
 
+/// Stores the address of a peer of either family.
+void Store(const sockaddr_storage& name, SocketAddress* address)
+{
+    *address = {};
+    if (name.ss_family != AF_INET6)
+    {
+        sockaddr_in four;
+        memcpy(&four, &name, sizeof(four));
+        memcpy(address->Bytes, &four.sin_addr, 4);
+        address->Port = four.sin_port;
+        return;
+    }
+    sockaddr_in6 six;
+    memcpy(&six, &name, sizeof(six));
+    address->Port = six.sin6_port;
+    if (IN6_IS_ADDR_V4MAPPED(&six.sin6_addr))
+    {
+        memcpy(address->Bytes, six.sin6_addr.s6_addr + 12, 4);
+        return;
+    }
+    memcpy(address->Bytes, &six.sin6_addr, 16);
+    address->Six = true;
+    address->Scope = six.sin6_scope_id;
+}
+
 bool SetTimeout(QZInt64 socket, int option, QZUInt32 milliseconds)
 {
     DWORD time = milliseconds;
@@ -169,9 +194,12 @@ QZInt64 SocketReceive(QZInt64 socket, void* buffer, QZInt64 size)
 
 bool SocketLocalName(QZInt64 socket, QZUInt32* address, QZUInt16* port)
 {
-    sockaddr_in name = {};
-    int size = sizeof(name);
-    if (getsockname(ToSocket(socket), reinterpret_cast<sockaddr*>(&name), &size) != 0) return false;
+    sockaddr_storage any = {};
+    int size = sizeof(any);
+    if (getsockname(ToSocket(socket), reinterpret_cast<sockaddr*>(&any), &size) != 0) return false;
+    // The port lies at the same place in the addresses of both families.
+    sockaddr_in name;
+    memcpy(&name, &any, sizeof(name));
     *address = name.sin_addr.s_addr;
     *port = ntohs(name.sin_port);
     return true;
@@ -203,6 +231,54 @@ bool SocketNoDelay(QZInt64 socket)
 }
 
 void SocketGather(QZInt64, bool) {}
+
+// ---- Both families of addresses
+
+QZInt64 SocketOpenSix()
+{
+    if (!Gate(Op::Socket)) return 0;
+    return ToNumber(socket(AF_INET6, SOCK_STREAM, IPPROTO_TCP));
+}
+
+bool SocketBindSix(QZInt64 socket, const SocketAddress& address, bool both)
+{
+    if (!Gate(Op::Socket)) return false;
+    const DWORD sixOnly = both ? 0 : 1;
+    if (setsockopt(ToSocket(socket), IPPROTO_IPV6, IPV6_V6ONLY, reinterpret_cast<const char*>(&sixOnly),
+                   sizeof(sixOnly)) != 0)
+        return false;
+    sockaddr_in6 name = {};
+    name.sin6_family = AF_INET6;
+    name.sin6_port = address.Port;
+    name.sin6_scope_id = address.Scope;
+    memcpy(&name.sin6_addr, address.Bytes, sizeof(name.sin6_addr));
+    return bind(ToSocket(socket), reinterpret_cast<sockaddr*>(&name), sizeof(name)) == 0;
+}
+
+QZInt64 SocketAcceptAny(QZInt64 socket, SocketAddress* peer)
+{
+    if (!Gate(Op::Socket)) return 0;
+    sockaddr_storage name = {};
+    int size = sizeof(name);
+    const QZInt64 result = ToNumber(accept(ToSocket(socket), reinterpret_cast<sockaddr*>(&name), &size));
+    if (result != 0) Store(name, peer);
+    return result;
+}
+
+bool SocketAddressRead(const char* text, SocketAddress* address)
+{
+    *address = {};
+    if (inet_pton(AF_INET, text, address->Bytes) == 1) return true;
+    address->Six = inet_pton(AF_INET6, text, address->Bytes) == 1;
+    return address->Six;
+}
+
+void SocketAddressWrite(const SocketAddress& address, char* text, int size)
+{
+    if (inet_ntop(address.Six ? AF_INET6 : AF_INET, address.Bytes, text, static_cast<size_t>(size)) ==
+        nullptr)
+        text[0] = 0;
+}
 
 // ---- Addresses of hosts
 

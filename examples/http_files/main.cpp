@@ -59,6 +59,8 @@ protected:
     QZHttpResponse* CreatePage(QZHttpRequest* request) override
     {
         const QZWChar* name = GetServerName()->GetPointer();
+        // The method of HEAD is GET here; the server sends the head alone.
+        if (!request->GetMethod()->Equals(QZ_W("GET"))) return QZHttpServer::Page405(name, QZ_W("GET, HEAD"));
         QZString host;
         TakeHost(request, &host);
         QZSite* site = m_sites.GetSiteByHost(&host);
@@ -88,19 +90,12 @@ private:
 
     QZHttpResponse* LocalFile(QZSite* site, QZString* path)
     {
-        const QZWChar* name = GetServerName()->GetPointer();
-        // The path is the client's: it must not lead out of the site's folder.
-        if (path->Contains(QZ_W("..")) || path->Contains(QZ_W("\\")) || path->Contains(QZ_W(":")))
-            return QZHttpServer::Page403(name);
-        QZString file(site->GetPhyLocation());
-        file.Append(path);
+        QZString file(path);
         if (path->EndWith(QZ_W("/"))) file.Append(site->GetIndex());
-        QZHttpResponse* response = QZHttpServer::ResponseFile(&file);
-        // A text from the client goes into a page only when it cannot contain markup.
-        if (response == nullptr)
-            response =
-                path->Contains(QZ_W("<")) ? QZHttpServer::Page404(name) : QZHttpServer::Page404(name, path);
-        return response;
+        // The path is the client's. It is decoded, and this form of the operation keeps it below the site's
+        // folder.
+        QZHttpResponse* response = QZHttpServer::ResponseFile(site->GetPhyLocation(), &file);
+        return response != nullptr ? response : QZHttpServer::Page404(GetServerName()->GetPointer(), path);
     }
 
     QZSiteList m_sites;
@@ -145,6 +140,7 @@ int main(int argc, char** argv)
     unsigned short port = 0;
     if (!TakePort("http_files", argv[1], &port)) return 2;
     QZLibInit();
+    QZHttpServerEngine::Strict = 1;
     int code = 0;
     try
     {

@@ -78,6 +78,8 @@ public:
 protected:
     QZHttpResponse* CreatePage(QZHttpRequest* request) override
     {
+        if (!request->GetMethod()->Equals(QZ_W("GET")))
+            return QZHttpServer::Page405(nullptr, QZ_W("GET, HEAD"));
         QZHttpResponse* response = m_pages.ToResponse(request);
         return response != nullptr ? response : QZHttpServer::Page404(nullptr);
     }
@@ -146,6 +148,7 @@ int main(int argc, char** argv)
     unsigned short port = 0;
     if (!TakePort("http_status", argv[1], &port)) return 2;
     QZLibInit();
+    QZHttpServerEngine::Strict = 1;
     int code = 0;
     try
     {

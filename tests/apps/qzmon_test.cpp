@@ -669,3 +669,41 @@ TEST(MonitorDevice, TheSimulatedSignalStaysWhereInstrumentsWould)
         EXPECT_NEAR(qzmon::Simulator::Raw(3, second, 0), 23.83, 0.25);
     }
 }
+
+TEST_F(MonitorStore, AListWithoutAnEndIsPutAside)
+{
+    Reopen();
+    for (int i = 0; i < 10; ++i) m_store->Append({i * 1000, {1.0, 2.0}});
+    m_store->TakeSnapshot("m");
+    m_store.reset();
+    const std::string good = m_dir.Read("m.qzd");
+    QZInt64 rowEnd = 0;
+    QZInt64 row = 0;
+    QZInt64 markEnd = 0;
+    QZInt64 mark = 0;
+    {
+        QZChannel* channel = QZChannel::Open(QZChannel::MODE_FILE, Path().c_str());
+        QZString name("samples");
+        QZDbTable* table = QZDbTable::Open(channel, &name);
+        row = table->DataGet(3);
+        rowEnd = channel->G_A(table->DataGet(7), QZDatabaseInfo::DATA_END);
+        QZDbTable::Close(&table);
+        QZCollection marks;
+        channel->G_AL(QZDatabaseInfo::ADDRESSARRAYCOPY_SHNAPSHOTS, 0, &marks);
+        mark = static_cast<QZInt64>(marks.GetElement(0));
+        markEnd = channel->G_A(mark, QZDatabaseInfo::DATA_END);
+        QZChannel::Close(&channel);
+    }
+    const QZInt64 links[][2] = {{rowEnd, row}, {markEnd, mark}};
+    for (const auto& [end, to] : links)
+    {
+        std::string bytes = good;
+        for (int i = 0; i < 8; ++i)
+            bytes[static_cast<std::size_t>(end) - 8 + static_cast<std::size_t>(i)] =
+                static_cast<char>(to >> (8 * i) & 0xFF);
+        m_dir.Write("m.qzd", bytes);
+        const std::string line = Reopen();
+        EXPECT_NE(line.find("has no end) and was put aside as"), std::string::npos) << line;
+        m_store.reset();
+    }
+}

@@ -3,14 +3,17 @@
     python3 tests/browser/monitor_test.py [--screenshots FOLDER]
 """
 
+import http.server
 import json
 import os
 import re
 import resource
 import signal
+import socket
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -33,6 +36,39 @@ def limit_files(process, size):
 
 def samples_in_the_line(line):
     return int(re.search("([0-9]+) samples are in the file", line).group(1))
+
+
+def second_request(monitor, gain, token):
+    """A whole request, to be sent as the body of another one."""
+    body = json.dumps({"channel": 0, "offset": 0, "gain": gain})
+    return (f"POST /api/parameters HTTP/1.1\r\nHost: 127.0.0.1:{monitor.port}\r\nX-Qzmon: {token}\r\n"
+            f"Content-Type: application/json\r\nContent-Length: {len(body)}\r\n\r\n{body}")
+
+
+class ForeignPage:
+    """An empty page of another origin, on the loopback."""
+
+    class Handler(http.server.BaseHTTPRequestHandler):
+        def do_GET(self):
+            self.send_response(200)
+            self.send_header("Content-Type", "text/html")
+            self.end_headers()
+            self.wfile.write(b"<!doctype html><title>another site</title>")
+
+        def log_message(self, *_):
+            pass
+
+    def __enter__(self):
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), self.Handler)
+        self.thread = threading.Thread(target=self.server.serve_forever)
+        self.thread.start()
+        self.address = f"http://localhost:{self.server.server_port}/"
+        return self
+
+    def __exit__(self, *_):
+        self.server.shutdown()
+        self.thread.join()
+        self.server.server_close()
 
 
 def wake_ups(process):
@@ -335,6 +371,32 @@ class Server(unittest.TestCase):
             self.assertEqual(monitor.get("/api/snapshots")["snapshots"], [])
             self.assertEqual(monitor.request("GET", "/api/preview?id=1")[0], 403)
             self.assertEqual(monitor.request("GET", "/api/preview?id=1", None, monitor.write_token())[0], 404)
+
+    def test_a_request_within_a_body_is_not_run(self):
+        with Monitor() as monitor:
+            wait_for("the device", lambda: monitor.get("/api/status")["connected"])
+            inner = second_request(monitor, 666, monitor.write_token()["X-Qzmon"])
+            with socket.create_connection(("127.0.0.1", monitor.port), 10) as connection:
+                connection.sendall((f"POST /x?Content-Length: HTTP/1.1\r\nHost: 127.0.0.1:{monitor.port}\r\n"
+                                    f"Content-Length: {len(inner)}\r\n\r\n").encode())
+                # A browser sends the body of a request by itself.
+                time.sleep(0.5)
+                connection.sendall(inner.encode())
+                time.sleep(0.5)
+            self.assertEqual(monitor.get("/api/parameters")["channels"][0]["gain"], 1)
+
+    def test_a_foreign_page_in_a_browser_changes_nothing(self):
+        with Monitor() as monitor, Browser(*DESKTOP) as browser:
+            wait_for("the device", lambda: monitor.get("/api/status")["connected"])
+            with ForeignPage() as page:
+                browser.open(page.address)
+                for token in ("1", "page"):
+                    for path in ("/x?Content-Length:", "/x?Content-Length:%200", "/api/parameters"):
+                        browser.run("fetch(arguments[0], {method: 'POST', mode: 'no-cors', body: arguments[1]})",
+                                    f"http://127.0.0.1:{monitor.port}{path}", second_request(monitor, 666, token))
+                time.sleep(3)
+            self.assertEqual(monitor.get("/api/parameters")["channels"][0]["gain"], 1)
+            self.assertNotIn("666", json.dumps(monitor.get("/api/log?count=50")))
 
     def test_an_address_that_is_not_the_loopback_asks_for_the_token(self):
         with Monitor(options=("--bind", "0.0.0.0")) as monitor:

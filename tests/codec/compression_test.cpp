@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <random>
 #include <thread>
 #include <vector>
@@ -692,6 +693,74 @@ TEST(CompressionBitmap, TiledImagesBecomeTwelveBytesLonger)
         ASSERT_EQ(result.size(), image.size() + 12);
         EXPECT_EQ(Bytes(result.begin(), result.begin() + static_cast<std::ptrdiff_t>(image.size())), image);
     }
+}
+
+namespace
+{
+/// The room that is asked for lies in a buffer of exactly its size; nothing for a refused image.
+std::optional<Bytes> Tried(Bytes stream, std::size_t room)
+{
+    const std::size_t length = stream.size();
+    stream.resize(std::max(room, length));
+    QZCompression codec;
+    QZULong result = 0xABCD;
+    if (!codec.TryBitmapBitsDecompress32(stream.data(), static_cast<QZULong>(length),
+                                         static_cast<QZULong>(room), &result))
+    {
+        EXPECT_EQ(result, 0xABCDu);
+        return std::nullopt;
+    }
+    stream.resize(result);
+    return stream;
+}
+
+Bytes Tiled(std::uint32_t width, std::uint32_t height, std::uint32_t tile, int pixels)
+{
+    Bytes bytes;
+    for (const std::uint32_t word : {width, height, tile}) AppendWord(&bytes, word);
+    for (int i = 0; i < pixels; ++i) AppendWord(&bytes, static_cast<std::uint32_t>(i));
+    AppendWord(&bytes, 0x5010100);
+    AppendWord(&bytes, 0x5010400);
+    return bytes;
+}
+}  // namespace
+
+TEST(CompressionBitmap, ImagesFromStrangersAreReadInTheirRoom)
+{
+    std::mt19937 random(7);
+    for (const auto& [width, height] : {std::pair<QZLong, QZLong>{16, 16}, {20, 20}, {8, 9}, {3, 5}})
+    {
+        Bytes image;
+        for (int i = 0; i < width * height; ++i) AppendWord(&image, static_cast<std::uint32_t>(random()));
+        for (const bool tiled : {false, true})
+        {
+            const Bytes stream = BitmapCompressed(image, width, height, tiled);
+            const std::optional<Bytes> result = Tried(stream, stream.size() + 64);
+            ASSERT_TRUE(result.has_value());
+            EXPECT_EQ(*result, BitmapDecompressed(stream));
+            EXPECT_FALSE(Tried(stream, stream.size() - 1));
+        }
+    }
+}
+
+TEST(CompressionBitmap, HeadsThatLieAreRefusedWithoutMemory)
+{
+    EXPECT_TRUE(Tried(Tiled(2, 2, 2, 4), 100));
+    EXPECT_FALSE(Tried(Tiled(2, 2, 2, 3), 100));
+    EXPECT_FALSE(Tried(Tiled(2, 2, 0, 4), 100));
+    EXPECT_FALSE(Tried(Tiled(0xFFFFFFFE, 0xFFFFFFFE, 2, 4), 100));
+    EXPECT_FALSE(Tried(Tiled(2, 2, 2, 4), 35));
+    // All columns are lost, so the stream has no pixels, but its image has sixty gigabytes.
+    EXPECT_FALSE(Tried(Tiled(7, 0x7FFFFFF8, 8, 0), 1000));
+    EXPECT_FALSE(Tried(Tiled(0x7FFFFFFF, 0x7FFFFFFF, 8, 0), 1000));
+    EXPECT_FALSE(Tried(Stream(FromHex("FF 40 02 03 00"), 2), 100)) << "an unknown tag";
+    EXPECT_FALSE(Tried(Stream(FromHex("FF 40 FF 00"), 0x7FFFFFFF), 1000));
+    EXPECT_FALSE(Tried(FromHex("01 02 03 04"), 100));
+    EXPECT_FALSE(Tried({}, 100));
+    // Every stage adds a marker that is taken off again.
+    Bytes many;
+    for (int i = 0; i < 17; ++i) many.insert(many.end(), {0, 0, 0, 0, 0, 2, 1, 5});
+    EXPECT_FALSE(Tried(many, 1000));
 }
 
 /// Draws a typical picture: a gradient, shapes and text on white.

@@ -49,6 +49,17 @@ void CheckUnknownStream(Bytes bytes)
     Require(codec.Decompress(bytes.data(), length) <= stated);
 }
 
+/// Reads an image from an unknown source in a buffer of exactly its room.
+void CheckUnknownImage(Bytes bytes)
+{
+    const QZULong length = Size(bytes);
+    bytes.resize(bytes.size() + 0x1000);
+    QZCompression codec;
+    QZULong result = 0;
+    if (codec.TryBitmapBitsDecompress32(bytes.data(), length, Size(bytes), &result))
+        Require(result <= Size(bytes));
+}
+
 void CheckDamaged(const Bytes& input)
 {
     QZCompression codec;
@@ -113,9 +124,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CheckOwnStages(input, data[0]);
     CheckDamaged(input);
     CheckUnknownStream(input);
+    CheckUnknownImage(input);
+    for (const std::uint32_t marker : {0x5010200u, 0x5010400u})
+    {
+        Bytes image = input;
+        if (marker == 0x5010400u) Mark(&image, 0x5010100);
+        Mark(&image, marker);
+        CheckUnknownImage(image);
+    }
     Bytes stream = input;
     stream.insert(stream.end(), {0, data[0], 1, 0, 0, 0, 0, 0, 0});
     Mark(&stream, 0x5010300);
     CheckUnknownStream(stream);
+    CheckUnknownImage(stream);
     return 0;
 }

@@ -325,6 +325,53 @@ TEST(ObjectCache, IdleLimitOfZeroKeepsNothing)
     EXPECT_EQ(cache.Created(), 1);
 }
 
+TEST(ObjectCache, AHostBoundsTheIdleObjects)
+{
+    Cache cache(-1, -1);
+    Probe* probes[5];
+    for (Probe*& probe : probes) probe = Out(&cache);
+    for (Probe* probe : probes) In(&cache, probe);
+    EXPECT_EQ(Probe::live, 5);
+    cache.SetIdleLimit(3, -1);
+    EXPECT_EQ(cache.Count(), 3);
+    EXPECT_EQ(cache.Created(), 3);
+    EXPECT_EQ(Probe::live, 3);
+    // The oldest ones went.
+    EXPECT_EQ(Out(&cache), probes[4]);
+    In(&cache, probes[4]);
+    In(&cache, new Probe());
+    EXPECT_EQ(cache.Count(), 3);
+    EXPECT_EQ(Probe::live, 3);
+    cache.SetIdleLimit(-1, -1);
+    In(&cache, new Probe());
+    EXPECT_EQ(cache.Count(), 4);
+}
+
+TEST(ObjectCache, AHostBoundsTheIdleBytes)
+{
+    Cache cache(-1, -1);
+    for (int i = 0; i < 3; ++i) In(&cache, new Probe());
+    cache.SetIdleLimit(-1, 250);
+    EXPECT_EQ(cache.Count(), 2);
+    EXPECT_EQ(Probe::live, 2);
+    Probe* probe = Out(&cache);
+    probe->size = 151;
+    In(&cache, probe);
+    EXPECT_EQ(cache.Count(), 1);
+    Probe* small = new Probe();
+    small->size = 150;
+    In(&cache, small);
+    EXPECT_EQ(cache.Count(), 2);
+    EXPECT_EQ(cache.GetMemorySize(), 8 + 250);
+    cache.Collect(0);
+    In(&cache, new Probe());
+    In(&cache, new Probe());
+    EXPECT_EQ(cache.Count(), 2);
+    cache.SetIdleLimit(0, 0);
+    EXPECT_EQ(Probe::live, 0);
+    EXPECT_EQ(cache.GetMemorySize(), 8);
+}
+
 TEST(ObjectCache, RefusedObjectAddsAFrameToTheTrace)
 {
     Cache cache(-1, -1);

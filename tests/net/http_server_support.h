@@ -162,6 +162,25 @@ public:
     /// Waits until the server ends its stream; false when bytes are left to read.
     bool AtEnd() { return m_input.empty() && !More(); }
 
+    /// Returns all bytes until the server ends the stream.
+    std::string Rest()
+    {
+        while (More())
+        {}
+        return std::move(m_input);
+    }
+
+    /// Returns the bytes up to the end of a head, whatever length it names.
+    std::string ReceiveHead()
+    {
+        while (m_input.find("\r\n\r\n") == std::string::npos && More())
+        {}
+        const std::size_t end = m_input.find("\r\n\r\n");
+        const std::string head = end == std::string::npos ? m_input : m_input.substr(0, end + 4);
+        m_input.erase(0, head.size());
+        return head;
+    }
+
     std::string Ask(std::string_view request) { return Send(request) ? Receive() : std::string(); }
 
     bool connected = false;

@@ -1,9 +1,10 @@
 // A server that peers_test.py runs for other clients and proxies.
 //
-//     qz_peer_host NAME
+//     qz_peer_host NAME [strict]
 //
 // GET /who returns NAME and the client address that a proxy sent, POST /echo returns the body, and GET /page
-// returns a page with a script that requests both. The program prints its port and ends when its input ends.
+// returns a page with a script that requests both. With `strict` the server runs in strict mode and takes the
+// PROXY line. The program prints its port and ends when its input ends.
 
 #include <qzlib.h>
 
@@ -80,13 +81,15 @@ private:
 
 int main(int argc, char** argv)
 {
-    if (argc != 2) return std::fprintf(stderr, "usage: qz_peer_host NAME\n"), 2;
+    if (argc != 2 && argc != 3) return std::fprintf(stderr, "usage: qz_peer_host NAME [strict]\n"), 2;
     QZLibInit();
+    QZHttpServerEngine::Strict = argc == 3;
     int code = 0;
     try
     {
         QZErrorReport report;
         PeerServer server(&report, argv[1]);
+        server.GetLimits()->proxyLine = 1;
         server.Start();
         std::printf("%d\n", server.GetPort());
         std::fflush(stdout);

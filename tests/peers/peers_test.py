@@ -152,9 +152,10 @@ class ChromiumTest(PeerTest):
 
 class HaproxyTest(PeerTest):
     program = "haproxy"
+    mode = ()
 
     def setUp(self):
-        self.hosts = [Host(PEER_HOST, name) for name in "ab"]
+        self.hosts = [Host(PEER_HOST, name, *self.mode) for name in "ab"]
         for host in self.hosts:
             self.addCleanup(host.end)
         self.port = free_port()
@@ -205,6 +206,11 @@ class HaproxyTest(PeerTest):
         self.assertEqual(self.hosts[0].end(), 0)
         for _ in range(8):
             self.assertEqual(self.ask(connection), (200, b"b for 127.0.0.1\n"))
+
+
+class HaproxyStrictTest(HaproxyTest):
+    """The same hosts in strict mode, as docs/scaling.md shows them."""
+    mode = ("strict",)
 
 
 class Results(unittest.TextTestResult):

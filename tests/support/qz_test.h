@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -45,6 +46,10 @@ bool OnWine();
 
 /// Sets an environment variable of this process and of the programs that it starts. Null removes it.
 void SetVariable(const char* name, const char* value);
+
+/// Runs the work in a process of its own and returns by how many bytes its memory grew at the most. -1 where
+/// that cannot be measured: on Windows, under an emulator, and with a sanitizer, which takes memory itself.
+long long PeakMemoryOf(const std::function<void()>& work);
 
 /// A separate program that runs until its input ends.
 class Program

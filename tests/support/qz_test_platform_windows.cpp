@@ -8,6 +8,8 @@
 namespace qztest
 {
 
+long long PeakMemoryOf(const std::function<void()>&) { return -1; }
+
 bool OnWine()
 {
     const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");

@@ -36,6 +36,9 @@ inline bool EndsWith(const void* buffer, QZUInt32 length, QZUInt32 marker)
     return length >= kMarkerSize && QZLoad<QZUInt32>(QZAt(buffer, QZInt64{length} - kMarkerSize)) == marker;
 }
 
+/// True for a tiled image whose head fits its length and whose pixels fit the room.
+bool IsWholeTiled(const QZByte* buffer, QZInt64 size, QZInt64 room);
+
 /// A temporary buffer of a stage. Throws without memory.
 class Temporary
 {

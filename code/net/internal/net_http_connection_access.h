@@ -8,6 +8,7 @@
 #include "net/net_http_connection.h"
 #include "net/net_http_context.h"
 #include "sys/internal/sys_port.h"
+#include "sys/internal/sys_socket.h"
 
 namespace http
 {
@@ -24,6 +25,7 @@ inline QZInt64 Now() { return QZEnvironment::GetCurrentTimestamp(); }
 struct QZHttpAccess
 {
     static QZHttpStamps& Stamps(QZHttpContext* context) { return context->m_stamps; }
+    static QZData* Source(QZHttpContext* context) { return &context->m_source; }
 };
 
 namespace http
@@ -89,6 +91,37 @@ struct QZHttpConnectAccess
     static void SetPeerClosed(QZHttpConnect* connect)
     {
         connect->m_peerClosed.store(1, std::memory_order_relaxed);
+    }
+
+    // ---- Strict mode
+
+    /// The state of a connection in strict mode; null before SetStrict.
+    static http::StrictConnection* Strict(const QZHttpConnect* connect) { return connect->m_strict; }
+    static void SetStrict(QZHttpConnect* connect, http::StrictConnection* state)
+    {
+        connect->m_strict = state;
+    }
+    static QZInt64 HeadLimit(const QZHttpConnect* connect)
+    {
+        return connect->m_headLimit.load(std::memory_order_relaxed);
+    }
+    /// The request object that all messages of the connection use.
+    static QZHttpRequest* Request(QZHttpConnect* connect) { return connect->m_request; }
+    /// The times that GetConnectInfo shows: the first byte of the current request, and the end of its head.
+    static void SetReceiveTimes(QZHttpConnect* connect, QZInt64 begin, QZInt64 emptyLine)
+    {
+        connect->m_recvBegin.store(begin, std::memory_order_relaxed);
+        connect->m_recvEmptyLine.store(emptyLine, std::memory_order_relaxed);
+    }
+    static bool IsPeerClosed(const QZHttpConnect* connect)
+    {
+        return connect->m_peerClosed.load(std::memory_order_relaxed) != 0;
+    }
+    /// Ends all traffic and leaves the socket open: a send that is under way fails.
+    static void Abort(QZHttpConnect* connect)
+    {
+        QZCriticalGuard guard(connect->m_useLock);
+        if (connect->m_socketOpen.load()) os::SocketShutdown(connect->GetClientID(), os::SocketSide::Both);
     }
 
     // ---- Receiving

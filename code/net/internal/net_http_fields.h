@@ -11,11 +11,15 @@ namespace http
 void AddHeader(QZHttpHeaderCollection* headers, Text line);
 void AddCookie(QZHttpCookieCollection* cookies, Text text, bool nameless);
 
+/// Adds a locked header at the collection's end, also when there is one of the name.
+void PushHeader(QZHttpHeaderCollection* headers, Text name, Text value);
+
 /// Removes the first header of the name and gives it back to the factory. False when there was none.
 bool RemoveHeader(QZHttpHeaderCollection* headers, Text name);
 
 /// Gives the first header of the name its value, or adds a locked header at the end. A number is written as
 /// decimal text.
+/// @throws QZException InvalidArgument in strict mode for a text that would split the message
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, Text value);
 void SetHeaderValue(QZHttpHeaderCollection* headers, Text name, QZInt64 value);
 }  // namespace http

@@ -1,19 +1,16 @@
 #ifndef QZLIB_NET_JSON_ATTRIBUTES_H
 #define QZLIB_NET_JSON_ATTRIBUTES_H
 
-#include <memory>
+#include <atomic>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "fw/fw_keyed.h"
-#include "fw/fw_object.h"
 #include "fw/fw_string.h"
+#include "net/internal/net_json_cell.h"
 
 class QZJsonValue;
-
-using JsonView = std::basic_string_view<QZWChar>;
+class QZStringCollection;
 
 /// Held while a JSON value or name makes its string object. Several threads may read one value, so two of
 /// them may ask for the string at the same time. Internal.
@@ -25,18 +22,33 @@ bool JsonSameName(JsonView a, JsonView b);
 /// The named values of a JSON object, in order. Internal.
 ///
 /// The names lie side by side in one text. A name becomes a string object when StringAt asks for it first;
-/// from then on that string is the name. The values are locked with the id of this object.
-class JsonAttributes : public QZObject
+/// from then on that string is the name. The values are locked with a key of the object.
+class JsonAttributes
 {
 public:
-    /// @param withNameList  holds a list from the string factory, as the objects of QZJsonFactory do: hosts
-    /// see
-    ///                      it in the figures of that factory. It is of no use here.
-    explicit JsonAttributes(bool withNameList);
+    /// Who has a list of names from the string factory. It is of no use here, but hosts see it in the figures
+    /// of that factory.
+    enum class NameList
+    {
+        None,
+        Owed,  ///< counts as an owner of one that was new, see fw_string_lists.h
+        Held
+    };
+
+    /// @param key   the lock of the values
+    /// @param list  what Held means is `held`
+    JsonAttributes(QZUInt64 key, NameList list, QZStringCollection* held)
+        : m_key(key), m_held(held), m_list(list)
+    {}
     JsonAttributes(const JsonAttributes&) = delete;
     JsonAttributes& operator=(const JsonAttributes&) = delete;
     /// Deletes the values that nobody else has locked.
-    ~JsonAttributes() override;
+    ~JsonAttributes();
+
+    /// Several objects may share the attributes.
+    void AddOwner() { m_owners.fetch_add(1, std::memory_order_relaxed); }
+    /// True for the last owner.
+    bool RemoveOwner() { return m_owners.fetch_sub(1, std::memory_order_acq_rel) == 1; }
 
     QZInt64 Count() const { return static_cast<QZInt64>(m_entries.size()); }
 
@@ -85,11 +97,14 @@ private:
     void DropName(const Entry& entry);
     void Unlock(QZJsonValue* value);
 
-    std::unique_ptr<QZKeyValueCollection> m_nameList;
     std::vector<Entry> m_entries;
     std::basic_string<QZWChar> m_names;
     /// Units of m_names that belong to no entry any more.
     std::size_t m_unused = 0;
+    QZUInt64 m_key;
+    QZStringCollection* m_held;
+    std::atomic<QZInt32> m_owners = 1;
+    NameList m_list;
 };
 
 #endif

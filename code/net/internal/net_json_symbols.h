@@ -25,10 +25,18 @@ public:
     QZInt64 Count() const { return m_count; }
 
     /// The position of the symbol in the text.
-    QZInt64 Index(QZInt64 symbol) const { return static_cast<QZInt64>(m_indexWords[symbol]); }
+    QZInt64 Index(QZInt64 symbol) const
+    {
+        const QZUInt64 word = m_indexWords[symbol];
+        return m_isPacked ? static_cast<QZInt32>(word) : static_cast<QZInt64>(word);
+    }
 
     /// The closing symbol of an opening one.
-    QZInt64 ClosingOf(QZInt64 symbol) const { return static_cast<QZInt64>(m_closingWords[symbol]); }
+    QZInt64 ClosingOf(QZInt64 symbol) const
+    {
+        return m_isPacked ? static_cast<QZInt64>(m_indexWords[symbol]) >> 32
+                          : static_cast<QZInt64>(m_closingWords[symbol]);
+    }
 
     /// The opening symbol of the pair that was closed last, which is the outermost pair of a complete text;
     /// kNone without pairs.
@@ -38,14 +46,19 @@ public:
     QZInt64 FirstUnclosed() const { return m_firstUnclosed; }
 
 private:
-    void Reserve(QZInt64 capacity);
+    void Reserve(const QZWChar* text, QZInt64 length);
+    void SetIndex(QZInt64 symbol, QZInt64 index);
+    void SetClosing(QZInt64 symbol, QZInt64 closing);
 
+    /// The words of a text with less than 2^31 units hold the index in their low half and the closing symbol
+    /// in their high half; the second collection is then empty. Hosts see both collections in the figures of
+    /// QZDataFactory.
+    bool m_isPacked = true;
     QZCollection* m_indexes;
     QZCollection* m_closings;
     QZUInt64* m_indexWords = nullptr;
     QZUInt64* m_closingWords = nullptr;
     QZInt64 m_count = 0;
-    QZInt64 m_capacity = 0;
     QZInt64 m_lastPair = kNone;
     QZInt64 m_firstUnclosed = kNone;
 };

@@ -63,6 +63,11 @@ FileKind FileKindOf(const QZWChar* path);
 bool FileDelete(const QZWChar* path);
 /// Renames a file or directory. Both paths are bytes of the narrow page. Fails when the target exists.
 bool FileRename(const char* from, const char* to);
+/// Gives a file another name and returns when the disk has the change. With `replace` a file of that name is
+/// replaced in one step: at every moment the name is that of one of the two. The new file gets the
+/// permissions of the one that it replaces; a link to a file stays, and the file is replaced. Without
+/// `replace` it fails when the target exists.
+bool FileMove(const QZWChar* from, const QZWChar* to, bool replace);
 /// Makes one directory, whose parent exists. Fails with ErrorDirectoryExists when it exists.
 bool DirectoryCreate(const QZWChar* path);
 /// Deletes an empty directory.

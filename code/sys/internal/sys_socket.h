@@ -1,13 +1,13 @@
 #ifndef QZLIB_SYS_SOCKET_H
 #define QZLIB_SYS_SOCKET_H
 
-/// Start of the socket layer, IPv4 sockets, addresses of hosts, and sleeps in microseconds, which wait on a
+/// Start of the socket layer, sockets, addresses of hosts, and sleeps in microseconds, which wait on a
 /// socket.
 ///
-/// A socket is the system's own handle, never 0. An address is an IPv4 address in network order, as it lies
-/// in memory. A function that returns bool returns false with LastError set on failure. LastError then is a
-/// number of Windows on both platforms (10054 for a connection that was reset); the gate of the test hooks
-/// sets one of these too.
+/// A socket is the system's own handle, never 0. A number as address is an IPv4 address in network order, as
+/// it lies in memory. A function that returns bool returns false with LastError set on failure. LastError
+/// then is a number of Windows on both platforms (10054 for a connection that was reset); the gate of the
+/// test hooks sets one of these too.
 
 #include "sys/sys_types.h"
 
@@ -85,6 +85,33 @@ bool SocketNoDelay(QZInt64 socket);
 /// While `gather` is on, the system collects bytes until a packet is full; switching it off sends the rest.
 /// Does nothing on Windows.
 void SocketGather(QZInt64 socket, bool gather);
+
+// ---- Both families of addresses
+
+/// An address of a listener or a peer. IPv4 uses the first four bytes.
+struct SocketAddress
+{
+    unsigned char Bytes[16];
+    bool Six;
+    /// The interface of a link-local IPv6 address; else 0.
+    QZUInt32 Scope;
+    /// In network order, as it lies in memory.
+    QZUInt16 Port;
+};
+
+/// Makes an IPv6 socket for streams; 0 with LastError set on failure. On Linux child processes do not inherit
+/// it.
+QZInt64 SocketOpenSix();
+/// Binds an IPv6 socket to an address of this host; Port is in network order, and with 0 the system chooses
+/// one. With `both`, a socket that is bound to "::" also accepts IPv4 clients.
+bool SocketBindSix(QZInt64 socket, const SocketAddress& address, bool both);
+/// SocketAccept for listeners of both families. The address of an IPv4 client of an IPv6 listener is stored
+/// as an IPv4 address.
+QZInt64 SocketAcceptAny(QZInt64 socket, SocketAddress* peer);
+/// Reads "127.0.0.1" or "::1"; the port and the scope become 0. False when the text is no address.
+bool SocketAddressRead(const char* text, SocketAddress* address);
+/// Writes the address without its port as text with a terminator. `size` is at least 64.
+void SocketAddressWrite(const SocketAddress& address, char* text, int size);
 
 // ---- Addresses of hosts
 
