@@ -465,7 +465,8 @@ void QZDbMendWalk::EmitPd(QZDbListPlace& list, const QZDbRecordImage& record)
     QZInt64 ld = m_source.Own(pd, layout::kPdLd);
     const QZInt64 child = ChildOf(pd);
     bool lost = false;
-    if (ld != 0 && !IsLd(ld))
+    // Without an LD the engine reads a PD as a CD; so a repair does not keep one as it is.
+    if ((ld != 0 || IsMending()) && !IsLd(ld))
     {
         lost = true;
         ld = 0;
