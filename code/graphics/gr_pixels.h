@@ -29,6 +29,7 @@ enum class QZPixelReadCode
     Limit       ///< larger than the limits
 };
 
+/// The result of a checked reader that refuses a file. A plain record.
 struct QZPixelReadError
 {
     QZPixelReadCode Code = QZPixelReadCode::None;
