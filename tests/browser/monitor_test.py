@@ -279,7 +279,8 @@ class Server(unittest.TestCase):
                     self.assertIn("error", json.loads(body), path)
                 else:
                     self.assertIn("text/html", headers["Content-Type"])
-                    self.assertIn(b"To the monitor", body)
+                    # A method that no address has is refused before it reaches the monitor.
+                    self.assertIn(b"Method Not Allowed" if status == 405 else b"To the monitor", body)
             for body in ("{", "[]", '{"channel":0,"offset":"x","gain":1}', '{"channel":9,"offset":0,"gain":1}'):
                 answer, _, _ = monitor.request("POST", "/api/parameters", body, monitor.write_token())
                 self.assertIn(answer, (400, 404), body)
@@ -354,7 +355,7 @@ class Server(unittest.TestCase):
             for path in ("/../qzmon.ini", "/qzmon.ini", "/qzmon.qzd", "/%2e%2e/qzmon.ini", "//etc/passwd", "/./qzmon.ini",
                          "/..%2fqzmon.ini", "/Log", "/monitor.css/../../qzmon.ini"):
                 status, _, body = monitor.request("GET", path)
-                self.assertEqual(status, 404, path)
+                self.assertIn(status, (400, 403, 404), path)
                 self.assertNotIn(b"sample-ms=", body)
 
     def test_a_foreign_page_changes_nothing_and_a_foreign_name_sees_nothing(self):
