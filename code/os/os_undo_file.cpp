@@ -230,7 +230,7 @@ QZUInt64 UndoFile::LastSum(QZFile* target, bool restored)
         ForEachImage([&](QZInt64 offset, const unsigned char* bytes, QZInt64 size) {
             const QZInt64 from = std::max(offset, start);
             const QZInt64 to = std::min(offset + size, m_length);
-            if (from < to) std::copy(bytes + from - offset, bytes + to - offset, page + from - start);
+            if (from < to) std::copy(bytes + (from - offset), bytes + (to - offset), page + (from - start));
         });
     return SumOf(page, m_length - start);
 }
