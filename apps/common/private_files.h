@@ -8,7 +8,7 @@ namespace qzapp
 {
 
 /// From here on this process makes its files and folders for its user alone. On Windows a file has the rights
-/// of its folder.
+/// of its folder. A write past a limit of the file size fails from then on, like one to a full disk.
 void KeepFilesPrivate();
 
 /// The same for a file that is there. Nothing where it is not, or belongs to another user.

@@ -1,11 +1,17 @@
 #include <sys/stat.h>
 
+#include <csignal>
+
 #include "common/private_files.h"
 
 namespace qzapp
 {
 
-void KeepFilesPrivate() { umask(S_IRWXG | S_IRWXO); }
+void KeepFilesPrivate()
+{
+    umask(S_IRWXG | S_IRWXO);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
 
 void MakePrivate(const std::string& path)
 {

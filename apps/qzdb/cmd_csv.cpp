@@ -369,11 +369,15 @@ void ImportAll(Database& database, Importer& importer, bool create, const std::o
         reason = database.Path() + ": cannot write: " + TakeMessage(e);
     }
     if (!mark) throw Failure{kExitAccess, reason + "; without a log, the rows written so far stay"};
+    // The file then has all rows or none, as soon as it can be written again.
     const std::string stuck =
-        "; going back failed as well, later try: qzdb restore FILE " + std::to_string(mark->address);
+        "; nor could the import be taken back: when the file can be written again, look whether the rows are "
+        "in it "
+        "before you repeat the import";
     try
     {
         GoToPoint(database, mark->point);
+        database.Channel()->SYNC();
     }
     catch (const Failure&)
     {

@@ -10,7 +10,7 @@ namespace qzmon
 namespace
 {
 
-/// Wrong tokens are answered one after the other, each after this many milliseconds.
+/// A wrong token is answered after this many milliseconds.
 constexpr int kSlow = 200;
 
 std::string Lower(std::string text)
@@ -98,7 +98,9 @@ void Access::CheckWrite(const Visitor& visitor)
 
 void Access::SlowDown()
 {
-    const std::lock_guard<std::mutex> guard(m_slow);
+    // Only one thread waits: a flood of wrong tokens must not take the threads of other clients.
+    const std::unique_lock<std::mutex> guard(m_slow, std::try_to_lock);
+    if (!guard.owns_lock()) throw Failure{429, "There are too many wrong tokens just now."};
     QZThread::Sleep(kSlow);
 }
 

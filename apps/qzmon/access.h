@@ -43,7 +43,8 @@ public:
     /// @param writeToken   not empty
     Access(std::string bind, std::string accessToken, std::string writeToken);
 
-    /// Throws Failure 401 or 403 when the request is refused. A wrong token is answered slowly.
+    /// Throws Failure 401 or 403 when the request is refused. A wrong token is answered slowly; further ones
+    /// meanwhile get 429.
     void Check(const Visitor& visitor, unsigned short port);
 
     /// Compares a token with the access token; false without one.

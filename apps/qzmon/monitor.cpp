@@ -91,6 +91,8 @@ std::string Monitor::Start()
 {
     const std::string found = m_store.Open(static_cast<int>(m_settings->Number("channels")));
     Log("Started. " + found);
+    const qzapp::OwnedString aside(QZFileBuffer::TakePutAside());
+    if (aside != nullptr) Log("Put aside, because it does not belong to the database: " + Utf8(aside.get()));
     if (m_session.line.empty()) m_simulator = std::make_unique<Simulator>(m_store.Corrections());
     m_status.simulated = m_simulator != nullptr;
     FillRecent();

@@ -50,8 +50,6 @@ void CatchSignals(std::atomic<bool>* stop)
     action.sa_handler = Stop;
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaction(number, &action, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
-    // A write past a limit of the file size fails then, like one to a full disk.
-    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 bool TakeLock(const std::string& path)

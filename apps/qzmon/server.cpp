@@ -82,6 +82,7 @@ const char* ReasonOf(int status)
         case 404: return "There is no such page";
         case 405: return "That cannot be done with this address";
         case 409: return "That cannot be done now";
+        case 429: return "That was tried too often";
         case 503: return "The device is not there";
         default: return "Something went wrong";
     }
@@ -130,14 +131,19 @@ Server::Server(Monitor* monitor, QZErrorReport* report, const std::string& bind,
       m_start(QZEnvironment::GetTickCount())
 {
     constexpr QZInt32 kMostClients = 200;
+    // A browser uses about ten.
+    constexpr QZInt64 kMostOfAddress = 100;
     constexpr QZInt64 kMostHead = 16384;
     constexpr QZInt64 kMostBody = 1048576;
     QZString address = Text(bind);
     m_bindAddress = QZIPAddress(&address).GetValue();
-    m_maxClient = kMostClients;
+    // Further clients are told with status 503 instead of waiting.
+    m_maxClient = 2 * kMostClients;
     m_headLimit = kMostHead;
     Strict = 1;
     GetLimits()->body = kMostBody;
+    GetLimits()->connections = kMostClients;
+    GetLimits()->connectionsOfAddress = kMostOfAddress;
     GetLimits()->methods = "GET, HEAD, POST";
     GetServerName()->Set("qzmon");
 }
@@ -205,7 +211,7 @@ Server::Answer Server::Serve(QZHttpRequest* request)
     }
     catch (QZException* e)
     {
-        const std::string text = TakeMessage(e);
+        const std::string text = WhyOf(e);
         m_monitor->Log("A request failed: " + text);
         return ErrorAnswer(request, 500, text);
     }

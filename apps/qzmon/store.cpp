@@ -34,7 +34,10 @@ void Remove(const std::string& path)
 /// The size of a file that this process has open for itself.
 QZInt64 FileSize(const std::string& path)
 {
-    return static_cast<QZInt64>(std::filesystem::file_size(std::u8string(path.begin(), path.end())));
+    std::error_code failure;
+    const auto size = std::filesystem::file_size(std::u8string(path.begin(), path.end()), failure);
+    if (failure) throw Failure{500, path + ": " + failure.message()};
+    return static_cast<QZInt64>(size);
 }
 
 void CopyFile(const std::string& from, const std::string& to)
@@ -68,14 +71,6 @@ void SetDouble(QZDbTable* table, QZInt64 row, QZInt64 field, double value)
 {
     const QZData data(&value, sizeof value);
     table->DataSetValue(row, field, const_cast<QZData*>(&data));
-}
-
-/// Why an operation failed: the system's words where it has some. Returns the exception to the library.
-std::string WhyOf(QZException* e)
-{
-    const int number = static_cast<int>(e->GetSystemError());
-    const std::string message = TakeMessage(e);
-    return number == 0 ? message : std::error_code(number, std::system_category()).message();
 }
 
 void AddField(QZDbTable* table, const std::string& name, QZInt64 type)
@@ -353,6 +348,15 @@ void Store::AppendRow(const Sample& sample)
 
 void Store::Append(const Sample& sample)
 {
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (m_jobs.size() >= kHeldMax)
+        {
+            const std::lock_guard<std::mutex> state(m_stateLock);
+            ++m_state.lost;
+            return;
+        }
+    }
     Post([this, sample] {
         m_held.push_back(sample);
         try
@@ -392,6 +396,12 @@ void Store::Fail(const std::string& why)
     m_state.trouble = why.empty() ? "the database refused a write" : why;
 }
 
+void Store::SetNotice(const std::string& notice)
+{
+    const std::lock_guard<std::mutex> guard(m_stateLock);
+    m_state.notice = notice;
+}
+
 void Store::Succeed()
 {
     const std::lock_guard<std::mutex> guard(m_stateLock);
@@ -422,6 +432,21 @@ void Store::SyncFile()
     m_figures.syncMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     ++m_figures.syncs;
     m_figures.fileBytes = FileSize(m_path);
+}
+
+/// For an operation that is done in memory: what cannot be written now is written by a later sync.
+void Store::SyncOrFail()
+{
+    try
+    {
+        SyncFile();
+        Succeed();
+    }
+    catch (QZException* e)
+    {
+        Fail(WhyOf(e));
+    }
+    CountHeld();
 }
 
 void Store::Sync()
@@ -536,7 +561,7 @@ Snapshot Store::NewMark(const std::string& label)
     m_channel->RB_OFF();
     WriteMark(m_channel, snapshot);
     m_channel->RB_ON();
-    m_channel->SYNC();
+    SyncOrFail();
     return snapshot;
 }
 
@@ -579,7 +604,7 @@ void Store::Restore(QZInt64 id)
         CloseTables();
         const bool restored = m_channel->AB_CB(snapshot.point) != 0;
         OpenTables();
-        m_channel->SYNC();
+        SyncOrFail();
         if (!restored) Refused("The restore");
     });
 }
@@ -643,7 +668,8 @@ StoreFigures Store::Figures()
 bool Store::Rotate(QZInt64 limit)
 {
     return Do([=, this] {
-        if (m_figures.fileBytes <= limit || !GetState().trouble.empty()) return false;
+        const QZUInt64 now = QZEnvironment::GetTickCount();
+        if (m_figures.fileBytes <= limit || !GetState().trouble.empty() || now < m_nextRotation) return false;
         Ensure();
         std::vector<std::string> names;
         for (const QZInt64 row : RowsOf(m_parameters)) names.push_back(ReadText(m_parameters, row, 1));
@@ -660,7 +686,14 @@ bool Store::Rotate(QZInt64 limit)
             why = WhyOf(e);
         }
         Ensure();
-        if (!why.empty()) throw Failure{500, "The full database cannot be put aside: " + why};
+        if (!why.empty())
+        {
+            constexpr QZUInt64 kPause = 60000;
+            m_nextRotation = now + kPause;
+            SetNotice("The full database cannot be put aside: " + why);
+            throw Failure{500, GetState().notice};
+        }
+        SetNotice({});
         WriteCorrections(names, corrections);
         SyncFile();
         Succeed();

@@ -53,6 +53,8 @@ struct StoreState
 {
     /// Why nothing can be written, in one sentence; empty while writing succeeds.
     std::string trouble;
+    /// What else the user should know, in one sentence; mostly empty.
+    std::string notice;
     /// Samples that the file holds for certain: those of the last sync.
     QZInt64 stored = 0;
     /// Samples that only this process holds.
@@ -140,8 +142,10 @@ private:
     /// Opens what a failure has left closed. Throws Failure 503 when that fails again.
     void Ensure();
     void SyncFile();
+    void SyncOrFail();
     void StoreHeld();
     void Fail(const std::string& why);
+    void SetNotice(const std::string& notice);
     void Succeed();
     void CountHeld();
     void OpenTables();
@@ -166,6 +170,8 @@ private:
     std::vector<QZInt64> m_halfRows;
     /// Samples that wait for the file, oldest first.
     std::deque<Sample> m_held;
+    /// Before this time a rotation that has failed is not tried again.
+    QZUInt64 m_nextRotation = 0;
     StoreFigures m_figures;
 
     std::mutex m_stateLock;

@@ -1,6 +1,7 @@
 #include "text.h"
 
 #include <cstdio>
+#include <system_error>
 
 namespace qzmon
 {
@@ -86,6 +87,13 @@ std::string HtmlText(std::string_view text)
         }
     }
     return result;
+}
+
+std::string WhyOf(QZException* e)
+{
+    const int number = static_cast<int>(e->GetSystemError());
+    const std::string message = TakeMessage(e);
+    return number == 0 ? message : std::error_code(number, std::system_category()).message();
 }
 
 }  // namespace qzmon

@@ -37,6 +37,9 @@ std::string FixedText(double value, int digits);
 /// "12.3 MB".
 std::string SizeText(QZInt64 bytes);
 
+/// Why an operation failed: the system's words where it has some. Returns the exception to the library.
+std::string WhyOf(QZException* e);
+
 /// The text with U+FFFD in the place of every byte that is no UTF-8.
 std::string WellFormed(std::string_view text);
 

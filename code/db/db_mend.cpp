@@ -215,7 +215,10 @@ void Making::Verify(QZInt64 records, bool strict)
 
 void Making::Place(bool replace)
 {
-    // An open file cannot be replaced on every platform. Closing it deletes its recovery files.
+    // While the source is open, nobody else writes to it. But an open file cannot be replaced on every
+    // platform.
+    if (replace && os::FileMove(m_part.GetPointer(), m_target->GetPointer(), true)) return m_source.reset();
+    // Closing it deletes its recovery files.
     m_source.reset();
     for (const char* ending : kRecovery)
     {

@@ -14,6 +14,7 @@
 #include "net/net_http_constant.h"
 #include "net/net_http_factory.h"
 #include "net/net_http_response.h"
+#include "os/internal/os_file_inside.h"
 #include "os/os_file.h"
 #include "os/os_path.h"
 #include "sys/internal/sys_path.h"
@@ -131,10 +132,6 @@ QZHttpResponse* Redirect(int status, QZString* url)
     return response;
 }
 
-// For reading, while others may read and write the file.
-constexpr unsigned int kReadShared =
-    QZFileOptions::Read | (QZFileOptions::ShareReadWrite & ~QZFileOptions::Write);
-
 /// The file's bytes, new data; null when it cannot be read.
 QZData* ReadWhole(QZString* path)
 {
@@ -143,8 +140,9 @@ QZData* ReadWhole(QZString* path)
     try
     {
         if (!QZFile::Exists(path)) return nullptr;
-        file = QZFile::Open(path, kReadShared);
-        bytes = file->ReadToEnd();
+        // Others may read and write the file meanwhile.
+        file = QZFileInside::OpenUnlessInUse(path, QZFileInside::Role::Copier);
+        if (file != nullptr) bytes = file->ReadToEnd();
     }
     catch (QZException* e)
     {

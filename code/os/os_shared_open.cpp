@@ -120,6 +120,8 @@ void CopySynced(QZString* from, QZString* to)
 {
     QZFile::Create(to);
     QZFile::Delete(to);
+    // What a copy that was killed has left would be taken for a part of this one.
+    for (const char* ending : {".sync", ".undo"}) DeleteQuietly(to, ending);
     try
     {
         {

@@ -139,6 +139,12 @@ bool UndoFile::IsFree(QZInt64 offset) const
     return page > 0 && (page * kPage >= m_length || HasImage(page));
 }
 
+void UndoFile::PutAside()
+{
+    SideFile::PutAside();
+    m_written = false;
+}
+
 void UndoFile::Drop()
 {
     if (!m_written) return;

@@ -63,24 +63,50 @@ QZInt64 TransferAll(QZInt64 size, Transfer transfer)
     return done;
 }
 
+/// Opens a file and takes its locks. 0 with errno set on failure.
+QZInt64 OpenWithLocks(const QZWChar* path, const Sharing& sharing)
+{
+    // Without access rights the handle only names the file, as on Windows: reads and writes fail.
+    const int flags = sharing.read && sharing.write ? O_RDWR
+                      : sharing.write               ? O_WRONLY
+                      : sharing.read                ? O_RDONLY
+                                                    : O_PATH;
+    const QZInt64 file = OpenPath(path, flags, 0);
+    if (file == 0 || LocksTake(DescriptorOf(file), sharing)) return file;
+    // Closing also gives back the locks that were taken.
+    close(DescriptorOf(file));
+    errno = EBUSY;
+    return 0;
+}
+
+/// True when another file has taken the place of this one between the opening and the locks: whoever replaced
+/// it held a lock of the old one.
+bool WasReplaced(QZInt64 file, const QZWChar* path)
+{
+    struct stat opened;
+    struct stat named;
+    if (fstat(DescriptorOf(file), &opened) != 0 || stat(ToBytes(path).c_str(), &named) != 0) return false;
+    return opened.st_dev != named.st_dev || opened.st_ino != named.st_ino;
+}
+
 }  // namespace
 
 QZInt64 FileOpen(const QZWChar* path, bool read, bool write, bool shareRead, bool shareWrite)
 {
     if (!Gate(Op::FileOpen)) return 0;
-    // Without access rights the handle only names the file, as on Windows: reads and writes fail.
-    int flags = read && write ? O_RDWR : write ? O_WRONLY : read ? O_RDONLY : O_PATH;
-    const QZInt64 file = OpenPath(path, flags, 0);
-    if (file == 0) return 0;
-    if (!LocksTake(DescriptorOf(file), {read, write, shareRead, shareWrite}))
+    constexpr int kMostTries = 10;
+    for (int tries = 0;; ++tries)
     {
-        // Closing also gives back the locks that were taken.
-        close(DescriptorOf(file));
-        errno = EBUSY;
-        return 0;
+        const QZInt64 file = OpenWithLocks(path, {read, write, shareRead, shareWrite});
+        if (file == 0) return 0;
+        if (tries < kMostTries && WasReplaced(file, path))
+        {
+            close(DescriptorOf(file));
+            continue;
+        }
+        Changed({.kind = FileEvent::Kind::Opened, .file = file, .path = path});
+        return file;
     }
-    Changed({.kind = FileEvent::Kind::Opened, .file = file, .path = path});
-    return file;
 }
 
 QZInt64 FileCreate(const QZWChar* path)

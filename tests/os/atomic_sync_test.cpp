@@ -586,6 +586,29 @@ TEST_F(RecoveryFiles, UndoOfAnotherFileIsPutAside)
     ExpectPutAside("data.undo.put-aside", undo);
 }
 
+TEST_F(RecoveryFiles, AFileWhoseForeignUndoWasPutAsideIsWrittenAsUsual)
+{
+    const std::string undo = Undo(m_long, {{8192, m_long.substr(8192, 4096)}});
+    for (const QZInt64 length : {QZInt64{10}, QZInt64{3} << 20})
+    {
+        m_dir.Write("data", Filled(20000, 'z'));
+        m_dir.Write("data.undo", undo);
+        const std::string bytes = Filled(static_cast<std::size_t>(length), 'n');
+        const AtomicSyncOn on;
+        QZString path(m_dir.Name("data").c_str());
+        QZFileBuffer* buffer = QZFileBuffer::Open(&path, 0, 0);
+        ExpectPutAside("data.undo.put-aside", undo);
+        // The longer one does not fit into memory.
+        buffer->Write(100, bytes.data(), length);
+        buffer->Sync();
+        QZFileBuffer::Close(&buffer);
+        const std::string found = m_dir.Read("data");
+        EXPECT_EQ(found.substr(0, 100), Filled(100, 'z'));
+        EXPECT_EQ(found.substr(100, bytes.size()), bytes);
+        EXPECT_FALSE(m_dir.Exists("data.undo"));
+    }
+}
+
 TEST_F(RecoveryFiles, SyncThatNamesTheUndoEndsIt)
 {
     std::string now = m_long;

@@ -83,13 +83,13 @@ async function drawChart() {
 }
 
 function showStorage() {
-  const {works, trouble, stored, atRisk, lost} = status.storage;
+  const {works, trouble, notice, stored, atRisk, lost} = status.storage;
   const bar = $("storage");
   // An alert is read aloud when its text changes, so the figures change it only while it shows.
   const dropped = lost > 0 ? `, ${lost} were dropped` : "";
-  bar.textContent = works ? "" : `Samples cannot be stored: ${trouble}. ${stored} are in the file, ` +
+  bar.textContent = works ? notice : `Samples cannot be stored: ${trouble}. ${stored} are in the file, ` +
     `${atRisk} are only in memory${dropped}. The monitor tries again every second.`;
-  bar.hidden = works;
+  bar.hidden = works && notice === "";
 }
 
 function showStatus() {

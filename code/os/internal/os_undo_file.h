@@ -43,6 +43,9 @@ public:
     /// @throws QZIOException  the undo may still be valid then
     void Drop();
 
+    /// Renames the file, so that it is never found again. @throws QZIOException
+    void PutAside();
+
     /// Finds the file and reads it. True when it holds the begin of an undo, for whichever file.
     /// @throws QZIOException
     bool Load();
