@@ -18,7 +18,8 @@ void JsonWriter::Put(const char* name, QZJsonValue* value)
         static_cast<QZJsonObject*>(into)->Set(name, value);
     else
         static_cast<QZJsonValueCollection*>(into)->Add(value);
-    owned.release();
+    // The object or list owns it now.
+    static_cast<void>(owned.release());
 }
 
 JsonWriter& JsonWriter::Begin(const char* name, QZJsonValue* container)
