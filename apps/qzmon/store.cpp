@@ -263,17 +263,14 @@ void Store::CloseTables()
     m_halfRows.clear();
 }
 
-void Store::Ensure()
+/// Runs a part of storing. Returns whether it succeeded; the state keeps why it did not.
+template <typename Work>
+bool Store::Attempt(Work work)
 {
-    if (m_samples != nullptr && m_parameters != nullptr) return;
     try
     {
-        CloseTables();
-        if (m_channel == nullptr)
-            OpenFile();
-        else
-            OpenTables();
-        return;
+        work();
+        return true;
     }
     catch (QZException* e)
     {
@@ -283,6 +280,20 @@ void Store::Ensure()
     {
         Fail(failure.text);
     }
+    return false;
+}
+
+void Store::Ensure()
+{
+    if (m_samples != nullptr && m_parameters != nullptr) return;
+    const bool open = Attempt([this] {
+        CloseTables();
+        if (m_channel == nullptr)
+            OpenFile();
+        else
+            OpenTables();
+    });
+    if (open) return;
     throw Failure{503, "The database is not open: " + GetState().trouble};
 }
 
@@ -359,18 +370,7 @@ void Store::Append(const Sample& sample)
     }
     Post([this, sample] {
         m_held.push_back(sample);
-        try
-        {
-            if (GetState().trouble.empty()) StoreHeld();
-        }
-        catch (QZException* e)
-        {
-            Fail(WhyOf(e));
-        }
-        catch (const Failure& failure)
-        {
-            Fail(failure.text);
-        }
+        if (GetState().trouble.empty()) Attempt([this] { StoreHeld(); });
         CountHeld();
     });
 }
@@ -437,23 +437,17 @@ void Store::SyncFile()
 /// For an operation that is done in memory: what cannot be written now is written by a later sync.
 void Store::SyncOrFail()
 {
-    try
-    {
+    Attempt([this] {
         SyncFile();
         Succeed();
-    }
-    catch (QZException* e)
-    {
-        Fail(WhyOf(e));
-    }
+    });
     CountHeld();
 }
 
 void Store::Sync()
 {
     Do([this] {
-        try
-        {
+        Attempt([this] {
             Ensure();
             // What the last failure left unwritten goes first, so that the samples that wait find room for
             // it.
@@ -461,15 +455,7 @@ void Store::Sync()
             StoreHeld();
             SyncFile();
             Succeed();
-        }
-        catch (QZException* e)
-        {
-            Fail(WhyOf(e));
-        }
-        catch (const Failure& failure)
-        {
-            Fail(failure.text);
-        }
+        });
         CountHeld();
     });
 }

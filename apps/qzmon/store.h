@@ -144,6 +144,8 @@ private:
     void SyncFile();
     void SyncOrFail();
     void StoreHeld();
+    template <typename Work>
+    bool Attempt(Work work);
     void Fail(const std::string& why);
     void SetNotice(const std::string& notice);
     void Succeed();
