@@ -17,7 +17,9 @@ import sys
 import tempfile
 import time
 import unittest
-from xml.sax.saxutils import quoteattr
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+import test_results
 
 HTTP_FILES, PEER_HOST, SCALING, RESULTS = sys.argv[1:5]
 
@@ -213,42 +215,5 @@ class HaproxyStrictTest(HaproxyTest):
     mode = ("strict",)
 
 
-class Results(unittest.TextTestResult):
-    """Records every test in the format of the other test programs, for scripts/test-summary."""
-
-    def __init__(self, *arguments, **more):
-        super().__init__(*arguments, **more)
-        self.lines = []
-
-    def note(self, test, inside="", result="completed"):
-        # A skipped class has the id "setUpClass (__main__.ClassName)".
-        name = test.id().split(".")[-1].rstrip(")")
-        self.lines.append(f'<testcase name={quoteattr(name)} status="run" result="{result}" classname="peers">\n'
-                          f"{inside}</testcase>\n")
-
-    def addSuccess(self, test):
-        super().addSuccess(test)
-        self.note(test)
-
-    def addError(self, test, error):
-        super().addError(test, error)
-        self.note(test, f'<failure message={quoteattr(str(error[1]))}></failure>\n')
-
-    addFailure = addError
-
-    def addSkip(self, test, reason):
-        super().addSkip(test, reason)
-        print(f"skipped: {reason}")
-        self.note(test, f"<skipped message={quoteattr(reason)}/>\n", "skipped")
-
-
-def main():
-    suite = unittest.defaultTestLoader.loadTestsFromModule(sys.modules[__name__])
-    result = unittest.TextTestRunner(verbosity=2, resultclass=Results).run(suite)
-    with open(RESULTS, "w", encoding="utf-8") as out:
-        out.write("<testsuites>\n" + "".join(result.lines) + "</testsuites>\n")
-    return 0 if result.wasSuccessful() else 1
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(test_results.run(sys.modules[__name__], "peers", RESULTS))
